@@ -1,0 +1,28 @@
+# add_room(name [SHARED] DEPENDS target... SOURCES file...)
+# A room is a library whose include folder is its own folder, so that a room can include only what it links.
+function(add_room name)
+  cmake_parse_arguments(ROOM "SHARED;NO_PCH" "" "DEPENDS;SOURCES" ${ARGN})
+  if(ROOM_SHARED)
+    add_library(${name} SHARED ${ROOM_SOURCES})
+  else()
+    add_library(${name} STATIC ${ROOM_SOURCES})
+  endif()
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ROOM_DEPENDS})
+  if(NOT ROOM_NO_PCH)
+    target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
+  endif()
+endfunction()
+
+# add_room_test(name DEPENDS target... SOURCES file...): one GoogleTest executable for a room, offscreen.
+function(add_room_test name)
+  cmake_parse_arguments(TEST "" "" "DEPENDS;SOURCES" ${ARGN})
+  add_executable(${name} ${TEST_SOURCES})
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} GTest::gtest)
+  target_compile_definitions(${name} PRIVATE PBT_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}" TIMEOUT 240)
+endfunction()

@@ -1,0 +1,37 @@
+# Compiler, warnings, sanitizers, ccache: what every target of the project shares.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  # Precompiled headers and ccache only agree with these two.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+      CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} ${CCACHE_PROGRAM})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-fpch-preprocess)
+  endif()
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+                    -Wno-error=deprecated-declarations)
+add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS BOOST_ALL_NO_LIB BOOST_BIND_GLOBAL_PLACEHOLDERS
+                        BOOST_ASIO_DISABLE_FENCED_BLOCK)
+
+if(PBT_SANITIZE)
+  list(JOIN PBT_SANITIZE "," sanitizers)
+  add_compile_options(-fsanitize=${sanitizers} -fno-omit-frame-pointer -g1)
+  add_link_options(-fsanitize=${sanitizers})
+endif()
+
+if(PBT_TIDY)
+  set(CMAKE_CXX_CLANG_TIDY clang-tidy;--quiet)
+endif()
