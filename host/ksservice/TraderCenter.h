@@ -1,0 +1,42 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "ksservice/CTaskDetail.h"
+#include "utils/Subscription.h"
+
+namespace ksservice {
+
+/// Called with each record of a data type, on a thread of the host.
+typedef std::function<void(const boost::shared_ptr<IData>&)> DataCallback;
+
+/// The host's store of records. Any thread; a record that it hands out is never changed afterwards.
+class IDataCenter {
+ public:
+  virtual ~IDataCenter() = default;
+
+  /// From now on callback gets every new record of the data type, until the handle goes.
+  virtual utils::CSubscriptionHandle subscribe(int dataType, DataCallback callback) = 0;
+  /// The newest detail of every task, in key order.
+  virtual std::vector<CTaskDetailPtr> taskDetails() const = 0;
+  /// Identity text of the current login.
+  virtual std::string loginIdentity() const = 0;
+  /// A value beside the command identifier in the key of a task's command.
+  virtual int commandNumber(int commandId) const = 0;
+  /// Null when no detail is known for the tag.
+  virtual COrderDetailPtr orderDetail(const CMavOrderTag& tag) const = 0;
+  /// Takes a detail back that the panel has corrected: the store's copy is replaced by it.
+  virtual void updateData(const CTaskDetailPtr& detail) = 0;
+};
+
+/// The entry to the host's trading data.
+class TraderCenter {
+ public:
+  static TraderCenter& instance();
+  IDataCenter& getDataCenter() const;
+};
+
+}  // namespace ksservice

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <vector>
+
+namespace TC {
+
+/// What the exchange client knows of one instrument. Never changed once handed out.
+struct CCodeInfo {
+  std::string m_strMarket;
+  std::string m_strCode;
+  std::string m_strName;
+  double m_dMultiplier = 1;     ///< contract multiplier
+  std::vector<int> m_types;     ///< every host stock type that the instrument is of
+  bool m_bSpecial = false;      ///< a special kind other than STOCK_TYPE_BY_HUNDRED
+  int m_nTradeMinUnit = 1;      ///< smallest quantity that may be traded
+  int m_nUiMinUnit = 1;         ///< smallest quantity that may be entered
+  int m_nTradeUnit = 1;         ///< shares in one unit of display
+  std::vector<int> m_marketPriceTypes;  ///< EPriceType values that are market prices here
+};
+
+/// Static data of instruments. Any thread.
+class CExchangeClient {
+ public:
+  virtual ~CExchangeClient() = default;
+  /// Null for an unknown instrument. market may be a market or an exchange short code.
+  virtual boost::shared_ptr<const CCodeInfo> getCodeInfo(const std::string& market, const std::string& code) const = 0;
+};
+
+}  // namespace TC

@@ -1,0 +1,81 @@
+#include "utils/Log.h"
+
+#include <log4cxx/logger.h>
+
+#include <QString>
+#include <atomic>
+#include <boost/format.hpp>
+#include <memory>
+#include <mutex>
+
+namespace utils {
+namespace {
+
+std::atomic<bool> g_debugEnabled{false};
+std::mutex g_observerMutex;
+std::shared_ptr<const LogObserver> g_observer;
+
+const log4cxx::LoggerPtr& stdLogger() {
+  static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("KSStdFile");
+  return logger;
+}
+
+const log4cxx::LoggerPtr& debugLogger() {
+  static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("KSDbgFile");
+  return logger;
+}
+
+std::shared_ptr<const LogObserver> currentObserver() {
+  const std::lock_guard<std::mutex> lock(g_observerMutex);
+  return g_observer;
+}
+
+}  // namespace
+
+CLogCenter& CLogCenter::instance() {
+  static CLogCenter center;
+  return center;
+}
+
+bool CLogCenter::isDebugEnabled() const { return g_debugEnabled.load(std::memory_order_relaxed); }
+
+void CLogCenter::setDebugEnabled(bool on) { g_debugEnabled.store(on, std::memory_order_relaxed); }
+
+void CLogCenter::info(const void* object, const char* function, const std::string& message) {
+  if (const auto observer = currentObserver()) (*observer)(message);
+  if (!stdLogger()->isInfoEnabled()) return;
+  const std::string address = std::to_string(reinterpret_cast<std::uintptr_t>(object));
+  LOG4CXX_INFO(stdLogger(), "[" + address + "] [" + function + "] " + message);
+}
+
+void CLogCenter::debug(const std::string& message) {
+  if (isDebugEnabled()) LOG4CXX_DEBUG(debugLogger(), message);
+}
+
+void CLogCenter::setObserver(LogObserver observer) {
+  auto next = observer ? std::make_shared<const LogObserver>(std::move(observer)) : nullptr;
+  const std::lock_guard<std::mutex> lock(g_observerMutex);
+  g_observer.swap(next);
+}
+
+namespace detail {
+
+std::string toText(const std::string& value) { return value; }
+std::string toText(const char* value) { return value; }
+std::string toText(const QString& value) { return value.toStdString(); }
+std::string toText(int value) { return std::to_string(value); }
+std::string toText(long value) { return std::to_string(value); }
+std::string toText(long long value) { return std::to_string(value); }
+std::string toText(unsigned long value) { return std::to_string(value); }
+std::string toText(double value) { return QString::number(value).toStdString(); }
+
+std::string format(const char* pattern, std::initializer_list<std::string> values) {
+  boost::format message(pattern);
+  // A log line with a wrong number of values must never end the program.
+  message.exceptions(boost::io::no_error_bits);
+  for (const std::string& value : values) message % value;
+  return message.str();
+}
+
+}  // namespace detail
+}  // namespace utils

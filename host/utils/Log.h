@@ -1,0 +1,52 @@
+/// The host's log centre. Information goes to the logger "KSStdFile" (level 20000), debug to "KSDbgFile" while file
+/// logging is on. Any thread.
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <type_traits>
+
+class QString;
+
+namespace utils {
+
+/// Called with each information message, without its address and function prefix. Any thread; must not log.
+typedef std::function<void(const std::string& message)> LogObserver;
+
+class CLogCenter {
+ public:
+  static CLogCenter& instance();
+
+  /// Whether debug lines are written at all; ask before forming an expensive one.
+  bool isDebugEnabled() const;
+  void setDebugEnabled(bool on);
+
+  /// Writes "[address] [function] message" at information level.
+  void info(const void* object, const char* function, const std::string& message);
+  void debug(const std::string& message);
+
+  /// At most one observer at a time (a recording or a replay); an empty one ends it.
+  void setObserver(LogObserver observer);
+};
+
+namespace detail {
+std::string toText(const std::string& value);
+std::string toText(const char* value);
+std::string toText(const QString& value);
+std::string toText(bool value) = delete;  // flags are written out by the caller as "true" or "false"
+std::string toText(int value);
+std::string toText(long value);
+std::string toText(long long value);
+std::string toText(unsigned long value);
+std::string toText(double value);
+std::string format(const char* pattern, std::initializer_list<std::string> values);
+}  // namespace detail
+
+/// Logs at information level; pattern has the positional placeholders %1%, %2%, ...
+template <typename... Values>
+void logInfo(const void* object, const char* function, const char* pattern, const Values&... values) {
+  CLogCenter::instance().info(object, function, detail::format(pattern, {detail::toText(values)...}));
+}
+
+}  // namespace utils
