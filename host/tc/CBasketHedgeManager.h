@@ -19,6 +19,8 @@ class CBasketHedgeManager : public QObject {
   /// True, and param filled, when a command has hedge parameters that were not started yet.
   virtual bool getHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) const = 0;
   virtual void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) = 0;
+  /// Starts the hedge with the parameters that were set.
+  virtual void startHedge(int groupId) = 0;
 
  Q_SIGNALS:
   /// The target of a task's hedge in lots.

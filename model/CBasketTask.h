@@ -1,0 +1,162 @@
+#pragma once
+
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CBasketTaskItem.h"
+#include "RowLedger.h"
+#include "ksservice/CBasketHedgeParam.h"
+#include "ksservice/CTaskDetail.h"
+
+namespace TC {
+
+/// To what part of a task a detail belongs.
+enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
+
+/// One basket task as the panel shows it: keeps the task's details, builds the tree of nodes from them, sums the
+/// figures up the tree and derives the task's status.
+///
+/// Threads: the panel's worker makes the object (and moves it to the GUI thread) and calls the update operations, each
+/// of which holds the task's mutex for its whole run; every other operation may be called on any thread and takes the
+/// mutex briefly. Who keeps a node that an operation returned must hold mutex() while using it, since a refresh may
+/// be rebuilding the tree. Signals are emitted on the calling thread, with the mutex held: connect them queued.
+///
+/// Keys: a node's m_strKey is its parent's key, "-", and the key with which it was made; m_strHpfTreeKey is the root's
+/// tree key (set by the panel) and, for a row, its number within its account.
+class CBasketTask : public QObject {
+  Q_OBJECT
+
+ public:
+  /// groupId: the task's number, under which the hedge manager knows its hedge too.
+  CBasketTask(const QString& key, int groupId, int commandId);
+  ~CBasketTask() override;
+
+  /// Takes a new state of one of the task's own details. Null is ignored. Worker thread.
+  void updateDetail(boost::shared_ptr<ksservice::CTaskDetail>& d);
+  /// Runs updateDetail again for every detail of the task, in key order. Worker thread.
+  void updateOrderDetail();
+  /// Builds the tree anew from the rows. Worker thread.
+  void reorganize();
+  /// Sums the figures up the tree below n and announces the order counts of each inner node. Worker thread.
+  void recursiveUpdate(CBasketTaskItem* n);
+  /// Empties the child lists of n and of everything below it.
+  void recursiveClear(CBasketTaskItem* n);
+
+  /// The status that follows from the details and the hedge. May hand the hedge parameters to the hedge manager.
+  ksservice::ETaskStatus status();
+  /// Whether the task knows the detail; of EBTT_Hedge: whether it has a hedge row, whatever the key.
+  bool contains(const std::string& detailKey, EBasketTaskType type) const;
+  bool contains(boost::shared_ptr<ksservice::CTaskDetail>& d, EBasketTaskType type) const;
+
+  /// Never null, and the same for the life of the task.
+  CBasketTaskItem* getRoot() const { return m_pRoot.get(); }
+  /// Null while the task has no hedge.
+  CBasketTaskItem* getHedgeItem() const { return m_pHedgeItem; }
+  /// Null when no node has the key. With mutex() held.
+  CBasketTaskItem* getItem(const QString& key) const;
+  /// EORT_Plain when no node has the key.
+  ksservice::EOrderType getOrderType(const QString& key);
+  bool isAlgoOrderType(const QString& key);
+  /// Key of the row that a parameter falls on: instrument key and operation text.
+  QString getTreeItemKey(const ksservice::CCodeOrderParam& p);
+  /// Key of the task's command in the command centre.
+  std::string getCommandKey() const;
+  /// Whether the first of the task's details runs on the server.
+  bool isServerRun() const;
+  QString getKey() const { return m_strKey; }
+  int getGroupId() const { return m_nGroupId; }
+  int getCommandID() const { return m_nCommandId; }
+  QString getBasketName() const;
+  /// Rows of an account by row key; an empty map is made for an unknown account. With mutex() held.
+  QMap<QString, CBasketTaskItem*>& getStockDetailMap(const QString& accountKey);
+  /// Appends the orders below a node and what the data centre knows of them; nothing for an unknown key.
+  void getOrders(const QString& key, std::vector<boost::shared_ptr<ksservice::COrderDetail>>& details,
+                 std::vector<boost::shared_ptr<ksservice::COrderInfo>>& orders);
+  /// The parameters of the task's own details that fall on the rows of a node, in detail-key order; for the root's
+  /// key all of them, none for an unknown key.
+  std::vector<ksservice::CCodeOrderParam> getParam(const QString& key) const;
+  /// The key under which the server's progress queries know a detail.
+  static void getAlgoTaskKey(const ksservice::CTaskDetail& detail, std::string& out);
+
+  /// Takes hedge parameters and hands them to the hedge manager; start: starts the hedge too. Whether they were handed
+  /// over before, at the end of the task, is remembered across calls.
+  void setHedgeParam(const ksservice::CBasketHedgeParam& p, bool start);
+
+  /// The task's mutex, recursive. Never hold it across a dialog or a wait.
+  boost::recursive_mutex& mutex() const { return m_mutex; }
+  /// Grows with each reorganize: as long as it stands, every node stays and keeps its place and keys. With mutex() held.
+  unsigned shapeVersion() const { return m_nShapeVersion; }
+
+ Q_SIGNALS:
+  /// Tree key, status, order type of a node.
+  void sigTaskStatus(QString treeKey, int status, int orderType);
+  /// Tree key and the two order counts of a node.
+  void sigTaskOrder(QString treeKey, int orderCount, int orderCount2);
+  void sigPatchTask(QString key, bool ok);
+  /// Lines for the host's new-basket window.
+  void sigPatchCreateTask(QString lines);
+  /// An operation on the task failed; message for the user.
+  void sigShowOperateOrbTaskError(QString message);
+
+ private:
+  typedef QMap<QString, QMap<QString, CBasketTaskItem*>> RowMap;
+  typedef QMap<std::string, boost::shared_ptr<ksservice::CTaskDetail>> DetailMap;
+  struct SRefresh;  // one run of updateDetail
+  struct SSide;     // securities or futures, for reorganize
+
+  // Assembly
+  void storeAlgoDetail(const boost::shared_ptr<ksservice::CTaskDetail>& d);
+  void storeDetail(SRefresh& run);
+  void addAccount(const QString& accountKey, const QString& displayId, const QString& accountName);
+  void addRows(SRefresh& run);
+  void addParam(const SRefresh& run, const ksservice::CCodeOrderParam& param);
+  CBasketTaskItem* makeRow(const SRefresh& run, const QString& rowKey, const ksservice::CCodeOrderParam& param);
+  void announce(const SRefresh& run);
+
+  // Counting
+  void countDetail(const SRefresh& run);
+  void countTargets(const SRefresh& run, CDetailShares& shares);
+  void setAlgoRemarks(const SRefresh& run, CDetailShares& shares);
+  void countProgress(const SRefresh& run, CDetailShares& shares);
+  void countOrders(const SRefresh& run, CDetailShares& shares);
+  double orderAmount(const ksservice::CTaskDetail& detail, const ksservice::COrderInfo& order) const;
+  double targetAmount(SLedgerRow& row, const ksservice::CCodeOrderParam& param) const;
+  int slotOf(CDetailShares& shares, const QString& accountKey, const QString& rowKey);
+
+  // Shape of the tree
+  void hangSide(const SSide& side, bool multiType, std::vector<std::unique_ptr<CBasketTaskItem>>& nodes);
+  void hangRows(const QMap<QString, CBasketTaskItem*>& rows, CBasketTaskItem* parent);
+
+  // Figures of the root
+  void updateTimes(const ksservice::CTaskDetail& detail);
+  void updateRootStatus(const boost::shared_ptr<ksservice::CTaskDetail>& d);
+  void writeBackFinished(const boost::shared_ptr<ksservice::CTaskDetail>& d);
+  void updateLocalInfoKey(const ksservice::CTaskDetail& detail);
+  void handHedgeOver();
+
+  std::unique_ptr<CBasketTaskItem> m_pRoot;
+  const QString m_strKey;
+  const int m_nGroupId;
+  const int m_nCommandId;
+  QString m_strBasketName;
+  CBasketTaskItem* m_pHedgeItem = nullptr;
+  ksservice::CBasketHedgeParam m_hedgeParam;
+  RowMap m_stockMap;    ///< rows of securities by account key, then row key
+  RowMap m_futuresMap;  ///< rows of futures, alike
+  DetailMap m_mapDetails;
+  DetailMap m_mapPatchDetails;
+  DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
+  mutable boost::recursive_mutex m_mutex;
+
+  CRowLedger m_ledger;  ///< owns the rows of both maps
+  std::vector<std::unique_ptr<CBasketTaskItem>> m_innerNodes;  ///< group and account nodes of the current shape
+  unsigned m_nShapeVersion = 0;
+};
+
+}  // namespace TC

@@ -1,0 +1,66 @@
+#include "CBasketTaskItem.h"
+
+namespace TC {
+
+CBasketTaskItem::CBasketTaskItem(const QString& name, const QString& key, const QString& accounts,
+                                 const QString& stockKey, const QString& market, const QString& accountName,
+                                 int totalVolume)
+    : CBasketTaskItem(name, key, accounts, stockKey, market, accountName, 0, totalVolume) {}
+
+CBasketTaskItem::CBasketTaskItem(const QString& name, const QString& key, const QString& accounts,
+                                 const QString& stockKey, const QString& market, const QString& accountName,
+                                 int commandId, int totalVolume)
+    : m_strName(name),
+      m_strKey(key),
+      m_strAccounts(accounts),
+      m_strAccountName(accountName),
+      m_strStockKey(stockKey),
+      m_strMarket(market),
+      m_nTotalVolume(totalVolume),
+      m_nCommandId(commandId) {}
+
+QString CBasketTaskItem::genKey(QString text, ksservice::EOperationType type) {
+  // One call with both texts: a "%1" inside the text must not be taken for a place.
+  return QStringLiteral("%1-%2").arg(text, QString::number(type));
+}
+
+void CBasketTaskItem::setParent(CBasketTaskItem* p) {
+  if (p == m_pParent) return;
+  m_pParent = p;
+  if (!p) return;
+  const QString prefix = p->m_strKey + QLatin1Char('-');
+  m_strKey.prepend(prefix);
+  for (CBasketTaskItem* child : qAsConst(m_children)) child->m_strKey.prepend(prefix);
+}
+
+void CBasketTaskItem::addChild(CBasketTaskItem* c) {
+  if (!c) return;
+  c->setParent(this);
+  m_children.append(c);
+}
+
+CBasketTaskItem* CBasketTaskItem::childAt(int i) const {
+  return i < 0 || i >= m_children.size() ? nullptr : m_children.at(i);
+}
+
+CBasketTaskItem* CBasketTaskItem::find(const QString& key) {
+  if (m_strKey == key) return this;
+  for (CBasketTaskItem* child : qAsConst(m_children)) {
+    if (CBasketTaskItem* found = child->find(key)) return found;
+  }
+  return nullptr;
+}
+
+void CBasketTaskItem::insertOrder(boost::shared_ptr<ksservice::COrderInfo>& o) {
+  if (o) m_mapOrders[o->getKey()] = o;
+}
+
+void CBasketTaskItem::getOrders(std::vector<boost::shared_ptr<ksservice::COrderInfo>>& out) {
+  if (m_children.isEmpty()) {
+    out.insert(out.end(), m_mapOrders.cbegin(), m_mapOrders.cend());
+    return;
+  }
+  for (CBasketTaskItem* child : qAsConst(m_children)) child->getOrders(out);
+}
+
+}  // namespace TC
