@@ -1,0 +1,32 @@
+#include "TaskKeys.h"
+
+#include <algorithm>
+
+namespace TC {
+namespace {
+
+constexpr int TYPE_DIGITS = 2;
+constexpr int ID_DIGITS = 8;
+constexpr int MAX_ID_DIGITS = 10;  // of an int; a row's tree key is longer than any display id
+
+}  // namespace
+
+QString taskKey(int taskId) { return QStringLiteral("组合任务") + QString::number(taskId); }
+
+QString taskDisplayId(int traderType, int taskId) {
+  return QStringLiteral("%1%2")
+      .arg(traderType, TYPE_DIGITS, 10, QLatin1Char('0'))
+      .arg(taskId, ID_DIGITS, 10, QLatin1Char('0'));
+}
+
+int taskIdOfDisplayId(const QString& displayId) {
+  const int digits = displayId.size();
+  if (digits < TYPE_DIGITS + ID_DIGITS || digits > TYPE_DIGITS + MAX_ID_DIGITS) return -1;
+  const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
+  if (!std::all_of(displayId.begin(), displayId.end(), isDigit)) return -1;
+  bool ok = false;
+  const int id = displayId.mid(TYPE_DIGITS).toInt(&ok);
+  return ok ? id : -1;
+}
+
+}  // namespace TC

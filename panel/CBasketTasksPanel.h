@@ -1,0 +1,122 @@
+#pragma once
+
+#include <QMap>
+#include <QSet>
+#include <atomic>
+#include <boost/shared_ptr.hpp>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "CJobQueue.h"
+#include "DetailCaches.h"
+#include "tc/ITradeDockableWidget.h"
+#include "utils/Subscription.h"
+
+namespace GV {
+class CAutoExpandToolBar;
+class CCheckBox;
+class CComboPushButton;
+}  // namespace GV
+
+namespace TC {
+
+class CBasketTask;
+class CHpfBasketStatusTable;
+
+typedef QMap<QString, boost::shared_ptr<CBasketTask>> TaskMap;
+
+/// The panel of basket tasks: it takes task details from the host, keeps one task object per basket, refreshes the
+/// status table from them once a second and carries out what the user asks for.
+///
+/// Threads: onTaskDetail comes on any thread and only files the detail; refreshes and loads run on the worker of the
+/// panel's job queue; everything else is the GUI thread's.
+class CBasketTasksPanel : public ITradeDockableWidget {
+  Q_OBJECT
+  Q_PROPERTY(int filter READ filter)
+  Q_PROPERTY(int runningCount READ runningCount)
+
+ public:
+  CBasketTasksPanel(int id, QWidget* parent);
+  ~CBasketTasksPanel() override;
+
+  void setParam(const QString& text) override;
+  QString param() const override;
+  void setTradeType(EMavTraderType type) override;
+  void onTaskDetail(const boost::shared_ptr<ksservice::IData>& data) override;
+  void deliverTaskDetail(const ksservice::CTaskDetailPtr& detail) override;
+  bool handleEvent(int eventId, int buttonId, int value, QString text, void* data) override;
+
+  /// Index of the task filter, 0 to 3.
+  int filter() const { return m_nFilter; }
+  /// Tasks whose root was running at the last recount.
+  int runningCount() const { return m_nRunningCount; }
+  /// Chooses the filter "执行中" and applies it.
+  void showRunning();
+
+ Q_SIGNALS:
+  /// A second way in for details; queued or direct, GUI thread.
+  void sigTaskDetail(ksservice::CTaskDetailPtr detail);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void createUi();
+  /// Called by the worker when a refresh has ended, through the GUI thread's queue.
+  void retartTimer();
+  void initTasks();
+  /// Applies what the worker staged, then the task filter of the index; unless skipFinished, the filter of finished
+  /// sub-tasks too. Recounts the running tasks.
+  void updateTable(int filter, bool skipFinished);
+
+ protected Q_SLOTS:
+  virtual void slotTimeout();
+  void slotTaskDetail(ksservice::CTaskDetailPtr detail);
+  void slotNewTradingDay(std::string date);
+  void onFoldAll(bool checked);
+  void onExpandAll(bool checked);
+
+ private:
+  // Feed (any thread)
+  bool isOwn(const ksservice::CTaskDetail& detail) const;
+  void announceError(const ksservice::CTaskDetail& detail);
+
+  // Refresh (worker)
+  void doUpdateTasks();
+  void applyTaskDetails(const DetailMap& details, unsigned day, QSet<QString>& changed);
+  void setHedgeParam(CBasketTask& task, const ksservice::COrderCommand& command);
+  boost::shared_ptr<CBasketTask> findTask(const QString& key) const;
+  boost::shared_ptr<CBasketTask> findOrCreateTask(const ksservice::CTaskDetail& detail, unsigned day);
+  boost::shared_ptr<CBasketTask> createTask(const ksservice::CTaskDetail& detail);
+  void stage(const QSet<QString>& changed);
+  TaskMap tasks() const;
+  unsigned day() const;
+
+  // Shell (GUI thread)
+  void fillToolBar(GV::CAutoExpandToolBar& bar);
+  void onToolBarButton(int id);
+  void onTaskButton(int action, const QString& text, const QString& taskKey);
+  void finishRefresh();
+  bool matchesFilter(int filter, int status) const;
+
+  std::atomic<int> m_nTraderType;  ///< EMavTraderType as the feed compares it; written by the GUI thread
+  int m_nFilter = 0;
+  int m_nRunningCount = 0;
+  double m_lastRefreshMSec = 0;
+  CHpfBasketStatusTable* m_pTable = nullptr;
+  GV::CComboPushButton* m_pFilterCombo = nullptr;
+  GV::CCheckBox* m_pFilterFinishedCheck = nullptr;
+
+  CDetailCaches m_caches;
+  std::mutex m_announcedMutex;         ///< guards the next; nothing else is locked under it
+  std::set<std::string> m_announced;   ///< keys of details whose execution error was shown
+
+  mutable std::mutex m_tasksMutex;  ///< guards the next two; nothing else is locked under it
+  TaskMap m_tasks;
+  unsigned m_nDay = 0;  ///< number of the trading day; a refresh of an earlier day makes no tasks
+
+  std::unique_ptr<CJobQueue> m_workQueue;
+  utils::CSubscriptionHandle m_subscription;
+};
+
+}  // namespace TC

@@ -1,0 +1,177 @@
+// The refresh cycle: the worker drains the caches into the tasks and stages the rows that changed; the GUI thread
+// applies them and arms the next refresh.
+#include <QMetaObject>
+#include <QThread>
+
+#include "CBasketTask.h"
+#include "CBasketTaskItem.h"
+#include "CBasketTasksPanel.h"
+#include "CHpfBasketDelegates.h"
+#include "CHpfBasketOptionDelegate.h"
+#include "CHpfBasketStatusTable.h"
+#include "TaskKeys.h"
+#include "ksservice/TraderCenter.h"
+#include "tc/CBasketHedgeManager.h"
+#include "tc/Services.h"
+#include "utils/Clock.h"
+#include "utils/Log.h"
+
+namespace TC {
+namespace {
+
+/// Refreshes start at most once in this time.
+constexpr int REFRESH_MSEC = 1000;
+
+/// A task is a QObject of the GUI thread, but the worker may hold its last reference.
+void releaseTask(CBasketTask* task) {
+  if (QThread::currentThread() == task->thread()) {
+    delete task;
+  } else {
+    task->deleteLater();
+  }
+}
+
+bool isEtfHedge(const ksservice::COrderCommand& command) {
+  return command.m_nBasketType == ksservice::ECBT_EtfHedge || command.m_nBasketType == ksservice::ECBT_EtfHedge2;
+}
+
+}  // namespace
+
+void CBasketTasksPanel::slotTimeout() {
+  m_workQueue->post(utils::EPanelJob::Refresh, [this] { doUpdateTasks(); });
+  m_lastRefreshMSec = utils::clockMSec();
+}
+
+void CBasketTasksPanel::retartTimer() {
+  const auto elapsed = static_cast<int>(utils::clockMSec() - m_lastRefreshMSec);
+  if (elapsed <= REFRESH_MSEC) {
+    utils::singleShot(REFRESH_MSEC - elapsed, this, [this] { slotTimeout(); });
+    return;
+  }
+  m_lastRefreshMSec = utils::clockMSec();
+  slotTimeout();
+}
+
+void CBasketTasksPanel::finishRefresh() {
+  updateTable(m_nFilter, false);
+  Q_EMIT sigRunningTasks(tradeType(), m_nRunningCount);
+  retartTimer();
+}
+
+// A queued call to this panel is dropped by Qt when the panel goes first, and the destructor ends the worker before.
+void CBasketTasksPanel::doUpdateTasks() {
+  const double start = utils::clock();
+  SDetailMaps work;
+  if (!m_caches.takeWork(work)) {
+    QMetaObject::invokeMethod(this, [this] { retartTimer(); }, Qt::QueuedConnection);
+    return;
+  }
+  m_pTable->beginRefresh();
+  QSet<QString> changed;
+  applyTaskDetails(work.task, day(), changed);
+  stage(changed);
+  QMetaObject::invokeMethod(this, [this] { finishRefresh(); }, Qt::QueuedConnection);
+  utils::logInfo(this, "CBasketTasksPanel::doUpdateTasks",
+                 "update cost: %1%, task cache: %2%, patch cache: %3%, hedge cache: %4%, status cache: %5%",
+                 utils::clock() - start, work.task.size(), work.patch.size(), work.hedge.size(), work.status.size());
+}
+
+void CBasketTasksPanel::applyTaskDetails(const DetailMap& details, unsigned day, QSet<QString>& changed) {
+  for (const auto& entry : details) {
+    ksservice::CTaskDetailPtr detail = entry.second;
+    if (!detail->m_pCommand) continue;
+    const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, day);
+    if (!task) continue;
+    setHedgeParam(*task, *detail->m_pCommand);
+    // Asked before the update, which files the detail: an unknown one changes the shape of the tree.
+    const bool known = task->contains(detail, EBTT_Own);
+    task->updateDetail(detail);
+    if (!known) m_pTable->clearTask(task);
+    changed.insert(task->getKey());
+  }
+}
+
+void CBasketTasksPanel::setHedgeParam(CBasketTask& task, const ksservice::COrderCommand& command) {
+  const char* const function = "CBasketTasksPanel::doUpdateTasks";
+  if (isEtfHedge(command)) {
+    utils::logInfo(this, function, "[cmd|%1%] [task|%2%-%3%] is etf hedge param.", command.m_nCommandId,
+                   command.m_nTaskId, command.m_strBasketName);
+    return;
+  }
+  ksservice::CBasketHedgeParam param;
+  if (getBasketHedgeManager().getHedgeParam(command.m_nCommandId, param)) {
+    task.setHedgeParam(param, true);
+    utils::logInfo(this, function, "command %1% set hedge param.", command.m_nCommandId);
+  } else {
+    utils::logInfo(this, function, "command %1% has no hedge param, do not set.", command.m_nCommandId);
+  }
+}
+
+TaskMap CBasketTasksPanel::tasks() const {
+  const std::lock_guard<std::mutex> lock(m_tasksMutex);
+  return m_tasks;
+}
+
+unsigned CBasketTasksPanel::day() const {
+  const std::lock_guard<std::mutex> lock(m_tasksMutex);
+  return m_nDay;
+}
+
+boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const QString& key) const {
+  const std::lock_guard<std::mutex> lock(m_tasksMutex);
+  return m_tasks.value(key);
+}
+
+boost::shared_ptr<CBasketTask> CBasketTasksPanel::findOrCreateTask(const ksservice::CTaskDetail& detail,
+                                                                   unsigned jobDay) {
+  const QString key = taskKey(detail.m_pCommand->m_nTaskId);
+  if (boost::shared_ptr<CBasketTask> known = findTask(key)) return known;
+  boost::shared_ptr<CBasketTask> task = createTask(detail);
+  const std::lock_guard<std::mutex> lock(m_tasksMutex);
+  if (m_nDay != jobDay) return nullptr;
+  m_tasks.insert(key, task);
+  return task;
+}
+
+boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CTaskDetail& detail) {
+  const ksservice::COrderCommand& command = *detail.m_pCommand;
+  boost::shared_ptr<CBasketTask> task(
+      new CBasketTask(taskKey(command.m_nTaskId), command.m_nTaskId, command.m_nCommandId), releaseTask);
+  const QString displayId = taskDisplayId(command.m_nTraderType, command.m_nTaskId);
+  task->getRoot()->setHpfTreeKey(displayId);
+  task->moveToThread(thread());
+  CHpfBasketOptionDelegate* options = m_pTable->getTaskOptionDelegate();
+  connect(task.get(), SIGNAL(sigTaskStatus(QString, int, int)), options, SLOT(slotTaskStatus(QString, int, int)));
+  connect(task.get(), SIGNAL(sigTaskOrder(QString, int, int)), m_pTable->getTaskOrderDelegate(),
+          SLOT(slotTaskOrder(QString, int, int)));
+  connect(task.get(), SIGNAL(sigPatchCreateTask(QString)), this, SIGNAL(sigPatchCreateTask(QString)));
+  return task;
+}
+
+void CBasketTasksPanel::stage(const QSet<QString>& changed) {
+  for (const QString& key : changed) {
+    if (const boost::shared_ptr<CBasketTask> task = findTask(key)) m_pTable->updateTask(task, false);
+  }
+}
+
+void CBasketTasksPanel::initTasks() {
+  const unsigned jobDay = day();
+  m_pTable->beginRefresh();
+  QSet<QString> loaded;
+  for (ksservice::CTaskDetailPtr detail : ksservice::TraderCenter::instance().getDataCenter().taskDetails()) {
+    if (!isOwn(*detail)) continue;
+    const ksservice::COrderCommand& command = *detail->m_pCommand;
+    const bool basket = command.m_nBasketType == ksservice::ECBT_Basket && !command.m_bPatch;
+    if (!basket && !isEtfHedge(command)) continue;
+    const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, jobDay);
+    if (!task) continue;
+    ksservice::CBasketHedgeParam param;
+    if (loadHedgeParam(command.m_nCommandId, param)) task->setHedgeParam(param, false);
+    task->updateDetail(detail);
+    loaded.insert(task->getKey());
+  }
+  stage(loaded);
+  QMetaObject::invokeMethod(this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
+}
+
+}  // namespace TC

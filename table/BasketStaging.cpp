@@ -1,0 +1,231 @@
+#include "BasketStaging.h"
+
+#include <QSet>
+#include <algorithm>
+#include <utility>
+
+#include "CBasketTask.h"
+#include "CBasketTaskItem.h"
+#include "ksservice/Operations.h"
+#include "tc/CExchangeClient.h"
+#include "tc/Services.h"
+
+namespace TC {
+namespace {
+
+int msecOfDay(const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; }
+
+SRowFigures figuresOf(const CBasketTaskItem& node) {
+  SRowFigures figures;
+  figures.tradedAmount = node.m_dTradedAmount;
+  figures.totalAmount = node.m_dTotalAmount;
+  figures.totalVolume = node.m_nTotalVolume;
+  figures.tradedVolume = node.m_nFinishedVolume;
+  figures.canceledCount = node.m_nCanceledCount;
+  figures.orderCount = node.m_nOrderCount;
+  figures.orderCount2 = node.m_nOrderCount2;
+  figures.status = node.m_nStatus;
+  figures.startMSec = msecOfDay(node.m_startTime);
+  figures.endMSec = msecOfDay(node.m_endTime);
+  return figures;
+}
+
+/// A row keeps the first start time that it showed, and the latest end time while its node has one.
+void keepTimes(const SRowFigures& shown, SRowFigures& figures) {
+  if (shown.startMSec >= 0) figures.startMSec = shown.startMSec;
+  if (figures.endMSec >= 0 && shown.endMSec > figures.endMSec) figures.endMSec = shown.endMSec;
+}
+
+/// The code of a node's instrument: its stock key without the market, or, for a hedge row, the key as it is.
+QString codeOf(const CBasketTaskItem& node) {
+  const QString prefix = node.m_strMarket + QLatin1Char('.');
+  return node.m_strStockKey.startsWith(prefix) ? node.m_strStockKey.mid(prefix.size()) : node.m_strStockKey;
+}
+
+/// The key with which the node was made: what stands behind its parent's key.
+QString madeKey(const CBasketTaskItem& node, int taskId) {
+  const CBasketTaskItem* parent = node.parent();
+  return parent ? node.m_strKey.mid(parent->m_strKey.size() + 1) : QString::number(taskId);
+}
+
+/// The row key of a node: the node's own key, which holds the task's, and for the second of two accounts that share
+/// a display id the account's key too. The one place where row keys are formed.
+QString rowKey(const CBasketTaskItem& node, QSet<QString>& taken) {
+  QString key = node.m_strKey;
+  if (taken.contains(key)) key += QLatin1Char('@') + QString::fromStdString(node.m_strAccountKey);
+  while (taken.contains(key)) key += QLatin1Char('@');
+  taken.insert(key);
+  return key;
+}
+
+struct SNode {
+  const CBasketTaskItem* item;
+  int parent;
+  int depth;
+};
+
+/// The nodes of a task in pre-order: the order of its rows.
+void flatten(const CBasketTaskItem& node, int parent, int depth, std::vector<SNode>& out) {
+  const int index = static_cast<int>(out.size());
+  out.push_back({&node, parent, depth});
+  for (const CBasketTaskItem* child : node.m_children) flatten(*child, index, depth + 1, out);
+}
+
+std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>& nodes) {
+  std::vector<SRowShape> shape;
+  shape.reserve(nodes.size());
+  QSet<QString> taken;
+  for (const SNode& node : nodes) {
+    const CBasketTaskItem& item = *node.item;
+    SRowShape row;
+    row.key = rowKey(item, taken);
+    row.nodeKey = item.m_strKey;
+    row.treeKey = item.m_strHpfTreeKey;
+    row.displayName = item.m_strName;
+    row.scriptName = madeKey(item, task.getGroupId());
+    row.market = item.m_strMarket;
+    row.code = codeOf(item);
+    row.operations = item.m_vecOperations;
+    row.parent = node.parent;
+    row.depth = node.depth;
+    row.hedge = &item == task.getHedgeItem();
+    shape.push_back(std::move(row));
+  }
+  return shape;
+}
+
+int hedgeRowOf(const std::vector<SRowShape>& shape) {
+  const auto row = std::find_if(shape.begin(), shape.end(), [](const SRowShape& r) { return r.hedge; });
+  return row == shape.end() ? -1 : static_cast<int>(row - shape.begin());
+}
+
+QString instrumentName(const SRowShape& row) {
+  if (row.code.isEmpty()) return QString();
+  const auto info = getExchangeClient().getCodeInfo(row.market.toStdString(), row.code.toStdString());
+  return info ? QString::fromStdString(info->m_strName) : QString();
+}
+
+SRowTexts textsOf(const CBasketTaskItem& node, const SRowShape& row) {
+  SRowTexts texts;
+  texts.account = node.m_strAccounts;
+  if (node.isEmpty()) texts.accountName = node.m_strAccountName;
+  texts.instrumentName = instrumentName(row);
+  texts.statusText = node.m_strRemark;
+  texts.investRemark = node.m_strCommandText;
+  texts.algoTag = node.m_strLocalInfoKey;
+  if (row.parent < 0) texts.tradeParam = orderTypeToString(node.m_nOrderType);
+  return texts;
+}
+
+/// Compares in place: texts seldom change, and copying them for every row of every refresh would be most of its cost.
+/// A name, once known, is not looked up again; an unknown instrument is, since the host may have learnt it.
+bool sameTexts(const CBasketTaskItem& node, const SRowShape& row, const SRowTexts& shown) {
+  return shown.account == node.m_strAccounts && shown.statusText == node.m_strRemark &&
+         shown.investRemark == node.m_strCommandText && shown.algoTag == node.m_strLocalInfoKey &&
+         (!node.isEmpty() || shown.accountName == node.m_strAccountName) &&
+         (row.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType)) &&
+         (!shown.instrumentName.isEmpty() || shown.instrumentName == instrumentName(row));
+}
+
+bool sameTexts(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
+               const std::vector<SRowTexts>& shown) {
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (!sameTexts(*nodes[i].item, shape[i], shown[i])) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void CBasketStaging::beginRefresh() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_nRefreshDay = m_nDay;
+}
+
+void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
+  if (!task || !task->getRoot()) return;
+  SStagedTask staged;
+  {
+    const boost::recursive_mutex::scoped_lock lock(task->mutex());
+    SLast& last = m_last[task->getKey()];
+    // A new day brings new task objects under old keys, and a batch of the old day never arrived.
+    if (last.task.lock() != task || last.day != m_nRefreshDay) {
+      last = SLast();
+      last.task = task;
+      last.day = m_nRefreshDay;
+    }
+    walk(*task, last, staged);
+  }
+  staged.task = task;
+  put(std::move(staged));
+}
+
+void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& staged) {
+  std::vector<SNode> nodes;
+  if (last.figures) nodes.reserve(last.figures->size());
+  flatten(*task.getRoot(), -1, 0, nodes);
+  const bool sameShape = last.shape && last.shapeVersion == task.shapeVersion();
+  if (!sameShape) {
+    staged.shape = last.shape = std::make_shared<const std::vector<SRowShape>>(shapeOf(task, nodes));
+    last.shapeVersion = task.shapeVersion();
+    last.hedgeRow = hedgeRowOf(*last.shape);
+  }
+
+  std::vector<SRowFigures> figures;
+  figures.reserve(nodes.size());
+  for (const SNode& node : nodes) {
+    figures.push_back(figuresOf(*node.item));
+    if (sameShape) keepTimes((*last.figures)[figures.size() - 1], figures.back());
+  }
+  staged.figures = last.figures = std::make_shared<const std::vector<SRowFigures>>(std::move(figures));
+
+  if (!sameShape || !sameTexts(nodes, *last.shape, *last.texts)) {
+    std::vector<SRowTexts> texts;
+    texts.reserve(nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(*nodes[i].item, (*last.shape)[i]));
+    staged.texts = last.texts = std::make_shared<const std::vector<SRowTexts>>(std::move(texts));
+  }
+  staged.facts = {task.getKey(), task.getRoot()->m_strHpfTreeKey, task.getBasketName(), task.getGroupId(),
+                  last.hedgeRow};
+}
+
+void CBasketStaging::stageClear(const QString& taskKey) {
+  m_last.erase(taskKey);
+  SStagedTask staged;
+  staged.facts.taskKey = taskKey;
+  staged.clear = true;
+  put(std::move(staged));
+}
+
+void CBasketStaging::put(SStagedTask staged) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  if (m_nRefreshDay != m_nDay) return;
+  SStagedTask& waiting = m_staged[staged.facts.taskKey];
+  if (!staged.clear) {
+    // What the GUI thread has not taken yet stays valid where the newer copy brings nothing of its own.
+    staged.clear = waiting.clear;
+    if (!staged.shape) staged.shape = std::move(waiting.shape);
+    if (!staged.texts) staged.texts = std::move(waiting.texts);
+  }
+  waiting = std::move(staged);
+}
+
+std::vector<SStagedTask> CBasketStaging::take() {
+  std::map<QString, SStagedTask> staged;
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    staged.swap(m_staged);
+  }
+  std::vector<SStagedTask> tasks;
+  tasks.reserve(staged.size());
+  for (auto& entry : staged) tasks.push_back(std::move(entry.second));
+  return tasks;
+}
+
+void CBasketStaging::startNewDay() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  ++m_nDay;
+  m_staged.clear();
+}
+
+}  // namespace TC

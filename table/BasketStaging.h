@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QMap>
+#include <boost/shared_ptr.hpp>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "StagedTask.h"
+
+namespace TC {
+
+class CBasketTask;
+
+/// Carries rows from the panel's worker to the GUI thread.
+///
+/// Why: the worker must never touch what the view paints, and the GUI thread must never wait for a refresh. The
+/// worker walks a changed task under the task's mutex and stages copies; the GUI thread takes everything that was
+/// staged by one swap. Figures are staged on each call, texts and the shape of the tree only when they changed, by
+/// comparison with what was staged last, which is shared with the table and not copied.
+class CBasketStaging {
+ public:
+  /// Stages the task's rows as they are now. Worker thread (or any, one at a time for one task).
+  void stageTask(const boost::shared_ptr<CBasketTask>& task);
+  /// Stages that the task's rows go; a stageTask that follows brings them anew. As stageTask.
+  void stageClear(const QString& taskKey);
+
+  /// Everything staged since the last call, in task-key order. GUI thread.
+  std::vector<SStagedTask> take();
+  /// Drops what was staged and what is being staged by a refresh that began earlier. GUI thread.
+  void startNewDay();
+
+  /// The trading day on which a refresh works; batches of an earlier day are dropped. Worker thread, at its start.
+  void beginRefresh();
+
+ private:
+  struct SLast {
+    boost::weak_ptr<CBasketTask> task;
+    unsigned day = 0;
+    unsigned shapeVersion = 0;
+    int hedgeRow = -1;
+    ShapePtr shape;
+    TextsPtr texts;
+    FiguresPtr figures;
+  };
+
+  static void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
+  void put(SStagedTask staged);
+
+  std::map<QString, SLast> m_last;  ///< the worker's own
+  unsigned m_nRefreshDay = 0;       ///< the worker's own
+  std::mutex m_mutex;               ///< guards the two below; nothing else is done under it
+  std::map<QString, SStagedTask> m_staged;
+  unsigned m_nDay = 0;
+};
+
+}  // namespace TC

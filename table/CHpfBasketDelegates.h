@@ -1,0 +1,43 @@
+/// The delegates of the status table that show a text or a bar. GUI thread.
+#pragma once
+
+#include <functional>
+
+#include "gv/CBaseTableColumnDelegate.h"
+
+namespace TC {
+
+/// Plain texts of the columns for trade parameters and investment remark.
+class CHpfBasketTypeDelegate : public GV::CBaseTableColumnSimpleTextDelegate {
+  Q_OBJECT
+
+ public:
+  using GV::CBaseTableColumnSimpleTextDelegate::CBaseTableColumnSimpleTextDelegate;
+};
+
+/// A bar along the lower edge of the cell, as long as the share that is done.
+class CHpfBasketProgressDelegate : public GV::CBaseTableColumnWidgetDelegate {
+  Q_OBJECT
+
+ public:
+  using GV::CBaseTableColumnWidgetDelegate::CBaseTableColumnWidgetDelegate;
+
+  void paintWidget(QPainter& painter, const QRect& cell, const QString& text) const;
+};
+
+/// How many orders of a row were reported and how many received.
+class CHpfBasketOrderDelegate : public GV::CBaseTableColumnSimpleTextDelegate {
+  Q_OBJECT
+
+ public:
+  using GV::CBaseTableColumnSimpleTextDelegate::CBaseTableColumnSimpleTextDelegate;
+
+ public Q_SLOTS:
+  /// Counts that a task announced for a row; they stand until the row's next data.
+  void slotTaskOrder(QString key, int reported, int received);
+
+ Q_SIGNALS:
+  void sigOrderCounts(QString key, int reported, int received);
+};
+
+}  // namespace TC

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QHash>
+#include <QVector>
+#include <functional>
+
+#include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+
+namespace TC {
+
+class CBasketTask;
+
+/// The operations of a task's row: one set of buttons a row, whose state follows the row's status. GUI thread.
+///
+/// Statuses come under tree keys, node keys or display ids; the table resolves them to row keys.
+class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate {
+  Q_OBJECT
+
+ public:
+  struct SRowRef {
+    QString key;                  ///< the row's key; known also before the row exists
+    CBasketTask* task = nullptr;  ///< null while the row does not exist
+  };
+  typedef std::function<SRowRef(const QString& key)> Resolver;
+
+  CHpfBasketOptionDelegate(Resolver resolver, QObject* parent);
+
+  /// Action code that a click on a button delivers with event 1140; -1 for an unknown button.
+  static int actionOf(int buttonId);
+  /// Disables what a click on a button disables.
+  void disableClicked(const QString& rowKey, int buttonId);
+  /// Forgets the rows; their sets come anew with their next status.
+  void clear();
+
+ public Q_SLOTS:
+  /// A status of a row with the basket set. A status that the row has already changes nothing, unless the type is 13.
+  void slotTaskStatus(QString key, int status, int type);
+  /// The same for hosts that list single tasks, with the smaller set of buttons.
+  void slotTaskStatusSingle(QString key, int status, int type);
+  /// The operation of a row came to nothing: the next status is applied although it is the same.
+  void slotOperationEnded(QString key);
+
+ Q_SIGNALS:
+  /// A status was applied; task is null while the row does not exist.
+  void sigTaskStatus(TC::CBasketTask* task, QString key, int status);
+
+ private:
+  struct SState {
+    int status = 0;
+    int type = 0;
+    bool stale = true;  ///< the next status is applied whatever it is
+  };
+
+  /// False when there is nothing to apply. A row seen for the first time gets its buttons, hidden.
+  bool accept(const QString& key, int status, int type, bool single);
+  void applyBasketStatus(const QString& key, int status, int type);
+
+  Resolver m_resolver;
+  QHash<QString, SState> m_states;
+};
+
+}  // namespace TC

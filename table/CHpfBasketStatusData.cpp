@@ -1,0 +1,143 @@
+#include "CHpfBasketStatusData.h"
+
+#include <QTime>
+
+#include "gv/FormatNumber.h"
+#include "ksservice/Helpers.h"
+#include "ksservice/Operations.h"
+#include "tc/CUserConfig.h"
+#include "tc/Services.h"
+#include "utils/Keys.h"
+
+namespace TC {
+namespace {
+
+const QString SEPARATOR = QStringLiteral(" / ");
+const QString TEN_THOUSAND = QStringLiteral("万");
+const QString INVALID_NUMBER = QStringLiteral("非法值");
+
+/// Operations that move or vote securities and so have no amount.
+bool isAmountFree(const QVector<int>& operations) {
+  if (operations.isEmpty()) return false;
+  switch (operations.first()) {
+    case ksservice::EOT_CollateralIn:
+    case ksservice::EOT_CollateralOut:
+    case ksservice::EOT_BondRights:
+    case ksservice::EOT_ShareRights:
+    case ksservice::EOT_Vote:
+    case ksservice::EOT_CancelCommand:
+      return true;
+    default:
+      return false;
+  }
+}
+
+QString number(double value) { return GV::formatDoubleNumber(value, 2, 0, false, INVALID_NUMBER); }
+
+QString amountProgress(const CHpfBasketStatusData& row) {
+  if (isAmountFree(row.shape.operations)) return QStringLiteral("0.00 / 0.00");
+  const SRowFigures& f = row.figures;
+  const double right = f.tradedVolume == f.totalVolume ? f.tradedAmount : f.totalAmount;
+  if (f.totalAmount / 10000 - 1 < -0.00001) return number(f.tradedAmount) + SEPARATOR + number(right);
+  return number(f.tradedAmount / 10000) + TEN_THOUSAND + SEPARATOR + number(right / 10000) + TEN_THOUSAND;
+}
+
+bool isShownInUnits(const SRowShape& shape) {
+  const std::string market = utils::exchangeShortCode(shape.market.toStdString());
+  const std::string code = shape.code.toStdString();
+  return ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_SH_UNITS) ||
+         ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_SZ_UNITS);
+}
+
+QString quantityProgress(const CHpfBasketStatusData& row) {
+  const SRowFigures& f = row.figures;
+  if (getUserConfig().isRawQuantity() || !isShownInUnits(row.shape)) {
+    return QString::number(f.tradedVolume) + SEPARATOR + QString::number(f.totalVolume);
+  }
+  const double unit = ksservice::getStockTradeUnit(row.shape.market.toStdString(), row.shape.code.toStdString());
+  return QString::number(f.tradedVolume / unit, 'f', 2) + SEPARATOR + QString::number(f.totalVolume / unit, 'f', 2);
+}
+
+}  // namespace
+
+QString batchStatusToString(int status) {
+  switch (status) {
+    case EHBTS_Patching:
+      return QStringLiteral("补单中");
+    case EHBTS_PatchFailed:
+      return QStringLiteral("补单失败");
+    case EHBTS_PatchFinished:
+      return QStringLiteral("补单完成");
+    default:
+      return QString();
+  }
+}
+
+QString tradeTypeText(const QVector<int>& operations) {
+  if (operations.size() == 1) return ksservice::operationText(operations.first());
+  QString text;
+  for (int i = 0; i < operations.size(); ++i) {
+    if (i > 0) text += QLatin1Char('/');
+    text += operationToString(operations[i]);
+  }
+  return text;
+}
+
+const QColor* tradeTypeColor(const QVector<int>& operations) {
+  static const QColor buy(255, 0, 0);
+  static const QColor sell(0, 100, 0);
+  static const QColor mixed(0, 0, 255);
+  if (operations.size() != 1) return &mixed;
+  return ksservice::DataHelper::isBuy(operations.first()) ? &buy : &sell;
+}
+
+bool spansHedge(const CHpfBasketStatusData& row) {
+  return row.hedge && row.texts.account.contains(QLatin1Char('/'));
+}
+
+double amountOf(const CHpfBasketStatusData& row) {
+  if (spansHedge(row)) return row.figures.tradedAmount - row.hedge->tradedAmount;
+  return isAmountFree(row.shape.operations) ? 0 : row.figures.tradedAmount;
+}
+
+QString progressText(const CHpfBasketStatusData& row, EProcessDisplay mode) {
+  return mode == EPD_Quantity ? quantityProgress(row) : amountProgress(row);
+}
+
+double progressFraction(const QString& text) {
+  const QStringList parts = QString(text).remove(TEN_THOUSAND).split(SEPARATOR);
+  if (parts.size() < 2) return 0;
+  const double done = parts[0].toDouble();
+  const double total = parts[1].toDouble();
+  return done > 0 && total > 0 ? done / total : 0;
+}
+
+QString statusText(const QString& ownText, int status) {
+  if (!ownText.isEmpty() && status != ksservice::ETS_Finished) return ownText;
+  switch (status) {
+    case ksservice::ETS_Running:
+      return QStringLiteral("执行中");
+    case ksservice::ETS_Finished:
+      return QStringLiteral("已完成");
+    case ksservice::ETS_Paused:
+      return QStringLiteral("已暂停");
+    case ksservice::ETS_Cancelled:
+    case ksservice::ETS_Dropped:
+      return QStringLiteral("已撤销");
+    case EHBTS_Patching:
+      return batchStatusToString(EHBTS_Patching);
+    default:
+      return ownText;
+  }
+}
+
+QString timeText(int msecOfDay) {
+  if (msecOfDay < 0) return QString();
+  return QTime::fromMSecsSinceStartOfDay(msecOfDay).toString(QStringLiteral("hh:mm:ss"));
+}
+
+QString orderText(int reported, int received) {
+  return QStringLiteral(" 已报%1 收到%2 ").arg(reported).arg(received);
+}
+
+}  // namespace TC

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QColor>
+
+#include "StagedTask.h"
+#include "ksservice/Enumerations.h"
+
+namespace TC {
+
+/// Statuses of the table beyond the host's ETaskStatus.
+enum EHpfBasketTaskStatus : int {
+  EHBTS_HedgeCancelled = -1,
+  EHBTS_Patching = 10000,
+  EHBTS_PatchFailed = 10001,
+  EHBTS_PatchFinished = 10002
+};
+
+/// How progress is shown; the value is part of the table's parameter string.
+enum EProcessDisplay : int { EPD_Amount = 0, EPD_Quantity = 1 };
+
+/// Text of a patch status, empty for any other value.
+QString batchStatusToString(int status);
+
+/// One row as its cells are formed from it: views on the arrays of its task. Cheap to make, made for each use; valid
+/// while the task's block stands.
+struct CHpfBasketStatusData {
+  const STaskFacts& facts;
+  const SRowShape& shape;
+  const SRowTexts& texts;
+  const SRowFigures& figures;
+  const SRowFigures* hedge;   ///< figures of the task's hedge row, null without one
+  const QString& statusText;  ///< the node's own status text, or what a status signal put in its place
+
+  bool isRoot() const { return shape.parent < 0; }
+};
+
+// The texts of the cells. Free functions of values: they are called for each cell that is painted, exported or asked
+// for. GUI thread.
+
+QString tradeTypeText(const QVector<int>& operations);
+/// Buy red, sell green, and blue for a mixed or empty list. Lives as long as the program.
+const QColor* tradeTypeColor(const QVector<int>& operations);
+/// The amount that column 7 shows; without the hedge's for a row that spans the stock and the hedge account.
+double amountOf(const CHpfBasketStatusData& row);
+/// Whether a row spans the stock and the hedge account, so that its amount is shown without the hedge's.
+bool spansHedge(const CHpfBasketStatusData& row);
+QString progressText(const CHpfBasketStatusData& row, EProcessDisplay mode);
+/// done / total of a progress text as the bar draws it; 0 (the bar is a stub) unless both are positive.
+double progressFraction(const QString& text);
+QString statusText(const QString& ownText, int status);
+/// "hh:mm:ss", empty for a negative time.
+QString timeText(int msecOfDay);
+QString orderText(int reported, int received);
+
+}  // namespace TC

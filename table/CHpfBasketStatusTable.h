@@ -1,0 +1,101 @@
+#pragma once
+
+#include <QMap>
+#include <boost/shared_ptr.hpp>
+#include <memory>
+
+#include "BasketStaging.h"
+#include "CHpfBasketOptionDelegate.h"
+#include "TaskBlock.h"
+#include "gv/CHpfTreeTable.h"
+
+namespace TC {
+
+class CBasketTask;
+class CHpfBasketOrderDelegate;
+
+/// The tree table of basket tasks: a root row for each task, below it the rows of the task's nodes.
+///
+/// Threads: beginRefresh, updateTask and clearTask only stage and are called by the panel's worker; everything else
+/// belongs to the GUI thread, which takes what was staged in applyStaged.
+class CHpfBasketStatusTable : public GV::CHpfTreeTable {
+  Q_OBJECT
+
+ public:
+  CHpfBasketStatusTable(int id, QWidget* parent);
+  ~CHpfBasketStatusTable() override;
+
+  // Staging, worker thread.
+  /// What is staged from now on belongs to the current trading day.
+  void beginRefresh() { m_staging.beginRefresh(); }
+  /// Stages every row of the task from its tree.
+  void updateTask(const boost::shared_ptr<CBasketTask>& task) { m_staging.stageTask(task); }
+  /// Stages that the task's rows go. Rows that an updateTask brings back under the same key keep their folding,
+  /// selection and buttons.
+  void clearTask(const CBasketTask& task);
+
+  /// Takes in what was staged.
+  void applyStaged();
+  /// Ends a pass of showTask, hideTask and filterFinished: the differences to what is shown are applied at once.
+  void endUpdate();
+  /// Drops every row, and what a refresh is staging.
+  void startNewDay();
+
+  /// Shows the task's root and the two levels below it. A folded row stays folded.
+  void showTask(const CBasketTask& task);
+  void hideTask(const CBasketTask& task);
+  /// on: hides the finished children of the root, and of each child the leading run of finished ones.
+  void filterFinished(const CBasketTask& task, bool on);
+  /// Status of the task's root as the rows show it; -1 without rows.
+  int shownStatus(const CBasketTask& task) const;
+
+  /// Finds the task and the node's key of a row by its key, the node's key, its tree key or a display id.
+  bool getBasketTaskItemByKey(const QString& key, boost::shared_ptr<CBasketTask>& task, QString& nodeKey) const;
+  /// Null for an unknown key; the key may be any of those above.
+  StatusRowPtr getDataByKey(const QString& key) const;
+
+  CHpfBasketOptionDelegate* getTaskOptionDelegate() const { return m_pOptionDelegate; }
+  CHpfBasketOrderDelegate* getTaskOrderDelegate() const { return m_pOrderDelegate; }
+
+  /// The table's state as one text; see setParam.
+  QString param() const;
+  void setParam(const QString& text);
+  EProcessDisplay processDisplayMode() const { return m_eProcessDisplay; }
+
+  bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
+
+  int getColumnAdjustedWidth(int column) const override;
+  int getAdjustVisibleRowsColumnWidth(int column) const override;
+
+ public Q_SLOTS:
+  /// A status that the option delegate applied; task is null while its row does not exist.
+  void slotTaskStatus(TC::CBasketTask* task, QString key, int status);
+  /// Quantity texts follow the new trading unit.
+  void slotUpdateStockUnit();
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+
+ private:
+  void createUi();
+  void createDelegates();
+  void setProcessDisplay(EProcessDisplay mode);
+  void onOptionClicked(const QString& rowKey, int buttonId);
+  void onOrderCounts(const QString& key, int reported, int received);
+
+  void apply(const SStagedTask& staged);
+  void reshape(CTaskBlock& block, const SStagedTask& staged);
+  void removeBlock(const QString& taskKey);
+  CTaskBlock* blockOf(const CBasketTask& task) const;
+  CTaskBlock* blockOf(const QString& taskKey) const;
+  CHpfBasketOptionDelegate::SRowRef resolve(const QString& key) const;
+
+  CBasketStaging m_staging;
+  EProcessDisplay m_eProcessDisplay = EPD_Amount;
+  QHash<QString, std::shared_ptr<CTaskBlock>> m_blocks;  ///< by task key
+  CHpfBasketOptionDelegate* m_pOptionDelegate = nullptr;
+  CHpfBasketOrderDelegate* m_pOrderDelegate = nullptr;
+};
+
+}  // namespace TC

@@ -1,0 +1,55 @@
+#include "CHpfBasketStatusTableData.h"
+
+#include <limits>
+
+#include "BasketColumns.h"
+#include "TaskBlock.h"
+#include "gv/CUiResource.h"
+
+namespace TC {
+
+void CHpfBasketStatusTableData::bind(CTaskBlock* block, int row) {
+  m_pBlock = block;
+  m_nRow = row;
+}
+
+CHpfBasketStatusData CHpfBasketStatusTableData::data() const { return m_pBlock->data(m_nRow); }
+
+QString CHpfBasketStatusTableData::displayName() const { return data().shape.displayName; }
+
+QString CHpfBasketStatusTableData::scriptName() const { return data().shape.scriptName; }
+
+int CHpfBasketStatusTableData::sortOrder() const {
+  return m_nRow == 0 ? m_pBlock->facts().taskId : std::numeric_limits<int>::max();
+}
+
+QString CHpfBasketStatusTableData::text(int column) const {
+  if (column < 0 || column >= EBC_Count) return QString();
+  const CellText form = basketColumns()[static_cast<std::size_t>(column)].text;
+  return form ? form(data(), m_mode) : QString();
+}
+
+double CHpfBasketStatusTableData::number(int column) const {
+  return column == EBC_Amount && m_nRow == 0 ? amountOf(data()) : 0;
+}
+
+double CHpfBasketStatusTableData::sortNumber(int column) const {
+  if (column < 0 || column >= EBC_Count) return 0;
+  const SortFigure figure = basketColumns()[static_cast<std::size_t>(column)].sortFigure;
+  return figure ? figure(data()) : 0;
+}
+
+double CHpfBasketStatusTableData::getChangedValue(int column) {
+  if (column != EBC_Amount || m_nReadVersion == m_pBlock->version()) return 0;
+  m_nReadVersion = m_pBlock->version();
+  return m_pBlock->amountChange(m_nRow);
+}
+
+const QColor* CHpfBasketStatusTableData::textColor(int column) const {
+  if (column == EBC_TradeType) return tradeTypeColor(data().shape.operations);
+  return GV::CUiResource::instance().getColor(QStringLiteral("clr_text_default"));
+}
+
+bool CHpfBasketStatusTableData::inStatistics() const { return m_nRow == 0; }
+
+}  // namespace TC

@@ -1,0 +1,79 @@
+/// What the panel's worker hands to the status table for one task: immutable arrays, one entry a row, so that the GUI
+/// thread takes a whole task by exchanging pointers.
+#pragma once
+
+#include <QString>
+#include <QVector>
+#include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
+#include <memory>
+#include <vector>
+
+namespace TC {
+
+class CBasketTask;
+
+/// The figures of one row. Volumes in shares or lots, amounts in CNY, times in milliseconds of the day (-1: none).
+struct SRowFigures {
+  double tradedAmount = 0;
+  double totalAmount = 0;
+  int totalVolume = 0;
+  int tradedVolume = 0;
+  int canceledCount = 0;
+  int orderCount = 0;
+  int orderCount2 = 0;
+  int status = 0;
+  int startMSec = -1;
+  int endMSec = -1;
+};
+
+/// The texts of one row that may change without a change of the tree.
+struct SRowTexts {
+  QString account;
+  QString accountName;  ///< empty for a row with children
+  QString instrumentName;
+  QString statusText;
+  QString investRemark;
+  QString algoTag;
+  QString tradeParam;
+};
+
+/// What a row is: fixed until the task's tree changes its shape.
+struct SRowShape {
+  QString key;          ///< the row's key in the table, unique in the whole table
+  QString nodeKey;      ///< CBasketTaskItem::getKey
+  QString treeKey;      ///< CBasketTaskItem::m_strHpfTreeKey
+  QString displayName;  ///< text of the tree column
+  QString scriptName;   ///< the key with which the node was made; the task id for a root
+  QString market;       ///< empty when the instrument is unknown to the host
+  QString code;
+  QVector<int> operations;  ///< EOperationType values
+  int parent = -1;          ///< index of the parent row, -1 for the root
+  int depth = 0;
+  bool hedge = false;
+};
+
+/// Facts of the whole task that its root row shows.
+struct STaskFacts {
+  QString taskKey;
+  QString displayId;
+  QString basketName;
+  int taskId = 0;
+  int hedgeRow = -1;  ///< index of the hedge row, -1 without one
+};
+
+typedef std::shared_ptr<const std::vector<SRowFigures>> FiguresPtr;
+typedef std::shared_ptr<const std::vector<SRowTexts>> TextsPtr;
+typedef std::shared_ptr<const std::vector<SRowShape>> ShapePtr;
+
+/// One task of a batch. Rows stand in pre-order: entry 0 is the root, a parent comes before its children.
+struct SStagedTask {
+  boost::weak_ptr<CBasketTask> task;
+  STaskFacts facts;
+  bool clear = false;  ///< the task's rows go (and come anew when shape is set)
+  ShapePtr shape;      ///< null while the tree kept its shape
+  TextsPtr texts;      ///< null while no text changed
+  FiguresPtr figures;  ///< null when the task was only cleared
+};
+
+}  // namespace TC

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QHash>
+#include <memory>
+#include <vector>
+
+#include "CHpfBasketStatusData.h"
+#include "CHpfBasketStatusTableData.h"
+#include "StagedTask.h"
+
+namespace TC {
+
+/// The rows of one task as the table holds them: the arrays that the worker staged last, and the row records that
+/// view them. GUI thread only.
+class CTaskBlock {
+ public:
+  explicit CTaskBlock(QString taskKey) { m_facts.taskKey = std::move(taskKey); }
+  CTaskBlock(const CTaskBlock&) = delete;
+  CTaskBlock& operator=(const CTaskBlock&) = delete;
+
+  /// Takes a batch in by exchanging pointers; the row data of a refresh has the last word over earlier signals.
+  void take(const SStagedTask& staged);
+
+  boost::shared_ptr<CBasketTask> task() const { return m_task.lock(); }
+  const STaskFacts& facts() const { return m_facts; }
+  const std::vector<SRowShape>& shape() const { return *m_shape; }
+  const std::vector<SRowFigures>& figures() const { return *m_figures; }
+  int size() const { return m_shape ? static_cast<int>(m_shape->size()) : 0; }
+
+  CHpfBasketStatusData data(int row) const;
+  /// The amount's change by the batch that was taken last.
+  double amountChange(int row) const;
+  /// Grows with each batch.
+  unsigned version() const { return m_nVersion; }
+
+  /// Puts a text in the place of the root's own status text until the next batch.
+  void setRootStatusText(const QString& text);
+  /// Order counts that were announced after the last batch.
+  void setOrderCounts(int row, int reported, int received) { m_orderCounts[row] = {reported, received}; }
+  std::pair<int, int> orderCounts(int row) const;
+
+  /// The row records, in the order of the arrays.
+  std::vector<boost::shared_ptr<CHpfBasketStatusTableData>> rows;
+  /// Whether a filter hides the row: what the table shows now, and what it is to show after the current pass.
+  std::vector<bool> hidden;
+  std::vector<bool> wantHidden;
+
+ private:
+  boost::weak_ptr<CBasketTask> m_task;
+  STaskFacts m_facts;
+  ShapePtr m_shape;
+  TextsPtr m_texts;
+  FiguresPtr m_figures;
+  FiguresPtr m_previous;  ///< figures before the last batch, null when the rows came anew
+  QString m_strRootStatusText;
+  bool m_bRootStatusTextSet = false;
+  QHash<int, std::pair<int, int>> m_orderCounts;
+  unsigned m_nVersion = 0;
+};
+
+}  // namespace TC
