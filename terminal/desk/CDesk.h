@@ -1,0 +1,172 @@
+#pragma once
+
+#include <QTimeZone>
+#include <boost/shared_ptr.hpp>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "CJobGate.h"
+#include "CSubscribers.h"
+#include "IDeskObserver.h"
+#include "InstrumentMap.h"
+#include "ksservice/CBasketHedgeParam.h"
+#include "ksservice/CTaskDetail.h"
+#include "tc/CExchangeClient.h"
+#include "tc/CQuoteClient.h"
+#include "tc/CTradeClient.h"
+
+namespace desk {
+
+/// What the user's settings say.
+struct SSettings {
+  bool m_bHasRevokeTask = true;
+  bool m_bHasUpStopPrice = true;
+  bool m_bRawQuantity = false;
+  bool m_bQuietActivation = false;
+  std::string m_strOrderSetting;  ///< the first stored order setting
+};
+
+/// Who is logged in, and when.
+struct SSession {
+  std::string m_strUser;
+  std::string m_strLogin;  ///< login identity text
+  int m_nTraderType = EMTT_Stock;
+  qint64 m_nNow = 0;  ///< time of the host's time service, seconds since the epoch
+  QTimeZone m_timeZone = QTimeZone::utc();
+  SSettings m_settings;
+};
+
+struct SAccount {
+  boost::shared_ptr<const ksservice::CAccountInfo> m_pInfo;  ///< never null
+  bool m_bConfigured = true;                                 ///< the user configuration has data for it
+  bool m_bLoginReady = true;
+  bool m_bFiltered = false;      ///< the user filtered it out
+  bool m_bBrokerMatches = true;  ///< its broker's type matches the trader type
+};
+
+struct SQuoteUpdate {
+  std::string m_strMarket;
+  std::string m_strCode;
+  TC::CQuote m_quote;
+};
+
+/// How a task detail reaches the panel: by the data centre's feed, by the panel's signal, or not at all. It is placed
+/// in the data centre in each case.
+enum class EVia { Feed, Signal, Store };
+
+/// What is known of the order with a tag; null: nothing (any more).
+typedef std::pair<ksservice::CMavOrderTag, ksservice::COrderDetailPtr> OrderDetailEntry;
+
+struct SPublication {
+  ksservice::CTaskDetailPtr m_pDetail;           ///< never null; not changed by anybody from now on
+  std::vector<OrderDetailEntry> m_orderDetails;  ///< those that changed since the last publication
+  EVia m_eVia = EVia::Feed;
+  bool m_bCommandKnown = true;  ///< the command record is entered in the command centre too
+};
+
+/// The state behind every host service, filled by one driver (an engine, a journal player). Any thread may read at any
+/// time; changes come from the driver's thread. Calls nobody under its lock.
+class CDesk {
+ public:
+  typedef std::function<void(const ksservice::CTaskDetailPtr&)> SignalHook;
+
+  CDesk() = default;
+  CDesk(const CDesk&) = delete;
+  CDesk& operator=(const CDesk&) = delete;
+
+  // What drivers say. While a recording is made a call may wait for the end of a panel's job.
+  void setSession(const SSession& session);
+  /// Moves the time of the host's time service; no observer is told.
+  void setNow(qint64 seconds);
+  /// Adds the account or replaces the one with its key.
+  void addAccount(const SAccount& account);
+  void setInstrument(const TC::CCodeInfo& info);
+  void setQuote(const std::string& market, const std::string& code, const TC::CQuote& quote);
+  void setQuotes(const std::vector<SQuoteUpdate>& quotes);
+  void setCommand(const boost::shared_ptr<const ksservice::COrderCommand>& command);
+  void setHedgeParam(EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param);
+  void setHedgeState(int groupId, int status);
+  void setProgress(const std::string& detailKey, const TC::CTaskProgress& progress);
+  /// Stores the detail and what came with it, then tells the panel on the calling thread.
+  void publishTask(const SPublication& publication);
+
+  // What services read.
+  SSession session() const;
+  std::string userName() const;
+  std::string loginIdentity() const;
+  SSettings settings() const;
+  QTimeZone timeZone() const;
+  /// Accounts in the order in which they were added.
+  std::vector<SAccount> accounts() const;
+  /// False for an account that nobody added.
+  bool findAccount(const std::string& key, SAccount& account) const;
+  /// Null for an unknown instrument; market may be a market or an exchange short code.
+  boost::shared_ptr<const TC::CCodeInfo> codeInfo(const std::string& market, const std::string& code) const;
+  bool quote(const std::string& market, const std::string& code, TC::CQuote& quote) const;
+  /// Null for an unknown command.
+  boost::shared_ptr<const ksservice::COrderCommand> command(int commandId) const;
+  bool hedgeParam(EHedgeSource source, int commandId, ksservice::CBasketHedgeParam& param) const;
+  int hedgeState(int groupId) const;
+  /// Null while nothing was reported.
+  boost::shared_ptr<const TC::CTaskProgress> progress(const std::string& detailKey) const;
+  /// The newest detail of every key, in key order.
+  std::vector<ksservice::CTaskDetailPtr> taskDetails() const;
+  /// Null for an unknown key.
+  ksservice::CTaskDetailPtr taskDetail(const std::string& key) const;
+  ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const;
+
+  // What the panel asks for, through the services. Any thread; never waits for a job.
+  utils::CSubscriptionHandle subscribeTasks(ksservice::DataCallback callback);
+  void updateData(const ksservice::CTaskDetailPtr& detail);
+  void giveHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param);
+  /// From now on the hedge manager has no parameters for the command of the group: a hedge is started once by them, and
+  /// not again after it was paused, stopped or reached its limit.
+  void startHedge(int groupId);
+  void showMsg(const QString& text, int kind);
+
+  /// Takes details that are published with EVia::Signal; an empty one drops them. Any thread, while none is published.
+  void setSignalHook(SignalHook hook);
+  /// An observer is told from now on until it is removed. GUI thread, while no driver runs.
+  void addObserver(IDeskObserver* observer);
+  void removeObserver(IDeskObserver* observer);
+  /// Calls what for each observer; for the services.
+  void tellObservers(const std::function<void(IDeskObserver&)>& what) const;
+
+  CJobGate& gate() { return m_gate; }
+
+ private:
+  struct STagHash {
+    std::size_t operator()(const ksservice::CMavOrderTag& tag) const { return tag.hash(); }
+  };
+
+  void enterCommand(const boost::shared_ptr<const ksservice::COrderCommand>& command);
+  void store(const SPublication& publication);
+
+  CJobGate m_gate;
+  CSubscribers m_subscribers;
+
+  mutable std::shared_mutex m_mutex;  ///< guards everything below but the observers
+  SSession m_session;
+  std::vector<SAccount> m_accounts;
+  CInstrumentMap<boost::shared_ptr<const TC::CCodeInfo>> m_instruments;
+  CInstrumentMap<TC::CQuote> m_quotes;
+  std::unordered_map<int, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;
+  std::map<std::pair<EHedgeSource, int>, ksservice::CBasketHedgeParam> m_hedgeParams;
+  std::unordered_map<int, int> m_hedgeCommands;  ///< group to the command whose parameters it was given last
+  std::unordered_map<int, int> m_hedgeStates;
+  std::unordered_map<std::string, boost::shared_ptr<const TC::CTaskProgress>> m_progress;
+  std::map<std::string, ksservice::CTaskDetailPtr> m_details;
+  std::unordered_map<ksservice::CMavOrderTag, ksservice::COrderDetailPtr, STagHash> m_orderDetails;
+  SignalHook m_signalHook;
+
+  mutable std::mutex m_observerMutex;
+  std::vector<IDeskObserver*> m_observers;
+};
+
+}  // namespace desk

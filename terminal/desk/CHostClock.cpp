@@ -1,0 +1,46 @@
+#include "CHostClock.h"
+
+#include <QTimer>
+#include <utility>
+
+#include "CDesk.h"
+
+namespace desk {
+
+CLiveClock::CLiveClock(const CDesk& desk) : m_desk(desk), m_start(std::chrono::steady_clock::now()) {}
+
+double CLiveClock::clockMSec() const {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - m_start).count();
+}
+
+QTimeZone CLiveClock::timeZone() const { return m_desk.timeZone(); }
+
+void CLiveClock::singleShot(int msec, QObject* context, std::function<void()> action) {
+  QTimer::singleShot(msec, context, std::move(action));
+}
+
+CManualClock::CManualClock(const CDesk& desk) : m_desk(desk) {}
+
+QTimeZone CManualClock::timeZone() const { return m_desk.timeZone(); }
+
+void CManualClock::singleShot(int, QObject* context, std::function<void()> action) {
+  m_pending.push_back({context, std::move(action)});
+}
+
+void CManualClock::advanceTo(double msec) {
+  if (msec > m_dMSec) m_dMSec = msec;
+}
+
+bool CManualClock::firePendingTimer() {
+  std::vector<SPending> pending;
+  pending.swap(m_pending);
+  bool fired = false;
+  for (const SPending& call : pending) {
+    if (!call.m_pContext) continue;
+    fired = true;
+    call.m_action();
+  }
+  return fired;
+}
+
+}  // namespace desk

@@ -1,0 +1,99 @@
+#include "CJobGate.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <chrono>
+#include <utility>
+
+namespace desk {
+namespace {
+
+bool onGuiThread() { return qApp && QThread::currentThread() == qApp->thread(); }
+
+}  // namespace
+
+void CJobGate::jobPosted(utils::EPanelJob) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  ++m_nJobs;
+}
+
+void CJobGate::jobBegins(utils::EPanelJob job) {
+  BeginHook hook;
+  {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_bRecording) m_changed.wait(lock, [this] { return m_nChangeDepth == 0; });
+    hook = m_hook;
+  }
+  // No change can start now: this job is still posted.
+  if (hook) hook(job);
+}
+
+void CJobGate::jobEnded(utils::EPanelJob) {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    --m_nJobs;
+  }
+  m_changed.notify_all();
+}
+
+void CJobGate::setRecording(bool on, BeginHook hook) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_bRecording = on;
+  m_hook = std::move(hook);
+}
+
+bool CJobGate::isIdle() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_nJobs == 0;
+}
+
+bool CJobGate::waitIdle(int msec) const {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  return m_changed.wait_for(lock, std::chrono::milliseconds(msec), [this] { return m_nJobs == 0; });
+}
+
+void CJobGate::whenIdle(std::function<void()> action) {
+  if (!mustWait()) {
+    action();
+    return;
+  }
+  // Asked again behind whatever is queued: what a job hands to the GUI thread stands before this call then.
+  QMetaObject::invokeMethod(
+      qApp, [this, action = std::move(action)]() mutable { whenIdle(std::move(action)); }, Qt::QueuedConnection);
+}
+
+bool CJobGate::mustWait() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_bRecording && m_nJobs > 0;
+}
+
+bool CJobGate::beginChange() {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  if (!m_bRecording) return false;
+  const std::thread::id self = std::this_thread::get_id();
+  const auto free = [this, self] { return m_nChangeDepth == 0 || m_changer == self; };
+  if (m_nChangeDepth == 0 || m_changer != self) {
+    // The GUI thread waits for the end of another change at most, which is short and waits for nothing itself.
+    const bool waitForJobs = !onGuiThread();
+    m_changed.wait(lock, [&] { return free() && (!waitForJobs || m_nJobs == 0); });
+  }
+  m_changer = self;
+  ++m_nChangeDepth;
+  return true;
+}
+
+void CJobGate::endChange() {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    --m_nChangeDepth;
+  }
+  m_changed.notify_all();
+}
+
+CJobGate::CChange::CChange(CJobGate& gate) : m_gate(gate), m_bHeld(gate.beginChange()) {}
+
+CJobGate::CChange::~CChange() {
+  if (m_bHeld) m_gate.endChange();
+}
+
+}  // namespace desk

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "utils/JobMonitor.h"
+
+namespace desk {
+
+/// Keeps the jobs of a panel's queue and the changes of the desk apart while a recording is made, so that the journal
+/// can say what the panel saw when. Counts the jobs always, so that a replay can wait for them.
+/// From the moment a job was posted, changes that come from host threads wait until no job is left; a job begins once
+/// the change that is under way has ended. The GUI thread is never held back.
+class CJobGate : public utils::IJobMonitor {
+ public:
+  /// Called where a job begins, on the worker, while no change is under way. Must not change the desk.
+  typedef std::function<void(utils::EPanelJob)> BeginHook;
+
+  void jobPosted(utils::EPanelJob job) override;
+  void jobBegins(utils::EPanelJob job) override;
+  void jobEnded(utils::EPanelJob job) override;
+
+  /// Whether jobs and changes exclude each other; the hook may be empty. GUI thread, while no job is posted.
+  void setRecording(bool on, BeginHook hook = {});
+
+  /// True when no job is posted or runs. Any thread.
+  bool isIdle() const;
+  /// Waits until no job is posted or runs; false after msec milliseconds. Any thread but the worker.
+  bool waitIdle(int msec) const;
+  /// Runs action on the GUI thread while no job is left: now when there is none or nothing is recorded, else after the
+  /// jobs and what they queued for the GUI thread. GUI thread.
+  void whenIdle(std::function<void()> action);
+
+  /// One change of the desk, or one delivery. May be nested on one thread.
+  class CChange {
+   public:
+    explicit CChange(CJobGate& gate);
+    CChange(const CChange&) = delete;
+    CChange& operator=(const CChange&) = delete;
+    ~CChange();
+
+   private:
+    CJobGate& m_gate;
+    bool m_bHeld;
+  };
+
+ private:
+  bool mustWait() const;
+  bool beginChange();
+  void endChange();
+
+  mutable std::mutex m_mutex;
+  mutable std::condition_variable m_changed;
+  bool m_bRecording = false;
+  int m_nJobs = 0;  ///< posted and not ended
+  std::thread::id m_changer;
+  int m_nChangeDepth = 0;
+  BeginHook m_hook;
+};
+
+}  // namespace desk
