@@ -2,6 +2,13 @@
 # A room is a library whose include folder is its own folder, so that a room can include only what it links.
 function(add_room name)
   cmake_parse_arguments(ROOM "SHARED;NO_PCH" "" "DEPENDS;SOURCES" ${ARGN})
+  foreach(source IN LISTS ROOM_SOURCES)
+    get_filename_component(path ${source} ABSOLUTE)
+    if(NOT EXISTS ${path})
+      message(WARNING "room ${name}: ${source} is not there")
+      list(REMOVE_ITEM ROOM_SOURCES ${source})
+    endif()
+  endforeach()
   if(ROOM_SHARED)
     add_library(${name} SHARED ${ROOM_SOURCES})
   else()
@@ -14,15 +21,32 @@ function(add_room name)
   endif()
 endfunction()
 
-# add_room_test(name DEPENDS target... SOURCES file...): one GoogleTest executable for a room, offscreen.
+# add_room_test(name [NO_GUI] [LABELS label...] DEPENDS target... SOURCES file...)
+# One GoogleTest executable for a room; each of its cases becomes a test of ctest. Its main is tests/support/TestMain.cpp:
+# a QApplication on the offscreen platform, or with NO_GUI a QCoreApplication. The label `sanitize` (threaded and parsing
+# tests) makes it one that the sanitizer presets build and run.
+include(GoogleTest)
+add_custom_target(sanitize_tests)
+
 function(add_room_test name)
-  cmake_parse_arguments(TEST "" "" "DEPENDS;SOURCES" ${ARGN})
+  cmake_parse_arguments(TEST "NO_GUI" "" "DEPENDS;SOURCES;LABELS" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
-  target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} GTest::gtest)
+  if(TEST_NO_GUI)
+    set(main test_main_no_gui)
+  else()
+    set(main test_main)
+  endif()
+  target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} ${main} sanitize_support GTest::gtest)
   target_compile_definitions(${name} PRIVATE PBT_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
   target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
-  add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES
-    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;XDG_RUNTIME_DIR=${CMAKE_BINARY_DIR}" TIMEOUT 240)
+  if("sanitize" IN_LIST TEST_LABELS)
+    add_dependencies(sanitize_tests ${name})
+  endif()
+  set(properties TIMEOUT 240)
+  if(TEST_LABELS)
+    list(APPEND properties LABELS "${TEST_LABELS}")
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    PROPERTIES ${properties})
 endfunction()
