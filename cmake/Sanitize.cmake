@@ -1,7 +1,6 @@
 # The target sanitize_support: what a program built with a sanitizer links so that Qt, which is not instrumented, causes
 # no false report. Every executable links it; without a sanitizer it is empty. See docs/workshop.md.
 if("thread" IN_LIST PBT_SANITIZE)
-  find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
   add_library(sanitize_support OBJECT ${CMAKE_SOURCE_DIR}/tests/support/ThreadSanitizerQt.cpp)
   target_link_libraries(sanitize_support PUBLIC Qt5::Core ${CMAKE_DL_LIBS} PRIVATE Qt5::CorePrivate)
 elseif(PBT_SANITIZE)
