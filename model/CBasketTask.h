@@ -11,6 +11,7 @@
 
 #include "CBasketTaskItem.h"
 #include "RowLedger.h"
+#include "TaskRules.h"
 #include "ksservice/CBasketHedgeParam.h"
 #include "ksservice/CTaskDetail.h"
 
@@ -90,7 +91,8 @@ class CBasketTask : public QObject {
 
   /// The task's mutex, recursive. Never hold it across a dialog or a wait.
   boost::recursive_mutex& mutex() const { return m_mutex; }
-  /// Grows with each reorganize: as long as it stands, every node stays and keeps its place and keys. With mutex() held.
+  /// Grows with each reorganize: as long as it stands, every node stays and keeps its place and keys. With mutex()
+  /// held.
   unsigned shapeVersion() const { return m_nShapeVersion; }
 
  Q_SIGNALS:
@@ -107,38 +109,51 @@ class CBasketTask : public QObject {
  private:
   typedef QMap<QString, QMap<QString, CBasketTaskItem*>> RowMap;
   typedef QMap<std::string, boost::shared_ptr<ksservice::CTaskDetail>> DetailMap;
+  typedef std::vector<std::unique_ptr<CBasketTaskItem>> NodeList;
+  typedef boost::recursive_mutex::scoped_lock Lock;
+  struct SAccount {
+    QString key;
+    QString displayId;
+    QString name;
+  };
   struct SRefresh;  // one run of updateDetail
-  struct SSide;     // securities or futures, for reorganize
+
+  static SAccount accountOf(const ksservice::CTaskDetail& detail);
+  static QString rowKeyOf(const std::string& market, const std::string& code, int operation);
+  static QString rowKeyOf(const ksservice::CCodeOrderParam& p);
+  static QString orderRowKey(const std::string& market, const std::string& code, int operation);
 
   // Assembly
   void storeAlgoDetail(const boost::shared_ptr<ksservice::CTaskDetail>& d);
-  void storeDetail(SRefresh& run);
-  void addAccount(const QString& accountKey, const QString& displayId, const QString& accountName);
-  void addRows(SRefresh& run);
-  void addParam(const SRefresh& run, const ksservice::CCodeOrderParam& param);
-  CBasketTaskItem* makeRow(const SRefresh& run, const QString& rowKey, const ksservice::CCodeOrderParam& param);
-  void announce(const SRefresh& run);
+  void addAccount(const RowMap& rows, const SAccount& account);
+  void addRows(const SRefresh& run);
+  void addParam(const SRefresh& run, const ksservice::CCodeOrderParam& param, QMap<QString, CBasketTaskItem*>& rows);
+  CBasketTaskItem* makeRow(const SAccount& account, const QString& rowKey, const ksservice::CCodeOrderParam& param);
 
   // Counting
   void countDetail(const SRefresh& run);
   void countTargets(const SRefresh& run, CDetailShares& shares);
-  void setAlgoRemarks(const SRefresh& run, CDetailShares& shares);
   void countProgress(const SRefresh& run, CDetailShares& shares);
   void countOrders(const SRefresh& run, CDetailShares& shares);
-  double orderAmount(const ksservice::CTaskDetail& detail, const ksservice::COrderInfo& order) const;
   double targetAmount(SLedgerRow& row, const ksservice::CCodeOrderParam& param) const;
-  int slotOf(CDetailShares& shares, const QString& accountKey, const QString& rowKey);
+  void addOrder(const ksservice::CTaskDetail& detail, const ksservice::COrderInfo& order,
+                CDetailShares::SSlot& slot) const;
+  QString algoRemark(const ksservice::CTaskDetail& detail) const;
+  int slotOn(CDetailShares& shares, const SRefresh& run, const QString& rowKey);
 
   // Shape of the tree
-  void hangSide(const SSide& side, bool multiType, std::vector<std::unique_ptr<CBasketTaskItem>>& nodes);
-  void hangRows(const QMap<QString, CBasketTaskItem*>& rows, CBasketTaskItem* parent);
+  void hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes);
+  SAccount accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const;
+  void logShape(const char* pattern, bool multiType, const RowMap& side) const;
 
-  // Figures of the root
-  void updateTimes(const ksservice::CTaskDetail& detail);
-  void updateRootStatus(const boost::shared_ptr<ksservice::CTaskDetail>& d);
-  void writeBackFinished(const boost::shared_ptr<ksservice::CTaskDetail>& d);
-  void updateLocalInfoKey(const ksservice::CTaskDetail& detail);
+  // The root's own facts
+  SStatusFacts statusFacts() const;
   void handHedgeOver();
+  void updateStartTime(const ksservice::CTaskDetail& detail);
+  void updateEndTime(const ksservice::CTaskDetail& detail);
+  void updateRootStatus(const boost::shared_ptr<ksservice::CTaskDetail>& d);
+  void writeBackFinished(const ksservice::CTaskDetail& detail);
+  void updateLocalInfoKey(const ksservice::CTaskDetail& detail);
 
   std::unique_ptr<CBasketTaskItem> m_pRoot;
   const QString m_strKey;
@@ -154,8 +169,8 @@ class CBasketTask : public QObject {
   DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
   mutable boost::recursive_mutex m_mutex;
 
-  CRowLedger m_ledger;  ///< owns the rows of both maps
-  std::vector<std::unique_ptr<CBasketTaskItem>> m_innerNodes;  ///< group and account nodes of the current shape
+  CRowLedger m_ledger;    ///< owns the rows of both maps
+  NodeList m_innerNodes;  ///< group and account nodes of the current shape
   unsigned m_nShapeVersion = 0;
 };
 

@@ -31,10 +31,10 @@ struct SRowShare {
 /// An instrument row and the details that add to it.
 struct SLedgerRow {
   std::unique_ptr<CBasketTaskItem> item;
-  std::string accounts;                         ///< the row's m_strAccounts as bytes
-  boost::shared_ptr<const CCodeInfo> codeInfo;  ///< null until the instrument is known; never changes afterwards
+  std::string accounts;                                ///< the row's m_strAccounts as bytes
+  boost::shared_ptr<const CCodeInfo> codeInfo;         ///< null until the instrument is known; never changes afterwards
   std::vector<std::pair<CDetailShares*, int>> shares;  ///< detail and its slot, in detail-key order
-  bool repeatedKeys = false;  ///< orders from several places of the order lists bear one key
+  bool repeatedKeys = false;                           ///< orders from several places of the order lists bear one key
 };
 
 /// Remembers in which slot of a detail an instrument's operation counts, so that a refresh builds no key: the places
@@ -43,10 +43,10 @@ class CSlotMemo {
  public:
   static constexpr int NO_ROW = -1;
 
-  /// The slot of the list's place, NO_ROW when no row exists. resolve() is asked once for each instrument and operation.
+  /// The slot of the list's place, NO_ROW when no row exists. resolve() is asked once for each instrument and
+  /// operation.
   template <typename Resolve>
-  int at(std::size_t place, const std::string& market, const std::string& code, int operation,
-         const Resolve& resolve) {
+  int at(std::size_t place, const std::string& market, const std::string& code, int operation, const Resolve& resolve) {
     Entry*& entry = m_places[place];
     if (!entry || !same(entry->first, market, code, operation)) entry = &find(market, code, operation);
     if (entry->second == UNRESOLVED) entry->second = resolve();

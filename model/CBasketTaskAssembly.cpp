@@ -1,0 +1,194 @@
+/// How a detail becomes rows, and rows a tree.
+#include "RefreshRun.h"
+#include "ksservice/Operations.h"
+#include "tc/CUserConfig.h"
+#include "tc/Services.h"
+#include "utils/Keys.h"
+#include "utils/Log.h"
+
+namespace TC {
+
+using ksservice::CCodeOrderParam;
+using ksservice::CTaskDetail;
+
+namespace {
+
+void addOnce(QVector<int>& operations, int operation) {
+  if (!operations.contains(operation)) operations.append(operation);
+}
+
+CBasketTaskItem* hangNode(CBasketTaskItem* parent, std::unique_ptr<CBasketTaskItem> node,
+                          std::vector<std::unique_ptr<CBasketTaskItem>>& nodes) {
+  parent->addChild(node.get());
+  nodes.push_back(std::move(node));
+  return nodes.back().get();
+}
+
+/// Hangs rows under a node, each with its row key behind the node's key. The key that a row had in an earlier shape
+/// is not kept in front of it, or keys would grow with every detail of the task.
+void hangRows(const QMap<QString, CBasketTaskItem*>& rows, CBasketTaskItem* parent) {
+  for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
+    (*row)->m_strKey = row.key();
+    (*row)->m_pParent = nullptr;
+    parent->addChild(*row);
+  }
+}
+
+}  // namespace
+
+void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
+  if (!d) return;
+  const Lock lock(m_mutex);
+  storeAlgoDetail(d);
+  if (d->m_pCommand) m_strBasketName = QString::fromStdString(d->m_pCommand->m_strBasketName);
+  if (d->m_params.empty()) return;
+
+  m_pRoot->m_nOrderType = d->m_params.front().m_nOrderType;
+  const SRefresh run{*d, m_mapDetails.value(d->getKey()), accountOf(*d)};
+  m_mapDetails[d->getKey()] = d;
+  addAccount(m_stockMap, run.account);
+  if (!run.before) addRows(run);
+  // A known detail that has changed to an account without rows has nothing to count.
+  if (!m_stockMap.contains(run.account.key)) return;
+
+  countDetail(run);
+  if (!run.before) reorganize();
+  recursiveUpdate(m_pRoot.get());
+  Q_EMIT sigTaskOrder(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
+
+  updateStartTime(*d);
+  if (d->m_pCommand) m_pRoot->m_strCommandText = QString::fromStdString(d->m_pCommand->m_strText);
+  updateRootStatus(d);
+  updateEndTime(*d);
+  updateLocalInfoKey(*d);
+  Q_EMIT sigTaskStatus(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nStatus, m_pRoot->m_nOrderType);
+}
+
+void CBasketTask::updateOrderDetail() {
+  const Lock lock(m_mutex);
+  const DetailMap details = m_mapDetails;
+  for (boost::shared_ptr<CTaskDetail> detail : details) updateDetail(detail);
+}
+
+CBasketTask::SAccount CBasketTask::accountOf(const CTaskDetail& detail) {
+  const auto& account = detail.m_params.front().m_pAccount;
+  if (!account) return {};
+  return {QString::fromStdString(account->getKey()), accountDisplayIDQs(*account),
+          QString::fromStdString(account->m_strName)};
+}
+
+void CBasketTask::storeAlgoDetail(const boost::shared_ptr<CTaskDetail>& d) {
+  if (!d->m_bServerTask) return;
+  std::string key;
+  getAlgoTaskKey(*d, key);
+  m_mapAlgoDetails[key] = d;
+}
+
+void CBasketTask::addAccount(const RowMap& rows, const SAccount& account) {
+  if (!rows.contains(account.key)) m_pRoot->m_strAccounts = joinAccount(m_pRoot->m_strAccounts, account.displayId);
+  if (m_pRoot->m_strAccountName.isEmpty()) m_pRoot->m_strAccountName = account.name;
+}
+
+void CBasketTask::addRows(const SRefresh& run) {
+  QMap<QString, CBasketTaskItem*>& rows = m_stockMap[run.account.key];
+  const int before = rows.size();
+  for (const CCodeOrderParam& param : run.detail.m_params) addParam(run, param, rows);
+  utils::logInfo(this, "CBasketTask::updateDetail", "stock_map %1% : size %2% -> %3%.", run.account.key, before,
+                 rows.size());
+}
+
+void CBasketTask::addParam(const SRefresh& run, const CCodeOrderParam& param, QMap<QString, CBasketTaskItem*>& rows) {
+  const QString rowKey = rowKeyOf(param);
+  if (CBasketTaskItem* row = rows.value(rowKey)) {
+    row->m_nTotalVolume += param.m_nVolume;
+    if (const auto& command = run.detail.m_pCommand) {
+      row->setCommandId(command->m_nCommandId);
+      row->m_strCommandText = QString::fromStdString(command->m_strText);
+    }
+  } else {
+    row = makeRow(run.account, rowKey, param);
+    rows.insert(rowKey, row);
+    const QString ordinal = QStringLiteral("%1").arg(rows.size(), 8, 10, QLatin1Char('0'));
+    row->setHpfTreeKey(m_pRoot->m_strHpfTreeKey + ordinal);
+  }
+  addOnce(m_pRoot->m_vecOperations, param.m_nOperation);
+}
+
+CBasketTaskItem* CBasketTask::makeRow(const SAccount& account, const QString& rowKey, const CCodeOrderParam& param) {
+  const ksservice::CStockInfo& stock = param.m_stock;
+  auto row = std::make_unique<CBasketTaskItem>(
+      QString::fromStdString(stock.m_strMarket + stock.m_strCode), rowKey, account.displayId,
+      QString::fromStdString(utils::mavStockKey(stock.m_strMarket, stock.m_strCode)),
+      QString::fromStdString(stock.m_strMarket), account.name, param.m_nVolume);
+  row->m_vecOperations.append(param.m_nOperation);
+  row->m_strAccountKey = account.key.toStdString();
+  return m_ledger.addRow(std::move(row)).item.get();
+}
+
+void CBasketTask::recursiveClear(CBasketTaskItem* n) {
+  for (CBasketTaskItem* child : qAsConst(n->m_children)) recursiveClear(child);
+  n->clear();
+}
+
+void CBasketTask::reorganize() {
+  const Lock lock(m_mutex);
+  recursiveClear(m_pRoot.get());
+  const bool multiType = !m_stockMap.isEmpty() && !m_futuresMap.isEmpty();
+  NodeList nodes;
+  if (!m_futuresMap.isEmpty()) {
+    hangSide(m_futuresMap, QStringLiteral("期货"), multiType, nodes);
+    logShape(
+        "ft: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
+        "multi_account = %6%.",
+        multiType, m_futuresMap);
+  }
+  if (!m_stockMap.isEmpty()) {
+    hangSide(m_stockMap, QStringLiteral("证券"), multiType, nodes);
+    logShape(
+        "stk: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
+        "multi_account = %6%.",
+        multiType, m_stockMap);
+  }
+  // The inner nodes of the earlier shape go here, when no row refers to them any more.
+  m_innerNodes.swap(nodes);
+  ++m_nShapeVersion;
+}
+
+void CBasketTask::hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes) {
+  CBasketTaskItem* parent = m_pRoot.get();
+  const QString none;
+  if (multiType) {
+    parent = hangNode(parent, std::make_unique<CBasketTaskItem>(name, name, none, none, none, none, 0), nodes);
+  }
+  for (auto rows = side.cbegin(); rows != side.cend(); ++rows) {
+    if (rows->isEmpty()) continue;
+    const SAccount account = accountOfRows(rows.key(), *rows->first());
+    CBasketTaskItem* node = parent;
+    if (side.size() > 1) {
+      node = hangNode(
+          parent,
+          std::make_unique<CBasketTaskItem>(account.displayId, account.displayId, none, none, none, account.name, 0),
+          nodes);
+      node->m_strAccountKey = account.key.toStdString();
+    } else if (multiType) {
+      node->m_strAccounts = account.displayId;
+      node->m_strAccountName = account.name;
+    }
+    hangRows(*rows, node);
+  }
+}
+
+CBasketTask::SAccount CBasketTask::accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const {
+  if (const auto account = getUserConfig().getAccount(accountKey.toStdString())) {
+    return {accountKey, accountDisplayIDQs(*account), QString::fromStdString(account->m_strName)};
+  }
+  return {accountKey, firstRow.m_strAccounts, firstRow.m_strAccountName};
+}
+
+void CBasketTask::logShape(const char* pattern, bool multiType, const RowMap& side) const {
+  const auto text = [](bool flag) { return flag ? "true" : "false"; };
+  utils::logInfo(this, "CBasketTask::reorganize", pattern, m_nCommandId, m_nGroupId, m_stockMap.size(),
+                 m_futuresMap.size(), text(multiType), text(side.size() > 1));
+}
+
+}  // namespace TC

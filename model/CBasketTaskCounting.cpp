@@ -1,0 +1,179 @@
+/// What a detail's parameters, orders and progress add to the rows. The hot path of a refresh: nothing here builds a
+/// text for each order.
+#include "RefreshRun.h"
+#include "ksservice/Helpers.h"
+#include "ksservice/Operations.h"
+#include "tc/CTradeClient.h"
+#include "tc/Services.h"
+#include "utils/Log.h"
+
+namespace TC {
+
+using ksservice::CCodeOrderParam;
+using ksservice::COrderDetailHelper;
+using ksservice::COrderInfo;
+using ksservice::CTaskDetail;
+
+namespace {
+
+/// Texts seldom change; an equal one is not exchanged, so that copies of it stay shared.
+void setText(QString& text, const QString& value) {
+  if (text != value) text = value;
+}
+
+/// The parameter that an order of a server's progress belongs to; null when there is none.
+const CCodeOrderParam* paramOf(const CTaskDetail& detail, const CProgressOrder& order) {
+  const auto& params = detail.m_params;
+  if (order.m_nParamIndex >= 0 && order.m_nParamIndex < static_cast<int>(params.size())) {
+    return &params[static_cast<std::size_t>(order.m_nParamIndex)];
+  }
+  const auto found = std::find_if(params.begin(), params.end(), [&](const CCodeOrderParam& param) {
+    return param.m_stock.m_strCode == order.m_detail.m_strCode &&
+           param.m_stock.m_strMarket == order.m_detail.m_strMarket;
+  });
+  return found == params.end() ? nullptr : &*found;
+}
+
+/// Stores an order under its key. Where two places of the order lists bear one key, the row remembers it: then its
+/// orders are stored in list order on every refresh, so that the later one stands as if all had been stored anew.
+void storeOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const COrderInfo* before) {
+  ksservice::COrderInfoPtr& stored = row.item->m_mapOrders[order->getKey()];
+  if (stored == order) return;
+  if (stored && stored.get() != before) row.repeatedKeys = true;
+  stored = order;
+}
+
+}  // namespace
+
+void CBasketTask::countDetail(const SRefresh& run) {
+  CDetailShares& shares = m_ledger.detail(run.detail.getKey());
+  shares.restart(run.account.key, m_stockMap[run.account.key].size());
+  countTargets(run, shares);
+  if (run.detail.m_bServerTask && run.detail.m_pCommand) {
+    countProgress(run, shares);
+  } else {
+    countOrders(run, shares);
+  }
+  for (const CDetailShares::SSlot& slot : shares.m_slots) {
+    if (slot.message) setText(slot.row->item->m_strRemark, QString::fromStdString(*slot.message));
+    settleRow(*slot.row);
+  }
+}
+
+int CBasketTask::slotOn(CDetailShares& shares, const SRefresh& run, const QString& rowKey) {
+  const CBasketTaskItem* item = m_stockMap[run.account.key].value(rowKey);
+  return item ? shares.slotOn(m_ledger.row(item)) : CSlotMemo::NO_ROW;
+}
+
+void CBasketTask::countTargets(const SRefresh& run, CDetailShares& shares) {
+  const auto& params = run.detail.m_params;
+  const QString remark = run.detail.m_bServerTask ? algoRemark(run.detail) : QString();
+  shares.m_paramSlots.setLength(params.size());
+  for (std::size_t i = 0; i < params.size(); ++i) {
+    const CCodeOrderParam& param = params[i];
+    const int slot = shares.m_paramSlots.at(i, param.m_stock.m_strMarket, param.m_stock.m_strCode, param.m_nOperation,
+                                            [&] { return slotOn(shares, run, rowKeyOf(param)); });
+    if (slot == CSlotMemo::NO_ROW) continue;
+    CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
+    at.share.target += targetAmount(*at.row, param);
+    if (run.detail.m_bServerTask && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
+      setText(at.row->item->m_strRemark, remark);
+    }
+  }
+}
+
+double CBasketTask::targetAmount(SLedgerRow& row, const CCodeOrderParam& param) const {
+  const std::string& market = param.m_stock.m_strMarket;
+  const std::string& code = param.m_stock.m_strCode;
+  if (!row.codeInfo) row.codeInfo = getExchangeClient().getCodeInfo(market, code);
+  const CCodeInfo* info = row.codeInfo.get();
+
+  const bool marketPrice = info && ksservice::isSupportMarketPrice(*info, param.m_nPriceType);
+  const double price = marketPrice ? ksservice::CPriceDataHelper::getPriceForCalc(market, code) : param.m_dPrice;
+  if (isZero(price) && param.m_nVolume >= 1) {
+    utils::logInfo(this, "CBasketTask::updateDetail", "basket panel total money error");
+  }
+  if (info && ksservice::StockTypeCenter::isTypedStock(*info, ksservice::STOCK_TYPE_BY_HUNDRED)) {
+    return param.m_nVolume * 100.0;
+  }
+  const double multiplier = info && !info->m_bSpecial ? info->m_dMultiplier : 1;
+  return param.m_nVolume * price * multiplier;
+}
+
+QString CBasketTask::algoRemark(const CTaskDetail& detail) const {
+  std::string key;
+  getAlgoTaskKey(detail, key);
+  const auto known = m_mapAlgoDetails.find(key);
+  const bool named = known != m_mapAlgoDetails.end() && !(*known)->m_strInstance.empty();
+  return QString::fromStdString(named ? (*known)->m_strInstance : detail.m_strMessage);
+}
+
+void CBasketTask::countProgress(const SRefresh& run, CDetailShares& shares) {
+  const CTaskDetail& detail = run.detail;
+  if (!detail.m_strMessage.empty()) setText(m_pRoot->m_strRemark, QString::fromStdString(detail.m_strMessage));
+  const auto progress = getTradeClient().getTaskProgress(detail.getKey());
+  if (!progress) return;
+  const auto& orders = progress->m_orders;
+  shares.m_orderSlots.setLength(orders.size());
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    const ksservice::COrderDetail& order = orders[i].m_detail;
+    const CCodeOrderParam* param = paramOf(detail, orders[i]);
+    if (!param || param->m_nOperation == ksservice::EOT_None) continue;
+    const int slot = shares.m_orderSlots.at(i, order.m_strMarket, order.m_strCode, param->m_nOperation, [&] {
+      return slotOn(shares, run, orderRowKey(order.m_strMarket, order.m_strCode, param->m_nOperation));
+    });
+    if (slot == CSlotMemo::NO_ROW) continue;
+    CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
+    if (orders[i].m_strMapKey.find(at.row->accounts) == std::string::npos) continue;
+    at.share.traded += order.m_nTradedVolume;
+    at.share.amount += order.m_dTradedAmount;
+    ++at.share.orders;
+    ++at.share.knownOrders;
+    at.share.progress = true;
+  }
+}
+
+QString CBasketTask::orderRowKey(const std::string& market, const std::string& code, int operation) {
+  QString key = rowKeyOf(market, code, operation);
+  replaceMarketToHK(key);
+  return key;
+}
+
+void CBasketTask::countOrders(const SRefresh& run, CDetailShares& shares) {
+  static const std::vector<ksservice::COrderInfoPtr> none;
+  const auto& orders = run.detail.m_orders;
+  const auto& before = run.before ? run.before->m_orders : none;
+  shares.m_orderSlots.setLength(orders.size());
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    if (!orders[i]) continue;
+    const COrderInfo& order = *orders[i];
+    const int slot = shares.m_orderSlots.at(i, order.m_strMarket, order.m_strCode, order.m_nOperation, [&] {
+      return slotOn(shares, run, orderRowKey(order.m_strMarket, order.m_strCode, order.m_nOperation));
+    });
+    if (slot == CSlotMemo::NO_ROW) continue;
+    CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
+    addOrder(run.detail, order, at);
+    const COrderInfo* earlier = i < before.size() ? before[i].get() : nullptr;
+    if (earlier != &order || at.row->repeatedKeys) storeOrder(*at.row, orders[i], earlier);
+  }
+}
+
+void CBasketTask::addOrder(const CTaskDetail& detail, const COrderInfo& order, CDetailShares::SSlot& slot) const {
+  SRowShare& share = slot.share;
+  share.traded += order.m_nTradedVolume;
+  share.amount += order.m_dTradedAmount;
+  ++share.orders;
+  if (const auto orderDetail = COrderDetailHelper::getOrderDetailByMavTag(order.m_tag)) {
+    ++share.knownOrders;
+    if (COrderDetailHelper::isOrderCanceled(*orderDetail)) ++share.cancelled;
+  }
+  if (isZero(order.m_dTradedAmount) && order.m_nTradedVolume >= 1) {
+    share.amount += order.m_nTradedVolume * order.m_dPrice;
+    utils::logInfo(this, "CBasketTask::updateDetail", "[basket panel] fix task money by biz num %1%-%2%",
+                   detail.m_nTaskId, detail.m_nBusinessNumber);
+  }
+  const bool unfilled = COrderDetailHelper::completed(order) && order.m_nTradedVolume < order.m_nVolume;
+  if (unfilled && order.m_bHasMessage) slot.message = &order.m_strMessage;
+}
+
+}  // namespace TC

@@ -1,0 +1,124 @@
+/// The sums up the tree, and the root's status, times and keys.
+#include "CBasketTask.h"
+#include "ksservice/Helpers.h"
+#include "tc/CBasketHedgeManager.h"
+#include "tc/Services.h"
+#include "utils/Keys.h"
+#include "utils/Log.h"
+
+namespace TC {
+
+using ksservice::CTaskDetail;
+
+namespace {
+
+/// What an inner node sums up from its children.
+constexpr int CBasketTaskItem::*SUMMED_COUNTS[] = {
+    &CBasketTaskItem::m_nTotalVolume,     &CBasketTaskItem::m_nFinishedVolume,  &CBasketTaskItem::m_nOrderCount,
+    &CBasketTaskItem::m_nOrderCount2,     &CBasketTaskItem::m_nTradedVolume,    &CBasketTaskItem::m_nCurOrderCount,
+    &CBasketTaskItem::m_nCurOrderCount2,  &CBasketTaskItem::m_nPatchVolume,     &CBasketTaskItem::m_nCanceledCount,
+    &CBasketTaskItem::m_nPatchOrderCount, &CBasketTaskItem::m_nPatchOrderCount2};
+constexpr double CBasketTaskItem::*SUMMED_AMOUNTS[] = {&CBasketTaskItem::m_dTradedAmount,
+                                                       &CBasketTaskItem::m_dTotalAmount, &CBasketTaskItem::m_dCurAmount,
+                                                       &CBasketTaskItem::m_dPatchAmount};
+
+void sumChildren(CBasketTaskItem& node) {
+  for (const auto member : SUMMED_COUNTS) node.*member = 0;
+  for (const auto member : SUMMED_AMOUNTS) node.*member = 0;
+  for (const CBasketTaskItem* child : qAsConst(node.m_children)) {
+    for (const auto member : SUMMED_COUNTS) node.*member += child->*member;
+    for (const auto member : SUMMED_AMOUNTS) node.*member += child->*member;
+  }
+}
+
+bool hasEndTime(int status) {
+  return status == ksservice::ETS_Finished || status == ksservice::ETS_Cancelled || status == ksservice::ETS_Dropped;
+}
+
+}  // namespace
+
+void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
+  const Lock lock(m_mutex);
+  if (n->isEmpty()) return;
+  for (CBasketTaskItem* child : qAsConst(n->m_children)) recursiveUpdate(child);
+  sumChildren(*n);
+  utils::CLogCenter& log = utils::CLogCenter::instance();
+  if (log.isDebugEnabled()) {
+    log.debug(QString::asprintf("CBasketTask::recursiveUpdate : %s, %d, %d, %d", qUtf8Printable(n->m_strKey),
+                                n->m_nTotalVolume, n->m_nFinishedVolume, n->childCount())
+                  .toStdString());
+  }
+  Q_EMIT sigTaskOrder(n->m_strHpfTreeKey, n->m_nOrderCount, n->m_nOrderCount2);
+}
+
+SStatusFacts CBasketTask::statusFacts() const {
+  SStatusFacts facts;
+  bool first = true;
+  for (const auto& detail : m_mapDetails) {
+    addDetailStatus(facts, detail->m_nStatus, first);
+    first = false;
+  }
+  facts.hedgeEnabled = m_hedgeParam.m_bEnabled;
+  if (m_pHedgeItem) {
+    facts.hasHedgeRow = true;
+    facts.hedgeRowFinished = m_pHedgeItem->finished();
+    facts.hedgeRowStatus = m_pHedgeItem->m_nStatus;
+  }
+  facts.hedgeState = getBasketHedgeManager().status(m_nGroupId);
+  return facts;
+}
+
+ksservice::ETaskStatus CBasketTask::status() {
+  const Lock lock(m_mutex);
+  const SStatusVerdict verdict = deriveStatus(statusFacts());
+  if (verdict.hedgeRowRuns) utils::logInfo(this, "CBasketTask::status", "m_pHedgeItem status running");
+  if (verdict.ended) handHedgeOver();
+  return verdict.status;
+}
+
+void CBasketTask::handHedgeOver() {
+  if (!m_hedgeParam.m_bEnabled || m_hedgeParam.m_bHandedOver) return;
+  m_hedgeParam.m_bHandedOver = true;
+  getBasketHedgeManager().setParam(m_nGroupId, m_nCommandId, m_hedgeParam);
+}
+
+void CBasketTask::updateStartTime(const CTaskDetail& detail) {
+  if (detail.m_nStartTime == ksservice::UNSET_INT) return;
+  const QTime start = timeOfDay(detail.m_nStartTime);
+  if (m_pRoot->m_startTime.isNull() || m_pRoot->m_startTime > start) m_pRoot->m_startTime = start;
+}
+
+void CBasketTask::updateEndTime(const CTaskDetail& detail) {
+  if (!hasEndTime(m_pRoot->m_nStatus)) {
+    m_pRoot->m_endTime = QTime();
+  } else if (m_pRoot->m_endTime.isNull() && detail.m_nEndTime != ksservice::UNSET_INT) {
+    m_pRoot->m_endTime = timeOfDay(detail.m_nEndTime);
+  }
+}
+
+void CBasketTask::updateRootStatus(const boost::shared_ptr<CTaskDetail>& d) {
+  m_pRoot->m_nStatus = status();
+  if (!m_pRoot->finished()) return;
+  // Everything is traded: that is the end of the task, whatever its details and its hedge say.
+  m_pRoot->m_nStatus = ksservice::ETS_Finished;
+  if (d->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*d);
+}
+
+void CBasketTask::writeBackFinished(const CTaskDetail& detail) {
+  // The delivered record belongs to its giver, so a copy carries the new status.
+  const auto finished = boost::make_shared<CTaskDetail>(detail);
+  finished->m_nStatus = ksservice::ETS_Finished;
+  m_mapDetails[finished->getKey()] = finished;
+  storeAlgoDetail(finished);
+  ksservice::CAccountData::updateData(finished);
+}
+
+void CBasketTask::updateLocalInfoKey(const CTaskDetail& detail) {
+  if (detail.m_nTaskId < FIRST_COMMAND_KEYED_TASK || !detail.m_pCommand) return;
+  constexpr char SPLITTER = ksservice::ORDER_LOCAL_INFO_SPLITTER;
+  const std::vector<std::string> parts = utils::split(detail.m_pCommand->m_strLocalInfo, SPLITTER);
+  if (parts.size() < 5) return;
+  m_pRoot->m_strLocalInfoKey = QString::fromStdString(parts[4] + SPLITTER + parts[1]);
+}
+
+}  // namespace TC
