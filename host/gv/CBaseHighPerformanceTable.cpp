@@ -1,0 +1,363 @@
+#include "gv/CBaseHighPerformanceTable.h"
+
+#include <QHeaderView>
+#include <QMenu>
+#include <QScrollBar>
+#include <QStandardItemModel>
+#include <QStringList>
+#include <algorithm>
+
+#include "gv/CBaseHighPerformanceTableColors.h"
+#include "gv/CStatisticsLine.h"
+
+namespace GV {
+
+CBaseHighPerformanceTable::CBaseHighPerformanceTable(QWidget* parent)
+    : CEventWidgetT<QAbstractScrollArea>(parent),
+      m_pHeaderModel(new QStandardItemModel(this)),
+      m_pContextMenu(new QMenu(this)),
+      m_pStatistics(new CStatisticsLine(this)),
+      m_colors(std::make_unique<SColors>()) {
+  setFrameShape(QFrame::NoFrame);
+  setFocusPolicy(Qt::StrongFocus);
+  viewport()->setMouseTracking(true);
+  viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
+  createHeader();
+  m_flashClock.start();
+  m_flashTimer.setInterval(40);
+  connect(&m_flashTimer, &QTimer::timeout, this, &CBaseHighPerformanceTable::slotFlashStep);
+}
+
+CBaseHighPerformanceTable::~CBaseHighPerformanceTable() = default;
+
+void CBaseHighPerformanceTable::createHeader() {
+  m_pHeader = new QHeaderView(Qt::Horizontal, this);
+  m_pHeader->setModel(m_pHeaderModel);
+  m_pHeader->setSectionsClickable(true);
+  m_pHeader->setSectionsMovable(true);
+  m_pHeader->setHighlightSections(false);
+  m_pHeader->setMinimumSectionSize(24);
+  m_pHeader->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  m_pHeader->setContextMenuPolicy(Qt::CustomContextMenu);
+  const auto changed = [this] {
+    updateScrollBars();
+    scheduleUpdate();
+  };
+  connect(m_pHeader, &QHeaderView::sectionResized, this, changed);
+  connect(m_pHeader, &QHeaderView::sectionMoved, this, changed);
+  connect(m_pHeader, &QHeaderView::sectionClicked, this, [this](int column) {
+    // The third click on a column gives back the rows' own order.
+    const bool again = column == m_nSortColumn;
+    const bool was = m_pHeader->property("sortDescending").toBool();
+    if (again && was) {
+      sortByColumn(-1, Qt::AscendingOrder);
+    } else {
+      sortByColumn(column, again ? Qt::DescendingOrder : Qt::AscendingOrder);
+    }
+  });
+  connect(m_pHeader, &QHeaderView::sectionHandleDoubleClicked, this,
+          [this](int column) { m_pHeader->resizeSection(column, getColumnAdjustedWidth(column)); });
+  connect(m_pHeader, &QHeaderView::customContextMenuRequested, this,
+          [this](const QPoint& point) { headerMenu()->popup(m_pHeader->mapToGlobal(point)); });
+}
+
+void CBaseHighPerformanceTable::setBaseModel(IBaseHpfTableModel* model) {
+  if (m_pModel != nullptr) disconnect(m_pModel, nullptr, this, nullptr);
+  m_pModel = model;
+  m_pHeaderModel->clear();
+  if (model == nullptr) return;
+  m_pHeaderModel->setColumnCount(model->columnCount());
+  m_delegates.resize(static_cast<std::size_t>(model->columnCount()));
+  for (int column = 0; column < model->columnCount(); ++column) {
+    m_pHeaderModel->setHeaderData(column, Qt::Horizontal, model->columnTitle(column));
+  }
+  applyColumnSettings();
+  connectModel();
+  updateGeometries();
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::applyColumnSettings() {
+  for (int column = 0; column < m_pModel->columnCount(); ++column) {
+    m_pHeader->resizeSection(column, m_pModel->column(column).width);
+    m_pHeader->setSectionHidden(column, !m_pModel->column(column).visible);
+  }
+}
+
+void CBaseHighPerformanceTable::connectModel() {
+  typedef CBaseHighPerformanceTable Self;
+  connect(m_pModel, &QAbstractItemModel::rowsInserted, this,
+          [this](const QModelIndex&, int first, int last) { slotRowsInserted(first, last); });
+  connect(m_pModel, &QAbstractItemModel::rowsRemoved, this,
+          [this](const QModelIndex&, int first, int last) { slotRowsRemoved(first, last); });
+  connect(m_pModel, &QAbstractItemModel::dataChanged, this, &Self::slotDataChanged);
+  connect(m_pModel, &QAbstractItemModel::layoutChanged, this, &Self::scheduleUpdate);
+  connect(m_pModel, &QAbstractItemModel::modelAboutToBeReset, this, &Self::slotAboutToReset);
+  connect(m_pModel, &QAbstractItemModel::modelReset, this, &Self::slotReset);
+  connect(m_pModel, &IBaseHpfTableModel::sigColumnsChanged, this, &Self::slotColumnsChanged);
+}
+
+// What the model says
+
+void CBaseHighPerformanceTable::slotRowsInserted(int first, int last) {
+  const int top = topRow();
+  // At the very top the new row is shown; anywhere else the rows on screen stay where they are.
+  restoreTop(top > 0 && first <= top ? top + last - first + 1 : top);
+}
+
+void CBaseHighPerformanceTable::slotRowsRemoved(int first, int last) {
+  const int top = topRow();
+  const int above = std::min(last + 1, top) - first;
+  restoreTop(above > 0 ? top - above : top);
+}
+
+void CBaseHighPerformanceTable::slotDataChanged(const QModelIndex& first, const QModelIndex& last) {
+  if (hasStatistics()) m_pStatistics->update();
+  const int top = topRow();
+  if (last.row() >= top && first.row() <= top + pageRows()) scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::slotAboutToReset() {
+  m_pageKeys.clear();
+  const int top = topRow();
+  const int end = std::min(rowCount(), top + pageRows());
+  for (int row = top; top > 0 && row < end; ++row) m_pageKeys.append(m_pModel->rowAt(row).key());
+}
+
+/// The first row of the old page that still shows keeps its place on screen; failing all, the nearest one above.
+void CBaseHighPerformanceTable::slotReset() {
+  int top = 0;
+  for (int i = 0; i < m_pageKeys.size(); ++i) {
+    const int row = m_pModel->positionOf(m_pageKeys[i]);
+    if (row < 0) continue;
+    top = std::max(0, row - i);
+    m_pageKeys.clear();
+  }
+  if (!m_pageKeys.isEmpty()) top = std::max(0, m_pModel->nearestPosition(m_pageKeys.first()));
+  m_pageKeys.clear();
+  restoreTop(top);
+}
+
+void CBaseHighPerformanceTable::restoreTop(int top) {
+  updateScrollBars();
+  verticalScrollBar()->setValue(top);
+  if (hasStatistics()) m_pStatistics->update();
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::slotColumnsChanged() {
+  updateGeometries();
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::scheduleUpdate() {
+  if (m_bUpdateScheduled) return;
+  m_bUpdateScheduled = true;
+  viewport()->update();
+}
+
+// Geometry
+
+bool CBaseHighPerformanceTable::hasStatistics() const {
+  if (m_pModel == nullptr) return false;
+  for (int column = 0; column < m_pModel->columnCount(); ++column) {
+    if (m_pModel->column(column).stat) return true;
+  }
+  return false;
+}
+
+void CBaseHighPerformanceTable::updateGeometries() {
+  const int footer = hasStatistics() ? m_nItemHeight + 1 : 0;
+  setViewportMargins(0, m_nHeaderHeight, 0, footer);
+  const QRect area = viewport()->geometry();
+  m_pHeader->setGeometry(area.left(), area.top() - m_nHeaderHeight, area.width(), m_nHeaderHeight);
+  m_pStatistics->setGeometry(area.left(), area.bottom() + 1, area.width(), footer);
+  m_pStatistics->setVisible(footer > 0);
+  updateScrollBars();
+}
+
+void CBaseHighPerformanceTable::updateScrollBars() {
+  const int page = pageRows();
+  verticalScrollBar()->setSingleStep(1);
+  verticalScrollBar()->setPageStep(page);
+  verticalScrollBar()->setRange(0, std::max(0, rowCount() - page));
+  const int width = viewport()->width();
+  horizontalScrollBar()->setSingleStep(24);
+  horizontalScrollBar()->setPageStep(width);
+  horizontalScrollBar()->setRange(0, std::max(0, m_pHeader->length() - width));
+}
+
+void CBaseHighPerformanceTable::resizeEvent(QResizeEvent* event) {
+  QAbstractScrollArea::resizeEvent(event);
+  updateGeometries();
+  m_pHeader->setOffset(horizontalScrollBar()->value());
+}
+
+void CBaseHighPerformanceTable::scrollContentsBy(int dx, int /*dy*/) {
+  if (dx != 0) {
+    m_pHeader->setOffset(horizontalScrollBar()->value());
+    m_pStatistics->update();
+  }
+  scheduleUpdate();
+}
+
+int CBaseHighPerformanceTable::topRow() const { return verticalScrollBar()->value(); }
+
+int CBaseHighPerformanceTable::pageRows() const { return std::max(1, viewport()->height() / m_nItemHeight); }
+
+int CBaseHighPerformanceTable::rowAtY(int y) const {
+  const int row = topRow() + y / m_nItemHeight;
+  return y >= 0 && row < rowCount() ? row : -1;
+}
+
+int CBaseHighPerformanceTable::columnAtX(int x) const { return m_pHeader->logicalIndexAt(x); }
+
+QRect CBaseHighPerformanceTable::cellRect(int row, int column) const {
+  return {m_pHeader->sectionViewportPosition(column), (row - topRow()) * m_nItemHeight, m_pHeader->sectionSize(column),
+          m_nItemHeight};
+}
+
+void CBaseHighPerformanceTable::scrollToRow(int row) {
+  if (row < topRow()) verticalScrollBar()->setValue(row);
+  if (row >= topRow() + pageRows()) verticalScrollBar()->setValue(row - pageRows() + 1);
+}
+
+void CBaseHighPerformanceTable::setHeaderHeight(int height) {
+  m_nHeaderHeight = height;
+  updateGeometries();
+}
+
+void CBaseHighPerformanceTable::setItemHeight(int height) {
+  m_nItemHeight = std::max(1, height);
+  updateGeometries();
+  scheduleUpdate();
+}
+
+// Cells and columns
+
+int CBaseHighPerformanceTable::rowCount() const { return m_pModel == nullptr ? 0 : m_pModel->rowCount(); }
+
+QString CBaseHighPerformanceTable::columnHeader(int column) const {
+  return m_pModel == nullptr ? QString() : m_pModel->columnTitle(column);
+}
+
+int CBaseHighPerformanceTable::columnWidth(int column) const { return m_pHeader->sectionSize(column); }
+
+QString CBaseHighPerformanceTable::itemText(int row, int column) const {
+  return row >= 0 && row < rowCount() ? itemText(m_pModel->rowAt(row), column) : QString();
+}
+
+QString CBaseHighPerformanceTable::itemText(const IBaseHpfTableData& row, int column) const {
+  if (m_pModel == nullptr || !m_pModel->hasColumn(column)) return {};
+  const CBaseTableColumnDelegate* delegate = columnDelegate(column);
+  return delegate != nullptr ? delegate->text(row) : m_pModel->cellText(row, column);
+}
+
+void CBaseHighPerformanceTable::setItemTextAlignment(int column, int alignment) {
+  if (m_pModel == nullptr || !m_pModel->hasColumn(column)) return;
+  m_pModel->column(column).alignment = alignment;
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::setItemTextFontKey(int column, const QString& key) {
+  if (m_pModel == nullptr || !m_pModel->hasColumn(column)) return;
+  m_pModel->column(column).fontKey = key;
+  scheduleUpdate();
+}
+
+CBaseTableColumnDelegate* CBaseHighPerformanceTable::columnDelegate(int column) const {
+  const std::size_t place = static_cast<std::size_t>(column);
+  return column >= 0 && place < m_delegates.size() ? m_delegates[place].data() : nullptr;
+}
+
+void CBaseHighPerformanceTable::setColumnStatEnable(int column, bool on) {
+  if (m_pModel != nullptr) m_pModel->setColumnStatEnable(column, on);
+}
+
+void CBaseHighPerformanceTable::setColumnVisible(int column, bool visible) {
+  m_pHeader->setSectionHidden(column, !visible);
+  updateScrollBars();
+  scheduleUpdate();
+}
+
+bool CBaseHighPerformanceTable::isColumnVisible(int column) const { return !m_pHeader->isSectionHidden(column); }
+
+int CBaseHighPerformanceTable::getAdjustVisibleRowsColumnWidth(int column) const {
+  if (m_pModel == nullptr || !m_pModel->hasColumn(column)) return 0;
+  const CBaseTableColumnDelegate* delegate = columnDelegate(column);
+  CGlyphFont& font = glyphFont(m_pModel->column(column).fontKey);
+  double width = delegate != nullptr ? delegate->preferredWidth() : 0;
+  const int end = std::min(rowCount(), topRow() + pageRows() + 1);
+  for (int row = topRow(); row < end; ++row) width = std::max(width, font.width(itemText(row, column)) + 12);
+  return qRound(width);
+}
+
+int CBaseHighPerformanceTable::getColumnAdjustedWidth(int column) const {
+  const int title = m_pHeader->fontMetrics().horizontalAdvance(columnHeader(column)) + 20;
+  return std::max(title, getAdjustVisibleRowsColumnWidth(column));
+}
+
+void CBaseHighPerformanceTable::setOptions(int options) {
+  m_nOptions = options;
+  m_pHeader->setSectionsMovable((options & OptionColumnMenu) != 0);
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::sortByColumn(int column, Qt::SortOrder order) {
+  if (m_pModel == nullptr || column >= m_pModel->columnCount()) return;
+  m_nSortColumn = std::max(-1, column);
+  m_pHeader->setProperty("sortDescending", order == Qt::DescendingOrder);
+  m_pHeader->setSortIndicatorShown(m_nSortColumn >= 0);
+  // Qt's arrow points down for ascending order; traders read it the other way round, as the figures run.
+  if (m_nSortColumn >= 0) m_pHeader->setSortIndicator(m_nSortColumn, order);
+  m_pModel->sort(m_nSortColumn, order);
+}
+
+void CBaseHighPerformanceTable::setUiLock(bool locked) {
+  m_bLocked = locked;
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::resourceChanged() {
+  m_fonts.clear();
+  m_colors = std::make_unique<SColors>();
+  m_pStatistics->update();
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::scaleChanged() { resourceChanged(); }
+
+bool CBaseHighPerformanceTable::handleEvent(int /*eventId*/, int /*id*/, int /*value*/, QString /*key*/,
+                                            void* /*data*/) {
+  return false;
+}
+
+// The header's menu
+
+QMenu* CBaseHighPerformanceTable::headerMenu() {
+  if (m_pHeaderMenu == nullptr) m_pHeaderMenu = new QMenu(this);
+  fillHeaderMenu();
+  return m_pHeaderMenu;
+}
+
+void CBaseHighPerformanceTable::fillHeaderMenu() {
+  m_pHeaderMenu->clear();
+  if (m_pModel == nullptr || (m_nOptions & OptionColumnMenu) == 0) return;
+  for (int column = 0; column < m_pModel->columnCount(); ++column) {
+    QAction* action = m_pHeaderMenu->addAction(columnHeader(column).trimmed());
+    action->setCheckable(true);
+    action->setChecked(isColumnVisible(column));
+    // The tree column stays: without it nothing could be unfolded.
+    action->setEnabled(m_pModel->columnKind(column) != ColumnTree);
+    connect(action, &QAction::toggled, this, [this, column](bool on) { setColumnVisible(column, on); });
+  }
+  m_pHeaderMenu->addSeparator();
+  m_pHeaderMenu->addAction(QStringLiteral("恢复默认列"), this, [this] {
+    for (int column = 0; column < m_pHeader->count(); ++column) {
+      m_pHeader->moveSection(m_pHeader->visualIndex(column), column);
+    }
+    applyColumnSettings();
+  });
+}
+
+}  // namespace GV

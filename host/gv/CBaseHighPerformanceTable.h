@@ -1,0 +1,206 @@
+/// A table that paints only the rows on screen.
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QSet>
+#include <QTimer>
+#include <memory>
+#include <vector>
+
+#include "gv/CBaseTableColumnDelegate.h"
+#include "gv/CEventWidget.h"
+#include "gv/CTextRuns.h"
+#include "gv/CUiResource.h"
+#include "gv/IBaseHpfTableModel.h"
+#include "gv/IBaseTable.h"
+
+class QHeaderView;
+class QMenu;
+class QStandardItemModel;
+
+namespace GV {
+
+class CStatisticsLine;
+
+/// Rows of one height, scrolled by whole rows; a header that moves, sizes, hides and sorts columns; selection and
+/// current row by key, so that they survive whatever happens to the rows. GUI thread only.
+class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
+                                  public IBaseTable,
+                                  public CUiResourceChangeHandler {
+  Q_OBJECT
+
+ public:
+  /// Flags of setOptions.
+  enum EOption {
+    OptionVerticalGrid = 0x1,
+    OptionColumnMenu = 0x8,  ///< columns can be moved, and hidden by the header's menu
+    OptionFlash = 0x200000,  ///< a number cell flashes when its figure moved
+  };
+
+  explicit CBaseHighPerformanceTable(QWidget* parent = nullptr);
+  ~CBaseHighPerformanceTable() override;
+
+  IBaseHpfTableModel* baseModel() const { return m_pModel; }
+  QHeaderView* header() const { return m_pHeader; }
+
+  int rowCount() const override;
+  QString columnHeader(int column) const override;
+  int columnWidth(int column) const override;
+  void setHeaderHeight(int height) override;
+  void setItemHeight(int height) override;
+  int itemHeight() const { return m_nItemHeight; }
+  QString saveConfigStr() const override;
+  bool restoreConfigStr(const QString& text) override;
+  void setUiLock(bool locked) override;
+  bool isUiLocked() const { return m_bLocked; }
+
+  /// What the user sees in a cell; empty out of range.
+  QString itemText(int row, int column) const;
+  QString itemText(const IBaseHpfTableData& row, int column) const;
+  void setItemTextAlignment(int column, int alignment);
+  void setItemTextFontKey(int column, const QString& key);
+  /// Not owned; null takes it away.
+  void setColumnDelegate(int column, CBaseTableColumnDelegate* delegate);
+  CBaseTableColumnDelegate* columnDelegate(int column) const;
+  void setColumnStatEnable(int column, bool on);
+  void setColumnVisible(int column, bool visible);
+  bool isColumnVisible(int column) const;
+  /// Width that shows the title and the rows on screen, resp. the rows on screen alone.
+  virtual int getColumnAdjustedWidth(int column) const;
+  virtual int getAdjustVisibleRowsColumnWidth(int column) const;
+  int options() const { return m_nOptions; }
+  void setOptions(int options);
+
+  /// Sorts by a column; -1 for the rows' own order.
+  void sortByColumn(int column, Qt::SortOrder order);
+
+  QString currentKey() const { return m_strCurrentKey; }
+  /// Selects the row alone and scrolls to it; an unknown or hidden key changes nothing.
+  void setCurrentKey(const QString& key);
+  bool isSelected(const QString& key) const { return m_selectedKeys.contains(key); }
+  /// Of the selected rows that show, in the order of the table.
+  QStringList selectedKeys() const;
+  void setSelectedKeys(const QStringList& keys);
+  void selectAll();
+  void clearSelection();
+  /// The row at the top of the viewport.
+  int topRow() const;
+  void scrollToRow(int row);
+  /// Rows that fit the viewport as a whole, at least 1.
+  int pageRows() const;
+  /// Row and column at a point of the viewport; -1 for none.
+  int rowAtY(int y) const;
+  int columnAtX(int x) const;
+  /// Of a cell, in coordinates of the viewport, whether it is scrolled into it or not.
+  QRect cellRect(int row, int column) const;
+
+  /// Shown on a right click when the owner put actions into it.
+  QMenu* contextMenu() const { return m_pContextMenu; }
+  QMenu* headerMenu();
+
+  /// The table's own events (see EEvent) and whatever reaches it from widgets inside; derived tables act on them.
+  bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
+  void resourceChanged() override;
+  void scaleChanged() override;
+
+ Q_SIGNALS:
+  void sigCurrentChanged(QString key);
+  void sigSelectionChanged();
+
+ protected:
+  void setBaseModel(IBaseHpfTableModel* model);
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+  void scrollContentsBy(int dx, int dy) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  bool viewportEvent(QEvent* event) override;
+
+  /// Paints the branch of a tree column and gives the room that is left for its text.
+  virtual QRect paintBranch(QPainter& painter, int row, const QRect& cell);
+  /// A press in a tree column; true when it was on the branch and is used up.
+  virtual bool pressBranch(int row, const QRect& cell, const QPoint& point);
+  /// Whether a row stands out as a heading of those below it.
+  virtual bool isHeading(int row) const;
+  void moveCurrent(int row, Qt::KeyboardModifiers modifiers);
+  /// Paints the table soon, at most once however often it is asked.
+  void scheduleUpdate();
+
+ private:
+  friend class CStatisticsLine;
+  struct SColors;
+  struct SFlash {
+    qint64 start;
+    bool up;
+  };
+  struct SVisibleColumn {
+    int index;
+    QRect rect;  ///< of the whole viewport's height
+    CGlyphFont* font;
+    CBaseTableColumnDelegate* delegate;
+  };
+
+  void createHeader();
+  void connectModel();
+  void slotRowsInserted(int first, int last);
+  void slotRowsRemoved(int first, int last);
+  void slotDataChanged(const QModelIndex& first, const QModelIndex& last);
+  void slotAboutToReset();
+  void slotReset();
+  void slotSortIndicator(int column, Qt::SortOrder order);
+  void slotColumnsChanged();
+  void restoreTop(int top);
+  void updateGeometries();
+  void updateScrollBars();
+  void applyColumnSettings();
+  void fillHeaderMenu();
+  bool hasStatistics() const;
+
+  CGlyphFont& glyphFont(const QString& key) const;
+  std::vector<SVisibleColumn> visibleColumns(const QRect& area) const;
+  void paintRow(QPainter& painter, CTextRuns& texts, int row, const std::vector<SVisibleColumn>& columns);
+  void paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column);
+  void paintGround(QPainter& painter, int row, const QRect& rect) const;
+  void paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect);
+  void slotFlashStep();
+  SCell cellAt(int row, int column, const QPoint& mouse) const;
+  void selectRange(int from, int to);
+  void showTip(int row, int column, const QPoint& point, const QPoint& global);
+
+  IBaseHpfTableModel* m_pModel = nullptr;
+  QHeaderView* m_pHeader = nullptr;
+  QStandardItemModel* m_pHeaderModel = nullptr;
+  QMenu* m_pContextMenu = nullptr;
+  QMenu* m_pHeaderMenu = nullptr;
+  CStatisticsLine* m_pStatistics = nullptr;
+  std::vector<QPointer<CBaseTableColumnDelegate>> m_delegates;
+  std::unique_ptr<SColors> m_colors;
+  mutable QHash<QString, std::shared_ptr<CGlyphFont>> m_fonts;
+  int m_nHeaderHeight = 20;
+  int m_nItemHeight = 21;
+  int m_nOptions = OptionVerticalGrid | OptionColumnMenu | OptionFlash;
+  bool m_bLocked = false;
+  bool m_bUpdateScheduled = false;
+
+  QString m_strCurrentKey;
+  QString m_strRangeKey;  ///< where a selection by Shift starts
+  QSet<QString> m_selectedKeys;
+  QStringList m_pageKeys;  ///< of the rows on screen, while the model resets
+  QPoint m_mouse = QPoint(-1, -1);
+  QString m_strPressedKey;
+  int m_nPressedColumn = -1;
+  bool m_bPressTaken = false;
+  int m_nSortColumn = -1;
+
+  QHash<QPair<const void*, int>, SFlash> m_flashes;
+  QElapsedTimer m_flashClock;
+  QTimer m_flashTimer;
+};
+
+}  // namespace GV

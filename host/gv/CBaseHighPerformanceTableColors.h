@@ -1,0 +1,24 @@
+/// The colours that a table paints with, looked up once.
+#pragma once
+
+#include "gv/CBaseHighPerformanceTable.h"
+
+namespace GV {
+
+struct CBaseHighPerformanceTable::SColors {
+  const QColor* text = color("clr_text_default");
+  const QColor* branch = color("clr_table_branch");
+  const QColor* ground = color("clr_table_background");
+  const QColor* alternate = color("clr_table_background2");
+  const QColor* heading = color("clr_table_root_background");
+  const QColor* grid = color("clr_table_grid");
+  const QColor* hover = color("clr_table_hover");
+  const QColor* selection = color("clr_table_selection");
+  const QColor* current = color("clr_table_current");
+  const QColor* up = color("clr_flash_up");
+  const QColor* down = color("clr_flash_down");
+
+  static const QColor* color(const char* key) { return CUiResource::getColor(QString::fromLatin1(key)); }
+};
+
+}  // namespace GV

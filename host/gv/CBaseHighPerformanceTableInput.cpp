@@ -1,0 +1,215 @@
+// Mouse, keyboard and selection of the table.
+#include <QContextMenuEvent>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QToolTip>
+
+#include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+
+namespace GV {
+
+void CBaseHighPerformanceTable::setColumnDelegate(int column, CBaseTableColumnDelegate* delegate) {
+  if (m_pModel == nullptr || !m_pModel->hasColumn(column)) return;
+  CBaseTableColumnDelegate* old = columnDelegate(column);
+  if (old != nullptr) disconnect(old, nullptr, this, nullptr);
+  m_delegates[static_cast<std::size_t>(column)] = delegate;
+  scheduleUpdate();
+  if (delegate == nullptr) return;
+  delegate->m_nColumn = column;
+  connect(delegate, &CBaseTableColumnDelegate::sigChanged, this, &CBaseHighPerformanceTable::scheduleUpdate);
+  auto* buttons = qobject_cast<CBaseTableColumnMultiButtonsDelegate*>(delegate);
+  if (buttons == nullptr) return;
+  connect(buttons, &CBaseTableColumnMultiButtonsDelegate::sigButtonClicked, this,
+          [this, column](const QString& key, int id) { handleEvent(EventRowButtonClicked, id, column, key, nullptr); });
+}
+
+// Selection
+
+void CBaseHighPerformanceTable::setCurrentKey(const QString& key) {
+  const int row = m_pModel == nullptr ? -1 : m_pModel->positionOf(key);
+  if (row >= 0) moveCurrent(row, Qt::NoModifier);
+}
+
+QStringList CBaseHighPerformanceTable::selectedKeys() const {
+  std::vector<std::pair<int, QString>> shown;
+  for (const QString& key : m_selectedKeys) {
+    const int row = m_pModel->positionOf(key);
+    if (row >= 0) shown.emplace_back(row, key);
+  }
+  std::sort(shown.begin(), shown.end());
+  QStringList keys;
+  for (const auto& [row, key] : shown) keys.append(key);
+  return keys;
+}
+
+void CBaseHighPerformanceTable::setSelectedKeys(const QStringList& keys) {
+  m_selectedKeys = QSet<QString>(keys.begin(), keys.end());
+  Q_EMIT sigSelectionChanged();
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::clearSelection() { setSelectedKeys({}); }
+
+void CBaseHighPerformanceTable::selectAll() { selectRange(0, rowCount() - 1); }
+
+void CBaseHighPerformanceTable::selectRange(int from, int to) {
+  QStringList keys;
+  for (int row = std::min(from, to); row <= std::max(from, to); ++row) keys.append(m_pModel->rowAt(row).key());
+  setSelectedKeys(keys);
+}
+
+/// Shift selects up to the row, Ctrl turns its selection over, neither selects it alone.
+void CBaseHighPerformanceTable::moveCurrent(int row, Qt::KeyboardModifiers modifiers) {
+  const QString key = m_pModel->rowAt(row).key();
+  const int start = (modifiers & Qt::ShiftModifier) != 0 ? m_pModel->positionOf(m_strRangeKey) : -1;
+  if (start >= 0) {
+    selectRange(start, row);
+  } else if ((modifiers & Qt::ControlModifier) != 0) {
+    if (!m_selectedKeys.remove(key)) m_selectedKeys.insert(key);
+    m_strRangeKey = key;
+    Q_EMIT sigSelectionChanged();
+  } else {
+    m_strRangeKey = key;
+    setSelectedKeys({key});
+  }
+  if (m_strCurrentKey != key) {
+    m_strCurrentKey = key;
+    Q_EMIT sigCurrentChanged(key);
+  }
+  scrollToRow(row);
+  scheduleUpdate();
+}
+
+// Mouse
+
+void CBaseHighPerformanceTable::mousePressEvent(QMouseEvent* event) {
+  const int row = rowAtY(event->pos().y());
+  const int column = columnAtX(event->pos().x());
+  m_bPressTaken = false;
+  m_nPressedColumn = -1;
+  if (row < 0 || column < 0) return;
+  m_mouse = event->pos();
+  const bool left = event->button() == Qt::LeftButton && !m_bLocked;
+  if (left && m_pModel->columnKind(column) == ColumnTree && pressBranch(row, cellRect(row, column), event->pos())) {
+    return;
+  }
+  m_strPressedKey = m_pModel->rowAt(row).key();
+  m_nPressedColumn = column;
+  CBaseTableColumnDelegate* delegate = columnDelegate(column);
+  m_bPressTaken = left && delegate != nullptr && delegate->mousePress(cellAt(row, column, event->pos()));
+  // A right click on a selection keeps it, so that the menu acts on all of it.
+  const bool keep = event->button() == Qt::RightButton && isSelected(m_strPressedKey);
+  if (!m_bPressTaken && !keep) moveCurrent(row, event->modifiers());
+  scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::mouseReleaseEvent(QMouseEvent* event) {
+  const int row = rowAtY(event->pos().y());
+  const int column = columnAtX(event->pos().x());
+  const int pressedColumn = m_nPressedColumn;
+  const QString pressedKey = m_strPressedKey;
+  const bool taken = m_bPressTaken;
+  m_nPressedColumn = -1;
+  m_bPressTaken = false;
+  scheduleUpdate();
+  if (m_bLocked || pressedColumn < 0 || row < 0 || column < 0) return;
+  CBaseTableColumnDelegate* delegate = columnDelegate(pressedColumn);
+  if (taken && delegate != nullptr) {
+    delegate->mouseRelease(cellAt(row, pressedColumn, event->pos()));
+    return;
+  }
+  if (column != pressedColumn || m_pModel->rowAt(row).key() != pressedKey) return;
+  handleEvent(EventCellClicked, column, event->button(), pressedKey, nullptr);
+}
+
+void CBaseHighPerformanceTable::mouseDoubleClickEvent(QMouseEvent* event) {
+  mousePressEvent(event);
+  const int column = columnAtX(event->pos().x());
+  if (m_bLocked || m_bPressTaken || m_nPressedColumn < 0 || event->button() != Qt::LeftButton) return;
+  // The release that follows is no further click.
+  m_nPressedColumn = -1;
+  handleEvent(EventColumnDoubleClicked, column, 0, QString::number(column), nullptr);
+}
+
+void CBaseHighPerformanceTable::mouseMoveEvent(QMouseEvent* event) {
+  m_mouse = event->pos();
+  scheduleUpdate();
+  const int row = rowAtY(event->pos().y());
+  const int column = columnAtX(event->pos().x());
+  if (row < 0 || column < 0 || m_pModel->columnKind(column) != ColumnDelegate) return;
+  handleEvent(EventColumnMouse, column, event->pos().y(), m_pModel->rowAt(row).key(), event);
+}
+
+void CBaseHighPerformanceTable::contextMenuEvent(QContextMenuEvent* event) {
+  if (!m_bLocked && !m_pContextMenu->isEmpty()) m_pContextMenu->popup(event->globalPos());
+}
+
+bool CBaseHighPerformanceTable::viewportEvent(QEvent* event) {
+  if (event->type() == QEvent::Leave) {
+    m_mouse = QPoint(-1, -1);
+    scheduleUpdate();
+  }
+  if (event->type() == QEvent::ToolTip) {
+    const auto* help = static_cast<QHelpEvent*>(event);
+    showTip(rowAtY(help->pos().y()), columnAtX(help->pos().x()), help->pos(), help->globalPos());
+    return true;
+  }
+  return QAbstractScrollArea::viewportEvent(event);
+}
+
+/// A text that the column cuts is shown as a tip, unless the delegate has one of its own.
+void CBaseHighPerformanceTable::showTip(int row, int column, const QPoint& point, const QPoint& global) {
+  if (row < 0 || column < 0) return;
+  const CBaseTableColumnDelegate* delegate = columnDelegate(column);
+  QString tip = delegate != nullptr ? delegate->tip(cellAt(row, column, point)) : QString();
+  const QString text = itemText(row, column);
+  const bool cut = glyphFont(m_pModel->column(column).fontKey).width(text) > columnWidth(column) - 9;
+  if (tip.isEmpty() && cut) tip = text;
+  QToolTip::showText(global, tip, viewport(), cellRect(row, column));
+}
+
+// Keyboard
+
+void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
+  const int rows = rowCount();
+  const int row = m_pModel == nullptr ? -1 : m_pModel->positionOf(m_strCurrentKey);
+  if (event->matches(QKeySequence::SelectAll) && rows > 0) {
+    selectAll();
+    return;
+  }
+  int target = row;
+  switch (event->key()) {
+    case Qt::Key_Up:
+      target = row - 1;
+      break;
+    case Qt::Key_Down:
+      target = row + 1;
+      break;
+    case Qt::Key_PageUp:
+      target = row - pageRows();
+      break;
+    case Qt::Key_PageDown:
+      target = row + pageRows();
+      break;
+    case Qt::Key_Home:
+      target = 0;
+      break;
+    case Qt::Key_End:
+      target = rows - 1;
+      break;
+    default:
+      QAbstractScrollArea::keyPressEvent(event);
+      return;
+  }
+  if (rows > 0) moveCurrent(std::clamp(target, 0, rows - 1), event->modifiers() & Qt::ShiftModifier);
+}
+
+bool CBaseHighPerformanceTable::pressBranch(int /*row*/, const QRect& /*cell*/, const QPoint& /*point*/) {
+  return false;
+}
+
+}  // namespace GV

@@ -1,0 +1,133 @@
+// Painting of the table.
+#include <QHeaderView>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+
+#include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CBaseHighPerformanceTableColors.h"
+
+namespace GV {
+
+namespace {
+constexpr int kCellPadding = 4;
+constexpr qint64 kFlashMilliseconds = 500;
+}  // namespace
+
+CGlyphFont& CBaseHighPerformanceTable::glyphFont(const QString& key) const {
+  std::shared_ptr<CGlyphFont>& font = m_fonts[key];
+  if (!font) font = std::make_shared<CGlyphFont>(CUiResource::getFont(key));
+  return *font;
+}
+
+std::vector<CBaseHighPerformanceTable::SVisibleColumn> CBaseHighPerformanceTable::visibleColumns(
+    const QRect& area) const {
+  std::vector<SVisibleColumn> columns;
+  for (int column = 0; column < m_pHeader->count(); ++column) {
+    if (m_pHeader->isSectionHidden(column)) continue;
+    const QRect rect(m_pHeader->sectionViewportPosition(column), 0, m_pHeader->sectionSize(column),
+                     viewport()->height());
+    if (!rect.intersects(area)) continue;
+    columns.push_back({column, rect, &glyphFont(m_pModel->column(column).fontKey), columnDelegate(column)});
+  }
+  return columns;
+}
+
+void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
+  m_bUpdateScheduled = false;
+  QPainter painter(viewport());
+  const QRect area = event->rect();
+  painter.fillRect(area, *m_colors->ground);
+  if (m_pModel == nullptr) return;
+  const std::vector<SVisibleColumn> columns = visibleColumns(area);
+  const int first = topRow() + area.top() / m_nItemHeight;
+  const int last = std::min(rowCount() - 1, topRow() + area.bottom() / m_nItemHeight);
+  CTextRuns texts;
+  for (int row = first; row <= last; ++row) paintRow(painter, texts, row, columns);
+  if ((m_nOptions & OptionVerticalGrid) != 0) {
+    const int height = (rowCount() - topRow()) * m_nItemHeight;
+    for (const SVisibleColumn& column : columns) {
+      painter.fillRect(column.rect.right(), 0, 1, std::min(height, viewport()->height()), *m_colors->grid);
+    }
+  }
+  texts.draw(painter);
+}
+
+void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QRect& rect) const {
+  const QString key = m_pModel->rowAt(row).key();
+  const bool current = key == m_strCurrentKey;
+  const QColor* ground = row % 2 != 0 ? m_colors->alternate : m_colors->ground;
+  if (isHeading(row)) ground = m_colors->heading;
+  if (rect.contains(QPoint(rect.left(), m_mouse.y()))) ground = m_colors->hover;
+  if (isSelected(key)) ground = m_colors->selection;
+  painter.fillRect(rect, *ground);
+  painter.fillRect(rect.left(), rect.bottom(), rect.width(), 1, *m_colors->grid);
+  if (current) painter.fillRect(viewport()->rect().left(), rect.top(), 2, rect.height() - 1, *m_colors->current);
+}
+
+void CBaseHighPerformanceTable::paintRow(QPainter& painter, CTextRuns& texts, int row,
+                                         const std::vector<SVisibleColumn>& columns) {
+  const int top = (row - topRow()) * m_nItemHeight;
+  paintGround(painter, row, QRect(0, top, viewport()->width(), m_nItemHeight));
+  for (const SVisibleColumn& column : columns) paintCell(painter, texts, row, column);
+}
+
+void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column) {
+  IBaseHpfTableData& record = m_pModel->rowAt(row);
+  const SColumn& description = m_pModel->column(column.index);
+  QRect rect(column.rect.left(), (row - topRow()) * m_nItemHeight, column.rect.width(), m_nItemHeight);
+  if (description.kind == ColumnTree) rect = paintBranch(painter, row, rect);
+  if (description.kind == ColumnNumber) paintFlash(painter, record, column.index, rect);
+  if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse));
+  const QString text =
+      column.delegate != nullptr ? column.delegate->text(record) : m_pModel->cellText(record, column.index);
+  const QColor* color = record.textColor(column.index);
+  texts.add(rect.adjusted(kCellPadding, 0, -kCellPadding - 1, 0), description.alignment, text, *column.font,
+            color != nullptr ? *color : *m_colors->text);
+}
+
+SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse) const {
+  const IBaseHpfTableData& record = m_pModel->rowAt(row);
+  const QString key = record.key();
+  SCell cell{record, cellRect(row, column)};
+  cell.selected = isSelected(key);
+  cell.pressed = m_nPressedColumn == column && m_strPressedKey == key;
+  cell.mouse = mouse;
+  return cell;
+}
+
+/// Asking for the change resets it, so a figure flashes once, when its new value first comes on screen.
+void CBaseHighPerformanceTable::paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect) {
+  const double change = row.getChangedValue(column);
+  if ((m_nOptions & OptionFlash) == 0) return;
+  const QPair<const void*, int> cell(&row, column);
+  const qint64 now = m_flashClock.elapsed();
+  if (change != 0.0) m_flashes.insert(cell, {now, change > 0.0});
+  const auto flash = m_flashes.constFind(cell);
+  if (flash == m_flashes.constEnd()) return;
+  const qint64 age = now - flash->start;
+  if (age >= kFlashMilliseconds) return;
+  QColor color = flash->up ? *m_colors->up : *m_colors->down;
+  color.setAlphaF(1.0 - static_cast<double>(age) / kFlashMilliseconds);
+  painter.fillRect(rect.adjusted(0, 0, -1, -1), color);
+  if (!m_flashTimer.isActive()) m_flashTimer.start();
+}
+
+void CBaseHighPerformanceTable::slotFlashStep() {
+  const qint64 now = m_flashClock.elapsed();
+  for (auto flash = m_flashes.begin(); flash != m_flashes.end();) {
+    flash = now - flash->start >= kFlashMilliseconds ? m_flashes.erase(flash) : std::next(flash);
+  }
+  if (m_flashes.isEmpty()) m_flashTimer.stop();
+  for (int column = 0; column < m_pModel->columnCount(); ++column) {
+    if (m_pModel->columnKind(column) != ColumnNumber || !isColumnVisible(column)) continue;
+    viewport()->update(m_pHeader->sectionViewportPosition(column), 0, m_pHeader->sectionSize(column),
+                       viewport()->height());
+  }
+}
+
+QRect CBaseHighPerformanceTable::paintBranch(QPainter& /*painter*/, int /*row*/, const QRect& cell) { return cell; }
+
+bool CBaseHighPerformanceTable::isHeading(int /*row*/) const { return false; }
+
+}  // namespace GV

@@ -1,0 +1,39 @@
+/// How an event of the terminal travels from a widget to the owner that handles it.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+#include <utility>
+
+namespace GV {
+
+/// The event ids that this kit delivers.
+enum EEvent {
+  EventButtonClicked = 5,         ///< id: the control's
+  EventColumnMouse = 13,          ///< id: column, value: y in the viewport, key: row
+  EventCellClicked = 14,          ///< id: column, value: the Qt::MouseButton, key: row
+  EventColumnDoubleClicked = 49,  ///< key: the column in decimal
+  EventCheckBoxToggled = 67,      ///< id: the control's, value: 1 when checked
+  EventRowButtonClicked = 231,    ///< id: the button's, value: column, key: row
+};
+
+class CEventWidget {
+ public:
+  virtual ~CEventWidget() = default;
+  /// True when the event was meant for this widget, so that it goes no further. GUI thread.
+  virtual bool handleEvent(int eventId, int id, int value, QString key, void* data);
+};
+
+/// A widget class that can handle events.
+template <typename Widget>
+class CEventWidgetT : public Widget, public CEventWidget {
+ public:
+  using Widget::Widget;
+};
+
+struct CEventDeliverer {
+  /// Hands the event to the parents of a widget, the nearest first, until one handles it. False when none did.
+  static bool deliverEvent(QWidget* from, int eventId, int id, int value, const QString& key, void* data);
+};
+
+}  // namespace GV

@@ -1,0 +1,194 @@
+#include "gv/CHpfTreeTable.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QtDebug>
+
+#include "gv/CBaseHighPerformanceTableColors.h"
+
+namespace GV {
+
+namespace {
+constexpr int kIndent = 14;
+constexpr int kBranchWidth = 16;
+}  // namespace
+
+CHpfTreeTable::CHpfTreeTable(QWidget* parent) : CBaseHighPerformanceTable(parent) {}
+
+void CHpfTreeTable::setDataModel(CHpfTreeTableModel* model) {
+  CHpfTreeTableModel* old = m_pTreeModel;
+  m_pTreeModel = model;
+  if (model != nullptr) model->setParent(this);
+  setBaseModel(model);
+  delete old;
+}
+
+bool CHpfTreeTable::updateData(const CHpfTreeTableDataPtr& row, const QString& parentKey) {
+  if (!row) return false;
+  const int node = m_pTreeModel->nodeOf(*row);
+  if (node != CTreeRows::kNone) {
+    m_pTreeModel->rowChanged(node);
+    return true;
+  }
+  if (m_pTreeModel->find(row->key()) != CTreeRows::kNone) return m_pTreeModel->replaceData(row);
+  if (m_pTreeModel->insertData(row, parentKey)) return true;
+  qWarning("table: row \"%s\" has the unknown parent \"%s\"", qPrintable(row->key()), qPrintable(parentKey));
+  return false;
+}
+
+void CHpfTreeTable::subtreeChanged(const CHpfTreeTableData& row) {
+  const int node = m_pTreeModel->nodeOf(row);
+  if (node != CTreeRows::kNone) m_pTreeModel->rowsChanged(node);
+}
+
+void CHpfTreeTable::clear() {
+  m_pTreeModel->clear();
+  clearSelection();
+}
+
+// Hiding and folding
+
+void CHpfTreeTable::showBelow(int node) {
+  m_pTreeModel->setHidden(node, false);
+  for (const int child : m_pTreeModel->rows().at(node).children) showBelow(child);
+}
+
+void CHpfTreeTable::showItem(const CHpfTreeTableData& row, bool recursive) {
+  const int node = m_pTreeModel->nodeOf(row);
+  if (node == CTreeRows::kNone) return;
+  const CModelBatch batch(*m_pTreeModel);
+  if (recursive) {
+    showBelow(node);
+  } else {
+    m_pTreeModel->setHidden(node, false);
+  }
+}
+
+void CHpfTreeTable::showItem(const QString& key, bool recursive) {
+  const CHpfTreeTableDataPtr row = dataByKey(key);
+  if (row) showItem(*row, recursive);
+}
+
+void CHpfTreeTable::showItemNoRecursive(const QString& key, bool expand) {
+  const int node = m_pTreeModel->find(key);
+  if (node == CTreeRows::kNone) return;
+  m_pTreeModel->setHidden(node, false);
+  if (expand) m_pTreeModel->setExpanded(node, true);
+}
+
+void CHpfTreeTable::hideItem(const CHpfTreeTableData& row, bool hide) {
+  const int node = m_pTreeModel->nodeOf(row);
+  if (node != CTreeRows::kNone) m_pTreeModel->setHidden(node, hide);
+}
+
+void CHpfTreeTable::hideItem(const QString& key, bool hide) {
+  const int node = m_pTreeModel->find(key);
+  if (node != CTreeRows::kNone) m_pTreeModel->setHidden(node, hide);
+}
+
+void CHpfTreeTable::expandItem(const CHpfTreeTableData& row, bool expand) {
+  const int node = m_pTreeModel->nodeOf(row);
+  if (node != CTreeRows::kNone) m_pTreeModel->setExpanded(node, expand);
+}
+
+void CHpfTreeTable::expandItem(const QString& key, bool expand) {
+  const int node = m_pTreeModel->find(key);
+  if (node != CTreeRows::kNone) m_pTreeModel->setExpanded(node, expand);
+}
+
+bool CHpfTreeTable::isExpanded(const QString& key) const {
+  const int node = m_pTreeModel->find(key);
+  return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Expanded);
+}
+
+bool CHpfTreeTable::isItemHidden(const QString& key) const {
+  const int node = m_pTreeModel->find(key);
+  return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Hidden);
+}
+
+// Paths
+
+int CHpfTreeTable::findByPath(int parent, const QStringRef& path) const {
+  for (const int child : m_pTreeModel->rows().at(parent).children) {
+    const QString name = m_pTreeModel->rows().at(child).row->scriptName();
+    if (path == name) return child;
+    if (path.size() <= name.size() || !path.startsWith(name) || path.at(name.size()) != QLatin1Char('/')) continue;
+    const int found = findByPath(child, path.mid(name.size() + 1));
+    if (found != CTreeRows::kNone) return found;
+  }
+  return CTreeRows::kNone;
+}
+
+CHpfTreeTableDataPtr CHpfTreeTable::rowByPath(const QString& path) const {
+  const int node = findByPath(CTreeRows::kTop, QStringRef(&path));
+  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_pTreeModel->rows().at(node).row;
+}
+
+// The tree column
+
+QRect CHpfTreeTable::branchRect(int row, const QRect& cell) const {
+  const int depth = m_pTreeModel->rows().at(m_pTreeModel->nodeAt(row)).depth;
+  return {cell.left() + 2 + (depth - 1) * kIndent, cell.top(), kBranchWidth, cell.height()};
+}
+
+QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) {
+  const CTreeRows::SNode& node = m_pTreeModel->rows().at(m_pTreeModel->nodeAt(row));
+  const QRect branch = branchRect(row, cell);
+  if (!node.children.empty() && branch.right() < cell.right()) {
+    const QPointF middle = QRectF(branch).center();
+    const bool open = (node.flags & CTreeRows::Expanded) != 0;
+    QPolygonF arrow;
+    if (open) {
+      arrow << middle + QPointF(-4, -2) << middle + QPointF(4, -2) << middle + QPointF(0, 3);
+    } else {
+      arrow << middle + QPointF(-2, -4) << middle + QPointF(3, 0) << middle + QPointF(-2, 4);
+    }
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(*CUiResource::getColor(QStringLiteral("clr_table_branch")));
+    painter.drawPolygon(arrow);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+  }
+  return cell.adjusted(branch.right() - cell.left() - 3, 0, 0, 0);
+}
+
+bool CHpfTreeTable::pressBranch(int row, const QRect& cell, const QPoint& point) {
+  const int node = m_pTreeModel->nodeAt(row);
+  if (m_pTreeModel->rows().at(node).children.empty() || !branchRect(row, cell).contains(point)) return false;
+  m_pTreeModel->setExpanded(node, !m_pTreeModel->rows().has(node, CTreeRows::Expanded));
+  return true;
+}
+
+bool CHpfTreeTable::isHeading(int row) const {
+  const CTreeRows::SNode& node = m_pTreeModel->rows().at(m_pTreeModel->nodeAt(row));
+  return node.depth == 1 && !node.children.empty();
+}
+
+// Keyboard
+
+int CHpfTreeTable::currentNode() const {
+  const int node = m_pTreeModel == nullptr ? CTreeRows::kNone : m_pTreeModel->find(currentKey());
+  return node != CTreeRows::kNone && m_pTreeModel->positionOfNode(node) >= 0 ? node : CTreeRows::kNone;
+}
+
+void CHpfTreeTable::keyPressEvent(QKeyEvent* event) {
+  const int node = currentNode();
+  const bool unfold = event->key() == Qt::Key_Right || event->key() == Qt::Key_Plus;
+  const bool fold = event->key() == Qt::Key_Left || event->key() == Qt::Key_Minus;
+  if (node == CTreeRows::kNone || (!fold && !unfold)) {
+    CBaseHighPerformanceTable::keyPressEvent(event);
+    return;
+  }
+  const CTreeRows& rows = m_pTreeModel->rows();
+  const bool parent = !rows.at(node).children.empty();
+  const bool expanded = rows.has(node, CTreeRows::Expanded);
+  if (parent && expanded != unfold) {
+    m_pTreeModel->setExpanded(node, unfold);
+  } else if (event->key() == Qt::Key_Left && rows.at(node).parent != CTreeRows::kTop) {
+    moveCurrent(m_pTreeModel->positionOfNode(rows.at(node).parent), Qt::NoModifier);
+  } else if (event->key() == Qt::Key_Right && parent) {
+    moveCurrent(m_pTreeModel->positionOfNode(node) + 1, Qt::NoModifier);
+  }
+}
+
+}  // namespace GV

@@ -1,0 +1,72 @@
+/// The tree table.
+#pragma once
+
+#include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CHpfTreeTableModel.h"
+
+namespace GV {
+
+/// Rows are addressed by key. Between beginBatch and endBatch any number of changes costs one pass and one repaint.
+/// GUI thread only.
+class CHpfTreeTable : public CBaseHighPerformanceTable {
+  Q_OBJECT
+
+ public:
+  explicit CHpfTreeTable(QWidget* parent = nullptr);
+
+  /// Takes ownership.
+  void setDataModel(CHpfTreeTableModel* model);
+  CHpfTreeTableModel* dataModel() const { return m_pTreeModel; }
+
+  void beginBatch() { m_pTreeModel->beginBatch(); }
+  void endBatch() { m_pTreeModel->endBatch(); }
+
+  /// Puts a row under its parent (empty key: a root), or says that the figures of a row that is there changed. False,
+  /// and said in the log, for an unknown parent.
+  bool updateData(const CHpfTreeTableDataPtr& row, const QString& parentKey);
+  /// The figures of a row and of all below it changed.
+  void subtreeChanged(const CHpfTreeTableData& row);
+  /// The figures of every row changed.
+  void allRowsChanged() { m_pTreeModel->rowsChanged(CTreeRows::kTop); }
+  /// Removes a row with all below it; unknown keys do nothing, here and below.
+  void removeDataByKey(const QString& key) { m_pTreeModel->removeDataByKey(key); }
+  void clear();
+
+  /// Ends the hiding of a row, with recursive also of all below it.
+  void showItem(const QString& key, bool recursive);
+  /// Ends the hiding of a row, and expands it when expand is set; never folds.
+  void showItemNoRecursive(const QString& key, bool expand);
+  void hideItem(const QString& key, bool hide);
+  void expandItem(const QString& key, bool expand);
+  void expandAll(bool expand) { m_pTreeModel->setAllExpanded(expand); }
+  bool isExpanded(const QString& key) const;
+  /// Whether the row itself is hidden, whatever is above it.
+  bool isItemHidden(const QString& key) const;
+
+  // The same without a look-up by key, for bulk work.
+  void showItem(const CHpfTreeTableData& row, bool recursive);
+  void hideItem(const CHpfTreeTableData& row, bool hide);
+  void expandItem(const CHpfTreeTableData& row, bool expand);
+
+  CHpfTreeTableDataPtr dataByKey(const QString& key) const { return m_pTreeModel->dataByKey(key); }
+  /// Every row in the order of the table, hidden and folded ones included.
+  void forEachRow(const CHpfTreeTableModel::RowVisitor& visit) const { m_pTreeModel->forEachRow(visit); }
+  /// The row that a path of script names joined with "/" names; null for none. A name may contain "/" itself.
+  CHpfTreeTableDataPtr rowByPath(const QString& path) const;
+
+ protected:
+  QRect paintBranch(QPainter& painter, int row, const QRect& cell) override;
+  bool pressBranch(int row, const QRect& cell, const QPoint& point) override;
+  bool isHeading(int row) const override;
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  QRect branchRect(int row, const QRect& cell) const;
+  int currentNode() const;
+  void showBelow(int node);
+  int findByPath(int parent, const QStringRef& path) const;
+
+  CHpfTreeTableModel* m_pTreeModel = nullptr;
+};
+
+}  // namespace GV

@@ -1,0 +1,37 @@
+/// One row of the tree table.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <limits>
+
+#include "gv/IBaseHpfTableData.h"
+
+namespace GV {
+
+/// GUI thread only.
+class CHpfTreeTableData : public IBaseHpfTableData {
+ public:
+  CHpfTreeTableData() = default;
+  CHpfTreeTableData(const CHpfTreeTableData&) = delete;
+  CHpfTreeTableData& operator=(const CHpfTreeTableData&) = delete;
+
+  /// What the tree column shows.
+  virtual QString displayName() const { return {}; }
+  /// Short name under the parent; a script addresses a row by these, joined with "/".
+  virtual QString scriptName() const { return displayName(); }
+  /// Place among the roots while no column is sorted; roots of equal order keep their arrival.
+  virtual int sortOrder() const { return std::numeric_limits<int>::max(); }
+
+  /// Null for a root and for a row that is in no table.
+  const CHpfTreeTableData* parent() const { return m_pParent; }
+  bool isInTable() const { return m_nNode > 0; }
+
+ private:
+  friend class CTreeRows;
+  const CHpfTreeTableData* m_pParent = nullptr;
+  int m_nNode = -1;  ///< the row's place in CTreeRows
+};
+
+typedef boost::shared_ptr<CHpfTreeTableData> CHpfTreeTableDataPtr;
+
+}  // namespace GV

@@ -1,0 +1,431 @@
+#include "gv/CHpfTreeTableModel.h"
+
+#include <QStringList>
+#include <algorithm>
+
+namespace GV {
+
+namespace {
+/// A batch with more changes of structure than this rebuilds the flat list instead of mending it.
+constexpr int kIncrementalOperations = 32;
+}  // namespace
+
+CHpfTreeTableModel::CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent)
+    : IBaseHpfTableModel(std::move(columns), parent) {}
+
+int CHpfTreeTableModel::rowCount(const QModelIndex& parent) const {
+  if (parent.isValid()) return 0;
+  ensureFlat();
+  return static_cast<int>(m_flat.size());
+}
+
+CHpfTreeTableData& CHpfTreeTableModel::rowAt(int position) const { return *m_rows.at(nodeAt(position)).row; }
+
+int CHpfTreeTableModel::nodeAt(int position) const {
+  ensureFlat();
+  return m_flat[static_cast<std::size_t>(position)];
+}
+
+int CHpfTreeTableModel::positionOf(const QString& key) const {
+  const int node = m_rows.find(key);
+  return node == CTreeRows::kNone ? -1 : positionOfNode(node);
+}
+
+int CHpfTreeTableModel::nearestPosition(const QString& key) const {
+  int node = m_rows.find(key);
+  while (node > CTreeRows::kTop && !m_rows.isShown(node)) node = m_rows.at(node).parent;
+  return node > CTreeRows::kTop ? positionOfNode(node) : -1;
+}
+
+int CHpfTreeTableModel::positionOfNode(int node) const {
+  ensureFlat();
+  const int position = m_rows.at(node).position;
+  if (position < 0) return -1;
+  const std::size_t guess = static_cast<std::size_t>(position);
+  if (guess < m_flat.size() && m_flat[guess] == node) return position;
+  for (std::size_t i = m_nPositionsValid; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
+  m_nPositionsValid = m_flat.size();
+  return m_rows.at(node).position;
+}
+
+QString CHpfTreeTableModel::cellText(const IBaseHpfTableData& row, int column) const {
+  if (columnKind(column) != ColumnTree) return row.text(column);
+  return static_cast<const CHpfTreeTableData&>(row).displayName();
+}
+
+double CHpfTreeTableModel::statistic(int column) const { return m_rows.sum(column); }
+
+CHpfTreeTableDataPtr CHpfTreeTableModel::dataByKey(const QString& key) const {
+  const int node = m_rows.find(key);
+  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_rows.at(node).row;
+}
+
+// Batches
+
+void CHpfTreeTableModel::beginBatch() {
+  if (m_nBatch++ == 0) m_nBatchOperations = 0;
+}
+
+void CHpfTreeTableModel::endBatch() {
+  if (--m_nBatch > 0) return;
+  if (m_bResetting) {
+    restoreOrder();
+    m_changes.clear();
+    ensureFlat();
+    m_bResetting = false;
+    endResetModel();
+    return;
+  }
+  applyChanges();
+}
+
+bool CHpfTreeTableModel::showsChildren(int node) const {
+  return m_rows.has(node, CTreeRows::Expanded) && m_rows.isShown(node);
+}
+
+/// Whether this change of structure is still mended in place.
+bool CHpfTreeTableModel::goesIncremental() {
+  if (m_bResetting) return false;
+  if (m_nBatch == 0 || ++m_nBatchOperations <= kIncrementalOperations) return true;
+  beginResetModel();
+  m_bResetting = true;
+  return false;
+}
+
+void CHpfTreeTableModel::ensureFlat() const {
+  if (!m_bFlatStale) return;
+  m_bFlatStale = false;
+  // A node that was removed meanwhile may be in the old list; its slot is free or holds a new row, which is set below.
+  for (const int node : m_flat) m_rows.setPosition(node, CTreeRows::kNoPosition);
+  m_flat.clear();
+  collectChildren(CTreeRows::kTop, m_flat);
+  for (std::size_t i = 0; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
+  m_nPositionsValid = m_flat.size();
+}
+
+// The flat list
+
+/// Appends a node and what shows below it.
+void CHpfTreeTableModel::collect(int node, std::vector<int>& out) const {
+  out.push_back(node);
+  if (m_rows.has(node, CTreeRows::Expanded)) collectChildren(node, out);
+}
+
+void CHpfTreeTableModel::collectChildren(int node, std::vector<int>& out) const {
+  m_rows.ensureSorted(node);
+  for (const int child : m_rows.at(node).children) {
+    if (!m_rows.has(child, CTreeRows::Hidden)) collect(child, out);
+  }
+}
+
+/// The position behind everything that shows below the row at a position.
+int CHpfTreeTableModel::endOf(int position) const {
+  const std::size_t first = static_cast<std::size_t>(position);
+  const int depth = m_rows.at(m_flat[first]).depth;
+  std::size_t end = first + 1;
+  while (end < m_flat.size() && m_rows.at(m_flat[end]).depth > depth) ++end;
+  return static_cast<int>(end);
+}
+
+/// The last row that shows at or below a node that shows.
+int CHpfTreeTableModel::lastShown(int node) const {
+  while (m_rows.has(node, CTreeRows::Expanded)) {
+    const std::vector<int>& children = m_rows.at(node).children;
+    const auto shown = std::find_if(children.rbegin(), children.rend(),
+                                    [this](int child) { return !m_rows.has(child, CTreeRows::Hidden); });
+    if (shown == children.rend()) return node;
+    node = *shown;
+  }
+  return node;
+}
+
+/// The position of the row after which a node that is to show belongs; -1 for the very first.
+int CHpfTreeTableModel::positionBefore(int node) const {
+  const int parent = m_rows.at(node).parent;
+  const std::vector<int>& siblings = m_rows.at(parent).children;
+  auto place = std::find(siblings.rbegin(), siblings.rend(), node);
+  const auto before = std::find_if(std::next(place), siblings.rend(),
+                                   [this](int sibling) { return !m_rows.has(sibling, CTreeRows::Hidden); });
+  if (before != siblings.rend()) return positionOfNode(lastShown(*before));
+  return parent == CTreeRows::kTop ? -1 : positionOfNode(parent);
+}
+
+void CHpfTreeTableModel::showRows(int position, const std::vector<int>& nodes) {
+  if (nodes.empty()) return;
+  beginInsertRows(QModelIndex(), position, position + static_cast<int>(nodes.size()) - 1);
+  m_flat.insert(m_flat.begin() + position, nodes.begin(), nodes.end());
+  for (std::size_t i = 0; i < nodes.size(); ++i) m_rows.setPosition(nodes[i], position + static_cast<int>(i));
+  m_nPositionsValid = std::min(m_nPositionsValid, static_cast<std::size_t>(position));
+  endInsertRows();
+}
+
+void CHpfTreeTableModel::hideRows(int first, int end) {
+  if (first >= end) return;
+  beginRemoveRows(QModelIndex(), first, end - 1);
+  for (int i = first; i < end; ++i) m_rows.setPosition(m_flat[static_cast<std::size_t>(i)], CTreeRows::kNoPosition);
+  m_flat.erase(m_flat.begin() + first, m_flat.begin() + end);
+  m_nPositionsValid = std::min(m_nPositionsValid, static_cast<std::size_t>(first));
+  endRemoveRows();
+}
+
+/// Puts what shows below a node into the order that its parents' children have now.
+void CHpfTreeTableModel::relayout(int node) {
+  if (m_bResetting) {
+    m_bFlatStale = true;
+    return;
+  }
+  const bool top = node == CTreeRows::kTop;
+  const int position = top ? -1 : positionOfNode(node);
+  if (!top && (position < 0 || !m_rows.has(node, CTreeRows::Expanded))) return;
+
+  Q_EMIT layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+  const QModelIndexList before = persistentIndexList();
+  std::vector<int> persistent;
+  for (const QModelIndex& index : before) persistent.push_back(nodeAt(index.row()));
+
+  std::vector<int> nodes;
+  collectChildren(node, nodes);
+  std::copy(nodes.begin(), nodes.end(), m_flat.begin() + position + 1);
+  int next = position + 1;
+  for (const int moved : nodes) m_rows.setPosition(moved, next++);
+
+  QModelIndexList after;
+  for (int i = 0; i < before.size(); ++i) {
+    after.append(index(positionOfNode(persistent[static_cast<std::size_t>(i)]), before[i].column()));
+  }
+  changePersistentIndexList(before, after);
+  Q_EMIT layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+// Structure
+
+bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey, int place) {
+  if (!row || row->isInTable() || m_rows.find(row->key()) != CTreeRows::kNone) return false;
+  const int parent = parentKey.isEmpty() ? CTreeRows::kTop : m_rows.find(parentKey);
+  if (parent == CTreeRows::kNone) return false;
+  const bool first = m_rows.at(parent).children.empty();
+  const bool shown = showsChildren(parent);
+  const bool incremental = shown && goesIncremental();
+  const int node = m_rows.insert(parent, row, place);
+  if (incremental) {
+    showRows(positionBefore(node) + 1, {node});
+  } else if (shown) {
+    m_bFlatStale = true;
+  }
+  if (first && parent != CTreeRows::kTop) rowChanged(parent);  // it has a branch arrow now
+  return true;
+}
+
+bool CHpfTreeTableModel::replaceData(const CHpfTreeTableDataPtr& row) {
+  const int node = row ? m_rows.find(row->key()) : CTreeRows::kNone;
+  if (node == CTreeRows::kNone || (row->isInTable() && m_rows.at(node).row != row)) return false;
+  m_rows.replace(node, row);
+  rowChanged(node);
+  return true;
+}
+
+bool CHpfTreeTableModel::removeDataByKey(const QString& key) {
+  const int node = m_rows.find(key);
+  if (node == CTreeRows::kNone) return false;
+  const int parent = m_rows.at(node).parent;
+  if (m_rows.isShown(node)) {
+    if (goesIncremental()) {
+      const int position = positionOfNode(node);
+      hideRows(position, endOf(position));
+    } else {
+      m_bFlatStale = true;
+    }
+  }
+  m_rows.erase(node);
+  if (parent != CTreeRows::kTop && m_rows.at(parent).children.empty()) rowChanged(parent);
+  return true;
+}
+
+void CHpfTreeTableModel::clear() {
+  if (!m_bResetting) beginResetModel();
+  m_changes.clear();
+  m_rows.clear();
+  m_flat.clear();
+  m_nPositionsValid = 0;
+  m_bFlatStale = false;
+  if (!m_bResetting) endResetModel();
+}
+
+bool CHpfTreeTableModel::reorderChildren(const QString& parentKey, const QStringList& keys) {
+  const int parent = parentKey.isEmpty() ? CTreeRows::kTop : m_rows.find(parentKey);
+  if (parent == CTreeRows::kNone) return false;
+  std::vector<int> nodes;
+  for (const QString& key : keys) nodes.push_back(m_rows.find(key));
+  if (!m_rows.reorder(parent, nodes)) return false;
+  relayout(parent);
+  return true;
+}
+
+void CHpfTreeTableModel::setExpanded(int node, bool on) {
+  if (m_rows.has(node, CTreeRows::Expanded) == on) return;
+  const bool shown = !m_rows.at(node).children.empty() && m_rows.isShown(node);
+  if (!shown) {
+    m_rows.set(node, CTreeRows::Expanded, on);
+  } else if (!goesIncremental()) {
+    m_rows.set(node, CTreeRows::Expanded, on);
+    m_bFlatStale = true;
+  } else if (on) {
+    const int position = positionOfNode(node);
+    m_rows.set(node, CTreeRows::Expanded, true);
+    std::vector<int> nodes;
+    collectChildren(node, nodes);
+    showRows(position + 1, nodes);
+  } else {
+    const int position = positionOfNode(node);
+    const int end = endOf(position);
+    m_rows.set(node, CTreeRows::Expanded, false);
+    hideRows(position + 1, end);
+  }
+  rowChanged(node);
+}
+
+void CHpfTreeTableModel::setHidden(int node, bool on) {
+  if (m_rows.has(node, CTreeRows::Hidden) == on) return;
+  // A row that is folded away only notes the flag.
+  if (!showsChildren(m_rows.at(node).parent)) {
+    m_rows.set(node, CTreeRows::Hidden, on);
+    return;
+  }
+  if (!goesIncremental()) {
+    m_rows.set(node, CTreeRows::Hidden, on);
+    m_bFlatStale = true;
+  } else if (on) {
+    const int position = positionOfNode(node);
+    const int end = endOf(position);
+    m_rows.set(node, CTreeRows::Hidden, true);
+    hideRows(position, end);
+  } else {
+    m_rows.set(node, CTreeRows::Hidden, false);
+    std::vector<int> nodes;
+    collect(node, nodes);
+    showRows(positionBefore(node) + 1, nodes);
+  }
+}
+
+void CHpfTreeTableModel::setAllExpanded(bool on) {
+  const CModelBatch batch(*this);
+  std::vector<int> parents;
+  const std::vector<int>& roots = m_rows.at(CTreeRows::kTop).children;
+  parents.assign(roots.begin(), roots.end());
+  for (std::size_t i = 0; i < parents.size(); ++i) {
+    for (const int child : m_rows.at(parents[i]).children) {
+      if (!m_rows.at(child).children.empty()) parents.push_back(child);
+    }
+  }
+  for (const int node : parents) setExpanded(node, on);
+}
+
+void CHpfTreeTableModel::sort(int column, Qt::SortOrder order) {
+  if (column >= 0 && !hasColumn(column)) return;
+  m_nSortColumn = column;
+  m_eSortOrder = order;
+  m_rows.setSort(column, order, column >= 0 && this->column(column).sortsByNumber());
+  relayout(CTreeRows::kTop);
+}
+
+// Changes of figures
+
+void CHpfTreeTableModel::noteChange(int node, bool subtree) {
+  m_changes.push_back({node, subtree});
+  if (m_nBatch == 0) applyChanges();
+}
+
+void CHpfTreeTableModel::applyChanges() {
+  if (m_changes.empty() || m_bResetting) return;
+  restoreOrder();
+  for (const SRange& range : changedRanges()) {
+    Q_EMIT dataChanged(index(range.first, 0), index(range.last, columnCount() - 1));
+  }
+  m_changes.clear();
+}
+
+/// Rows whose sort value moved find their new place at the end of the batch.
+void CHpfTreeTableModel::restoreOrder() {
+  // A row that was removed after it changed left an empty node.
+  const auto gone = [this](const SChange& change) {
+    return change.node != CTreeRows::kTop && m_rows.at(change.node).row == nullptr;
+  };
+  m_changes.erase(std::remove_if(m_changes.begin(), m_changes.end(), gone), m_changes.end());
+  std::vector<int> parents;
+  for (const SChange& change : m_changes) {
+    if (refreshOrder(change)) parents.push_back(CTreeRows::kTop);
+    if (m_nSortColumn >= 0) gatherUnsorted(change.node, change.subtree, parents);
+  }
+  std::sort(parents.begin(), parents.end());
+  parents.erase(std::unique(parents.begin(), parents.end()), parents.end());
+  for (const int parent : parents) m_rows.touchOrder(parent);
+  if (m_bResetting) {
+    m_bFlatStale = m_bFlatStale || !parents.empty();
+    return;
+  }
+  int moved = CTreeRows::kNone;
+  int count = 0;
+  for (const int parent : parents) {
+    // Parents that are folded are ordered when they are opened.
+    if (parent != CTreeRows::kTop && m_rows.at(parent).position < 0) continue;
+    if (!m_rows.has(parent, CTreeRows::Expanded) || !m_rows.ensureSorted(parent)) continue;
+    moved = parent;
+    ++count;
+  }
+  if (count > 0) relayout(count == 1 ? moved : CTreeRows::kTop);
+}
+
+bool CHpfTreeTableModel::refreshOrder(const SChange& change) {
+  if (change.node != CTreeRows::kTop) return m_rows.refreshOrder(change.node);
+  bool moved = false;
+  for (const int root : m_rows.at(CTreeRows::kTop).children) moved = m_rows.refreshOrder(root) || moved;
+  return moved;
+}
+
+void CHpfTreeTableModel::gatherUnsorted(int node, bool subtree, std::vector<int>& parents) const {
+  if (node != CTreeRows::kTop) parents.push_back(m_rows.at(node).parent);
+  if (!subtree || m_rows.at(node).children.empty()) return;
+  parents.push_back(node);
+  for (const int child : m_rows.at(node).children) {
+    if (!m_rows.at(child).children.empty()) gatherUnsorted(child, true, parents);
+  }
+}
+
+std::vector<CHpfTreeTableModel::SRange> CHpfTreeTableModel::changedRanges() const {
+  std::vector<SRange> ranges;
+  for (const SChange& change : m_changes) {
+    if (change.node == CTreeRows::kTop) {
+      const int rows = rowCount();
+      return rows > 0 ? std::vector<SRange>{{0, rows - 1}} : std::vector<SRange>{};
+    }
+    const int first = positionOfNode(change.node);
+    if (first >= 0) ranges.push_back({first, change.subtree ? positionOfNode(lastShown(change.node)) : first});
+  }
+  const auto before = [](const SRange& a, const SRange& b) { return a.first < b.first; };
+  std::sort(ranges.begin(), ranges.end(), before);
+  std::vector<SRange> merged;
+  for (const SRange& range : ranges) {
+    if (!merged.empty() && range.first <= merged.back().last + 1) {
+      merged.back().last = std::max(merged.back().last, range.last);
+    } else {
+      merged.push_back(range);
+    }
+  }
+  return merged;
+}
+
+// Walks
+
+void CHpfTreeTableModel::visitBelow(int node, bool hidden, const RowVisitor& visit) const {
+  m_rows.ensureSorted(node);
+  for (const int child : m_rows.at(node).children) {
+    const CTreeRows::SNode& entry = m_rows.at(child);
+    const bool gone = hidden || m_rows.has(child, CTreeRows::Hidden);
+    visit(*entry.row, entry.depth - 1, gone, m_rows.has(child, CTreeRows::Expanded));
+    visitBelow(child, gone, visit);
+  }
+}
+
+void CHpfTreeTableModel::forEachRow(const RowVisitor& visit) const { visitBelow(CTreeRows::kTop, false, visit); }
+
+}  // namespace GV

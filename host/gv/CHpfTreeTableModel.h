@@ -1,0 +1,126 @@
+/// The model of the tree table: the flat list of the rows that show.
+#pragma once
+
+#include <functional>
+
+#include "gv/CTreeRows.h"
+#include "gv/IBaseHpfTableModel.h"
+
+namespace GV {
+
+/// Rows that are folded away or hidden are no rows of this model. Each operation costs what it changes; a batch in
+/// which much of the structure changes rebuilds the list once, in one pass, and says so with one reset. GUI thread
+/// only.
+class CHpfTreeTableModel : public IBaseHpfTableModel {
+  Q_OBJECT
+
+ public:
+  /// Called for each row with its depth (0 for a root), whether it or one above it is hidden, whether it is expanded.
+  typedef std::function<void(const CHpfTreeTableData&, int depth, bool hidden, bool expanded)> RowVisitor;
+
+  explicit CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent = nullptr);
+
+  int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+  /// Sorts within each parent; column -1 gives back the rows' own order.
+  void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+
+  CHpfTreeTableData& rowAt(int position) const override;
+  int positionOf(const QString& key) const override;
+  int nearestPosition(const QString& key) const override;
+  QString cellText(const IBaseHpfTableData& row, int column) const override;
+  double statistic(int column) const override;
+
+  /// Between these, notices are held back and merged. They nest.
+  void beginBatch();
+  void endBatch();
+  bool isInBatch() const { return m_nBatch > 0; }
+
+  /// Adds a row under the row of parentKey (an empty one: as a root), before the sibling at place, or last. False, and
+  /// nothing done, for a null row, a key that is there already and an unknown parent.
+  bool insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey, int place = -1);
+  /// Puts another record in the place of the row of the same key.
+  bool replaceData(const CHpfTreeTableDataPtr& row);
+  /// Removes a row with all below it. False for an unknown key.
+  bool removeDataByKey(const QString& key);
+  void clear();
+  /// Sets the children's own order (parentKey empty: of the roots); children not named follow. False when a parent or
+  /// child is unknown.
+  bool reorderChildren(const QString& parentKey, const QStringList& keys);
+  void reserve(int rows) { m_rows.reserve(rows); }
+
+  /// The node of a row, CTreeRows::kNone for an unknown one. A node stays valid while its row is in the table.
+  int find(const QString& key) const { return m_rows.find(key); }
+  int nodeOf(const CHpfTreeTableData& row) const { return m_rows.nodeOf(row); }
+  const CTreeRows& rows() const { return m_rows; }
+  CHpfTreeTableDataPtr dataByKey(const QString& key) const;
+  int nodeAt(int position) const;
+  /// Where a node shows, -1 when it does not.
+  int positionOfNode(int node) const;
+
+  void setExpanded(int node, bool on);
+  void setHidden(int node, bool on);
+  void setAllExpanded(bool on);
+  /// The figures of a node changed, resp. those of everything at and below it (CTreeRows::kTop: of all rows).
+  void rowChanged(int node) { noteChange(node, false); }
+  void rowsChanged(int node) { noteChange(node, true); }
+
+  int sortColumn() const { return m_nSortColumn; }
+  Qt::SortOrder sortOrder() const { return m_eSortOrder; }
+
+  /// Every row in the order of the table, those that do not show included.
+  void forEachRow(const RowVisitor& visit) const;
+
+ private:
+  struct SChange {
+    int node;
+    bool subtree;
+  };
+  struct SRange {
+    int first;
+    int last;
+  };
+
+  bool goesIncremental();
+  bool showsChildren(int node) const;
+  void ensureFlat() const;
+  void collect(int node, std::vector<int>& out) const;
+  void collectChildren(int node, std::vector<int>& out) const;
+  int endOf(int position) const;
+  int positionBefore(int node) const;
+  int lastShown(int node) const;
+  void showRows(int position, const std::vector<int>& nodes);
+  void hideRows(int first, int end);
+  void relayout(int node);
+  void noteChange(int node, bool subtree);
+  void applyChanges();
+  void restoreOrder();
+  bool refreshOrder(const SChange& change);
+  void gatherUnsorted(int node, bool subtree, std::vector<int>& parents) const;
+  std::vector<SRange> changedRanges() const;
+  void visitBelow(int node, bool hidden, const RowVisitor& visit) const;
+
+  mutable CTreeRows m_rows;
+  mutable std::vector<int> m_flat;            ///< the nodes that show, in order
+  mutable std::size_t m_nPositionsValid = 0;  ///< up to here the nodes know their position
+  mutable bool m_bFlatStale = false;
+  std::vector<SChange> m_changes;
+  int m_nBatch = 0;
+  int m_nBatchOperations = 0;
+  bool m_bResetting = false;
+  int m_nSortColumn = -1;
+  Qt::SortOrder m_eSortOrder = Qt::AscendingOrder;
+};
+
+/// A batch that ends with its scope.
+class CModelBatch {
+ public:
+  explicit CModelBatch(CHpfTreeTableModel& model) : m_model(model) { m_model.beginBatch(); }
+  ~CModelBatch() { m_model.endBatch(); }
+  CModelBatch(const CModelBatch&) = delete;
+  CModelBatch& operator=(const CModelBatch&) = delete;
+
+ private:
+  CHpfTreeTableModel& m_model;
+};
+
+}  // namespace GV

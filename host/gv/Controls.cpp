@@ -1,0 +1,152 @@
+#include "gv/Controls.h"
+
+#include <QAction>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QMenu>
+#include <QPainter>
+
+#include "gv/CEventWidget.h"
+
+namespace GV {
+
+CPushButton::CPushButton(int id, QWidget* parent) : QPushButton(parent), m_nId(id) {
+  setFocusPolicy(Qt::TabFocus);
+  connect(this, &QPushButton::clicked, this,
+          [this] { CEventDeliverer::deliverEvent(this, EventButtonClicked, m_nId, 0, QString(), nullptr); });
+}
+
+void CPushButton::setImageKey(const QString& key) {
+  m_strImageKey = key;
+  setFlat(true);
+  resourceChanged();
+}
+
+void CPushButton::resourceChanged() {
+  if (m_strImageKey.isEmpty()) return;
+  const QPixmap image = CUiResource::getPixmap(m_strImageKey);
+  setIcon(QIcon(image));
+  setIconSize(image.size());
+}
+
+CSmallNoNormalButton::CSmallNoNormalButton(int id, const QString& text, QWidget* parent) : CPushButton(id, parent) {
+  setText(text);
+  setFont(CUiResource::getFont(QStringLiteral("fnt_default_normal_fix")));
+}
+
+CComboPushButton::CComboPushButton(QWidget* parent) : QPushButton(parent), m_pMenu(new QMenu(this)) {
+  setFocusPolicy(Qt::TabFocus);
+  setFont(CUiResource::getFont(QStringLiteral("fnt_default_normal_fix")));
+  setMenu(m_pMenu);
+}
+
+void CComboPushButton::setImageKey(const QString& key) {
+  m_strImageKey = key;
+  update();
+}
+
+void CComboPushButton::setTextColorKey(const QString& key) {
+  m_strTextColorKey = key;
+  update();
+}
+
+void CComboPushButton::addItem(int id, const QString& text) {
+  const int index = count();
+  QAction* action = m_pMenu->addAction(text, this, [this, index] { choose(index); });
+  action->setCheckable(true);
+  m_items.push_back({id, action});
+  if (m_nCurrent < 0) setCurrentIndex(0);
+}
+
+void CComboPushButton::setCurrentIndex(int index) {
+  if (index < 0 || index >= count()) return;
+  const bool moved = index != m_nCurrent;
+  m_nCurrent = index;
+  for (int i = 0; i < count(); ++i) m_items[static_cast<std::size_t>(i)].action->setChecked(i == index);
+  setText(m_items[static_cast<std::size_t>(index)].action->text());
+  if (moved) Q_EMIT sigCurrentIndexChanged(index);
+}
+
+void CComboPushButton::choose(int index) {
+  if (index < 0 || index >= count()) return;
+  setCurrentIndex(index);
+  CEventDeliverer::deliverEvent(this, EventButtonClicked, itemId(index), 0, QString(), nullptr);
+}
+
+void CComboPushButton::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const char* const ground = isDown() || m_pMenu->isVisible() ? "clr_btn_background_pressed"
+                             : underMouse()                   ? "clr_btn_background_hover"
+                                                              : "clr_btn_background";
+  painter.setPen(*CUiResource::getColor(QStringLiteral("clr_btn_border")));
+  painter.setBrush(*CUiResource::getColor(QString::fromLatin1(ground)));
+  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+  const QPixmap image = m_strImageKey.isEmpty() ? QPixmap() : CUiResource::getPixmap(m_strImageKey);
+  const int imageLeft = width() - image.width() - 5;
+  painter.drawPixmap(imageLeft, (height() - image.height()) / 2, image);
+  painter.setPen(*CUiResource::getColor(m_strTextColorKey));
+  painter.drawText(QRect(8, 0, imageLeft - 8, height()), Qt::AlignLeft | Qt::AlignVCenter, text());
+}
+
+CCheckBox::CCheckBox(int id, const QString& text, QWidget* parent) : QCheckBox(text, parent), m_nId(id) {
+  resourceChanged();
+  connect(this, &QCheckBox::clicked, this, [this](bool checked) {
+    CEventDeliverer::deliverEvent(this, EventCheckBoxToggled, m_nId, checked ? 1 : 0, QString(), nullptr);
+  });
+}
+
+void CCheckBox::setTextColorKey(const QString& key) {
+  m_strTextColorKey = key;
+  resourceChanged();
+}
+
+void CCheckBox::setFontKey(const QString& key) {
+  m_strFontKey = key;
+  resourceChanged();
+}
+
+void CCheckBox::resourceChanged() {
+  setFont(CUiResource::getFont(m_strFontKey));
+  QPalette colors = palette();
+  colors.setColor(QPalette::WindowText, *CUiResource::getColor(m_strTextColorKey));
+  setPalette(colors);
+}
+
+CAutoExpandToolBar::CAutoExpandToolBar(QWidget* parent) : QWidget(parent), m_pLayout(new QHBoxLayout(this)) {
+  m_pLayout->setContentsMargins(0, 0, 0, 0);
+  m_pLayout->setSpacing(6);
+  m_pLayout->addStretch(1);
+}
+
+void CAutoExpandToolBar::setBackgroundImageKey(const QString& key) {
+  m_strImageKey = key;
+  update();
+}
+
+void CAutoExpandToolBar::setMargins(int left, int top, int right, int bottom) {
+  m_pLayout->setContentsMargins(left, top, right, bottom);
+}
+
+/// The stretch stays last.
+void CAutoExpandToolBar::addWidget(QWidget* widget) { m_pLayout->insertWidget(m_pLayout->count() - 1, widget); }
+
+void CAutoExpandToolBar::addSeparator() {
+  auto* line = new QFrame(this);
+  line->setFrameShape(QFrame::VLine);
+  line->setFrameShadow(QFrame::Plain);
+  line->setFixedSize(1, 16);
+  QPalette colors = line->palette();
+  colors.setColor(QPalette::WindowText, *CUiResource::getColor(QStringLiteral("clr_btn_border")));
+  line->setPalette(colors);
+  addWidget(line);
+}
+
+void CAutoExpandToolBar::paintEvent(QPaintEvent* /*event*/) {
+  if (m_strImageKey.isEmpty()) return;
+  QPainter painter(this);
+  const QPixmap image = CUiResource::getPixmap(m_strImageKey);
+  painter.drawPixmap(rect(), image);
+}
+
+}  // namespace GV

@@ -1,0 +1,22 @@
+/// Small conversions of the UI kit. Any thread.
+#pragma once
+
+#include <QString>
+#include <string>
+
+class QPoint;
+class QSize;
+
+namespace GV {
+
+inline QString sToQs(const std::string& text) { return QString::fromStdString(text); }
+inline std::string qsToS(const QString& text) { return text.toStdString(); }
+
+/// Fixed notation without thousands separators, as QString::number gives it; invalidText for a value that is no
+/// number. This kit knows neither flags nor the grouping switch, both of which its callers leave at 0 and false.
+QString formatDoubleNumber(double value, int precision, int flags, bool grouping, const QString& invalidText);
+
+/// The nearest place to point at which a window of this size lies inside the screen. GUI thread.
+QPoint ptInsideScreen(const QPoint& point, const QSize& size);
+
+}  // namespace GV

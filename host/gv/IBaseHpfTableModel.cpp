@@ -1,0 +1,49 @@
+#include "gv/IBaseHpfTableModel.h"
+
+#include <QColor>
+
+namespace GV {
+
+int IBaseHpfTableModel::columnCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
+}
+
+QVariant IBaseHpfTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+  if (orientation != Qt::Horizontal || role != Qt::DisplayRole || !hasColumn(section)) return {};
+  return column(section).title;
+}
+
+QVariant IBaseHpfTableModel::data(const QModelIndex& index, int role) const {
+  if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+  const IBaseHpfTableData& row = rowAt(index.row());
+  switch (role) {
+    case Qt::DisplayRole:
+      return cellText(row, index.column());
+    case Qt::TextAlignmentRole:
+      return column(index.column()).alignment;
+    case Qt::ForegroundRole: {
+      const QColor* color = row.textColor(index.column());
+      return color != nullptr ? QVariant(*color) : QVariant();
+    }
+    case RawNumberRole:
+      return row.sortNumber(index.column());
+    case RawTextRole:
+      return row.sortText(index.column());
+    case KeyRole:
+      return row.key();
+    default:
+      return {};
+  }
+}
+
+QString IBaseHpfTableModel::columnTitle(int index) const { return hasColumn(index) ? column(index).title : QString(); }
+
+int IBaseHpfTableModel::columnKind(int index) const { return hasColumn(index) ? column(index).kind : ColumnDelegate; }
+
+void IBaseHpfTableModel::setColumnStatEnable(int index, bool on) {
+  if (!hasColumn(index) || column(index).stat == on) return;
+  column(index).stat = on;
+  Q_EMIT sigColumnsChanged();
+}
+
+}  // namespace GV

@@ -1,0 +1,30 @@
+/// The description of a table's column. A table is described by one list of these.
+#pragma once
+
+#include <QString>
+
+namespace GV {
+
+/// How the cells of a column come about.
+enum EColumnKind {
+  ColumnDelegate = 0,  ///< painted by a delegate
+  ColumnNumber = 6,    ///< a figure: sorted by its raw value, flashes when it moves
+  ColumnText = 10,
+  ColumnTree = 11,  ///< branch arrow and display name
+};
+
+struct SColumn {
+  QString title;
+  int alignment = 0x81;  ///< Qt::Alignment flags; left and vertically centred
+  QString fontKey = QStringLiteral("fnt_default_normal");
+  int kind = ColumnText;
+  int width = 80;            ///< pixels at scale 1
+  bool stat = false;         ///< summed in the statistics line
+  bool visible = true;       ///< shown unless the user hides it
+  bool numericSort = false;  ///< sorts by the raw number although it is no number column
+  int exportOrder = -1;      ///< the owner's, for its exports; the table does not use it
+
+  bool sortsByNumber() const { return numericSort || kind == ColumnNumber; }
+};
+
+}  // namespace GV
