@@ -1,5 +1,7 @@
 /// What a detail's parameters, orders and progress add to the rows. The hot path of a refresh: nothing here builds a
 /// text for each order.
+#include <algorithm>
+
 #include "RefreshRun.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"

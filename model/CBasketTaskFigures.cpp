@@ -1,4 +1,6 @@
 /// The sums up the tree, and the root's status, times and keys.
+#include <boost/make_shared.hpp>
+
 #include "CBasketTask.h"
 #include "ksservice/Helpers.h"
 #include "tc/CBasketHedgeManager.h"

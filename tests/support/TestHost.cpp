@@ -1,0 +1,316 @@
+#include "TestHost.h"
+
+#include <QTimer>
+#include <boost/make_shared.hpp>
+
+namespace test {
+namespace {
+
+using Lock = std::lock_guard<std::mutex>;
+
+/// The value under a key, or the fallback.
+template <typename Map>
+typename Map::mapped_type valueOf(const Map& map, const typename Map::key_type& key,
+                                  typename Map::mapped_type fallback = {}) {
+  const auto found = map.find(key);
+  return found == map.end() ? fallback : found->second;
+}
+
+struct SSubscription : utils::ISubscription {
+  explicit SSubscription(std::function<void()> end) : m_end(std::move(end)) {}
+  ~SSubscription() override { m_end(); }
+  std::function<void()> m_end;
+};
+
+}  // namespace
+
+struct CTestHost::SServiceSet {
+  struct SDataCenter : ksservice::IDataCenter {
+    explicit SDataCenter(CTestHost& host) : m_host(host) {}
+    utils::CSubscriptionHandle subscribe(int dataType, ksservice::DataCallback callback) override {
+      const Lock lock(m_host.m_mutex);
+      const int id = m_host.m_nNextSubscriber++;
+      if (dataType == ksservice::DATA_TYPE_TASK_DETAIL) m_host.m_subscribers[id] = std::move(callback);
+      return std::make_unique<SSubscription>([this, id] {
+        const std::lock_guard<std::recursive_mutex> delivery(m_host.m_deliveryMutex);
+        const Lock end(m_host.m_mutex);
+        m_host.m_subscribers.erase(id);
+      });
+    }
+    std::vector<ksservice::CTaskDetailPtr> taskDetails() const override {
+      const Lock lock(m_host.m_mutex);
+      std::vector<ksservice::CTaskDetailPtr> details;
+      for (const auto& entry : m_host.m_details) details.push_back(entry.second);
+      return details;
+    }
+    std::string loginIdentity() const override { return "L1"; }
+    int commandNumber(int commandId) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_commandNumbers, commandId);
+    }
+    ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_orderDetails, tag);
+    }
+    void updateData(const ksservice::CTaskDetailPtr& detail) override {
+      const Lock lock(m_host.m_mutex);
+      m_host.m_details[detail->getKey()] = detail;
+      m_host.m_updated.push_back(detail);
+    }
+    CTestHost& m_host;
+  };
+
+  struct SExchange : TC::CExchangeClient {
+    explicit SExchange(CTestHost& host) : m_host(host) {}
+    boost::shared_ptr<const TC::CCodeInfo> getCodeInfo(const std::string& market,
+                                                       const std::string& code) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_instruments, {market, code});
+    }
+    CTestHost& m_host;
+  };
+
+  struct SQuotes : TC::CQuoteClient {
+    explicit SQuotes(CTestHost& host) : m_host(host) {}
+    bool getQuote(const std::string& market, const std::string& code, TC::CQuote& quote) const override {
+      const Lock lock(m_host.m_mutex);
+      const auto found = m_host.m_quotes.find({market, code});
+      if (found == m_host.m_quotes.end()) return false;
+      quote = found->second;
+      return true;
+    }
+    CTestHost& m_host;
+  };
+
+  struct STrade : TC::CTradeClient {
+    explicit STrade(CTestHost& host) : m_host(host) {}
+    boost::shared_ptr<const TC::CTaskProgress> getTaskProgress(const std::string& detailKey) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_progress, detailKey);
+    }
+    bool isLoginReady(const std::string&) const override { return true; }
+    CTestHost& m_host;
+  };
+
+  struct SHedge : TC::CBasketHedgeManager {
+    explicit SHedge(CTestHost& host) : m_host(host) {}
+    int status(int groupId) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_hedgeStates, groupId);
+    }
+    bool getHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) const override {
+      return m_host.findHedgeParam(commandId, false, param);
+    }
+    void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override {
+      const Lock lock(m_host.m_mutex);
+      m_host.m_hedgeCalls.push_back({groupId, commandId, param});
+    }
+    void startHedge(int groupId) override {
+      const Lock lock(m_host.m_mutex);
+      m_host.m_startedHedges.push_back(groupId);
+    }
+    CTestHost& m_host;
+  };
+
+  struct SUser : TC::CUserConfig {
+    explicit SUser(CTestHost& host) : m_host(host) {}
+    std::string userName() const override { return "u1"; }
+    boost::shared_ptr<const ksservice::CAccountInfo> getAccount(const std::string& accountKey) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_accounts, accountKey);
+    }
+    bool hasRevokeTask() const override { return true; }
+    bool hasUpStopPrice() const override { return true; }
+    bool isRawQuantity() const override { return false; }
+    bool isQuietActivation() const override { return false; }
+    CTestHost& m_host;
+  };
+
+  struct SMessages : TC::CMsgService {
+    explicit SMessages(CTestHost& host) : m_host(host) {}
+    void showMsg(const QString& text, int kind) override {
+      const Lock lock(m_host.m_mutex);
+      m_host.m_messages.emplace_back(text, kind);
+    }
+    CTestHost& m_host;
+  };
+
+  struct SHedgeSettings : TC::IHedgeSettings {
+    explicit SHedgeSettings(CTestHost& host) : m_host(host) {}
+    bool loadHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) const override {
+      return m_host.findHedgeParam(commandId, true, param);
+    }
+    CTestHost& m_host;
+  };
+
+  struct SClock : utils::IHostClock {
+    explicit SClock(CTestHost& host) : m_host(host) {}
+    double clockMSec() const override {
+      const Lock lock(m_host.m_mutex);
+      return m_host.m_dClock;
+    }
+    QTimeZone timeZone() const override {
+      const Lock lock(m_host.m_mutex);
+      return m_host.m_timeZone;
+    }
+    void singleShot(int msec, QObject* context, std::function<void()> action) override {
+      QTimer::singleShot(msec, context, std::move(action));
+    }
+    CTestHost& m_host;
+  };
+
+  struct SJobs : utils::IJobMonitor {
+    void jobPosted(utils::EPanelJob) override {}
+    void jobBegins(utils::EPanelJob) override {}
+    void jobEnded(utils::EPanelJob) override {}
+  };
+
+  explicit SServiceSet(CTestHost& host)
+      : dataCenter(host),
+        exchange(host),
+        quotes(host),
+        trade(host),
+        hedge(host),
+        user(host),
+        messages(host),
+        hedgeSettings(host),
+        clock(host) {}
+
+  void install() {
+    TC::SServices services;
+    services.dataCenter = &dataCenter;
+    services.clock = &clock;
+    services.jobMonitor = &jobs;
+    services.hedgeManager = &hedge;
+    services.exchangeClient = &exchange;
+    services.msgService = &messages;
+    services.quoteClient = &quotes;
+    services.stockUnitConfig = &stockUnits;
+    services.tradeClient = &trade;
+    services.tradingCalendar = &calendar;
+    services.userConfig = &user;
+    services.hedgeSettings = &hedgeSettings;
+    TC::installServices(services);
+  }
+
+  SDataCenter dataCenter;
+  SExchange exchange;
+  SQuotes quotes;
+  STrade trade;
+  SHedge hedge;
+  SUser user;
+  SMessages messages;
+  SHedgeSettings hedgeSettings;
+  SClock clock;
+  SJobs jobs;
+  TC::CStockUnitConfig stockUnits;
+  TC::CTradingCalendar calendar;
+};
+
+CTestHost::CTestHost() : m_services(std::make_unique<SServiceSet>(*this)) {
+  m_services->install();
+  utils::CLogCenter::instance().setObserver([this](const std::string& message) {
+    const Lock lock(m_mutex);
+    m_log.push_back(message);
+  });
+}
+
+CTestHost::~CTestHost() {
+  utils::CLogCenter::instance().setObserver({});
+  TC::installServices({});
+}
+
+void CTestHost::setInstrument(const TC::CCodeInfo& info) {
+  const Lock lock(m_mutex);
+  m_instruments[{info.m_strMarket, info.m_strCode}] = boost::make_shared<const TC::CCodeInfo>(info);
+}
+
+void CTestHost::setQuote(const std::string& market, const std::string& code, const TC::CQuote& quote) {
+  const Lock lock(m_mutex);
+  m_quotes[{market, code}] = quote;
+}
+
+void CTestHost::setOrderDetail(const std::string& tag, bool cancelled) {
+  const auto detail = boost::make_shared<ksservice::COrderDetail>();
+  detail->m_strKey = tag;
+  detail->m_bCancelled = cancelled;
+  const Lock lock(m_mutex);
+  m_orderDetails[ksservice::CMavOrderTag(tag)] = detail;
+}
+
+void CTestHost::setProgress(const std::string& detailKey, const TC::CTaskProgress& progress) {
+  const Lock lock(m_mutex);
+  m_progress[detailKey] = boost::make_shared<const TC::CTaskProgress>(progress);
+}
+
+void CTestHost::setHedgeState(int group, int state) {
+  const Lock lock(m_mutex);
+  m_hedgeStates[group] = state;
+}
+
+void CTestHost::setHedgeParam(int command, bool stored, const ksservice::CBasketHedgeParam& param) {
+  const Lock lock(m_mutex);
+  m_hedgeParams[{command, stored}] = param;
+}
+
+bool CTestHost::findHedgeParam(int command, bool stored, ksservice::CBasketHedgeParam& param) const {
+  const Lock lock(m_mutex);
+  const auto found = m_hedgeParams.find({command, stored});
+  if (found == m_hedgeParams.end()) return false;
+  param = found->second;
+  return true;
+}
+
+void CTestHost::setAccount(const ksservice::CAccountInfo& account) {
+  const Lock lock(m_mutex);
+  m_accounts[account.getKey()] = boost::make_shared<const ksservice::CAccountInfo>(account);
+}
+
+void CTestHost::setCommandNumber(int command, int number) {
+  const Lock lock(m_mutex);
+  m_commandNumbers[command] = number;
+}
+
+void CTestHost::setTimeZone(const QTimeZone& zone) {
+  const Lock lock(m_mutex);
+  m_timeZone = zone;
+}
+
+void CTestHost::moveClock(double msec) {
+  const Lock lock(m_mutex);
+  m_dClock += msec;
+}
+
+void CTestHost::store(const ksservice::CTaskDetailPtr& detail) {
+  const Lock lock(m_mutex);
+  m_details[detail->getKey()] = detail;
+}
+
+void CTestHost::deliver(const ksservice::CTaskDetailPtr& detail) {
+  store(detail);
+  const std::lock_guard<std::recursive_mutex> delivery(m_deliveryMutex);
+  std::map<int, ksservice::DataCallback> subscribers;
+  {
+    const Lock lock(m_mutex);
+    subscribers = m_subscribers;
+  }
+  for (const auto& subscriber : subscribers) subscriber.second(detail);
+}
+
+template <typename Record>
+Record CTestHost::take(Record& record) {
+  const Lock lock(m_mutex);
+  return std::exchange(record, {});
+}
+
+std::vector<ksservice::CTaskDetailPtr> CTestHost::takeUpdatedDetails() { return take(m_updated); }
+std::vector<CTestHost::SHedgeCall> CTestHost::takeHedgeParams() { return take(m_hedgeCalls); }
+std::vector<int> CTestHost::takeStartedHedges() { return take(m_startedHedges); }
+std::vector<std::pair<QString, int>> CTestHost::takeMessages() { return take(m_messages); }
+std::vector<std::string> CTestHost::takeLog() { return take(m_log); }
+
+TC::CBasketHedgeManager& CTestHost::hedgeManager() { return m_services->hedge; }
+TC::CTradingCalendar& CTestHost::calendar() { return m_services->calendar; }
+TC::CStockUnitConfig& CTestHost::stockUnits() { return m_services->stockUnits; }
+
+}  // namespace test

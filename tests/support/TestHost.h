@@ -1,0 +1,114 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QTimeZone>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "ksservice/CBasketHedgeParam.h"
+#include "ksservice/CTaskDetail.h"
+#include "ksservice/TraderCenter.h"
+#include "tc/CBasketHedgeManager.h"
+#include "tc/CExchangeClient.h"
+#include "tc/CMsgService.h"
+#include "tc/CQuoteClient.h"
+#include "tc/CStockUnitConfig.h"
+#include "tc/CTradeClient.h"
+#include "tc/CTradingCalendar.h"
+#include "tc/CUserConfig.h"
+#include "tc/Services.h"
+#include "utils/Clock.h"
+#include "utils/JobMonitor.h"
+#include "utils/Log.h"
+
+namespace test {
+
+/// A host for tests: every service over plain data that a test sets, and a record of what was asked of it. Installs
+/// itself for its life. The set and take operations and the services may be called on any thread.
+class CTestHost {
+ public:
+  struct SHedgeCall {
+    int group;
+    int command;
+    ksservice::CBasketHedgeParam param;
+  };
+
+  CTestHost();
+  ~CTestHost();
+  CTestHost(const CTestHost&) = delete;
+  CTestHost& operator=(const CTestHost&) = delete;
+
+  // What the host knows
+  void setInstrument(const TC::CCodeInfo& info);
+  void setQuote(const std::string& market, const std::string& code, const TC::CQuote& quote);
+  /// An order detail for the tag, cancelled or not.
+  void setOrderDetail(const std::string& tag, bool cancelled);
+  void setProgress(const std::string& detailKey, const TC::CTaskProgress& progress);
+  void setHedgeState(int group, int state);
+  /// What the hedge manager (stored: the user's settings) answers for a command.
+  void setHedgeParam(int command, bool stored, const ksservice::CBasketHedgeParam& param);
+  /// An account that the user configuration has data for.
+  void setAccount(const ksservice::CAccountInfo& account);
+  void setCommandNumber(int command, int number);
+  void setTimeZone(const QTimeZone& zone);
+  void moveClock(double msec);
+  /// Places a detail in the data centre and tells the subscribers, on the calling thread.
+  void deliver(const ksservice::CTaskDetailPtr& detail);
+  /// Places a detail in the data centre only.
+  void store(const ksservice::CTaskDetailPtr& detail);
+
+  // What was asked of the host, oldest first; each call empties its record
+  std::vector<ksservice::CTaskDetailPtr> takeUpdatedDetails();
+  std::vector<SHedgeCall> takeHedgeParams();
+  std::vector<int> takeStartedHedges();
+  std::vector<std::pair<QString, int>> takeMessages();
+  std::vector<std::string> takeLog();
+
+  TC::CBasketHedgeManager& hedgeManager();
+  TC::CTradingCalendar& calendar();
+  TC::CStockUnitConfig& stockUnits();
+
+ private:
+  struct SServiceSet;
+  typedef std::pair<std::string, std::string> Instrument;
+  struct STagHash {
+    std::size_t operator()(const ksservice::CMavOrderTag& tag) const { return tag.hash(); }
+  };
+
+  bool findHedgeParam(int command, bool stored, ksservice::CBasketHedgeParam& param) const;
+  template <typename Record>
+  Record take(Record& record);
+
+  std::recursive_mutex m_deliveryMutex;  ///< held while subscribers are called, so that one can be waited for
+  mutable std::mutex m_mutex;
+  std::map<Instrument, boost::shared_ptr<const TC::CCodeInfo>> m_instruments;
+  std::map<Instrument, TC::CQuote> m_quotes;
+  std::unordered_map<ksservice::CMavOrderTag, ksservice::COrderDetailPtr, STagHash> m_orderDetails;
+  std::map<std::string, boost::shared_ptr<const TC::CTaskProgress>> m_progress;
+  std::map<int, int> m_hedgeStates;
+  std::map<std::pair<int, bool>, ksservice::CBasketHedgeParam> m_hedgeParams;
+  std::map<std::string, boost::shared_ptr<const ksservice::CAccountInfo>> m_accounts;
+  std::map<int, int> m_commandNumbers;
+  std::map<std::string, ksservice::CTaskDetailPtr> m_details;
+  std::map<int, ksservice::DataCallback> m_subscribers;
+  int m_nNextSubscriber = 0;
+  QTimeZone m_timeZone = QTimeZone::utc();
+  double m_dClock = 0;
+
+  std::vector<ksservice::CTaskDetailPtr> m_updated;
+  std::vector<SHedgeCall> m_hedgeCalls;
+  std::vector<int> m_startedHedges;
+  std::vector<std::pair<QString, int>> m_messages;
+  std::vector<std::string> m_log;
+
+  std::unique_ptr<SServiceSet> m_services;
+};
+
+}  // namespace test
