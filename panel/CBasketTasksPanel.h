@@ -97,7 +97,8 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void onToolBarButton(int id);
   void onTaskButton(int action, const QString& text, const QString& taskKey);
   void finishRefresh();
-  bool matchesFilter(int filter, int status) const;
+  int rootStatus(const CBasketTask& task) const;
+  static bool matchesFilter(int filter, int status);
 
   std::atomic<int> m_nTraderType;  ///< EMavTraderType as the feed compares it; written by the GUI thread
   int m_nFilter = 0;
@@ -108,8 +109,8 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   GV::CCheckBox* m_pFilterFinishedCheck = nullptr;
 
   CDetailCaches m_caches;
-  std::mutex m_announcedMutex;         ///< guards the next; nothing else is locked under it
-  std::set<std::string> m_announced;   ///< keys of details whose execution error was shown
+  std::mutex m_announcedMutex;        ///< guards the next; nothing else is locked under it
+  std::set<std::string> m_announced;  ///< keys of details whose execution error was shown
 
   mutable std::mutex m_tasksMutex;  ///< guards the next two; nothing else is locked under it
   TaskMap m_tasks;

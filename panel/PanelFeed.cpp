@@ -10,8 +10,8 @@
 
 namespace TC {
 
-void CBasketTasksPanel::onTaskDetail(const boost::shared_ptr<ksservice::IData>& data) {
-  const auto detail = boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data);
+void CBasketTasksPanel::onTaskDetail(const boost::shared_ptr<ksservice::IData>& record) {
+  const auto detail = boost::dynamic_pointer_cast<ksservice::CTaskDetail>(record);
   if (!detail) return;
   if (utils::CLogCenter::instance().isDebugEnabled()) {
     utils::CLogCenter::instance().debug("CBasketTasksPanel::onTaskDetail : " + detail->toString());
@@ -37,8 +37,9 @@ void CBasketTasksPanel::announceError(const ksservice::CTaskDetail& detail) {
     }
     if (!m_announced.insert(detail.getKey()).second) return;
   }
-  const QString text = QStringLiteral("任务 [%1] 执行异常, %2")
-                           .arg(QString::number(detail.m_pCommand->m_nTaskId), QString::fromStdString(detail.m_strMessage));
+  const QString text =
+      QStringLiteral("任务 [%1] 执行异常, %2")
+          .arg(QString::number(detail.m_pCommand->m_nTaskId), QString::fromStdString(detail.m_strMessage));
   getMsgService().showMsg(text, EMK_TaskError);
 }
 

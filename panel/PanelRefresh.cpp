@@ -63,14 +63,16 @@ void CBasketTasksPanel::doUpdateTasks() {
   const double start = utils::clock();
   SDetailMaps work;
   if (!m_caches.takeWork(work)) {
-    QMetaObject::invokeMethod(this, [this] { retartTimer(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { retartTimer(); }, Qt::QueuedConnection);
     return;
   }
   m_pTable->beginRefresh();
   QSet<QString> changed;
   applyTaskDetails(work.task, day(), changed);
   stage(changed);
-  QMetaObject::invokeMethod(this, [this] { finishRefresh(); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      this, [this] { finishRefresh(); }, Qt::QueuedConnection);
   utils::logInfo(this, "CBasketTasksPanel::doUpdateTasks",
                  "update cost: %1%, task cache: %2%, patch cache: %3%, hedge cache: %4%, status cache: %5%",
                  utils::clock() - start, work.task.size(), work.patch.size(), work.hedge.size(), work.status.size());
@@ -86,7 +88,7 @@ void CBasketTasksPanel::applyTaskDetails(const DetailMap& details, unsigned day,
     // Asked before the update, which files the detail: an unknown one changes the shape of the tree.
     const bool known = task->contains(detail, EBTT_Own);
     task->updateDetail(detail);
-    if (!known) m_pTable->clearTask(task);
+    if (!known) m_pTable->clearTask(*task);
     changed.insert(task->getKey());
   }
 }
@@ -150,7 +152,7 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CT
 
 void CBasketTasksPanel::stage(const QSet<QString>& changed) {
   for (const QString& key : changed) {
-    if (const boost::shared_ptr<CBasketTask> task = findTask(key)) m_pTable->updateTask(task, false);
+    if (const boost::shared_ptr<CBasketTask> task = findTask(key)) m_pTable->updateTask(task);
   }
 }
 
@@ -171,7 +173,8 @@ void CBasketTasksPanel::initTasks() {
     loaded.insert(task->getKey());
   }
   stage(loaded);
-  QMetaObject::invokeMethod(this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
 }
 
 }  // namespace TC

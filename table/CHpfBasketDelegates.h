@@ -1,8 +1,6 @@
 /// The delegates of the status table that show a text or a bar. GUI thread.
 #pragma once
 
-#include <functional>
-
 #include "gv/CBaseTableColumnDelegate.h"
 
 namespace TC {
@@ -22,7 +20,8 @@ class CHpfBasketProgressDelegate : public GV::CBaseTableColumnWidgetDelegate {
  public:
   using GV::CBaseTableColumnWidgetDelegate::CBaseTableColumnWidgetDelegate;
 
-  void paintWidget(QPainter& painter, const QRect& cell, const QString& text) const;
+  void paint(QPainter& painter, const GV::SCell& cell) const override;
+  int preferredWidth() const override { return 120; }
 };
 
 /// How many orders of a row were reported and how many received.
@@ -31,6 +30,8 @@ class CHpfBasketOrderDelegate : public GV::CBaseTableColumnSimpleTextDelegate {
 
  public:
   using GV::CBaseTableColumnSimpleTextDelegate::CBaseTableColumnSimpleTextDelegate;
+
+  QString text(const GV::IBaseHpfTableData& row) const override;
 
  public Q_SLOTS:
   /// Counts that a task announced for a row; they stand until the row's next data.

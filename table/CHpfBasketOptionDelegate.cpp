@@ -33,9 +33,12 @@ struct SButtonSpec {
 
 // A click on "撤单" or "放弃补单" disables the action code, which is no button, so these two stay enabled: intended.
 constexpr SButtonSpec BASKET_BUTTONS[] = {
-    {Cancel, "撤销", Stop, 3, Cancel},         {Pause, "暂停", Stop, 5, Pause},
-    {Resume, "继续", Go, 6, Resume},           {Patch, "补单", Neutral, 10000, Patch},
-    {StopPatch, "撤单", Stop, 10001, 10001},   {GiveUpPatch, "放弃补单", Neutral, 10002, 10002},
+    {Cancel, "撤销", Stop, 3, Cancel},
+    {Pause, "暂停", Stop, 5, Pause},
+    {Resume, "继续", Go, 6, Resume},
+    {Patch, "补单", Neutral, 10000, Patch},
+    {StopPatch, "撤单", Stop, 10001, 10001},
+    {GiveUpPatch, "放弃补单", Neutral, 10002, 10002},
     {CancelHedge, "取消套利", Neutral, 10003, CancelHedge},
 };
 
@@ -47,15 +50,9 @@ constexpr SButtonSpec SINGLE_BUTTONS[] = {
 };
 
 template <std::size_t N>
-QVector<GV::SItemButton> itemButtons(const SButtonSpec (&specs)[N]) {
-  QVector<GV::SItemButton> buttons;
-  for (const SButtonSpec& spec : specs) {
-    GV::SItemButton button;
-    button.id = spec.id;
-    button.text = QString::fromUtf8(spec.text);
-    button.style = spec.style;
-    buttons.append(button);
-  }
+std::vector<GV::STableButton> buttonSet(const SButtonSpec (&specs)[N]) {
+  std::vector<GV::STableButton> buttons;
+  for (const SButtonSpec& spec : specs) buttons.push_back({spec.id, QString::fromUtf8(spec.text), spec.style});
   return buttons;
 }
 
@@ -126,13 +123,13 @@ void CHpfBasketOptionDelegate::disableClicked(const QString& rowKey, int buttonI
 }
 
 void CHpfBasketOptionDelegate::clear() {
-  for (auto state = m_states.constBegin(); state != m_states.constEnd(); ++state) clearItem(state.key());
+  clearItems();
   m_states.clear();
 }
 
 bool CHpfBasketOptionDelegate::accept(const QString& key, int status, int type, bool single) {
   if (!m_states.contains(key)) {
-    setItemButtons(key, single ? itemButtons(SINGLE_BUTTONS) : itemButtons(BASKET_BUTTONS));
+    setItemButtons(key, single ? buttonSet(SINGLE_BUTTONS) : buttonSet(BASKET_BUTTONS));
     setItemVisible(key, false);
   }
   SState& state = m_states[key];

@@ -2,7 +2,7 @@
 
 #include <QTime>
 
-#include "gv/FormatNumber.h"
+#include "gv/Helpers.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CUserConfig.h"
@@ -91,9 +91,7 @@ const QColor* tradeTypeColor(const QVector<int>& operations) {
   return ksservice::DataHelper::isBuy(operations.first()) ? &buy : &sell;
 }
 
-bool spansHedge(const CHpfBasketStatusData& row) {
-  return row.hedge && row.texts.account.contains(QLatin1Char('/'));
-}
+bool spansHedge(const CHpfBasketStatusData& row) { return row.hedge && row.texts.account.contains(QLatin1Char('/')); }
 
 double amountOf(const CHpfBasketStatusData& row) {
   if (spansHedge(row)) return row.figures.tradedAmount - row.hedge->tradedAmount;
@@ -136,8 +134,6 @@ QString timeText(int msecOfDay) {
   return QTime::fromMSecsSinceStartOfDay(msecOfDay).toString(QStringLiteral("hh:mm:ss"));
 }
 
-QString orderText(int reported, int received) {
-  return QStringLiteral(" 已报%1 收到%2 ").arg(reported).arg(received);
-}
+QString orderText(int reported, int received) { return QStringLiteral(" 已报%1 收到%2 ").arg(reported).arg(received); }
 
 }  // namespace TC

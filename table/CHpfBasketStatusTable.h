@@ -22,7 +22,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   Q_OBJECT
 
  public:
-  CHpfBasketStatusTable(int id, QWidget* parent);
+  explicit CHpfBasketStatusTable(int id, QWidget* parent);
   ~CHpfBasketStatusTable() override;
 
   // Staging, worker thread.
@@ -86,10 +86,12 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
 
   void apply(const SStagedTask& staged);
   void reshape(CTaskBlock& block, const SStagedTask& staged);
+  void insertMissing(const CTaskBlock& block);
   void removeBlock(const QString& taskKey);
   CTaskBlock* blockOf(const CBasketTask& task) const;
   CTaskBlock* blockOf(const QString& taskKey) const;
-  CHpfBasketOptionDelegate::SRowRef resolve(const QString& key) const;
+  QString rowKeyOf(const QString& name) const;
+  CHpfBasketOptionDelegate::SRowRef resolve(const QString& name) const;
 
   CBasketStaging m_staging;
   EProcessDisplay m_eProcessDisplay = EPD_Amount;

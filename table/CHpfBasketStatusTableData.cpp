@@ -47,7 +47,8 @@ double CHpfBasketStatusTableData::getChangedValue(int column) {
 
 const QColor* CHpfBasketStatusTableData::textColor(int column) const {
   if (column == EBC_TradeType) return tradeTypeColor(data().shape.operations);
-  return GV::CUiResource::instance().getColor(QStringLiteral("clr_text_default"));
+  static const QColor* const standard = GV::CUiResource::getColor(QStringLiteral("clr_text_default"));
+  return standard;
 }
 
 bool CHpfBasketStatusTableData::inStatistics() const { return m_nRow == 0; }

@@ -14,7 +14,7 @@ namespace TC {
 /// view them. GUI thread only.
 class CTaskBlock {
  public:
-  explicit CTaskBlock(QString taskKey) { m_facts.taskKey = std::move(taskKey); }
+  CTaskBlock() = default;
   CTaskBlock(const CTaskBlock&) = delete;
   CTaskBlock& operator=(const CTaskBlock&) = delete;
 

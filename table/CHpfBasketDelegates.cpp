@@ -1,0 +1,39 @@
+#include "CHpfBasketDelegates.h"
+
+#include <QPainter>
+#include <algorithm>
+
+#include "CHpfBasketStatusTableData.h"
+#include "TaskBlock.h"
+#include "gv/CUiResource.h"
+
+namespace TC {
+namespace {
+
+constexpr int BAR_HEIGHT = 6;
+constexpr int STUB_WIDTH = 3;
+
+}  // namespace
+
+void CHpfBasketProgressDelegate::paint(QPainter& painter, const GV::SCell& cell) const {
+  const QString shown = text(cell.row);
+  if (shown.isEmpty()) return;
+  const double fraction = progressFraction(shown);
+  const int width = fraction > 0 ? static_cast<int>(cell.rect.width() * std::min(fraction, 1.0)) : STUB_WIDTH;
+  painter.save();
+  painter.fillRect(cell.rect.x(), cell.rect.y() + cell.rect.height() - BAR_HEIGHT, width, BAR_HEIGHT,
+                   *GV::CUiResource::getColor(QStringLiteral("clr_task_progress_background")));
+  painter.restore();
+}
+
+QString CHpfBasketOrderDelegate::text(const GV::IBaseHpfTableData& row) const {
+  const auto& data = static_cast<const CHpfBasketStatusTableData&>(row);
+  const std::pair<int, int> counts = data.block()->orderCounts(data.row());
+  return orderText(counts.first, counts.second);
+}
+
+void CHpfBasketOrderDelegate::slotTaskOrder(QString key, int reported, int received) {
+  Q_EMIT sigOrderCounts(key, reported, received);
+}
+
+}  // namespace TC

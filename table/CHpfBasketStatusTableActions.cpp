@@ -1,0 +1,125 @@
+// The status table towards its user: construction, events, keys, tips, the parameter string.
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QToolTip>
+
+#include "CBasketTask.h"
+#include "CHpfBasketDelegates.h"
+#include "CHpfBasketStatusModel.h"
+#include "CHpfBasketStatusTable.h"
+#include "tc/CStockUnitConfig.h"
+#include "tc/Services.h"
+
+namespace TC {
+namespace {
+
+constexpr int HEADER_HEIGHT = 20;
+constexpr int ROW_HEIGHT = 21;
+constexpr int TREE_COLUMN_WIDTH = 120;
+
+/// Event that carries a row's operation to the panel.
+constexpr int EVENT_TASK_BUTTON = 1140;
+
+/// Separates the parts of the parameter string; no part holds it.
+constexpr char PARAM_SEPARATOR = '/';
+
+}  // namespace
+
+void CHpfBasketStatusTable::createUi() {
+  setDataModel(new CHpfBasketStatusModel(this));
+  setHeaderHeight(HEADER_HEIGHT);
+  setItemHeight(ROW_HEIGHT);
+  createDelegates();
+  connect(&getStockUnitConfig(), SIGNAL(sigStockUnitChange()), SLOT(slotUpdateStockUnit()));
+}
+
+void CHpfBasketStatusTable::createDelegates() {
+  setColumnDelegate(EBC_Progress, new CHpfBasketProgressDelegate(this));
+  m_pOrderDelegate = new CHpfBasketOrderDelegate(this);
+  setColumnDelegate(EBC_Orders, m_pOrderDelegate);
+  setColumnDelegate(EBC_TradeParam, new CHpfBasketTypeDelegate(this));
+  setColumnDelegate(EBC_InvestRemark, new CHpfBasketTypeDelegate(this));
+  m_pOptionDelegate = new CHpfBasketOptionDelegate([this](const QString& key) { return resolve(key); }, this);
+  setColumnDelegate(EBC_Options, m_pOptionDelegate);
+  connect(m_pOptionDelegate, SIGNAL(sigTaskStatus(TC::CBasketTask*, QString, int)),
+          SLOT(slotTaskStatus(TC::CBasketTask*, QString, int)));
+  connect(m_pOrderDelegate, &CHpfBasketOrderDelegate::sigOrderCounts, this, &CHpfBasketStatusTable::onOrderCounts);
+}
+
+int CHpfBasketStatusTable::getColumnAdjustedWidth(int column) const {
+  return column == EBC_Tree ? TREE_COLUMN_WIDTH : GV::CHpfTreeTable::getColumnAdjustedWidth(column);
+}
+
+int CHpfBasketStatusTable::getAdjustVisibleRowsColumnWidth(int column) const {
+  return column == EBC_Tree ? TREE_COLUMN_WIDTH : GV::CHpfTreeTable::getAdjustVisibleRowsColumnWidth(column);
+}
+
+bool CHpfBasketStatusTable::handleEvent(int eventId, int id, int value, QString key, void* payload) {
+  switch (eventId) {
+    case GV::EventColumnDoubleClicked:
+      if (key.toInt() == EBC_Progress) {
+        setProcessDisplay(m_eProcessDisplay == EPD_Amount ? EPD_Quantity : EPD_Amount);
+      }
+      return true;
+    case GV::EventRowButtonClicked:
+      onOptionClicked(key, id);
+      return true;
+    default:
+      return GV::CHpfTreeTable::handleEvent(eventId, id, value, key, payload);
+  }
+}
+
+/// The clicked button is disabled at once, so that an operation is not sent twice; the row's next status brings it
+/// back.
+void CHpfBasketStatusTable::onOptionClicked(const QString& rowKey, int buttonId) {
+  m_pOptionDelegate->disableClicked(rowKey, buttonId);
+  boost::shared_ptr<CBasketTask> task;
+  QString nodeKey;
+  if (!getBasketTaskItemByKey(rowKey, task, nodeKey)) return;
+  QString key = task->getKey();
+  GV::CEventDeliverer::deliverEvent(this, EVENT_TASK_BUTTON, CHpfBasketOptionDelegate::actionOf(buttonId), 0, nodeKey,
+                                    &key);
+}
+
+void CHpfBasketStatusTable::setProcessDisplay(EProcessDisplay mode) {
+  m_eProcessDisplay = mode;
+  allRowsChanged();
+}
+
+QString CHpfBasketStatusTable::param() const {
+  // The first part is the orders window's.
+  return QStringList({QString(), saveConfigStr(), QString::number(m_eProcessDisplay)})
+      .join(QLatin1Char(PARAM_SEPARATOR));
+}
+
+void CHpfBasketStatusTable::setParam(const QString& text) {
+  const QStringList parts = text.split(QLatin1Char(PARAM_SEPARATOR));
+  if (parts.size() < 2) return;
+  restoreConfigStr(parts[1]);
+  // Read from the second part although param() writes the mode as the third: intended, kept for stored strings.
+  setProcessDisplay(parts[1].toInt() == EPD_Quantity ? EPD_Quantity : EPD_Amount);
+}
+
+void CHpfBasketStatusTable::keyPressEvent(QKeyEvent* event) {
+  // Shift+W is the host's; every other key stays with the table.
+  if (event->modifiers() == Qt::ShiftModifier && event->key() == Qt::Key_W) {
+    event->ignore();
+    return;
+  }
+  GV::CHpfTreeTable::keyPressEvent(event);
+  event->accept();
+}
+
+void CHpfBasketStatusTable::mouseMoveEvent(QMouseEvent* event) {
+  GV::CHpfTreeTable::mouseMoveEvent(event);
+  // Column 0 is not counted: intended.
+  int left = 0;
+  for (int column = 1; column < EBC_Progress; ++column) left += columnWidth(column);
+  const int x = event->pos().x();
+  if (x >= left && x <= left + columnWidth(EBC_Progress)) {
+    QToolTip::showText(event->globalPos(), QStringLiteral("双击切换金额/数量"), this);
+  }
+}
+
+}  // namespace TC
