@@ -6,6 +6,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
+set(CMAKE_AUTOGEN_ORIGIN_DEPENDS OFF)  # moc reads sources alone: it need not wait for libraries
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
@@ -16,7 +17,7 @@ if(CCACHE_PROGRAM)
   set(CMAKE_CXX_COMPILER_LAUNCHER
       ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
       CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} ${CCACHE_PROGRAM})
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
     add_compile_options(-fpch-preprocess)
   endif()
 endif()
@@ -28,10 +29,6 @@ add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS BOOST_ALL_NO_LIB BOOS
 
 if(PBT_SANITIZE)
   list(JOIN PBT_SANITIZE "," sanitizers)
-  add_compile_options(-fsanitize=${sanitizers} -fno-omit-frame-pointer -g1)
+  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${sanitizers})
-endif()
-
-if(PBT_TIDY)
-  set(CMAKE_CXX_CLANG_TIDY clang-tidy;--quiet)
 endif()

@@ -101,12 +101,12 @@ void QObject::moveToThread(QThread* thread) {
   qtMoveToThread(this, thread);
 }
 
-void QMutex::lock() {
+void QMutex::lock() noexcept {
   qtLock(this);
   __tsan_acquire(this);
 }
 
-bool QMutex::tryLock(int timeout) {
+bool QMutex::tryLock(int timeout) noexcept {
   const bool locked = qtTryLock(this, timeout);
   if (locked) {
     __tsan_acquire(this);
@@ -114,7 +114,7 @@ bool QMutex::tryLock(int timeout) {
   return locked;
 }
 
-void QMutex::unlock() {
+void QMutex::unlock() noexcept {
   __tsan_release(this);
   qtUnlock(this);
 }
