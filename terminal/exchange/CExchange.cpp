@@ -1,0 +1,299 @@
+#include "CExchange.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace exchange {
+namespace {
+
+constexpr std::array<std::int64_t, 3> SESSION_EVENTS{MORNING_BEGINS, AFTERNOON_BEGINS, DAY_CLOSES};
+
+std::string numberKey(std::string_view market, std::string_view code) {
+  std::string key;
+  key.reserve(market.size() + 1 + code.size());
+  return key.append(market).append(1, '.').append(code);
+}
+
+/// A seed of an instrument's own, the same whatever else is listed.
+std::uint64_t bookSeed(std::uint64_t seed, std::string_view key) {
+  std::uint64_t value = CRandom::mix(seed + 1);
+  for (const char character : key) value = CRandom::mix(value ^ static_cast<unsigned char>(character));
+  return value;
+}
+
+bool isFutureKind(const SInstrument& instrument) {
+  return instrument.m_kind == EKind::IndexFuture && instrument.m_strCode.size() == 2;
+}
+
+const char* quantityRefusal(const SMarketOrder& order, const SRules& rules) {
+  if (order.m_nQuantity <= 0) return "委托数量必须大于零";
+  if (!order.m_bBuy) return nullptr;  // whatever is held may be sold, an odd remainder too
+  if (order.m_nQuantity < rules.m_nBuyMinimum) return "数量低于最小申报数量";
+  return order.m_nQuantity % rules.m_nBuyStep != 0 ? "数量不是整手" : nullptr;
+}
+
+const char* priceRefusal(const SMarketOrder& order, const SRules& rules) {
+  if (order.m_bMarketPrice) return nullptr;
+  const std::int64_t limit = rules.toTicks(order.m_dPrice);
+  if (limit < 0) return "价格不是最小变动价位的整数倍";
+  return limit > rules.m_nLimitUp || limit < rules.m_nLimitDown ? "价格超出涨跌幅限制" : nullptr;
+}
+
+}  // namespace
+
+CExchange::CExchange(const std::vector<SInstrument>& instruments, const SExchangeSettings& settings)
+    : m_settings(settings), m_random(CRandom::mix(settings.m_nSeed)) {
+  const auto futures = listedIndexFutures(dateOf(settings.m_nDayStart), instruments);
+  m_instruments.reserve(instruments.size() + futures.size());
+  m_books.reserve(instruments.size() + futures.size());
+  for (const SInstrument& instrument : instruments) list(instrument);
+  for (const SInstrument& future : futures) list(future);
+}
+
+void CExchange::list(const SInstrument& instrument) {
+  const std::string key = numberKey(instrument.m_strMarket, instrument.m_strCode);
+  if (isFutureKind(instrument) || !m_numbers.try_emplace(key, static_cast<int>(m_instruments.size())).second) return;
+  m_instruments.push_back(instrument);
+  m_rules.push_back(rulesOf(instrument));
+  m_books.emplace_back(instrument, m_rules.back(), bookSeed(m_settings.m_nSeed, key));
+  m_awake.push_back(false);
+}
+
+int CExchange::findInstrument(std::string_view market, std::string_view code) const {
+  const auto found = m_numbers.find(numberKey(market, code));
+  return found == m_numbers.end() ? -1 : found->second;
+}
+
+/// What is sent later arrives later: a cancel never overtakes its order.
+std::int64_t CExchange::arrivalTime() {
+  const double spread = m_random.uniform() * (m_settings.m_nLatencySpreadMsec + 1);
+  m_nLastArrival = std::max(m_nLastArrival, m_nNow + m_settings.m_nLatencyMsec + static_cast<std::int64_t>(spread));
+  return m_nLastArrival;
+}
+
+void CExchange::submit(const SMarketOrder& order) {
+  const int number = static_cast<int>(m_orders.size());
+  m_orders.push_back({order, EState::Sent, 0, order.m_nQuantity});
+  m_arrivals.push_back({arrivalTime(), order.m_nId, number});
+}
+
+void CExchange::cancel(std::uint64_t id) { m_arrivals.push_back({arrivalTime(), id, -1}); }
+
+std::int64_t CExchange::nextSessionEvent() const {
+  const auto next = std::upper_bound(SESSION_EVENTS.begin(), SESSION_EVENTS.end(), m_nSessionsUntil);
+  return next == SESSION_EVENTS.end() ? CBook::NEVER : *next;
+}
+
+void CExchange::advanceTo(std::int64_t msec) {
+  for (;;) {
+    const std::int64_t session = nextSessionEvent();
+    const std::int64_t arrival = m_arrivals.empty() ? CBook::NEVER : m_arrivals.front().m_nTime;
+    const std::int64_t bookEvent = m_bookEvents.empty() ? CBook::NEVER : m_bookEvents.top().first;
+    const std::int64_t next = std::min({session, arrival, bookEvent});
+    if (next > msec) break;
+    m_nNow = std::max(m_nNow, next);
+    if (next == session) {
+      handleSessionEvent();
+    } else if (next == arrival) {
+      const SArrival arrived = m_arrivals.front();
+      m_arrivals.pop_front();
+      arrive(arrived);
+    } else {
+      runBook();
+    }
+  }
+  m_nNow = std::max(m_nNow, msec);
+}
+
+void CExchange::handleSessionEvent() {
+  m_nSessionsUntil = nextSessionEvent();
+  if (m_nSessionsUntil == DAY_CLOSES) {
+    expireAll();
+  } else {
+    matchWaiting();
+  }
+}
+
+void CExchange::matchWaiting() {
+  for (const int number : std::exchange(m_waiting, {})) {
+    if (order(number).m_state == EState::Waiting) match(number);
+  }
+}
+
+void CExchange::expireAll() {
+  m_waiting.clear();
+  for (std::size_t i = 0; i < m_orders.size(); ++i) {
+    const int number = static_cast<int>(i);
+    const EState state = order(number).m_state;
+    if (state != EState::Waiting && state != EState::Resting) continue;
+    book(order(number).m_order.m_nInstrument).remove(number);
+    order(number).m_state = EState::Over;
+    report(EReport::Cancelled, number, std::exchange(order(number).m_nLeft, 0), "收市，未成交部分自动撤销");
+  }
+}
+
+void CExchange::arrive(const SArrival& arrival) {
+  if (arrival.m_nOrder < 0) {
+    arriveCancel(arrival.m_nId);
+  } else {
+    arriveOrder(arrival.m_nOrder);
+  }
+}
+
+const char* CExchange::refusal(const SMarketOrder& order) {
+  if (order.m_nInstrument < 0 || order.m_nInstrument >= static_cast<int>(m_instruments.size())) return "证券不存在";
+  if (!acceptsOrders(phase())) return "非交易时段";
+  if (order.m_bMarketPrice && !isMatching()) return "非连续交易时段不接受市价委托";
+  if (book(order.m_nInstrument).nextEvent() == CBook::NEVER) return "证券停牌";
+  const SRules& listed = rules(order.m_nInstrument);
+  if (const char* text = quantityRefusal(order, listed)) return text;
+  if (const char* text = priceRefusal(order, listed)) return text;
+  const bool unlucky = m_settings.m_dRejectRate > 0 && m_random.uniform() < m_settings.m_dRejectRate;
+  return unlucky ? "交易所流量控制，委托被拒绝" : nullptr;
+}
+
+void CExchange::arriveOrder(int number) {
+  const SMarketOrder arrived = order(number).m_order;
+  const bool isNew = m_orderNumbers.try_emplace(arrived.m_nId, number).second;
+  const char* text = isNew ? refusal(arrived) : "委托编号重复";
+  if (text) {
+    order(number).m_state = EState::Over;
+    order(number).m_nLeft = 0;
+    report(EReport::Rejected, number, arrived.m_nQuantity, text);
+    return;
+  }
+  const SRules& listed = rules(arrived.m_nInstrument);
+  const std::int64_t reach = arrived.m_bBuy ? listed.m_nLimitUp : listed.m_nLimitDown;
+  order(number).m_nLimit = arrived.m_bMarketPrice ? reach : listed.toTicks(arrived.m_dPrice);
+  order(number).m_state = EState::Waiting;
+  report(EReport::Accepted, number, arrived.m_nQuantity);
+  if (isMatching()) {
+    match(number);
+  } else {
+    m_waiting.push_back(number);
+  }
+}
+
+/// The order's fills are reported when the book has done with it.
+void CExchange::match(int number) {
+  const SMarketOrder& incoming = order(number).m_order;
+  const int instrument = incoming.m_nInstrument;
+  catchUp(instrument);
+  order(number).m_state = EState::Resting;
+  const bool rest = !incoming.m_bMarketPrice;
+  const SIncoming entering{number, incoming.m_bBuy, order(number).m_nLimit, order(number).m_nLeft};
+  const int left = book(instrument).enter(entering, rest, m_fills);
+  if (book(instrument).hasResting()) wake(instrument);
+  reportFills();
+  if (rest || left == 0) return;
+  order(number).m_state = EState::Over;
+  report(EReport::Cancelled, number, std::exchange(order(number).m_nLeft, 0), "市价委托剩余部分自动撤销");
+}
+
+void CExchange::arriveCancel(std::uint64_t id) {
+  const auto found = m_orderNumbers.find(id);
+  if (found == m_orderNumbers.end()) {
+    SReport unknown;
+    unknown.m_nId = id;
+    unknown.m_kind = EReport::CancelRejected;
+    unknown.m_pMessage = "委托不存在";
+    return deliver(unknown);
+  }
+  const int number = found->second;
+  if (order(number).m_state == EState::Over) return report(EReport::CancelRejected, number, 0, "委托已结束");
+  book(order(number).m_order.m_nInstrument).remove(number);
+  order(number).m_state = EState::Over;
+  report(EReport::Cancelled, number, std::exchange(order(number).m_nLeft, 0));
+}
+
+void CExchange::scheduleBook(int instrument) {
+  const std::int64_t next = book(instrument).nextEvent();
+  if (next < TRADING_TIME) m_bookEvents.push({clockOfTradingTime(next), instrument});
+}
+
+void CExchange::wake(int instrument) {
+  if (m_awake[static_cast<std::size_t>(instrument)]) return;
+  m_awake[static_cast<std::size_t>(instrument)] = true;
+  scheduleBook(instrument);
+}
+
+void CExchange::runBook() {
+  const int instrument = m_bookEvents.top().second;
+  m_bookEvents.pop();
+  if (!book(instrument).hasResting()) {
+    // Nobody waits for what happens in it: it sleeps until somebody looks.
+    m_awake[static_cast<std::size_t>(instrument)] = false;
+    return;
+  }
+  book(instrument).step(m_fills);
+  scheduleBook(instrument);
+  reportFills();
+}
+
+/// Runs what has happened meanwhile in a book of which nobody waited for anything.
+void CExchange::catchUp(int instrument) {
+  if (m_awake[static_cast<std::size_t>(instrument)]) return;
+  CBook& sleeping = book(instrument);
+  const std::int64_t until = std::min(tradingTime(m_nNow), TRADING_TIME - 1);
+  while (sleeping.nextEvent() <= until) sleeping.step(m_fills);
+}
+
+SQuote CExchange::quote(int instrument) {
+  catchUp(instrument);
+  const CBook& quoted = book(instrument);
+  const SRules& listed = rules(instrument);
+  const CBook::SBest bid = quoted.bestBid();
+  const CBook::SBest ask = quoted.bestAsk();
+  SQuote result;
+  result.m_dLast = listed.toPrice(quoted.last());
+  result.m_dBid = listed.toPrice(bid.m_nPrice);
+  result.m_dAsk = listed.toPrice(ask.m_nPrice);
+  result.m_nBidSize = bid.m_nSize;
+  result.m_nAskSize = ask.m_nSize;
+  result.m_dLimitUp = listed.toPrice(listed.m_nLimitUp);
+  result.m_dLimitDown = listed.toPrice(listed.m_nLimitDown);
+  result.m_dPrevClose = listed.toPrice(listed.m_nPrevClose);
+  result.m_nVolume = quoted.volume();
+  const double multiplier = m_instruments[static_cast<std::size_t>(instrument)].m_nMultiplier;
+  result.m_dAmount = quoted.turnover() / std::round(1 / listed.m_dTick) * multiplier;
+  return result;
+}
+
+void CExchange::reportFills() {
+  // A report may make the listener look at quotes; it never adds a fill.
+  for (std::size_t i = 0; i < m_fills.size(); ++i) {
+    const SFill fill = m_fills[i];
+    SOrder& filled = order(fill.m_nOrder);
+    filled.m_nLeft -= fill.m_nQuantity;
+    if (filled.m_nLeft == 0) filled.m_state = EState::Over;
+    const auto instrument = static_cast<std::size_t>(filled.m_order.m_nInstrument);
+    SReport report;
+    report.m_nId = filled.m_order.m_nId;
+    report.m_kind = EReport::Filled;
+    report.m_nQuantity = fill.m_nQuantity;
+    report.m_nLeft = filled.m_nLeft;
+    report.m_dPrice = m_rules[instrument].toPrice(fill.m_nPrice);
+    report.m_dAmount = report.m_dPrice * fill.m_nQuantity * m_instruments[instrument].m_nMultiplier;
+    deliver(report);
+  }
+  m_fills.clear();
+}
+
+void CExchange::report(EReport kind, int number, int quantity, const char* message) {
+  SReport report;
+  report.m_nId = order(number).m_order.m_nId;
+  report.m_kind = kind;
+  report.m_nQuantity = quantity;
+  report.m_nLeft = order(number).m_nLeft;
+  report.m_pMessage = message;
+  deliver(report);
+}
+
+void CExchange::deliver(SReport report) {
+  report.m_nTime = m_nNow;
+  if (m_pListener) m_pListener->onReport(report);
+}
+
+}  // namespace exchange

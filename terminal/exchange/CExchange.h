@@ -1,0 +1,106 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <queue>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "CBook.h"
+#include "IMarket.h"
+#include "Instrument.h"
+
+namespace exchange {
+
+struct SExchangeSettings {
+  std::uint64_t m_nSeed = 1;
+  std::int64_t m_nDayStart = 0;   ///< 00:00 of the trading day at the exchange, seconds since the epoch (dayStartOf)
+  int m_nLatencyMsec = 20;        ///< the least time of an order or a cancel on its way
+  int m_nLatencySpreadMsec = 20;  ///< what chance adds to it, at most
+  double m_dRejectRate = 0;       ///< part of the orders that is refused for no fault of theirs, 0 to 1
+};
+
+/// The simulated exchange: one book an instrument, orders and cancels with latency, the sessions of one trading day.
+/// Stepped by a virtual clock; it starts no thread and waits for nothing. The same instruments, settings and calls at
+/// the same times give the same reports; in how many steps the clock is advanced between the calls makes no
+/// difference. All operations on one thread.
+class CExchange : public IMarket {
+ public:
+  /// Lists the instruments, in their order, and the index futures of the day that are not among them. Of two entries
+  /// of one market and code the first counts; entries that only carry a futures kind's reference price ("IF") are not
+  /// listed themselves. Previous closes must be above 0.
+  CExchange(const std::vector<SInstrument>& instruments, const SExchangeSettings& settings);
+
+  /// Brings the clock to msec since midnight of the trading day: whatever happens until then, happens now, in the order
+  /// of time. A time that has passed changes nothing. Not from within a report.
+  void advanceTo(std::int64_t msec);
+  std::int64_t now() const { return m_nNow; }
+
+  const std::vector<SInstrument>& instruments() const { return m_instruments; }
+  const SRules& rules(int instrument) const { return m_rules[static_cast<std::size_t>(instrument)]; }
+
+  void setListener(IMarketListener* listener) override { m_pListener = listener; }
+  int findInstrument(std::string_view market, std::string_view code) const override;
+  void submit(const SMarketOrder& order) override;
+  void cancel(std::uint64_t id) override;
+  SQuote quote(int instrument) override;
+  EPhase phase() const override { return phaseAt(m_nNow); }
+
+ private:
+  enum class EState { Sent, Waiting, Resting, Over };
+  struct SOrder {
+    SMarketOrder m_order;
+    EState m_state = EState::Sent;
+    std::int64_t m_nLimit = 0;  ///< ticks
+    int m_nLeft = 0;
+  };
+  /// An order or a cancel on its way.
+  struct SArrival {
+    std::int64_t m_nTime;
+    std::uint64_t m_nId;
+    int m_nOrder;  ///< -1: a cancel
+  };
+  typedef std::pair<std::int64_t, int> BookEvent;  ///< time, instrument
+
+  void list(const SInstrument& instrument);
+  std::int64_t arrivalTime();
+  std::int64_t nextSessionEvent() const;
+  void handleSessionEvent();
+  void matchWaiting();
+  void expireAll();
+  void arrive(const SArrival& arrival);
+  void arriveOrder(int number);
+  void arriveCancel(std::uint64_t id);
+  const char* refusal(const SMarketOrder& order);
+  void match(int number);
+  void runBook();
+  void wake(int instrument);
+  void catchUp(int instrument);
+  void scheduleBook(int instrument);
+  void reportFills();
+  void report(EReport kind, int number, int quantity, const char* message = "");
+  void deliver(SReport report);
+  SOrder& order(int number) { return m_orders[static_cast<std::size_t>(number)]; }
+  CBook& book(int instrument) { return m_books[static_cast<std::size_t>(instrument)]; }
+
+  SExchangeSettings m_settings;
+  CRandom m_random;  ///< latencies and refusals; the books have their own
+  IMarketListener* m_pListener = nullptr;
+  std::int64_t m_nNow = 0;
+  std::int64_t m_nSessionsUntil = -1;  ///< session events up to this time are handled
+  std::int64_t m_nLastArrival = 0;
+  std::vector<SInstrument> m_instruments;
+  std::vector<SRules> m_rules;
+  std::vector<CBook> m_books;
+  std::vector<bool> m_awake;  ///< by instrument: its events run in the order of time with all others
+  std::unordered_map<std::string, int> m_numbers;  ///< instruments by market and code
+  std::vector<SOrder> m_orders;
+  std::unordered_map<std::uint64_t, int> m_orderNumbers;
+  std::vector<int> m_waiting;  ///< orders accepted while nothing is matched, in the order of time
+  std::deque<SArrival> m_arrivals;
+  std::priority_queue<BookEvent, std::vector<BookEvent>, std::greater<>> m_bookEvents;
+  std::vector<SFill> m_fills;
+};
+
+}  // namespace exchange

@@ -1,0 +1,82 @@
+/// How an engine reaches a market: orders out, reports in.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Sessions.h"
+
+namespace exchange {
+
+struct SMarketOrder {
+  std::uint64_t m_nId = 0;  ///< chosen by the client: above 0, never used before
+  int m_nInstrument = -1;   ///< from findInstrument
+  bool m_bBuy = true;
+  bool m_bMarketPrice = false;  ///< takes what the best five prices offer; what is left is cancelled
+  double m_dPrice = 0;          ///< limit, CNY or index points; ignored for a market price
+  int m_nQuantity = 0;          ///< shares, or lots of a future
+};
+
+enum class EReport {
+  Accepted,
+  Rejected,       ///< the order is over; the message says why
+  Filled,         ///< m_nQuantity at m_dPrice; m_nLeft is still open
+  Cancelled,      ///< m_nQuantity is cancelled, the order is over; the message says why if nobody asked for it
+  CancelRejected  ///< a cancel came to nothing; the order is as it was
+};
+
+struct SReport {
+  std::uint64_t m_nId = 0;  ///< of the order
+  EReport m_kind = EReport::Accepted;
+  int m_nQuantity = 0;
+  int m_nLeft = 0;  ///< open after this report
+  double m_dPrice = 0;
+  double m_dAmount = 0;         ///< CNY, of a fill: price x quantity x multiplier
+  std::int64_t m_nTime = 0;     ///< milliseconds since 00:00 at the exchange
+  const char* m_pMessage = "";  ///< Chinese, UTF-8, never null, lives for ever
+};
+
+/// What a market shows of an instrument. Prices are CNY or index points, 0 for none.
+struct SQuote {
+  double m_dLast = 0;  ///< the previous close until the day's first trade
+  double m_dBid = 0;
+  double m_dAsk = 0;
+  double m_dLimitUp = 0;
+  double m_dLimitDown = 0;
+  double m_dPrevClose = 0;
+  std::int64_t m_nBidSize = 0;  ///< shares, or lots
+  std::int64_t m_nAskSize = 0;
+  std::int64_t m_nVolume = 0;  ///< shares or lots traded today
+  double m_dAmount = 0;        ///< CNY traded today
+};
+
+/// Takes the reports of a market, on the thread that steps the market.
+class IMarketListener {
+ public:
+  virtual ~IMarketListener() = default;
+  /// May submit and cancel orders of the market that calls; their reports come later, not within that call.
+  virtual void onReport(const SReport& report) = 0;
+};
+
+/// A market. Every operation on one thread, the one that steps the market; reports come only while it is stepped.
+class IMarket {
+ public:
+  virtual ~IMarket() = default;
+  /// One listener; null for none.
+  virtual void setListener(IMarketListener* listener) = 0;
+  /// The instrument's number, from 0, for all other operations; -1 for an unknown instrument.
+  virtual int findInstrument(std::string_view market, std::string_view code) const = 0;
+  /// Sends an order. Its first report is Accepted or Rejected.
+  virtual void submit(const SMarketOrder& order) = 0;
+  /// Asks for the cancelling of an order. The answer is Cancelled or CancelRejected.
+  virtual void cancel(std::uint64_t id) = 0;
+  /// instrument: a number that findInstrument gave.
+  virtual SQuote quote(int instrument) = 0;
+  virtual EPhase phase() const = 0;
+
+  /// Whether orders are matched now.
+  bool isMatching() const { return isMatchingPhase(phase()); }
+};
+
+}  // namespace exchange

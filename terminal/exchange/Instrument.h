@@ -1,0 +1,67 @@
+/// What can be traded, and the rules that follow from it. Plain values; any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace exchange {
+
+enum class EKind { Share, IndexFuture };
+
+inline constexpr std::string_view FUTURES_MARKET = "CFFEX";
+
+/// One instrument as listed on a trading day.
+struct SInstrument {
+  std::string m_strMarket;  ///< "SH", "SZ", "BJ" or "CFFEX"
+  std::string m_strCode;
+  std::string m_strName;    ///< UTF-8
+  double m_dPrevClose = 0;  ///< CNY, or index points; above 0
+  double m_dLast = 0;       ///< 0 when unknown
+  double m_dVolume = 0;     ///< shares or lots of a usual day; 0: suspended, nothing trades
+  EKind m_kind = EKind::Share;
+  int m_nMultiplier = 1;  ///< CNY per point of an index future
+};
+
+/// An instrument's rules in ticks and shares (lots of a future).
+struct SRules {
+  double m_dTick = 0.01;          ///< smallest price step
+  std::int64_t m_nPrevClose = 0;  ///< ticks, as all prices here
+  std::int64_t m_nLimitUp = 0;
+  std::int64_t m_nLimitDown = 0;
+  int m_nBuyMinimum = 100;  ///< smallest quantity that may be bought
+  int m_nBuyStep = 100;     ///< what is bought above it comes in multiples of this
+
+  /// The price in ticks; -1 when it is no multiple of the tick or not above 0.
+  std::int64_t toTicks(double price) const;
+  double toPrice(std::int64_t ticks) const;
+};
+
+/// Percent that a price may move from the previous close: 30 in the market BJ, 20 for the codes 300, 301, 688 and 689
+/// (there a name with ST changes nothing), 5 for other names with ST, else 10.
+int limitPercent(const SInstrument& instrument);
+
+/// Limits are the previous close moved by limitPercent, rounded half up to the tick, and at least one tick away from
+/// it.
+SRules rulesOf(const SInstrument& instrument);
+
+/// A day, for the listing of futures.
+struct SDate {
+  int m_nYear;
+  unsigned m_nMonth;
+  unsigned m_nDay;
+};
+
+/// The date at the exchange (UTC+8) that begins at a second since the epoch.
+SDate dateOf(std::int64_t dayStart);
+
+/// 00:00 at the exchange of a date, in seconds since the epoch.
+std::int64_t dayStartOf(const SDate& date);
+
+/// IF, IH, IC and IM in the four months listed on a date: this month (until its third Friday) and the next, and the
+/// two quarter months after them; codes like IF2612. A kind's reference price and volume are those of the entry of
+/// given whose market is CFFEX and whose code is the kind ("IF"), else a plausible default.
+std::vector<SInstrument> listedIndexFutures(const SDate& date, const std::vector<SInstrument>& given = {});
+
+}  // namespace exchange
