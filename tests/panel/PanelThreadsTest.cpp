@@ -1,0 +1,106 @@
+// The panel with its feed on host threads, its worker and its GUI at once.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <atomic>
+#include <thread>
+
+#include "BasketColumns.h"
+#include "CBasketTasksPanel.h"
+#include "CHpfBasketStatusTable.h"
+#include "TaskDetails.h"
+#include "TestHost.h"
+
+namespace TC {
+namespace {
+
+constexpr int TASKS = 20;
+constexpr int ROWS = 30;
+
+/// A detail of a task whose every order filled so far.
+ksservice::CTaskDetailPtr filledDetail(int task, int filled) {
+  const auto account = test::makeAccount("A1", "1001");
+  const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
+  for (int i = 0; i < ROWS; ++i) {
+    const std::string code = std::to_string(600000 + i);
+    test::addParam(*detail, account, code, 1000, 10.0);
+    test::addOrder(*detail, std::to_string(task) + "/" + code, code, 1000, filled, 10.0);
+  }
+  return detail;
+}
+
+/// Runs the GUI for a while, with the host's clock moving with real time.
+template <typename Step>
+void runGui(test::CTestHost& host, int msec, Step step) {
+  QElapsedTimer timer;
+  timer.start();
+  qint64 last = 0;
+  while (timer.elapsed() < msec) {
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    host.moveClock(static_cast<double>(timer.elapsed() - last));
+    last = timer.elapsed();
+    step();
+  }
+}
+
+TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
+  test::CTestHost host;
+  CBasketTasksPanel panel(1, nullptr);
+  panel.setTradeType(EMTT_Stock);
+  panel.resize(1200, 500);
+  panel.show();
+  auto* table = panel.findChild<CHpfBasketStatusTable*>();
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> feeds;
+  std::atomic<int> filled{0};
+  for (int feed = 0; feed < 2; ++feed) {
+    feeds.emplace_back([&, feed] {
+      while (!stop) {
+        const int volume = std::min(999, ++filled);
+        for (int task = feed; task < TASKS; task += 2) host.deliver(filledDetail(task + 1, volume));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      }
+    });
+  }
+  int step = 0;
+  runGui(host, 10000, [&] {
+    ++step;
+    if (step % 7 == 0) panel.handleEvent(5, step % 4, 0, QString(), nullptr);
+    if (step % 11 == 0) table->expandItem(QStringLiteral("组合任务%1").arg(1 + step % TASKS), step % 2 == 0);
+    if (step % 13 == 0) table->grab();
+  });
+  stop = true;
+  for (std::thread& feed : feeds) feed.join();
+  for (int task = 0; task < TASKS; ++task) host.deliver(filledDetail(task + 1, 1000));
+  panel.handleEvent(5, 0, 0, QString(), nullptr);
+  runGui(host, 3000, [] {});
+  int roots = 0;
+  table->forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
+    if (depth > 0) return;
+    ++roots;
+    EXPECT_EQ(row.number(EBC_Amount), ROWS * 1000 * 10.0) << row.key().toStdString();
+    EXPECT_EQ(row.text(EBC_Status), "已完成");
+  });
+  EXPECT_EQ(roots, TASKS);
+}
+
+TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
+  test::CTestHost host;
+  for (int round = 0; round < 50; ++round) {
+    std::atomic<bool> stop{false};
+    auto panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
+    panel->setTradeType(EMTT_Stock);
+    std::thread feed([&] {
+      for (int volume = 1; !stop; ++volume) host.deliver(filledDetail(1 + volume % TASKS, volume % 1000));
+    });
+    runGui(host, round % 10, [&] { host.moveClock(1001); });
+    panel.reset();
+    stop = true;
+    feed.join();
+    QCoreApplication::processEvents();
+  }
+}
+
+}  // namespace
+}  // namespace TC

@@ -1,0 +1,139 @@
+#include <gtest/gtest.h>
+
+#include "BasketColumns.h"
+#include "CHpfBasketStatusData.h"
+#include "TestHost.h"
+
+namespace TC {
+namespace {
+
+/// A row to form cells from.
+struct SRow {
+  STaskFacts facts;
+  SRowShape shape;
+  SRowTexts texts;
+  SRowFigures figures;
+  SRowFigures hedge;
+  bool hedged = false;
+
+  CHpfBasketStatusData data() const {
+    return {facts, shape, texts, figures, hedged ? &hedge : nullptr, texts.statusText};
+  }
+  QString progress(EProcessDisplay mode) const { return progressText(data(), mode); }
+};
+
+SRow buyRow() {
+  SRow row;
+  row.shape.operations = {ksservice::EOT_Buy};
+  row.shape.market = "SH";
+  row.shape.code = "600000";
+  return row;
+}
+
+TEST(CellText, ProgressByAmountSwitchesToTenThousands) {
+  SRow row = buyRow();
+  row.figures = {100.5, 9999.8, 1000, 10};
+  EXPECT_EQ(row.progress(EPD_Amount), "100.50 / 9999.80");
+  row.figures.tradedAmount = 0;
+  row.figures.totalAmount = 10000;
+  EXPECT_EQ(row.progress(EPD_Amount), "0.00万 / 1.00万");
+  // Just inside the tolerance of the switch.
+  row.figures.totalAmount = 9999.99;
+  EXPECT_EQ(row.progress(EPD_Amount), "0.00万 / 1.00万");
+}
+
+TEST(CellText, AFullRowShowsItsTradedAmountOnBothSides) {
+  SRow row = buyRow();
+  row.figures = {12345.0, 12000.0, 1000, 1000};
+  EXPECT_EQ(row.progress(EPD_Amount), "1.23万 / 1.23万");
+}
+
+TEST(CellText, OperationsWithoutAmountShowNone) {
+  for (int operation : {1004, 1005, 1109, 1110, 1111, 1112}) {
+    SRow row = buyRow();
+    row.shape.operations = {operation, ksservice::EOT_Buy};
+    row.figures = {500.0, 1000.0, 10, 5};
+    EXPECT_EQ(row.progress(EPD_Amount), "0.00 / 0.00") << operation;
+    EXPECT_EQ(amountOf(row.data()), 0) << operation;
+  }
+  SRow later = buyRow();
+  later.shape.operations = {ksservice::EOT_Buy, 1004};
+  later.figures = {500.0, 1000.0, 10, 5};
+  EXPECT_EQ(amountOf(later.data()), 500.0);
+}
+
+TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
+  test::CTestHost host;
+  TC::CCodeInfo info;
+  info.m_strMarket = "SH";
+  info.m_strCode = "600000";
+  info.m_nTradeUnit = 100;
+  host.setInstrument(info);
+  SRow row = buyRow();
+  row.figures.totalVolume = 1000;
+  row.figures.tradedVolume = 250;
+  EXPECT_EQ(row.progress(EPD_Quantity), "250 / 1000");
+  for (int type : {ksservice::STOCK_TYPE_SH_UNITS, ksservice::STOCK_TYPE_SZ_UNITS}) {
+    info.m_types = {type};
+    host.setInstrument(info);
+    EXPECT_EQ(row.progress(EPD_Quantity), "2.50 / 10.00") << type;
+  }
+  info.m_nTradeUnit = 0;  // a unit below 1 counts as 1
+  host.setInstrument(info);
+  EXPECT_EQ(row.progress(EPD_Quantity), "250.00 / 1000.00");
+}
+
+TEST(CellText, ProgressBarIsAsLongAsTheShareDone) {
+  EXPECT_DOUBLE_EQ(progressFraction("25.00万 / 100.00万"), 0.25);
+  EXPECT_DOUBLE_EQ(progressFraction("1 / 4"), 0.25);
+  for (const char* stub : {"0 / 5", "5 / 0", "x / y", "-1 / 4", "7"}) EXPECT_EQ(progressFraction(stub), 0) << stub;
+}
+
+TEST(CellText, AmountOfARowAcrossTheHedgeAccountLeavesTheHedgeOut) {
+  SRow row = buyRow();
+  row.figures.tradedAmount = 1000;
+  row.hedge.tradedAmount = 300;
+  row.hedged = true;
+  row.texts.account = "1001";
+  EXPECT_EQ(amountOf(row.data()), 1000);
+  row.texts.account = "1001/8001";
+  EXPECT_EQ(amountOf(row.data()), 700);
+  row.hedged = false;
+  EXPECT_EQ(amountOf(row.data()), 1000);
+}
+
+TEST(CellText, StatusFollowsTheOwnTextThenTheValue) {
+  EXPECT_EQ(statusText("资金不足", ksservice::ETS_Running), "资金不足");
+  EXPECT_EQ(statusText("资金不足", ksservice::ETS_Finished), "已完成");
+  EXPECT_EQ(statusText("", ksservice::ETS_Running), "执行中");
+  EXPECT_EQ(statusText("", ksservice::ETS_Paused), "已暂停");
+  EXPECT_EQ(statusText("", ksservice::ETS_Cancelled), "已撤销");
+  EXPECT_EQ(statusText("", ksservice::ETS_Dropped), "已撤销");
+  EXPECT_EQ(statusText("", EHBTS_Patching), "补单中");
+  EXPECT_EQ(statusText("", EHBTS_PatchFailed), "");
+  EXPECT_EQ(statusText("补单失败", ksservice::ETS_Cancelled), "补单失败");
+}
+
+TEST(CellText, TradeTypesJoinAndColour) {
+  EXPECT_EQ(tradeTypeText({ksservice::EOT_Buy, ksservice::EOT_Sell}), "买入/卖出");
+  EXPECT_EQ(*tradeTypeColor({ksservice::EOT_Buy}), QColor(255, 0, 0));
+  EXPECT_EQ(*tradeTypeColor({ksservice::EOT_Sell}), QColor(0, 100, 0));
+  EXPECT_EQ(*tradeTypeColor({ksservice::EOT_Sell, ksservice::EOT_Buy}), QColor(0, 0, 255));
+  EXPECT_EQ(*tradeTypeColor({}), QColor(0, 0, 255));
+  EXPECT_EQ(tradeTypeText({7777}), "7777");
+}
+
+TEST(CellText, TitlesKeepTheirBlanksAndOnlyElevenColumnsAreExported) {
+  EXPECT_EQ(basketColumns()[EBC_Tree].column.title, " 任务");
+  EXPECT_EQ(basketColumns()[EBC_Amount].column.title, " 金额 ");
+  EXPECT_EQ(basketColumns()[EBC_Unfilled].column.title, "未成交数量");
+  QMap<int, int> positions;
+  for (int column = 0; column < EBC_Count; ++column) {
+    const int position = basketColumns()[static_cast<std::size_t>(column)].column.exportOrder;
+    if (position > 0) positions.insert(position, column);
+  }
+  EXPECT_EQ(positions.values(), QList<int>({4, 5, 1, 6, 7, 10, 11, 13, 3, 15, 16}));
+}
+
+}  // namespace
+}  // namespace TC
