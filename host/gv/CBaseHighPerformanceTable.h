@@ -171,6 +171,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void slotFlashStep();
   SCell cellAt(int row, int column, const QPoint& mouse) const;
   void selectRange(int from, int to);
+  void deliverOwn(int eventId, int id, int value, const QString& key);
   void showTip(int row, int column, const QPoint& point, const QPoint& global);
 
   IBaseHpfTableModel* m_pModel = nullptr;

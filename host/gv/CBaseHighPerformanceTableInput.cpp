@@ -24,7 +24,7 @@ void CBaseHighPerformanceTable::setColumnDelegate(int column, CBaseTableColumnDe
   auto* buttons = qobject_cast<CBaseTableColumnMultiButtonsDelegate*>(delegate);
   if (buttons == nullptr) return;
   connect(buttons, &CBaseTableColumnMultiButtonsDelegate::sigButtonClicked, this,
-          [this, column](const QString& key, int id) { handleEvent(EventRowButtonClicked, id, column, key, nullptr); });
+          [this, column](const QString& key, int id) { deliverOwn(EventRowButtonClicked, id, column, key); });
 }
 
 // Selection
@@ -123,7 +123,7 @@ void CBaseHighPerformanceTable::mouseReleaseEvent(QMouseEvent* event) {
     return;
   }
   if (column != pressedColumn || m_pModel->rowAt(row).key() != pressedKey) return;
-  handleEvent(EventCellClicked, column, event->button(), pressedKey, nullptr);
+  deliverOwn(EventCellClicked, column, event->button(), pressedKey);
 }
 
 void CBaseHighPerformanceTable::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -132,7 +132,12 @@ void CBaseHighPerformanceTable::mouseDoubleClickEvent(QMouseEvent* event) {
   if (m_bLocked || m_bPressTaken || m_nPressedColumn < 0 || event->button() != Qt::LeftButton) return;
   // The release that follows is no further click.
   m_nPressedColumn = -1;
-  handleEvent(EventColumnDoubleClicked, column, 0, QString::number(column), nullptr);
+  deliverOwn(EventColumnDoubleClicked, column, 0, QString::number(column));
+}
+
+void CBaseHighPerformanceTable::deliverOwn(int eventId, int id, int value, const QString& key) {
+  CEventDeliverer::tellTap(this, eventId, id, value, key);
+  handleEvent(eventId, id, value, key, nullptr);
 }
 
 void CBaseHighPerformanceTable::mouseMoveEvent(QMouseEvent* event) {

@@ -1,6 +1,14 @@
 #include "gv/CEventWidget.h"
 
 namespace GV {
+namespace {
+
+CEventDeliverer::Tap& tap() {
+  static CEventDeliverer::Tap installed;
+  return installed;
+}
+
+}  // namespace
 
 bool CEventWidget::handleEvent(int /*eventId*/, int /*id*/, int /*value*/, QString /*key*/, void* /*data*/) {
   return false;
@@ -8,11 +16,18 @@ bool CEventWidget::handleEvent(int /*eventId*/, int /*id*/, int /*value*/, QStri
 
 bool CEventDeliverer::deliverEvent(QWidget* from, int eventId, int id, int value, const QString& key, void* data) {
   if (from == nullptr) return false;
+  tellTap(from, eventId, id, value, key);
   for (QWidget* parent = from->parentWidget(); parent != nullptr; parent = parent->parentWidget()) {
     auto* handler = dynamic_cast<CEventWidget*>(parent);
     if (handler != nullptr && handler->handleEvent(eventId, id, value, key, data)) return true;
   }
   return false;
+}
+
+void CEventDeliverer::setTap(Tap newTap) { tap() = std::move(newTap); }
+
+void CEventDeliverer::tellTap(QWidget* from, int eventId, int id, int value, const QString& key) {
+  if (tap()) tap()(from, eventId, id, value, key);
 }
 
 }  // namespace GV

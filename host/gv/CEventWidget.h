@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QWidget>
+#include <functional>
 #include <utility>
 
 namespace GV {
@@ -15,6 +16,7 @@ enum EEvent {
   EventColumnDoubleClicked = 49,  ///< key: the column in decimal
   EventCheckBoxToggled = 67,      ///< id: the control's, value: 1 when checked
   EventRowButtonClicked = 231,    ///< id: the button's, value: column, key: row
+  EventRowFolded = 232,           ///< for the tap alone; id: 1 for unfolding, key: row
 };
 
 class CEventWidget {
@@ -34,6 +36,12 @@ class CEventWidgetT : public Widget, public CEventWidget {
 struct CEventDeliverer {
   /// Hands the event to the parents of a widget, the nearest first, until one handles it. False when none did.
   static bool deliverEvent(QWidget* from, int eventId, int id, int value, const QString& key, void* data);
+
+  typedef std::function<void(QWidget* from, int eventId, int id, int value, const QString& key)> Tap;
+  /// Is told of each event, and of those that a table handles itself, just before it takes effect; for a recording of
+  /// what the user does. An empty one ends it.
+  static void setTap(Tap tap);
+  static void tellTap(QWidget* from, int eventId, int id, int value, const QString& key);
 };
 
 }  // namespace GV

@@ -155,8 +155,13 @@ QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) 
 bool CHpfTreeTable::pressBranch(int row, const QRect& cell, const QPoint& point) {
   const int node = m_pTreeModel->nodeAt(row);
   if (m_pTreeModel->rows().at(node).children.empty() || !branchRect(row, cell).contains(point)) return false;
-  m_pTreeModel->setExpanded(node, !m_pTreeModel->rows().has(node, CTreeRows::Expanded));
+  foldByUser(node, !m_pTreeModel->rows().has(node, CTreeRows::Expanded));
   return true;
+}
+
+void CHpfTreeTable::foldByUser(int node, bool unfold) {
+  CEventDeliverer::tellTap(this, EventRowFolded, unfold ? 1 : 0, 0, m_pTreeModel->rows().at(node).row->key());
+  m_pTreeModel->setExpanded(node, unfold);
 }
 
 bool CHpfTreeTable::isHeading(int row) const {
@@ -183,7 +188,7 @@ void CHpfTreeTable::keyPressEvent(QKeyEvent* event) {
   const bool parent = !rows.at(node).children.empty();
   const bool expanded = rows.has(node, CTreeRows::Expanded);
   if (parent && expanded != unfold) {
-    m_pTreeModel->setExpanded(node, unfold);
+    foldByUser(node, unfold);
   } else if (event->key() == Qt::Key_Left && rows.at(node).parent != CTreeRows::kTop) {
     moveCurrent(m_pTreeModel->positionOfNode(rows.at(node).parent), Qt::NoModifier);
   } else if (event->key() == Qt::Key_Right && parent) {

@@ -64,6 +64,7 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   QRect branchRect(int row, const QRect& cell) const;
   int currentNode() const;
   void showBelow(int node);
+  void foldByUser(int node, bool unfold);
   int findByPath(int parent, const QStringRef& path) const;
 
   CHpfTreeTableModel* m_pTreeModel = nullptr;

@@ -152,6 +152,11 @@ SSession CDesk::session() const {
   return m_session;
 }
 
+qint64 CDesk::now() const {
+  const ReadLock lock(m_mutex);
+  return m_session.m_nNow;
+}
+
 std::string CDesk::userName() const {
   const ReadLock lock(m_mutex);
   return m_session.m_strUser;

@@ -98,6 +98,8 @@ class CDesk {
 
   // What services read.
   SSession session() const;
+  /// Time of the host's time service, seconds since the epoch.
+  qint64 now() const;
   std::string userName() const;
   std::string loginIdentity() const;
   SSettings settings() const;

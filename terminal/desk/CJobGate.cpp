@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <QTimer>
 #include <chrono>
 #include <utility>
 
@@ -21,7 +22,7 @@ void CJobGate::jobBegins(utils::EPanelJob job) {
   BeginHook hook;
   {
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (m_bRecording) m_changed.wait(lock, [this] { return m_nChangeDepth == 0; });
+    m_changed.wait(lock, [this] { return !m_bHold && m_nChangeDepth == 0; });
     hook = m_hook;
   }
   // No change can start now: this job is still posted.
@@ -42,6 +43,14 @@ void CJobGate::setRecording(bool on, BeginHook hook) {
   m_hook = std::move(hook);
 }
 
+void CJobGate::setHold(bool on) {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bHold = on;
+  }
+  m_changed.notify_all();
+}
+
 bool CJobGate::isIdle() const {
   const std::lock_guard<std::mutex> lock(m_mutex);
   return m_nJobs == 0;
@@ -57,9 +66,15 @@ void CJobGate::whenIdle(std::function<void()> action) {
     action();
     return;
   }
-  // Asked again behind whatever is queued: what a job hands to the GUI thread stands before this call then.
-  QMetaObject::invokeMethod(
-      qApp, [this, action = std::move(action)]() mutable { whenIdle(std::move(action)); }, Qt::QueuedConnection);
+  QTimer::singleShot(1, qApp, [this, action = std::move(action)]() mutable {
+    if (mustWait()) {
+      whenIdle(std::move(action));
+      return;
+    }
+    // What the jobs handed to the GUI thread is queued by now; the action goes behind it.
+    QMetaObject::invokeMethod(
+        qApp, [this, action = std::move(action)]() mutable { whenIdle(std::move(action)); }, Qt::QueuedConnection);
+  });
 }
 
 bool CJobGate::mustWait() const {

@@ -25,6 +25,10 @@ class CJobGate : public utils::IJobMonitor {
   /// Whether jobs and changes exclude each other; the hook may be empty. GUI thread, while no job is posted.
   void setRecording(bool on, BeginHook hook = {});
 
+  /// While on, no job begins: a replay lets the GUI thread finish what it does before a job that it posted runs. Any
+  /// thread.
+  void setHold(bool on);
+
   /// True when no job is posted or runs. Any thread.
   bool isIdle() const;
   /// Waits until no job is posted or runs; false after msec milliseconds. Any thread but the worker.
@@ -54,6 +58,7 @@ class CJobGate : public utils::IJobMonitor {
   mutable std::mutex m_mutex;
   mutable std::condition_variable m_changed;
   bool m_bRecording = false;
+  bool m_bHold = false;
   int m_nJobs = 0;  ///< posted and not ended
   std::thread::id m_changer;
   int m_nChangeDepth = 0;

@@ -1,0 +1,77 @@
+#include "COutput.h"
+
+#include <nlohmann/json.hpp>
+
+#include "TableDump.h"
+#include "ksservice/CBasketHedgeParam.h"
+#include "tc/ITradeDockableWidget.h"
+#include "utils/Log.h"
+
+namespace journal {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json hedgeParam(const ksservice::CBasketHedgeParam& param) {
+  return {{"enabled", param.m_bEnabled},   {"market", param.m_strMarket},     {"code", param.m_strCode},
+          {"account", param.m_strAccount}, {"operation", param.m_nOperation}, {"volume", param.m_nVolume}};
+}
+
+}  // namespace
+
+COutput::COutput(std::ostream& out) : m_out(out) {
+  utils::CLogCenter::instance().setObserver([this](const std::string& message) {
+    put({{"log", "info"}, {"text", message}});
+  });
+}
+
+COutput::~COutput() { utils::CLogCenter::instance().setObserver({}); }
+
+void COutput::put(const Json& line) {
+  // A text that is no UTF-8 must not end the output.
+  const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_out << text << '\n' << std::flush;
+}
+
+void COutput::watch(TC::ITradeDockableWidget& panel) {
+  QObject::connect(
+      &panel, &TC::ITradeDockableWidget::sigRunningTasks, &panel,
+      [this](EMavTraderType type, int count) {
+        put({{"signal", "sigRunningTasks"}, {"traderType", int(type)}, {"count", count}});
+      },
+      Qt::DirectConnection);
+  QObject::connect(
+      &panel, &TC::ITradeDockableWidget::sigPatchCreateTask, &panel,
+      [this](const QString& lines) {
+        put({{"signal", "sigPatchCreateTask"}, {"text", lines.toStdString()}});
+      },
+      Qt::DirectConnection);
+}
+
+void COutput::dump(const TC::ITradeDockableWidget& panel, const std::string& name) { put(tableDump(panel, name)); }
+
+void COutput::messageBox(const QString& title, const QString& text) {
+  put({{"call", "messageBox"}, {"title", title.toStdString()}, {"text", text.toStdString()}});
+}
+
+bool COutput::isGood() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_out.good();
+}
+
+void COutput::onUpdateData(const ksservice::CTaskDetailPtr& detail) {
+  put({{"call", "updateData"}, {"task", detail->getKey()}, {"status", detail->m_nStatus}});
+}
+
+void COutput::onShowMsg(const QString& text, int kind) {
+  put({{"call", "showMsg"}, {"text", text.toStdString()}, {"messageKind", kind}});
+}
+
+void COutput::onSetHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
+  put({{"call", "setHedgeParam"}, {"group", groupId}, {"command", commandId}, {"param", hedgeParam(param)}});
+}
+
+void COutput::onStartHedge(int groupId) { put({{"call", "startHedge"}, {"group", groupId}}); }
+
+}  // namespace journal

@@ -1,0 +1,194 @@
+#include "CPlayer.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QThread>
+#include <algorithm>
+#include <boost/make_shared.hpp>
+#include <utility>
+
+#include "Archive.h"
+#include "CHostServices.h"
+#include "COutput.h"
+#include "JournalReader.h"
+#include "LineRecords.h"
+#include "UserActs.h"
+#include "gv/CMessageBox.h"
+
+namespace journal {
+namespace {
+
+/// How long a wait for a job or for the next line goes without a look at the GUI thread's events.
+constexpr int SLICE_MSEC = 10;
+
+/// Keeps the jobs of a panel back while it lives.
+class CHold {
+ public:
+  explicit CHold(desk::CJobGate& gate) : m_gate(gate) { m_gate.setHold(true); }
+  CHold(const CHold&) = delete;
+  CHold& operator=(const CHold&) = delete;
+  ~CHold() { m_gate.setHold(false); }
+
+ private:
+  desk::CJobGate& m_gate;
+};
+
+}  // namespace
+
+CPlayer::CPlayer(desk::CDesk& desk, desk::CHostServices& services, PanelFactory createPanel, COutput& output,
+                 std::ostream& errors)
+    : m_desk(desk), m_services(services), m_createPanel(std::move(createPanel)), m_output(output), m_errors(errors) {
+  m_desk.addObserver(&m_output);
+  GV::CMessageBox::setPresenter(
+      [this](QWidget*, const QString& title, const QString& text) { m_output.messageBox(title, text); });
+}
+
+CPlayer::~CPlayer() {
+  closePanel();
+  GV::CMessageBox::setPresenter({});
+  m_desk.removeObserver(&m_output);
+}
+
+CPlayer::EExit CPlayer::play(std::istream& in, const std::string& fileName) {
+  const SJournal journal = readJournal(in, fileName);
+  if (!journal.m_strFault.empty()) {
+    m_errors << journal.m_strFault << std::endl;
+    return ExitMalformed;
+  }
+  QElapsedTimer timer;
+  timer.start();
+  m_nStart = timer.msecsSinceReference();
+  for (const SLine& line : journal.m_lines) {
+    try {
+      start(line);
+      if (m_bStopped) break;
+      {
+        const CHold hold(m_desk.gate());
+        std::visit([this](const auto& body) { play(body); }, line.m_body);
+      }
+      settle();
+    } catch (const CLineFault& fault) {
+      settle();
+      m_errors << faultText(fileName, line.m_nNumber, fault.what()) << std::endl;
+      return ExitMalformed;
+    }
+  }
+  return ExitPlayed;
+}
+
+void CPlayer::start(const SLine& line) {
+  if (line.m_nT) {
+    if (m_bRecordedPace) waitFor(*line.m_nT);
+    m_services.manualClock()->advanceTo(double(*line.m_nT));
+    m_desk.setNow(m_nBaseNow + (*line.m_nT - m_nBaseT) / 1000);
+  }
+  if (line.m_nNow) {
+    m_nBaseNow = *line.m_nNow;
+    m_nBaseT = line.m_nT.value_or(qint64(m_services.manualClock()->clockMSec()));
+    m_desk.setNow(m_nBaseNow);
+  }
+}
+
+void CPlayer::waitFor(qint64 msec) {
+  QElapsedTimer timer;
+  for (;;) {
+    timer.start();
+    const qint64 left = m_nStart + msec - timer.msecsSinceReference();
+    if (left <= 0 || m_bStopped) return;
+    QCoreApplication::processEvents(QEventLoop::AllEvents, SLICE_MSEC);
+    QThread::msleep(static_cast<unsigned long>(std::min<qint64>(left, SLICE_MSEC)));
+  }
+}
+
+void CPlayer::settle() {
+  desk::CJobGate& gate = m_desk.gate();
+  do {
+    // The GUI thread waits here for the worker; that is what makes a replay exact. A live terminal never does.
+    while (!gate.waitIdle(SLICE_MSEC)) {
+    }
+    const CHold hold(gate);
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+  } while (!gate.isIdle());
+}
+
+void CPlayer::play(const SSessionLine& line) {
+  m_desk.setSession(line.m_session);
+  m_nBaseNow = line.m_session.m_nNow;
+}
+
+void CPlayer::play(const SAccountLine& line) { m_desk.addAccount(toAccount(line)); }
+
+void CPlayer::play(const SInstrumentLine& line) { m_desk.setInstrument(line.m_info); }
+
+void CPlayer::play(const SQuoteLine& line) { m_desk.setQuotes({toQuote(line)}); }
+
+void CPlayer::play(const SCommandLine& line) {
+  auto command = boost::make_shared<ksservice::COrderCommand>(line.m_command);
+  command->m_strKey = ksservice::COrderCommand::genKey(command->m_nCommandId, command->m_nNumber);
+  m_desk.setCommand(command);
+}
+
+void CPlayer::play(const SHedgeParamLine& line) { m_desk.setHedgeParam(line.m_eWhere, line.m_nCommand, line.m_param); }
+
+void CPlayer::play(const SHedgeStateLine& line) { m_desk.setHedgeState(line.m_nGroup, line.m_nStatus); }
+
+void CPlayer::play(const STaskLine& line) { m_desk.publishTask(toPublication(line, m_desk)); }
+
+void CPlayer::play(const SProgressLine& line) { m_desk.setProgress(line.m_strTask, line.m_progress); }
+
+void CPlayer::play(const SHedgeVolumeLine& line) { m_services.announceHedgeVolume(line.m_nTask, line.m_nVolume); }
+
+void CPlayer::play(const SHedgeStatusLine& line) { m_services.announceHedgeStatus(line.m_nTask, line.m_nStatus); }
+
+void CPlayer::play(const STradingDayLine& line) { m_services.announceTradingDay(line.m_strDate); }
+
+void CPlayer::play(const SStockUnitChangeLine&) { m_services.announceStockUnitChange(); }
+
+void CPlayer::play(const SOpenLine&) {
+  if (m_pPanel) throw CLineFault("a panel is open already");
+  m_pPanel = m_createPanel();
+  if (!m_pPanel) throw CLineFault("no panel could be made");
+  m_output.watch(*m_pPanel);
+  m_desk.setSignalHook([this](const ksservice::CTaskDetailPtr& detail) {
+    if (m_pPanel) m_pPanel->deliverTaskDetail(detail);
+  });
+  m_pPanel->setTradeType(EMavTraderType(m_desk.session().m_nTraderType));
+}
+
+void CPlayer::play(const SCloseLine&) {
+  openPanel();
+  closePanel();
+}
+
+void CPlayer::play(const SRefreshLine&) {
+  openPanel();
+  if (!m_services.manualClock()->firePendingTimer()) throw CLineFault("no refresh is due");
+}
+
+void CPlayer::play(const SHostLine& line) {
+  TC::ITradeDockableWidget& panel = openPanel();
+  switch (line.m_eAct) {
+    case EHostAct::SetParam:
+      return panel.setParam(QString::fromStdString(line.m_strText));
+    case EHostAct::SetTradeType:
+      return panel.setTradeType(EMavTraderType(line.m_nTraderType));
+  }
+}
+
+void CPlayer::play(const SUserLine& line) { performUserAct(openPanel(), line); }
+
+void CPlayer::play(const SDumpLine& line) { m_output.dump(openPanel(), line.m_strName); }
+
+TC::ITradeDockableWidget& CPlayer::openPanel() const {
+  if (!m_pPanel) throw CLineFault("no panel is open");
+  return *m_pPanel;
+}
+
+void CPlayer::closePanel() {
+  m_desk.setSignalHook({});
+  delete m_pPanel.data();
+}
+
+}  // namespace journal

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QPointer>
+#include <functional>
+#include <istream>
+#include <ostream>
+#include <string>
+
+#include "Lines.h"
+#include "tc/ITradeDockableWidget.h"
+
+namespace GV {
+class CHpfTreeTable;
+}
+namespace desk {
+class CHostServices;
+}
+
+namespace journal {
+
+class COutput;
+
+/// Makes a panel and shows it where it belongs. The player deletes it.
+typedef std::function<TC::ITradeDockableWidget*()> PanelFactory;
+
+/// Plays a journal on a desk and a panel. GUI thread.
+///
+/// Lines are taken strictly in order. Before the next one starts, what the line caused has run: first the jobs of the
+/// panel's queue to their end, then the calls queued for the GUI thread, until nothing is left. While the GUI thread
+/// works on a line no job begins, so that a replay is deterministic.
+class CPlayer {
+ public:
+  enum EExit { ExitPlayed = 0, ExitMalformed = 2 };
+
+  /// The services are installed, with a manual clock; all must outlive the player. Faults go to errors, a line each.
+  CPlayer(desk::CDesk& desk, desk::CHostServices& services, PanelFactory createPanel, COutput& output,
+          std::ostream& errors);
+  CPlayer(const CPlayer&) = delete;
+  CPlayer& operator=(const CPlayer&) = delete;
+  /// Deletes the panel.
+  ~CPlayer();
+
+  /// Lines with a "t" wait for it.
+  void setRecordedPace(bool on) { m_bRecordedPace = on; }
+  /// A journal whose text is malformed is not played at all; one that turns out to be so while it is played (a row
+  /// that does not exist) ends there. The panel stays for the user to see.
+  EExit play(std::istream& in, const std::string& fileName);
+  /// Ends a replay that waits for its next line, as one that was played.
+  void stop() { m_bStopped = true; }
+
+  /// Null before an open line and after a close line.
+  TC::ITradeDockableWidget* panel() const { return m_pPanel; }
+
+ private:
+  void start(const SLine& line);
+  void waitFor(qint64 msec);
+  void settle();
+
+  void play(const SSessionLine& line);
+  void play(const SAccountLine& line);
+  void play(const SInstrumentLine& line);
+  void play(const SQuoteLine& line);
+  void play(const SCommandLine& line);
+  void play(const SHedgeParamLine& line);
+  void play(const SHedgeStateLine& line);
+  void play(const STaskLine& line);
+  void play(const SProgressLine& line);
+  void play(const SHedgeVolumeLine& line);
+  void play(const SHedgeStatusLine& line);
+  void play(const STradingDayLine& line);
+  void play(const SStockUnitChangeLine& line);
+  void play(const SOpenLine& line);
+  void play(const SCloseLine& line);
+  void play(const SRefreshLine& line);
+  void play(const SHostLine& line);
+  void play(const SUserLine& line);
+  void play(const SDumpLine& line);
+
+  TC::ITradeDockableWidget& openPanel() const;
+  void closePanel();
+
+  desk::CDesk& m_desk;
+  desk::CHostServices& m_services;
+  PanelFactory m_createPanel;
+  COutput& m_output;
+  std::ostream& m_errors;
+  QPointer<TC::ITradeDockableWidget> m_pPanel;
+  bool m_bRecordedPace = false;
+  bool m_bStopped = false;
+  qint64 m_nStart = 0;    ///< steady milliseconds at which the replay began
+  qint64 m_nBaseNow = 0;  ///< time of the time service at m_nBaseT
+  qint64 m_nBaseT = 0;    ///< milliseconds since the journal began
+};
+
+}  // namespace journal

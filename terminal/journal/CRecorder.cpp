@@ -1,0 +1,227 @@
+#include "CRecorder.h"
+
+#include <QHeaderView>
+#include <QMenu>
+#include <QTimer>
+#include <algorithm>
+#include <utility>
+
+#include "LineRecords.h"
+#include "TableDump.h"
+#include "gv/CEventWidget.h"
+#include "gv/CHpfTreeTable.h"
+#include "tc/ITradeDockableWidget.h"
+
+namespace journal {
+namespace {
+
+bool isSame(const TC::CQuote& one, const TC::CQuote& other) {
+  return one.m_dLast == other.m_dLast && one.m_dBid == other.m_dBid && one.m_dAsk == other.m_dAsk &&
+         one.m_dCalc == other.m_dCalc && one.m_dOrder == other.m_dOrder;
+}
+
+SUserLine userAct(EUserAct act, int id = 0) {
+  SUserLine line;
+  line.m_eAct = act;
+  line.m_nId = id;
+  return line;
+}
+
+SUserLine foldAct(bool expand, const QString& row) {
+  SUserLine line = userAct(expand ? EUserAct::Expand : EUserAct::Collapse);
+  line.m_strRow = row.toStdString();
+  return line;
+}
+
+}  // namespace
+
+CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out) : m_desk(desk), m_out(out) {
+  m_clock.start();
+  m_desk.addObserver(this);
+  m_desk.gate().setRecording(true, [this](utils::EPanelJob job) { onJob(job); });
+  GV::CEventDeliverer::setTap([this](QWidget* from, int eventId, int id, int value, const QString& key) {
+    onUserEvent(from, eventId, id, value, key);
+  });
+}
+
+CRecorder::~CRecorder() {
+  GV::CEventDeliverer::setTap({});
+  m_desk.gate().setRecording(false);
+  m_desk.removeObserver(this);
+}
+
+bool CRecorder::isGood() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_out.good();
+}
+
+void CRecorder::write(SLine::Body body) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  writeLocked(std::move(body));
+}
+
+void CRecorder::writeLocked(SLine::Body body) {
+  SLine line;
+  line.m_nT = m_clock.elapsed();
+  // A replay's time service goes on with "t"; where the terminal's runs faster, the line says so.
+  const qint64 now = m_desk.now();
+  if (now != m_nNow + (*line.m_nT - m_nNowT) / 1000) {
+    line.m_nNow = m_nNow = now;
+    m_nNowT = *line.m_nT;
+  }
+  line.m_body = std::move(body);
+  m_out << writeLine(std::move(line)) << '\n' << std::flush;
+}
+
+// The panel
+
+void CRecorder::recordOpen() { write(SOpenLine()); }
+
+void CRecorder::watch(TC::ITradeDockableWidget& panel) {
+  m_pPanel = &panel;
+  m_pTable = tableOf(panel);
+  if (!m_pTable) return;
+  QObject::connect(m_pTable->contextMenu(), &QMenu::triggered, m_pTable, [this] { onMenu(); });
+  QHeaderView* header = m_pTable->header();
+  const auto changed = [this] { onHeader(); };
+  QObject::connect(header, &QHeaderView::sortIndicatorChanged, m_pTable, changed);
+  QObject::connect(header, &QHeaderView::sectionMoved, m_pTable, changed);
+  QObject::connect(header, &QHeaderView::sectionResized, m_pTable, changed);
+  // What the layout did to the columns while the panel was made is told as well.
+  onHeader();
+}
+
+void CRecorder::recordClose() { write(SCloseLine()); }
+
+void CRecorder::recordDump(const std::string& name) { write(SDumpLine{name}); }
+
+void CRecorder::recordSetParam(const QString& text) {
+  SHostLine line;
+  line.m_eAct = EHostAct::SetParam;
+  line.m_strText = text.toStdString();
+  write(line);
+}
+
+void CRecorder::onJob(utils::EPanelJob job) {
+  // The other jobs are caused by lines of their own: an open line, a user's act.
+  if (job == utils::EPanelJob::Refresh) write(SRefreshLine());
+}
+
+void CRecorder::onUserEvent(QWidget* from, int eventId, int id, int value, const QString& key) {
+  if (!m_pPanel || !m_pPanel->isAncestorOf(from)) return;
+  SUserLine line;
+  switch (eventId) {
+    case GV::EventButtonClicked:
+      return write(userAct(EUserAct::ToolBar, id));
+    case GV::EventCheckBoxToggled:
+      line = userAct(EUserAct::FilterFinished);
+      line.m_bOn = value != 0;
+      return write(line);
+    case GV::EventRowButtonClicked:
+      line = userAct(EUserAct::Button, id);
+      line.m_strRow = rowPath(*m_pTable, key).toStdString();
+      return write(line);
+    case GV::EventColumnDoubleClicked:
+      line = userAct(EUserAct::DoubleClick);
+      line.m_nColumn = id;
+      return write(line);
+    case GV::EventCellClicked:
+      line = userAct(EUserAct::Click);
+      line.m_strRow = rowPath(*m_pTable, key).toStdString();
+      line.m_nColumn = id;
+      return write(line);
+    case GV::EventRowFolded:
+      return write(foldAct(id == 1, rowPath(*m_pTable, key)));
+    default:
+      return;
+  }
+}
+
+/// The menu folds or unfolds roots; a replay is told how each of them stands.
+void CRecorder::onMenu() {
+  m_pTable->forEachRow([this](const GV::CHpfTreeTableData& row, int depth, bool, bool expanded) {
+    if (depth == 0) write(foldAct(expanded, row.scriptName()));
+  });
+}
+
+/// Sort and columns are part of the panel's parameter text; one line tells of a whole gesture.
+void CRecorder::onHeader() {
+  if (std::exchange(m_bHeaderChanged, true)) return;
+  QTimer::singleShot(0, m_pTable, [this] {
+    m_bHeaderChanged = false;
+    if (m_pPanel) recordSetParam(m_pPanel->param());
+  });
+}
+
+// The desk
+
+void CRecorder::onSession(const desk::SSession& session) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  SSessionLine line;
+  line.m_session = session;
+  m_nNow = session.m_nNow;
+  m_nNowT = m_clock.elapsed();
+  writeLocked(line);
+}
+
+void CRecorder::onAccount(const desk::SAccount& account) { write(toAccountLine(account)); }
+
+void CRecorder::onInstrument(const TC::CCodeInfo& info) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  SInstrument& known = m_instruments[info.m_strCode];
+  known.m_infos.erase(std::remove_if(known.m_infos.begin(), known.m_infos.end(),
+                                     [&](const TC::CCodeInfo& each) { return each.m_strMarket == info.m_strMarket; }),
+                      known.m_infos.end());
+  known.m_infos.push_back(info);
+  if (known.m_bInUse) writeLocked(SInstrumentLine{info});
+}
+
+void CRecorder::onQuote(const std::string& market, const std::string& code, const TC::CQuote& quote) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  SInstrument& known = m_instruments[code];
+  const auto [entry, isNew] = known.m_quotes.try_emplace(market, quote);
+  if (!isNew && isSame(entry->second, quote)) return;
+  entry->second = quote;
+  if (known.m_bInUse) writeLocked(toQuoteLine(market, code, quote));
+}
+
+void CRecorder::useLocked(const std::string& code) {
+  SInstrument& known = m_instruments[code];
+  if (std::exchange(known.m_bInUse, true)) return;
+  for (const TC::CCodeInfo& info : known.m_infos) writeLocked(SInstrumentLine{info});
+  for (const auto& [market, quote] : known.m_quotes) writeLocked(toQuoteLine(market, code, quote));
+}
+
+void CRecorder::onCommand(const ksservice::COrderCommand& command) { write(SCommandLine{command}); }
+
+void CRecorder::onHedgeParam(desk::EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  useLocked(param.m_strCode);
+  writeLocked(SHedgeParamLine{commandId, source, param});
+}
+
+void CRecorder::onHedgeState(int groupId, int status) { write(SHedgeStateLine{groupId, status}); }
+
+void CRecorder::onProgress(const std::string& detailKey, const TC::CTaskProgress& progress) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  for (const TC::CProgressOrder& order : progress.m_orders) useLocked(order.m_detail.m_strCode);
+  writeLocked(SProgressLine{detailKey, progress});
+}
+
+void CRecorder::onTask(const desk::SPublication& publication) {
+  STaskLine line = toTaskLine(publication, m_desk);
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  for (const STaskParam& each : line.m_params) useLocked(each.m_param.m_stock.m_strCode);
+  for (const STaskOrder& each : line.m_orders) useLocked(each.m_order.m_strCode);
+  writeLocked(std::move(line));
+}
+
+void CRecorder::onHedgeVolume(int taskId, int volume) { write(SHedgeVolumeLine{taskId, volume}); }
+
+void CRecorder::onHedgeStatus(int taskId, int status) { write(SHedgeStatusLine{taskId, status}); }
+
+void CRecorder::onTradingDay(const std::string& date) { write(STradingDayLine{date}); }
+
+void CRecorder::onStockUnitChange() { write(SStockUnitChangeLine()); }
+
+}  // namespace journal

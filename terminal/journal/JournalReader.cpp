@@ -1,0 +1,91 @@
+#include "JournalReader.h"
+
+#include <set>
+#include <utility>
+
+namespace journal {
+namespace {
+
+/// Checks what one line cannot know: what the lines before it said.
+class CContext {
+ public:
+  /// What is wrong with the line here; empty: nothing.
+  std::string check(const SLine& line) {
+    const bool session = std::holds_alternative<SSessionLine>(line.m_body);
+    const bool first = !std::exchange(m_bStarted, true);
+    if (first && !session) return "the first line must be of the kind 'session'";
+    if (!first && session) return "a journal has one session line";
+    return std::visit([this](const auto& body) { return checkBody(body); }, line.m_body);
+  }
+
+  bool isStarted() const { return m_bStarted; }
+
+ private:
+  std::string checkBody(const SAccountLine& line) {
+    m_accounts.insert(line.m_info.getKey());
+    return {};
+  }
+  std::string checkBody(const STaskLine& line) {
+    for (const STaskParam& each : line.m_params) {
+      if (std::string fault = checkAccount(each.m_strAccount); !fault.empty()) return fault;
+    }
+    if (!line.m_command && !line.m_nId && line.m_strKey.empty()) return "a task needs a key, an id or a command";
+    return {};
+  }
+  std::string checkBody(const SHedgeParamLine& line) { return checkAccount(line.m_param.m_strAccount); }
+  template <typename Other>
+  std::string checkBody(const Other&) {
+    return {};
+  }
+
+  /// No account is allowed where an account may be named.
+  std::string checkAccount(const std::string& key) const {
+    if (key.empty() || m_accounts.count(key)) return {};
+    return "account '" + key + "' was not declared";
+  }
+
+  bool m_bStarted = false;
+  std::set<std::string> m_accounts;
+};
+
+bool isSkipped(const std::string& text) {
+  const std::size_t begin = text.find_first_not_of(" \t\r");
+  return begin == std::string::npos || text[begin] == '#';
+}
+
+}  // namespace
+
+std::string faultText(const std::string& fileName, int line, const std::string& what) {
+  return fileName + ":" + std::to_string(line) + ": " + what;
+}
+
+SJournal readJournal(std::istream& in, const std::string& fileName) {
+  SJournal journal;
+  CContext context;
+  std::string text;
+  int number = 0;
+  while (std::getline(in, text)) {
+    ++number;
+    if (isSkipped(text)) continue;
+    auto parsed = parseLine(text);
+    std::string fault;
+    if (SLine* line = std::get_if<SLine>(&parsed)) {
+      line->m_nNumber = number;
+      fault = context.check(*line);
+      if (fault.empty()) journal.m_lines.push_back(std::move(*line));
+    } else {
+      fault = std::get<std::string>(parsed);
+    }
+    if (!fault.empty()) {
+      journal.m_strFault = faultText(fileName, number, fault);
+      return journal;
+    }
+  }
+  if (in.bad())
+    journal.m_strFault = faultText(fileName, number + 1, "cannot be read");
+  else if (!context.isStarted())
+    journal.m_strFault = faultText(fileName, number + 1, "the session line is missing");
+  return journal;
+}
+
+}  // namespace journal

@@ -1,0 +1,387 @@
+// The fields of every kind of line, each described once for reading and for writing.
+#include "Archive.h"
+#include "Lines.h"
+
+namespace journal {
+namespace {
+
+using ksservice::UNSET_INT;
+
+const SNames<desk::EVia> VIAS = {
+    {{desk::EVia::Feed, "feed"}, {desk::EVia::Signal, "signal"}, {desk::EVia::Store, "store"}}, {}};
+const SNames<desk::EHedgeSource> HEDGE_SOURCES = {
+    {{desk::EHedgeSource::Manager, "manager"}, {desk::EHedgeSource::Stored, "stored"}}, {}};
+const SNames<EHostAct> HOST_ACTS = {
+    {{EHostAct::SetParam, "setParam"}, {EHostAct::SetTradeType, "setTradeType"}},
+    {"setUiLock", "prepareActive", "requestAccount", "loadAccountGroupSettings", "patch"}};
+const SNames<EUserAct> USER_ACTS = {{{EUserAct::ToolBar, "toolbar"},
+                                     {EUserAct::FilterFinished, "filterFinished"},
+                                     {EUserAct::Button, "button"},
+                                     {EUserAct::DoubleClick, "doubleClick"},
+                                     {EUserAct::Click, "click"},
+                                     {EUserAct::Key, "key"},
+                                     {EUserAct::Expand, "expand"},
+                                     {EUserAct::Collapse, "collapse"},
+                                     {EUserAct::Event, "event"}},
+                                    {"export", "copy", "dialog"}};
+/// Kinds of a later version.
+const char* const LATER_KINDS[] = {"serverReply", "createReply", "orderProcess"};
+
+void readZone(const CReadArchive& archive, QTimeZone& zone) {
+  std::string id;
+  archive.optional("timeZone", id, std::string("UTC"));
+  zone = QTimeZone(QByteArray::fromStdString(id));
+  if (!zone.isValid()) archive.fail("timeZone", "'" + id + "' is no time zone");
+}
+
+void readZone(CWriteArchive& archive, const QTimeZone& zone) {
+  archive.optional("timeZone", zone.id().toStdString(), std::string("UTC"));
+}
+
+void checkVersion(const CReadArchive& archive, int version) {
+  if (version != JOURNAL_VERSION) archive.fail("version", "must be " + std::to_string(JOURNAL_VERSION));
+}
+
+void checkVersion(const CWriteArchive&, int) {}
+
+template <typename Archive>
+void fields(Archive& a, SSessionLine& line) {
+  desk::SSession& session = line.m_session;
+  a.required("version", line.m_nVersion);
+  checkVersion(a, line.m_nVersion);
+  a.optional("user", session.m_strUser);
+  a.optional("login", session.m_strLogin);
+  a.optional("traderType", session.m_nTraderType);
+  a.optional("now", session.m_nNow);
+  readZone(a, session.m_timeZone);
+  std::optional<desk::SSettings> settings = session.m_settings;
+  a.object("settings", settings, [](auto& inner, desk::SSettings& each) {
+    inner.optional("hasRevokeTask", each.m_bHasRevokeTask, true);
+    inner.optional("hasUpStopPrice", each.m_bHasUpStopPrice, true);
+    inner.optional("rawQuantity", each.m_bRawQuantity);
+    inner.optional("quietActivation", each.m_bQuietActivation);
+    inner.optional("orderSetting", each.m_strOrderSetting);
+  });
+  session.m_settings = settings.value_or(desk::SSettings());
+}
+
+template <typename Archive>
+void fields(Archive& a, SAccountLine& line) {
+  a.required("key", line.m_info.m_strKey);
+  a.optional("type", line.m_info.m_nType);
+  a.optional("displayId", line.m_info.m_strDisplayId);
+  a.optional("name", line.m_info.m_strName);
+  a.optional("configured", line.m_account.m_bConfigured, true);
+  a.optional("loginReady", line.m_account.m_bLoginReady, true);
+  a.optional("filtered", line.m_account.m_bFiltered);
+  a.optional("brokerMatches", line.m_account.m_bBrokerMatches, true);
+}
+
+template <typename Archive>
+void fields(Archive& a, SInstrumentLine& line) {
+  TC::CCodeInfo& info = line.m_info;
+  a.required("market", info.m_strMarket);
+  a.required("code", info.m_strCode);
+  a.optional("name", info.m_strName);
+  a.optional("multiplier", info.m_dMultiplier, 1.0);
+  a.optional("types", info.m_types);
+  a.optional("special", info.m_bSpecial);
+  a.optional("tradeMinUnit", info.m_nTradeMinUnit, 1);
+  a.optional("uiMinUnit", info.m_nUiMinUnit, 1);
+  a.optional("tradeUnit", info.m_nTradeUnit, 1);
+  a.optional("marketPriceTypes", info.m_marketPriceTypes);
+}
+
+template <typename Archive>
+void fields(Archive& a, SQuoteLine& line) {
+  a.required("market", line.m_strMarket);
+  a.required("code", line.m_strCode);
+  a.optional("last", line.m_dLast);
+  a.optional("bid", line.m_dBid);
+  a.optional("ask", line.m_dAsk);
+  a.optional("calc", line.m_dCalc);
+  a.optional("order", line.m_dOrder);
+}
+
+/// What a command line and the command of a task line have in common.
+template <typename Archive>
+void commandFields(Archive& a, ksservice::COrderCommand& command) {
+  a.required("id", command.m_nCommandId);
+  a.optional("number", command.m_nNumber);
+  a.optional("taskId", command.m_nTaskId);
+  a.optional("traderType", command.m_nTraderType);
+  a.optional("user", command.m_strUser);
+  a.optional("login", command.m_strLogin);
+  a.optional("basketType", command.m_nBasketType);
+  a.optional("patch", command.m_bPatch);
+  a.optional("basketName", command.m_strBasketName);
+  a.optional("text", command.m_strText);
+  a.optional("localInfo", command.m_strLocalInfo);
+  a.optional("orderType", command.m_nOrderType);
+  a.optional("algoTaskKey", command.m_strAlgoTaskKey);
+  a.optional("algoParams", command.m_strAlgoParams);
+}
+
+template <typename Archive>
+void fields(Archive& a, SCommandLine& line) {
+  commandFields(a, line.m_command);
+  a.optional("type", line.m_command.m_nType);
+}
+
+template <typename Archive>
+void fields(Archive& a, SHedgeParamLine& line) {
+  a.required("command", line.m_nCommand);
+  a.choice("where", line.m_eWhere, HEDGE_SOURCES);
+  a.optional("enabled", line.m_param.m_bEnabled);
+  a.optional("market", line.m_param.m_strMarket);
+  a.optional("code", line.m_param.m_strCode);
+  a.optional("account", line.m_param.m_strAccount);
+  a.optional("operation", line.m_param.m_nOperation);
+  a.optional("volume", line.m_param.m_nVolume);
+}
+
+template <typename Archive>
+void fields(Archive& a, SHedgeStateLine& line) {
+  a.required("group", line.m_nGroup);
+  a.required("status", line.m_nStatus);
+}
+
+template <typename Archive>
+void paramFields(Archive& a, STaskParam& each) {
+  ksservice::CCodeOrderParam& param = each.m_param;
+  a.optional("account", each.m_strAccount);
+  a.optional("type", param.m_nType);
+  a.optional("operation", param.m_nOperation);
+  a.optional("orderType", param.m_nOrderType);
+  a.optional("market", param.m_stock.m_strMarket);
+  a.optional("code", param.m_stock.m_strCode);
+  a.optional("name", param.m_stock.m_strName);
+  a.optional("priceType", param.m_nPriceType);
+  a.optional("price", param.m_dPrice);
+  a.optional("volume", param.m_nVolume);
+  a.optional("handled", param.m_nHandled);
+}
+
+template <typename Archive>
+void orderFields(Archive& a, STaskOrder& each) {
+  ksservice::COrderInfo& order = each.m_order;
+  a.required("key", order.m_strKey);
+  std::string tag = order.m_tag.text();
+  a.optional("tag", tag, order.m_strKey);
+  order.m_tag = ksservice::CMavOrderTag(tag);
+  a.optional("market", order.m_strMarket);
+  a.optional("code", order.m_strCode);
+  a.optional("operation", order.m_nOperation);
+  a.optional("volume", order.m_nVolume);
+  a.optional("traded", order.m_nTradedVolume);
+  a.optional("price", order.m_dPrice);
+  a.optional("amount", order.m_dTradedAmount);
+  std::optional<std::string> message;
+  if (order.m_bHasMessage) message = order.m_strMessage;
+  a.optional("message", message);
+  order.m_bHasMessage = message.has_value();
+  order.m_strMessage = message.value_or(std::string());
+  a.optional("completed", order.m_bCompleted);
+  // A detail that says nothing of its own has traded what its order has.
+  a.object("detail", each.m_detail, [&order](auto& inner, ksservice::COrderDetail& detail) {
+    inner.optional("cancelled", detail.m_bCancelled);
+    inner.optional("market", detail.m_strMarket, order.m_strMarket);
+    inner.optional("code", detail.m_strCode, order.m_strCode);
+    inner.optional("traded", detail.m_nTradedVolume, order.m_nTradedVolume);
+    inner.optional("amount", detail.m_dTradedAmount, order.m_dTradedAmount);
+  });
+}
+
+template <typename Archive>
+void fields(Archive& a, STaskLine& line) {
+  ksservice::CTaskDetail& detail = line.m_detail;
+  a.choice("via", line.m_eVia, VIAS);
+  a.optional("key", line.m_strKey);
+  a.optional("id", line.m_nId);
+  a.optional("number", detail.m_nNumber);
+  a.optional("businessNumber", detail.m_nBusinessNumber, UNSET_INT);
+  a.optional("status", detail.m_nStatus);
+  a.optional("message", detail.m_strMessage);
+  a.optional("startTime", detail.m_nStartTime, UNSET_INT);
+  a.optional("endTime", detail.m_nEndTime, UNSET_INT);
+  a.optional("server", detail.m_bServerTask);
+  a.optional("instance", detail.m_strInstance);
+  a.object("command", line.m_command, [](auto& inner, STaskCommand& command) {
+    commandFields(inner, command.m_command);
+    inner.optional("type", command.m_nType);
+  });
+  a.optional("unknown", line.m_bUnknown);
+  a.list("params", line.m_params, [](auto& inner, STaskParam& each) { paramFields(inner, each); });
+  a.list("orders", line.m_orders, [](auto& inner, STaskOrder& each) { orderFields(inner, each); });
+}
+
+template <typename Archive>
+void fields(Archive& a, SProgressLine& line) {
+  a.required("task", line.m_strTask);
+  a.list("orderDetails", line.m_progress.m_orders, [](auto& inner, TC::CProgressOrder& each) {
+    inner.optional("mapKey", each.m_strMapKey);
+    inner.optional("market", each.m_detail.m_strMarket);
+    inner.optional("code", each.m_detail.m_strCode);
+    inner.optional("traded", each.m_detail.m_nTradedVolume);
+    inner.optional("amount", each.m_detail.m_dTradedAmount);
+    inner.optional("cancelled", each.m_detail.m_bCancelled);
+    inner.optional("param", each.m_nParamIndex);
+  });
+}
+
+template <typename Archive>
+void fields(Archive& a, SHedgeVolumeLine& line) {
+  a.required("task", line.m_nTask);
+  a.required("volume", line.m_nVolume);
+}
+
+template <typename Archive>
+void fields(Archive& a, SHedgeStatusLine& line) {
+  a.required("task", line.m_nTask);
+  a.required("status", line.m_nStatus);
+}
+
+template <typename Archive>
+void fields(Archive& a, STradingDayLine& line) {
+  a.required("date", line.m_strDate);
+}
+
+template <typename Archive>
+void fields(Archive&, SStockUnitChangeLine&) {}
+template <typename Archive>
+void fields(Archive&, SOpenLine&) {}
+template <typename Archive>
+void fields(Archive&, SCloseLine&) {}
+template <typename Archive>
+void fields(Archive&, SRefreshLine&) {}
+
+template <typename Archive>
+void fields(Archive& a, SHostLine& line) {
+  a.choice("do", line.m_eAct, HOST_ACTS);
+  if (line.m_eAct == EHostAct::SetParam) a.required("text", line.m_strText);
+  if (line.m_eAct == EHostAct::SetTradeType) a.required("traderType", line.m_nTraderType);
+}
+
+template <typename Archive>
+void fields(Archive& a, SUserLine& line) {
+  a.choice("do", line.m_eAct, USER_ACTS);
+  switch (line.m_eAct) {
+    case EUserAct::ToolBar:
+      return a.required("id", line.m_nId);
+    case EUserAct::FilterFinished:
+      return a.required("on", line.m_bOn);
+    case EUserAct::Button:
+      a.required("row", line.m_strRow);
+      return a.required("id", line.m_nId);
+    case EUserAct::DoubleClick:
+      return a.required("column", line.m_nColumn);
+    case EUserAct::Click:
+      a.required("row", line.m_strRow);
+      return a.required("column", line.m_nColumn);
+    case EUserAct::Key:
+      return a.required("keys", line.m_strKeys);
+    case EUserAct::Expand:
+    case EUserAct::Collapse:
+      return a.required("row", line.m_strRow);
+    case EUserAct::Event:
+      a.required("event", line.m_nEvent);
+      a.required("id", line.m_nId);
+      a.optional("text", line.m_strText);
+      return a.optional("task", line.m_nTask);
+  }
+}
+
+template <typename Archive>
+void fields(Archive& a, SDumpLine& line) {
+  a.required("name", line.m_strName);
+}
+
+typedef SLine::Body (*BodyParser)(const CReadArchive&);
+
+template <typename Body>
+SLine::Body parseBody(const CReadArchive& archive) {
+  Body body;
+  fields(archive, body);
+  return body;
+}
+
+/// One parser for each kind, in the order of the variant.
+template <typename... Bodies>
+std::map<std::string, BodyParser> makeParsers(const std::variant<Bodies...>*) {
+  return {{Bodies::KIND, &parseBody<Bodies>}...};
+}
+
+BodyParser parserOf(const std::string& kind) {
+  static const std::map<std::string, BodyParser> parsers = makeParsers(static_cast<const SLine::Body*>(nullptr));
+  const auto found = parsers.find(kind);
+  if (found != parsers.end()) return found->second;
+  for (const char* later : LATER_KINDS) {
+    if (kind == later) throw CLineFault("kind '" + kind + "' is not supported by this version");
+  }
+  throw CLineFault("unknown kind '" + kind + "'");
+}
+
+template <typename Archive>
+void commonFields(Archive& a, SLine& line) {
+  a.optional("t", line.m_nT);
+  // The time of a session line is the session's own.
+  if (!std::holds_alternative<SSessionLine>(line.m_body)) a.optional("now", line.m_nNow);
+}
+
+/// What the parser says, without its own prefix, which names an internal error number.
+std::string describe(const nlohmann::json::exception& fault) {
+  const std::string what = fault.what();
+  const std::size_t prefix = what.find("] ");
+  return prefix == std::string::npos ? what : what.substr(prefix + 2);
+}
+
+nlohmann::json parseObject(const std::string& text) {
+  nlohmann::json json;
+  try {
+    json = nlohmann::json::parse(text);
+  } catch (const nlohmann::json::parse_error& fault) {
+    // The parser's text would repeat the broken bytes.
+    const bool encoding = std::string(fault.what()).find("UTF-8") != std::string::npos;
+    if (encoding) throw CLineFault("not valid UTF-8 at byte " + std::to_string(fault.byte));
+    throw CLineFault("broken JSON: " + describe(fault));
+  } catch (const nlohmann::json::exception& fault) {
+    throw CLineFault("broken JSON: " + describe(fault));
+  }
+  if (!json.is_object()) throw CLineFault("a line must be one JSON object");
+  return json;
+}
+
+}  // namespace
+
+int STaskLine::taskIdentifier() const {
+  if (m_nId) return *m_nId;
+  const bool hedge = m_command && m_command->m_command.m_nBasketType == ksservice::ECBT_Hedge;
+  if (hedge) return UNSET_INT;
+  return m_command ? m_command->m_command.m_nTaskId : 0;
+}
+
+std::variant<SLine, std::string> parseLine(const std::string& text) {
+  try {
+    const nlohmann::json json = parseObject(text);
+    const CReadArchive archive(json);
+    std::string kind;
+    archive.required("kind", kind);
+    SLine line;
+    line.m_body = parserOf(kind)(archive);
+    commonFields(archive, line);
+    return line;
+  } catch (const CLineFault& fault) {
+    return std::string(fault.what());
+  }
+}
+
+std::string writeLine(SLine line) {
+  CWriteArchive::Json json = CWriteArchive::Json::object();
+  CWriteArchive archive(json);
+  std::visit([&](auto& body) { json["kind"] = std::decay_t<decltype(body)>::KIND; }, line.m_body);
+  commonFields(archive, line);
+  std::visit([&](auto& body) { fields(archive, body); }, line.m_body);
+  return json.dump(-1, ' ', false, CWriteArchive::Json::error_handler_t::replace);
+}
+
+}  // namespace journal

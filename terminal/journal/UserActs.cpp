@@ -1,0 +1,113 @@
+#include "UserActs.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QKeySequence>
+
+#include "Archive.h"
+#include "TableDump.h"
+#include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "gv/CHpfTreeTable.h"
+#include "gv/Controls.h"
+#include "tc/ITradeDockableWidget.h"
+
+namespace journal {
+namespace {
+
+/// What the key of a task starts with; its identifier follows.
+constexpr char TASK_KEY_PREFIX[] = "组合任务";
+
+GV::CHpfTreeTable& needTable(TC::ITradeDockableWidget& panel) {
+  GV::CHpfTreeTable* table = tableOf(panel);
+  if (!table) throw CLineFault("the panel has no table");
+  return *table;
+}
+
+QString needRow(const GV::CHpfTreeTable& table, const std::string& path) {
+  const GV::CHpfTreeTableDataPtr row = table.rowByPath(QString::fromStdString(path));
+  if (!row) throw CLineFault("row '" + path + "' does not exist");
+  return row->key();
+}
+
+bool chooseItem(const TC::ITradeDockableWidget& panel, int id) {
+  for (GV::CComboPushButton* combo : panel.findChildren<GV::CComboPushButton*>()) {
+    for (int index = 0; index < combo->count(); ++index) {
+      if (combo->itemId(index) != id) continue;
+      combo->choose(index);
+      return true;
+    }
+  }
+  return false;
+}
+
+/// Works the control that has the id, so that the control's own state follows; an id without a control is delivered
+/// as it stands.
+void pressToolBar(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  if (chooseItem(panel, line.m_nId)) return;
+  for (GV::CPushButton* button : panel.findChildren<GV::CPushButton*>()) {
+    if (button->id() == line.m_nId) return button->click();
+  }
+  panel.handleEvent(GV::EventButtonClicked, line.m_nId, 0, QString(), nullptr);
+}
+
+void filterFinished(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  auto* check = panel.findChild<GV::CCheckBox*>();
+  if (!check) throw CLineFault("the panel has no check box");
+  if (check->isChecked() != line.m_bOn) check->click();
+}
+
+void pressRowButton(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  GV::CHpfTreeTable& table = needTable(panel);
+  const QString key = needRow(table, line.m_strRow);
+  // Nothing happens for a button that is hidden or disabled, nor for one that is not there.
+  if (auto* buttons = buttonsOf(table)) buttons->clickButton(key, line.m_nId);
+}
+
+void doubleClick(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  needTable(panel).handleEvent(GV::EventColumnDoubleClicked, 0, 0, QString::number(line.m_nColumn), nullptr);
+}
+
+void click(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  GV::CHpfTreeTable& table = needTable(panel);
+  const QString key = needRow(table, line.m_strRow);
+  table.handleEvent(GV::EventCellClicked, line.m_nColumn, Qt::LeftButton, key, nullptr);
+}
+
+void pressKey(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  const QKeySequence keys(QString::fromStdString(line.m_strKeys), QKeySequence::PortableText);
+  if (keys.count() != 1 || keys[0] == Qt::Key_unknown) throw CLineFault("'" + line.m_strKeys + "' is no key");
+  const int key = keys[0] & ~int(Qt::KeyboardModifierMask);
+  const Qt::KeyboardModifiers modifiers(keys[0] & int(Qt::KeyboardModifierMask));
+  GV::CHpfTreeTable& table = needTable(panel);
+  for (const QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+    QKeyEvent event(type, key, modifiers);
+    QCoreApplication::sendEvent(&table, &event);
+  }
+}
+
+void fold(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  GV::CHpfTreeTable& table = needTable(panel);
+  table.expandItem(needRow(table, line.m_strRow), line.m_eAct == EUserAct::Expand);
+}
+
+void deliverEvent(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  QString taskKey = QString::fromUtf8(TASK_KEY_PREFIX) + QString::number(line.m_nTask);
+  // The root's node key is that of its task.
+  const QString text = line.m_strText ? QString::fromStdString(*line.m_strText) : taskKey;
+  panel.handleEvent(line.m_nEvent, line.m_nId, 0, text, &taskKey);
+}
+
+typedef void (*Performer)(TC::ITradeDockableWidget&, const SUserLine&);
+
+const std::map<EUserAct, Performer> PERFORMERS = {
+    {EUserAct::ToolBar, pressToolBar},  {EUserAct::FilterFinished, filterFinished},
+    {EUserAct::Button, pressRowButton}, {EUserAct::DoubleClick, doubleClick},
+    {EUserAct::Click, click},           {EUserAct::Key, pressKey},
+    {EUserAct::Expand, fold},           {EUserAct::Collapse, fold},
+    {EUserAct::Event, deliverEvent}};
+
+}  // namespace
+
+void performUserAct(TC::ITradeDockableWidget& panel, const SUserLine& line) { PERFORMERS.at(line.m_eAct)(panel, line); }
+
+}  // namespace journal
