@@ -26,7 +26,8 @@ class CFaults {
   void add(int line, std::string text);
   bool isEmpty() const { return m_faults.empty(); }
   bool isFull() const { return m_faults.size() >= MOST; }
-  std::vector<SFault> take() { return std::move(m_faults); }
+  /// All of them, in the order of lines.
+  std::vector<SFault> take();
 
  private:
   std::string m_strFile;

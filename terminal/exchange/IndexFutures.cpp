@@ -77,6 +77,12 @@ SInstrument makeFuture(const SFutureKind& kind, const SInstrument* reference, co
 
 }  // namespace
 
+int futureMultiplier(std::string_view code) {
+  const auto kind = std::find_if(FUTURE_KINDS.begin(), FUTURE_KINDS.end(),
+                                 [code](const SFutureKind& known) { return code.substr(0, 2) == known.m_code; });
+  return kind == FUTURE_KINDS.end() ? 0 : kind->m_nMultiplier;
+}
+
 SDate dateOf(std::int64_t dayStart) {
   const auto local = std::chrono::sys_seconds(seconds(dayStart)) + EXCHANGE_OFFSET;
   const year_month_day date(std::chrono::floor<days>(local));

@@ -46,6 +46,9 @@ int limitPercent(const SInstrument& instrument);
 /// it.
 SRules rulesOf(const SInstrument& instrument);
 
+/// CNY per point of the index future that a code ("IF2612", or the kind "IF") names; 0 for none.
+int futureMultiplier(std::string_view code);
+
 /// A day, for the listing of futures.
 struct SDate {
   int m_nYear;
