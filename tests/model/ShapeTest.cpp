@@ -1,0 +1,147 @@
+/// The shape of the tree, its keys, and what is announced.
+#include "TaskFixture.h"
+
+namespace {
+
+using namespace ksservice;
+
+class CShapeTest : public CTaskTest {
+ protected:
+  DetailPtr ofAccount(int number, const AccountPtr& account) const {
+    DetailPtr made = twoLines(number);
+    for (CCodeOrderParam& line : made->m_params) line.m_pAccount = account;
+    return made;
+  }
+
+  static std::vector<QString> keysOf(TC::CBasketTaskItem& node) {
+    std::vector<QString> keys = {node.getKey()};
+    for (TC::CBasketTaskItem* child : node.m_children) {
+      const std::vector<QString> below = keysOf(*child);
+      keys.insert(keys.end(), below.begin(), below.end());
+    }
+    return keys;
+  }
+
+  std::vector<std::string> logWith(const std::string& begin) {
+    std::vector<std::string> found;
+    for (const std::string& line : host.takeLog()) {
+      if (line.rfind(begin, 0) == 0) found.push_back(line);
+    }
+    return found;
+  }
+};
+
+TEST_F(CShapeTest, OneAccountHangsItsRowsUnderTheRoot) {
+  update(twoLines());
+  EXPECT_EQ(tree(), "组合任务123\n SH.600000买入\n SZ.000001卖出\n");
+  EXPECT_EQ(logWith("stock_map "), (std::vector<std::string>{"stock_map A1 : size 0 -> 2."}));
+}
+
+TEST_F(CShapeTest, SecondAccountBringsAccountNodes) {
+  host.setAccount(*account("A2", "1002-x", "配置的名字"));
+  update(ofAccount(1, mainAccount));
+  host.takeLog();
+  update(ofAccount(2, secondAccount));
+  EXPECT_EQ(tree(),
+            "组合任务123\n"
+            " 1001\n  SH.600000买入\n  SZ.000001卖出\n"
+            " 1002-x\n  SH.600000买入\n  SZ.000001卖出\n");
+  EXPECT_EQ(root.m_strAccounts, "1001/1002");
+  EXPECT_EQ(root.m_strAccountName, "主账户");
+  const TC::CBasketTaskItem& configured = *root.childAt(1);
+  EXPECT_EQ(configured.m_strName, "1002-x");
+  EXPECT_EQ(configured.m_strAccountName, "配置的名字") << "the user configuration comes first";
+  EXPECT_EQ(configured.m_strAccountKey, "A2");
+  EXPECT_EQ(root.childAt(0)->m_strAccountName, "主账户") << "else the account's first row";
+  EXPECT_EQ(root.m_nTotalVolume, 3000);
+  EXPECT_EQ(configured.m_nTotalVolume, 1500);
+  EXPECT_EQ(logWith("stk: "),
+            (std::vector<std::string>{"stk: cmd = 77, task = 123, stock_map_size = 2, futures_map_size = 0, multi_type "
+                                      "= false, multi_account = true."}));
+}
+
+TEST_F(CShapeTest, AccountWithoutRowsHasNoNodeButCountsAsAnAccount) {
+  task.getStockDetailMap("A0");
+  update(twoLines());
+  EXPECT_EQ(tree(), "组合任务123\n 1001\n  SH.600000买入\n  SZ.000001卖出\n");
+}
+
+TEST_F(CShapeTest, AccountsOfOneDisplayIdStayApart) {
+  update(ofAccount(1, mainAccount));
+  update(ofAccount(2, account("A2", "1001")));
+  EXPECT_EQ(root.childCount(), 2);
+  EXPECT_EQ(root.m_strAccounts, "1001");
+  EXPECT_EQ(root.childAt(0)->m_strAccountKey, "A1");
+  EXPECT_EQ(root.childAt(1)->m_strAccountKey, "A2");
+}
+
+TEST_F(CShapeTest, KeysAndRowsStayTheSameHoweverOftenTheTreeIsBuilt) {
+  update(ofAccount(1, mainAccount));
+  update(ofAccount(2, secondAccount));
+  const std::vector<QString> keys = keysOf(root);
+  const TC::CBasketTaskItem* bought = &row("SH.600000买入");
+  const unsigned version = task.shapeVersion();
+  EXPECT_EQ(keys[2], "组合任务123-1001-SH.600000买入");
+  for (int i = 0; i < 100; ++i) task.reorganize();
+  EXPECT_EQ(keysOf(root), keys);
+  EXPECT_EQ(task.getItem(keys[2]), bought);
+  EXPECT_EQ(bought->parent(), root.childAt(0));
+  EXPECT_EQ(task.shapeVersion(), version + 100);
+}
+
+TEST_F(CShapeTest, ClearingTakesTheTreeApartAndDeletesNothing) {
+  update(ofAccount(1, mainAccount));
+  update(ofAccount(2, secondAccount));
+  TC::CBasketTaskItem* node = root.childAt(0);
+  TC::CBasketTaskItem* bought = node->childAt(0);
+  task.recursiveClear(&root);
+  EXPECT_TRUE(root.isEmpty());
+  EXPECT_TRUE(node->isEmpty());
+  EXPECT_EQ(bought->m_nTotalVolume, 1000);
+  task.recursiveUpdate(&root);
+  EXPECT_EQ(root.m_nTotalVolume, 3000) << "a node without children keeps its own figures";
+}
+
+TEST_F(CShapeTest, SumsGoUpThroughEveryLevel) {
+  DetailPtr made = ofAccount(2, secondAccount);
+  made->m_orders = {buy("o1", 500, 100, 1000), order("o2", "SZ", "000001", EOT_Sell, 100, 50, 600)};
+  update(ofAccount(1, mainAccount));
+  update(made);
+  TC::CBasketTaskItem& mainNode = *root.childAt(0);
+  TC::CBasketTaskItem& secondNode = *root.childAt(1);
+  mainNode.childAt(0)->m_nPatchOrderCount = 3;
+  mainNode.childAt(0)->m_nPatchOrderCount2 = 2;
+  mainNode.childAt(1)->m_dPatchAmount = 1.5;
+  task.recursiveUpdate(&root);
+  EXPECT_EQ(mainNode.m_nFinishedVolume, 0);
+  EXPECT_EQ(secondNode.m_nFinishedVolume, 150);
+  EXPECT_DOUBLE_EQ(secondNode.m_dCurAmount, 1600);
+  EXPECT_EQ(root.m_nFinishedVolume, 150);
+  EXPECT_DOUBLE_EQ(root.m_dTradedAmount, 1600);
+  EXPECT_DOUBLE_EQ(root.m_dTotalAmount, 30000);
+  EXPECT_EQ(root.m_nPatchOrderCount, 3);
+  EXPECT_EQ(root.m_nPatchOrderCount2, 2);
+  EXPECT_DOUBLE_EQ(root.m_dPatchAmount, 1.5);
+}
+
+TEST_F(CShapeTest, EachRefreshAnnouncesInnerNodesThenRootThenStatus) {
+  std::vector<std::string> heard;
+  QObject::connect(&task, &TC::CBasketTask::sigTaskOrder, [&](const QString& key, int orders, int known) {
+    heard.push_back("order " + key.toStdString() + " " + std::to_string(orders) + " " + std::to_string(known));
+  });
+  QObject::connect(&task, &TC::CBasketTask::sigTaskStatus, [&](const QString& key, int status, int type) {
+    heard.push_back("status " + key.toStdString() + " " + std::to_string(status) + " " + std::to_string(type));
+  });
+  host.setOrderDetail("o1", false);
+  DetailPtr made = ofAccount(1, mainAccount);
+  made->m_params.front().m_nOrderType = EORT_Algo;
+  made->m_orders = {buy("o1", 100, 0, 0), buy("o2", 100, 0, 0)};
+  update(made);
+  EXPECT_EQ(heard, (std::vector<std::string>{"order T 2 1", "order T 2 1", "status T 3 11"}));
+  heard.clear();
+  update(ofAccount(2, secondAccount));
+  EXPECT_EQ(heard, (std::vector<std::string>{"order  2 1", "order  0 0", "order T 2 1", "order T 2 1", "status T 3 0"}))
+      << "account nodes have no tree key";
+}
+
+}  // namespace

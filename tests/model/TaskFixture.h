@@ -1,0 +1,113 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QSignalSpy>
+#include <algorithm>
+#include <boost/make_shared.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "CBasketTask.h"
+#include "TestHost.h"
+
+/// A task 123 of command 77 on a host of its own, and short ways to make what it is given.
+class CTaskTest : public testing::Test {
+ protected:
+  typedef ksservice::CTaskDetailPtr DetailPtr;
+  typedef ksservice::COrderInfoPtr OrderPtr;
+  typedef boost::shared_ptr<ksservice::CAccountInfo> AccountPtr;
+
+  CTaskTest() { task.getRoot()->setHpfTreeKey("T"); }
+
+  static AccountPtr account(const std::string& key, const std::string& displayId, const std::string& name = "主账户") {
+    auto made = boost::make_shared<ksservice::CAccountInfo>();
+    made->m_strKey = key;
+    made->m_strDisplayId = displayId;
+    made->m_strName = name;
+    return made;
+  }
+
+  /// A running detail of command 77 without parameters and orders.
+  static DetailPtr detail(int number = 1) {
+    auto made = boost::make_shared<ksservice::CTaskDetail>();
+    made->m_nTaskId = 123;
+    made->m_nNumber = number;
+    made->m_strKey = ksservice::CTaskDetail::genKey(123, number);
+    made->m_nStatus = ksservice::ETS_Running;
+    made->m_pCommand = boost::make_shared<ksservice::COrderCommand>();
+    made->m_pCommand->m_nCommandId = 77;
+    made->m_pCommand->m_nTaskId = 123;
+    made->m_pCommand->m_strBasketName = "篮子";
+    return made;
+  }
+
+  static ksservice::CCodeOrderParam param(const AccountPtr& account, const std::string& market, const std::string& code,
+                                          int operation, int volume, double price) {
+    ksservice::CCodeOrderParam made;
+    made.m_pAccount = account;
+    made.m_stock.m_strMarket = market;
+    made.m_stock.m_strCode = code;
+    made.m_nOperation = operation;
+    made.m_nVolume = volume;
+    made.m_dPrice = price;
+    return made;
+  }
+
+  /// An order at a price of 10 CNY; its tag is its key.
+  static OrderPtr order(const std::string& key, const std::string& market, const std::string& code, int operation,
+                        int volume, int traded, double amount) {
+    auto made = boost::make_shared<ksservice::COrderInfo>();
+    made->m_strKey = key;
+    made->m_tag = ksservice::CMavOrderTag(key);
+    made->m_strMarket = market;
+    made->m_strCode = code;
+    made->m_nOperation = operation;
+    made->m_nVolume = volume;
+    made->m_nTradedVolume = traded;
+    made->m_dTradedAmount = amount;
+    made->m_dPrice = 10;
+    return made;
+  }
+
+  /// Detail `number` of account A1: a buy of 1000 SH.600000 and a sell of 500 SZ.000001, both at 10 CNY.
+  DetailPtr twoLines(int number = 1) const {
+    DetailPtr made = detail(number);
+    made->m_params = {param(mainAccount, "SH", "600000", ksservice::EOT_Buy, 1000, 10),
+                      param(mainAccount, "SZ", "000001", ksservice::EOT_Sell, 500, 10)};
+    return made;
+  }
+
+  OrderPtr buy(const std::string& key, int volume, int traded, double amount) const {
+    return order(key, "SH", "600000", ksservice::EOT_Buy, volume, traded, amount);
+  }
+
+  /// The next state of a detail: a fresh record, as the host delivers it.
+  static DetailPtr next(const DetailPtr& before) { return boost::make_shared<ksservice::CTaskDetail>(*before); }
+
+  void update(DetailPtr made) { task.updateDetail(made); }
+
+  TC::CBasketTaskItem& row(const QString& rowKey, const QString& accountKey = "A1") {
+    TC::CBasketTaskItem* found = task.getStockDetailMap(accountKey).value(rowKey);
+    if (!found) throw std::out_of_range("no row " + rowKey.toStdString());
+    return *found;
+  }
+
+  /// The tree as one line a node: its key without the parent's, indented by its depth.
+  std::string tree() const { return treeOf(*task.getRoot(), 0); }
+
+  const AccountPtr mainAccount = account("A1", "1001");
+  const AccountPtr secondAccount = account("A2", "1002", "二号");
+  test::CTestHost host;
+  TC::CBasketTask task{"组合任务123", 123, 77};
+  TC::CBasketTaskItem& root = *task.getRoot();
+
+ private:
+  static std::string treeOf(const TC::CBasketTaskItem& node, int depth) {
+    const QString key = node.parent() ? node.getKey().mid(node.parent()->getKey().size() + 1) : node.getKey();
+    std::string text = std::string(static_cast<std::size_t>(depth), ' ') + key.toStdString() + "\n";
+    for (const TC::CBasketTaskItem* child : node.m_children) text += treeOf(*child, depth + 1);
+    return text;
+  }
+};
