@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CDesk.h"
+#include "CSubTask.h"
+#include "IMarket.h"
+
+namespace engine {
+
+struct SEngineSettings {
+  std::int64_t m_nDayStart = 0;    ///< 00:00 of the trading day at the exchange, seconds since the epoch
+  double m_dOrdersPerSecond = 50;  ///< of all tasks together
+  int m_nPublishMsec = 100;        ///< a task publishes at most one detail in this time
+  int m_nQuoteMsec = 1000;         ///< how often the quotes of the securities in use are taken to the desk
+  int m_nFirstTaskId = 1;
+  std::string m_strUser;
+  std::string m_strLogin;
+  int m_nTraderType = EMTT_Stock;
+};
+
+/// A basket to trade at once.
+struct SBasketOrder {
+  std::string m_strName;
+  std::string m_strText;  ///< the command's text
+  std::vector<SOrderLine> m_lines;
+  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;  ///< at least one
+};
+
+/// Something that a user may want to read in the log.
+struct SEngineEvent {
+  std::int64_t m_nMsec = 0;  ///< since midnight of the trading day
+  std::string m_strText;     ///< Chinese
+};
+
+/// Runs basket tasks on a desk against a market: one order a security at the opposite best price, one task detail for
+/// each account, a fresh detail for each change. Stepped by a virtual clock: it waits for nothing and starts no
+/// thread, and the same calls give the same details in the same order. All on one thread, the one that steps it.
+class CEngine : public exchange::IMarketListener {
+ public:
+  typedef std::function<void(const SEngineEvent&)> EventHook;
+
+  /// Listens to the market from now on; both must outlive the engine.
+  CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings settings);
+  ~CEngine() override;
+  CEngine(const CEngine&) = delete;
+  CEngine& operator=(const CEngine&) = delete;
+
+  /// Takes every event from now on; an empty hook ends it.
+  void setEventHook(EventHook hook) { m_eventHook = std::move(hook); }
+
+  /// Starts a task: its details are published at once, its orders go out as the clock moves, while the market matches.
+  /// Lines of which the market knows no instrument are rejected like orders. Returns the task's identifier.
+  int startBasket(const SBasketOrder& basket);
+
+  /// Brings the clock to msec since midnight: sends what may be sent by then and publishes what changed. The market
+  /// must have been brought there before. Never goes back.
+  void advanceTo(std::int64_t msec);
+
+  /// The desk gets the quotes of an instrument from now on; those of a basket's lines it gets anyway.
+  void watch(const std::string& market, const std::string& code);
+
+  /// Carries out an ETaskOperation on the sub-tasks of a task, of one account or (empty) of all. False when there is
+  /// no such sub-task or the operation changes nothing in its state.
+  bool operate(int taskId, const std::string& accountKey, int operation);
+
+  /// Task details published so far.
+  std::uint64_t publishedCount() const { return m_nPublished; }
+
+  void onReport(const exchange::SReport& report) override;
+
+ private:
+  struct SOrderRef {
+    CSubTask* m_pTask;
+    int m_nOrder;
+  };
+
+  /// An instrument and the quote of it that the desk knows.
+  struct SWatched {
+    int m_nInstrument;
+    std::string m_strMarket;
+    std::string m_strCode;
+    TC::CQuote m_quote;
+  };
+
+  boost::shared_ptr<ksservice::COrderCommand> makeCommand(const SBasketOrder& basket) const;
+  void sendDue();
+  void sendNext(CSubTask& task);
+  double oppositePrice(int instrument, bool buy, double fallback);
+  bool apply(CSubTask& task, int operation);
+  bool cancelWorking(const CSubTask& task);
+  void stopAll();
+  void activate(CSubTask& task);
+  void publishChanges();
+  void publish(CSubTask& task);
+  void publishQuotes();
+  void tell(const std::string& text) const;
+  int seconds(const exchange::SReport& report) const;
+  int seconds() const { return static_cast<int>(m_settings.m_nDayStart + m_nNow / 1000); }
+
+  desk::CDesk& m_desk;
+  exchange::IMarket& m_market;
+  SEngineSettings m_settings;
+  EventHook m_eventHook;
+  std::int64_t m_nNow = 0;
+  std::int64_t m_nNextQuotes = 0;
+  double m_dSendCredit = 0;
+  int m_nTasks = 0;
+  std::uint64_t m_nPublished = 0;
+  std::vector<std::unique_ptr<CSubTask>> m_subTasks;
+  std::vector<CSubTask*> m_active;  ///< those that are not settled
+  std::vector<SWatched> m_watched;  ///< instruments in use
+  std::vector<SOrderRef> m_orders;  ///< by the order's number at the market, less 1
+};
+
+}  // namespace engine

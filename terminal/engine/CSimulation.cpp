@@ -1,0 +1,26 @@
+#include "CSimulation.h"
+
+#include <utility>
+
+namespace engine {
+
+CSimulation::CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,
+                         exchange::SExchangeSettings exchangeSettings, SEngineSettings engineSettings,
+                         std::int64_t startMsec)
+    : m_exchange(instruments, exchangeSettings),
+      m_engine(desk, m_exchange, engineSettings),
+      m_nStep(engineSettings.m_nPublishMsec),
+      m_nNow(startMsec) {
+  m_exchange.advanceTo(m_nNow);
+  m_engine.advanceTo(m_nNow);
+}
+
+void CSimulation::advanceTo(std::int64_t msec) {
+  while (m_nNow + m_nStep <= msec) {
+    m_nNow += m_nStep;
+    m_exchange.advanceTo(m_nNow);
+    m_engine.advanceTo(m_nNow);
+  }
+}
+
+}  // namespace engine

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "CEngine.h"
+#include "CExchange.h"
+
+namespace engine {
+
+/// An engine on a simulated exchange: one virtual clock for both. The clock moves on a fixed grid of the engine's
+/// publishing time, so that what happens does not depend on how large the steps are that it is asked for.
+/// All operations on one thread.
+class CSimulation {
+ public:
+  /// The desk must outlive the simulation. startMsec: the time since midnight at which the clock stands at first.
+  CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,
+              exchange::SExchangeSettings exchangeSettings, SEngineSettings engineSettings, std::int64_t startMsec);
+
+  /// Runs every step of the grid up to msec since midnight; a time that has passed changes nothing.
+  void advanceTo(std::int64_t msec);
+  /// The last step that was run.
+  std::int64_t now() const { return m_nNow; }
+
+  exchange::CExchange& market() { return m_exchange; }
+  CEngine& engine() { return m_engine; }
+
+ private:
+  exchange::CExchange m_exchange;
+  CEngine m_engine;
+  std::int64_t m_nStep;
+  std::int64_t m_nNow;
+};
+
+}  // namespace engine

@@ -1,0 +1,27 @@
+#include "SplitLines.h"
+
+namespace engine {
+namespace {
+
+/// What every account but the first gets of a line.
+int evenPart(const SOrderLine& line, int accounts) {
+  const int part = line.m_nQuantity / accounts / line.m_nLot * line.m_nLot;
+  return part < line.m_nMinimum ? 0 : part;
+}
+
+}  // namespace
+
+std::vector<std::vector<SOrderLine>> splitLines(const std::vector<SOrderLine>& lines, int accounts) {
+  std::vector<std::vector<SOrderLine>> parts(static_cast<std::size_t>(accounts));
+  for (const SOrderLine& line : lines) {
+    const int even = evenPart(line, accounts);
+    for (int i = 0; i < accounts; ++i) {
+      SOrderLine part = line;
+      part.m_nQuantity = i == 0 ? line.m_nQuantity - even * (accounts - 1) : even;
+      if (part.m_nQuantity > 0) parts[static_cast<std::size_t>(i)].push_back(std::move(part));
+    }
+  }
+  return parts;
+}
+
+}  // namespace engine
