@@ -70,6 +70,7 @@ void CBaseHighPerformanceTable::setBaseModel(IBaseHpfTableModel* model) {
   m_delegates.resize(static_cast<std::size_t>(model->columnCount()));
   for (int column = 0; column < model->columnCount(); ++column) {
     m_pHeaderModel->setHeaderData(column, Qt::Horizontal, model->columnTitle(column));
+    m_pHeaderModel->setHeaderData(column, Qt::Horizontal, model->column(column).alignment, Qt::TextAlignmentRole);
   }
   applyColumnSettings();
   connectModel();
@@ -256,6 +257,7 @@ QString CBaseHighPerformanceTable::itemText(const IBaseHpfTableData& row, int co
 void CBaseHighPerformanceTable::setItemTextAlignment(int column, int alignment) {
   if (m_pModel == nullptr || !m_pModel->hasColumn(column)) return;
   m_pModel->column(column).alignment = alignment;
+  m_pHeaderModel->setHeaderData(column, Qt::Horizontal, alignment, Qt::TextAlignmentRole);
   scheduleUpdate();
 }
 
@@ -308,7 +310,6 @@ void CBaseHighPerformanceTable::sortByColumn(int column, Qt::SortOrder order) {
   m_nSortColumn = std::max(-1, column);
   m_pHeader->setProperty("sortDescending", order == Qt::DescendingOrder);
   m_pHeader->setSortIndicatorShown(m_nSortColumn >= 0);
-  // Qt's arrow points down for ascending order; traders read it the other way round, as the figures run.
   if (m_nSortColumn >= 0) m_pHeader->setSortIndicator(m_nSortColumn, order);
   m_pModel->sort(m_nSortColumn, order);
 }

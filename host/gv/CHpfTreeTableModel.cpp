@@ -6,8 +6,10 @@
 namespace GV {
 
 namespace {
-/// A batch with more changes of structure than this rebuilds the flat list instead of mending it.
+/// A batch with more changes of structure than this, or that moved more rows, rebuilds the flat list instead of mending
+/// it.
 constexpr int kIncrementalOperations = 32;
+constexpr int kMaxDisplacement = 512;
 }  // namespace
 
 CHpfTreeTableModel::CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent)
@@ -37,14 +39,33 @@ int CHpfTreeTableModel::nearestPosition(const QString& key) const {
   return node > CTreeRows::kTop ? positionOfNode(node) : -1;
 }
 
+/// Since the positions were last set, none is further off than the rows that came and went; -1 when these are many.
+int CHpfTreeTableModel::findNear(int node, int position) const {
+  const int rows = static_cast<int>(m_flat.size());
+  const auto isAt = [&](int place) {
+    return place >= 0 && place < rows && m_flat[static_cast<std::size_t>(place)] == node;
+  };
+  if (isAt(position)) return position;
+  if (m_nDisplacement > kMaxDisplacement) return -1;
+  for (int distance = 1; distance <= m_nDisplacement; ++distance) {
+    for (const int place : {position - distance, position + distance}) {
+      if (!isAt(place)) continue;
+      m_rows.setPosition(node, place);
+      return place;
+    }
+  }
+  return -1;
+}
+
 int CHpfTreeTableModel::positionOfNode(int node) const {
   ensureFlat();
   const int position = m_rows.at(node).position;
   if (position < 0) return -1;
-  const std::size_t guess = static_cast<std::size_t>(position);
-  if (guess < m_flat.size() && m_flat[guess] == node) return position;
+  const int found = findNear(node, position);
+  if (found >= 0) return found;
   for (std::size_t i = m_nPositionsValid; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
   m_nPositionsValid = m_flat.size();
+  m_nDisplacement = 0;
   return m_rows.at(node).position;
 }
 
@@ -63,7 +84,9 @@ CHpfTreeTableDataPtr CHpfTreeTableModel::dataByKey(const QString& key) const {
 // Batches
 
 void CHpfTreeTableModel::beginBatch() {
-  if (m_nBatch++ == 0) m_nBatchOperations = 0;
+  if (m_nBatch++ > 0) return;
+  m_nBatchOperations = 0;
+  m_nBatchRows = 0;
 }
 
 void CHpfTreeTableModel::endBatch() {
@@ -86,7 +109,8 @@ bool CHpfTreeTableModel::showsChildren(int node) const {
 /// Whether this change of structure is still mended in place.
 bool CHpfTreeTableModel::goesIncremental() {
   if (m_bResetting) return false;
-  if (m_nBatch == 0 || ++m_nBatchOperations <= kIncrementalOperations) return true;
+  const bool few = ++m_nBatchOperations <= kIncrementalOperations && m_nBatchRows <= kMaxDisplacement;
+  if (m_nBatch == 0 || few) return true;
   beginResetModel();
   m_bResetting = true;
   return false;
@@ -99,6 +123,7 @@ void CHpfTreeTableModel::ensureFlat() const {
   for (const int node : m_flat) m_rows.setPosition(node, CTreeRows::kNoPosition);
   m_flat.clear();
   collectChildren(CTreeRows::kTop, m_flat);
+  m_nDisplacement = 0;
   for (std::size_t i = 0; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
   m_nPositionsValid = m_flat.size();
 }
@@ -155,7 +180,7 @@ void CHpfTreeTableModel::showRows(int position, const std::vector<int>& nodes) {
   beginInsertRows(QModelIndex(), position, position + static_cast<int>(nodes.size()) - 1);
   m_flat.insert(m_flat.begin() + position, nodes.begin(), nodes.end());
   for (std::size_t i = 0; i < nodes.size(); ++i) m_rows.setPosition(nodes[i], position + static_cast<int>(i));
-  m_nPositionsValid = std::min(m_nPositionsValid, static_cast<std::size_t>(position));
+  noteDisplacement(position, static_cast<int>(nodes.size()));
   endInsertRows();
 }
 
@@ -164,8 +189,14 @@ void CHpfTreeTableModel::hideRows(int first, int end) {
   beginRemoveRows(QModelIndex(), first, end - 1);
   for (int i = first; i < end; ++i) m_rows.setPosition(m_flat[static_cast<std::size_t>(i)], CTreeRows::kNoPosition);
   m_flat.erase(m_flat.begin() + first, m_flat.begin() + end);
-  m_nPositionsValid = std::min(m_nPositionsValid, static_cast<std::size_t>(first));
+  noteDisplacement(first, end - first);
   endRemoveRows();
+}
+
+void CHpfTreeTableModel::noteDisplacement(int first, int rows) {
+  m_nPositionsValid = std::min(m_nPositionsValid, static_cast<std::size_t>(first));
+  m_nBatchRows += rows;
+  m_nDisplacement = std::min(m_nDisplacement + rows, kMaxDisplacement + 1);
 }
 
 /// Puts what shows below a node into the order that its parents' children have now.
@@ -199,14 +230,17 @@ void CHpfTreeTableModel::relayout(int node) {
 
 // Structure
 
-bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey, int place) {
+bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey,
+                                    const QString& beforeKey) {
   if (!row || row->isInTable() || m_rows.find(row->key()) != CTreeRows::kNone) return false;
   const int parent = parentKey.isEmpty() ? CTreeRows::kTop : m_rows.find(parentKey);
   if (parent == CTreeRows::kNone) return false;
+  const int before = m_rows.find(beforeKey);
+  if (!beforeKey.isEmpty() && (before == CTreeRows::kNone || m_rows.at(before).parent != parent)) return false;
   const bool first = m_rows.at(parent).children.empty();
   const bool shown = showsChildren(parent);
   const bool incremental = shown && goesIncremental();
-  const int node = m_rows.insert(parent, row, place);
+  const int node = m_rows.insert(parent, row, before);
   if (incremental) {
     showRows(positionBefore(node) + 1, {node});
   } else if (shown) {

@@ -35,9 +35,10 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   void endBatch();
   bool isInBatch() const { return m_nBatch > 0; }
 
-  /// Adds a row under the row of parentKey (an empty one: as a root), before the sibling at place, or last. False, and
-  /// nothing done, for a null row, a key that is there already and an unknown parent.
-  bool insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey, int place = -1);
+  /// Adds a row under the row of parentKey (an empty one: as a root), in the children's own order before the child of
+  /// beforeKey (an empty one: last). False, and nothing done, for a null row, a key that is there already and a parent
+  /// or child that is not.
+  bool insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey, const QString& beforeKey = QString());
   /// Puts another record in the place of the row of the same key.
   bool replaceData(const CHpfTreeTableDataPtr& row);
   /// Removes a row with all below it. False for an unknown key.
@@ -86,6 +87,8 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   void collect(int node, std::vector<int>& out) const;
   void collectChildren(int node, std::vector<int>& out) const;
   int endOf(int position) const;
+  int findNear(int node, int position) const;
+  void noteDisplacement(int first, int rows);
   int positionBefore(int node) const;
   int lastShown(int node) const;
   void showRows(int position, const std::vector<int>& nodes);
@@ -102,10 +105,12 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   mutable CTreeRows m_rows;
   mutable std::vector<int> m_flat;            ///< the nodes that show, in order
   mutable std::size_t m_nPositionsValid = 0;  ///< up to here the nodes know their position
+  mutable int m_nDisplacement = 0;            ///< by which a position may be off, at most
   mutable bool m_bFlatStale = false;
   std::vector<SChange> m_changes;
   int m_nBatch = 0;
   int m_nBatchOperations = 0;
+  int m_nBatchRows = 0;  ///< that came and went in this batch
   bool m_bResetting = false;
   int m_nSortColumn = -1;
   Qt::SortOrder m_eSortOrder = Qt::AscendingOrder;

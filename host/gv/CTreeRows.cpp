@@ -51,7 +51,7 @@ int CTreeRows::allocate() {
   return node;
 }
 
-int CTreeRows::insert(int parent, const CHpfTreeTableDataPtr& row, int place) {
+int CTreeRows::insert(int parent, const CHpfTreeTableDataPtr& row, int before) {
   const int node = allocate();
   m_index.insert(row->key(), node);
   SNode& above = ref(parent);
@@ -63,10 +63,9 @@ int CTreeRows::insert(int parent, const CHpfTreeTableDataPtr& row, int place) {
   row->m_nNode = node;
   row->m_pParent = above.row.get();
 
-  const int siblings = static_cast<int>(above.children.size());
-  if (place >= 0 && place < siblings) {
+  if (before != kNone) {
     // Ranks say the place of a row while nothing is sorted, so those behind the new row move up by one.
-    entry.rank = at(above.children[static_cast<std::size_t>(place)]).rank;
+    entry.rank = at(before).rank;
     for (const int child : above.children) {
       if (at(child).rank >= entry.rank) ++ref(child).rank;
     }
@@ -74,7 +73,7 @@ int CTreeRows::insert(int parent, const CHpfTreeTableDataPtr& row, int place) {
   } else {
     entry.rank = above.nextRank++;
   }
-  if (siblings == 0) above.sortStamp = m_nSortStamp;
+  if (above.children.empty()) above.sortStamp = m_nSortStamp;
   above.children.insert(above.children.begin() + sortedPlace(parent, node), node);
   if (row->inStatistics()) countRow(node);
   return node;

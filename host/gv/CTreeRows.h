@@ -48,8 +48,8 @@ class CTreeRows {
   /// The node of a row of this tree, kNone for any other row.
   int nodeOf(const CHpfTreeTableData& row) const;
 
-  /// Adds a row under a parent, before the sibling at the given place, or last. The key must be new.
-  int insert(int parent, const CHpfTreeTableDataPtr& row, int place = -1);
+  /// Adds a row under a parent, in the children's own order before the given child, or last. The key must be new.
+  int insert(int parent, const CHpfTreeTableDataPtr& row, int before = kNone);
   /// Puts another record of the same key in the place of a row.
   void replace(int node, const CHpfTreeTableDataPtr& row);
   /// Removes a node with all below it.

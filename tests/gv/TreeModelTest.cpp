@@ -1,0 +1,323 @@
+#include <gtest/gtest.h>
+
+#include <QAbstractItemModelTester>
+#include <QStringList>
+#include <random>
+
+#include "TestRow.h"
+
+namespace {
+
+/// The plain way to keep the same tree: everything is worked out anew whenever it is asked for.
+struct NaiveNode {
+  TestRowPtr row;
+  NaiveNode* parent = nullptr;
+  bool expanded = false;
+  bool hidden = false;
+  std::vector<std::unique_ptr<NaiveNode>> children;  ///< in their own order
+};
+
+class NaiveTree {
+ public:
+  NaiveTree() { m_top.expanded = true; }
+
+  std::vector<NaiveNode*> sorted(const NaiveNode& parent) const {
+    std::vector<NaiveNode*> nodes;
+    for (const auto& child : parent.children) nodes.push_back(child.get());
+    std::stable_sort(nodes.begin(), nodes.end(), [this](const NaiveNode* a, const NaiveNode* b) {
+      const int difference = compare(*a->row, *b->row);
+      if (difference != 0) return difference < 0;
+      return a->row->sortOrder() < b->row->sortOrder();
+    });
+    return nodes;
+  }
+
+  QStringList print(const NaiveNode& node) const {
+    QStringList lines;
+    if (!node.expanded) return lines;
+    for (const NaiveNode* child : sorted(node)) {
+      if (child->hidden) continue;
+      lines.append(child->row->m_strKey + QLatin1Char('=') + child->row->text(2));
+      lines.append(print(*child));
+    }
+    return lines;
+  }
+  QStringList print() const { return print(m_top); }
+
+  /// In the order of the rows' making, so that a random pick depends on nothing else.
+  std::vector<NaiveNode*> all() {
+    std::vector<NaiveNode*> nodes;
+    gather(m_top, nodes);
+    std::sort(nodes.begin(), nodes.end(),
+              [](const NaiveNode* a, const NaiveNode* b) { return a->row->m_strKey < b->row->m_strKey; });
+    return nodes;
+  }
+
+  NaiveNode m_top;
+  int m_nSortColumn = -1;
+  bool m_bDescending = false;
+
+ private:
+  int compare(const TestRow& a, const TestRow& b) const {
+    int difference = 0;
+    if (m_nSortColumn == 2) difference = a.m_dValue < b.m_dValue ? -1 : a.m_dValue > b.m_dValue ? 1 : 0;
+    if (m_nSortColumn == 1) difference = a.text(1).compare(b.text(1));
+    return m_bDescending ? -difference : difference;
+  }
+  void gather(NaiveNode& node, std::vector<NaiveNode*>& nodes) {
+    for (const auto& child : node.children) {
+      nodes.push_back(child.get());
+      gather(*child, nodes);
+    }
+  }
+};
+
+/// Knows the rows only by the model's notices.
+class Follower {
+ public:
+  explicit Follower(const GV::CHpfTreeTableModel& model) : m_model(model) {
+    QObject::connect(&model, &QAbstractItemModel::rowsInserted, [this](const QModelIndex&, int first, int last) {
+      for (int row = first; row <= last; ++row) m_lines.insert(row, line(row));
+    });
+    QObject::connect(&model, &QAbstractItemModel::rowsRemoved, [this](const QModelIndex&, int first, int last) {
+      m_lines.erase(m_lines.begin() + first, m_lines.begin() + last + 1);
+    });
+    QObject::connect(&model, &QAbstractItemModel::dataChanged,
+                     [this](const QModelIndex& first, const QModelIndex& last) {
+                       ++m_nChanges;
+                       for (int row = first.row(); row <= last.row(); ++row) m_lines[row] = line(row);
+                     });
+    QObject::connect(&model, &QAbstractItemModel::layoutChanged, [this] { readAll(); });
+    QObject::connect(&model, &QAbstractItemModel::modelReset, [this] { readAll(); });
+  }
+
+  QStringList m_lines;
+  int m_nChanges = 0;
+
+ private:
+  QString line(int row) const {
+    return m_model.index(row, 0).data(GV::IBaseHpfTableModel::KeyRole).toString() + QLatin1Char('=') +
+           m_model.index(row, 2).data().toString();
+  }
+  void readAll() {
+    m_lines.clear();
+    for (int row = 0; row < m_model.rowCount(); ++row) m_lines.append(line(row));
+  }
+
+  const GV::CHpfTreeTableModel& m_model;
+};
+
+/// Does the same random things to the model and to the plain tree.
+class RandomTree {
+ public:
+  explicit RandomTree(unsigned seed) : m_random(seed) {}
+
+  void step() {
+    typedef void (RandomTree::*Action)();
+    static const Action actions[] = {&RandomTree::insert, &RandomTree::insert, &RandomTree::insert, &RandomTree::remove,
+                                     &RandomTree::hide,   &RandomTree::expand, &RandomTree::expand, &RandomTree::change,
+                                     &RandomTree::change, &RandomTree::sort,   &RandomTree::reorder};
+    (this->*actions[pick(std::size(actions))])();
+  }
+
+  std::size_t pick(std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(m_random); }
+
+  GV::CHpfTreeTableModel m_model{testColumns()};
+  NaiveTree m_tree;
+
+ private:
+  NaiveNode* any() {
+    const std::vector<NaiveNode*> nodes = m_tree.all();
+    return nodes.empty() ? nullptr : nodes[pick(nodes.size())];
+  }
+  NaiveNode& anyParent() {
+    NaiveNode* node = pick(3) == 0 ? nullptr : any();
+    return node == nullptr ? m_tree.m_top : *node;
+  }
+  static QString keyOf(const NaiveNode& node) { return node.row ? node.row->m_strKey : QString(); }
+
+  void insert() {
+    NaiveNode& parent = anyParent();
+    const auto row = boost::make_shared<TestRow>(QStringLiteral("k%1").arg(++m_nKeys, 5, 10, QLatin1Char('0')),
+                                                 static_cast<double>(pick(5)), static_cast<int>(pick(3)));
+    auto at = parent.children.end();
+    if (!parent.children.empty() && pick(2) == 0) at -= 1 + static_cast<long>(pick(parent.children.size()));
+    const QString before = at == parent.children.end() ? QString() : keyOf(**at);
+    ASSERT_TRUE(m_model.insertData(row, keyOf(parent), before));
+    auto node = std::make_unique<NaiveNode>();
+    node->row = row;
+    node->parent = &parent;
+    parent.children.insert(at, std::move(node));
+  }
+
+  void remove() {
+    NaiveNode* node = pick(3) == 0 ? any() : nullptr;
+    if (node == nullptr) return;
+    ASSERT_TRUE(m_model.removeDataByKey(node->row->m_strKey));
+    auto& siblings = node->parent->children;
+    siblings.erase(std::find_if(siblings.begin(), siblings.end(), [&](const auto& c) { return c.get() == node; }));
+  }
+
+  void hide() {
+    NaiveNode* node = any();
+    if (node == nullptr) return;
+    node->hidden = pick(2) == 0;
+    m_model.setHidden(m_model.find(node->row->m_strKey), node->hidden);
+  }
+
+  void expand() {
+    NaiveNode* node = any();
+    if (node == nullptr) return;
+    node->expanded = pick(3) != 0;
+    m_model.setExpanded(m_model.find(node->row->m_strKey), node->expanded);
+  }
+
+  void changeBelow(NaiveNode& node) {
+    node.row->m_dValue = static_cast<double>(pick(5));
+    for (const auto& child : node.children) changeBelow(*child);
+  }
+
+  void change() {
+    NaiveNode* node = any();
+    if (node == nullptr) return;
+    if (pick(4) == 0) node->row->m_nOrder = static_cast<int>(pick(3));
+    changeBelow(*node);
+    m_model.rowsChanged(m_model.find(node->row->m_strKey));
+  }
+
+  void sort() {
+    m_tree.m_nSortColumn = static_cast<int>(pick(4)) - 1;
+    m_tree.m_bDescending = pick(2) == 0;
+    m_model.sort(m_tree.m_nSortColumn, m_tree.m_bDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
+  }
+
+  void reorder() {
+    NaiveNode& parent = anyParent();
+    QStringList keys;
+    const std::size_t named = parent.children.empty() ? 0 : pick(parent.children.size());
+    for (std::size_t i = 0; i < named; ++i) {
+      const std::size_t other = i + pick(parent.children.size() - i);
+      std::rotate(parent.children.begin() + static_cast<long>(i), parent.children.begin() + static_cast<long>(other),
+                  parent.children.begin() + static_cast<long>(other) + 1);
+      keys.append(parent.children[i]->row->m_strKey);
+    }
+    ASSERT_TRUE(m_model.reorderChildren(keyOf(parent), keys));
+  }
+
+  std::mt19937 m_random;
+  int m_nKeys = 0;
+};
+
+QStringList shownLines(const GV::CHpfTreeTableModel& model) {
+  QStringList lines;
+  for (int row = 0; row < model.rowCount(); ++row) {
+    const GV::CHpfTreeTableData& data = model.rowAt(row);
+    lines.append(data.key() + QLatin1Char('=') + data.text(2));
+    EXPECT_EQ(model.positionOf(data.key()), row);
+  }
+  return lines;
+}
+
+std::string joined(const QStringList& lines) { return lines.join(QLatin1Char(' ')).toStdString(); }
+
+}  // namespace
+
+/// Whatever is done in whatever order, alone or in batches small and large: the flat list is the plain tree printed,
+/// and whoever listens to the notices alone arrives at the same.
+TEST(TreeModel, RandomChangesMatchAPlainTree) {
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    RandomTree random(seed);
+    const QAbstractItemModelTester tester(&random.m_model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    const Follower follower(random.m_model);
+    for (int round = 0; round < 60; ++round) {
+      const std::size_t steps = round % 10 == 9 ? 80 : random.pick(6);
+      random.m_model.beginBatch();
+      for (std::size_t i = 0; i < steps; ++i) random.step();
+      random.m_model.endBatch();
+      random.step();
+      const std::string expected = joined(random.m_tree.print());
+      ASSERT_EQ(joined(shownLines(random.m_model)), expected) << "seed " << seed << " round " << round;
+      ASSERT_EQ(joined(follower.m_lines), expected) << "notices, seed " << seed << " round " << round;
+    }
+  }
+}
+
+TEST(TreeModel, ManyChangesAreFewNotices) {
+  GV::CHpfTreeTableModel model(testColumns());
+  const Follower follower(model);
+  std::vector<TestRowPtr> rows;
+  {
+    const GV::CModelBatch batch(model);
+    for (int root = 0; root < 50; ++root) {
+      rows.push_back(boost::make_shared<TestRow>(QStringLiteral("r%1").arg(root), 0, root));
+      model.insertData(rows.back(), QString());
+      for (int child = 0; child < 5; ++child) {
+        model.insertData(boost::make_shared<TestRow>(QStringLiteral("r%1.%2").arg(root).arg(child)),
+                         rows.back()->key());
+      }
+    }
+    model.setAllExpanded(true);
+  }
+  ASSERT_EQ(model.rowCount(), 300);
+  EXPECT_EQ(follower.m_nChanges, 0);
+  {
+    const GV::CModelBatch batch(model);
+    for (const TestRowPtr& row : rows) model.rowsChanged(model.nodeOf(*row));
+  }
+  EXPECT_EQ(follower.m_nChanges, 1);
+  {
+    const GV::CModelBatch batch(model);
+    for (const int root : {3, 4, 20}) model.rowsChanged(model.find(QStringLiteral("r%1").arg(root)));
+    model.rowChanged(model.find(QStringLiteral("r3.2")));
+  }
+  EXPECT_EQ(follower.m_nChanges, 3);
+}
+
+TEST(TreeModel, RefusesWhatItCannotPlace) {
+  GV::CHpfTreeTableModel model(testColumns());
+  const auto row = boost::make_shared<TestRow>(QStringLiteral("a"));
+  EXPECT_FALSE(model.insertData(nullptr, QString()));
+  EXPECT_FALSE(model.insertData(row, QStringLiteral("nobody")));
+  EXPECT_TRUE(model.insertData(row, QString()));
+  EXPECT_FALSE(model.insertData(row, QString()));
+  EXPECT_FALSE(model.insertData(boost::make_shared<TestRow>(QStringLiteral("a")), QString()));
+  EXPECT_FALSE(model.insertData(boost::make_shared<TestRow>(QStringLiteral("b")), QString(), QStringLiteral("nobody")));
+  EXPECT_FALSE(model.removeDataByKey(QStringLiteral("b")));
+  EXPECT_FALSE(model.reorderChildren(QString(), {QStringLiteral("b")}));
+  EXPECT_EQ(model.rowCount(), 1);
+  EXPECT_TRUE(model.removeDataByKey(QStringLiteral("a")));
+  EXPECT_FALSE(row->isInTable());
+}
+
+/// A figure that is missing stays last in either direction, and equal figures keep the rows' own order.
+TEST(TreeModel, SortsMissingFiguresLast) {
+  GV::CHpfTreeTableModel model(testColumns());
+  const double values[] = {2, std::nan(""), 1, 2};
+  for (int i = 0; i < 4; ++i) {
+    model.insertData(boost::make_shared<TestRow>(QString(QChar('a' + i)), values[i]), QString());
+  }
+  const auto order = [&] {
+    std::string keys;
+    for (int row = 0; row < model.rowCount(); ++row) keys += model.rowAt(row).key().toStdString();
+    return keys;
+  };
+  model.sort(2, Qt::AscendingOrder);
+  EXPECT_EQ(order(), "cadb");
+  model.sort(2, Qt::DescendingOrder);
+  EXPECT_EQ(order(), "adcb");
+  model.sort(-1);
+  EXPECT_EQ(order(), "abcd");
+}
+
+TEST(TreeModel, SumsEveryRowThatIsNotHidden) {
+  GV::CHpfTreeTableModel model(testColumns());
+  model.insertData(boost::make_shared<TestRow>(QStringLiteral("a"), 1), QString());
+  model.insertData(boost::make_shared<TestRow>(QStringLiteral("a.1"), 10), QStringLiteral("a"));
+  model.insertData(boost::make_shared<TestRow>(QStringLiteral("b"), 100), QString());
+  EXPECT_EQ(model.statistic(2), 111);
+  model.setHidden(model.find(QStringLiteral("a")), true);
+  EXPECT_EQ(model.statistic(2), 100);
+  model.removeDataByKey(QStringLiteral("b"));
+  model.insertData(boost::make_shared<TestRow>(QStringLiteral("c"), 1000), QString());
+  EXPECT_EQ(model.statistic(2), 1000);
+}

@@ -1,0 +1,194 @@
+#include <QImage>
+#include <QMenu>
+
+#include "TableFixture.h"
+
+namespace {
+
+typedef TableTest TreeTable;
+
+QString k(const char* text) { return QString::fromLatin1(text); }
+
+int differingPixels(const QImage& a, const QImage& b, const QRect& area) {
+  int count = 0;
+  for (int y = area.top(); y <= area.bottom(); ++y) {
+    for (int x = area.left(); x <= area.right(); ++x) count += a.pixel(x, y) != b.pixel(x, y);
+  }
+  return count;
+}
+
+}  // namespace
+
+TEST_F(TreeTable, ShowsHidesAndUnfolds) {
+  m_table.hideItem(k("r1"), true);
+  m_table.showItemNoRecursive(k("r0"), true);
+  EXPECT_EQ(m_table.rowCount(), kRoots - 1 + kChildren);
+  m_table.showItemNoRecursive(k("r0"), false);
+  EXPECT_TRUE(m_table.isExpanded(k("r0"))) << "showing never folds";
+
+  m_table.hideItem(k("r1.c1"), true);
+  m_table.showItemNoRecursive(k("r1"), true);
+  EXPECT_TRUE(m_table.isItemHidden(k("r1.c1")));
+  m_table.showItem(k("r1"), true);
+  EXPECT_FALSE(m_table.isItemHidden(k("r1.c1")));
+  EXPECT_EQ(m_table.itemText(1 + kChildren + 2, 0), k("name r1.c1"));
+
+  m_table.removeDataByKey(k("r0"));
+  m_table.hideItem(k("nobody"), true);
+  EXPECT_EQ(m_table.rowCount(), kRoots - 1 + kChildren);
+  EXPECT_EQ(m_table.itemText(-1, 0), QString());
+  EXPECT_EQ(m_table.itemText(0, 99), QString());
+}
+
+TEST_F(TreeTable, UpdatesByKey) {
+  row("r0").m_dValue = 7.5;
+  EXPECT_TRUE(m_table.updateData(m_table.dataByKey(k("r0")), QString()));
+  EXPECT_EQ(m_table.itemText(0, 2), k("7.50"));
+  EXPECT_TRUE(m_table.updateData(boost::make_shared<TestRow>(k("r0"), 8.0), QString())) << "another record of a row";
+  EXPECT_EQ(m_table.itemText(0, 2), k("8.00"));
+  EXPECT_EQ(m_table.dataByKey(k("r0.c0"))->parent(), m_table.dataByKey(k("r0")).get());
+  EXPECT_FALSE(m_table.updateData(boost::make_shared<TestRow>(k("x")), k("nobody")));
+}
+
+TEST_F(TreeTable, WalksAllRowsAndFindsPaths) {
+  m_table.hideItem(k("r1"), true);
+  int rows = 0;
+  int hidden = 0;
+  m_table.forEachRow([&](const GV::CHpfTreeTableData& data, int depth, bool isHidden, bool) {
+    EXPECT_EQ(depth, data.parent() == nullptr ? 0 : 1);
+    ++rows;
+    hidden += isHidden ? 1 : 0;
+  });
+  EXPECT_EQ(rows, kRoots * (1 + kChildren));
+  EXPECT_EQ(hidden, 1 + kChildren);
+  ASSERT_TRUE(m_table.rowByPath(k("r1/c2")));
+  EXPECT_EQ(m_table.rowByPath(k("r1/c2"))->key(), k("r1.c2"));
+  EXPECT_FALSE(m_table.rowByPath(k("r1/c9")));
+  EXPECT_FALSE(m_table.rowByPath(QString()));
+  add(k("r1/c2.x/y"), QString(), 0);
+  add(k("r1/c2.x/y.z"), k("r1/c2.x/y"), 0);
+  EXPECT_EQ(m_table.rowByPath(k("x/y/z"))->key(), k("r1/c2.x/y.z"));
+}
+
+TEST_F(TreeTable, SelectionAndCurrentRowSurvive) {
+  m_table.setCurrentKey(k("r5"));
+  m_table.setSelectedKeys({k("r5"), k("r7")});
+  m_table.hideItem(k("r5"), true);
+  EXPECT_EQ(m_table.selectedKeys(), QStringList{k("r7")}) << "a hidden row is not acted on";
+  m_table.allRowsChanged();
+  m_table.sortByColumn(2, Qt::DescendingOrder);
+  m_table.hideItem(k("r5"), false);
+  EXPECT_EQ(m_table.currentKey(), k("r5"));
+  EXPECT_EQ(m_table.selectedKeys(), (QStringList{k("r7"), k("r5")}));
+  m_table.expandAll(true);
+  m_table.expandAll(false);
+  EXPECT_EQ(m_table.selectedKeys(), (QStringList{k("r7"), k("r5")}));
+}
+
+TEST_F(TreeTable, ScrollingNeverJumps) {
+  m_table.verticalScrollBar()->setValue(30);
+  ASSERT_EQ(topKey(), k("r30"));
+  add(k("new"), QString(), -1);
+  EXPECT_EQ(topKey(), k("r30"));
+  m_table.expandItem(k("r2"), true);
+  EXPECT_EQ(topKey(), k("r30"));
+  m_table.removeDataByKey(k("r3"));
+  m_table.hideItem(k("r4"), true);
+  EXPECT_EQ(topKey(), k("r30"));
+  m_table.expandAll(true);  // by a reset
+  EXPECT_EQ(topKey(), k("r30"));
+  m_table.beginBatch();
+  for (int i = 20; i <= 30; ++i) {
+    for (int child = 0; child < kChildren; ++child) m_table.hideItem(QStringLiteral("r%1.c%2").arg(i).arg(child), true);
+    m_table.hideItem(QStringLiteral("r%1").arg(i), true);
+  }
+  m_table.endBatch();
+  EXPECT_EQ(m_table.dataModel()->rowAt(m_table.topRow() + 4).key(), k("r31")) << "the first row left keeps its place";
+
+  m_table.verticalScrollBar()->setValue(m_table.dataModel()->positionOf(k("r50.c1")));
+  m_table.expandAll(false);
+  EXPECT_EQ(topKey(), m_table.dataModel()->positionOf(k("r50")) <= m_table.verticalScrollBar()->maximum()
+                          ? k("r50")
+                          : m_table.dataModel()->rowAt(m_table.verticalScrollBar()->maximum()).key());
+  m_table.clear();
+  EXPECT_EQ(m_table.rowCount(), 0);
+  EXPECT_EQ(m_table.topRow(), 0);
+}
+
+TEST_F(TreeTable, ConfigurationStringRoundTrips) {
+  m_table.header()->moveSection(m_table.header()->visualIndex(2), 0);
+  m_table.header()->resizeSection(1, 133);
+  m_table.setColumnVisible(3, false);
+  m_table.sortByColumn(2, Qt::DescendingOrder);
+  const QString saved = m_table.saveConfigStr();
+  EXPECT_FALSE(saved.contains(QLatin1Char('/')) || saved.contains(QLatin1Char('*')));
+
+  RecordingTable other;
+  other.setDataModel(new GV::CHpfTreeTableModel(testColumns()));
+  ASSERT_TRUE(other.restoreConfigStr(saved));
+  EXPECT_EQ(other.saveConfigStr(), saved);
+  EXPECT_EQ(other.header()->logicalIndex(0), 2);
+  EXPECT_EQ(other.columnWidth(1), 133);
+  EXPECT_FALSE(other.isColumnVisible(3));
+  EXPECT_EQ(other.dataModel()->sortColumn(), 2);
+  EXPECT_EQ(other.dataModel()->sortOrder(), Qt::DescendingOrder);
+  other.setColumnVisible(3, true);
+  EXPECT_EQ(other.columnWidth(3), 160) << "a hidden column keeps its width";
+
+  const QString before = other.saveConfigStr();
+  for (const char* bad : {"", "1", "2|0:1:0|-1:0", "1|0:10:0,0:10:0|-1:0", "1|9:10:0|-1:0", "1|0:x:0|-1:0",
+                          "1|0:10:0|7:0", "1|0:10:2|-1:0", "1|0:10:0|-1"}) {
+    EXPECT_FALSE(other.restoreConfigStr(k(bad))) << bad;
+    EXPECT_EQ(other.saveConfigStr(), before) << bad;
+  }
+  EXPECT_TRUE(other.restoreConfigStr(k("1|1:50:0|-1:0"))) << "columns that it does not know keep what they have";
+  EXPECT_EQ(other.header()->logicalIndex(0), 1);
+}
+
+TEST_F(TreeTable, PaintsTextsSelectionAndFlash) {
+  const QImage plain = m_table.viewport()->grab().toImage();
+  const QRect name = m_table.cellRect(2, 0);
+  const QRect figure = m_table.cellRect(2, 2);
+  EXPECT_GT(differingPixels(plain, plain.mirrored(true, false), name), 20) << "something is painted";
+
+  row("r2").m_dChange = 1.0;
+  const QImage flashed = m_table.viewport()->grab().toImage();
+  EXPECT_GT(differingPixels(plain, flashed, figure), figure.width() * 10);
+  EXPECT_EQ(differingPixels(plain, flashed, name), 0);
+  EXPECT_EQ(row("r2").m_dChange, 0.0);
+  m_table.setOptions(m_table.options() & ~GV::CBaseHighPerformanceTable::OptionFlash);
+  row("r3").m_dChange = -1.0;
+  const QImage still = m_table.viewport()->grab().toImage();
+  EXPECT_EQ(differingPixels(plain, still, m_table.cellRect(3, 2)), 0) << "switched off";
+
+  m_table.setCurrentKey(k("r2"));
+  EXPECT_GT(differingPixels(plain, m_table.viewport()->grab().toImage(), name), name.width() * 10);
+}
+
+TEST_F(TreeTable, HeaderSortsThreeWaysAndItsMenuHidesColumns) {
+  m_table.header()->sectionClicked(2);
+  EXPECT_EQ(m_table.dataModel()->sortOrder(), Qt::AscendingOrder);
+  m_table.header()->sectionClicked(2);
+  EXPECT_EQ(m_table.dataModel()->rowAt(0).key(), QStringLiteral("r%1").arg(kRoots - 1));
+  m_table.header()->sectionClicked(2);
+  EXPECT_EQ(m_table.dataModel()->sortColumn(), -1);
+
+  const QList<QAction*> actions = m_table.headerMenu()->actions();
+  EXPECT_FALSE(actions[0]->isEnabled()) << "the tree column stays";
+  actions[1]->trigger();
+  EXPECT_FALSE(m_table.isColumnVisible(1));
+  m_table.header()->moveSection(3, 0);
+  actions.last()->trigger();
+  EXPECT_TRUE(m_table.isColumnVisible(1));
+  EXPECT_EQ(m_table.header()->logicalIndex(0), 0);
+}
+
+TEST_F(TreeTable, AdjustsColumnsToWhatShows) {
+  const int before = m_table.getAdjustVisibleRowsColumnWidth(2);
+  row("r1").m_dValue = 123456789012.0;
+  EXPECT_GT(m_table.getAdjustVisibleRowsColumnWidth(2), before);
+  EXPECT_GE(m_table.getColumnAdjustedWidth(2), m_table.getAdjustVisibleRowsColumnWidth(2));
+  row("r1").m_dValue = 1.0;
+  row("r55").m_dValue = 123456789012.0;
+  EXPECT_EQ(m_table.getAdjustVisibleRowsColumnWidth(2), before) << "a row off screen does not count";
+}
