@@ -9,6 +9,7 @@
 
 #include "gv/CBaseHighPerformanceTableColors.h"
 #include "gv/CStatisticsLine.h"
+#include "gv/TableAccessibility.h"
 
 namespace GV {
 
@@ -18,6 +19,7 @@ CBaseHighPerformanceTable::CBaseHighPerformanceTable(QWidget* parent)
       m_pContextMenu(new QMenu(this)),
       m_pStatistics(new CStatisticsLine(this)),
       m_colors(std::make_unique<SColors>()) {
+  installTableAccessibility();
   setFrameShape(QFrame::NoFrame);
   setFocusPolicy(Qt::StrongFocus);
   viewport()->setMouseTracking(true);

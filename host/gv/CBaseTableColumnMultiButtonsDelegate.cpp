@@ -125,6 +125,15 @@ std::vector<CBaseTableColumnMultiButtonsDelegate::SPlaced> CBaseTableColumnMulti
   return placed;
 }
 
+QRect CBaseTableColumnMultiButtonsDelegate::buttonRect(const QString& key, int id, const QRect& cell) const {
+  const auto item = m_items.find(key);
+  if (item == m_items.end()) return {};
+  for (const SPlaced& placed : layout(*item, cell)) {
+    if (buttonsOf(*item)[static_cast<std::size_t>(placed.index)].id == id) return placed.rect;
+  }
+  return {};
+}
+
 int CBaseTableColumnMultiButtonsDelegate::buttonAt(const SCell& cell) const {
   const auto item = m_items.find(cell.row.key());
   if (item == m_items.end()) return -1;
