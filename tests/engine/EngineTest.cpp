@@ -1,0 +1,338 @@
+#include "CEngine.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <set>
+
+#include "Rig.h"
+#include "ksservice/Operations.h"
+
+using namespace ksservice;
+
+namespace {
+
+constexpr double CENT = 0.01;
+
+int tradedOf(const CTaskDetail& detail) {
+  int traded = 0;
+  for (const COrderInfoPtr& order : detail.m_orders) traded += order->m_nTradedVolume;
+  return traded;
+}
+
+int targetOf(const CTaskDetail& detail) {
+  int target = 0;
+  for (const CCodeOrderParam& param : detail.m_params) target += param.m_nVolume;
+  return target;
+}
+
+/// Every field of a detail that the engine fills, as text.
+std::string print(const CTaskDetail& detail) {
+  std::string text = detail.getKey() + " " + std::to_string(detail.m_nStatus) + " " + detail.m_strMessage + " " +
+                     std::to_string(detail.m_nStartTime) + " " + std::to_string(detail.m_nEndTime);
+  for (const COrderInfoPtr& order : detail.m_orders) {
+    text += "\n" + order->getKey() + " " + order->m_strCode + " " + std::to_string(order->m_nVolume) + " " +
+            std::to_string(order->m_nTradedVolume) + " " + std::to_string(order->m_dTradedAmount) + " " +
+            std::to_string(order->m_dPrice) + " " + order->m_strMessage + (order->m_bCompleted ? " end" : "");
+  }
+  return text;
+}
+
+std::string printAll(const std::vector<CTaskDetailPtr>& details) {
+  std::string text;
+  for (const CTaskDetailPtr& detail : details) text += print(*detail) + "\n";
+  return text;
+}
+
+/// Stands between an engine and the exchange and keeps what the market said of each order.
+class CTap : public exchange::IMarket, public exchange::IMarketListener {
+ public:
+  struct SFigures {
+    std::string m_strCode;
+    int m_nVolume = 0;
+    int m_nTraded = 0;
+    double m_dAmount = 0;
+    bool m_bOver = false;
+  };
+
+  explicit CTap(exchange::CExchange& market) : m_market(market) { market.setListener(this); }
+
+  void setListener(exchange::IMarketListener* listener) override { m_pListener = listener; }
+  int findInstrument(std::string_view market, std::string_view code) const override {
+    return m_market.findInstrument(market, code);
+  }
+  void submit(const exchange::SMarketOrder& order) override {
+    const auto& instrument = m_market.instruments()[static_cast<std::size_t>(order.m_nInstrument)];
+    m_orders[order.m_nId] = {instrument.m_strCode, order.m_nQuantity};
+    m_market.submit(order);
+  }
+  void cancel(std::uint64_t id) override { m_market.cancel(id); }
+  exchange::SQuote quote(int instrument) override { return m_market.quote(instrument); }
+  exchange::EPhase phase() const override { return m_market.phase(); }
+
+  void onReport(const exchange::SReport& report) override {
+    SFigures& figures = m_orders[report.m_nId];
+    if (report.m_kind == exchange::EReport::Filled) {
+      figures.m_nTraded += report.m_nQuantity;
+      figures.m_dAmount += report.m_dAmount;
+    }
+    figures.m_bOver = report.m_kind == exchange::EReport::Rejected || report.m_kind == exchange::EReport::Cancelled ||
+                      figures.m_nTraded == figures.m_nVolume;
+    m_pListener->onReport(report);
+  }
+
+  std::map<std::uint64_t, SFigures> m_orders;
+
+ private:
+  exchange::CExchange& m_market;
+  exchange::IMarketListener* m_pListener = nullptr;
+};
+
+TEST(Engine, DetailsSayWhatTheMarketReported) {
+  for (std::uint64_t seed = 1; seed <= 8; ++seed) {
+    SRig rig(seed);
+    exchange::CExchange market(SRig::makeInstruments(), SRig::exchangeSettings(seed, 0.1));
+    CTap tap(market);
+    engine::CEngine engine(rig.m_desk, tap, SRig::engineSettings());
+    market.advanceTo(exchange::DAY_OPENS);
+    engine.advanceTo(exchange::DAY_OPENS);
+    engine.startBasket(rig.basket());
+    for (std::int64_t now = exchange::DAY_OPENS; now <= exchange::DAY_CLOSES; now += 100) {
+      market.advanceTo(now);
+      engine.advanceTo(now);
+    }
+    const CTaskDetail& detail = rig.newest("101-1");
+    ASSERT_EQ(detail.m_orders.size(), tap.m_orders.size());
+    for (const COrderInfoPtr& order : detail.m_orders) {
+      const std::uint64_t id = static_cast<std::uint64_t>(&order - detail.m_orders.data()) + 1;
+      const CTap::SFigures& figures = tap.m_orders.at(id);
+      EXPECT_EQ(order->m_strCode, figures.m_strCode);
+      EXPECT_EQ(order->m_nTradedVolume, figures.m_nTraded);
+      EXPECT_NEAR(order->m_dTradedAmount, figures.m_dAmount, CENT);
+      EXPECT_EQ(order->m_bCompleted, figures.m_bOver);
+    }
+  }
+}
+
+TEST(Engine, TradesABasketThroughTheDay) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket());
+  rig.runTo(9, 29, 59);
+  EXPECT_TRUE(rig.newest("101-1").m_orders.empty()) << "sent before the market matches";
+  EXPECT_EQ(rig.newest("101-1").m_nStartTime, UNSET_INT);
+  rig.runTo(9, 30, 1);
+  const CTaskDetail& early = rig.newest("101-1");
+  EXPECT_EQ(early.m_nStatus, ETS_Running);
+  EXPECT_EQ(early.m_nStartTime, SRig::DAY_START + exchange::MORNING_BEGINS / 1000);
+  EXPECT_GT(early.m_orders.size(), 30u);
+  rig.runTo(15, 0, 5);
+  const CTaskDetail& late = rig.newest("101-1");
+  EXPECT_EQ(late.m_orders.size(), late.m_params.size());
+  EXPECT_GT(tradedOf(late), targetOf(late) * 9 / 10);
+  EXPECT_EQ(late.m_nStatus, tradedOf(late) == targetOf(late) ? ETS_Finished : ETS_Cancelled);
+  EXPECT_NE(late.m_nEndTime, UNSET_INT);
+  for (const COrderInfoPtr& order : late.m_orders) {
+    EXPECT_TRUE(order->m_bCompleted);
+    EXPECT_LE(order->m_nTradedVolume, order->m_nVolume);
+    const COrderDetailPtr detail = rig.m_desk.orderDetail(order->m_tag);
+    ASSERT_TRUE(detail);
+    EXPECT_EQ(detail->m_nTradedVolume, order->m_nTradedVolume);
+    EXPECT_EQ(detail->m_bCancelled, order->m_nTradedVolume < order->m_nVolume);
+    const bool buy = DataHelper::isBuy(order->m_nOperation);
+    const double limit = order->m_dPrice * order->m_nTradedVolume;
+    EXPECT_TRUE(buy ? order->m_dTradedAmount <= limit + CENT : order->m_dTradedAmount >= limit - CENT);
+  }
+}
+
+TEST(Engine, NeverChangesWhatItDelivered) {
+  SRig rig(3, 0.05);
+  std::vector<std::string> printed;
+  const auto subscription = rig.m_desk.subscribeTasks([&](const boost::shared_ptr<IData>& data) {
+    printed.push_back(print(*boost::dynamic_pointer_cast<CTaskDetail>(data)));
+  });
+  rig.engine().startBasket(rig.basket(2));
+  rig.runTo(9, 45);
+  rig.engine().operate(101, "A1", ETO_Cancel);
+  rig.runTo(15, 1);
+  ASSERT_EQ(printed.size(), rig.m_details.size());
+  ASSERT_GT(printed.size(), 20u);
+  for (std::size_t i = 0; i < printed.size(); ++i) EXPECT_EQ(print(*rig.m_details[i]), printed[i]);
+}
+
+TEST(Engine, SharesTheOrdersThatDidNotChange) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket());
+  rig.runTo(10, 30);
+  int shared = 0;
+  int fresh = 0;
+  for (std::size_t i = 1; i < rig.m_details.size(); ++i) {
+    const auto& before = rig.m_details[i - 1]->m_orders;
+    const auto& after = rig.m_details[i]->m_orders;
+    for (std::size_t k = 0; k < before.size(); ++k) {
+      const bool same =
+          before[k]->m_nTradedVolume == after[k]->m_nTradedVolume && before[k]->m_bCompleted == after[k]->m_bCompleted;
+      if (before[k] == after[k]) ++shared;
+      if (!same) {
+        ++fresh;
+        EXPECT_NE(before[k], after[k]);
+      }
+    }
+  }
+  EXPECT_GT(fresh, 40);
+  EXPECT_GT(shared, 10 * fresh);
+}
+
+TEST(Engine, PublishesATaskAtMostOnceAStep) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket(2));
+  for (std::int64_t now = exchange::MORNING_BEGINS; now < exchange::clockTime(9, 40); now += 100) {
+    const std::size_t before = rig.m_details.size();
+    rig.m_simulation.advanceTo(now);
+    std::set<std::string> keys;
+    for (std::size_t i = before; i < rig.m_details.size(); ++i) keys.insert(rig.m_details[i]->getKey());
+    // The first call runs many steps; from then on each runs one.
+    if (now > exchange::MORNING_BEGINS) {
+      EXPECT_EQ(keys.size(), rig.m_details.size() - before);
+    }
+  }
+}
+
+TEST(Engine, SplitsATaskOverItsAccounts) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket(2));
+  rig.runTo(15, 1);
+  const CTaskDetail& first = rig.newest("101-1");
+  const CTaskDetail& second = rig.newest("101-2");
+  EXPECT_EQ(first.m_pCommand, second.m_pCommand);
+  EXPECT_EQ(first.m_pCommand->m_nTaskId, 101);
+  EXPECT_EQ(first.m_params.front().m_pAccount->getKey(), "A1");
+  EXPECT_EQ(second.m_params.front().m_pAccount->getKey(), "A2");
+  int wanted = 0;
+  for (const engine::SOrderLine& line : rig.basket().m_lines) wanted += line.m_nQuantity;
+  EXPECT_EQ(targetOf(first) + targetOf(second), wanted);
+  std::set<std::string> tags;
+  for (const CTaskDetail* detail : {&first, &second}) {
+    for (const COrderInfoPtr& order : detail->m_orders) EXPECT_TRUE(tags.insert(order->m_tag.text()).second);
+  }
+}
+
+TEST(Engine, TheSameSeedGivesTheSameDetailsInWhateverSteps) {
+  const auto run = [](std::uint64_t seed, int stepMsec) {
+    SRig rig(seed, 0.05);
+    rig.engine().startBasket(rig.basket(2));
+    rig.engine().startBasket(rig.basket());
+    for (std::int64_t now = exchange::DAY_OPENS; now <= exchange::clockTime(10, 0); now += stepMsec) {
+      rig.m_simulation.advanceTo(now);
+    }
+    rig.runTo(10, 0);
+    return printAll(rig.m_details);
+  };
+  const std::string once = run(5, 100);
+  EXPECT_EQ(once, run(5, 100));
+  EXPECT_EQ(once, run(5, 730));
+  EXPECT_NE(once, run(6, 100));
+}
+
+TEST(EngineOperations, PauseHoldsBackWhatWasNotSentAndResumeSendsIt) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket(2));
+  rig.runTo(9, 30);
+  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 500);
+  EXPECT_TRUE(rig.engine().operate(101, "A1", ETO_Pause));
+  EXPECT_FALSE(rig.engine().operate(101, "A1", ETO_Pause)) << "it is paused already";
+  const std::size_t sent = rig.newest("101-1").m_orders.size();
+  EXPECT_GT(sent, 0u);
+  rig.runTo(9, 40);
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Paused);
+  EXPECT_EQ(rig.newest("101-1").m_orders.size(), sent);
+  EXPECT_GT(tradedOf(rig.newest("101-1")), 0) << "what works goes on working";
+  EXPECT_EQ(rig.newest("101-2").m_orders.size(), rig.newest("101-2").m_params.size()) << "only one account pauses";
+  EXPECT_TRUE(rig.engine().operate(101, "A1", ETO_Resume));
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Running);
+  EXPECT_FALSE(rig.engine().operate(101, "A1", ETO_Resume));
+  rig.runTo(9, 42);
+  EXPECT_EQ(rig.newest("101-1").m_orders.size(), rig.newest("101-1").m_params.size());
+}
+
+TEST(EngineOperations, CancelEndsTheTaskWhenItsOrdersHaveEnded) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket());
+  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 400);
+  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Running) << "orders still work";
+  EXPECT_FALSE(rig.engine().operate(101, "", ETO_Resume));
+  const std::size_t sent = rig.newest("101-1").m_orders.size();
+  rig.runTo(9, 31);
+  const CTaskDetail& detail = rig.newest("101-1");
+  EXPECT_EQ(detail.m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(detail.m_orders.size(), sent) << "nothing is sent after a cancel";
+  for (const COrderInfoPtr& order : detail.m_orders) EXPECT_TRUE(order->m_bCompleted);
+  const std::size_t delivered = rig.m_details.size();
+  rig.runTo(15, 1);
+  EXPECT_EQ(rig.m_details.size(), delivered) << "an ended task is quiet";
+}
+
+TEST(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndDropHasTheLastWord) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket());
+  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Cancelled);
+  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Drop));
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Dropped);
+  EXPECT_FALSE(rig.engine().operate(101, "", ETO_Drop));
+  EXPECT_FALSE(rig.engine().operate(999, "", ETO_Drop));
+  rig.runTo(9, 35);
+  EXPECT_TRUE(rig.newest("101-1").m_orders.empty());
+}
+
+TEST(EngineOperations, DropOfARunningTaskLeavesNoOrderInTheMarket) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket());
+  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 700);
+  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Drop));
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Dropped) << "at once";
+  rig.runTo(9, 31);
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Dropped);
+  for (const COrderInfoPtr& order : rig.newest("101-1").m_orders) EXPECT_TRUE(order->m_bCompleted);
+}
+
+TEST(EngineRejects, AreKeptWithTheMarketsWords) {
+  SRig all(1, 1);
+  all.engine().startBasket(all.basket());
+  all.runTo(9, 40);
+  const CTaskDetail& refused = all.newest("101-1");
+  EXPECT_EQ(refused.m_nStatus, ETS_ExecutionError);
+  EXPECT_FALSE(refused.m_strMessage.empty());
+  for (const COrderInfoPtr& order : refused.m_orders) {
+    EXPECT_TRUE(order->m_bHasMessage && !order->m_strMessage.empty());
+    EXPECT_FALSE(all.m_desk.orderDetail(order->m_tag)) << "an order that was never accepted has no detail";
+  }
+
+  SRig some;
+  engine::SBasketOrder basket = some.basket();
+  basket.m_lines.resize(3);
+  basket.m_lines[1].m_stock.m_strCode = "000000";
+  some.engine().startBasket(basket);
+  some.runTo(15, 1);
+  const CTaskDetail& partly = some.newest("101-1");
+  EXPECT_EQ(partly.m_nStatus, ETS_Cancelled) << "a remainder is left to be patched";
+  EXPECT_EQ(partly.m_strMessage, "1 笔委托被拒绝");
+  EXPECT_FALSE(partly.m_orders[0]->m_bHasMessage);
+  EXPECT_EQ(partly.m_orders[1]->m_strMessage, "证券未上市");
+}
+
+TEST(Engine, TakesQuotesOfTheSecuritiesInUseToTheDesk) {
+  SRig rig;
+  TC::CQuote quote;
+  EXPECT_FALSE(rig.m_desk.quote("SH", "600002", quote));
+  rig.engine().startBasket(rig.basket());
+  rig.engine().watch("CFFEX", "IF2612");
+  rig.runTo(10, 0);
+  ASSERT_TRUE(rig.m_desk.quote("SH", "600002", quote));
+  EXPECT_GT(quote.m_dAsk, quote.m_dBid);
+  EXPECT_NEAR(quote.m_dLast, 7, 0.7);
+  ASSERT_TRUE(rig.m_desk.quote("CFFEX", "IF2612", quote));
+  EXPECT_GT(quote.m_dLast, 0);
+}
+
+}  // namespace

@@ -1,0 +1,87 @@
+/// A desk, a simulated exchange of a few dozen securities and an engine on it, with everything that is published kept.
+#pragma once
+
+#include <boost/make_shared.hpp>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "CSimulation.h"
+#include "ksservice/TraderCenter.h"
+
+struct SRig {
+  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, std::int64_t start = exchange::DAY_OPENS)
+      : m_simulation(m_desk, makeInstruments(), exchangeSettings(seed, rejectRate), engineSettings(), start) {
+    m_subscription = m_desk.subscribeTasks([this](const boost::shared_ptr<ksservice::IData>& data) {
+      m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
+      m_newest[data->getKey()] = m_details.back();
+    });
+    for (const char* key : {"A1", "A2"}) {
+      auto account = boost::make_shared<ksservice::CAccountInfo>();
+      account->m_strKey = key;
+      m_accounts.push_back(account);
+    }
+  }
+
+  static constexpr int SECURITIES = 40;
+  static constexpr std::int64_t DAY_START = 1795363200;  // 2026-11-23 at the exchange
+
+  static std::vector<exchange::SInstrument> makeInstruments() {
+    std::vector<exchange::SInstrument> instruments(SECURITIES);
+    for (int i = 0; i < SECURITIES; ++i) {
+      exchange::SInstrument& instrument = instruments[static_cast<std::size_t>(i)];
+      instrument.m_strMarket = i % 2 ? "SZ" : "SH";
+      instrument.m_strCode = std::to_string(i % 2 ? 1000 + i : 600000 + i);
+      instrument.m_strName = "S" + std::to_string(i);
+      instrument.m_dPrevClose = 5 + i;
+      instrument.m_dVolume = i == 0 ? 2e5 : 1e7 + 1e6 * i;  // one that hardly trades
+    }
+    return instruments;
+  }
+
+  static exchange::SExchangeSettings exchangeSettings(std::uint64_t seed, double rejectRate) {
+    exchange::SExchangeSettings settings;
+    settings.m_nSeed = seed;
+    settings.m_nDayStart = DAY_START;
+    settings.m_dRejectRate = rejectRate;
+    return settings;
+  }
+
+  static engine::SEngineSettings engineSettings() {
+    engine::SEngineSettings settings;
+    settings.m_nDayStart = DAY_START;
+    settings.m_nFirstTaskId = 101;
+    settings.m_strUser = "u1";
+    settings.m_strLogin = "L1";
+    return settings;
+  }
+
+  /// Buys and sells of every security, for the first accounts of the rig.
+  engine::SBasketOrder basket(std::size_t accounts = 1) const {
+    engine::SBasketOrder basket;
+    basket.m_strName = "test";
+    for (const exchange::SInstrument& instrument : makeInstruments()) {
+      engine::SOrderLine line;
+      line.m_stock = {instrument.m_strMarket, instrument.m_strCode, instrument.m_strName};
+      line.m_nOperation = basket.m_lines.size() % 3 ? ksservice::EOT_Buy : ksservice::EOT_Sell;
+      line.m_nQuantity = 10000 + 100 * static_cast<int>(basket.m_lines.size());
+      line.m_dReference = instrument.m_dPrevClose;
+      basket.m_lines.push_back(line);
+    }
+    basket.m_accounts.assign(m_accounts.begin(), m_accounts.begin() + static_cast<std::ptrdiff_t>(accounts));
+    return basket;
+  }
+
+  engine::CEngine& engine() { return m_simulation.engine(); }
+  void runTo(int hours, int minutes, int seconds = 0) {
+    m_simulation.advanceTo(exchange::clockTime(hours, minutes) + seconds * 1000);
+  }
+  const ksservice::CTaskDetail& newest(const std::string& key) const { return *m_newest.at(key); }
+
+  desk::CDesk m_desk;
+  std::vector<ksservice::CTaskDetailPtr> m_details;  ///< all that were delivered, in order
+  std::map<std::string, ksservice::CTaskDetailPtr> m_newest;
+  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
+  utils::CSubscriptionHandle m_subscription;
+  engine::CSimulation m_simulation;
+};
