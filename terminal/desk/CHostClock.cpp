@@ -16,7 +16,24 @@ double CLiveClock::clockMSec() const {
 QTimeZone CLiveClock::timeZone() const { return m_desk.timeZone(); }
 
 void CLiveClock::singleShot(int msec, QObject* context, std::function<void()> action) {
-  QTimer::singleShot(msec, context, std::move(action));
+  const int number = m_nNextPending++;
+  m_pending[number] = {context, std::move(action)};
+  QTimer::singleShot(msec, context, [this, number] { fire(number); });
+}
+
+void CLiveClock::fire(int number) {
+  const auto found = m_pending.find(number);
+  if (found == m_pending.end()) return;
+  const SPending call = std::move(found->second);
+  m_pending.erase(found);
+  if (call.m_pContext) call.m_action();
+}
+
+bool CLiveClock::firePendingTimer() {
+  std::vector<int> numbers;
+  for (const auto& [number, call] : m_pending) numbers.push_back(number);
+  for (const int number : numbers) fire(number);
+  return !numbers.empty();
 }
 
 CManualClock::CManualClock(const CDesk& desk) : m_desk(desk) {}

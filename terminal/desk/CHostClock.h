@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <vector>
 
 #include "utils/Clock.h"
@@ -22,9 +23,22 @@ class CLiveClock : public utils::IHostClock {
   QTimeZone timeZone() const override;
   void singleShot(int msec, QObject* context, std::function<void()> action) override;
 
+  /// Runs the calls that are pending now, each before its time and never again: what ends a session need not wait for
+  /// a timer. False when there was none. GUI thread.
+  bool firePendingTimer();
+
  private:
+  struct SPending {
+    QPointer<QObject> m_pContext;
+    std::function<void()> m_action;
+  };
+
+  void fire(int number);
+
   const CDesk& m_desk;
   std::chrono::steady_clock::time_point m_start;
+  std::map<int, SPending> m_pending;
+  int m_nNextPending = 0;
 };
 
 /// A replay: the clock stands still until it is moved, and a timer goes off when it is told to, whatever its time.

@@ -190,6 +190,8 @@ void CHostServices::uninstall() {
 
 CManualClock* CHostServices::manualClock() { return dynamic_cast<CManualClock*>(m_pFaces->m_pClock.get()); }
 
+CLiveClock* CHostServices::liveClock() { return dynamic_cast<CLiveClock*>(m_pFaces->m_pClock.get()); }
+
 void CHostServices::announce(std::function<void()> action) {
   QMetaObject::invokeMethod(
       &m_pFaces->m_calendar, [this, action = std::move(action)] { m_desk.gate().whenIdle(action); },

@@ -27,6 +27,8 @@ class CHostServices {
 
   /// Null for a live clock.
   CManualClock* manualClock();
+  /// Null for a manual clock.
+  CLiveClock* liveClock();
 
   /// Emit the signals of the hedge manager, the calendar and the unit configuration. Any thread: the signals come on
   /// the GUI thread, while a recording is made after the jobs that are posted.
