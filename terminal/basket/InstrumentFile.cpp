@@ -22,9 +22,12 @@ const std::vector<SColumnTitles>& columns() {
 /// A number of a row; 0 for an empty field. Adds a fault for what is no number.
 double readNumber(const STextRow& row, EColumn column, CFaults& faults) {
   const std::string& field = row.m_fields[column];
+  constexpr double largest = 1e12;
   if (field.empty()) return 0;
-  if (const auto number = numberOf(field)) return *number;
-  faults.add(row.m_nLine, std::string(columns()[column].m_titles.front()) + " " + quoted(field) + " is no number");
+  const auto number = numberOf(field);
+  if (number && *number <= largest) return *number;
+  const std::string title(columns()[column].m_titles.front());
+  faults.add(row.m_nLine, title + " " + quoted(field) + (number ? " is too large" : " is no number"));
   return 0;
 }
 

@@ -17,6 +17,7 @@ constexpr double FEWEST_TRADES = 240;           // a day: one a minute
 constexpr double MOST_TRADES = 4800;            // a day: one in three seconds
 constexpr double DEPTH_OF_VOLUME = 1.0 / 1500;  // a level holds this part of a day's volume,
 constexpr double DEPTH_OF_TAKE = 1.5;           // and no less than this many usual trades
+constexpr double LARGEST_DEPTH = 1e8;           // keeps whole quantities far from overflowing
 constexpr double DAY_WANDER = 0.02;             // how far a price moves in a day, of the price
 constexpr double FUTURE_WANDER = 0.012;
 constexpr double OPENING_GAP = 0.004;  // how far the day opens from the previous close
@@ -30,7 +31,8 @@ CBook::SCrowd CBook::crowdOf(const SInstrument& instrument, const SRules& rules)
   SCrowd crowd{};
   crowd.m_dMeanGap = static_cast<double>(TRADING_TIME) / trades;
   crowd.m_dMeanTake = instrument.m_dVolume / trades;
-  crowd.m_dDepth = std::max(instrument.m_dVolume * DEPTH_OF_VOLUME, crowd.m_dMeanTake * DEPTH_OF_TAKE);
+  const double depth = std::max(instrument.m_dVolume * DEPTH_OF_VOLUME, crowd.m_dMeanTake * DEPTH_OF_TAKE);
+  crowd.m_dDepth = std::min(depth, LARGEST_DEPTH);
   crowd.m_dWander = (future ? FUTURE_WANDER : DAY_WANDER) * static_cast<double>(rules.m_nPrevClose) / std::sqrt(trades);
   crowd.m_nSpread = 1 + std::lround(crowd.m_dWander * 0.6);
   crowd.m_nLevelStep = 1 + std::lround(crowd.m_dWander * 0.2);

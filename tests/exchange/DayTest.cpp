@@ -1,0 +1,201 @@
+// Whole days under chance: what must hold whatever happens.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+
+#include "Market.h"
+
+using namespace markets;
+
+namespace {
+
+/// A client that sends and cancels at random all day, and remembers what it sent.
+class CRandomDay {
+ public:
+  explicit CRandomDay(std::uint64_t seed, std::int64_t stepMsec = 60000)
+      : m_exchange(assortment(), settings(seed, 0.02)), m_listener(m_exchange), m_random(seed + 1000) {
+    constexpr std::int64_t actEvery = 60000;
+    for (std::int64_t at = clockTime(9, 20); at <= clockTime(15, 10); at += actEvery) {
+      act();
+      for (std::int64_t on = stepMsec; on <= actEvery; on += stepMsec) m_exchange.advanceTo(at + on);
+      checkQuotes();
+    }
+  }
+
+  CExchange& exchange() { return m_exchange; }
+  const CListener& listener() const { return m_listener; }
+  const std::vector<SMarketOrder>& sent() const { return m_sent; }
+
+ private:
+  std::uint64_t below(std::uint64_t count) { return m_random() % count; }
+
+  void act() {
+    for (std::uint64_t i = below(4); i > 0; --i) {
+      const int instrument = static_cast<int>(below(m_exchange.instruments().size()));
+      const SRules& rules = m_exchange.rules(instrument);
+      // From a little below the lower limit to a little above the upper one.
+      const std::int64_t width = rules.m_nLimitUp - rules.m_nLimitDown + 3;
+      const std::int64_t near = m_exchange.rules(instrument).toTicks(m_exchange.quote(instrument).m_dLast);
+      const std::int64_t anywhere =
+          rules.m_nLimitDown - 1 + static_cast<std::int64_t>(below(static_cast<std::uint64_t>(width)));
+      const std::int64_t ticks = below(3) == 0 ? anywhere : near + static_cast<std::int64_t>(below(5)) - 2;
+      m_sent.push_back(limitOrder(m_sent.size() + 1, instrument, below(2) == 0, rules.toPrice(ticks),
+                                  static_cast<int>(below(400) + 1) * rules.m_nBuyStep));
+      m_sent.back().m_bMarketPrice = below(10) == 0;
+      m_exchange.submit(m_sent.back());
+    }
+    if (!m_sent.empty() && below(2) == 0) m_exchange.cancel(m_sent[below(m_sent.size())].m_nId);
+  }
+
+  void checkQuotes() {
+    for (std::size_t i = 0; i < m_exchange.instruments().size(); ++i) {
+      const SQuote quote = m_exchange.quote(static_cast<int>(i));
+      for (const double price : {quote.m_dBid, quote.m_dAsk, quote.m_dLast}) {
+        if (price == 0) continue;
+        ASSERT_LE(price, quote.m_dLimitUp);
+        ASSERT_GE(price, quote.m_dLimitDown);
+      }
+      if (quote.m_dBid > 0 && quote.m_dAsk > 0) {
+        ASSERT_LT(quote.m_dBid, quote.m_dAsk);
+      }
+      ASSERT_EQ(quote.m_dBid > 0, quote.m_nBidSize > 0);
+      ASSERT_EQ(quote.m_dAsk > 0, quote.m_nAskSize > 0);
+    }
+  }
+
+  CExchange m_exchange;
+  CListener m_listener;
+  CRandom m_random;
+  std::vector<SMarketOrder> m_sent;
+};
+
+/// Follows one order through its reports.
+struct SLife {
+  bool m_bAccepted = false;
+  bool m_bOver = false;
+  int m_nLeft = 0;
+};
+
+void checkFill(const SReport& report, EPhase phase, const SMarketOrder& order, const SLife& life, CExchange& exchange) {
+  const SRules& rules = exchange.rules(order.m_nInstrument);
+  EXPECT_TRUE(isMatchingPhase(phase));
+  EXPECT_GT(report.m_nQuantity, 0);
+  EXPECT_EQ(report.m_nLeft, life.m_nLeft - report.m_nQuantity);
+  EXPECT_GE(report.m_nLeft, 0);
+  EXPECT_LE(rules.toTicks(report.m_dPrice), rules.m_nLimitUp);
+  EXPECT_GE(rules.toTicks(report.m_dPrice), rules.m_nLimitDown);
+  if (!order.m_bMarketPrice) {
+    EXPECT_TRUE(order.m_bBuy ? report.m_dPrice <= order.m_dPrice : report.m_dPrice >= order.m_dPrice);
+  }
+}
+
+void checkLives(CRandomDay& day) {
+  std::map<std::uint64_t, SLife> lives;
+  for (const SMarketOrder& order : day.sent()) lives[order.m_nId].m_nLeft = order.m_nQuantity;
+  std::int64_t last = 0;
+  for (const SHeard& heard : day.listener().heard()) {
+    const SReport& report = heard.m_report;
+    const SMarketOrder& order = day.sent()[report.m_nId - 1];
+    SLife& life = lives[report.m_nId];
+    ASSERT_LE(last, report.m_nTime);
+    last = report.m_nTime;
+    if (report.m_kind == EReport::CancelRejected) {
+      ASSERT_TRUE(life.m_bOver) << "only what is over cannot be cancelled";
+      continue;
+    }
+    ASSERT_FALSE(life.m_bOver) << report.m_nId;
+    ASSERT_EQ(life.m_bAccepted, report.m_kind != EReport::Accepted && report.m_kind != EReport::Rejected);
+    if (report.m_kind == EReport::Filled) checkFill(report, heard.m_phase, order, life, day.exchange());
+    if (report.m_kind == EReport::Cancelled) {
+      ASSERT_EQ(report.m_nQuantity, life.m_nLeft);
+    }
+    life.m_bAccepted = report.m_kind != EReport::Rejected;
+    life.m_nLeft = report.m_nLeft;
+    life.m_bOver = report.m_nLeft == 0;
+  }
+  for (const auto& [id, life] : lives) ASSERT_TRUE(life.m_bOver) << id << " has no end";
+}
+
+}  // namespace
+
+TEST(Day, EveryOrderLivesByTheRulesWhateverHappens) {
+  std::size_t fills = 0;
+  for (std::uint64_t seed = 1; seed <= 40 && !testing::Test::HasFailure(); ++seed) {
+    SCOPED_TRACE(seed);
+    CRandomDay day(seed);
+    checkLives(day);
+    for (const SHeard& heard : day.listener().heard()) fills += heard.m_report.m_kind == EReport::Filled ? 1 : 0;
+  }
+  EXPECT_GT(fills, 10000u) << "a day without trades would show nothing";
+}
+
+TEST(Day, TheSeedDecidesEverythingAndTheStepsNothing) {
+  const std::string coarse = CRandomDay(7).listener().text();
+  EXPECT_EQ(coarse, CRandomDay(7, 100).listener().text());
+  EXPECT_NE(coarse, CRandomDay(8).listener().text());
+}
+
+TEST(Day, WhatElseIsListedChangesNothing) {
+  CExchange alone({assortment()[2]}, settings(9));
+  CExchange among(assortment(), settings(9));
+  alone.advanceTo(clockTime(14, 0));
+  among.advanceTo(clockTime(14, 0));
+  const SQuote quote = alone.quote(0);
+  EXPECT_GT(quote.m_nVolume, 0);
+  EXPECT_EQ(quote.m_nVolume, among.quote(2).m_nVolume);
+  EXPECT_EQ(quote.m_dAsk, among.quote(2).m_dAsk);
+}
+
+TEST(Day, TheCrowdTradesAboutTheUsualVolumeAndMovesThePriceALittle) {
+  const auto listed = assortment();
+  std::vector<double> volumes(listed.size());
+  double moved = 0;
+  constexpr int days = 20;
+  for (int day = 0; day < days; ++day) {
+    CExchange exchange(listed, settings(static_cast<std::uint64_t>(day)));
+    exchange.advanceTo(DAY_CLOSES);
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+      const SQuote quote = exchange.quote(static_cast<int>(i));
+      volumes[i] += static_cast<double>(quote.m_nVolume) / listed[i].m_dVolume / days;
+      moved += std::abs(quote.m_dLast / quote.m_dPrevClose - 1) / days / static_cast<double>(listed.size());
+    }
+  }
+  for (std::size_t i = 0; i < listed.size(); ++i) {
+    EXPECT_GT(volumes[i], 0.6) << listed[i].m_strCode;
+    EXPECT_LT(volumes[i], 1.6) << listed[i].m_strCode;
+  }
+  EXPECT_GT(moved, 0.005);
+  EXPECT_LT(moved, 0.03);
+}
+
+TEST(Day, AMillionAtTheOppositeBestLargelyFillsInHalfAnHour) {
+  constexpr double value = 1e6;
+  std::vector<SInstrument> listed;
+  for (int i = 0; i < 100; ++i) {
+    // From 20 million to 2 billion a day, at prices from 3 to 200.
+    listed.push_back(share("SH", std::to_string(600000 + i), std::round(3 * std::pow(1.043, i) * 100) / 100,
+                           2e7 * std::pow(10, (i * 37 % 100) / 50.0)));
+  }
+  CExchange exchange(listed, settings(11));
+  CListener listener(exchange);
+  exchange.advanceTo(MORNING_BEGINS);
+  double ordered = 0;
+  for (int i = 0; i < 100; ++i) {
+    const SQuote quote = exchange.quote(i);
+    const bool buy = i % 2 == 0;
+    const double price = buy ? quote.m_dAsk : quote.m_dBid;
+    const int quantity = static_cast<int>(value / price / 100) * 100;
+    exchange.submit(limitOrder(static_cast<std::uint64_t>(i) + 1, i, buy, price, quantity));
+    ordered += quantity * price;
+  }
+  const auto traded = [&listener] {
+    double amount = 0;
+    for (const SHeard& heard : listener.heard()) amount += heard.m_report.m_dAmount;
+    return amount;
+  };
+  exchange.advanceTo(MORNING_BEGINS + 1000);
+  EXPECT_LT(traded(), 0.9 * ordered) << "there is something to watch";
+  exchange.advanceTo(MORNING_BEGINS + 30 * 60 * 1000);
+  EXPECT_GT(traded(), 0.85 * ordered);
+}

@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "Market.h"
+
+using namespace markets;
+
+TEST(Rules, PriceLimitsFollowMarketBoardAndName) {
+  struct SCase {
+    SInstrument m_instrument;
+    double m_dUp;
+    double m_dDown;
+  };
+  const std::vector<SCase> cases{
+      {share("SH", "600000", 10.05, 1e8), 11.06, 9.05},  // 11.055 and 9.045: half goes up
+      {share("SZ", "002024", 1.91, 1e8, "*ST样本"), 2.01, 1.81},
+      {share("SZ", "300750", 10.05, 1e8), 12.06, 8.04},
+      {share("SZ", "301001", 10.05, 1e8, "ST样本"), 12.06, 8.04},  // ST changes nothing on a 20 % board
+      {share("SH", "688981", 10.05, 1e8), 12.06, 8.04},
+      {share("SH", "689009", 10.05, 1e8), 12.06, 8.04},
+      {share("BJ", "832982", 10.05, 1e8, "ST样本"), 13.07, 7.04},  // 13.065 and 7.035
+      {share("SZ", "000300", 10.00, 1e8), 11.00, 9.00},            // 300 counts at the front only
+      {share("SH", "600001", 0.03, 1e8), 0.04, 0.02},              // never less than a tick
+  };
+  for (const SCase& listed : cases) {
+    const SRules rules = rulesOf(listed.m_instrument);
+    EXPECT_EQ(rules.toPrice(rules.m_nLimitUp), listed.m_dUp) << listed.m_instrument.m_strCode;
+    EXPECT_EQ(rules.toPrice(rules.m_nLimitDown), listed.m_dDown) << listed.m_instrument.m_strCode;
+  }
+}
+
+TEST(Rules, PricesAreWholeTicks) {
+  const SRules shares = rulesOf(share("SH", "600000", 10, 1e8));
+  EXPECT_EQ(shares.toTicks(10.05), 1005);
+  EXPECT_EQ(shares.toTicks(0.1 + 0.2), 30);
+  EXPECT_EQ(shares.toTicks(10.055), -1);
+  for (const double nonsense : {0.0, -1.0, std::nan(""), 1e300, HUGE_VAL}) EXPECT_EQ(shares.toTicks(nonsense), -1);
+  SInstrument future = share("CFFEX", "IF2612", 4000, 1e9);
+  future.m_kind = EKind::IndexFuture;
+  const SRules futures = rulesOf(future);
+  EXPECT_EQ(futures.toTicks(4000.2), 20001);
+  EXPECT_EQ(futures.toTicks(4000.3), -1);
+  EXPECT_EQ(futures.toPrice(20001), 4000.2);
+  EXPECT_EQ(futures.toPrice(futures.m_nLimitUp), 4400);
+}
+
+TEST(IndexFutures, ListFourMonthsAroundTheThirdFriday) {
+  struct SCase {
+    SDate m_date;
+    std::vector<std::string> m_months;
+  };
+  const std::vector<SCase> cases{
+      {{2026, 11, 20}, {"2611", "2612", "2703", "2706"}},  // the third Friday itself still trades
+      {{2026, 11, 23}, {"2612", "2701", "2703", "2706"}}, {{2026, 12, 1}, {"2612", "2701", "2703", "2706"}},
+      {{2026, 12, 21}, {"2701", "2702", "2703", "2706"}}, {{2027, 2, 22}, {"2703", "2704", "2706", "2709"}},
+  };
+  for (const SCase& day : cases) {
+    const auto futures = listedIndexFutures(day.m_date);
+    ASSERT_EQ(futures.size(), 16u);
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(futures[i].m_strCode, "IF" + day.m_months[i]);
+  }
+}
+
+TEST(IndexFutures, TakeTheirReferenceFromTheListAndAreAlwaysThere) {
+  SInstrument kind = share("CFFEX", "IC", 7000, 0);
+  kind.m_kind = EKind::IndexFuture;
+  kind.m_dVolume = 1000;
+  SInstrument contract = kind;
+  contract.m_strCode = "IM2612";
+  contract.m_nMultiplier = 200;
+  CExchange exchange({kind, contract}, settings(1));
+  EXPECT_EQ(exchange.instruments().size(), 16u);
+  EXPECT_EQ(exchange.findInstrument("CFFEX", "IC"), -1);
+  EXPECT_EQ(exchange.findInstrument("SH", "IC2612"), -1);
+  const int listed = exchange.findInstrument("CFFEX", "IC2612");
+  ASSERT_GE(listed, 0);
+  EXPECT_EQ(exchange.quote(listed).m_dPrevClose, 7000);
+  EXPECT_EQ(exchange.instruments()[static_cast<std::size_t>(listed)].m_nMultiplier, 200);
+  EXPECT_EQ(exchange.quote(exchange.findInstrument("CFFEX", "IM2612")).m_dPrevClose, 7000);
+  EXPECT_EQ(futureMultiplier("IF2701"), 300);
+  EXPECT_EQ(futureMultiplier("XX2701"), 0);
+}
+
+TEST(Dates, AreTheExchangesOwn) {
+  EXPECT_EQ(dayStartOf({1970, 1, 1}), -8 * 3600);
+  EXPECT_EQ(dayStartOf(MONDAY), 1795363200);
+  const SDate date = dateOf(dayStartOf({2028, 2, 29}) + 86399);
+  EXPECT_EQ(date.m_nYear, 2028);
+  EXPECT_EQ(date.m_nMonth, 2u);
+  EXPECT_EQ(date.m_nDay, 29u);
+}
+
+TEST(Sessions, TradingTimeStandsStillOutside) {
+  EXPECT_EQ(tradingTime(clockTime(9, 0)), 0);
+  EXPECT_EQ(tradingTime(clockTime(12, 0)), 2 * 3600 * 1000);
+  EXPECT_EQ(tradingTime(clockTime(15, 30)), TRADING_TIME);
+  for (std::int64_t at = MORNING_BEGINS; at < DAY_CLOSES; at += 59999) {
+    if (isMatchingPhase(phaseAt(at))) {
+      EXPECT_EQ(clockOfTradingTime(tradingTime(at)), at);
+    }
+  }
+  EXPECT_EQ(clockOfTradingTime(2 * 3600 * 1000), AFTERNOON_BEGINS);
+}
