@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+
+#include "BasketFiles.h"
+#include "CExchange.h"
+#include "TestFile.h"
+
+using namespace basket;
+
+namespace {
+
+typedef std::vector<std::string> Texts;
+
+const std::string SAMPLES = PBT_SOURCE_DIR "/data/";
+
+/// An exchange that lists two shares, and the index futures that it always lists.
+const exchange::CExchange& market() {
+  static const exchange::CExchange market = [] {
+    const CTestFile file("market,code,name,prevClose,volume\nSH,600000,浦发银行,10,1000\nSZ,000001,平安银行,11,1000\n");
+    exchange::SExchangeSettings settings;
+    settings.m_nDayStart = exchange::dayStartOf({2026, 11, 23});
+    return exchange::CExchange(readInstrumentFile(file.path()).m_instruments, settings);
+  }();
+  return market;
+}
+
+bool isListed(std::string_view where, std::string_view code) { return market().findInstrument(where, code) >= 0; }
+
+Texts basketFaults(const std::string& rows) {
+  const CTestFile file("市场,代码,方向,数量\n" + rows);
+  const SBasketFile basket = readBasketFile(file.path(), isListed);
+  EXPECT_TRUE(basket.m_faults.empty() || basket.m_lines.empty()) << "a faulty basket has no line to trade";
+  return file.told(basket.m_faults);
+}
+
+}  // namespace
+
+TEST(BasketFile, TakesEverySpellingOfItsColumns) {
+  const CTestFile file(
+      "权重(%),方向,数量,名称,代码,市场\n"
+      "1,买入,100,浦发银行,600000,SH\n"
+      "2,SELL,1000000000,,000001,深圳\n"
+      ",b,1,期指,IF2612,cffex\n"
+      ",S,007,,600000,上海\n");  // the other side of the first line
+  const SBasketFile basket = readBasketFile(file.path(), isListed);
+  ASSERT_TRUE(basket.isGood()) << basket.m_faults.front().toString();
+  ASSERT_EQ(basket.m_lines.size(), 4u);
+  EXPECT_EQ(basket.m_lines[0].m_strName, "浦发银行");
+  EXPECT_TRUE(basket.m_lines[0].m_bBuy);
+  EXPECT_EQ(basket.m_lines[1].m_strMarket, "SZ");
+  EXPECT_FALSE(basket.m_lines[1].m_bBuy);
+  EXPECT_EQ(basket.m_lines[1].m_nQuantity, 1000000000);
+  EXPECT_EQ(basket.m_lines[2].m_strMarket, "CFFEX");
+  EXPECT_EQ(basket.m_lines[3].m_nQuantity, 7);
+  EXPECT_EQ(basket.m_lines[3].m_nLine, 5);
+}
+
+TEST(BasketFile, NamesEveryFaultAndTradesNothing) {
+  struct SCase {
+    std::string m_rows;
+    Texts m_faults;
+  };
+  const std::vector<SCase> cases{
+      {"", {"F: no line in the basket"}},
+      {"XX,600000,买入,100\n", {"F:2: unknown market \"XX\""}},
+      {",600000,买入,100\n", {"F:2: unknown market \"\""}},
+      {"SH,600001,买入,100\n", {"F:2: the market SH lists no instrument 600001"}},
+      {"SH,000001,买入,100\n", {"F:2: the market SH lists no instrument 000001, the market SZ does"}},
+      {"SZ,1,买入,100\n", {"F:2: the code \"1\" has not six digits (were leading zeros lost?)"}},
+      {"SZ,AAPL,买入,100\n", {"F:2: the code \"AAPL\" has not six digits"}},
+      {"CFFEX,XX2612,买入,1\n", {"F:2: the code \"XX2612\" is no index future's (like IF2612)"}},
+      {"CFFEX,IF2611,买入,1\n", {"F:2: the market CFFEX lists no instrument IF2611"}},
+      {"SH,600000,hold,100\n", {"F:2: unknown side \"hold\": it is 买入 or 卖出"}},
+      {"SH,600000,买入,0\n", {"F:2: the quantity is 0"}},
+      {"SH,600000,买入,-100\n", {"F:2: the quantity \"-100\" is no whole number above 0"}},
+      {"SH,600000,买入,1.5\n", {"F:2: the quantity \"1.5\" is no whole number above 0"}},
+      {"SH,600000,买入,\"1,000\"\n", {"F:2: the quantity \"1,000\" is no whole number above 0"}},
+      {"SH,600000,买入,\n", {"F:2: the quantity \"\" is no whole number above 0"}},
+      {"SH,600000,买入,1000000001\n", {"F:2: the quantity 1000000001 is above 1000000000"}},
+      {"SH,600000,买入,99999999999999999999\n",
+       {"F:2: the quantity \"99999999999999999999\" is no whole number above 0"}},
+      {"SH,600000,买入,100\nSZ,000001,买入,100\nsh,600000,B,200\n",
+       {"F:4: SH 600000 stands in line 2 already, with the same side"}},
+      // All of them at once, good lines between.
+      {"SH,600000,买入,100\nXX,1,hold,0\nSZ,000001,买入\nSZ,000001,卖出,100\n",
+       {"F:3: unknown market \"XX\"", "F:3: unknown side \"hold\": it is 买入 or 卖出", "F:3: the quantity is 0",
+        "F:4: 3 fields where the header has 4"}},
+  };
+  for (const SCase& basket : cases) EXPECT_EQ(basketFaults(basket.m_rows), basket.m_faults) << basket.m_rows;
+}
+
+TEST(BasketFile, NeedsNoListOfInstruments) {
+  const CTestFile file("market,code,side,quantity\nSH,600001,buy,100\n");
+  EXPECT_TRUE(readBasketFile(file.path()).isGood());
+}
+
+TEST(InstrumentFile, ReadsFiguresAndFillsInWhatIsKnownOfAKind) {
+  const CTestFile file(
+      "市场,代码,名称,最新价,昨收,成交量\n"
+      "SH,600000,浦发银行,10.5,10.4,1000\n"
+      "SZ,000001,平安银行,11.5,,\n"
+      "CFFEX,IC2612,中证,0,6000.2,30\n");
+  const SInstrumentFile read = readInstrumentFile(file.path());
+  ASSERT_TRUE(read.isGood()) << read.m_faults.front().toString();
+  ASSERT_EQ(read.m_instruments.size(), 3u);
+  EXPECT_EQ(read.m_instruments[0].m_dPrevClose, 10.4);
+  EXPECT_EQ(read.m_instruments[0].m_dLast, 10.5);
+  EXPECT_EQ(read.m_instruments[0].m_dVolume, 1000);
+  EXPECT_EQ(read.m_instruments[1].m_dPrevClose, 11.5) << "the last price stands in for a missing close";
+  EXPECT_EQ(read.m_instruments[2].m_nMultiplier, 200);
+  EXPECT_EQ(read.m_instruments[2].m_kind, exchange::EKind::IndexFuture);
+}
+
+TEST(InstrumentFile, NamesEveryFault) {
+  const CTestFile file(
+      "market,code,name,prevClose,volume\n"
+      "SH,600000,浦发银行,10,1000\n"
+      "HK,00700,腾讯,10,1000\n"
+      "SH,60000,x,10,1000\n"
+      "SH,600000,浦发银行,10,1000\n"
+      "SH,600001,,10,1000\n"
+      "SH,600002,x,0,1000\n"
+      "SH,600003,x,ten,1e5\n"
+      "SH,600004,x,10,-5\n"
+      "SH,600005,x,99999999999999,5\n");
+  const SInstrumentFile read = readInstrumentFile(file.path());
+  EXPECT_TRUE(read.m_instruments.empty());
+  EXPECT_EQ(
+      file.told(read.m_faults),
+      (Texts{"F:3: unknown market \"HK\"", "F:4: the code \"60000\" has not six digits (were leading zeros lost?)",
+             "F:5: SH 600000 stands in line 2 already", "F:6: the name is empty", "F:7: no previous close above 0",
+             "F:8: prevClose \"ten\" is no number", "F:8: volume \"1e5\" is no number",
+             "F:8: no previous close above 0", "F:9: volume \"-5\" is no number",
+             "F:10: prevClose \"99999999999999\" is too large", "F:10: no previous close above 0"}));
+}
+
+TEST(Samples, AreGoodAndFitEachOther) {
+  const SInstrumentFile read = readInstrumentFile(SAMPLES + "instruments.csv");
+  ASSERT_TRUE(read.isGood()) << read.m_faults.front().toString();
+  EXPECT_GE(read.m_instruments.size(), 324u);  // 320 shares and the four kinds of futures
+  exchange::SExchangeSettings settings;
+  settings.m_nDayStart = exchange::dayStartOf({2026, 11, 23});
+  const exchange::CExchange market(read.m_instruments, settings);
+  for (const auto& [name, size] : {std::pair("basket50.csv", 50u), {"basket300.csv", 300u}}) {
+    const SBasketFile basket = readBasketFile(
+        SAMPLES + "baskets/" + name,
+        [&market](std::string_view where, std::string_view code) { return market.findInstrument(where, code) >= 0; });
+    ASSERT_TRUE(basket.isGood()) << basket.m_faults.front().toString();
+    EXPECT_EQ(basket.m_lines.size(), size);
+    const auto buys = static_cast<unsigned>(std::count_if(basket.m_lines.begin(), basket.m_lines.end(),
+                                                          [](const SBasketLine& line) { return line.m_bBuy; }));
+    EXPECT_GT(buys, size / 2);
+    EXPECT_LT(buys, size);
+  }
+}
