@@ -59,8 +59,9 @@ void CBaseHighPerformanceTable::createHeader() {
   });
   connect(m_pHeader, &QHeaderView::sectionHandleDoubleClicked, this,
           [this](int column) { m_pHeader->resizeSection(column, getColumnAdjustedWidth(column)); });
-  connect(m_pHeader, &QHeaderView::customContextMenuRequested, this,
-          [this](const QPoint& point) { headerMenu()->popup(m_pHeader->mapToGlobal(point)); });
+  connect(m_pHeader, &QHeaderView::customContextMenuRequested, this, [this](const QPoint& point) {
+    headerMenu(m_pHeader->logicalIndexAt(point))->popup(m_pHeader->mapToGlobal(point));
+  });
 }
 
 void CBaseHighPerformanceTable::setBaseModel(IBaseHpfTableModel* model) {
@@ -337,25 +338,24 @@ bool CBaseHighPerformanceTable::handleEvent(int /*eventId*/, int /*id*/, int /*v
 
 // The header's menu
 
-QMenu* CBaseHighPerformanceTable::headerMenu() {
+QMenu* CBaseHighPerformanceTable::headerMenu(int column) {
   if (m_pHeaderMenu == nullptr) m_pHeaderMenu = new QMenu(this);
-  fillHeaderMenu();
+  m_pHeaderMenu->clear();
+  if (m_pModel != nullptr && (m_nOptions & OptionColumnMenu) != 0) fillHeaderMenu(*m_pHeaderMenu, column);
   return m_pHeaderMenu;
 }
 
-void CBaseHighPerformanceTable::fillHeaderMenu() {
-  m_pHeaderMenu->clear();
-  if (m_pModel == nullptr || (m_nOptions & OptionColumnMenu) == 0) return;
+void CBaseHighPerformanceTable::fillHeaderMenu(QMenu& menu, int /*column*/) {
   for (int column = 0; column < m_pModel->columnCount(); ++column) {
-    QAction* action = m_pHeaderMenu->addAction(columnHeader(column).trimmed());
+    QAction* action = menu.addAction(columnHeader(column).trimmed());
     action->setCheckable(true);
     action->setChecked(isColumnVisible(column));
     // The tree column stays: without it nothing could be unfolded.
     action->setEnabled(m_pModel->columnKind(column) != ColumnTree);
     connect(action, &QAction::toggled, this, [this, column](bool on) { setColumnVisible(column, on); });
   }
-  m_pHeaderMenu->addSeparator();
-  m_pHeaderMenu->addAction(QStringLiteral("恢复默认列"), this, [this] {
+  menu.addSeparator();
+  menu.addAction(QStringLiteral("恢复默认列"), this, [this] {
     for (int column = 0; column < m_pHeader->count(); ++column) {
       m_pHeader->moveSection(m_pHeader->visualIndex(column), column);
     }

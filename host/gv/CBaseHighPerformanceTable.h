@@ -98,7 +98,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
 
   /// Shown on a right click when the owner put actions into it.
   QMenu* contextMenu() const { return m_pContextMenu; }
-  QMenu* headerMenu();
+  /// The menu of the header, filled for a click on a column (-1 beside all).
+  QMenu* headerMenu(int column);
 
   /// The table's own events (see EEvent) and whatever reaches it from widgets inside; derived tables act on them.
   bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
@@ -128,6 +129,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   virtual bool pressBranch(int row, const QRect& cell, const QPoint& point);
   /// Whether a row stands out as a heading of those below it.
   virtual bool isHeading(int row) const;
+  virtual void fillHeaderMenu(QMenu& menu, int column);
   void moveCurrent(int row, Qt::KeyboardModifiers modifiers);
   /// Paints the table soon, at most once however often it is asked.
   void scheduleUpdate();
@@ -159,7 +161,6 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void updateGeometries();
   void updateScrollBars();
   void applyColumnSettings();
-  void fillHeaderMenu();
   bool hasStatistics() const;
 
   CGlyphFont& glyphFont(const QString& key) const;

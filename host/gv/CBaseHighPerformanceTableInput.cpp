@@ -1,4 +1,5 @@
 // Mouse, keyboard and selection of the table.
+#include <QAccessible>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -79,6 +80,9 @@ void CBaseHighPerformanceTable::moveCurrent(int row, Qt::KeyboardModifiers modif
   if (m_strCurrentKey != key) {
     m_strCurrentKey = key;
     Q_EMIT sigCurrentChanged(key);
+    QAccessibleEvent focus(this, QAccessible::Focus);
+    focus.setChild(row * m_pModel->columnCount());
+    if (QAccessible::isActive()) QAccessible::updateAccessibility(&focus);
   }
   scrollToRow(row);
   scheduleUpdate();

@@ -1,6 +1,8 @@
 #include "gv/CHpfTreeTable.h"
 
+#include <QInputDialog>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QtDebug>
 
@@ -104,6 +106,66 @@ bool CHpfTreeTable::isExpanded(const QString& key) const {
 bool CHpfTreeTable::isItemHidden(const QString& key) const {
   const int node = m_pTreeModel->find(key);
   return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Hidden);
+}
+
+// Filters
+
+void CHpfTreeTable::setColumnFilterable(int column, bool on) {
+  if (on) {
+    m_filterable.insert(column);
+  } else {
+    m_filterable.remove(column);
+  }
+}
+
+void CHpfTreeTable::setColumnFilter(int column, const QString& text) {
+  if (text.isEmpty()) {
+    m_filters.remove(column);
+  } else {
+    m_filters.insert(column, text);
+  }
+  applyFilters();
+}
+
+void CHpfTreeTable::clearColumnFilters() {
+  m_filters.clear();
+  applyFilters();
+}
+
+void CHpfTreeTable::applyFilters() {
+  if (m_filters.isEmpty()) {
+    m_pTreeModel->setFilter({});
+    return;
+  }
+  m_pTreeModel->setFilter([this](const CHpfTreeTableData& row) {
+    for (auto filter = m_filters.begin(); filter != m_filters.end(); ++filter) {
+      if (!itemText(row, filter.key()).contains(filter.value(), Qt::CaseInsensitive)) return false;
+    }
+    return true;
+  });
+}
+
+void CHpfTreeTable::askFilter(int column) {
+  auto* dialog = new QInputDialog(this);
+  dialog->setAttribute(Qt::WA_DeleteOnClose);
+  dialog->setWindowTitle(QStringLiteral("筛选"));
+  dialog->setLabelText(QStringLiteral("“%1”包含：").arg(columnHeader(column).trimmed()));
+  dialog->setOkButtonText(QStringLiteral("确定"));
+  dialog->setCancelButtonText(QStringLiteral("取消"));
+  dialog->setTextValue(columnFilter(column));
+  connect(dialog, &QInputDialog::textValueSelected, this,
+          [this, column](const QString& text) { setColumnFilter(column, text.trimmed()); });
+  dialog->open();
+}
+
+void CHpfTreeTable::fillHeaderMenu(QMenu& menu, int column) {
+  if (isColumnFilterable(column)) {
+    menu.addAction(QStringLiteral("筛选“%1”…").arg(columnHeader(column).trimmed()), this,
+                   [this, column] { askFilter(column); });
+  }
+  if (!m_filters.isEmpty()) menu.addAction(QStringLiteral("清除筛选"), this, [this] { clearColumnFilters(); });
+  if (!menu.isEmpty()) menu.addSeparator();
+  CBaseHighPerformanceTable::fillHeaderMenu(menu, column);
 }
 
 // Paths

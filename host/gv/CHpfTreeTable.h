@@ -48,6 +48,14 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void hideItem(const CHpfTreeTableData& row, bool hide);
   void expandItem(const CHpfTreeTableData& row, bool expand);
 
+  /// Whether the header's menu offers to filter by a column.
+  void setColumnFilterable(int column, bool on);
+  bool isColumnFilterable(int column) const { return m_filterable.contains(column); }
+  /// Shows only rows in whose columns these texts occur, with those above and below them; empty ends a column's filter.
+  void setColumnFilter(int column, const QString& text);
+  QString columnFilter(int column) const { return m_filters.value(column); }
+  void clearColumnFilters();
+
   CHpfTreeTableDataPtr dataByKey(const QString& key) const { return m_pTreeModel->dataByKey(key); }
   /// Every row in the order of the table, hidden and folded ones included.
   void forEachRow(const CHpfTreeTableModel::RowVisitor& visit) const { m_pTreeModel->forEachRow(visit); }
@@ -59,8 +67,11 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   bool pressBranch(int row, const QRect& cell, const QPoint& point) override;
   bool isHeading(int row) const override;
   void keyPressEvent(QKeyEvent* event) override;
+  void fillHeaderMenu(QMenu& menu, int column) override;
 
  private:
+  void applyFilters();
+  void askFilter(int column);
   QRect branchRect(int row, const QRect& cell) const;
   int currentNode() const;
   void showBelow(int node);
@@ -68,6 +79,8 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   int findByPath(int parent, const QStringRef& path) const;
 
   CHpfTreeTableModel* m_pTreeModel = nullptr;
+  QSet<int> m_filterable;
+  QMap<int, QString> m_filters;
 };
 
 }  // namespace GV

@@ -90,6 +90,7 @@ void CHpfTreeTableModel::beginBatch() {
 }
 
 void CHpfTreeTableModel::endBatch() {
+  if (m_nBatch == 1) filterChanges();
   if (--m_nBatch > 0) return;
   if (m_bResetting) {
     restoreOrder();
@@ -139,7 +140,7 @@ void CHpfTreeTableModel::collect(int node, std::vector<int>& out) const {
 void CHpfTreeTableModel::collectChildren(int node, std::vector<int>& out) const {
   m_rows.ensureSorted(node);
   for (const int child : m_rows.at(node).children) {
-    if (!m_rows.has(child, CTreeRows::Hidden)) collect(child, out);
+    if (!m_rows.isOut(child)) collect(child, out);
   }
 }
 
@@ -156,8 +157,8 @@ int CHpfTreeTableModel::endOf(int position) const {
 int CHpfTreeTableModel::lastShown(int node) const {
   while (m_rows.has(node, CTreeRows::Expanded)) {
     const std::vector<int>& children = m_rows.at(node).children;
-    const auto shown = std::find_if(children.rbegin(), children.rend(),
-                                    [this](int child) { return !m_rows.has(child, CTreeRows::Hidden); });
+    const auto shown =
+        std::find_if(children.rbegin(), children.rend(), [this](int child) { return !m_rows.isOut(child); });
     if (shown == children.rend()) return node;
     node = *shown;
   }
@@ -169,8 +170,8 @@ int CHpfTreeTableModel::positionBefore(int node) const {
   const int parent = m_rows.at(node).parent;
   const std::vector<int>& siblings = m_rows.at(parent).children;
   auto place = std::find(siblings.rbegin(), siblings.rend(), node);
-  const auto before = std::find_if(std::next(place), siblings.rend(),
-                                   [this](int sibling) { return !m_rows.has(sibling, CTreeRows::Hidden); });
+  const auto before =
+      std::find_if(std::next(place), siblings.rend(), [this](int sibling) { return !m_rows.isOut(sibling); });
   if (before != siblings.rend()) return positionOfNode(lastShown(*before));
   return parent == CTreeRows::kTop ? -1 : positionOfNode(parent);
 }
@@ -247,6 +248,7 @@ bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QStri
     m_bFlatStale = true;
   }
   if (first && parent != CTreeRows::kTop) rowChanged(parent);  // it has a branch arrow now
+  if (m_filter) rowChanged(node);
   return true;
 }
 
@@ -271,7 +273,7 @@ bool CHpfTreeTableModel::removeDataByKey(const QString& key) {
     }
   }
   m_rows.erase(node);
-  if (parent != CTreeRows::kTop && m_rows.at(parent).children.empty()) rowChanged(parent);
+  if (parent != CTreeRows::kTop && (m_filter || m_rows.at(parent).children.empty())) rowChanged(parent);
   return true;
 }
 
@@ -318,23 +320,24 @@ void CHpfTreeTableModel::setExpanded(int node, bool on) {
   rowChanged(node);
 }
 
-void CHpfTreeTableModel::setHidden(int node, bool on) {
-  if (m_rows.has(node, CTreeRows::Hidden) == on) return;
-  // A row that is folded away only notes the flag.
-  if (!showsChildren(m_rows.at(node).parent)) {
-    m_rows.set(node, CTreeRows::Hidden, on);
+void CHpfTreeTableModel::setOut(int node, CTreeRows::EFlag flag, bool on) {
+  if (m_rows.has(node, flag) == on) return;
+  // A row that is folded away, or out of sight for the other reason too, only notes the flag.
+  const unsigned char other = flag == CTreeRows::Hidden ? CTreeRows::Filtered : CTreeRows::Hidden;
+  if ((m_rows.at(node).flags & other) != 0 || !showsChildren(m_rows.at(node).parent)) {
+    m_rows.set(node, flag, on);
     return;
   }
   if (!goesIncremental()) {
-    m_rows.set(node, CTreeRows::Hidden, on);
+    m_rows.set(node, flag, on);
     m_bFlatStale = true;
   } else if (on) {
     const int position = positionOfNode(node);
     const int end = endOf(position);
-    m_rows.set(node, CTreeRows::Hidden, true);
+    m_rows.set(node, flag, true);
     hideRows(position, end);
   } else {
-    m_rows.set(node, CTreeRows::Hidden, false);
+    m_rows.set(node, flag, false);
     std::vector<int> nodes;
     collect(node, nodes);
     showRows(positionBefore(node) + 1, nodes);
@@ -362,99 +365,13 @@ void CHpfTreeTableModel::sort(int column, Qt::SortOrder order) {
   relayout(CTreeRows::kTop);
 }
 
-// Changes of figures
-
-void CHpfTreeTableModel::noteChange(int node, bool subtree) {
-  m_changes.push_back({node, subtree});
-  if (m_nBatch == 0) applyChanges();
-}
-
-void CHpfTreeTableModel::applyChanges() {
-  if (m_changes.empty() || m_bResetting) return;
-  restoreOrder();
-  for (const SRange& range : changedRanges()) {
-    Q_EMIT dataChanged(index(range.first, 0), index(range.last, columnCount() - 1));
-  }
-  m_changes.clear();
-}
-
-/// Rows whose sort value moved find their new place at the end of the batch.
-void CHpfTreeTableModel::restoreOrder() {
-  // A row that was removed after it changed left an empty node.
-  const auto gone = [this](const SChange& change) {
-    return change.node != CTreeRows::kTop && m_rows.at(change.node).row == nullptr;
-  };
-  m_changes.erase(std::remove_if(m_changes.begin(), m_changes.end(), gone), m_changes.end());
-  std::vector<int> parents;
-  for (const SChange& change : m_changes) {
-    if (refreshOrder(change)) parents.push_back(CTreeRows::kTop);
-    if (m_nSortColumn >= 0) gatherUnsorted(change.node, change.subtree, parents);
-  }
-  std::sort(parents.begin(), parents.end());
-  parents.erase(std::unique(parents.begin(), parents.end()), parents.end());
-  for (const int parent : parents) m_rows.touchOrder(parent);
-  if (m_bResetting) {
-    m_bFlatStale = m_bFlatStale || !parents.empty();
-    return;
-  }
-  int moved = CTreeRows::kNone;
-  int count = 0;
-  for (const int parent : parents) {
-    // Parents that are folded are ordered when they are opened.
-    if (parent != CTreeRows::kTop && m_rows.at(parent).position < 0) continue;
-    if (!m_rows.has(parent, CTreeRows::Expanded) || !m_rows.ensureSorted(parent)) continue;
-    moved = parent;
-    ++count;
-  }
-  if (count > 0) relayout(count == 1 ? moved : CTreeRows::kTop);
-}
-
-bool CHpfTreeTableModel::refreshOrder(const SChange& change) {
-  if (change.node != CTreeRows::kTop) return m_rows.refreshOrder(change.node);
-  bool moved = false;
-  for (const int root : m_rows.at(CTreeRows::kTop).children) moved = m_rows.refreshOrder(root) || moved;
-  return moved;
-}
-
-void CHpfTreeTableModel::gatherUnsorted(int node, bool subtree, std::vector<int>& parents) const {
-  if (node != CTreeRows::kTop) parents.push_back(m_rows.at(node).parent);
-  if (!subtree || m_rows.at(node).children.empty()) return;
-  parents.push_back(node);
-  for (const int child : m_rows.at(node).children) {
-    if (!m_rows.at(child).children.empty()) gatherUnsorted(child, true, parents);
-  }
-}
-
-std::vector<CHpfTreeTableModel::SRange> CHpfTreeTableModel::changedRanges() const {
-  std::vector<SRange> ranges;
-  for (const SChange& change : m_changes) {
-    if (change.node == CTreeRows::kTop) {
-      const int rows = rowCount();
-      return rows > 0 ? std::vector<SRange>{{0, rows - 1}} : std::vector<SRange>{};
-    }
-    const int first = positionOfNode(change.node);
-    if (first >= 0) ranges.push_back({first, change.subtree ? positionOfNode(lastShown(change.node)) : first});
-  }
-  const auto before = [](const SRange& a, const SRange& b) { return a.first < b.first; };
-  std::sort(ranges.begin(), ranges.end(), before);
-  std::vector<SRange> merged;
-  for (const SRange& range : ranges) {
-    if (!merged.empty() && range.first <= merged.back().last + 1) {
-      merged.back().last = std::max(merged.back().last, range.last);
-    } else {
-      merged.push_back(range);
-    }
-  }
-  return merged;
-}
-
 // Walks
 
 void CHpfTreeTableModel::visitBelow(int node, bool hidden, const RowVisitor& visit) const {
   m_rows.ensureSorted(node);
   for (const int child : m_rows.at(node).children) {
     const CTreeRows::SNode& entry = m_rows.at(child);
-    const bool gone = hidden || m_rows.has(child, CTreeRows::Hidden);
+    const bool gone = hidden || m_rows.isOut(child);
     visit(*entry.row, entry.depth - 1, gone, m_rows.has(child, CTreeRows::Expanded));
     visitBelow(child, gone, visit);
   }

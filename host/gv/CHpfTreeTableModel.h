@@ -18,6 +18,8 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   /// Called for each row with its depth (0 for a root), whether it or one above it is hidden, whether it is expanded.
   typedef std::function<void(const CHpfTreeTableData&, int depth, bool hidden, bool expanded)> RowVisitor;
 
+  typedef std::function<bool(const CHpfTreeTableData&)> RowFilter;
+
   explicit CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -59,11 +61,16 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   int positionOfNode(int node) const;
 
   void setExpanded(int node, bool on);
-  void setHidden(int node, bool on);
+  void setHidden(int node, bool on) { setOut(node, CTreeRows::Hidden, on); }
   void setAllExpanded(bool on);
   /// The figures of a node changed, resp. those of everything at and below it (CTreeRows::kTop: of all rows).
   void rowChanged(int node) { noteChange(node, false); }
   void rowsChanged(int node) { noteChange(node, true); }
+
+  /// Takes rows out of sight for which accepts is false, unless a row above or below them is accepted. An empty one
+  /// ends it. Rows that change are looked at again. Leaves what setHidden did alone.
+  void setFilter(RowFilter accepts);
+  bool isFiltered() const { return static_cast<bool>(m_filter); }
 
   int sortColumn() const { return m_nSortColumn; }
   Qt::SortOrder sortOrder() const { return m_eSortOrder; }
@@ -83,6 +90,9 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
 
   bool goesIncremental();
   bool showsChildren(int node) const;
+  void setOut(int node, CTreeRows::EFlag flag, bool on);
+  bool filterTree(int node, bool accepted);
+  void filterChanges();
   void ensureFlat() const;
   void collect(int node, std::vector<int>& out) const;
   void collectChildren(int node, std::vector<int>& out) const;
@@ -108,6 +118,7 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   mutable int m_nDisplacement = 0;            ///< by which a position may be off, at most
   mutable bool m_bFlatStale = false;
   std::vector<SChange> m_changes;
+  RowFilter m_filter;
   int m_nBatch = 0;
   int m_nBatchOperations = 0;
   int m_nBatchRows = 0;  ///< that came and went in this batch

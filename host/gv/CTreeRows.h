@@ -17,7 +17,8 @@ class CTreeRows {
   static constexpr int kTop = 0;
   static constexpr int kNoPosition = -1;
 
-  enum EFlag : unsigned char { Expanded = 1, Hidden = 2, Counted = 4 };
+  /// Hidden by the owner, resp. by the user's filter: either takes a row and all below it out of sight.
+  enum EFlag : unsigned char { Expanded = 1, Hidden = 2, Counted = 4, Filtered = 8 };
 
   struct SNode {
     CHpfTreeTableDataPtr row;
@@ -61,7 +62,8 @@ class CTreeRows {
   bool has(int node, EFlag flag) const { return (at(node).flags & flag) != 0; }
   /// False when the flag stood so already.
   bool set(int node, EFlag flag, bool on);
-  /// Neither the node nor one above it is hidden.
+  bool isOut(int node) const { return (at(node).flags & (Hidden | Filtered)) != 0; }
+  /// Neither the node nor one above it is hidden or filtered out.
   bool isUnhidden(int node) const;
   /// Unhidden, and all above it expanded.
   bool isShown(int node) const;

@@ -36,13 +36,22 @@ class NaiveTree {
     QStringList lines;
     if (!node.expanded) return lines;
     for (const NaiveNode* child : sorted(node)) {
-      if (child->hidden) continue;
+      if (child->hidden || (m_bFilter && !acceptedAbove(*child) && !acceptedBelow(*child))) continue;
       lines.append(child->row->m_strKey + QLatin1Char('=') + child->row->text(2));
       lines.append(print(*child));
     }
     return lines;
   }
   QStringList print() const { return print(m_top); }
+
+  static bool accepts(const GV::CHpfTreeTableData& row) { return row.number(2) >= 3.0; }
+  bool acceptedAbove(const NaiveNode& node) const {
+    return node.row && (accepts(*node.row) || acceptedAbove(*node.parent));
+  }
+  bool acceptedBelow(const NaiveNode& node) const {
+    return std::any_of(node.children.begin(), node.children.end(),
+                       [this](const auto& child) { return accepts(*child->row) || acceptedBelow(*child); });
+  }
 
   /// In the order of the rows' making, so that a random pick depends on nothing else.
   std::vector<NaiveNode*> all() {
@@ -56,6 +65,7 @@ class NaiveTree {
   NaiveNode m_top;
   int m_nSortColumn = -1;
   bool m_bDescending = false;
+  bool m_bFilter = false;
 
  private:
   int compare(const TestRow& a, const TestRow& b) const {
@@ -114,9 +124,10 @@ class RandomTree {
 
   void step() {
     typedef void (RandomTree::*Action)();
-    static const Action actions[] = {&RandomTree::insert, &RandomTree::insert, &RandomTree::insert, &RandomTree::remove,
-                                     &RandomTree::hide,   &RandomTree::expand, &RandomTree::expand, &RandomTree::change,
-                                     &RandomTree::change, &RandomTree::sort,   &RandomTree::reorder};
+    static const Action actions[] = {&RandomTree::insert, &RandomTree::insert,  &RandomTree::insert,
+                                     &RandomTree::remove, &RandomTree::hide,    &RandomTree::expand,
+                                     &RandomTree::expand, &RandomTree::change,  &RandomTree::change,
+                                     &RandomTree::sort,   &RandomTree::reorder, &RandomTree::filter};
     (this->*actions[pick(std::size(actions))])();
   }
 
@@ -202,6 +213,11 @@ class RandomTree {
       keys.append(parent.children[i]->row->m_strKey);
     }
     ASSERT_TRUE(m_model.reorderChildren(keyOf(parent), keys));
+  }
+
+  void filter() {
+    m_tree.m_bFilter = pick(2) == 0;
+    m_model.setFilter(m_tree.m_bFilter ? &NaiveTree::accepts : GV::CHpfTreeTableModel::RowFilter());
   }
 
   std::mt19937 m_random;

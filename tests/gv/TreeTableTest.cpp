@@ -173,7 +173,7 @@ TEST_F(TreeTable, HeaderSortsThreeWaysAndItsMenuHidesColumns) {
   m_table.header()->sectionClicked(2);
   EXPECT_EQ(m_table.dataModel()->sortColumn(), -1);
 
-  const QList<QAction*> actions = m_table.headerMenu()->actions();
+  const QList<QAction*> actions = m_table.headerMenu(1)->actions();
   EXPECT_FALSE(actions[0]->isEnabled()) << "the tree column stays";
   actions[1]->trigger();
   EXPECT_FALSE(m_table.isColumnVisible(1));
@@ -181,6 +181,25 @@ TEST_F(TreeTable, HeaderSortsThreeWaysAndItsMenuHidesColumns) {
   actions.last()->trigger();
   EXPECT_TRUE(m_table.isColumnVisible(1));
   EXPECT_EQ(m_table.header()->logicalIndex(0), 0);
+}
+
+TEST_F(TreeTable, FiltersByTheTextsOfColumns) {
+  m_table.setColumnFilter(0, k("R7.C"));
+  EXPECT_EQ(m_table.rowCount(), 1) << "the row above those that match";
+  m_table.expandAll(true);
+  EXPECT_EQ(m_table.rowCount(), 1 + kChildren);
+  m_table.setColumnFilter(2, k("2.00"));
+  EXPECT_EQ(m_table.itemText(1, 0), k("name r7.c2"));
+  row("r7.c0").m_dValue = 2.0;
+  EXPECT_TRUE(m_table.updateData(m_table.dataByKey(k("r7.c0")), k("r7")));
+  EXPECT_EQ(m_table.rowCount(), 3) << "a row that changed is looked at again";
+  m_table.hideItem(k("r7.c0"), true);
+  m_table.clearColumnFilters();
+  EXPECT_EQ(m_table.rowCount(), kRoots * (1 + kChildren) - 1) << "hiding stays";
+
+  m_table.setColumnFilterable(1, true);
+  EXPECT_TRUE(m_table.headerMenu(1)->actions().first()->text().contains(k("Text")));
+  EXPECT_FALSE(m_table.headerMenu(2)->actions().first()->text().contains(k("Figure")));
 }
 
 TEST_F(TreeTable, AdjustsColumnsToWhatShows) {
