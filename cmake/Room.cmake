@@ -8,8 +8,9 @@ macro(skip_missing list)
   endforeach()
 endmacro()
 
-# add_room(name [SHARED] DEPENDS target... SOURCES file...)
-# A room is a library whose include folder is its own folder, so that a room can include only what it links.
+# add_room(name [SHARED] [NO_PCH] DEPENDS target... SOURCES file...)
+# A room is a library whose include folder is its own folder, so that a room can include only what it links. NO_PCH: without
+# the precompiled headers, for a room that does not link Qt and must not see it.
 function(add_room name)
   cmake_parse_arguments(ROOM "SHARED;NO_PCH" "" "DEPENDS;SOURCES" ${ARGN})
   skip_missing(ROOM_SOURCES)
@@ -21,11 +22,11 @@ function(add_room name)
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${ROOM_DEPENDS})
   if(NOT ROOM_NO_PCH)
-    target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
+    target_precompile_headers(${name} REUSE_FROM pch)
   endif()
 endfunction()
 
-# add_room_test(name [NO_GUI] [LABELS label...] DEPENDS target... SOURCES file...)
+# add_room_test(name [NO_GUI] [NO_PCH] [LABELS label...] DEPENDS target... SOURCES file...)
 # One GoogleTest executable for a room; each of its cases becomes a test of ctest. Its main is tests/support/TestMain.cpp:
 # a QApplication on the offscreen platform, or with NO_GUI a QCoreApplication. The label `sanitize` (threaded and parsing
 # tests) makes it one that the sanitizer presets build and run.
@@ -33,7 +34,7 @@ include(GoogleTest)
 add_custom_target(sanitize_tests)
 
 function(add_room_test name)
-  cmake_parse_arguments(TEST "NO_GUI" "" "DEPENDS;SOURCES;LABELS" ${ARGN})
+  cmake_parse_arguments(TEST "NO_GUI;NO_PCH" "" "DEPENDS;SOURCES;LABELS" ${ARGN})
   skip_missing(TEST_SOURCES)
   add_executable(${name} ${TEST_SOURCES})
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
@@ -44,7 +45,9 @@ function(add_room_test name)
   endif()
   target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} ${main} sanitize_support GTest::gtest)
   target_compile_definitions(${name} PRIVATE PBT_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
-  target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
+  if(NOT TEST_NO_PCH)
+    target_precompile_headers(${name} REUSE_FROM pch)
+  endif()
   if("sanitize" IN_LIST TEST_LABELS)
     add_dependencies(sanitize_tests ${name})
   endif()

@@ -1,0 +1,1 @@
+// Holds the precompiled headers; CMake wants a source to compile them for.
