@@ -1,0 +1,82 @@
+#include "CEngineThread.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace app {
+namespace {
+
+/// How often the thread looks at the clock, in real time.
+constexpr std::chrono::milliseconds BEAT(20);
+/// The simulation is advanced in pieces of at most this much, so that the thread can always be stopped soon.
+constexpr std::int64_t PIECE_MSEC = 10000;
+
+}  // namespace
+
+CEngineThread::CEngineThread(engine::CSimulation& simulation, desk::CDesk& desk, std::int64_t dayStart, SPace pace,
+                             std::function<void()> atEnd)
+    : m_simulation(simulation),
+      m_desk(desk),
+      m_nDayStart(dayStart),
+      m_pace(pace),
+      m_atEnd(std::move(atEnd)),
+      m_nBegin(simulation.now()),
+      m_nNow(simulation.now()) {}
+
+void CEngineThread::start() {
+  m_begin = std::chrono::steady_clock::now();
+  m_thread = std::thread([this] { run(); });
+}
+
+void CEngineThread::stop() {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bStopping = true;
+  }
+  m_changed.notify_all();
+  if (m_thread.joinable()) m_thread.join();
+}
+
+void CEngineThread::post(std::function<void(engine::CEngine&)> operation) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_operations.push_back(std::move(operation));
+}
+
+std::int64_t CEngineThread::targetTime() const {
+  const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - m_begin;
+  const std::int64_t target = m_nBegin + static_cast<std::int64_t>(elapsed.count() * m_pace.m_dSpeed);
+  return m_pace.m_nEnd < 0 ? target : std::min(target, m_pace.m_nEnd);
+}
+
+void CEngineThread::run() {
+  bool behind = false;
+  for (;;) {
+    std::vector<std::function<void(engine::CEngine&)>> operations;
+    {
+      std::unique_lock<std::mutex> lock(m_mutex);
+      if (!behind) m_changed.wait_for(lock, BEAT, [this] { return m_bStopping; });
+      if (m_bStopping) return;
+      operations.swap(m_operations);
+    }
+    for (const auto& operation : operations) operation(m_simulation.engine());
+    const std::int64_t target = targetTime();
+    if (runStep(std::min(target, m_nNow + PIECE_MSEC))) {
+      m_atEnd();
+      return;
+    }
+    behind = m_nNow < target;
+  }
+}
+
+/// True when the clock has reached its end.
+bool CEngineThread::runStep(std::int64_t target) {
+  m_simulation.advanceTo(target);
+  const std::int64_t before = m_nNow;
+  m_nNow = target;
+  m_nPublished = m_simulation.engine().publishedCount();
+  if (before / 1000 != target / 1000) m_desk.setNow(m_nDayStart + target / 1000);
+  return m_pace.m_nEnd >= 0 && target >= m_pace.m_nEnd;
+}
+
+}  // namespace app

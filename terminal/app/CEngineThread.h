@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "CSimulation.h"
+
+namespace app {
+
+/// Runs a simulation on a host thread of its own, paced by real time. The simulation and its desk belong to that thread
+/// from start() until stop() has returned or the end was reached.
+class CEngineThread {
+ public:
+  struct SPace {
+    double m_dSpeed = 1;       ///< simulated seconds in a real one
+    std::int64_t m_nEnd = -1;  ///< milliseconds since midnight at which the clock stops for good; -1: never
+  };
+
+  /// atEnd is called once, on the engine's thread, when the clock has reached its end. The simulation must outlive
+  /// this object.
+  CEngineThread(engine::CSimulation& simulation, desk::CDesk& desk, std::int64_t dayStart, SPace pace,
+                std::function<void()> atEnd);
+  CEngineThread(const CEngineThread&) = delete;
+  CEngineThread& operator=(const CEngineThread&) = delete;
+  ~CEngineThread() { stop(); }
+
+  /// Creator's thread, as stop.
+  void start();
+  /// Returns when the thread has ended, at the latest one step of the simulation later.
+  void stop();
+
+  /// Has an operation carried out on the engine's thread, before its next step. Any thread.
+  void post(std::function<void(engine::CEngine&)> operation);
+  /// The simulated time, milliseconds since midnight. Any thread.
+  std::int64_t now() const { return m_nNow; }
+  /// Task details published so far. Any thread.
+  std::uint64_t publishedCount() const { return m_nPublished; }
+
+ private:
+  void run();
+  bool runStep(std::int64_t target);
+  std::int64_t targetTime() const;
+
+  engine::CSimulation& m_simulation;
+  desk::CDesk& m_desk;
+  std::int64_t m_nDayStart;
+  SPace m_pace;
+  std::function<void()> m_atEnd;
+  std::int64_t m_nBegin;
+  std::chrono::steady_clock::time_point m_begin;
+  std::atomic<std::int64_t> m_nNow;
+  std::atomic<std::uint64_t> m_nPublished{0};
+
+  std::mutex m_mutex;  ///< guards the two below
+  std::condition_variable m_changed;
+  bool m_bStopping = false;
+  std::vector<std::function<void(engine::CEngine&)>> m_operations;
+  std::thread m_thread;
+};
+
+}  // namespace app

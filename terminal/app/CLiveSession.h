@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+#include <fstream>
+#include <memory>
+
+#include "CDeskLog.h"
+#include "CEngineThread.h"
+#include "CHostServices.h"
+#include "CMainWindow.h"
+#include "COutput.h"
+#include "CRecorder.h"
+#include "Inputs.h"
+#include "Options.h"
+#include "tc/PanelPlugin.h"
+
+namespace app {
+
+/// A session on the simulated exchange: fills the desk, starts the baskets, shows the panel, and ends with a last
+/// refresh, so that what is dumped then depends on the seed and the baskets alone. GUI thread.
+class CLiveSession : public QObject {
+  Q_OBJECT
+
+ public:
+  /// 00:00 of the simulated trading day, whatever the real date is.
+  static std::int64_t dayStart();
+
+  /// The files of the options can be written; out and record may be null.
+  CLiveSession(const SOptions& options, const SInputs& inputs, std::ostream* out, std::ostream* record,
+               CMainWindow& window, TC::CreatePanelFunction createPanel);
+  ~CLiveSession() override;
+
+  /// Starts the exchange's clock.
+  void start();
+
+ Q_SIGNALS:
+  /// The time that the options give is over and everything is written.
+  void sigEnded();
+
+ private:
+  void fillDesk(const SInputs& inputs);
+  void openPanel(TC::CreatePanelFunction createPanel);
+  void startBaskets(const SInputs& inputs);
+  engine::SOrderLine toOrderLine(const basket::SBasketLine& line);
+  void showClock();
+  void finish();
+  void settle();
+
+  const SOptions m_options;
+  CMainWindow& m_window;
+  desk::CDesk m_desk;
+  desk::CHostServices m_services;
+  std::unique_ptr<journal::CRecorder> m_pRecorder;
+  std::unique_ptr<journal::COutput> m_pOutput;
+  std::unique_ptr<CDeskLog> m_pLog;
+  std::unique_ptr<engine::CSimulation> m_pSimulation;
+  std::unique_ptr<CEngineThread> m_pThread;
+  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
+  TC::ITradeDockableWidget* m_pPanel = nullptr;
+  QTimer m_clockTimer;
+  std::uint64_t m_nShownDetails = 0;
+};
+
+}  // namespace app

@@ -1,0 +1,75 @@
+#include "CMainWindow.h"
+
+#include <QDockWidget>
+#include <QLabel>
+#include <QPixmap>
+#include <QStatusBar>
+#include <QTime>
+#include <iostream>
+
+#include "CLogDock.h"
+#include "tc/ITradeDockableWidget.h"
+
+namespace app {
+namespace {
+
+constexpr int WINDOW_WIDTH = 1440;
+constexpr int WINDOW_HEIGHT = 820;
+constexpr int LOG_HEIGHT = 150;
+
+}  // namespace
+
+CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
+  setWindowTitle(QStringLiteral("PanelBasketTasks"));
+  resize(WINDOW_WIDTH, WINDOW_HEIGHT);
+  setDockNestingEnabled(true);
+  addDockWidget(Qt::BottomDockWidgetArea, m_pLog);
+  statusBar()->setSizeGripEnabled(false);
+  m_pClock = addField("clock", 200);
+  m_pPhase = addField("phase", 110);
+  m_pRunning = addField("running", 90);
+  m_pFeed = addField("feed", 110);
+  statusBar()->addWidget(new QLabel(this), 1);
+  slotRunningTasks(EMTT_Stock, 0);
+}
+
+QLabel* CMainWindow::addField(const char* objectName, int minimumWidth) {
+  auto* label = new QLabel(this);
+  label->setObjectName(QString::fromLatin1(objectName));
+  label->setMinimumWidth(minimumWidth);
+  label->setContentsMargins(6, 0, 6, 0);
+  statusBar()->addWidget(label);
+  return label;
+}
+
+void CMainWindow::setPanel(TC::ITradeDockableWidget* panel) {
+  // A replay may close its panel and open another.
+  delete findChild<QDockWidget*>(QStringLiteral("panelDock"));
+  auto* dock = new QDockWidget(QStringLiteral("组合任务"), this);
+  dock->setObjectName(QStringLiteral("panelDock"));
+  dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+  dock->setWidget(panel);
+  addDockWidget(Qt::TopDockWidgetArea, dock);
+  resizeDocks({dock, m_pLog}, {WINDOW_HEIGHT - LOG_HEIGHT, LOG_HEIGHT}, Qt::Vertical);
+  connect(panel, SIGNAL(sigRunningTasks(EMavTraderType, int)), this, SLOT(slotRunningTasks(EMavTraderType, int)));
+}
+
+void CMainWindow::slotRunningTasks(EMavTraderType, int count) {
+  m_pRunning->setText(QStringLiteral("执行中 %1").arg(count));
+}
+
+void CMainWindow::showClock(const SClockState& state) {
+  const QString time =
+      QTime::fromMSecsSinceStartOfDay(static_cast<int>(state.m_nMsec)).toString(QStringLiteral("HH:mm:ss"));
+  m_pClock->setText(QStringLiteral("%1  %2  %3").arg(state.m_strDate, time, state.m_strSpeed).trimmed());
+  m_pPhase->setText(state.m_strPhase);
+  m_pFeed->setText(QStringLiteral("推送 %1 条/秒").arg(state.m_dDetailsPerSecond, 0, 'f', 1));
+}
+
+bool CMainWindow::saveScreenshot(const std::string& file) {
+  if (file.empty() || grab().save(QString::fromStdString(file), "PNG")) return true;
+  std::cerr << "cannot write " << file << std::endl;
+  return false;
+}
+
+}  // namespace app

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QMainWindow>
+#include <string>
+
+#include "ksservice/Enumerations.h"
+
+class QLabel;
+
+namespace TC {
+class ITradeDockableWidget;
+}
+
+namespace app {
+
+class CLogDock;
+
+/// What the status bar shows of a running session.
+struct SClockState {
+  qint64 m_nMsec = 0;  ///< since midnight of the simulated day
+  QString m_strDate;   ///< the simulated day
+  QString m_strPhase;  ///< session phase
+  QString m_strSpeed;  ///< how fast the clock runs, empty in a replay
+  double m_dDetailsPerSecond = 0;
+};
+
+/// The terminal's window: the panel as a dock, the log below it, the status bar. GUI thread only.
+class CMainWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  CMainWindow();
+
+  /// Shows the panel as a dock; the window owns it from now on.
+  void setPanel(TC::ITradeDockableWidget* panel);
+  CLogDock& log() { return *m_pLog; }
+  void showClock(const SClockState& state);
+  /// Writes a picture of the window, unless the name is empty; false, and a line on standard error, when it cannot be
+  /// written.
+  bool saveScreenshot(const std::string& file);
+
+ private Q_SLOTS:
+  void slotRunningTasks(EMavTraderType type, int count);
+
+ private:
+  QLabel* addField(const char* objectName, int minimumWidth);
+
+  CLogDock* m_pLog;
+  QLabel* m_pClock;
+  QLabel* m_pPhase;
+  QLabel* m_pRunning;
+  QLabel* m_pFeed;
+};
+
+}  // namespace app

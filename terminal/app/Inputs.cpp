@@ -1,0 +1,64 @@
+#include "Inputs.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <set>
+#include <utility>
+
+#include "utils/Keys.h"
+
+namespace app {
+namespace {
+
+/// A file of the project's own data: beside an installed program, else in the source tree.
+std::string dataFile(const char* name) {
+  const QDir installed(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/panel-basket-tasks"));
+  const QDir folder = installed.exists() ? installed : QDir(QStringLiteral(PBT_DATA_DIR));
+  return folder.filePath(QString::fromLatin1(name)).toStdString();
+}
+
+void addFaults(const std::vector<basket::SFault>& faults, SInputs& inputs) {
+  for (const basket::SFault& fault : faults) inputs.m_faults.push_back(fault.toString());
+}
+
+std::set<std::string> listedKeys(const std::vector<exchange::SInstrument>& instruments, std::int64_t dayStart) {
+  std::set<std::string> keys;
+  const auto futures = exchange::listedIndexFutures(exchange::dateOf(dayStart), instruments);
+  for (const auto* list : {&instruments, &futures}) {
+    for (const exchange::SInstrument& instrument : *list) {
+      keys.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
+    }
+  }
+  return keys;
+}
+
+void readBasket(const std::string& file, const basket::ListedTest& isListed, SInputs& inputs) {
+  basket::SBasketFile read = basket::readBasketFile(file, isListed);
+  addFaults(read.m_faults, inputs);
+  const QString name = QFileInfo(QString::fromStdString(file)).completeBaseName();
+  inputs.m_baskets.push_back({name.toStdString(), std::move(read.m_lines)});
+}
+
+}  // namespace
+
+SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
+  SInputs inputs;
+  const std::string& given = options.m_strInstruments;
+  basket::SInstrumentFile file = basket::readInstrumentFile(given.empty() ? dataFile("instruments.csv") : given);
+  addFaults(file.m_faults, inputs);
+  inputs.m_instruments = std::move(file.m_instruments);
+
+  // Without a list of instruments nothing is known of any, so the baskets are only read for their own faults.
+  basket::ListedTest isListed;
+  if (file.isGood()) {
+    isListed = [keys = listedKeys(inputs.m_instruments, dayStart)](std::string_view market, std::string_view code) {
+      return keys.count(utils::mavStockKey(std::string(market), std::string(code))) > 0;
+    };
+  }
+  for (const std::string& each : options.m_baskets) readBasket(each, isListed, inputs);
+  if (options.m_baskets.empty()) readBasket(dataFile("baskets/basket300.csv"), isListed, inputs);
+  return inputs;
+}
+
+}  // namespace app

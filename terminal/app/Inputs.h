@@ -1,0 +1,26 @@
+/// The instruments and baskets of a live session, read before anything is traded.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "BasketFiles.h"
+#include "Options.h"
+
+namespace app {
+
+struct SNamedBasket {
+  std::string m_strName;  ///< the file's name without folder and ending
+  std::vector<basket::SBasketLine> m_lines;
+};
+
+struct SInputs {
+  std::vector<exchange::SInstrument> m_instruments;  ///< as in the file; without the futures that are always listed
+  std::vector<SNamedBasket> m_baskets;
+  std::vector<std::string> m_faults;  ///< "FILE:LINE: fault"; when there are any, nothing may be traded
+};
+
+/// Reads what the options name, or the project's own samples. dayStart decides which index futures are listed.
+SInputs readInputs(const SOptions& options, std::int64_t dayStart);
+
+}  // namespace app

@@ -1,0 +1,180 @@
+#include "Options.h"
+
+#include <QCommandLineParser>
+#include <QTime>
+#include <cmath>
+
+namespace app {
+namespace {
+
+enum EMode : int { LiveMode = 1, ReplayMode = 2, AnyMode = 3 };
+
+/// Takes an option's value over; a text says what is wrong with it.
+typedef QString (*Setter)(SOptions& options, const QString& value);
+
+struct SOptionRow {
+  const char* m_pName;
+  const char* m_pValue;  ///< name of the value, null for a flag
+  const char* m_pHelp;
+  EMode m_eModes;
+  bool m_bRepeats;
+  Setter m_pSet;
+};
+
+constexpr double MAX_SECONDS = 7 * 24 * 3600;
+constexpr double MAX_SPEED = 100000;
+constexpr int MAX_ACCOUNTS = 100;
+
+QString setPositive(std::optional<double>& target, const QString& value, double limit) {
+  bool ok = false;
+  const double number = value.toDouble(&ok);
+  if (!ok || !std::isfinite(number) || number <= 0 || number > limit) {
+    return QStringLiteral("needs a number above 0 and up to %1, not '%2'").arg(limit, 0, 'f', 0).arg(value);
+  }
+  target = number;
+  return {};
+}
+
+QString setFile(std::string& target, const QString& value) {
+  if (value.isEmpty()) return QStringLiteral("needs a file name");
+  target = value.toStdString();
+  return {};
+}
+
+QString setSeconds(SOptions& options, const QString& value) {
+  return setPositive(options.m_dSeconds, value, MAX_SECONDS);
+}
+QString setSpeed(SOptions& options, const QString& value) { return setPositive(options.m_dSpeed, value, MAX_SPEED); }
+QString setInstruments(SOptions& options, const QString& value) { return setFile(options.m_strInstruments, value); }
+QString setRecord(SOptions& options, const QString& value) { return setFile(options.m_strRecord, value); }
+QString setOut(SOptions& options, const QString& value) { return setFile(options.m_strOut, value); }
+QString setScreenshot(SOptions& options, const QString& value) { return setFile(options.m_strScreenshot, value); }
+
+QString addBasket(SOptions& options, const QString& value) { return setFile(options.m_baskets.emplace_back(), value); }
+
+QString setHeadless(SOptions& options, const QString&) {
+  options.m_bHeadless = true;
+  return {};
+}
+
+QString setHelp(SOptions& options, const QString&) {
+  options.m_bHelp = true;
+  return {};
+}
+
+QString setSeed(SOptions& options, const QString& value) {
+  bool ok = false;
+  options.m_nSeed = value.toULongLong(&ok);
+  return ok ? QString() : QStringLiteral("needs a whole number from 0, not '%1'").arg(value);
+}
+
+QString setAccounts(SOptions& options, const QString& value) {
+  bool ok = false;
+  options.m_nAccounts = value.toInt(&ok);
+  if (ok && options.m_nAccounts >= 1 && options.m_nAccounts <= MAX_ACCOUNTS) return {};
+  return QStringLiteral("needs a whole number from 1 to %1, not '%2'").arg(MAX_ACCOUNTS).arg(value);
+}
+
+QString setTheme(SOptions& options, const QString& value) {
+  options.m_strTheme = value;
+  const bool known = value == QLatin1String("dark") || value == QLatin1String("light");
+  return known ? QString() : QStringLiteral("is dark or light, not '%1'").arg(value);
+}
+
+QString setStart(SOptions& options, const QString& value) {
+  const QTime time = QTime::fromString(value, QStringLiteral("HH:mm"));
+  if (!time.isValid()) return QStringLiteral("needs a time of day as HH:MM, not '%1'").arg(value);
+  options.m_nStartMinute = time.hour() * 60 + time.minute();
+  return {};
+}
+
+QString setPace(SOptions& options, const QString& value) {
+  options.m_bRecordedPace = true;
+  return value == QLatin1String("recorded") ? QString() : QStringLiteral("is recorded, not '%1'").arg(value);
+}
+
+const SOptionRow OPTIONS[] = {
+    {"headless", nullptr, "no window; needs no X server", AnyMode, false, setHeadless},
+    {"seconds", "N", "end after N seconds (N times X seconds of the exchange's clock)", LiveMode, false, setSeconds},
+    {"seed", "N", "seed of the simulated exchange (1)", LiveMode, false, setSeed},
+    {"speed", "X", "run the exchange's clock X times faster than real time", LiveMode, false, setSpeed},
+    {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},
+    {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
+    {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
+    {"start", "HH:MM", "time of the simulated day at which the run starts (09:25)", LiveMode, false, setStart},
+    {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
+    {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},
+    {"out", "FILE", "write what happened, ending with a dump of the table named end", AnyMode, false, setOut},
+    {"screenshot", "FILE", "write a picture of the window at the end", AnyMode, false, setScreenshot},
+    {"pace", "recorded", "play a journal as fast as it was recorded", ReplayMode, false, setPace},
+    {"help", nullptr, "show this text", AnyMode, false, setHelp},
+};
+
+const QString REPLAY_WORD = QStringLiteral("replay");
+
+void addRows(QCommandLineParser& parser) {
+  for (const SOptionRow& row : OPTIONS) {
+    const QString name = QString::fromLatin1(row.m_pName);
+    parser.addOption(row.m_pValue ? QCommandLineOption(name, QString(), QString::fromLatin1(row.m_pValue))
+                                  : QCommandLineOption(name));
+  }
+}
+
+/// The words that are no options: none, or "replay FILE".
+QString takeWords(const QStringList& words, SOptions& options) {
+  if (words.isEmpty()) return {};
+  if (words.first() != REPLAY_WORD) return QStringLiteral("unknown argument '%1'").arg(words.first());
+  if (words.size() < 2) return QStringLiteral("replay needs a journal file");
+  if (words.size() > 2) return QStringLiteral("unknown argument '%1'").arg(words.at(2));
+  return setFile(options.m_strReplay, words.at(1));
+}
+
+QString takeRow(const SOptionRow& row, const QCommandLineParser& parser, EMode mode, SOptions& options) {
+  const QString name = QString::fromLatin1(row.m_pName);
+  if (!parser.isSet(name)) return {};
+  if (!(row.m_eModes & mode)) {
+    return QStringLiteral("option --%1 %2")
+        .arg(name, QLatin1String(mode == ReplayMode ? "does not go with replay" : "goes only with replay"));
+  }
+  const QStringList values = row.m_pValue ? parser.values(name) : QStringList(QString());
+  if (values.size() > 1 && !row.m_bRepeats) return QStringLiteral("option --%1 is given twice").arg(name);
+  for (const QString& value : values) {
+    const QString fault = row.m_pSet(options, value);
+    if (!fault.isEmpty()) return QStringLiteral("option --%1 %2").arg(name, fault);
+  }
+  return {};
+}
+
+}  // namespace
+
+SParsedOptions parseOptions(const QStringList& arguments) {
+  QCommandLineParser parser;
+  addRows(parser);
+  SParsedOptions parsed;
+  // The parser takes its first argument for the program's name.
+  if (!parser.parse(QStringList(QString()) + arguments)) {
+    parsed.m_strError = parser.errorText();
+    return parsed;
+  }
+  parsed.m_strError = takeWords(parser.positionalArguments(), parsed.m_options);
+  const EMode mode = parsed.m_options.m_strReplay.empty() ? LiveMode : ReplayMode;
+  for (const SOptionRow& row : OPTIONS) {
+    if (parsed.m_strError.isEmpty()) parsed.m_strError = takeRow(row, parser, mode, parsed.m_options);
+  }
+  return parsed;
+}
+
+QString helpText() {
+  QString text = QStringLiteral(
+      "Trades baskets on a simulated exchange and shows them in the basket task panel.\n\n"
+      "usage: ./run [options]\n"
+      "       ./run replay FILE [options]\n\n");
+  for (const SOptionRow& row : OPTIONS) {
+    const QString usage = QStringLiteral("--%1 %2").arg(QLatin1String(row.m_pName), QLatin1String(row.m_pValue));
+    const char* note = row.m_eModes == LiveMode ? "" : row.m_eModes == ReplayMode ? " [replay only]" : " [also replay]";
+    text += QStringLiteral("  %1 %2%3\n").arg(usage, -20).arg(QLatin1String(row.m_pHelp), QLatin1String(note));
+  }
+  return text;
+}
+
+}  // namespace app

@@ -1,0 +1,41 @@
+/// The command line. No GUI is needed to read it, since it decides whether there will be one.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace app {
+
+struct SOptions {
+  bool m_bHelp = false;
+  bool m_bHeadless = false;
+  std::optional<double> m_dSeconds;  ///< real seconds after which the run ends; none: when the window is closed
+  std::uint64_t m_nSeed = 1;
+  std::optional<double> m_dSpeed;      ///< how many times faster than real time the exchange's clock runs
+  std::string m_strInstruments;        ///< empty: the project's own
+  std::vector<std::string> m_baskets;  ///< empty: the project's own
+  int m_nAccounts = 1;
+  QString m_strTheme = QStringLiteral("dark");
+  int m_nStartMinute = 9 * 60 + 25;  ///< minutes since midnight of the simulated day
+  std::string m_strRecord;
+  std::string m_strOut;
+  std::string m_strScreenshot;
+  std::string m_strReplay;  ///< the journal to replay; empty: a live session
+  bool m_bRecordedPace = false;
+};
+
+/// The options of a command line without the program's name, or a one-line error that names the option at fault.
+struct SParsedOptions {
+  SOptions m_options;
+  QString m_strError;  ///< empty: none
+};
+SParsedOptions parseOptions(const QStringList& arguments);
+
+/// The text of --help.
+QString helpText();
+
+}  // namespace app

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+constexpr int PATIENCE_MSEC = 120000;
+
+struct SResult {
+  int m_nStatus = -1;
+  QString m_strOut;
+  QString m_strErrors;
+};
+
+SResult runTerminal(const QStringList& arguments, const QString& folder = QString()) {
+  QProcess process;
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(QLatin1String(name));
+  process.setProcessEnvironment(environment);
+  if (!folder.isEmpty()) process.setWorkingDirectory(folder);
+  process.start(QStringLiteral(PBT_TERMINAL), arguments);
+  SResult result;
+  if (!process.waitForFinished(PATIENCE_MSEC)) {
+    process.kill();
+    process.waitForFinished();
+    return result;
+  }
+  result.m_nStatus = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+  result.m_strOut = QString::fromUtf8(process.readAllStandardOutput());
+  result.m_strErrors = QString::fromUtf8(process.readAllStandardError());
+  return result;
+}
+
+void writeFile(const QString& file, const char* text) {
+  QFile out(file);
+  ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+  out.write(text);
+}
+
+/// The last dump of an output, null when there is none.
+nlohmann::json lastDump(const QString& file) {
+  std::ifstream in(file.toStdString());
+  nlohmann::json dump;
+  for (std::string line; std::getline(in, line);) {
+    nlohmann::json parsed = nlohmann::json::parse(line);
+    if (parsed.contains("dump")) dump = std::move(parsed);
+  }
+  return dump;
+}
+
+class Terminal : public testing::Test {
+ protected:
+  QString path(const char* name) const { return m_folder.filePath(QString::fromLatin1(name)); }
+
+  QTemporaryDir m_folder;
+};
+
+TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
+  const struct {
+    QStringList m_arguments;
+    const char* m_pError;
+  } cases[] = {
+      {{"--sedes", "1"}, "sedes"},
+      {{"--seconds"}, "seconds"},
+      {{"--seconds", "0"}, "option --seconds needs a number above 0"},
+      {{"--seconds", "nan"}, "option --seconds needs a number above 0"},
+      {{"--speed", "fast"}, "option --speed needs a number above 0"},
+      {{"--seed", "-3"}, "option --seed needs a whole number from 0, not '-3'"},
+      {{"--accounts", "0"}, "option --accounts needs a whole number from 1"},
+      {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
+      {{"--theme", "pink"}, "option --theme is dark or light"},
+      {{"--seed", "1", "--seed", "2"}, "option --seed is given twice"},
+      {{"--pace", "recorded"}, "option --pace goes only with replay"},
+      {{"replay"}, "replay needs a journal file"},
+      {{"replay", "a", "b"}, "unknown argument 'b'"},
+      {{"replay", "a", "--seed", "1"}, "option --seed does not go with replay"},
+      {{"play"}, "unknown argument 'play'"},
+  };
+  for (const auto& each : cases) {
+    const SResult result = runTerminal(each.m_arguments);
+    const std::string what = each.m_arguments.join(' ').toStdString();
+    EXPECT_EQ(result.m_nStatus, 2) << what;
+    EXPECT_TRUE(result.m_strErrors.contains(QLatin1String(each.m_pError)))
+        << what << ": " << result.m_strErrors.toStdString();
+    EXPECT_EQ(result.m_strErrors.count('\n'), 1) << what;
+  }
+  EXPECT_TRUE(runTerminal({"--help"}).m_strOut.contains(QLatin1String("--instruments FILE")));
+}
+
+TEST_F(Terminal, TradesNothingWhenAnInputIsUnreadableOrMalformed) {
+  writeFile(path("bad.csv"),
+            "市场,代码,名称,方向,数量\nSH,600000,浦发银行,买入,100\nSH,600036,招商银行,买入,0\nXX,1,?,买入,100\n");
+  const QString out = path("out.jsonl");
+  const SResult basket = runTerminal({"--headless", "--seconds", "1", "--basket", path("bad.csv"), "--out", out});
+  EXPECT_EQ(basket.m_nStatus, 2);
+  EXPECT_TRUE(basket.m_strErrors.contains(path("bad.csv") + ":3: ")) << basket.m_strErrors.toStdString();
+  EXPECT_TRUE(basket.m_strErrors.contains(path("bad.csv") + ":4: "));
+  EXPECT_TRUE(lastDump(out).is_null());
+
+  for (const char* option : {"--basket", "--instruments"}) {
+    const SResult missing = runTerminal({"--headless", "--seconds", "1", QLatin1String(option), path("none.csv")});
+    EXPECT_EQ(missing.m_nStatus, 2);
+    EXPECT_TRUE(missing.m_strErrors.contains(path("none.csv")));
+  }
+  const SResult journal = runTerminal({"replay", path("none.jsonl"), "--headless"});
+  EXPECT_EQ(journal.m_nStatus, 2);
+  EXPECT_EQ(journal.m_strErrors.count('\n'), 1);
+  const SResult unwritable = runTerminal({"--headless", "--seconds", "1", "--out", path("none/out.jsonl")});
+  EXPECT_EQ(unwritable.m_nStatus, 2);
+}
+
+TEST_F(Terminal, ASeedFixesTheEndAndARecordingReplaysIt) {
+  const QStringList common = {"--headless", "--seconds", "2", "--seed", "7", "--speed", "600", "--accounts", "2"};
+  const SResult first = runTerminal(
+      common + QStringList{"--out", path("a.jsonl"), "--record", path("journal.jsonl"), "--screenshot", path("a.png")});
+  ASSERT_EQ(first.m_nStatus, 0) << first.m_strErrors.toStdString();
+  EXPECT_TRUE(first.m_strErrors.isEmpty()) << first.m_strErrors.toStdString();
+  EXPECT_GT(QFile(path("a.png")).size(), 1000);
+  const nlohmann::json end = lastDump(path("a.jsonl"));
+  ASSERT_EQ(end["dump"], "end");
+  EXPECT_GT(end["rows"].size(), 300u);
+
+  ASSERT_EQ(runTerminal(common + QStringList{"--out", path("b.jsonl")}).m_nStatus, 0);
+  EXPECT_EQ(end, lastDump(path("b.jsonl")));
+
+  const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("c.jsonl")});
+  ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
+  EXPECT_EQ(end, lastDump(path("c.jsonl")));
+}
+
+TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {
+  const SResult result = runTerminal({"--seconds", "1", "--speed", "600"}, m_folder.path());
+  EXPECT_EQ(result.m_nStatus, 0);
+  EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("no display")));
+  EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("basket-terminal.png")));
+  EXPECT_TRUE(QFile::exists(path("basket-terminal.png")));
+}
+
+}  // namespace
