@@ -81,7 +81,9 @@ void CRecorder::watch(TC::ITradeDockableWidget& panel) {
   m_pPanel = &panel;
   m_pTable = tableOf(panel);
   if (!m_pTable) return;
-  QObject::connect(m_pTable->contextMenu(), &QMenu::triggered, m_pTable, [this] { onMenu(); });
+  // Queued: the menu tells of an action before it is carried out.
+  QObject::connect(
+      m_pTable->contextMenu(), &QMenu::triggered, m_pTable, [this] { onMenu(); }, Qt::QueuedConnection);
   QHeaderView* header = m_pTable->header();
   const auto changed = [this] { onHeader(); };
   QObject::connect(header, &QHeaderView::sortIndicatorChanged, m_pTable, changed);

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+#include <nlohmann/json.hpp>
+
+#include "LineRecords.h"
+
+namespace {
+
+using nlohmann::json;
+using namespace journal;
+
+SLine parse(const std::string& text) {
+  auto parsed = parseLine(text);
+  if (const std::string* fault = std::get_if<std::string>(&parsed)) {
+    ADD_FAILURE() << *fault << "\n" << text;
+    return {};
+  }
+  return std::get<SLine>(parsed);
+}
+
+template <typename Body>
+Body parseAs(const std::string& text) {
+  const SLine line = parse(text);
+  const Body* body = std::get_if<Body>(&line.m_body);
+  EXPECT_TRUE(body) << text;
+  return body ? *body : Body();
+}
+
+class RoundTrip : public testing::TestWithParam<const char*> {};
+
+/// Every field here differs from its default, so that it must be written again.
+TEST_P(RoundTrip, KeepsEveryField) {
+  const std::string written = writeLine(parse(GetParam()));
+  EXPECT_EQ(json::parse(written), json::parse(GetParam()));
+  EXPECT_EQ(written.find("{\"kind\":"), 0u) << "the kind stands first";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Host, RoundTrip,
+    testing::Values(
+        R"({"kind":"session","version":1,"user":"u1","login":"L1","traderType":2,"now":1763683200,
+            "timeZone":"Asia/Shanghai","settings":{"hasRevokeTask":false,"hasUpStopPrice":false,"rawQuantity":true,
+            "quietActivation":true,"orderSetting":"x"}})",
+        R"({"kind":"account","key":"A1","type":1,"displayId":"1001","name":"主账户","configured":false,
+            "loginReady":false,"filtered":true,"brokerMatches":false,"t":12})",
+        R"({"kind":"instrument","market":"SH","code":"600000","name":"浦发银行","multiplier":300.5,"types":[100001,7],
+            "special":true,"tradeMinUnit":100,"uiMinUnit":10,"tradeUnit":5,"marketPriceTypes":[42]})",
+        R"({"kind":"quote","market":"SH","code":"600000","last":10.1,"bid":9.99,"ask":10.01,"calc":10.2,"order":0.0})",
+        R"({"kind":"command","id":77,"number":3,"taskId":123,"traderType":1,"user":"u1","login":"L1","basketType":1,
+            "patch":true,"basketName":"b","text":"t","localInfo":"1|2","orderType":11,"algoTaskKey":"k",
+            "algoParams":"p","type":9})",
+        R"({"kind":"hedgeParam","command":77,"where":"stored","enabled":true,"market":"CFFEX","code":"IF2612",
+            "account":"F1","operation":1,"volume":3,"now":5})",
+        R"({"kind":"hedgeState","group":123,"status":3})"));
+
+INSTANTIATE_TEST_SUITE_P(
+    Deliveries, RoundTrip,
+    testing::Values(
+        R"({"kind":"task","via":"signal","key":"k","id":124,"number":1,"businessNumber":8,"status":3,"message":"m",
+            "startTime":1763688600,"endTime":0,"server":true,"instance":"i","unknown":true,
+            "command":{"id":77,"taskId":123,"traderType":1,"user":"u1","basketType":1,"type":4},
+            "params":[{"account":"A1","type":2,"operation":1,"orderType":11,"market":"SH","code":"600000",
+                       "name":"浦发银行","priceType":5,"price":10.05,"volume":1000,"handled":7}],
+            "orders":[{"key":"o1","tag":"t1","market":"SH","code":"600000","operation":1,"volume":600,"traded":200,
+                       "price":10.0,"amount":2000.0,"message":"","completed":true,
+                       "detail":{"cancelled":true,"market":"SZ","code":"1","traded":100,"amount":7.5}},
+                      {"key":"o2","detail":{}}, {"key":"o3"}]})",
+        R"({"kind":"progress","task":"123-1","orderDetails":[{"mapKey":"1001","market":"SH","code":"600000",
+            "traded":100,"amount":1000.0,"cancelled":true,"param":2}]})",
+        R"({"kind":"hedgeVolume","task":123,"volume":5})", R"({"kind":"hedgeStatus","task":123,"status":1})",
+        R"({"kind":"tradingDay","date":"20261123"})", R"({"kind":"stockUnitChange"})"));
+
+INSTANTIATE_TEST_SUITE_P(
+    Acts, RoundTrip,
+    testing::Values(
+        R"({"kind":"open"})", R"({"kind":"close"})", R"({"kind":"refresh","t":1000,"now":1763683201})",
+        R"({"kind":"host","do":"setParam","text":"a*1*2"})", R"({"kind":"host","do":"setTradeType","traderType":2})",
+        R"({"kind":"user","do":"toolbar","id":4})", R"({"kind":"user","do":"filterFinished","on":true})",
+        R"({"kind":"user","do":"button","row":"123/证券","id":1})", R"({"kind":"user","do":"doubleClick","column":8})",
+        R"({"kind":"user","do":"click","row":"123","column":9})", R"({"kind":"user","do":"key","keys":"Shift+W"})",
+        R"({"kind":"user","do":"expand","row":"123"})", R"({"kind":"user","do":"collapse","row":"123"})",
+        R"({"kind":"user","do":"event","event":1140,"id":10001,"text":"","task":123})",
+        R"({"kind":"dump","name":"after cancel"})"));
+
+TEST(TaskLine, WhatIsLeftOutIsUnsetEmptyOrNothing) {
+  const auto line = parseAs<STaskLine>(
+      R"({"kind":"task","via":"feed","businessNumber":null,"endTime":null,"status":null,"command":{"id":7,"taskId":123},
+          "orders":[{"key":"o1","message":null,"traded":5,"amount":50.0,"market":"SH","code":"1","detail":{"cancelled":true}},
+                    {"key":"o2","tag":"t2","message":"","detail":null}]})");
+  desk::CDesk desk;
+  const desk::SPublication publication = toPublication(line, desk);
+  const ksservice::CTaskDetail& detail = *publication.m_pDetail;
+  EXPECT_EQ(detail.m_nBusinessNumber, ksservice::UNSET_INT);
+  EXPECT_EQ(detail.m_nStartTime, ksservice::UNSET_INT);
+  EXPECT_EQ(detail.m_nEndTime, ksservice::UNSET_INT);
+  EXPECT_EQ(detail.m_nStatus, 0);
+  EXPECT_EQ(detail.m_nTaskId, 123);
+  EXPECT_EQ(detail.getKey(), "123-0");
+  ASSERT_EQ(detail.m_orders.size(), 2u);
+  EXPECT_FALSE(detail.m_orders[0]->m_bHasMessage);
+  EXPECT_TRUE(detail.m_orders[1]->m_bHasMessage);
+  EXPECT_EQ(detail.m_orders[0]->m_tag.text(), "o1");
+  EXPECT_EQ(detail.m_orders[1]->m_tag.text(), "t2");
+
+  // A detail that says nothing of its own has traded what its order has; null: the tag finds none.
+  ASSERT_EQ(publication.m_orderDetails.size(), 2u);
+  ASSERT_TRUE(publication.m_orderDetails[0].second);
+  EXPECT_TRUE(publication.m_orderDetails[0].second->m_bCancelled);
+  EXPECT_EQ(publication.m_orderDetails[0].second->m_nTradedVolume, 5);
+  EXPECT_EQ(publication.m_orderDetails[0].second->m_strMarket, "SH");
+  EXPECT_FALSE(publication.m_orderDetails[1].second);
+}
+
+TEST(TaskLine, AHedgeDetailWithoutAnIdentifierHasNone) {
+  const auto hedge =
+      parseAs<STaskLine>(R"({"kind":"task","via":"feed","number":1,"command":{"id":7,"taskId":123,"basketType":2}})");
+  EXPECT_EQ(hedge.taskIdentifier(), ksservice::UNSET_INT);
+  const auto own =
+      parseAs<STaskLine>(R"({"kind":"task","via":"feed","id":9,"command":{"id":7,"taskId":123,"basketType":2}})");
+  EXPECT_EQ(own.taskIdentifier(), 9);
+  EXPECT_FALSE(parseAs<STaskLine>(R"({"kind":"task","via":"store","id":9,"command":null})").m_command);
+}
+
+TEST(TaskLine, KeepsTheTypeThatTheCommandCentreKnows) {
+  desk::CDesk desk;
+  auto known = boost::make_shared<ksservice::COrderCommand>();
+  known->m_nCommandId = 77;
+  known->m_nType = 9;
+  desk.setCommand(known);
+  const std::string start = R"({"kind":"task","via":"feed","command":{"id":77,"taskId":1)";
+  EXPECT_EQ(toPublication(parseAs<STaskLine>(start + "}}"), desk).m_pDetail->m_pCommand->m_nType, 9);
+  EXPECT_EQ(toPublication(parseAs<STaskLine>(start + ",\"type\":4}}"), desk).m_pDetail->m_pCommand->m_nType, 4);
+}
+
+TEST(QuoteLine, CalculationAndOrderPriceDefaultToTheLast) {
+  const TC::CQuote quote =
+      toQuote(parseAs<SQuoteLine>(R"({"kind":"quote","market":"SH","code":"1","last":10,"calc":9.5})")).m_quote;
+  EXPECT_EQ(quote.m_dCalc, 9.5);
+  EXPECT_EQ(quote.m_dOrder, 10);
+}
+
+/// A publication that goes into a line and comes back from it publishes the same.
+TEST(TaskLine, CarriesAPublicationThere) {
+  const std::string text =
+      R"({"kind":"task","via":"signal","key":"k","id":124,"number":1,"status":3,"unknown":true,
+          "command":{"id":77,"taskId":123,"type":0},"params":[{"account":"A1","market":"SH","code":"1","volume":100}],
+          "orders":[{"key":"o1","market":"SH","code":"1","detail":{"cancelled":true}},{"key":"o2"}]})";
+  desk::CDesk desk;
+  SAccountLine account;
+  account.m_info.m_strKey = "A1";
+  desk.addAccount(toAccount(account));
+  const desk::SPublication first = toPublication(parseAs<STaskLine>(text), desk);
+  ASSERT_TRUE(first.m_pDetail->m_params[0].m_pAccount);
+  desk.publishTask(first);
+  SLine line;
+  line.m_body = toTaskLine(first, desk);
+  EXPECT_EQ(json::parse(writeLine(line)), json::parse(text));
+}
+
+}  // namespace

@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "JournalReader.h"
+
+namespace {
+
+using journal::SJournal;
+
+const std::string SESSION = R"({"kind":"session","version":1})";
+
+SJournal read(const std::string& text) {
+  std::istringstream in(text);
+  return journal::readJournal(in, "morning.jsonl");
+}
+
+/// The fault of a line that stands third, behind a session line and an empty one.
+std::string faultOf(const std::string& line) { return read(SESSION + "\n\n" + line + "\n").m_strFault; }
+
+struct SFault {
+  std::string line;
+  std::string fault;  ///< without file and line number
+};
+
+class MalformedLine : public testing::TestWithParam<SFault> {};
+
+TEST_P(MalformedLine, NamesFileLineAndFault) {
+  EXPECT_EQ(faultOf(GetParam().line), "morning.jsonl:3: " + GetParam().fault);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Form, MalformedLine,
+    testing::Values(SFault{"[]", "a line must be one JSON object"},
+                    SFault{"{\"kind\":\"dump\",\"name\":\"\xff\xfe\"}", "not valid UTF-8 at byte 24"},
+                    SFault{"{}", "field \"kind\" is missing"}, SFault{R"({"kind":7})", "field \"kind\" must be a text"},
+                    SFault{R"({"kind":"quotes"})", "unknown kind 'quotes'"},
+                    SFault{R"({"kind":"serverReply"})", "kind 'serverReply' is not supported by this version"},
+                    SFault{R"({"kind":"open","t":"now"})", "field \"t\" must be an integer"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Fields, MalformedLine,
+    testing::Values(
+        SFault{R"({"kind":"account"})", "field \"key\" is missing"},
+        SFault{R"({"kind":"account","key":"A1","configured":1})", "field \"configured\" must be true or false"},
+        SFault{R"({"kind":"account","key":null})", "field \"key\" must be a text"},
+        SFault{R"({"kind":"quote","market":"SH","code":600000})", "field \"code\" must be a text"},
+        SFault{R"({"kind":"quote","market":"SH","code":"600000","last":"10"})", "field \"last\" must be a number"},
+        SFault{R"({"kind":"instrument","market":"SH","code":"1","types":[1,"2"]})",
+               "field \"types\" must be an integer"},
+        SFault{R"({"kind":"instrument","market":"SH","code":"1","types":5})",
+               "field \"types\" must be a list of integers"},
+        SFault{R"({"kind":"hedgeState","group":1.5,"status":3})", "field \"group\" must be an integer"},
+        SFault{R"({"kind":"hedgeState","group":3000000000,"status":3})", "field \"group\" is out of range"},
+        SFault{R"({"kind":"hedgeState","group":-3000000000,"status":3})", "field \"group\" is out of range"},
+        SFault{R"({"kind":"hedgeState","group":18446744073709551615,"status":3})", "field \"group\" is out of range"},
+        SFault{R"({"kind":"hedgeParam","command":1,"where":"disk"})", "field \"where\" 'disk' is unknown"},
+        SFault{R"({"kind":"tradingDay"})", "field \"date\" is missing"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Tasks, MalformedLine,
+    testing::Values(
+        SFault{R"({"kind":"task","id":1})", "field \"via\" is missing"},
+        SFault{R"({"kind":"task","via":"mail","id":1})", "field \"via\" 'mail' is unknown"},
+        SFault{R"({"kind":"task","via":"feed"})", "a task needs a key, an id or a command"},
+        SFault{R"({"kind":"task","via":"feed","command":{}})", "field \"command.id\" is missing"},
+        SFault{R"({"kind":"task","via":"feed","command":7})", "field \"command\" must be an object"},
+        SFault{R"({"kind":"task","via":"feed","id":1,"params":{}})", "field \"params\" must be a list"},
+        SFault{R"({"kind":"task","via":"feed","id":1,"params":[{"volume":1},{"volume":"2"}]})",
+               "field \"params[1].volume\" must be an integer"},
+        SFault{R"({"kind":"task","via":"feed","id":1,"params":[{"account":"A9"}]})", "account 'A9' was not declared"},
+        SFault{R"({"kind":"task","via":"feed","id":1,"orders":[5]})", "field \"orders[0]\" must be an object"},
+        SFault{R"({"kind":"task","via":"feed","id":1,"orders":[{"key":"o1","detail":{"cancelled":"no"}}]})",
+               "field \"orders[0].detail.cancelled\" must be true or false"},
+        SFault{R"({"kind":"hedgeParam","command":1,"where":"stored","account":"F1"})",
+               "account 'F1' was not declared"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Acts, MalformedLine,
+    testing::Values(SFault{R"({"kind":"host","do":"jump"})", "field \"do\" 'jump' is unknown"},
+                    SFault{R"({"kind":"host","do":"setTradeType"})", "field \"traderType\" is missing"},
+                    SFault{R"({"kind":"user","do":"export"})",
+                           "field \"do\" 'export' is not supported by this version"},
+                    SFault{R"({"kind":"user","do":"button","id":0})", "field \"row\" is missing"},
+                    SFault{R"({"kind":"user","do":"button","row":"1"})", "field \"id\" is missing"},
+                    SFault{SESSION, "a journal has one session line"}));
+
+TEST(Reader, BrokenJsonSaysWhatTheParserFound) {
+  const std::string fault = faultOf(R"({"kind":"open")");
+  EXPECT_EQ(fault.find("morning.jsonl:3: broken JSON: parse error at line 1, column 15"), 0u) << fault;
+  EXPECT_NE(faultOf(R"({"kind":"quote","market":"SH","code":"1","last":1e999})").find("broken JSON"),
+            std::string::npos);
+}
+
+TEST(Reader, TheSessionLineComesFirst) {
+  EXPECT_EQ(read("# nothing\n{\"kind\":\"open\"}\n").m_strFault,
+            "morning.jsonl:2: the first line must be of the kind 'session'");
+  EXPECT_EQ(read("").m_strFault, "morning.jsonl:1: the session line is missing");
+  EXPECT_EQ(read(R"({"kind":"session","version":2})").m_strFault, "morning.jsonl:1: field \"version\" must be 1");
+  EXPECT_EQ(read(R"({"kind":"session"})").m_strFault, "morning.jsonl:1: field \"version\" is missing");
+  EXPECT_EQ(read(R"({"kind":"session","version":1,"timeZone":"Mars/Base"})").m_strFault,
+            "morning.jsonl:1: field \"timeZone\" 'Mars/Base' is no time zone");
+}
+
+TEST(Reader, SkipsBlankLinesAndCommentsAndIgnoresUnknownFields) {
+  const SJournal journal =
+      read(SESSION + "\r\n  \t\r\n# a comment\n  # another\n{\"kind\":\"open\",\"weather\":{\"rain\":[1]}}\r\n");
+  EXPECT_EQ(journal.m_strFault, "");
+  ASSERT_EQ(journal.m_lines.size(), 2u);
+  EXPECT_EQ(journal.m_lines[1].m_nNumber, 5);
+}
+
+TEST(Reader, AnAccountCountsFromItsLineOn) {
+  const std::string task = R"({"kind":"task","via":"feed","id":1,"params":[{"account":"A1"}]})";
+  const std::string account = R"({"kind":"account","key":"A1"})";
+  EXPECT_EQ(read(SESSION + "\n" + account + "\n" + task + "\n").m_strFault, "");
+  EXPECT_EQ(read(SESSION + "\n" + task + "\n" + account + "\n").m_strFault,
+            "morning.jsonl:2: account 'A1' was not declared");
+}
+
+}  // namespace
