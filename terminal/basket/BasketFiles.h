@@ -40,7 +40,7 @@ struct SBasketFile {
 };
 
 /// Whether an instrument is listed.
-typedef std::function<bool(std::string_view market, std::string_view code)> ListedTest;
+using ListedTest = std::function<bool(std::string_view market, std::string_view code)>;
 
 /// Reads a basket. Each of its instruments must pass isListed, if one is given. Two lines of one instrument with the
 /// same side are a fault: it is more often a mistake than meant.

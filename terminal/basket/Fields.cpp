@@ -37,6 +37,7 @@ std::string_view marketOf(const std::string& field) {
 const std::vector<std::string_view>& allMarkets() {
   static const std::vector<std::string_view> markets = [] {
     std::vector<std::string_view> names;
+    names.reserve(MARKETS.size());
     for (const SMarketName& name : MARKETS) names.push_back(name.m_market);
     return names;
   }();

@@ -45,7 +45,7 @@ class CRowParser {
   }
   static void onRow(int, void* self) { static_cast<CRowParser*>(self)->m_bComplete = true; }
 
-  csv_parser m_parser;
+  csv_parser m_parser{};
   STextRow m_row;
   bool m_bComplete = true;
 };

@@ -91,7 +91,7 @@ void CBook::requote() {
 }
 
 /// Levels keep their sizes where the side still covers their prices; what falls out of it is gone.
-void CBook::moveTo(SSide& side, std::int64_t bestCost) {
+void CBook::moveTo(SSide& side, std::int64_t bestCost) const {
   const std::int64_t shift = (bestCost - side.m_nBestCost) / m_crowd.m_nLevelStep;
   side.m_nBestCost = bestCost;
   if (shift == 0) return;

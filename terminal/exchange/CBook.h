@@ -95,7 +95,7 @@ class CBook {
 
   void wander(double scale);
   void requote();
-  void moveTo(SSide& side, std::int64_t bestCost);
+  void moveTo(SSide& side, std::int64_t bestCost) const;
   void refill(SSide& side);
   void shortenQueues(SSide& side);
   void meetCrowd(SSide& side, SSide& crowd, std::vector<SFill>& fills);

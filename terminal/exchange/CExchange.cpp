@@ -263,8 +263,7 @@ SQuote CExchange::quote(int instrument) {
 
 void CExchange::reportFills() {
   // A report may make the listener look at quotes; it never adds a fill.
-  for (std::size_t i = 0; i < m_fills.size(); ++i) {
-    const SFill fill = m_fills[i];
+  for (const SFill& fill : m_fills) {
     SOrder& filled = order(fill.m_nOrder);
     filled.m_nLeft -= fill.m_nQuantity;
     if (filled.m_nLeft == 0) filled.m_state = EState::Over;

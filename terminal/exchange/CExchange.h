@@ -61,7 +61,7 @@ class CExchange : public IMarket {
     std::uint64_t m_nId;
     int m_nOrder;  ///< -1: a cancel
   };
-  typedef std::pair<std::int64_t, int> BookEvent;  ///< time, instrument
+  using BookEvent = std::pair<std::int64_t, int>;  ///< time, instrument
 
   void list(const SInstrument& instrument);
   std::int64_t arrivalTime();

@@ -9,7 +9,7 @@ namespace exchange {
 /// what happens in one never changes another. For boost's distributions.
 class CRandom {
  public:
-  typedef std::uint64_t result_type;
+  using result_type = std::uint64_t;
 
   explicit CRandom(std::uint64_t seed) : m_nState(seed) {}
 

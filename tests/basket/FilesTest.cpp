@@ -8,7 +8,7 @@ using namespace basket;
 
 namespace {
 
-typedef std::vector<std::string> Texts;
+using Texts = std::vector<std::string>;
 
 const std::string SAMPLES = PBT_SOURCE_DIR "/data/";
 

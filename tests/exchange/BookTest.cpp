@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <map>
 
 #include "Market.h"
@@ -112,6 +113,32 @@ TEST(Book, TheCrowdNeverSkipsThePriorityOfClientsOrders) {
       if (best > 0 && ask > 0) {
         ASSERT_LT(best, ask) << seed;
       }
+    }
+  }
+}
+
+TEST(Book, TheCrowdReachesAnOrderOnlyThroughBetterPrices) {
+  constexpr int books = 400;
+  int reached = 0;
+  for (std::uint64_t seed = 0; seed < books; ++seed) {
+    CBookBench bench(seed);
+    bench.enter(1, true, bench.book().bestBid().m_nPrice - 1, 3000);
+    bench.step(1);
+    reached += bench.filled(1) > 0 ? 1 : 0;
+  }
+  EXPECT_GT(reached, 0);
+  EXPECT_LT(reached, books / 4);
+}
+
+TEST(Book, ATakerNeverJumpsToAnOrderFarAway) {
+  constexpr std::int64_t limitUp = 1100;
+  for (std::uint64_t seed = 0; seed < 20; ++seed) {
+    CBookBench bench(seed);
+    bench.enter(1, false, limitUp, 100);
+    for (int i = 0; i < 2000 && bench.book().hasResting(); ++i) {
+      const std::int64_t before = bench.book().last();
+      bench.step(1);
+      ASSERT_LT(std::abs(bench.book().last() - before), 20) << seed;
     }
   }
 }

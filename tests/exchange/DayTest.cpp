@@ -147,6 +147,24 @@ TEST(Day, WhatElseIsListedChangesNothing) {
   EXPECT_EQ(quote.m_dAsk, among.quote(2).m_dAsk);
 }
 
+TEST(Day, LookingChangesNothing) {
+  CExchange watched(assortment(), settings(9));
+  CExchange unwatched(assortment(), settings(9));
+  const CListener seen(watched);
+  const CListener unseen(unwatched);
+  for (std::int64_t at = MORNING_BEGINS; at < clockTime(14, 0); at += 1000) {
+    watched.advanceTo(at);
+    watched.quote(2);
+  }
+  for (CExchange* exchange : {&watched, &unwatched}) {
+    exchange->advanceTo(clockTime(14, 0));
+    exchange->submit(limitOrder(1, 2, true, exchange->rules(2).toPrice(exchange->rules(2).m_nLimitUp), 100000));
+    exchange->advanceTo(DAY_CLOSES);
+  }
+  EXPECT_GT(seen.filled(1), 0);
+  EXPECT_EQ(seen.text(), unseen.text());
+}
+
 TEST(Day, TheCrowdTradesAboutTheUsualVolumeAndMovesThePriceALittle) {
   const auto listed = assortment();
   std::vector<double> volumes(listed.size());
@@ -172,6 +190,7 @@ TEST(Day, TheCrowdTradesAboutTheUsualVolumeAndMovesThePriceALittle) {
 TEST(Day, AMillionAtTheOppositeBestLargelyFillsInHalfAnHour) {
   constexpr double value = 1e6;
   std::vector<SInstrument> listed;
+  listed.reserve(100);
   for (int i = 0; i < 100; ++i) {
     // From 20 million to 2 billion a day, at prices from 3 to 200.
     listed.push_back(share("SH", std::to_string(600000 + i), std::round(3 * std::pow(1.043, i) * 100) / 100,
@@ -196,6 +215,6 @@ TEST(Day, AMillionAtTheOppositeBestLargelyFillsInHalfAnHour) {
   };
   exchange.advanceTo(MORNING_BEGINS + 1000);
   EXPECT_LT(traded(), 0.9 * ordered) << "there is something to watch";
-  exchange.advanceTo(MORNING_BEGINS + 30 * 60 * 1000);
+  exchange.advanceTo(clockTime(10, 0));
   EXPECT_GT(traded(), 0.85 * ordered);
 }

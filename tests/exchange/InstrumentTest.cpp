@@ -91,14 +91,27 @@ TEST(Dates, AreTheExchangesOwn) {
   EXPECT_EQ(date.m_nDay, 29u);
 }
 
+TEST(Sessions, BeginWithTheirFirstMillisecond) {
+  const std::vector<std::pair<std::int64_t, EPhase>> begins{
+      {DAY_OPENS, EPhase::Waiting},          {MORNING_BEGINS, EPhase::Morning}, {MORNING_ENDS, EPhase::Lunch},
+      {AFTERNOON_BEGINS, EPhase::Afternoon}, {DAY_CLOSES, EPhase::Closed},
+  };
+  EPhase before = EPhase::BeforeOpen;
+  for (const auto& [at, phase] : begins) {
+    EXPECT_EQ(phaseAt(at - 1), before);
+    EXPECT_EQ(phaseAt(at), phase);
+    before = phase;
+  }
+}
+
 TEST(Sessions, TradingTimeStandsStillOutside) {
   EXPECT_EQ(tradingTime(clockTime(9, 0)), 0);
-  EXPECT_EQ(tradingTime(clockTime(12, 0)), 2 * 3600 * 1000);
+  EXPECT_EQ(tradingTime(clockTime(12, 0)), MORNING_ENDS - MORNING_BEGINS);
   EXPECT_EQ(tradingTime(clockTime(15, 30)), TRADING_TIME);
   for (std::int64_t at = MORNING_BEGINS; at < DAY_CLOSES; at += 59999) {
     if (isMatchingPhase(phaseAt(at))) {
       EXPECT_EQ(clockOfTradingTime(tradingTime(at)), at);
     }
   }
-  EXPECT_EQ(clockOfTradingTime(2 * 3600 * 1000), AFTERNOON_BEGINS);
+  EXPECT_EQ(clockOfTradingTime(MORNING_ENDS - MORNING_BEGINS), AFTERNOON_BEGINS);
 }
