@@ -91,7 +91,10 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
   openPanel(createPanel);
   startBaskets(inputs);
   m_clockTimer.setInterval(CLOCK_TIMER_MSEC);
-  connect(&m_clockTimer, &QTimer::timeout, this, &CLiveSession::showClock);
+  connect(&m_clockTimer, &QTimer::timeout, this, [this] {
+    measureFeed();
+    showClock();
+  });
 }
 
 CLiveSession::~CLiveSession() {
@@ -191,20 +194,26 @@ void CLiveSession::startBaskets(const SInputs& inputs) {
 
 void CLiveSession::start() {
   showClock();
+  m_feedClock.start();
   m_clockTimer.start();
   m_pThread->start();
 }
 
-void CLiveSession::showClock() {
+void CLiveSession::measureFeed() {
   const std::uint64_t details = m_pThread->publishedCount();
+  const double seconds = static_cast<double>(m_feedClock.restart()) / 1000;
+  m_dDetailsPerSecond = static_cast<double>(details - m_nMeasuredDetails) / std::max(seconds, 0.001);
+  m_nMeasuredDetails = details;
+}
+
+void CLiveSession::showClock() {
   SClockState state;
   state.m_nMsec = m_pThread->now();
   state.m_strDate =
       QDateTime::fromSecsSinceEpoch(dayStart(), QTimeZone(EXCHANGE_UTC_OFFSET)).toString(QStringLiteral("yyyy-MM-dd"));
   state.m_strPhase = phaseText(exchange::phaseAt(state.m_nMsec));
   state.m_strSpeed = QStringLiteral("×%1").arg(speedOf(m_options));
-  state.m_dDetailsPerSecond = static_cast<double>(details - m_nShownDetails) * 1000 / CLOCK_TIMER_MSEC;
-  m_nShownDetails = details;
+  state.m_dDetailsPerSecond = m_dDetailsPerSecond;
   m_window.showClock(state);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <fstream>
@@ -43,6 +44,7 @@ class CLiveSession : public QObject {
   void openPanel(TC::CreatePanelFunction createPanel);
   void startBaskets(const SInputs& inputs);
   engine::SOrderLine toOrderLine(const basket::SBasketLine& line);
+  void measureFeed();
   void showClock();
   void finish();
   void settle();
@@ -59,7 +61,9 @@ class CLiveSession : public QObject {
   std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
   QTimer m_clockTimer;
-  std::uint64_t m_nShownDetails = 0;
+  QElapsedTimer m_feedClock;
+  std::uint64_t m_nMeasuredDetails = 0;
+  double m_dDetailsPerSecond = 0;
 };
 
 }  // namespace app

@@ -66,6 +66,13 @@ void configureLog() {
   log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getInfo());
 }
 
+/// What Qt has to say goes to the log as well, so that standard error holds the program's own lines only.
+void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Qt");
+  LOG4CXX_WARN(logger, text.toStdString());
+  if (type == QtFatalMsg) std::cerr << text.toStdString() << std::endl;
+}
+
 /// Opens a file that the user named; false, and a line on standard error, when it cannot be opened.
 template <typename Stream>
 bool openFile(Stream& stream, const std::string& file, const char* verb) {
@@ -122,8 +129,11 @@ int main(int argc, char** argv) {
   const bool withoutDisplay = !options.m_bHeadless && !hasDisplay();
   if (withoutDisplay) goWithoutDisplay(options);
   if (options.m_bHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
+  if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) qputenv("XDG_RUNTIME_DIR", QDir::tempPath().toLocal8Bit());
 
+  // The platform that the environment names may not start at all; Qt says so on standard error.
   QApplication application(argc, argv);
+  qInstallMessageHandler(logQtMessage);
   std::setlocale(LC_CTYPE, "C.UTF-8");
   std::setlocale(LC_NUMERIC, "C");
   QApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));

@@ -128,6 +128,7 @@ void CEngine::sendNext(CSubTask& task) {
   const int instrument = m_market.findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
   const bool buy = DataHelper::isBuy(line.m_nOperation);
   const double price = instrument < 0 ? line.m_dReference : oppositePrice(instrument, buy, line.m_dReference);
+  if (!task.hasStarted()) tell((boost::format("任务 [%1%] 开始委托") % task.key()).str());
   const std::uint64_t id = m_orders.size() + 1;
   const int quantity = line.m_nQuantity;
   m_orders.push_back({&task, task.send(id, price, seconds())});
@@ -223,7 +224,8 @@ void CEngine::publish(CSubTask& task) {
   const int before = task.publishedStatus();
   m_desk.publishTask(task.publish());
   ++m_nPublished;
-  if (task.status() == before) return;
+  // That a task runs from its start was told when it was started.
+  if (task.status() == before || before == 0) return;
   const std::string& message = task.message();
   tell((boost::format("任务 [%1%] %2%%3%") % task.key() % statusText(task.status()) %
         (message.empty() ? message : ": " + message))

@@ -16,7 +16,7 @@ struct SEngineSettings {
   std::int64_t m_nDayStart = 0;    ///< 00:00 of the trading day at the exchange, seconds since the epoch
   double m_dOrdersPerSecond = 50;  ///< of all tasks together
   int m_nPublishMsec = 100;        ///< a task publishes at most one detail in this time
-  int m_nQuoteMsec = 1000;         ///< how often the quotes of the securities in use are taken to the desk
+  int m_nQuoteMsec = 3000;         ///< how often the quotes of the securities in use are taken to the desk
   int m_nFirstTaskId = 1;
   std::string m_strUser;
   std::string m_strLogin;

@@ -34,6 +34,7 @@ class CSubTask {
   bool canSend() const { return hasUnsent() && !m_bPaused && !m_bStopped; }
   /// Whether lines are left that may still be sent, now or after a resume.
   bool hasUnsent() const { return !m_bStopped && m_nSent < m_lines.size(); }
+  bool hasStarted() const { return !m_orders.empty(); }
   /// The line that is sent next; only while hasUnsent().
   const SOrderLine& nextLine() const { return m_lines[m_nSent]; }
   /// The next line went out at a price under a number that the market knows; returns the index of its order.
