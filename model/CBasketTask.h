@@ -107,10 +107,10 @@ class CBasketTask : public QObject {
   void sigShowOperateOrbTaskError(QString message);
 
  private:
-  typedef QMap<QString, QMap<QString, CBasketTaskItem*>> RowMap;
-  typedef QMap<std::string, boost::shared_ptr<ksservice::CTaskDetail>> DetailMap;
-  typedef std::vector<std::unique_ptr<CBasketTaskItem>> NodeList;
-  typedef boost::recursive_mutex::scoped_lock Lock;
+  using RowMap = QMap<QString, QMap<QString, CBasketTaskItem*>>;
+  using DetailMap = QMap<std::string, boost::shared_ptr<ksservice::CTaskDetail>>;
+  using NodeList = std::vector<std::unique_ptr<CBasketTaskItem>>;
+  using Lock = boost::recursive_mutex::scoped_lock;
   struct SAccount {
     QString key;
     QString displayId;

@@ -1,5 +1,6 @@
 /// How a detail becomes rows, and rows a tree.
 #include "RefreshRun.h"
+#include "TaskKeys.h"
 #include "ksservice/Operations.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
@@ -108,7 +109,7 @@ void CBasketTask::addParam(const SRefresh& run, const CCodeOrderParam& param, QM
   } else {
     row = makeRow(run.account, rowKey, param);
     rows.insert(rowKey, row);
-    const QString ordinal = QStringLiteral("%1").arg(rows.size(), 8, 10, QLatin1Char('0'));
+    const QString ordinal = QStringLiteral("%1").arg(rows.size(), TREE_KEY_ORDINAL_DIGITS, 10, QLatin1Char('0'));
     row->setHpfTreeKey(m_pRoot->m_strHpfTreeKey + ordinal);
   }
   addOnce(m_pRoot->m_vecOperations, param.m_nOperation);

@@ -80,7 +80,7 @@ class CSlotMemo {
       return a.operation == b.operation && a.code == b.code && a.market == b.market;
     }
   };
-  typedef std::pair<const SKey, int> Entry;
+  using Entry = std::pair<const SKey, int>;
   static constexpr int UNRESOLVED = -2;
 
   static bool same(const SKey& key, const std::string& market, const std::string& code, int operation) {

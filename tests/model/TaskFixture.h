@@ -15,9 +15,9 @@
 /// A task 123 of command 77 on a host of its own, and short ways to make what it is given.
 class CTaskTest : public testing::Test {
  protected:
-  typedef ksservice::CTaskDetailPtr DetailPtr;
-  typedef ksservice::COrderInfoPtr OrderPtr;
-  typedef boost::shared_ptr<ksservice::CAccountInfo> AccountPtr;
+  using DetailPtr = ksservice::CTaskDetailPtr;
+  using OrderPtr = ksservice::COrderInfoPtr;
+  using AccountPtr = boost::shared_ptr<ksservice::CAccountInfo>;
 
   CTaskTest() { task.getRoot()->setHpfTreeKey("T"); }
 

@@ -77,7 +77,7 @@ class CTestHost {
 
  private:
   struct SServiceSet;
-  typedef std::pair<std::string, std::string> Instrument;
+  using Instrument = std::pair<std::string, std::string>;
   struct STagHash {
     std::size_t operator()(const ksservice::CMavOrderTag& tag) const { return tag.hash(); }
   };
