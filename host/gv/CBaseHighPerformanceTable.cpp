@@ -89,7 +89,7 @@ void CBaseHighPerformanceTable::applyColumnSettings() {
 }
 
 void CBaseHighPerformanceTable::connectModel() {
-  typedef CBaseHighPerformanceTable Self;
+  using Self = CBaseHighPerformanceTable;
   connect(m_pModel, &QAbstractItemModel::rowsInserted, this,
           [this](const QModelIndex&, int first, int last) { slotRowsInserted(first, last); });
   connect(m_pModel, &QAbstractItemModel::rowsRemoved, this,

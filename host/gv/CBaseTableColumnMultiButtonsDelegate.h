@@ -53,7 +53,7 @@ class CBaseTableColumnMultiButtonsDelegate : public CBaseTableColumnDelegate {
   void sigButtonClicked(QString key, int id);
 
  private:
-  typedef std::vector<STableButton> ButtonSet;
+  using ButtonSet = std::vector<STableButton>;
 
   /// Bits are in the order of the set's buttons.
   struct SItem {
@@ -63,7 +63,7 @@ class CBaseTableColumnMultiButtonsDelegate : public CBaseTableColumnDelegate {
     bool shown = true;
   };
   struct SPlaced {
-    int index;
+    int index = -1;
     QRect rect;
   };
 

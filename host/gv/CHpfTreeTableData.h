@@ -32,6 +32,6 @@ class CHpfTreeTableData : public IBaseHpfTableData {
   int m_nNode = -1;  ///< the row's place in CTreeRows
 };
 
-typedef boost::shared_ptr<CHpfTreeTableData> CHpfTreeTableDataPtr;
+using CHpfTreeTableDataPtr = boost::shared_ptr<CHpfTreeTableData>;
 
 }  // namespace GV

@@ -16,9 +16,9 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
 
  public:
   /// Called for each row with its depth (0 for a root), whether it or one above it is hidden, whether it is expanded.
-  typedef std::function<void(const CHpfTreeTableData&, int depth, bool hidden, bool expanded)> RowVisitor;
+  using RowVisitor = std::function<void(const CHpfTreeTableData&, int depth, bool hidden, bool expanded)>;
 
-  typedef std::function<bool(const CHpfTreeTableData&)> RowFilter;
+  using RowFilter = std::function<bool(const CHpfTreeTableData&)>;
 
   explicit CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent = nullptr);
 

@@ -10,7 +10,7 @@ namespace GV {
 
 class CMessageBox {
  public:
-  typedef std::function<void(QWidget* parent, const QString& title, const QString& text)> Presenter;
+  using Presenter = std::function<void(QWidget* parent, const QString& title, const QString& text)>;
 
   /// Shows a message and returns when the user closed it, or hands it to the presenter that is installed. GUI thread;
   /// never call it with a lock held.

@@ -23,7 +23,7 @@ struct SFontEntry {
   bool bold = false;
 };
 
-typedef void (*ImagePainter)(QPainter& painter, const QRectF& area);
+using ImagePainter = void (*)(QPainter& painter, const QRectF& area);
 
 QColor themeColor(const char* key) { return *CUiResource::getColor(QString::fromLatin1(key)); }
 
@@ -84,7 +84,7 @@ class CStore {
   bool load(const QString& name) {
     QFile file(QStringLiteral(":/gv/themes/%1.json").arg(name));
     if (!file.open(QIODevice::ReadOnly)) return false;
-    QJsonParseError error;
+    QJsonParseError error{};
     const QJsonObject root = QJsonDocument::fromJson(file.readAll(), &error).object();
     if (root.isEmpty()) {
       qWarning("theme %s, offset %d: %s", qPrintable(name), error.offset, qPrintable(error.errorString()));

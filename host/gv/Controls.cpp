@@ -90,7 +90,7 @@ void CComboPushButton::paintEvent(QPaintEvent* /*event*/) {
 }
 
 CCheckBox::CCheckBox(int id, const QString& text, QWidget* parent) : QCheckBox(text, parent), m_nId(id) {
-  resourceChanged();
+  CCheckBox::resourceChanged();
   connect(this, &QCheckBox::clicked, this, [this](bool checked) {
     CEventDeliverer::deliverEvent(this, EventCheckBoxToggled, m_nId, checked ? 1 : 0, QString(), nullptr);
   });

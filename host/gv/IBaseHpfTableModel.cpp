@@ -36,13 +36,17 @@ QVariant IBaseHpfTableModel::data(const QModelIndex& index, int role) const {
   }
 }
 
-QString IBaseHpfTableModel::columnTitle(int index) const { return hasColumn(index) ? column(index).title : QString(); }
+QString IBaseHpfTableModel::columnTitle(int column) const {
+  return hasColumn(column) ? this->column(column).title : QString();
+}
 
-int IBaseHpfTableModel::columnKind(int index) const { return hasColumn(index) ? column(index).kind : ColumnDelegate; }
+int IBaseHpfTableModel::columnKind(int column) const {
+  return hasColumn(column) ? this->column(column).kind : ColumnDelegate;
+}
 
-void IBaseHpfTableModel::setColumnStatEnable(int index, bool on) {
-  if (!hasColumn(index) || column(index).stat == on) return;
-  column(index).stat = on;
+void IBaseHpfTableModel::setColumnStatEnable(int column, bool on) {
+  if (!hasColumn(column) || this->column(column).stat == on) return;
+  this->column(column).stat = on;
   Q_EMIT sigColumnsChanged();
 }
 

@@ -79,7 +79,7 @@ class CTableAccessible : public QAccessibleWidget, public QAccessibleTableInterf
   QAccessibleInterface* part(const QString& key, int column, int button) const;
 
   int childCount() const override { return rowCount() * columnCount(); }
-  QAccessibleInterface* child(int index) const override { return cellAt(index / columnCount(), index % columnCount()); }
+  QAccessibleInterface* child(int index) const override;
   int indexOfChild(const QAccessibleInterface* child) const override;
   QAccessibleInterface* childAt(int x, int y) const override;
   QAccessibleInterface* focusChild() const override;
@@ -237,6 +237,11 @@ void CPartAccessible::doAction(const QString& name) {
 int CTableAccessible::columnCount() const {
   const IBaseHpfTableModel* model = gvTable().baseModel();
   return model == nullptr ? 0 : model->columnCount();
+}
+
+QAccessibleInterface* CTableAccessible::child(int index) const {
+  const int columns = columnCount();
+  return columns > 0 ? cellAt(index / columns, index % columns) : nullptr;
 }
 
 void CTableAccessible::forget() const {

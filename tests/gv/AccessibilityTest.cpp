@@ -4,7 +4,7 @@
 
 namespace {
 
-typedef TableTest Accessibility;
+using Accessibility = TableTest;
 
 QString k(const char* text) { return QString::fromLatin1(text); }
 

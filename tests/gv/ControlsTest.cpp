@@ -21,7 +21,7 @@ struct Recorder : GV::CBaseWidget {
   std::vector<std::vector<int>> m_events;
 };
 
-typedef std::vector<std::vector<int>> Events;
+using Events = std::vector<std::vector<int>>;
 
 }  // namespace
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-typedef TableTest TableInput;
+using TableInput = TableTest;
 
 QString k(const char* text) { return QString::fromLatin1(text); }
 

@@ -26,7 +26,7 @@ struct TestRow : GV::CHpfTreeTableData {
   double m_dChange = 0.0;
 };
 
-typedef boost::shared_ptr<TestRow> TestRowPtr;
+using TestRowPtr = boost::shared_ptr<TestRow>;
 
 /// Tree, text, figure, delegate.
 inline std::vector<GV::SColumn> testColumns() {

@@ -123,7 +123,7 @@ class RandomTree {
   explicit RandomTree(unsigned seed) : m_random(seed) {}
 
   void step() {
-    typedef void (RandomTree::*Action)();
+    using Action = void (RandomTree::*)();
     static const Action actions[] = {&RandomTree::insert, &RandomTree::insert,  &RandomTree::insert,
                                      &RandomTree::remove, &RandomTree::hide,    &RandomTree::expand,
                                      &RandomTree::expand, &RandomTree::change,  &RandomTree::change,
