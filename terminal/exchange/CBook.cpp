@@ -148,12 +148,13 @@ void CBook::meetCrowd(SSide& side, SSide& crowd, std::vector<SFill>& fills) {
   }
 }
 
-/// A taker goes no further than the levels that everybody sees, so that an order far away is not hit by accident.
+/// A taker stops before the last level: so an order far away is not hit by accident, and a side that the crowd keeps is
+/// never empty because of the crowd.
 void CBook::letTakerCome(std::vector<SFill>& fills) {
   SSide& side = (m_random() & 1) != 0 ? m_asks : m_bids;
   const double drawn = boost::random::exponential_distribution<double>()(m_random) * m_crowd.m_dMeanTake;
   const int lots = std::max(1, static_cast<int>(std::min(drawn / m_crowd.m_nLot, 1e6)));
-  const std::int64_t reach = levelCost(side, LEVELS - 1);
+  const std::int64_t reach = levelCost(side, LEVELS - 2);
   take(side, reach, lots * m_crowd.m_nLot, CROWD, fills);
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <utility>
 
 namespace exchange {
@@ -257,7 +256,7 @@ SQuote CExchange::quote(int instrument) {
   result.m_dPrevClose = listed.toPrice(listed.m_nPrevClose);
   result.m_nVolume = quoted.volume();
   const double multiplier = m_instruments[static_cast<std::size_t>(instrument)].m_nMultiplier;
-  result.m_dAmount = quoted.turnover() / std::round(1 / listed.m_dTick) * multiplier;
+  result.m_dAmount = quoted.turnover() / listed.m_nTicksPerUnit * multiplier;
   return result;
 }
 

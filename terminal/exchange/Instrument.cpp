@@ -21,15 +21,15 @@ std::int64_t percentOf(std::int64_t ticks, int percent) { return (ticks * percen
 
 std::int64_t SRules::toTicks(double price) const {
   constexpr double tolerance = 1e-4;  // of a tick: above what a double loses, below what anybody means
-  if (!(price > 0) || price / m_dTick > 1e12) return -1;
-  const double ticks = price / m_dTick;
+  const double ticks = price * m_nTicksPerUnit;
+  if (!(ticks > 0) || ticks > 1e12) return -1;
   const double whole = std::round(ticks);
   return whole < 1 || std::abs(ticks - whole) > tolerance ? -1 : static_cast<std::int64_t>(whole);
 }
 
 double SRules::toPrice(std::int64_t ticks) const {
-  // Dividing by the whole number of steps in one unit gives the double that the decimal text of the price gives.
-  return static_cast<double>(ticks) / std::round(1 / m_dTick);
+  // Dividing by a whole number gives the double that the decimal text of the price gives.
+  return static_cast<double>(ticks) / m_nTicksPerUnit;
 }
 
 int limitPercent(const SInstrument& instrument) {
@@ -42,7 +42,7 @@ int limitPercent(const SInstrument& instrument) {
 SRules rulesOf(const SInstrument& instrument) {
   SRules rules;
   if (instrument.m_kind == EKind::IndexFuture) {
-    rules.m_dTick = 0.2;
+    rules.m_nTicksPerUnit = 5;
     rules.m_nBuyMinimum = rules.m_nBuyStep = 1;
   } else if (startsWith(instrument.m_strCode, "688") || startsWith(instrument.m_strCode, "689")) {
     rules.m_nBuyMinimum = 200;
@@ -50,7 +50,7 @@ SRules rulesOf(const SInstrument& instrument) {
   } else if (instrument.m_strMarket == "BJ") {
     rules.m_nBuyStep = 1;
   }
-  rules.m_nPrevClose = std::max<std::int64_t>(1, std::llround(instrument.m_dPrevClose / rules.m_dTick));
+  rules.m_nPrevClose = std::max<std::int64_t>(1, std::llround(instrument.m_dPrevClose * rules.m_nTicksPerUnit));
   const int percent = limitPercent(instrument);
   rules.m_nLimitUp = std::max(percentOf(rules.m_nPrevClose, 100 + percent), rules.m_nPrevClose + 1);
   rules.m_nLimitDown = std::min(percentOf(rules.m_nPrevClose, 100 - percent), rules.m_nPrevClose - 1);

@@ -26,7 +26,7 @@ struct SInstrument {
 
 /// An instrument's rules in ticks and shares (lots of a future).
 struct SRules {
-  double m_dTick = 0.01;          ///< smallest price step
+  int m_nTicksPerUnit = 100;      ///< of price: the smallest price step is 0.01, of index futures 0.2
   std::int64_t m_nPrevClose = 0;  ///< ticks, as all prices here
   std::int64_t m_nLimitUp = 0;
   std::int64_t m_nLimitDown = 0;

@@ -136,7 +136,7 @@ TEST(Day, TheSeedDecidesEverythingAndTheStepsNothing) {
   EXPECT_NE(coarse, CRandomDay(8).listener().text());
 }
 
-TEST(Day, WhatElseIsListedChangesNothing) {
+TEST(Day, EveryInstrumentGoesItsOwnWay) {
   CExchange alone({assortment()[2]}, settings(9));
   CExchange among(assortment(), settings(9));
   alone.advanceTo(clockTime(14, 0));
@@ -145,6 +145,10 @@ TEST(Day, WhatElseIsListedChangesNothing) {
   EXPECT_GT(quote.m_nVolume, 0);
   EXPECT_EQ(quote.m_nVolume, among.quote(2).m_nVolume);
   EXPECT_EQ(quote.m_dAsk, among.quote(2).m_dAsk);
+  // Two of a kind still go their own ways.
+  CExchange twins({share("SH", "600001", 10, 1e8), share("SH", "600002", 10, 1e8)}, settings(9));
+  twins.advanceTo(clockTime(14, 0));
+  EXPECT_NE(twins.quote(0).m_dAmount, twins.quote(1).m_dAmount);
 }
 
 TEST(Day, LookingChangesNothing) {
