@@ -129,15 +129,16 @@ int main(int argc, char** argv) {
   const bool withoutDisplay = !options.m_bHeadless && !hasDisplay();
   if (withoutDisplay) goWithoutDisplay(options);
   if (options.m_bHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
-  if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) qputenv("XDG_RUNTIME_DIR", QDir::tempPath().toLocal8Bit());
 
-  // The platform that the environment names may not start at all; Qt says so on standard error.
-  QApplication application(argc, argv);
+  // The log is there before Qt speaks for the first time.
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  QCoreApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
+  configureLog();
   qInstallMessageHandler(logQtMessage);
+  QApplication application(argc, argv);
+  // Qt has set the locale of the environment.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   std::setlocale(LC_NUMERIC, "C");
-  QApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
-  configureLog();
   GV::CUiResource::setTheme(options.m_strTheme);
   GV::CUiResource::applyToApplication();
   const int status = runTerminal(options);
