@@ -35,7 +35,7 @@ struct CHpfBasketStatusData {
 };
 
 // The texts of the cells. Free functions of values: they are called for each cell that is painted, exported or asked
-// for. GUI thread.
+// for. Any thread, on rows that nobody changes.
 
 QString tradeTypeText(const QVector<int>& operations);
 /// Buy red, sell green, and blue for a mixed or empty list. Lives as long as the program.

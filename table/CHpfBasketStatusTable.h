@@ -8,6 +8,7 @@
 #include "CHpfBasketOptionDelegate.h"
 #include "TaskBlock.h"
 #include "gv/CHpfTreeTable.h"
+#include "gv/LongWork.h"
 
 namespace TC {
 
@@ -64,12 +65,23 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
 
   bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
 
+  /// Asks for a file and writes the rows that show as they stand when it was answered; the GUI goes on meanwhile. Says
+  /// nothing when it fails; then no file is left, since the old one goes first. One export or copy at a time.
+  bool exportData() override;
+  /// Puts the rows that show on the clipboard, as exportData.
+  void copyData() override;
+  /// Appends the text to the file in UTF-8, with the system's line ends. False when it could not be written as a whole.
+  /// Any thread.
+  static bool writeDataToFile(const QString& text, const QString& fileName);
+
   int getColumnAdjustedWidth(int column) const override;
   int getAdjustVisibleRowsColumnWidth(int column) const override;
 
  public Q_SLOTS:
   /// A status that the option delegate applied; task is null while its row does not exist.
   void slotTaskStatus(TC::CBasketTask* task, QString key, int status);
+  /// key: the node's; mode: EOrdersMode.
+  void slotShowOrders(TC::CBasketTask* task, QString key, int mode);
   /// Quantity texts follow the new trading unit.
   void slotUpdateStockUnit();
 
@@ -95,6 +107,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
 
   CBasketStaging m_staging;
   EProcessDisplay m_eProcessDisplay = EPD_Amount;
+  bool m_bExporting = false;
   QHash<QString, std::shared_ptr<CTaskBlock>> m_blocks;  ///< by task key
   CHpfBasketOptionDelegate* m_pOptionDelegate = nullptr;
   CHpfBasketOrderDelegate* m_pOrderDelegate = nullptr;

@@ -31,6 +31,7 @@ void CHpfBasketStatusTable::createUi() {
   setHeaderHeight(HEADER_HEIGHT);
   setItemHeight(ROW_HEIGHT);
   createDelegates();
+  offerCommands();
   connect(&getStockUnitConfig(), SIGNAL(sigStockUnitChange()), SLOT(slotUpdateStockUnit()));
 }
 

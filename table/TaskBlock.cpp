@@ -2,28 +2,28 @@
 
 namespace TC {
 
-void CTaskBlock::take(const SStagedTask& staged) {
-  m_task = staged.task;
-  m_facts = staged.facts;
-  m_previous = staged.shape ? nullptr : m_figures;
-  if (staged.shape) m_shape = staged.shape;
-  if (staged.texts) m_texts = staged.texts;
-  m_figures = staged.figures;
-  m_bRootStatusTextSet = false;
-  m_orderCounts.clear();
-  ++m_nVersion;
+CHpfBasketStatusData STaskRows::data(int row) const {
+  const auto index = static_cast<std::size_t>(row);
+  const SRowTexts& rowTexts = (*texts)[index];
+  const bool replaced = row == 0 && rootStatusTextSet;
+  return {facts,
+          (*shape)[index],
+          rowTexts,
+          (*figures)[index],
+          facts.hedgeRow < 0 ? nullptr : &(*figures)[static_cast<std::size_t>(facts.hedgeRow)],
+          replaced ? rootStatusText : rowTexts.statusText};
 }
 
-CHpfBasketStatusData CTaskBlock::data(int row) const {
-  const auto index = static_cast<std::size_t>(row);
-  const SRowTexts& texts = (*m_texts)[index];
-  const bool replaced = row == 0 && m_bRootStatusTextSet;
-  return {m_facts,
-          (*m_shape)[index],
-          texts,
-          (*m_figures)[index],
-          m_facts.hedgeRow < 0 ? nullptr : &(*m_figures)[static_cast<std::size_t>(m_facts.hedgeRow)],
-          replaced ? m_strRootStatusText : texts.statusText};
+void CTaskBlock::take(const SStagedTask& staged) {
+  m_task = staged.task;
+  m_state.facts = staged.facts;
+  m_previous = staged.shape ? nullptr : m_state.figures;
+  if (staged.shape) m_state.shape = staged.shape;
+  if (staged.texts) m_state.texts = staged.texts;
+  m_state.figures = staged.figures;
+  m_state.rootStatusTextSet = false;
+  m_orderCounts.clear();
+  ++m_nVersion;
 }
 
 double CTaskBlock::amountChange(int row) const {
@@ -36,15 +36,15 @@ double CTaskBlock::amountChange(int row) const {
 }
 
 void CTaskBlock::setRootStatusText(const QString& text) {
-  m_strRootStatusText = text;
-  m_bRootStatusTextSet = true;
+  m_state.rootStatusText = text;
+  m_state.rootStatusTextSet = true;
 }
 
 std::pair<int, int> CTaskBlock::orderCounts(int row) const {
   const auto announced = m_orderCounts.constFind(row);
   if (announced != m_orderCounts.constEnd()) return *announced;
-  const SRowFigures& figures = (*m_figures)[static_cast<std::size_t>(row)];
-  return {figures.orderCount, figures.orderCount2};
+  const SRowFigures& counted = figures()[static_cast<std::size_t>(row)];
+  return {counted.orderCount, counted.orderCount2};
 }
 
 }  // namespace TC

@@ -10,6 +10,21 @@
 
 namespace TC {
 
+/// A state of a task's rows: immutable arrays, shared, so that a copy costs a few pointers and stays as it is whatever
+/// the table takes in later. Any thread.
+struct STaskRows {
+  STaskFacts facts;
+  ShapePtr shape;
+  TextsPtr texts;
+  FiguresPtr figures;
+  QString rootStatusText;
+  bool rootStatusTextSet = false;  ///< rootStatusText stands in the place of the root's own status text
+
+  int size() const { return shape ? static_cast<int>(shape->size()) : 0; }
+  /// Valid while this stands.
+  CHpfBasketStatusData data(int row) const;
+};
+
 /// The rows of one task as the table holds them: the arrays that the worker staged last, and the row records that
 /// view them. GUI thread only.
 class CTaskBlock {
@@ -22,12 +37,13 @@ class CTaskBlock {
   void take(const SStagedTask& staged);
 
   boost::shared_ptr<CBasketTask> task() const { return m_task.lock(); }
-  const STaskFacts& facts() const { return m_facts; }
-  const std::vector<SRowShape>& shape() const { return *m_shape; }
-  const std::vector<SRowFigures>& figures() const { return *m_figures; }
-  int size() const { return m_shape ? static_cast<int>(m_shape->size()) : 0; }
+  const STaskRows& state() const { return m_state; }
+  const STaskFacts& facts() const { return m_state.facts; }
+  const std::vector<SRowShape>& shape() const { return *m_state.shape; }
+  const std::vector<SRowFigures>& figures() const { return *m_state.figures; }
+  int size() const { return m_state.size(); }
 
-  CHpfBasketStatusData data(int row) const;
+  CHpfBasketStatusData data(int row) const { return m_state.data(row); }
   /// The amount's change by the batch that was taken last.
   double amountChange(int row) const;
   /// Grows with each batch.
@@ -47,13 +63,8 @@ class CTaskBlock {
 
  private:
   boost::weak_ptr<CBasketTask> m_task;
-  STaskFacts m_facts;
-  ShapePtr m_shape;
-  TextsPtr m_texts;
-  FiguresPtr m_figures;
+  STaskRows m_state;
   FiguresPtr m_previous;  ///< figures before the last batch, null when the rows came anew
-  QString m_strRootStatusText;
-  bool m_bRootStatusTextSet = false;
   QHash<int, std::pair<int, int>> m_orderCounts;
   unsigned m_nVersion = 0;
 };

@@ -16,6 +16,7 @@
 #include "gv/IBaseHpfTableModel.h"
 #include "gv/IBaseTable.h"
 
+class QAction;
 class QHeaderView;
 class QMenu;
 class QStandardItemModel;
@@ -55,6 +56,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   bool restoreConfigStr(const QString& text) override;
   void setUiLock(bool locked) override;
   bool isUiLocked() const { return m_bLocked; }
+  bool exportData() override { return false; }
+  void copyData() override {}
 
   /// What the user sees in a cell; empty out of range.
   QString itemText(int row, int column) const;
@@ -98,6 +101,10 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
 
   /// Shown on a right click when the owner put actions into it.
   QMenu* contextMenu() const { return m_pContextMenu; }
+  /// Puts the commands (export, copy) into the context menu and reacts to their keys; for a table that has exports.
+  void offerCommands();
+  /// Whether an action of the context menu is one of the commands.
+  static bool isCommand(const QAction& action);
   /// The menu of the header, filled for a click on a column (-1 beside all).
   QMenu* headerMenu(int column);
 
@@ -173,6 +180,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   SCell cellAt(int row, int column, const QPoint& mouse) const;
   void selectRange(int from, int to);
   void deliverOwn(int eventId, int id, int value, const QString& key);
+  bool runCommand(const QKeyEvent& event);
   void showTip(int row, int column, const QPoint& point, const QPoint& global);
 
   IBaseHpfTableModel* m_pModel = nullptr;

@@ -17,6 +17,8 @@ enum EEvent {
   EventCheckBoxToggled = 67,      ///< id: the control's, value: 1 when checked
   EventRowButtonClicked = 231,    ///< id: the button's, value: column, key: row
   EventRowFolded = 232,           ///< for the tap alone; id: 1 for unfolding, key: row
+  EventTableExport = 233,         ///< for the tap alone; key: the file that the user gave, empty when cancelled
+  EventTableCopy = 234,           ///< for the tap alone
 };
 
 class CEventWidget {

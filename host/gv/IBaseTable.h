@@ -22,6 +22,11 @@ class IBaseTable {
   virtual bool restoreConfigStr(const QString& text) = 0;
   /// A locked table can be looked at but not worked with.
   virtual void setUiLock(bool locked) = 0;
+  /// Asks for a file and writes the rows that show to it; true when the file stands there as a whole. False for a table
+  /// that has no exports.
+  virtual bool exportData() = 0;
+  /// Puts the rows that show on the clipboard; nothing for a table that has no exports.
+  virtual void copyData() = 0;
 };
 
 }  // namespace GV

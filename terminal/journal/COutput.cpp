@@ -55,6 +55,10 @@ void COutput::messageBox(const QString& title, const QString& text) {
   put({{"call", "messageBox"}, {"title", title.toStdString()}, {"text", text.toStdString()}});
 }
 
+void COutput::setClipboard(const QString& text) { put({{"call", "setClipboard"}, {"text", text.toStdString()}}); }
+
+void COutput::dialogDismissed(const QString& title) { put({{"dialog", title.toStdString()}, {"result", "rejected"}}); }
+
 bool COutput::isGood() const {
   const std::lock_guard<std::mutex> lock(m_mutex);
   return m_out.good();

@@ -30,6 +30,9 @@ class COutput : public desk::IDeskObserver {
   /// The panel's table as it stands. GUI thread, when nothing is queued for it.
   void dump(const TC::ITradeDockableWidget& panel, const std::string& name);
   void messageBox(const QString& title, const QString& text);
+  void setClipboard(const QString& text);
+  /// A dialog that opened while the journal had no answer for it.
+  void dialogDismissed(const QString& title);
   /// False once a line could not be written.
   bool isGood() const;
 

@@ -14,6 +14,8 @@
 #include "JournalReader.h"
 #include "LineRecords.h"
 #include "UserActs.h"
+#include "gv/CClipboard.h"
+#include "gv/CFileDialog.h"
 #include "gv/CMessageBox.h"
 
 namespace journal {
@@ -42,11 +44,18 @@ CPlayer::CPlayer(desk::CDesk& desk, desk::CHostServices& services, PanelFactory 
   m_desk.addObserver(&m_output);
   GV::CMessageBox::setPresenter(
       [this](QWidget*, const QString& title, const QString& text) { m_output.messageBox(title, text); });
+  GV::CFileDialog::setPresenter([this](QWidget*, const QString& caption) {
+    m_output.dialogDismissed(caption);
+    return QString();
+  });
+  GV::CClipboard::setObserver([this](const QString& text) { m_output.setClipboard(text); });
 }
 
 CPlayer::~CPlayer() {
   closePanel();
   GV::CMessageBox::setPresenter({});
+  GV::CFileDialog::setPresenter({});
+  GV::CClipboard::setObserver({});
   m_desk.removeObserver(&m_output);
 }
 

@@ -1,5 +1,7 @@
 #include "CRecorder.h"
 
+#include <QAction>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QMenu>
 #include <QTimer>
@@ -83,7 +85,11 @@ void CRecorder::watch(TC::ITradeDockableWidget& panel) {
   if (!m_pTable) return;
   // Queued: the menu tells of an action before it is carried out.
   QObject::connect(
-      m_pTable->contextMenu(), &QMenu::triggered, m_pTable, [this] { onMenu(); }, Qt::QueuedConnection);
+      m_pTable->contextMenu(), &QMenu::triggered, m_pTable,
+      [this](const QAction* action) {
+        if (!GV::CHpfTreeTable::isCommand(*action)) onMenu();
+      },
+      Qt::QueuedConnection);
   QHeaderView* header = m_pTable->header();
   const auto changed = [this] { onHeader(); };
   QObject::connect(header, &QHeaderView::sortIndicatorChanged, m_pTable, changed);
@@ -134,6 +140,13 @@ void CRecorder::onUserEvent(QWidget* from, int eventId, int id, int value, const
       return write(line);
     case GV::EventRowFolded:
       return write(foldAct(id == 1, rowPath(*m_pTable, key)));
+    case GV::EventTableExport:
+      line = userAct(EUserAct::Export);
+      // Without its folder: a replay elsewhere must not write over the user's files.
+      line.m_strFile = QFileInfo(key).fileName().toStdString();
+      return write(line);
+    case GV::EventTableCopy:
+      return write(userAct(EUserAct::Copy));
     default:
       return;
   }

@@ -22,8 +22,10 @@ const SNames<EUserAct> USER_ACTS = {{{EUserAct::ToolBar, "toolbar"},
                                      {EUserAct::Key, "key"},
                                      {EUserAct::Expand, "expand"},
                                      {EUserAct::Collapse, "collapse"},
+                                     {EUserAct::Export, "export"},
+                                     {EUserAct::Copy, "copy"},
                                      {EUserAct::Event, "event"}},
-                                    {"export", "copy", "dialog"}};
+                                    {"dialog"}};
 /// Kinds of a later version.
 const char* const LATER_KINDS[] = {"serverReply", "createReply", "orderProcess"};
 
@@ -283,6 +285,10 @@ void fields(Archive& a, SUserLine& line) {
     case EUserAct::Expand:
     case EUserAct::Collapse:
       return a.required("row", line.m_strRow);
+    case EUserAct::Export:
+      return a.required("file", line.m_strFile);
+    case EUserAct::Copy:
+      return;
     case EUserAct::Event:
       a.required("event", line.m_nEvent);
       a.required("id", line.m_nId);

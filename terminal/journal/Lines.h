@@ -139,7 +139,7 @@ struct SHostLine {
   int m_nTraderType = 0;
 };
 
-enum class EUserAct { ToolBar, FilterFinished, Button, DoubleClick, Click, Key, Expand, Collapse, Event };
+enum class EUserAct { ToolBar, FilterFinished, Button, DoubleClick, Click, Key, Expand, Collapse, Export, Copy, Event };
 
 struct SUserLine {
   static constexpr const char* KIND = "user";
@@ -149,6 +149,7 @@ struct SUserLine {
   std::string m_strRow;                  ///< Button, Click, Expand, Collapse: path of the row
   int m_nColumn = 0;                     ///< DoubleClick, Click
   std::string m_strKeys;                 ///< Key: as QKeySequence reads it
+  std::string m_strFile;                 ///< Export: the save dialog's answer; empty: cancelled
   int m_nEvent = 0;                      ///< Event
   std::optional<std::string> m_strText;  ///< Event: the node's key; none: the root's
   int m_nTask = 0;                       ///< Event

@@ -7,6 +7,7 @@
 #include "Archive.h"
 #include "TableDump.h"
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "gv/CFileDialog.h"
 #include "gv/CHpfTreeTable.h"
 #include "gv/Controls.h"
 #include "tc/ITradeDockableWidget.h"
@@ -90,6 +91,16 @@ void fold(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   table.expandItem(needRow(table, line.m_strRow), line.m_eAct == EUserAct::Expand);
 }
 
+void exportTable(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  GV::CHpfTreeTable& table = needTable(panel);
+  const auto before = GV::CFileDialog::setPresenter(
+      [&line](QWidget*, const QString&) { return QString::fromStdString(line.m_strFile); });
+  table.exportData();
+  GV::CFileDialog::setPresenter(before);
+}
+
+void copyTable(TC::ITradeDockableWidget& panel, const SUserLine&) { needTable(panel).copyData(); }
+
 void deliverEvent(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   QString taskKey = QString::fromUtf8(TASK_KEY_PREFIX) + QString::number(line.m_nTask);
   // The root's node key is that of its task.
@@ -104,6 +115,7 @@ const std::map<EUserAct, Performer> PERFORMERS = {
     {EUserAct::Button, pressRowButton}, {EUserAct::DoubleClick, doubleClick},
     {EUserAct::Click, click},           {EUserAct::Key, pressKey},
     {EUserAct::Expand, fold},           {EUserAct::Collapse, fold},
+    {EUserAct::Export, exportTable},    {EUserAct::Copy, copyTable},
     {EUserAct::Event, deliverEvent}};
 
 }  // namespace

@@ -80,6 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
         R"({"kind":"user","do":"button","row":"123/证券","id":1})", R"({"kind":"user","do":"doubleClick","column":8})",
         R"({"kind":"user","do":"click","row":"123","column":9})", R"({"kind":"user","do":"key","keys":"Shift+W"})",
         R"({"kind":"user","do":"expand","row":"123"})", R"({"kind":"user","do":"collapse","row":"123"})",
+        R"({"kind":"user","do":"export","file":"out.csv"})", R"({"kind":"user","do":"copy"})",
         R"({"kind":"user","do":"event","event":1140,"id":10001,"text":"","task":123})",
         R"({"kind":"dump","name":"after cancel"})"));
 

@@ -79,8 +79,9 @@ INSTANTIATE_TEST_SUITE_P(
     Acts, MalformedLine,
     testing::Values(SFault{R"({"kind":"host","do":"jump"})", "field \"do\" 'jump' is unknown"},
                     SFault{R"({"kind":"host","do":"setTradeType"})", "field \"traderType\" is missing"},
-                    SFault{R"({"kind":"user","do":"export"})",
-                           "field \"do\" 'export' is not supported by this version"},
+                    SFault{R"({"kind":"user","do":"dialog"})",
+                           "field \"do\" 'dialog' is not supported by this version"},
+                    SFault{R"({"kind":"user","do":"export"})", "field \"file\" is missing"},
                     SFault{R"({"kind":"user","do":"button","id":0})", "field \"row\" is missing"},
                     SFault{R"({"kind":"user","do":"button","row":"1"})", "field \"id\" is missing"},
                     SFault{SESSION, "a journal has one session line"}));

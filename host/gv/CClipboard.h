@@ -1,0 +1,19 @@
+/// The system's clipboard.
+#pragma once
+
+#include <QString>
+#include <functional>
+
+namespace GV {
+
+/// GUI thread.
+class CClipboard {
+ public:
+  typedef std::function<void(const QString& text)> Observer;
+
+  static void setText(const QString& text);
+  /// Is told of each text just before it is set; an empty one ends it.
+  static void setObserver(Observer observer);
+};
+
+}  // namespace GV

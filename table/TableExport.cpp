@@ -1,0 +1,147 @@
+#include "TableExport.h"
+
+#include <algorithm>
+
+#include "BasketColumns.h"
+#include "CHpfBasketStatusTableData.h"
+#include "gv/CExcelReader.h"
+#include "gv/CHpfTreeTableModel.h"
+
+namespace TC {
+namespace {
+
+constexpr int BATCH_LINES = 1000;
+constexpr int SUFFIX_LENGTH = 4;
+constexpr int SHEET = 1;
+constexpr QChar TAB('\t');
+constexpr QChar LINE_END('\n');
+const QString EMPTY_COPIED_CELL(4, QLatin1Char(' '));
+
+const GV::SColumn& columnOf(int column) { return basketColumns()[static_cast<std::size_t>(column)].column; }
+
+void appendHeader(QString& text, QChar separator) {
+  const std::vector<int>& columns = exportColumns();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (i > 0) text += separator;
+    text += columnOf(columns[i]).title;
+  }
+}
+
+void appendRow(QString& text, const SExportRows& rows, int row, QChar separator, const QString& emptyCell) {
+  const std::vector<int>& columns = exportColumns();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (i > 0) text += separator;
+    const QString cell = rows.text(row, columns[i]);
+    text += cell.isEmpty() ? emptyCell : cell;
+  }
+}
+
+/// The titles stand above the first row.
+bool putRow(GV::CExcelReader& writer, const SExportRows& rows, int row) {
+  for (std::size_t i = 0; i < exportColumns().size(); ++i) {
+    const int column = exportColumns()[i];
+    const int place = static_cast<int>(i) + 1;
+    const QString text = rows.text(row, column);
+    const bool done = columnOf(column).sortsByNumber() ? writer.setNumber(SHEET, row + 2, place, text)
+                                                       : writer.setData(SHEET, row + 2, place, text);
+    if (!done) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+// The snapshot
+
+CTableSnapshot::CTableSnapshot(const GV::CHpfTreeTableModel& model, EProcessDisplay mode) : m_mode(mode) {
+  const int count = model.rowCount();
+  m_rows.reserve(static_cast<std::size_t>(count));
+  const CTaskBlock* block = nullptr;
+  for (int position = 0; position < count; ++position) {
+    const auto& row = static_cast<const CHpfBasketStatusTableData&>(model.rowAt(position));
+    // The rows of a task stand together.
+    if (row.block() != block) {
+      block = row.block();
+      m_tasks.push_back(block->state());
+    }
+    m_rows.push_back({static_cast<int>(m_tasks.size()) - 1, row.row()});
+  }
+}
+
+QString CTableSnapshot::text(int row, int column) const {
+  const SRow& place = m_rows[static_cast<std::size_t>(row)];
+  const CellText form = basketColumns()[static_cast<std::size_t>(column)].text;
+  return form ? form(m_tasks[static_cast<std::size_t>(place.task)].data(place.row), m_mode) : QString();
+}
+
+SExportRows CTableSnapshot::rows() const {
+  return {rowCount(), [this](int row, int column) { return text(row, column); }};
+}
+
+// What is exported, and how
+
+const std::vector<int>& exportColumns() {
+  static const std::vector<int> columns = [] {
+    std::vector<int> list;
+    for (int column = 0; column < EBC_Count; ++column) {
+      if (columnOf(column).exportOrder > 0) list.push_back(column);
+    }
+    std::sort(list.begin(), list.end(),
+              [](int one, int other) { return columnOf(one).exportOrder < columnOf(other).exportOrder; });
+    return list;
+  }();
+  return columns;
+}
+
+SExportRoute exportRoute(const QString& fileName) {
+  // No path has the first character; it is looked for first all the same: intended.
+  int before = fileName.lastIndexOf(QChar(0x2F2F));
+  if (before < 0) before = fileName.lastIndexOf(QLatin1Char('/'));
+  const QString suffix = fileName.mid(before + 1).right(SUFFIX_LENGTH);
+  // Another case of these is a spreadsheet: intended.
+  if (suffix == QLatin1String(".txt")) return {false, TAB};
+  if (suffix == QLatin1String(".csv")) return {false, QLatin1Char(',')};
+  return {true, QChar()};
+}
+
+bool exportLines(const SExportRows& rows, QChar separator, const ExportSink& write, const ExportStep& step) {
+  QString batch;
+  appendHeader(batch, separator);
+  int lines = 1;
+  for (int row = 0; row < rows.count; ++row) {
+    if (lines > 0) batch += LINE_END;
+    appendRow(batch, rows, row, separator, QString());
+    if (++lines < BATCH_LINES) continue;
+    batch += LINE_END;
+    if (!write(batch) || !step(row + 1)) return false;
+    batch.resize(0);  // keeps its memory
+    lines = 0;
+  }
+  return lines == 0 || write(batch);
+}
+
+bool exportSpreadsheet(const SExportRows& rows, const QString& fileName, const ExportStep& step) {
+  GV::CExcelReader writer(false);
+  if (!writer.isValid() || !writer.newfile() || !writer.addSheet()) return false;
+  for (std::size_t i = 0; i < exportColumns().size(); ++i) {
+    const QString& title = columnOf(exportColumns()[i]).title;
+    if (!writer.setData(SHEET, 1, static_cast<int>(i) + 1, title)) return false;
+  }
+  for (int row = 0; row < rows.count; ++row) {
+    if (!putRow(writer, rows, row) || !step(row + 1)) return false;
+  }
+  return writer.saveAs(fileName);
+}
+
+bool clipboardText(const SExportRows& rows, QString& text, const ExportStep& step) {
+  appendHeader(text, TAB);
+  text += LINE_END;
+  for (int row = 0; row < rows.count; ++row) {
+    appendRow(text, rows, row, TAB, EMPTY_COPIED_CELL);
+    text += LINE_END;
+    if (!step(row + 1)) return false;
+  }
+  return true;
+}
+
+}  // namespace TC

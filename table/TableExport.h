@@ -1,0 +1,74 @@
+/// The status table outside the screen: the lines of its exports, formed from a state of the table that stays as it was
+/// taken. Any thread, unless said otherwise.
+#pragma once
+
+#include <QChar>
+#include <QString>
+#include <functional>
+#include <vector>
+
+#include "TaskBlock.h"
+
+namespace GV {
+class CHpfTreeTableModel;
+}
+
+namespace TC {
+
+/// Rows to export: their number, and the text of a cell by row and column of the table.
+struct SExportRows {
+  int count = 0;
+  std::function<QString(int row, int column)> text;
+};
+
+/// The rows that a status table shows at one moment, in its order, each of their cells as the table shows it then.
+class CTableSnapshot {
+ public:
+  /// Costs a few bytes a row; no text is formed. GUI thread.
+  CTableSnapshot(const GV::CHpfTreeTableModel& model, EProcessDisplay mode);
+
+  int rowCount() const { return static_cast<int>(m_rows.size()); }
+  QString text(int row, int column) const;
+  /// Views this snapshot, which must outlive them.
+  SExportRows rows() const;
+
+ private:
+  struct SRow {
+    int task;
+    int row;
+  };
+
+  std::vector<STaskRows> m_tasks;
+  std::vector<SRow> m_rows;
+  EProcessDisplay m_mode;
+};
+
+/// Columns of the table in the order of the exports.
+const std::vector<int>& exportColumns();
+
+/// How a file is written, as its name says.
+struct SExportRoute {
+  bool spreadsheet = false;
+  QChar separator;  ///< of a text file
+};
+
+SExportRoute exportRoute(const QString& fileName);
+
+/// Is told that a number of rows is done; false ends the export.
+typedef std::function<bool(int rows)> ExportStep;
+/// Takes a batch of lines; false ends the export.
+typedef std::function<bool(const QString& text)> ExportSink;
+
+/// The header line and a line for each row, separated by line ends, in batches of at most 1000 lines; a batch that is
+/// full ends with a line end, the last one does not. Nothing is quoted. False when it was ended before its end.
+bool exportLines(const SExportRows& rows, QChar separator, const ExportSink& write, const ExportStep& step);
+
+/// The same cells in the first sheet of a spreadsheet, the titles in row 1; figures become numbers where the format
+/// knows them. False when it was ended, or could not be written as a whole; then no file is left that was not there.
+bool exportSpreadsheet(const SExportRows& rows, const QString& fileName, const ExportStep& step);
+
+/// The lines for the clipboard: separated by tabs, each with a line end, an empty cell as four blanks. False when it
+/// was ended before its end.
+bool clipboardText(const SExportRows& rows, QString& text, const ExportStep& step);
+
+}  // namespace TC
