@@ -80,8 +80,6 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
  public Q_SLOTS:
   /// A status that the option delegate applied; task is null while its row does not exist.
   void slotTaskStatus(TC::CBasketTask* task, QString key, int status);
-  /// key: the node's; mode: EOrdersMode.
-  void slotShowOrders(TC::CBasketTask* task, QString key, int mode);
   /// Quantity texts follow the new trading unit.
   void slotUpdateStockUnit();
 
@@ -92,6 +90,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
  private:
   void createUi();
   void createDelegates();
+  bool runExport(const QString& label, const GV::LongWork& work);
   void setProcessDisplay(EProcessDisplay mode);
   void onOptionClicked(const QString& rowKey, int buttonId);
   void onOrderCounts(const QString& key, int reported, int received);

@@ -190,6 +190,7 @@ void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
     selectAll();
     return;
   }
+  if (runCommand(*event)) return;
   int target = row;
   switch (event->key()) {
     case Qt::Key_Up:
