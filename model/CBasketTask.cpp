@@ -107,6 +107,12 @@ std::vector<CCodeOrderParam> CBasketTask::getParam(const QString& key) const {
   return params;
 }
 
+QString CBasketTask::getAlgoParams() const {
+  const Lock lock(m_mutex);
+  const bool known = !m_mapDetails.isEmpty() && m_mapDetails.first()->m_pCommand;
+  return known ? QString::fromStdString(m_mapDetails.first()->m_pCommand->m_strAlgoParams) : QString();
+}
+
 void CBasketTask::getAlgoTaskKey(const CTaskDetail& detail, std::string& out) {
   // Without a command record there is no other name than the server's own.
   const bool byCommand = detail.m_nTaskId >= FIRST_COMMAND_KEYED_TASK && detail.m_pCommand;

@@ -82,6 +82,8 @@ class CBasketTask : public QObject {
   /// The parameters of the task's own details that fall on the rows of a node, in detail-key order; for the root's
   /// key all of them, none for an unknown key.
   std::vector<ksservice::CCodeOrderParam> getParam(const QString& key) const;
+  /// The algorithm parameters of the task's command, as the host wrote them; empty without a command.
+  QString getAlgoParams() const;
   /// The key under which the server's progress queries know a detail.
   static void getAlgoTaskKey(const ksservice::CTaskDetail& detail, std::string& out);
 

@@ -25,7 +25,7 @@ constexpr int TABLE_ID = 20160512;
 constexpr int FIRST_REFRESH_MSEC = 1000;
 
 /// Events of the host's event delivery.
-enum EEvent : int { EventButton = 5, EventCheckBox = 67, EventTaskButton = 1140 };
+enum EEvent : int { EventButton = 5, EventCheckBox = 67, EventTaskButton = 1140, EventOrders = 1196 };
 
 /// Ids of the tool bar's controls; 0 to 3 are the items of the filter.
 enum EToolBarId : int {
@@ -150,6 +150,9 @@ bool CBasketTasksPanel::handleEvent(int eventId, int buttonId, int value, QStrin
     case EventTaskButton:
       if (payload) onTaskButton(buttonId, text, *static_cast<const QString*>(payload));
       return true;
+    case EventOrders:
+      updateOrders(text);
+      return true;
     default:
       return ITradeDockableWidget::handleEvent(eventId, buttonId, value, text, payload);
   }
@@ -176,6 +179,12 @@ void CBasketTasksPanel::onTaskButton(int action, const QString&, const QString& 
   if (!findTask(key)) return;
   utils::logInfo(this, "CBasketTasksPanel::handleEvent", "User %1% click basket task panel task button id %2% task %3%",
                  getUserConfig().userName(), action, key);
+}
+
+void CBasketTasksPanel::updateOrders(const QString& key) {
+  for (const auto& task : tasks()) {
+    if (task->getKey() + task->getRoot()->getKey() == key) m_pTable->updateOrdersWidget(*task);
+  }
 }
 
 void CBasketTasksPanel::onFoldAll(bool) {

@@ -96,6 +96,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void fillToolBar(GV::CAutoExpandToolBar& bar);
   void onToolBarButton(int id);
   void onTaskButton(int action, const QString& text, const QString& taskKey);
+  void updateOrders(const QString& key);
   void finishRefresh();
   int rootStatus(const CBasketTask& task) const;
   static bool matchesFilter(int filter, int status);

@@ -1,6 +1,7 @@
 #include "CHpfBasketStatusTable.h"
 
 #include <QSet>
+#include <algorithm>
 
 #include "CBasketTask.h"
 #include "CHpfBasketDelegates.h"
@@ -55,6 +56,7 @@ void CHpfBasketStatusTable::apply(const SStagedTask& staged) {
     block->take(staged);
   }
   subtreeChanged(*block->rows.front());
+  followOrders(*block);
 }
 
 /// Brings the rows in line with a new shape: those whose key stays keep their record, and with it folding, selection
@@ -69,7 +71,7 @@ void CHpfBasketStatusTable::reshape(CTaskBlock& block, const SStagedTask& staged
   const std::vector<SRowShape>& shape = *staged.shape;
   std::vector<StatusRowPtr> rows;
   rows.reserve(shape.size());
-  std::vector<bool> hidden;
+  RowFlags hidden;
   QHash<int, QStringList> order;  // children's keys by parent row, where a kept row must be put in its place
   for (const SRowShape& row : shape) {
     const StatusRowPtr record = kept.take(row.key);
@@ -133,7 +135,7 @@ void CHpfBasketStatusTable::showTask(const CBasketTask& task) {
   CTaskBlock* block = blockOf(task);
   if (!block) return;
   // Rows below the grandchildren are left alone; no filter ever hides them.
-  block->wantHidden.assign(block->wantHidden.size(), false);
+  std::fill(block->wantHidden.begin(), block->wantHidden.end(), false);
 }
 
 void CHpfBasketStatusTable::hideTask(const CBasketTask& task) {
@@ -143,6 +145,9 @@ void CHpfBasketStatusTable::hideTask(const CBasketTask& task) {
 void CHpfBasketStatusTable::filterFinished(const CBasketTask& task, bool on) {
   CTaskBlock* block = blockOf(task);
   if (!block) return;
+  // After showTask nothing is hidden: then the usual pass, without the filter, need not look at the figures.
+  const RowFlags& hiding = block->wantHidden;
+  if (!on && std::find(hiding.begin(), hiding.end(), true) == hiding.end()) return;
   const std::vector<SRowShape>& shape = block->shape();
   const std::vector<SRowFigures>& figures = block->figures();
   bool leading = true;  // among the grandchildren under the current child
@@ -162,7 +167,7 @@ void CHpfBasketStatusTable::endUpdate() {
     if (block->hidden == block->wantHidden) continue;
     for (std::size_t i = 0; i < block->hidden.size(); ++i) {
       if (block->hidden[i] == block->wantHidden[i]) continue;
-      hideItem(*block->rows[i], block->wantHidden[i]);
+      hideItem(*block->rows[i], block->wantHidden[i] != 0);
     }
     block->hidden = block->wantHidden;
   }

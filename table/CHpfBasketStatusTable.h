@@ -14,6 +14,7 @@ namespace TC {
 
 class CBasketTask;
 class CHpfBasketOrderDelegate;
+class CTaskOrdersWidget;
 
 /// The tree table of basket tasks: a root row for each task, below it the rows of the task's nodes.
 ///
@@ -55,6 +56,11 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   /// Null for an unknown key; the key may be any of those above.
   StatusRowPtr getDataByKey(const QString& key) const;
 
+  /// Whether slotShowOrders opens the window of orders, or refreshes it when it shows this node already.
+  enum EOrdersMode : int { FOLLOW_ORDERS = 0, SHOW_ORDERS = 1 };
+  /// Refreshes the window of orders when it shows the task's root.
+  void updateOrdersWidget(CBasketTask& task);
+
   CHpfBasketOptionDelegate* getTaskOptionDelegate() const { return m_pOptionDelegate; }
   CHpfBasketOrderDelegate* getTaskOrderDelegate() const { return m_pOrderDelegate; }
 
@@ -80,6 +86,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
  public Q_SLOTS:
   /// A status that the option delegate applied; task is null while its row does not exist.
   void slotTaskStatus(TC::CBasketTask* task, QString key, int status);
+  /// key: the node's; mode: EOrdersMode.
+  void slotShowOrders(TC::CBasketTask* task, QString key, int mode);
   /// Quantity texts follow the new trading unit.
   void slotUpdateStockUnit();
 
@@ -90,6 +98,10 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
  private:
   void createUi();
   void createDelegates();
+  void createOrdersWidget();
+  void onCellClicked(const QString& rowKey, int column);
+  void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);
+  void followOrders(const CTaskBlock& block);
   bool runExport(const QString& label, const GV::LongWork& work);
   void setProcessDisplay(EProcessDisplay mode);
   void onOptionClicked(const QString& rowKey, int buttonId);
@@ -110,6 +122,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   QHash<QString, std::shared_ptr<CTaskBlock>> m_blocks;  ///< by task key
   CHpfBasketOptionDelegate* m_pOptionDelegate = nullptr;
   CHpfBasketOrderDelegate* m_pOrderDelegate = nullptr;
+  CTaskOrdersWidget* m_pOrdersWidget = nullptr;
 };
 
 }  // namespace TC

@@ -9,6 +9,7 @@
 #include "CHpfBasketStatusModel.h"
 #include "CHpfBasketStatusTable.h"
 #include "tc/CStockUnitConfig.h"
+#include "tc/CTaskOrdersWidget.h"
 #include "tc/Services.h"
 
 namespace TC {
@@ -31,6 +32,7 @@ void CHpfBasketStatusTable::createUi() {
   setHeaderHeight(HEADER_HEIGHT);
   setItemHeight(ROW_HEIGHT);
   createDelegates();
+  createOrdersWidget();
   offerCommands();
   connect(&getStockUnitConfig(), SIGNAL(sigStockUnitChange()), SLOT(slotUpdateStockUnit()));
 }
@@ -66,6 +68,9 @@ bool CHpfBasketStatusTable::handleEvent(int eventId, int id, int value, QString 
     case GV::EventRowButtonClicked:
       onOptionClicked(key, id);
       return true;
+    case GV::EventCellClicked:
+      if (value == Qt::LeftButton) onCellClicked(key, id);
+      return true;
     default:
       return GV::CHpfTreeTable::handleEvent(eventId, id, value, key, payload);
   }
@@ -89,13 +94,13 @@ void CHpfBasketStatusTable::setProcessDisplay(EProcessDisplay mode) {
 }
 
 QString CHpfBasketStatusTable::param() const {
-  // The first part is the orders window's.
-  return QStringList({QString(), saveConfigStr(), QString::number(m_eProcessDisplay)})
+  return QStringList({m_pOrdersWidget->param(), saveConfigStr(), QString::number(m_eProcessDisplay)})
       .join(QLatin1Char(PARAM_SEPARATOR));
 }
 
 void CHpfBasketStatusTable::setParam(const QString& text) {
   const QStringList parts = text.split(QLatin1Char(PARAM_SEPARATOR));
+  m_pOrdersWidget->setParam(parts[0]);
   if (parts.size() < 2) return;
   restoreConfigStr(parts[1]);
   // Read from the second part although param() writes the mode as the third: intended, kept for stored strings.

@@ -10,6 +10,9 @@
 
 namespace TC {
 
+/// A yes or no for each row; a byte each, since whole tasks are compared and filled in every pass.
+typedef std::vector<unsigned char> RowFlags;
+
 /// A state of a task's rows: immutable arrays, shared, so that a copy costs a few pointers and stays as it is whatever
 /// the table takes in later. Any thread.
 struct STaskRows {
@@ -58,8 +61,8 @@ class CTaskBlock {
   /// The row records, in the order of the arrays.
   std::vector<boost::shared_ptr<CHpfBasketStatusTableData>> rows;
   /// Whether a filter hides the row: what the table shows now, and what it is to show after the current pass.
-  std::vector<bool> hidden;
-  std::vector<bool> wantHidden;
+  RowFlags hidden;
+  RowFlags wantHidden;
 
  private:
   boost::weak_ptr<CBasketTask> m_task;

@@ -1,9 +1,13 @@
 #include "COutput.h"
 
+#include <QPointer>
 #include <nlohmann/json.hpp>
 
 #include "TableDump.h"
+#include "gv/CHpfTreeTable.h"
 #include "ksservice/CBasketHedgeParam.h"
+#include "tc/CTaskOrdersWidget.h"
+#include "tc/CTaskParamWidget.h"
 #include "tc/ITradeDockableWidget.h"
 #include "utils/Log.h"
 
@@ -17,6 +21,17 @@ Json hedgeParam(const ksservice::CBasketHedgeParam& param) {
           {"account", param.m_strAccount}, {"operation", param.m_nOperation}, {"volume", param.m_nVolume}};
 }
 
+/// The path of the row whose orders a window shows; its key is the key of a root followed by that of a node.
+QString ordersPath(const GV::CHpfTreeTable& table, const QString& key) {
+  QString path;
+  table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
+    if (depth > 0 || !key.startsWith(row.key())) return;
+    const QString found = rowPath(table, key.mid(row.key().size()));
+    if (!found.isEmpty()) path = found;
+  });
+  return path;
+}
+
 }  // namespace
 
 COutput::COutput(std::ostream& out) : m_out(out) {
@@ -25,7 +40,11 @@ COutput::COutput(std::ostream& out) : m_out(out) {
   });
 }
 
-COutput::~COutput() { utils::CLogCenter::instance().setObserver({}); }
+COutput::~COutput() {
+  utils::CLogCenter::instance().setObserver({});
+  TC::CTaskOrdersWidget::setShowObserver({});
+  TC::CBaseTaskParamWidget::setShowObserver({});
+}
 
 void COutput::put(const Json& line) {
   // A text that is no UTF-8 must not end the output.
@@ -47,6 +66,20 @@ void COutput::watch(TC::ITradeDockableWidget& panel) {
         put({{"signal", "sigPatchCreateTask"}, {"text", lines.toStdString()}});
       },
       Qt::DirectConnection);
+  if (GV::CHpfTreeTable* table = tableOf(panel)) watchWindows(*table);
+}
+
+void COutput::watchWindows(GV::CHpfTreeTable& table) {
+  const QPointer<GV::CHpfTreeTable> shown(&table);
+  TC::CTaskOrdersWidget::setShowObserver([this, shown](const QString& key, const std::vector<std::string>& orders) {
+    if (!shown) return;
+    const QString path = ordersPath(*shown, key);
+    const int task = path.section('/', 0, 0).toInt();
+    put({{"call", "showOrders"}, {"task", task}, {"row", path.toStdString()}, {"orders", orders}});
+  });
+  TC::CBaseTaskParamWidget::setShowObserver([this, shown](const QString& key) {
+    if (shown) put({{"call", "showTaskParam"}, {"row", rowPath(*shown, key).toStdString()}});
+  });
 }
 
 void COutput::dump(const TC::ITradeDockableWidget& panel, const std::string& name) { put(tableDump(panel, name)); }

@@ -8,6 +8,9 @@
 
 #include "IDeskObserver.h"
 
+namespace GV {
+class CHpfTreeTable;
+}
 namespace TC {
 class ITradeDockableWidget;
 }
@@ -25,7 +28,8 @@ class COutput : public desk::IDeskObserver {
   ~COutput() override;
 
   void put(const nlohmann::ordered_json& line);
-  /// Puts out the panel's signals from now on; this object must outlive the panel. GUI thread.
+  /// Puts out the panel's signals and the windows that it shows from now on; this object must outlive the panel. GUI
+  /// thread.
   void watch(TC::ITradeDockableWidget& panel);
   /// The panel's table as it stands. GUI thread, when nothing is queued for it.
   void dump(const TC::ITradeDockableWidget& panel, const std::string& name);
@@ -42,6 +46,8 @@ class COutput : public desk::IDeskObserver {
   void onStartHedge(int groupId) override;
 
  private:
+  void watchWindows(GV::CHpfTreeTable& table);
+
   std::ostream& m_out;
   mutable std::mutex m_mutex;
 };

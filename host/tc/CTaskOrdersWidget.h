@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QDialog>
+#include <boost/shared_ptr.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "ksservice/COrderInfo.h"
+
+class QLabel;
+
+namespace GV {
+class CHpfTreeTable;
+}
+
+namespace TC {
+
+/// The host's window with the orders of a task or of one of its rows. GUI thread.
+class CTaskOrdersWidget : public QDialog {
+  Q_OBJECT
+
+ public:
+  typedef std::vector<boost::shared_ptr<ksservice::COrderInfo>> Orders;
+  /// Told of each window of orders that is shown: the key given to updateOrders, and the orders' keys.
+  typedef std::function<void(const QString& key, const std::vector<std::string>& orderKeys)> ShowObserver;
+
+  explicit CTaskOrdersWidget(QWidget* parent = nullptr);
+
+  void setTradeType(int tradeType) { m_nTradeType = tradeType; }
+  int tradeType() const { return m_nTradeType; }
+  /// Shows every order again, whatever the user filtered away.
+  void clearFilters();
+  /// The line with the orders' sums, which only algorithm orders have; keepSize: the window keeps its height.
+  void setOrderInfoTableVisible(bool visible, bool keepSize);
+  /// Shows the orders of a node; key: the task's key followed by the node's.
+  void updateOrders(const QString& key, const Orders& orders);
+  const QString& getKey() const { return m_strKey; }
+  /// Shows the window and tells the observer.
+  void present();
+
+  /// The columns' layout as one text without "/" and "*".
+  QString param() const;
+  void setParam(const QString& text);
+
+  static void setShowObserver(ShowObserver observer);
+
+ private:
+  GV::CHpfTreeTable* m_pTable;
+  QLabel* m_pOrderInfo;
+  QString m_strKey;
+  Orders m_orders;
+  int m_nTradeType = 0;
+};
+
+}  // namespace TC

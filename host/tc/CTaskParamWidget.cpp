@@ -1,0 +1,92 @@
+#include "tc/CTaskParamWidget.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+#include "gv/Helpers.h"
+#include "ksservice/Operations.h"
+
+namespace TC {
+namespace {
+
+using ksservice::CCodeOrderParam;
+
+CBaseTaskParamWidget::ShowObserver& showObserver() {
+  static CBaseTaskParamWidget::ShowObserver observer;
+  return observer;
+}
+
+QString priceTypeText(int priceType) {
+  switch (priceType) {
+    case ksservice::EPT_Limit:
+    case ksservice::EPT_SellerLimit:
+      return QStringLiteral("限价");
+    case ksservice::EPT_User:
+      return QStringLiteral("指定价");
+    case ksservice::EPT_Counterpart:
+      return QStringLiteral("对手价");
+    case ksservice::EPT_MarketSH:
+    case ksservice::EPT_MarketSZ:
+      return QStringLiteral("市价");
+    default:
+      return QString::number(priceType);
+  }
+}
+
+/// The texts of all lines that differ, joined by "/".
+QString join(const std::vector<CCodeOrderParam>& params, QString (*text)(const CCodeOrderParam&)) {
+  QStringList texts;
+  for (const CCodeOrderParam& param : params) {
+    const QString one = text(param);
+    if (!one.isEmpty() && !texts.contains(one)) texts.append(one);
+  }
+  return texts.join(QLatin1Char('/'));
+}
+
+}  // namespace
+
+CBaseTaskParamWidget::CBaseTaskParamWidget(QWidget* parent)
+    : QFrame(parent, Qt::Popup), m_pLayout(new QVBoxLayout(this)) {
+  setAttribute(Qt::WA_DeleteOnClose);
+  setFrameShape(QFrame::StyledPanel);
+  m_pLayout->setContentsMargins(10, 8, 10, 8);
+  m_pLayout->setSpacing(4);
+}
+
+void CBaseTaskParamWidget::addLine(const QString& title, const QString& text) {
+  auto* line = new QHBoxLayout;
+  auto* name = new QLabel(title, this);
+  name->setMinimumWidth(72);
+  line->addWidget(name);
+  line->addWidget(new QLabel(text.isEmpty() ? QStringLiteral("--") : text, this), 1);
+  m_pLayout->addLayout(line);
+}
+
+void CBaseTaskParamWidget::setParams(const std::vector<CCodeOrderParam>& params) {
+  long long volume = 0;
+  for (const CCodeOrderParam& param : params) volume += param.m_nVolume;
+  addLine(QStringLiteral("交易方式"),
+          join(params, [](const CCodeOrderParam& p) { return orderTypeToString(p.m_nOrderType); }));
+  addLine(QStringLiteral("买卖方向"),
+          join(params, [](const CCodeOrderParam& p) { return operationToString(p.m_nOperation); }));
+  addLine(QStringLiteral("价格类型"),
+          join(params, [](const CCodeOrderParam& p) { return priceTypeText(p.m_nPriceType); }));
+  addLine(QStringLiteral("证券数"), QString::number(params.size()));
+  addLine(QStringLiteral("委托数量"), QString::number(volume));
+  if (params.size() == 1) {
+    addLine(QStringLiteral("委托价格"), QString::number(params.front().m_dPrice, 'f', 3));
+  }
+}
+
+void CBaseTaskParamWidget::popUp(const QString& rowKey, const QPoint& point) {
+  adjustSize();
+  move(GV::ptInsideScreen(point, size()));
+  show();
+  if (showObserver()) showObserver()(rowKey);
+}
+
+void CBaseTaskParamWidget::setShowObserver(ShowObserver observer) { showObserver() = std::move(observer); }
+
+void CHpfBasketTaskParamWidget::setAlgoParams(const QString& text) { addLine(QStringLiteral("算法参数"), text); }
+
+}  // namespace TC
