@@ -1,0 +1,133 @@
+// basket-bench [--rows N] [--json FILE] [--quick]: how the panel's table and model stand beside the stock ones.
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <QTextStream>
+#include <clocale>
+
+#include "Bars.h"
+#include "CHostServices.h"
+#include "ModelRun.h"
+#include "PanelRun.h"
+#include "Works.h"
+#include "utils/Log.h"
+
+namespace bench {
+namespace {
+
+constexpr int ROWS_PER_TASK = 300;
+constexpr int DEFAULT_ROWS = 300000;
+constexpr int GROWTH = 10;  ///< the smaller board beside the asked one
+constexpr int RUNS = 5;
+
+struct SOptions {
+  int rows = DEFAULT_ROWS;
+  QString jsonFile;
+  bool quick = false;
+};
+
+/// False, and said on standard error, for a command line that makes no sense.
+bool parse(const QStringList& arguments, SOptions& options) {
+  QCommandLineParser parser;
+  parser.addHelpOption();
+  parser.addOption({QStringLiteral("rows"), QStringLiteral("Rows of the board, 300 to a task."), QStringLiteral("N"),
+                    QString::number(DEFAULT_ROWS)});
+  parser.addOption(
+      {QStringLiteral("json"), QStringLiteral("Writes the results to a file too."), QStringLiteral("FILE")});
+  parser.addOption(
+      {QStringLiteral("quick"), QStringLiteral("A tenth of the rows, without the growth and plain peers.")});
+  parser.process(arguments);
+  bool ok = false;
+  options.rows = parser.value(QStringLiteral("rows")).toInt(&ok);
+  options.jsonFile = parser.value(QStringLiteral("json"));
+  options.quick = parser.isSet(QStringLiteral("quick"));
+  if (ok && options.rows >= ROWS_PER_TASK) return true;
+  QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
+  return false;
+}
+
+class CBench {
+ public:
+  explicit CBench(const SOptions& options) : m_options(options) {}
+
+  bool run() {
+    const int rows = m_options.quick ? m_options.rows / GROWTH : m_options.rows;
+    const int tasks = std::max(1, rows / ROWS_PER_TASK);
+    if (!m_options.quick && tasks >= GROWTH) runTables(tasks / GROWTH);
+    runTables(tasks);
+    runModels(tasks);
+    return writeJson();
+  }
+
+ private:
+  void runTables(int tasks) {
+    desk::CDesk desk;
+    desk::CHostServices services(desk, desk::CHostServices::EClock::Manual);
+    services.install();
+    const CLoad load(desk, {tasks, ROWS_PER_TASK, 1});
+    CReport report;
+    report.setTitle(QStringLiteral("%1 rows in %2 tasks; CPU milliseconds of the working thread, medians of %3 runs")
+                        .arg(tasks * ROWS_PER_TASK)
+                        .arg(tasks)
+                        .arg(RUNS));
+    CLimit limit;
+    {
+      CBoard board(load);
+      runWorks([&] { return makePanelTable(board); }, board, limit, RUNS, report);
+      runWorks([&] { return makeFloor(board); }, board, limit, RUNS, report);
+      runWorks([&] { return makeStandardItemPeer(board, limit, true); }, board, limit, RUNS, report);
+      runWorks([&] { return makeTreeWidgetPeer(board, limit); }, board, limit, RUNS, report);
+      if (!m_options.quick) {
+        runWorks([&] { return makeStandardItemPeer(board, limit, false); }, board, limit, RUNS, report);
+      }
+    }
+    runPanel(desk, services, load, RUNS, report);
+    finish(report, judge(report));
+  }
+
+  void runModels(int tasks) {
+    constexpr int ORDERS_PER_ROW = 10;
+    desk::CDesk desk;
+    desk::CHostServices services(desk, desk::CHostServices::EClock::Manual);
+    services.install();
+    const CLoad load(desk, {tasks, ROWS_PER_TASK, ORDERS_PER_ROW});
+    CReport report;
+    report.setTitle(QStringLiteral("%1 tasks of %2 parameters and %3 orders; CPU milliseconds, medians of %4 runs")
+                        .arg(tasks)
+                        .arg(ROWS_PER_TASK)
+                        .arg(ROWS_PER_TASK * ORDERS_PER_ROW)
+                        .arg(RUNS));
+    runModel(load, RUNS, report);
+    finish(report, QString());
+  }
+
+  void finish(const CReport& report, const QString& verdicts) {
+    QTextStream(stdout) << report.table() << '\n' << verdicts << (verdicts.isEmpty() ? "" : "\n");
+    m_json.append(report.json());
+  }
+
+  bool writeJson() const {
+    if (m_options.jsonFile.isEmpty()) return true;
+    QFile file(m_options.jsonFile);
+    const QByteArray text = ("[" + m_json.join(",\n") + "]\n").toUtf8();
+    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size()) return true;
+    QTextStream(stderr) << "basket-bench: " << m_options.jsonFile << ": " << file.errorString() << '\n';
+    return false;
+  }
+
+  const SOptions m_options;
+  QStringList m_json;
+};
+
+}  // namespace
+}  // namespace bench
+
+int main(int argc, char** argv) {
+  // The same painting on every machine, and no window server in the way.
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+  const QApplication app(argc, argv);
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  bench::SOptions options;
+  if (!bench::parse(QApplication::arguments(), options)) return 2;
+  return bench::CBench(options).run() ? 0 : 1;
+}
