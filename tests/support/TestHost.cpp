@@ -119,7 +119,10 @@ struct CTestHost::SServiceSet {
       const Lock lock(m_host.m_mutex);
       return valueOf(m_host.m_accounts, accountKey);
     }
-    bool hasRevokeTask() const override { return true; }
+    bool hasRevokeTask() const override {
+      const Lock lock(m_host.m_mutex);
+      return m_host.m_bRevokeTask;
+    }
     bool hasUpStopPrice() const override { return true; }
     bool isRawQuantity() const override { return false; }
     bool isQuietActivation() const override { return false; }
@@ -274,6 +277,11 @@ void CTestHost::setCommandNumber(int command, int number) {
 void CTestHost::setTimeZone(const QTimeZone& zone) {
   const Lock lock(m_mutex);
   m_timeZone = zone;
+}
+
+void CTestHost::setRevokeTask(bool allowed) {
+  const Lock lock(m_mutex);
+  m_bRevokeTask = allowed;
 }
 
 void CTestHost::moveClock(double msec) {

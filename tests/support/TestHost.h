@@ -58,6 +58,8 @@ class CTestHost {
   void setAccount(const ksservice::CAccountInfo& account);
   void setCommandNumber(int command, int number);
   void setTimeZone(const QTimeZone& zone);
+  /// Whether the user may cancel tasks; true at first.
+  void setRevokeTask(bool allowed);
   void moveClock(double msec);
   /// Places a detail in the data centre and tells the subscribers, on the calling thread.
   void deliver(const ksservice::CTaskDetailPtr& detail);
@@ -101,6 +103,7 @@ class CTestHost {
   int m_nNextSubscriber = 0;
   QTimeZone m_timeZone = QTimeZone::utc();
   double m_dClock = 0;
+  bool m_bRevokeTask = true;
 
   std::vector<ksservice::CTaskDetailPtr> m_updated;
   std::vector<SHedgeCall> m_hedgeCalls;

@@ -1,0 +1,107 @@
+/// The lines of an export, formed from given cells.
+#include <gtest/gtest.h>
+
+#include "BasketColumns.h"
+#include "TableExport.h"
+
+namespace TC {
+namespace {
+
+const char TITLES[] =
+    " 账号 , 账号名称 , 名称 , 交易类型 , 金额 , 开始时间 , 结束时间 , 状态 , 投资备注,未成交数量,智能算法标识";
+
+QString titles(const char* separator) { return QString::fromUtf8(TITLES).replace(",", separator); }
+
+ExportStep always() {
+  return [](int) { return true; };
+}
+
+/// Rows whose cells are their number and column, but for those that are given by column.
+SExportRows rowsOf(int count, const QMap<int, QString>& cells = {}) {
+  return {count,
+          [cells](int row, int column) { return cells.value(column, QStringLiteral("%1.%2").arg(row).arg(column)); }};
+}
+
+/// What was written, batch by batch.
+QStringList batches(const SExportRows& rows, QChar separator) {
+  QStringList written;
+  const auto write = [&written](const QString& text) {
+    written.append(text);
+    return true;
+  };
+  EXPECT_TRUE(exportLines(rows, separator, write, always()));
+  return written;
+}
+
+TEST(ExportLines, OfNoRowsAreTheTitlesWithoutALineEnd) {
+  EXPECT_EQ(batches(rowsOf(0), ','), QStringList{QString::fromUtf8(TITLES)});
+  EXPECT_EQ(batches(rowsOf(0), '\t'), QStringList{titles("\t")});
+}
+
+TEST(ExportLines, ComeInBatchesOfAThousandTheTitlesIncluded) {
+  const auto line = [](int row) {
+    return QString("%1.4,%1.5,%1.1,%1.6,%1.7,%1.10,%1.11,%1.13,%1.3,%1.15,%1.16").arg(row);
+  };
+  QStringList lines = {QString::fromUtf8(TITLES)};
+  for (int row = 0; row < 999; ++row) lines.append(line(row));
+  const QString full = lines.join('\n') + '\n';
+
+  EXPECT_EQ(batches(rowsOf(998), ','), QStringList{full.left(full.size() - line(998).size() - 2)});
+  EXPECT_EQ(batches(rowsOf(999), ','), QStringList{full}) << "one write that ends with a line end";
+  EXPECT_EQ(batches(rowsOf(1000), ','), (QStringList{full, line(999)}));
+  EXPECT_EQ(batches(rowsOf(1001), ','), (QStringList{full, line(999) + '\n' + line(1000)}));
+  const QStringList twice = batches(rowsOf(1999), ',');
+  ASSERT_EQ(twice.size(), 2);
+  EXPECT_EQ(twice[1].count('\n'), 1000);
+  EXPECT_TRUE(twice[1].endsWith(line(1998) + '\n'));
+}
+
+TEST(ExportLines, AnEmptyCellIsAnEmptyFieldInAFileAndFourBlanksWhenCopied) {
+  const SExportRows rows = rowsOf(1, {{EBC_Amount, QString()}});
+  EXPECT_EQ(batches(rows, '\t'),
+            QStringList{titles("\t") + "\n0.4\t0.5\t0.1\t0.6\t\t0.10\t0.11\t0.13\t0.3\t0.15\t0.16"});
+  QString copied;
+  ASSERT_TRUE(clipboardText(rows, copied, always()));
+  EXPECT_EQ(copied, titles("\t") + "\n0.4\t0.5\t0.1\t0.6\t    \t0.10\t0.11\t0.13\t0.3\t0.15\t0.16\n");
+  copied.clear();
+  ASSERT_TRUE(clipboardText(rowsOf(0), copied, always()));
+  EXPECT_EQ(copied, titles("\t") + "\n") << "copied also without rows";
+}
+
+TEST(ExportLines, QuoteNothing) {
+  const QString text = batches(rowsOf(1, {{EBC_InvestRemark, "a,\"b\""}}), ',').join("");
+  EXPECT_TRUE(text.endsWith("0.13,a,\"b\",0.15,0.16")) << text.toStdString();
+}
+
+TEST(ExportLines, EndWhenTheyMayNotGoOnOrCannotBeWritten) {
+  int written = 0;
+  const auto count = [&written](const QString&) { return ++written < 3; };
+  EXPECT_FALSE(exportLines(rowsOf(5000), ',', count, always()));
+  EXPECT_EQ(written, 3);
+  const auto halt = [](int rows) { return rows < 1999; };
+  written = -100;
+  EXPECT_FALSE(exportLines(rowsOf(5000), ',', count, halt));
+  EXPECT_EQ(written, -98);
+  QString copied;
+  EXPECT_FALSE(clipboardText(rowsOf(5000), copied, halt));
+}
+
+TEST(ExportRoute, FollowsTheLastFourCharactersOfTheNameInTheirCase) {
+  const auto text = [](const char* name) {
+    const SExportRoute route = exportRoute(QString::fromUtf8(name));
+    return route.spreadsheet ? std::string("spreadsheet") : std::string(1, route.separator.toLatin1());
+  };
+  EXPECT_EQ(text("/home/u/out.txt"), "\t");
+  EXPECT_EQ(text("out.csv"), ",");
+  EXPECT_EQ(text("./.csv"), ",");
+  for (const char* name : {"out.CSV", "out.TXT", "out.Csv", "out.xlsx", "out", "/folder.csv/out", "/folder/csv", "/"}) {
+    EXPECT_EQ(text(name), "spreadsheet") << name;
+  }
+  // The odd character goes before "/".
+  EXPECT_EQ(text("a.csv/b⼯.txt"), "\t");
+  EXPECT_EQ(text("a⼯b.csv/.txt"), "\t");
+  EXPECT_EQ(text("a.csv⼯txt"), "spreadsheet");
+}
+
+}  // namespace
+}  // namespace TC

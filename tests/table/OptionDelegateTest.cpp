@@ -1,0 +1,233 @@
+/// The states of the operation buttons by the statuses that come.
+#include <gtest/gtest.h>
+
+#include <QSignalSpy>
+
+#include "CBasketTask.h"
+#include "CHpfBasketOptionDelegate.h"
+#include "TestHost.h"
+
+namespace TC {
+namespace {
+
+constexpr int PLAIN = 0;
+constexpr int ALWAYS = 13;
+const QString TASK = QStringLiteral("组合任务1");
+const QString HEDGE = QStringLiteral("组合任务1-期货-CFFEX.IF2612卖出开仓");
+
+class OptionDelegate : public testing::Test {
+ protected:
+  struct SAnnouncement {
+    int status;
+    int type = PLAIN;
+  };
+
+  /// The visible buttons' ids, "x" behind a disabled one; "hidden" for a hidden set, "none" without one.
+  std::string shown(const QString& key) const {
+    if (!m_delegate.hasItem(key)) return "none";
+    if (!m_delegate.getIsItemVisible(key)) return "hidden";
+    std::string text;
+    for (const GV::STableButton& button : m_delegate.itemButtons(key)) {
+      if (!m_delegate.getIsItemButtonVisible(key, button.id)) continue;
+      text += (text.empty() ? "" : " ") + std::to_string(button.id);
+      if (!m_delegate.getIsItemButtonEnabled(key, button.id)) text += "x";
+    }
+    return text;
+  }
+  /// What a row shows after these statuses on a new set.
+  std::string after(const QString& key, const std::vector<SAnnouncement>& announcements) {
+    m_delegate.clear();
+    for (const SAnnouncement& a : announcements) m_delegate.slotTaskStatus(key, a.status, a.type);
+    return shown(key);
+  }
+  std::string afterSingle(const std::vector<int>& statuses) {
+    m_delegate.clear();
+    for (const int status : statuses) m_delegate.slotTaskStatusSingle(TASK, status, PLAIN);
+    return shown(TASK);
+  }
+
+  test::CTestHost m_host;
+  CHpfBasketOptionDelegate m_delegate{[](const QString& key) {
+                                        return CHpfBasketOptionDelegate::SRowRef{key, nullptr};
+                                      },
+                                      nullptr};
+};
+
+TEST_F(OptionDelegate, FirstStatusOfARow) {
+  struct SCase {
+    int status;
+    int type;
+    const char* task;           ///< on a task's row
+    const char* withoutRevoke;  ///< the same for a user who may not cancel tasks
+    const char* hedge;          ///< on a hedge row
+  };
+  const SCase cases[] = {
+      {0, PLAIN, "", "", ""},
+      {1, PLAIN, "", "", ""},
+      {2, PLAIN, "", "", ""},
+      {3, PLAIN, "0 1", "1", "7"},
+      {3, ALWAYS, "0 1", "1", "7"},
+      {4, PLAIN, "0 2", "2", ""},
+      {4, ALWAYS, "0 2", "2", ""},
+      {7, PLAIN, "hidden", "hidden", "hidden"},
+      {8, PLAIN, "4 6", "4 6", "4 6"},
+      {8, ALWAYS, "", "", ""},
+      {9, PLAIN, "", "", ""},
+      {10, PLAIN, "", "", ""},
+      {11, PLAIN, "hidden", "hidden", "hidden"},
+      {12, PLAIN, "", "", ""},
+      {10000, PLAIN, "0 1", "1", "7"},
+      {10000, ALWAYS, "0 1", "1", "7"},
+      {10001, PLAIN, "", "", ""},
+      {10002, PLAIN, "hidden", "hidden", "hidden"},
+      {-1, PLAIN, "", "", ""},
+      {99999, PLAIN, "", "", ""},
+  };
+  for (const SCase& c : cases) {
+    SCOPED_TRACE(testing::Message() << "status " << c.status << " type " << c.type);
+    m_host.setRevokeTask(true);
+    EXPECT_EQ(after(TASK, {{c.status, c.type}}), c.task);
+    EXPECT_EQ(after(HEDGE, {{c.status, c.type}}), c.hedge);
+    m_host.setRevokeTask(false);
+    EXPECT_EQ(after(TASK, {{c.status, c.type}}), c.withoutRevoke);
+  }
+}
+
+TEST_F(OptionDelegate, StatusesOneAfterAnother) {
+  struct SCase {
+    const char* what;
+    QString key;
+    std::vector<SAnnouncement> statuses;
+    const char* shown;
+  };
+  const SCase cases[] = {
+      {"pause and go on", TASK, {{3}, {4}, {3}}, "0 1"},
+      {"a patch runs", TASK, {{8}, {10000}}, "0 1"},
+      {"a failed patch leaves only giving up", TASK, {{8}, {10001}}, "6"},
+      {"dropped, then in use again", TASK, {{8}, {11}, {3}}, "0 1"},
+      {"finished, then cancelled by a late detail", TASK, {{7}, {8}}, "4 6"},
+      {"1 disables what shows", TASK, {{3}, {1}}, "0x 1x"},
+      {"1 of a cancelled task", TASK, {{8}, {1}}, "4x 6x"},
+      {"running enables again", TASK, {{3}, {1}, {3}}, "0 1"},
+      {"a paused task's own buttons come enabled", TASK, {{1}, {4}}, "0 2"},
+      {"a status that is not listed hides the patch buttons alone", TASK, {{3}, {9}}, "0 1"},
+      {"the same of a cancelled task", TASK, {{8}, {9}}, "6"},
+      {"cancelled again with type 13", TASK, {{8}, {8, ALWAYS}}, "6"},
+      {"a paused hedge", HEDGE, {{3}, {4}}, ""},
+      {"a hedge goes on", HEDGE, {{3}, {4}, {3}}, "7"},
+      {"a hedge whose button is disabled", HEDGE, {{3}, {1}, {3}}, ""},
+  };
+  for (const SCase& c : cases) EXPECT_EQ(after(c.key, c.statuses), c.shown) << c.what;
+}
+
+TEST_F(OptionDelegate, StatusOneDisablesEveryButton) {
+  m_delegate.slotTaskStatus(TASK, 1, PLAIN);
+  for (const GV::STableButton& button : m_delegate.itemButtons(TASK)) {
+    EXPECT_FALSE(m_delegate.getIsItemButtonEnabled(TASK, button.id)) << button.id;
+  }
+}
+
+TEST_F(OptionDelegate, SetsHoldTheirButtons) {
+  const std::vector<GV::STableButton> basket = {{0, "撤销", 3}, {1, "暂停", 3},     {2, "继续", 1},    {4, "补单", 2},
+                                                {5, "撤单", 3}, {6, "放弃补单", 2}, {7, "取消套利", 2}};
+  const std::vector<GV::STableButton> single = {{0, "撤销", 3}, {1, "暂停", 3}, {2, "继续", 1}, {3, "强制终止", 2}};
+  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
+  EXPECT_EQ(m_delegate.itemButtons(TASK), basket);
+  m_delegate.slotTaskStatusSingle(QStringLiteral("single"), 3, PLAIN);
+  EXPECT_EQ(m_delegate.itemButtons(QStringLiteral("single")), single);
+}
+
+TEST_F(OptionDelegate, ClicksDeliverActionsAndDisableTheirButton) {
+  struct SCase {
+    int button;
+    int action;
+    bool staysEnabled;
+  };
+  // The two that stay enabled do so by intention.
+  const SCase cases[] = {{0, 3, false},    {1, 5, false},    {2, 6, false},    {4, 10000, false},
+                         {5, 10001, true}, {6, 10002, true}, {7, 10003, false}};
+  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
+  for (const SCase& c : cases) {
+    EXPECT_EQ(CHpfBasketOptionDelegate::actionOf(c.button), c.action);
+    m_delegate.disableClicked(TASK, c.button);
+    EXPECT_EQ(m_delegate.getIsItemButtonEnabled(TASK, c.button), c.staysEnabled) << c.button;
+  }
+  EXPECT_EQ(CHpfBasketOptionDelegate::actionOf(3), 10002);
+  EXPECT_EQ(CHpfBasketOptionDelegate::actionOf(8), -1);
+}
+
+TEST_F(OptionDelegate, ClickedButtonComesBackWithANewStatusOnly) {
+  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
+  m_delegate.disableClicked(TASK, 1);
+  EXPECT_EQ(shown(TASK), "0 1x");
+  EXPECT_FALSE(m_delegate.clickButton(TASK, 1));
+  EXPECT_TRUE(m_delegate.clickButton(TASK, 0));
+  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
+  EXPECT_EQ(shown(TASK), "0 1x") << "the same status again";
+  m_delegate.slotTaskStatus(TASK, 4, PLAIN);
+  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
+  EXPECT_EQ(shown(TASK), "0 1");
+}
+
+TEST_F(OptionDelegate, ClickedButtonComesBackWhenTheOperationCameToNothing) {
+  m_delegate.slotTaskStatus(TASK, 8, PLAIN);
+  m_delegate.disableClicked(TASK, 4);
+  m_delegate.slotOperationEnded(TASK);
+  EXPECT_EQ(shown(TASK), "4x 6") << "not before the announcement";
+  m_delegate.slotTaskStatus(TASK, 8, PLAIN);
+  EXPECT_EQ(shown(TASK), "4 6");
+  m_delegate.disableClicked(TASK, 4);
+  m_delegate.slotTaskStatus(TASK, 8, PLAIN);
+  EXPECT_EQ(shown(TASK), "4x 6") << "for one announcement only";
+  m_delegate.slotOperationEnded(QStringLiteral("unknown"));
+  EXPECT_FALSE(m_delegate.hasItem(QStringLiteral("unknown")));
+}
+
+TEST_F(OptionDelegate, TypeThirteenIsAlwaysApplied) {
+  m_delegate.slotTaskStatus(TASK, 3, ALWAYS);
+  m_delegate.disableClicked(TASK, 1);
+  m_delegate.slotTaskStatus(TASK, 3, ALWAYS);
+  EXPECT_EQ(shown(TASK), "0 1");
+}
+
+TEST_F(OptionDelegate, AnnouncesWhatItApplied) {
+  qRegisterMetaType<TC::CBasketTask*>("TC::CBasketTask*");
+  QSignalSpy spy(&m_delegate, SIGNAL(sigTaskStatus(TC::CBasketTask*, QString, int)));
+  m_delegate.slotTaskStatus(TASK, 8, PLAIN);
+  m_delegate.slotTaskStatus(TASK, 8, PLAIN);
+  m_delegate.slotTaskStatus(TASK, 10001, PLAIN);
+  m_delegate.slotTaskStatus(HEDGE, 3, ALWAYS);
+  m_delegate.slotTaskStatus(HEDGE, 3, ALWAYS);
+  std::vector<std::pair<QString, int>> announced;
+  for (const QList<QVariant>& call : spy) announced.emplace_back(call[1].toString(), call[2].toInt());
+  EXPECT_EQ(announced, (std::vector<std::pair<QString, int>>{{TASK, 8}, {TASK, 10001}, {HEDGE, 3}, {HEDGE, 3}}));
+}
+
+TEST_F(OptionDelegate, SingleTasks) {
+  EXPECT_EQ(afterSingle({3}), "0 1");
+  EXPECT_EQ(afterSingle({4}), "0 2");
+  EXPECT_EQ(afterSingle({3, 4}), "0 2");
+  EXPECT_EQ(afterSingle({4, 3}), "0 1");
+  for (const int status : {0, 1, 7, 8, 10, 11, 10000, 10001, 10002}) {
+    EXPECT_EQ(afterSingle({status}), "hidden") << status;
+    EXPECT_EQ(afterSingle({3, status}), "hidden") << status;
+    EXPECT_EQ(afterSingle({status, 3}), "0 1") << status;
+  }
+  m_host.setRevokeTask(false);
+  EXPECT_EQ(afterSingle({3}), "1");
+  EXPECT_EQ(afterSingle({4}), "2");
+}
+
+TEST_F(OptionDelegate, ClickedButtonOfASingleTask) {
+  m_delegate.slotTaskStatusSingle(TASK, 3, PLAIN);
+  m_delegate.disableClicked(TASK, 1);
+  m_delegate.slotTaskStatusSingle(TASK, 3, PLAIN);
+  EXPECT_EQ(shown(TASK), "0 1x");
+  m_delegate.slotTaskStatusSingle(TASK, 4, PLAIN);
+  m_delegate.disableClicked(TASK, 0);
+  m_delegate.slotTaskStatusSingle(TASK, 3, PLAIN);
+  EXPECT_EQ(shown(TASK), "0 1");
+}
+
+}  // namespace
+}  // namespace TC

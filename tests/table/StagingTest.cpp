@@ -1,0 +1,189 @@
+/// What is staged for the table, and what of it arrives.
+#include "BasketStaging.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "Tasks.h"
+#include "TestHost.h"
+
+namespace TC {
+namespace {
+
+class Staging : public testing::Test {
+ protected:
+  /// Stages the task and takes the batch, which must be this task alone.
+  SStagedTask stage(const test::TaskPtr& task) {
+    m_staging.stageTask(task);
+    std::vector<SStagedTask> batch = m_staging.take();
+    if (batch.size() != 1) throw std::logic_error("one task expected");
+    return batch.front();
+  }
+
+  test::CTestHost m_host;
+  CBasketStaging m_staging;
+  test::TaskPtr m_task = test::makeTask(1);
+  CBasketTaskItem& m_root = *m_task->getRoot();
+};
+
+TEST_F(Staging, BringsShapeAndTextsOnceAndFiguresAlways) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
+  const SStagedTask first = stage(m_task);
+  ASSERT_TRUE(first.shape && first.texts && first.figures);
+  ASSERT_EQ(first.shape->size(), 3U);
+  EXPECT_EQ((*first.shape)[1].parent, 0);
+  EXPECT_EQ((*first.shape)[1].depth, 1);
+  EXPECT_EQ((*first.shape)[1].scriptName, "SH.600000买入");
+  EXPECT_EQ((*first.shape)[1].code, "600000");
+  EXPECT_EQ(first.facts.displayId, taskDisplayId(1, 1));
+  EXPECT_EQ(first.facts.basketName, "basket");
+  EXPECT_EQ((*first.texts)[0].accountName, "") << "a row with children";
+  EXPECT_EQ((*first.texts)[1].accountName, "name of A1");
+
+  test::update(m_task, 1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
+  const SStagedTask second = stage(m_task);
+  EXPECT_FALSE(second.shape);
+  EXPECT_FALSE(second.texts);
+  EXPECT_EQ((*second.figures)[0].tradedVolume, 400);
+  EXPECT_EQ((*second.figures)[1].tradedVolume, 400);
+  EXPECT_EQ((*second.figures)[2].tradedVolume, 0);
+  EXPECT_EQ((*first.figures)[1].tradedVolume, 0) << "what was staged before stays as it was";
+}
+
+TEST_F(Staging, BringsTextsWhenOneChanged) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  stage(m_task);
+  QString* const texts[] = {&m_root.m_strRemark, &m_root.m_strCommandText, &m_root.m_strLocalInfoKey,
+                            &m_root.m_strAccounts, &m_root.childAt(0)->m_strAccountName};
+  for (QString* text : texts) {
+    *text += QStringLiteral("!");
+    EXPECT_TRUE(stage(m_task).texts) << text->toStdString();
+    EXPECT_FALSE(stage(m_task).texts) << text->toStdString();
+  }
+  m_root.m_nOrderType = ksservice::EORT_Algo;
+  const SStagedTask algo = stage(m_task);
+  ASSERT_TRUE(algo.texts);
+  EXPECT_EQ((*algo.texts)[0].tradeParam, "智能算法");
+  EXPECT_EQ((*algo.texts)[1].tradeParam, "") << "on root rows only";
+}
+
+TEST_F(Staging, LearnsTheNameOfAnInstrumentLater) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  EXPECT_EQ((*stage(m_task).texts)[1].instrumentName, "");
+  CCodeInfo info;
+  info.m_strMarket = "SH";
+  info.m_strCode = "600000";
+  info.m_strName = "浦发银行";
+  m_host.setInstrument(info);
+  const SStagedTask known = stage(m_task);
+  ASSERT_TRUE(known.texts);
+  EXPECT_EQ((*known.texts)[1].instrumentName, "浦发银行");
+}
+
+TEST_F(Staging, BringsANewShapeWithASecondAccount) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  stage(m_task);
+  test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
+  const SStagedTask staged = stage(m_task);
+  ASSERT_TRUE(staged.shape && staged.texts);
+  EXPECT_EQ(staged.shape->size(), 5U);
+  EXPECT_EQ(staged.figures->size(), 5U);
+  EXPECT_EQ(staged.texts->size(), 5U);
+  EXPECT_EQ((*staged.shape)[2].depth, 2);
+  EXPECT_EQ((*staged.shape)[2].parent, 1);
+}
+
+TEST_F(Staging, KeepsTheFirstStartAndTheLatestEnd) {
+  struct SStep {
+    QTime start;
+    QTime end;
+    QTime shownStart;
+    QTime shownEnd;
+  };
+  const QTime nine(9, 0);
+  const QTime ten(10, 0);
+  const QTime eleven(11, 0);
+  const SStep steps[] = {
+      {QTime(), QTime(), QTime(), QTime()},
+      {ten, QTime(), ten, QTime()},
+      {nine, ten, ten, ten},
+      {eleven, eleven, ten, eleven},
+      {nine, nine, ten, eleven},
+      {QTime(), QTime(), ten, QTime()},
+      {nine, nine, ten, nine},
+  };
+  const auto msec = [](const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; };
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  for (const SStep& step : steps) {
+    m_root.m_startTime = step.start;
+    m_root.m_endTime = step.end;
+    const SRowFigures shown = stage(m_task).figures->front();
+    EXPECT_EQ(shown.startMSec, msec(step.shownStart)) << &step - steps;
+    EXPECT_EQ(shown.endMSec, msec(step.shownEnd)) << &step - steps;
+  }
+}
+
+TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  m_staging.stageTask(m_task);
+  test::update(m_task, 1, "A1", "1001", {{"600000", 300}});
+  const SStagedTask both = stage(m_task);
+  EXPECT_TRUE(both.shape && both.texts);
+  EXPECT_EQ(both.figures->front().tradedVolume, 300);
+  EXPECT_TRUE(m_staging.take().empty());
+}
+
+TEST_F(Staging, ClearedRowsComeBackInTheSameBatch) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  stage(m_task);
+  m_staging.stageClear(m_task->getKey());
+  const SStagedTask anew = stage(m_task);
+  EXPECT_TRUE(anew.clear);
+  EXPECT_TRUE(anew.shape && anew.texts && anew.figures);
+
+  m_staging.stageTask(m_task);
+  m_staging.stageClear(m_task->getKey());
+  const std::vector<SStagedTask> gone = m_staging.take();
+  ASSERT_EQ(gone.size(), 1U);
+  EXPECT_TRUE(gone[0].clear);
+  EXPECT_FALSE(gone[0].figures);
+}
+
+TEST_F(Staging, RowKeysOfAccountsThatShareADisplayIdAreUnique) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  test::update(m_task, 2, "A2", "1001", {{"600000", 0}});
+  test::update(m_task, 3, "A3", "1001", {{"600000", 0}});
+  const SStagedTask staged = stage(m_task);
+  std::set<QString> keys;
+  for (const SRowShape& row : *staged.shape) keys.insert(row.key);
+  EXPECT_EQ(keys.size(), 7U);
+  EXPECT_EQ((*staged.shape)[1].key, (*staged.shape)[1].nodeKey) << "the first account's are the nodes' own";
+}
+
+TEST_F(Staging, DropsWhatARefreshOfTheDayBeforeStages) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  m_staging.beginRefresh();
+  m_staging.stageTask(m_task);
+  m_staging.startNewDay();
+  EXPECT_TRUE(m_staging.take().empty());
+  m_staging.stageTask(m_task);
+  EXPECT_TRUE(m_staging.take().empty()) << "the refresh that began on the old day";
+  m_staging.beginRefresh();
+  EXPECT_TRUE(stage(m_task).shape) << "the table knows nothing any more";
+}
+
+TEST_F(Staging, ANewTaskUnderAnOldKeyComesWhole) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  stage(m_task);
+  const test::TaskPtr again = test::makeTask(1);
+  test::update(again, 1, "A1", "1001", {{"600000", 0}});
+  const SStagedTask staged = stage(again);
+  EXPECT_TRUE(staged.shape && staged.texts);
+  EXPECT_EQ(staged.task.lock(), again);
+  m_staging.stageTask(nullptr);
+  EXPECT_TRUE(m_staging.take().empty());
+}
+
+}  // namespace
+}  // namespace TC
