@@ -1,19 +1,8 @@
-# Building goes on while a room is being written: a listed source that is not there is skipped with a warning.
-macro(skip_missing list)
-  foreach(source IN LISTS ${list})
-    if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${source} AND NOT EXISTS ${source})
-      message(WARNING "${name}: ${source} is not there")
-      list(REMOVE_ITEM ${list} ${source})
-    endif()
-  endforeach()
-endmacro()
-
 # add_room(name [SHARED] [NO_PCH] DEPENDS target... SOURCES file...)
 # A room is a library whose include folder is its own folder, so that a room can include only what it links. NO_PCH: without
 # the precompiled headers, for a room that does not link Qt and must not see it.
 function(add_room name)
   cmake_parse_arguments(ROOM "SHARED;NO_PCH" "" "DEPENDS;SOURCES" ${ARGN})
-  skip_missing(ROOM_SOURCES)
   if(ROOM_SHARED)
     add_library(${name} SHARED ${ROOM_SOURCES})
   else()
@@ -35,7 +24,6 @@ add_custom_target(sanitize_tests)
 
 function(add_room_test name)
   cmake_parse_arguments(TEST "NO_GUI;NO_PCH" "" "DEPENDS;SOURCES;LABELS" ${ARGN})
-  skip_missing(TEST_SOURCES)
   add_executable(${name} ${TEST_SOURCES})
   target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   if(TEST_NO_GUI)
