@@ -97,7 +97,7 @@ const SOptionRow OPTIONS[] = {
     {"headless", nullptr, "no window; needs no X server", AnyMode, false, setHeadless},
     {"seconds", "N", "end after N seconds (N times X seconds of the exchange's clock)", LiveMode, false, setSeconds},
     {"seed", "N", "seed of the simulated exchange (1)", LiveMode, false, setSeed},
-    {"speed", "X", "run the exchange's clock X times faster than real time", LiveMode, false, setSpeed},
+    {"speed", "X", "run the exchange's clock X times faster than real time (default 30)", LiveMode, false, setSpeed},
     {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},
     {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
     {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
