@@ -217,7 +217,7 @@ void CHpfTreeTableModel::relayout(int node) {
 
   std::vector<int> nodes;
   collectChildren(node, nodes);
-  std::copy(nodes.begin(), nodes.end(), m_flat.begin() + position + 1);
+  std::copy(nodes.begin(), nodes.end(), m_flat.begin() + (position + 1));  // position may be -1 of an empty list
   int next = position + 1;
   for (const int moved : nodes) m_rows.setPosition(moved, next++);
 
