@@ -52,7 +52,7 @@ const SSpec SPECS[EBC_Count] = {
     {" 账号名称 ", GV::ColumnText, LEFT, 80, 2, accountNameText},
     {" 交易类型 ", GV::ColumnText, CENTRE, 68, 4, typeText},
     {" 金额 ", GV::ColumnNumber, RIGHT, 104, 5, amountText, amountOf},
-    {" 进度 ", GV::ColumnDelegate, CENTRE, 146, 0, progressText, progressFigure},
+    {" 进度 ", GV::ColumnDelegate, CENTRE, 168, 0, progressText, progressFigure},
     {" 委托详情 ", GV::ColumnDelegate, LEFT, 118, 0, nullptr, ordersFigure},
     {" 开始时间 ", GV::ColumnText, RIGHT, 70, 6, startText},
     {" 结束时间 ", GV::ColumnText, RIGHT, 70, 7, endText},

@@ -185,8 +185,49 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
     for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(*nodes[i].item, (*last.shape)[i]));
     staged.texts = last.texts = std::make_shared<const std::vector<SRowTexts>>(std::move(texts));
   }
-  staged.facts = {task.getKey(), task.getRoot()->m_strHpfTreeKey, task.getBasketName(), task.getGroupId(),
-                  last.hedgeRow};
+  staged.facts = factsOf(task, last);
+}
+
+STaskFacts CBasketStaging::factsOf(const CBasketTask& task, const SLast& last) {
+  return {task.getKey(), task.getRoot()->m_strHpfTreeKey, task.getBasketName(), task.getGroupId(), last.hedgeRow};
+}
+
+void CBasketStaging::stageStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey,
+                                 const QString& rowKey) {
+  if (!task) return;
+  const auto known = m_last.find(task->getKey());
+  if (known == m_last.end()) return;
+  SLast& last = known->second;
+  const boost::recursive_mutex::scoped_lock lock(task->mutex());
+  // Of a tree that changed since, everything comes with the stageTask that follows the change.
+  if (last.task.lock() != task || last.day != m_nRefreshDay || last.shapeVersion != task->shapeVersion()) return;
+  std::vector<SNode> nodes;
+  nodes.reserve(last.figures->size());
+  flatten(*task->getRoot(), -1, 0, nodes);
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    const CBasketTaskItem& node = *nodes[i].item;
+    if (node.m_strAccountKey != accountKey.toStdString() || (*last.shape)[i].scriptName != rowKey) continue;
+    putStatus(task, last, i, node);
+    return;
+  }
+}
+
+void CBasketStaging::putStatus(const boost::shared_ptr<CBasketTask>& task, SLast& last, std::size_t row,
+                               const CBasketTaskItem& node) {
+  const bool sameText = (*last.texts)[row].statusText == node.m_strRemark;
+  if (sameText && (*last.figures)[row].status == node.m_nStatus) return;
+  SStagedTask staged;
+  staged.task = task;
+  staged.facts = factsOf(*task, last);
+  auto figures = std::make_shared<std::vector<SRowFigures>>(*last.figures);
+  (*figures)[row].status = node.m_nStatus;
+  staged.figures = last.figures = std::move(figures);
+  if (!sameText) {
+    auto texts = std::make_shared<std::vector<SRowTexts>>(*last.texts);
+    (*texts)[row].statusText = node.m_strRemark;
+    staged.texts = last.texts = std::move(texts);
+  }
+  put(std::move(staged));
 }
 
 void CBasketStaging::stageClear(const QString& taskKey) {

@@ -11,6 +11,7 @@
 namespace TC {
 
 class CBasketTask;
+class CBasketTaskItem;
 
 /// Carries rows from the panel's worker to the GUI thread.
 ///
@@ -22,6 +23,8 @@ class CBasketStaging {
  public:
   /// Stages the task's rows as they are now. Worker thread (or any, one at a time for one task).
   void stageTask(const boost::shared_ptr<CBasketTask>& task);
+  /// Stages status and status text of one instrument row when they changed since the task was staged. As stageTask.
+  void stageStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey, const QString& rowKey);
   /// Stages that the task's rows go; a stageTask that follows brings them anew. As stageTask.
   void stageClear(const QString& taskKey);
 
@@ -45,6 +48,8 @@ class CBasketStaging {
   };
 
   static void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
+  static STaskFacts factsOf(const CBasketTask& task, const SLast& last);
+  void putStatus(const boost::shared_ptr<CBasketTask>& task, SLast& last, std::size_t row, const CBasketTaskItem& node);
   void put(SStagedTask staged);
 
   std::map<QString, SLast> m_last;  ///< the worker's own

@@ -18,8 +18,8 @@ class CTaskOrdersWidget;
 
 /// The tree table of basket tasks: a root row for each task, below it the rows of the task's nodes.
 ///
-/// Threads: beginRefresh, updateTask and clearTask only stage and are called by the panel's worker; everything else
-/// belongs to the GUI thread, which takes what was staged in applyStaged.
+/// Threads: beginRefresh, updateTask, resetStatus and clearTask only stage and are called by the panel's worker;
+/// everything else belongs to the GUI thread, which takes what was staged in applyStaged.
 class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   Q_OBJECT
 
@@ -32,6 +32,11 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void beginRefresh() { m_staging.beginRefresh(); }
   /// Stages every row of the task from its tree.
   void updateTask(const boost::shared_ptr<CBasketTask>& task) { m_staging.stageTask(task); }
+  /// Stages the status and status text of the instrument row with this key in this account as its node has them now;
+  /// nothing while they are the same, or for a row that the table does not have.
+  void resetStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey, const QString& rowKey) {
+    m_staging.stageStatus(task, accountKey, rowKey);
+  }
   /// Stages that the task's rows go. Rows that an updateTask brings back under the same key keep their folding,
   /// selection and buttons.
   void clearTask(const CBasketTask& task);
@@ -104,6 +109,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void followOrders(const CTaskBlock& block);
   bool runExport(const QString& label, const GV::LongWork& work);
   void setProcessDisplay(EProcessDisplay mode);
+  void showProgressTip(int y);
   void onOptionClicked(const QString& rowKey, int buttonId);
   void onOrderCounts(const QString& key, int reported, int received);
 

@@ -19,6 +19,9 @@ constexpr int HEADER_HEIGHT = 20;
 constexpr int ROW_HEIGHT = 21;
 constexpr int TREE_COLUMN_WIDTH = 120;
 
+/// Height by which the tip of the progress column counts rows; not that of the rows: intended.
+constexpr int TIP_ROW_HEIGHT = 20;
+
 /// Event that carries a row's operation to the panel.
 constexpr int EVENT_TASK_BUTTON = 1140;
 
@@ -31,6 +34,7 @@ void CHpfBasketStatusTable::createUi() {
   setDataModel(new CHpfBasketStatusModel(this));
   setHeaderHeight(HEADER_HEIGHT);
   setItemHeight(ROW_HEIGHT);
+  setOptions((options() & ~OptionVerticalGrid) | OptionColumnMenu | OptionFlash);
   createDelegates();
   createOrdersWidget();
   offerCommands();
@@ -71,9 +75,18 @@ bool CHpfBasketStatusTable::handleEvent(int eventId, int id, int value, QString 
     case GV::EventCellClicked:
       if (value == Qt::LeftButton) onCellClicked(key, id);
       return true;
+    case GV::EventColumnMouse:
+      if (id == EBC_Progress) showProgressTip(value);
+      return true;
     default:
       return GV::CHpfTreeTable::handleEvent(eventId, id, value, key, payload);
   }
+}
+
+void CHpfBasketStatusTable::showProgressTip(int y) {
+  if (y / TIP_ROW_HEIGHT >= rowCount()) return;
+  const QRect cell = cellRect(rowAtY(y), EBC_Progress);
+  QToolTip::showText(QCursor::pos(), QStringLiteral("双击切换数量/金额"), viewport(), cell);
 }
 
 /// The clicked button is disabled at once, so that an operation is not sent twice; the row's next status brings it

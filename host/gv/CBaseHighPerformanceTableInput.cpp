@@ -178,6 +178,8 @@ void CBaseHighPerformanceTable::showTip(int row, int column, const QPoint& point
   const QString text = itemText(row, column);
   const bool cut = glyphFont(m_pModel->column(column).fontKey).width(text) > columnWidth(column) - 9;
   if (tip.isEmpty() && cut) tip = text;
+  // An empty text would take away a tip that the owner shows.
+  if (tip.isEmpty()) return;
   QToolTip::showText(global, tip, viewport(), cellRect(row, column));
 }
 
@@ -191,7 +193,7 @@ void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
     return;
   }
   if (runCommand(*event)) return;
-  int target = row;
+  int target = 0;
   switch (event->key()) {
     case Qt::Key_Up:
       target = row - 1;
@@ -206,7 +208,6 @@ void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
       target = row + pageRows();
       break;
     case Qt::Key_Home:
-      target = 0;
       break;
     case Qt::Key_End:
       target = rows - 1;

@@ -124,6 +124,36 @@ TEST_F(Staging, KeepsTheFirstStartAndTheLatestEnd) {
   }
 }
 
+TEST_F(Staging, AStatusAloneComesWhenItChanged) {
+  const QString account = QStringLiteral("A1");
+  const QString row = QStringLiteral("SH.600036买入");
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 200}});
+  m_staging.stageStatus(m_task, account, row);
+  EXPECT_TRUE(m_staging.take().empty()) << "not staged yet";
+  const SStagedTask before = stage(m_task);
+  m_staging.stageStatus(m_task, account, row);
+  EXPECT_TRUE(m_staging.take().empty()) << "the same";
+
+  CBasketTaskItem& node = *m_root.childAt(1);
+  node.m_nStatus = 4;
+  m_staging.stageStatus(m_task, QStringLiteral("A2"), row);
+  EXPECT_TRUE(m_staging.take().empty()) << "another account";
+  m_staging.stageStatus(m_task, account, row);
+  std::vector<SStagedTask> batch = m_staging.take();
+  ASSERT_EQ(batch.size(), 1U);
+  EXPECT_FALSE(batch[0].shape || batch[0].texts);
+  EXPECT_EQ((*batch[0].figures)[2].status, 4);
+  EXPECT_EQ((*batch[0].figures)[2].tradedVolume, 200);
+  EXPECT_EQ((*batch[0].figures)[1].status, (*before.figures)[1].status);
+
+  node.m_strRemark = QStringLiteral("资金不足");
+  m_staging.stageStatus(m_task, account, row);
+  batch = m_staging.take();
+  ASSERT_EQ(batch.size(), 1U);
+  EXPECT_EQ((*batch[0].texts)[2].statusText, "资金不足");
+  EXPECT_EQ((*batch[0].texts)[1].statusText, "");
+}
+
 TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   m_staging.stageTask(m_task);

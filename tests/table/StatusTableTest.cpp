@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QHeaderView>
+#include <QMouseEvent>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolTip>
 
 #include "BasketColumns.h"
 #include "CHpfBasketDelegates.h"
@@ -341,6 +344,27 @@ TEST_F(StatusTable, DoubleClickOnTheProgressTurnsItsFigures) {
   EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity);
   doubleClick(EBC_Progress);
   EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
+}
+
+TEST_F(StatusTable, TipsOfTheProgressColumn) {
+  m_owner.resize(1600, 400);
+  m_table.resize(1600, 400);
+  m_owner.show();
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  refresh(m_task);
+  const auto tipAt = [this](int x, int y) {
+    QToolTip::showText(QPoint(), QStringLiteral("none"));
+    QMouseEvent move(QEvent::MouseMove, QPointF(x, y), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(m_table.viewport(), &move);
+    return QToolTip::text();
+  };
+  const QRect cell = m_table.cellRect(1, EBC_Progress);
+  const int withoutTree = cell.left() - m_table.columnWidth(EBC_Tree);
+  EXPECT_EQ(tipAt(cell.right() - 3, cell.center().y()), "双击切换数量/金额");
+  // Counted without the tree column, so it shows left of the column: intended.
+  EXPECT_EQ(tipAt(withoutTree + 5, cell.center().y()), "双击切换金额/数量");
+  EXPECT_EQ(tipAt(withoutTree - 5, cell.center().y()), "none");
+  EXPECT_EQ(tipAt(cell.right() + 5, cell.center().y()), "none");
 }
 
 TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {

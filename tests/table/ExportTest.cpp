@@ -1,0 +1,292 @@
+/// The status table's exports from the user's act to the file and the clipboard, offscreen.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QMenu>
+#include <QProcess>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <memory>
+#include <optional>
+
+#include "BasketColumns.h"
+#include "CHpfBasketStatusTable.h"
+#include "FileTraps.h"
+#include "TableExport.h"
+#include "Tasks.h"
+#include "TestHost.h"
+#include "gv/CFileDialog.h"
+
+namespace TC {
+namespace {
+
+QByteArray contentOf(const QString& name) {
+  QFile file(name);
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+void put(const QString& name, const QByteArray& content) {
+  QFile file(name);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(content);
+}
+
+std::vector<std::pair<std::string, int>> codes(int count) {
+  std::vector<std::pair<std::string, int>> list;
+  for (int i = 0; i < count; ++i) list.emplace_back(std::to_string(600000 + i), i % 3 == 0 ? 1000 : i % 1000);
+  return list;
+}
+
+class Export : public testing::Test {
+ protected:
+  Export() {
+    GV::CFileDialog::setPresenter([this](QWidget*, const QString& caption) {
+      m_captions.append(caption);
+      return m_answer;
+    });
+  }
+  ~Export() override { GV::CFileDialog::setPresenter({}); }
+
+  QString path(const QString& name) const { return m_folder.filePath(name); }
+  QStringList files() const { return QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden); }
+  bool exportTo(const QString& name) {
+    m_answer = path(name);
+    return m_table->exportData();
+  }
+
+  test::TaskPtr addTask(int id, const std::vector<std::pair<std::string, int>>& traded) {
+    const test::TaskPtr task = test::makeTask(id);
+    test::update(task, 1, "A1", "00" + std::to_string(id), traded);
+    m_table->updateTask(task);
+    m_table->applyStaged();
+    return task;
+  }
+  void addRows(int tasks, int rows) {
+    for (int id = 1; id <= tasks; ++id) addTask(id, codes(rows));
+    m_table->expandAll(true);
+  }
+
+  /// The export as the table shows itself: titles and cells joined by the separator, lines by line ends.
+  QString shown(const QString& separator) const {
+    QStringList lines;
+    for (int row = -1; row < m_table->rowCount(); ++row) {
+      QStringList cells;
+      for (const int column : {4, 5, 1, 6, 7, 10, 11, 13, 3, 15, 16}) {
+        cells << (row < 0 ? m_table->columnHeader(column) : m_table->itemText(row, column));
+      }
+      lines << cells.join(separator);
+    }
+    return lines.join('\n');
+  }
+
+  test::CTestHost m_host;
+  QTemporaryDir m_folder;
+  std::unique_ptr<CHpfBasketStatusTable> m_table = std::make_unique<CHpfBasketStatusTable>(1, nullptr);
+  QString m_answer;
+  QStringList m_captions;
+};
+
+TEST_F(Export, WritesTheRowsThatShowCellByCellInPlaceOfTheOldFile) {
+  const test::TaskPtr first = addTask(7, codes(5));
+  addTask(8, codes(3));
+  const test::TaskPtr hidden = addTask(9, codes(2));
+  m_table->expandAll(true);
+  m_table->hideTask(*hidden);
+  m_table->endUpdate();
+  m_table->expandItem(m_table->baseModel()->rowAt(0).key(), false);
+  m_table->sortByColumn(EBC_Amount, Qt::DescendingOrder);
+  m_table->slotTaskStatus(first.get(), QString(), EHBTS_Patching);
+  ASSERT_EQ(m_table->rowCount(), 1 + 4);  // task 7 folded, task 8 with its rows
+  ASSERT_TRUE(shown(",").contains(QStringLiteral("补单中")));
+
+  put(path(QStringLiteral("导出 数据.txt")), QByteArray(50000, '-'));
+  EXPECT_TRUE(exportTo(QStringLiteral("导出 数据.txt")));
+  EXPECT_EQ(contentOf(path(QStringLiteral("导出 数据.txt"))), shown("\t").toUtf8());
+  EXPECT_TRUE(exportTo("out.csv"));
+  EXPECT_EQ(contentOf(path("out.csv")), shown(",").toUtf8());
+  EXPECT_TRUE(exportTo("out.CSV"));
+  EXPECT_EQ(contentOf(path("out.CSV")), QByteArray('"' + shown("\",\"").toUtf8().replace("\n", "\"\n\"") + "\"\n"));
+  EXPECT_TRUE(exportTo(QStringLiteral("表 格.xlsx")));
+  EXPECT_EQ(contentOf(path(QStringLiteral("表 格.xlsx"))).left(2), "PK");
+  EXPECT_EQ(m_captions, QStringList({"导出数据", "导出数据", "导出数据", "导出数据"}));
+  EXPECT_EQ(files().size(), 4);
+}
+
+TEST_F(Export, FilesOfTheSameRowsAreTheSame) {
+  addRows(4, 998);
+  const int rows = m_table->rowCount();
+  ASSERT_GT(rows, 3000);
+  EXPECT_TRUE(exportTo("out.csv"));
+  const QByteArray content = contentOf(path("out.csv"));
+  EXPECT_EQ(content, shown(",").toUtf8());
+  EXPECT_TRUE(exportTo("out.csv"));
+  EXPECT_EQ(contentOf(path("out.csv")), content) << "the second took the place of the first";
+}
+
+TEST_F(Export, ACancelledDialogTouchesNothing) {
+  addRows(1, 2);
+  m_answer.clear();
+  EXPECT_FALSE(m_table->exportData());
+  EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(Export, KeysAndMenuReachBothUnlessTheTableIsLocked) {
+  addRows(1, 2);
+  m_answer = path("out.txt");
+  QApplication::clipboard()->setText("before");
+  m_table->setUiLock(true);
+  QTest::keyClick(m_table.get(), Qt::Key_E, Qt::ControlModifier);
+  QTest::keyClick(m_table.get(), Qt::Key_C, Qt::ControlModifier);
+  EXPECT_TRUE(files().isEmpty());
+  EXPECT_EQ(QApplication::clipboard()->text(), "before");
+  m_table->setUiLock(false);
+
+  QTest::keyClick(m_table.get(), Qt::Key_E);
+  QTest::keyClick(m_table.get(), Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
+  EXPECT_TRUE(files().isEmpty());
+  QTest::keyClick(m_table.get(), Qt::Key_E, Qt::ControlModifier);
+  EXPECT_EQ(contentOf(path("out.txt")), shown("\t").toUtf8());
+  QTest::keyClick(m_table.get(), Qt::Key_C, Qt::ControlModifier);
+  const QString copied = QApplication::clipboard()->text();
+  EXPECT_TRUE(copied.startsWith(shown("\t").section('\n', 0, 0) + '\n'));
+  EXPECT_EQ(copied.count('\n'), m_table->rowCount() + 1);
+  EXPECT_TRUE(copied.contains("\t    \t")) << "the rows have no end time";
+
+  const QList<QAction*> actions = m_table->contextMenu()->actions();
+  ASSERT_EQ(actions.size(), 2);
+  EXPECT_EQ(actions[0]->text(), QStringLiteral("导出数据"));
+  EXPECT_EQ(actions[1]->text(), QStringLiteral("复制"));
+  m_answer = path("menu.csv");
+  actions[0]->trigger();
+  EXPECT_EQ(contentOf(path("menu.csv")), shown(",").toUtf8());
+  QApplication::clipboard()->clear();
+  actions[1]->trigger();
+  EXPECT_EQ(QApplication::clipboard()->text(), copied);
+}
+
+TEST_F(Export, AnEmptyTableCopiesItsTitles) {
+  m_table->copyData();
+  EXPECT_EQ(QApplication::clipboard()->text(), shown("\t") + '\n');
+}
+
+TEST_F(Export, TheFileHoldsTheTableAsItStoodThoughItChangesMeanwhile) {
+  addRows(20, 1000);
+  const QByteArray before = shown("\t").toUtf8();
+  bool ran = false;
+  std::optional<bool> second;
+  QTimer::singleShot(0, m_table.get(), [&] {
+    ran = true;
+    second = m_table->exportData();
+    addTask(1, codes(3));
+    addTask(99, codes(3));
+    m_table->sortByColumn(EBC_Unfilled, Qt::DescendingOrder);
+  });
+  EXPECT_TRUE(exportTo("out.txt"));
+  ASSERT_TRUE(ran);
+  EXPECT_EQ(second, false) << "one at a time";
+  EXPECT_NE(shown("\t").toUtf8(), before);
+  EXPECT_EQ(contentOf(path("out.txt")), before);
+}
+
+TEST_F(Export, OutlivesItsTable) {
+  addRows(20, 1000);
+  const QByteArray before = shown(",").toUtf8();
+  QTimer::singleShot(0, [this] { m_table.reset(); });
+  EXPECT_TRUE(exportTo("out.csv"));
+  ASSERT_FALSE(m_table);
+  EXPECT_EQ(contentOf(path("out.csv")), before);
+}
+
+TEST_F(Export, CancelledLeavesNoFile) {
+  addRows(20, 1000);
+  for (const char* name : {"out.txt", "out.xlsx"}) {
+    put(path(name), "old");
+    // The end of the program cancels as the button does, but need not be waited for.
+    QTimer::singleShot(0, [this, name] {
+      QTimer::singleShot(0, qApp, &QApplication::quit);
+      EXPECT_FALSE(exportTo(name));
+    });
+    QApplication::exec();
+    EXPECT_TRUE(files().isEmpty()) << name;
+  }
+}
+
+TEST_F(Export, AReadOnlyFolderStaysAsItIs) {
+  addRows(1, 5);
+  put(path("old.txt"), "old");
+  ASSERT_TRUE(QFile::setPermissions(path("old.txt"), QFile::ReadOwner | QFile::WriteOwner | QFile::WriteOther));
+  const QFile::Permissions before = QFile::permissions(m_folder.path());
+  ASSERT_TRUE(
+      QFile::setPermissions(m_folder.path(), QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
+  {
+    const test::COrdinaryUser user;
+    for (const char* name : {"old.txt", "new.txt", "new.csv", "new.CSV", "new.xlsx", "missing/new.txt"}) {
+      EXPECT_FALSE(exportTo(name)) << name;
+    }
+  }
+  QFile::setPermissions(m_folder.path(), before);
+  EXPECT_EQ(files(), QStringList{"old.txt"});
+  EXPECT_EQ(contentOf(path("old.txt")), "old");
+  EXPECT_FALSE(exportTo(".")) << "a folder";
+}
+
+TEST_F(Export, AFileThatCannotGrowIsTakenAway) {
+  addRows(4, 1000);
+  const test::CFileSizeLimit limit(20000);
+  for (const char* name : {"out.txt", "out.csv", "out.CSV", "out.xlsx"}) {
+    EXPECT_FALSE(exportTo(name)) << name;
+    EXPECT_TRUE(files().isEmpty()) << name << ": " << files().join(" ").toStdString();
+  }
+}
+
+TEST_F(Export, AFullDiskKeepsNoHalfFile) {
+  addRows(4, 1000);
+  ASSERT_TRUE(QDir(m_folder.path()).mkdir("disk"));
+  const test::CSmallDisk disk(path("disk"), "size=64k");
+  if (!disk.isMounted()) GTEST_SKIP() << "no disk may be mounted here";
+  for (const char* name : {"disk/out.txt", "disk/out.csv", "disk/out.CSV", "disk/out.xlsx"}) {
+    EXPECT_FALSE(exportTo(name)) << name;
+    EXPECT_TRUE(QDir(path("disk")).entryList(QDir::Files | QDir::Hidden).isEmpty()) << name;
+  }
+}
+
+/// Texts quoted, numbers as they are shown and not quoted.
+QByteArray throughLibreOffice(const QString& program, const QTemporaryDir& folder, const QString& file) {
+  QProcess office;
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert("HOME", folder.filePath("home"));
+  office.setProcessEnvironment(environment);
+  office.setWorkingDirectory(folder.path());
+  office.start(program,
+               {"--headless", "--convert-to", "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,true,false,true", file});
+  EXPECT_TRUE(office.waitForFinished(180000)) << office.errorString().toStdString();
+  return contentOf(folder.filePath("sheet.csv"));
+}
+
+TEST_F(Export, LibreOfficeReadsTheSameCells) {
+  const QString program = QStandardPaths::findExecutable("soffice");
+  if (program.isEmpty()) GTEST_SKIP() << "LibreOffice is not there";
+  addRows(2, 30);
+  ASSERT_TRUE(shown(",").contains("\n001")) << "accounts start with zeros";
+  ASSERT_TRUE(exportTo("sheet.xlsx"));
+  QString expected;
+  for (const QString& line : shown("\t").split('\n')) {
+    const QStringList cells = line.split('\t');
+    for (int i = 0; i < cells.size(); ++i) {
+      const bool number = (i == 4 || i == 9) && !expected.isEmpty() && expected.contains('\n');
+      if (i > 0) expected += ',';
+      expected += number || cells[i].isEmpty() ? cells[i] : '"' + cells[i] + '"';
+    }
+    expected += '\n';
+  }
+  EXPECT_EQ(throughLibreOffice(program, m_folder, path("sheet.xlsx")).toStdString(), expected.toStdString());
+}
+
+}  // namespace
+}  // namespace TC
