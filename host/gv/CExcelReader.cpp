@@ -1,6 +1,7 @@
 #include "gv/CExcelReader.h"
 
 #include <csv.h>
+#include <private/qzipreader_p.h>
 #include <xlsxwriter.h>
 
 #include <QFile>
@@ -8,6 +9,7 @@
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <cmath>
+#include <cstdio>
 #include <map>
 
 namespace GV {
@@ -36,6 +38,7 @@ void appendQuoted(QByteArray& out, const std::string& field) {
 struct CExcelReader::SWriter {
   lxw_workbook* workbook = nullptr;
   std::map<std::size_t, lxw_format*> formats;  ///< by decimals
+  std::vector<qint64> sizes;                   ///< at least so many bytes each sheet must come out as
   bool good = true;
 
   lxw_format* numberFormat(std::size_t decimals) {
@@ -69,6 +72,21 @@ struct CExcelReader::SWriter {
     for (std::size_t row = 0; good && row < rows.size(); ++row) {
       for (std::size_t column = 0; column < rows[row].size(); ++column) put(sheet, row, column, rows[row][column]);
     }
+    if (!good) return;
+    // All rows but the last stand there by now.
+    good = std::fflush(sheet->optimize_tmpfile) == 0 && std::ferror(sheet->optimize_tmpfile) == 0;
+    sizes.push_back(std::ftell(sheet->optimize_tmpfile));
+  }
+
+  /// The library does not look whether its intermediate files could be written; a full disk would give a workbook that
+  /// ends in the middle of a sheet.
+  bool isWhole(const QString& fileName) const {
+    QZipReader reader(fileName);
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+      const QByteArray sheet = reader.fileData(QStringLiteral("xl/worksheets/sheet%1.xml").arg(i + 1));
+      if (sheet.size() <= sizes[i] || !sheet.endsWith("</worksheet>")) return false;
+    }
+    return true;
   }
 };
 
@@ -132,7 +150,7 @@ bool CExcelReader::writeWorkbook(const QString& fileName) const {
   if (!writer.workbook) return false;
   for (const Sheet& sheet : m_sheets) writer.put(sheet);
   const bool closed = workbook_close(writer.workbook) == LXW_NO_ERROR;
-  return closed && writer.good;
+  return closed && writer.good && writer.isWhole(fileName);
 }
 
 bool CExcelReader::saveAs(const QString& fileName) {

@@ -1,0 +1,113 @@
+#include "gv/CExcelReader.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <array>
+
+namespace {
+
+QByteArray contentOf(const QString& name) {
+  QFile file(name);
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+/// Gives an environment variable its old value back at the end.
+class CVariable {
+ public:
+  CVariable(const char* name, const QByteArray& value) : m_name(name), m_before(qgetenv(name)) { qputenv(name, value); }
+  CVariable(const CVariable&) = delete;
+  CVariable& operator=(const CVariable&) = delete;
+  ~CVariable() { m_before.isNull() ? qunsetenv(m_name) : qputenv(m_name, m_before); }
+
+ private:
+  const char* m_name;
+  QByteArray m_before;
+};
+
+class ExcelReader : public testing::Test {
+ protected:
+  QString path(const char* name) const { return m_folder.filePath(QString::fromUtf8(name)); }
+  QStringList files() const { return QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden); }
+
+  QTemporaryDir m_folder;
+};
+
+TEST_F(ExcelReader, CountsFromOneAndRefusesWhatIsNoPlace) {
+  GV::CExcelReader writer(false);
+  EXPECT_FALSE(writer.addSheet()) << "before a file was begun";
+  EXPECT_FALSE(writer.saveAs(path("none.xlsx")));
+  ASSERT_TRUE(writer.newfile());
+  EXPECT_FALSE(writer.saveAs(path("none.xlsx"))) << "without a sheet";
+  EXPECT_FALSE(writer.setData(1, 1, 1, "x"));
+  ASSERT_TRUE(writer.addSheet());
+  EXPECT_TRUE(writer.setData(1, 1, 1, "x"));
+  EXPECT_TRUE(writer.setData(1, 1048576, 1, "last"));
+  EXPECT_TRUE(writer.setData(1, 1, 16384, "last"));
+  for (const auto& [sheet, row, column] : {std::array{0, 1, 1}, std::array{2, 1, 1}, std::array{1, 0, 1},
+                                           std::array{1, 1, 0}, std::array{1, 1048577, 1}, std::array{1, 1, 16385}}) {
+    EXPECT_FALSE(writer.setData(sheet, row, column, "x")) << sheet << "," << row << "," << column;
+    EXPECT_FALSE(writer.setNumber(sheet, row, column, "1")) << sheet << "," << row << "," << column;
+  }
+  EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(ExcelReader, SeparatedTextIsQuotedWhateverTheCaseOfTheName) {
+  GV::CExcelReader writer(false);
+  ASSERT_TRUE(writer.newfile() && writer.addSheet() && writer.addSheet());
+  writer.setData(1, 1, 1, QStringLiteral("账号,\"甲\""));
+  writer.setData(1, 1, 3, QStringLiteral("two\nlines"));
+  writer.setData(1, 3, 1, QStringLiteral("00012"));
+  writer.setNumber(1, 3, 2, QStringLiteral("-1.50"));
+  writer.setData(2, 1, 1, QStringLiteral("second"));
+  const QByteArray csv = "\"账号,\"\"甲\"\"\",\"\",\"two\nlines\"\n\n\"00012\",\"-1.50\"\n\"second\"\n";
+  ASSERT_TRUE(writer.saveAs(path("中文 名.CSV")));
+  EXPECT_EQ(contentOf(path("中文 名.CSV")), csv);
+  ASSERT_TRUE(writer.saveAs(path("out.Txt")));
+  EXPECT_EQ(contentOf(path("out.Txt")), QByteArray(csv).replace("\",\"", "\"\t\""));
+}
+
+TEST_F(ExcelReader, AnyOtherNameIsAWorkbookThatTakesThePlaceOfTheOldFile) {
+  GV::CExcelReader writer(false);
+  ASSERT_TRUE(writer.newfile() && writer.addSheet());
+  writer.setData(1, 1, 1, "x");
+  for (const char* name : {"out.xlsx", "out.dat", "out", "名 称.XLSX"}) {
+    QFile old(path(name));
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    old.write(QByteArray(100000, '-'));
+    old.close();
+    ASSERT_TRUE(writer.saveAs(path(name))) << name;
+    EXPECT_EQ(contentOf(path(name)).left(4), QByteArray("PK\3\4")) << name;
+    EXPECT_LT(QFile(path(name)).size(), 100000) << name;
+  }
+  EXPECT_EQ(files().size(), 4) << "nothing is left beside";
+}
+
+TEST_F(ExcelReader, ATextThatAWorkbookCannotHoldLeavesTheOldFile) {
+  GV::CExcelReader writer(false);
+  ASSERT_TRUE(writer.newfile() && writer.addSheet());
+  writer.setData(1, 1, 1, QString(40000, 'x'));
+  QFile old(path("out.xlsx"));
+  ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+  old.write("old");
+  old.close();
+  EXPECT_FALSE(writer.saveAs(path("out.xlsx")));
+  EXPECT_EQ(contentOf(path("out.xlsx")), "old");
+  EXPECT_FALSE(writer.saveAs(path("missing folder/out.xlsx")));
+  EXPECT_FALSE(writer.saveAs(path("missing folder/out.CSV")));
+}
+
+TEST_F(ExcelReader, IsInvalidWithoutAFolderForIntermediateFiles) {
+  QFile file(path("file"));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  const CVariable variable("TMPDIR", file.fileName().toLocal8Bit());
+  GV::CExcelReader writer(false);
+  EXPECT_FALSE(writer.isValid());
+  EXPECT_FALSE(writer.newfile());
+  EXPECT_FALSE(writer.addSheet());
+  EXPECT_FALSE(writer.saveAs(path("out.xlsx")));
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include "gv/LongWork.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QProgressBar>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QTimer>
+#include <memory>
+#include <thread>
+
+namespace {
+
+using GV::CWorkProgress;
+
+/// The dialog that shows now; null for none.
+QProgressDialog* shownDialog(const QWidget& parent) {
+  auto* dialog = parent.findChild<QProgressDialog*>();
+  return dialog != nullptr && dialog->isVisible() ? dialog : nullptr;
+}
+
+bool workUntilCancelled(CWorkProgress& progress) {
+  while (!progress.isCancelled()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  return false;
+}
+
+TEST(LongWork, RunsBesideTheGuiAndGivesItsAnswer) {
+  QWidget parent;
+  const std::thread::id gui = std::this_thread::get_id();
+  std::thread::id worker;
+  EXPECT_TRUE(GV::runLongWork(&parent, "work", [&](CWorkProgress&) {
+    worker = std::this_thread::get_id();
+    return true;
+  }));
+  EXPECT_NE(worker, gui);
+  EXPECT_FALSE(GV::runLongWork(&parent, "work", [](CWorkProgress&) { return false; }));
+  EXPECT_EQ(parent.findChild<QProgressDialog*>(), nullptr);
+}
+
+TEST(LongWork, AfterHalfASecondADialogShowsHowFarItIsAndCancelsIt) {
+  QWidget parent;
+  parent.show();
+  QElapsedTimer clock;
+  clock.start();
+  qint64 shownAt = -1;
+  int shownValue = -1;
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    QProgressDialog* dialog = shownDialog(parent);
+    if (dialog == nullptr) return;
+    if (shownAt < 0) shownAt = clock.elapsed();
+    shownValue = dialog->findChild<QProgressBar*>()->value();
+    if (shownValue == 250) dialog->findChild<QPushButton*>()->click();
+  });
+  look.start(5);
+  EXPECT_FALSE(GV::runLongWork(&parent, "正在导出数据…", [](CWorkProgress& progress) {
+    progress.setDone(50, 200);
+    return workUntilCancelled(progress);
+  }));
+  EXPECT_GE(shownAt, 490);
+  EXPECT_EQ(shownValue, 250);
+  EXPECT_EQ(parent.findChild<QProgressDialog*>(), nullptr);
+}
+
+TEST(LongWork, OutlivesItsParent) {
+  auto parent = std::make_unique<QWidget>();
+  parent->show();
+  std::atomic<bool> gone = false;
+  QTimer::singleShot(600, [&] {
+    EXPECT_NE(shownDialog(*parent), nullptr);
+    parent.reset();
+    gone = true;
+  });
+  EXPECT_TRUE(GV::runLongWork(parent.get(), "work", [&gone](CWorkProgress& progress) {
+    while (!gone) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return !progress.isCancelled();
+  }));
+}
+
+TEST(LongWork, EndsWithTheProgram) {
+  QTimer::singleShot(0, [] {
+    QTimer::singleShot(20, qApp, &QApplication::quit);
+    EXPECT_FALSE(GV::runLongWork(nullptr, "work", workUntilCancelled));
+  });
+  QApplication::exec();
+}
+
+}  // namespace
