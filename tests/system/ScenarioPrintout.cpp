@@ -1,5 +1,8 @@
 #include "ScenarioPrintout.h"
 
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -51,11 +54,42 @@ void printDump(const Json& dump, std::ostream& out) {
   }
 }
 
+/// What exports left in the folder, file by file.
+void printFiles(const QDir& folder, std::ostream& out) {
+  for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden, QDir::Name)) {
+    QFile file(folder.filePath(name));
+    const bool open = file.open(QIODevice::ReadOnly);
+    const QByteArray content = file.readAll();
+    out << "file " << name.toStdString() << (open ? "" : " cannot be read") << "\n";
+    if (content.startsWith("PK")) {
+      out << "  a workbook\n";
+      continue;
+    }
+    for (const QByteArray& line : content.split('\n')) out << "  " << line.toStdString() << "|\n";
+  }
+}
+
+/// An empty folder to work in while it lives.
+class CWorkingFolder {
+ public:
+  CWorkingFolder() : m_before(QDir::currentPath()) { QDir::setCurrent(m_folder.path()); }
+  CWorkingFolder(const CWorkingFolder&) = delete;
+  CWorkingFolder& operator=(const CWorkingFolder&) = delete;
+  ~CWorkingFolder() { QDir::setCurrent(m_before); }
+
+  QDir folder() const { return QDir(m_folder.path()); }
+
+ private:
+  QTemporaryDir m_folder;
+  QString m_before;
+};
+
 }  // namespace
 
 std::string playAndPrint(const std::string& fileName) {
   std::stringstream lines;
   std::ostringstream printout;
+  const CWorkingFolder working;
   {
     desk::CDesk desk;
     desk::CHostServices services(desk, desk::CHostServices::EClock::Manual);
@@ -79,6 +113,7 @@ std::string playAndPrint(const std::string& fileName) {
       printout << line << "\n";
     }
   }
+  printFiles(working.folder(), printout);
   return printout.str();
 }
 
