@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QHeaderView>
 #include <QMenu>
+#include <QTemporaryDir>
 #include <QTest>
 #include <atomic>
 #include <nlohmann/json.hpp>
@@ -18,6 +19,7 @@
 #include "JournalReader.h"
 #include "LineRecords.h"
 #include "TableDump.h"
+#include "gv/CFileDialog.h"
 #include "gv/CHpfTreeTable.h"
 #include "gv/Controls.h"
 
@@ -261,6 +263,7 @@ class CLiveSession {
     return tableDump(*m_pPanel, "end");
   }
   std::string journal() const { return m_journal.str(); }
+  GV::CHpfTreeTable& table() { return *tableOf(*m_pPanel); }
 
  private:
   void set(const SSessionLine& line) { m_desk.setSession(line.m_session); }
@@ -330,6 +333,28 @@ TEST(Recording, ReplayedGivesTheSameTableCellForCell) {
   ASSERT_EQ(played["rows"].size(), live["rows"].size());
   for (std::size_t row = 0; row < live["rows"].size(); ++row) EXPECT_EQ(played["rows"][row], live["rows"][row]);
   for (const char* field : {"filter", "running", "param"}) EXPECT_EQ(played[field], live[field]);
+}
+
+TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
+  const QTemporaryDir folder;
+  QString answer = folder.filePath("out.csv");
+  GV::CFileDialog::setPresenter([&answer](QWidget*, const QString&) { return answer; });
+  CLiveSession session;
+  session.table().contextMenu()->actions().at(0)->trigger();
+  answer.clear();
+  QTest::keyClick(&session.table(), Qt::Key_E, Qt::ControlModifier);
+  session.table().contextMenu()->actions().at(1)->trigger();
+  QCoreApplication::processEvents();
+  GV::CFileDialog::setPresenter({});
+  EXPECT_TRUE(QFile::exists(folder.filePath("out.csv")));
+
+  std::vector<std::string> acts;
+  std::istringstream in(session.journal());
+  for (std::string text; std::getline(in, text);) {
+    const json line = json::parse(text);
+    if (line["kind"] == "user") acts.push_back(line["do"].get<std::string>() + " " + line.value("file", "-"));
+  }
+  EXPECT_EQ(acts, (std::vector<std::string>{"export out.csv", "export ", "copy -"}));
 }
 
 }  // namespace
