@@ -1,7 +1,10 @@
 /// The colours that a table paints with, looked up once.
 #pragma once
 
+#include <map>
+
 #include "gv/CBaseHighPerformanceTable.h"
+#include "gv/Helpers.h"
 
 namespace GV {
 
@@ -18,7 +21,17 @@ struct CBaseHighPerformanceTable::SColors {
   const QColor* up = color("clr_flash_up");
   const QColor* down = color("clr_flash_down");
 
+  /// The colour that a row wants for a text, as it can be read in this theme. Valid while this stands.
+  const QColor& readable(const QColor& wish) {
+    const auto known = m_readable.find(wish.rgba());
+    if (known != m_readable.end()) return known->second;
+    return m_readable.emplace(wish.rgba(), readableColor(wish, *ground, *text)).first->second;
+  }
+
   static const QColor* color(const char* key) { return CUiResource::getColor(QString::fromLatin1(key)); }
+
+ private:
+  std::map<QRgb, QColor> m_readable;
 };
 
 }  // namespace GV

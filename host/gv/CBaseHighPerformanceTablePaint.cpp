@@ -81,9 +81,10 @@ void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, i
   if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse));
   const QString text =
       column.delegate != nullptr ? column.delegate->text(record) : m_pModel->cellText(record, column.index);
-  const QColor* color = record.textColor(column.index);
+  const QColor* wish = record.textColor(column.index);
+  const bool own = wish != nullptr && wish != m_colors->text;
   texts.add(rect.adjusted(kCellPadding, 0, -kCellPadding - 1, 0), description.alignment, text, *column.font,
-            color != nullptr ? *color : *m_colors->text);
+            own ? m_colors->readable(*wish) : *m_colors->text);
 }
 
 SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse) const {

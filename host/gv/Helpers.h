@@ -1,6 +1,7 @@
 /// Small conversions of the UI kit. Any thread.
 #pragma once
 
+#include <QColor>
 #include <QString>
 #include <string>
 
@@ -15,6 +16,10 @@ inline std::string qsToS(const QString& text) { return text.toStdString(); }
 /// Fixed notation without thousands separators, as QString::number gives it; invalidText for a value that is no
 /// number. This kit knows neither flags nor the grouping switch, both of which its callers leave at 0 and false.
 QString formatDoubleNumber(double value, int precision, int flags, bool grouping, const QString& invalidText);
+
+/// A text's colour as it can be read on a ground: the wish, mixed with the theme's own text colour as far as its
+/// contrast is too low.
+QColor readableColor(const QColor& wish, const QColor& ground, const QColor& text);
 
 /// The nearest place to point at which a window of this size lies inside the screen. GUI thread.
 QPoint ptInsideScreen(const QPoint& point, const QSize& size);
