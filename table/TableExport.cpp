@@ -128,9 +128,13 @@ bool exportSpreadsheet(const SExportRows& rows, const QString& fileName, const E
     if (!writer.setData(SHEET, 1, static_cast<int>(i) + 1, title)) return false;
   }
   for (int row = 0; row < rows.count; ++row) {
-    if (!putRow(writer, rows, row) || !step(row + 1)) return false;
+    // The second half is for the saving.
+    if (!putRow(writer, rows, row) || !step(row / 2)) return false;
   }
-  return writer.saveAs(fileName);
+  const auto save = [&](qint64 done, qint64 total) {
+    return step(static_cast<int>(rows.count - rows.count / 2 * (total - done) / total));
+  };
+  return writer.saveAs(fileName, save) && step(rows.count);
 }
 
 bool clipboardText(const SExportRows& rows, QString& text, const ExportStep& step) {

@@ -55,16 +55,17 @@ struct SExportRoute {
 SExportRoute exportRoute(const QString& fileName);
 
 /// Is told that a number of rows is done; false ends the export.
-typedef std::function<bool(int rows)> ExportStep;
+using ExportStep = std::function<bool(int rows)>;
 /// Takes a batch of lines; false ends the export.
-typedef std::function<bool(const QString& text)> ExportSink;
+using ExportSink = std::function<bool(const QString& text)>;
 
 /// The header line and a line for each row, separated by line ends, in batches of at most 1000 lines; a batch that is
 /// full ends with a line end, the last one does not. Nothing is quoted. False when it was ended before its end.
 bool exportLines(const SExportRows& rows, QChar separator, const ExportSink& write, const ExportStep& step);
 
 /// The same cells in the first sheet of a spreadsheet, the titles in row 1; figures become numbers where the format
-/// knows them. False when it was ended, or could not be written as a whole; then no file is left that was not there.
+/// knows them. False when it was ended or could not be written as a whole; a file may stand there all the same when it
+/// was ended at its very end.
 bool exportSpreadsheet(const SExportRows& rows, const QString& fileName, const ExportStep& step);
 
 /// The lines for the clipboard: separated by tabs, each with a line end, an empty cell as four blanks. False when it

@@ -39,6 +39,9 @@ struct CExcelReader::SWriter {
   lxw_workbook* workbook = nullptr;
   std::map<std::size_t, lxw_format*> formats;  ///< by decimals
   std::vector<qint64> sizes;                   ///< at least so many bytes each sheet must come out as
+  SaveStep step;
+  qint64 total = 0;  ///< rows
+  qint64 done = 0;
   bool good = true;
 
   lxw_format* numberFormat(std::size_t decimals) {
@@ -71,6 +74,7 @@ struct CExcelReader::SWriter {
     if (!sheet) good = false;
     for (std::size_t row = 0; good && row < rows.size(); ++row) {
       for (std::size_t column = 0; column < rows[row].size(); ++column) put(sheet, row, column, rows[row][column]);
+      good = good && (!step || step(++done, total));
     }
     if (!good) return;
     // All rows but the last stand there by now.
@@ -141,25 +145,27 @@ QByteArray CExcelReader::separatedText(char separator) const {
   return text;
 }
 
-bool CExcelReader::writeWorkbook(const QString& fileName) const {
+bool CExcelReader::writeWorkbook(const QString& fileName, const SaveStep& step) const {
   QByteArray folder = QFile::encodeName(m_folder->path());
   // Rows go to disk as they come: a large table is not held once more.
   lxw_workbook_options options = {LXW_TRUE, folder.data(), LXW_FALSE};
   SWriter writer;
   writer.workbook = workbook_new_opt(QFile::encodeName(fileName).constData(), &options);
   if (!writer.workbook) return false;
+  writer.step = step;
+  for (const Sheet& sheet : m_sheets) writer.total += static_cast<qint64>(sheet.size());
   for (const Sheet& sheet : m_sheets) writer.put(sheet);
   const bool closed = workbook_close(writer.workbook) == LXW_NO_ERROR;
   return closed && writer.good && writer.isWhole(fileName);
 }
 
-bool CExcelReader::saveAs(const QString& fileName) {
+bool CExcelReader::saveAs(const QString& fileName, const SaveStep& step) {
   if (!m_bOpen || m_sheets.empty()) return false;
   const auto separator = SEPARATORS.find(QFileInfo(fileName).suffix().toLower());
   if (separator != SEPARATORS.end()) return saveWhole(fileName, separatedText(separator->second));
   // Written beside and then copied, so that nothing half stands under the name whatever fails.
   QFile workbook(m_folder->filePath(QStringLiteral("workbook.xlsx")));
-  return writeWorkbook(workbook.fileName()) && workbook.open(QIODevice::ReadOnly) &&
+  return writeWorkbook(workbook.fileName(), step) && workbook.open(QIODevice::ReadOnly) &&
          saveWhole(fileName, workbook.readAll());
 }
 

@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QObject>
 #include <QString>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,6 +17,9 @@ namespace GV {
 /// from the component whose place it takes; it only writes. Any thread, one at a time.
 class CExcelReader : public QObject {
  public:
+  /// Is told how many rows of a workbook are written, of how many; false ends it.
+  using SaveStep = std::function<bool(qint64 done, qint64 total)>;
+
   /// visible: whether the spreadsheet is to be shown while it is written; this one has nothing to show.
   explicit CExcelReader(bool visible, QObject* parent = nullptr);
   ~CExcelReader() override;
@@ -33,19 +37,19 @@ class CExcelReader : public QObject {
   /// ".csv" and ".txt", in any case, are saved as separated text (comma resp. tab) in UTF-8 with every field quoted,
   /// the sheets below each other; every other name as an XLSX workbook. False, and no new file, when it could not be
   /// written as a whole; a file that was there stays then.
-  bool saveAs(const QString& fileName);
+  bool saveAs(const QString& fileName, const SaveStep& step = {});
 
  private:
   struct SCell {
     std::string text;  ///< UTF-8
     bool number = false;
   };
-  typedef std::vector<std::vector<SCell>> Sheet;
+  using Sheet = std::vector<std::vector<SCell>>;
   struct SWriter;
 
   bool put(int sheet, int row, int column, const QString& text, bool number);
   QByteArray separatedText(char separator) const;
-  bool writeWorkbook(const QString& fileName) const;
+  bool writeWorkbook(const QString& fileName, const SaveStep& step) const;
 
   std::unique_ptr<QTemporaryDir> m_folder;
   bool m_bOpen = false;

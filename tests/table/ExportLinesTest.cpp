@@ -1,6 +1,10 @@
 /// The lines of an export, formed from given cells.
 #include <gtest/gtest.h>
 
+#include <QFile>
+#include <QTemporaryDir>
+#include <algorithm>
+
 #include "BasketColumns.h"
 #include "TableExport.h"
 
@@ -84,6 +88,23 @@ TEST(ExportLines, EndWhenTheyMayNotGoOnOrCannotBeWritten) {
   EXPECT_EQ(written, -98);
   QString copied;
   EXPECT_FALSE(clipboardText(rowsOf(5000), copied, halt));
+}
+
+TEST(ExportSpreadsheet, SaysHowFarItIsAndEndsAnywhere) {
+  const QTemporaryDir folder;
+  const QString file = folder.filePath("out.xlsx");
+  std::vector<int> steps;
+  ASSERT_TRUE(exportSpreadsheet(rowsOf(100), file, [&steps](int rows) {
+    steps.push_back(rows);
+    return true;
+  }));
+  EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end()));
+  EXPECT_EQ(steps.back(), 100);
+  EXPECT_TRUE(QFile::remove(file));
+  for (const int last : {0, 30, 49, 50, 80}) {
+    EXPECT_FALSE(exportSpreadsheet(rowsOf(100), file, [last](int rows) { return rows <= last; })) << last;
+    EXPECT_FALSE(QFile::exists(file)) << last;
+  }
 }
 
 TEST(ExportRoute, FollowsTheLastFourCharactersOfTheNameInTheirCase) {
