@@ -101,6 +101,7 @@ TEST_F(OptionDelegate, StatusesOneAfterAnother) {
     const char* shown;
   };
   const SCase cases[] = {
+      {"pause", TASK, {{3}, {4}}, "0 2"},
       {"pause and go on", TASK, {{3}, {4}, {3}}, "0 1"},
       {"a patch runs", TASK, {{8}, {10000}}, "0 1"},
       {"a failed patch leaves only giving up", TASK, {{8}, {10001}}, "6"},

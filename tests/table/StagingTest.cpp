@@ -189,6 +189,9 @@ TEST_F(Staging, RowKeysOfAccountsThatShareADisplayIdAreUnique) {
   for (const SRowShape& row : *staged.shape) keys.insert(row.key);
   EXPECT_EQ(keys.size(), 7U);
   EXPECT_EQ((*staged.shape)[1].key, (*staged.shape)[1].nodeKey) << "the first account's are the nodes' own";
+  // Named by the account, not by the order in which accounts came.
+  EXPECT_TRUE((*staged.shape)[3].key.endsWith(QStringLiteral("@A2")));
+  EXPECT_TRUE((*staged.shape)[6].key.endsWith(QStringLiteral("@A3")));
 }
 
 TEST_F(Staging, DropsWhatARefreshOfTheDayBeforeStages) {
