@@ -25,7 +25,7 @@ namespace TC {
 class CBasketTask;
 class CHpfBasketStatusTable;
 
-typedef QMap<QString, boost::shared_ptr<CBasketTask>> TaskMap;
+using TaskMap = QMap<QString, boost::shared_ptr<CBasketTask>>;
 
 /// The panel of basket tasks: it takes task details from the host, keeps one task object per basket, refreshes the
 /// status table from them once a second and carries out what the user asks for.

@@ -8,7 +8,7 @@
 
 namespace TC {
 
-typedef std::map<std::string, ksservice::CTaskDetailPtr> DetailMap;
+using DetailMap = std::map<std::string, ksservice::CTaskDetailPtr>;
 
 /// The newest detail of each key, by what the detail is about.
 struct SDetailMaps {

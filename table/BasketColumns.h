@@ -30,10 +30,10 @@ enum EBasketColumn : int {
 };
 
 /// Forms the text of a cell; null for a column whose text is formed elsewhere (tree, orders, operations).
-typedef QString (*CellText)(const CHpfBasketStatusData& row, EProcessDisplay mode);
+using CellText = QString (*)(const CHpfBasketStatusData& row, EProcessDisplay mode);
 
 /// The raw figure by which a column sorts; null for a column that sorts by its text.
-typedef double (*SortFigure)(const CHpfBasketStatusData& row);
+using SortFigure = double (*)(const CHpfBasketStatusData& row);
 
 /// All that there is to say of a column. Everything that shows, sorts, exports or dumps a column reads it here.
 struct SBasketColumn {

@@ -21,7 +21,7 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
     QString key;                  ///< the row's key; known also before the row exists
     CBasketTask* task = nullptr;  ///< null while the row does not exist
   };
-  typedef std::function<SRowRef(const QString& key)> Resolver;
+  using Resolver = std::function<SRowRef(const QString& key)>;
 
   CHpfBasketOptionDelegate(Resolver resolver, QObject* parent);
 

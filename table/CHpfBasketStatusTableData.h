@@ -41,6 +41,6 @@ class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
   unsigned m_nReadVersion = 0;  ///< version of the block whose change was read
 };
 
-typedef boost::shared_ptr<CHpfBasketStatusTableData> StatusRowPtr;
+using StatusRowPtr = boost::shared_ptr<CHpfBasketStatusTableData>;
 
 }  // namespace TC

@@ -62,9 +62,9 @@ struct STaskFacts {
   int hedgeRow = -1;  ///< index of the hedge row, -1 without one
 };
 
-typedef std::shared_ptr<const std::vector<SRowFigures>> FiguresPtr;
-typedef std::shared_ptr<const std::vector<SRowTexts>> TextsPtr;
-typedef std::shared_ptr<const std::vector<SRowShape>> ShapePtr;
+using FiguresPtr = std::shared_ptr<const std::vector<SRowFigures>>;
+using TextsPtr = std::shared_ptr<const std::vector<SRowTexts>>;
+using ShapePtr = std::shared_ptr<const std::vector<SRowShape>>;
 
 /// One task of a batch. Rows stand in pre-order: entry 0 is the root, a parent comes before its children.
 struct SStagedTask {

@@ -9,7 +9,7 @@ namespace GV {
 /// GUI thread.
 class CClipboard {
  public:
-  typedef std::function<void(const QString& text)> Observer;
+  using Observer = std::function<void(const QString& text)>;
 
   static void setText(const QString& text);
   /// Is told of each text just before it is set; an empty one ends it.

@@ -11,7 +11,7 @@ namespace GV {
 /// GUI thread; never ask with a lock held.
 class CFileDialog {
  public:
-  typedef std::function<QString(QWidget* parent, const QString& caption)> Presenter;
+  using Presenter = std::function<QString(QWidget* parent, const QString& caption)>;
 
   /// Asks under which name to save, or has the presenter that is installed answer; empty when the user cancelled. The
   /// terminal's other events go on meanwhile.

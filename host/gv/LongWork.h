@@ -27,7 +27,7 @@ class CWorkProgress {
 };
 
 /// True when the work was done as a whole; one that is cancelled clears up and says false.
-typedef std::function<bool(CWorkProgress& progress)> LongWork;
+using LongWork = std::function<bool(CWorkProgress& progress)>;
 
 /// Runs a work on a thread of its own and returns when it has ended; the GUI goes on meanwhile, so whatever can happen
 /// in an event loop may have happened to the caller. After half a second a dialog with the label shows how far it is

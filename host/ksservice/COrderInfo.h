@@ -53,7 +53,7 @@ class COrderDetail : public IData {
   bool m_bCancelled = false;  ///< read through COrderDetailHelper::isOrderCanceled
 };
 
-typedef boost::shared_ptr<COrderInfo> COrderInfoPtr;
-typedef boost::shared_ptr<COrderDetail> COrderDetailPtr;
+using COrderInfoPtr = boost::shared_ptr<COrderInfo>;
+using COrderDetailPtr = boost::shared_ptr<COrderDetail>;
 
 }  // namespace ksservice

@@ -62,20 +62,20 @@ class CTaskDetail : public IData {
   /// One line for the debug log.
   std::string toString() const;
 
-  int m_nTaskId = 0;                    ///< task identifier; UNSET_INT for a hedge detail that has none
-  int m_nNumber = 0;                    ///< sub-task number
+  int m_nTaskId = 0;  ///< task identifier; UNSET_INT for a hedge detail that has none
+  int m_nNumber = 0;  ///< sub-task number
   int m_nBusinessNumber = UNSET_INT;
-  int m_nStatus = 0;                    ///< ETaskStatus
+  int m_nStatus = 0;  ///< ETaskStatus
   std::string m_strMessage;
   int m_nStartTime = UNSET_INT;
   int m_nEndTime = UNSET_INT;
-  bool m_bServerTask = false;           ///< runs on the server; its progress comes from the trade client
-  std::string m_strInstance;            ///< name of the algorithm instance that carries a server task
+  bool m_bServerTask = false;  ///< runs on the server; its progress comes from the trade client
+  std::string m_strInstance;   ///< name of the algorithm instance that carries a server task
   std::vector<COrderInfoPtr> m_orders;
   std::vector<CCodeOrderParam> m_params;
   boost::shared_ptr<COrderCommand> m_pCommand;  ///< may be null
 };
 
-typedef boost::shared_ptr<CTaskDetail> CTaskDetailPtr;
+using CTaskDetailPtr = boost::shared_ptr<CTaskDetail>;
 
 }  // namespace ksservice

@@ -11,7 +11,7 @@
 namespace ksservice {
 
 /// Called with each record of a data type, on a thread of the host.
-typedef std::function<void(const boost::shared_ptr<IData>&)> DataCallback;
+using DataCallback = std::function<void(const boost::shared_ptr<IData>&)>;
 
 /// The host's store of records. Any thread; a record that it hands out is never changed afterwards.
 class IDataCenter {

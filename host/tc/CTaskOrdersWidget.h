@@ -21,9 +21,9 @@ class CTaskOrdersWidget : public QDialog {
   Q_OBJECT
 
  public:
-  typedef std::vector<boost::shared_ptr<ksservice::COrderInfo>> Orders;
+  using Orders = std::vector<boost::shared_ptr<ksservice::COrderInfo>>;
   /// Told of each window of orders that is shown: the key given to updateOrders, and the orders' keys.
-  typedef std::function<void(const QString& key, const std::vector<std::string>& orderKeys)> ShowObserver;
+  using ShowObserver = std::function<void(const QString& key, const std::vector<std::string>& orderKeys)>;
 
   explicit CTaskOrdersWidget(QWidget* parent = nullptr);
 

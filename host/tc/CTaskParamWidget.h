@@ -17,7 +17,7 @@ class CBaseTaskParamWidget : public QFrame {
 
  public:
   /// Told of each popup that is shown, with the row's key.
-  typedef std::function<void(const QString& rowKey)> ShowObserver;
+  using ShowObserver = std::function<void(const QString& rowKey)>;
 
   explicit CBaseTaskParamWidget(QWidget* parent = nullptr);
 

@@ -8,7 +8,7 @@ namespace TC {
 class ITradeDockableWidget;
 
 /// Makes a panel with a widget id; the parent owns it. GUI thread, after installServices.
-typedef ITradeDockableWidget* (*CreatePanelFunction)(int id, QWidget* parent);
+using CreatePanelFunction = ITradeDockableWidget* (*)(int id, QWidget* parent);
 
 /// Name of that function in the plug-in.
 constexpr char CREATE_PANEL_SYMBOL[] = "createBasketTasksPanel";

@@ -12,7 +12,7 @@ class QString;
 namespace utils {
 
 /// Called with each information message, without its address and function prefix. Any thread; must not log.
-typedef std::function<void(const std::string& message)> LogObserver;
+using LogObserver = std::function<void(const std::string& message)>;
 
 class CLogCenter {
  public:

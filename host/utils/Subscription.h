@@ -14,6 +14,6 @@ class ISubscription {
   virtual ~ISubscription() = default;
 };
 
-typedef std::unique_ptr<ISubscription> CSubscriptionHandle;
+using CSubscriptionHandle = std::unique_ptr<ISubscription>;
 
 }  // namespace utils

@@ -10,7 +10,7 @@ namespace {
 enum EMode : int { LiveMode = 1, ReplayMode = 2, AnyMode = 3 };
 
 /// Takes an option's value over; a text says what is wrong with it.
-typedef QString (*Setter)(SOptions& options, const QString& value);
+using Setter = QString (*)(SOptions& options, const QString& value);
 
 struct SOptionRow {
   const char* m_pName;

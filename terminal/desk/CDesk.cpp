@@ -6,8 +6,8 @@
 namespace desk {
 namespace {
 
-typedef std::shared_lock<std::shared_mutex> ReadLock;
-typedef std::unique_lock<std::shared_mutex> WriteLock;
+using ReadLock = std::shared_lock<std::shared_mutex>;
+using WriteLock = std::unique_lock<std::shared_mutex>;
 
 /// The value of a key in a map of values that are copied out.
 template <typename Map, typename Key>

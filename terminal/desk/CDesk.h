@@ -61,7 +61,7 @@ struct SQuoteUpdate {
 enum class EVia { Feed, Signal, Store };
 
 /// What is known of the order with a tag; null: nothing (any more).
-typedef std::pair<ksservice::CMavOrderTag, ksservice::COrderDetailPtr> OrderDetailEntry;
+using OrderDetailEntry = std::pair<ksservice::CMavOrderTag, ksservice::COrderDetailPtr>;
 
 struct SPublication {
   ksservice::CTaskDetailPtr m_pDetail;           ///< never null; not changed by anybody from now on
@@ -74,7 +74,7 @@ struct SPublication {
 /// time; changes come from the driver's thread. Calls nobody under its lock.
 class CDesk {
  public:
-  typedef std::function<void(const ksservice::CTaskDetailPtr&)> SignalHook;
+  using SignalHook = std::function<void(const ksservice::CTaskDetailPtr&)>;
 
   CDesk() = default;
   CDesk(const CDesk&) = delete;

@@ -16,7 +16,7 @@ namespace desk {
 class CJobGate : public utils::IJobMonitor {
  public:
   /// Called where a job begins, on the worker, while no change is under way. Must not change the desk.
-  typedef std::function<void(utils::EPanelJob)> BeginHook;
+  using BeginHook = std::function<void(utils::EPanelJob)>;
 
   void jobPosted(utils::EPanelJob job) override;
   void jobBegins(utils::EPanelJob job) override;

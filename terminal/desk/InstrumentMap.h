@@ -50,7 +50,7 @@ class CInstrumentMap {
     using is_transparent = void;
     bool operator()(const SView& a, const SView& b) const { return a.code == b.code && a.market == b.market; }
   };
-  typedef std::unordered_map<SKey, Value, SHash, SEqual> Map;
+  using Map = std::unordered_map<SKey, Value, SHash, SEqual>;
 
   Map m_byMarket;
   Map m_byShortCode;

@@ -42,7 +42,7 @@ struct SEngineEvent {
 /// thread, and the same calls give the same details in the same order. All on one thread, the one that steps it.
 class CEngine : public exchange::IMarketListener {
  public:
-  typedef std::function<void(const SEngineEvent&)> EventHook;
+  using EventHook = std::function<void(const SEngineEvent&)>;
 
   /// Listens to the market from now on; both must outlive the engine.
   CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings settings);

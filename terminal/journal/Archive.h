@@ -28,7 +28,7 @@ struct SNames {
 /// Takes fields out of a JSON object. A fault names the field by its path from the line.
 class CReadArchive {
  public:
-  typedef nlohmann::json Json;
+  using Json = nlohmann::json;
 
   explicit CReadArchive(const Json& object, std::string path = {}) : m_object(object), m_strPath(std::move(path)) {}
 
@@ -151,7 +151,7 @@ class CReadArchive {
 /// Puts fields into a JSON object; those that have their default are left out.
 class CWriteArchive {
  public:
-  typedef nlohmann::ordered_json Json;
+  using Json = nlohmann::ordered_json;
 
   explicit CWriteArchive(Json& object) : m_object(object) {}
 

@@ -21,7 +21,7 @@ namespace journal {
 class COutput;
 
 /// Makes a panel and shows it where it belongs. The player deletes it.
-typedef std::function<TC::ITradeDockableWidget*()> PanelFactory;
+using PanelFactory = std::function<TC::ITradeDockableWidget*()>;
 
 /// Plays a journal on a desk and a panel. GUI thread.
 ///

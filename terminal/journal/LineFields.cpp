@@ -302,7 +302,7 @@ void fields(Archive& a, SDumpLine& line) {
   a.required("name", line.m_strName);
 }
 
-typedef SLine::Body (*BodyParser)(const CReadArchive&);
+using BodyParser = SLine::Body (*)(const CReadArchive&);
 
 template <typename Body>
 SLine::Body parseBody(const CReadArchive& archive) {

@@ -162,10 +162,10 @@ struct SDumpLine {
 
 /// One line; m_nNumber is its place in its file, from 1.
 struct SLine {
-  typedef std::variant<SSessionLine, SAccountLine, SInstrumentLine, SQuoteLine, SCommandLine, SHedgeParamLine,
-                       SHedgeStateLine, STaskLine, SProgressLine, SHedgeVolumeLine, SHedgeStatusLine, STradingDayLine,
-                       SStockUnitChangeLine, SOpenLine, SCloseLine, SRefreshLine, SHostLine, SUserLine, SDumpLine>
-      Body;
+  using Body =
+      std::variant<SSessionLine, SAccountLine, SInstrumentLine, SQuoteLine, SCommandLine, SHedgeParamLine,
+                   SHedgeStateLine, STaskLine, SProgressLine, SHedgeVolumeLine, SHedgeStatusLine, STradingDayLine,
+                   SStockUnitChangeLine, SOpenLine, SCloseLine, SRefreshLine, SHostLine, SUserLine, SDumpLine>;
 
   Body m_body;
   std::optional<qint64> m_nT;    ///< milliseconds since the journal began

@@ -108,7 +108,7 @@ void deliverEvent(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   panel.handleEvent(line.m_nEvent, line.m_nId, 0, text, &taskKey);
 }
 
-typedef void (*Performer)(TC::ITradeDockableWidget&, const SUserLine&);
+using Performer = void (*)(TC::ITradeDockableWidget&, const SUserLine&);
 
 const std::map<EUserAct, Performer> PERFORMERS = {
     {EUserAct::ToolBar, pressToolBar},  {EUserAct::FilterFinished, filterFinished},
