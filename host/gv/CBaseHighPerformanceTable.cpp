@@ -95,7 +95,8 @@ void CBaseHighPerformanceTable::connectModel() {
   connect(m_pModel, &QAbstractItemModel::rowsRemoved, this,
           [this](const QModelIndex&, int first, int last) { slotRowsRemoved(first, last); });
   connect(m_pModel, &QAbstractItemModel::dataChanged, this, &Self::slotDataChanged);
-  connect(m_pModel, &QAbstractItemModel::layoutChanged, this, &Self::scheduleUpdate);
+  connect(m_pModel, &QAbstractItemModel::layoutAboutToBeChanged, this, &Self::slotAboutToReset);
+  connect(m_pModel, &QAbstractItemModel::layoutChanged, this, &Self::slotLayoutChanged);
   connect(m_pModel, &QAbstractItemModel::modelAboutToBeReset, this, &Self::slotAboutToReset);
   connect(m_pModel, &QAbstractItemModel::modelReset, this, &Self::slotReset);
   connect(m_pModel, &IBaseHpfTableModel::sigColumnsChanged, this, &Self::slotColumnsChanged);
@@ -140,6 +141,18 @@ void CBaseHighPerformanceTable::slotReset() {
   if (!m_pageKeys.isEmpty()) top = std::max(0, m_pModel->nearestPosition(m_pageKeys.first()));
   m_pageKeys.clear();
   restoreTop(top);
+}
+
+/// Rows that changed their places take those on screen along as little as can be: the page moves as most of its rows do.
+void CBaseHighPerformanceTable::slotLayoutChanged() {
+  std::vector<int> tops;
+  for (int i = 0; i < m_pageKeys.size(); ++i) tops.push_back(m_pModel->positionOf(m_pageKeys[i]) - i);
+  m_pageKeys.clear();
+  scheduleUpdate();
+  if (tops.empty()) return;
+  const auto middle = tops.begin() + static_cast<std::ptrdiff_t>(tops.size() / 2);
+  std::nth_element(tops.begin(), middle, tops.end());
+  restoreTop(std::max(0, *middle));
 }
 
 void CBaseHighPerformanceTable::restoreTop(int top) {
@@ -314,7 +327,10 @@ void CBaseHighPerformanceTable::sortByColumn(int column, Qt::SortOrder order) {
   m_pHeader->setProperty("sortDescending", order == Qt::DescendingOrder);
   m_pHeader->setSortIndicatorShown(m_nSortColumn >= 0);
   if (m_nSortColumn >= 0) m_pHeader->setSortIndicator(m_nSortColumn, order);
+  // Who sorts looks at the ranks that he was looking at, not at the rows.
+  const int top = topRow();
   m_pModel->sort(m_nSortColumn, order);
+  restoreTop(top);
 }
 
 void CBaseHighPerformanceTable::setUiLock(bool locked) {

@@ -162,6 +162,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void slotDataChanged(const QModelIndex& first, const QModelIndex& last);
   void slotAboutToReset();
   void slotReset();
+  void slotLayoutChanged();
   void slotSortIndicator(int column, Qt::SortOrder order);
   void slotColumnsChanged();
   void restoreTop(int top);

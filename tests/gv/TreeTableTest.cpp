@@ -85,6 +85,22 @@ TEST_F(TreeTable, SelectionAndCurrentRowSurvive) {
   EXPECT_EQ(m_table.selectedKeys(), (QStringList{k("r7"), k("r5")}));
 }
 
+TEST_F(TreeTable, PageStaysWhenRowsThatMovedPassIt) {
+  m_table.sortByColumn(2, Qt::AscendingOrder);
+  m_table.verticalScrollBar()->setValue(20);
+  const QString top = topKey();
+  ASSERT_EQ(m_table.topRow(), 20);
+  // From above the page to the end, and one of the page itself.
+  row("r0").m_dValue = 1000;
+  row("r1").m_dValue = 1001;
+  row(top.toLatin1().constData()).m_dValue = 1002;
+  m_table.allRowsChanged();
+  EXPECT_EQ(m_table.topRow(), 17);
+  EXPECT_EQ(m_table.dataModel()->rowAt(18).key(), k("r21")) << "the second of the page, as before";
+  m_table.sortByColumn(2, Qt::DescendingOrder);
+  EXPECT_EQ(m_table.topRow(), 17) << "a sort keeps the place";
+}
+
 TEST_F(TreeTable, ScrollingNeverJumps) {
   m_table.verticalScrollBar()->setValue(30);
   ASSERT_EQ(topKey(), k("r30"));
