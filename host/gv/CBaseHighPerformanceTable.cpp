@@ -117,7 +117,7 @@ void CBaseHighPerformanceTable::slotRowsRemoved(int first, int last) {
 }
 
 void CBaseHighPerformanceTable::slotDataChanged(const QModelIndex& first, const QModelIndex& last) {
-  if (hasStatistics()) m_pStatistics->update();
+  if (hasStatistics()) m_pStatistics->scheduleUpdate();
   const int top = topRow();
   if (last.row() >= top && first.row() <= top + pageRows()) scheduleUpdate();
 }
@@ -158,7 +158,7 @@ void CBaseHighPerformanceTable::slotLayoutChanged() {
 void CBaseHighPerformanceTable::restoreTop(int top) {
   updateScrollBars();
   verticalScrollBar()->setValue(top);
-  if (hasStatistics()) m_pStatistics->update();
+  if (hasStatistics()) m_pStatistics->scheduleUpdate();
   scheduleUpdate();
 }
 

@@ -123,24 +123,24 @@ void CHpfTreeTableModel::ensureFlat() const {
   // A node that was removed meanwhile may be in the old list; its slot is free or holds a new row, which is set below.
   for (const int node : m_flat) m_rows.setPosition(node, CTreeRows::kNoPosition);
   m_flat.clear();
-  collectChildren(CTreeRows::kTop, m_flat);
+  collectChildren(CTreeRows::kTop, 0, m_flat);
   m_nDisplacement = 0;
-  for (std::size_t i = 0; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
   m_nPositionsValid = m_flat.size();
 }
 
 // The flat list
 
-/// Appends a node and what shows below it.
-void CHpfTreeTableModel::collect(int node, std::vector<int>& out) const {
+/// Appends a node and what shows below it, and tells them their positions; first is that of the first node in out.
+void CHpfTreeTableModel::collect(int node, int first, std::vector<int>& out) const {
+  m_rows.setPosition(node, first + static_cast<int>(out.size()));
   out.push_back(node);
-  if (m_rows.has(node, CTreeRows::Expanded)) collectChildren(node, out);
+  if (m_rows.has(node, CTreeRows::Expanded)) collectChildren(node, first, out);
 }
 
-void CHpfTreeTableModel::collectChildren(int node, std::vector<int>& out) const {
+void CHpfTreeTableModel::collectChildren(int node, int first, std::vector<int>& out) const {
   m_rows.ensureSorted(node);
   for (const int child : m_rows.at(node).children) {
-    if (!m_rows.isOut(child)) collect(child, out);
+    if (!m_rows.isOut(child)) collect(child, first, out);
   }
 }
 
@@ -176,11 +176,11 @@ int CHpfTreeTableModel::positionBefore(int node) const {
   return parent == CTreeRows::kTop ? -1 : positionOfNode(parent);
 }
 
+/// The nodes know their positions already.
 void CHpfTreeTableModel::showRows(int position, const std::vector<int>& nodes) {
   if (nodes.empty()) return;
   beginInsertRows(QModelIndex(), position, position + static_cast<int>(nodes.size()) - 1);
   m_flat.insert(m_flat.begin() + position, nodes.begin(), nodes.end());
-  for (std::size_t i = 0; i < nodes.size(); ++i) m_rows.setPosition(nodes[i], position + static_cast<int>(i));
   noteDisplacement(position, static_cast<int>(nodes.size()));
   endInsertRows();
 }
@@ -216,10 +216,8 @@ void CHpfTreeTableModel::relayout(int node) {
   for (const QModelIndex& index : before) persistent.push_back(nodeAt(index.row()));
 
   std::vector<int> nodes;
-  collectChildren(node, nodes);
+  collectChildren(node, position + 1, nodes);
   std::copy(nodes.begin(), nodes.end(), m_flat.begin() + (position + 1));  // position may be -1 of an empty list
-  int next = position + 1;
-  for (const int moved : nodes) m_rows.setPosition(moved, next++);
 
   QModelIndexList after;
   for (int i = 0; i < before.size(); ++i) {
@@ -243,7 +241,9 @@ bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QStri
   const bool incremental = shown && goesIncremental();
   const int node = m_rows.insert(parent, row, before);
   if (incremental) {
-    showRows(positionBefore(node) + 1, {node});
+    const int position = positionBefore(node) + 1;
+    m_rows.setPosition(node, position);
+    showRows(position, {node});
   } else if (shown) {
     m_bFlatStale = true;
   }
@@ -309,7 +309,7 @@ void CHpfTreeTableModel::setExpanded(int node, bool on) {
     const int position = positionOfNode(node);
     m_rows.set(node, CTreeRows::Expanded, true);
     std::vector<int> nodes;
-    collectChildren(node, nodes);
+    collectChildren(node, position + 1, nodes);
     showRows(position + 1, nodes);
   } else {
     const int position = positionOfNode(node);
@@ -339,8 +339,9 @@ void CHpfTreeTableModel::setOut(int node, CTreeRows::EFlag flag, bool on) {
   } else {
     m_rows.set(node, flag, false);
     std::vector<int> nodes;
-    collect(node, nodes);
-    showRows(positionBefore(node) + 1, nodes);
+    const int position = positionBefore(node) + 1;
+    collect(node, position, nodes);
+    showRows(position, nodes);
   }
 }
 
@@ -350,6 +351,7 @@ void CHpfTreeTableModel::setAllExpanded(bool on) {
   const std::vector<int>& roots = m_rows.at(CTreeRows::kTop).children;
   parents.assign(roots.begin(), roots.end());
   for (std::size_t i = 0; i < parents.size(); ++i) {
+    if (!m_rows.has(parents[i], CTreeRows::Grandparent)) continue;
     for (const int child : m_rows.at(parents[i]).children) {
       if (!m_rows.at(child).children.empty()) parents.push_back(child);
     }

@@ -94,8 +94,8 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   bool filterTree(int node, bool accepted);
   void filterChanges();
   void ensureFlat() const;
-  void collect(int node, std::vector<int>& out) const;
-  void collectChildren(int node, std::vector<int>& out) const;
+  void collect(int node, int first, std::vector<int>& out) const;
+  void collectChildren(int node, int first, std::vector<int>& out) const;
   int endOf(int position) const;
   int findNear(int node, int position) const;
   void noteDisplacement(int first, int rows);

@@ -8,7 +8,24 @@
 
 namespace GV {
 
-CStatisticsLine::CStatisticsLine(CBaseHighPerformanceTable* table) : QWidget(table), m_pTable(table) {}
+namespace {
+constexpr int kMinInterval = 40;  // milliseconds between two paints
+}  // namespace
+
+CStatisticsLine::CStatisticsLine(CBaseHighPerformanceTable* table) : QWidget(table), m_pTable(table) {
+  m_timer.setSingleShot(true);
+  connect(&m_timer, &QTimer::timeout, this, [this] { update(); });
+}
+
+void CStatisticsLine::scheduleUpdate() {
+  if (m_timer.isActive()) return;
+  const qint64 age = m_sincePaint.isValid() ? m_sincePaint.elapsed() : kMinInterval;
+  if (age >= kMinInterval) {
+    update();
+  } else {
+    m_timer.start(static_cast<int>(kMinInterval - age));
+  }
+}
 
 QString CStatisticsLine::text(int column) const {
   const IBaseHpfTableModel* model = m_pTable->baseModel();
@@ -17,6 +34,7 @@ QString CStatisticsLine::text(int column) const {
 }
 
 void CStatisticsLine::paintEvent(QPaintEvent* /*event*/) {
+  m_sincePaint.start();
   QPainter painter(this);
   painter.fillRect(rect(), *CUiResource::getColor(QStringLiteral("clr_header_background")));
   painter.fillRect(0, 0, width(), 1, *CUiResource::getColor(QStringLiteral("clr_line")));

@@ -1,6 +1,8 @@
 /// The line under a table that shows the sums of its columns.
 #pragma once
 
+#include <QElapsedTimer>
+#include <QTimer>
 #include <QWidget>
 
 namespace GV {
@@ -14,12 +16,17 @@ class CStatisticsLine : public QWidget {
   explicit CStatisticsLine(CBaseHighPerformanceTable* table);
   /// What it shows for a column; empty for a column without a sum.
   QString text(int column) const;
+  /// Paints the sums anew, at once or within a moment: a sum costs a walk over its rows, so that a stream of single
+  /// changes must not cost one each.
+  void scheduleUpdate();
 
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
   CBaseHighPerformanceTable* m_pTable;
+  QTimer m_timer;
+  QElapsedTimer m_sincePaint;
 };
 
 }  // namespace GV

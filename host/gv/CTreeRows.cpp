@@ -77,7 +77,10 @@ int CTreeRows::insert(int parent, const CHpfTreeTableDataPtr& row, int before) {
   } else {
     entry.rank = above.nextRank++;
   }
-  if (above.children.empty()) above.sortStamp = m_nSortStamp;
+  if (above.children.empty()) {
+    above.sortStamp = m_nSortStamp;
+    if (parent != kTop) ref(above.parent).flags |= Grandparent;
+  }
   above.children.insert(above.children.begin() + sortedPlace(parent, node), node);
   if (row->inStatistics()) countRow(node);
   return node;

@@ -18,7 +18,8 @@ class CTreeRows {
   static constexpr int kNoPosition = -1;
 
   /// Hidden by the owner, resp. by the user's filter: either takes a row and all below it out of sight.
-  enum EFlag : unsigned char { Expanded = 1, Hidden = 2, Counted = 4, Filtered = 8 };
+  /// Grandparent: a child of it has children, or had some once.
+  enum EFlag : unsigned char { Expanded = 1, Hidden = 2, Counted = 4, Filtered = 8, Grandparent = 16 };
 
   struct SNode {
     CHpfTreeTableDataPtr row;
