@@ -87,18 +87,4 @@ const std::vector<int>& figureColumns() {
   return columns;
 }
 
-const std::vector<int>& exportColumns() {
-  static const std::vector<int> columns = [] {
-    std::map<int, int> byOrder;
-    for (int column = 0; column < TC::EBC_Count; ++column) {
-      const int order = TC::basketColumns()[static_cast<std::size_t>(column)].column.exportOrder;
-      if (order > 0) byOrder[order] = column;
-    }
-    std::vector<int> list;
-    for (const auto& entry : byOrder) list.push_back(entry.second);
-    return list;
-  }();
-  return columns;
-}
-
 }  // namespace bench

@@ -54,7 +54,5 @@ QString cellText(const TC::CHpfBasketStatusData& row, int column);
 bool isFinished(const TC::CHpfBasketStatusData& row);
 /// Columns whose texts change with the figures.
 const std::vector<int>& figureColumns();
-/// Columns of the text export in its order.
-const std::vector<int>& exportColumns();
 
 }  // namespace bench

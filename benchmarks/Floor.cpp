@@ -3,6 +3,7 @@
 
 #include "BasketColumns.h"
 #include "Subject.h"
+#include "TableExport.h"
 #include "View.h"
 
 namespace bench {
@@ -68,7 +69,7 @@ class CFloor : public ISubject {
       const TC::CTaskBlock& block = m_board.rows(task);
       for (int row = 0; row < block.size(); ++row) {
         const TC::CHpfBasketStatusData data = block.data(row);
-        for (const int column : exportColumns()) {
+        for (const int column : TC::exportColumns()) {
           text += cellText(data, column);
           text += QLatin1Char('\t');
         }

@@ -2,6 +2,7 @@
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
 #include "Subject.h"
+#include "TableExport.h"
 
 namespace bench {
 namespace {
@@ -31,13 +32,12 @@ class CPanelTable : public ISubject {
   void unsort() override { m_table.sortByColumn(-1, Qt::AscendingOrder); }
   QString exportText() override {
     QString text;
-    m_table.forEachRow([&](const GV::CHpfTreeTableData& row, int, bool, bool) {
-      for (const int column : exportColumns()) {
-        text += m_table.itemText(row, column);
-        text += QLatin1Char('\t');
-      }
-      text += QLatin1Char('\n');
-    });
+    const TC::CTableSnapshot snapshot(*m_table.dataModel(), m_table.processDisplayMode());
+    const auto append = [&text](const QString& lines) {
+      text += lines;
+      return true;
+    };
+    TC::exportLines(snapshot.rows(), QLatin1Char('\t'), append, [](int) { return true; });
     return text;
   }
 

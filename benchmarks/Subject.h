@@ -29,7 +29,7 @@ class ISubject {
   virtual void sortByAmount(Qt::SortOrder order) = 0;
   /// Back to the rows' own order, where the subject knows one.
   virtual void unsort() {}
-  /// The cells of exportColumns() of every row, separated by tabs and line ends.
+  /// The cells of TC::exportColumns() of every row, separated by tabs and line ends.
   virtual QString exportText() = 0;
   /// What painting one page costs a subject without a view.
   virtual void formatPage(int /*page*/) {}

@@ -27,7 +27,7 @@ const QString SCROLL = QStringLiteral("20 pages of scrolling");
 const QString BYTES = QStringLiteral("bytes a row");
 }  // namespace work
 
-typedef std::function<std::unique_ptr<ISubject>()> SubjectMaker;
+using SubjectMaker = std::function<std::unique_ptr<ISubject>()>;
 
 /// Puts a subject through every work and adds the medians to the report. After a build that was capped nothing else is
 /// measured, since the subject does not hold all rows.

@@ -4,6 +4,7 @@
 
 #include "BasketColumns.h"
 #include "Subject.h"
+#include "TableExport.h"
 
 namespace bench {
 namespace {
@@ -77,7 +78,7 @@ class CStandardItemPeer : public ISubject {
     QString text;
     for (const std::vector<Row>& rows : m_rows) {
       for (const Row& row : rows) {
-        for (const int column : exportColumns()) {
+        for (const int column : TC::exportColumns()) {
           text += row[static_cast<std::size_t>(column)]->text();
           text += QLatin1Char('\t');
         }
@@ -88,7 +89,7 @@ class CStandardItemPeer : public ISubject {
   }
 
  private:
-  typedef std::vector<QStandardItem*> Row;
+  using Row = std::vector<QStandardItem*>;
 
   void showModel() {
     m_view.setModel(m_pModel.get());

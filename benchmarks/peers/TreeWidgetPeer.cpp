@@ -3,6 +3,7 @@
 
 #include "BasketColumns.h"
 #include "Subject.h"
+#include "TableExport.h"
 
 namespace bench {
 namespace {
@@ -77,7 +78,7 @@ class CTreeWidgetPeer : public ISubject {
     QString text;
     for (const std::vector<CAmountRow*>& rows : m_rows) {
       for (const CAmountRow* row : rows) {
-        for (const int column : exportColumns()) {
+        for (const int column : TC::exportColumns()) {
           text += row->text(column);
           text += QLatin1Char('\t');
         }
