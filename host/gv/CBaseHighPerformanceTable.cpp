@@ -143,7 +143,7 @@ void CBaseHighPerformanceTable::slotReset() {
   restoreTop(top);
 }
 
-/// Rows that changed their places take those on screen along as little as can be: the page moves as most of its rows do.
+/// Rows that changed their places disturb the page as little as can be: it moves as most of its rows do.
 void CBaseHighPerformanceTable::slotLayoutChanged() {
   std::vector<int> tops;
   for (int i = 0; i < m_pageKeys.size(); ++i) tops.push_back(m_pModel->positionOf(m_pageKeys[i]) - i);
