@@ -2,6 +2,7 @@
 
 #include <QSet>
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "CBasketTask.h"
@@ -71,7 +72,7 @@ void flatten(const CBasketTaskItem& node, int parent, int depth, std::vector<SNo
   for (const CBasketTaskItem* child : node.m_children) flatten(*child, index, depth + 1, out);
 }
 
-std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>& nodes) {
+std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>& nodes, CSharedTexts& shared) {
   std::vector<SRowShape> shape;
   shape.reserve(nodes.size());
   QSet<QString> taken;
@@ -82,9 +83,9 @@ std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>
     row.nodeKey = item.m_strKey;
     row.treeKey = item.m_strHpfTreeKey;
     row.displayName = item.m_strName;
-    row.scriptName = madeKey(item, task.getGroupId());
+    row.scriptName = shared.one(madeKey(item, task.getGroupId()));
     row.market = item.m_strMarket;
-    row.code = codeOf(item);
+    row.code = shared.one(codeOf(item));
     row.operations = item.m_vecOperations;
     row.parent = node.parent;
     row.depth = node.depth;
@@ -105,11 +106,11 @@ QString instrumentName(const SRowShape& row) {
   return info ? QString::fromStdString(info->m_strName) : QString();
 }
 
-SRowTexts textsOf(const CBasketTaskItem& node, const SRowShape& row) {
+SRowTexts textsOf(const CBasketTaskItem& node, const SRowShape& row, CSharedTexts& shared) {
   SRowTexts texts;
   texts.account = node.m_strAccounts;
   if (node.isEmpty()) texts.accountName = node.m_strAccountName;
-  texts.instrumentName = instrumentName(row);
+  texts.instrumentName = shared.one(instrumentName(row));
   texts.statusText = node.m_strRemark;
   texts.investRemark = node.m_strCommandText;
   texts.algoTag = node.m_strLocalInfoKey;
@@ -138,8 +139,16 @@ bool sameTexts(const std::vector<SNode>& nodes, const std::vector<SRowShape>& sh
 }  // namespace
 
 void CBasketStaging::beginRefresh() {
+  std::vector<FiguresPtr> outdated;  // goes when the mutex is free again
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_nRefreshDay = m_nDay;
+  outdated.swap(m_outdated);
+}
+
+void CBasketStaging::giveBack(std::vector<FiguresPtr> outdated) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_outdated.insert(m_outdated.end(), std::make_move_iterator(outdated.begin()),
+                    std::make_move_iterator(outdated.end()));
 }
 
 void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
@@ -166,7 +175,7 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
   flatten(*task.getRoot(), -1, 0, nodes);
   const bool sameShape = last.shape && last.shapeVersion == task.shapeVersion();
   if (!sameShape) {
-    staged.shape = last.shape = std::make_shared<const std::vector<SRowShape>>(shapeOf(task, nodes));
+    staged.shape = last.shape = std::make_shared<const std::vector<SRowShape>>(shapeOf(task, nodes, m_sharedTexts));
     last.shapeVersion = task.shapeVersion();
     last.hedgeRow = hedgeRowOf(*last.shape);
   }
@@ -182,7 +191,8 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
   if (!sameShape || !sameTexts(nodes, *last.shape, *last.texts)) {
     std::vector<SRowTexts> texts;
     texts.reserve(nodes.size());
-    for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(*nodes[i].item, (*last.shape)[i]));
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      texts.push_back(textsOf(*nodes[i].item, (*last.shape)[i], m_sharedTexts));
     staged.texts = last.texts = std::make_shared<const std::vector<SRowTexts>>(std::move(texts));
   }
   staged.facts = factsOf(task, last);

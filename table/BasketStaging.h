@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMap>
+#include <QSet>
 #include <boost/shared_ptr.hpp>
 #include <map>
 #include <mutex>
@@ -12,6 +13,15 @@ namespace TC {
 
 class CBasketTask;
 class CBasketTaskItem;
+
+/// Keeps one copy of texts that recur in many tasks: instruments, their names, the keys of rows.
+class CSharedTexts {
+ public:
+  QString one(const QString& text) { return text.isEmpty() ? text : *m_texts.insert(text); }
+
+ private:
+  QSet<QString> m_texts;
+};
 
 /// Carries rows from the panel's worker to the GUI thread.
 ///
@@ -30,6 +40,9 @@ class CBasketStaging {
 
   /// Everything staged since the last call, in task-key order. GUI thread.
   std::vector<SStagedTask> take();
+  /// Takes figures that the table needs no more. They are freed by the worker's next refresh: freeing so many large
+  /// arrays would be most of what a refresh costs the GUI thread. GUI thread.
+  void giveBack(std::vector<FiguresPtr> outdated);
   /// Drops what was staged and what is being staged by a refresh that began earlier. GUI thread.
   void startNewDay();
 
@@ -47,14 +60,16 @@ class CBasketStaging {
     FiguresPtr figures;
   };
 
-  static void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
+  void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
   static STaskFacts factsOf(const CBasketTask& task, const SLast& last);
   void putStatus(const boost::shared_ptr<CBasketTask>& task, SLast& last, std::size_t row, const CBasketTaskItem& node);
   void put(SStagedTask staged);
 
   std::map<QString, SLast> m_last;  ///< the worker's own
   unsigned m_nRefreshDay = 0;       ///< the worker's own
-  std::mutex m_mutex;               ///< guards the two below; nothing else is done under it
+  CSharedTexts m_sharedTexts;       ///< the worker's own
+  std::mutex m_mutex;               ///< guards everything below; nothing else is done under it
+  std::vector<FiguresPtr> m_outdated;
   std::map<QString, SStagedTask> m_staged;
   unsigned m_nDay = 0;
 };

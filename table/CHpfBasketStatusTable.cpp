@@ -39,24 +39,37 @@ void CHpfBasketStatusTable::clearTask(const CBasketTask& task) { m_staging.stage
 void CHpfBasketStatusTable::applyStaged() {
   const std::vector<SStagedTask> batch = m_staging.take();
   if (batch.empty()) return;
+  reserveRows(batch);
   const GV::CModelBatch guard(*dataModel());
-  for (const SStagedTask& staged : batch) apply(staged);
+  std::vector<FiguresPtr> outdated;
+  outdated.reserve(batch.size());
+  for (const SStagedTask& staged : batch) outdated.push_back(apply(staged));
+  m_staging.giveBack(std::move(outdated));
 }
 
-void CHpfBasketStatusTable::apply(const SStagedTask& staged) {
+/// A first load brings most rows at once: room for just these instead of up to twice as many.
+void CHpfBasketStatusTable::reserveRows(const std::vector<SStagedTask>& batch) {
+  int rows = 0;
+  for (const SStagedTask& staged : batch) rows += staged.shape ? static_cast<int>(staged.shape->size()) : 0;
+  if (rows > dataModel()->rows().count()) dataModel()->reserve(dataModel()->rows().count() + rows);
+}
+
+FiguresPtr CHpfBasketStatusTable::apply(const SStagedTask& staged) {
   if (!staged.figures) {
     removeBlock(staged.facts.taskKey);
-    return;
+    return nullptr;
   }
   std::shared_ptr<CTaskBlock>& block = m_blocks[staged.facts.taskKey];
   if (!block) block = std::make_shared<CTaskBlock>();
+  FiguresPtr outdated;
   if (staged.shape) {
     reshape(*block, staged);
   } else {
-    block->take(staged);
+    outdated = block->take(staged);
   }
   subtreeChanged(*block->rows.front());
   followOrders(*block);
+  return outdated;
 }
 
 /// Brings the rows in line with a new shape: those whose key stays keep their record, and with it folding, selection

@@ -113,7 +113,9 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void onOptionClicked(const QString& rowKey, int buttonId);
   void onOrderCounts(const QString& key, int reported, int received);
 
-  void apply(const SStagedTask& staged);
+  /// Gives the figures that are not needed any more, null for none.
+  FiguresPtr apply(const SStagedTask& staged);
+  void reserveRows(const std::vector<SStagedTask>& batch);
   void reshape(CTaskBlock& block, const SStagedTask& staged);
   void insertMissing(const CTaskBlock& block);
   void removeBlock(const QString& taskKey);

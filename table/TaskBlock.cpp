@@ -1,5 +1,7 @@
 #include "TaskBlock.h"
 
+#include <utility>
+
 namespace TC {
 
 CHpfBasketStatusData STaskRows::data(int row) const {
@@ -14,7 +16,8 @@ CHpfBasketStatusData STaskRows::data(int row) const {
           replaced ? rootStatusText : rowTexts.statusText};
 }
 
-void CTaskBlock::take(const SStagedTask& staged) {
+FiguresPtr CTaskBlock::take(const SStagedTask& staged) {
+  FiguresPtr outdated = std::move(m_previous);
   m_task = staged.task;
   m_state.facts = staged.facts;
   m_previous = staged.shape ? nullptr : m_state.figures;
@@ -24,6 +27,7 @@ void CTaskBlock::take(const SStagedTask& staged) {
   m_state.rootStatusTextSet = false;
   m_orderCounts.clear();
   ++m_nVersion;
+  return outdated;
 }
 
 double CTaskBlock::amountChange(int row) const {

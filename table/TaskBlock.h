@@ -11,7 +11,7 @@
 namespace TC {
 
 /// A yes or no for each row; a byte each, since whole tasks are compared and filled in every pass.
-typedef std::vector<unsigned char> RowFlags;
+using RowFlags = std::vector<unsigned char>;
 
 /// A state of a task's rows: immutable arrays, shared, so that a copy costs a few pointers and stays as it is whatever
 /// the table takes in later. Any thread.
@@ -36,8 +36,9 @@ class CTaskBlock {
   CTaskBlock(const CTaskBlock&) = delete;
   CTaskBlock& operator=(const CTaskBlock&) = delete;
 
-  /// Takes a batch in by exchanging pointers; the row data of a refresh has the last word over earlier signals.
-  void take(const SStagedTask& staged);
+  /// Takes a batch in by exchanging pointers; the row data of a refresh has the last word over earlier signals. Gives
+  /// the figures that it needs no more, null for none: to free them is the worker's.
+  FiguresPtr take(const SStagedTask& staged);
 
   boost::shared_ptr<CBasketTask> task() const { return m_task.lock(); }
   const STaskRows& state() const { return m_state; }
