@@ -38,8 +38,7 @@ bool exportFile(const SExportRows& rows, const QString& fileName, GV::CWorkProgr
 }  // namespace
 
 bool CHpfBasketStatusTable::runExport(const QString& label, const GV::LongWork& work) {
-  // The events that go on meanwhile may ask for the next one, or take this table away.
-  if (m_bExporting) return false;
+  // The events that go on meanwhile may ask for the next one, which must wait, or take this table away.
   m_bExporting = true;
   const QPointer<CHpfBasketStatusTable> self = this;
   const bool whole = GV::runLongWork(this, label, work);

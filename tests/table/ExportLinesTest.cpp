@@ -1,11 +1,14 @@
 /// The lines of an export, formed from given cells.
 #include <gtest/gtest.h>
 
+#include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <algorithm>
 
 #include "BasketColumns.h"
+#include "FileTraps.h"
 #include "TableExport.h"
 
 namespace TC {
@@ -105,6 +108,26 @@ TEST(ExportSpreadsheet, SaysHowFarItIsAndEndsAnywhere) {
     EXPECT_FALSE(exportSpreadsheet(rowsOf(100), file, [last](int rows) { return rows <= last; })) << last;
     EXPECT_FALSE(QFile::exists(file)) << last;
   }
+}
+
+TEST(ExportSpreadsheet, IsWholeOrNotThereWhereverTheDiskIsFull) {
+  const QTemporaryDir folder;
+  const QString file = folder.filePath("out.xlsx");
+  const SExportRows rows = {30, [](int row, int column) {
+                              const QByteArray seed = QByteArray::number(row * 100 + column);
+                              return QString(QCryptographicHash::hash(seed, QCryptographicHash::Md5).toHex());
+                            }};
+  ASSERT_TRUE(exportSpreadsheet(rows, file, always()));
+  const qint64 size = QFileInfo(file).size();
+  ASSERT_TRUE(QFile::remove(file));
+  rlim_t limit = 15000;
+  for (bool whole = false; !whole && limit < 100000; limit += 64) {
+    const test::CFileSizeLimit full(limit);
+    whole = exportSpreadsheet(rows, file, always());
+    EXPECT_EQ(QFile::exists(file), whole) << limit;
+  }
+  EXPECT_GT(limit, 16000u) << "the first limits must be too small";
+  EXPECT_NEAR(double(QFileInfo(file).size()), double(size), 20) << "no row and no end may be missing";
 }
 
 TEST(ExportRoute, FollowsTheLastFourCharactersOfTheNameInTheirCase) {
