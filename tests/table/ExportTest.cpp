@@ -40,12 +40,13 @@ void put(const QString& name, const QByteArray& content) {
 
 std::vector<std::pair<std::string, int>> codes(int count) {
   std::vector<std::pair<std::string, int>> list;
+  list.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) list.emplace_back(std::to_string(600000 + i), i % 3 == 0 ? 1000 : i % 1000);
   return list;
 }
 
 class Export : public testing::Test {
- protected:
+ public:
   Export() {
     GV::CFileDialog::setPresenter([this](QWidget*, const QString& caption) {
       m_captions.append(caption);
@@ -53,7 +54,10 @@ class Export : public testing::Test {
     });
   }
   ~Export() override { GV::CFileDialog::setPresenter({}); }
+  Export(const Export&) = delete;
+  Export& operator=(const Export&) = delete;
 
+ protected:
   QString path(const QString& name) const { return m_folder.filePath(name); }
   QStringList files() const { return QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden); }
   bool exportTo(const QString& name) {
@@ -62,7 +66,7 @@ class Export : public testing::Test {
   }
 
   test::TaskPtr addTask(int id, const std::vector<std::pair<std::string, int>>& traded) {
-    const test::TaskPtr task = test::makeTask(id);
+    test::TaskPtr task = test::makeTask(id);
     test::update(task, 1, "A1", "00" + std::to_string(id), traded);
     m_table->updateTask(task);
     m_table->applyStaged();
