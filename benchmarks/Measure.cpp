@@ -39,6 +39,7 @@ SMedian measure(int runs, CLimit& limit, const std::function<void()>& prepare, c
   std::vector<double> cpu;
   std::vector<double> wall;
   for (int run = 0; run < runs && !result.capped; ++run) {
+    limit.start();
     prepare();
     limit.start();
     const CStopwatch watch;
@@ -48,6 +49,7 @@ SMedian measure(int runs, CLimit& limit, const std::function<void()>& prepare, c
     wall.push_back(cost.wall);
     result.capped = limit.isOver();
   }
+  limit.stop();
   // A capped run stands alone: runs before it that happened to end in time would hide it.
   result.cpu = result.capped ? cpu.back() : median(cpu);
   result.wall = result.capped ? wall.back() : median(wall);

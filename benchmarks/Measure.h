@@ -30,6 +30,8 @@ class CLimit {
   static constexpr qint64 MSEC = 30000;
 
   void start() { m_clock.start(); }
+  /// From now on nothing is limited.
+  void stop() { m_clock.invalidate(); }
   bool isOver() const { return m_clock.isValid() && m_clock.elapsed() > MSEC; }
 
  private:

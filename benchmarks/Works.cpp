@@ -30,7 +30,8 @@ class CCourse {
     return !built.capped;
   }
 
-  void refresh(const QString& name, const SChange& change) {
+  /// False when it was capped.
+  bool refresh(const QString& name, const SChange& change) {
     std::vector<double> staged;
     const SMedian cost = measure(
         m_nRuns, m_limit,
@@ -44,6 +45,7 @@ class CCourse {
         });
     m_report.add(name, m_pSubject->name(), cost);
     if (name == work::REFRESH) addStaged(work::REFRESH_STAGED, staged);
+    return !cost.capped;
   }
 
   void repaint() {
@@ -172,15 +174,17 @@ class CCourse {
 void runWorks(const SubjectMaker& make, CBoard& board, CLimit& limit, int runs, CReport& report) {
   CCourse course(make, board, limit, runs, report);
   if (!course.build()) return;
-  course.refresh(work::REFRESH, board.everything());
+  const bool refreshes = course.refresh(work::REFRESH, board.everything());
   course.refresh(work::SPARSE_TASKS, board.someTasks());
   course.refresh(work::SPARSE_ROWS, board.someRows());
   course.repaint();
-  course.filter();
   course.fold();
-  course.sort();
   course.exportText();
   course.scroll();
+  // These begin with a full refresh each.
+  if (!refreshes) return;
+  course.filter();
+  course.sort();
   course.bytes();
 }
 

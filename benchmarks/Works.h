@@ -30,7 +30,7 @@ const QString BYTES = QStringLiteral("bytes a row");
 using SubjectMaker = std::function<std::unique_ptr<ISubject>()>;
 
 /// Puts a subject through every work and adds the medians to the report. After a build that was capped nothing else is
-/// measured, since the subject does not hold all rows.
+/// measured, since the subject does not hold all rows; after a refresh that was capped, nothing that needs one first.
 void runWorks(const SubjectMaker& make, CBoard& board, CLimit& limit, int runs, CReport& report);
 
 }  // namespace bench
