@@ -96,7 +96,7 @@ class CSlotMemo {
 class CDetailShares {
  public:
   struct SSlot {
-    SLedgerRow* row;
+    SLedgerRow* row = nullptr;
     SRowShare share;
     const std::string* message = nullptr;  ///< of the last order that ended unfilled; valid during a refresh
   };

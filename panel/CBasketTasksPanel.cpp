@@ -255,7 +255,8 @@ void CBasketTasksPanel::setTradeType(EMavTraderType type) {
   m_workQueue->post(utils::EPanelJob::FirstLoad, [this] { initTasks(); });
 }
 
-void CBasketTasksPanel::slotNewTradingDay(std::string date) {
+// By value: the signature of a slot that may be queued.
+void CBasketTasksPanel::slotNewTradingDay(std::string date) {  // NOLINT(performance-unnecessary-value-param)
   utils::logInfo(this, "CBasketTasksPanel::slotNewTradingDay", "mew trading day = %1%", date);
   // Tasks first and the table last, so that no refresh can stage an old task for the new day.
   TaskMap dropped;

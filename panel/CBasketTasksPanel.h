@@ -44,9 +44,9 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void setParam(const QString& text) override;
   QString param() const override;
   void setTradeType(EMavTraderType type) override;
-  void onTaskDetail(const boost::shared_ptr<ksservice::IData>& data) override;
+  void onTaskDetail(const boost::shared_ptr<ksservice::IData>& record) override;
   void deliverTaskDetail(const ksservice::CTaskDetailPtr& detail) override;
-  bool handleEvent(int eventId, int buttonId, int value, QString text, void* data) override;
+  bool handleEvent(int eventId, int buttonId, int value, QString text, void* payload) override;
 
   /// Index of the task filter, 0 to 3.
   int filter() const { return m_nFilter; }

@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QThread>
 #include <boost/make_shared.hpp>
+#include <cmath>
 
 #include "gv/CMessageBox.h"
 #include "tc/ITradeDockableWidget.h"
@@ -58,7 +59,7 @@ desk::SSession makeSession(const SOptions& options) {
   desk::SSession session;
   session.m_strUser = "trader";
   session.m_strLogin = "simulation";
-  session.m_nNow = CLiveSession::dayStart() + options.m_nStartMinute * 60;
+  session.m_nNow = CLiveSession::dayStart() + options.m_nStartMinute * 60LL;
   session.m_timeZone = QTimeZone(EXCHANGE_UTC_OFFSET);
   return session;
 }

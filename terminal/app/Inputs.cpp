@@ -53,7 +53,7 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   basket::ListedTest isListed;
   if (file.isGood()) {
     isListed = [keys = listedKeys(inputs.m_instruments, dayStart)](std::string_view market, std::string_view code) {
-      return keys.count(utils::mavStockKey(std::string(market), std::string(code))) > 0;
+      return keys.contains(utils::mavStockKey(std::string(market), std::string(code)));
     };
   }
   for (const std::string& each : options.m_baskets) readBasket(each, isListed, inputs);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int PANEL_WIDGET_ID = 1;
 constexpr int BAD_OUTPUT = 2;
-constexpr qint64 DAY_MSEC = 24 * 3600 * 1000;
+constexpr qint64 DAY_MSEC = 24LL * 3600 * 1000;
 
 /// The time of day that the journal has reached, in its own time zone.
 qint64 timeOfDay(const desk::CDesk& desk) {

@@ -278,7 +278,7 @@ void CDesk::startHedge(int groupId) {
   tellObservers([&](IDeskObserver& observer) { observer.onStartHedge(groupId); });
 }
 
-void CDesk::showMsg(const QString& text, int kind) {
+void CDesk::showMsg(const QString& text, int kind) const {
   tellObservers([&](IDeskObserver& observer) { observer.onShowMsg(text, kind); });
 }
 

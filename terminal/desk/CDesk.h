@@ -130,7 +130,7 @@ class CDesk {
   /// From now on the hedge manager has no parameters for the command of the group: a hedge is started once by them, and
   /// not again after it was paused, stopped or reached its limit.
   void startHedge(int groupId);
-  void showMsg(const QString& text, int kind);
+  void showMsg(const QString& text, int kind) const;
 
   /// Takes details that are published with EVia::Signal; an empty one drops them. Any thread, while none is published.
   void setSignalHook(SignalHook hook);

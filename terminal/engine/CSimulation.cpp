@@ -5,7 +5,7 @@
 namespace engine {
 
 CSimulation::CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,
-                         exchange::SExchangeSettings exchangeSettings, SEngineSettings engineSettings,
+                         exchange::SExchangeSettings exchangeSettings, const SEngineSettings& engineSettings,
                          std::int64_t startMsec)
     : m_exchange(instruments, exchangeSettings),
       m_engine(desk, m_exchange, engineSettings),

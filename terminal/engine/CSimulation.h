@@ -15,7 +15,8 @@ class CSimulation {
  public:
   /// The desk must outlive the simulation. startMsec: the time since midnight at which the clock stands at first.
   CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,
-              exchange::SExchangeSettings exchangeSettings, SEngineSettings engineSettings, std::int64_t startMsec);
+              exchange::SExchangeSettings exchangeSettings, const SEngineSettings& engineSettings,
+              std::int64_t startMsec);
 
   /// Runs every step of the grid up to msec since midnight; a time that has passed changes nothing.
   void advanceTo(std::int64_t msec);

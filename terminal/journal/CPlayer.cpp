@@ -99,7 +99,7 @@ void CPlayer::start(const SLine& line) {
   }
 }
 
-void CPlayer::waitFor(qint64 msec) {
+void CPlayer::waitFor(qint64 msec) const {
   QElapsedTimer timer;
   for (;;) {
     timer.start();

@@ -53,7 +53,7 @@ class CPlayer {
 
  private:
   void start(const SLine& line);
-  void waitFor(qint64 msec);
+  void waitFor(qint64 msec) const;
   void settle();
 
   void play(const SSessionLine& line);
