@@ -149,10 +149,10 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
     bool up;
   };
   struct SVisibleColumn {
-    int index;
+    int index = -1;
     QRect rect;  ///< of the whole viewport's height
-    CGlyphFont* font;
-    CBaseTableColumnDelegate* delegate;
+    CGlyphFont* font = nullptr;
+    CBaseTableColumnDelegate* delegate = nullptr;
   };
 
   void createHeader();

@@ -39,7 +39,7 @@ struct CEventDeliverer {
   /// Hands the event to the parents of a widget, the nearest first, until one handles it. False when none did.
   static bool deliverEvent(QWidget* from, int eventId, int id, int value, const QString& key, void* data);
 
-  typedef std::function<void(QWidget* from, int eventId, int id, int value, const QString& key)> Tap;
+  using Tap = std::function<void(QWidget* from, int eventId, int id, int value, const QString& key)>;
   /// Is told of each event, and of those that a table handles itself, just before it takes effect; for a recording of
   /// what the user does. An empty one ends it.
   static void setTap(Tap tap);
