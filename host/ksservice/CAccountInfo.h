@@ -10,9 +10,9 @@ namespace ksservice {
 /// A trading account. Its key names it in every map of rows.
 class CAccountInfo : public IData {
  public:
-  int m_nType = 0;              ///< account type; a hedge counts only accounts of type 1
-  std::string m_strDisplayId;   ///< identifier shown to the user; two accounts may share one
-  std::string m_strName;        ///< account name text
+  int m_nType = 0;             ///< account type; a hedge counts only accounts of type 1
+  std::string m_strDisplayId;  ///< identifier shown to the user; two accounts may share one
+  std::string m_strName;       ///< account name text
 };
 
 }  // namespace ksservice

@@ -1,13 +1,14 @@
 #include "ksservice/CTaskDetail.h"
 
-
 namespace ksservice {
 
 std::string COrderCommand::genKey(int commandId, int number) {
   return std::to_string(commandId) + "-" + std::to_string(number);
 }
 
-std::string CTaskDetail::genKey(int taskId, int number) { return std::to_string(taskId) + "-" + std::to_string(number); }
+std::string CTaskDetail::genKey(int taskId, int number) {
+  return std::to_string(taskId) + "-" + std::to_string(number);
+}
 
 std::string CTaskDetail::toString() const {
   return "key=" + getKey() + " status=" + std::to_string(m_nStatus) + " params=" + std::to_string(m_params.size()) +

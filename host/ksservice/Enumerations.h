@@ -72,8 +72,8 @@ enum ECommandBasketType : int {
 enum ETaskOperation : int { ETO_Cancel = 3, ETO_Pause = 5, ETO_Resume = 6, ETO_Drop = 7 };
 
 /// Host stock types that figures depend on.
-constexpr int STOCK_TYPE_SH_UNITS = 100001;  ///< progress in trade units
-constexpr int STOCK_TYPE_SZ_UNITS = 100002;  ///< progress in trade units
+constexpr int STOCK_TYPE_SH_UNITS = 100001;    ///< progress in trade units
+constexpr int STOCK_TYPE_SZ_UNITS = 100002;    ///< progress in trade units
 constexpr int STOCK_TYPE_BY_HUNDRED = 100021;  ///< target amount is the volume times 100
 
 /// Data type of task details in the data centre.

@@ -11,12 +11,12 @@ struct CCodeInfo {
   std::string m_strMarket;
   std::string m_strCode;
   std::string m_strName;
-  double m_dMultiplier = 1;     ///< contract multiplier
-  std::vector<int> m_types;     ///< every host stock type that the instrument is of
-  bool m_bSpecial = false;      ///< a special kind other than STOCK_TYPE_BY_HUNDRED
-  int m_nTradeMinUnit = 1;      ///< smallest quantity that may be traded
-  int m_nUiMinUnit = 1;         ///< smallest quantity that may be entered
-  int m_nTradeUnit = 1;         ///< shares in one unit of display
+  double m_dMultiplier = 1;             ///< contract multiplier
+  std::vector<int> m_types;             ///< every host stock type that the instrument is of
+  bool m_bSpecial = false;              ///< a special kind other than STOCK_TYPE_BY_HUNDRED
+  int m_nTradeMinUnit = 1;              ///< smallest quantity that may be traded
+  int m_nUiMinUnit = 1;                 ///< smallest quantity that may be entered
+  int m_nTradeUnit = 1;                 ///< shares in one unit of display
   std::vector<int> m_marketPriceTypes;  ///< EPriceType values that are market prices here
 };
 

@@ -48,9 +48,7 @@ TraderCenter& TraderCenter::instance() {
   return center;
 }
 
-IDataCenter& TraderCenter::getDataCenter() const {
-  return TC::installed(TC::g_services.dataCenter, "data centre");
-}
+IDataCenter& TraderCenter::getDataCenter() const { return TC::installed(TC::g_services.dataCenter, "data centre"); }
 
 }  // namespace ksservice
 
