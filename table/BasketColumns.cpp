@@ -8,12 +8,12 @@ constexpr int RIGHT = 130;
 constexpr int CENTRE = 132;
 
 struct SSpec {
-  const char* title;  ///< blanks included: they are part of the title
-  int kind;
-  int alignment;
-  int width;
-  int exportOrder;  ///< 1-based position in exports, 0 for none
-  CellText text;
+  const char* title = "";  ///< blanks included: they are part of the title
+  int kind = GV::ColumnText;
+  int alignment = LEFT;
+  int width = 0;
+  int exportOrder = 0;  ///< 1-based position in exports, 0 for none
+  CellText text = nullptr;
   SortFigure sortFigure = nullptr;
 };
 

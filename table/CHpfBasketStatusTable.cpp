@@ -2,6 +2,7 @@
 
 #include <QSet>
 #include <algorithm>
+#include <boost/make_shared.hpp>
 
 #include "CBasketTask.h"
 #include "CHpfBasketDelegates.h"

@@ -74,7 +74,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void setParam(const QString& text);
   EProcessDisplay processDisplayMode() const { return m_eProcessDisplay; }
 
-  bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
+  bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
 
   /// Asks for a file and writes the rows that show as they stand when it was answered; the GUI goes on meanwhile. Says
   /// nothing when it fails; then no file is left, since the old one goes first. One export or copy at a time.

@@ -48,7 +48,7 @@ void CLogCenter::info(const void* object, const char* function, const std::strin
   LOG4CXX_INFO(stdLogger(), "[" + address + "] [" + function + "] " + message);
 }
 
-void CLogCenter::debug(const std::string& message) {
+void CLogCenter::debug(const std::string& message) const {
   if (isDebugEnabled()) LOG4CXX_DEBUG(debugLogger(), message);
 }
 

@@ -24,7 +24,7 @@ class CLogCenter {
 
   /// Writes "[address] [function] message" at information level.
   void info(const void* object, const char* function, const std::string& message);
-  void debug(const std::string& message);
+  void debug(const std::string& message) const;
 
   /// At most one observer at a time (a recording or a replay); an empty one ends it.
   void setObserver(LogObserver observer);
