@@ -3,10 +3,13 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CBasketTaskItem.h"
@@ -14,8 +17,13 @@
 #include "TaskRules.h"
 #include "ksservice/CBasketHedgeParam.h"
 #include "ksservice/CTaskDetail.h"
+#include "ksservice/CTaskOpRecord.h"
+#include "utils/BSONObj.h"
+#include "utils/KSError.h"
 
 namespace TC {
+
+class CBasketPatchDialog;
 
 /// To what part of a task a detail belongs.
 enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
@@ -30,7 +38,7 @@ enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
 ///
 /// Keys: a node's m_strKey is its parent's key, "-", and the key with which it was made; m_strHpfTreeKey is the root's
 /// tree key (set by the panel) and, for a row, its number within its account.
-class CBasketTask : public QObject {
+class CBasketTask : public QObject, public boost::enable_shared_from_this<CBasketTask> {
   Q_OBJECT
 
  public:
@@ -91,6 +99,60 @@ class CBasketTask : public QObject {
   /// over before, at the end of the task, is remembered across calls.
   void setHedgeParam(const ksservice::CBasketHedgeParam& p, bool start);
 
+  /// Counts a hedge detail and announces what follows; one that is not a hedge's is ignored without a signal. Worker
+  /// thread.
+  void updateHedge(boost::shared_ptr<ksservice::CTaskDetail>& d);
+  /// Counts a hedge detail into the hedge row, which it makes when there is none. False, and nothing changed, unless
+  /// the detail's first account is of type 1. Worker thread.
+  bool updateHedgeCnt(boost::shared_ptr<ksservice::CTaskDetail>& d);
+  /// The hedge manager reached its limit of orders: tells the user and pauses the task. The status is not used. GUI
+  /// thread.
+  void updateHedgeStatus(int status);
+  /// The hedge manager's new target in lots; the target only grows. GUI thread.
+  void updateHedgeVolume(int volume);
+  /// Ends the automatic hedge when key is the hedge row's; any other key is ignored. GUI thread.
+  void cancelHedge(const QString& key);
+
+  /// Operations on the whole task; text: that of the event that caused the call, empty for the tool bar. GUI thread,
+  /// but for drop, which a patch detail may cause on the worker.
+  void cancel(QString text);
+  void pause(QString text);
+  void resume(QString text);
+  void drop(QString text);
+  /// The server's answer to one send of an operation (ETaskOperation). Any thread.
+  void onOperateOrbTask(const utils::KSError& error, const bson::BSONObj& reply, int operation);
+  /// Shows a failed operation to the user. GUI thread.
+  void slotShowOperateOrbTaskError(QString message);
+
+  /// Starts a patch of the whole task, after a query of its server tasks' progress where it has any. GUI thread.
+  void checkHasAlgoTask(const QString& key, EMavTraderType traderType);
+  /// The answer of that query. Any thread.
+  void onQueryOrderProcess(const std::map<std::string, std::map<std::string, int>>& data, const utils::KSError& err,
+                           const bson::BSONObj& result, const QString& key);
+  /// Goes on with a patch whose query was answered. GUI thread.
+  void slotPatchTask(QString key, bool ok);
+  /// Patches the task by what the user confirms in a dialog. GUI thread, without mutex().
+  void patchWithParam(const QString& key, const std::map<std::string, std::map<std::string, int>>& finished,
+                      EMavTraderType traderType);
+  /// Appends a parameter with the quantity of an item that may be patched, when there is any. With mutex() held.
+  void calcAvailable(CBasketTaskItem* item, boost::shared_ptr<const ksservice::CAccountInfo> account,
+                     std::vector<ksservice::CCodeOrderParam>& out, const QString& accountKey,
+                     const std::map<std::string, std::map<std::string, int>>& finished);
+  /// What the task's server tasks have finished of a security for an account.
+  int getFinishedOrderNumForAlgoTask(const QString& accountKey, std::string& securityKey,
+                                     const std::map<std::string, std::map<std::string, int>>& finished);
+  /// Patches one row, or (empty or the root's key) every row, without a dialog. priceType: EPriceType, 0 for the stored
+  /// order setting. For a host's own use; GUI thread.
+  void patch(const QString& key, int priceType);
+  /// Gives the task's patches up. GUI thread or worker, as drop.
+  void unpatch(const QString& key);
+  /// Links and counts a detail of a patch task. Worker thread.
+  void updatePatch(boost::shared_ptr<ksservice::CTaskDetail>& detail);
+  /// Counts a detail of a patch task into the rows that it touches. Worker thread.
+  void updatePatchCnt(boost::shared_ptr<ksservice::CTaskDetail>& detail);
+  /// The status that the task shows while patch tasks exist.
+  ksservice::ETaskStatus patchTaskStatus();
+
   /// The task's mutex, recursive. Never hold it across a dialog or a wait.
   boost::recursive_mutex& mutex() const { return m_mutex; }
   /// Grows with each reorganize: as long as it stands, every node stays and keeps its place and keys. With mutex()
@@ -105,6 +167,9 @@ class CBasketTask : public QObject {
   void sigPatchTask(QString key, bool ok);
   /// Lines for the host's new-basket window.
   void sigPatchCreateTask(QString lines);
+  /// An operation that was started on a node has come to nothing: what is announced next is to be shown even when the
+  /// status is the same.
+  void sigOperationEnded(QString treeKey);
   /// An operation on the task failed; message for the user.
   void sigShowOperateOrbTaskError(QString message);
 
@@ -167,6 +232,7 @@ class CBasketTask : public QObject {
   RowMap m_stockMap;    ///< rows of securities by account key, then row key
   RowMap m_futuresMap;  ///< rows of futures, alike
   DetailMap m_mapDetails;
+  DetailMap m_mapHedgeDetails;
   DetailMap m_mapPatchDetails;
   DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
   mutable boost::recursive_mutex m_mutex;

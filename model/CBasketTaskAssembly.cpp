@@ -180,7 +180,7 @@ void CBasketTask::hangSide(const RowMap& side, const QString& name, bool multiTy
 }
 
 CBasketTask::SAccount CBasketTask::accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const {
-  if (const auto account = getUserConfig().getAccount(accountKey.toStdString())) {
+  if (const auto account = getUserConfig().getAccountData(accountKey.toStdString())) {
     return {accountKey, accountDisplayIDQs(*account), QString::fromStdString(account->m_strName)};
   }
   return {accountKey, firstRow.m_strAccounts, firstRow.m_strAccountName};

@@ -8,9 +8,11 @@
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
 #include "CHpfBasketStatusTable.h"
+#include "TaskKeys.h"
 #include "gv/CUiResource.h"
 #include "gv/Controls.h"
 #include "ksservice/TraderCenter.h"
+#include "tc/CTradeClient.h"
 #include "tc/CTradingCalendar.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
@@ -172,6 +174,8 @@ void CBasketTasksPanel::onToolBarButton(int id) {
   } else if (id == ExpandAll) {
     onExpandAll(true);
     updateTable(m_nFilter, false);
+  } else if (id == Reload) {
+    refreshAccounts();
   }
 }
 
@@ -272,6 +276,36 @@ void CBasketTasksPanel::slotNewTradingDay(std::string date) {  // NOLINT(perform
   }
   m_nRunningCount = 0;
   m_pTable->startNewDay();
+}
+
+void CBasketTasksPanel::setUiLock(bool locked) {
+  if (m_pTable) m_pTable->setUiLock(locked);
+}
+
+void CBasketTasksPanel::prepareActive() {
+  if (!getUserConfig().isQuietActivation()) Q_EMIT sigRunningTasks(tradeType(), m_nRunningCount);
+}
+
+void CBasketTasksPanel::loadAccountGroupSettings() {
+  const auto select = [this](IAccountGroupSelector* selector, int setting) {
+    if (selector) selector->selectGroup(getUserConfig().getTradeSetting(tradeType(), setting));
+  };
+  select(accountGroupSelector(), ETRS_AccountGroup);
+  select(accountGroupSelector2(), ETRS_AccountGroup2);
+}
+
+void CBasketTasksPanel::patch(int taskId, const QString&, int) { findTask(taskKey(taskId)); }
+
+void CBasketTasksPanel::refreshAccounts() {
+  for (const auto& account : getUserConfig().getAccounts()) {
+    if (!isBrokerTypeMatchTradeType(*account, tradeType())) continue;
+    if (getUserConfig().isAccountFilter(account->getKey())) continue;
+    if (ksservice::isLoginStatusReady(getTradeClient().getLoginStatus(account->getKey()))) requestAccount(*account);
+  }
+}
+
+void CBasketTasksPanel::requestAccount(const ksservice::CAccountInfo& account) {
+  m_workQueue->post(utils::EPanelJob::AccountReload, [this, account] { doRequestAccount(account); });
 }
 
 void CBasketTasksPanel::paintEvent(QPaintEvent* event) {

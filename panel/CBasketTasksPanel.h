@@ -44,6 +44,11 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void setParam(const QString& text) override;
   QString param() const override;
   void setTradeType(EMavTraderType type) override;
+  void setUiLock(bool locked) override;
+  void requestAccount(const ksservice::CAccountInfo& account) override;
+  void loadAccountGroupSettings() override;
+  void prepareActive() override;
+  void patch(int taskId, const QString& nodeKey, int priceType) override;
   void onTaskDetail(const boost::shared_ptr<ksservice::IData>& record) override;
   void deliverTaskDetail(const ksservice::CTaskDetailPtr& detail) override;
   bool handleEvent(int eventId, int buttonId, int value, QString text, void* payload) override;
@@ -61,10 +66,13 @@ class CBasketTasksPanel : public ITradeDockableWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void refreshAccounts() override;
   void createUi();
   /// Called by the worker when a refresh has ended, through the GUI thread's queue.
   void retartTimer();
   void initTasks();
+  /// Reads the details of an account anew. Worker thread.
+  void doRequestAccount(const ksservice::CAccountInfo& account);
   /// Applies what the worker staged, then the task filter of the index; unless skipFinished, the filter of finished
   /// sub-tasks too. Recounts the running tasks.
   void updateTable(int filter, bool skipFinished);

@@ -177,4 +177,21 @@ void CBasketTasksPanel::initTasks() {
       this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
 }
 
+void CBasketTasksPanel::doRequestAccount(const ksservice::CAccountInfo& account) {
+  const unsigned jobDay = day();
+  m_pTable->beginRefresh();
+  QSet<QString> changed;
+  for (ksservice::CTaskDetailPtr detail : ksservice::TraderCenter::instance().getDataCenter().taskDetails()) {
+    if (!isOwn(*detail) || detail->m_params.empty() || !detail->m_params.front().m_pAccount) continue;
+    if (detail->m_params.front().m_pAccount->getKey() != account.getKey()) continue;
+    const boost::shared_ptr<CBasketTask> task = findTask(taskKey(detail->m_pCommand->m_nTaskId));
+    if (!task || jobDay != day()) continue;
+    task->updateDetail(detail);
+    changed.insert(task->getKey());
+  }
+  stage(changed);
+  QMetaObject::invokeMethod(
+      this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
+}
+
 }  // namespace TC

@@ -19,7 +19,7 @@ struct CStockInfo {
 
 /// One instrument line of a task.
 struct CCodeOrderParam {
-  boost::shared_ptr<CAccountInfo> m_pAccount;  ///< the account that trades the line; may be null
+  boost::shared_ptr<const CAccountInfo> m_pAccount;  ///< the account that trades the line; may be null
   int m_nType = 0;
   int m_nOperation = 0;  ///< EOperationType; EOT_None for none
   int m_nOrderType = 0;  ///< EOrderType
@@ -28,6 +28,9 @@ struct CCodeOrderParam {
   double m_dPrice = 0;   ///< limit price, CNY
   int m_nVolume = 0;     ///< target volume
   int m_nHandled = 0;    ///< quantity that was already handled elsewhere
+
+  /// Account key, "/", stock key and operation text: "A1/SH.600000买入". Unique among the lines of a task's rows.
+  std::string getKey() const;
 };
 
 /// The command that created a task: the record behind a detail's command pointer.

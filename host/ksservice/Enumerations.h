@@ -49,8 +49,12 @@ enum EOperationType : int {
 
 enum EOrderType : int { EORT_Plain = 0, EORT_Algo = 11, EORT_Algo2 = 12, EORT_Algo3 = 13 };
 
+/// Latest, LimitUp and LimitDown have numbers of this terminal.
 enum EPriceType : int {
   EPT_Limit = 0,
+  EPT_Latest = 1,
+  EPT_LimitUp = 2,
+  EPT_LimitDown = 3,
   EPT_HedgeCalc = 5,
   EPT_SellerLimit = 10,
   EPT_User = 11,
@@ -75,6 +79,13 @@ enum ETaskOperation : int { ETO_Cancel = 3, ETO_Pause = 5, ETO_Resume = 6, ETO_D
 constexpr int STOCK_TYPE_SH_UNITS = 100001;    ///< progress in trade units
 constexpr int STOCK_TYPE_SZ_UNITS = 100002;    ///< progress in trade units
 constexpr int STOCK_TYPE_BY_HUNDRED = 100021;  ///< target amount is the volume times 100
+/// Host stock types that roundings depend on.
+constexpr int STOCK_TYPE_NO_LOTS = 277;   ///< a remainder is not rounded, only tested against the unit
+constexpr int STOCK_TYPE_UI_UNIT = 1172;  ///< a new basket's line is rounded to the unit of entry
+
+/// State of an account's connection.
+enum ELoginStatus : int { ELS_None = 0, ELS_Connecting = 1, ELS_Ready = 2 };
+constexpr bool isLoginStatusReady(int status) { return status == ELS_Ready; }
 
 /// Data type of task details in the data centre.
 constexpr int DATA_TYPE_TASK_DETAIL = 541;

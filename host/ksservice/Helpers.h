@@ -6,6 +6,7 @@
 
 #include "ksservice/CTaskDetail.h"
 #include "tc/CExchangeClient.h"
+#include "tc/CQuoteClient.h"
 
 namespace ksservice {
 
@@ -21,9 +22,21 @@ struct COrderDetailHelper {
 struct CTaskHelper {
   /// The key under which the server knows a task.
   static const std::string& genServerTaskKey(const CTaskDetail& detail) { return detail.getKey(); }
+  /// What orders (a range of COrderInfoPtr) have finished or may still fill: the traded volume of a completed one, the
+  /// whole volume of any other.
+  template <typename Orders>
+  static int getFinishedOrderNum(const Orders& orders) {
+    int number = 0;
+    for (const COrderInfoPtr& order : orders) {
+      number += COrderDetailHelper::completed(*order) ? order->m_nTradedVolume : order->m_nVolume;
+    }
+    return number;
+  }
 };
 
 struct CAccountData {
+  /// The newest record of a data type with a key; null for an unknown one, and for any type but task details.
+  static CTaskDetailPtr getData(int dataType, const std::string& key);
   /// Gives a corrected detail back to the host.
   static void updateData(const CTaskDetailPtr& detail);
 };
@@ -34,15 +47,40 @@ struct StockTypeCenter {
   static bool isTypedStock(const TC::CCodeInfo& info, int stockType);
 };
 
+/// What a price that is set automatically is made of.
+struct SAutoPrice {
+  bool m_bOrderPriceInstead = true;  ///< the price for an order where the quote lacks the price that is asked for
+};
+
 struct CPriceDataHelper {
   /// The price for calculation from the current quote, 0 when there is none.
   static double getPriceForCalc(const std::string& market, const std::string& code);
+  /// The price of an order of a price type, plus offset, in CNY. The counterpart price is the quote's bid for a buy and
+  /// its ask for any other operation: that is intended. An algorithm prices its orders itself and gets the price for
+  /// an order.
+  static double getPriceForOrder(const TC::CQuote& quote, int priceType, int operation, double offset,
+                                 const SAutoPrice& autoPrice, bool algorithm);
+  /// Turns the price type into one that the parameter's instrument takes: the market price of one exchange into that of
+  /// the other, and one that is not supported into a limit, the buyer's or the seller's.
+  static void adaptPriceType(CCodeOrderParam& param);
 };
+
+/// Whether the type is a market price of an exchange.
+bool isRealMarketPrice(int priceType);
+/// Whether lots and market prices are checked on the market: "SH", "SZ", "SSE" and "SZSE", exactly.
+bool isLotMarket(const std::string& market);
 
 /// Whether the price type is a market price on this instrument.
 bool isSupportMarketPrice(const std::string& market, const std::string& code, int priceType);
 bool isSupportMarketPrice(const TC::CCodeInfo& info, int priceType);
 /// Shares in one unit of display; at least 1, 1 for an unknown instrument.
 int getStockTradeUnit(const std::string& market, const std::string& code);
+/// Smallest quantity that may be traded resp. entered, as the exchange client says: it may be below 1. 0 for an unknown
+/// instrument. The units of this terminal depend neither on the operation (-1: any) nor on the side.
+int getTradeMinUnit(const std::string& market, const std::string& code, int operation);
+int getUiMinUnit(const std::string& market, const std::string& code, bool buy);
+/// StockTypeCenter::isTypedStock in the order of arguments of the order windows. No instrument of this terminal has sub
+/// types: subType stays empty.
+bool isTypedStock(int stockType, const std::string& market, const std::string& code, const std::string& subType);
 
 }  // namespace ksservice

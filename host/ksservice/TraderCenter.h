@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ksservice/CTaskDetail.h"
+#include "ksservice/CTaskOpRecord.h"
 #include "utils/Subscription.h"
 
 namespace ksservice {
@@ -20,6 +21,8 @@ class IDataCenter {
 
   /// From now on callback gets every new record of the data type, until the handle goes.
   virtual utils::CSubscriptionHandle subscribe(int dataType, DataCallback callback) = 0;
+  /// The newest record with a key; null for an unknown one.
+  virtual CTaskDetailPtr taskDetail(const std::string& key) const = 0;
   /// The newest detail of every task, in key order.
   virtual std::vector<CTaskDetailPtr> taskDetails() const = 0;
   /// Identity text of the current login.
@@ -32,11 +35,23 @@ class IDataCenter {
   virtual void updateData(const CTaskDetailPtr& detail) = 0;
 };
 
+/// The tasks that run in this terminal, not on a server. They are known by their identifier and the account. Any
+/// thread; nothing is reported back: what became of an operation comes with the next details.
+class ITaskCenter {
+ public:
+  virtual ~ITaskCenter() = default;
+  virtual void operateTask(const boost::shared_ptr<const CTaskOpRecord>& record, int taskId,
+                           const boost::shared_ptr<const CAccountInfo>& account) = 0;
+  virtual void pauseTask(int taskId, const boost::shared_ptr<const CAccountInfo>& account) = 0;
+  virtual void resumeTask(int taskId, const boost::shared_ptr<const CAccountInfo>& account) = 0;
+};
+
 /// The entry to the host's trading data.
 class TraderCenter {
  public:
   static TraderCenter& instance();
   IDataCenter& getDataCenter() const;
+  ITaskCenter& getTaskCenter() const;
 };
 
 }  // namespace ksservice

@@ -19,8 +19,13 @@ class CBasketHedgeManager : public QObject {
   /// True, and param filled, when a command has hedge parameters that were not started yet.
   virtual bool getHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) const = 0;
   virtual void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) = 0;
-  /// Starts the hedge with the parameters that were set.
+  /// The parameters that the group's hedge was given last; false when it was given none.
+  virtual bool getItem(int groupId, ksservice::CBasketHedgeParam& param) const = 0;
+  /// Starts the hedge with the parameters that were set, or lets a paused one go on.
   virtual void startHedge(int groupId) = 0;
+  virtual void pauseHedge(int groupId) = 0;
+  /// Ends the hedge and cancels what it still has in the market.
+  virtual void stopHedge(int groupId) = 0;
 
  Q_SIGNALS:
   /// The target of a task's hedge in lots.

@@ -9,6 +9,13 @@
 
 namespace TC {
 
+/// A control in which the user chooses a group of accounts. GUI thread.
+class IAccountGroupSelector {
+ public:
+  virtual ~IAccountGroupSelector() = default;
+  virtual void selectGroup(int group) = 0;
+};
+
 /// A panel as its host sees it: a widget of a kind ("bkt") and trader type that can be docked. Everything here is
 /// called on the GUI thread, except onTaskDetail.
 class ITradeDockableWidget : public GV::CBaseWidget {
@@ -28,10 +35,30 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   /// The state that the host keeps for the panel, as one text.
   virtual QString param() const = 0;
   virtual void setTradeType(EMavTraderType type) { m_eTradeType = type; }
+  /// Locked: what the user could set is closed to him.
+  virtual void setUiLock(bool locked) = 0;
+  /// Reads the details of an account anew.
+  virtual void requestAccount(const ksservice::CAccountInfo& account) = 0;
+  /// Takes the account groups from the user configuration.
+  virtual void loadAccountGroupSettings() = 0;
+  /// The host is about to show the panel as its active one.
+  virtual void prepareActive() = 0;
+  /// Patches a node of a task directly, without a dialog: the root, where nodeKey is empty, or one row. priceType:
+  /// EPriceType, 0 for the stored order setting.
+  virtual void patch(int taskId, const QString& nodeKey, int priceType) = 0;
+  /// The host's two selectors of account groups, where it shows them; null for none. Not owned.
+  void setAccountGroupSelectors(IAccountGroupSelector* first, IAccountGroupSelector* second);
+
   /// The host's callback for task details. Any thread.
   virtual void onTaskDetail(const boost::shared_ptr<ksservice::IData>& data) = 0;
   /// A second way in for other components of the host; queues the detail as the signal feed does.
   virtual void deliverTaskDetail(const ksservice::CTaskDetailPtr& detail) = 0;
+
+ protected:
+  /// Asks for the details of every account anew.
+  virtual void refreshAccounts() = 0;
+  IAccountGroupSelector* accountGroupSelector() const { return m_pGroupSelector; }
+  IAccountGroupSelector* accountGroupSelector2() const { return m_pGroupSelector2; }
 
  Q_SIGNALS:
   /// How many tasks of the trader type run.
@@ -44,6 +71,8 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   QString m_strTypeKey;
   int m_nId;
   EMavTraderType m_eTradeType;
+  IAccountGroupSelector* m_pGroupSelector = nullptr;
+  IAccountGroupSelector* m_pGroupSelector2 = nullptr;
 };
 
 /// Trader type and copy flag of a panel kind, as this host knows them.

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "ksservice/TraderCenter.h"
+#include "tc/CUserConfig.h"
 #include "utils/Clock.h"
 
 namespace TC {
@@ -26,14 +27,20 @@ Service& installed(Service* service, const char* name) {
 void installServices(const SServices& services) { g_services = services; }
 
 CBasketHedgeManager& getBasketHedgeManager() { return installed(g_services.hedgeManager, "hedge manager"); }
+CItCommandCenter& getItCommandCenter() { return installed(g_services.commandCenter, "command centre"); }
 CExchangeClient& getExchangeClient() { return installed(g_services.exchangeClient, "exchange client"); }
 CMsgService& getMsgService() { return installed(g_services.msgService, "message service"); }
 CQuoteClient& getQuoteClient() { return installed(g_services.quoteClient, "quote client"); }
 CStockUnitConfig& getStockUnitConfig() { return installed(g_services.stockUnitConfig, "stock unit configuration"); }
+CTimeService& getTimeService() { return installed(g_services.timeService, "time service"); }
 CTradeClient& getTradeClient() { return installed(g_services.tradeClient, "trade client"); }
 CTradingCalendar& getTradingCalendar() { return installed(g_services.tradingCalendar, "trading calendar"); }
 CUserConfig& getUserConfig() { return installed(g_services.userConfig, "user configuration"); }
 utils::IJobMonitor& getJobMonitor() { return installed(g_services.jobMonitor, "job monitor"); }
+
+bool isBrokerTypeMatchTradeType(const ksservice::CAccountInfo& account, EMavTraderType type) {
+  return getUserConfig().isBrokerMatched(account.getKey(), type);
+}
 
 bool loadHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) {
   return installed(g_services.hedgeSettings, "hedge settings").loadHedgeParam(commandId, param);
@@ -49,6 +56,7 @@ TraderCenter& TraderCenter::instance() {
 }
 
 IDataCenter& TraderCenter::getDataCenter() const { return TC::installed(TC::g_services.dataCenter, "data centre"); }
+ITaskCenter& TraderCenter::getTaskCenter() const { return TC::installed(TC::g_services.taskCenter, "task centre"); }
 
 }  // namespace ksservice
 

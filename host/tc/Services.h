@@ -6,7 +6,8 @@
 
 namespace ksservice {
 class IDataCenter;
-}
+class ITaskCenter;
+}  // namespace ksservice
 namespace utils {
 class IHostClock;
 class IJobMonitor;
@@ -16,9 +17,11 @@ namespace TC {
 
 class CBasketHedgeManager;
 class CExchangeClient;
+class CItCommandCenter;
 class CMsgService;
 class CQuoteClient;
 class CStockUnitConfig;
+class CTimeService;
 class CTradeClient;
 class CTradingCalendar;
 class CUserConfig;
@@ -33,13 +36,16 @@ class IHedgeSettings {
 /// Not owned; each must be set and must outlive every panel.
 struct SServices {
   ksservice::IDataCenter* dataCenter = nullptr;
+  ksservice::ITaskCenter* taskCenter = nullptr;
   utils::IHostClock* clock = nullptr;
   utils::IJobMonitor* jobMonitor = nullptr;
   CBasketHedgeManager* hedgeManager = nullptr;
+  CItCommandCenter* commandCenter = nullptr;
   CExchangeClient* exchangeClient = nullptr;
   CMsgService* msgService = nullptr;
   CQuoteClient* quoteClient = nullptr;
   CStockUnitConfig* stockUnitConfig = nullptr;
+  CTimeService* timeService = nullptr;
   CTradeClient* tradeClient = nullptr;
   CTradingCalendar* tradingCalendar = nullptr;
   CUserConfig* userConfig = nullptr;
@@ -50,10 +56,12 @@ struct SServices {
 void installServices(const SServices& services);
 
 CBasketHedgeManager& getBasketHedgeManager();
+CItCommandCenter& getItCommandCenter();
 CExchangeClient& getExchangeClient();
 CMsgService& getMsgService();
 CQuoteClient& getQuoteClient();
 CStockUnitConfig& getStockUnitConfig();
+CTimeService& getTimeService();
 CTradeClient& getTradeClient();
 CTradingCalendar& getTradingCalendar();
 CUserConfig& getUserConfig();

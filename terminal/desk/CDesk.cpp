@@ -177,6 +177,13 @@ QTimeZone CDesk::timeZone() const {
   return m_session.m_timeZone;
 }
 
+int CDesk::tradeSetting(int number) const {
+  const ReadLock lock(m_mutex);
+  const std::map<int, int>& settings = m_session.m_settings.m_tradeSettings;
+  const auto found = settings.find(number);
+  return found != settings.end() ? found->second : 0;
+}
+
 std::vector<SAccount> CDesk::accounts() const {
   const ReadLock lock(m_mutex);
   return m_accounts;
@@ -207,6 +214,14 @@ bool CDesk::quote(const std::string& market, const std::string& code, TC::CQuote
 boost::shared_ptr<const ksservice::COrderCommand> CDesk::command(int commandId) const {
   const ReadLock lock(m_mutex);
   const auto found = m_commands.find(commandId);
+  return found != m_commands.end() ? found->second : nullptr;
+}
+
+boost::shared_ptr<const ksservice::COrderCommand> CDesk::commandByKey(const std::string& key) const {
+  const ReadLock lock(m_mutex);
+  const auto found = std::find_if(m_commands.begin(), m_commands.end(), [&](const auto& entry) {
+    return ksservice::COrderCommand::genKey(entry.first, entry.second->m_nNumber) == key;
+  });
   return found != m_commands.end() ? found->second : nullptr;
 }
 
@@ -264,18 +279,26 @@ void CDesk::updateData(const ksservice::CTaskDetailPtr& detail) {
 void CDesk::giveHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
   {
     const WriteLock lock(m_mutex);
-    m_hedgeCommands[groupId] = commandId;
+    m_givenHedges[groupId] = {commandId, param};
   }
-  tellObservers([&](IDeskObserver& observer) { observer.onSetHedgeParam(groupId, commandId, param); });
+  m_requests.setHedgeParam(groupId, commandId, param);
+}
+
+bool CDesk::givenHedgeParam(int groupId, ksservice::CBasketHedgeParam& param) const {
+  const ReadLock lock(m_mutex);
+  const auto given = m_givenHedges.find(groupId);
+  if (given == m_givenHedges.end()) return false;
+  param = given->second.m_param;
+  return true;
 }
 
 void CDesk::startHedge(int groupId) {
   {
     const WriteLock lock(m_mutex);
-    const auto given = m_hedgeCommands.find(groupId);
-    if (given != m_hedgeCommands.end()) m_hedgeParams.erase({EHedgeSource::Manager, given->second});
+    const auto given = m_givenHedges.find(groupId);
+    if (given != m_givenHedges.end()) m_hedgeParams.erase({EHedgeSource::Manager, given->second.m_nCommandId});
   }
-  tellObservers([&](IDeskObserver& observer) { observer.onStartHedge(groupId); });
+  m_requests.startHedge(groupId);
 }
 
 void CDesk::showMsg(const QString& text, int kind) const {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "CJobGate.h"
+#include "CRequests.h"
 #include "CSubscribers.h"
 #include "IDeskObserver.h"
 #include "InstrumentMap.h"
@@ -29,7 +30,8 @@ struct SSettings {
   bool m_bHasUpStopPrice = true;
   bool m_bRawQuantity = false;
   bool m_bQuietActivation = false;
-  std::string m_strOrderSetting;  ///< the first stored order setting
+  std::string m_strOrderSetting;       ///< the first stored order setting
+  std::map<int, int> m_tradeSettings;  ///< settings of the trader type by number
 };
 
 /// Who is logged in, and when.
@@ -104,6 +106,8 @@ class CDesk {
   std::string loginIdentity() const;
   SSettings settings() const;
   QTimeZone timeZone() const;
+  /// A setting of the trader type by its number, 0 when it is missing.
+  int tradeSetting(int number) const;
   /// Accounts in the order in which they were added.
   std::vector<SAccount> accounts() const;
   /// False for an account that nobody added.
@@ -113,6 +117,8 @@ class CDesk {
   bool quote(const std::string& market, const std::string& code, TC::CQuote& quote) const;
   /// Null for an unknown command.
   boost::shared_ptr<const ksservice::COrderCommand> command(int commandId) const;
+  /// The command with a key as COrderCommand::genKey forms it.
+  boost::shared_ptr<const ksservice::COrderCommand> commandByKey(const std::string& key) const;
   bool hedgeParam(EHedgeSource source, int commandId, ksservice::CBasketHedgeParam& param) const;
   int hedgeState(int groupId) const;
   /// Null while nothing was reported.
@@ -127,6 +133,8 @@ class CDesk {
   utils::CSubscriptionHandle subscribeTasks(ksservice::DataCallback callback);
   void updateData(const ksservice::CTaskDetailPtr& detail);
   void giveHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param);
+  /// The parameters that the group was given last; false when it was given none.
+  bool givenHedgeParam(int groupId, ksservice::CBasketHedgeParam& param) const;
   /// From now on the hedge manager has no parameters for the command of the group: a hedge is started once by them, and
   /// not again after it was paused, stopped or reached its limit.
   void startHedge(int groupId);
@@ -141,6 +149,8 @@ class CDesk {
   void tellObservers(const std::function<void(IDeskObserver&)>& what) const;
 
   CJobGate& gate() { return m_gate; }
+  /// What the panel asks a driver to do.
+  CRequests& requests() { return m_requests; }
 
  private:
   struct STagHash {
@@ -151,6 +161,7 @@ class CDesk {
   void store(const SPublication& publication);
 
   CJobGate m_gate;
+  CRequests m_requests{m_gate, [this](const std::function<void(IDeskObserver&)>& what) { tellObservers(what); }};
   CSubscribers m_subscribers;
 
   mutable std::shared_mutex m_mutex;  ///< guards everything below but the observers
@@ -160,7 +171,11 @@ class CDesk {
   CInstrumentMap<TC::CQuote> m_quotes;
   std::unordered_map<int, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;
   std::map<std::pair<EHedgeSource, int>, ksservice::CBasketHedgeParam> m_hedgeParams;
-  std::unordered_map<int, int> m_hedgeCommands;  ///< group to the command whose parameters it was given last
+  struct SGivenHedge {
+    int m_nCommandId;
+    ksservice::CBasketHedgeParam m_param;
+  };
+  std::unordered_map<int, SGivenHedge> m_givenHedges;  ///< by group: what it was given last
   std::unordered_map<int, int> m_hedgeStates;
   std::unordered_map<std::string, boost::shared_ptr<const TC::CTaskProgress>> m_progress;
   std::map<std::string, ksservice::CTaskDetailPtr> m_details;

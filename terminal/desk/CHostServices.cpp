@@ -5,8 +5,10 @@
 #include "CDesk.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/CBasketHedgeManager.h"
+#include "tc/CItCommandCenter.h"
 #include "tc/CMsgService.h"
 #include "tc/CStockUnitConfig.h"
+#include "tc/CTimeService.h"
 #include "tc/CTradingCalendar.h"
 #include "tc/CUserConfig.h"
 
@@ -28,6 +30,7 @@ class CDataCenterFace : public ksservice::IDataCenter {
     const auto command = m_desk.command(commandId);
     return command ? command->m_nNumber : 0;
   }
+  ksservice::CTaskDetailPtr taskDetail(const std::string& key) const override { return m_desk.taskDetail(key); }
   ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
     return m_desk.orderDetail(tag);
   }
@@ -60,19 +63,67 @@ class CQuoteFace : public TC::CQuoteClient {
   const CDesk& m_desk;
 };
 
-class CTradeFace : public TC::CTradeClient {
+class CTaskCenterFace : public ksservice::ITaskCenter {
  public:
-  explicit CTradeFace(const CDesk& desk) : m_desk(desk) {}
-  boost::shared_ptr<const TC::CTaskProgress> getTaskProgress(const std::string& detailKey) const override {
-    return m_desk.progress(detailKey);
+  explicit CTaskCenterFace(CDesk& desk) : m_desk(desk) {}
+  void operateTask(const OpRecordPtr& record, int taskId, const AccountPtr& account) override {
+    m_desk.requests().operateLocalTask(taskId, account, record);
   }
-  bool isLoginReady(const std::string& accountKey) const override {
-    SAccount account;
-    return m_desk.findAccount(accountKey, account) && account.m_bLoginReady;
+  void pauseTask(int taskId, const AccountPtr& account) override { m_desk.requests().pauseLocalTask(taskId, account); }
+  void resumeTask(int taskId, const AccountPtr& account) override {
+    m_desk.requests().resumeLocalTask(taskId, account);
   }
 
  private:
+  CDesk& m_desk;
+};
+
+class CCommandFace : public TC::CItCommandCenter {
+ public:
+  explicit CCommandFace(CDesk& desk) : m_desk(desk) {}
+  boost::shared_ptr<const ksservice::COrderCommand> getCommand(const std::string& commandKey) const override {
+    return m_desk.commandByKey(commandKey);
+  }
+  void createTask(const ksservice::COrderCommand& command, const std::vector<ksservice::CCodeOrderParam>& params,
+                  EMavTraderType traderType, int hedgeType, CreateCompletion completion, int taskId) override {
+    m_desk.requests().createTask({command, params, traderType, hedgeType, taskId}, std::move(completion));
+  }
+  void operateServerTask(const std::string& serverTaskKey, const OpRecordPtr& record,
+                         OperateCompletion completion) override {
+    m_desk.requests().operateServerTask(serverTaskKey, record, std::move(completion));
+  }
+
+ private:
+  CDesk& m_desk;
+};
+
+class CTimeFace : public TC::CTimeService {
+ public:
+  explicit CTimeFace(const CDesk& desk) : m_desk(desk) {}
+  int currentTime() const override { return static_cast<int>(m_desk.now()); }
+
+ private:
   const CDesk& m_desk;
+};
+
+class CTradeFace : public TC::CTradeClient {
+ public:
+  explicit CTradeFace(CDesk& desk) : m_desk(desk) {}
+  boost::shared_ptr<const TC::CTaskProgress> getTaskProgress(const std::string& detailKey) const override {
+    return m_desk.progress(detailKey);
+  }
+  int getLoginStatus(const std::string& accountKey) const override {
+    SAccount account;
+    const bool ready = m_desk.findAccount(accountKey, account) && account.m_bLoginReady;
+    return ready ? ksservice::ELS_Ready : ksservice::ELS_None;
+  }
+  void queryOrderProcess(const std::vector<std::string>& serverTaskKeys, TC::OrderProcessCompletion completion,
+                         int /*flag*/) override {
+    m_desk.requests().queryOrderProcess(serverTaskKeys, std::move(completion));
+  }
+
+ private:
+  CDesk& m_desk;
 };
 
 class CHedgeFace : public TC::CBasketHedgeManager {
@@ -85,7 +136,12 @@ class CHedgeFace : public TC::CBasketHedgeManager {
   void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override {
     m_desk.giveHedgeParam(groupId, commandId, param);
   }
+  bool getItem(int groupId, ksservice::CBasketHedgeParam& param) const override {
+    return m_desk.givenHedgeParam(groupId, param);
+  }
   void startHedge(int groupId) override { m_desk.startHedge(groupId); }
+  void pauseHedge(int groupId) override { m_desk.requests().pauseHedge(groupId); }
+  void stopHedge(int groupId) override { m_desk.requests().stopHedge(groupId); }
 
  private:
   CDesk& m_desk;
@@ -95,10 +151,30 @@ class CUserFace : public TC::CUserConfig {
  public:
   explicit CUserFace(const CDesk& desk) : m_desk(desk) {}
   std::string userName() const override { return m_desk.userName(); }
-  boost::shared_ptr<const ksservice::CAccountInfo> getAccount(const std::string& accountKey) const override {
+  boost::shared_ptr<const ksservice::CAccountInfo> getAccountData(const std::string& accountKey) const override {
     SAccount account;
     return m_desk.findAccount(accountKey, account) && account.m_bConfigured ? account.m_pInfo : nullptr;
   }
+  std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> getAccounts() const override {
+    std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> accounts;
+    for (const SAccount& account : m_desk.accounts()) {
+      if (account.m_bConfigured) accounts.push_back(account.m_pInfo);
+    }
+    return accounts;
+  }
+  bool isAccountFilter(const std::string& accountKey) const override {
+    SAccount account;
+    return m_desk.findAccount(accountKey, account) && account.m_bFiltered;
+  }
+  bool isBrokerMatched(const std::string& accountKey, EMavTraderType) const override {
+    SAccount account;
+    return m_desk.findAccount(accountKey, account) && account.m_bBrokerMatches;
+  }
+  std::vector<std::string> getOrderSettings() const override {
+    const std::string setting = m_desk.settings().m_strOrderSetting;
+    return setting.empty() ? std::vector<std::string>() : std::vector<std::string>{setting};
+  }
+  int getTradeSetting(EMavTraderType, int setting) const override { return m_desk.tradeSetting(setting); }
   bool hasRevokeTask() const override { return m_desk.settings().m_bHasRevokeTask; }
   bool hasUpStopPrice() const override { return m_desk.settings().m_bHasUpStopPrice; }
   bool isRawQuantity() const override { return m_desk.settings().m_bRawQuantity; }
@@ -138,6 +214,9 @@ std::unique_ptr<utils::IHostClock> makeClock(const CDesk& desk, CHostServices::E
 struct CHostServices::SFaces {
   SFaces(CDesk& desk, EClock clock)
       : m_dataCenter(desk),
+        m_tasks(desk),
+        m_commands(desk),
+        m_time(desk),
         m_exchange(desk),
         m_quotes(desk),
         m_trade(desk),
@@ -148,6 +227,9 @@ struct CHostServices::SFaces {
         m_pClock(makeClock(desk, clock)) {}
 
   CDataCenterFace m_dataCenter;
+  CTaskCenterFace m_tasks;
+  CCommandFace m_commands;
+  CTimeFace m_time;
   CExchangeFace m_exchange;
   CQuoteFace m_quotes;
   CTradeFace m_trade;
@@ -168,6 +250,9 @@ CHostServices::~CHostServices() { uninstall(); }
 void CHostServices::install() {
   TC::SServices services;
   services.dataCenter = &m_pFaces->m_dataCenter;
+  services.taskCenter = &m_pFaces->m_tasks;
+  services.commandCenter = &m_pFaces->m_commands;
+  services.timeService = &m_pFaces->m_time;
   services.clock = m_pFaces->m_pClock.get();
   services.jobMonitor = &m_desk.gate();
   services.hedgeManager = &m_pFaces->m_hedge;

@@ -3,14 +3,11 @@
 #include <QString>
 #include <string>
 
+#include "IDeskDriver.h"
 #include "ksservice/CTaskDetail.h"
 #include "tc/CExchangeClient.h"
 #include "tc/CQuoteClient.h"
 #include "tc/CTradeClient.h"
-
-namespace ksservice {
-struct CBasketHedgeParam;
-}
 
 namespace desk {
 
@@ -42,12 +39,23 @@ class IDeskObserver {
   virtual void onHedgeStatus(int /*taskId*/, int /*status*/) {}
   virtual void onTradingDay(const std::string& /*date*/) {}
   virtual void onStockUnitChange() {}
+  virtual void onServerReply(const utils::KSError&, const bson::BSONObj& /*reply*/) {}
+  virtual void onCreateReply(const utils::KSError&, int /*taskId*/) {}
+  virtual void onOrderProcess(const TC::OrderProcessMap&, const utils::KSError&, const bson::BSONObj& /*result*/) {}
 
   // Calls by the panel.
   virtual void onUpdateData(const ksservice::CTaskDetailPtr&) {}
   virtual void onShowMsg(const QString& /*text*/, int /*kind*/) {}
   virtual void onSetHedgeParam(int /*groupId*/, int /*commandId*/, const ksservice::CBasketHedgeParam&) {}
   virtual void onStartHedge(int /*groupId*/) {}
+  virtual void onPauseHedge(int /*groupId*/) {}
+  virtual void onStopHedge(int /*groupId*/) {}
+  virtual void onCreateTask(const SCreateRequest&) {}
+  virtual void onOperateServerTask(const std::string& /*serverTaskKey*/, const ksservice::CTaskOpRecord&) {}
+  virtual void onQueryOrderProcess(const std::vector<std::string>& /*serverTaskKeys*/) {}
+  virtual void onOperateLocalTask(int /*taskId*/, const AccountPtr&, const ksservice::CTaskOpRecord&) {}
+  virtual void onPauseLocalTask(int /*taskId*/, const AccountPtr&) {}
+  virtual void onResumeLocalTask(int /*taskId*/, const AccountPtr&) {}
 };
 
 }  // namespace desk

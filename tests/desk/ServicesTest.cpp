@@ -31,14 +31,14 @@ TEST_F(ServicesTest, AccountsAnswerForConfigurationAndLogin) {
   account.m_pInfo = info;
   account.m_bConfigured = false;
   m_desk.addAccount(account);
-  EXPECT_FALSE(TC::getUserConfig().getAccount("A1"));
-  EXPECT_TRUE(TC::getTradeClient().isLoginReady("A1"));
+  EXPECT_FALSE(TC::getUserConfig().getAccountData("A1"));
+  EXPECT_TRUE(ksservice::isLoginStatusReady(TC::getTradeClient().getLoginStatus("A1")));
   account.m_bConfigured = true;
   account.m_bLoginReady = false;
   m_desk.addAccount(account);
-  EXPECT_EQ(TC::getUserConfig().getAccount("A1"), info);
-  EXPECT_FALSE(TC::getTradeClient().isLoginReady("A1"));
-  EXPECT_FALSE(TC::getTradeClient().isLoginReady("A2"));
+  EXPECT_EQ(TC::getUserConfig().getAccountData("A1"), info);
+  EXPECT_FALSE(ksservice::isLoginStatusReady(TC::getTradeClient().getLoginStatus("A1")));
+  EXPECT_FALSE(ksservice::isLoginStatusReady(TC::getTradeClient().getLoginStatus("A2")));
 }
 
 TEST_F(ServicesTest, HedgeParametersAreAnsweredUntilThatHedgeWasStarted) {

@@ -1,6 +1,7 @@
 #include "TestHost.h"
 
 #include <QTimer>
+#include <algorithm>
 #include <boost/make_shared.hpp>
 
 namespace test {
@@ -48,6 +49,10 @@ struct CTestHost::SServiceSet {
       const Lock lock(m_host.m_mutex);
       return valueOf(m_host.m_commandNumbers, commandId);
     }
+    ksservice::CTaskDetailPtr taskDetail(const std::string& key) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_details, key);
+    }
     ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
       const Lock lock(m_host.m_mutex);
       return valueOf(m_host.m_orderDetails, tag);
@@ -88,7 +93,56 @@ struct CTestHost::SServiceSet {
       const Lock lock(m_host.m_mutex);
       return valueOf(m_host.m_progress, detailKey);
     }
-    bool isLoginReady(const std::string&) const override { return true; }
+    int getLoginStatus(const std::string&) const override { return ksservice::ELS_Ready; }
+    void queryOrderProcess(const std::vector<std::string>& keys, TC::OrderProcessCompletion completion, int) override {
+      const Lock lock(m_host.m_mutex);
+      m_host.m_queries.push_back({keys, std::move(completion)});
+    }
+    CTestHost& m_host;
+  };
+
+  struct STaskCenter : ksservice::ITaskCenter {
+    using Account = boost::shared_ptr<const ksservice::CAccountInfo>;
+    explicit STaskCenter(CTestHost& host) : m_host(host) {}
+    void operateTask(const boost::shared_ptr<const ksservice::CTaskOpRecord>& record, int taskId,
+                     const Account& account) override {
+      m_host.record({ECall::OperateLocal, keyOf(account), taskId, record, {}});
+    }
+    void pauseTask(int taskId, const Account& account) override {
+      m_host.record({ECall::PauseLocal, keyOf(account), taskId, {}, {}});
+    }
+    void resumeTask(int taskId, const Account& account) override {
+      m_host.record({ECall::ResumeLocal, keyOf(account), taskId, {}, {}});
+    }
+    static std::string keyOf(const Account& account) { return account ? account->getKey() : std::string(); }
+    CTestHost& m_host;
+  };
+
+  struct SCommands : TC::CItCommandCenter {
+    explicit SCommands(CTestHost& host) : m_host(host) {}
+    boost::shared_ptr<const ksservice::COrderCommand> getCommand(const std::string& commandKey) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_commands, commandKey);
+    }
+    void createTask(const ksservice::COrderCommand& command, const std::vector<ksservice::CCodeOrderParam>& params,
+                    EMavTraderType traderType, int hedgeType, CreateCompletion completion, int taskId) override {
+      const Lock lock(m_host.m_mutex);
+      m_host.m_creations.push_back({command, params, traderType, hedgeType, std::move(completion), taskId});
+    }
+    void operateServerTask(const std::string& serverTaskKey,
+                           const boost::shared_ptr<const ksservice::CTaskOpRecord>& record,
+                           OperateCompletion completion) override {
+      m_host.record({ECall::OperateServer, serverTaskKey, 0, record, std::move(completion)});
+    }
+    CTestHost& m_host;
+  };
+
+  struct STime : TC::CTimeService {
+    explicit STime(CTestHost& host) : m_host(host) {}
+    int currentTime() const override {
+      const Lock lock(m_host.m_mutex);
+      return m_host.m_nTime;
+    }
     CTestHost& m_host;
   };
 
@@ -109,16 +163,40 @@ struct CTestHost::SServiceSet {
       const Lock lock(m_host.m_mutex);
       m_host.m_startedHedges.push_back(groupId);
     }
+    bool getItem(int groupId, ksservice::CBasketHedgeParam& param) const override {
+      const Lock lock(m_host.m_mutex);
+      const auto given = std::find_if(m_host.m_hedgeCalls.rbegin(), m_host.m_hedgeCalls.rend(),
+                                      [groupId](const SHedgeCall& call) { return call.group == groupId; });
+      if (given == m_host.m_hedgeCalls.rend()) return false;
+      param = given->param;
+      return true;
+    }
+    void pauseHedge(int groupId) override { m_host.record({ECall::PauseHedge, {}, groupId, {}, {}}); }
+    void stopHedge(int groupId) override { m_host.record({ECall::StopHedge, {}, groupId, {}, {}}); }
     CTestHost& m_host;
   };
 
   struct SUser : TC::CUserConfig {
     explicit SUser(CTestHost& host) : m_host(host) {}
     std::string userName() const override { return "u1"; }
-    boost::shared_ptr<const ksservice::CAccountInfo> getAccount(const std::string& accountKey) const override {
+    boost::shared_ptr<const ksservice::CAccountInfo> getAccountData(const std::string& accountKey) const override {
       const Lock lock(m_host.m_mutex);
       return valueOf(m_host.m_accounts, accountKey);
     }
+    std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> getAccounts() const override {
+      const Lock lock(m_host.m_mutex);
+      std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> accounts;
+      for (const auto& entry : m_host.m_accounts) accounts.push_back(entry.second);
+      return accounts;
+    }
+    bool isAccountFilter(const std::string&) const override { return false; }
+    bool isBrokerMatched(const std::string&, EMavTraderType) const override { return true; }
+    std::vector<std::string> getOrderSettings() const override {
+      const Lock lock(m_host.m_mutex);
+      if (m_host.m_strOrderSetting.empty()) return {};
+      return {m_host.m_strOrderSetting};
+    }
+    int getTradeSetting(EMavTraderType, int) const override { return 0; }
     bool hasRevokeTask() const override {
       const Lock lock(m_host.m_mutex);
       return m_host.m_bRevokeTask;
@@ -173,6 +251,9 @@ struct CTestHost::SServiceSet {
         exchange(host),
         quotes(host),
         trade(host),
+        taskCenter(host),
+        commands(host),
+        time(host),
         hedge(host),
         user(host),
         messages(host),
@@ -182,6 +263,9 @@ struct CTestHost::SServiceSet {
   void install() {
     TC::SServices services;
     services.dataCenter = &dataCenter;
+    services.taskCenter = &taskCenter;
+    services.commandCenter = &commands;
+    services.timeService = &time;
     services.clock = &clock;
     services.jobMonitor = &jobs;
     services.hedgeManager = &hedge;
@@ -200,6 +284,9 @@ struct CTestHost::SServiceSet {
   SExchange exchange;
   SQuotes quotes;
   STrade trade;
+  STaskCenter taskCenter;
+  SCommands commands;
+  STime time;
   SHedge hedge;
   SUser user;
   SMessages messages;
@@ -274,6 +361,27 @@ void CTestHost::setCommandNumber(int command, int number) {
   m_commandNumbers[command] = number;
 }
 
+void CTestHost::setCommand(const ksservice::COrderCommand& command) {
+  const Lock lock(m_mutex);
+  m_commands[ksservice::COrderCommand::genKey(command.m_nCommandId, command.m_nNumber)] =
+      boost::make_shared<const ksservice::COrderCommand>(command);
+}
+
+void CTestHost::setOrderSetting(const std::string& setting) {
+  const Lock lock(m_mutex);
+  m_strOrderSetting = setting;
+}
+
+void CTestHost::setTime(int seconds) {
+  const Lock lock(m_mutex);
+  m_nTime = seconds;
+}
+
+void CTestHost::record(SCall call) {
+  const Lock lock(m_mutex);
+  m_calls.push_back(std::move(call));
+}
+
 void CTestHost::setTimeZone(const QTimeZone& zone) {
   const Lock lock(m_mutex);
   m_timeZone = zone;
@@ -314,6 +422,9 @@ Record CTestHost::take(Record& record) {
 std::vector<ksservice::CTaskDetailPtr> CTestHost::takeUpdatedDetails() { return take(m_updated); }
 std::vector<CTestHost::SHedgeCall> CTestHost::takeHedgeParams() { return take(m_hedgeCalls); }
 std::vector<int> CTestHost::takeStartedHedges() { return take(m_startedHedges); }
+std::vector<CTestHost::SCall> CTestHost::takeCalls() { return take(m_calls); }
+std::vector<CTestHost::SCreation> CTestHost::takeCreations() { return take(m_creations); }
+std::vector<CTestHost::SQuery> CTestHost::takeQueries() { return take(m_queries); }
 std::vector<std::pair<QString, int>> CTestHost::takeMessages() { return take(m_messages); }
 std::vector<std::string> CTestHost::takeLog() { return take(m_log); }
 

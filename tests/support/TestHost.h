@@ -17,9 +17,11 @@
 #include "ksservice/TraderCenter.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CExchangeClient.h"
+#include "tc/CItCommandCenter.h"
 #include "tc/CMsgService.h"
 #include "tc/CQuoteClient.h"
 #include "tc/CStockUnitConfig.h"
+#include "tc/CTimeService.h"
 #include "tc/CTradeClient.h"
 #include "tc/CTradingCalendar.h"
 #include "tc/CUserConfig.h"
@@ -39,6 +41,27 @@ class CTestHost {
     int command;
     ksservice::CBasketHedgeParam param;
   };
+  enum class ECall { OperateLocal, PauseLocal, ResumeLocal, OperateServer, PauseHedge, StopHedge };
+  /// One request without parameters of its own.
+  struct SCall {
+    ECall kind;
+    std::string key;  ///< server task key, or account key of a local task
+    int id;           ///< task identifier of a local task, group of a hedge
+    boost::shared_ptr<const ksservice::CTaskOpRecord> record;
+    TC::CItCommandCenter::OperateCompletion completion;
+  };
+  struct SCreation {
+    ksservice::COrderCommand command;
+    std::vector<ksservice::CCodeOrderParam> params;
+    int traderType;
+    int hedgeType;
+    TC::CItCommandCenter::CreateCompletion completion;
+    int taskId;
+  };
+  struct SQuery {
+    std::vector<std::string> tasks;
+    TC::OrderProcessCompletion completion;
+  };
 
   CTestHost();
   ~CTestHost();
@@ -57,6 +80,12 @@ class CTestHost {
   /// An account that the user configuration has data for.
   void setAccount(const ksservice::CAccountInfo& account);
   void setCommandNumber(int command, int number);
+  /// A command that the command centre knows.
+  void setCommand(const ksservice::COrderCommand& command);
+  /// The first stored order setting; empty: none.
+  void setOrderSetting(const std::string& setting);
+  /// Seconds of the time service.
+  void setTime(int seconds);
   void setTimeZone(const QTimeZone& zone);
   /// Whether the user may cancel tasks; true at first.
   void setRevokeTask(bool allowed);
@@ -70,6 +99,9 @@ class CTestHost {
   std::vector<ksservice::CTaskDetailPtr> takeUpdatedDetails();
   std::vector<SHedgeCall> takeHedgeParams();
   std::vector<int> takeStartedHedges();
+  std::vector<SCall> takeCalls();
+  std::vector<SCreation> takeCreations();
+  std::vector<SQuery> takeQueries();
   std::vector<std::pair<QString, int>> takeMessages();
   std::vector<std::string> takeLog();
 
@@ -85,6 +117,7 @@ class CTestHost {
   };
 
   bool findHedgeParam(int command, bool stored, ksservice::CBasketHedgeParam& param) const;
+  void record(SCall call);
   template <typename Record>
   Record take(Record& record);
 
@@ -98,6 +131,9 @@ class CTestHost {
   std::map<std::pair<int, bool>, ksservice::CBasketHedgeParam> m_hedgeParams;
   std::map<std::string, boost::shared_ptr<const ksservice::CAccountInfo>> m_accounts;
   std::map<int, int> m_commandNumbers;
+  std::map<std::string, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;
+  std::string m_strOrderSetting;
+  int m_nTime = 0;
   std::map<std::string, ksservice::CTaskDetailPtr> m_details;
   std::map<int, ksservice::DataCallback> m_subscribers;
   int m_nNextSubscriber = 0;
@@ -108,6 +144,9 @@ class CTestHost {
   std::vector<ksservice::CTaskDetailPtr> m_updated;
   std::vector<SHedgeCall> m_hedgeCalls;
   std::vector<int> m_startedHedges;
+  std::vector<SCall> m_calls;
+  std::vector<SCreation> m_creations;
+  std::vector<SQuery> m_queries;
   std::vector<std::pair<QString, int>> m_messages;
   std::vector<std::string> m_log;
 

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace bson {
+
+/// A document in which the server answers. Never changed once made; a copy shares its bytes. Any thread.
+class BSONObj {
+ public:
+  /// An empty document.
+  BSONObj();
+  /// The document of a JSON object; none when the text is not one.
+  static std::optional<BSONObj> fromJson(const std::string& json);
+  /// The document that starts at data; an empty one when the bytes are no valid document.
+  static BSONObj fromBytes(const void* data, std::size_t size);
+
+  bool isEmpty() const;
+  /// Size of the document in bytes; 5 for an empty one.
+  int objsize() const;
+  /// None when there is no such field, it is not of string type or it is no UTF-8.
+  std::optional<std::string> stringField(const char* name) const;
+  /// The document as one JSON text.
+  std::string toString() const;
+
+ private:
+  explicit BSONObj(std::string bytes);
+
+  std::shared_ptr<const std::string> m_pBytes;
+};
+
+}  // namespace bson
