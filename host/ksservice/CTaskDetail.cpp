@@ -1,6 +1,14 @@
 #include "ksservice/CTaskDetail.h"
 
+#include "ksservice/Operations.h"
+#include "utils/Keys.h"
+
 namespace ksservice {
+
+std::string CCodeOrderParam::getKey() const {
+  return (m_pAccount ? m_pAccount->getKey() : std::string()) + "/" +
+         utils::mavStockKey(m_stock.m_strMarket, m_stock.m_strCode) + operationValueToString(m_nOperation);
+}
 
 std::string COrderCommand::genKey(int commandId, int number) {
   return std::to_string(commandId) + "-" + std::to_string(number);

@@ -59,6 +59,12 @@ const char* operationValueToString(int operation) { return operationEntry(operat
 
 const QString& operationText(int operation) { return operationEntry(operation).text; }
 
+QString CEnumsDataHelper::orderTypeToFormatString(int orderType) {
+  if (orderType == EORT_Plain) return QStringLiteral("普通交易");
+  if (DataHelper::isAlgoOrderType(orderType)) return QStringLiteral("智能算法");
+  return QString();
+}
+
 bool DataHelper::isBuy(int operation) {
   const auto named = operations().find(operation);
   return named != operations().end() && named->second.buy;
@@ -76,10 +82,10 @@ namespace TC {
 
 QString operationToString(int operation) { return ksservice::operationText(operation); }
 
-QString orderTypeToString(int orderType) {
-  if (orderType == ksservice::EORT_Plain) return QStringLiteral("普通交易");
-  if (ksservice::DataHelper::isAlgoOrderType(orderType)) return QStringLiteral("智能算法");
-  return QString();
-}
+QString orderTypeToString(int orderType) { return ksservice::CEnumsDataHelper::orderTypeToFormatString(orderType); }
+
+bool isBuy(int operation) { return ksservice::DataHelper::isBuy(operation); }
+
+bool isDirectRepay(int operation) { return ksservice::DataHelper::isDirectRepay(operation); }
 
 }  // namespace TC

@@ -12,6 +12,11 @@ const char* operationValueToString(int operation);
 /// The same text as a QString that is shared, not built, for each call.
 const QString& operationText(int operation);
 
+struct CEnumsDataHelper {
+  /// "普通交易", "智能算法", or empty for an order type that has no text.
+  static QString orderTypeToFormatString(int orderType);
+};
+
 struct DataHelper {
   static bool isBuy(int operation);
   static bool isDirectRepay(int operation);
@@ -23,7 +28,9 @@ struct DataHelper {
 namespace TC {
 
 QString operationToString(int operation);
-/// "普通交易", "智能算法", or empty for an order type that has no text.
+/// CEnumsDataHelper::orderTypeToFormatString.
 QString orderTypeToString(int orderType);
+bool isBuy(int operation);
+bool isDirectRepay(int operation);
 
 }  // namespace TC

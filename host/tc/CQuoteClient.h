@@ -9,8 +9,10 @@ struct CQuote {
   double m_dLast = 0;
   double m_dBid = 0;
   double m_dAsk = 0;
-  double m_dCalc = 0;   ///< price for calculation
-  double m_dOrder = 0;  ///< price for an order
+  double m_dCalc = 0;       ///< price for calculation
+  double m_dOrder = 0;      ///< price for an order
+  double m_dLimitUp = 0;    ///< the day's highest price; 0 when it is not known
+  double m_dLimitDown = 0;  ///< the day's lowest price; 0 when it is not known
 };
 
 /// Live quotes. Any thread.
