@@ -84,6 +84,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   QString getBasketName() const;
   /// Rows of an account by row key; an empty map is made for an unknown account. With mutex() held.
   QMap<QString, CBasketTaskItem*>& getStockDetailMap(const QString& accountKey);
+  /// Remembers how an account is shown; the first text stays. Worker thread.
+  void noteAccount(const QString& accountKey, const QString& text);
   /// Appends the orders below a node and what the data centre knows of them; nothing for an unknown key.
   void getOrders(const QString& key, std::vector<boost::shared_ptr<ksservice::COrderDetail>>& details,
                  std::vector<boost::shared_ptr<ksservice::COrderInfo>>& orders);
@@ -183,6 +185,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
     QString displayId;
     QString name;
   };
+  using OpRecordPtr = boost::shared_ptr<const ksservice::CTaskOpRecord>;
+  using DetailList = std::vector<boost::shared_ptr<const ksservice::CTaskDetail>>;
   struct SRefresh;  // one run of updateDetail
 
   static SAccount accountOf(const ksservice::CTaskDetail& detail);
@@ -222,6 +226,14 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void writeBackFinished(const ksservice::CTaskDetail& detail);
   void updateLocalInfoKey(const ksservice::CTaskDetail& detail);
 
+  // Operations
+  DetailList details(bool own, bool patches) const;
+  void send(const ksservice::CTaskDetail& detail, const OpRecordPtr& record);
+  void setHedgeStatus(int status);
+  bool settle(ksservice::ETaskStatus expected);
+  void announce(int status);
+  bool onlyHedgeUnfinished() const;
+
   std::unique_ptr<CBasketTaskItem> m_pRoot;
   const QString m_strKey;
   const int m_nGroupId;
@@ -229,8 +241,9 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   QString m_strBasketName;
   CBasketTaskItem* m_pHedgeItem = nullptr;
   ksservice::CBasketHedgeParam m_hedgeParam;
-  RowMap m_stockMap;    ///< rows of securities by account key, then row key
-  RowMap m_futuresMap;  ///< rows of futures, alike
+  RowMap m_stockMap;                      ///< rows of securities by account key, then row key
+  RowMap m_futuresMap;                    ///< rows of futures, alike
+  QMap<QString, QString> m_accountTexts;  ///< display identifiers by account key
   DetailMap m_mapDetails;
   DetailMap m_mapHedgeDetails;
   DetailMap m_mapPatchDetails;

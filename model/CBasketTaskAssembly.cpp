@@ -90,6 +90,11 @@ void CBasketTask::addAccount(const RowMap& rows, const SAccount& account) {
   if (m_pRoot->m_strAccountName.isEmpty()) m_pRoot->m_strAccountName = account.name;
 }
 
+void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
+  const Lock lock(m_mutex);
+  if (!m_accountTexts.contains(accountKey)) m_accountTexts.insert(accountKey, text);
+}
+
 void CBasketTask::addRows(const SRefresh& run) {
   QMap<QString, CBasketTaskItem*>& rows = m_stockMap[run.account.key];
   const int before = rows.size();
@@ -183,7 +188,7 @@ CBasketTask::SAccount CBasketTask::accountOfRows(const QString& accountKey, cons
   if (const auto account = getUserConfig().getAccountData(accountKey.toStdString())) {
     return {accountKey, accountDisplayIDQs(*account), QString::fromStdString(account->m_strName)};
   }
-  return {accountKey, firstRow.m_strAccounts, firstRow.m_strAccountName};
+  return {accountKey, m_accountTexts.value(accountKey, firstRow.m_strAccounts), firstRow.m_strAccountName};
 }
 
 void CBasketTask::logShape(const char* pattern, bool multiType, const RowMap& side) const {

@@ -123,6 +123,7 @@ void CHpfBasketOptionDelegate::disableClicked(const QString& rowKey, int buttonI
 }
 
 void CHpfBasketOptionDelegate::clear() {
+  m_commandKeyed.clear();
   clearItems();
   m_states.clear();
 }

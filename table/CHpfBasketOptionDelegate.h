@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QSet>
 #include <QVector>
 #include <functional>
 
@@ -29,6 +30,10 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   static int actionOf(int buttonId);
   /// Disables what a click on a button disables.
   void disableClicked(const QString& rowKey, int buttonId);
+  /// Remembers a task whose number is in the range of tasks that are known by their command. Its set of buttons is that
+  /// of any basket.
+  void registerCommandKeyed(const QString& displayId) { m_commandKeyed.insert(displayId); }
+  bool isCommandKeyed(const QString& displayId) const { return m_commandKeyed.contains(displayId); }
   /// Forgets the rows; their sets come anew with their next status.
   void clear();
 
@@ -57,6 +62,7 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
 
   Resolver m_resolver;
   QHash<QString, SState> m_states;
+  QSet<QString> m_commandKeyed;  ///< display ids
 };
 
 }  // namespace TC

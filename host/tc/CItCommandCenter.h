@@ -35,5 +35,4 @@ class CItCommandCenter {
                                  OperateCompletion completion) = 0;
 };
 
-
 }  // namespace TC

@@ -10,5 +10,4 @@ class CTimeService {
   virtual int currentTime() const = 0;
 };
 
-
 }  // namespace TC

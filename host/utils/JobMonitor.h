@@ -3,7 +3,7 @@
 namespace utils {
 
 /// The kinds of job that a panel runs in its queue.
-enum class EPanelJob { Refresh, FirstLoad, AccountReload };
+enum class EPanelJob { Refresh, FirstLoad, AccountReload, Staging };
 
 /// Told by a panel about its jobs, so that a recording can hold deliveries back while a job reads the host's state,
 /// and a replay can wait until nothing is left to run. Implemented by the terminal.
