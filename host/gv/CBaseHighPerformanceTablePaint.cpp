@@ -57,6 +57,7 @@ void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QR
   const QString key = m_pModel->rowAt(row).key();
   const bool current = key == m_strCurrentKey;
   const QColor* ground = row % 2 != 0 ? m_colors->alternate : m_colors->ground;
+  if (const QColor* own = m_pModel->backgroundColor(row)) ground = own;
   if (isHeading(row)) ground = m_colors->heading;
   if (rect.contains(QPoint(rect.left(), m_mouse.y()))) ground = m_colors->hover;
   if (isSelected(key)) ground = m_colors->selection;

@@ -1,5 +1,9 @@
 #include "gv/CEventWidget.h"
 
+#include <QPointer>
+
+#include "gv/CCommonDialog.h"
+
 namespace GV {
 namespace {
 
@@ -16,7 +20,14 @@ bool CEventWidget::handleEvent(int /*eventId*/, int /*id*/, int /*value*/, QStri
 
 bool CEventDeliverer::deliverEvent(QWidget* from, int eventId, int id, int value, const QString& key, void* data) {
   if (from == nullptr) return false;
-  tellTap(from, eventId, id, value, key);
+  const QPointer<QWidget> alive = from;
+  if (CCommonDialog* dialog = CCommonDialog::of(from)) {
+    // Committing an edit may show a message, during which anything may go.
+    dialog->aboutToHandle(from, eventId, value, key, data);
+    if (!alive) return false;
+  } else {
+    tellTap(from, eventId, id, value, key);
+  }
   for (QWidget* parent = from->parentWidget(); parent != nullptr; parent = parent->parentWidget()) {
     auto* handler = dynamic_cast<CEventWidget*>(parent);
     if (handler != nullptr && handler->handleEvent(eventId, id, value, key, data)) return true;
@@ -27,7 +38,7 @@ bool CEventDeliverer::deliverEvent(QWidget* from, int eventId, int id, int value
 void CEventDeliverer::setTap(Tap newTap) { tap() = std::move(newTap); }
 
 void CEventDeliverer::tellTap(QWidget* from, int eventId, int id, int value, const QString& key) {
-  if (tap()) tap()(from, eventId, id, value, key);
+  if (tap() && CCommonDialog::of(from) == nullptr) tap()(from, eventId, id, value, key);
 }
 
 }  // namespace GV

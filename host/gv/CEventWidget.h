@@ -15,10 +15,12 @@ enum EEvent {
   EventCellClicked = 14,          ///< id: column, value: the Qt::MouseButton, key: row
   EventColumnDoubleClicked = 49,  ///< key: the column in decimal
   EventCheckBoxToggled = 67,      ///< id: the control's, value: 1 when checked
+  EventDialogCheckBox = 230,      ///< of a dialog's row; id: column, value: 1 when checked, key: row
   EventRowButtonClicked = 231,    ///< id: the button's, value: column, key: row
   EventRowFolded = 232,           ///< for the tap alone; id: 1 for unfolding, key: row
   EventTableExport = 233,         ///< for the tap alone; key: the file that the user gave, empty when cancelled
-  EventTableCopy = 234,           ///< for the tap alone
+  EventDialogLineEdit = 234,  ///< of a dialog's row or field; id: column, key: row, data: the QString that was entered
+  EventTableCopy = 235,       ///< for the tap alone
 };
 
 class CEventWidget {
@@ -41,7 +43,7 @@ struct CEventDeliverer {
 
   using Tap = std::function<void(QWidget* from, int eventId, int id, int value, const QString& key)>;
   /// Is told of each event, and of those that a table handles itself, just before it takes effect; for a recording of
-  /// what the user does. An empty one ends it.
+  /// what the user does. An empty one ends it. Events inside a CCommonDialog go to the observer of dialogs instead.
   static void setTap(Tap tap);
   static void tellTap(QWidget* from, int eventId, int id, int value, const QString& key);
 };

@@ -42,6 +42,8 @@ class IBaseHpfTableModel : public QAbstractTableModel {
   virtual int nearestPosition(const QString& key) const { return positionOf(key); }
   /// The text of a cell as its row gives it.
   virtual QString cellText(const IBaseHpfTableData& row, int column) const { return row.text(column); }
+  /// The ground of a row; null for the table's own. The colour outlives the call.
+  virtual const QColor* backgroundColor(int /*position*/) const { return nullptr; }
   /// Sum of a column over all rows that are not hidden.
   virtual double statistic(int column) const = 0;
 

@@ -8,6 +8,7 @@ namespace GV {
 /// How the cells of a column come about.
 enum EColumnKind {
   ColumnDelegate = 0,  ///< painted by a delegate
+  ColumnInteger = 2,   ///< a whole number: sorted by its raw value
   ColumnNumber = 6,    ///< a figure: sorted by its raw value, flashes when it moves
   ColumnText = 10,
   ColumnTree = 11,  ///< branch arrow and display name
@@ -24,7 +25,7 @@ struct SColumn {
   bool numericSort = false;  ///< sorts by the raw number although it is no number column
   int exportOrder = -1;      ///< the owner's, for its exports; the table does not use it
 
-  bool sortsByNumber() const { return numericSort || kind == ColumnNumber; }
+  bool sortsByNumber() const { return numericSort || kind == ColumnNumber || kind == ColumnInteger; }
 };
 
 }  // namespace GV
