@@ -1,6 +1,5 @@
 #include "CSubTask.h"
 
-#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <utility>
 
@@ -12,7 +11,8 @@ CSubTask::CSubTask(SIdentity identity, std::vector<SOrderLine> lines)
     : m_identity(std::move(identity)),
       m_strKey(CTaskDetail::genKey(m_identity.m_pCommand->m_nTaskId, m_identity.m_nNumber)),
       m_lines(std::move(lines)),
-      m_params(makeParams()) {
+      m_params(makeParams()),
+      m_orders(m_strKey) {
   m_orders.reserve(m_lines.size());
 }
 
@@ -41,77 +41,37 @@ int CSubTask::status() const {
 
 int CSubTask::send(std::uint64_t marketId, double price, int seconds) {
   const SOrderLine& line = nextLine();
-  const int index = static_cast<int>(m_orders.size());
-  SOrder order;
-  order.m_nMarketId = marketId;
-  order.m_info.m_strKey = m_strKey + "-" + std::to_string(index + 1);
-  order.m_info.m_tag = CMavOrderTag(order.m_info.m_strKey);
-  order.m_info.m_strMarket = line.m_stock.m_strMarket;
-  order.m_info.m_strCode = line.m_stock.m_strCode;
-  order.m_info.m_nOperation = line.m_nOperation;
-  order.m_info.m_nVolume = line.m_nQuantity;
-  order.m_info.m_dPrice = price;
-  m_orders.push_back(std::move(order));
   ++m_nSent;
-  ++m_nWorking;
   if (m_nStartTime == UNSET_INT) m_nStartTime = seconds;
   m_bDirty = true;
-  return index;
-}
-
-std::vector<std::uint64_t> CSubTask::workingOrders() const {
-  std::vector<std::uint64_t> working;
-  for (const SOrder& order : m_orders) {
-    if (!order.m_info.m_bCompleted) working.push_back(order.m_nMarketId);
-  }
-  return working;
-}
-
-CSubTask::SOrder& CSubTask::touch(int order) {
-  m_bDirty = true;
-  SOrder& touched = m_orders[static_cast<std::size_t>(order)];
-  touched.m_bDirty = true;
-  return touched;
+  return m_orders.add({marketId, line.m_stock, line.m_nOperation, line.m_nQuantity, price});
 }
 
 void CSubTask::onAccepted(int order) {
-  SOrder& accepted = touch(order);
-  accepted.m_bAccepted = true;
-  accepted.m_bDetailDirty = true;
+  m_orders.accept(order);
+  m_bDirty = true;
 }
 
 void CSubTask::onRejected(int order, const std::string& message, int seconds) {
-  SOrder& rejected = touch(order);
-  rejected.m_bRejected = true;
-  rejected.m_info.m_strMessage = message;
-  rejected.m_info.m_bHasMessage = true;
-  end(rejected, seconds);
+  m_orders.reject(order, message);
+  m_bDirty = true;
+  endIfDone(seconds);
 }
 
 void CSubTask::onFilled(int order, int quantity, double amount, int seconds) {
-  SOrder& filled = touch(order);
-  filled.m_info.m_nTradedVolume += quantity;
-  filled.m_info.m_dTradedAmount += amount;
-  filled.m_bDetailDirty = true;
-  if (filled.m_info.m_nTradedVolume >= filled.m_info.m_nVolume) end(filled, seconds);
+  m_orders.fill(order, quantity, amount);
+  m_bDirty = true;
+  endIfDone(seconds);
 }
 
 void CSubTask::onCancelled(int order, int seconds) {
-  SOrder& cancelled = touch(order);
-  cancelled.m_bCancelled = true;
-  cancelled.m_bDetailDirty = cancelled.m_bAccepted;
-  end(cancelled, seconds);
-}
-
-void CSubTask::end(SOrder& order, int seconds) {
-  if (order.m_info.m_bCompleted) return;
-  order.m_info.m_bCompleted = true;
-  --m_nWorking;
+  m_orders.cancel(order);
+  m_bDirty = true;
   endIfDone(seconds);
 }
 
 void CSubTask::endIfDone(int seconds) {
-  if (isEnded() || m_nWorking > 0 || hasUnsent()) return;
+  if (isEnded() || m_orders.workingCount() > 0 || hasUnsent()) return;
   m_nEndStatus = endStatus();
   m_nEndTime = seconds;
   if (m_strMessage.empty()) m_strMessage = rejectionText();
@@ -120,21 +80,18 @@ void CSubTask::endIfDone(int seconds) {
 
 /// What a task tells of its rejected orders: the market's own words when it took none.
 std::string CSubTask::rejectionText() const {
-  const auto rejected = [](const SOrder& order) { return order.m_bRejected; };
-  const auto count = std::count_if(m_orders.begin(), m_orders.end(), rejected);
+  const int count = m_orders.rejectedCount();
   if (count == 0) return {};
   if (m_nEndStatus != ETS_ExecutionError) return std::to_string(count) + " 笔委托被拒绝";
-  return m_orders.front().m_info.m_strMessage;
+  return m_orders.orders().front().m_info.m_strMessage;
 }
 
 /// "Finished" only when nothing is left; a remainder, whatever it comes from, leaves the task "cancelled", so that it
 /// can be patched. "Execution error" is a task of which the market took nothing.
 int CSubTask::endStatus() const {
   const bool allSent = m_nSent == m_lines.size();
-  const auto filled = [](const SOrder& order) { return order.m_info.m_nTradedVolume >= order.m_info.m_nVolume; };
-  if (allSent && std::all_of(m_orders.begin(), m_orders.end(), filled)) return ETS_Finished;
-  const auto rejected = [](const SOrder& order) { return order.m_bRejected; };
-  const bool noneTaken = !m_orders.empty() && std::all_of(m_orders.begin(), m_orders.end(), rejected);
+  if (allSent && m_orders.areAllFilled()) return ETS_Finished;
+  const bool noneTaken = !m_orders.isEmpty() && m_orders.rejectedCount() == static_cast<int>(m_orders.orders().size());
   return allSent && noneTaken ? ETS_ExecutionError : ETS_Cancelled;
 }
 
@@ -170,17 +127,6 @@ bool CSubTask::drop(int seconds) {
   return true;
 }
 
-COrderDetailPtr CSubTask::makeOrderDetail(const SOrder& order) {
-  auto detail = boost::make_shared<COrderDetail>();
-  detail->m_strKey = order.m_info.m_tag.text();
-  detail->m_strMarket = order.m_info.m_strMarket;
-  detail->m_strCode = order.m_info.m_strCode;
-  detail->m_nTradedVolume = order.m_info.m_nTradedVolume;
-  detail->m_dTradedAmount = order.m_info.m_dTradedAmount;
-  detail->m_bCancelled = order.m_bCancelled;
-  return detail;
-}
-
 desk::SPublication CSubTask::publish() {
   desk::SPublication publication;
   auto detail = boost::make_shared<CTaskDetail>();
@@ -193,13 +139,7 @@ desk::SPublication CSubTask::publish() {
   detail->m_nEndTime = m_nEndTime;
   detail->m_pCommand = m_identity.m_pCommand;
   detail->m_params = m_params;
-  detail->m_orders.reserve(m_orders.size());
-  for (SOrder& order : m_orders) {
-    if (order.m_bDirty) order.m_pPublished = boost::make_shared<COrderInfo>(order.m_info);
-    if (order.m_bDetailDirty) publication.m_orderDetails.emplace_back(order.m_info.m_tag, makeOrderDetail(order));
-    order.m_bDirty = order.m_bDetailDirty = false;
-    detail->m_orders.push_back(order.m_pPublished);
-  }
+  m_orders.publish(*detail, publication.m_orderDetails);
   publication.m_pDetail = std::move(detail);
   m_nPublishedStatus = status();
   m_bDirty = false;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CDesk.h"
+#include "COrderSheet.h"
 #include "SplitLines.h"
 #include "ksservice/CTaskDetail.h"
 
@@ -34,14 +35,14 @@ class CSubTask {
   bool canSend() const { return hasUnsent() && !m_bPaused && !m_bStopped; }
   /// Whether lines are left that may still be sent, now or after a resume.
   bool hasUnsent() const { return !m_bStopped && m_nSent < m_lines.size(); }
-  bool hasStarted() const { return !m_orders.empty(); }
+  bool hasStarted() const { return !m_orders.isEmpty(); }
   /// The line that is sent next; only while hasUnsent().
   const SOrderLine& nextLine() const { return m_lines[m_nSent]; }
   /// The next line went out at a price under a number that the market knows; returns the index of its order.
   /// seconds: since the epoch.
   int send(std::uint64_t marketId, double price, int seconds);
   /// The market's numbers of the orders that may still fill.
-  std::vector<std::uint64_t> workingOrders() const;
+  std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
 
   void onAccepted(int order);
   void onRejected(int order, const std::string& message, int seconds);
@@ -56,6 +57,8 @@ class CSubTask {
   /// Gives the task up: as stop, and its status is "dropped" at once.
   bool drop(int seconds);
 
+  /// Whether its last order has ended and no further one is sent.
+  bool isEnded() const { return m_nEndStatus != 0; }
   bool isDirty() const { return m_bDirty; }
   /// Whether nothing can come any more, unless an operation brings it.
   bool isSettled() const { return !m_bDirty && isEnded(); }
@@ -65,33 +68,17 @@ class CSubTask {
   desk::SPublication publish();
 
  private:
-  struct SOrder {
-    std::uint64_t m_nMarketId = 0;
-    ksservice::COrderInfo m_info;
-    ksservice::COrderInfoPtr m_pPublished;
-    bool m_bAccepted = false;
-    bool m_bCancelled = false;
-    bool m_bRejected = false;
-    bool m_bDirty = true;
-    bool m_bDetailDirty = false;
-  };
-
-  SOrder& touch(int order);
-  void end(SOrder& order, int seconds);
   void endIfDone(int seconds);
   int endStatus() const;
   std::string rejectionText() const;
-  static ksservice::COrderDetailPtr makeOrderDetail(const SOrder& order);
-  bool isEnded() const { return m_nEndStatus != 0; }
   std::vector<ksservice::CCodeOrderParam> makeParams() const;
 
   SIdentity m_identity;
   std::string m_strKey;
   std::vector<SOrderLine> m_lines;
   std::vector<ksservice::CCodeOrderParam> m_params;
-  std::vector<SOrder> m_orders;  ///< one for each line that was sent, in the lines' order
+  COrderSheet m_orders;  ///< one for each line that was sent, in the lines' order
   std::size_t m_nSent = 0;
-  int m_nWorking = 0;
   bool m_bPaused = false;
   bool m_bStopped = false;
   bool m_bDropped = false;
