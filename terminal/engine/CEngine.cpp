@@ -43,7 +43,8 @@ const char* operationText(int operation) {
 
 /// The price for calculation and for an order is the last price.
 TC::CQuote toHostQuote(const exchange::SQuote& quote) {
-  return {quote.m_dLast, quote.m_dBid, quote.m_dAsk, quote.m_dLast, quote.m_dLast};
+  return {quote.m_dLast, quote.m_dBid,     quote.m_dAsk,      quote.m_dLast,
+          quote.m_dLast, quote.m_dLimitUp, quote.m_dLimitDown};
 }
 
 bool isSame(const TC::CQuote& a, const TC::CQuote& b) {
@@ -59,9 +60,9 @@ CEngine::CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings s
 
 CEngine::~CEngine() { m_market.setListener(nullptr); }
 
-boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket) const {
+boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket) {
   auto command = boost::make_shared<COrderCommand>();
-  command->m_nTaskId = m_settings.m_nFirstTaskId + m_nTasks;
+  command->m_nTaskId = newTaskId();
   command->m_nCommandId = command->m_nTaskId;
   command->m_strKey = COrderCommand::genKey(command->m_nCommandId, command->m_nNumber);
   command->m_nTraderType = m_settings.m_nTraderType;
@@ -75,7 +76,6 @@ boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket
 
 int CEngine::startBasket(const SBasketOrder& basket) {
   const auto command = makeCommand(basket);
-  ++m_nTasks;
   const auto parts = splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()));
   for (std::size_t i = 0; i < parts.size(); ++i) {
     // An account that got no part of any line has nothing to do in this task.
@@ -129,19 +129,23 @@ void CEngine::sendNext(CSubTask& task) {
   const bool buy = DataHelper::isBuy(line.m_nOperation);
   const double price = instrument < 0 ? line.m_dReference : oppositePrice(instrument, buy, line.m_dReference);
   if (!task.hasStarted()) tell((boost::format("任务 [%1%] 开始委托") % task.key()).str());
-  const std::uint64_t id = m_orders.size() + 1;
   const int quantity = line.m_nQuantity;
-  m_orders.push_back({&task, task.send(id, price, seconds())});
-  if (instrument < 0) {
-    task.onRejected(m_orders.back().m_nOrder, "证券未上市", seconds());
-    return;
-  }
   exchange::SMarketOrder order;
-  order.m_nId = id;
+  order.m_nId = nextOrderId();
   order.m_nInstrument = instrument;
   order.m_bBuy = buy;
   order.m_dPrice = price;
   order.m_nQuantity = quantity;
+  const int index = task.send(order.m_nId, price, seconds());
+  submit(task, index, order);
+}
+
+void CEngine::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order) {
+  m_orders.push_back({&owner, index});
+  if (order.m_nInstrument < 0) {
+    owner.onRejected(index, "证券未上市", seconds());
+    return;
+  }
   m_market.submit(order);
 }
 
@@ -153,16 +157,17 @@ double CEngine::oppositePrice(int instrument, bool buy, double fallback) {
 }
 
 void CEngine::onReport(const exchange::SReport& report) {
-  const SOrderRef& ref = m_orders[report.m_nId - 1];
+  // Copied: an owner that is told may send an order, which moves the list.
+  const SOrderRef ref = m_orders[report.m_nId - 1];
   switch (report.m_kind) {
     case exchange::EReport::Accepted:
-      return ref.m_pTask->onAccepted(ref.m_nOrder);
+      return ref.m_pOwner->onAccepted(ref.m_nOrder);
     case exchange::EReport::Rejected:
-      return ref.m_pTask->onRejected(ref.m_nOrder, report.m_pMessage, seconds(report));
+      return ref.m_pOwner->onRejected(ref.m_nOrder, report.m_pMessage, seconds(report));
     case exchange::EReport::Filled:
-      return ref.m_pTask->onFilled(ref.m_nOrder, report.m_nQuantity, report.m_dAmount, seconds(report));
+      return ref.m_pOwner->onFilled(ref.m_nOrder, report.m_nQuantity, report.m_dAmount, seconds(report));
     case exchange::EReport::Cancelled:
-      return ref.m_pTask->onCancelled(ref.m_nOrder, seconds(report));
+      return ref.m_pOwner->onCancelled(ref.m_nOrder, report.m_pMessage, seconds(report));
     case exchange::EReport::CancelRejected:
       return;  // it was filled before the cancel came: the fill has been or will be reported
   }
@@ -212,18 +217,37 @@ void CEngine::activate(CSubTask& task) {
 }
 
 void CEngine::publishChanges() {
+  if (m_pFollower) m_pFollower->beforePublishing();
   for (CSubTask* task : m_active) {
     if (task->isDirty()) publish(*task);
   }
   m_active.erase(
       std::remove_if(m_active.begin(), m_active.end(), [](const CSubTask* task) { return task->isSettled(); }),
       m_active.end());
+  if (m_pFollower) m_pFollower->afterPublishing();
+}
+
+void CEngine::deliver(const desk::SPublication& publication) {
+  m_desk.publishTask(publication);
+  ++m_nPublished;
+}
+
+double CEngine::tradedAmount(int taskId) const {
+  double amount = 0;
+  for (const auto& task : m_subTasks) {
+    if (task->taskId() == taskId) amount += task->tradedAmount();
+  }
+  return amount;
+}
+
+bool CEngine::isTrading(int taskId) const {
+  return std::any_of(m_subTasks.begin(), m_subTasks.end(),
+                     [taskId](const auto& task) { return task->taskId() == taskId && !task->isEnded(); });
 }
 
 void CEngine::publish(CSubTask& task) {
   const int before = task.publishedStatus();
-  m_desk.publishTask(task.publish());
-  ++m_nPublished;
+  deliver(task.publish());
   // That a task runs from its start was told when it was started.
   if (task.status() == before || before == 0) return;
   const std::string& message = task.message();

@@ -9,6 +9,7 @@
 #include "CDesk.h"
 #include "CSubTask.h"
 #include "IMarket.h"
+#include "IOrderOwner.h"
 
 namespace engine {
 
@@ -68,6 +69,28 @@ class CEngine : public exchange::IMarketListener {
   /// no such sub-task or the operation changes nothing in its state.
   bool operate(int taskId, const std::string& accountKey, int operation);
 
+  // For what trades beside the baskets.
+
+  /// One follower; null for none.
+  void setFollower(ITaskFollower* follower) { m_pFollower = follower; }
+  /// A number that no other task of the session has.
+  int newTaskId() { return m_settings.m_nFirstTaskId + m_nTasks++; }
+  /// The number that submit() wants for the next order.
+  std::uint64_t nextOrderId() const { return m_orders.size() + 1; }
+  /// Sends an order; its owner, which must outlive the engine, is told of it by the index that it has there.
+  void submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order);
+  /// Delivers a detail that is not a basket's.
+  void deliver(const desk::SPublication& publication);
+  /// What all sub-tasks of a task have traded, CNY, bought and sold alike.
+  double tradedAmount(int taskId) const;
+  /// Whether some sub-task of the task has not ended.
+  bool isTrading(int taskId) const;
+  void tell(const std::string& text) const;
+  /// Milliseconds since midnight.
+  std::int64_t now() const { return m_nNow; }
+  /// Seconds since the epoch.
+  int seconds() const { return static_cast<int>(m_settings.m_nDayStart + m_nNow / 1000); }
+
   /// Task details published so far.
   std::uint64_t publishedCount() const { return m_nPublished; }
 
@@ -75,7 +98,7 @@ class CEngine : public exchange::IMarketListener {
 
  private:
   struct SOrderRef {
-    CSubTask* m_pTask;
+    IOrderOwner* m_pOwner;
     int m_nOrder;
   };
 
@@ -87,7 +110,7 @@ class CEngine : public exchange::IMarketListener {
     TC::CQuote m_quote;
   };
 
-  boost::shared_ptr<ksservice::COrderCommand> makeCommand(const SBasketOrder& basket) const;
+  boost::shared_ptr<ksservice::COrderCommand> makeCommand(const SBasketOrder& basket);
   void sendDue();
   void sendNext(CSubTask& task);
   double oppositePrice(int instrument, bool buy, double fallback);
@@ -98,14 +121,13 @@ class CEngine : public exchange::IMarketListener {
   void publishChanges();
   void publish(CSubTask& task);
   void publishQuotes();
-  void tell(const std::string& text) const;
   int seconds(const exchange::SReport& report) const;
-  int seconds() const { return static_cast<int>(m_settings.m_nDayStart + m_nNow / 1000); }
 
   desk::CDesk& m_desk;
   exchange::IMarket& m_market;
   SEngineSettings m_settings;
   EventHook m_eventHook;
+  ITaskFollower* m_pFollower = nullptr;
   std::int64_t m_nNow = 0;
   std::int64_t m_nNextQuotes = 0;
   double m_dSendCredit = 0;

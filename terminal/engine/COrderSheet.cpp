@@ -71,6 +71,7 @@ void COrderSheet::fill(int order, int quantity, double amount) {
   filled.m_info.m_dTradedAmount += amount;
   filled.m_bDetailDirty = true;
   m_nTraded += quantity;
+  m_dTraded += amount;
   if (filled.left() <= 0) end(filled);
 }
 

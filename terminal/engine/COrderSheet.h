@@ -58,6 +58,8 @@ class COrderSheet {
   int rejectedCount() const { return m_nRejected; }
   bool areAllFilled() const;
   int tradedVolume() const { return m_nTraded; }
+  /// CNY.
+  double tradedAmount() const { return m_dTraded; }
 
   /// Puts the orders into the detail, those that did not change since the last time shared with it, and what changed of
   /// their order details beside it.
@@ -73,6 +75,7 @@ class COrderSheet {
   int m_nWorking = 0;
   int m_nRejected = 0;
   int m_nTraded = 0;
+  double m_dTraded = 0;
 };
 
 }  // namespace engine

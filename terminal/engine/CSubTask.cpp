@@ -64,7 +64,7 @@ void CSubTask::onFilled(int order, int quantity, double amount, int seconds) {
   endIfDone(seconds);
 }
 
-void CSubTask::onCancelled(int order, int seconds) {
+void CSubTask::onCancelled(int order, const std::string& /*message*/, int seconds) {
   m_orders.cancel(order);
   m_bDirty = true;
   endIfDone(seconds);

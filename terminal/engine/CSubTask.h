@@ -7,6 +7,7 @@
 
 #include "CDesk.h"
 #include "COrderSheet.h"
+#include "IOrderOwner.h"
 #include "SplitLines.h"
 #include "ksservice/CTaskDetail.h"
 
@@ -14,7 +15,7 @@ namespace engine {
 
 /// One account's part of a basket: its lines, its orders and what becomes of them. Knows no market and no clock: the
 /// engine tells it what happened. Everything on the engine's thread; what publish() handed out is never changed.
-class CSubTask {
+class CSubTask : public IOrderOwner {
  public:
   struct SIdentity {
     boost::shared_ptr<ksservice::COrderCommand> m_pCommand;
@@ -30,6 +31,8 @@ class CSubTask {
   const std::vector<SOrderLine>& lines() const { return m_lines; }
   int status() const;
   const std::string& message() const { return m_strMessage; }
+  /// CNY, bought and sold alike.
+  double tradedAmount() const { return m_orders.tradedAmount(); }
 
   /// Whether a next line may be sent now: there is one, and the task is neither paused nor stopped.
   bool canSend() const { return hasUnsent() && !m_bPaused && !m_bStopped; }
@@ -44,10 +47,10 @@ class CSubTask {
   /// The market's numbers of the orders that may still fill.
   std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
 
-  void onAccepted(int order);
-  void onRejected(int order, const std::string& message, int seconds);
-  void onFilled(int order, int quantity, double amount, int seconds);
-  void onCancelled(int order, int seconds);
+  void onAccepted(int order) override;
+  void onRejected(int order, const std::string& message, int seconds) override;
+  void onFilled(int order, int quantity, double amount, int seconds) override;
+  void onCancelled(int order, const std::string& message, int seconds) override;
 
   /// Each returns whether the operation changed anything.
   bool pause();

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+namespace engine {
+
+/// Has orders in the market, which it knows by an index of its own, and is told what becomes of each of them. On the
+/// engine's thread. Times are seconds since the epoch.
+class IOrderOwner {
+ public:
+  virtual ~IOrderOwner() = default;
+  virtual void onAccepted(int order) = 0;
+  virtual void onRejected(int order, const std::string& message, int seconds) = 0;
+  /// amount: CNY of this fill.
+  virtual void onFilled(int order, int quantity, double amount, int seconds) = 0;
+  /// message: why, when nobody asked for it.
+  virtual void onCancelled(int order, const std::string& message, int seconds) = 0;
+};
+
+/// Follows what the tasks of an engine trade. On the engine's thread.
+class ITaskFollower {
+ public:
+  virtual ~ITaskFollower() = default;
+  /// Called each time before and after the engine publishes what has changed in its tasks.
+  virtual void beforePublishing() = 0;
+  virtual void afterPublishing() = 0;
+};
+
+}  // namespace engine
