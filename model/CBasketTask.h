@@ -218,7 +218,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void logShape(const char* pattern, bool multiType, const RowMap& side) const;
 
   // The root's own facts
-  SStatusFacts statusFacts() const;
+  SStatusFacts statusFacts(const DetailMap& details) const;
+  ksservice::ETaskStatus verdict(const SStatusFacts& facts, const char* function);
   void handHedgeOver();
   void updateStartTime(const ksservice::CTaskDetail& detail);
   void updateEndTime(const ksservice::CTaskDetail& detail);
@@ -226,13 +227,27 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void writeBackFinished(const ksservice::CTaskDetail& detail);
   void updateLocalInfoKey(const ksservice::CTaskDetail& detail);
 
+  // Hedge
+  void addHedgeRow(const ksservice::CTaskDetail& d);
+  void countHedge();
+
   // Operations
   DetailList details(bool own, bool patches) const;
   void send(const ksservice::CTaskDetail& detail, const OpRecordPtr& record);
   void setHedgeStatus(int status);
+  void resumeHedge();
+  /// Takes a status that an operation leads to, once the derived status agrees.
   bool settle(ksservice::ETaskStatus expected);
-  void announce(int status);
+  int rootStatus() const;
   bool onlyHedgeUnfinished() const;
+  /// Announces a status of the root.
+  void announce(int status);
+  /// Announces it at the end of an operation that came to nothing.
+  void announceEnded(int status);
+
+  // Patching
+  bool settleByPatches();
+  void settlePatches(const ksservice::CTaskDetail* detail);
 
   std::unique_ptr<CBasketTaskItem> m_pRoot;
   const QString m_strKey;
@@ -247,7 +262,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   DetailMap m_mapDetails;
   DetailMap m_mapHedgeDetails;
   DetailMap m_mapPatchDetails;
-  DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
+  DetailMap m_mapAlgoDetails;         ///< server tasks, by the key of their progress
+  bool m_bHedgeAmountPending = true;  ///< the hedge row was not priced yet
   mutable boost::recursive_mutex m_mutex;
 
   CRowLedger m_ledger;    ///< owns the rows of both maps

@@ -53,10 +53,10 @@ void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
   Q_EMIT sigTaskOrder(n->m_strHpfTreeKey, n->m_nOrderCount, n->m_nOrderCount2);
 }
 
-SStatusFacts CBasketTask::statusFacts() const {
+SStatusFacts CBasketTask::statusFacts(const DetailMap& details) const {
   SStatusFacts facts;
   bool first = true;
-  for (const auto& detail : m_mapDetails) {
+  for (const auto& detail : details) {
     addDetailStatus(facts, detail->m_nStatus, first);
     first = false;
   }
@@ -72,8 +72,12 @@ SStatusFacts CBasketTask::statusFacts() const {
 
 ksservice::ETaskStatus CBasketTask::status() {
   const Lock lock(m_mutex);
-  const SStatusVerdict verdict = deriveStatus(statusFacts());
-  if (verdict.hedgeRowRuns) utils::logInfo(this, "CBasketTask::status", "m_pHedgeItem status running");
+  return verdict(statusFacts(m_mapDetails), "CBasketTask::status");
+}
+
+ksservice::ETaskStatus CBasketTask::verdict(const SStatusFacts& facts, const char* function) {
+  const SStatusVerdict verdict = deriveStatus(facts);
+  if (verdict.hedgeRowRuns) utils::logInfo(this, function, "m_pHedgeItem status running");
   if (verdict.ended) handHedgeOver();
   return verdict.status;
 }

@@ -2,18 +2,11 @@
 
 #include <QColor>
 
+#include "EHpfBasketTaskStatus.h"
 #include "StagedTask.h"
 #include "ksservice/Enumerations.h"
 
 namespace TC {
-
-/// Statuses of the table beyond the host's ETaskStatus.
-enum EHpfBasketTaskStatus : int {
-  EHBTS_HedgeCancelled = -1,
-  EHBTS_Patching = 10000,
-  EHBTS_PatchFailed = 10001,
-  EHBTS_PatchFinished = 10002
-};
 
 /// How progress is shown; the value is part of the table's parameter string.
 enum EProcessDisplay : int { EPD_Amount = 0, EPD_Quantity = 1 };
