@@ -65,6 +65,16 @@ QString CEnumsDataHelper::orderTypeToFormatString(int orderType) {
   return QString();
 }
 
+QString CEnumsDataHelper::priceTypeToFormatString(int priceType) {
+  static const std::unordered_map<int, const char*> names = {
+      {EPT_Limit, "限价"},         {EPT_SellerLimit, "限价"},  {EPT_Latest, "最新价"},
+      {EPT_LimitUp, "涨停价"},     {EPT_LimitDown, "跌停价"},  {EPT_User, "指定价"},
+      {EPT_Counterpart, "对手价"}, {EPT_MarketSH, "沪市市价"}, {EPT_MarketSZ, "深市市价"},
+  };
+  const auto named = names.find(priceType);
+  return named == names.end() ? QString::number(priceType) : QString::fromUtf8(named->second);
+}
+
 bool DataHelper::isBuy(int operation) {
   const auto named = operations().find(operation);
   return named != operations().end() && named->second.buy;

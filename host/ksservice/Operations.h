@@ -15,6 +15,8 @@ const QString& operationText(int operation);
 struct CEnumsDataHelper {
   /// "普通交易", "智能算法", or empty for an order type that has no text.
   static QString orderTypeToFormatString(int orderType);
+  /// The name of a price type, decimal for one that has none.
+  static QString priceTypeToFormatString(int priceType);
 };
 
 struct DataHelper {

@@ -16,23 +16,6 @@ CBaseTaskParamWidget::ShowObserver& showObserver() {
   return observer;
 }
 
-QString priceTypeText(int priceType) {
-  switch (priceType) {
-    case ksservice::EPT_Limit:
-    case ksservice::EPT_SellerLimit:
-      return QStringLiteral("限价");
-    case ksservice::EPT_User:
-      return QStringLiteral("指定价");
-    case ksservice::EPT_Counterpart:
-      return QStringLiteral("对手价");
-    case ksservice::EPT_MarketSH:
-    case ksservice::EPT_MarketSZ:
-      return QStringLiteral("市价");
-    default:
-      return QString::number(priceType);
-  }
-}
-
 /// The texts of all lines that differ, joined by "/".
 QString join(const std::vector<CCodeOrderParam>& params, QString (*text)(const CCodeOrderParam&)) {
   QStringList texts;
@@ -69,8 +52,9 @@ void CBaseTaskParamWidget::setParams(const std::vector<CCodeOrderParam>& params)
           join(params, [](const CCodeOrderParam& p) { return orderTypeToString(p.m_nOrderType); }));
   addLine(QStringLiteral("买卖方向"),
           join(params, [](const CCodeOrderParam& p) { return operationToString(p.m_nOperation); }));
-  addLine(QStringLiteral("价格类型"),
-          join(params, [](const CCodeOrderParam& p) { return priceTypeText(p.m_nPriceType); }));
+  addLine(QStringLiteral("价格类型"), join(params, [](const CCodeOrderParam& p) {
+            return ksservice::CEnumsDataHelper::priceTypeToFormatString(p.m_nPriceType);
+          }));
   addLine(QStringLiteral("证券数"), QString::number(params.size()));
   addLine(QStringLiteral("委托数量"), QString::number(volume));
   if (params.size() == 1) {
