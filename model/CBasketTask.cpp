@@ -4,7 +4,6 @@
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
-#include "tc/CBasketHedgeManager.h"
 #include "tc/Services.h"
 #include "utils/Keys.h"
 
@@ -117,16 +116,6 @@ void CBasketTask::getAlgoTaskKey(const CTaskDetail& detail, std::string& out) {
   // Without a command record there is no other name than the server's own.
   const bool byCommand = detail.m_nTaskId >= FIRST_COMMAND_KEYED_TASK && detail.m_pCommand;
   out = byCommand ? detail.m_pCommand->m_strAlgoTaskKey : ksservice::CTaskHelper::genServerTaskKey(detail);
-}
-
-void CBasketTask::setHedgeParam(const ksservice::CBasketHedgeParam& p, bool start) {
-  const Lock lock(m_mutex);
-  const bool handedOver = m_hedgeParam.m_bHandedOver || p.m_bHandedOver;
-  m_hedgeParam = p;
-  m_hedgeParam.m_bHandedOver = handedOver;
-  CBasketHedgeManager& manager = getBasketHedgeManager();
-  manager.setParam(m_nGroupId, m_nCommandId, m_hedgeParam);
-  if (start) manager.startHedge(m_nGroupId);
 }
 
 }  // namespace TC
