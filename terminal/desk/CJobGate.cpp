@@ -22,8 +22,8 @@ void CJobGate::jobBegins(utils::EPanelJob job) {
   BeginHook hook;
   {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return !m_bHold && m_nChangeDepth == 0; });
-    hook = m_hook;
+    m_changed.wait(lock, [this] { return !m_bHold && m_nChangeDepth == 0 && m_nFences == 0; });
+    hook = m_beginHook;
   }
   // No change can start now: this job is still posted.
   if (hook) hook(job);
@@ -37,10 +37,45 @@ void CJobGate::jobEnded(utils::EPanelJob) {
   m_changed.notify_all();
 }
 
-void CJobGate::setRecording(bool on, BeginHook hook) {
+void CJobGate::setRecording(bool on, BeginHook beginHook, FenceHook fenceHook) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_bRecording = on;
-  m_hook = std::move(hook);
+  m_bFencesDropped = false;
+  m_beginHook = std::move(beginHook);
+  m_fenceHook = std::move(fenceHook);
+}
+
+void CJobGate::fence() {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_bRecording || m_bFencesDropped) return;
+    ++m_nFences;
+  }
+  QMetaObject::invokeMethod(
+      &m_receiver, [this] { passFence(); }, Qt::QueuedConnection);
+}
+
+void CJobGate::passFence() {
+  FenceHook hook;
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    hook = m_fenceHook;
+  }
+  if (hook) hook();
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_nFences > 0) --m_nFences;
+  }
+  m_changed.notify_all();
+}
+
+void CJobGate::dropFences() {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bFencesDropped = true;
+    m_nFences = 0;
+  }
+  m_changed.notify_all();
 }
 
 void CJobGate::setHold(bool on) {
@@ -90,7 +125,7 @@ bool CJobGate::beginChange() {
   if (m_nChangeDepth == 0 || m_changer != self) {
     // The GUI thread waits for the end of another change at most, which is short and waits for nothing itself.
     const bool waitForJobs = !onGuiThread();
-    m_changed.wait(lock, [&] { return free() && (!waitForJobs || m_nJobs == 0); });
+    m_changed.wait(lock, [&] { return free() && (!waitForJobs || (m_nJobs == 0 && m_nFences == 0)); });
   }
   m_changer = self;
   ++m_nChangeDepth;

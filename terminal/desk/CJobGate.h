@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -17,13 +18,21 @@ class CJobGate : public utils::IJobMonitor {
  public:
   /// Called where a job begins, on the worker, while no change is under way. Must not change the desk.
   using BeginHook = std::function<void(utils::EPanelJob)>;
+  /// Called on the GUI thread when it has worked off what a change queued for it.
+  using FenceHook = std::function<void()>;
 
   void jobPosted(utils::EPanelJob job) override;
   void jobBegins(utils::EPanelJob job) override;
   void jobEnded(utils::EPanelJob job) override;
 
-  /// Whether jobs and changes exclude each other; the hook may be empty. GUI thread, while no job is posted.
-  void setRecording(bool on, BeginHook hook = {});
+  /// Whether jobs and changes exclude each other; the hooks may be empty. GUI thread, while no job is posted.
+  void setRecording(bool on, BeginHook beginHook = {}, FenceHook fenceHook = {});
+
+  /// While a recording is made, no further change or job begins until the GUI thread has worked off what is queued for
+  /// it now, so that what follows from a change stands right behind it. Any thread, within the change.
+  void fence();
+  /// Fences hold nothing back any more: the GUI thread is about to wait for the other threads. GUI thread.
+  void dropFences();
 
   /// While on, no job begins: a replay lets the GUI thread finish what it does before a job that it posted runs. Any
   /// thread.
@@ -52,6 +61,7 @@ class CJobGate : public utils::IJobMonitor {
 
  private:
   bool mustWait() const;
+  void passFence();
   bool beginChange();
   void endChange();
 
@@ -59,10 +69,14 @@ class CJobGate : public utils::IJobMonitor {
   mutable std::condition_variable m_changed;
   bool m_bRecording = false;
   bool m_bHold = false;
-  int m_nJobs = 0;  ///< posted and not ended
+  bool m_bFencesDropped = false;
+  int m_nJobs = 0;    ///< posted and not ended
+  int m_nFences = 0;  ///< not passed by the GUI thread
   std::thread::id m_changer;
   int m_nChangeDepth = 0;
-  BeginHook m_hook;
+  BeginHook m_beginHook;
+  FenceHook m_fenceHook;
+  QObject m_receiver;  ///< of what is queued for the GUI thread, on which a gate is made
 };
 
 }  // namespace desk

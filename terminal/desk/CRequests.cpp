@@ -89,6 +89,7 @@ bool CRequests::replyToCreate(const utils::KSError& error, int taskId) {
   if (!takeOldest(m_creations, completion)) return false;
   m_tell([&](IDeskObserver& observer) { observer.onCreateReply(error, taskId); });
   if (completion) completion(error, taskId);
+  m_gate.fence();
   return true;
 }
 
@@ -98,6 +99,7 @@ bool CRequests::replyToOperation(const utils::KSError& error, const bson::BSONOb
   if (!takeOldest(m_operations, completion)) return false;
   m_tell([&](IDeskObserver& observer) { observer.onServerReply(error, reply); });
   if (completion) completion(error, reply);
+  m_gate.fence();
   return true;
 }
 
@@ -108,6 +110,7 @@ bool CRequests::replyToQuery(const TC::OrderProcessMap& data, const utils::KSErr
   if (!takeOldest(m_queries, completion)) return false;
   m_tell([&](IDeskObserver& observer) { observer.onOrderProcess(data, error, result); });
   if (completion) completion(data, error, result);
+  m_gate.fence();
   return true;
 }
 

@@ -3,12 +3,15 @@
 
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "utils/BSONObj.h"
 
 namespace journal {
 
@@ -18,12 +21,9 @@ class CLineFault : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The texts of an enumeration's values, and those texts that a later version will know.
+/// The texts of an enumeration's values.
 template <typename Enum>
-struct SNames {
-  std::vector<std::pair<Enum, const char*>> m_names;
-  std::vector<const char*> m_later;
-};
+using Names = std::vector<std::pair<Enum, const char*>>;
 
 /// Takes fields out of a JSON object. A fault names the field by its path from the line.
 class CReadArchive {
@@ -54,19 +54,30 @@ class CReadArchive {
   }
 
   template <typename Enum>
-  void choice(const char* name, Enum& value, const SNames<Enum>& names) const {
+  void choice(const char* name, Enum& value, const Names<Enum>& names) const {
     std::string text;
     required(name, text);
-    for (const auto& [each, eachText] : names.m_names) {
+    for (const auto& [each, eachText] : names) {
       if (text == eachText) {
         value = each;
         return;
       }
     }
-    for (const char* later : names.m_later) {
-      if (text == later) fail(name, "'" + text + "' is not supported by this version");
-    }
     fail(name, "'" + text + "' is unknown");
+  }
+
+  /// The value whose text is the name of a field.
+  template <typename Enum>
+  void alternative(Enum& value, const Names<Enum>& names) const {
+    std::string known;
+    for (const auto& [each, eachText] : names) {
+      if (find(eachText)) {
+        value = each;
+        return;
+      }
+      known += (known.empty() ? "\"" : ", \"") + std::string(eachText) + "\"";
+    }
+    throw CLineFault("field \"" + m_strPath.substr(0, m_strPath.size() - 1) + "\" must have one of " + known);
   }
 
   /// A list of objects, empty where it is left out; read(archive, item) takes each.
@@ -138,6 +149,18 @@ class CReadArchive {
     if (!json.is_string()) fail(name, "must be a text");
     value = json.get<std::string>();
   }
+  void convert(const Json& json, const char* name, bson::BSONObj& value) const {
+    const std::optional<bson::BSONObj> document =
+        json.is_object() ? bson::BSONObj::fromJson(json.dump()) : std::optional<bson::BSONObj>();
+    if (!document) fail(name, "must be a document");
+    value = *document;
+  }
+  template <typename T>
+  void convert(const Json& json, const char* name, std::map<std::string, T>& values) const {
+    if (!json.is_object()) fail(name, "must be an object");
+    values.clear();
+    for (const auto& [key, each] : json.items()) convert(each, (name + ("." + key)).c_str(), values[key]);
+  }
   void convert(const Json& json, const char* name, std::vector<int>& values) const {
     if (!json.is_array()) fail(name, "must be a list of integers");
     values.clear();
@@ -148,12 +171,12 @@ class CReadArchive {
   std::string m_strPath;
 };
 
-/// Puts fields into a JSON object; those that have their default are left out.
+/// Puts fields into a JSON object; those that have their default are left out, unless the archive is complete.
 class CWriteArchive {
  public:
   using Json = nlohmann::ordered_json;
 
-  explicit CWriteArchive(Json& object) : m_object(object) {}
+  explicit CWriteArchive(Json& object, bool complete = false) : m_object(object), m_bComplete(complete) {}
 
   template <typename T>
   void required(const char* name, const T& value) {
@@ -162,7 +185,11 @@ class CWriteArchive {
 
   template <typename T>
   void optional(const char* name, const T& value, const T& unset = T()) {
-    if (value != unset) m_object[name] = value;
+    if (m_bComplete || value != unset) m_object[name] = value;
+  }
+
+  void optional(const char* name, const bson::BSONObj& value) {
+    if (!value.isEmpty()) m_object[name] = Json::parse(value.toString());
   }
 
   template <typename T>
@@ -171,11 +198,15 @@ class CWriteArchive {
   }
 
   template <typename Enum>
-  void choice(const char* name, Enum value, const SNames<Enum>& names) {
-    for (const auto& [each, text] : names.m_names) {
+  void choice(const char* name, Enum value, const Names<Enum>& names) {
+    for (const auto& [each, text] : names) {
       if (each == value) m_object[name] = text;
     }
   }
+
+  /// The field that has the value's name says it.
+  template <typename Enum>
+  void alternative(Enum, const Names<Enum>&) {}
 
   template <typename T, typename Write>
   void list(const char* name, std::vector<T>& items, const Write& write) {
@@ -183,7 +214,7 @@ class CWriteArchive {
     Json& array = m_object[name] = Json::array();
     for (T& item : items) {
       Json inner = Json::object();
-      CWriteArchive archive(inner);
+      CWriteArchive archive(inner, m_bComplete);
       write(archive, item);
       array.push_back(std::move(inner));
     }
@@ -193,13 +224,14 @@ class CWriteArchive {
   void object(const char* name, std::optional<T>& value, const Write& write) {
     if (!value) return;
     Json inner = Json::object();
-    CWriteArchive archive(inner);
+    CWriteArchive archive(inner, m_bComplete);
     write(archive, *value);
     m_object[name] = std::move(inner);
   }
 
  private:
   Json& m_object;
+  bool m_bComplete;
 };
 
 }  // namespace journal

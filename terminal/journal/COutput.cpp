@@ -3,9 +3,11 @@
 #include <QPointer>
 #include <nlohmann/json.hpp>
 
+#include "Archive.h"
+#include "DialogDump.h"
+#include "RecordFields.h"
 #include "TableDump.h"
 #include "gv/CHpfTreeTable.h"
-#include "ksservice/CBasketHedgeParam.h"
 #include "tc/CTaskOrdersWidget.h"
 #include "tc/CTaskParamWidget.h"
 #include "tc/ITradeDockableWidget.h"
@@ -19,6 +21,38 @@ using Json = nlohmann::ordered_json;
 Json hedgeParam(const ksservice::CBasketHedgeParam& param) {
   return {{"enabled", param.m_bEnabled},   {"market", param.m_strMarket},     {"code", param.m_strCode},
           {"account", param.m_strAccount}, {"operation", param.m_nOperation}, {"volume", param.m_nVolume}};
+}
+
+/// The fields of a task line's command and parameters, those included that have their default.
+Json command(ksservice::COrderCommand command) {
+  Json json = Json::object();
+  CWriteArchive archive(json, true);
+  commandFields(archive, command);
+  archive.optional("type", command.m_nType);
+  return json;
+}
+
+Json params(const std::vector<ksservice::CCodeOrderParam>& params) {
+  Json list = Json::array();
+  for (const ksservice::CCodeOrderParam& param : params) {
+    STaskParam line{param.m_pAccount ? param.m_pAccount->getKey() : std::string(), param};
+    CWriteArchive archive(list.emplace_back(Json::object()), true);
+    paramFields(archive, line);
+  }
+  return list;
+}
+
+/// A call that hands a record of an operation over; whom it is for stands between.
+Json operation(const char* call, const Json& whom, const ksservice::CTaskOpRecord& record) {
+  Json line{{"call", call}};
+  line.update(whom);
+  line.update(
+      Json{{"operation", record.m_nOperation}, {"operator", record.m_strOperator}, {"remark", record.m_strRemark}});
+  return line;
+}
+
+Json localTask(int taskId, const desk::AccountPtr& account) {
+  return {{"id", taskId}, {"account", account ? account->getKey() : std::string()}};
 }
 
 /// The path of the row whose orders a window shows; its key is the key of a root followed by that of a node.
@@ -90,7 +124,13 @@ void COutput::messageBox(const QString& title, const QString& text) {
 
 void COutput::setClipboard(const QString& text) { put({{"call", "setClipboard"}, {"text", text.toStdString()}}); }
 
-void COutput::dialogDismissed(const QString& title) { put({{"dialog", title.toStdString()}, {"result", "rejected"}}); }
+void COutput::showSettingPage(const QString& text) { put({{"call", "showSettingPage"}, {"text", text.toStdString()}}); }
+
+void COutput::dump(const GV::CCommonDialog& dialog, const std::string& name) { put(dialogDump(dialog, name)); }
+
+void COutput::dialogResult(const QString& title, bool accepted) {
+  put({{"dialog", title.toStdString()}, {"result", accepted ? "accepted" : "rejected"}});
+}
 
 bool COutput::isGood() const {
   const std::lock_guard<std::mutex> lock(m_mutex);
@@ -110,5 +150,41 @@ void COutput::onSetHedgeParam(int groupId, int commandId, const ksservice::CBask
 }
 
 void COutput::onStartHedge(int groupId) { put({{"call", "startHedge"}, {"group", groupId}}); }
+
+void COutput::onPauseHedge(int groupId) { put({{"call", "pauseHedge"}, {"group", groupId}}); }
+
+void COutput::onStopHedge(int groupId) { put({{"call", "stopHedge"}, {"group", groupId}}); }
+
+void COutput::onCreateTask(const desk::SCreateRequest& request) {
+  put({{"call", "createTask"},
+       {"command", command(request.m_command)},
+       {"params", params(request.m_params)},
+       {"traderType", request.m_nTraderType},
+       {"hedgeType", request.m_nHedgeType}});
+}
+
+void COutput::onOperateServerTask(const std::string& serverTaskKey, const ksservice::CTaskOpRecord& record) {
+  put(operation("operateServerTask", {{"task", serverTaskKey}}, record));
+}
+
+void COutput::onQueryOrderProcess(const std::vector<std::string>& serverTaskKeys) {
+  put({{"call", "queryOrderProcess"}, {"tasks", serverTaskKeys}});
+}
+
+void COutput::onOperateLocalTask(int taskId, const desk::AccountPtr& account, const ksservice::CTaskOpRecord& record) {
+  put(operation("operateLocalTask", localTask(taskId, account), record));
+}
+
+void COutput::onPauseLocalTask(int taskId, const desk::AccountPtr& account) {
+  Json line{{"call", "pauseLocalTask"}};
+  line.update(localTask(taskId, account));
+  put(line);
+}
+
+void COutput::onResumeLocalTask(int taskId, const desk::AccountPtr& account) {
+  Json line{{"call", "resumeLocalTask"}};
+  line.update(localTask(taskId, account));
+  put(line);
+}
 
 }  // namespace journal

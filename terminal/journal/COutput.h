@@ -9,8 +9,9 @@
 #include "IDeskObserver.h"
 
 namespace GV {
+class CCommonDialog;
 class CHpfTreeTable;
-}
+}  // namespace GV
 namespace TC {
 class ITradeDockableWidget;
 }
@@ -35,8 +36,11 @@ class COutput : public desk::IDeskObserver {
   void dump(const TC::ITradeDockableWidget& panel, const std::string& name);
   void messageBox(const QString& title, const QString& text);
   void setClipboard(const QString& text);
-  /// A dialog that opened while the journal had no answer for it.
-  void dialogDismissed(const QString& title);
+  void showSettingPage(const QString& text);
+  /// A modal dialog as it stands. GUI thread.
+  void dump(const GV::CCommonDialog& dialog, const std::string& name);
+  /// A modal dialog has ended.
+  void dialogResult(const QString& title, bool accepted);
   /// False once a line could not be written.
   bool isGood() const;
 
@@ -44,6 +48,14 @@ class COutput : public desk::IDeskObserver {
   void onShowMsg(const QString& text, int kind) override;
   void onSetHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override;
   void onStartHedge(int groupId) override;
+  void onPauseHedge(int groupId) override;
+  void onStopHedge(int groupId) override;
+  void onCreateTask(const desk::SCreateRequest& request) override;
+  void onOperateServerTask(const std::string& serverTaskKey, const ksservice::CTaskOpRecord& record) override;
+  void onQueryOrderProcess(const std::vector<std::string>& serverTaskKeys) override;
+  void onOperateLocalTask(int taskId, const desk::AccountPtr& account, const ksservice::CTaskOpRecord& record) override;
+  void onPauseLocalTask(int taskId, const desk::AccountPtr& account) override;
+  void onResumeLocalTask(int taskId, const desk::AccountPtr& account) override;
 
  private:
   void watchWindows(GV::CHpfTreeTable& table);

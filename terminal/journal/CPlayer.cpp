@@ -17,6 +17,7 @@
 #include "gv/CClipboard.h"
 #include "gv/CFileDialog.h"
 #include "gv/CMessageBox.h"
+#include "tc/CSettingDialogNew.h"
 
 namespace journal {
 namespace {
@@ -36,18 +37,40 @@ class CHold {
   desk::CJobGate& m_gate;
 };
 
+CLineFault unanswered(const std::string& what) { return CLineFault("no " + what + " is unanswered"); }
+
+utils::KSError toError(const std::optional<std::string>& text) {
+  return text ? utils::KSError(*text) : utils::KSError();
+}
+
+/// The reader has seen the line of the account.
+boost::shared_ptr<const ksservice::CAccountInfo> findAccount(const desk::CDesk& desk, const std::string& key) {
+  desk::SAccount account;
+  desk.findAccount(key, account);
+  return account.m_pInfo;
+}
+
 }  // namespace
 
 CPlayer::CPlayer(desk::CDesk& desk, desk::CHostServices& services, PanelFactory createPanel, COutput& output,
                  std::ostream& errors)
-    : m_desk(desk), m_services(services), m_createPanel(std::move(createPanel)), m_output(output), m_errors(errors) {
+    : m_desk(desk),
+      m_services(services),
+      m_createPanel(std::move(createPanel)),
+      m_output(output),
+      m_errors(errors),
+      m_dialogs(
+          output, [this](int count) { playInDialog(count); },
+          [this](int line, const std::string& what) { fail(line, what); }) {
   m_desk.addObserver(&m_output);
   GV::CMessageBox::setPresenter(
       [this](QWidget*, const QString& title, const QString& text) { m_output.messageBox(title, text); });
   GV::CFileDialog::setPresenter([this](QWidget*, const QString& caption) {
-    m_output.dialogDismissed(caption);
+    m_output.dialogResult(caption, false);
     return QString();
   });
+  TC::CSettingDialogNew::setPresenter(
+      [this](TC::ESettingPage, const QString& text) { m_output.showSettingPage(text); });
   GV::CClipboard::setObserver([this](const QString& text) { m_output.setClipboard(text); });
 }
 
@@ -56,34 +79,49 @@ CPlayer::~CPlayer() {
   GV::CMessageBox::setPresenter({});
   GV::CFileDialog::setPresenter({});
   GV::CClipboard::setObserver({});
+  TC::CSettingDialogNew::setPresenter({});
   m_desk.removeObserver(&m_output);
 }
 
 CPlayer::EExit CPlayer::play(std::istream& in, const std::string& fileName) {
-  const SJournal journal = readJournal(in, fileName);
-  if (!journal.m_strFault.empty()) {
-    m_errors << journal.m_strFault << std::endl;
-    return ExitMalformed;
-  }
+  SJournal journal = readJournal(in, fileName);
+  m_strFile = fileName;
+  m_strFault = std::move(journal.m_strFault);
+  m_lines = std::move(journal.m_lines);
+  m_nNext = 0;
   QElapsedTimer timer;
   timer.start();
   m_nStart = timer.msecsSinceReference();
-  for (const SLine& line : journal.m_lines) {
-    try {
-      start(line);
-      if (m_bStopped) break;
-      {
-        const CHold hold(m_desk.gate());
-        std::visit([this](const auto& body) { play(body); }, line.m_body);
-      }
-      settle();
-    } catch (const CLineFault& fault) {
-      settle();
-      m_errors << faultText(fileName, line.m_nNumber, fault.what()) << std::endl;
-      return ExitMalformed;
-    }
+  while (!isDone()) playNext();
+  if (m_strFault.empty()) return ExitPlayed;
+  m_errors << m_strFault << std::endl;
+  return ExitMalformed;
+}
+
+void CPlayer::playNext() {
+  const SLine& line = m_lines[m_nNext++];
+  try {
+    start(line);
+    if (m_bStopped) return;
+    const CHold hold(m_desk.gate());
+    m_nNumber = line.m_nNumber;
+    std::visit([this](const auto& body) { play(body); }, line.m_body);
+  } catch (const CLineFault& fault) {
+    fail(line.m_nNumber, fault.what());
   }
-  return ExitPlayed;
+  settle();
+}
+
+/// Lines that came while a dialog was open. What the dialog's own line holds back is let go for them.
+void CPlayer::playInDialog(int count) {
+  m_desk.gate().setHold(false);
+  settle();
+  for (int i = 0; i < count && !isDone(); ++i) playNext();
+  m_desk.gate().setHold(true);
+}
+
+void CPlayer::fail(int line, const std::string& what) {
+  if (m_strFault.empty()) m_strFault = faultText(m_strFile, line, what);
 }
 
 void CPlayer::start(const SLine& line) {
@@ -155,6 +193,19 @@ void CPlayer::play(const STradingDayLine& line) { m_services.announceTradingDay(
 
 void CPlayer::play(const SStockUnitChangeLine&) { m_services.announceStockUnitChange(); }
 
+void CPlayer::play(const SServerReplyLine& line) {
+  if (!m_desk.requests().replyToOperation(toError(line.m_strError), line.m_document)) throw unanswered("operation");
+}
+
+void CPlayer::play(const SCreateReplyLine& line) {
+  if (!m_desk.requests().replyToCreate(toError(line.m_strError), line.m_nTaskId)) throw unanswered("creation");
+}
+
+void CPlayer::play(const SOrderProcessLine& line) {
+  const bool asked = m_desk.requests().replyToQuery(line.m_data, toError(line.m_strError), line.m_document);
+  if (!asked) throw unanswered("order-process query");
+}
+
 void CPlayer::play(const SOpenLine&) {
   if (m_pPanel) throw CLineFault("a panel is open already");
   m_pPanel = m_createPanel();
@@ -183,10 +234,23 @@ void CPlayer::play(const SHostLine& line) {
       return panel.setParam(QString::fromStdString(line.m_strText));
     case EHostAct::SetTradeType:
       return panel.setTradeType(EMavTraderType(line.m_nTraderType));
+    case EHostAct::SetUiLock:
+      return panel.setUiLock(line.m_bOn);
+    case EHostAct::PrepareActive:
+      return panel.prepareActive();
+    case EHostAct::RequestAccount:
+      return panel.requestAccount(*findAccount(m_desk, line.m_strAccount));
+    case EHostAct::LoadAccountGroupSettings:
+      return panel.loadAccountGroupSettings();
+    case EHostAct::Patch:
+      return patchRow(panel, line.m_strRow, line.m_nPriceType);
   }
 }
 
-void CPlayer::play(const SUserLine& line) { performUserAct(openPanel(), line); }
+void CPlayer::play(const SUserLine& line) {
+  if (line.m_eAct == EUserAct::Dialog) return m_dialogs.queue(line.m_acts, m_nNumber);
+  performUserAct(openPanel(), line);
+}
 
 void CPlayer::play(const SDumpLine& line) { m_output.dump(openPanel(), line.m_strName); }
 

@@ -5,13 +5,12 @@
 #include <istream>
 #include <ostream>
 #include <string>
+#include <vector>
 
+#include "CDialogScript.h"
 #include "Lines.h"
 #include "tc/ITradeDockableWidget.h"
 
-namespace GV {
-class CHpfTreeTable;
-}
 namespace desk {
 class CHostServices;
 }
@@ -52,6 +51,10 @@ class CPlayer {
   TC::ITradeDockableWidget* panel() const { return m_pPanel; }
 
  private:
+  bool isDone() const { return m_bStopped || !m_strFault.empty() || m_nNext >= m_lines.size(); }
+  void playNext();
+  void playInDialog(int count);
+  void fail(int line, const std::string& what);
   void start(const SLine& line);
   void waitFor(qint64 msec) const;
   void settle();
@@ -69,6 +72,9 @@ class CPlayer {
   void play(const SHedgeStatusLine& line);
   void play(const STradingDayLine& line);
   void play(const SStockUnitChangeLine& line);
+  void play(const SServerReplyLine& line);
+  void play(const SCreateReplyLine& line);
+  void play(const SOrderProcessLine& line);
   void play(const SOpenLine& line);
   void play(const SCloseLine& line);
   void play(const SRefreshLine& line);
@@ -84,7 +90,13 @@ class CPlayer {
   PanelFactory m_createPanel;
   COutput& m_output;
   std::ostream& m_errors;
+  CDialogScript m_dialogs;
   QPointer<TC::ITradeDockableWidget> m_pPanel;
+  std::string m_strFile;
+  std::vector<SLine> m_lines;
+  std::size_t m_nNext = 0;  ///< the line that is played next
+  int m_nNumber = 0;        ///< number of the line that is played
+  std::string m_strFault;   ///< why the replay ended early; empty: it did not
   bool m_bRecordedPace = false;
   bool m_bStopped = false;
   qint64 m_nStart = 0;    ///< steady milliseconds at which the replay began

@@ -19,7 +19,18 @@ namespace {
 
 bool isSame(const TC::CQuote& one, const TC::CQuote& other) {
   return one.m_dLast == other.m_dLast && one.m_dBid == other.m_dBid && one.m_dAsk == other.m_dAsk &&
-         one.m_dCalc == other.m_dCalc && one.m_dOrder == other.m_dOrder;
+         one.m_dCalc == other.m_dCalc && one.m_dOrder == other.m_dOrder && one.m_dLimitUp == other.m_dLimitUp &&
+         one.m_dLimitDown == other.m_dLimitDown;
+}
+
+/// Whether the panel may answer the line with a modal dialog.
+bool mayOpenDialog(const SLine& line) {
+  return std::holds_alternative<SUserLine>(line.m_body) || std::holds_alternative<SHostLine>(line.m_body) ||
+         std::holds_alternative<SOrderProcessLine>(line.m_body);
+}
+
+std::optional<std::string> errorText(const utils::KSError& error) {
+  return error.success() ? std::nullopt : std::make_optional(error.errorMsg());
 }
 
 SUserLine userAct(EUserAct act, int id = 0) {
@@ -37,10 +48,11 @@ SUserLine foldAct(bool expand, const QString& row) {
 
 }  // namespace
 
-CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out) : m_desk(desk), m_out(out) {
+CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out) : m_desk(desk), m_lines(out) {
   m_clock.start();
   m_desk.addObserver(this);
-  m_desk.gate().setRecording(true, [this](utils::EPanelJob job) { onJob(job); });
+  m_desk.gate().setRecording(
+      true, [this](utils::EPanelJob job) { onJob(job); }, [this] { settleLines(); });
   GV::CEventDeliverer::setTap([this](QWidget* from, int eventId, int id, int value, const QString& key) {
     onUserEvent(from, eventId, id, value, key);
   });
@@ -50,11 +62,13 @@ CRecorder::~CRecorder() {
   GV::CEventDeliverer::setTap({});
   m_desk.gate().setRecording(false);
   m_desk.removeObserver(this);
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_lines.finish();
 }
 
 bool CRecorder::isGood() const {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  return m_out.good();
+  return m_lines.isGood();
 }
 
 void CRecorder::write(SLine::Body body) {
@@ -72,7 +86,17 @@ void CRecorder::writeLocked(SLine::Body body) {
     m_nNowT = *line.m_nT;
   }
   line.m_body = std::move(body);
-  m_out << writeLine(std::move(line)) << '\n' << std::flush;
+  m_lines.put(line, mayOpenDialog(line));
+  // What the user or the host does has happened when the GUI thread is back at its events; an answer, at its fence.
+  if (std::holds_alternative<SUserLine>(line.m_body) || std::holds_alternative<SHostLine>(line.m_body)) {
+    QMetaObject::invokeMethod(
+        &m_receiver, [this] { settleLines(); }, Qt::QueuedConnection);
+  }
+}
+
+void CRecorder::settleLines() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_lines.settle();
 }
 
 // The panel
@@ -99,7 +123,10 @@ void CRecorder::watch(TC::ITradeDockableWidget& panel) {
   onHeader();
 }
 
-void CRecorder::recordClose() { write(SCloseLine()); }
+void CRecorder::recordClose() {
+  m_desk.gate().dropFences();
+  write(SCloseLine());
+}
 
 void CRecorder::recordDump(const std::string& name) { write(SDumpLine{name}); }
 
@@ -166,6 +193,36 @@ void CRecorder::onHeader() {
     m_bHeaderChanged = false;
     if (m_pPanel) recordSetParam(m_pPanel->param());
   });
+}
+
+// Dialogs
+
+void CRecorder::dialogOpens(GV::CCommonDialog&) {
+  if (m_bIgnoresDialogs) return;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_lines.dialogOpens();
+}
+
+void CRecorder::addAct(EDialogAct act, const QString& name, bool on, const QString& text) {
+  if (m_bIgnoresDialogs) return;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_lines.add({act, name.toStdString(), on, text.toStdString()});
+}
+
+void CRecorder::buttonPressed(GV::CCommonDialog&, const QString& text) { addAct(EDialogAct::Press, text); }
+
+void CRecorder::rowChecked(GV::CCommonDialog&, const QString& key, bool on) { addAct(EDialogAct::Check, key, on); }
+
+void CRecorder::rowEdited(GV::CCommonDialog&, const QString& key, const QString& text) {
+  addAct(EDialogAct::Edit, key, true, text);
+}
+
+void CRecorder::dialogClosed(GV::CCommonDialog&) { addAct(EDialogAct::Close, QString()); }
+
+void CRecorder::dialogEnded(GV::CCommonDialog&, bool) {
+  if (m_bIgnoresDialogs) return;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_lines.dialogEnded();
 }
 
 // The desk
@@ -238,5 +295,18 @@ void CRecorder::onHedgeStatus(int taskId, int status) { write(SHedgeStatusLine{t
 void CRecorder::onTradingDay(const std::string& date) { write(STradingDayLine{date}); }
 
 void CRecorder::onStockUnitChange() { write(SStockUnitChangeLine()); }
+
+void CRecorder::onServerReply(const utils::KSError& error, const bson::BSONObj& reply) {
+  write(SServerReplyLine{errorText(error), reply});
+}
+
+void CRecorder::onCreateReply(const utils::KSError& error, int taskId) {
+  write(SCreateReplyLine{errorText(error), taskId});
+}
+
+void CRecorder::onOrderProcess(const TC::OrderProcessMap& data, const utils::KSError& error,
+                               const bson::BSONObj& result) {
+  write(SOrderProcessLine{data, errorText(error), result});
+}
 
 }  // namespace journal

@@ -9,8 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "CLineSequence.h"
+#include "DialogObservers.h"
 #include "IDeskObserver.h"
-#include "Lines.h"
 #include "utils/JobMonitor.h"
 
 class QWidget;
@@ -30,8 +31,10 @@ namespace journal {
 /// Of instruments and quotes only those are written that a task or a hedge has to do with, from then on; so a recording
 /// is small, and all the same says whatever the panel can have seen.
 ///
-/// Threads: the observer's operations come on any thread, the others belong to the GUI thread. Each line is flushed.
-class CRecorder : public desk::IDeskObserver {
+/// Threads: the observers of the desk are told on any thread, everything else belongs to the GUI thread. Each line is
+/// flushed; one that may open a dialog when the GUI thread has worked it off, those that came while a dialog was open
+/// when it was closed.
+class CRecorder : public desk::IDeskObserver, public CDialogObserver {
  public:
   /// The desk and the stream must outlive the recorder.
   CRecorder(desk::CDesk& desk, std::ostream& out);
@@ -49,6 +52,11 @@ class CRecorder : public desk::IDeskObserver {
   void recordDump(const std::string& name);
   /// Just before the host hands the panel a parameter text.
   void recordSetParam(const QString& text);
+  /// Just before any other act of the host.
+  void recordHostAct(const SHostLine& line) { write(line); }
+
+  /// While on, dialogs are the terminal's own: a replay has none of them, so nothing is recorded of them.
+  void ignoreDialogs(bool on) { m_bIgnoresDialogs = on; }
 
   /// False once a line could not be written.
   bool isGood() const;
@@ -66,6 +74,17 @@ class CRecorder : public desk::IDeskObserver {
   void onHedgeStatus(int taskId, int status) override;
   void onTradingDay(const std::string& date) override;
   void onStockUnitChange() override;
+  void onServerReply(const utils::KSError& error, const bson::BSONObj& reply) override;
+  void onCreateReply(const utils::KSError& error, int taskId) override;
+  void onOrderProcess(const TC::OrderProcessMap& data, const utils::KSError& error,
+                      const bson::BSONObj& result) override;
+
+  void dialogOpens(GV::CCommonDialog& dialog) override;
+  void buttonPressed(GV::CCommonDialog& dialog, const QString& text) override;
+  void rowChecked(GV::CCommonDialog& dialog, const QString& key, bool on) override;
+  void rowEdited(GV::CCommonDialog& dialog, const QString& key, const QString& text) override;
+  void dialogClosed(GV::CCommonDialog& dialog) override;
+  void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override;
 
  private:
   /// What is known of the instruments with one code: a task may name one of them by another market.
@@ -77,6 +96,8 @@ class CRecorder : public desk::IDeskObserver {
 
   void write(SLine::Body body);
   void writeLocked(SLine::Body body);
+  void settleLines();
+  void addAct(EDialogAct act, const QString& name, bool on = true, const QString& text = {});
   /// Writes what is known of the instruments with the code, once.
   void useLocked(const std::string& code);
   void onJob(utils::EPanelJob job);
@@ -85,13 +106,15 @@ class CRecorder : public desk::IDeskObserver {
   void onHeader();
 
   desk::CDesk& m_desk;
-  std::ostream& m_out;
   QElapsedTimer m_clock;
   QPointer<TC::ITradeDockableWidget> m_pPanel;  ///< GUI thread
   QPointer<GV::CHpfTreeTable> m_pTable;         ///< GUI thread
   bool m_bHeaderChanged = false;                ///< GUI thread
+  bool m_bIgnoresDialogs = false;               ///< GUI thread
+  QObject m_receiver;                           ///< of the recorder's own queued calls
 
   mutable std::mutex m_mutex;  ///< guards the rest, and the order of the lines
+  CLineSequence m_lines;
   std::map<std::string, SInstrument> m_instruments;
   qint64 m_nNow = 0;  ///< time of the time service that a replay has now
   qint64 m_nNowT = 0;

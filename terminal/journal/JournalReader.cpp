@@ -33,6 +33,10 @@ class CContext {
     return {};
   }
   std::string checkBody(const SHedgeParamLine& line) { return checkAccount(line.m_param.m_strAccount); }
+  std::string checkBody(const SHostLine& line) {
+    const bool named = line.m_eAct == EHostAct::RequestAccount;
+    return named && !m_accounts.count(line.m_strAccount) ? undeclared(line.m_strAccount) : std::string();
+  }
   template <typename Other>
   std::string checkBody(const Other&) {
     return {};
@@ -40,9 +44,10 @@ class CContext {
 
   /// No account is allowed where an account may be named.
   std::string checkAccount(const std::string& key) const {
-    if (key.empty() || m_accounts.count(key)) return {};
-    return "account '" + key + "' was not declared";
+    return key.empty() || m_accounts.count(key) ? std::string() : undeclared(key);
   }
+
+  static std::string undeclared(const std::string& key) { return "account '" + key + "' was not declared"; }
 
   bool m_bStarted = false;
   std::set<std::string> m_accounts;

@@ -1,33 +1,32 @@
 // The fields of every kind of line, each described once for reading and for writing.
 #include "Archive.h"
-#include "Lines.h"
+#include "RecordFields.h"
 
 namespace journal {
 namespace {
 
 using ksservice::UNSET_INT;
 
-const SNames<desk::EVia> VIAS = {
-    {{desk::EVia::Feed, "feed"}, {desk::EVia::Signal, "signal"}, {desk::EVia::Store, "store"}}, {}};
-const SNames<desk::EHedgeSource> HEDGE_SOURCES = {
-    {{desk::EHedgeSource::Manager, "manager"}, {desk::EHedgeSource::Stored, "stored"}}, {}};
-const SNames<EHostAct> HOST_ACTS = {
-    {{EHostAct::SetParam, "setParam"}, {EHostAct::SetTradeType, "setTradeType"}},
-    {"setUiLock", "prepareActive", "requestAccount", "loadAccountGroupSettings", "patch"}};
-const SNames<EUserAct> USER_ACTS = {{{EUserAct::ToolBar, "toolbar"},
-                                     {EUserAct::FilterFinished, "filterFinished"},
-                                     {EUserAct::Button, "button"},
-                                     {EUserAct::DoubleClick, "doubleClick"},
-                                     {EUserAct::Click, "click"},
-                                     {EUserAct::Key, "key"},
-                                     {EUserAct::Expand, "expand"},
-                                     {EUserAct::Collapse, "collapse"},
-                                     {EUserAct::Export, "export"},
-                                     {EUserAct::Copy, "copy"},
-                                     {EUserAct::Event, "event"}},
-                                    {"dialog"}};
-/// Kinds of a later version.
-const char* const LATER_KINDS[] = {"serverReply", "createReply", "orderProcess"};
+const Names<desk::EVia> VIAS = {
+    {desk::EVia::Feed, "feed"}, {desk::EVia::Signal, "signal"}, {desk::EVia::Store, "store"}};
+const Names<desk::EHedgeSource> HEDGE_SOURCES = {{desk::EHedgeSource::Manager, "manager"},
+                                                 {desk::EHedgeSource::Stored, "stored"}};
+const Names<EHostAct> HOST_ACTS = {{EHostAct::SetParam, "setParam"},
+                                   {EHostAct::SetTradeType, "setTradeType"},
+                                   {EHostAct::SetUiLock, "setUiLock"},
+                                   {EHostAct::PrepareActive, "prepareActive"},
+                                   {EHostAct::RequestAccount, "requestAccount"},
+                                   {EHostAct::LoadAccountGroupSettings, "loadAccountGroupSettings"},
+                                   {EHostAct::Patch, "patch"}};
+const Names<EUserAct> USER_ACTS = {{EUserAct::ToolBar, "toolbar"}, {EUserAct::FilterFinished, "filterFinished"},
+                                   {EUserAct::Button, "button"},   {EUserAct::DoubleClick, "doubleClick"},
+                                   {EUserAct::Click, "click"},     {EUserAct::Key, "key"},
+                                   {EUserAct::Expand, "expand"},   {EUserAct::Collapse, "collapse"},
+                                   {EUserAct::Export, "export"},   {EUserAct::Copy, "copy"},
+                                   {EUserAct::Event, "event"},     {EUserAct::Dialog, "dialog"}};
+const Names<EDialogAct> DIALOG_ACTS = {{EDialogAct::Press, "press"}, {EDialogAct::Check, "check"},
+                                       {EDialogAct::Edit, "edit"},   {EDialogAct::Dump, "dump"},
+                                       {EDialogAct::Close, "close"}, {EDialogAct::Play, "play"}};
 
 void readZone(const CReadArchive& archive, QTimeZone& zone) {
   std::string id;
@@ -103,25 +102,8 @@ void fields(Archive& a, SQuoteLine& line) {
   a.optional("ask", line.m_dAsk);
   a.optional("calc", line.m_dCalc);
   a.optional("order", line.m_dOrder);
-}
-
-/// What a command line and the command of a task line have in common.
-template <typename Archive>
-void commandFields(Archive& a, ksservice::COrderCommand& command) {
-  a.required("id", command.m_nCommandId);
-  a.optional("number", command.m_nNumber);
-  a.optional("taskId", command.m_nTaskId);
-  a.optional("traderType", command.m_nTraderType);
-  a.optional("user", command.m_strUser);
-  a.optional("login", command.m_strLogin);
-  a.optional("basketType", command.m_nBasketType);
-  a.optional("patch", command.m_bPatch);
-  a.optional("basketName", command.m_strBasketName);
-  a.optional("text", command.m_strText);
-  a.optional("localInfo", command.m_strLocalInfo);
-  a.optional("orderType", command.m_nOrderType);
-  a.optional("algoTaskKey", command.m_strAlgoTaskKey);
-  a.optional("algoParams", command.m_strAlgoParams);
+  a.optional("limitUp", line.m_dLimitUp);
+  a.optional("limitDown", line.m_dLimitDown);
 }
 
 template <typename Archive>
@@ -146,22 +128,6 @@ template <typename Archive>
 void fields(Archive& a, SHedgeStateLine& line) {
   a.required("group", line.m_nGroup);
   a.required("status", line.m_nStatus);
-}
-
-template <typename Archive>
-void paramFields(Archive& a, STaskParam& each) {
-  ksservice::CCodeOrderParam& param = each.m_param;
-  a.optional("account", each.m_strAccount);
-  a.optional("type", param.m_nType);
-  a.optional("operation", param.m_nOperation);
-  a.optional("orderType", param.m_nOrderType);
-  a.optional("market", param.m_stock.m_strMarket);
-  a.optional("code", param.m_stock.m_strCode);
-  a.optional("name", param.m_stock.m_strName);
-  a.optional("priceType", param.m_nPriceType);
-  a.optional("price", param.m_dPrice);
-  a.optional("volume", param.m_nVolume);
-  a.optional("handled", param.m_nHandled);
 }
 
 template <typename Archive>
@@ -258,10 +224,64 @@ template <typename Archive>
 void fields(Archive&, SRefreshLine&) {}
 
 template <typename Archive>
+void fields(Archive& a, SServerReplyLine& line) {
+  a.optional("error", line.m_strError);
+  a.optional("document", line.m_document);
+}
+
+template <typename Archive>
+void fields(Archive& a, SCreateReplyLine& line) {
+  a.optional("error", line.m_strError);
+  a.optional("taskId", line.m_nTaskId);
+}
+
+template <typename Archive>
+void fields(Archive& a, SOrderProcessLine& line) {
+  a.optional("data", line.m_data);
+  a.optional("error", line.m_strError);
+  a.optional("document", line.m_document);
+}
+
+template <typename Archive>
 void fields(Archive& a, SHostLine& line) {
   a.choice("do", line.m_eAct, HOST_ACTS);
-  if (line.m_eAct == EHostAct::SetParam) a.required("text", line.m_strText);
-  if (line.m_eAct == EHostAct::SetTradeType) a.required("traderType", line.m_nTraderType);
+  switch (line.m_eAct) {
+    case EHostAct::SetParam:
+      return a.required("text", line.m_strText);
+    case EHostAct::SetTradeType:
+      return a.required("traderType", line.m_nTraderType);
+    case EHostAct::SetUiLock:
+      return a.required("on", line.m_bOn);
+    case EHostAct::RequestAccount:
+      return a.required("account", line.m_strAccount);
+    case EHostAct::Patch:
+      a.required("row", line.m_strRow);
+      return a.optional("priceType", line.m_nPriceType);
+    case EHostAct::PrepareActive:
+    case EHostAct::LoadAccountGroupSettings:
+      return;
+  }
+}
+
+template <typename Archive>
+void dialogActFields(Archive& a, SDialogAct& act) {
+  a.alternative(act.m_eAct, DIALOG_ACTS);
+  switch (act.m_eAct) {
+    case EDialogAct::Press:
+      return a.required("press", act.m_strName);
+    case EDialogAct::Check:
+      a.required("check", act.m_strName);
+      return a.required("on", act.m_bOn);
+    case EDialogAct::Edit:
+      a.required("edit", act.m_strName);
+      return a.required("text", act.m_strText);
+    case EDialogAct::Dump:
+      return a.required("dump", act.m_strName);
+    case EDialogAct::Close:
+      return a.required("close", act.m_bOn);
+    case EDialogAct::Play:
+      return a.required("play", act.m_nLines);
+  }
 }
 
 template <typename Archive>
@@ -294,6 +314,8 @@ void fields(Archive& a, SUserLine& line) {
       a.required("id", line.m_nId);
       a.optional("text", line.m_strText);
       return a.optional("task", line.m_nTask);
+    case EUserAct::Dialog:
+      return a.list("acts", line.m_acts, [](auto& inner, SDialogAct& act) { dialogActFields(inner, act); });
   }
 }
 
@@ -321,9 +343,6 @@ BodyParser parserOf(const std::string& kind) {
   static const std::map<std::string, BodyParser> parsers = makeParsers(static_cast<const SLine::Body*>(nullptr));
   const auto found = parsers.find(kind);
   if (found != parsers.end()) return found->second;
-  for (const char* later : LATER_KINDS) {
-    if (kind == later) throw CLineFault("kind '" + kind + "' is not supported by this version");
-  }
   throw CLineFault("unknown kind '" + kind + "'");
 }
 

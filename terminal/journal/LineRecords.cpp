@@ -86,6 +86,8 @@ desk::SQuoteUpdate toQuote(const SQuoteLine& line) {
   quote.m_dAsk = line.m_dAsk;
   quote.m_dCalc = line.m_dCalc.value_or(line.m_dLast);
   quote.m_dOrder = line.m_dOrder.value_or(line.m_dLast);
+  quote.m_dLimitUp = line.m_dLimitUp;
+  quote.m_dLimitDown = line.m_dLimitDown;
   return {line.m_strMarket, line.m_strCode, quote};
 }
 
@@ -98,6 +100,8 @@ SQuoteLine toQuoteLine(const std::string& market, const std::string& code, const
   line.m_dAsk = quote.m_dAsk;
   if (quote.m_dCalc != quote.m_dLast) line.m_dCalc = quote.m_dCalc;
   if (quote.m_dOrder != quote.m_dLast) line.m_dOrder = quote.m_dOrder;
+  line.m_dLimitUp = quote.m_dLimitUp;
+  line.m_dLimitDown = quote.m_dLimitDown;
   return line;
 }
 

@@ -40,6 +40,8 @@ struct SQuoteLine {
   double m_dAsk = 0;
   std::optional<double> m_dCalc;   ///< none: the last price
   std::optional<double> m_dOrder;  ///< none: the last price
+  double m_dLimitUp = 0;           ///< 0: not known
+  double m_dLimitDown = 0;         ///< 0: not known
 };
 
 struct SCommandLine {
@@ -130,16 +132,74 @@ struct SRefreshLine {
   static constexpr const char* KIND = "refresh";
 };
 
-enum class EHostAct { SetParam, SetTradeType };
+/// Answers the oldest operation on a server task that is unanswered.
+struct SServerReplyLine {
+  static constexpr const char* KIND = "serverReply";
+  std::optional<std::string> m_strError;  ///< none: a success
+  bson::BSONObj m_document;
+};
+
+/// Answers the oldest creation of a task that is unanswered.
+struct SCreateReplyLine {
+  static constexpr const char* KIND = "createReply";
+  std::optional<std::string> m_strError;  ///< none: a success
+  int m_nTaskId = 0;
+};
+
+/// Answers the oldest order-process query that is unanswered.
+struct SOrderProcessLine {
+  static constexpr const char* KIND = "orderProcess";
+  TC::OrderProcessMap m_data;
+  std::optional<std::string> m_strError;  ///< none: a success
+  bson::BSONObj m_document;
+};
+
+enum class EHostAct {
+  SetParam,
+  SetTradeType,
+  SetUiLock,
+  PrepareActive,
+  RequestAccount,
+  LoadAccountGroupSettings,
+  Patch
+};
 
 struct SHostLine {
   static constexpr const char* KIND = "host";
   EHostAct m_eAct = EHostAct::SetParam;
-  std::string m_strText;
-  int m_nTraderType = 0;
+  std::string m_strText;     ///< SetParam
+  int m_nTraderType = 0;     ///< SetTradeType
+  bool m_bOn = false;        ///< SetUiLock
+  std::string m_strAccount;  ///< RequestAccount: account key
+  std::string m_strRow;      ///< Patch: path of the row
+  int m_nPriceType = 0;      ///< Patch: EPriceType
 };
 
-enum class EUserAct { ToolBar, FilterFinished, Button, DoubleClick, Click, Key, Expand, Collapse, Export, Copy, Event };
+enum class EDialogAct { Press, Check, Edit, Dump, Close, Play };
+
+/// One act of the user in a modal dialog.
+struct SDialogAct {
+  EDialogAct m_eAct = EDialogAct::Press;
+  std::string m_strName;  ///< Press: the button's text; Check, Edit: the row's name; Dump: the dump's name
+  bool m_bOn = true;      ///< Check: checked; Close: true
+  std::string m_strText;  ///< Edit
+  int m_nLines = 0;       ///< Play: so many of the journal's next lines happened while the dialog was open, above 0
+};
+
+enum class EUserAct {
+  ToolBar,
+  FilterFinished,
+  Button,
+  DoubleClick,
+  Click,
+  Key,
+  Expand,
+  Collapse,
+  Export,
+  Copy,
+  Event,
+  Dialog
+};
 
 struct SUserLine {
   static constexpr const char* KIND = "user";
@@ -153,6 +213,7 @@ struct SUserLine {
   int m_nEvent = 0;                      ///< Event
   std::optional<std::string> m_strText;  ///< Event: the node's key; none: the root's
   int m_nTask = 0;                       ///< Event
+  std::vector<SDialogAct> m_acts;        ///< Dialog: for the next modal dialog that opens
 };
 
 struct SDumpLine {
@@ -162,10 +223,10 @@ struct SDumpLine {
 
 /// One line; m_nNumber is its place in its file, from 1.
 struct SLine {
-  using Body =
-      std::variant<SSessionLine, SAccountLine, SInstrumentLine, SQuoteLine, SCommandLine, SHedgeParamLine,
-                   SHedgeStateLine, STaskLine, SProgressLine, SHedgeVolumeLine, SHedgeStatusLine, STradingDayLine,
-                   SStockUnitChangeLine, SOpenLine, SCloseLine, SRefreshLine, SHostLine, SUserLine, SDumpLine>;
+  using Body = std::variant<SSessionLine, SAccountLine, SInstrumentLine, SQuoteLine, SCommandLine, SHedgeParamLine,
+                            SHedgeStateLine, STaskLine, SProgressLine, SHedgeVolumeLine, SHedgeStatusLine,
+                            STradingDayLine, SStockUnitChangeLine, SServerReplyLine, SCreateReplyLine,
+                            SOrderProcessLine, SOpenLine, SCloseLine, SRefreshLine, SHostLine, SUserLine, SDumpLine>;
 
   Body m_body;
   std::optional<qint64> m_nT;    ///< milliseconds since the journal began

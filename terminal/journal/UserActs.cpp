@@ -122,4 +122,11 @@ const std::map<EUserAct, Performer> PERFORMERS = {
 
 void performUserAct(TC::ITradeDockableWidget& panel, const SUserLine& line) { PERFORMERS.at(line.m_eAct)(panel, line); }
 
+void patchRow(TC::ITradeDockableWidget& panel, const std::string& path, int priceType) {
+  const QString key = needRow(needTable(panel), path);
+  const QString text = QString::fromStdString(path);
+  // A root is named by its task alone.
+  panel.patch(text.section('/', 0, 0).toInt(), text.contains('/') ? key : QString(), priceType);
+}
+
 }  // namespace journal

@@ -57,6 +57,33 @@ TEST(JobGate, WhileRecordingAJobBeginsWhenTheDeliveryUnderWayHasEnded) {
   desk.gate().jobEnded(EPanelJob::Refresh);
 }
 
+TEST(JobGate, BehindAFenceChangesAndJobsWaitUntilTheGuiThreadHasWorkedOffItsQueue) {
+  desk::CDesk desk;
+  std::string order;
+  desk.gate().setRecording(
+      true, [&](EPanelJob) { order += "job "; }, [&] { order += "fence "; });
+  desk.requests().queryOrderProcess({"1-1"}, [&](const auto&, const auto&, const auto&) {
+    QMetaObject::invokeMethod(
+        qApp, [&] { order += "answered "; }, Qt::QueuedConnection);
+  });
+  std::thread([&] { desk.requests().replyToQuery({}, {}, {}); }).join();
+  desk.gate().jobPosted(EPanelJob::Refresh);
+  std::future<void> job = std::async(std::launch::async, [&] { desk.gate().jobBegins(EPanelJob::Refresh); });
+  EXPECT_FALSE(isDone(job));
+  QCoreApplication::processEvents();
+  job.get();
+  desk.gate().jobEnded(EPanelJob::Refresh);
+  EXPECT_EQ(order, "answered fence job ");
+
+  // A GUI thread that waits for the others lets them pass.
+  desk.requests().queryOrderProcess({"1-1"}, {});
+  std::thread([&] { desk.requests().replyToQuery({}, {}, {}); }).join();
+  std::future<void> delivery = publishElsewhere(desk);
+  EXPECT_FALSE(isDone(delivery));
+  desk.gate().dropFences();
+  delivery.get();
+}
+
 TEST(JobGate, WithoutARecordingNobodyWaits) {
   desk::CDesk desk;
   desk.gate().jobPosted(EPanelJob::Refresh);

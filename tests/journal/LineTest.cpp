@@ -46,7 +46,8 @@ INSTANTIATE_TEST_SUITE_P(
             "loginReady":false,"filtered":true,"brokerMatches":false,"t":12})",
         R"({"kind":"instrument","market":"SH","code":"600000","name":"浦发银行","multiplier":300.5,"types":[100001,7],
             "special":true,"tradeMinUnit":100,"uiMinUnit":10,"tradeUnit":5,"marketPriceTypes":[42]})",
-        R"({"kind":"quote","market":"SH","code":"600000","last":10.1,"bid":9.99,"ask":10.01,"calc":10.2,"order":0.0})",
+        R"({"kind":"quote","market":"SH","code":"600000","last":10.1,"bid":9.99,"ask":10.01,"calc":10.2,"order":0.0,
+            "limitUp":11.1,"limitDown":9.1})",
         R"({"kind":"command","id":77,"number":3,"taskId":123,"traderType":1,"user":"u1","login":"L1","basketType":1,
             "patch":true,"basketName":"b","text":"t","localInfo":"1|2","orderType":11,"algoTaskKey":"k",
             "algoParams":"p","type":9})",
@@ -69,13 +70,22 @@ INSTANTIATE_TEST_SUITE_P(
         R"({"kind":"progress","task":"123-1","orderDetails":[{"mapKey":"1001","market":"SH","code":"600000",
             "traded":100,"amount":1000.0,"cancelled":true,"param":2}]})",
         R"({"kind":"hedgeVolume","task":123,"volume":5})", R"({"kind":"hedgeStatus","task":123,"status":1})",
-        R"({"kind":"tradingDay","date":"20261123"})", R"({"kind":"stockUnitChange"})"));
+        R"({"kind":"tradingDay","date":"20261123"})", R"({"kind":"stockUnitChange"})",
+        R"({"kind":"serverReply","error":"","document":{"ErrorMsg":"拒绝","code":7,"more":{"a":[1,"b",null]}}})",
+        R"({"kind":"serverReply"})", R"({"kind":"createReply","error":"no","taskId":124})",
+        R"({"kind":"orderProcess","data":{"123-1":{"SH.600000":300,"SZ.1":0},"9-1":{}},"error":"e",
+            "document":{"x":1}})"));
 
 INSTANTIATE_TEST_SUITE_P(
     Acts, RoundTrip,
     testing::Values(
         R"({"kind":"open"})", R"({"kind":"close"})", R"({"kind":"refresh","t":1000,"now":1763683201})",
         R"({"kind":"host","do":"setParam","text":"a*1*2"})", R"({"kind":"host","do":"setTradeType","traderType":2})",
+        R"({"kind":"host","do":"setUiLock","on":true})", R"({"kind":"host","do":"prepareActive"})",
+        R"({"kind":"host","do":"requestAccount","account":"A1"})", R"({"kind":"host","do":"loadAccountGroupSettings"})",
+        R"({"kind":"host","do":"patch","row":"123/SH.600000买入","priceType":14})",
+        R"({"kind":"user","do":"dialog","acts":[{"press":"选中补单"},{"check":"A1/SH.600000买入","on":false},
+            {"edit":"A1/SH.600000买入","text":"1250"},{"dump":"name"},{"play":3},{"close":true}]})",
         R"({"kind":"user","do":"toolbar","id":4})", R"({"kind":"user","do":"filterFinished","on":true})",
         R"({"kind":"user","do":"button","row":"123/证券","id":1})", R"({"kind":"user","do":"doubleClick","column":8})",
         R"({"kind":"user","do":"click","row":"123","column":9})", R"({"kind":"user","do":"key","keys":"Shift+W"})",

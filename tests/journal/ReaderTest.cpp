@@ -35,7 +35,6 @@ INSTANTIATE_TEST_SUITE_P(
                     SFault{"{\"kind\":\"dump\",\"name\":\"\xff\xfe\"}", "not valid UTF-8 at byte 24"},
                     SFault{"{}", "field \"kind\" is missing"}, SFault{R"({"kind":7})", "field \"kind\" must be a text"},
                     SFault{R"({"kind":"quotes"})", "unknown kind 'quotes'"},
-                    SFault{R"({"kind":"serverReply"})", "kind 'serverReply' is not supported by this version"},
                     SFault{R"({"kind":"open","t":"now"})", "field \"t\" must be an integer"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -79,8 +78,19 @@ INSTANTIATE_TEST_SUITE_P(
     Acts, MalformedLine,
     testing::Values(SFault{R"({"kind":"host","do":"jump"})", "field \"do\" 'jump' is unknown"},
                     SFault{R"({"kind":"host","do":"setTradeType"})", "field \"traderType\" is missing"},
-                    SFault{R"({"kind":"user","do":"dialog"})",
-                           "field \"do\" 'dialog' is not supported by this version"},
+                    SFault{R"({"kind":"host","do":"requestAccount","account":"A9"})", "account 'A9' was not declared"},
+                    SFault{R"({"kind":"host","do":"requestAccount","account":""})", "account '' was not declared"},
+                    SFault{R"({"kind":"host","do":"setUiLock","on":1})", "field \"on\" must be true or false"},
+                    SFault{R"({"kind":"user","do":"dialog","acts":[{"press":"a"},{"pres":"b"}]})",
+                           "field \"acts[1]\" must have one of \"press\", \"check\", \"edit\", \"dump\", "
+                           "\"close\", \"play\""},
+                    SFault{R"({"kind":"user","do":"dialog","acts":[{"check":"a"}]})",
+                           "field \"acts[0].on\" is missing"},
+                    SFault{R"({"kind":"serverReply","document":[1]})", "field \"document\" must be a document"},
+                    SFault{R"({"kind":"serverReply","error":7})", "field \"error\" must be a text"},
+                    SFault{R"({"kind":"orderProcess","data":{"123-1":{"SH.600000":"3"}}})",
+                           "field \"data.123-1.SH.600000\" must be an integer"},
+                    SFault{R"({"kind":"orderProcess","data":{"123-1":7}})", "field \"data.123-1\" must be an object"},
                     SFault{R"({"kind":"user","do":"export"})", "field \"file\" is missing"},
                     SFault{R"({"kind":"user","do":"button","id":0})", "field \"row\" is missing"},
                     SFault{R"({"kind":"user","do":"button","row":"1"})", "field \"id\" is missing"},
