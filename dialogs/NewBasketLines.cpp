@@ -20,10 +20,10 @@ boost::shared_ptr<const CCodeInfo> instrumentOf(const CCodeOrderParam& param) {
   return getExchangeClient().getCodeInfo(market, param.m_stock.m_strCode);
 }
 
-int unitOf(const CCodeOrderParam& param) {
-  const std::string& market = param.m_stock.m_strMarket;
-  const std::string& code = param.m_stock.m_strCode;
-  if (isTypedStock(STOCK_TYPE_UI_UNIT, market, code, "")) return getUiMinUnit(market, code, isBuy(param.m_nOperation));
+int unitOf(const CCodeInfo& instrument, int operation) {
+  const std::string& market = instrument.m_strMarket;
+  const std::string& code = instrument.m_strCode;
+  if (isTypedStock(STOCK_TYPE_UI_UNIT, market, code, "")) return getUiMinUnit(market, code, isBuy(operation));
   return getTradeMinUnit(market, code, -1);
 }
 
@@ -36,7 +36,7 @@ SNewBasketLine newBasketLine(const CCodeOrderParam& param) {
   int quantity = param.m_nVolume - param.m_nHandled;
   // Securities are returned to the last share.
   if (param.m_nOperation != EOT_ReturnSecurities) {
-    const int unit = unitOf(param);
+    const int unit = unitOf(*instrument, param.m_nOperation);
     if (unit < 1) return {QString(), true};
     quantity -= quantity % unit;
   }

@@ -22,7 +22,7 @@ class CBaseTableColumnLineEditDelegate : public CBaseTableColumnDelegate {
   void clearItems();
 
   /// Where the editor stands in a cell.
-  static QRect editorRect(const QRect& cell) { return cell.adjusted(3, 1, -4, -2); }
+  static QRect editorRect(const QRect& cell) { return cell.adjusted(1, 1, -2, -2); }
 
   QString text(const IBaseHpfTableData& row) const override;
   void paint(QPainter& painter, const SCell& cell) const override;

@@ -9,6 +9,7 @@ namespace GV {
 CStandardHpfTable::CStandardHpfTable(QWidget* parent)
     : CBaseHighPerformanceTable(parent), m_pEditor(new QLineEdit(viewport())) {
   m_pEditor->hide();
+  m_pEditor->setProperty("cell", true);
   m_pEditor->installEventFilter(this);
   connect(header(), &QHeaderView::sectionPressed, this, [this] { commitEdits(); });
   connect(header(), &QHeaderView::sectionResized, this, [this] { placeEditor(); });

@@ -24,7 +24,8 @@ struct CCodeInfo {
 class CExchangeClient {
  public:
   virtual ~CExchangeClient() = default;
-  /// Null for an unknown instrument. market may be a market or an exchange short code.
+  /// Null for an unknown instrument. market may be a market, an exchange short code, or empty: then the code alone
+  /// decides, and of several instruments with it the one that was made known last is given.
   virtual boost::shared_ptr<const CCodeInfo> getCodeInfo(const std::string& market, const std::string& code) const = 0;
 };
 

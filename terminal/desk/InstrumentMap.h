@@ -10,14 +10,15 @@
 
 namespace desk {
 
-/// Values by instrument, found by market and code or by the market's exchange short code and code. A look-up builds no
-/// text. Not thread-safe.
+/// Values by instrument, found by market and code, by the market's exchange short code and code, or by an empty market and
+/// the code. A look-up builds no text. Not thread-safe.
 template <typename Value>
 class CInstrumentMap {
  public:
   void set(const std::string& market, const std::string& code, Value value) {
     const std::string shortCode = utils::exchangeShortCode(market);
     if (!shortCode.empty() && shortCode != market) m_byShortCode.insert_or_assign({shortCode, code}, value);
+    m_byShortCode.insert_or_assign({std::string(), code}, value);
     m_byMarket.insert_or_assign({market, code}, std::move(value));
   }
 

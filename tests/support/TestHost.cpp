@@ -312,7 +312,9 @@ CTestHost::~CTestHost() {
 
 void CTestHost::setInstrument(const TC::CCodeInfo& info) {
   const Lock lock(m_mutex);
-  m_instruments[{info.m_strMarket, info.m_strCode}] = boost::make_shared<const TC::CCodeInfo>(info);
+  const auto shared = boost::make_shared<const TC::CCodeInfo>(info);
+  m_instruments[{info.m_strMarket, info.m_strCode}] = shared;
+  m_instruments[{std::string(), info.m_strCode}] = shared;
 }
 
 void CTestHost::setQuote(const std::string& market, const std::string& code, const TC::CQuote& quote) {

@@ -1,0 +1,330 @@
+// What the confirmation of a patch shows, takes and hands on.
+#include "PatchFixture.h"
+#include "ksservice/Enumerations.h"
+
+using namespace ksservice;
+
+namespace {
+
+QStringList texts(const std::vector<GV::SDialogButton>& buttons) {
+  QStringList found;
+  for (const GV::SDialogButton& button : buttons) {
+    found.append(button.visible ? button.text : QLatin1Char('(') + button.text + QLatin1Char(')'));
+  }
+  return found;
+}
+
+}  // namespace
+
+TEST_F(PatchTest, ShowsWhatCanBePatched) {
+  const Params params = {param("SH", "600000", EOT_Buy, 1200), param("SZ", "000001", EOT_Sell, 37),
+                         param("SZ", "", EOT_Sell, 5)};
+  m_dialog.setTraderType(false);
+  run(params, [](TC::CBasketPatchDialog& dialog) {
+    const GV::SDialogState state = dialog.state();
+    EXPECT_EQ(state.title, qs("补单"));
+    EXPECT_EQ(dialog.size(), QSize(930, 400));
+    EXPECT_EQ(state.labels, QStringList{qs("当前交易参数")});
+    EXPECT_EQ(texts(state.buttons),
+              (QStringList{qs("全选"), qs("反选"), qs("普通交易"), qs("(新建篮子补单)"), qs("选中补单"), qs("取消")}));
+    ASSERT_EQ(state.rows.size(), 2u) << "a parameter without an instrument has no row";
+    EXPECT_EQ(state.rows[0].key, qs("A1/SH.600000买入"));
+    EXPECT_TRUE(state.rows[0].checked);
+    EXPECT_EQ(state.rows[0].cells, (QStringList{QString(), qs("1001"), qs("SH"), qs("600000"), qs("N600000"),
+                                                qs("买入"), qs("1200"), qs("1200")}));
+    EXPECT_EQ(state.rows[1].editor, qs("37"));
+  });
+  m_dialog.setTraderType(true);
+  EXPECT_EQ(texts(m_dialog.state().buttons).at(3), qs("新建篮子补单"));
+}
+
+TEST_F(PatchTest, AnEntryIsRoundedForABuyAndNeverAboveWhatIsOpen) {
+  struct SCase {
+    const char* market;
+    int operation;
+    int unit;
+    int available;
+    const char* typed;
+    int accepted;
+  };
+  const SCase cases[] = {
+      {"SH", EOT_Buy, 100, 3000, "1250", 1200},
+      {"SZ", EOT_Buy, 200, 3000, "1250", 1200},
+      {"SSE", EOT_BuyOpen, 100, 3000, "99", 0},
+      {"SZSE", EOT_BuyClose, 10, 3000, " 37 ", 30},
+      {"SH", EOT_Buy, 100, 3000, "5000", 3000},
+      {"SH", EOT_Buy, 100, 250, "300", 250},  // rounded first, then capped: an odd remainder stays whole
+      {"HK", EOT_Buy, 100, 3000, "1250", 1250},
+      {"SH", EOT_Sell, 100, 3000, "1250", 1250},
+      {"SH", EOT_Sell, 100, 3000, "3001", 3000},
+      {"SH", EOT_CollateralBuy, 100, 3000, "1250", 1250},
+      {"SH", EOT_Buy, 100, 3000, "-150", -100},
+      {"SH", EOT_Sell, 100, 3000, "-150", -150},
+      {"SH", EOT_Buy, 100, 3000, "0", 0},
+      {"SH", EOT_Sell, 100, 3000, "", 0},
+      {"SH", EOT_Sell, 100, 3000, "12a", 0},
+      {"SH", EOT_Sell, 100, 3000, "1,250", 0},
+      {"SH", EOT_Sell, 100, 3000, "1.5", 0},
+      {"SH", EOT_Sell, 100, 3000, "99999999999", 0},
+  };
+  for (const SCase& each : cases) {
+    SCOPED_TRACE(std::string(each.market) + " " + std::to_string(each.operation) + " " + each.typed);
+    instrument(each.market, "600000", each.unit);
+    const Params params = {param(each.market, "600000", each.operation, each.available)};
+    const QString key = GV::sToQs(params[0].getKey());
+    m_host.takeLog();
+    run(params, [&](TC::CBasketPatchDialog& dialog) {
+      EXPECT_EQ(dialog.edit(key, qs(each.typed)), QString());
+      EXPECT_EQ(quantity(key.toUtf8()), QString::number(each.accepted));
+      EXPECT_EQ(dialog.press(qs("选中补单")), QString());
+    });
+    ASSERT_EQ(take().size(), 1u);
+    EXPECT_EQ(take()[0].m_nVolume, each.accepted);
+    EXPECT_EQ(m_host.takeLog(), std::vector<std::string>{"user modify " + std::string(each.market) +
+                                                         ".600000 m_nPatchNum to " + std::to_string(each.accepted)});
+    EXPECT_EQ(m_boxes, QStringList());
+  }
+}
+
+TEST_F(PatchTest, WithoutAUnitNothingIsOrderedAndTheUserIsTold) {
+  instrument("SH", "600000", 0);
+  run({param("SH", "600000", EOT_Buy, 1000), param("SH", "999999", EOT_Buy, 1000)}, [&](auto& dialog) {
+    EXPECT_EQ(dialog.edit(qs("A1/SH.600000买入"), qs("500")), QString());
+    EXPECT_EQ(dialog.edit(qs("A1/SH.999999买入"), qs("500")), QString()) << "an unknown instrument";
+    EXPECT_EQ(quantity("A1/SH.600000买入"), qs("0"));
+    EXPECT_EQ(quantity("A1/SH.999999买入"), qs("0"));
+    EXPECT_EQ(m_boxes, (QStringList{qs("SH.600000 没有有效的最小委托单位，不能补单"),
+                                    qs("SH.999999 没有有效的最小委托单位，不能补单")}));
+    dialog.press(qs("选中补单"));
+  });
+  EXPECT_EQ(take()[0].m_nVolume, 0);
+}
+
+TEST_F(PatchTest, OnlyCheckedRowsAreTaken) {
+  instrument("SH", "600000", 100);
+  instrument("SH", "600001", 100);
+  instrument("SH", "600002", 100);
+  const Params params = {param("SH", "600000", EOT_Sell, 100), param("SH", "600001", EOT_Sell, 200),
+                         param("SH", "600002", EOT_Sell, 300)};
+  const auto volumes = [this] {
+    std::vector<int> found;
+    for (const CCodeOrderParam& taken : take()) found.push_back(taken.m_nVolume);
+    return found;
+  };
+  const int result = run(params, [&](TC::CBasketPatchDialog& dialog) {
+    EXPECT_EQ(volumes(), (std::vector<int>{100, 200, 300}));
+    EXPECT_EQ(dialog.check(qs("A1/SH.600001卖出"), false), QString());
+    EXPECT_EQ(volumes(), (std::vector<int>{100, 300}));
+    dialog.press(qs("反选"));
+    EXPECT_EQ(volumes(), (std::vector<int>{200}));
+    EXPECT_TRUE(dialog.state().rows[1].checked);
+    dialog.press(qs("全选"));
+    EXPECT_EQ(volumes(), (std::vector<int>{100, 200, 300}));
+    dialog.check(qs("A1/SH.600000卖出"), false);
+    dialog.check(qs("A1/SH.600000卖出"), false);
+    dialog.press(qs("新建篮子补单"));
+  });
+  EXPECT_EQ(result, QDialog::Accepted);
+  EXPECT_TRUE(m_dialog.isNewBasket());
+  EXPECT_EQ(m_dialog.takeNewBasketLines(),
+            (QStringList{qs("SH.600001\tN600001\t200\t1\t2\t49"), qs("SH.600002\tN600002\t300\t1\t2\t49")}));
+}
+
+TEST_F(PatchTest, EndsAsTheButtonSays) {
+  const Params params = {param("SH", "600000", EOT_Sell, 100)};
+  const auto press = [&](const char* text) {
+    return run(params, [&](auto& dialog) { EXPECT_EQ(dialog.press(qs(text)), QString()); });
+  };
+  EXPECT_EQ(press("新建篮子补单"), QDialog::Accepted);
+  EXPECT_TRUE(m_dialog.isNewBasket());
+  EXPECT_EQ(press("取消"), QDialog::Rejected);
+  EXPECT_TRUE(m_dialog.isNewBasket()) << "only the buttons that accept choose";
+  EXPECT_EQ(press("选中补单"), QDialog::Accepted);
+  EXPECT_FALSE(m_dialog.isNewBasket());
+  EXPECT_EQ(run(params, [](auto& dialog) { dialog.closeByUser(); }), QDialog::Rejected);
+}
+
+TEST_F(PatchTest, AParameterLeftAloneKeepsItsTypesAndIsPricedByTheQuote) {
+  instrument("SH", "600000", 100);
+  Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Sell, 100),
+                   param("SH", "000999", EOT_Sell, 100)};
+  params[1].m_nPriceType = EPT_User;
+  params[1].m_dPrice = 3.5;
+  params[2].m_nPriceType = EPT_MarketSZ;
+  params[2].m_dPrice = 4.5;
+  CCodeOrderParam task;
+  task.m_nPriceType = EPT_Counterpart;
+  run(params, {task}, "", [](auto& dialog) { dialog.press(qs("选中补单")); });
+  std::string algoText = "untouched";
+  const Params taken = take(&algoText);
+  EXPECT_EQ(taken[0].m_nPriceType, EPT_Limit);
+  EXPECT_EQ(taken[0].m_dPrice, 12);
+  EXPECT_EQ(taken[0].m_nOrderType, EORT_Plain);
+  EXPECT_EQ(taken[1].m_nPriceType, EPT_User);
+  EXPECT_EQ(taken[1].m_dPrice, 3.5) << "a price that the user gave";
+  EXPECT_EQ(taken[2].m_nPriceType, EPT_MarketSZ) << "without a quote";
+  EXPECT_EQ(taken[2].m_dPrice, 4.5);
+  EXPECT_EQ(algoText, "untouched");
+}
+
+TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
+  instrument("SH", "600000", 100, {EPT_MarketSH});
+  instrument("SZ", "000001", 100, {EPT_MarketSZ});
+  instrument("SH", "600001", 100);
+  instrument("SZSE", "000002", 100, {EPT_MarketSH});
+  instrument("HK", "00700", 100);
+  const Params params = {param("SH", "600000", EOT_Buy, 100),   param("SZ", "000001", EOT_Sell, 100),
+                         param("SH", "600001", EOT_Buy, 100),   param("SH", "600001", EOT_Sell, 100),
+                         param("SZSE", "000002", EOT_Buy, 100), param("HK", "00700", EOT_Buy, 100)};
+  const auto typesWith = [&](const char* choice) {
+    run(params, [&](TC::CBasketPatchDialog& dialog) {
+      runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
+        EXPECT_EQ(trade.press(qs(choice)), QString());
+        EXPECT_EQ(trade.press(qs("保存")), QString());
+      });
+      dialog.press(qs("选中补单"));
+    });
+    std::vector<std::pair<int, double>> types;
+    for (const CCodeOrderParam& taken : take()) types.emplace_back(taken.m_nPriceType, taken.m_dPrice);
+    return types;
+  };
+  using Types = std::vector<std::pair<int, double>>;
+  EXPECT_EQ(typesWith("沪市市价"), (Types{{42, 10}, {47, 10}, {0, 12}, {10, 12}, {42, 10}, {42, 10}}));
+  EXPECT_EQ(typesWith("深市市价"), (Types{{42, 10}, {47, 10}, {0, 12}, {10, 12}, {0, 12}, {47, 10}}))
+      << "only the markets SH and SZ are given the other exchange's type";
+}
+
+TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
+  instrument("SH", "600000", 100);
+  TC::CQuote quote;
+  quote.m_dLast = 10;
+  quote.m_dBid = 9;
+  quote.m_dAsk = 0;
+  quote.m_dOrder = 12;
+  quote.m_dLimitUp = 15;
+  m_host.setQuote("SH", "600000", quote);
+  const Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Sell, 100)};
+  struct SCase {
+    const char* choice;
+    int buyType;
+    double buyPrice;
+    int sellType;
+    double sellPrice;
+  };
+  const SCase cases[] = {
+      {"限价", 0, 12, 10, 12},
+      {"最新价", EPT_Latest, 10, EPT_Latest, 10},
+      {"对手价", 14, 9, 14, 12},  // no ask: the price for an order
+      {"涨停价", EPT_LimitUp, 15, EPT_LimitUp, 15},
+      {"跌停价", EPT_LimitDown, 12, EPT_LimitDown, 12},
+      {"默认", 0, 12, 0, 12},
+  };
+  for (const SCase& each : cases) {
+    SCOPED_TRACE(each.choice);
+    run(params, [&](TC::CBasketPatchDialog& dialog) {
+      runTradeParams(dialog, [&](GV::CCommonDialog& trade) { EXPECT_EQ(trade.press(qs(each.choice)), QString()); });
+      dialog.press(qs("选中补单"));
+    });
+    const Params taken = take();
+    EXPECT_EQ(taken[0].m_nPriceType, each.buyType);
+    EXPECT_EQ(taken[0].m_dPrice, each.buyPrice);
+    EXPECT_EQ(taken[1].m_nPriceType, each.sellType);
+    EXPECT_EQ(taken[1].m_dPrice, each.sellPrice);
+  }
+}
+
+TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
+  TC::CCodeInfo byEntry = instrument("SH", "600000", 100);
+  byEntry.m_types = {1172};
+  byEntry.m_nUiMinUnit = 30;
+  m_host.setInstrument(byEntry);
+  instrument("SH", "600001", 100);
+  instrument("SH", "600002", 0);
+  instrument("CFFEX", "IF2612", 1);
+  const auto futures = boost::make_shared<CAccountInfo>();
+  futures->m_strKey = "F1";
+  futures->m_nType = 5;
+
+  Params params = {
+      param("SH", "600000", EOT_Buy, 1000),                   // 0: rounded to the unit of entry
+      param("SH", "600001", EOT_Sell, 1250),                  // 1: a sale is rounded too
+      param("SH", "600001", EOT_Buy, 1000),                   // 2: less what was handled
+      param("SH", "600001", EOT_ReturnSecurities, 1250),      // 3: not rounded
+      param("SH", "600001", EOT_DirectRepayCash, 1200),       // 4: no line
+      param("SH", "600001", EOT_DirectRepaySecurities, 100),  // 5: no line
+      param("SH", "600001", EOT_CollateralBuy, 99),           // 6: rounds to nothing
+      param("SH", "600002", EOT_Sell, 100),                   // 7: no unit
+      param("SH", "888888", EOT_Sell, 100),                   // 8: unknown
+      param("XX", "IF2612", EOT_SellOpen, 3),                 // 9: looked up by its code
+      param("XX", "IF2612", EOT_BuyOpen, 3),                  // 10: not by its code
+      param("SH", "600001", EOT_Purchase, 100),               // 11: no account
+      param("SH", "600001", EOT_Redeem, 100),                 // 12: handled already
+  };
+  params[2].m_nHandled = 150;
+  params[9].m_pAccount = futures;
+  params[11].m_pAccount = nullptr;
+  params[12].m_nHandled = 100;
+  m_dialog.setPatchParams(params, {CCodeOrderParam()}, "");
+  EXPECT_EQ(m_dialog.takeNewBasketLines(),
+            (QStringList{qs("SH.600000\tN600000\t990\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t1\t2\t49"),
+                         qs("SH.600001\tN600001\t800\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t1\t23\t49"),
+                         qs("XX.IF2612\tNIF2612\t3\t1\t4\t49")}));
+  EXPECT_EQ(m_boxes, QStringList{qs("SH.600002 没有有效的最小交易单位，没有列入新篮子")});
+}
+
+TEST_F(PatchTest, ASecondRunHasFreshRowsAndTheTradeParametersOfTheFirst) {
+  instrument("SH", "600000", 100);
+  run({param("SH", "600000", EOT_Buy, 1000)}, [&](TC::CBasketPatchDialog& dialog) {
+    dialog.edit(qs("A1/SH.600000买入"), qs("300"));
+    dialog.check(qs("A1/SH.600000买入"), false);
+    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.press(qs("智能算法")); });
+    dialog.press(qs("取消"));
+  });
+  CCodeOrderParam other;
+  other.m_nOrderType = EORT_Plain;
+  run({param("SH", "600000", EOT_Buy, 700)}, {other}, "", [&](TC::CBasketPatchDialog& dialog) {
+    EXPECT_EQ(quantity("A1/SH.600000买入"), qs("700"));
+    EXPECT_TRUE(dialog.state().rows[0].checked);
+    EXPECT_EQ(dialog.state().buttons[2].text, qs("智能算法"));
+    dialog.edit(qs("A1/SH.600000买入"), qs("900"));
+    dialog.press(qs("选中补单"));
+  });
+  EXPECT_EQ(take()[0].m_nVolume, 700);
+  EXPECT_EQ(take()[0].m_nOrderType, EORT_Algo);
+}
+
+TEST_F(PatchTest, RowsThatShareAKeyAreEditedOneByOne) {
+  instrument("SH", "600000", 1);
+  const CCodeOrderParam twin = param("SH", "600000", EOT_Sell, 500);
+  run({twin, twin}, [](auto& dialog) {
+    dialog.edit(qs("A1/SH.600000卖出"), qs("1"));
+    dialog.edit(qs("A1/SH.600000卖出#2"), qs("2"));
+    dialog.press(qs("选中补单"));
+  });
+  EXPECT_EQ(take()[0].m_nVolume, 1);
+  EXPECT_EQ(take()[1].m_nVolume, 2);
+}
+
+TEST_F(PatchTest, RowsAnswerEveryKindOfQuestion) {
+  TC::CHpfOpPatchConfirmTableModel model;
+  TC::CHpfOpPatchConfirmData row(qs("k"), &model, 0);
+  row.m_param = param("SH", "600000", EOT_Sell, 500);
+  row.m_nAvailable = 500;
+  row.setPatchNum(200);
+  EXPECT_EQ(model.columnTitle(6), qs("可补单数量"));
+  EXPECT_EQ(model.columnTitle(8), QString());
+  EXPECT_EQ(model.columnKind(7), 2);
+  EXPECT_EQ(model.columnKind(5), 10);
+  EXPECT_EQ(model.columnKind(-1), 0);
+  EXPECT_EQ(row.displayText(6), qs("500"));
+  EXPECT_EQ(row.displayText(5), QString());
+  EXPECT_EQ(row.stringValue(5), qs("卖出"));
+  EXPECT_EQ(row.stringValue(7), qs("200"));
+  EXPECT_EQ(row.stringValue(0), QString());
+  EXPECT_EQ(row.intValue(6), 500);
+  EXPECT_EQ(row.intValue(7), 200);
+  EXPECT_EQ(row.intValue(0), 2147483647);
+  EXPECT_EQ(row.doubleValue(7), std::numeric_limits<double>::max());
+  EXPECT_EQ(row.int64Value(7), std::numeric_limits<qint64>::max());
+  EXPECT_EQ(row.m_param.m_nVolume, 200);
+}

@@ -1,0 +1,97 @@
+/// A patch dialog over a host of instruments and quotes, worked by a hook.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+
+#include "CBasketPatchWidget.h"
+#include "TestHost.h"
+#include "gv/CMessageBox.h"
+#include "gv/Helpers.h"
+
+inline QString qs(const char* text) { return QString::fromUtf8(text); }
+
+class PatchTest : public testing::Test {
+ protected:
+  using Params = std::vector<ksservice::CCodeOrderParam>;
+  using Work = std::function<void(TC::CBasketPatchDialog&)>;
+
+  PatchTest() {
+    m_pAccount->m_strKey = "A1";
+    m_pAccount->m_strDisplayId = "1001";
+    GV::CMessageBox::setPresenter([this](QWidget*, const QString&, const QString& text) { m_boxes.append(text); });
+  }
+  ~PatchTest() override {
+    GV::CCommonDialog::setExecHook({});
+    GV::CMessageBox::setPresenter({});
+  }
+
+  /// An instrument with one unit for trade and entry, and a quote: last 10, bid 9, ask 11, order 12.
+  TC::CCodeInfo instrument(const char* market, const char* code, int unit, std::vector<int> marketPrices = {}) {
+    TC::CCodeInfo info;
+    info.m_strMarket = market;
+    info.m_strCode = code;
+    info.m_strName = std::string("N") + code;
+    info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
+    info.m_marketPriceTypes = std::move(marketPrices);
+    m_host.setInstrument(info);
+    TC::CQuote quote;
+    quote.m_dLast = 10;
+    quote.m_dBid = 9;
+    quote.m_dAsk = 11;
+    quote.m_dOrder = 12;
+    m_host.setQuote(market, code, quote);
+    return info;
+  }
+
+  ksservice::CCodeOrderParam param(const char* market, const char* code, int operation, int volume) const {
+    ksservice::CCodeOrderParam made;
+    made.m_pAccount = m_pAccount;
+    made.m_nType = 49;
+    made.m_nOperation = operation;
+    made.m_stock = {market, code, std::string("N") + code};
+    made.m_nVolume = volume;
+    return made;
+  }
+
+  /// Fills the dialog and runs it with the work in the user's place; what exec gave.
+  int run(const Params& params, const Work& work) { return run(params, {ksservice::CCodeOrderParam()}, "", work); }
+  int run(const Params& params, const Params& taskParams, const std::string& algoText, const Work& work) {
+    m_dialog.setPatchParams(params, taskParams, algoText);
+    GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
+      auto* patch = dynamic_cast<TC::CBasketPatchDialog*>(&dialog);
+      if (patch != nullptr) {
+        work(*patch);
+      } else {
+        m_tradeWork(dialog);
+      }
+    });
+    return m_dialog.exec();
+  }
+
+  /// Runs the trade parameters from the patch dialog with the work in the user's place.
+  void runTradeParams(TC::CBasketPatchDialog& dialog, GV::DialogHook work) {
+    m_tradeWork = std::move(work);
+    EXPECT_EQ(dialog.press(dialog.state().buttons.at(2).text), QString());
+  }
+
+  Params take(std::string* algoText = nullptr) {
+    Params params;
+    std::string text;
+    m_dialog.takeParams(params, algoText != nullptr ? *algoText : text);
+    return params;
+  }
+  QString quantity(const char* key) {
+    for (const GV::SDialogRow& row : m_dialog.state().rows) {
+      if (row.key == qs(key)) return row.editor == row.cells.at(7) ? row.editor : qs("cell and editor differ");
+    }
+    return qs("no row");
+  }
+
+  test::CTestHost m_host;
+  boost::shared_ptr<ksservice::CAccountInfo> m_pAccount = boost::make_shared<ksservice::CAccountInfo>();
+  QStringList m_boxes;
+  GV::DialogHook m_tradeWork;
+  TC::CBasketPatchDialog m_dialog;
+};

@@ -1,0 +1,167 @@
+// The confirmation of a patch under the user's hands: mouse, keys and the order in which an observer is told.
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include "PatchFixture.h"
+#include "gv/CStandardHpfTable.h"
+#include "ksservice/Enumerations.h"
+
+using namespace ksservice;
+
+namespace {
+
+/// Writes down what it is told.
+struct Witness : GV::IDialogObserver {
+  Witness() { GV::CCommonDialog::setObserver(this); }
+  ~Witness() override { GV::CCommonDialog::setObserver(nullptr); }
+  void note(GV::CCommonDialog& dialog, const QString& what) { m_told.append(dialog.windowTitle() + ' ' + what); }
+  void dialogOpens(GV::CCommonDialog& dialog) override { note(dialog, qs("opens")); }
+  void buttonPressed(GV::CCommonDialog& dialog, const QString& text) override { note(dialog, qs("press ") + text); }
+  void rowChecked(GV::CCommonDialog& dialog, const QString& key, bool on) override {
+    note(dialog, qs("check ") + key + (on ? qs(" on") : qs(" off")));
+  }
+  void rowEdited(GV::CCommonDialog& dialog, const QString& key, const QString& text) override {
+    note(dialog, qs("edit ") + key + ' ' + text);
+  }
+  void dialogClosed(GV::CCommonDialog& dialog) override { note(dialog, qs("closed")); }
+  void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override {
+    note(dialog, accepted ? qs("accepted") : qs("rejected"));
+  }
+  QStringList m_told;
+};
+
+}  // namespace
+
+class PatchHandsTest : public PatchTest {
+ protected:
+  PatchHandsTest() {
+    instrument("SH", "600000", 100);
+    instrument("SH", "600001", 100);
+    m_params = {param("SH", "600000", EOT_Buy, 3000), param("SH", "600001", EOT_Buy, 3000)};
+  }
+
+  GV::CStandardHpfTable& table() { return *m_dialog.findChild<GV::CStandardHpfTable*>(); }
+  QLineEdit& editor() { return *table().viewport()->findChild<QLineEdit*>(); }
+  void click(int row, int column) {
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, Qt::NoModifier, table().cellRect(row, column).center());
+  }
+  void clickButton(const char* text) {
+    for (QPushButton* button : m_dialog.findChildren<QPushButton*>()) {
+      if (button->text() == qs(text)) QTest::mouseClick(button, Qt::LeftButton);
+    }
+  }
+  QString shown(int row) { return table().itemText(row, 7); }
+
+  Params m_params;
+};
+
+TEST_F(PatchHandsTest, AButtonCommitsTheOpenEditorFirst) {
+  Witness witness;
+  const int result = run(m_params, [&](auto&) {
+    click(1, 7);
+    QTest::keyClicks(&editor(), "1250");
+    EXPECT_EQ(shown(1), qs("3000")) << "not committed yet";
+    clickButton("选中补单");
+  });
+  EXPECT_EQ(result, QDialog::Accepted);
+  EXPECT_EQ(take()[1].m_nVolume, 1200);
+  EXPECT_EQ(witness.m_told, (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600001买入 1250"),
+                                         qs("补单 press 选中补单"), qs("补单 accepted")}));
+}
+
+TEST_F(PatchHandsTest, EditorsOpenAndCommitByKeyboard) {
+  Witness witness;
+  run(m_params, [&](GV::CCommonDialog& dialog) {
+    QTest::keyClick(&table(), Qt::Key_Down);
+    QTest::keyClick(&table(), Qt::Key_Return);
+    EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入"));
+    EXPECT_EQ(editor().selectedText(), qs("3000"));
+    QTest::keyClicks(&editor(), "700");
+    QTest::keyClick(&editor(), Qt::Key_Return);
+    EXPECT_TRUE(dialog.isOpen()) << "an Enter in an editor presses no button";
+    EXPECT_EQ(shown(1), qs("700"));
+    EXPECT_EQ(table().editedKey(), QString());
+
+    QTest::keyClick(&table(), '8');  // typing opens it too, in place of the text
+    QTest::keyClicks(&editor(), "00");
+    QTest::keyClick(&editor(), Qt::Key_Up);
+    EXPECT_EQ(shown(1), qs("800"));
+    EXPECT_EQ(table().currentKey(), qs("A1/SH.600000买入"));
+
+    QTest::keyClick(&table(), Qt::Key_F2);
+    QTest::keyClicks(&editor(), "5");
+    QTest::keyClick(&editor(), Qt::Key_Escape);
+    EXPECT_TRUE(dialog.isOpen()) << "Esc gives up the edit, not the dialog";
+    EXPECT_EQ(shown(0), qs("3000"));
+    QTest::keyClick(&table(), Qt::Key_Space);
+    EXPECT_FALSE(dialog.state().rows[0].checked);
+    QTest::keyClick(&table(), Qt::Key_Escape);
+    EXPECT_FALSE(dialog.isOpen());
+  });
+  EXPECT_EQ(witness.m_told,
+            (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600001买入 700"), qs("补单 edit A1/SH.600001买入 800"),
+                         qs("补单 check A1/SH.600000买入 off"), qs("补单 closed"), qs("补单 rejected")}));
+}
+
+TEST_F(PatchHandsTest, AnEditorCommitsWhenItLosesTheFocusAndOnlyWhatChanged) {
+  Witness witness;
+  run(m_params, [&](GV::CCommonDialog& dialog) {
+    dialog.activateWindow();
+    QApplication::processEvents();
+    click(0, 7);
+    ASSERT_TRUE(editor().hasFocus());
+    QTest::keyClicks(&editor(), "900");
+    click(1, 7);
+    EXPECT_EQ(shown(0), qs("900"));
+    EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入"));
+    table().setFocus();
+    EXPECT_EQ(table().editedKey(), QString());
+    click(1, 7);
+    QTest::keyClicks(&editor(), "5000");
+    QTest::mouseClick(table().header()->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 5));
+    EXPECT_EQ(shown(1), qs("3000")) << "the cell shows what was accepted";
+    click(0, 0);
+    EXPECT_FALSE(dialog.state().rows[0].checked);
+  });
+  EXPECT_EQ(witness.m_told,
+            (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600000买入 900"), qs("补单 edit A1/SH.600001买入 5000"),
+                         qs("补单 check A1/SH.600000买入 off"), qs("补单 rejected")}));
+}
+
+TEST_F(PatchHandsTest, ActsCrossDialogsInTheirOrder) {
+  Witness witness;
+  run(m_params, [&](TC::CBasketPatchDialog& dialog) {
+    runTradeParams(dialog, [](GV::CCommonDialog& trade) {
+      trade.press(qs("智能算法"));
+      trade.edit(qs("拆单笔数"), qs("4"));
+      trade.press(qs("保存"));
+    });
+    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.closeByUser(); });
+    dialog.press(qs("取消"));
+  });
+  EXPECT_EQ(witness.m_told, (QStringList{qs("补单 opens"), qs("补单 press 普通交易"), qs("交易参数设置 opens"),
+                                         qs("交易参数设置 press 智能算法"), qs("交易参数设置 edit 拆单笔数 4"),
+                                         qs("交易参数设置 press 保存"), qs("交易参数设置 accepted"),
+                                         qs("补单 press 智能算法"), qs("交易参数设置 opens"), qs("交易参数设置 closed"),
+                                         qs("交易参数设置 rejected"), qs("补单 press 取消"), qs("补单 rejected")}));
+}
+
+TEST_F(PatchHandsTest, ALongListScrollsUnderItsEditor) {
+  Params params;
+  for (int i = 0; i < 40; ++i) params.push_back(param("SH", std::to_string(600100 + i).c_str(), EOT_Sell, 100));
+  run(params, [&](GV::CCommonDialog& dialog) {
+    EXPECT_EQ(dialog.edit(qs("A1/SH.600139卖出"), qs("40")), QString());
+    EXPECT_EQ(shown(39), qs("40"));
+    ASSERT_TRUE(table().openEditor(qs("A1/SH.600139卖出")));
+    const int before = editor().y();
+    table().scrollToRow(0);
+    EXPECT_GT(editor().y(), before) << "the editor stays with its row";
+    QTest::keyClicks(&editor(), "50");
+    table().sortByColumn(3, Qt::DescendingOrder);
+    EXPECT_EQ(shown(0), qs("40")) << "an editor whose row moves away by itself is given up";
+    dialog.press(qs("选中补单"));
+  });
+  EXPECT_EQ(take().back().m_stock.m_strCode, "600139") << "taken in the order in which they were given";
+}
