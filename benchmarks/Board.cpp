@@ -44,7 +44,8 @@ void CBoard::snapshot() {
     m_staging.stageTask(m_tasks[i]);
     places[m_tasks[i]->getKey()] = i;
   }
-  for (const TC::SStagedTask& staged : m_staging.take()) m_blocks[places[staged.facts.taskKey]]->take(staged);
+  TC::StagedBatch batch = m_staging.take();
+  for (auto& [key, staged] : batch) m_blocks[places[key]]->take(staged);
 }
 
 int CBoard::rowCount() const {

@@ -42,13 +42,7 @@ class CPanelTable : public ISubject {
   }
 
  private:
-  void filterPass() {
-    for (int i = 0; i < m_board.taskCount(); ++i) {
-      m_table.showTask(*m_board.task(i));
-      m_table.filterFinished(*m_board.task(i), m_bHideFinished);
-    }
-    m_table.endUpdate();
-  }
+  void filterPass() { m_table.filterTasks({{}, m_bHideFinished}); }
 
   const CBoard& m_board;
   TC::CHpfBasketStatusTable m_table;

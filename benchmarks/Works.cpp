@@ -53,6 +53,12 @@ class CCourse {
         work::REPAINT, [] {}, [&] { showPage(0); });
   }
 
+  /// The same after what comes before each refresh: other work has taken the caches. Nothing is staged.
+  void repaintCold() {
+    time(
+        work::REPAINT_COLD, [&] { m_board.advance(); }, [&] { showPage(0); });
+  }
+
   void filter() {
     m_board.advance(CLoad::EProgress::HalfFinished);
     stage(m_board.everything());
@@ -178,6 +184,7 @@ void runWorks(const SubjectMaker& make, CBoard& board, CLimit& limit, int runs, 
   course.refresh(work::SPARSE_TASKS, board.someTasks());
   course.refresh(work::SPARSE_ROWS, board.someRows());
   course.repaint();
+  course.repaintCold();
   course.fold();
   course.exportText();
   course.scroll();

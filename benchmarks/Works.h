@@ -17,6 +17,7 @@ const QString REFRESH_STAGED = QStringLiteral("  its part beside the GUI thread 
 const QString SPARSE_TASKS = QStringLiteral("1 % of rows, whole tasks");
 const QString SPARSE_ROWS = QStringLiteral("1 % of rows, some of every task");
 const QString REPAINT = QStringLiteral("repaint of one page");
+const QString REPAINT_COLD = QStringLiteral("  after other work, as in a refresh");
 const QString HIDE = QStringLiteral("hide finished children");
 const QString SHOW = QStringLiteral("show them");
 const QString FOLD = QStringLiteral("collapse all");

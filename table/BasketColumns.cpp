@@ -23,7 +23,9 @@ QString investRemarkText(const CHpfBasketStatusData& row, EProcessDisplay) { ret
 QString accountText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.account; }
 QString accountNameText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.accountName; }
 QString typeText(const CHpfBasketStatusData& row, EProcessDisplay) { return tradeTypeText(row.shape.operations); }
-QString amountText(const CHpfBasketStatusData& row, EProcessDisplay) { return QString::number(amountOf(row), 'f', 2); }
+QString amountText(const CHpfBasketStatusData& row, EProcessDisplay) {
+  return QString::number(row.figures.amount, 'f', 2);
+}
 QString startText(const CHpfBasketStatusData& row, EProcessDisplay) { return timeText(row.figures.startMSec); }
 QString endText(const CHpfBasketStatusData& row, EProcessDisplay) { return timeText(row.figures.endMSec); }
 QString stateText(const CHpfBasketStatusData& row, EProcessDisplay) {
@@ -37,6 +39,7 @@ QString unfilledText(const CHpfBasketStatusData& row, EProcessDisplay) {
 }
 QString algoTagText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.algoTag; }
 
+double amountFigure(const CHpfBasketStatusData& row) { return row.figures.amount; }
 double unfilledFigure(const CHpfBasketStatusData& row) { return row.figures.totalVolume - row.figures.tradedVolume; }
 double progressFigure(const CHpfBasketStatusData& row) {
   return row.figures.totalVolume > 0 ? static_cast<double>(row.figures.tradedVolume) / row.figures.totalVolume : 0;
@@ -51,7 +54,7 @@ const SSpec SPECS[EBC_Count] = {
     {" 账号 ", GV::ColumnText, LEFT, 76, 1, accountText},
     {" 账号名称 ", GV::ColumnText, LEFT, 80, 2, accountNameText},
     {" 交易类型 ", GV::ColumnText, CENTRE, 68, 4, typeText},
-    {" 金额 ", GV::ColumnNumber, RIGHT, 104, 5, amountText, amountOf},
+    {" 金额 ", GV::ColumnNumber, RIGHT, 104, 5, amountText, amountFigure},
     {" 进度 ", GV::ColumnDelegate, CENTRE, 168, 0, progressText, progressFigure},
     {" 委托详情 ", GV::ColumnDelegate, LEFT, 118, 0, nullptr, ordersFigure},
     {" 开始时间 ", GV::ColumnText, RIGHT, 70, 6, startText},

@@ -2,11 +2,11 @@
 
 #include <QSet>
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
+#include "CHpfBasketStatusData.h"
 #include "ksservice/Operations.h"
 #include "tc/CExchangeClient.h"
 #include "tc/Services.h"
@@ -128,6 +128,14 @@ bool sameTexts(const CBasketTaskItem& node, const SRowShape& row, const SRowText
          (!shown.instrumentName.isEmpty() || shown.instrumentName == instrumentName(row));
 }
 
+std::vector<SRowTexts> textsOf(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
+                               CSharedTexts& shared) {
+  std::vector<SRowTexts> texts;
+  texts.reserve(nodes.size());
+  for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(*nodes[i].item, shape[i], shared));
+  return texts;
+}
+
 bool sameTexts(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
                const std::vector<SRowTexts>& shown) {
   for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -136,19 +144,47 @@ bool sameTexts(const std::vector<SNode>& nodes, const std::vector<SRowShape>& sh
   return true;
 }
 
+/// The figures of the amount column, once all that they hang on is known.
+void fillAmounts(const std::vector<SRowShape>& shape, const std::vector<SRowTexts>& texts, int hedgeRow,
+                 std::vector<SRowFigures>& figures) {
+  const SRowFigures* hedge = hedgeRow < 0 ? nullptr : &figures[static_cast<std::size_t>(hedgeRow)];
+  for (std::size_t i = 0; i < figures.size(); ++i) {
+    figures[i].amount = shownAmount(shape[i], texts[i], figures[i], hedge);
+  }
+}
+
+/// A row is finished when all that it ordered was filled; one that ordered nothing is not.
+bool isFinished(const SRowFigures& figures) {
+  return figures.totalVolume == figures.tradedVolume && figures.totalVolume != 0;
+}
+
+/// The finished children of the root, and of each child the leading run of finished ones.
+RowFlags finishedRows(const std::vector<SRowShape>& shape, const std::vector<SRowFigures>& figures) {
+  RowFlags flags(shape.size());
+  bool leading = true;  // among the grandchildren under the current child
+  for (std::size_t i = 1; i < shape.size(); ++i) {
+    if (shape[i].depth == 1) leading = true;
+    if (shape[i].depth > 2) continue;
+    const bool finished = isFinished(figures[i]);
+    // The run ends at the first unfinished one: intended.
+    if (shape[i].depth == 2) leading = leading && finished;
+    if (finished && leading) flags.set(i);
+  }
+  return flags;
+}
+
 }  // namespace
 
 void CBasketStaging::beginRefresh() {
-  std::vector<FiguresPtr> outdated;  // goes when the mutex is free again
+  std::vector<StagedBatch> outdated;  // goes when the mutex is free again
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_nRefreshDay = m_nDay;
   outdated.swap(m_outdated);
 }
 
-void CBasketStaging::giveBack(std::vector<FiguresPtr> outdated) {
+void CBasketStaging::giveBack(StagedBatch outdated) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  m_outdated.insert(m_outdated.end(), std::make_move_iterator(outdated.begin()),
-                    std::make_move_iterator(outdated.end()));
+  m_outdated.push_back(std::move(outdated));
 }
 
 void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
@@ -180,21 +216,23 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
     last.hedgeRow = hedgeRowOf(*last.shape);
   }
 
-  std::vector<SRowFigures> figures;
-  figures.reserve(nodes.size());
+  auto figures = std::make_shared<std::vector<SRowFigures>>();
+  figures->reserve(nodes.size());
   for (const SNode& node : nodes) {
-    figures.push_back(figuresOf(*node.item));
-    if (sameShape) keepTimes((*last.figures)[figures.size() - 1], figures.back());
+    figures->push_back(figuresOf(*node.item));
+    if (sameShape) keepTimes((*last.figures)[figures->size() - 1], figures->back());
   }
-  staged.figures = last.figures = std::make_shared<const std::vector<SRowFigures>>(std::move(figures));
-
   if (!sameShape || !sameTexts(nodes, *last.shape, *last.texts)) {
-    std::vector<SRowTexts> texts;
-    texts.reserve(nodes.size());
-    for (std::size_t i = 0; i < nodes.size(); ++i)
-      texts.push_back(textsOf(*nodes[i].item, (*last.shape)[i], m_sharedTexts));
-    staged.texts = last.texts = std::make_shared<const std::vector<SRowTexts>>(std::move(texts));
+    staged.texts = last.texts =
+        std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, *last.shape, m_sharedTexts));
   }
+  fillAmounts(*last.shape, *last.texts, last.hedgeRow, *figures);
+  staged.figures = last.figures = std::move(figures);
+  RowFlags finished = finishedRows(*last.shape, *last.figures);
+  if (!last.finished || *last.finished != finished) {
+    last.finished = std::make_shared<const RowFlags>(std::move(finished));
+  }
+  staged.finished = last.finished;
   staged.facts = factsOf(task, last);
 }
 
@@ -232,6 +270,7 @@ void CBasketStaging::putStatus(const boost::shared_ptr<CBasketTask>& task, SLast
   auto figures = std::make_shared<std::vector<SRowFigures>>(*last.figures);
   (*figures)[row].status = node.m_nStatus;
   staged.figures = last.figures = std::move(figures);
+  staged.finished = last.finished;
   if (!sameText) {
     auto texts = std::make_shared<std::vector<SRowTexts>>(*last.texts);
     (*texts)[row].statusText = node.m_strRemark;
@@ -261,16 +300,11 @@ void CBasketStaging::put(SStagedTask staged) {
   waiting = std::move(staged);
 }
 
-std::vector<SStagedTask> CBasketStaging::take() {
-  std::map<QString, SStagedTask> staged;
-  {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    staged.swap(m_staged);
-  }
-  std::vector<SStagedTask> tasks;
-  tasks.reserve(staged.size());
-  for (auto& entry : staged) tasks.push_back(std::move(entry.second));
-  return tasks;
+StagedBatch CBasketStaging::take() {
+  StagedBatch staged;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  staged.swap(m_staged);
+  return staged;
 }
 
 void CBasketStaging::startNewDay() {

@@ -38,11 +38,11 @@ class CBasketStaging {
   /// Stages that the task's rows go; a stageTask that follows brings them anew. As stageTask.
   void stageClear(const QString& taskKey);
 
-  /// Everything staged since the last call, in task-key order. GUI thread.
-  std::vector<SStagedTask> take();
-  /// Takes figures that the table needs no more. They are freed by the worker's next refresh: freeing so many large
-  /// arrays would be most of what a refresh costs the GUI thread. GUI thread.
-  void giveBack(std::vector<FiguresPtr> outdated);
+  /// Everything staged since the last call. GUI thread.
+  StagedBatch take();
+  /// Takes back a batch with what the table needs no more. It is freed by the worker's next refresh: freeing so many
+  /// large arrays would be most of what a refresh costs the GUI thread. GUI thread.
+  void giveBack(StagedBatch outdated);
   /// Drops what was staged and what is being staged by a refresh that began earlier. GUI thread.
   void startNewDay();
 
@@ -58,6 +58,7 @@ class CBasketStaging {
     ShapePtr shape;
     TextsPtr texts;
     FiguresPtr figures;
+    FlagsPtr finished;
   };
 
   void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
@@ -69,8 +70,8 @@ class CBasketStaging {
   unsigned m_nRefreshDay = 0;       ///< the worker's own
   CSharedTexts m_sharedTexts;       ///< the worker's own
   std::mutex m_mutex;               ///< guards everything below; nothing else is done under it
-  std::vector<FiguresPtr> m_outdated;
-  std::map<QString, SStagedTask> m_staged;
+  std::vector<StagedBatch> m_outdated;
+  StagedBatch m_staged;
   unsigned m_nDay = 0;
 };
 

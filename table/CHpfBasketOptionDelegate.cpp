@@ -141,6 +141,7 @@ bool CHpfBasketOptionDelegate::accept(const QString& key, int status, int type, 
 
 void CHpfBasketOptionDelegate::slotTaskStatus(QString key, int status, int type) {
   const SRowRef row = m_resolver(key);
+  if (row.task) Q_EMIT sigAnnounced(row.task);
   if (!accept(row.key, status, type, false)) return;
   applyBasketStatus(row.key, status, type);
   Q_EMIT sigTaskStatus(row.task, row.key, status);

@@ -46,6 +46,8 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   void slotOperationEnded(QString key);
 
  Q_SIGNALS:
+  /// A status of a task's row came, whether it is applied or not.
+  void sigAnnounced(TC::CBasketTask* task);
   /// A status was applied; task is null while the row does not exist.
   void sigTaskStatus(TC::CBasketTask* task, QString key, int status);
 

@@ -91,11 +91,14 @@ const QColor* tradeTypeColor(const QVector<int>& operations) {
   return ksservice::DataHelper::isBuy(operations.first()) ? &buy : &sell;
 }
 
-bool spansHedge(const CHpfBasketStatusData& row) { return row.hedge && row.texts.account.contains(QLatin1Char('/')); }
+bool spansHedge(const SRowTexts& texts, const SRowFigures* hedge) {
+  return hedge && texts.account.contains(QLatin1Char('/'));
+}
 
-double amountOf(const CHpfBasketStatusData& row) {
-  if (spansHedge(row)) return row.figures.tradedAmount - row.hedge->tradedAmount;
-  return isAmountFree(row.shape.operations) ? 0 : row.figures.tradedAmount;
+double shownAmount(const SRowShape& shape, const SRowTexts& texts, const SRowFigures& figures,
+                   const SRowFigures* hedge) {
+  if (spansHedge(texts, hedge)) return figures.tradedAmount - hedge->tradedAmount;
+  return isAmountFree(shape.operations) ? 0 : figures.tradedAmount;
 }
 
 QString progressText(const CHpfBasketStatusData& row, EProcessDisplay mode) {

@@ -33,10 +33,12 @@ struct CHpfBasketStatusData {
 QString tradeTypeText(const QVector<int>& operations);
 /// Buy red, sell green, and blue for a mixed or empty list. Lives as long as the program.
 const QColor* tradeTypeColor(const QVector<int>& operations);
-/// The amount that column 7 shows; without the hedge's for a row that spans the stock and the hedge account.
-double amountOf(const CHpfBasketStatusData& row);
+/// The amount that column 7 shows; without the hedge's for a row that spans the stock and the hedge account. hedge:
+/// figures of the task's hedge row, null without one.
+double shownAmount(const SRowShape& shape, const SRowTexts& texts, const SRowFigures& figures,
+                   const SRowFigures* hedge);
 /// Whether a row spans the stock and the hedge account, so that its amount is shown without the hedge's.
-bool spansHedge(const CHpfBasketStatusData& row);
+bool spansHedge(const SRowTexts& texts, const SRowFigures* hedge);
 QString progressText(const CHpfBasketStatusData& row, EProcessDisplay mode);
 /// done / total of a progress text as the bar draws it; 0 (the bar is a stub) unless both are positive.
 double progressFraction(const QString& text);

@@ -43,16 +43,28 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
 
   /// Takes in what was staged.
   void applyStaged();
-  /// Ends a pass of showTask, hideTask and filterFinished: the differences to what is shown are applied at once.
-  void endUpdate();
   /// Drops every row, and what a refresh is staging.
   void startNewDay();
 
+  /// Which tasks show, and whether their finished sub-tasks do.
+  struct STaskPass {
+    std::vector<int> statuses;  ///< of the roots that show; empty for any
+    bool hideFinished = false;
+
+    bool operator==(const STaskPass& other) const = default;
+  };
+  /// A pass over the tasks that changed since the last pass (staged again, or announced a status), over all when this
+  /// pass is another than the last. Gives the number of tasks whose root is running.
+  int filterTasks(const STaskPass& pass);
+
+  // The same for single tasks; endUpdate applies the differences to what is shown.
   /// Shows the task's root and the two levels below it. A folded row stays folded.
   void showTask(const CBasketTask& task);
   void hideTask(const CBasketTask& task);
-  /// on: hides the finished children of the root, and of each child the leading run of finished ones.
+  /// on: hides the finished children of the root, and of each child the leading run of finished ones; else ends that.
   void filterFinished(const CBasketTask& task, bool on);
+  void endUpdate();
+
   /// Status of the task's root as the rows show it; -1 without rows.
   int shownStatus(const CBasketTask& task) const;
 
@@ -113,12 +125,14 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void onOptionClicked(const QString& rowKey, int buttonId);
   void onOrderCounts(const QString& key, int reported, int received);
 
-  /// Gives the figures that are not needed any more, null for none.
-  FiguresPtr apply(const SStagedTask& staged);
-  void reserveRows(const std::vector<SStagedTask>& batch);
-  void reshape(CTaskBlock& block, const SStagedTask& staged);
-  void insertMissing(const CTaskBlock& block);
+  void apply(SStagedTask& staged);
+  void reserveRows(const StagedBatch& batch);
+  void reshape(CTaskBlock& block, SStagedTask& staged);
+  void insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows);
   void removeBlock(const QString& taskKey);
+  void touch(CTaskBlock& block);
+  void filterBlock(CTaskBlock& block);
+  StatusRowPtr rowOf(int node) const;
   CTaskBlock* blockOf(const CBasketTask& task) const;
   CTaskBlock* blockOf(const QString& taskKey) const;
   QString rowKeyOf(const QString& name) const;
@@ -128,6 +142,10 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   EProcessDisplay m_eProcessDisplay = EPD_Amount;
   bool m_bExporting = false;
   QHash<QString, std::shared_ptr<CTaskBlock>> m_blocks;  ///< by task key
+  STaskPass m_lastPass;
+  QVector<CTaskBlock*> m_touched;  ///< changed since the last pass
+  QVector<CTaskBlock*> m_pending;  ///< whose wantHidden is to be applied
+  int m_nRunning = 0;              ///< blocks that were running at the last pass
   CHpfBasketOptionDelegate* m_pOptionDelegate = nullptr;
   CHpfBasketOrderDelegate* m_pOrderDelegate = nullptr;
   CTaskOrdersWidget* m_pOrdersWidget = nullptr;

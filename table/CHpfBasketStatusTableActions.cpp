@@ -51,6 +51,9 @@ void CHpfBasketStatusTable::createDelegates() {
   setColumnDelegate(EBC_Options, m_pOptionDelegate);
   connect(m_pOptionDelegate, SIGNAL(sigTaskStatus(TC::CBasketTask*, QString, int)),
           SLOT(slotTaskStatus(TC::CBasketTask*, QString, int)));
+  connect(m_pOptionDelegate, &CHpfBasketOptionDelegate::sigAnnounced, this, [this](const CBasketTask* task) {
+    if (CTaskBlock* block = blockOf(*task)) touch(*block);
+  });
   connect(m_pOrderDelegate, &CHpfBasketOrderDelegate::sigOrderCounts, this, &CHpfBasketStatusTable::onOrderCounts);
 }
 

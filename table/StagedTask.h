@@ -4,8 +4,10 @@
 
 #include <QString>
 #include <QVector>
+#include <boost/dynamic_bitset.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -25,6 +27,7 @@ struct SRowFigures {
   int status = 0;
   int startMSec = -1;
   int endMSec = -1;
+  double amount = 0;  ///< what the amount column shows, see shownAmount
 };
 
 /// The texts of one row that may change without a change of the tree.
@@ -62,9 +65,13 @@ struct STaskFacts {
   int hedgeRow = -1;  ///< index of the hedge row, -1 without one
 };
 
+/// A yes or no for each row of a task.
+using RowFlags = boost::dynamic_bitset<>;
+
 using FiguresPtr = std::shared_ptr<const std::vector<SRowFigures>>;
 using TextsPtr = std::shared_ptr<const std::vector<SRowTexts>>;
 using ShapePtr = std::shared_ptr<const std::vector<SRowShape>>;
+using FlagsPtr = std::shared_ptr<const RowFlags>;
 
 /// One task of a batch. Rows stand in pre-order: entry 0 is the root, a parent comes before its children.
 struct SStagedTask {
@@ -74,6 +81,10 @@ struct SStagedTask {
   ShapePtr shape;      ///< null while the tree kept its shape
   TextsPtr texts;      ///< null while no text changed
   FiguresPtr figures;  ///< null when the task was only cleared
+  FlagsPtr finished;   ///< rows that the filter of finished sub-tasks takes away; with figures always
 };
+
+/// By task key.
+using StagedBatch = std::map<QString, SStagedTask>;
 
 }  // namespace TC

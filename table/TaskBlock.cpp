@@ -16,27 +16,28 @@ CHpfBasketStatusData STaskRows::data(int row) const {
           replaced ? rootStatusText : rowTexts.statusText};
 }
 
-FiguresPtr CTaskBlock::take(const SStagedTask& staged) {
-  FiguresPtr outdated = std::move(m_previous);
-  m_task = staged.task;
-  m_state.facts = staged.facts;
-  m_previous = staged.shape ? nullptr : m_state.figures;
-  if (staged.shape) m_state.shape = staged.shape;
-  if (staged.texts) m_state.texts = staged.texts;
-  m_state.figures = staged.figures;
+void CTaskBlock::take(SStagedTask& staged) {
+  m_task.swap(staged.task);
+  std::swap(m_state.facts, staged.facts);
+  m_state.figures.swap(staged.figures);
+  m_previous.swap(staged.figures);
+  m_finished.swap(staged.finished);
+  if (staged.texts) m_state.texts.swap(staged.texts);
+  if (staged.shape) {
+    m_state.shape.swap(staged.shape);
+    m_previous = nullptr;
+  }
   m_state.rootStatusTextSet = false;
-  m_orderCounts.clear();
+  if (!m_orderCounts.isEmpty()) m_orderCounts.clear();
   ++m_nVersion;
-  return outdated;
 }
 
 double CTaskBlock::amountChange(int row) const {
   // The amount of a row that spans the hedge never counts as changed: intended, the hedge's own row tells.
   const CHpfBasketStatusData now = data(row);
-  if (spansHedge(now)) return 0;
-  if (!m_previous) return amountOf(now);
-  const SRowFigures& before = (*m_previous)[static_cast<std::size_t>(row)];
-  return amountOf(now) - amountOf({now.facts, now.shape, now.texts, before, nullptr, now.statusText});
+  if (spansHedge(now.texts, now.hedge)) return 0;
+  const double before = m_previous ? (*m_previous)[static_cast<std::size_t>(row)].amount : 0;
+  return now.figures.amount - before;
 }
 
 void CTaskBlock::setRootStatusText(const QString& text) {

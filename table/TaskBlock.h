@@ -10,9 +10,6 @@
 
 namespace TC {
 
-/// A yes or no for each row; a byte each, since whole tasks are compared and filled in every pass.
-using RowFlags = std::vector<unsigned char>;
-
 /// A state of a task's rows: immutable arrays, shared, so that a copy costs a few pointers and stays as it is whatever
 /// the table takes in later. Any thread.
 struct STaskRows {
@@ -28,17 +25,17 @@ struct STaskRows {
   CHpfBasketStatusData data(int row) const;
 };
 
-/// The rows of one task as the table holds them: the arrays that the worker staged last, and the row records that
-/// view them. GUI thread only.
+/// The rows of one task as the table holds them: the arrays that the worker staged last, and the places of the rows
+/// that view them. GUI thread only.
 class CTaskBlock {
  public:
   CTaskBlock() = default;
   CTaskBlock(const CTaskBlock&) = delete;
   CTaskBlock& operator=(const CTaskBlock&) = delete;
 
-  /// Takes a batch in by exchanging pointers; the row data of a refresh has the last word over earlier signals. Gives
-  /// the figures that it needs no more, null for none: to free them is the worker's.
-  FiguresPtr take(const SStagedTask& staged);
+  /// Takes a batch in by exchanging pointers; the row data of a refresh has the last word over earlier signals. What is
+  /// needed no more is left in the batch: to free it is the worker's.
+  void take(SStagedTask& staged);
 
   boost::shared_ptr<CBasketTask> task() const { return m_task.lock(); }
   const STaskRows& state() const { return m_state; }
@@ -46,6 +43,8 @@ class CTaskBlock {
   const std::vector<SRowShape>& shape() const { return *m_state.shape; }
   const std::vector<SRowFigures>& figures() const { return *m_state.figures; }
   int size() const { return m_state.size(); }
+  /// Rows that the filter of finished sub-tasks takes away.
+  const RowFlags& finished() const { return *m_finished; }
 
   CHpfBasketStatusData data(int row) const { return m_state.data(row); }
   /// The amount's change by the batch that was taken last.
@@ -59,15 +58,21 @@ class CTaskBlock {
   void setOrderCounts(int row, int reported, int received) { m_orderCounts[row] = {reported, received}; }
   std::pair<int, int> orderCounts(int row) const;
 
-  /// The row records, in the order of the arrays.
-  std::vector<boost::shared_ptr<CHpfBasketStatusTableData>> rows;
+  /// The nodes of the rows in the tree table, in the order of the arrays.
+  std::vector<int> nodes;
   /// Whether a filter hides the row: what the table shows now, and what it is to show after the current pass.
   RowFlags hidden;
   RowFlags wantHidden;
+  /// Whether the root was running at the last pass.
+  bool running = false;
+  /// Whether the table has noted that the block changed since the last pass, resp. that its wantHidden may differ.
+  bool touched = false;
+  bool pending = false;
 
  private:
   boost::weak_ptr<CBasketTask> m_task;
   STaskRows m_state;
+  FlagsPtr m_finished;
   FiguresPtr m_previous;  ///< figures before the last batch, null when the rows came anew
   QHash<int, std::pair<int, int>> m_orderCounts;
   unsigned m_nVersion = 0;

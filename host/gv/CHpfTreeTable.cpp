@@ -52,7 +52,7 @@ void CHpfTreeTable::clear() {
 
 void CHpfTreeTable::showBelow(int node) {
   m_pTreeModel->setHidden(node, false);
-  for (const int child : m_pTreeModel->rows().at(node).children) showBelow(child);
+  for (const int child : m_pTreeModel->rows().children(node)) showBelow(child);
 }
 
 void CHpfTreeTable::showItem(const CHpfTreeTableData& row, bool recursive) {
@@ -171,8 +171,8 @@ void CHpfTreeTable::fillHeaderMenu(QMenu& menu, int column) {
 // Paths
 
 int CHpfTreeTable::findByPath(int parent, const QStringRef& path) const {
-  for (const int child : m_pTreeModel->rows().at(parent).children) {
-    const QString name = m_pTreeModel->rows().at(child).row->scriptName();
+  for (const int child : m_pTreeModel->rows().children(parent)) {
+    const QString name = m_pTreeModel->rows().row(child)->scriptName();
     if (path == name) return child;
     if (path.size() <= name.size() || !path.startsWith(name) || path.at(name.size()) != QLatin1Char('/')) continue;
     const int found = findByPath(child, path.mid(name.size() + 1));
@@ -183,22 +183,23 @@ int CHpfTreeTable::findByPath(int parent, const QStringRef& path) const {
 
 CHpfTreeTableDataPtr CHpfTreeTable::rowByPath(const QString& path) const {
   const int node = findByPath(CTreeRows::kTop, QStringRef(&path));
-  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_pTreeModel->rows().at(node).row;
+  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_pTreeModel->rows().row(node);
 }
 
 // The tree column
 
 QRect CHpfTreeTable::branchRect(int row, const QRect& cell) const {
-  const int depth = m_pTreeModel->rows().at(m_pTreeModel->nodeAt(row)).depth;
+  const int depth = m_pTreeModel->rows().depth(m_pTreeModel->nodeAt(row));
   return {cell.left() + 2 + (depth - 1) * kIndent, cell.top(), kBranchWidth, cell.height()};
 }
 
 QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) {
-  const CTreeRows::SNode& node = m_pTreeModel->rows().at(m_pTreeModel->nodeAt(row));
+  const CTreeRows& rows = m_pTreeModel->rows();
+  const int node = m_pTreeModel->nodeAt(row);
   const QRect branch = branchRect(row, cell);
-  if (!node.children.empty() && branch.right() < cell.right()) {
+  if (rows.hasChildren(node) && branch.right() < cell.right()) {
     const QPointF middle = QRectF(branch).center();
-    const bool open = (node.flags & CTreeRows::Expanded) != 0;
+    const bool open = rows.has(node, CTreeRows::Expanded);
     QPolygonF arrow;
     if (open) {
       arrow << middle + QPointF(-4, -2) << middle + QPointF(4, -2) << middle + QPointF(0, 3);
@@ -216,19 +217,19 @@ QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) 
 
 bool CHpfTreeTable::pressBranch(int row, const QRect& cell, const QPoint& point) {
   const int node = m_pTreeModel->nodeAt(row);
-  if (m_pTreeModel->rows().at(node).children.empty() || !branchRect(row, cell).contains(point)) return false;
+  if (!m_pTreeModel->rows().hasChildren(node) || !branchRect(row, cell).contains(point)) return false;
   foldByUser(node, !m_pTreeModel->rows().has(node, CTreeRows::Expanded));
   return true;
 }
 
 void CHpfTreeTable::foldByUser(int node, bool unfold) {
-  CEventDeliverer::tellTap(this, EventRowFolded, unfold ? 1 : 0, 0, m_pTreeModel->rows().at(node).row->key());
+  CEventDeliverer::tellTap(this, EventRowFolded, unfold ? 1 : 0, 0, m_pTreeModel->rows().row(node)->key());
   m_pTreeModel->setExpanded(node, unfold);
 }
 
 bool CHpfTreeTable::isHeading(int row) const {
-  const CTreeRows::SNode& node = m_pTreeModel->rows().at(m_pTreeModel->nodeAt(row));
-  return node.depth == 1 && !node.children.empty();
+  const int node = m_pTreeModel->nodeAt(row);
+  return m_pTreeModel->rows().depth(node) == 1 && m_pTreeModel->rows().hasChildren(node);
 }
 
 // Keyboard
@@ -247,12 +248,12 @@ void CHpfTreeTable::keyPressEvent(QKeyEvent* event) {
     return;
   }
   const CTreeRows& rows = m_pTreeModel->rows();
-  const bool parent = !rows.at(node).children.empty();
+  const bool parent = rows.hasChildren(node);
   const bool expanded = rows.has(node, CTreeRows::Expanded);
   if (parent && expanded != unfold) {
     foldByUser(node, unfold);
-  } else if (event->key() == Qt::Key_Left && rows.at(node).parent != CTreeRows::kTop) {
-    moveCurrent(m_pTreeModel->positionOfNode(rows.at(node).parent), Qt::NoModifier);
+  } else if (event->key() == Qt::Key_Left && rows.parent(node) != CTreeRows::kTop) {
+    moveCurrent(m_pTreeModel->positionOfNode(rows.parent(node)), Qt::NoModifier);
   } else if (event->key() == Qt::Key_Right && parent) {
     moveCurrent(m_pTreeModel->positionOfNode(node) + 1, Qt::NoModifier);
   }

@@ -21,7 +21,7 @@ int CHpfTreeTableModel::rowCount(const QModelIndex& parent) const {
   return static_cast<int>(m_flat.size());
 }
 
-CHpfTreeTableData& CHpfTreeTableModel::rowAt(int position) const { return *m_rows.at(nodeAt(position)).row; }
+CHpfTreeTableData& CHpfTreeTableModel::rowAt(int position) const { return *m_rows.row(nodeAt(position)); }
 
 int CHpfTreeTableModel::nodeAt(int position) const {
   ensureFlat();
@@ -35,12 +35,14 @@ int CHpfTreeTableModel::positionOf(const QString& key) const {
 
 int CHpfTreeTableModel::nearestPosition(const QString& key) const {
   int node = m_rows.find(key);
-  while (node > CTreeRows::kTop && !m_rows.isShown(node)) node = m_rows.at(node).parent;
+  while (node > CTreeRows::kTop && !m_rows.isShown(node)) node = m_rows.parent(node);
   return node > CTreeRows::kTop ? positionOfNode(node) : -1;
 }
 
-/// Since the positions were last set, none is further off than the rows that came and went; -1 when these are many.
-int CHpfTreeTableModel::findNear(int node, int position) const {
+/// Of a node that shows. Since the positions were last set, none is further off than the rows that came and went; -1
+/// when these are many.
+int CHpfTreeTableModel::findNear(int node) const {
+  const int position = m_rows.position(node);
   const int rows = static_cast<int>(m_flat.size());
   const auto isAt = [&](int place) {
     return place >= 0 && place < rows && m_flat[static_cast<std::size_t>(place)] == node;
@@ -59,14 +61,13 @@ int CHpfTreeTableModel::findNear(int node, int position) const {
 
 int CHpfTreeTableModel::positionOfNode(int node) const {
   ensureFlat();
-  const int position = m_rows.at(node).position;
-  if (position < 0) return -1;
-  const int found = findNear(node, position);
+  if (!m_rows.isShown(node)) return -1;
+  const int found = findNear(node);
   if (found >= 0) return found;
   for (std::size_t i = m_nPositionsValid; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
   m_nPositionsValid = m_flat.size();
   m_nDisplacement = 0;
-  return m_rows.at(node).position;
+  return m_rows.position(node);
 }
 
 QString CHpfTreeTableModel::cellText(const IBaseHpfTableData& row, int column) const {
@@ -78,7 +79,7 @@ double CHpfTreeTableModel::statistic(int column) const { return m_rows.sum(colum
 
 CHpfTreeTableDataPtr CHpfTreeTableModel::dataByKey(const QString& key) const {
   const int node = m_rows.find(key);
-  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_rows.at(node).row;
+  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_rows.row(node);
 }
 
 // Batches
@@ -112,51 +113,41 @@ bool CHpfTreeTableModel::goesIncremental() {
   if (m_bResetting) return false;
   const bool few = ++m_nBatchOperations <= kIncrementalOperations && m_nBatchRows <= kMaxDisplacement;
   if (m_nBatch == 0 || few) return true;
+  startReset();
+  return false;
+}
+
+/// Until the batch ends the flat list is left as it is, and all changes are announced at once by then.
+void CHpfTreeTableModel::startReset() {
+  if (m_bResetting) return;
   beginResetModel();
   m_bResetting = true;
-  return false;
 }
 
 void CHpfTreeTableModel::ensureFlat() const {
   if (!m_bFlatStale) return;
   m_bFlatStale = false;
-  // A node that was removed meanwhile may be in the old list; its slot is free or holds a new row, which is set below.
-  for (const int node : m_flat) m_rows.setPosition(node, CTreeRows::kNoPosition);
   m_flat.clear();
-  collectChildren(CTreeRows::kTop, 0, m_flat);
+  m_rows.collectShown(CTreeRows::kTop, 0, m_flat);
   m_nDisplacement = 0;
   m_nPositionsValid = m_flat.size();
 }
 
 // The flat list
 
-/// Appends a node and what shows below it, and tells them their positions; first is that of the first node in out.
-void CHpfTreeTableModel::collect(int node, int first, std::vector<int>& out) const {
-  m_rows.setPosition(node, first + static_cast<int>(out.size()));
-  out.push_back(node);
-  if (m_rows.has(node, CTreeRows::Expanded)) collectChildren(node, first, out);
-}
-
-void CHpfTreeTableModel::collectChildren(int node, int first, std::vector<int>& out) const {
-  m_rows.ensureSorted(node);
-  for (const int child : m_rows.at(node).children) {
-    if (!m_rows.isOut(child)) collect(child, first, out);
-  }
-}
-
 /// The position behind everything that shows below the row at a position.
 int CHpfTreeTableModel::endOf(int position) const {
   const std::size_t first = static_cast<std::size_t>(position);
-  const int depth = m_rows.at(m_flat[first]).depth;
+  const int depth = m_rows.depth(m_flat[first]);
   std::size_t end = first + 1;
-  while (end < m_flat.size() && m_rows.at(m_flat[end]).depth > depth) ++end;
+  while (end < m_flat.size() && m_rows.depth(m_flat[end]) > depth) ++end;
   return static_cast<int>(end);
 }
 
 /// The last row that shows at or below a node that shows.
 int CHpfTreeTableModel::lastShown(int node) const {
   while (m_rows.has(node, CTreeRows::Expanded)) {
-    const std::vector<int>& children = m_rows.at(node).children;
+    const std::vector<int>& children = m_rows.children(node);
     const auto shown =
         std::find_if(children.rbegin(), children.rend(), [this](int child) { return !m_rows.isOut(child); });
     if (shown == children.rend()) return node;
@@ -167,8 +158,8 @@ int CHpfTreeTableModel::lastShown(int node) const {
 
 /// The position of the row after which a node that is to show belongs; -1 for the very first.
 int CHpfTreeTableModel::positionBefore(int node) const {
-  const int parent = m_rows.at(node).parent;
-  const std::vector<int>& siblings = m_rows.at(parent).children;
+  const int parent = m_rows.parent(node);
+  const std::vector<int>& siblings = m_rows.children(parent);
   auto place = std::find(siblings.rbegin(), siblings.rend(), node);
   const auto before =
       std::find_if(std::next(place), siblings.rend(), [this](int sibling) { return !m_rows.isOut(sibling); });
@@ -188,7 +179,6 @@ void CHpfTreeTableModel::showRows(int position, const std::vector<int>& nodes) {
 void CHpfTreeTableModel::hideRows(int first, int end) {
   if (first >= end) return;
   beginRemoveRows(QModelIndex(), first, end - 1);
-  for (int i = first; i < end; ++i) m_rows.setPosition(m_flat[static_cast<std::size_t>(i)], CTreeRows::kNoPosition);
   m_flat.erase(m_flat.begin() + first, m_flat.begin() + end);
   noteDisplacement(first, end - first);
   endRemoveRows();
@@ -216,7 +206,7 @@ void CHpfTreeTableModel::relayout(int node) {
   for (const QModelIndex& index : before) persistent.push_back(nodeAt(index.row()));
 
   std::vector<int> nodes;
-  collectChildren(node, position + 1, nodes);
+  m_rows.collectShown(node, position + 1, nodes);
   std::copy(nodes.begin(), nodes.end(), m_flat.begin() + (position + 1));  // position may be -1 of an empty list
 
   QModelIndexList after;
@@ -235,8 +225,8 @@ bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QStri
   const int parent = parentKey.isEmpty() ? CTreeRows::kTop : m_rows.find(parentKey);
   if (parent == CTreeRows::kNone) return false;
   const int before = m_rows.find(beforeKey);
-  if (!beforeKey.isEmpty() && (before == CTreeRows::kNone || m_rows.at(before).parent != parent)) return false;
-  const bool first = m_rows.at(parent).children.empty();
+  if (!beforeKey.isEmpty() && (before == CTreeRows::kNone || m_rows.parent(before) != parent)) return false;
+  const bool first = m_rows.children(parent).empty();
   const bool shown = showsChildren(parent);
   const bool incremental = shown && goesIncremental();
   const int node = m_rows.insert(parent, row, before);
@@ -247,14 +237,14 @@ bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QStri
   } else if (shown) {
     m_bFlatStale = true;
   }
-  if (first && parent != CTreeRows::kTop) rowChanged(parent);  // it has a branch arrow now
-  if (m_filter) rowChanged(node);
+  if (first && parent != CTreeRows::kTop) noteChange(parent, false);  // it has a branch arrow now
+  if (m_filter) noteChange(node, false);
   return true;
 }
 
 bool CHpfTreeTableModel::replaceData(const CHpfTreeTableDataPtr& row) {
   const int node = row ? m_rows.find(row->key()) : CTreeRows::kNone;
-  if (node == CTreeRows::kNone || (row->isInTable() && m_rows.at(node).row != row)) return false;
+  if (node == CTreeRows::kNone || (row->isInTable() && m_rows.row(node) != row)) return false;
   m_rows.replace(node, row);
   rowChanged(node);
   return true;
@@ -263,7 +253,7 @@ bool CHpfTreeTableModel::replaceData(const CHpfTreeTableDataPtr& row) {
 bool CHpfTreeTableModel::removeDataByKey(const QString& key) {
   const int node = m_rows.find(key);
   if (node == CTreeRows::kNone) return false;
-  const int parent = m_rows.at(node).parent;
+  const int parent = m_rows.parent(node);
   if (m_rows.isShown(node)) {
     if (goesIncremental()) {
       const int position = positionOfNode(node);
@@ -273,7 +263,7 @@ bool CHpfTreeTableModel::removeDataByKey(const QString& key) {
     }
   }
   m_rows.erase(node);
-  if (parent != CTreeRows::kTop && (m_filter || m_rows.at(parent).children.empty())) rowChanged(parent);
+  if (parent != CTreeRows::kTop && (m_filter || m_rows.children(parent).empty())) noteChange(parent, false);
   return true;
 }
 
@@ -299,7 +289,7 @@ bool CHpfTreeTableModel::reorderChildren(const QString& parentKey, const QString
 
 void CHpfTreeTableModel::setExpanded(int node, bool on) {
   if (m_rows.has(node, CTreeRows::Expanded) == on) return;
-  const bool shown = !m_rows.at(node).children.empty() && m_rows.isShown(node);
+  const bool shown = !m_rows.children(node).empty() && m_rows.isShown(node);
   if (!shown) {
     m_rows.set(node, CTreeRows::Expanded, on);
   } else if (!goesIncremental()) {
@@ -309,7 +299,7 @@ void CHpfTreeTableModel::setExpanded(int node, bool on) {
     const int position = positionOfNode(node);
     m_rows.set(node, CTreeRows::Expanded, true);
     std::vector<int> nodes;
-    collectChildren(node, position + 1, nodes);
+    m_rows.collectShown(node, position + 1, nodes);
     showRows(position + 1, nodes);
   } else {
     const int position = positionOfNode(node);
@@ -317,14 +307,14 @@ void CHpfTreeTableModel::setExpanded(int node, bool on) {
     m_rows.set(node, CTreeRows::Expanded, false);
     hideRows(position + 1, end);
   }
-  rowChanged(node);
+  noteChange(node, false);
 }
 
 void CHpfTreeTableModel::setOut(int node, CTreeRows::EFlag flag, bool on) {
   if (m_rows.has(node, flag) == on) return;
   // A row that is folded away, or out of sight for the other reason too, only notes the flag.
-  const unsigned char other = flag == CTreeRows::Hidden ? CTreeRows::Filtered : CTreeRows::Hidden;
-  if ((m_rows.at(node).flags & other) != 0 || !showsChildren(m_rows.at(node).parent)) {
+  const CTreeRows::EFlag other = flag == CTreeRows::Hidden ? CTreeRows::Filtered : CTreeRows::Hidden;
+  if (m_rows.has(node, other) || !showsChildren(m_rows.parent(node))) {
     m_rows.set(node, flag, on);
     return;
   }
@@ -338,25 +328,28 @@ void CHpfTreeTableModel::setOut(int node, CTreeRows::EFlag flag, bool on) {
     hideRows(position, end);
   } else {
     m_rows.set(node, flag, false);
-    std::vector<int> nodes;
     const int position = positionBefore(node) + 1;
-    collect(node, position, nodes);
+    m_rows.setPosition(node, position);
+    std::vector<int> nodes = {node};
+    if (m_rows.has(node, CTreeRows::Expanded)) m_rows.collectShown(node, position, nodes);
     showRows(position, nodes);
   }
 }
 
+void CHpfTreeTableModel::setHidden(const std::vector<int>& nodes, bool on) {
+  const CModelBatch batch(*this);
+  if (static_cast<int>(nodes.size()) <= kIncrementalOperations) {
+    for (const int node : nodes) setHidden(node, on);
+    return;
+  }
+  startReset();
+  for (const int node : nodes) m_rows.set(node, CTreeRows::Hidden, on);
+  m_bFlatStale = true;
+}
+
 void CHpfTreeTableModel::setAllExpanded(bool on) {
   const CModelBatch batch(*this);
-  std::vector<int> parents;
-  const std::vector<int>& roots = m_rows.at(CTreeRows::kTop).children;
-  parents.assign(roots.begin(), roots.end());
-  for (std::size_t i = 0; i < parents.size(); ++i) {
-    if (!m_rows.has(parents[i], CTreeRows::Grandparent)) continue;
-    for (const int child : m_rows.at(parents[i]).children) {
-      if (!m_rows.at(child).children.empty()) parents.push_back(child);
-    }
-  }
-  for (const int node : parents) setExpanded(node, on);
+  for (const int node : m_rows.parents()) setExpanded(node, on);
 }
 
 void CHpfTreeTableModel::sort(int column, Qt::SortOrder order) {
@@ -371,10 +364,9 @@ void CHpfTreeTableModel::sort(int column, Qt::SortOrder order) {
 
 void CHpfTreeTableModel::visitBelow(int node, bool hidden, const RowVisitor& visit) const {
   m_rows.ensureSorted(node);
-  for (const int child : m_rows.at(node).children) {
-    const CTreeRows::SNode& entry = m_rows.at(child);
+  for (const int child : m_rows.children(node)) {
     const bool gone = hidden || m_rows.isOut(child);
-    visit(*entry.row, entry.depth - 1, gone, m_rows.has(child, CTreeRows::Expanded));
+    visit(*m_rows.row(child), m_rows.depth(child) - 1, gone, m_rows.has(child, CTreeRows::Expanded));
     visitBelow(child, gone, visit);
   }
 }

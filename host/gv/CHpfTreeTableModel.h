@@ -62,10 +62,12 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
 
   void setExpanded(int node, bool on);
   void setHidden(int node, bool on) { setOut(node, CTreeRows::Hidden, on); }
+  /// The same for many nodes, which costs little more than one pass over the rows that show.
+  void setHidden(const std::vector<int>& nodes, bool on);
   void setAllExpanded(bool on);
   /// The figures of a node changed, resp. those of everything at and below it (CTreeRows::kTop: of all rows).
-  void rowChanged(int node) { noteChange(node, false); }
-  void rowsChanged(int node) { noteChange(node, true); }
+  void rowChanged(int node) { figuresChanged(node, false); }
+  void rowsChanged(int node) { figuresChanged(node, true); }
 
   /// Takes rows out of sight for which accepts is false, unless a row above or below them is accepted. An empty one
   /// ends it. Rows that change are looked at again. Leaves what setHidden did alone.
@@ -89,15 +91,14 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   };
 
   bool goesIncremental();
+  void startReset();
   bool showsChildren(int node) const;
   void setOut(int node, CTreeRows::EFlag flag, bool on);
   bool filterTree(int node, bool accepted);
   void filterChanges();
   void ensureFlat() const;
-  void collect(int node, int first, std::vector<int>& out) const;
-  void collectChildren(int node, int first, std::vector<int>& out) const;
   int endOf(int position) const;
-  int findNear(int node, int position) const;
+  int findNear(int node) const;
   void noteDisplacement(int first, int rows);
   int positionBefore(int node) const;
   int lastShown(int node) const;
@@ -105,6 +106,7 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   void hideRows(int first, int end);
   void relayout(int node);
   void noteChange(int node, bool subtree);
+  void figuresChanged(int node, bool subtree);
   void applyChanges();
   void restoreOrder();
   bool refreshOrder(const SChange& change);

@@ -10,19 +10,24 @@ void CHpfTreeTableModel::noteChange(int node, bool subtree) {
   m_changes.push_back({node, subtree});
 }
 
+void CHpfTreeTableModel::figuresChanged(int node, bool subtree) {
+  m_rows.touchFigures(node, subtree);
+  noteChange(node, subtree);
+}
+
 // The filter
 
 void CHpfTreeTableModel::setFilter(RowFilter accepts) {
   m_filter = std::move(accepts);
   const CModelBatch batch(*this);
-  for (const int root : m_rows.at(CTreeRows::kTop).children) filterTree(root, !m_filter);
+  for (const int root : m_rows.children(CTreeRows::kTop)) filterTree(root, !m_filter);
 }
 
 /// Whether the node or one below it is accepted.
 bool CHpfTreeTableModel::filterTree(int node, bool accepted) {
-  accepted = accepted || m_filter(*m_rows.at(node).row);
+  accepted = accepted || m_filter(*m_rows.row(node));
   bool below = false;
-  for (const int child : m_rows.at(node).children) below = filterTree(child, accepted) || below;
+  for (const int child : m_rows.children(node)) below = filterTree(child, accepted) || below;
   setOut(node, CTreeRows::Filtered, !accepted && !below);
   return accepted || below;
 }
@@ -33,12 +38,12 @@ void CHpfTreeTableModel::filterChanges() {
   std::vector<int> roots;
   for (const SChange& change : m_changes) {
     if (change.node == CTreeRows::kTop) {
-      roots = m_rows.at(CTreeRows::kTop).children;
+      roots = m_rows.children(CTreeRows::kTop);
       break;
     }
     int root = change.node;
-    while (m_rows.at(root).row && m_rows.at(root).parent != CTreeRows::kTop) root = m_rows.at(root).parent;
-    if (m_rows.at(root).row) roots.push_back(root);
+    while (m_rows.row(root) && m_rows.parent(root) != CTreeRows::kTop) root = m_rows.parent(root);
+    if (m_rows.row(root)) roots.push_back(root);
   }
   std::sort(roots.begin(), roots.end());
   roots.erase(std::unique(roots.begin(), roots.end()), roots.end());
@@ -58,7 +63,7 @@ void CHpfTreeTableModel::applyChanges() {
 void CHpfTreeTableModel::restoreOrder() {
   // A row that was removed after it changed left an empty node.
   const auto gone = [this](const SChange& change) {
-    return change.node != CTreeRows::kTop && m_rows.at(change.node).row == nullptr;
+    return change.node != CTreeRows::kTop && m_rows.row(change.node) == nullptr;
   };
   m_changes.erase(std::remove_if(m_changes.begin(), m_changes.end(), gone), m_changes.end());
   std::vector<int> parents;
@@ -77,7 +82,7 @@ void CHpfTreeTableModel::restoreOrder() {
   int count = 0;
   for (const int parent : parents) {
     // Parents that are folded are ordered when they are opened.
-    if (parent != CTreeRows::kTop && m_rows.at(parent).position < 0) continue;
+    if (parent != CTreeRows::kTop && !m_rows.isShown(parent)) continue;
     if (!m_rows.has(parent, CTreeRows::Expanded) || !m_rows.ensureSorted(parent)) continue;
     moved = parent;
     ++count;
@@ -88,16 +93,16 @@ void CHpfTreeTableModel::restoreOrder() {
 bool CHpfTreeTableModel::refreshOrder(const SChange& change) {
   if (change.node != CTreeRows::kTop) return m_rows.refreshOrder(change.node);
   bool moved = false;
-  for (const int root : m_rows.at(CTreeRows::kTop).children) moved = m_rows.refreshOrder(root) || moved;
+  for (const int root : m_rows.children(CTreeRows::kTop)) moved = m_rows.refreshOrder(root) || moved;
   return moved;
 }
 
 void CHpfTreeTableModel::gatherUnsorted(int node, bool subtree, std::vector<int>& parents) const {
-  if (node != CTreeRows::kTop) parents.push_back(m_rows.at(node).parent);
-  if (!subtree || m_rows.at(node).children.empty()) return;
+  if (node != CTreeRows::kTop) parents.push_back(m_rows.parent(node));
+  if (!subtree || m_rows.children(node).empty()) return;
   parents.push_back(node);
-  for (const int child : m_rows.at(node).children) {
-    if (!m_rows.at(child).children.empty()) gatherUnsorted(child, true, parents);
+  for (const int child : m_rows.children(node)) {
+    if (!m_rows.children(child).empty()) gatherUnsorted(child, true, parents);
   }
 }
 

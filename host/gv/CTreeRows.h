@@ -1,4 +1,4 @@
-/// The tree behind a tree table: nodes in one vector, found by key, ordered within each parent.
+/// The tree behind a tree table: nodes in a few arrays, found by key, ordered within each parent.
 #pragma once
 
 #include <QHash>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "gv/CHpfTreeTableData.h"
+#include "gv/SortByKey.h"
 
 namespace GV {
 
@@ -15,32 +16,15 @@ class CTreeRows {
  public:
   static constexpr int kNone = -1;
   static constexpr int kTop = 0;
-  static constexpr int kNoPosition = -1;
 
   /// Hidden by the owner, resp. by the user's filter: either takes a row and all below it out of sight.
-  /// Grandparent: a child of it has children, or had some once.
-  enum EFlag : unsigned char { Expanded = 1, Hidden = 2, Counted = 4, Filtered = 8, Grandparent = 16 };
-
-  struct SNode {
-    CHpfTreeTableDataPtr row;
-    std::vector<int> children;  ///< in the order of the table
-    int parent = kNone;
-    int rank = 0;                ///< place among the siblings while no column is sorted
-    int nextRank = 0;            ///< of the next child
-    int order = 0;               ///< the row's sortOrder() when last looked at
-    int position = kNoPosition;  ///< in the flat list of the model, which keeps it
-    int sortStamp = 0;           ///< the sort under which the children were ordered last; 0 for none
-    unsigned short depth = 0;
-    unsigned char flags = 0;
-  };
+  enum EFlag : unsigned char { Expanded = 1, Hidden = 2, Counted = 4, Filtered = 8 };
 
   CTreeRows();
   ~CTreeRows();
   CTreeRows(const CTreeRows&) = delete;
   CTreeRows& operator=(const CTreeRows&) = delete;
 
-  const SNode& at(int node) const { return m_nodes[static_cast<std::size_t>(node)]; }
-  void setPosition(int node, int position) { ref(node).position = position; }
   /// Number of rows, whether they show or not.
   int count() const { return m_index.size(); }
   void reserve(int rows);
@@ -49,6 +33,20 @@ class CTreeRows {
   int find(const QString& key) const { return m_index.value(key, kNone); }
   /// The node of a row of this tree, kNone for any other row.
   int nodeOf(const CHpfTreeTableData& row) const;
+
+  /// Null for the invisible parent, and where a row was removed.
+  const CHpfTreeTableDataPtr& row(int node) const { return m_rows[static_cast<std::size_t>(node)]; }
+  int parent(int node) const { return at(node).parent; }
+  int depth(int node) const { return at(node).depth; }
+  bool hasChildren(int node) const { return !children(node).empty(); }
+  /// In the order of the table.
+  const std::vector<int>& children(int node) const;
+  /// Every node with children, in no particular order.
+  std::vector<int> parents() const;
+  /// Where the node stood in the flat list of the model when that was last noted; means nothing for a node that does
+  /// not show.
+  int position(int node) const { return at(node).position; }
+  void setPosition(int node, int position) { ref(node).position = position; }
 
   /// Adds a row under a parent, in the children's own order before the given child, or last. The key must be new.
   int insert(int parent, const CHpfTreeTableDataPtr& row, int before = kNone);
@@ -68,42 +66,80 @@ class CTreeRows {
   bool isUnhidden(int node) const;
   /// Unhidden, and all above it expanded.
   bool isShown(int node) const;
+  /// Appends what shows below a node, in the order of the table, and tells these nodes their positions; first is the
+  /// position of the first node in out.
+  void collectShown(int node, int first, std::vector<int>& out);
 
   /// Sorts every parent's children by a column; -1 for their own order. Takes effect parent by parent in ensureSorted.
   void setSort(int column, Qt::SortOrder order, bool byNumber);
   /// Orders the children of a parent unless they are; true when this moved one.
   bool ensureSorted(int parent);
   /// Says that the order of a parent's children may no longer hold.
-  void touchOrder(int parent) { ref(parent).sortStamp = 0; }
+  void touchOrder(int parent);
   /// Looks whether a root's sortOrder() moved; then the order of the roots is touched and the answer true.
   bool refreshOrder(int node);
 
-  /// Sum of number(column) over the counted rows that are not hidden.
-  double sum(int column) const;
+  /// Sum of number(column) over the counted rows that are not hidden, added in the rows' own order, so that the same
+  /// rows give the same sum to the last bit. The figures of one column are kept until touchFigures.
+  double sum(int column);
+  /// Says that number() of a row changed, with subtree of all at and below it.
+  void touchFigures(int node, bool subtree);
 
  private:
-  struct SSortKey;
   struct STextKey;
 
-  SNode& ref(int node) { return m_nodes[static_cast<std::size_t>(node)]; }
+  /// What a walk over the whole tree reads of a node, close together, since such a walk costs what it fetches.
+  struct SPlace {
+    int position = 0;
+    int parent = kNone;
+    int rank = 0;        ///< place among the siblings while no column is sorted
+    int family = kNone;  ///< a root, a counted row and a row with children have one
+    unsigned short depth = 0;
+    unsigned char flags = 0;
+  };
+  struct SFamily {
+    std::vector<int> children;
+    int nextRank = 0;   ///< of the next child
+    int sortStamp = 0;  ///< the sort under which the children were ordered last; 0 for none
+    int order = 0;      ///< of a root: sortOrder() when last looked at
+    int node = kNone;   ///< whose it is; kNone while nobody's
+    int counted = 0;    ///< of a counted row: its place in m_counted
+  };
+
+  const SPlace& at(int node) const { return m_places[static_cast<std::size_t>(node)]; }
+  SPlace& ref(int node) { return m_places[static_cast<std::size_t>(node)]; }
+  SFamily& family(int node);
+  int orderOf(int node) const;
   int allocate();
+  void countRow(int node, int parent);
   void release(int node);
   int sortedPlace(int parent, int node) const;
   SSortKey sortKey(int node) const;
   bool textLess(const STextKey& a, const STextKey& b) const;
-  bool sortByNumber(SNode& parent);
-  bool sortByText(SNode& parent);
-  void countRow(int node);
+  bool sortByNumber(std::vector<int>& children) const;
+  bool sortByText(std::vector<int>& children) const;
+  std::uint64_t ownKey(int node) const { return ownOrderKey(orderOf(node), at(node).rank); }
+  bool isBeforeInOwnOrder(int a, int b) const;
+  void recount();
+  void readFigures(int column);
 
-  std::vector<SNode> m_nodes;
+  std::vector<CHpfTreeTableDataPtr> m_rows;
+  std::vector<SPlace> m_places;  ///< as m_rows
+  std::vector<SFamily> m_families;
   std::vector<int> m_free;
+  std::vector<int> m_freeFamilies;
   QHash<QString, int> m_index;
   int m_nSortColumn = -1;
   Qt::SortOrder m_eSortOrder = Qt::AscendingOrder;
   bool m_bByNumber = true;
   int m_nSortStamp = 1;
-  mutable std::vector<int> m_counted;  ///< nodes whose number() is summed
-  mutable bool m_bCountedStale = false;
+
+  int m_nCountedBelowRoots = 0;
+  std::vector<int> m_counted;     ///< nodes whose number() is summed, in their own order unless stale
+  std::vector<double> m_figures;  ///< of the counted nodes, in the column that was summed last
+  std::vector<int> m_touched;     ///< nodes whose figure is to be read anew
+  int m_nSumColumn = -1;          ///< -1: all figures are to be read anew
+  bool m_bCountedStale = false;
 };
 
 }  // namespace GV

@@ -131,7 +131,7 @@ CHpfTreeTable* CPartAccessible::foldable() const {
   auto* tree = qobject_cast<CHpfTreeTable*>(m_pTable.data());
   if (tree == nullptr || tree->baseModel()->columnKind(m_nColumn) != ColumnTree) return nullptr;
   const int node = tree->dataModel()->find(m_strKey);
-  return node != CTreeRows::kNone && !tree->dataModel()->rows().at(node).children.empty() ? tree : nullptr;
+  return node != CTreeRows::kNone && tree->dataModel()->rows().hasChildren(node) ? tree : nullptr;
 }
 
 QAccessibleInterface* CPartAccessible::parent() const {

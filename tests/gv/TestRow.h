@@ -18,11 +18,13 @@ struct TestRow : GV::CHpfTreeTableData {
     return column == 2 ? QString::number(m_dValue, 'f', 2) : QString();
   }
   double number(int column) const override { return column == 2 ? m_dValue : 0.0; }
+  bool inStatistics() const override { return m_bCounted; }
   double getChangedValue(int /*column*/) override { return std::exchange(m_dChange, 0.0); }
 
   QString m_strKey;
   double m_dValue;
   int m_nOrder;
+  bool m_bCounted = true;
   double m_dChange = 0.0;
 };
 

@@ -43,6 +43,7 @@ class NaiveTree {
     return lines;
   }
   QStringList print() const { return print(m_top); }
+  double sum() const { return sum(m_top); }
 
   static bool accepts(const GV::CHpfTreeTableData& row) { return row.number(2) >= 3.0; }
   bool acceptedAbove(const NaiveNode& node) const {
@@ -51,6 +52,15 @@ class NaiveTree {
   bool acceptedBelow(const NaiveNode& node) const {
     return std::any_of(node.children.begin(), node.children.end(),
                        [this](const auto& child) { return accepts(*child->row) || acceptedBelow(*child); });
+  }
+
+  /// Of the counted rows that neither are hidden nor have one above them that is.
+  double sum(const NaiveNode& node) const {
+    double total = node.row && node.row->m_bCounted ? node.row->m_dValue : 0.0;
+    for (const auto& child : node.children) {
+      if (!child->hidden && (!m_bFilter || acceptedAbove(*child) || acceptedBelow(*child))) total += sum(*child);
+    }
+    return total;
   }
 
   /// In the order of the rows' making, so that a random pick depends on nothing else.
@@ -120,14 +130,15 @@ class Follower {
 /// Does the same random things to the model and to the plain tree.
 class RandomTree {
  public:
-  explicit RandomTree(unsigned seed) : m_random(seed) {}
+  /// Every other seed counts roots alone.
+  explicit RandomTree(unsigned seed) : m_random(seed), m_bCountRoots(seed % 2 == 0) {}
 
   void step() {
     using Action = void (RandomTree::*)();
-    static const Action actions[] = {&RandomTree::insert, &RandomTree::insert,  &RandomTree::insert,
-                                     &RandomTree::remove, &RandomTree::hide,    &RandomTree::expand,
-                                     &RandomTree::expand, &RandomTree::change,  &RandomTree::change,
-                                     &RandomTree::sort,   &RandomTree::reorder, &RandomTree::filter};
+    static const Action actions[] = {
+        &RandomTree::insert,   &RandomTree::insert,  &RandomTree::insert, &RandomTree::remove,   &RandomTree::hide,
+        &RandomTree::hideMany, &RandomTree::expand,  &RandomTree::expand, &RandomTree::change,   &RandomTree::change,
+        &RandomTree::sort,     &RandomTree::reorder, &RandomTree::filter, &RandomTree::expandAll};
     (this->*actions[pick(std::size(actions))])();
   }
 
@@ -151,6 +162,7 @@ class RandomTree {
     NaiveNode& parent = anyParent();
     const auto row = boost::make_shared<TestRow>(QStringLiteral("k%1").arg(++m_nKeys, 5, 10, QLatin1Char('0')),
                                                  static_cast<double>(pick(5)), static_cast<int>(pick(3)));
+    row->m_bCounted = m_bCountRoots ? &parent == &m_tree.m_top : pick(2) == 0;
     auto at = parent.children.end();
     if (!parent.children.empty() && pick(2) == 0) at -= 1 + static_cast<long>(pick(parent.children.size()));
     const QString before = at == parent.children.end() ? QString() : keyOf(**at);
@@ -174,6 +186,28 @@ class RandomTree {
     if (node == nullptr) return;
     node->hidden = pick(2) == 0;
     m_model.setHidden(m_model.find(node->row->m_strKey), node->hidden);
+  }
+
+  /// Few are hidden one by one, many at once.
+  void hideMany() {
+    const bool on = pick(2) == 0;
+    const std::size_t stride = 1 + pick(8);
+    std::vector<int> nodes;
+    std::vector<NaiveNode*> all = m_tree.all();
+    for (std::size_t i = 0; i < all.size(); i += stride) {
+      all[i]->hidden = on;
+      nodes.push_back(m_model.find(all[i]->row->m_strKey));
+    }
+    m_model.setHidden(nodes, on);
+  }
+
+  void expandAll() {
+    if (pick(4) != 0) return;
+    const bool on = pick(2) == 0;
+    for (NaiveNode* node : m_tree.all()) {
+      if (!node->children.empty()) node->expanded = on;
+    }
+    m_model.setAllExpanded(on);
   }
 
   void expand() {
@@ -221,6 +255,7 @@ class RandomTree {
   }
 
   std::mt19937 m_random;
+  const bool m_bCountRoots;
   int m_nKeys = 0;
 };
 
@@ -254,6 +289,7 @@ TEST(TreeModel, RandomChangesMatchAPlainTree) {
       const std::string expected = joined(random.m_tree.print());
       ASSERT_EQ(joined(shownLines(random.m_model)), expected) << "seed " << seed << " round " << round;
       ASSERT_EQ(joined(follower.m_lines), expected) << "notices, seed " << seed << " round " << round;
+      ASSERT_EQ(random.m_model.statistic(2), random.m_tree.sum()) << "sum, seed " << seed << " round " << round;
     }
   }
 }
@@ -336,4 +372,20 @@ TEST(TreeModel, SumsEveryRowThatIsNotHidden) {
   model.removeDataByKey(QStringLiteral("b"));
   model.insertData(boost::make_shared<TestRow>(QStringLiteral("c"), 1000), QString());
   EXPECT_EQ(model.statistic(2), 1000);
+}
+
+/// Figures that do not add up exactly are added in the rows' own order, whatever order they came in.
+TEST(TreeModel, SumsTheSameRowsToTheSameLastBit) {
+  const double values[] = {1e16, 1.0, -1e16, 1.0, 3.0};
+  const auto sumOf = [&](const std::vector<int>& arrival) {
+    GV::CHpfTreeTableModel model(testColumns());
+    for (const int i : arrival) {
+      model.insertData(boost::make_shared<TestRow>(QString(QChar('a' + i)), values[i], i), QString());
+    }
+    model.sort(2, Qt::DescendingOrder);
+    return model.statistic(2);
+  };
+  const double expected = (((1e16 + 1.0) - 1e16) + 1.0) + 3.0;
+  EXPECT_EQ(sumOf({0, 1, 2, 3, 4}), expected);
+  EXPECT_EQ(sumOf({4, 2, 0, 3, 1}), expected);
 }

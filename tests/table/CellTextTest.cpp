@@ -19,6 +19,7 @@ struct SRow {
   CHpfBasketStatusData data() const {
     return {facts, shape, texts, figures, hedged ? &hedge : nullptr, texts.statusText};
   }
+  double amount() const { return shownAmount(shape, texts, figures, hedged ? &hedge : nullptr); }
   QString progress(EProcessDisplay mode) const { return progressText(data(), mode); }
 };
 
@@ -54,12 +55,12 @@ TEST(CellText, OperationsWithoutAmountShowNone) {
     row.shape.operations = {operation, ksservice::EOT_Buy};
     row.figures = {500.0, 1000.0, 10, 5};
     EXPECT_EQ(row.progress(EPD_Amount), "0.00 / 0.00") << operation;
-    EXPECT_EQ(amountOf(row.data()), 0) << operation;
+    EXPECT_EQ(row.amount(), 0) << operation;
   }
   SRow later = buyRow();
   later.shape.operations = {ksservice::EOT_Buy, 1004};
   later.figures = {500.0, 1000.0, 10, 5};
-  EXPECT_EQ(amountOf(later.data()), 500.0);
+  EXPECT_EQ(later.amount(), 500.0);
 }
 
 TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
@@ -95,11 +96,11 @@ TEST(CellText, AmountOfARowAcrossTheHedgeAccountLeavesTheHedgeOut) {
   row.hedge.tradedAmount = 300;
   row.hedged = true;
   row.texts.account = "1001";
-  EXPECT_EQ(amountOf(row.data()), 1000);
+  EXPECT_EQ(row.amount(), 1000);
   row.texts.account = "1001/8001";
-  EXPECT_EQ(amountOf(row.data()), 700);
+  EXPECT_EQ(row.amount(), 700);
   row.hedged = false;
-  EXPECT_EQ(amountOf(row.data()), 1000);
+  EXPECT_EQ(row.amount(), 1000);
 }
 
 TEST(CellText, StatusFollowsTheOwnTextThenTheValue) {

@@ -13,12 +13,14 @@ namespace {
 
 class Staging : public testing::Test {
  protected:
+  static SStagedTask only(const StagedBatch& batch) {
+    if (batch.size() != 1) throw std::logic_error("one task expected");
+    return batch.begin()->second;
+  }
   /// Stages the task and takes the batch, which must be this task alone.
   SStagedTask stage(const test::TaskPtr& task) {
     m_staging.stageTask(task);
-    std::vector<SStagedTask> batch = m_staging.take();
-    if (batch.size() != 1) throw std::logic_error("one task expected");
-    return batch.front();
+    return only(m_staging.take());
   }
 
   test::CTestHost m_host;
@@ -139,19 +141,17 @@ TEST_F(Staging, AStatusAloneComesWhenItChanged) {
   m_staging.stageStatus(m_task, QStringLiteral("A2"), row);
   EXPECT_TRUE(m_staging.take().empty()) << "another account";
   m_staging.stageStatus(m_task, account, row);
-  std::vector<SStagedTask> batch = m_staging.take();
-  ASSERT_EQ(batch.size(), 1U);
-  EXPECT_FALSE(batch[0].shape || batch[0].texts);
-  EXPECT_EQ((*batch[0].figures)[2].status, 4);
-  EXPECT_EQ((*batch[0].figures)[2].tradedVolume, 200);
-  EXPECT_EQ((*batch[0].figures)[1].status, (*before.figures)[1].status);
+  const SStagedTask changed = only(m_staging.take());
+  EXPECT_FALSE(changed.shape || changed.texts);
+  EXPECT_EQ((*changed.figures)[2].status, 4);
+  EXPECT_EQ((*changed.figures)[2].tradedVolume, 200);
+  EXPECT_EQ((*changed.figures)[1].status, (*before.figures)[1].status);
 
   node.m_strRemark = QStringLiteral("资金不足");
   m_staging.stageStatus(m_task, account, row);
-  batch = m_staging.take();
-  ASSERT_EQ(batch.size(), 1U);
-  EXPECT_EQ((*batch[0].texts)[2].statusText, "资金不足");
-  EXPECT_EQ((*batch[0].texts)[1].statusText, "");
+  const SStagedTask renamed = only(m_staging.take());
+  EXPECT_EQ((*renamed.texts)[2].statusText, "资金不足");
+  EXPECT_EQ((*renamed.texts)[1].statusText, "");
 }
 
 TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
@@ -174,10 +174,9 @@ TEST_F(Staging, ClearedRowsComeBackInTheSameBatch) {
 
   m_staging.stageTask(m_task);
   m_staging.stageClear(m_task->getKey());
-  const std::vector<SStagedTask> gone = m_staging.take();
-  ASSERT_EQ(gone.size(), 1U);
-  EXPECT_TRUE(gone[0].clear);
-  EXPECT_FALSE(gone[0].figures);
+  const SStagedTask gone = only(m_staging.take());
+  EXPECT_TRUE(gone.clear);
+  EXPECT_FALSE(gone.figures);
 }
 
 TEST_F(Staging, RowKeysOfAccountsThatShareADisplayIdAreUnique) {

@@ -252,6 +252,46 @@ TEST_F(StatusTable, HiddenTasksComeBackAsTheyWere) {
   EXPECT_EQ(m_table.rowCount(), 1);
 }
 
+/// Which task a pass looks at again: one that was staged, one that announced a status although it is the same, and
+/// every one when the filter is another.
+TEST_F(StatusTable, APassOfTheFilterFollowsStatusesAndFinishedRows) {
+  const test::TaskPtr other = test::makeTask(2);
+  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 0}});
+  test::update(other, 1, "A1", "1001", {{"600000", 0}});
+  CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
+  const auto announce = [&options](const test::TaskPtr& task, int status) {
+    options.slotTaskStatus(task->getRoot()->m_strHpfTreeKey, status, 0);
+  };
+  EXPECT_EQ(m_table.filterTasks({{}, false}), 0) << "nothing staged";
+  m_table.updateTask(m_task);
+  m_table.updateTask(other);
+  m_table.applyStaged();
+  EXPECT_EQ(m_table.filterTasks({{}, false}), 2);
+  EXPECT_EQ(m_table.filterTasks({{}, true}), 2);
+  EXPECT_EQ(rows(), "1\n  SH.600000买入-\n  SH.600036买入\n2\n  SH.600000买入\n");
+
+  m_task->getRoot()->m_nStatus = ksservice::ETS_Paused;
+  announce(m_task, ksservice::ETS_Paused);
+  EXPECT_EQ(m_table.filterTasks({{}, true}), 1);
+  EXPECT_EQ(m_table.filterTasks({{ksservice::ETS_Running}, true}), 1);
+  EXPECT_EQ(rows(), "1-\n  SH.600000买入-\n  SH.600036买入-\n2\n  SH.600000买入\n");
+  m_task->getRoot()->m_nStatus = ksservice::ETS_Running;
+  announce(m_task, ksservice::ETS_Paused);
+  EXPECT_EQ(m_table.filterTasks({{ksservice::ETS_Running}, true}), 2) << "the task's word, not the announcement's";
+  EXPECT_EQ(rows(), "1\n  SH.600000买入-\n  SH.600036买入\n2\n  SH.600000买入\n");
+
+  test::update(other, 1, "A1", "1001", {{"600000", 1000}});
+  m_table.updateTask(other);
+  m_table.applyStaged();
+  EXPECT_EQ(m_table.filterTasks({{}, false}), 1) << "it has finished";
+  EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入\n2\n  SH.600000买入\n");
+
+  m_table.clearTask(*m_task);
+  m_table.applyStaged();
+  m_table.startNewDay();
+  EXPECT_EQ(m_table.filterTasks({{}, false}), 0);
+}
+
 TEST_F(StatusTable, ANewDayDropsEverything) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   refresh(m_task);

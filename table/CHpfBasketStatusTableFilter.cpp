@@ -1,0 +1,106 @@
+// Which rows of the status table a filter takes out of sight, and the count of running tasks that goes with the pass.
+#include <algorithm>
+#include <utility>
+
+#include "CBasketTask.h"
+#include "CBasketTaskItem.h"
+#include "CHpfBasketStatusTable.h"
+
+namespace TC {
+namespace {
+
+/// Notes a block once.
+void note(QVector<CTaskBlock*>& blocks, bool CTaskBlock::*noted, CTaskBlock& block) {
+  if (std::exchange(block.*noted, true)) return;
+  blocks.append(&block);
+}
+
+/// The root's status as the task has it; while the worker is rebuilding the task, the status that its rows show. The
+/// refresh that is running then ends with another pass.
+int rootStatus(const CTaskBlock& block) {
+  const int shown = block.figures().front().status;
+  const boost::shared_ptr<CBasketTask> task = block.task();
+  if (!task) return shown;
+  const boost::unique_lock<boost::recursive_mutex> lock(task->mutex(), boost::try_to_lock);
+  return lock.owns_lock() ? task->getRoot()->m_nStatus : shown;
+}
+
+}  // namespace
+
+void CHpfBasketStatusTable::touch(CTaskBlock& block) { note(m_touched, &CTaskBlock::touched, block); }
+
+int CHpfBasketStatusTable::filterTasks(const STaskPass& pass) {
+  if (pass != m_lastPass) {
+    m_lastPass = pass;
+    for (const std::shared_ptr<CTaskBlock>& block : m_blocks) touch(*block);
+  }
+  for (CTaskBlock* block : m_touched) {
+    block->touched = false;
+    filterBlock(*block);
+  }
+  m_touched.clear();
+  endUpdate();
+  return m_nRunning;
+}
+
+void CHpfBasketStatusTable::filterBlock(CTaskBlock& block) {
+  const int status = rootStatus(block);
+  const bool running = status == ksservice::ETS_Running;
+  m_nRunning += static_cast<int>(running) - static_cast<int>(block.running);
+  block.running = running;
+  note(m_pending, &CTaskBlock::pending, block);
+  const std::vector<int>& statuses = m_lastPass.statuses;
+  if (!statuses.empty() && std::find(statuses.begin(), statuses.end(), status) == statuses.end()) {
+    block.wantHidden.set(0);
+  } else if (m_lastPass.hideFinished) {
+    block.wantHidden = block.finished();
+  } else {
+    block.wantHidden.reset();
+  }
+}
+
+void CHpfBasketStatusTable::showTask(const CBasketTask& task) {
+  CTaskBlock* block = blockOf(task);
+  if (!block) return;
+  // Rows below the grandchildren are left alone; no filter ever hides them.
+  block->wantHidden.reset();
+  note(m_pending, &CTaskBlock::pending, *block);
+}
+
+void CHpfBasketStatusTable::hideTask(const CBasketTask& task) {
+  CTaskBlock* block = blockOf(task);
+  if (!block) return;
+  block->wantHidden.set(0);
+  note(m_pending, &CTaskBlock::pending, *block);
+}
+
+void CHpfBasketStatusTable::filterFinished(const CBasketTask& task, bool on) {
+  CTaskBlock* block = blockOf(task);
+  if (!block) return;
+  if (on) {
+    block->wantHidden |= block->finished();
+  } else {
+    block->wantHidden -= block->finished();
+  }
+  note(m_pending, &CTaskBlock::pending, *block);
+}
+
+void CHpfBasketStatusTable::endUpdate() {
+  std::vector<int> gone;
+  std::vector<int> back;
+  for (CTaskBlock* block : m_pending) {
+    block->pending = false;
+    if (block->hidden == block->wantHidden) continue;
+    const RowFlags changed = block->hidden ^ block->wantHidden;
+    for (auto row = changed.find_first(); row != RowFlags::npos; row = changed.find_next(row)) {
+      (block->wantHidden[row] ? gone : back).push_back(block->nodes[row]);
+    }
+    block->hidden = block->wantHidden;
+  }
+  m_pending.clear();
+  const GV::CModelBatch guard(*dataModel());
+  dataModel()->setHidden(gone, true);
+  dataModel()->setHidden(back, false);
+}
+
+}  // namespace TC
