@@ -173,10 +173,11 @@ bool CStandardHpfTable::checkRow(const QString& key, bool on) {
   return m_pCheckBoxes->isItemChecked(key) == on || m_pCheckBoxes->toggle(key);
 }
 
+/// Committed even when the text is the one that stands there: a script's edit is meant.
 bool CStandardHpfTable::editRow(const QString& key, const QString& text) {
   if (!openEditor(key)) return false;
-  m_pEditor->setText(text);
-  commitEdits();
+  closeEditor(false);
+  deliverEdit(key, text);
   return true;
 }
 
