@@ -1,5 +1,6 @@
 #include "gv/CStandardHpfTable.h"
 
+#include <QAccessible>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -31,6 +32,13 @@ void CStandardHpfTable::setCheckBoxColumn(int column, CBaseTableColumnCheckBoxDe
   setColumnDelegate(column, delegate);
   connect(delegate, &CBaseTableColumnCheckBoxDelegate::sigItemToggled, this,
           [this, column](const QString& key, bool checked) {
+            if (QAccessible::isActive()) {
+              QAccessible::State changed;
+              changed.checked = true;
+              QAccessibleStateChangeEvent event(this, changed);
+              event.setChild(m_pFlatModel->positionOf(key) * m_pFlatModel->columnCount() + column);
+              QAccessible::updateAccessibility(&event);
+            }
             CEventDeliverer::deliverEvent(this, EventDialogCheckBox, column, checked ? 1 : 0, key, nullptr);
           });
 }

@@ -6,6 +6,7 @@
 
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
 #include "gv/CHpfTreeTable.h"
+#include "gv/CStandardHpfTable.h"
 
 namespace GV {
 
@@ -33,7 +34,7 @@ class CPartAccessible : public QAccessibleInterface,
   int indexOfChild(const QAccessibleInterface* child) const override;
   QAccessibleInterface* childAt(int x, int y) const override;
   QString text(QAccessible::Text kind) const override;
-  void setText(QAccessible::Text /*kind*/, const QString& /*text*/) override {}
+  void setText(QAccessible::Text kind, const QString& text) override;
   QRect rect() const override;
   QAccessible::Role role() const override;
   QAccessible::State state() const override;
@@ -60,6 +61,8 @@ class CPartAccessible : public QAccessibleInterface,
   }
   std::vector<STableButton> shownButtons() const;
   CHpfTreeTable* foldable() const;
+  CBaseTableColumnCheckBoxDelegate* checkBox() const;
+  CStandardHpfTable* editable() const;
 
   CTableAccessible& m_owner;
   QPointer<CBaseHighPerformanceTable> m_pTable;
@@ -134,6 +137,19 @@ CHpfTreeTable* CPartAccessible::foldable() const {
   return node != CTreeRows::kNone && tree->dataModel()->rows().hasChildren(node) ? tree : nullptr;
 }
 
+/// The column's boxes when this is a cell with one.
+CBaseTableColumnCheckBoxDelegate* CPartAccessible::checkBox() const {
+  auto* boxes = qobject_cast<CBaseTableColumnCheckBoxDelegate*>(m_pTable->columnDelegate(m_nColumn));
+  return boxes != nullptr && boxes->isItemVisible(m_strKey) ? boxes : nullptr;
+}
+
+/// The table when this is a cell that the user can edit.
+CStandardHpfTable* CPartAccessible::editable() const {
+  const auto* edits = qobject_cast<CBaseTableColumnLineEditDelegate*>(m_pTable->columnDelegate(m_nColumn));
+  return edits != nullptr && edits->isItemVisible(m_strKey) ? qobject_cast<CStandardHpfTable*>(m_pTable.data())
+                                                            : nullptr;
+}
+
 QAccessibleInterface* CPartAccessible::parent() const {
   return isButton() ? m_owner.part(m_strKey, m_nColumn, kNoButton) : &m_owner;
 }
@@ -163,12 +179,20 @@ QAccessibleInterface* CPartAccessible::childAt(int x, int y) const {
 QString CPartAccessible::text(QAccessible::Text kind) const {
   if (!isValid()) return {};
   if (kind == QAccessible::Description) return m_pTable->columnHeader(m_nColumn).trimmed();
+  if (kind == QAccessible::Value && editable() != nullptr) return m_pTable->itemText(row(), m_nColumn);
   if (kind != QAccessible::Name) return {};
+  if (checkBox() != nullptr) return m_pTable->columnHeader(m_nColumn).trimmed();
   if (!isButton()) return m_pTable->itemText(row(), m_nColumn);
   for (const STableButton& button : buttons()->itemButtons(m_strKey)) {
     if (button.id == m_nButton) return button.text;
   }
   return {};
+}
+
+/// As if the user had typed the text into the cell's editor.
+void CPartAccessible::setText(QAccessible::Text kind, const QString& text) {
+  if (!isValid() || m_pTable->isUiLocked() || (kind != QAccessible::Value && kind != QAccessible::Name)) return;
+  if (CStandardHpfTable* table = editable()) table->editRow(m_strKey, text);
 }
 
 QRect CPartAccessible::rect() const {
@@ -180,6 +204,9 @@ QRect CPartAccessible::rect() const {
 
 QAccessible::Role CPartAccessible::role() const {
   if (isButton()) return QAccessible::PushButton;
+  if (!isValid()) return QAccessible::Cell;
+  if (checkBox() != nullptr) return QAccessible::CheckBox;
+  if (editable() != nullptr) return QAccessible::EditableText;
   return m_pTable->baseModel()->columnKind(m_nColumn) == ColumnTree ? QAccessible::TreeItem : QAccessible::Cell;
 }
 
@@ -200,7 +227,13 @@ QAccessible::State CPartAccessible::state() const {
   state.selected = isSelected();
   state.focusable = true;
   state.focused = m_pTable->hasFocus() && m_pTable->currentKey() == m_strKey;
-  state.readOnly = true;
+  state.editable = editable() != nullptr;
+  state.readOnly = !state.editable;
+  if (const CBaseTableColumnCheckBoxDelegate* boxes = checkBox()) {
+    state.checkable = true;
+    state.checked = boxes->isItemChecked(m_strKey);
+    state.disabled = m_pTable->isUiLocked() || !boxes->isItemEnabled(m_strKey);
+  }
   if (CHpfTreeTable* tree = foldable()) {
     state.expandable = true;
     state.expanded = tree->isExpanded(m_strKey);
@@ -217,7 +250,9 @@ void* CPartAccessible::interface_cast(QAccessible::InterfaceType type) {
 
 QStringList CPartAccessible::actionNames() const {
   if (isButton()) return {pressAction()};
-  return foldable() != nullptr ? QStringList{toggleAction(), setFocusAction()} : QStringList{setFocusAction()};
+  if (editable() != nullptr) return {pressAction(), setFocusAction()};
+  return foldable() != nullptr || checkBox() != nullptr ? QStringList{toggleAction(), setFocusAction()}
+                                                        : QStringList{setFocusAction()};
 }
 
 void CPartAccessible::doAction(const QString& name) {
@@ -225,6 +260,10 @@ void CPartAccessible::doAction(const QString& name) {
   CHpfTreeTable* tree = foldable();
   if (isButton() && name == pressAction()) {
     buttons()->clickButton(m_strKey, m_nButton);
+  } else if (name == pressAction() && editable() != nullptr) {
+    editable()->openEditor(m_strKey);
+  } else if (name == toggleAction() && checkBox() != nullptr) {
+    checkBox()->toggle(m_strKey);
   } else if (name == toggleAction() && tree != nullptr) {
     tree->expandItem(m_strKey, !tree->isExpanded(m_strKey));
   } else if (name == setFocusAction()) {

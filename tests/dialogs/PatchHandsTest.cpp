@@ -1,4 +1,5 @@
 // The confirmation of a patch under the user's hands: mouse, keys and the order in which an observer is told.
+#include <QAccessible>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QPushButton>
@@ -146,6 +147,30 @@ TEST_F(PatchHandsTest, ActsCrossDialogsInTheirOrder) {
                                          qs("交易参数设置 press 保存"), qs("交易参数设置 accepted"),
                                          qs("补单 press 智能算法"), qs("交易参数设置 opens"), qs("交易参数设置 closed"),
                                          qs("交易参数设置 rejected"), qs("补单 press 取消"), qs("补单 rejected")}));
+}
+
+TEST_F(PatchHandsTest, AScreenReaderReadsAndWorksTheRows) {
+  run(m_params, [&](GV::CCommonDialog& dialog) {
+    auto* reader = QAccessible::queryAccessibleInterface(&table());
+    ASSERT_NE(reader, nullptr);
+    QAccessibleInterface* box = reader->tableInterface()->cellAt(1, 0);
+    EXPECT_EQ(box->role(), QAccessible::CheckBox);
+    EXPECT_EQ(box->text(QAccessible::Name), qs("选择"));
+    EXPECT_TRUE(box->state().checked);
+    box->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_FALSE(box->state().checked);
+    EXPECT_FALSE(dialog.state().rows[1].checked);
+    EXPECT_EQ(reader->tableInterface()->cellAt(1, 4)->text(QAccessible::Name), qs("N600001"));
+
+    QAccessibleInterface* quantity = reader->tableInterface()->cellAt(1, 7);
+    EXPECT_EQ(quantity->role(), QAccessible::EditableText);
+    EXPECT_EQ(quantity->text(QAccessible::Description), qs("补单数量"));
+    EXPECT_FALSE(quantity->state().readOnly);
+    quantity->setText(QAccessible::Value, qs("1250"));
+    EXPECT_EQ(quantity->text(QAccessible::Value), qs("1200"));
+    quantity->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入"));
+  });
 }
 
 TEST_F(PatchHandsTest, ALongListScrollsUnderItsEditor) {
