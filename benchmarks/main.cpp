@@ -1,4 +1,5 @@
-// basket-bench [--rows N] [--json FILE] [--quick]: how the panel's table and model stand beside the stock ones.
+// basket-bench [--rows N] [--json FILE] [--quick] [--feed SECONDS]: how the panel's table and model stand beside the
+// stock ones.
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
@@ -7,6 +8,7 @@
 
 #include "Bars.h"
 #include "CHostServices.h"
+#include "FeedRun.h"
 #include "ModelRun.h"
 #include "PanelRun.h"
 #include "Works.h"
@@ -19,11 +21,16 @@ constexpr int ROWS_PER_TASK = 300;
 constexpr int DEFAULT_ROWS = 300000;
 constexpr int GROWTH = 10;  ///< the smaller board beside the asked one
 constexpr int RUNS = 5;
+constexpr int FEED_SECONDS = 60;
+constexpr int QUICK_FEED_SECONDS = 10;
+constexpr int FEED_TASKS = 1000;
+constexpr int FEED_ROWS_PER_TASK = 100;
 
 struct SOptions {
   int rows = DEFAULT_ROWS;
   QString jsonFile;
   bool quick = false;
+  int feedSeconds = 0;  ///< 0: the whole bench, with a feed of its own length
 };
 
 /// False, and said on standard error, for a command line that makes no sense.
@@ -36,13 +43,21 @@ bool parse(const QStringList& arguments, SOptions& options) {
       {QStringLiteral("json"), QStringLiteral("Writes the results to a file too."), QStringLiteral("FILE")});
   parser.addOption(
       {QStringLiteral("quick"), QStringLiteral("A tenth of the rows, without the growth and plain peers.")});
+  parser.addOption({QStringLiteral("feed"),
+                    QStringLiteral("Only the panel under a feed of 200,000 details a second, for this long."),
+                    QStringLiteral("SECONDS"), QStringLiteral("0")});
   parser.process(arguments);
   bool ok = false;
   options.rows = parser.value(QStringLiteral("rows")).toInt(&ok);
   options.jsonFile = parser.value(QStringLiteral("json"));
   options.quick = parser.isSet(QStringLiteral("quick"));
-  if (ok && options.rows >= ROWS_PER_TASK) return true;
-  QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
+  if (!ok || options.rows < ROWS_PER_TASK) {
+    QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
+    return false;
+  }
+  options.feedSeconds = parser.value(QStringLiteral("feed")).toInt(&ok);
+  if (ok && options.feedSeconds >= 0) return true;
+  QTextStream(stderr) << "basket-bench: --feed must be a number of seconds\n";
   return false;
 }
 
@@ -51,12 +66,14 @@ class CBench {
   explicit CBench(const SOptions& options) : m_options(options) {}
 
   bool run() {
+    if (m_options.feedSeconds > 0) return runFeeds(m_options.feedSeconds) && writeJson();
     const int rows = m_options.quick ? m_options.rows / GROWTH : m_options.rows;
     const int tasks = std::max(1, rows / ROWS_PER_TASK);
     if (!m_options.quick && tasks >= GROWTH) runTables(tasks / GROWTH);
     runTables(tasks);
     runModels(tasks);
-    return writeJson();
+    const bool current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS);
+    return writeJson() && current;
   }
 
  private:
@@ -99,6 +116,22 @@ class CBench {
                         .arg(RUNS));
     runModel(load, RUNS, report);
     finish(report, QString());
+  }
+
+  /// False when the screen fell behind the feed.
+  bool runFeeds(int seconds) {
+    desk::CDesk desk;
+    desk::CHostServices services(desk, desk::CHostServices::EClock::Live);
+    services.install();
+    const CLoad load(desk, {FEED_TASKS, FEED_ROWS_PER_TASK, 1});
+    CReport report;
+    report.setTitle(QStringLiteral("200,000 details a second from four threads for %1 s; %2 tasks of %3 rows")
+                        .arg(seconds)
+                        .arg(FEED_TASKS)
+                        .arg(FEED_ROWS_PER_TASK));
+    const bool current = runFeed(load, seconds, report);
+    finish(report, QString());
+    return current;
   }
 
   void finish(const CReport& report, const QString& verdicts) {

@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QKeySequence>
+#include <map>
+#include <set>
 
 #include "Archive.h"
 #include "TableDump.h"
@@ -120,7 +122,14 @@ const std::map<EUserAct, Performer> PERFORMERS = {
 
 }  // namespace
 
-void performUserAct(TC::ITradeDockableWidget& panel, const SUserLine& line) { PERFORMERS.at(line.m_eAct)(panel, line); }
+void performUserAct(TC::ITradeDockableWidget& panel, const SUserLine& line) {
+  // A locked table takes no mouse, wherever the click would land.
+  static const std::set<EUserAct> MOUSE_ACTS = {EUserAct::Button, EUserAct::DoubleClick, EUserAct::Click,
+                                                EUserAct::Expand, EUserAct::Collapse};
+  const GV::CHpfTreeTable* table = tableOf(panel);
+  if (table && table->isUiLocked() && MOUSE_ACTS.count(line.m_eAct) > 0) return;
+  PERFORMERS.at(line.m_eAct)(panel, line);
+}
 
 void patchRow(TC::ITradeDockableWidget& panel, const std::string& path, int priceType) {
   const QString key = needRow(needTable(panel), path);

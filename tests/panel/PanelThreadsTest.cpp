@@ -85,21 +85,35 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   EXPECT_EQ(roots, TASKS);
 }
 
+/// The panel goes at every stage of a refresh: before the worker has begun, while it works, while its result is queued,
+/// while that is applied. The host's timers start the refreshes, so that a round takes no longer than its work.
 TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
+  constexpr int ROUNDS = 1000;
   test::CTestHost host;
-  for (int round = 0; round < 50; ++round) {
-    std::atomic<bool> stop{false};
-    auto panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
-    panel->setTradeType(EMTT_Stock);
-    std::thread feed([&] {
-      for (int volume = 1; !stop; ++volume) host.deliver(filledDetail(1 + volume % TASKS, volume % 1000));
-    });
-    runGui(host, round % 10, [&] { host.moveClock(1001); });
+  host.holdTimers();
+  std::vector<ksservice::CTaskDetailPtr> details;
+  for (int task = 0; task < TASKS; ++task) details.push_back(filledDetail(1 + task, 100 + task));
+  std::unique_ptr<CBasketTasksPanel> panel;
+  std::atomic<bool> stop{false};
+  std::thread feed([&] {
+    for (std::size_t next = 0; !stop; ++next) {
+      host.deliver(details[next % details.size()]);
+      std::this_thread::yield();
+    }
+  });
+  for (int round = 0; round < ROUNDS; ++round) {
+    panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
+    if (round % 3 == 0) panel->setTradeType(EMTT_Stock);
+    for (int refresh = 0; refresh < 1 + round % 3; ++refresh) {
+      host.fireTimers();
+      std::this_thread::sleep_for(std::chrono::microseconds(round % 7 * 200));
+      if (round % 2 == 0) QCoreApplication::processEvents();
+    }
     panel.reset();
-    stop = true;
-    feed.join();
     QCoreApplication::processEvents();
   }
+  stop = true;
+  feed.join();
 }
 
 }  // namespace

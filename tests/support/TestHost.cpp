@@ -235,6 +235,10 @@ struct CTestHost::SServiceSet {
       return m_host.m_timeZone;
     }
     void singleShot(int msec, QObject* context, std::function<void()> action) override {
+      {
+        const Lock lock(m_host.m_mutex);
+        if (m_host.m_bHoldTimers) return m_host.m_timers.push_back({msec, context, std::move(action)});
+      }
       QTimer::singleShot(msec, context, std::move(action));
     }
     CTestHost& m_host;
@@ -296,6 +300,12 @@ struct CTestHost::SServiceSet {
   TC::CStockUnitConfig stockUnits;
   TC::CTradingCalendar calendar;
 };
+
+template <typename Record>
+Record CTestHost::take(Record& record) {
+  const Lock lock(m_mutex);
+  return std::exchange(record, {});
+}
 
 CTestHost::CTestHost() : m_services(std::make_unique<SServiceSet>(*this)) {
   m_services->install();
@@ -399,6 +409,24 @@ void CTestHost::moveClock(double msec) {
   m_dClock += msec;
 }
 
+void CTestHost::holdTimers() {
+  const Lock lock(m_mutex);
+  m_bHoldTimers = true;
+}
+
+std::vector<int> CTestHost::heldTimers() const {
+  const Lock lock(m_mutex);
+  std::vector<int> times;
+  for (const STimer& timer : m_timers) times.push_back(timer.msec);
+  return times;
+}
+
+void CTestHost::fireTimers() {
+  for (const STimer& timer : take(m_timers)) {
+    if (timer.context) timer.action();
+  }
+}
+
 void CTestHost::store(const ksservice::CTaskDetailPtr& detail) {
   const Lock lock(m_mutex);
   m_details[detail->getKey()] = detail;
@@ -413,12 +441,6 @@ void CTestHost::deliver(const ksservice::CTaskDetailPtr& detail) {
     subscribers = m_subscribers;
   }
   for (const auto& subscriber : subscribers) subscriber.second(detail);
-}
-
-template <typename Record>
-Record CTestHost::take(Record& record) {
-  const Lock lock(m_mutex);
-  return std::exchange(record, {});
 }
 
 std::vector<ksservice::CTaskDetailPtr> CTestHost::takeUpdatedDetails() { return take(m_updated); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QTimeZone>
 #include <functional>
@@ -90,6 +91,12 @@ class CTestHost {
   /// Whether the user may cancel tasks; true at first.
   void setRevokeTask(bool allowed);
   void moveClock(double msec);
+  /// From now on the host's timers wait for the test; until then they go off in real time.
+  void holdTimers();
+  /// Milliseconds of the timers that wait, in the order in which they were asked for.
+  std::vector<int> heldTimers() const;
+  /// Runs the timers that wait and whose context lives; what they ask for waits in turn. GUI thread.
+  void fireTimers();
   /// Places a detail in the data centre and tells the subscribers, on the calling thread.
   void deliver(const ksservice::CTaskDetailPtr& detail);
   /// Places a detail in the data centre only.
@@ -111,6 +118,11 @@ class CTestHost {
 
  private:
   struct SServiceSet;
+  struct STimer {
+    int msec;
+    QPointer<QObject> context;
+    std::function<void()> action;
+  };
   using Instrument = std::pair<std::string, std::string>;
   struct STagHash {
     std::size_t operator()(const ksservice::CMavOrderTag& tag) const { return tag.hash(); }
@@ -140,6 +152,8 @@ class CTestHost {
   QTimeZone m_timeZone = QTimeZone::utc();
   double m_dClock = 0;
   bool m_bRevokeTask = true;
+  bool m_bHoldTimers = false;
+  std::vector<STimer> m_timers;
 
   std::vector<ksservice::CTaskDetailPtr> m_updated;
   std::vector<SHedgeCall> m_hedgeCalls;
