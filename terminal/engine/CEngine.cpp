@@ -5,6 +5,7 @@
 #include <boost/make_shared.hpp>
 #include <utility>
 
+#include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 
 namespace engine {
@@ -41,6 +42,18 @@ const char* operationText(int operation) {
   }
 }
 
+int orderTypeOf(TC::EAlgorithm algorithm) {
+  switch (algorithm) {
+    case TC::EAlgorithm::TWAP:
+      return EORT_Algo;
+    case TC::EAlgorithm::VWAP:
+      return EORT_Algo2;
+    case TC::EAlgorithm::POV:
+      return EORT_Algo3;
+  }
+  return EORT_Plain;
+}
+
 /// The price for calculation and for an order is the last price.
 TC::CQuote toHostQuote(const exchange::SQuote& quote) {
   return {quote.m_dLast, quote.m_dBid,     quote.m_dAsk,      quote.m_dLast,
@@ -71,27 +84,59 @@ boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket
   command->m_nBasketType = ECBT_Basket;
   command->m_strBasketName = basket.m_strName;
   command->m_strText = basket.m_strText;
+  if (basket.m_algo) {
+    command->m_nOrderType = orderTypeOf(basket.m_algo->m_eAlgorithm);
+    command->m_strAlgoParams = basket.m_algo->format();
+  }
   return command;
 }
 
 int CEngine::startBasket(const SBasketOrder& basket) {
   const auto command = makeCommand(basket);
-  const auto parts = splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()));
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    // An account that got no part of any line has nothing to do in this task.
-    if (parts[i].empty()) continue;
-    CSubTask::SIdentity identity{command, basket.m_accounts[i], static_cast<int>(i) + 1};
-    m_subTasks.push_back(std::make_unique<CSubTask>(std::move(identity), parts[i]));
-    m_active.push_back(m_subTasks.back().get());
+  std::vector<SAccountLines> parts;
+  for (std::vector<SOrderLine>& lines : splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()))) {
+    parts.push_back({basket.m_accounts[parts.size()], std::move(lines)});
   }
-  for (const SOrderLine& line : basket.m_lines) watch(line.m_stock.m_strMarket, line.m_stock.m_strCode);
-  publishQuotes();
-  tell((boost::format("任务 [%1%] %2%: %3% 只证券, %4% 个账户") % command->m_nTaskId % basket.m_strName %
-        basket.m_lines.size() % basket.m_accounts.size())
-           .str());
-  if (!m_market.isMatching()) tell((boost::format("任务 [%1%] 等待开盘") % command->m_nTaskId).str());
-  publishChanges();
+  start(command, command->m_nTaskId, parts, basket.m_algo);
   return command->m_nTaskId;
+}
+
+int CEngine::startPatch(const COrderCommand& command, const std::vector<SAccountLines>& parts,
+                        const std::optional<TC::SAlgoParams>& algo) {
+  const auto own = boost::make_shared<COrderCommand>(command);
+  own->m_nCommandId = newTaskId();
+  own->m_strKey = COrderCommand::genKey(own->m_nCommandId, own->m_nNumber);
+  own->m_nBasketType = ECBT_Basket;
+  own->m_bPatch = true;
+  start(own, own->m_nCommandId, parts, algo);
+  return own->m_nCommandId;
+}
+
+void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
+                    const std::vector<SAccountLines>& parts, const std::optional<TC::SAlgoParams>& algo) {
+  std::size_t lines = 0;
+  int number = 0;
+  for (const SAccountLines& part : parts) {
+    ++number;
+    // An account that got no part of any line has nothing to do in this task.
+    if (part.m_lines.empty()) continue;
+    CSubTask::SIdentity identity{command, part.m_pAccount, taskId, number};
+    if (algo) {
+      const CAlgoTask::SSettings settings{*algo, m_nNow, m_settings.m_nProgressMsec};
+      m_subTasks.push_back(std::make_unique<CAlgoTask>(std::move(identity), part.m_lines, settings));
+    } else {
+      m_subTasks.push_back(std::make_unique<CSubTask>(std::move(identity), part.m_lines));
+    }
+    m_active.push_back(m_subTasks.back().get());
+    lines += part.m_lines.size();
+    for (const SOrderLine& line : part.m_lines) watch(line.m_stock.m_strMarket, line.m_stock.m_strCode);
+  }
+  publishQuotes();
+  tell((boost::format("任务 [%1%] %2%%3%: %4% 笔, %5% 个账户") % taskId % (command->m_bPatch ? "补单 " : "") %
+        command->m_strBasketName % lines % parts.size())
+           .str());
+  if (!m_market.isMatching()) tell((boost::format("任务 [%1%] 等待开盘") % taskId).str());
+  publishChanges();
 }
 
 void CEngine::advanceTo(std::int64_t msec) {
@@ -101,10 +146,28 @@ void CEngine::advanceTo(std::int64_t msec) {
     stopAll();
   } else if (m_market.isMatching()) {
     m_dSendCredit += static_cast<double>(elapsed) * m_settings.m_dOrdersPerSecond / 1000;
+    runSchedules();
     sendDue();
   }
   if (m_nNow >= m_nNextQuotes) publishQuotes();
   publishChanges();
+}
+
+void CEngine::runSchedules() {
+  const CSubTask::VolumeOf volumeOf = [this](const SOrderLine& line) -> std::int64_t {
+    const int instrument = m_market.findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
+    return instrument < 0 ? 0 : m_market.quote(instrument).m_nVolume;
+  };
+  for (CSubTask* task : m_active) {
+    if (task->isEnded() || task->isStopped()) continue;
+    if (task->isOver(m_nNow)) {
+      task->stop("算法时间已到，余量未成交", seconds());
+      cancelWorking(*task);
+      continue;
+    }
+    task->advanceTo(m_nNow, volumeOf);
+    for (const std::uint64_t id : task->takeCancels()) m_market.cancel(id);
+  }
 }
 
 /// Sends in turn for every task that has something to send, so that the accounts of a basket advance side by side.
@@ -124,20 +187,24 @@ void CEngine::sendDue() {
 }
 
 void CEngine::sendNext(CSubTask& task) {
-  const SOrderLine& line = task.nextLine();
-  const int instrument = m_market.findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
-  const bool buy = DataHelper::isBuy(line.m_nOperation);
-  const double price = instrument < 0 ? line.m_dReference : oppositePrice(instrument, buy, line.m_dReference);
   if (!task.hasStarted()) tell((boost::format("任务 [%1%] 开始委托") % task.key()).str());
-  const int quantity = line.m_nQuantity;
+  const exchange::SMarketOrder order = priceOrder(task, task.nextOrder());
+  const int index = task.send(order.m_nId, order.m_dPrice, seconds());
+  submit(task, index, order);
+}
+
+exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due) {
+  const SOrderLine& line = task.lines()[static_cast<std::size_t>(due.m_nLine)];
   exchange::SMarketOrder order;
   order.m_nId = nextOrderId();
-  order.m_nInstrument = instrument;
-  order.m_bBuy = buy;
-  order.m_dPrice = price;
-  order.m_nQuantity = quantity;
-  const int index = task.send(order.m_nId, price, seconds());
-  submit(task, index, order);
+  order.m_nInstrument = m_market.findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
+  order.m_bBuy = DataHelper::isBuy(line.m_nOperation);
+  order.m_nQuantity = due.m_nQuantity;
+  order.m_dPrice = line.m_dReference;
+  order.m_bMarketPrice = line.m_bOwnPrice && isRealMarketPrice(line.m_nPriceType);
+  if (order.m_nInstrument < 0 || line.m_bOwnPrice) return order;
+  order.m_dPrice = task.boundPrice(due.m_nLine, oppositePrice(order.m_nInstrument, order.m_bBuy, line.m_dReference));
+  return order;
 }
 
 void CEngine::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order) {
@@ -176,14 +243,35 @@ void CEngine::onReport(const exchange::SReport& report) {
 bool CEngine::operate(int taskId, const std::string& accountKey, int operation) {
   bool changed = false;
   for (const auto& task : m_subTasks) {
-    if (task->taskId() != taskId || (!accountKey.empty() && task->accountKey() != accountKey)) continue;
-    if (!apply(*task, operation)) continue;
-    changed = true;
-    activate(*task);
-    tell((boost::format("任务 [%1%] %2%") % task->key() % operationText(operation)).str());
+    if (task->taskId() != taskId || task->isServerTask()) continue;
+    if (accountKey.empty() || task->accountKey() == accountKey) changed = carryOut(*task, operation) || changed;
   }
   if (changed) publishChanges();
   return changed;
+}
+
+bool CEngine::operate(const std::string& serverTaskKey, int operation) {
+  for (const auto& task : m_subTasks) {
+    if (!task->isServerTask() || task->key() != serverTaskKey) continue;
+    if (!carryOut(*task, operation)) return false;
+    publishChanges();
+    return true;
+  }
+  return false;
+}
+
+bool CEngine::carryOut(CSubTask& task, int operation) {
+  if (!apply(task, operation)) return false;
+  activate(task);
+  tell((boost::format("任务 [%1%] %2%") % task.key() % operationText(operation)).str());
+  return true;
+}
+
+const CAlgoTask* CEngine::serverTask(const std::string& key) const {
+  for (const auto& task : m_subTasks) {
+    if (task->isServerTask() && task->key() == key) return dynamic_cast<const CAlgoTask*>(task.get());
+  }
+  return nullptr;
 }
 
 bool CEngine::apply(CSubTask& task, int operation) {
@@ -219,7 +307,7 @@ void CEngine::activate(CSubTask& task) {
 void CEngine::publishChanges() {
   if (m_pFollower) m_pFollower->beforePublishing();
   for (CSubTask* task : m_active) {
-    if (task->isDirty()) publish(*task);
+    if (task->isDue(m_nNow)) publish(*task);
   }
   m_active.erase(
       std::remove_if(m_active.begin(), m_active.end(), [](const CSubTask* task) { return task->isSettled(); }),
@@ -232,21 +320,22 @@ void CEngine::deliver(const desk::SPublication& publication) {
   ++m_nPublished;
 }
 
-double CEngine::tradedAmount(int taskId) const {
+double CEngine::tradedAmount(int basketId) const {
   double amount = 0;
   for (const auto& task : m_subTasks) {
-    if (task->taskId() == taskId) amount += task->tradedAmount();
+    if (task->basketId() == basketId) amount += task->tradedAmount();
   }
   return amount;
 }
 
-bool CEngine::isTrading(int taskId) const {
+bool CEngine::isTrading(int basketId) const {
   return std::any_of(m_subTasks.begin(), m_subTasks.end(),
-                     [taskId](const auto& task) { return task->taskId() == taskId && !task->isEnded(); });
+                     [basketId](const auto& task) { return task->basketId() == basketId && !task->isEnded(); });
 }
 
 void CEngine::publish(CSubTask& task) {
   const int before = task.publishedStatus();
+  if (const auto progress = task.progress()) m_desk.setProgress(task.key(), *progress);
   deliver(task.publish());
   // That a task runs from its start was told when it was started.
   if (task.status() == before || before == 0) return;

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "CAlgoTask.h"
 #include "CDesk.h"
-#include "CSubTask.h"
 #include "IMarket.h"
 #include "IOrderOwner.h"
 
@@ -17,6 +18,8 @@ struct SEngineSettings {
   std::int64_t m_nDayStart = 0;    ///< 00:00 of the trading day at the exchange, seconds since the epoch
   double m_dOrdersPerSecond = 50;  ///< of all tasks together
   int m_nPublishMsec = 100;        ///< a task publishes at most one detail in this time
+  int m_nProgressMsec = 3000;      ///< a server task publishes its progress at most once in this time
+  int m_nReplyMsec = 200;          ///< until a request to the server is carried out and answered
   int m_nQuoteMsec = 3000;         ///< how often the quotes of the securities in use are taken to the desk
   int m_nFirstTaskId = 1;
   std::string m_strUser;
@@ -30,6 +33,13 @@ struct SBasketOrder {
   std::string m_strText;  ///< the command's text
   std::vector<SOrderLine> m_lines;
   std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;  ///< at least one
+  std::optional<TC::SAlgoParams> m_algo;                               ///< none: one order a security at once
+};
+
+/// What one account is to trade.
+struct SAccountLines {
+  boost::shared_ptr<const ksservice::CAccountInfo> m_pAccount;
+  std::vector<SOrderLine> m_lines;
 };
 
 /// Something that a user may want to read in the log.
@@ -38,9 +48,10 @@ struct SEngineEvent {
   std::string m_strText;     ///< Chinese
 };
 
-/// Runs basket tasks on a desk against a market: one order a security at the opposite best price, one task detail for
-/// each account, a fresh detail for each change. Stepped by a virtual clock: it waits for nothing and starts no
-/// thread, and the same calls give the same details in the same order. All on one thread, the one that steps it.
+/// Runs basket tasks on a desk against a market: one order a security at the opposite best price, or child orders on an
+/// algorithm's schedule; one task detail for each account, a fresh detail for each change. Stepped by a virtual clock:
+/// it waits for nothing and starts no thread, and the same calls give the same details in the same order. All on one
+/// thread, the one that steps it.
 class CEngine : public exchange::IMarketListener {
  public:
   using EventHook = std::function<void(const SEngineEvent&)>;
@@ -58,6 +69,11 @@ class CEngine : public exchange::IMarketListener {
   /// Lines of which the market knows no instrument are rejected like orders. Returns the task's identifier.
   int startBasket(const SBasketOrder& basket);
 
+  /// Starts a task that belongs to the command's task and trades what that one left over. The command gets an
+  /// identifier of its own. Returns the new task's identifier.
+  int startPatch(const ksservice::COrderCommand& command, const std::vector<SAccountLines>& parts,
+                 const std::optional<TC::SAlgoParams>& algo);
+
   /// Brings the clock to msec since midnight: sends what may be sent by then and publishes what changed. The market
   /// must have been brought there before. Never goes back.
   void advanceTo(std::int64_t msec);
@@ -65,9 +81,13 @@ class CEngine : public exchange::IMarketListener {
   /// The desk gets the quotes of an instrument from now on; those of a basket's lines it gets anyway.
   void watch(const std::string& market, const std::string& code);
 
-  /// Carries out an ETaskOperation on the sub-tasks of a task, of one account or (empty) of all. False when there is
-  /// no such sub-task or the operation changes nothing in its state.
+  /// Carries out an ETaskOperation on the terminal's own sub-tasks of a task, of one account or (empty) of all. False
+  /// when there is no such sub-task or the operation changes nothing in its state.
   bool operate(int taskId, const std::string& accountKey, int operation);
+  /// The same on one sub-task of the server.
+  bool operate(const std::string& serverTaskKey, int operation);
+  /// The server's sub-task with a key; null for an unknown one.
+  const CAlgoTask* serverTask(const std::string& key) const;
 
   // For what trades beside the baskets.
 
@@ -81,10 +101,10 @@ class CEngine : public exchange::IMarketListener {
   void submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order);
   /// Delivers a detail that is not a basket's.
   void deliver(const desk::SPublication& publication);
-  /// What all sub-tasks of a task have traded, CNY, bought and sold alike.
-  double tradedAmount(int taskId) const;
-  /// Whether some sub-task of the task has not ended.
-  bool isTrading(int taskId) const;
+  /// What all sub-tasks of a basket and of its patches have traded, CNY, bought and sold alike.
+  double tradedAmount(int basketId) const;
+  /// Whether some sub-task of the basket or of its patches has not ended.
+  bool isTrading(int basketId) const;
   void tell(const std::string& text) const;
   /// Milliseconds since midnight.
   std::int64_t now() const { return m_nNow; }
@@ -111,9 +131,14 @@ class CEngine : public exchange::IMarketListener {
   };
 
   boost::shared_ptr<ksservice::COrderCommand> makeCommand(const SBasketOrder& basket);
+  void start(const boost::shared_ptr<ksservice::COrderCommand>& command, int taskId,
+             const std::vector<SAccountLines>& parts, const std::optional<TC::SAlgoParams>& algo);
+  void runSchedules();
   void sendDue();
   void sendNext(CSubTask& task);
+  exchange::SMarketOrder priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due);
   double oppositePrice(int instrument, bool buy, double fallback);
+  bool carryOut(CSubTask& task, int operation);
   bool apply(CSubTask& task, int operation);
   bool cancelWorking(const CSubTask& task);
   void stopAll();

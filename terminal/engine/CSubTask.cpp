@@ -9,7 +9,7 @@ using namespace ksservice;
 
 CSubTask::CSubTask(SIdentity identity, std::vector<SOrderLine> lines)
     : m_identity(std::move(identity)),
-      m_strKey(CTaskDetail::genKey(m_identity.m_pCommand->m_nTaskId, m_identity.m_nNumber)),
+      m_strKey(CTaskDetail::genKey(m_identity.m_nTaskId, m_identity.m_nNumber)),
       m_lines(std::move(lines)),
       m_params(makeParams()),
       m_orders(m_strKey) {
@@ -25,7 +25,7 @@ std::vector<CCodeOrderParam> CSubTask::makeParams() const {
     param.m_nOperation = line.m_nOperation;
     param.m_nOrderType = m_identity.m_pCommand->m_nOrderType;
     param.m_stock = line.m_stock;
-    param.m_nPriceType = EPT_Limit;
+    param.m_nPriceType = line.m_nPriceType;
     param.m_dPrice = line.m_dReference;
     param.m_nVolume = line.m_nQuantity;
     params.push_back(std::move(param));
@@ -40,11 +40,13 @@ int CSubTask::status() const {
 }
 
 int CSubTask::send(std::uint64_t marketId, double price, int seconds) {
-  const SOrderLine& line = nextLine();
-  ++m_nSent;
+  const SOrderDue due = nextOrder();
+  const SOrderLine& line = m_lines[static_cast<std::size_t>(due.m_nLine)];
   if (m_nStartTime == UNSET_INT) m_nStartTime = seconds;
   m_bDirty = true;
-  return m_orders.add({marketId, line.m_stock, line.m_nOperation, line.m_nQuantity, price});
+  const int order = m_orders.add({marketId, line.m_stock, line.m_nOperation, due.m_nQuantity, price});
+  onSent(order, due);
+  return order;
 }
 
 void CSubTask::onAccepted(int order) {
@@ -89,10 +91,9 @@ std::string CSubTask::rejectionText() const {
 /// "Finished" only when nothing is left; a remainder, whatever it comes from, leaves the task "cancelled", so that it
 /// can be patched. "Execution error" is a task of which the market took nothing.
 int CSubTask::endStatus() const {
-  const bool allSent = m_nSent == m_lines.size();
-  if (allSent && m_orders.areAllFilled()) return ETS_Finished;
+  if (isAllFilled()) return ETS_Finished;
   const bool noneTaken = !m_orders.isEmpty() && m_orders.rejectedCount() == static_cast<int>(m_orders.orders().size());
-  return allSent && noneTaken ? ETS_ExecutionError : ETS_Cancelled;
+  return isAllSent() && noneTaken ? ETS_ExecutionError : ETS_Cancelled;
 }
 
 bool CSubTask::pause() {

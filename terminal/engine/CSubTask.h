@@ -2,6 +2,8 @@
 
 #include <boost/shared_ptr.hpp>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,37 +15,61 @@
 
 namespace engine {
 
-/// One account's part of a basket: its lines, its orders and what becomes of them. Knows no market and no clock: the
-/// engine tells it what happened. Everything on the engine's thread; what publish() handed out is never changed.
+/// One account's part of a basket: its lines, its orders and what becomes of them. Sends each line whole, one after the
+/// other. Knows no market and no clock: the engine tells it what happened. Everything on the engine's thread; what
+/// publish() handed out is never changed.
 class CSubTask : public IOrderOwner {
  public:
   struct SIdentity {
-    boost::shared_ptr<ksservice::COrderCommand> m_pCommand;
-    boost::shared_ptr<ksservice::CAccountInfo> m_pAccount;
+    boost::shared_ptr<ksservice::COrderCommand> m_pCommand;  ///< its task is the basket that this is a part of
+    boost::shared_ptr<const ksservice::CAccountInfo> m_pAccount;
+    int m_nTaskId = 0;  ///< of the detail: the basket's, or one of its own where it patches the basket
     int m_nNumber = 1;  ///< sub-task number, from 1
   };
+  /// What goes to the market next.
+  struct SOrderDue {
+    int m_nLine;
+    int m_nQuantity;
+  };
+  /// What the market traded of a line's security today, in shares or lots.
+  using VolumeOf = std::function<std::int64_t(const SOrderLine&)>;
 
   CSubTask(SIdentity identity, std::vector<SOrderLine> lines);
 
-  int taskId() const { return m_identity.m_pCommand->m_nTaskId; }
+  int taskId() const { return m_identity.m_nTaskId; }
+  int basketId() const { return m_identity.m_pCommand->m_nTaskId; }
   const std::string& key() const { return m_strKey; }
+  const ksservice::CAccountInfo& account() const { return *m_identity.m_pAccount; }
   const std::string& accountKey() const { return m_identity.m_pAccount->getKey(); }
+  /// Whether it runs on the server: its orders are not the terminal's.
+  virtual bool isServerTask() const { return false; }
   const std::vector<SOrderLine>& lines() const { return m_lines; }
   int status() const;
   const std::string& message() const { return m_strMessage; }
   /// CNY, bought and sold alike.
   double tradedAmount() const { return m_orders.tradedAmount(); }
 
-  /// Whether a next line may be sent now: there is one, and the task is neither paused nor stopped.
-  bool canSend() const { return hasUnsent() && !m_bPaused && !m_bStopped; }
-  /// Whether lines are left that may still be sent, now or after a resume.
-  bool hasUnsent() const { return !m_bStopped && m_nSent < m_lines.size(); }
+  /// Whether an order may be sent now: there is one, and the task is neither paused nor stopped.
+  virtual bool canSend() const { return hasUnsent() && isOpen(); }
+  /// Whether something is left that may still be sent, now or later.
+  virtual bool hasUnsent() const { return !m_bStopped && !isAllSent(); }
   bool hasStarted() const { return !m_orders.isEmpty(); }
-  /// The line that is sent next; only while hasUnsent().
-  const SOrderLine& nextLine() const { return m_lines[m_nSent]; }
-  /// The next line went out at a price under a number that the market knows; returns the index of its order.
-  /// seconds: since the epoch.
+  /// The order that is sent next; only while canSend().
+  virtual SOrderDue nextOrder() const { return {static_cast<int>(m_nSent), m_lines[m_nSent].m_nQuantity}; }
+  /// The price at which the task lets an order go out that would go out at this one, CNY.
+  virtual double boundPrice(int /*line*/, double price) const { return price; }
+  /// The next order went out at a price under a number that the market knows; returns its index. seconds: since the
+  /// epoch.
   int send(std::uint64_t marketId, double price, int seconds);
+
+  // For a schedule. now: milliseconds since midnight.
+
+  virtual void advanceTo(std::int64_t /*now*/, const VolumeOf&) {}
+  /// Whether its time is over: what is left is not traded.
+  virtual bool isOver(std::int64_t /*now*/) const { return false; }
+  /// The market's numbers of orders that it wants to be cancelled, each once.
+  virtual std::vector<std::uint64_t> takeCancels() { return {}; }
+
   /// The market's numbers of the orders that may still fill.
   std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
 
@@ -62,13 +88,27 @@ class CSubTask : public IOrderOwner {
 
   /// Whether its last order has ended and no further one is sent.
   bool isEnded() const { return m_nEndStatus != 0; }
+  bool isStopped() const { return m_bStopped; }
+  bool isPaused() const { return m_bPaused; }
   bool isDirty() const { return m_bDirty; }
+  /// Whether a fresh detail may be published now.
+  virtual bool isDue(std::int64_t /*now*/) const { return m_bDirty; }
   /// Whether nothing can come any more, unless an operation brings it.
   bool isSettled() const { return !m_bDirty && isEnded(); }
   /// Status of the last detail, 0 before the first.
   int publishedStatus() const { return m_nPublishedStatus; }
   /// A fresh detail of the state as it is; orders that did not change since the last one are shared with it.
-  desk::SPublication publish();
+  virtual desk::SPublication publish();
+  /// What the server tells of its orders, to be published before the detail; null for a task of the terminal.
+  virtual std::unique_ptr<TC::CTaskProgress> progress() const { return nullptr; }
+
+ protected:
+  bool isOpen() const { return !m_bPaused && !m_bStopped && !isEnded(); }
+  const COrderSheet& orders() const { return m_orders; }
+  /// An order went out, whose index is told.
+  virtual void onSent(int /*order*/, const SOrderDue&) { ++m_nSent; }
+  virtual bool isAllSent() const { return m_nSent == m_lines.size(); }
+  virtual bool isAllFilled() const { return isAllSent() && m_orders.areAllFilled(); }
 
  private:
   void endIfDone(int seconds);
@@ -80,7 +120,7 @@ class CSubTask : public IOrderOwner {
   std::string m_strKey;
   std::vector<SOrderLine> m_lines;
   std::vector<ksservice::CCodeOrderParam> m_params;
-  COrderSheet m_orders;  ///< one for each line that was sent, in the lines' order
+  COrderSheet m_orders;  ///< in the order in which they were sent
   std::size_t m_nSent = 0;
   bool m_bPaused = false;
   bool m_bStopped = false;

@@ -14,8 +14,10 @@ struct SOrderLine {
   int m_nOperation = ksservice::EOT_Buy;
   int m_nQuantity = 0;      ///< shares or lots of a future, above 0
   double m_dReference = 0;  ///< price that the parameter shows, CNY
-  int m_nLot = 100;         ///< quantities are shared out in multiples of it
-  int m_nMinimum = 100;     ///< no account gets a part below it
+  int m_nPriceType = ksservice::EPT_Limit;
+  bool m_bOwnPrice = false;  ///< goes out at its own price or as its price type says; else at the opposite best price
+  int m_nLot = 100;          ///< quantities are shared out in multiples of it
+  int m_nMinimum = 100;      ///< no account gets a part below it
 };
 
 /// The lines of each account, in the accounts' order. Each line is divided evenly in whole lots; what is left over,
