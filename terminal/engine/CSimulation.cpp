@@ -9,6 +9,7 @@ CSimulation::CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrum
                          std::int64_t startMsec)
     : m_exchange(instruments, exchangeSettings),
       m_engine(desk, m_exchange, engineSettings),
+      m_hedger(desk, m_exchange, m_engine),
       m_nStep(engineSettings.m_nPublishMsec),
       m_nNow(startMsec) {
   m_exchange.advanceTo(m_nNow);

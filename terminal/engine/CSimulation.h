@@ -5,10 +5,11 @@
 
 #include "CEngine.h"
 #include "CExchange.h"
+#include "CHedger.h"
 
 namespace engine {
 
-/// An engine on a simulated exchange: one virtual clock for both. The clock moves on a fixed grid of the engine's
+/// An engine and its hedge manager on a simulated exchange: one virtual clock for all. The clock moves on a fixed grid of the engine's
 /// publishing time, so that what happens does not depend on how large the steps are that it is asked for.
 /// All operations on one thread.
 class CSimulation {
@@ -25,10 +26,12 @@ class CSimulation {
 
   exchange::CExchange& market() { return m_exchange; }
   CEngine& engine() { return m_engine; }
+  CHedger& hedger() { return m_hedger; }
 
  private:
   exchange::CExchange m_exchange;
   CEngine m_engine;
+  CHedger m_hedger;
   std::int64_t m_nStep;
   std::int64_t m_nNow;
 };

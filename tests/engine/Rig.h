@@ -10,8 +10,9 @@
 #include "ksservice/TraderCenter.h"
 
 struct SRig {
-  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, std::int64_t start = exchange::DAY_OPENS)
-      : m_simulation(m_desk, makeInstruments(), exchangeSettings(seed, rejectRate), engineSettings(), start) {
+  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, std::int64_t start = exchange::DAY_OPENS,
+                double ordersPerSecond = engine::SEngineSettings().m_dOrdersPerSecond)
+      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond), start) {
     m_subscription = m_desk.subscribeTasks([this](const boost::shared_ptr<ksservice::IData>& data) {
       m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
       m_newest[data->getKey()] = m_details.back();
@@ -39,6 +40,18 @@ struct SRig {
     return instruments;
   }
 
+  /// The securities, and index futures that are more liquid than usual.
+  static std::vector<exchange::SInstrument> makeListed() {
+    std::vector<exchange::SInstrument> listed = makeInstruments();
+    exchange::SInstrument& futures = listed.emplace_back();
+    futures.m_strMarket = exchange::FUTURES_MARKET;
+    futures.m_strCode = "IF";
+    futures.m_dPrevClose = 4000;
+    futures.m_dVolume = 1e6;
+    futures.m_kind = exchange::EKind::IndexFuture;
+    return listed;
+  }
+
   static exchange::SExchangeSettings exchangeSettings(std::uint64_t seed, double rejectRate) {
     exchange::SExchangeSettings settings;
     settings.m_nSeed = seed;
@@ -47,8 +60,9 @@ struct SRig {
     return settings;
   }
 
-  static engine::SEngineSettings engineSettings() {
+  static engine::SEngineSettings engineSettings(double ordersPerSecond = engine::SEngineSettings().m_dOrdersPerSecond) {
     engine::SEngineSettings settings;
+    settings.m_dOrdersPerSecond = ordersPerSecond;
     settings.m_nDayStart = DAY_START;
     settings.m_nFirstTaskId = 101;
     settings.m_strUser = "u1";
