@@ -10,6 +10,7 @@ CSimulation::CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrum
     : m_exchange(instruments, exchangeSettings),
       m_engine(desk, m_exchange, engineSettings),
       m_hedger(desk, m_exchange, m_engine),
+      m_server(desk, m_engine, engineSettings.m_nReplyMsec),
       m_nStep(engineSettings.m_nPublishMsec),
       m_nNow(startMsec) {
   m_exchange.advanceTo(m_nNow);
@@ -21,6 +22,7 @@ void CSimulation::advanceTo(std::int64_t msec) {
     m_nNow += m_nStep;
     m_exchange.advanceTo(m_nNow);
     m_engine.advanceTo(m_nNow);
+    m_server.advanceTo(m_nNow);
   }
 }
 

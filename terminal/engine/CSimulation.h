@@ -6,12 +6,13 @@
 #include "CEngine.h"
 #include "CExchange.h"
 #include "CHedger.h"
+#include "CTaskServer.h"
 
 namespace engine {
 
-/// An engine and its hedge manager on a simulated exchange: one virtual clock for all. The clock moves on a fixed grid of the engine's
-/// publishing time, so that what happens does not depend on how large the steps are that it is asked for.
-/// All operations on one thread.
+/// An engine, its hedge manager and its server's side on a simulated exchange: one virtual clock for all. The clock
+/// moves on a fixed grid of the engine's publishing time, so that what happens does not depend on how large the steps
+/// are that it is asked for. All operations on one thread.
 class CSimulation {
  public:
   /// The desk must outlive the simulation. startMsec: the time since midnight at which the clock stands at first.
@@ -27,11 +28,13 @@ class CSimulation {
   exchange::CExchange& market() { return m_exchange; }
   CEngine& engine() { return m_engine; }
   CHedger& hedger() { return m_hedger; }
+  CTaskServer& server() { return m_server; }
 
  private:
   exchange::CExchange m_exchange;
   CEngine m_engine;
   CHedger m_hedger;
+  CTaskServer m_server;
   std::int64_t m_nStep;
   std::int64_t m_nNow;
 };
