@@ -38,7 +38,7 @@ void CEngineThread::stop() {
   if (m_thread.joinable()) m_thread.join();
 }
 
-void CEngineThread::post(std::function<void(engine::CEngine&)> operation) {
+void CEngineThread::post(std::function<void(engine::CSimulation&)> operation) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_operations.push_back(std::move(operation));
 }
@@ -52,14 +52,14 @@ std::int64_t CEngineThread::targetTime() const {
 void CEngineThread::run() {
   bool behind = false;
   for (;;) {
-    std::vector<std::function<void(engine::CEngine&)>> operations;
+    std::vector<std::function<void(engine::CSimulation&)>> operations;
     {
       std::unique_lock<std::mutex> lock(m_mutex);
       if (!behind) m_changed.wait_for(lock, BEAT, [this] { return m_bStopping; });
       if (m_bStopping) return;
       operations.swap(m_operations);
     }
-    for (const auto& operation : operations) operation(m_simulation.engine());
+    for (const auto& operation : operations) operation(m_simulation);
     const std::int64_t target = targetTime();
     if (runStep(std::min(target, m_nNow + PIECE_MSEC))) {
       m_atEnd();

@@ -35,7 +35,7 @@ class CEngineThread {
   void stop();
 
   /// Has an operation carried out on the engine's thread, before its next step. Any thread.
-  void post(std::function<void(engine::CEngine&)> operation);
+  void post(std::function<void(engine::CSimulation&)> operation);
   /// The simulated time, milliseconds since midnight. Any thread.
   std::int64_t now() const { return m_nNow; }
   /// Task details published so far. Any thread.
@@ -59,7 +59,7 @@ class CEngineThread {
   std::mutex m_mutex;  ///< guards the two below
   std::condition_variable m_changed;
   bool m_bStopping = false;
-  std::vector<std::function<void(engine::CEngine&)>> m_operations;
+  std::vector<std::function<void(engine::CSimulation&)>> m_operations;
   std::thread m_thread;
 };
 

@@ -89,6 +89,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
   m_desk.addObserver(m_pLog.get());
   m_services.install();
   fillDesk(inputs);
+  makeThread();
   openPanel(createPanel);
   startBaskets(inputs);
   m_clockTimer.setInterval(CLOCK_TIMER_MSEC);
@@ -99,9 +100,12 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
 }
 
 CLiveSession::~CLiveSession() {
+  // From now on this thread waits for the others.
+  m_desk.gate().dropFences();
   m_pThread->stop();
   if (m_pRecorder) m_pRecorder->recordClose();
   delete m_pPanel;
+  m_desk.requests().setDriver(nullptr);
   GV::CMessageBox::setPresenter({});
   m_desk.removeObserver(m_pLog.get());
   if (m_pOutput) m_desk.removeObserver(m_pOutput.get());
@@ -167,7 +171,7 @@ engine::SOrderLine CLiveSession::toOrderLine(const basket::SBasketLine& line) {
   return order;
 }
 
-void CLiveSession::startBaskets(const SInputs& inputs) {
+void CLiveSession::makeThread() {
   const double speed = speedOf(m_options);
   CEngineThread::SPace pace{speed, -1};
   if (m_options.m_dSeconds) {
@@ -177,9 +181,13 @@ void CLiveSession::startBaskets(const SInputs& inputs) {
     QMetaObject::invokeMethod(
         this, [this] { finish(); }, Qt::QueuedConnection);
   });
+  m_desk.requests().setDriver(&m_driver);
   m_pSimulation->engine().setEventHook([this](const engine::SEngineEvent& event) {
     m_pLog->append(event.m_nMsec, QString::fromStdString(event.m_strText), CLogDock::ELevel::Info);
   });
+}
+
+void CLiveSession::startBaskets(const SInputs& inputs) {
   std::vector<engine::SBasketOrder> baskets;
   for (const SNamedBasket& named : inputs.m_baskets) {
     engine::SBasketOrder& basket = baskets.emplace_back();
@@ -188,8 +196,8 @@ void CLiveSession::startBaskets(const SInputs& inputs) {
     for (const basket::SBasketLine& line : named.m_lines) basket.m_lines.push_back(toOrderLine(line));
   }
   // They start on the engine's thread: details never come from the GUI thread.
-  m_pThread->post([baskets = std::move(baskets)](engine::CEngine& engine) {
-    for (const engine::SBasketOrder& basket : baskets) engine.startBasket(basket);
+  m_pThread->post([baskets = std::move(baskets)](engine::CSimulation& simulation) {
+    for (const engine::SBasketOrder& basket : baskets) simulation.engine().startBasket(basket);
   });
 }
 

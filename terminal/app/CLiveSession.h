@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "CDeskLog.h"
+#include "CEngineDriver.h"
 #include "CEngineThread.h"
 #include "CHostServices.h"
 #include "CMainWindow.h"
@@ -42,6 +43,7 @@ class CLiveSession : public QObject {
  private:
   void fillDesk(const SInputs& inputs);
   void openPanel(TC::CreatePanelFunction createPanel);
+  void makeThread();
   void startBaskets(const SInputs& inputs);
   engine::SOrderLine toOrderLine(const basket::SBasketLine& line);
   void measureFeed();
@@ -58,6 +60,7 @@ class CLiveSession : public QObject {
   std::unique_ptr<CDeskLog> m_pLog;
   std::unique_ptr<engine::CSimulation> m_pSimulation;
   std::unique_ptr<CEngineThread> m_pThread;
+  CEngineDriver m_driver{[this](CEngineDriver::Operation operation) { m_pThread->post(std::move(operation)); }};
   std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
   QTimer m_clockTimer;
