@@ -165,8 +165,10 @@ QString CBasketPatchDialog::uniqueKey(const CCodeOrderParam& param) const {
   return unique;
 }
 
+int CBasketPatchDialog::orderType() const { return m_pTradeParams->table().orderType(); }
+
 void CBasketPatchDialog::showOrderType() {
-  m_pOrderType->setText(CEnumsDataHelper::orderTypeToFormatString(m_pTradeParams->table().orderType()));
+  m_pOrderType->setText(CEnumsDataHelper::orderTypeToFormatString(orderType()));
 }
 
 void CBasketPatchDialog::showEvent(QShowEvent* event) {

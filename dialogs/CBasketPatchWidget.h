@@ -40,6 +40,8 @@ class CBasketPatchDialog : public GV::CCommonDialog {
                       const std::vector<ksservice::CCodeOrderParam>& taskParams, const std::string& tradeParamText);
   /// Whether the last accepted run chose a new basket.
   bool isNewBasket() const { return m_bNewBasket; }
+  /// EOrderType of the trade parameters as they are chosen now. After setPatchParams.
+  int orderType() const;
   /// Appends what is to be ordered of the checked rows, priced by the current quotes; algoParams is set when an
   /// algorithm is chosen, else left alone.
   void takeParams(std::vector<ksservice::CCodeOrderParam>& out, std::string& algoParams);

@@ -1,11 +1,12 @@
 #include "CBasketTask.h"
 
+#include "CBasketPatchWidget.h"
+#include "TaskKeys.h"
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/Services.h"
-#include "utils/Keys.h"
 
 namespace TC {
 
@@ -16,7 +17,11 @@ CBasketTask::CBasketTask(const QString& key, int groupId, int commandId)
     : m_pRoot(std::make_unique<CBasketTaskItem>(key, key, QString(), QString(), QString(), QString(), commandId, 0)),
       m_strKey(key),
       m_nGroupId(groupId),
-      m_nCommandId(commandId) {}
+      m_nCommandId(commandId) {
+  // Queued: both come from whatever thread the host answers on.
+  connect(this, &CBasketTask::sigPatchTask, this, &CBasketTask::slotPatchTask, Qt::QueuedConnection);
+  connect(this, &CBasketTask::sigPatchCreateFailed, this, &CBasketTask::slotPatchCreateFailed, Qt::QueuedConnection);
+}
 
 CBasketTask::~CBasketTask() = default;
 
@@ -52,11 +57,7 @@ bool CBasketTask::isAlgoOrderType(const QString& key) {
 QString CBasketTask::getTreeItemKey(const CCodeOrderParam& p) { return rowKeyOf(p); }
 
 QString CBasketTask::rowKeyOf(const CCodeOrderParam& p) {
-  return rowKeyOf(p.m_stock.m_strMarket, p.m_stock.m_strCode, p.m_nOperation);
-}
-
-QString CBasketTask::rowKeyOf(const std::string& market, const std::string& code, int operation) {
-  return QString::fromStdString(utils::mavStockKey(market, code)) + ksservice::operationText(operation);
+  return rowKey(p.m_stock.m_strMarket, p.m_stock.m_strCode, p.m_nOperation);
 }
 
 std::string CBasketTask::getCommandKey() const {

@@ -8,11 +8,15 @@
 #include <boost/thread/recursive_mutex.hpp>
 #include <map>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "CBasketTaskItem.h"
+#include "PatchCreations.h"
+#include "PatchRules.h"
 #include "RowLedger.h"
 #include "TaskRules.h"
 #include "ksservice/CBasketHedgeParam.h"
@@ -129,20 +133,19 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// Starts a patch of the whole task, after a query of its server tasks' progress where it has any. GUI thread.
   void checkHasAlgoTask(const QString& key, EMavTraderType traderType);
   /// The answer of that query. Any thread.
-  void onQueryOrderProcess(const std::map<std::string, std::map<std::string, int>>& data, const utils::KSError& err,
-                           const bson::BSONObj& result, const QString& key);
+  void onQueryOrderProcess(const OrderProcessMap& data, const utils::KSError& err, const bson::BSONObj& result,
+                           const QString& key);
   /// Goes on with a patch whose query was answered. GUI thread.
   void slotPatchTask(QString key, bool ok);
   /// Patches the task by what the user confirms in a dialog. GUI thread, without mutex().
-  void patchWithParam(const QString& key, const std::map<std::string, std::map<std::string, int>>& finished,
-                      EMavTraderType traderType);
+  void patchWithParam(const QString& key, const OrderProcessMap& finished, EMavTraderType traderType);
   /// Appends a parameter with the quantity of an item that may be patched, when there is any. With mutex() held.
   void calcAvailable(CBasketTaskItem* item, boost::shared_ptr<const ksservice::CAccountInfo> account,
                      std::vector<ksservice::CCodeOrderParam>& out, const QString& accountKey,
-                     const std::map<std::string, std::map<std::string, int>>& finished);
+                     const OrderProcessMap& finished);
   /// What the task's server tasks have finished of a security for an account.
   int getFinishedOrderNumForAlgoTask(const QString& accountKey, std::string& securityKey,
-                                     const std::map<std::string, std::map<std::string, int>>& finished);
+                                     const OrderProcessMap& finished);
   /// Patches one row, or (empty or the root's key) every row, without a dialog. priceType: EPriceType, 0 for the stored
   /// order setting. For a host's own use; GUI thread.
   void patch(const QString& key, int priceType);
@@ -174,12 +177,19 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void sigOperationEnded(QString treeKey);
   /// An operation on the task failed; message for the user.
   void sigShowOperateOrbTaskError(QString message);
+  /// The host made no task of a patch; for the task itself.
+  void sigPatchCreateFailed(int creation, QString message);
+
+ protected:
+  /// Patches one row; true when a task was asked for.
+  bool patch(CBasketTaskItem* item, boost::shared_ptr<const ksservice::CAccountInfo> account, int priceType);
 
  private:
   using RowMap = QMap<QString, QMap<QString, CBasketTaskItem*>>;
   using DetailMap = QMap<std::string, boost::shared_ptr<ksservice::CTaskDetail>>;
   using NodeList = std::vector<std::unique_ptr<CBasketTaskItem>>;
   using Lock = boost::recursive_mutex::scoped_lock;
+  using AccountPtr = boost::shared_ptr<const ksservice::CAccountInfo>;
   struct SAccount {
     QString key;
     QString displayId;
@@ -187,12 +197,13 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   };
   using OpRecordPtr = boost::shared_ptr<const ksservice::CTaskOpRecord>;
   using DetailList = std::vector<boost::shared_ptr<const ksservice::CTaskDetail>>;
+  /// How far a patch has come that the user started: Querying until the progress query is answered, Confirming while
+  /// the user is asked.
+  enum class EPatchPhase { None, Querying, Started, Confirming };
   struct SRefresh;  // one run of updateDetail
 
   static SAccount accountOf(const ksservice::CTaskDetail& detail);
-  static QString rowKeyOf(const std::string& market, const std::string& code, int operation);
   static QString rowKeyOf(const ksservice::CCodeOrderParam& p);
-  static QString orderRowKey(const std::string& market, const std::string& code, int operation);
 
   // Assembly
   void storeAlgoDetail(const boost::shared_ptr<ksservice::CTaskDetail>& d);
@@ -245,9 +256,55 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// Announces it at the end of an operation that came to nothing.
   void announceEnded(int status);
 
-  // Patching
+  // Patching: counting
+  SLedgerRow* rowOn(const std::string& accountKey, const QString& rowKey);
+  std::vector<SLedgerRow*> linkPatch(const boost::shared_ptr<ksservice::CTaskDetail>& detail);
+  void takePatchMessages(const ksservice::CTaskDetail& detail);
+  void countPatches(const std::vector<SLedgerRow*>& rows);
+  void announcePatch(const ksservice::CTaskDetail& detail);
+  void noteArrival(const ksservice::CTaskDetail& detail, bool isNew);
+  void placePatches();
+  ksservice::CTaskDetailPtr newestPatch(const PatchId& id) const;
   bool settleByPatches();
   void settlePatches(const ksservice::CTaskDetail* detail);
+  int derivedRootStatus();
+
+  // Patching: from the click to the answer
+  bool beginPatch();
+  void endPatch();
+  void refusePatch();
+  std::vector<std::string> queryKeys();
+  void failQuery();
+  void confirmPatch(const QString& key, const OrderProcessMap& finished, EMavTraderType traderType);
+  void takeChoice(const OrderProcessMap& finished);
+  void sendPatch(const std::vector<ksservice::CCodeOrderParam>& params, const std::string& algoParams);
+  void createPatch(const ksservice::COrderCommand& command, const std::vector<ksservice::CCodeOrderParam>& params,
+                   int hedgeType);
+  void onPatchCreated(int creation, const utils::KSError& error, int taskId);
+  void slotPatchCreateFailed(int creation, QString message);
+  void releaseRows(const LineVolumes& lines);
+
+  // Patching: the remainder
+  const ksservice::CTaskDetailPtr* algoDetail(const std::string& taskKey) const;
+  std::map<std::string, ksservice::CTaskDetailPtr> patchDetails() const;
+  SPatchSource sourceOf(const ksservice::CTaskDetail& detail, const OrderProcessMap& finished) const;
+  LineVolumes takenVolumes(const OrderProcessMap& finished) const;
+  bool answersAll(const OrderProcessMap& finished) const;
+  int remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
+                const LineVolumes& taken) const;
+  bool appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<ksservice::CCodeOrderParam>& out,
+                       const QString& accountKey, const OrderProcessMap& finished, const LineVolumes& taken);
+  static std::optional<ksservice::CCodeOrderParam> patchParam(const CBasketTaskItem& item, const AccountPtr& account,
+                                                              int volume);
+  static std::optional<int> inLots(const CBasketTaskItem& item, int remainder);
+  std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished);
+  bool stillFits(const std::vector<ksservice::CCodeOrderParam>& params, const OrderProcessMap& finished);
+
+  // Patching without a dialog
+  void patchAll(int priceType);
+  void patchOne(const QString& key, int priceType);
+  bool patchRow(CBasketTaskItem& item, const AccountPtr& account, int priceType, const LineVolumes& taken);
+  bool failRow(CBasketTaskItem& item, const QString& message);
 
   std::unique_ptr<CBasketTaskItem> m_pRoot;
   const QString m_strKey;
@@ -265,6 +322,13 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   DetailMap m_mapAlgoDetails;         ///< server tasks, by the key of their progress
   bool m_bHedgeAmountPending = true;  ///< the hedge row was not priced yet
   mutable boost::recursive_mutex m_mutex;
+
+  DetailMap m_mapUnplacedPatches;            ///< patch details with a line whose row has not come
+  OrderProcessMap m_mapProgress;             ///< the last answer of a progress query
+  std::set<std::string> m_runningWhenAsked;  ///< server tasks that had not ended when it was asked for
+  EPatchPhase m_patchPhase = EPatchPhase::None;
+  CPatchCreations m_creations;
+  std::unique_ptr<CBasketPatchDialog> m_pPatchDialog;  ///< made for the first patch; GUI thread
 
   CRowLedger m_ledger;    ///< owns the rows of both maps
   NodeList m_innerNodes;  ///< group and account nodes of the current shape

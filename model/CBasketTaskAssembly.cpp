@@ -53,7 +53,10 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
   if (!m_stockMap.contains(run.account.key)) return;
 
   countDetail(run);
-  if (!run.before) reorganize();
+  if (!run.before) {
+    reorganize();
+    placePatches();
+  }
   recursiveUpdate(m_pRoot.get());
   Q_EMIT sigTaskOrder(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
 

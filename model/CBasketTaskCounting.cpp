@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "RefreshRun.h"
+#include "TaskKeys.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CTradeClient.h"
@@ -21,19 +22,6 @@ namespace {
 /// Texts seldom change; an equal one is not exchanged, so that copies of it stay shared.
 void setText(QString& text, const QString& value) {
   if (text != value) text = value;
-}
-
-/// The parameter that an order of a server's progress belongs to; null when there is none.
-const CCodeOrderParam* paramOf(const CTaskDetail& detail, const CProgressOrder& order) {
-  const auto& params = detail.m_params;
-  if (order.m_nParamIndex >= 0 && order.m_nParamIndex < static_cast<int>(params.size())) {
-    return &params[static_cast<std::size_t>(order.m_nParamIndex)];
-  }
-  const auto found = std::find_if(params.begin(), params.end(), [&](const CCodeOrderParam& param) {
-    return param.m_stock.m_strCode == order.m_detail.m_strCode &&
-           param.m_stock.m_strMarket == order.m_detail.m_strMarket;
-  });
-  return found == params.end() ? nullptr : &*found;
 }
 
 /// Stores an order under its key. Where two places of the order lists bear one key, the row remembers it: then its
@@ -133,12 +121,6 @@ void CBasketTask::countProgress(const SRefresh& run, CDetailShares& shares) {
     ++at.share.knownOrders;
     at.share.progress = true;
   }
-}
-
-QString CBasketTask::orderRowKey(const std::string& market, const std::string& code, int operation) {
-  QString key = rowKeyOf(market, code, operation);
-  replaceMarketToHK(key);
-  return key;
 }
 
 void CBasketTask::countOrders(const SRefresh& run, CDetailShares& shares) {

@@ -103,7 +103,7 @@ void CBasketTask::updateEndTime(const CTaskDetail& detail) {
 }
 
 void CBasketTask::updateRootStatus(const boost::shared_ptr<CTaskDetail>& d) {
-  m_pRoot->m_nStatus = status();
+  m_pRoot->m_nStatus = derivedRootStatus();
   if (!m_pRoot->finished()) return;
   // Everything is traded: that is the end of the task, whatever its details and its hedge say.
   m_pRoot->m_nStatus = ksservice::ETS_Finished;

@@ -103,11 +103,7 @@ void CBasketTask::updateHedge(boost::shared_ptr<CTaskDetail>& d) {
   recursiveUpdate(m_pRoot.get());
   // The root's key, not its tree key: that is intended.
   Q_EMIT sigTaskOrder(m_pRoot->m_strKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
-  if (m_mapPatchDetails.isEmpty()) {
-    m_pRoot->m_nStatus = status();
-  } else {
-    settleByPatches();  // a drop that they call for is left to their own details
-  }
+  m_pRoot->m_nStatus = derivedRootStatus();
   if (m_pRoot->finished()) m_pRoot->m_nStatus = ksservice::ETS_Finished;
   updateEndTime(*d);
   Q_EMIT sigTaskStatus(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nStatus, m_pRoot->m_nOrderType);

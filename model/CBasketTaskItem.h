@@ -85,7 +85,7 @@ class CBasketTaskItem {
   int m_nCurOrderCount = 0;           ///< the task's own orders
   int m_nCurOrderCount2 = 0;          ///< the task's own orders whose order detail is known
   int m_nPatchVolume = 0;             ///< volume traded by patch tasks
-  int m_nCanceledCount = 0;           ///< the task's own orders whose order detail is cancelled
+  int m_nCanceledCount = 0;           ///< orders whose order detail is cancelled, patches included
   double m_dPatchAmount = 0;          ///< amount traded by patch tasks
   int m_nPatchOrderCount = 0;         ///< orders of patch tasks
   int m_nPatchOrderCount2 = 0;        ///< orders of patch tasks whose order detail is known

@@ -79,31 +79,39 @@ CDetailShares& CRowLedger::detail(const std::string& detailKey) {
   return m_details.try_emplace(detailKey, detailKey).first->second;
 }
 
+void SRowShare::add(const SRowShare& other) {
+  amount += other.amount;
+  target += other.target;
+  traded += other.traded;
+  orders += other.orders;
+  knownOrders += other.knownOrders;
+  cancelled += other.cancelled;
+  progress = progress || other.progress;
+}
+
 void settleRow(const SLedgerRow& row) {
-  SRowShare sum;
-  for (const auto& [detail, slot] : row.shares) {
-    const SRowShare& share = detail->m_slots[static_cast<std::size_t>(slot)].share;
-    sum.amount += share.amount;
-    sum.target += share.target;
-    sum.traded += share.traded;
-    sum.orders += share.orders;
-    sum.knownOrders += share.knownOrders;
-    sum.cancelled += share.cancelled;
-    sum.progress = sum.progress || share.progress;
-  }
+  SRowShare own;
+  for (const auto& [detail, slot] : row.shares) own.add(detail->m_slots[static_cast<std::size_t>(slot)].share);
+  SRowShare patched;
+  for (const auto& patch : row.patches) patched.add(patch.second);
+
   CBasketTaskItem& item = *row.item;
-  item.m_nTradedVolume = sum.traded;
-  item.m_dCurAmount = sum.amount;
-  item.m_nCurOrderCount = sum.orders;
-  item.m_nCurOrderCount2 = sum.knownOrders;
-  item.m_nCanceledCount = sum.cancelled;
-  item.m_nFinishedVolume = item.m_nPatchVolume + sum.traded;
-  item.m_dTradedAmount = item.m_dPatchAmount + sum.amount;
-  item.m_nOrderCount = item.m_nPatchOrderCount + sum.orders;
-  item.m_nOrderCount2 = item.m_nPatchOrderCount2 + sum.knownOrders;
-  const bool estimate = sum.progress && item.m_nFinishedVolume != 0;
+  item.m_nTradedVolume = own.traded;
+  item.m_dCurAmount = own.amount;
+  item.m_nCurOrderCount = own.orders;
+  item.m_nCurOrderCount2 = own.knownOrders;
+  item.m_nPatchVolume = patched.traded;
+  item.m_dPatchAmount = patched.amount;
+  item.m_nPatchOrderCount = patched.orders;
+  item.m_nPatchOrderCount2 = patched.knownOrders;
+  item.m_nCanceledCount = own.cancelled + patched.cancelled;
+  item.m_nFinishedVolume = item.m_nPatchVolume + own.traded;
+  item.m_dTradedAmount = item.m_dPatchAmount + own.amount;
+  item.m_nOrderCount = item.m_nPatchOrderCount + own.orders;
+  item.m_nOrderCount2 = item.m_nPatchOrderCount2 + own.knownOrders;
+  const bool estimate = (own.progress || patched.progress) && item.m_nFinishedVolume != 0;
   item.m_dTotalAmount =
-      estimate ? estimateAmount(item.m_nTotalVolume, item.m_dTradedAmount, item.m_nFinishedVolume) : sum.target;
+      estimate ? estimateAmount(item.m_nTotalVolume, item.m_dTradedAmount, item.m_nFinishedVolume) : own.target;
 }
 
 }  // namespace TC

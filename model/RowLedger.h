@@ -17,6 +17,9 @@ namespace TC {
 
 class CDetailShares;
 
+/// Identifier and sub-task number of a patch task.
+using PatchId = std::pair<int, int>;
+
 /// What one detail adds to one row.
 struct SRowShare {
   double amount = 0;  ///< traded amount, CNY
@@ -25,7 +28,9 @@ struct SRowShare {
   int orders = 0;
   int knownOrders = 0;  ///< orders whose order detail is known
   int cancelled = 0;
-  bool progress = false;  ///< counted from the progress of a server task: the target is estimated from what was traded
+  bool progress = false;  ///< counted from a server task: the target is estimated from what was traded
+
+  void add(const SRowShare& other);
 };
 
 /// An instrument row and the details that add to it.
@@ -34,6 +39,7 @@ struct SLedgerRow {
   std::string accounts;                                ///< the row's m_strAccounts as bytes
   boost::shared_ptr<const CCodeInfo> codeInfo;         ///< null until the instrument is known; never changes afterwards
   std::vector<std::pair<CDetailShares*, int>> shares;  ///< detail and its slot, in detail-key order
+  std::map<PatchId, SRowShare> patches;                ///< what each patch task that holds orders of the row adds to it
   bool repeatedKeys = false;                           ///< orders from several places of the order lists bear one key
 };
 
@@ -140,7 +146,7 @@ class CRowLedger {
   std::map<std::string, CDetailShares> m_details;
 };
 
-/// Forms a row's own-order figures from its shares, and everything that is derived from them.
+/// Forms a row's figures from the shares of its details and its patch tasks, and everything that is derived from them.
 void settleRow(const SLedgerRow& row);
 
 }  // namespace TC

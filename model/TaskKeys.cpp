@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+#include "TaskRules.h"
+#include "ksservice/Operations.h"
+#include "utils/Keys.h"
+
 namespace TC {
 namespace {
 
@@ -27,6 +31,16 @@ int taskIdOfDisplayId(const QString& displayId) {
   bool ok = false;
   const int id = displayId.mid(TYPE_DIGITS).toInt(&ok);
   return ok ? id : -1;
+}
+
+QString rowKey(const std::string& market, const std::string& code, int operation) {
+  return QString::fromStdString(utils::mavStockKey(market, code)) + ksservice::operationText(operation);
+}
+
+QString orderRowKey(const std::string& market, const std::string& code, int operation) {
+  QString key = rowKey(market, code, operation);
+  replaceMarketToHK(key);
+  return key;
 }
 
 }  // namespace TC

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <string>
 
 namespace TC {
 
@@ -13,6 +14,12 @@ QString taskDisplayId(int traderType, int taskId);
 
 /// The task id in a display id; -1 for a text that is none.
 int taskIdOfDisplayId(const QString& displayId);
+
+/// Key of an instrument row: instrument key and operation text.
+QString rowKey(const std::string& market, const std::string& code, int operation);
+
+/// Key of the row on which an order counts: one through a connect market falls on the Hong Kong instrument's row.
+QString orderRowKey(const std::string& market, const std::string& code, int operation);
 
 /// Digits that a row's tree key has behind its root's.
 constexpr int TREE_KEY_ORDINAL_DIGITS = 8;

@@ -1,5 +1,6 @@
 #include "TaskRules.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "tc/CBasketHedgeManager.h"
@@ -46,6 +47,18 @@ void replaceMarketToHK(QString& key) {
     key.replace(market, QLatin1String("HK"));
     return;
   }
+}
+
+const CCodeOrderParam* paramOf(const CTaskDetail& detail, const CProgressOrder& order) {
+  const auto& params = detail.m_params;
+  if (order.m_nParamIndex >= 0 && order.m_nParamIndex < static_cast<int>(params.size())) {
+    return &params[static_cast<std::size_t>(order.m_nParamIndex)];
+  }
+  const auto found = std::find_if(params.begin(), params.end(), [&](const CCodeOrderParam& param) {
+    return param.m_stock.m_strCode == order.m_detail.m_strCode &&
+           param.m_stock.m_strMarket == order.m_detail.m_strMarket;
+  });
+  return found == params.end() ? nullptr : &*found;
 }
 
 void addDetailStatus(SStatusFacts& facts, int status, bool first) {

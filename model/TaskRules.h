@@ -4,7 +4,9 @@
 #include <QString>
 #include <QTime>
 
+#include "ksservice/CTaskDetail.h"
 #include "ksservice/Enumerations.h"
+#include "tc/CTradeClient.h"
 
 namespace TC {
 
@@ -29,6 +31,9 @@ bool basketTaskIdLessThan(const QString& a, const QString& b);
 /// Turns "HGT", or else "SGT", into "HK" wherever it stands in a row key, so that orders that go through a connect
 /// market find the rows of their Hong Kong instruments. A key with both keeps its "SGT": that is intended.
 void replaceMarketToHK(QString& key);
+
+/// The parameter that an order of a server task's progress belongs to; null when there is none.
+const ksservice::CCodeOrderParam* paramOf(const ksservice::CTaskDetail& detail, const CProgressOrder& order);
 
 /// What a task's status follows from. The four of "details" hold for no task without details.
 struct SStatusFacts {

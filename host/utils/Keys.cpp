@@ -8,6 +8,12 @@ std::string mavStockKey(const std::string& market, const std::string& code) {
   return key.append(market).append(1, '.').append(code);
 }
 
+void splitMavStockKey(const std::string& key, std::string& market, std::string& code) {
+  const std::size_t dot = key.find('.');
+  market = dot == std::string::npos ? std::string() : key.substr(0, dot);
+  code = dot == std::string::npos ? key : key.substr(dot + 1);
+}
+
 std::string exchangeShortCode(std::string_view market) {
   if (market == "SH" || market == "SSE" || market == "HGT") return "SH";
   if (market == "SZ" || market == "SZSE" || market == "SGT") return "SZ";

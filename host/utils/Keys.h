@@ -10,6 +10,9 @@ namespace utils {
 /// Key of an instrument: market, ".", code.
 std::string mavStockKey(const std::string& market, const std::string& code);
 
+/// The market and the code of an instrument's key; the whole key is the code where it has no ".".
+void splitMavStockKey(const std::string& key, std::string& market, std::string& code);
+
 /// The exchange's short code of a market: "SH" for SH, SSE and HGT; "SZ" for SZ, SZSE and SGT; else empty.
 std::string exchangeShortCode(std::string_view market);
 

@@ -185,15 +185,17 @@ TEST_F(CCountingTest, PatchFiguresStayAndAreAdded) {
   made->m_orders = {buy("o1", 500, 100, 1000)};
   update(made);
   TC::CBasketTaskItem& patched = row("SH.600000买入");
-  patched.m_nPatchVolume = 40;
-  patched.m_dPatchAmount = 410;
-  patched.m_nPatchOrderCount = 2;
-  patched.m_nPatchOrderCount2 = 1;
+  DetailPtr patch = patchDetail(124);
+  patch->m_params = {param(mainAccount, "SH", "600000", EOT_Buy, 400, 10)};
+  patch->m_orders = {buy("p1", 300, 40, 410), buy("p2", 100, 0, 0)};
+  host.setOrderDetail("p1", false);
+  task.updatePatch(patch);
   update(next(made));
   EXPECT_EQ(patched.m_nFinishedVolume, 140);
   EXPECT_DOUBLE_EQ(patched.m_dTradedAmount, 1410);
   EXPECT_EQ(patched.m_nOrderCount, 3);
   EXPECT_EQ(patched.m_nOrderCount2, 1);
+  EXPECT_DOUBLE_EQ(patched.m_dTotalAmount, 10000) << "a local task's target is not estimated";
   EXPECT_EQ(root.m_nPatchVolume, 40);
   EXPECT_EQ(root.m_nTradedVolume, 100);
 }

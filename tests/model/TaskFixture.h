@@ -43,6 +43,16 @@ class CTaskTest : public testing::Test {
     return made;
   }
 
+  /// A running detail of patch task `id` of task 123, without parameters and orders.
+  static DetailPtr patchDetail(int id, int number = 1) {
+    DetailPtr made = detail(number);
+    made->m_nTaskId = id;
+    made->m_strKey = ksservice::CTaskDetail::genKey(id, number);
+    made->m_pCommand->m_bPatch = true;
+    made->m_pCommand->m_nBasketType = ksservice::ECBT_Basket;
+    return made;
+  }
+
   static ksservice::CCodeOrderParam param(const AccountPtr& account, const std::string& market, const std::string& code,
                                           int operation, int volume, double price) {
     ksservice::CCodeOrderParam made;

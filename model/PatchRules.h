@@ -1,0 +1,59 @@
+/// What may still be ordered of a task, in values: no task and no dialog. Any thread.
+#pragma once
+
+#include <QString>
+#include <boost/shared_ptr.hpp>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "ksservice/CTaskDetail.h"
+#include "tc/CTradeClient.h"
+
+namespace TC {
+
+/// A line of a task: account key, and row key in the form that orders have (orderRowKey).
+using PatchLine = std::pair<std::string, QString>;
+/// Shares or lots by line.
+using LineVolumes = std::map<PatchLine, long long>;
+
+/// Whether nothing more is sent for a detail of this ETaskStatus. Orders that it has in the market may still fill.
+bool hasEnded(int status);
+
+/// Whether remainders of the operation are rounded to lots on the market.
+bool tradesInLots(int operation, const QString& market);
+
+/// The part of a remainder that can be ordered where it is traded in lots of unit; noLots: of an instrument that any
+/// quantity from the unit on can be ordered of. None when the remainder would have to be rounded to a unit below 1.
+std::optional<int> roundToLots(int remainder, int unit, bool noLots);
+
+/// What a progress answer says of an instrument; a connect market counts for the Hong Kong instrument.
+long long finishedNumber(const std::map<std::string, int>& numbers, const std::string& securityKey);
+
+/// Whose account the lines of a detail are on.
+enum class ELineAccount {
+  First,  ///< that of the first line, as for a task's own details
+  Each    ///< each line's own
+};
+
+/// The volumes that lines are to trade; what is below 0 counts as 0.
+LineVolumes plannedVolumes(const std::vector<ksservice::CCodeOrderParam>& params, ELineAccount account);
+
+/// What is known of a detail when a remainder is formed.
+struct SPatchSource {
+  const ksservice::CTaskDetail& detail;
+  ELineAccount account = ELineAccount::Each;
+  bool maySend = false;                                       ///< it may still send orders
+  boost::shared_ptr<const CTaskProgress> progress = nullptr;  ///< of a server task; null where there is none
+  const std::map<std::string, int>* answer = nullptr;         ///< of a server task, by instrument; null: none came
+};
+
+/// What the detail has bought or sold, or may still, of each line. Where two sources tell, the higher figure counts; an
+/// order that is open counts whole, as does a line that may still be sent or of which nothing is known.
+LineVolumes takenVolumes(const SPatchSource& source);
+
+/// Adds volumes line by line.
+void addVolumes(LineVolumes& sum, const LineVolumes& volumes);
+
+}  // namespace TC
