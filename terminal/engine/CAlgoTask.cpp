@@ -73,7 +73,7 @@ int CAlgoTask::dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeO
   const SOrderLine& order = lines()[line];
   SLineState& state = m_states[line];
   const int left = order.m_nQuantity - state.m_nTraded - state.m_nWorking;
-  if (left <= 0) return 0;
+  if (left <= 0 || state.m_nRefusedSlice == m_nSlice) return 0;
   std::int64_t volume = 0;
   if (m_schedule.params().m_eAlgorithm == TC::EAlgorithm::POV) {
     const std::int64_t traded = volumeOf(order);
@@ -107,7 +107,9 @@ void CAlgoTask::onSent(int, const SOrderDue& due) {
 }
 
 void CAlgoTask::onRejected(int order, const std::string& message, int seconds) {
-  stateOf(order).m_nWorking -= orders().orders()[static_cast<std::size_t>(order)].left();
+  SLineState& state = stateOf(order);
+  state.m_nWorking -= orders().orders()[static_cast<std::size_t>(order)].left();
+  state.m_nRefusedSlice = m_nSlice;
   CSubTask::onRejected(order, message, seconds);
 }
 

@@ -48,6 +48,7 @@ class CAlgoTask : public CSubTask {
   struct SLineState {
     int m_nTraded = 0;
     int m_nWorking = 0;                 ///< may still fill
+    int m_nRefusedSlice = -1;           ///< in which the market refused a child order: none follows in it
     std::int64_t m_nVolumeBefore = -1;  ///< of the market, when the schedule began; -1: it has not
   };
   struct SChild {

@@ -20,6 +20,7 @@ struct SRig {
     for (const char* key : {"A1", "A2"}) {
       auto account = boost::make_shared<ksservice::CAccountInfo>();
       account->m_strKey = key;
+      account->m_strDisplayId = std::to_string(1001 + m_accounts.size());
       m_accounts.push_back(account);
     }
   }

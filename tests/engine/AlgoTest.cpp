@@ -1,0 +1,205 @@
+/// Algorithm tasks of the server: when their child orders go out, what bounds them, and how they end.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+
+#include "Rig.h"
+#include "Sessions.h"
+#include "ksservice/Operations.h"
+#include "utils/Keys.h"
+
+namespace {
+
+using namespace ksservice;
+using TC::EAlgorithm;
+
+TC::SAlgoParams params(EAlgorithm algorithm, int slices = 10) {
+  TC::SAlgoParams params;
+  params.m_eAlgorithm = algorithm;
+  params.m_nStart = 9 * 3600 + 30 * 60;
+  params.m_nEnd = 14 * 3600 + 30 * 60;
+  params.m_nSlices = slices;
+  return params;
+}
+
+TEST(AlgoSchedule, SharesATargetOutOverTheTradingTime) {
+  using exchange::clockTime;
+  // Three and a half hours of trading in seven slices of half an hour.
+  const engine::CAlgoSchedule twap(params(EAlgorithm::TWAP, 7), clockTime(9, 25));
+  EXPECT_EQ(twap.planned(7000, clockTime(9, 29), 0), 0);
+  EXPECT_EQ(twap.planned(7000, clockTime(9, 30), 0), 1000);
+  EXPECT_EQ(twap.planned(7000, clockTime(11, 29), 0), 4000);
+  EXPECT_EQ(twap.planned(7000, clockTime(12, 30), 0), 5000) << "the slice that begins after lunch is due at 11:30";
+  EXPECT_EQ(twap.planned(7000, clockTime(13, 29), 0), 5000);
+  EXPECT_EQ(twap.planned(7001, clockTime(14, 0), 0), 7001) << "the last slice is all of it";
+  EXPECT_FALSE(twap.hasEnded(clockTime(14, 29)));
+  EXPECT_TRUE(twap.hasEnded(clockTime(14, 30)));
+
+  // Made at half time: what is left of the time is shared out, the morning is not caught up.
+  const engine::CAlgoSchedule late(params(EAlgorithm::TWAP, 3), clockTime(13, 0));
+  EXPECT_EQ(late.planned(900, clockTime(13, 0), 0), 300);
+
+  const engine::CAlgoSchedule vwap(params(EAlgorithm::VWAP, 7), clockTime(9, 25));
+  EXPECT_GT(vwap.planned(7000, clockTime(9, 30), 0), 1300) << "much is traded at the open";
+  int before = 0;
+  for (std::int64_t now = clockTime(9, 0); now < clockTime(15, 30); now += 60000) {
+    const int planned = vwap.planned(7000, now, 0);
+    EXPECT_GE(planned, before);
+    before = planned;
+  }
+  EXPECT_EQ(before, 7000);
+
+  TC::SAlgoParams pov = params(EAlgorithm::POV);
+  pov.m_dRate = 0.25;
+  const engine::CAlgoSchedule participation(pov, clockTime(9, 25));
+  EXPECT_EQ(participation.planned(1000, clockTime(10, 0), 401), 100);
+  EXPECT_EQ(participation.planned(1000, clockTime(14, 0), 100000), 1000);
+}
+
+TEST(AlgoSchedule, TheUsualVolumeOfADayIsTheWholeOfIt) {
+  EXPECT_EQ(engine::usualVolumeShare(0), 0);
+  EXPECT_DOUBLE_EQ(engine::usualVolumeShare(exchange::TRADING_TIME), 1);
+}
+
+struct SAlgoRig : SRig {
+  explicit SAlgoRig(std::uint64_t seed = 1, double rejectRate = 0) : SRig(seed, rejectRate) {}
+
+  /// Starts the rig's basket; returns the key of its one sub-task.
+  std::string start(const TC::SAlgoParams& algo) {
+    engine::SBasketOrder order = basket();
+    order.m_algo = algo;
+    return std::to_string(engine().startBasket(order)) + "-1";
+  }
+  const engine::CAlgoTask& task(const std::string& key) { return *engine().serverTask(key); }
+
+  /// What the published progress says was traded of each line.
+  std::vector<int> traded(const std::string& key) const {
+    std::vector<int> traded(newest(key).m_params.size());
+    for (const TC::CProgressOrder& order : m_desk.progress(key)->m_orders) {
+      traded[static_cast<std::size_t>(order.m_nParamIndex)] += order.m_detail.m_nTradedVolume;
+    }
+    return traded;
+  }
+};
+
+int sum(const std::vector<int>& numbers) { return std::accumulate(numbers.begin(), numbers.end(), 0); }
+
+TEST(AlgoTask, NeverHasMoreFinishedOrOpenThanItsScheduleAndItsTargetAllow) {
+  for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::VWAP, EAlgorithm::POV}) {
+    for (std::uint64_t seed = 1; seed <= 4; ++seed) {
+      SAlgoRig rig(seed, seed % 2 ? 0 : 0.05);
+      const TC::SAlgoParams algo = params(algorithm);
+      const std::string key = rig.start(algo);
+      const engine::CAlgoSchedule schedule(algo, exchange::DAY_OPENS);
+      for (std::int64_t now = exchange::DAY_OPENS; now < exchange::DAY_CLOSES; now += 20000) {
+        rig.m_simulation.advanceTo(now);
+        const auto process = rig.task(key).orderProcess();
+        for (const engine::SOrderLine& line : rig.task(key).lines()) {
+          const int instrument =
+              rig.m_simulation.market().findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
+          const std::int64_t volume = rig.m_simulation.market().quote(instrument).m_nVolume;
+          const int covered = process.at(utils::mavStockKey(line.m_stock.m_strMarket, line.m_stock.m_strCode));
+          ASSERT_LE(covered, schedule.planned(line.m_nQuantity, now, volume)) << line.m_stock.m_strCode;
+          ASSERT_LE(covered, line.m_nQuantity);
+        }
+      }
+      rig.runTo(15, 1);
+      const CTaskDetail& end = rig.newest(key);
+      EXPECT_TRUE(end.m_bServerTask);
+      EXPECT_TRUE(end.m_orders.empty()) << "its orders are the server's";
+      const std::vector<int> traded = rig.traded(key);
+      int target = 0;
+      for (const CCodeOrderParam& param : end.m_params) target += param.m_nVolume;
+      EXPECT_GT(sum(traded), target / 2) << algorithmName(algorithm);
+      EXPECT_EQ(end.m_nStatus, sum(traded) == target ? ETS_Finished : ETS_Cancelled);
+      EXPECT_LE(end.m_nEndTime, SRig::DAY_START + exchange::DAY_CLOSES / 1000);
+    }
+  }
+}
+
+TEST(AlgoTask, EndsWithItsTimeAndCancelsWhatIsOpen) {
+  SAlgoRig rig;
+  TC::SAlgoParams algo = params(EAlgorithm::TWAP, 3);
+  algo.m_nEnd = 9 * 3600 + 30 * 60 + 30;
+  const std::string key = rig.start(algo);
+  rig.runTo(9, 30, 40);
+  const CTaskDetail& end = rig.newest(key);
+  EXPECT_EQ(end.m_nStatus, ETS_Cancelled) << "one security hardly trades";
+  EXPECT_EQ(end.m_strMessage, "算法时间已到，余量未成交");
+  EXPECT_EQ(end.m_nEndTime - end.m_nStartTime, 30);
+  const auto progress = rig.m_desk.progress(key);
+  EXPECT_TRUE(std::any_of(progress->m_orders.begin(), progress->m_orders.end(),
+                          [](const TC::CProgressOrder& order) { return order.m_detail.m_bCancelled; }));
+  const auto process = rig.task(key).orderProcess();
+  int covered = 0;
+  for (const auto& [security, number] : process) covered += number;
+  EXPECT_EQ(covered, sum(rig.traded(key))) << "nothing is open";
+}
+
+TEST(AlgoTask, NoPriceIsWorseThanTheLimit) {
+  SAlgoRig rig;
+  engine::SBasketOrder order = rig.basket();
+  order.m_lines.resize(2);  // sells the first, buys the second
+  order.m_lines[1].m_nQuantity = 100000;
+  TC::SAlgoParams algo = params(EAlgorithm::TWAP);
+  algo.m_dLimit = 6.0;  // the second one's last close
+  order.m_algo = algo;
+  const std::string key = std::to_string(rig.engine().startBasket(order)) + "-1";
+  rig.runTo(15, 1);
+  const auto& children = rig.m_desk.progress(key)->m_orders;
+  EXPECT_EQ(std::count_if(children.begin(), children.end(), [](const auto& child) { return child.m_nParamIndex == 0; }),
+            10)
+      << "an order that is refused is not repeated in its slice";
+  for (const TC::CProgressOrder& child : children) {
+    const double limit = algo.m_dLimit * child.m_detail.m_nTradedVolume;
+    const double over = (child.m_detail.m_dTradedAmount - limit) * (child.m_nParamIndex == 1 ? 1 : -1);
+    EXPECT_LE(over, 0.001) << child.m_strMapKey;
+  }
+}
+
+TEST(AlgoTask, PausesResumesAndStopsWhenItIsTold) {
+  SAlgoRig rig;
+  const std::string key = rig.start(params(EAlgorithm::TWAP, 70));
+  rig.runTo(10, 0);
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Running);
+  EXPECT_FALSE(rig.engine().operate(101, "A1", ETO_Pause)) << "not a task of the terminal";
+  EXPECT_TRUE(rig.engine().operate(key, ETO_Pause));
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Paused) << "published at once";
+  const auto count = [&] { return rig.task(key).progress()->m_orders.size(); };
+  const std::size_t sent = count();
+  rig.runTo(10, 30);
+  EXPECT_EQ(count(), sent);
+  EXPECT_TRUE(rig.engine().operate(key, ETO_Resume));
+  rig.runTo(10, 31);
+  EXPECT_GT(count(), sent + 20) << "what the schedule planned meanwhile is caught up";
+  EXPECT_TRUE(rig.engine().operate(key, ETO_Cancel));
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Running) << "until the cancels are confirmed";
+  rig.runTo(10, 32);
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
+  EXPECT_TRUE(rig.engine().operate(key, ETO_Drop));
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Dropped);
+  EXPECT_FALSE(rig.engine().operate("7-1", ETO_Cancel));
+}
+
+TEST(AlgoTask, ProgressIsPublishedBeforeItsDetailAndNotForEachFill) {
+  SAlgoRig rig;
+  const std::string key = rig.start(params(EAlgorithm::VWAP, 210));
+  int details = 0;
+  const auto subscription = rig.m_desk.subscribeTasks([&](const boost::shared_ptr<IData>&) {
+    ++details;
+    const auto progress = rig.m_desk.progress(key);
+    ASSERT_TRUE(progress);
+    EXPECT_EQ(progress->m_orders.size(), rig.task(key).progress()->m_orders.size());
+  });
+  rig.runTo(9, 50);
+  EXPECT_GT(details, 20);
+  EXPECT_LE(details, 20 * 60 / 3 + 1);
+  const TC::CProgressOrder& first = rig.m_desk.progress(key)->m_orders.front();
+  EXPECT_EQ(first.m_strMapKey, "1001:" + first.m_detail.getKey());
+  EXPECT_EQ(rig.newest(key).m_params[0].m_nOrderType, EORT_Algo2);
+  EXPECT_EQ(rig.newest(key).m_pCommand->m_strAlgoParams, params(EAlgorithm::VWAP, 210).format());
+  EXPECT_EQ(rig.newest(key).m_strInstance, "VWAP-" + key);
+}
+
+}  // namespace
