@@ -28,6 +28,7 @@
 namespace TC {
 
 class CBasketPatchDialog;
+class CPatchRows;
 
 /// To what part of a task a detail belongs.
 enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
@@ -258,6 +259,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
 
   // Patching: counting
   SLedgerRow* rowOn(const std::string& accountKey, const QString& rowKey);
+  CPatchRows patchRows(const ksservice::CTaskDetail& detail);
+  SLedgerRow* patchRowOf(const ksservice::CCodeOrderParam& param);
   std::vector<SLedgerRow*> linkPatch(const boost::shared_ptr<ksservice::CTaskDetail>& detail);
   void takePatchMessages(const ksservice::CTaskDetail& detail);
   void countPatches(const std::vector<SLedgerRow*>& rows);
@@ -297,7 +300,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   static std::optional<ksservice::CCodeOrderParam> patchParam(const CBasketTaskItem& item, const AccountPtr& account,
                                                               int volume);
   static std::optional<int> inLots(const CBasketTaskItem& item, int remainder);
-  std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished);
+  std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished, QStringList& unitless);
   bool stillFits(const std::vector<ksservice::CCodeOrderParam>& params, const OrderProcessMap& finished);
 
   // Patching without a dialog

@@ -30,31 +30,37 @@ bool endsUnfilled(const CTaskDetail& detail) {
   return detail.m_nStatus == ksservice::ETS_Cancelled || detail.m_nStatus == ksservice::ETS_ExecutionError;
 }
 
+}  // namespace
+
 /// The rows of a patch detail as its orders name them: by security and operation, on the account of the line.
 class CPatchRows {
  public:
+  using FindOfLine = std::function<SLedgerRow*(const CCodeOrderParam& param)>;
   using Find = std::function<SLedgerRow*(const std::string& accountKey, const QString& rowKey)>;
 
-  CPatchRows(const CTaskDetail& detail, const Find& find) : m_detail(detail), m_find(find) {
+  CPatchRows(const CTaskDetail& detail, const FindOfLine& findOfLine, Find find) : m_find(std::move(find)) {
+    if (!detail.m_params.empty()) m_account = accountKeyOf(detail.m_params.front());
     for (const CCodeOrderParam& param : detail.m_params) {
+      SLedgerRow* row = findOfLine(param);
       const ksservice::CStockInfo& stock = param.m_stock;
-      SLedgerRow* row = find(accountKeyOf(param), rowKey(stock.m_strMarket, stock.m_strCode, param.m_nOperation));
       if (row) m_rows.insert({orderRowKey(stock.m_strMarket, stock.m_strCode, param.m_nOperation), row});
     }
   }
 
+  /// Null where no row exists. An order without a line of its own counts too: no fill is lost.
   SLedgerRow* at(const std::string& market, const std::string& code, int operation) const {
     const QString key = orderRowKey(market, code, operation);
     const auto known = m_rows.find(key);
-    if (known != m_rows.end()) return known->second;
-    return m_detail.m_params.empty() ? nullptr : m_find(accountKeyOf(m_detail.m_params.front()), key);
+    return known != m_rows.end() ? known->second : m_find(m_account, key);
   }
 
  private:
-  const CTaskDetail& m_detail;
-  const Find& m_find;
+  Find m_find;
+  std::string m_account;
   std::map<QString, SLedgerRow*> m_rows;
 };
+
+namespace {
 
 using RowShares = std::map<SLedgerRow*, SRowShare>;
 
@@ -129,9 +135,21 @@ SLedgerRow* CBasketTask::rowOn(const std::string& accountKey, const QString& row
   return item ? &m_ledger.row(item) : nullptr;
 }
 
+/// The row that a line of a patch falls on, also one that goes through a connect market.
+SLedgerRow* CBasketTask::patchRowOf(const CCodeOrderParam& param) {
+  const std::string account = accountKeyOf(param);
+  if (SLedgerRow* row = rowOn(account, rowKeyOf(param))) return row;
+  return rowOn(account, orderRowKey(param.m_stock.m_strMarket, param.m_stock.m_strCode, param.m_nOperation));
+}
+
+CPatchRows CBasketTask::patchRows(const CTaskDetail& detail) {
+  return CPatchRows(
+      detail, [this](const CCodeOrderParam& param) { return patchRowOf(param); },
+      [this](const std::string& account, const QString& row) { return rowOn(account, row); });
+}
+
 void CBasketTask::takePatchMessages(const CTaskDetail& detail) {
-  const CPatchRows::Find find = [this](const auto& account, const auto& row) { return rowOn(account, row); };
-  const CPatchRows rows(detail, find);
+  const CPatchRows rows = patchRows(detail);
   for (const COrderInfoPtr& order : detail.m_orders) {
     if (detail.m_bServerTask || !order || order->m_strMessage.empty()) continue;
     const bool unfilled = COrderDetailHelper::completed(*order) && order->m_nTradedVolume < order->m_nVolume;
@@ -153,7 +171,7 @@ std::vector<SLedgerRow*> CBasketTask::linkPatch(const CTaskDetailPtr& detail) {
   };
   bool placed = true;
   for (const CCodeOrderParam& param : detail->m_params) {
-    placed = link(rowOn(accountKeyOf(param), rowKeyOf(param))) && placed;
+    placed = link(patchRowOf(param)) && placed;
   }
   if (placed) {
     m_mapUnplacedPatches.remove(detail->getKey());
@@ -164,9 +182,7 @@ std::vector<SLedgerRow*> CBasketTask::linkPatch(const CTaskDetailPtr& detail) {
   const bool isNew = !m_mapPatchDetails.contains(detail->getKey());
   m_mapPatchDetails[detail->getKey()] = detail;
   noteArrival(*detail, isNew);
-  // An order without a line of its own counts too: no fill is lost.
-  const CPatchRows::Find find = [this](const auto& account, const auto& row) { return rowOn(account, row); };
-  const CPatchRows known(*detail, find);
+  const CPatchRows known = patchRows(*detail);
   for (const COrderInfoPtr& order : detail->m_orders) {
     if (order) link(known.at(order->m_strMarket, order->m_strCode, order->m_nOperation));
   }
@@ -190,13 +206,12 @@ CTaskDetailPtr CBasketTask::newestPatch(const PatchId& id) const {
 /// Counts the rows' patches anew, each patch task as the host knows it now.
 void CBasketTask::countPatches(const std::vector<SLedgerRow*>& rows) {
   std::map<PatchId, RowShares> shares;
-  const CPatchRows::Find find = [this](const auto& account, const auto& row) { return rowOn(account, row); };
   for (SLedgerRow* row : rows) {
     for (auto& [id, share] : row->patches) {
       auto known = shares.find(id);
       if (known == shares.end()) {
         const CTaskDetailPtr newest = newestPatch(id);
-        known = shares.emplace(id, newest ? patchShares(*newest, CPatchRows(*newest, find)) : RowShares()).first;
+        known = shares.emplace(id, newest ? patchShares(*newest, patchRows(*newest)) : RowShares()).first;
       }
       const auto found = known->second.find(row);
       share = found == known->second.end() ? SRowShare() : found->second;
@@ -210,7 +225,7 @@ void CBasketTask::announcePatch(const CTaskDetail& detail) {
                                     [](const auto& patch) { return patch->m_nStatus >= ksservice::ETS_Finished; });
   const QString rootKey = m_pRoot->m_strHpfTreeKey;
   for (const CCodeOrderParam& param : detail.m_params) {
-    const SLedgerRow* row = rowOn(accountKeyOf(param), rowKeyOf(param));
+    const SLedgerRow* row = patchRowOf(param);
     if (!row || row->item->finished()) continue;
     CBasketTaskItem& item = *row->item;
     // The root is announced with the row's order type, not its own: that is intended.

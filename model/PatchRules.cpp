@@ -98,6 +98,12 @@ void raiseVolumes(LineVolumes& volumes, const LineVolumes& other) {
 
 }  // namespace
 
+PatchLine patchLine(const CBasketTaskItem& item, const QString& accountKey) {
+  QString row = item.m_strStockKey + operationText(item.m_vecOperations.value(0, EOT_None));
+  replaceMarketToHK(row);
+  return {accountKey.toStdString(), row};
+}
+
 bool hasEnded(int status) {
   return status == ETS_Finished || status == ETS_Cancelled || status == ETS_ExecutionError || status == ETS_Dropped;
 }

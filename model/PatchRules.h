@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "CBasketTaskItem.h"
 #include "ksservice/CTaskDetail.h"
 #include "tc/CTradeClient.h"
 
@@ -15,6 +16,8 @@ namespace TC {
 
 /// A line of a task: account key, and row key in the form that orders have (orderRowKey).
 using PatchLine = std::pair<std::string, QString>;
+/// The line of a row; accountKey: the account under which the task keeps it.
+PatchLine patchLine(const CBasketTaskItem& item, const QString& accountKey);
 /// Shares or lots by line.
 using LineVolumes = std::map<PatchLine, long long>;
 
