@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "CJobQueue.h"
 #include "DetailCaches.h"
@@ -80,6 +81,8 @@ class CBasketTasksPanel : public ITradeDockableWidget {
  protected Q_SLOTS:
   virtual void slotTimeout();
   void slotTaskDetail(ksservice::CTaskDetailPtr detail);
+  void slotHedgeVolume(int taskId, int volume);
+  void slotHedgeStatus(int taskId, int status);
   void slotNewTradingDay(std::string date);
   void onFoldAll(bool checked);
   void onExpandAll(bool checked);
@@ -92,19 +95,41 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   // Refresh (worker)
   void doUpdateTasks();
   void applyTaskDetails(const DetailMap& details, unsigned day, QSet<QString>& changed);
+  void applyHedgeDetails(const DetailMap& details, QSet<QString>& changed);
+  void applyPatchDetails(const DetailMap& details, QSet<QString>& changed);
   void setHedgeParam(CBasketTask& task, const ksservice::COrderCommand& command);
+  void setTableStatus(const ksservice::CTaskDetailPtr& detail, const QSet<QString>& staged);
   boost::shared_ptr<CBasketTask> findTask(const QString& key) const;
+  boost::shared_ptr<CBasketTask> findTask(const ksservice::CTaskDetail& detail) const;
   boost::shared_ptr<CBasketTask> findOrCreateTask(const ksservice::CTaskDetail& detail, unsigned day);
   boost::shared_ptr<CBasketTask> createTask(const ksservice::CTaskDetail& detail);
   void stage(const QSet<QString>& changed);
   TaskMap tasks() const;
   unsigned day() const;
 
+  // Loads (worker)
+  void loadOwn(ksservice::CTaskDetailPtr detail, unsigned day, QSet<QString>& loaded);
+  void stageInOrder(const QSet<QString>& keys);
+  void applyStagedLater();
+
   // Shell (GUI thread)
+  struct SToolBarControl;
+  struct STaskAction;
+  static const std::vector<SToolBarControl>& toolBarControls();
+  static const std::vector<STaskAction>& taskActions();
   void fillToolBar(GV::CAutoExpandToolBar& bar);
+  void addFilter(GV::CAutoExpandToolBar& bar);
   void onToolBarButton(int id);
+  void chooseFilter(int index);
+  void cancelAll();
+  void pauseAll();
+  void resumeAll();
+  void showSettings();
+  void foldAll();
+  void expandAll();
   void onTaskButton(int action, const QString& text, const QString& taskKey);
   void updateOrders(const QString& key);
+  void stageOne(const boost::shared_ptr<CBasketTask>& task);
   void finishRefresh();
   int rootStatus(const CBasketTask& task) const;
   static bool matchesFilter(int filter, int status);

@@ -10,6 +10,7 @@
 #include "CHpfBasketOptionDelegate.h"
 #include "CHpfBasketStatusTable.h"
 #include "TaskKeys.h"
+#include "TaskRules.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/Services.h"
@@ -69,8 +70,12 @@ void CBasketTasksPanel::doUpdateTasks() {
   }
   m_pTable->beginRefresh();
   QSet<QString> changed;
+  // Tasks first, so that a hedge or a patch never waits for a task of the same refresh.
   applyTaskDetails(work.task, day(), changed);
+  applyHedgeDetails(work.hedge, changed);
+  applyPatchDetails(work.patch, changed);
   stage(changed);
+  for (const auto& entry : work.status) setTableStatus(entry.second, changed);
   QMetaObject::invokeMethod(
       this, [this] { finishRefresh(); }, Qt::QueuedConnection);
   utils::logInfo(this, "CBasketTasksPanel::doUpdateTasks",
@@ -91,6 +96,41 @@ void CBasketTasksPanel::applyTaskDetails(const DetailMap& details, unsigned day,
     if (!known) m_pTable->clearTask(*task);
     changed.insert(task->getKey());
   }
+}
+
+// Hedge and patch details of a task that is not known are dropped: they are not kept for a later refresh.
+void CBasketTasksPanel::applyHedgeDetails(const DetailMap& details, QSet<QString>& changed) {
+  for (const auto& entry : details) {
+    ksservice::CTaskDetailPtr detail = entry.second;
+    const boost::shared_ptr<CBasketTask> task = findTask(*detail);
+    if (!task) continue;
+    if (!task->contains(detail, EBTT_Hedge)) m_pTable->clearTask(*task);
+    task->updateHedge(detail);
+    changed.insert(task->getKey());
+  }
+}
+
+void CBasketTasksPanel::applyPatchDetails(const DetailMap& details, QSet<QString>& changed) {
+  for (const auto& entry : details) {
+    ksservice::CTaskDetailPtr detail = entry.second;
+    const boost::shared_ptr<CBasketTask> task = findTask(*detail);
+    if (!task) continue;
+    task->updatePatch(detail);
+    changed.insert(task->getKey());
+  }
+}
+
+/// Shows the status that the task holds for the row of the detail's first line. A task that was staged whole in this
+/// refresh shows it already.
+void CBasketTasksPanel::setTableStatus(const ksservice::CTaskDetailPtr& detail, const QSet<QString>& staged) {
+  if (detail->m_params.empty() || !detail->m_params.front().m_pAccount) return;
+  const boost::shared_ptr<CBasketTask> task = findTask(*detail);
+  if (!task) return;
+  const ksservice::CAccountInfo& account = *detail->m_params.front().m_pAccount;
+  const QString accountKey = QString::fromStdString(account.getKey());
+  task->noteAccount(accountKey, accountDisplayIDQs(account));
+  if (staged.contains(task->getKey())) return;
+  m_pTable->resetStatus(task, accountKey, task->getTreeItemKey(detail->m_params.front()));
 }
 
 void CBasketTasksPanel::setHedgeParam(CBasketTask& task, const ksservice::COrderCommand& command) {
@@ -124,6 +164,10 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const QString& key) c
   return m_tasks.value(key);
 }
 
+boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const ksservice::CTaskDetail& detail) const {
+  return detail.m_pCommand ? findTask(taskKey(detail.m_pCommand->m_nTaskId)) : nullptr;
+}
+
 boost::shared_ptr<CBasketTask> CBasketTasksPanel::findOrCreateTask(const ksservice::CTaskDetail& detail,
                                                                    unsigned jobDay) {
   const QString key = taskKey(detail.m_pCommand->m_nTaskId);
@@ -142,11 +186,22 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CT
   const QString displayId = taskDisplayId(command.m_nTraderType, command.m_nTaskId);
   task->getRoot()->setHpfTreeKey(displayId);
   task->moveToThread(thread());
+  // Queued: a task announces with its mutex held, on whatever thread.
   CHpfBasketOptionDelegate* options = m_pTable->getTaskOptionDelegate();
-  connect(task.get(), SIGNAL(sigTaskStatus(QString, int, int)), options, SLOT(slotTaskStatus(QString, int, int)));
+  connect(task.get(), SIGNAL(sigOperationEnded(QString)), options, SLOT(slotOperationEnded(QString)),
+          Qt::QueuedConnection);
+  connect(task.get(), SIGNAL(sigTaskStatus(QString, int, int)), options, SLOT(slotTaskStatus(QString, int, int)),
+          Qt::QueuedConnection);
   connect(task.get(), SIGNAL(sigTaskOrder(QString, int, int)), m_pTable->getTaskOrderDelegate(),
-          SLOT(slotTaskOrder(QString, int, int)));
-  connect(task.get(), SIGNAL(sigPatchCreateTask(QString)), this, SIGNAL(sigPatchCreateTask(QString)));
+          SLOT(slotTaskOrder(QString, int, int)), Qt::QueuedConnection);
+  connect(task.get(), &CBasketTask::sigShowOperateOrbTaskError, task.get(), &CBasketTask::slotShowOperateOrbTaskError,
+          Qt::QueuedConnection);
+  connect(task.get(), SIGNAL(sigPatchCreateTask(QString)), this, SIGNAL(sigPatchCreateTask(QString)),
+          Qt::QueuedConnection);
+  if (detail.m_nTaskId >= FIRST_COMMAND_KEYED_TASK) {
+    QMetaObject::invokeMethod(
+        options, [options, displayId] { options->registerCommandKeyed(displayId); }, Qt::QueuedConnection);
+  }
   return task;
 }
 
@@ -154,44 +209,6 @@ void CBasketTasksPanel::stage(const QSet<QString>& changed) {
   for (const QString& key : changed) {
     if (const boost::shared_ptr<CBasketTask> task = findTask(key)) m_pTable->updateTask(task);
   }
-}
-
-void CBasketTasksPanel::initTasks() {
-  const unsigned jobDay = day();
-  m_pTable->beginRefresh();
-  QSet<QString> loaded;
-  for (ksservice::CTaskDetailPtr detail : ksservice::TraderCenter::instance().getDataCenter().taskDetails()) {
-    if (!isOwn(*detail)) continue;
-    const ksservice::COrderCommand& command = *detail->m_pCommand;
-    const bool basket = command.m_nBasketType == ksservice::ECBT_Basket && !command.m_bPatch;
-    if (!basket && !isEtfHedge(command)) continue;
-    const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, jobDay);
-    if (!task) continue;
-    ksservice::CBasketHedgeParam param;
-    if (loadHedgeParam(command.m_nCommandId, param)) task->setHedgeParam(param, false);
-    task->updateDetail(detail);
-    loaded.insert(task->getKey());
-  }
-  stage(loaded);
-  QMetaObject::invokeMethod(
-      this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
-}
-
-void CBasketTasksPanel::doRequestAccount(const ksservice::CAccountInfo& account) {
-  const unsigned jobDay = day();
-  m_pTable->beginRefresh();
-  QSet<QString> changed;
-  for (ksservice::CTaskDetailPtr detail : ksservice::TraderCenter::instance().getDataCenter().taskDetails()) {
-    if (!isOwn(*detail) || detail->m_params.empty() || !detail->m_params.front().m_pAccount) continue;
-    if (detail->m_params.front().m_pAccount->getKey() != account.getKey()) continue;
-    const boost::shared_ptr<CBasketTask> task = findTask(taskKey(detail->m_pCommand->m_nTaskId));
-    if (!task || jobDay != day()) continue;
-    task->updateDetail(detail);
-    changed.insert(task->getKey());
-  }
-  stage(changed);
-  QMetaObject::invokeMethod(
-      this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
 }
 
 }  // namespace TC

@@ -1,0 +1,214 @@
+// The tool bar and the events of the panel: what the user asks for, and who carries it out. GUI thread.
+#include "CBasketTask.h"
+#include "CBasketTaskItem.h"
+#include "CBasketTasksPanel.h"
+#include "CHpfBasketStatusTable.h"
+#include "TaskFilter.h"
+#include "TaskKeys.h"
+#include "gv/Controls.h"
+#include "tc/CSettingDialogNew.h"
+#include "tc/CUserConfig.h"
+#include "tc/Services.h"
+#include "utils/Log.h"
+
+namespace TC {
+namespace {
+
+/// Events of the host's event delivery.
+enum EEvent : int { EventButton = 5, EventCheckBox = 67, EventTaskButton = 1140, EventOrders = 1196 };
+
+enum class EControl { Filter, Button, Settings, Check, Separator };
+
+constexpr int NO_ID = -1;
+constexpr int FILTER_WIDTH = 80;
+constexpr QSize BUTTON_SIZE(60, 22);
+constexpr QSize CHECK_BOX_SIZE(120, 24);
+
+}  // namespace
+
+/// One control of the tool bar. The items of the filter have the ids from 0 on.
+struct CBasketTasksPanel::SToolBarControl {
+  EControl kind;
+  int id;
+  const char* text;
+  void (CBasketTasksPanel::*action)();  ///< null: none on a click
+};
+
+const std::vector<CBasketTasksPanel::SToolBarControl>& CBasketTasksPanel::toolBarControls() {
+  using P = CBasketTasksPanel;
+  static const std::vector<SToolBarControl> list = {
+      {EControl::Filter, NO_ID, "", nullptr},
+      {EControl::Separator, NO_ID, "", nullptr},
+      {EControl::Button, 4, "全部撤销", &P::cancelAll},
+      {EControl::Button, 5, "全部暂停", &P::pauseAll},
+      {EControl::Button, 6, "全部继续", &P::resumeAll},
+      {EControl::Settings, 7, "tc_img_btn_set_small", &P::showSettings},
+      {EControl::Separator, NO_ID, "", nullptr},
+      {EControl::Check, 8, "过滤已完成子任务", nullptr},
+      {EControl::Separator, NO_ID, "", nullptr},
+      {EControl::Button, 9, "全部收起", &P::foldAll},
+      {EControl::Button, 10, "全部展开", &P::expandAll},
+      {EControl::Button, 11, "刷新", &P::refreshAccounts},
+  };
+  return list;
+}
+
+/// What the button of a task's row does; codes without an entry do nothing.
+struct CBasketTasksPanel::STaskAction {
+  int code;
+  void (*run)(CBasketTask& task, const QString& text, EMavTraderType type);
+};
+
+const std::vector<CBasketTasksPanel::STaskAction>& CBasketTasksPanel::taskActions() {
+  static const std::vector<STaskAction> list = {
+      {3, [](CBasketTask& task, const QString& text, EMavTraderType) { task.cancel(text); }},
+      {5, [](CBasketTask& task, const QString& text, EMavTraderType) { task.pause(text); }},
+      {6, [](CBasketTask& task, const QString& text, EMavTraderType) { task.resume(text); }},
+      {10000, [](CBasketTask& task, const QString& text, EMavTraderType type) { task.checkHasAlgoTask(text, type); }},
+      {10001, [](CBasketTask& task, const QString& text, EMavTraderType) { task.unpatch(text); }},
+      {10002, [](CBasketTask& task, const QString& text, EMavTraderType) { task.drop(text); }},
+      {10003, [](CBasketTask& task, const QString& text, EMavTraderType) { task.cancelHedge(text); }},
+  };
+  return list;
+}
+
+void CBasketTasksPanel::fillToolBar(GV::CAutoExpandToolBar& bar) {
+  for (const SToolBarControl& control : toolBarControls()) {
+    switch (control.kind) {
+      case EControl::Filter:
+        addFilter(bar);
+        break;
+      case EControl::Button: {
+        auto* button = new GV::CSmallNoNormalButton(control.id, QString::fromUtf8(control.text), &bar);
+        button->setFixedSize(BUTTON_SIZE);
+        bar.addWidget(button);
+        break;
+      }
+      case EControl::Settings: {
+        auto* button = new GV::CPushButton(control.id, &bar);
+        button->setImageKey(QString::fromUtf8(control.text));
+        bar.addWidget(button);
+        break;
+      }
+      case EControl::Check:
+        m_pFilterFinishedCheck = new GV::CCheckBox(control.id, QString::fromUtf8(control.text), &bar);
+        m_pFilterFinishedCheck->setTextColorKey(QStringLiteral("clr_text_default"));
+        m_pFilterFinishedCheck->setFontKey(QStringLiteral("fnt_default_normal_fix"));
+        m_pFilterFinishedCheck->setFixedSize(CHECK_BOX_SIZE);
+        bar.addWidget(m_pFilterFinishedCheck);
+        break;
+      case EControl::Separator:
+        bar.addSeparator();
+        break;
+    }
+  }
+}
+
+void CBasketTasksPanel::addFilter(GV::CAutoExpandToolBar& bar) {
+  m_pFilterCombo = new GV::CComboPushButton(&bar);
+  m_pFilterCombo->setImageKey(QStringLiteral("tc_img_combo_btn_small_nonormal"));
+  m_pFilterCombo->setTextColorKey(QStringLiteral("clr_btn_s_nonormal_0"));
+  for (std::size_t i = 0; i < taskFilters().size(); ++i) {
+    m_pFilterCombo->addItem(static_cast<int>(i), QString::fromUtf8(taskFilters()[i].text));
+  }
+  m_pFilterCombo->setFixedWidth(FILTER_WIDTH);
+  bar.addWidget(m_pFilterCombo);
+}
+
+bool CBasketTasksPanel::handleEvent(int eventId, int buttonId, int value, QString text, void* payload) {
+  switch (eventId) {
+    case EventButton:
+      onToolBarButton(buttonId);
+      return true;
+    case EventCheckBox:
+      if (m_pFilterFinishedCheck) updateTable(m_nFilter, false);
+      return true;
+    case EventTaskButton:
+      if (payload) onTaskButton(buttonId, text, *static_cast<const QString*>(payload));
+      return true;
+    case EventOrders:
+      updateOrders(text);
+      return true;
+    default:
+      return ITradeDockableWidget::handleEvent(eventId, buttonId, value, text, payload);
+  }
+}
+
+void CBasketTasksPanel::onToolBarButton(int id) {
+  utils::logInfo(this, "CBasketTasksPanel::handleEvent", "User %1% click basket task panel toolbar button id %2%",
+                 getUserConfig().userName(), id);
+  if (id >= 0 && id < static_cast<int>(taskFilters().size())) {
+    chooseFilter(id);
+    return;
+  }
+  for (const SToolBarControl& control : toolBarControls()) {
+    if (control.id == id && control.action) (this->*control.action)();
+  }
+}
+
+void CBasketTasksPanel::chooseFilter(int index) {
+  if (index == m_nFilter) return;
+  m_nFilter = index;
+  updateTable(index, false);
+}
+
+// Cancelling everything filters the table again; pausing and resuming everything does not: intended.
+void CBasketTasksPanel::cancelAll() {
+  for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->cancel(QString());
+  updateTable(m_nFilter, false);
+}
+
+void CBasketTasksPanel::pauseAll() {
+  for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->pause(QString());
+}
+
+void CBasketTasksPanel::resumeAll() {
+  for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->resume(QString());
+}
+
+void CBasketTasksPanel::showSettings() {
+  CSettingDialogNew::showSettingPage(ID_SETTING_NAVI_CONTROLVISIBLE, QString::number(tradeType()));
+}
+
+// Folding shows finished sub-tasks until the next refresh, unfolding filters them: intended.
+void CBasketTasksPanel::foldAll() {
+  onFoldAll(true);
+  updateTable(m_nFilter, true);
+}
+
+void CBasketTasksPanel::expandAll() {
+  onExpandAll(true);
+  updateTable(m_nFilter, false);
+}
+
+// An operation may run a dialog: the task is held, and nothing of the panel is touched afterwards, which may be gone.
+void CBasketTasksPanel::onTaskButton(int action, const QString& text, const QString& key) {
+  const boost::shared_ptr<CBasketTask> task = findTask(key);
+  if (!task) return;
+  utils::logInfo(this, "CBasketTasksPanel::handleEvent", "User %1% click basket task panel task button id %2% task %3%",
+                 getUserConfig().userName(), action, key);
+  for (const STaskAction& known : taskActions()) {
+    if (known.code == action) return known.run(*task, text, tradeType());
+  }
+}
+
+void CBasketTasksPanel::patch(int taskId, const QString& nodeKey, int priceType) {
+  if (const boost::shared_ptr<CBasketTask> task = findTask(taskKey(taskId))) task->patch(nodeKey, priceType);
+}
+
+void CBasketTasksPanel::updateOrders(const QString& key) {
+  for (const auto& task : tasks()) {
+    if (task->getKey() + task->getRoot()->getKey() == key) m_pTable->updateOrdersWidget(*task);
+  }
+}
+
+void CBasketTasksPanel::onFoldAll(bool) {
+  for (const auto& task : tasks()) m_pTable->expandItem(task->getKey(), false);
+}
+
+void CBasketTasksPanel::onExpandAll(bool) {
+  for (const auto& task : tasks()) m_pTable->expandItem(task->getKey(), true);
+  updateTable(m_nFilter, false);
+}
+
+}  // namespace TC
