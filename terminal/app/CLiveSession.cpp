@@ -19,6 +19,8 @@ constexpr double DEFAULT_SPEED = 30;
 constexpr int CLOCK_TIMER_MSEC = 500;
 constexpr int SHARE_LOT = 100;
 constexpr int PANEL_WIDGET_ID = 1;
+constexpr int FUTURES_ACCOUNT_TYPE = 1;
+const char* const FUTURES_ACCOUNT = "F1";
 
 double speedOf(const SOptions& options) { return options.m_dSpeed.value_or(DEFAULT_SPEED); }
 
@@ -62,6 +64,34 @@ desk::SSession makeSession(const SOptions& options) {
   session.m_nNow = CLiveSession::dayStart() + options.m_nStartMinute * 60LL;
   session.m_timeZone = QTimeZone(EXCHANGE_UTC_OFFSET);
   return session;
+}
+
+boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string& key, const std::string& displayId,
+                                                       const std::string& name) {
+  auto account = boost::make_shared<ksservice::CAccountInfo>();
+  account->m_strKey = key;
+  account->m_strDisplayId = displayId;
+  account->m_strName = name;
+  return account;
+}
+
+void addAccount(desk::CDesk& desk, const boost::shared_ptr<ksservice::CAccountInfo>& account) {
+  desk::SAccount entry;
+  entry.m_pInfo = account;
+  desk.addAccount(entry);
+}
+
+/// Futures are sold short against what the baskets buy.
+std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options) {
+  if (!options.m_hedge) return std::nullopt;
+  ksservice::CBasketHedgeParam hedge;
+  hedge.m_bEnabled = true;
+  hedge.m_strMarket = exchange::FUTURES_MARKET;
+  hedge.m_strCode = options.m_hedge->m_strCode;
+  hedge.m_strAccount = FUTURES_ACCOUNT;
+  hedge.m_nOperation = ksservice::EOT_SellOpen;
+  hedge.m_dRatio = options.m_hedge->m_dRatio;
+  return hedge;
 }
 
 engine::SEngineSettings makeEngineSettings(const SOptions& options) {
@@ -114,14 +144,14 @@ CLiveSession::~CLiveSession() {
 void CLiveSession::fillDesk(const SInputs& inputs) {
   m_desk.setSession(makeSession(m_options));
   for (int i = 1; i <= m_options.m_nAccounts; ++i) {
-    auto account = boost::make_shared<ksservice::CAccountInfo>();
-    account->m_strKey = "A" + std::to_string(i);
-    account->m_strDisplayId = std::to_string(1000 + i);
-    account->m_strName = "模拟账户" + std::to_string(i);
-    m_accounts.push_back(account);
-    desk::SAccount entry;
-    entry.m_pInfo = account;
-    m_desk.addAccount(entry);
+    const std::string number = std::to_string(i);
+    m_accounts.push_back(makeAccount("A" + number, std::to_string(1000 + i), "模拟账户" + number));
+    addAccount(m_desk, m_accounts.back());
+  }
+  if (m_options.m_hedge) {
+    const auto futures = makeAccount(FUTURES_ACCOUNT, "8001", "模拟期货账户");
+    futures->m_nType = FUTURES_ACCOUNT_TYPE;
+    addAccount(m_desk, futures);
   }
   exchange::SExchangeSettings settings;
   settings.m_nSeed = m_options.m_nSeed;
@@ -182,6 +212,8 @@ void CLiveSession::makeThread() {
         this, [this] { finish(); }, Qt::QueuedConnection);
   });
   m_desk.requests().setDriver(&m_driver);
+  m_pSimulation->hedger().setHooks({[this](int task, int lots) { m_services.announceHedgeVolume(task, lots); },
+                                    [this](int task, int status) { m_services.announceHedgeStatus(task, status); }});
   m_pSimulation->engine().setEventHook([this](const engine::SEngineEvent& event) {
     m_pLog->append(event.m_nMsec, QString::fromStdString(event.m_strText), CLogDock::ELevel::Info);
   });
@@ -193,6 +225,7 @@ void CLiveSession::startBaskets(const SInputs& inputs) {
     engine::SBasketOrder& basket = baskets.emplace_back();
     basket.m_strName = named.m_strName;
     basket.m_accounts = m_accounts;
+    basket.m_hedge = makeHedge(m_options);
     for (const basket::SBasketLine& line : named.m_lines) basket.m_lines.push_back(toOrderLine(line));
   }
   // They start on the engine's thread: details never come from the GUI thread.

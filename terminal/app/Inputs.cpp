@@ -33,6 +33,29 @@ std::set<std::string> listedKeys(const std::vector<exchange::SInstrument>& instr
   return keys;
 }
 
+/// The futures that baskets can be hedged by: those of the file, but for entries that only carry a kind's reference
+/// price, and those that are always listed.
+std::set<std::string> listedFutures(const std::vector<exchange::SInstrument>& instruments, std::int64_t dayStart) {
+  std::set<std::string> codes;
+  const auto always = exchange::listedIndexFutures(exchange::dateOf(dayStart), instruments);
+  for (const auto* list : {&instruments, &always}) {
+    for (const exchange::SInstrument& instrument : *list) {
+      const bool future = instrument.m_kind == exchange::EKind::IndexFuture;
+      if (future && instrument.m_strCode.size() > 2) codes.insert(instrument.m_strCode);
+    }
+  }
+  return codes;
+}
+
+void checkHedge(const SOptions& options, std::int64_t dayStart, SInputs& inputs) {
+  if (!options.m_hedge) return;
+  const std::set<std::string> codes = listedFutures(inputs.m_instruments, dayStart);
+  if (codes.contains(options.m_hedge->m_strCode)) return;
+  std::string known;
+  for (const std::string& code : codes) known += (known.empty() ? "" : ", ") + code;
+  inputs.m_faults.push_back("option --hedge: '" + options.m_hedge->m_strCode + "' is not listed; listed are " + known);
+}
+
 void readBasket(const std::string& file, const basket::ListedTest& isListed, SInputs& inputs) {
   basket::SBasketFile read = basket::readBasketFile(file, isListed);
   addFaults(read.m_faults, inputs);
@@ -48,6 +71,8 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   basket::SInstrumentFile file = basket::readInstrumentFile(given.empty() ? dataFile("instruments.csv") : given);
   addFaults(file.m_faults, inputs);
   inputs.m_instruments = std::move(file.m_instruments);
+
+  checkHedge(options, dayStart, inputs);
 
   // Without a list of instruments nothing is known of any, so the baskets are only read for their own faults.
   basket::ListedTest isListed;

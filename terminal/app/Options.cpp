@@ -24,6 +24,7 @@ struct SOptionRow {
 constexpr double MAX_SECONDS = 7 * 24 * 3600;
 constexpr double MAX_SPEED = 100000;
 constexpr int MAX_ACCOUNTS = 100;
+constexpr double MAX_HEDGE_RATIO = 10;
 
 QString setPositive(std::optional<double>& target, const QString& value, double limit) {
   bool ok = false;
@@ -75,6 +76,19 @@ QString setAccounts(SOptions& options, const QString& value) {
   return QStringLiteral("needs a whole number from 1 to %1, not '%2'").arg(MAX_ACCOUNTS).arg(value);
 }
 
+QString setHedge(SOptions& options, const QString& value) {
+  const QString code = value.section(QLatin1Char(':'), 0, 0);
+  const QString ratio = value.section(QLatin1Char(':'), 1);
+  if (code.isEmpty() || !value.contains(QLatin1Char(':'))) {
+    return QStringLiteral("needs a future and a ratio like IF2612:1.0, not '%1'").arg(value);
+  }
+  std::optional<double> number;
+  const QString fault = setPositive(number, ratio, MAX_HEDGE_RATIO);
+  if (!fault.isEmpty()) return QStringLiteral("for its ratio ") + fault;
+  options.m_hedge = {code.toStdString(), *number};
+  return {};
+}
+
 QString setTheme(SOptions& options, const QString& value) {
   options.m_strTheme = value;
   const bool known = value == QLatin1String("dark") || value == QLatin1String("light");
@@ -101,6 +115,7 @@ const SOptionRow OPTIONS[] = {
     {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},
     {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
     {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
+    {"hedge", "CODE:RATIO", "hedge the baskets by an index future, like IF2612:1.0", LiveMode, false, setHedge},
     {"start", "HH:MM", "time of the simulated day at which the run starts (09:25)", LiveMode, false, setStart},
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},

@@ -10,6 +10,12 @@
 
 namespace app {
 
+/// By which index future baskets are hedged, and how much of them.
+struct SHedgeOption {
+  std::string m_strCode;  ///< IF2612
+  double m_dRatio = 1;    ///< part of a basket's traded amount
+};
+
 struct SOptions {
   bool m_bHelp = false;
   bool m_bHeadless = false;
@@ -19,6 +25,7 @@ struct SOptions {
   std::string m_strInstruments;        ///< empty: the project's own
   std::vector<std::string> m_baskets;  ///< empty: the project's own
   int m_nAccounts = 1;
+  std::optional<SHedgeOption> m_hedge;  ///< none: baskets are not hedged
   QString m_strTheme = QStringLiteral("dark");
   int m_nStartMinute = 9 * 60 + 25;  ///< minutes since midnight of the simulated day
   std::string m_strRecord;

@@ -93,6 +93,12 @@ boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket
 
 int CEngine::startBasket(const SBasketOrder& basket) {
   const auto command = makeCommand(basket);
+  // The panel asks for them when it sees the first detail.
+  if (basket.m_hedge) {
+    for (const auto source : {desk::EHedgeSource::Manager, desk::EHedgeSource::Stored}) {
+      m_desk.setHedgeParam(source, command->m_nCommandId, *basket.m_hedge);
+    }
+  }
   std::vector<SAccountLines> parts;
   for (std::vector<SOrderLine>& lines : splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()))) {
     parts.push_back({basket.m_accounts[parts.size()], std::move(lines)});

@@ -34,6 +34,8 @@ struct SBasketOrder {
   std::vector<SOrderLine> m_lines;
   std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;  ///< at least one
   std::optional<TC::SAlgoParams> m_algo;                               ///< none: one order a security at once
+  /// What the hedge manager and the user's settings offer the panel for this basket; none: it is not hedged.
+  std::optional<ksservice::CBasketHedgeParam> m_hedge;
 };
 
 /// What one account is to trade.

@@ -129,7 +129,15 @@ void CHedger::follow(int groupId, CHedge& hedge) {
   const double price = m_market.quote(identity.m_nInstrument).m_dLast;
   const double amount = m_engine.tradedAmount(groupId);
   if (!hedge.raiseTarget(hedgeLots(amount, hedge.param().m_dRatio, price, identity.m_dMultiplier))) return;
+  storeTarget(groupId, hedge);
   if (m_hooks.m_volume) m_hooks.m_volume(groupId, hedge.target());
+}
+
+/// A panel that is opened later finds the hedge with the target that it has by then.
+void CHedger::storeTarget(int groupId, const CHedge& hedge) {
+  SGiven& given = m_params.at(groupId);
+  given.m_param.m_nVolume = hedge.target();
+  m_desk.setHedgeParam(desk::EHedgeSource::Stored, given.m_nCommandId, given.m_param);
 }
 
 void CHedger::trade(CHedge& hedge) {

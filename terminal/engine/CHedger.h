@@ -59,6 +59,7 @@ class CHedger : public ITaskFollower {
   std::string fault(const ksservice::CBasketHedgeParam& param, SHedgeIdentity& identity) const;
   boost::shared_ptr<ksservice::COrderCommand> makeCommand(int groupId, int basketCommandId, int taskId) const;
   void follow(int groupId, CHedge& hedge);
+  void storeTarget(int groupId, const CHedge& hedge);
   void trade(CHedge& hedge);
   void cancel(const std::vector<std::uint64_t>& orders);
   double orderPrice(const CHedge& hedge) const;

@@ -18,9 +18,12 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json hedgeParam(const ksservice::CBasketHedgeParam& param) {
-  return {{"enabled", param.m_bEnabled},   {"market", param.m_strMarket},     {"code", param.m_strCode},
-          {"account", param.m_strAccount}, {"operation", param.m_nOperation}, {"volume", param.m_nVolume}};
+Json hedgeParam(ksservice::CBasketHedgeParam param) {
+  Json json = {{"enabled", param.m_bEnabled},   {"market", param.m_strMarket},     {"code", param.m_strCode},
+               {"account", param.m_strAccount}, {"operation", param.m_nOperation}, {"volume", param.m_nVolume}};
+  CWriteArchive archive(json);
+  hedgeSettingFields(archive, param);
+  return json;
 }
 
 /// The fields of a task line's command and parameters, those included that have their default.

@@ -122,6 +122,7 @@ void fields(Archive& a, SHedgeParamLine& line) {
   a.optional("account", line.m_param.m_strAccount);
   a.optional("operation", line.m_param.m_nOperation);
   a.optional("volume", line.m_param.m_nVolume);
+  hedgeSettingFields(a, line.m_param);
 }
 
 template <typename Archive>

@@ -72,6 +72,10 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--speed", "fast"}, "option --speed needs a number above 0"},
       {{"--seed", "-3"}, "option --seed needs a whole number from 0, not '-3'"},
       {{"--accounts", "0"}, "option --accounts needs a whole number from 1"},
+      {{"--hedge", "IF2612"}, "option --hedge needs a future and a ratio like IF2612:1.0, not 'IF2612'"},
+      {{"--hedge", ":1"}, "option --hedge needs a future and a ratio"},
+      {{"--hedge", "IF2612:0"}, "option --hedge for its ratio needs a number above 0"},
+      {{"--hedge", "IF2612:1:2"}, "option --hedge for its ratio needs a number above 0"},
       {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
       {{"--theme", "pink"}, "option --theme is dark or light"},
       {{"--seed", "1", "--seed", "2"}, "option --seed is given twice"},
@@ -102,6 +106,11 @@ TEST_F(Terminal, TradesNothingWhenAnInputIsUnreadableOrMalformed) {
   EXPECT_TRUE(basket.m_strErrors.contains(path("bad.csv") + ":4: "));
   EXPECT_TRUE(lastDump(out).is_null());
 
+  const SResult future = runTerminal({"--headless", "--seconds", "1", "--hedge", "IF2712:1"});
+  EXPECT_EQ(future.m_nStatus, 2);
+  EXPECT_TRUE(future.m_strErrors.startsWith(QLatin1String("option --hedge: 'IF2712' is not listed; listed are IC2612")))
+      << future.m_strErrors.toStdString();
+
   for (const char* option : {"--basket", "--instruments"}) {
     const SResult missing = runTerminal({"--headless", "--seconds", "1", QLatin1String(option), path("none.csv")});
     EXPECT_EQ(missing.m_nStatus, 2);
@@ -131,6 +140,37 @@ TEST_F(Terminal, ASeedFixesTheEndAndARecordingReplaysIt) {
   const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("c.jsonl")});
   ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
   EXPECT_EQ(end, lastDump(path("c.jsonl")));
+}
+
+/// The row of a dump with a path; null when there is none.
+nlohmann::json rowOf(const nlohmann::json& dump, const char* path) {
+  for (const nlohmann::json& row : dump["rows"]) {
+    if (row["row"] == path) return row;
+  }
+  return nullptr;
+}
+
+TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
+  const SResult live = runTerminal({"--headless", "--seconds", "4", "--speed", "600", "--accounts", "2", "--hedge",
+                                    "IF2612:0.5", "--out", path("a.jsonl"), "--record", path("journal.jsonl")});
+  ASSERT_EQ(live.m_nStatus, 0) << live.m_strErrors.toStdString();
+  const nlohmann::json end = lastDump(path("a.jsonl"));
+  const nlohmann::json root = rowOf(end, "1");
+  const nlohmann::json futures = rowOf(end, "1/期货");
+  const nlohmann::json hedge = rowOf(end, "1/期货/CFFEX.IF2612卖出开仓");
+  const nlohmann::json securities = rowOf(end, "1/证券");
+  ASSERT_TRUE(root.is_object() && futures.is_object() && hedge.is_object() && securities.is_object());
+  EXPECT_EQ(root["cells"][4], "8001/1001/1002");
+  EXPECT_EQ(futures["cells"][4], "8001");
+  EXPECT_EQ(hedge["cells"][15], "0") << "every lot of the target is sold";
+  const auto amount = [](const nlohmann::json& row) { return std::stod(row["cells"][7].get<std::string>()); };
+  EXPECT_GT(amount(hedge), 0);
+  EXPECT_NEAR(amount(root), amount(securities), 0.011) << "without the hedge's amount";
+  EXPECT_NEAR(amount(hedge), 0.5 * amount(root), 0.02 * amount(root));
+
+  const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("b.jsonl")});
+  ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
+  EXPECT_EQ(end, lastDump(path("b.jsonl")));
 }
 
 TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {

@@ -25,6 +25,8 @@ TEST(Output, PutsOutCallsAndLogLinesInOrderWithTheirKindFirst) {
     ksservice::CBasketHedgeParam param;
     param.m_strCode = "IF2612";
     desk.giveHedgeParam(123, 77, param);
+    param.m_nOrderLots = 2;
+    desk.giveHedgeParam(123, 77, param);
     desk.startHedge(123);
     output.messageBox(QStringLiteral("补单"), QStringLiteral("可补单量为0"));
     EXPECT_TRUE(output.isGood());
@@ -37,6 +39,8 @@ TEST(Output, PutsOutCallsAndLogLinesInOrderWithTheirKindFirst) {
             "{\"call\":\"updateData\",\"task\":\"123-1\",\"status\":7}\n"
             "{\"call\":\"setHedgeParam\",\"group\":123,\"command\":77,\"param\":{\"enabled\":false,\"market\":\"\","
             "\"code\":\"IF2612\",\"account\":\"\",\"operation\":4,\"volume\":0}}\n"
+            "{\"call\":\"setHedgeParam\",\"group\":123,\"command\":77,\"param\":{\"enabled\":false,\"market\":\"\","
+            "\"code\":\"IF2612\",\"account\":\"\",\"operation\":4,\"volume\":0,\"orderLots\":2}}\n"
             "{\"call\":\"startHedge\",\"group\":123}\n"
             "{\"call\":\"messageBox\",\"title\":\"补单\",\"text\":\"可补单量为0\"}\n");
 }
