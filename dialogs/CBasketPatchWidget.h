@@ -49,7 +49,7 @@ class CBasketPatchDialog : public GV::CCommonDialog {
   /// since their unit of trade is below 1.
   QStringList takeNewBasketLines();
 
-  bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
+  bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
 
  protected:
   void showEvent(QShowEvent* event) override;

@@ -24,7 +24,7 @@ class CTradeParamDialog : public GV::CCommonDialog {
   const COpBasketStockParamsWidget& widget() const { return *m_pWidget; }
   CGlobalOrderParamTable& table() const;
 
-  bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
+  bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
 
  private:
   QWidget* createBottom();

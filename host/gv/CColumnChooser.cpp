@@ -68,7 +68,7 @@ void CColumnChooser::createRows() {
   for (int visual = 0; visual < m_table.header()->count(); ++visual) {
     const int column = m_table.header()->logicalIndex(visual);
     const QString title = m_table.columnHeader(column).trimmed();
-    rows.push_back(boost::make_shared<SRow>(column, title));
+    rows.emplace_back(boost::make_shared<SRow>(column, title));
     m_pShown->setItemVisible(title, true);
     m_pShown->setItemEnabled(title, m_table.baseModel()->columnKind(column) != ColumnTree);
     m_pShown->setItemChecked(title, m_table.isColumnVisible(column));

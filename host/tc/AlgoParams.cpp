@@ -76,7 +76,7 @@ std::string readField(const std::string& part, const SField*& next, SAlgoParams&
 std::string readAll(const std::string& text, SAlgoParams& out) {
   const SField* next = std::begin(FIELDS);
   for (const std::string& part : utils::split(text, ';')) {
-    const std::string error = readField(part, next, out);
+    std::string error = readField(part, next, out);
     if (!error.empty()) return error;
   }
   for (; next != std::end(FIELDS); ++next) {

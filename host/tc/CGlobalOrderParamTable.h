@@ -37,7 +37,7 @@ class CGlobalOrderParamTable : public COrderParamBaseTable, public GV::IDialogRo
   /// What is wrong with what stands in the fields, in words for the user; empty when they are right.
   QString inputError() const { return m_strError; }
 
-  bool handleEvent(int eventId, int id, int value, QString key, void* data) override;
+  bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
   std::vector<GV::SDialogRow> dialogRows() const override;
   bool checkRow(const QString& /*key*/, bool /*on*/) override { return false; }
   bool editRow(const QString& key, const QString& text) override;

@@ -1,6 +1,7 @@
 // The texts that carry order parameters, and what orders are reckoned from.
 #include <gtest/gtest.h>
 
+#include <boost/make_shared.hpp>
 #include <limits>
 
 #include "TestHost.h"

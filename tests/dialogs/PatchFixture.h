@@ -13,6 +13,12 @@
 inline QString qs(const char* text) { return QString::fromUtf8(text); }
 
 class PatchTest : public testing::Test {
+ public:
+  ~PatchTest() override {
+    GV::CCommonDialog::setExecHook({});
+    GV::CMessageBox::setPresenter({});
+  }
+
  protected:
   using Params = std::vector<ksservice::CCodeOrderParam>;
   using Work = std::function<void(TC::CBasketPatchDialog&)>;
@@ -21,10 +27,6 @@ class PatchTest : public testing::Test {
     m_pAccount->m_strKey = "A1";
     m_pAccount->m_strDisplayId = "1001";
     GV::CMessageBox::setPresenter([this](QWidget*, const QString&, const QString& text) { m_boxes.append(text); });
-  }
-  ~PatchTest() override {
-    GV::CCommonDialog::setExecHook({});
-    GV::CMessageBox::setPresenter({});
   }
 
   /// An instrument with one unit for trade and entry, and a quote: last 10, bid 9, ask 11, order 12.

@@ -3,9 +3,10 @@
 #include "gv/CColumnChooser.h"
 
 class ColumnChooserTest : public TableTest {
- protected:
+ public:
   ~ColumnChooserTest() override { GV::CCommonDialog::setExecHook({}); }
 
+ protected:
   bool choose(const GV::DialogHook& work) {
     GV::CCommonDialog::setExecHook(work);
     return GV::CColumnChooser::choose(m_table, nullptr);
