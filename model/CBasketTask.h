@@ -295,12 +295,13 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   bool answersAll(const OrderProcessMap& finished) const;
   int remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
                 const LineVolumes& taken) const;
-  bool appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<ksservice::CCodeOrderParam>& out,
-                       const QString& accountKey, const OrderProcessMap& finished, const LineVolumes& taken);
+  void appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<ksservice::CCodeOrderParam>& out,
+                       QStringList& leftOut, const QString& accountKey, const OrderProcessMap& finished,
+                       const LineVolumes& taken);
   static std::optional<ksservice::CCodeOrderParam> patchParam(const CBasketTaskItem& item, const AccountPtr& account,
                                                               int volume);
   static std::optional<int> inLots(const CBasketTaskItem& item, int remainder);
-  std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished, QStringList& unitless);
+  std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished, QStringList& leftOut);
   bool stillFits(const std::vector<ksservice::CCodeOrderParam>& params, const OrderProcessMap& finished);
 
   // Patching without a dialog
@@ -324,6 +325,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   DetailMap m_mapPatchDetails;
   DetailMap m_mapAlgoDetails;         ///< server tasks, by the key of their progress
   bool m_bHedgeAmountPending = true;  ///< the hedge row was not priced yet
+  bool m_bHedgeCancelled = false;     ///< by the user, through the hedge row
   mutable boost::recursive_mutex m_mutex;
 
   DetailMap m_mapUnplacedPatches;            ///< patch details with a line whose row has not come

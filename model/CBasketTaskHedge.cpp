@@ -188,6 +188,7 @@ void CBasketTask::cancelHedge(const QString& key) {
   }
   getBasketHedgeManager().stopHedge(m_nGroupId);
   const Lock lock(m_mutex);
+  m_bHedgeCancelled = true;
   m_pHedgeItem->m_bHedge = false;
   m_pHedgeItem->m_bPatching = false;
   Q_EMIT sigTaskStatus(m_pHedgeItem->m_strKey, EHBTS_HedgeCancelled, m_pHedgeItem->m_nOrderType);

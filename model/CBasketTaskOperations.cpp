@@ -140,7 +140,8 @@ void CBasketTask::resumeHedge() {
     const Lock lock(m_mutex);
     if (!m_pHedgeItem || m_pHedgeItem->m_nStatus >= ksservice::ETS_Finished) return;
     m_pHedgeItem->m_nStatus = ksservice::ETS_Running;
-    m_pHedgeItem->m_bPatching = true;
+    // The manager does not start again what the user has cancelled; it decides that itself.
+    if (!m_bHedgeCancelled) m_pHedgeItem->m_bHedge = m_pHedgeItem->m_bPatching = true;
   }
   getBasketHedgeManager().startHedge(m_nGroupId);
 }

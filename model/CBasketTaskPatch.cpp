@@ -176,17 +176,15 @@ void CBasketTask::confirmPatch(const QString& key, const OrderProcessMap& finish
     failQuery();
     return;
   }
-  QStringList unitless;
-  const std::vector<CCodeOrderParam> offered = offer(finished, unitless);
+  QStringList leftOut;
+  const std::vector<CCodeOrderParam> offered = offer(finished, leftOut);
   if (offered.empty()) {
     tell(QStringLiteral("可补单量为0"));
     logInfo(this, function, "task %1% patch quantity is 0", m_nGroupId);
     announceEnded(rootStatus());
     return;
   }
-  if (!unitless.isEmpty()) {
-    tell(QStringLiteral("%1 没有有效的最小交易单位，不能补单").arg(unitless.join(QStringLiteral("、"))));
-  }
+  if (!leftOut.isEmpty()) tell(QStringLiteral("不能补单：\n%1").arg(leftOut.join(QLatin1Char('\n'))));
   if (!m_pPatchDialog) m_pPatchDialog = std::make_unique<CBasketPatchDialog>();
   const std::vector<CCodeOrderParam> own = getParam(key);
   if (own.empty()) {

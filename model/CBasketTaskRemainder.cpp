@@ -134,14 +134,15 @@ void CBasketTask::calcAvailable(CBasketTaskItem* item, AccountPtr account, std::
                                 const QString& accountKey, const OrderProcessMap& finished) {
   const LineVolumes taken = takenVolumes(finished);
   const Lock lock(m_mutex);
-  appendAvailable(*item, account, out, accountKey, finished, taken);
+  QStringList leftOut;
+  appendAvailable(*item, account, out, leftOut, accountKey, finished, taken);
 }
 
-/// False when the row has a remainder that cannot be rounded, since its unit of trade is below 1.
-bool CBasketTask::appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<CCodeOrderParam>& out,
-                                  const QString& accountKey, const OrderProcessMap& finished,
+/// leftOut gets, in words for the user, why a remainder cannot be ordered.
+void CBasketTask::appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<CCodeOrderParam>& out,
+                                  QStringList& leftOut, const QString& accountKey, const OrderProcessMap& finished,
                                   const LineVolumes& taken) {
-  if (item.m_vecOperations.size() != 1) return true;
+  if (item.m_vecOperations.size() != 1) return;
   std::string security = item.m_strStockKey.toStdString();
   const int done = CTaskHelper::getFinishedOrderNum(item.m_mapOrders);
   const long long algo = getFinishedOrderNumForAlgoTask(accountKey, security, finished);
@@ -150,15 +151,20 @@ bool CBasketTask::appendAvailable(CBasketTaskItem& item, const AccountPtr& accou
           "stk: cmd = %1%, task = %2%, code = %3%, patch Finished order num = %4%,patch num = %5%", m_nCommandId,
           m_nGroupId, security, done, available);
   const std::optional<int> volume = inLots(item, available);
-  if (!volume) return available <= 0;
-  if (*volume <= 0) return true;
-  if (std::optional<CCodeOrderParam> param = patchParam(item, account, *volume)) out.push_back(std::move(*param));
-  return true;
+  if (volume && *volume <= 0) return;
+  std::optional<CCodeOrderParam> param = patchParam(item, account, volume.value_or(0));
+  if (!param) {
+    leftOut << QStringLiteral("%1 没有合约信息").arg(item.m_strStockKey);
+  } else if (!volume) {
+    leftOut << QStringLiteral("%1 没有有效的最小交易单位").arg(item.m_strStockKey);
+  } else {
+    out.push_back(std::move(*param));
+  }
 }
 
 /// The part of a row's remainder that its exchange takes; none where that cannot be told.
 std::optional<int> CBasketTask::inLots(const CBasketTaskItem& item, int remainder) {
-  if (!tradesInLots(item.m_vecOperations.front(), item.m_strMarket)) return remainder;
+  if (remainder <= 0 || !tradesInLots(item.m_vecOperations.front(), item.m_strMarket)) return remainder;
   std::string market;
   std::string code;
   utils::splitMavStockKey(item.m_strStockKey.toStdString(), market, code);
@@ -185,18 +191,20 @@ std::optional<CCodeOrderParam> CBasketTask::patchParam(const CBasketTaskItem& it
   return param;
 }
 
-/// Every line that can be patched; unitless: the instruments of those that cannot, since their unit of trade is
-/// below 1.
-std::vector<CCodeOrderParam> CBasketTask::offer(const OrderProcessMap& finished, QStringList& unitless) {
+/// Every line that can be patched; leftOut: what cannot, and why.
+std::vector<CCodeOrderParam> CBasketTask::offer(const OrderProcessMap& finished, QStringList& leftOut) {
   const LineVolumes taken = takenVolumes(finished);
   const Lock lock(m_mutex);
   std::vector<CCodeOrderParam> params;
   for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
     const AccountPtr account = getUserConfig().getAccountData(rows.key().toStdString());
-    if (!account) continue;
+    if (!account) {
+      leftOut
+          << QStringLiteral("账号 %1 没有账号数据").arg(rows->isEmpty() ? rows.key() : rows->first()->m_strAccounts);
+      continue;
+    }
     for (CBasketTaskItem* item : *rows) {
-      if (item->finished()) continue;
-      if (!appendAvailable(*item, account, params, rows.key(), finished, taken)) unitless << item->m_strStockKey;
+      if (!item->finished()) appendAvailable(*item, account, params, leftOut, rows.key(), finished, taken);
     }
   }
   return params;

@@ -110,7 +110,8 @@ class CTaskTest : public testing::Test {
   const AccountPtr mainAccount = account("A1", "1001");
   const AccountPtr secondAccount = account("A2", "1002", "二号");
   test::CTestHost host;
-  TC::CBasketTask task{"组合任务123", 123, 77};
+  boost::shared_ptr<TC::CBasketTask> held = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
+  TC::CBasketTask& task = *held;
   TC::CBasketTaskItem& root = *task.getRoot();
 
  private:

@@ -1,0 +1,167 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <sstream>
+
+#include "TaskFixture.h"
+#include "gv/CCommonDialog.h"
+#include "gv/CMessageBox.h"
+#include "ksservice/Operations.h"
+
+/// A task whose signals, message boxes and dialogs are written down as they come, and what the host was asked for.
+class CPatchTaskTest : public CTaskTest {
+ protected:
+  using Numbers = std::map<std::string, int>;
+  using Answer = TC::OrderProcessMap;
+
+  CPatchTaskTest() {
+    host.setAccount(*mainAccount);
+    host.setAccount(*secondAccount);
+    host.setTime(1763683200);
+    instrument("SH", "600000", 100);
+    instrument("SZ", "000001", 100);
+    command.m_nCommandId = 77;
+    command.m_nTaskId = 123;
+    command.m_nTraderType = 1;
+    command.m_nBasketType = ksservice::ECBT_Basket;
+    host.setCommand(command);
+    listen();
+  }
+  ~CPatchTaskTest() override {
+    GV::CMessageBox::setPresenter({});
+    GV::CCommonDialog::setExecHook({});
+  }
+
+  void instrument(const std::string& market, const std::string& code, int unit, std::vector<int> types = {}) {
+    TC::CCodeInfo info;
+    info.m_strMarket = market;
+    info.m_strCode = code;
+    info.m_strName = "名称" + code;
+    info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
+    info.m_types = std::move(types);
+    host.setInstrument(info);
+    TC::CQuote quote;
+    quote.m_dLast = quote.m_dCalc = quote.m_dOrder = 10;
+    quote.m_dBid = 9.9;
+    quote.m_dAsk = 10.1;
+    host.setQuote(market, code, quote);
+  }
+
+  /// What was announced, shown and told since the last call, in order, one item a line.
+  std::string takeEvents() {
+    QCoreApplication::processEvents();
+    return std::exchange(m_events, {});
+  }
+  void say(const std::string& text) { m_events += text + "\n"; }
+
+  /// The host's calls since the last call: "local 123@A1", "server 123-1", "pause 123@A1", "hedge stop 123".
+  std::string takeSends() {
+    std::string text;
+    for (const auto& call : host.takeCalls()) text += nameOf(call) + "\n";
+    return text;
+  }
+  static std::string nameOf(const test::CTestHost::SCall& call) {
+    using ECall = test::CTestHost::ECall;
+    const std::string id = std::to_string(call.id);
+    switch (call.kind) {
+      case ECall::OperateLocal:
+        return "local " + id + "@" + call.key;
+      case ECall::PauseLocal:
+        return "pause " + id + "@" + call.key;
+      case ECall::ResumeLocal:
+        return "resume " + id + "@" + call.key;
+      case ECall::OperateServer:
+        return "server " + call.key;
+      case ECall::PauseHedge:
+        return "hedge pause " + id;
+      case ECall::StopHedge:
+        return "hedge stop " + id;
+    }
+    return {};
+  }
+
+  /// Log lines since the last call that hold the text.
+  std::vector<std::string> takeLog(const std::string& text) {
+    std::vector<std::string> lines;
+    for (const std::string& line : host.takeLog()) {
+      if (line.find(text) != std::string::npos) lines.push_back(line);
+    }
+    return lines;
+  }
+
+  static OrderPtr ended(OrderPtr order) {
+    order->m_bCompleted = true;
+    return order;
+  }
+  OrderPtr sell(const std::string& key, int volume, int traded) const {
+    return order(key, "SZ", "000001", ksservice::EOT_Sell, volume, traded, traded * 10);
+  }
+  ksservice::CCodeOrderParam buyLine(int volume) const {
+    return param(mainAccount, "SH", "600000", ksservice::EOT_Buy, volume, 10);
+  }
+  ksservice::CCodeOrderParam sellLine(int volume) const {
+    return param(mainAccount, "SZ", "000001", ksservice::EOT_Sell, volume, 10);
+  }
+
+  /// The task's detail 1, cancelled, with so much of its 1000 bought and of its 500 sold.
+  DetailPtr cancelled(int bought, int sold) const {
+    DetailPtr made = twoLines();
+    made->m_nStatus = ksservice::ETS_Cancelled;
+    made->m_orders = {ended(buy("o1", 1000, bought, bought * 10)), ended(sell("o2", 500, sold))};
+    return made;
+  }
+  void deliverPatch(DetailPtr made) {
+    host.store(made);
+    task.updatePatch(made);
+  }
+
+  /// "SH.600000买入 500" of each line that calcAvailable offers of the account.
+  std::string available(const Answer& finished = {}, const QString& accountKey = "A1") {
+    std::vector<ksservice::CCodeOrderParam> out;
+    const QMap<QString, TC::CBasketTaskItem*> rows = task.getStockDetailMap(accountKey);
+    const AccountPtr& used = accountKey == "A1" ? mainAccount : secondAccount;
+    for (TC::CBasketTaskItem* item : rows) task.calcAvailable(item, used, out, accountKey, finished);
+    return textOf(out);
+  }
+  static std::string textOf(const std::vector<ksservice::CCodeOrderParam>& params) {
+    std::string text;
+    for (const auto& line : params) {
+      text += line.getKey() + " " + std::to_string(line.m_nVolume) + "\n";
+    }
+    return text;
+  }
+
+  /// What the user does in each dialog that opens.
+  void inDialog(std::function<void(GV::CCommonDialog&)> acts) {
+    GV::CCommonDialog::setExecHook([this, acts = std::move(acts)](GV::CCommonDialog& dialog) {
+      std::string rows;
+      for (const GV::SDialogRow& shown : dialog.state().rows)
+        rows += " " + (shown.key + "=" + shown.editor).toStdString();
+      say("dialog" + rows);
+      acts(dialog);
+    });
+  }
+  static std::function<void(GV::CCommonDialog&)> press(const QString& button) {
+    return [button](GV::CCommonDialog& dialog) { EXPECT_EQ(dialog.press(button), ""); };
+  }
+
+  ksservice::COrderCommand command;
+
+ private:
+  void listen() {
+    QObject::connect(&task, &TC::CBasketTask::sigTaskStatus, [this](const QString& key, int status, int type) {
+      say("status " + key.toStdString() + " " + std::to_string(status) + " " + std::to_string(type));
+    });
+    QObject::connect(&task, &TC::CBasketTask::sigOperationEnded,
+                     [this](const QString& key) { say("ended " + key.toStdString()); });
+    QObject::connect(&task, &TC::CBasketTask::sigPatchCreateTask,
+                     [this](const QString& lines) { say("basket " + lines.toStdString()); });
+    QObject::connect(&task, &TC::CBasketTask::sigShowOperateOrbTaskError, &task,
+                     &TC::CBasketTask::slotShowOperateOrbTaskError, Qt::QueuedConnection);
+    GV::CMessageBox::setPresenter([this](QWidget*, const QString& title, const QString& text) {
+      say("box " + title.toStdString() + "|" + text.toStdString());
+    });
+  }
+
+  std::string m_events;
+};

@@ -1,0 +1,517 @@
+/// A patch from the click to the task that is sent, and every reason for which nothing is sent.
+#include <thread>
+
+#include "PatchFixture.h"
+
+namespace {
+
+using namespace ksservice;
+
+constexpr auto PLAIN = static_cast<EMavTraderType>(1);
+
+class CPatchTest : public CPatchTaskTest {
+ protected:
+  /// A click on "补单", with everything that follows it.
+  std::string patch(const std::string& act = {}) {
+    if (act.empty()) {
+      inDialog([](GV::CCommonDialog& dialog) { dialog.closeByUser(); });
+    } else {
+      inDialog(press(QString::fromStdString(act)));
+    }
+    task.checkHasAlgoTask(task.getKey(), PLAIN);
+    return takeEvents();
+  }
+  /// The task as one server detail, cancelled; answers are made by answer().
+  DetailPtr serverTask() {
+    DetailPtr made = twoLines();
+    made->m_bServerTask = true;
+    made->m_nStatus = ETS_Cancelled;
+    update(made);
+    takeEvents();
+    return made;
+  }
+  std::string answer(const Answer& data, const utils::KSError& error = {}, const bson::BSONObj& result = {}) {
+    for (const auto& query : host.takeQueries()) query.completion(data, error, result);
+    return takeEvents();
+  }
+  std::string refuse(const std::string& text) const { return "box 补单|" + text + "\nended T\nstatus T 8 0\n"; }
+
+  const std::string offered = "dialog A1/SH.600000买入=800 A1/SZ.000001卖出=500\n";
+  const std::string queryFailed = "补单失败，查询三方算法任务进度失败";
+};
+
+TEST_F(CPatchTest, ConfirmedLinesAreOrderedAsAPatchOfTheCommand) {
+  command.m_nType = 5;
+  command.m_strBasketName = "篮子";
+  host.setCommand(command);
+  update(cancelled(200, 0));
+  takeEvents();
+  inDialog([](GV::CCommonDialog& dialog) {
+    EXPECT_EQ(dialog.edit("A1/SH.600000买入", "350"), "");
+    EXPECT_EQ(dialog.check("A1/SZ.000001卖出", false), "");
+    EXPECT_EQ(dialog.press("选中补单"), "");
+  });
+  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n");
+  EXPECT_TRUE(host.takeQueries().empty()) << "nothing runs on a server";
+  EXPECT_TRUE(root.m_bPatching);
+
+  const auto creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  const auto& created = creations[0];
+  EXPECT_EQ(textOf(created.params), "A1/SH.600000买入 300\n");
+  EXPECT_EQ(created.params[0].m_nType, 49);
+  EXPECT_EQ(created.params[0].m_stock.m_strName, "名称600000");
+  EXPECT_EQ(created.params[0].m_dPrice, 10);
+  EXPECT_TRUE(created.command.m_bPatch);
+  EXPECT_EQ(created.command.m_nCommandId, 77);
+  EXPECT_EQ(created.command.m_strBasketName, "篮子");
+  EXPECT_EQ(created.command.m_nOrderType, EORT_Plain);
+  EXPECT_EQ(created.traderType, 1);
+  EXPECT_EQ(created.hedgeType, 1);
+  EXPECT_EQ(created.taskId, 123);
+}
+
+TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChosen) {
+  const std::string algo = "algo=TWAP;start=09:30:00;end=14:57:00;slices=10";
+  command.m_nOrderType = EORT_Algo;
+  command.m_strAlgoParams = algo;
+  host.setCommand(command);
+  DetailPtr made = cancelled(200, 0);
+  for (CCodeOrderParam& line : made->m_params) line.m_nOrderType = EORT_Algo;
+  made->m_pCommand->m_strAlgoParams = algo;
+  update(made);
+  patch("选中补单");
+  auto creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  EXPECT_EQ(creations[0].command.m_nOrderType, EORT_Algo);
+  EXPECT_EQ(creations[0].command.m_strAlgoParams, algo);
+  creations[0].completion(utils::KSError("refused"), 0);
+  takeEvents();
+
+  bool chosen = false;
+  GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
+    const bool params = std::exchange(chosen, true);
+    for (const QString& button : params ? QStringList{"普通交易", "保存"} : QStringList{"智能算法", "选中补单"}) {
+      EXPECT_EQ(dialog.press(button), "");
+    }
+  });
+  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  EXPECT_EQ(creations[0].command.m_nOrderType, EORT_Plain) << "never an order that the user did not confirm";
+  EXPECT_EQ(creations[0].command.m_strAlgoParams, "");
+}
+
+TEST_F(CPatchTest, RefusalsInTheirOrder) {
+  update(twoLines());
+  takeEvents();
+  EXPECT_EQ(patch(), "ended T\nstatus T 3 0\n");
+  EXPECT_EQ(takeLog("cancel state"), std::vector<std::string>{"task 123 is not cancel state"});
+
+  DetailPtr made = cancelled(1000, 500);
+  made->m_orders.back()->m_nTradedVolume = 499;
+  made->m_orders.back()->m_bCompleted = false;
+  update(made);
+  takeEvents();
+  task.patchWithParam("T", {}, PLAIN);
+  task.patchWithParam("组合任务123-SH.600000买入", {}, PLAIN);
+  EXPECT_EQ(takeEvents(), "") << "not the root's key";
+  EXPECT_EQ(patch(), refuse("可补单量为0")) << "what is open may still fill";
+  EXPECT_EQ(takeLog("patch quantity"), std::vector<std::string>{"task 123 patch quantity is 0"});
+
+  update(cancelled(200, 0));
+  takeEvents();
+  EXPECT_EQ(patch(), offered + "ended T\nstatus T 8 0\n");
+  EXPECT_EQ(takeLog("give up"), std::vector<std::string>{"User u1 give up patch task 组合任务123"});
+
+  host.setCommandNumber(77, 9);
+  EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
+  EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
+  EXPECT_TRUE(host.takeCreations().empty());
+  EXPECT_EQ(takeSends(), "");
+}
+
+TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
+  const AccountPtr third = account("A3", "1003");
+  DetailPtr known = cancelled(200, 500), unknown = detail(2), without = detail(3);
+  unknown->m_nStatus = without->m_nStatus = ETS_Cancelled;
+  unknown->m_params = {param(secondAccount, "SH", "600999", EOT_Buy, 100, 10)};
+  without->m_params = {param(third, "SH", "600000", EOT_Buy, 100, 10)};
+  for (const DetailPtr& one : {known, unknown, without}) update(one);
+  takeEvents();
+  EXPECT_EQ(patch(),
+            "box 补单|不能补单：\nSH.600999 没有合约信息\n账号 1003 没有账号数据\n"
+            "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
+}
+
+TEST_F(CPatchTest, AUnitBelowOneIsToldAndNothingIsOrderedOfIt) {
+  update(cancelled(200, 0));
+  takeEvents();
+  instrument("SH", "600000", 0);
+  EXPECT_EQ(patch(),
+            "box 补单|不能补单：\nSH.600000 没有有效的最小交易单位\n"
+            "dialog A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
+  update(cancelled(200, 500));
+  takeEvents();
+  EXPECT_EQ(patch(), refuse("可补单量为0"));
+}
+
+TEST_F(CPatchTest, ASecondPatchIsRefusedUntilTheFirstHasShownUp) {
+  update(cancelled(200, 0));
+  takeEvents();
+  EXPECT_EQ(patch("选中补单"), offered + "status T 10000 0\n");
+  EXPECT_EQ(patch("选中补单"), refuse("补单中"));
+  task.patchWithParam(task.getKey(), {}, PLAIN);
+  EXPECT_EQ(takeEvents(), refuse("补单中"));
+  auto creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  creations[0].completion({}, 124);
+  EXPECT_EQ(patch("选中补单"), refuse("补单中")) << "made, but nothing has come of it";
+
+  DetailPtr running = patchDetail(124);
+  running->m_params = {buyLine(300)};
+  deliverPatch(running);
+  takeEvents();
+  EXPECT_EQ(patch(), "dialog A1/SH.600000买入=500\nended T\nstatus T 3 0\n") << "the sales have not shown up";
+  DetailPtr rest = patchDetail(124, 2);
+  rest->m_params = {sellLine(100)};
+  deliverPatch(rest);
+  takeEvents();
+  EXPECT_EQ(patch(), "dialog A1/SH.600000买入=500 A1/SZ.000001卖出=400\nended T\nstatus T 3 0\n");
+}
+
+TEST_F(CPatchTest, ARefusedCreationIsToldAndFreesWhatItOrdered) {
+  update(cancelled(200, 0));
+  takeEvents();
+  patch("选中补单");
+  auto creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  creations[0].completion(utils::KSError("数量无效"), 0);
+  EXPECT_TRUE(root.m_bPatching) << "until the user is told";
+  EXPECT_EQ(takeEvents(), refuse("数量无效"));
+  EXPECT_FALSE(root.m_bPatching);
+  EXPECT_EQ(patch("选中补单"), offered + "status T 10000 0\n");
+  creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  creations[0].completion(utils::KSError(""), 0);
+  EXPECT_EQ(takeEvents(), refuse("补单失败"));
+}
+
+TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
+  update(cancelled(200, 0));
+  takeEvents();
+  inDialog([](GV::CCommonDialog& dialog) {
+    EXPECT_EQ(dialog.press("反选"), "");
+    EXPECT_EQ(dialog.press("选中补单"), "");
+  });
+  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  const auto creations = host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  EXPECT_TRUE(creations[0].params.empty());
+  creations[0].completion(utils::KSError("没有委托"), 0);
+  EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
+}
+
+TEST_F(CPatchTest, WhatNoLongerFitsIsNotSent) {
+  const std::string changed = "box 补单|可补单量已变化，没有补单，请重新操作\n";
+  const auto patchWhile = [this](const std::function<void()>& happens, const QString& button) {
+    inDialog([&](GV::CCommonDialog& dialog) {
+      happens();
+      takeEvents();
+      EXPECT_EQ(dialog.press(button), "");
+    });
+    task.checkHasAlgoTask(task.getKey(), static_cast<EMavTraderType>(4));
+    return takeEvents();
+  };
+  update(cancelled(200, 0));
+  takeEvents();
+  const auto fills = [this] { update(cancelled(201, 0)); };
+  EXPECT_EQ(patchWhile(fills, "选中补单"), changed + "ended T\nstatus T 8 0\n");
+  EXPECT_EQ(patchWhile([this] { update(cancelled(400, 0)); }, "新建篮子补单"), changed + "ended T\nstatus T 8 0\n");
+  const auto runsAgain = [this] { update(twoLines()); };
+  EXPECT_EQ(patchWhile(runsAgain, "选中补单"), changed + "ended T\nstatus T 3 0\n");
+  update(cancelled(200, 0));
+  takeEvents();
+  // Somebody else patches the task; nothing of it was delivered here yet.
+  const auto elsewhere = [this] {
+    DetailPtr other = patchDetail(200);
+    other->m_params = {buyLine(100)};
+    host.store(other);
+  };
+  EXPECT_EQ(patchWhile(elsewhere, "选中补单"), changed + "ended T\nstatus T 8 0\n");
+  EXPECT_TRUE(host.takeCreations().empty());
+  EXPECT_EQ(takeSends(), "");
+  EXPECT_EQ(available(), "A1/SH.600000买入 700\nA1/SZ.000001卖出 500\n");
+}
+
+TEST_F(CPatchTest, ANewBasketTakesTheLinesAndTheTaskIsDropped) {
+  update(cancelled(200, 0));
+  takeEvents();
+  inDialog([](GV::CCommonDialog& dialog) {
+    EXPECT_EQ(dialog.check("A1/SZ.000001卖出", false), "");
+    EXPECT_EQ(dialog.press("新建篮子补单"), "");
+  });
+  task.checkHasAlgoTask(task.getKey(), static_cast<EMavTraderType>(4));
+  EXPECT_EQ(takeEvents(), offered + "basket SH.600000\t名称600000\t800\t0\t1\t49\nstatus T 11 0\n");
+  EXPECT_TRUE(host.takeCreations().empty());
+  EXPECT_EQ(takeSends(), "local 123@A1\n");
+}
+
+TEST_F(CPatchTest, ProgressOfServerTasksIsAskedFirst) {
+  serverTask();
+  DetailPtr serverPatch = patchDetail(124), localPatch = patchDetail(125);
+  serverPatch->m_bServerTask = true;
+  serverPatch->m_params = {buyLine(300)};
+  localPatch->m_params = {sellLine(100)};
+  serverPatch->m_nStatus = localPatch->m_nStatus = ETS_Cancelled;
+  deliverPatch(serverPatch);
+  deliverPatch(localPatch);
+  takeEvents();
+  inDialog(press("选中补单"));
+  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  EXPECT_EQ(takeLog("start"), std::vector<std::string>{"task 123 QueryOrderProcess start"});
+  auto queries = host.takeQueries();
+  ASSERT_EQ(queries.size(), 1u);
+  EXPECT_EQ(queries[0].tasks, (std::vector<std::string>{"123-1", "124-1"}));
+  EXPECT_EQ(takeEvents(), "");
+  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  EXPECT_EQ(takeEvents(), refuse("补单中"));
+
+  const Answer data = {{"123-1", {{"SH.600000", 300}, {"SZ.000001", 50}}}, {"124-1", {{"SH.600000", 120}}}};
+  std::thread(queries[0].completion, data, utils::KSError(), bson::BSONObj()).join();
+  EXPECT_EQ(takeEvents(), "dialog A1/SH.600000买入=500 A1/SZ.000001卖出=450\nstatus T 10000 0\n");
+  EXPECT_EQ(takeLog("QueryOrderProcess").size(), 4u) << "the call back and three numbers";
+  queries[0].completion(data, {}, {});
+  EXPECT_EQ(takeEvents(), "") << "a second answer opens no second dialog";
+  EXPECT_EQ(host.takeCreations().size(), 1u);
+}
+
+TEST_F(CPatchTest, AQueryThatFailsStartsNoPatch) {
+  serverTask();
+  const auto ask = [this](const Answer& data, const utils::KSError& error, const std::string& json) {
+    patch();
+    host.takeLog();
+    const std::string events = answer(data, error, bson::BSONObj::fromJson(json).value());
+    return events == refuse(queryFailed) ? host.takeLog() : std::vector<std::string>{events};
+  };
+  const Answer data = {{"123-1", {{"SH.600000", 300}}}};
+  using Log = std::vector<std::string>;
+  const std::string back = "task 123 QueryOrderProcess callback", failed = "task 123 patch QueryOrderProcess fail";
+  const std::string number = "QueryOrderProcess data 123-1 SH.600000 300";
+  EXPECT_EQ(ask(data, utils::KSError("no route"), R"({"x":1})"),
+            (Log{back, "QueryOrderProcess KSError no route", number, failed}));
+  EXPECT_EQ(ask(data, {}, R"({"x":1})"), (Log{back, "QueryOrderProcess BoError { \"x\" : 1 }", number, failed}));
+  EXPECT_EQ(ask({}, {}, "{}"), (Log{back, "QueryOrderProcess data.size == 0", failed}));
+  EXPECT_EQ(ask({{"999-1", {{"SH.600000", 300}}}}, {}, "{}").back(), failed) << "it does not speak of the task";
+  EXPECT_TRUE(host.takeCreations().empty());
+}
+
+TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
+  DetailPtr made = twoLines();
+  made->m_bServerTask = true;
+  update(made);
+  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  const auto queries = host.takeQueries();
+  ASSERT_EQ(queries.size(), 1u);
+  serverTask();
+  queries[0].completion({{"123-1", {{"SH.600000", 300}}}}, {}, {});
+  EXPECT_EQ(takeEvents(), refuse("可补单量为0")) << "it went on trading after it was asked";
+  patch();
+  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 600}}}}),
+            "dialog A1/SH.600000买入=400 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
+}
+
+TEST_F(CPatchTest, AnswerForATaskThatIsGoneDoesNoHarm) {
+  auto passing = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
+  DetailPtr made = twoLines();
+  made->m_bServerTask = true;
+  made->m_nStatus = ETS_Cancelled;
+  passing->updateDetail(made);
+  passing->checkHasAlgoTask("组合任务123", PLAIN);
+  const auto queries = host.takeQueries();
+  ASSERT_EQ(queries.size(), 1u);
+  std::thread answering(queries[0].completion, Answer{{"123-1", {}}}, utils::KSError(), bson::BSONObj());
+  passing.reset();
+  answering.join();
+  EXPECT_EQ(takeEvents(), "");
+}
+
+TEST_F(CPatchTest, TaskIsHeldWhileItsDialogIsOpen) {
+  update(cancelled(200, 0));
+  boost::weak_ptr<TC::CBasketTask> watched = held;
+  QObject::disconnect(&task, nullptr, nullptr, nullptr);
+  inDialog([&](GV::CCommonDialog& dialog) {
+    held.reset();
+    EXPECT_FALSE(watched.expired());
+    dialog.closeByUser();
+  });
+  TC::CBasketTask* const bare = held.get();
+  bare->checkHasAlgoTask("组合任务123", PLAIN);
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(CPatchTest, FinishedNumbersCountForTheAccountAndUnderBothKeys) {
+  DetailPtr first = twoLines(1), second = detail(2), large = detail(3);
+  second->m_params = {param(secondAccount, "SH", "600000", EOT_Buy, 700, 10)};
+  large->m_nTaskId = 100007;
+  large->m_strKey = "100007-3";
+  large->m_pCommand->m_strAlgoTaskKey = "ALGO";
+  large->m_params = {buyLine(2000)};
+  for (const DetailPtr& one : {first, second, large}) {
+    one->m_bServerTask = true;
+    one->m_nStatus = ETS_Cancelled;
+    update(one);
+  }
+  std::string security = "SH.600000";
+  const auto number = [&](const QString& account, const Answer& data) {
+    return task.getFinishedOrderNumForAlgoTask(account, security, data);
+  };
+  const Answer data = {
+      {"123-1", {{"SH.600000", 100}, {"SZ.000001", 7}}}, {"123-2", {{"SH.600000", 20}}}, {"ALGO", {{"SH.600000", 3}}}};
+  EXPECT_EQ(number("A1", data), 103);
+  EXPECT_EQ(number("A2", data), 20);
+  EXPECT_EQ(number("A1", {{"100007-3", {{"SH.600000", 3}}}}), 3);
+  host.takeLog();
+  EXPECT_EQ(number("A1", {{"999-1", {{"SH.600000", 100}}}}), 0);
+  EXPECT_EQ(takeLog("patch"), std::vector<std::string>{"patch calc cannot get taskdetail"});
+  DetailPtr empty = detail(4);
+  empty->m_bServerTask = true;
+  update(empty);
+  EXPECT_EQ(number("A1", {{"123-4", {{"SH.600000", 100}}}}), 0);
+  EXPECT_EQ(takeLog("m_param"), std::vector<std::string>{"taskDetalPtr m_param.m_params is 0"});
+
+  const Answer all = {
+      {"123-1", {{"SH.600000", 100}}}, {"123-2", {{"SH.600000", 250}}}, {"ALGO", {{"SH.600000", 1050}}}};
+  EXPECT_EQ(available(all), "A1/SH.600000买入 1800\nA1/SZ.000001卖出 500\n") << "1850 in lots";
+  EXPECT_EQ(available(all, "A2"), "A2/SH.600000买入 400\n");
+}
+
+TEST_F(CPatchTest, RemainderOfARow) {
+  instrument("HK", "00700", 100);
+  instrument("SZ", "300750", 100, {STOCK_TYPE_NO_LOTS});
+  instrument("SH", "688001", 200, {STOCK_TYPE_NO_LOTS});
+  DetailPtr made = detail();
+  made->m_nStatus = ETS_Cancelled;
+  made->m_params = {
+      param(mainAccount, "SH", "600000", EOT_Buy, 1250, 10), param(mainAccount, "SZ", "000001", EOT_Sell, 1250, 10),
+      param(mainAccount, "HK", "00700", EOT_Buy, 1250, 10), param(mainAccount, "SZ", "300750", EOT_Buy, 150, 10),
+      param(mainAccount, "SH", "688001", EOT_Buy, 199, 10)};
+  update(made);
+  host.takeLog();
+  EXPECT_EQ(available(), "A1/HK.00700买入 1250\nA1/SH.600000买入 1200\nA1/SZ.000001卖出 1250\nA1/SZ.300750买入 150\n");
+  EXPECT_EQ(takeLog("SH.600000"), std::vector<std::string>{"stk: cmd = 77, task = 123, code = SH.600000, "
+                                                           "patch Finished order num = 0,patch num = 1250"});
+  made = next(made);
+  made->m_orders = {ended(buy("o1", 500, 120, 1200)), buy("o2", 100, 10, 100),
+                    ended(order("o3", "HGT", "00700", EOT_Buy, 250, 250, 2500)), ended(sell("o4", 1250, 1200))};
+  update(made);
+  EXPECT_EQ(available(), "A1/HK.00700买入 1000\nA1/SH.600000买入 1000\nA1/SZ.000001卖出 50\nA1/SZ.300750买入 150\n");
+  row("SZ.300750买入").m_vecOperations.append(EOT_Sell);
+  EXPECT_EQ(available(), "A1/HK.00700买入 1000\nA1/SH.600000买入 1000\nA1/SZ.000001卖出 50\n")
+      << "not exactly one operation";
+}
+
+TEST_F(CPatchTest, APatchThatCameAsADetailOfTheTaskItselfIsNotOfferedTwice) {
+  update(cancelled(400, 500));
+  DetailPtr again = patchDetail(124);
+  again->m_params = {buyLine(600)};
+  again->m_orders = {ended(buy("p1", 600, 100, 1000))};
+  again->m_nStatus = ETS_Cancelled;
+  deliverPatch(again);
+  EXPECT_EQ(available(), "A1/SH.600000买入 500\n");
+  update(again);
+  EXPECT_EQ(available(), "A1/SH.600000买入 500\n") << "although the target is 1600 now";
+}
+
+class CDirectPatchTest : public CPatchTaskTest {
+ protected:
+  std::string creations() {
+    std::string text;
+    for (const auto& created : host.takeCreations()) {
+      EXPECT_EQ(created.hedgeType, 0);
+      EXPECT_EQ(created.taskId, 123);
+      EXPECT_TRUE(created.command.m_bPatch);
+      for (const auto& line : created.params) {
+        text += line.getKey() + " " + std::to_string(line.m_nVolume) + " type " + std::to_string(line.m_nType) +
+                " price " + std::to_string(line.m_nPriceType) + ":" + QString::number(line.m_dPrice).toStdString() +
+                "\n";
+      }
+      created.completion(utils::KSError("gone"), 0);
+    }
+    QCoreApplication::processEvents();
+    return text;
+  }
+  std::string messages() {
+    std::string text;
+    for (const auto& message : host.takeMessages()) text += message.first.toStdString() + "\n";
+    return text;
+  }
+};
+
+TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
+  command.m_nType = 6;
+  host.setCommand(command);
+  host.setOrderSetting("price=1");
+  update(cancelled(200, 0));
+  takeEvents();
+  const QString buyRow = row("SH.600000买入").m_strKey;
+  task.patch(buyRow, 14);
+  EXPECT_EQ(takeEvents(), "") << "a single row's success is announced by its details";
+  EXPECT_TRUE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 14:9.9\n");
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(takeEvents(), "status T00000001 10001 0\nbox 补单|gone\nended T\nstatus T 8 0\n");
+  for (const QString& key : {QString(), task.getKey()}) {
+    task.patch(key, 0);
+    EXPECT_EQ(takeEvents(), "status T 10000 0\nstatus T 10000 0\n");
+    EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 1:10\nA1/SZ.000001卖出 500 type 6 price 1:10\n");
+    takeEvents();
+  }
+  row("SH.600000买入").m_bPatching = true;
+  task.patch(buyRow, 14);
+  update(twoLines());
+  takeEvents();
+  task.patch(QString(), 14);
+  EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";
+}
+
+TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
+  update(cancelled(950, 500));
+  takeEvents();
+  const QString key = row("SH.600000买入").m_strKey;
+  const std::string failed = "status T00000001 10001 0\n";
+  task.patch(key, 14);
+  EXPECT_EQ(messages(), "可补单量为0 A1/SH.600000买入\n");
+  EXPECT_EQ(takeEvents(), failed);
+  task.patch(task.getKey(), 14);
+  EXPECT_EQ(takeEvents(), failed + "status T 10001 0\n");
+  messages();
+
+  update(cancelled(200, 500));
+  takeEvents();
+  task.patch(key, 0);
+  EXPECT_EQ(takeEvents(), failed) << "no stored order setting";
+  host.setOrderSetting("nonsense");
+  task.patch(key, 0);
+  EXPECT_EQ(takeEvents(), failed);
+  host.setCommandNumber(77, 9);
+  task.patch(key, 14);
+  EXPECT_EQ(takeEvents(), failed);
+  EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
+  instrument("SH", "600000", 0);
+  task.patch(key, 14);
+  EXPECT_EQ(messages(), "没有有效的最小交易单位，不能补单 A1/SH.600000买入\n");
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+
+  instrument("SH", "600000", 100);
+  DetailPtr server = next(cancelled(200, 500));
+  server->m_bServerTask = true;
+  update(server);
+  takeEvents();
+  task.patch(key, 14);
+  EXPECT_EQ(messages(), "可补单量为0 A1/SH.600000买入\n") << "what the server did is not known here";
+  EXPECT_TRUE(host.takeCreations().empty());
+}
+
+}  // namespace
