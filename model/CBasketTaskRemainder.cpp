@@ -198,13 +198,13 @@ std::vector<CCodeOrderParam> CBasketTask::offer(const OrderProcessMap& finished,
   std::vector<CCodeOrderParam> params;
   for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
     const AccountPtr account = getUserConfig().getAccountData(rows.key().toStdString());
-    if (!account) {
-      leftOut
-          << QStringLiteral("账号 %1 没有账号数据").arg(rows->isEmpty() ? rows.key() : rows->first()->m_strAccounts);
-      continue;
-    }
     for (CBasketTaskItem* item : *rows) {
-      if (!item->finished()) appendAvailable(*item, account, params, leftOut, rows.key(), finished, taken);
+      if (item->finished()) continue;
+      if (!account) {
+        leftOut << QStringLiteral("账号 %1 没有账号数据").arg(item->m_strAccounts);
+        break;
+      }
+      appendAvailable(*item, account, params, leftOut, rows.key(), finished, taken);
     }
   }
   return params;
