@@ -281,10 +281,10 @@ TEST_F(CHedgeTest, AGrowingTargetShowsHowTheHedgeStandsOnceHandedOver) {
     EXPECT_EQ(statuses[0].at(2).toInt(), hedge().m_nOrderType);
     return statuses[0].at(1).toInt();
   };
-  EXPECT_EQ(shownFor(4), EHBTS_PatchFinished);
-  EXPECT_EQ(shownFor(5), EHBTS_Patching);
+  EXPECT_EQ(shownFor(4), TC::EHBTS_PatchFinished);
+  EXPECT_EQ(shownFor(5), TC::EHBTS_Patching);
   hedge().m_bPatching = false;
-  EXPECT_EQ(shownFor(6), EHBTS_PatchFailed);
+  EXPECT_EQ(shownFor(6), TC::EHBTS_PatchFailed);
   EXPECT_EQ(shownFor(6), 0);
 }
 
