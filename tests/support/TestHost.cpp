@@ -196,14 +196,20 @@ struct CTestHost::SServiceSet {
       if (m_host.m_strOrderSetting.empty()) return {};
       return {m_host.m_strOrderSetting};
     }
-    int getTradeSetting(EMavTraderType, int) const override { return 0; }
+    int getTradeSetting(EMavTraderType, int setting) const override {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(m_host.m_tradeSettings, setting);
+    }
     bool hasRevokeTask() const override {
       const Lock lock(m_host.m_mutex);
       return m_host.m_bRevokeTask;
     }
     bool hasUpStopPrice() const override { return true; }
     bool isRawQuantity() const override { return false; }
-    bool isQuietActivation() const override { return false; }
+    bool isQuietActivation() const override {
+      const Lock lock(m_host.m_mutex);
+      return m_host.m_bQuietActivation;
+    }
     CTestHost& m_host;
   };
 
@@ -382,6 +388,16 @@ void CTestHost::setCommand(const ksservice::COrderCommand& command) {
 void CTestHost::setOrderSetting(const std::string& setting) {
   const Lock lock(m_mutex);
   m_strOrderSetting = setting;
+}
+
+void CTestHost::setTradeSetting(int setting, int value) {
+  const Lock lock(m_mutex);
+  m_tradeSettings[setting] = value;
+}
+
+void CTestHost::setQuietActivation(bool quiet) {
+  const Lock lock(m_mutex);
+  m_bQuietActivation = quiet;
 }
 
 void CTestHost::setTime(int seconds) {

@@ -85,6 +85,10 @@ class CTestHost {
   void setCommand(const ksservice::COrderCommand& command);
   /// The first stored order setting; empty: none.
   void setOrderSetting(const std::string& setting);
+  /// A setting of every trader type.
+  void setTradeSetting(int setting, int value);
+  /// Whether an activated panel stays quiet.
+  void setQuietActivation(bool quiet);
   /// Seconds of the time service.
   void setTime(int seconds);
   void setTimeZone(const QTimeZone& zone);
@@ -145,6 +149,8 @@ class CTestHost {
   std::map<int, int> m_commandNumbers;
   std::map<std::string, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;
   std::string m_strOrderSetting;
+  std::map<int, int> m_tradeSettings;
+  bool m_bQuietActivation = false;
   int m_nTime = 0;
   std::map<std::string, ksservice::CTaskDetailPtr> m_details;
   std::map<int, ksservice::DataCallback> m_subscribers;

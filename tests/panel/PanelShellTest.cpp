@@ -1,0 +1,122 @@
+// The panel towards its host: what no journal can ask for.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+
+#include "BasketColumns.h"
+#include "CBasketTasksPanel.h"
+#include "CHpfBasketStatusTable.h"
+#include "TaskDetails.h"
+#include "TestHost.h"
+#include "gv/CCommonDialog.h"
+#include "gv/Controls.h"
+
+namespace TC {
+namespace {
+
+struct SSelector : IAccountGroupSelector {
+  void selectGroup(int group) override { groups.push_back(group); }
+  std::vector<int> groups;
+};
+
+class PanelShell : public ::testing::Test {
+ protected:
+  PanelShell() : m_panel(std::make_unique<CBasketTasksPanel>(1, nullptr)) {}
+
+  CHpfBasketStatusTable& table() { return *m_panel->findChild<CHpfBasketStatusTable*>(); }
+
+  test::CTestHost m_host;
+  std::unique_ptr<CBasketTasksPanel> m_panel;
+};
+
+TEST_F(PanelShell, ItsAccountGroupsComeFromTwoSettingsAndStandOnZeroWhereOneIsMissing) {
+  m_panel->loadAccountGroupSettings();  // a host that shows no selectors
+  SSelector first;
+  SSelector second;
+  m_host.setTradeSetting(7, 4);
+  m_panel->setAccountGroupSelectors(&first, &second);
+  m_panel->loadAccountGroupSettings();
+  m_host.setTradeSetting(8, 2);
+  m_panel->setAccountGroupSelectors(&first, nullptr);
+  m_panel->loadAccountGroupSettings();
+  EXPECT_EQ(first.groups, (std::vector<int>{4, 4}));
+  EXPECT_EQ(second.groups, (std::vector<int>{0}));
+}
+
+TEST_F(PanelShell, ActivationTellsTheRunningTasksUnlessTheUserWantsItQuiet) {
+  std::vector<int> told;
+  QObject::connect(m_panel.get(), &CBasketTasksPanel::sigRunningTasks,
+                   [&told](EMavTraderType type, int count) { told.push_back(int(type) * 100 + count); });
+  m_panel->prepareActive();
+  m_host.setQuietActivation(true);
+  m_panel->prepareActive();
+  EXPECT_EQ(told, std::vector<int>{100});
+}
+
+TEST_F(PanelShell, ShowRunningIsSeenInTheComboAndKeptInTheParameterString) {
+  m_panel->showRunning();
+  EXPECT_EQ(m_panel->findChild<GV::CComboPushButton*>()->currentIndex(), 1);
+  EXPECT_TRUE(m_panel->param().endsWith(QLatin1String("*0*1"))) << m_panel->param().toStdString();
+}
+
+TEST_F(PanelShell, AllColumnsButTheTreeProgressOrdersAndOptionsCanBeFiltered) {
+  std::vector<int> unfiltered;
+  for (int column = 0; column < EBC_Count; ++column) {
+    if (!table().isColumnFilterable(column)) unfiltered.push_back(column);
+  }
+  EXPECT_EQ(unfiltered, (std::vector<int>{0, 8, 9, 12}));
+}
+
+TEST_F(PanelShell, TheLockClosesTheTable) {
+  m_panel->setUiLock(true);
+  EXPECT_TRUE(table().isUiLocked());
+  m_panel->setUiLock(false);
+  EXPECT_FALSE(table().isUiLocked());
+}
+
+TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {
+  QString task = QStringLiteral("组合任务1");
+  EXPECT_FALSE(m_panel->handleEvent(4711, 0, 0, QString(), nullptr));
+  EXPECT_TRUE(m_panel->handleEvent(1140, 3, 0, task, &task)) << "a task that is not there";
+  EXPECT_TRUE(m_panel->handleEvent(1140, 3, 0, task, nullptr));
+  EXPECT_TRUE(m_panel->handleEvent(1196, 0, 0, QString(), nullptr));
+}
+
+/// The host may take the panel away while a dialog of one of its tasks is open.
+TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneStillHarmsNobody) {
+  const auto account = test::makeAccount("A1", "1001");
+  m_host.setAccount(*account);
+  TC::CCodeInfo info;
+  info.m_strMarket = "SH";
+  info.m_strCode = "600000";
+  info.m_nTradeMinUnit = info.m_nUiMinUnit = 100;
+  m_host.setInstrument(info);
+  m_host.holdTimers();
+  m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
+  const ksservice::CTaskDetailPtr detail = test::makeDetail(1);
+  detail->m_nStatus = ksservice::ETS_Cancelled;
+  test::addParam(*detail, account, "600000", 1000, 10.0);
+  m_host.setCommand(*detail->m_pCommand);
+  m_host.deliver(detail);
+  m_host.fireTimers();
+  while (m_host.heldTimers().empty()) QCoreApplication::processEvents();
+
+  int dialogs = 0;
+  GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
+    ++dialogs;
+    m_panel.reset();
+    EXPECT_EQ(dialog.press(QStringLiteral("选中补单")), QString());
+  });
+  QString task = QStringLiteral("组合任务1");
+  m_panel->handleEvent(1140, 10000, 0, task, &task);
+  GV::CCommonDialog::setExecHook({});
+  EXPECT_EQ(dialogs, 1);
+  const auto creations = m_host.takeCreations();
+  ASSERT_EQ(creations.size(), 1u);
+  EXPECT_EQ(creations[0].params[0].m_nVolume, 1000);
+  creations[0].completion(utils::KSError("too late"), 0);
+  QCoreApplication::processEvents();
+}
+
+}  // namespace
+}  // namespace TC
