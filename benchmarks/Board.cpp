@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
-#include <map>
 #include <numeric>
 
 #include "BasketColumns.h"
@@ -39,13 +38,10 @@ void CBoard::advance(CLoad::EProgress progress) {
 }
 
 void CBoard::snapshot() {
-  std::map<QString, std::size_t> places;
-  for (std::size_t i = 0; i < m_tasks.size(); ++i) {
-    m_staging.stageTask(m_tasks[i]);
-    places[m_tasks[i]->getKey()] = i;
-  }
+  // Staged in their order from the start, the tasks have their places for slots.
+  for (const auto& task : m_tasks) m_staging.stageTask(task);
   TC::StagedBatch batch = m_staging.take();
-  for (auto& [key, staged] : batch) m_blocks[places[key]]->take(staged);
+  for (TC::SStagedTask& staged : batch) m_blocks[static_cast<std::size_t>(staged.slot)]->take(staged);
 }
 
 int CBoard::rowCount() const {

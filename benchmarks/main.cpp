@@ -1,5 +1,7 @@
-// basket-bench [--rows N] [--json FILE] [--quick] [--feed SECONDS]: how the panel's table and model stand beside the
-// stock ones.
+// basket-bench [--rows N] [--json FILE] [--quick] [--table] [--feed SECONDS]: how the panel's table and model stand
+// beside the stock ones.
+#include <log4cxx/logger.h>
+
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
@@ -30,6 +32,7 @@ struct SOptions {
   int rows = DEFAULT_ROWS;
   QString jsonFile;
   bool quick = false;
+  bool tableOnly = false;
   int feedSeconds = 0;  ///< 0: the whole bench, with a feed of its own length
 };
 
@@ -43,6 +46,7 @@ bool parse(const QStringList& arguments, SOptions& options) {
       {QStringLiteral("json"), QStringLiteral("Writes the results to a file too."), QStringLiteral("FILE")});
   parser.addOption(
       {QStringLiteral("quick"), QStringLiteral("A tenth of the rows, without the growth and plain peers.")});
+  parser.addOption({QStringLiteral("table"), QStringLiteral("Only the panel's table beside the floor.")});
   parser.addOption({QStringLiteral("feed"),
                     QStringLiteral("Only the panel under a feed of 200,000 details a second, for this long."),
                     QStringLiteral("SECONDS"), QStringLiteral("0")});
@@ -51,6 +55,7 @@ bool parse(const QStringList& arguments, SOptions& options) {
   options.rows = parser.value(QStringLiteral("rows")).toInt(&ok);
   options.jsonFile = parser.value(QStringLiteral("json"));
   options.quick = parser.isSet(QStringLiteral("quick"));
+  options.tableOnly = parser.isSet(QStringLiteral("table"));
   if (!ok || options.rows < ROWS_PER_TASK) {
     QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
     return false;
@@ -69,8 +74,9 @@ class CBench {
     if (m_options.feedSeconds > 0) return runFeeds(m_options.feedSeconds) && writeJson();
     const int rows = m_options.quick ? m_options.rows / GROWTH : m_options.rows;
     const int tasks = std::max(1, rows / ROWS_PER_TASK);
-    if (!m_options.quick && tasks >= GROWTH) runTables(tasks / GROWTH);
+    if (!m_options.quick && !m_options.tableOnly && tasks >= GROWTH) runTables(tasks / GROWTH);
     runTables(tasks);
+    if (m_options.tableOnly) return writeJson();
     runModels(tasks);
     const bool current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS);
     return writeJson() && current;
@@ -92,14 +98,17 @@ class CBench {
       CBoard board(load);
       runWorks([&] { return makePanelTable(board); }, board, limit, RUNS, report);
       runWorks([&] { return makeFloor(board); }, board, limit, RUNS, report);
-      runWorks([&] { return makeStandardItemPeer(board, limit, true); }, board, limit, RUNS, report);
-      runWorks([&] { return makeTreeWidgetPeer(board, limit); }, board, limit, RUNS, report);
-      if (!m_options.quick) {
-        runWorks([&] { return makeStandardItemPeer(board, limit, false); }, board, limit, RUNS, report);
-      }
+      if (!m_options.tableOnly) runPeers(board, limit, report);
     }
     runPanel(desk, services, load, RUNS, report);
     finish(report, judge(report));
+  }
+
+  void runPeers(CBoard& board, CLimit& limit, CReport& report) {
+    runWorks([&] { return makeStandardItemPeer(board, limit, true); }, board, limit, RUNS, report);
+    runWorks([&] { return makeTreeWidgetPeer(board, limit); }, board, limit, RUNS, report);
+    if (m_options.quick) return;
+    runWorks([&] { return makeStandardItemPeer(board, limit, false); }, board, limit, RUNS, report);
   }
 
   void runModels(int tasks) {
@@ -160,6 +169,8 @@ int main(int argc, char** argv) {
   if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication app(argc, argv);
   std::setlocale(LC_CTYPE, "C.UTF-8");
+  // As in the terminal without a log file.
+  log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getOff());
   bench::SOptions options;
   if (!bench::parse(QApplication::arguments(), options)) return 2;
   return bench::CBench(options).run() ? 0 : 1;

@@ -99,32 +99,8 @@ void CBasketTasksPanel::createUi() {
 
 void CBasketTasksPanel::updateTable(int filter, bool skipFinished) {
   m_pTable->applyStaged();
-  int running = 0;
-  const bool hideFinished = m_pFilterFinishedCheck->isChecked();
-  for (const boost::shared_ptr<CBasketTask>& task : tasks()) {
-    const int status = rootStatus(*task);
-    if (status == ksservice::ETS_Running) ++running;
-    if (!matchesFilter(filter, status)) {
-      m_pTable->hideTask(*task);
-      continue;
-    }
-    m_pTable->showTask(*task);
-    if (!skipFinished) m_pTable->filterFinished(*task, hideFinished);
-  }
-  m_nRunningCount = running;
-  m_pTable->endUpdate();
-}
-
-/// The root's status; while the worker is rebuilding the task, the status that its rows show. The refresh that is
-/// running then ends with another pass.
-int CBasketTasksPanel::rootStatus(const CBasketTask& task) const {
-  const boost::unique_lock<boost::recursive_mutex> lock(task.mutex(), boost::try_to_lock);
-  return lock.owns_lock() ? task.getRoot()->m_nStatus : m_pTable->shownStatus(task);
-}
-
-bool CBasketTasksPanel::matchesFilter(int filter, int status) {
-  const std::vector<int>& statuses = taskFilters()[static_cast<std::size_t>(filter)].statuses;
-  return statuses.empty() || std::find(statuses.begin(), statuses.end(), status) != statuses.end();
+  const bool hideFinished = m_pFilterFinishedCheck->isChecked() && !skipFinished;
+  m_nRunningCount = m_pTable->filterTasks({taskFilters()[static_cast<std::size_t>(filter)].statuses, hideFinished});
 }
 
 void CBasketTasksPanel::showRunning() {

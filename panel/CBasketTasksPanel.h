@@ -131,8 +131,6 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void updateOrders(const QString& key);
   void stageOne(const boost::shared_ptr<CBasketTask>& task);
   void finishRefresh();
-  int rootStatus(const CBasketTask& task) const;
-  static bool matchesFilter(int filter, int status);
 
   std::atomic<int> m_nTraderType;  ///< EMavTraderType as the feed compares it; written by the GUI thread
   int m_nFilter = 0;

@@ -192,17 +192,23 @@ void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
   SStagedTask staged;
   {
     const boost::recursive_mutex::scoped_lock lock(task->mutex());
-    SLast& last = m_last[task->getKey()];
+    SLast& last = lastOf(task->getKey());
     // A new day brings new task objects under old keys, and a batch of the old day never arrived.
     if (last.task.lock() != task || last.day != m_nRefreshDay) {
-      last = SLast();
+      last = SLast(last.slot);
       last.task = task;
       last.day = m_nRefreshDay;
     }
     walk(*task, last, staged);
   }
-  staged.task = task;
   put(std::move(staged));
+}
+
+/// What was staged last under a key; its slot alone before the first time.
+CBasketStaging::SLast& CBasketStaging::lastOf(const QString& taskKey) {
+  SLast& last = m_last[taskKey];
+  if (last.slot < 0) last.slot = static_cast<int>(m_last.size()) - 1;
+  return last;
 }
 
 void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& staged) {
@@ -227,17 +233,25 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
         std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, *last.shape, m_sharedTexts));
   }
   fillAmounts(*last.shape, *last.texts, last.hedgeRow, *figures);
-  staged.figures = last.figures = std::move(figures);
+  last.figures = std::move(figures);
   RowFlags finished = finishedRows(*last.shape, *last.figures);
   if (!last.finished || *last.finished != finished) {
     last.finished = std::make_shared<const RowFlags>(std::move(finished));
   }
-  staged.finished = last.finished;
-  staged.facts = factsOf(task, last);
+  fillIn(task, last, staged);
 }
 
-STaskFacts CBasketStaging::factsOf(const CBasketTask& task, const SLast& last) {
-  return {task.getKey(), task.getRoot()->m_strHpfTreeKey, task.getBasketName(), task.getGroupId(), last.hedgeRow};
+/// What every staged copy of a task has beside the arrays that changed.
+void CBasketStaging::fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged) {
+  const SRowFigures& root = last.figures->front();
+  staged.slot = last.slot;
+  staged.task = last.task;
+  staged.facts = {task.getKey(),        task.getRoot()->m_strHpfTreeKey,
+                  task.getBasketName(), task.getGroupId(),
+                  last.hedgeRow,        root.status,
+                  root.amount};
+  staged.figures = last.figures;
+  staged.finished = last.finished;
 }
 
 void CBasketStaging::stageStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey,
@@ -265,23 +279,24 @@ void CBasketStaging::putStatus(const boost::shared_ptr<CBasketTask>& task, SLast
   const bool sameText = (*last.texts)[row].statusText == node.m_strRemark;
   if (sameText && (*last.figures)[row].status == node.m_nStatus) return;
   SStagedTask staged;
-  staged.task = task;
-  staged.facts = factsOf(*task, last);
   auto figures = std::make_shared<std::vector<SRowFigures>>(*last.figures);
   (*figures)[row].status = node.m_nStatus;
-  staged.figures = last.figures = std::move(figures);
-  staged.finished = last.finished;
+  last.figures = std::move(figures);
   if (!sameText) {
     auto texts = std::make_shared<std::vector<SRowTexts>>(*last.texts);
     (*texts)[row].statusText = node.m_strRemark;
     staged.texts = last.texts = std::move(texts);
   }
+  fillIn(*task, last, staged);
   put(std::move(staged));
 }
 
 void CBasketStaging::stageClear(const QString& taskKey) {
-  m_last.erase(taskKey);
+  const auto known = m_last.find(taskKey);
+  if (known == m_last.end()) return;
+  known->second = SLast(known->second.slot);
   SStagedTask staged;
+  staged.slot = known->second.slot;
   staged.facts.taskKey = taskKey;
   staged.clear = true;
   put(std::move(staged));
@@ -290,7 +305,14 @@ void CBasketStaging::stageClear(const QString& taskKey) {
 void CBasketStaging::put(SStagedTask staged) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   if (m_nRefreshDay != m_nDay) return;
-  SStagedTask& waiting = m_staged[staged.facts.taskKey];
+  const auto slot = static_cast<std::size_t>(staged.slot);
+  if (slot >= m_waiting.size()) m_waiting.resize(slot + 1);
+  if (m_waiting[slot].batch != m_nBatch) {
+    m_waiting[slot] = {m_nBatch, m_staged.size()};
+    m_staged.push_back(std::move(staged));
+    return;
+  }
+  SStagedTask& waiting = m_staged[m_waiting[slot].place];
   if (!staged.clear) {
     // What the GUI thread has not taken yet stays valid where the newer copy brings nothing of its own.
     staged.clear = waiting.clear;
@@ -302,14 +324,23 @@ void CBasketStaging::put(SStagedTask staged) {
 
 StagedBatch CBasketStaging::take() {
   StagedBatch staged;
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  staged.swap(m_staged);
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    staged.swap(m_staged);
+    ++m_nBatch;
+  }
+  const auto reshapes = [](const SStagedTask& task) { return task.clear || task.shape; };
+  if (std::any_of(staged.begin(), staged.end(), reshapes)) {
+    const auto before = [](const SStagedTask& a, const SStagedTask& b) { return a.facts.taskKey < b.facts.taskKey; };
+    std::sort(staged.begin(), staged.end(), before);
+  }
   return staged;
 }
 
 void CBasketStaging::startNewDay() {
   const std::lock_guard<std::mutex> lock(m_mutex);
   ++m_nDay;
+  ++m_nBatch;
   m_staged.clear();
 }
 

@@ -38,7 +38,7 @@ class CBasketStaging {
   /// Stages that the task's rows go; a stageTask that follows brings them anew. As stageTask.
   void stageClear(const QString& taskKey);
 
-  /// Everything staged since the last call. GUI thread.
+  /// Everything staged since the last call, by a swap. GUI thread.
   StagedBatch take();
   /// Takes back a batch with what the table needs no more. It is freed by the worker's next refresh: freeing so many
   /// large arrays would be most of what a refresh costs the GUI thread. GUI thread.
@@ -51,6 +51,9 @@ class CBasketStaging {
 
  private:
   struct SLast {
+    explicit SLast(int itsSlot = -1) : slot(itsSlot) {}
+
+    int slot;
     boost::weak_ptr<CBasketTask> task;
     unsigned day = 0;
     unsigned shapeVersion = 0;
@@ -61,8 +64,15 @@ class CBasketStaging {
     FlagsPtr finished;
   };
 
+  /// Where a task stands in a batch.
+  struct SWaiting {
+    unsigned batch = 0;
+    std::size_t place = 0;
+  };
+
   void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
-  static STaskFacts factsOf(const CBasketTask& task, const SLast& last);
+  SLast& lastOf(const QString& taskKey);
+  static void fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged);
   void putStatus(const boost::shared_ptr<CBasketTask>& task, SLast& last, std::size_t row, const CBasketTaskItem& node);
   void put(SStagedTask staged);
 
@@ -72,6 +82,8 @@ class CBasketStaging {
   std::mutex m_mutex;               ///< guards everything below; nothing else is done under it
   std::vector<StagedBatch> m_outdated;
   StagedBatch m_staged;
+  std::vector<SWaiting> m_waiting;  ///< by slot
+  unsigned m_nBatch = 1;
   unsigned m_nDay = 0;
 };
 

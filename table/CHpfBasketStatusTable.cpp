@@ -38,7 +38,13 @@ void CHpfBasketStatusTable::applyStaged() {
   reserveRows(batch);
   {
     const GV::CModelBatch guard(*dataModel());
-    for (auto& entry : batch) apply(entry.second);
+    // Where most tasks changed, to name each would cost more than to look at all.
+    const bool most = batch.size() * 2 > m_blocks.size();
+    for (SStagedTask& staged : batch) {
+      const CTaskBlock* block = apply(staged);
+      if (block && !most) dataModel()->rowsChanged(block->nodes.front());
+    }
+    if (most) allRowsChanged();
   }
   m_staging.giveBack(std::move(batch));
 }
@@ -46,25 +52,31 @@ void CHpfBasketStatusTable::applyStaged() {
 /// A first load brings most rows at once: room for just these instead of up to twice as many.
 void CHpfBasketStatusTable::reserveRows(const StagedBatch& batch) {
   int rows = 0;
-  for (const auto& entry : batch) rows += entry.second.shape ? static_cast<int>(entry.second.shape->size()) : 0;
+  for (const SStagedTask& staged : batch) rows += staged.shape ? static_cast<int>(staged.shape->size()) : 0;
   if (rows > dataModel()->rows().count()) dataModel()->reserve(dataModel()->rows().count() + rows);
 }
 
-void CHpfBasketStatusTable::apply(SStagedTask& staged) {
+/// Gives the task's block, null when its rows went.
+CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
+  const auto slot = static_cast<std::size_t>(staged.slot);
+  if (slot >= m_blocks.size()) m_blocks.resize(slot + 1);
+  std::unique_ptr<CTaskBlock>& block = m_blocks[slot];
   if (!staged.figures) {
-    removeBlock(staged.facts.taskKey);
-    return;
+    removeBlock(staged.slot);
+    return nullptr;
   }
-  std::shared_ptr<CTaskBlock>& block = m_blocks[staged.facts.taskKey];
-  if (!block) block = std::make_shared<CTaskBlock>();
+  if (!block) {
+    block = std::make_unique<CTaskBlock>();
+    m_slots.insert(staged.facts.taskKey, staged.slot);
+  }
   if (staged.shape) {
     reshape(*block, staged);
   } else {
     block->take(staged);
   }
   touch(*block);
-  dataModel()->rowsChanged(block->nodes.front());
   followOrders(*block);
+  return block.get();
 }
 
 /// Brings the rows in line with a new shape: those whose key stays keep their record, and with it folding, selection
@@ -95,6 +107,7 @@ void CHpfBasketStatusTable::reshape(CTaskBlock& block, SStagedTask& staged) {
   }
   block.take(staged);
   block.hidden = block.wantHidden = hidden;
+  block.allShown = hidden.none();
   for (std::size_t i = 0; i < rows.size(); ++i) rows[i]->bind(&block, static_cast<int>(i));
   insertMissing(block, rows);
   order.remove(-1);
@@ -118,9 +131,10 @@ void CHpfBasketStatusTable::insertMissing(CTaskBlock& block, const std::vector<S
   }
 }
 
-void CHpfBasketStatusTable::removeBlock(const QString& taskKey) {
-  const std::shared_ptr<CTaskBlock> block = m_blocks.take(taskKey);
+void CHpfBasketStatusTable::removeBlock(int slot) {
+  const std::unique_ptr<CTaskBlock> block = std::move(m_blocks[static_cast<std::size_t>(slot)]);
   if (!block) return;
+  m_slots.remove(block->facts().taskKey);
   m_touched.removeOne(block.get());
   m_pending.removeOne(block.get());
   if (block->running) --m_nRunning;
@@ -139,20 +153,16 @@ void CHpfBasketStatusTable::startNewDay() {
   m_pending.clear();
   m_nRunning = 0;
   m_blocks.clear();
+  m_slots.clear();
   m_pOptionDelegate->clear();
 }
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const QString& taskKey) const {
-  const auto block = m_blocks.constFind(taskKey);
-  return block == m_blocks.constEnd() ? nullptr : block->get();
+  const auto slot = m_slots.constFind(taskKey);
+  return slot == m_slots.constEnd() ? nullptr : m_blocks[static_cast<std::size_t>(*slot)].get();
 }
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const CBasketTask& task) const { return blockOf(task.getKey()); }
-
-int CHpfBasketStatusTable::shownStatus(const CBasketTask& task) const {
-  const CTaskBlock* block = blockOf(task);
-  return block ? block->figures().front().status : -1;
-}
 
 StatusRowPtr CHpfBasketStatusTable::getDataByKey(const QString& key) const {
   const int node = dataModel()->find(rowKeyOf(key));

@@ -65,9 +65,6 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void filterFinished(const CBasketTask& task, bool on);
   void endUpdate();
 
-  /// Status of the task's root as the rows show it; -1 without rows.
-  int shownStatus(const CBasketTask& task) const;
-
   /// Finds the task and the node's key of a row by its key, the node's key, its tree key or a display id.
   bool getBasketTaskItemByKey(const QString& key, boost::shared_ptr<CBasketTask>& task, QString& nodeKey) const;
   /// Null for an unknown key; the key may be any of those above.
@@ -125,13 +122,16 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void onOptionClicked(const QString& rowKey, int buttonId);
   void onOrderCounts(const QString& key, int reported, int received);
 
-  void apply(SStagedTask& staged);
+  CTaskBlock* apply(SStagedTask& staged);
   void reserveRows(const StagedBatch& batch);
   void reshape(CTaskBlock& block, SStagedTask& staged);
   void insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows);
-  void removeBlock(const QString& taskKey);
+  void removeBlock(int slot);
+  /// Has the next pass look at a task, resp. also ask it for its root's status.
   void touch(CTaskBlock& block);
+  void touchStatus(CTaskBlock& block);
   void filterBlock(CTaskBlock& block);
+  void noteWish(CTaskBlock& block);
   StatusRowPtr rowOf(int node) const;
   CTaskBlock* blockOf(const CBasketTask& task) const;
   CTaskBlock* blockOf(const QString& taskKey) const;
@@ -141,7 +141,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   CBasketStaging m_staging;
   EProcessDisplay m_eProcessDisplay = EPD_Amount;
   bool m_bExporting = false;
-  QHash<QString, std::shared_ptr<CTaskBlock>> m_blocks;  ///< by task key
+  std::vector<std::unique_ptr<CTaskBlock>> m_blocks;  ///< by slot, null without rows
+  QHash<QString, int> m_slots;                        ///< by task key
   STaskPass m_lastPass;
   QVector<CTaskBlock*> m_touched;  ///< changed since the last pass
   QVector<CTaskBlock*> m_pending;  ///< whose wantHidden is to be applied

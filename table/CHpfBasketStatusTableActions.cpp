@@ -52,7 +52,7 @@ void CHpfBasketStatusTable::createDelegates() {
   connect(m_pOptionDelegate, SIGNAL(sigTaskStatus(TC::CBasketTask*, QString, int)),
           SLOT(slotTaskStatus(TC::CBasketTask*, QString, int)));
   connect(m_pOptionDelegate, &CHpfBasketOptionDelegate::sigAnnounced, this, [this](const CBasketTask* task) {
-    if (CTaskBlock* block = blockOf(*task)) touch(*block);
+    if (CTaskBlock* block = blockOf(*task)) touchStatus(*block);
   });
   connect(m_pOrderDelegate, &CHpfBasketOrderDelegate::sigOrderCounts, this, &CHpfBasketStatusTable::onOrderCounts);
 }

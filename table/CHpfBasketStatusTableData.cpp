@@ -30,7 +30,7 @@ QString CHpfBasketStatusTableData::text(int column) const {
 }
 
 double CHpfBasketStatusTableData::number(int column) const {
-  return column == EBC_Amount && m_nRow == 0 ? m_pBlock->figures().front().amount : 0;
+  return column == EBC_Amount && m_nRow == 0 ? m_pBlock->facts().rootAmount : 0;
 }
 
 double CHpfBasketStatusTableData::sortNumber(int column) const {

@@ -15,11 +15,11 @@ void note(QVector<CTaskBlock*>& blocks, bool CTaskBlock::*noted, CTaskBlock& blo
   blocks.append(&block);
 }
 
-/// The root's status as the task has it; while the worker is rebuilding the task, the status that its rows show. The
-/// refresh that is running then ends with another pass.
+/// The root's status: what was staged, but where the task may know a newer one, what the task says. While the worker is
+/// rebuilding that task, again what was staged: the refresh that is running then ends with another pass.
 int rootStatus(const CTaskBlock& block) {
-  const int shown = block.figures().front().status;
-  const boost::shared_ptr<CBasketTask> task = block.task();
+  const int shown = block.facts().rootStatus;
+  const boost::shared_ptr<CBasketTask> task = block.askTask ? block.task() : nullptr;
   if (!task) return shown;
   const boost::unique_lock<boost::recursive_mutex> lock(task->mutex(), boost::try_to_lock);
   return lock.owns_lock() ? task->getRoot()->m_nStatus : shown;
@@ -29,16 +29,20 @@ int rootStatus(const CTaskBlock& block) {
 
 void CHpfBasketStatusTable::touch(CTaskBlock& block) { note(m_touched, &CTaskBlock::touched, block); }
 
+void CHpfBasketStatusTable::touchStatus(CTaskBlock& block) {
+  block.askTask = true;
+  touch(block);
+}
+
 int CHpfBasketStatusTable::filterTasks(const STaskPass& pass) {
   if (pass != m_lastPass) {
     m_lastPass = pass;
-    for (const std::shared_ptr<CTaskBlock>& block : m_blocks) touch(*block);
+    for (const std::unique_ptr<CTaskBlock>& block : m_blocks) {
+      if (block) touchStatus(*block);
+    }
   }
-  for (CTaskBlock* block : m_touched) {
-    block->touched = false;
-    filterBlock(*block);
-  }
-  m_touched.clear();
+  for (CTaskBlock* block : qAsConst(m_touched)) filterBlock(*block);
+  m_touched.resize(0);
   endUpdate();
   return m_nRunning;
 }
@@ -48,9 +52,12 @@ void CHpfBasketStatusTable::filterBlock(CTaskBlock& block) {
   const bool running = status == ksservice::ETS_Running;
   m_nRunning += static_cast<int>(running) - static_cast<int>(block.running);
   block.running = running;
-  note(m_pending, &CTaskBlock::pending, block);
+  block.touched = block.askTask = false;
   const std::vector<int>& statuses = m_lastPass.statuses;
-  if (!statuses.empty() && std::find(statuses.begin(), statuses.end(), status) == statuses.end()) {
+  const bool passes = statuses.empty() || std::find(statuses.begin(), statuses.end(), status) != statuses.end();
+  if (passes && !m_lastPass.hideFinished && block.allShown) return;
+  noteWish(block);
+  if (!passes) {
     block.wantHidden.set(0);
   } else if (m_lastPass.hideFinished) {
     block.wantHidden = block.finished();
@@ -59,19 +66,25 @@ void CHpfBasketStatusTable::filterBlock(CTaskBlock& block) {
   }
 }
 
+/// Says that wantHidden may come to differ from what is shown.
+void CHpfBasketStatusTable::noteWish(CTaskBlock& block) {
+  block.allShown = false;
+  note(m_pending, &CTaskBlock::pending, block);
+}
+
 void CHpfBasketStatusTable::showTask(const CBasketTask& task) {
   CTaskBlock* block = blockOf(task);
   if (!block) return;
   // Rows below the grandchildren are left alone; no filter ever hides them.
   block->wantHidden.reset();
-  note(m_pending, &CTaskBlock::pending, *block);
+  noteWish(*block);
 }
 
 void CHpfBasketStatusTable::hideTask(const CBasketTask& task) {
   CTaskBlock* block = blockOf(task);
   if (!block) return;
   block->wantHidden.set(0);
-  note(m_pending, &CTaskBlock::pending, *block);
+  noteWish(*block);
 }
 
 void CHpfBasketStatusTable::filterFinished(const CBasketTask& task, bool on) {
@@ -82,14 +95,15 @@ void CHpfBasketStatusTable::filterFinished(const CBasketTask& task, bool on) {
   } else {
     block->wantHidden -= block->finished();
   }
-  note(m_pending, &CTaskBlock::pending, *block);
+  noteWish(*block);
 }
 
 void CHpfBasketStatusTable::endUpdate() {
   std::vector<int> gone;
   std::vector<int> back;
-  for (CTaskBlock* block : m_pending) {
+  for (CTaskBlock* block : qAsConst(m_pending)) {
     block->pending = false;
+    block->allShown = block->wantHidden.none();
     if (block->hidden == block->wantHidden) continue;
     const RowFlags changed = block->hidden ^ block->wantHidden;
     for (auto row = changed.find_first(); row != RowFlags::npos; row = changed.find_next(row)) {
@@ -97,7 +111,8 @@ void CHpfBasketStatusTable::endUpdate() {
     }
     block->hidden = block->wantHidden;
   }
-  m_pending.clear();
+  m_pending.resize(0);
+  if (gone.empty() && back.empty()) return;
   const GV::CModelBatch guard(*dataModel());
   dataModel()->setHidden(gone, true);
   dataModel()->setHidden(back, false);

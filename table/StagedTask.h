@@ -7,7 +7,6 @@
 #include <boost/dynamic_bitset.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -56,13 +55,15 @@ struct SRowShape {
   bool hedge = false;
 };
 
-/// Facts of the whole task that its root row shows.
+/// Facts of the whole task; with what is asked of its root in every refresh, so that the arrays need not be fetched.
 struct STaskFacts {
   QString taskKey;
   QString displayId;
   QString basketName;
   int taskId = 0;
   int hedgeRow = -1;  ///< index of the hedge row, -1 without one
+  int rootStatus = 0;
+  double rootAmount = 0;  ///< SRowFigures::amount of the root
 };
 
 /// A yes or no for each row of a task.
@@ -75,6 +76,7 @@ using FlagsPtr = std::shared_ptr<const RowFlags>;
 
 /// One task of a batch. Rows stand in pre-order: entry 0 is the root, a parent comes before its children.
 struct SStagedTask {
+  int slot = 0;  ///< a small number that the task's key has for good, from 0
   boost::weak_ptr<CBasketTask> task;
   STaskFacts facts;
   bool clear = false;  ///< the task's rows go (and come anew when shape is set)
@@ -84,7 +86,7 @@ struct SStagedTask {
   FlagsPtr finished;   ///< rows that the filter of finished sub-tasks takes away; with figures always
 };
 
-/// By task key.
-using StagedBatch = std::map<QString, SStagedTask>;
+/// Each task once. In task-key order where a task's tree changed.
+using StagedBatch = std::vector<SStagedTask>;
 
 }  // namespace TC

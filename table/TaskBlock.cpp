@@ -46,8 +46,8 @@ void CTaskBlock::setRootStatusText(const QString& text) {
 }
 
 std::pair<int, int> CTaskBlock::orderCounts(int row) const {
-  const auto announced = m_orderCounts.constFind(row);
-  if (announced != m_orderCounts.constEnd()) return *announced;
+  const auto counts = m_orderCounts.constFind(row);
+  if (counts != m_orderCounts.constEnd()) return *counts;
   const SRowFigures& counted = figures()[static_cast<std::size_t>(row)];
   return {counted.orderCount, counted.orderCount2};
 }

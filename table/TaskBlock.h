@@ -63,11 +63,11 @@ class CTaskBlock {
   /// Whether a filter hides the row: what the table shows now, and what it is to show after the current pass.
   RowFlags hidden;
   RowFlags wantHidden;
-  /// Whether the root was running at the last pass.
-  bool running = false;
-  /// Whether the table has noted that the block changed since the last pass, resp. that its wantHidden may differ.
-  bool touched = false;
-  bool pending = false;
+  bool allShown = true;  ///< neither of the two hides a row
+  bool running = false;  ///< the root was at the last pass
+  bool touched = false;  ///< noted for the next pass
+  bool askTask = false;  ///< in the next pass the task may know a newer status of its root than was staged
+  bool pending = false;  ///< noted for the end of the pass
 
  private:
   boost::weak_ptr<CBasketTask> m_task;

@@ -37,7 +37,10 @@ void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
   m_bUpdateScheduled = false;
   QPainter painter(viewport());
   const QRect area = event->rect();
-  painter.fillRect(area, *m_colors->ground);
+  // Each row paints its own ground, so that the table's is left for where no row is.
+  const int rowsEnd = m_pModel == nullptr ? 0 : (rowCount() - topRow()) * m_nItemHeight;
+  if (rowsEnd <= area.bottom())
+    painter.fillRect(area.intersected(viewport()->rect().adjusted(0, rowsEnd, 0, 0)), *m_colors->ground);
   if (m_pModel == nullptr) return;
   const std::vector<SVisibleColumn> columns = visibleColumns(area);
   const int first = topRow() + area.top() / m_nItemHeight;
@@ -45,9 +48,8 @@ void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
   CTextRuns texts;
   for (int row = first; row <= last; ++row) paintRow(painter, texts, row, columns);
   if ((m_nOptions & OptionVerticalGrid) != 0) {
-    const int height = (rowCount() - topRow()) * m_nItemHeight;
     for (const SVisibleColumn& column : columns) {
-      painter.fillRect(column.rect.right(), 0, 1, std::min(height, viewport()->height()), *m_colors->grid);
+      painter.fillRect(column.rect.right(), 0, 1, std::min(rowsEnd, viewport()->height()), *m_colors->grid);
     }
   }
   texts.draw(painter);

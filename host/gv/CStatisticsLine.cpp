@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CTextRuns.h"
 #include "gv/Helpers.h"
 
 namespace GV {
@@ -38,18 +39,23 @@ void CStatisticsLine::paintEvent(QPaintEvent* /*event*/) {
   QPainter painter(this);
   painter.fillRect(rect(), *CUiResource::getColor(QStringLiteral("clr_header_background")));
   painter.fillRect(0, 0, width(), 1, *CUiResource::getColor(QStringLiteral("clr_line")));
-  painter.setPen(*CUiResource::getColor(QStringLiteral("clr_text_title")));
-  painter.setFont(CUiResource::getFont(QStringLiteral("fnt_default_normal")));
-  painter.drawText(rect().adjusted(6, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("合计"));
-  painter.setPen(*CUiResource::getColor(QStringLiteral("clr_text_default")));
+  CGlyphFont& font = m_pTable->glyphFont(QStringLiteral("fnt_default_normal"));
+  CTextRuns label;
+  label.add(rect().adjusted(6, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("合计"), font,
+            *CUiResource::getColor(QStringLiteral("clr_text_title")));
+  label.draw(painter);
+  // Where a sum stands, the label gives way.
+  CTextRuns sums;
   const QHeaderView* header = m_pTable->header();
   for (int column = 0; column < header->count(); ++column) {
     const QString sum = header->isSectionHidden(column) ? QString() : text(column);
     if (sum.isEmpty()) continue;
     const QRect cell(header->sectionViewportPosition(column), 0, header->sectionSize(column), height());
     painter.fillRect(cell.adjusted(0, 1, 0, 0), *CUiResource::getColor(QStringLiteral("clr_header_background")));
-    painter.drawText(cell.adjusted(4, 0, -4, 0), m_pTable->baseModel()->column(column).alignment, sum);
+    sums.add(cell.adjusted(4, 0, -4, 0), m_pTable->baseModel()->column(column).alignment, sum, font,
+             *CUiResource::getColor(QStringLiteral("clr_text_default")));
   }
+  sums.draw(painter);
 }
 
 }  // namespace GV

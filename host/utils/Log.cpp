@@ -12,6 +12,7 @@ namespace utils {
 namespace {
 
 std::atomic<bool> g_debugEnabled{false};
+std::atomic<bool> g_observed{false};
 std::mutex g_observerMutex;
 std::shared_ptr<const LogObserver> g_observer;
 
@@ -41,6 +42,10 @@ bool CLogCenter::isDebugEnabled() const { return g_debugEnabled.load(std::memory
 
 void CLogCenter::setDebugEnabled(bool on) { g_debugEnabled.store(on, std::memory_order_relaxed); }
 
+bool CLogCenter::isInfoEnabled() const {
+  return g_observed.load(std::memory_order_relaxed) || stdLogger()->isInfoEnabled();
+}
+
 void CLogCenter::info(const void* object, const char* function, const std::string& message) {
   if (const auto observer = currentObserver()) (*observer)(message);
   if (!stdLogger()->isInfoEnabled()) return;
@@ -55,6 +60,7 @@ void CLogCenter::debug(const std::string& message) const {
 void CLogCenter::setObserver(LogObserver observer) {
   auto next = observer ? std::make_shared<const LogObserver>(std::move(observer)) : nullptr;
   const std::lock_guard<std::mutex> lock(g_observerMutex);
+  g_observed.store(next != nullptr, std::memory_order_relaxed);
   g_observer.swap(next);
 }
 

@@ -15,7 +15,7 @@ class Staging : public testing::Test {
  protected:
   static SStagedTask only(const StagedBatch& batch) {
     if (batch.size() != 1) throw std::logic_error("one task expected");
-    return batch.begin()->second;
+    return batch.front();
   }
   /// Stages the task and takes the batch, which must be this task alone.
   SStagedTask stage(const test::TaskPtr& task) {
