@@ -242,6 +242,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   // Hedge
   void addHedgeRow(const ksservice::CTaskDetail& d);
   void countHedge();
+  void showHedgeRunning();
 
   // Operations
   DetailList details(bool own, bool patches) const;

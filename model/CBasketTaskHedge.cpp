@@ -181,6 +181,15 @@ void CBasketTask::updateHedgeStatus(int /*status*/) {
   pause(QString());
 }
 
+/// A hedge that was at its limit has new orders, so the row no longer asks the user to hedge by hand. What the user has
+/// cancelled the manager does not start again; whether it does is the manager's to decide, so it is asked all the same.
+void CBasketTask::showHedgeRunning() {
+  if (m_bHedgeCancelled) return;
+  if (!m_pHedgeItem->m_bHedge) m_pHedgeItem->m_strRemark.clear();
+  m_pHedgeItem->m_bHedge = true;
+  m_pHedgeItem->m_bPatching = true;
+}
+
 void CBasketTask::cancelHedge(const QString& key) {
   {
     const Lock lock(m_mutex);

@@ -140,8 +140,7 @@ void CBasketTask::resumeHedge() {
     const Lock lock(m_mutex);
     if (!m_pHedgeItem || m_pHedgeItem->m_nStatus >= ksservice::ETS_Finished) return;
     m_pHedgeItem->m_nStatus = ksservice::ETS_Running;
-    // The manager does not start again what the user has cancelled; it decides that itself.
-    if (!m_bHedgeCancelled) m_pHedgeItem->m_bHedge = m_pHedgeItem->m_bPatching = true;
+    showHedgeRunning();
   }
   getBasketHedgeManager().startHedge(m_nGroupId);
 }

@@ -86,6 +86,8 @@ std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options) {
   if (!options.m_hedge) return std::nullopt;
   ksservice::CBasketHedgeParam hedge;
   hedge.m_bEnabled = true;
+  // The hedge manager has them from the start, so the panel shows from the first lot how the hedge stands.
+  hedge.m_bHandedOver = true;
   hedge.m_strMarket = exchange::FUTURES_MARKET;
   hedge.m_strCode = options.m_hedge->m_strCode;
   hedge.m_strAccount = FUTURES_ACCOUNT;

@@ -24,10 +24,12 @@ void commandFields(Archive& a, ksservice::COrderCommand& command) {
   a.optional("algoParams", command.m_strAlgoParams);
 }
 
-/// What the terminal's hedge manager trades by; a line without these has the usual settings.
+/// What the terminal's hedge manager trades by, and whether it has the parameters already; a line without these has the
+/// usual settings.
 template <typename Archive>
 void hedgeSettingFields(Archive& a, ksservice::CBasketHedgeParam& param) {
   const ksservice::CBasketHedgeParam usual;
+  a.optional("handedOver", param.m_bHandedOver);
   a.optional("ratio", param.m_dRatio, usual.m_dRatio);
   a.optional("orderLots", param.m_nOrderLots, usual.m_nOrderLots);
   a.optional("orderLimit", param.m_nOrderLimit, usual.m_nOrderLimit);

@@ -52,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
             "patch":true,"basketName":"b","text":"t","localInfo":"1|2","orderType":11,"algoTaskKey":"k",
             "algoParams":"p","type":9})",
         R"({"kind":"hedgeParam","command":77,"where":"stored","enabled":true,"market":"CFFEX","code":"IF2612",
-            "account":"F1","operation":1,"volume":3,"ratio":0.5,"orderLots":2,"orderLimit":9,"priceType":1,"now":5})",
+            "account":"F1","operation":1,"volume":3,"handedOver":true,"ratio":0.5,"orderLots":2,"orderLimit":9,"priceType":1,"now":5})",
         R"({"kind":"hedgeState","group":123,"status":3})"));
 
 INSTANTIATE_TEST_SUITE_P(

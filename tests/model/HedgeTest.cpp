@@ -331,6 +331,7 @@ TEST_F(CHedgeTest, TheLimitOfOrdersPausesTheTaskAndAResumeHedgesOn) {
   EXPECT_EQ(host.takeStartedHedges(), std::vector<int>{123});
   EXPECT_TRUE(hedge().m_bHedge);
   EXPECT_TRUE(hedge().m_bPatching);
+  EXPECT_EQ(hedge().m_strRemark, "") << "nobody has to hedge by hand";
 }
 
 TEST_F(CHedgeTest, CancelNeedsTheRowsOwnKey) {
