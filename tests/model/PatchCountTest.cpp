@@ -1,0 +1,288 @@
+/// How details of patch tasks are linked, counted and announced, and what they make of the task's status.
+#include "PatchFixture.h"
+
+namespace {
+
+using namespace ksservice;
+
+class CPatchCountTest : public CPatchTaskTest {
+ protected:
+  static OrderPtr reported(OrderPtr made, const std::string& message) {
+    made->m_bHasMessage = !message.empty();
+    made->m_strMessage = message;
+    return made;
+  }
+  /// Patch task `id` of so much of the buy in a status, with one order of so much traded.
+  DetailPtr buyPatch(int id, int status, int volume, int traded) const {
+    DetailPtr made = patchDetail(id);
+    made->m_nStatus = status;
+    made->m_params = {buyLine(volume)};
+    made->m_orders = {ended(buy("p" + std::to_string(id), volume, traded, traded * 11))};
+    return made;
+  }
+  static TC::CProgressOrder progressOrder(const std::string& code, int traded, bool cancelled, int index) {
+    TC::CProgressOrder made;
+    made.m_nParamIndex = index;
+    made.m_detail.m_strMarket = "SH";
+    made.m_detail.m_strCode = code;
+    made.m_detail.m_nTradedVolume = traded;
+    made.m_detail.m_dTradedAmount = traded * 11;
+    made.m_detail.m_bCancelled = cancelled;
+    return made;
+  }
+  static std::string figures(const TC::CBasketTaskItem& item) {
+    std::ostringstream out;
+    out << item.m_nTradedVolume << "+" << item.m_nPatchVolume << "=" << item.m_nFinishedVolume << " of "
+        << item.m_nTotalVolume << ", amount " << item.m_dCurAmount << "+" << item.m_dPatchAmount << "="
+        << item.m_dTradedAmount << " of " << item.m_dTotalAmount << ", orders " << item.m_nOrderCount << "/"
+        << item.m_nOrderCount2 << "/" << item.m_nCanceledCount;
+    return out.str();
+  }
+  void addHedge(bool enabled, int lots) {
+    CAccountInfo futures;
+    futures.m_strKey = "F1";
+    futures.m_nType = 1;
+    host.setAccount(futures);
+    CBasketHedgeParam hedge;
+    hedge.m_bEnabled = enabled;
+    hedge.m_strCode = "IF2612";
+    hedge.m_strAccount = "F1";
+    hedge.m_nVolume = lots;
+    task.setHedgeParam(hedge, false);
+  }
+};
+
+TEST_F(CPatchCountTest, OrdersOfLocalPatchesCountByInstrumentAndOperation) {
+  update(cancelled(200, 100));
+  DetailPtr made = patchDetail(124);
+  made->m_params = {buyLine(800), sellLine(400)};
+  OrderPtr silent = buy("p4", 100, 0, 0);
+  made->m_orders = {reported(ended(buy("p1", 500, 300, 3300)), "价格超限"), sell("p2", 400, 50),
+                    order("p3", "SH", "600000", EOT_Sell, 70, 70, 700), reported(silent, "open")};
+  made->m_strMessage = "补单任务";
+  host.setOrderDetail("p1", true);
+  host.setOrderDetail("p2", false);
+  deliverPatch(made);
+  const std::string bought = "200+300=500 of 1000, amount 2000+3300=5300 of 10000, orders 3/1/1";
+  const std::string sold = "100+50=150 of 500, amount 1000+500=1500 of 5000, orders 2/1/0";
+  EXPECT_EQ(figures(row("SH.600000买入")), bought);
+  EXPECT_EQ(figures(row("SZ.000001卖出")), sold);
+  EXPECT_EQ(figures(root), "300+350=650 of 1500, amount 3000+3800=6800 of 15000, orders 5/2/1");
+  EXPECT_EQ(row("SH.600000买入").m_strRemark, "价格超限");
+  EXPECT_EQ(row("SZ.000001卖出").m_strRemark, "");
+  EXPECT_EQ(root.m_strRemark, "补单任务");
+  EXPECT_EQ(row("SH.600000买入").m_mapOrders.size(), 3);
+  EXPECT_TRUE(task.contains("124-1", TC::EBTT_Patch));
+
+  deliverPatch(next(made));
+  EXPECT_EQ(figures(row("SH.600000买入")), bought) << "counted anew, not twice";
+  update(next(cancelled(250, 100)));
+  EXPECT_EQ(figures(row("SH.600000买入")), "250+300=550 of 1000, amount 2500+3300=5800 of 10000, orders 3/1/1");
+  made = next(made);
+  made->m_orders.clear();
+  deliverPatch(made);
+  EXPECT_EQ(figures(row("SH.600000买入")), "250+0=250 of 1000, amount 2500+0=2500 of 10000, orders 1/0/0");
+}
+
+TEST_F(CPatchCountTest, ProgressOfServerPatchesIsCountedAndEstimatesTheTarget) {
+  update(cancelled(200, 0));
+  DetailPtr made = patchDetail(124);
+  made->m_bServerTask = true;
+  made->m_params = {buyLine(800)};
+  made->m_orders = {reported(ended(buy("p1", 800, 90, 990)), "不计")};
+  deliverPatch(made);
+  EXPECT_EQ(figures(row("SH.600000买入")), "200+90=290 of 1000, amount 2000+990=2990 of 10310.3, orders 2/0/0")
+      << "its orders, while there is no progress";
+  EXPECT_EQ(row("SH.600000买入").m_strRemark, "");
+  TC::CTaskProgress progress;
+  progress.m_orders = {progressOrder("600000", 200, false, 0), progressOrder("600000", 100, true, 0),
+                       progressOrder("600999", 50, false, 0)};
+  host.setProgress("124-1", progress);
+  deliverPatch(next(made));
+  EXPECT_EQ(figures(row("SH.600000买入")), "200+300=500 of 1000, amount 2000+3300=5300 of 10600, orders 3/2/1");
+  update(cancelled(200, 0));
+  EXPECT_EQ(figures(row("SH.600000买入")), "200+300=500 of 1000, amount 2000+3300=5300 of 10600, orders 3/2/1");
+}
+
+TEST_F(CPatchCountTest, ARowAddsUpItsPatchesAsTheHostKnowsThem) {
+  update(cancelled(200, 500));
+  deliverPatch(buyPatch(125, ETS_Cancelled, 500, 100));
+  deliverPatch(buyPatch(124, ETS_Cancelled, 800, 40));
+  EXPECT_EQ(figures(row("SH.600000买入")), "200+140=340 of 1000, amount 2000+1540=3540 of 10000, orders 3/0/0");
+  host.store(buyPatch(125, ETS_Cancelled, 500, 110));
+  deliverPatch(buyPatch(124, ETS_Cancelled, 800, 41));
+  EXPECT_EQ(row("SH.600000买入").m_nPatchVolume, 151) << "the newest record of each";
+  DetailPtr only = buyPatch(126, ETS_Running, 400, 7);
+  task.updatePatch(only);
+  EXPECT_EQ(row("SH.600000买入").m_nPatchVolume, 158) << "the host has no record of it by its number";
+}
+
+TEST_F(CPatchCountTest, LinesFindTheirRowsWheneverTheseCome) {
+  DetailPtr made = patchDetail(124);
+  made->m_params = {buyLine(800), param(secondAccount, "HGT", "00700", EOT_Buy, 300, 10)};
+  made->m_orders = {ended(buy("p1", 800, 300, 3300)), ended(order("p2", "SGT", "00700", EOT_Buy, 300, 100, 1000))};
+  host.store(made);
+  update(cancelled(200, 0));
+  task.updatePatch(made);
+  EXPECT_EQ(root.m_nPatchVolume, 300);
+  DetailPtr late = detail(2);
+  late->m_nStatus = ETS_Cancelled;
+  late->m_params = {param(secondAccount, "HK", "00700", EOT_Buy, 400, 10)};
+  late->m_orders = {ended(order("o3", "HGT", "00700", EOT_Buy, 400, 50, 500))};
+  update(late);
+  EXPECT_EQ(row("HK.00700买入", "A2").m_nFinishedVolume, 150);
+  EXPECT_EQ(root.m_nFinishedVolume, 200 + 300 + 50 + 100);
+  instrument("HK", "00700", 1);
+  EXPECT_EQ(available({}, "A2"), "A2/HK.00700买入 50\n") << "50 of 400 were bought and 300 may still be";
+}
+
+TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfilled) {
+  update(cancelled(200, 0));
+  row("SH.600000买入").m_nOrderType = 13;
+  takeEvents();
+  const auto deliver = [this](const DetailPtr& made) {
+    deliverPatch(made);
+    return takeEvents();
+  };
+  EXPECT_EQ(deliver(buyPatch(124, ETS_Running, 800, 0)), "status T 10000 13\nstatus T 3 0\n");
+  EXPECT_TRUE(root.m_bPatching);
+  row("SH.600000买入").m_bPatching = true;
+  EXPECT_EQ(deliver(buyPatch(125, ETS_Cancelled, 100, 0)), "status T00000001 10001 13\nstatus T 3 0\n")
+      << "another patch still runs";
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  EXPECT_TRUE(root.m_bPatching);
+  EXPECT_EQ(deliver(buyPatch(124, ETS_ExecutionError, 800, 100)),
+            "status T00000001 10001 13\nstatus T 10001 13\nstatus T 8 0\n");
+  EXPECT_FALSE(root.m_bPatching);
+  EXPECT_EQ(deliver(buyPatch(126, ETS_Finished, 100, 100)), "status T 8 0\n") << "nothing ended unfilled";
+  EXPECT_EQ(deliver(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";
+}
+
+TEST_F(CPatchCountTest, FullTaskIsFinishedByItsPatches) {
+  addHedge(false, 0);
+  host.takeCalls();
+  DetailPtr own = cancelled(200, 500);
+  own->m_nEndTime = UNSET_INT;
+  update(own);
+  takeEvents();
+  DetailPtr made = buyPatch(124, ETS_Finished, 800, 800);
+  made->m_nEndTime = 9 * 3600;
+  deliverPatch(made);
+  EXPECT_EQ(takeEvents(), "status T 7 0\nstatus T 7 0\n");
+  EXPECT_EQ(root.m_nStatus, ETS_Finished);
+  EXPECT_EQ(root.m_endTime, QTime(9, 0));
+  EXPECT_EQ(takeSends(), "hedge stop 123\n");
+  made = next(made);
+  made->m_nEndTime = 10 * 3600;
+  deliverPatch(made);
+  EXPECT_EQ(root.m_endTime, QTime(9, 0)) << "the first end stands";
+}
+
+TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
+  addHedge(true, 3);
+  task.getHedgeItem()->m_nStatus = ETS_Cancelled;
+  update(cancelled(200, 500));
+  takeEvents();
+  takeSends();
+  deliverPatch(buyPatch(124, ETS_Finished, 700, 700));
+  EXPECT_EQ(takeEvents(), "status T 8 0\n") << "a share is missing besides the hedge";
+  deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
+  EXPECT_EQ(takeEvents(), "status T 11 0\n");
+  EXPECT_EQ(takeSends(), "local 124@A1\nlocal 125@A1\nlocal 123@A1\n");
+}
+
+TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {
+  struct SHedge {
+    int state = TC::EHS_None;
+    int rowStatus = ETS_Cancelled;
+    bool enabled = false;
+  };
+  const auto statusOf = [this](const std::vector<int>& patches, const SHedge& hedge = SHedge()) {
+    TC::CBasketTask made("组合任务123", 123, 77);
+    host.setHedgeState(123, hedge.state);
+    DetailPtr own = cancelled(0, 0);
+    made.updateDetail(own);
+    for (std::size_t i = 0; i < patches.size(); ++i) {
+      DetailPtr patch = buyPatch(200 + static_cast<int>(i), patches[i], 100, 0);
+      made.updatePatch(patch);
+    }
+    CBasketHedgeParam param;
+    param.m_bEnabled = hedge.enabled;
+    param.m_strAccount = "F1";
+    param.m_nVolume = 3;
+    made.setHedgeParam(param, false);
+    made.getHedgeItem()->m_nStatus = hedge.rowStatus;
+    host.takeHedgeParams();
+    return made.patchTaskStatus();
+  };
+  addHedge(false, 0);  // an account for hedges
+  EXPECT_EQ(statusOf({}), ETS_Finished) << "also when there is none";
+  EXPECT_EQ(statusOf({ETS_Finished, ETS_Dropped}), ETS_Dropped);
+  EXPECT_EQ(statusOf({ETS_Finished, ETS_Finished}, {TC::EHS_Running, ETS_Running, true}), ETS_Finished)
+      << "they do not wait for the hedge";
+  EXPECT_EQ(statusOf({ETS_Cancelled}, {TC::EHS_Running, ETS_Cancelled, false}), ETS_Running);
+  EXPECT_EQ(statusOf({ETS_Cancelled}, {TC::EHS_None, ETS_Running, false}), ETS_Running);
+  EXPECT_EQ(takeLog("m_pHedgeItem").back(), "m_pHedgeItem status running");
+  EXPECT_EQ(statusOf({ETS_Cancelled}, {TC::EHS_None, ETS_Paused, false}), ETS_Cancelled);
+  EXPECT_EQ(statusOf({ETS_Cancelled, ETS_Finished, ETS_ExecutionError}), ETS_Cancelled);
+  EXPECT_TRUE(host.takeHedgeParams().empty()) << "there is no hedge to hand over";
+  EXPECT_EQ(statusOf({ETS_Cancelled}, {TC::EHS_Paused, ETS_Running, true}), ETS_Cancelled);
+  EXPECT_EQ(statusOf({ETS_Cancelled, ETS_Paused}), ETS_Paused);
+  EXPECT_EQ(statusOf({ETS_Cancelled, ETS_Running}), ETS_Running);
+  EXPECT_EQ(statusOf({ETS_Running}, {TC::EHS_Paused, ETS_Running, true}), ETS_Paused);
+  EXPECT_EQ(statusOf({ETS_Running}, {TC::EHS_Paused, ETS_Running, false}), ETS_Running);
+}
+
+TEST_F(CPatchCountTest, HedgeIsHandedOverOnceWhenThePatchesHaveEnded) {
+  update(twoLines());
+  deliverPatch(buyPatch(124, ETS_Cancelled, 100, 0));
+  addHedge(true, 3);
+  task.getHedgeItem()->m_nStatus = ETS_Cancelled;
+  host.takeHedgeParams();
+  EXPECT_EQ(task.patchTaskStatus(), ETS_Cancelled);
+  EXPECT_EQ(host.takeHedgeParams().size(), 1u);
+  EXPECT_EQ(task.patchTaskStatus(), ETS_Cancelled);
+  EXPECT_TRUE(host.takeHedgeParams().empty());
+}
+
+TEST_F(CPatchCountTest, OwnDetailsDoNotOfferAPatchWhileOneRuns) {
+  update(cancelled(200, 0));
+  deliverPatch(buyPatch(124, ETS_Running, 800, 100));
+  takeEvents();
+  update(cancelled(210, 0));
+  EXPECT_EQ(takeEvents(), "status T 3 0\n") << "a late fill";
+  EXPECT_EQ(root.m_nStatus, ETS_Running);
+  deliverPatch(buyPatch(124, ETS_Finished, 800, 800));
+  update(cancelled(200, 100));
+  EXPECT_EQ(root.m_nStatus, ETS_Cancelled) << "the patches are done, the task is not full";
+  update(twoLines());
+  EXPECT_EQ(root.m_nStatus, ETS_Running) << "the task itself trades again";
+
+  DetailPtr dropped = cancelled(200, 0);
+  dropped->m_nStatus = ETS_Dropped;
+  update(dropped);
+  EXPECT_EQ(root.m_nStatus, ETS_Dropped);
+  deliverPatch(buyPatch(124, ETS_Cancelled, 800, 700));
+  EXPECT_EQ(root.m_nStatus, ETS_Dropped) << "no patch brings it back";
+  update(cancelled(200, 500));
+  deliverPatch(buyPatch(124, ETS_Finished, 800, 800));
+  update(cancelled(200, 500));
+  EXPECT_EQ(root.m_nStatus, ETS_Finished);
+}
+
+TEST_F(CPatchCountTest, WhatAPatchDoesNotCoverIsOffered) {
+  update(cancelled(200, 0));
+  deliverPatch(buyPatch(124, ETS_Running, 500, 100));
+  EXPECT_EQ(available(), "A1/SH.600000买入 300\nA1/SZ.000001卖出 500\n") << "it may still send 400";
+  deliverPatch(buyPatch(124, ETS_Cancelled, 500, 100));
+  EXPECT_EQ(available(), "A1/SH.600000买入 700\nA1/SZ.000001卖出 500\n");
+  DetailPtr open = buyPatch(124, ETS_Cancelled, 500, 100);
+  open->m_orders.front() = buy("p124", 500, 100, 1100);
+  deliverPatch(open);
+  EXPECT_EQ(available(), "A1/SH.600000买入 300\nA1/SZ.000001卖出 500\n") << "its order may still fill";
+  deliverPatch(buyPatch(124, ETS_Cancelled, 500, 200));
+  deliverPatch(buyPatch(125, ETS_ExecutionError, 600, 350));
+  EXPECT_EQ(available(), "A1/SH.600000买入 200\nA1/SZ.000001卖出 500\n") << "a patch of a patch";
+}
+
+}  // namespace
