@@ -155,6 +155,8 @@ void CBasketTasksPanel::chooseFilter(int index) {
 // Cancelling everything filters the table again; pausing and resuming everything does not: intended.
 void CBasketTasksPanel::cancelAll() {
   for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->cancel(QString());
+  // What the tasks announced is still queued.
+  m_pTable->askTasks();
   updateTable(m_nFilter, false);
 }
 

@@ -56,6 +56,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   /// A pass over the tasks that changed since the last pass (staged again, or announced a status), over all when this
   /// pass is another than the last. Gives the number of tasks whose root is running.
   int filterTasks(const STaskPass& pass);
+  /// Every task may have a newer status than was staged or announced: the next pass asks them all.
+  void askTasks();
 
   // The same for single tasks; endUpdate applies the differences to what is shown.
   /// Shows the task's root and the two levels below it. A folded row stays folded.

@@ -34,12 +34,16 @@ void CHpfBasketStatusTable::touchStatus(CTaskBlock& block) {
   touch(block);
 }
 
+void CHpfBasketStatusTable::askTasks() {
+  for (const std::unique_ptr<CTaskBlock>& block : m_blocks) {
+    if (block) touchStatus(*block);
+  }
+}
+
 int CHpfBasketStatusTable::filterTasks(const STaskPass& pass) {
   if (pass != m_lastPass) {
     m_lastPass = pass;
-    for (const std::unique_ptr<CTaskBlock>& block : m_blocks) {
-      if (block) touchStatus(*block);
-    }
+    askTasks();
   }
   for (CTaskBlock* block : qAsConst(m_touched)) filterBlock(*block);
   m_touched.resize(0);
