@@ -101,14 +101,14 @@ void CHedger::stop(int groupId) {
   report(groupId, *hedge);
 }
 
-// A hedge that has to go on runs before the panel hears of what it follows, and rests only afterwards: with the details
-// of a moment before, the panel would take a hedge that rests for one that pauses the task.
+// A hedge that rests goes on before the panel hears of what it follows, and rests again only afterwards: with the
+// details of a moment before, the panel would take a hedge that rests for one that pauses the task.
 
 void CHedger::beforePublishing() {
   for (const auto& [groupId, hedge] : m_hedges) {
     follow(groupId, *hedge);
-    if (stateOf(groupId, *hedge) != TC::EHS_Running || !hedge->setState(TC::EHS_Running)) continue;
-    m_desk.setHedgeState(groupId, TC::EHS_Running);
+    const int state = stateOf(groupId, *hedge);
+    if (state != TC::EHS_Paused && hedge->setState(state)) m_desk.setHedgeState(groupId, state);
   }
 }
 

@@ -141,6 +141,46 @@ TEST(HedgeTest, RestsWhenTheBasketHasEndedAndGoesOnWhileItTrades) {
   EXPECT_EQ(rig.m_details.back(), rig.hedge()) << "the panel asks for the state once more";
 }
 
+TEST(HedgeTest, APatchOfTheBasketIsHedgedToo) {
+  SHedgeRig rig;
+  const int task = rig.startHedged();
+  rig.runTo(9, 30, 3);
+  rig.engine().operate(task, {}, ETO_Cancel);
+  rig.runTo(9, 31);
+  const int target = rig.target();
+  ASSERT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
+
+  std::vector<int> states;  // that the panel finds when it hears of the patch
+  const auto subscription = rig.m_desk.subscribeTasks([&](const boost::shared_ptr<ksservice::IData>& data) {
+    const auto detail = boost::dynamic_pointer_cast<CTaskDetail>(data);
+    if (detail->m_pCommand->m_bPatch) states.push_back(rig.m_desk.hedgeState(task));
+  });
+  rig.engine().startPatch(*rig.m_desk.command(task), {{rig.m_accounts[0], rig.basket().m_lines}}, std::nullopt);
+  ASSERT_FALSE(states.empty());
+  EXPECT_EQ(states.front(), TC::EHS_Running) << "otherwise the patch would look paused";
+  rig.runTo(10, 0);
+  EXPECT_GT(rig.target(), target);
+  EXPECT_EQ(rig.traded(), rig.target());
+  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
+}
+
+TEST(HedgeTest, ParametersWaitForThePanelAndTheStoredOnesKeepTheTarget) {
+  SHedgeRig rig;
+  engine::SBasketOrder order = rig.basket();
+  order.m_hedge = rig.m_param;
+  const int task = rig.engine().startBasket(order);
+  CBasketHedgeParam param;
+  ASSERT_TRUE(rig.m_desk.hedgeParam(desk::EHedgeSource::Manager, task, param));
+  EXPECT_EQ(param.m_strCode, "IF2612");
+  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_None) << "nobody has started it";
+  rig.hedger().setParam(task, task, param);
+  rig.hedger().start(task);
+  rig.runTo(10, 0);
+  ASSERT_TRUE(rig.m_desk.hedgeParam(desk::EHedgeSource::Stored, task, param));
+  EXPECT_EQ(param.m_nVolume, rig.target());
+  EXPECT_GT(param.m_nVolume, 0);
+}
+
 TEST(HedgeTest, PauseKeepsTheTargetAndResumeCatchesUp) {
   SHedgeRig rig;
   const int task = rig.startHedged();
