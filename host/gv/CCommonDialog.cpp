@@ -120,7 +120,7 @@ SDialogState CCommonDialog::state() const {
     if (const auto* button = qobject_cast<QAbstractButton*>(widget)) {
       state.buttons.push_back({button->text(), button->isVisibleTo(this), button->isEnabled(), button->isChecked()});
     } else if (const auto* label = qobject_cast<QLabel*>(widget)) {
-      if (label->isVisibleTo(this)) state.labels.append(label->text());
+      state.labels.append(label->text());
     } else if (const auto* rows = dynamic_cast<IDialogRows*>(widget)) {
       for (SDialogRow& row : rows->dialogRows()) state.rows.push_back(std::move(row));
     }

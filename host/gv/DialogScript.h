@@ -38,7 +38,7 @@ struct SDialogRow {
   QStringList cells;  ///< the texts of a table's row, column by column; empty for an input field
 };
 
-/// What a dialog shows, in the order of its layout; buttons that are hidden included.
+/// What a dialog shows, in the order of its layout; buttons and labels that are hidden included.
 struct SDialogState {
   QString title;
   std::vector<SDialogRow> rows;

@@ -54,6 +54,25 @@ void printDump(const Json& dump, std::ostream& out) {
   }
 }
 
+/// A dump inside a dialog: rows with their check, editor and cells, buttons, labels.
+void printDialog(const Json& dump, std::ostream& out) {
+  out << "dump " << dump["dump"].get<std::string>() << ": dialog " << dump["title"].get<std::string>() << "\n";
+  for (const Json& row : dump["rows"]) {
+    out << "  " << row["row"].get<std::string>() << (row["checked"].get<bool>() ? " (x)" : "") << " <"
+        << row["editor"].get<std::string>() << ">";
+    for (const Json& cell : row["cells"]) out << " | " << cell.get<std::string>();
+    out << "\n";
+  }
+  out << "  buttons";
+  for (const Json& button : dump["buttons"]) {
+    out << " [" << button["text"].get<std::string>() << (button.value("checked", false) ? " (x)" : "")
+        << (button["visible"].get<bool>() ? "" : " (hidden)") << (button["enabled"].get<bool>() ? "" : " (off)") << "]";
+  }
+  out << "\n  labels";
+  for (const Json& label : dump["labels"]) out << " <" << label.get<std::string>() << ">";
+  out << "\n";
+}
+
 /// What exports left in the folder, file by file.
 void printFiles(const QDir& folder, std::ostream& out) {
   for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden, QDir::Name)) {
@@ -107,7 +126,9 @@ std::string playAndPrint(const std::string& fileName) {
   }
   for (std::string line; std::getline(lines, line);) {
     const Json json = Json::parse(line);
-    if (json.contains("dump")) {
+    if (json.contains("dump") && json.contains("title")) {
+      printDialog(json, printout);
+    } else if (json.contains("dump")) {
       printDump(json, printout);
     } else {
       printout << line << "\n";
