@@ -16,7 +16,6 @@ namespace TC {
 using ksservice::CBasketHedgeParam;
 using ksservice::CCodeOrderParam;
 using ksservice::COrderDetailHelper;
-using ksservice::COrderInfo;
 using ksservice::CTaskDetail;
 
 namespace {

@@ -172,7 +172,7 @@ class CDesk {
   std::unordered_map<int, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;
   std::map<std::pair<EHedgeSource, int>, ksservice::CBasketHedgeParam> m_hedgeParams;
   struct SGivenHedge {
-    int m_nCommandId;
+    int m_nCommandId = 0;
     ksservice::CBasketHedgeParam m_param;
   };
   std::unordered_map<int, SGivenHedge> m_givenHedges;  ///< by group: what it was given last

@@ -51,7 +51,7 @@ class CHedger : public ITaskFollower {
 
  private:
   struct SGiven {
-    int m_nCommandId;
+    int m_nCommandId = 0;
     ksservice::CBasketHedgeParam m_param;
   };
 

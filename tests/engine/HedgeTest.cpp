@@ -339,7 +339,7 @@ TEST_P(HedgeDays, NeverExceedTheTargetNorLagByMoreThanARound) {
   int lots = 0;
   int worst = 0;
   for (int day = 0; day < DAYS_OF_PART; ++day) {
-    const auto seed = static_cast<std::uint64_t>(GetParam() * DAYS_OF_PART + day + 1);
+    const std::uint64_t seed = std::uint64_t(GetParam()) * DAYS_OF_PART + std::uint64_t(day) + 1;
     const SDay result = runDay(seed);
     ASSERT_FALSE(result.m_bExceeded) << "day " << seed;
     ASSERT_LE(result.m_nWorstLag, CBasketHedgeParam().m_nOrderLots) << "day " << seed;

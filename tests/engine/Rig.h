@@ -89,7 +89,7 @@ struct SRig {
 
   engine::CEngine& engine() { return m_simulation.engine(); }
   void runTo(int hours, int minutes, int seconds = 0) {
-    m_simulation.advanceTo(exchange::clockTime(hours, minutes) + seconds * 1000);
+    m_simulation.advanceTo(exchange::clockTime(hours, minutes) + seconds * std::int64_t{1000});
   }
   const ksservice::CTaskDetail& newest(const std::string& key) const { return *m_newest.at(key); }
 
