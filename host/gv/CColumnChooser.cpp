@@ -24,7 +24,7 @@ std::vector<SColumn> listColumns() {
   columns[SHOWN_COLUMN].alignment = Qt::AlignCenter;
   columns[SHOWN_COLUMN].width = 48;
   columns[TITLE_COLUMN].title = QStringLiteral("列");
-  columns[TITLE_COLUMN].width = 220;
+  columns[TITLE_COLUMN].width = 240;
   return columns;
 }
 
