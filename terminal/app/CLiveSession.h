@@ -11,10 +11,10 @@
 #include "CEngineThread.h"
 #include "CHostServices.h"
 #include "CMainWindow.h"
-#include "COutput.h"
-#include "CRecorder.h"
-#include "Inputs.h"
-#include "Options.h"
+#include "CNewBasketWindow.h"
+#include "CPanelServices.h"
+#include "CStateStore.h"
+#include "SessionSetup.h"
 #include "tc/PanelPlugin.h"
 
 namespace app {
@@ -26,12 +26,9 @@ class CLiveSession : public QObject {
   Q_OBJECT
 
  public:
-  /// 00:00 of the simulated trading day, whatever the real date is.
-  static std::int64_t dayStart();
-
-  /// The files of the options can be written; out and record may be null.
+  /// The files of the options can be written; out, record and state may be null: nothing is put out, recorded, kept.
   CLiveSession(const SOptions& options, const SInputs& inputs, std::ostream* out, std::ostream* record,
-               CMainWindow& window, TC::CreatePanelFunction createPanel);
+               CStateStore* state, CMainWindow& window, TC::CreatePanelFunction createPanel);
   ~CLiveSession() override;
 
   /// Starts the exchange's clock.
@@ -46,7 +43,9 @@ class CLiveSession : public QObject {
   void openPanel(TC::CreatePanelFunction createPanel);
   void makeThread();
   void startBaskets(const SInputs& inputs);
-  engine::SOrderLine toOrderLine(const basket::SBasketLine& line);
+  void restoreState();
+  void openNewBasket(const QString& lines);
+  void startNewBasket(const SNewBasket& basket);
   void measureFeed();
   void showClock();
   void finish();
@@ -56,13 +55,15 @@ class CLiveSession : public QObject {
   CMainWindow& m_window;
   desk::CDesk m_desk;
   desk::CHostServices m_services;
+  CStateStore* m_pState;
   std::unique_ptr<journal::CRecorder> m_pRecorder;
   std::unique_ptr<journal::COutput> m_pOutput;
+  CPanelServices m_panelServices;
   std::unique_ptr<CDeskLog> m_pLog;
   std::unique_ptr<engine::CSimulation> m_pSimulation;
   std::unique_ptr<CEngineThread> m_pThread;
   CEngineDriver m_driver{[this](CEngineDriver::Operation operation) { m_pThread->post(std::move(operation)); }};
-  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
+  AccountList m_accounts;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
   QTimer m_clockTimer;
   QElapsedTimer m_feedClock;

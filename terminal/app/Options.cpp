@@ -89,6 +89,17 @@ QString setHedge(SOptions& options, const QString& value) {
   return {};
 }
 
+QString setAlgo(SOptions& options, const QString& value) {
+  for (const TC::EAlgorithm each : {TC::EAlgorithm::TWAP, TC::EAlgorithm::VWAP, TC::EAlgorithm::POV}) {
+    if (value != QString::fromLatin1(TC::algorithmName(each)).toLower()) continue;
+    options.m_algo = each;
+    return {};
+  }
+  return QStringLiteral("is twap, vwap or pov, not '%1'").arg(value);
+}
+
+QString setConfig(SOptions& options, const QString& value) { return setFile(options.m_strConfig, value); }
+
 QString setTheme(SOptions& options, const QString& value) {
   options.m_strTheme = value;
   const bool known = value == QLatin1String("dark") || value == QLatin1String("light");
@@ -116,8 +127,10 @@ const SOptionRow OPTIONS[] = {
     {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
     {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
     {"hedge", "CODE:RATIO", "hedge the baskets by an index future, like IF2612:1.0", LiveMode, false, setHedge},
+    {"algo", "twap|vwap|pov", "trade the baskets by an algorithm of the server", LiveMode, false, setAlgo},
     {"start", "HH:MM", "time of the simulated day at which the run starts (09:25)", LiveMode, false, setStart},
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
+    {"config", "FILE", "keep the view in FILE (the user's own; none when headless)", LiveMode, false, setConfig},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},
     {"out", "FILE", "write what happened, ending with a dump of the table named end", AnyMode, false, setOut},
     {"screenshot", "FILE", "write a picture of the window at the end", AnyMode, false, setScreenshot},

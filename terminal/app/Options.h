@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tc/AlgoParams.h"
+
 namespace app {
 
 /// By which index future baskets are hedged, and how much of them.
@@ -25,7 +27,9 @@ struct SOptions {
   std::string m_strInstruments;        ///< empty: the project's own
   std::vector<std::string> m_baskets;  ///< empty: the project's own
   int m_nAccounts = 1;
-  std::optional<SHedgeOption> m_hedge;  ///< none: baskets are not hedged
+  std::optional<SHedgeOption> m_hedge;   ///< none: baskets are not hedged
+  std::optional<TC::EAlgorithm> m_algo;  ///< baskets run as algorithm tasks of the server; none: of the terminal
+  std::string m_strConfig;               ///< file that keeps the view; empty: the user's own
   QString m_strTheme = QStringLiteral("dark");
   int m_nStartMinute = 9 * 60 + 25;  ///< minutes since midnight of the simulated day
   std::string m_strRecord;

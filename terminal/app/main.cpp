@@ -8,6 +8,7 @@
 #include <clocale>
 #include <fstream>
 #include <iostream>
+#include <memory>
 
 #include "CLiveSession.h"
 #include "CMainWindow.h"
@@ -84,13 +85,21 @@ bool openFile(Stream& stream, const std::string& file, const char* verb) {
 
 int runLive(const app::SOptions& options, std::ostream* out, app::CMainWindow& window,
             TC::CreatePanelFunction createPanel) {
-  const app::SInputs inputs = app::readInputs(options, app::CLiveSession::dayStart());
+  const app::SInputs inputs = app::readInputs(options, app::tradingDayStart());
   for (const std::string& fault : inputs.m_faults) std::cerr << fault << "\n";
   if (!inputs.m_faults.empty()) return EXIT_BAD_INPUT;
   std::ofstream record;
   if (!openFile(record, options.m_strRecord, "write")) return EXIT_BAD_INPUT;
 
-  app::CLiveSession session(options, inputs, out, record.is_open() ? &record : nullptr, window, createPanel);
+  std::unique_ptr<app::CStateStore> state;
+  // A run without a window leaves the user's own view alone.
+  if (!options.m_bHeadless || !options.m_strConfig.empty()) {
+    state = std::make_unique<app::CStateStore>(options.m_strConfig);
+    if (const std::string fault = state->fault(); !fault.empty()) return fail(fault);
+  }
+
+  app::CLiveSession session(options, inputs, out, record.is_open() ? &record : nullptr, state.get(), window,
+                            createPanel);
   int status = 0;
   QObject::connect(&session, &app::CLiveSession::sigEnded, &window, [&] {
     if (!window.saveScreenshot(options.m_strScreenshot)) status = EXIT_BAD_INPUT;

@@ -18,7 +18,7 @@ struct SEngineSettings {
   std::int64_t m_nDayStart = 0;    ///< 00:00 of the trading day at the exchange, seconds since the epoch
   double m_dOrdersPerSecond = 50;  ///< of all tasks together
   int m_nPublishMsec = 100;        ///< a task publishes at most one detail in this time
-  int m_nProgressMsec = 3000;      ///< a server task publishes its progress at most once in this time
+  int m_nProgressMsec = 10000;     ///< a server task publishes its progress at most once in this time
   int m_nReplyMsec = 200;          ///< until a request to the server is carried out and answered
   int m_nQuoteMsec = 3000;         ///< how often the quotes of the securities in use are taken to the desk
   int m_nFirstTaskId = 1;

@@ -1,5 +1,6 @@
 #include "CDialogScript.h"
 
+#include <QPointer>
 #include <utility>
 
 #include "COutput.h"
@@ -63,10 +64,6 @@ QString CDialogScript::perform(GV::CCommonDialog& dialog, const SDialogAct& act)
 void CDialogScript::fail(const std::string& what) {
   if (std::exchange(m_bFailed, true)) return;
   m_fault(m_current.m_nLine, what);
-}
-
-void CDialogScript::dialogEnded(GV::CCommonDialog& dialog, bool accepted) {
-  m_output.dialogResult(dialog.windowTitle(), accepted);
 }
 
 }  // namespace journal

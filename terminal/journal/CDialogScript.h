@@ -1,13 +1,16 @@
 #pragma once
 
-#include <QPointer>
+#include <QString>
 #include <deque>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "DialogObservers.h"
 #include "Lines.h"
+
+namespace GV {
+class CCommonDialog;
+}
 
 namespace journal {
 
@@ -15,7 +18,7 @@ class COutput;
 
 /// Works the modal dialogs of a replay with the acts that the journal has for them. A list of acts is for one dialog
 /// and those that open inside it; a dialog without acts, or one that its acts leave open, is dismissed. GUI thread.
-class CDialogScript : public CDialogObserver {
+class CDialogScript {
  public:
   /// Plays so many of the journal's next lines.
   using PlayLines = std::function<void(int count)>;
@@ -27,12 +30,10 @@ class CDialogScript : public CDialogObserver {
   CDialogScript(COutput& output, PlayLines playLines, Fault fault);
   CDialogScript(const CDialogScript&) = delete;
   CDialogScript& operator=(const CDialogScript&) = delete;
-  ~CDialogScript() override;
+  ~CDialogScript();
 
   /// The acts of a line are for the next dialog that opens while none is open.
   void queue(std::vector<SDialogAct> acts, int line);
-
-  void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override;
 
  private:
   /// The acts of a line that are left.

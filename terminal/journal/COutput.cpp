@@ -7,6 +7,7 @@
 #include "DialogDump.h"
 #include "RecordFields.h"
 #include "TableDump.h"
+#include "gv/CCommonDialog.h"
 #include "gv/CHpfTreeTable.h"
 #include "tc/CTaskOrdersWidget.h"
 #include "tc/CTaskParamWidget.h"
@@ -134,6 +135,8 @@ void COutput::dump(const GV::CCommonDialog& dialog, const std::string& name) { p
 void COutput::dialogResult(const QString& title, bool accepted) {
   put({{"dialog", title.toStdString()}, {"result", accepted ? "accepted" : "rejected"}});
 }
+
+void COutput::dialogEnded(GV::CCommonDialog& dialog, bool accepted) { dialogResult(dialog.windowTitle(), accepted); }
 
 bool COutput::isGood() const {
   const std::lock_guard<std::mutex> lock(m_mutex);

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <string>
 
+#include "DialogObservers.h"
 #include "IDeskObserver.h"
 
 namespace GV {
@@ -20,7 +21,7 @@ namespace journal {
 
 /// Puts out, as JSON Lines and in the order in which it happened, what the panel asks of the host and tells it, its log
 /// lines, and dumps of its table. Each line is flushed. Any thread, unless said otherwise.
-class COutput : public desk::IDeskObserver {
+class COutput : public desk::IDeskObserver, public CDialogObserver {
  public:
   /// Takes the log lines of the process from now on. At most one output at a time.
   explicit COutput(std::ostream& out);
@@ -43,6 +44,8 @@ class COutput : public desk::IDeskObserver {
   void dialogResult(const QString& title, bool accepted);
   /// False once a line could not be written.
   bool isGood() const;
+
+  void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override;
 
   void onUpdateData(const ksservice::CTaskDetailPtr& detail) override;
   void onShowMsg(const QString& text, int kind) override;

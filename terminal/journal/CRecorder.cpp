@@ -198,13 +198,11 @@ void CRecorder::onHeader() {
 // Dialogs
 
 void CRecorder::dialogOpens(GV::CCommonDialog&) {
-  if (m_bIgnoresDialogs) return;
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_lines.dialogOpens();
 }
 
 void CRecorder::addAct(EDialogAct act, const QString& name, bool on, const QString& text) {
-  if (m_bIgnoresDialogs) return;
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_lines.add({act, name.toStdString(), on, text.toStdString()});
 }
@@ -220,7 +218,6 @@ void CRecorder::rowEdited(GV::CCommonDialog&, const QString& key, const QString&
 void CRecorder::dialogClosed(GV::CCommonDialog&) { addAct(EDialogAct::Close, QString()); }
 
 void CRecorder::dialogEnded(GV::CCommonDialog&, bool) {
-  if (m_bIgnoresDialogs) return;
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_lines.dialogEnded();
 }

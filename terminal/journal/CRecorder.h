@@ -55,9 +55,6 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
   /// Just before any other act of the host.
   void recordHostAct(const SHostLine& line) { write(line); }
 
-  /// While on, dialogs are the terminal's own: a replay has none of them, so nothing is recorded of them.
-  void ignoreDialogs(bool on) { m_bIgnoresDialogs = on; }
-
   /// False once a line could not be written.
   bool isGood() const;
 
@@ -110,7 +107,6 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
   QPointer<TC::ITradeDockableWidget> m_pPanel;  ///< GUI thread
   QPointer<GV::CHpfTreeTable> m_pTable;         ///< GUI thread
   bool m_bHeaderChanged = false;                ///< GUI thread
-  bool m_bIgnoresDialogs = false;               ///< GUI thread
   QObject m_receiver;                           ///< of the recorder's own queued calls
 
   mutable std::mutex m_mutex;  ///< guards the rest, and the order of the lines

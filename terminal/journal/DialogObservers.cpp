@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "gv/CCommonDialog.h"
+#include "gv/CColumnChooser.h"
 
 namespace journal {
 namespace {
@@ -21,26 +21,27 @@ class CFanOut : public GV::IDialogObserver {
   }
 
   void dialogOpens(GV::CCommonDialog& dialog) override {
-    tell([&](GV::IDialogObserver& each) { each.dialogOpens(dialog); });
+    tell(dialog, [&](GV::IDialogObserver& each) { each.dialogOpens(dialog); });
   }
   void buttonPressed(GV::CCommonDialog& dialog, const QString& text) override {
-    tell([&](GV::IDialogObserver& each) { each.buttonPressed(dialog, text); });
+    tell(dialog, [&](GV::IDialogObserver& each) { each.buttonPressed(dialog, text); });
   }
   void rowChecked(GV::CCommonDialog& dialog, const QString& key, bool on) override {
-    tell([&](GV::IDialogObserver& each) { each.rowChecked(dialog, key, on); });
+    tell(dialog, [&](GV::IDialogObserver& each) { each.rowChecked(dialog, key, on); });
   }
   void rowEdited(GV::CCommonDialog& dialog, const QString& key, const QString& text) override {
-    tell([&](GV::IDialogObserver& each) { each.rowEdited(dialog, key, text); });
+    tell(dialog, [&](GV::IDialogObserver& each) { each.rowEdited(dialog, key, text); });
   }
   void dialogClosed(GV::CCommonDialog& dialog) override {
-    tell([&](GV::IDialogObserver& each) { each.dialogClosed(dialog); });
+    tell(dialog, [&](GV::IDialogObserver& each) { each.dialogClosed(dialog); });
   }
   void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override {
-    tell([&](GV::IDialogObserver& each) { each.dialogEnded(dialog, accepted); });
+    tell(dialog, [&](GV::IDialogObserver& each) { each.dialogEnded(dialog, accepted); });
   }
 
  private:
-  void tell(const std::function<void(GV::IDialogObserver&)>& what) const {
+  void tell(const GV::CCommonDialog& dialog, const std::function<void(GV::IDialogObserver&)>& what) const {
+    if (qobject_cast<const GV::CColumnChooser*>(&dialog)) return;
     for (GV::IDialogObserver* each : std::vector<GV::IDialogObserver*>(m_observers)) what(*each);
   }
 

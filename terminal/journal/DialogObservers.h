@@ -4,8 +4,8 @@
 
 namespace journal {
 
-/// Told of what happens in the modal dialogs of the process while it lives, beside all others of this class. GUI
-/// thread.
+/// Told of what happens in a panel's modal dialogs while it lives, beside all others of this class. Not of the choice
+/// of columns, which is the terminal's own dialog. GUI thread.
 class CDialogObserver : public GV::IDialogObserver {
  public:
   CDialogObserver();

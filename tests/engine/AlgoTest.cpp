@@ -194,7 +194,7 @@ TEST(AlgoTask, ProgressIsPublishedBeforeItsDetailAndNotForEachFill) {
   });
   rig.runTo(9, 50);
   EXPECT_GT(details, 20);
-  EXPECT_LE(details, 20 * 60 / 3 + 1);
+  EXPECT_LE(details, 20 * 60 / 10 + 1);
   const TC::CProgressOrder& first = rig.m_desk.progress(key)->m_orders.front();
   EXPECT_EQ(first.m_strMapKey, "1001:" + first.m_detail.getKey());
   EXPECT_EQ(rig.newest(key).m_params[0].m_nOrderType, EORT_Algo2);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QSettings>
+#include <memory>
+#include <string>
+
+class QMainWindow;
+
+namespace app {
+
+/// What the terminal keeps between its runs: the panel's parameter text and the layout of the window. GUI thread.
+class CStateStore {
+ public:
+  /// An empty file name: the user's own, in the user's folder of configurations.
+  explicit CStateStore(const std::string& file);
+
+  /// Why the file cannot be used; empty: it can, or it is not there yet.
+  std::string fault() const;
+
+  /// Empty when none was kept.
+  QString panelParam() const;
+  /// The window's docks must be there. What cannot be restored stays as it is.
+  void restoreLayout(QMainWindow& window) const;
+  /// False, and a line on standard error, when it could not be written.
+  bool save(const QString& panelParam, const QMainWindow& window);
+
+ private:
+  std::unique_ptr<QSettings> m_pSettings;
+};
+
+}  // namespace app

@@ -1,0 +1,165 @@
+#include "SessionSetup.h"
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
+namespace app {
+namespace {
+
+constexpr exchange::SDate TRADING_DATE{2026, 11, 23};
+constexpr int EXCHANGE_UTC_OFFSET = 8 * 3600;
+constexpr int SHARE_LOT = 100;
+constexpr int FUTURES_ACCOUNT_TYPE = 1;
+const char* const FUTURES_ACCOUNT = "F1";
+/// Slices of five minutes over the day.
+constexpr int ALGO_SLICES = 48;
+
+TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange::SRules& rules) {
+  const bool share = instrument.m_kind == exchange::EKind::Share;
+  TC::CCodeInfo info;
+  info.m_strMarket = instrument.m_strMarket;
+  info.m_strCode = instrument.m_strCode;
+  info.m_strName = instrument.m_strName;
+  info.m_dMultiplier = instrument.m_nMultiplier;
+  info.m_nTradeMinUnit = rules.m_nBuyMinimum;
+  info.m_nUiMinUnit = rules.m_nBuyStep;
+  info.m_nTradeUnit = share ? SHARE_LOT : 1;
+  if (instrument.m_strMarket == "SH") info.m_marketPriceTypes = {ksservice::EPT_MarketSH};
+  if (instrument.m_strMarket == "SZ") info.m_marketPriceTypes = {ksservice::EPT_MarketSZ};
+  return info;
+}
+
+boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string& key, const std::string& displayId,
+                                                       const std::string& name) {
+  auto account = boost::make_shared<ksservice::CAccountInfo>();
+  account->m_strKey = key;
+  account->m_strDisplayId = displayId;
+  account->m_strName = name;
+  return account;
+}
+
+void addAccount(desk::CDesk& desk, const boost::shared_ptr<ksservice::CAccountInfo>& account) {
+  desk::SAccount entry;
+  entry.m_pInfo = account;
+  desk.addAccount(entry);
+}
+
+/// Futures are sold short against what the baskets buy.
+std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options) {
+  if (!options.m_hedge) return std::nullopt;
+  ksservice::CBasketHedgeParam hedge;
+  hedge.m_bEnabled = true;
+  // The hedge manager has them from the start, so the panel shows from the first lot how the hedge stands.
+  hedge.m_bHandedOver = true;
+  hedge.m_strMarket = exchange::FUTURES_MARKET;
+  hedge.m_strCode = options.m_hedge->m_strCode;
+  hedge.m_strAccount = FUTURES_ACCOUNT;
+  hedge.m_nOperation = ksservice::EOT_SellOpen;
+  hedge.m_dRatio = options.m_hedge->m_dRatio;
+  return hedge;
+}
+
+std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options) {
+  if (!options.m_algo) return std::nullopt;
+  TC::SAlgoParams algo;
+  algo.m_eAlgorithm = *options.m_algo;
+  algo.m_nStart = std::max(algo.m_nStart, options.m_nStartMinute * 60);
+  algo.m_nEnd = std::max(algo.m_nEnd, algo.m_nStart + 1);
+  algo.m_nSlices = ALGO_SLICES;
+  return algo;
+}
+
+int operationOf(const exchange::SInstrument& instrument, bool buy) {
+  if (instrument.m_kind == exchange::EKind::Share) return buy ? ksservice::EOT_Buy : ksservice::EOT_Sell;
+  return buy ? ksservice::EOT_BuyOpen : ksservice::EOT_SellOpen;
+}
+
+}  // namespace
+
+std::int64_t tradingDayStart() { return exchange::dayStartOf(TRADING_DATE); }
+
+QTimeZone exchangeTimeZone() { return QTimeZone(EXCHANGE_UTC_OFFSET); }
+
+desk::SSession makeSession(const SOptions& options) {
+  desk::SSession session;
+  session.m_strUser = "trader";
+  session.m_strLogin = "simulation";
+  session.m_nNow = tradingDayStart() + options.m_nStartMinute * 60LL;
+  session.m_timeZone = exchangeTimeZone();
+  return session;
+}
+
+exchange::SExchangeSettings makeExchangeSettings(const SOptions& options) {
+  exchange::SExchangeSettings settings;
+  settings.m_nSeed = options.m_nSeed;
+  settings.m_nDayStart = tradingDayStart();
+  return settings;
+}
+
+engine::SEngineSettings makeEngineSettings(const SOptions& options) {
+  const desk::SSession session = makeSession(options);
+  engine::SEngineSettings settings;
+  settings.m_nDayStart = tradingDayStart();
+  settings.m_strUser = session.m_strUser;
+  settings.m_strLogin = session.m_strLogin;
+  settings.m_nTraderType = session.m_nTraderType;
+  return settings;
+}
+
+AccountList addAccounts(desk::CDesk& desk, const SOptions& options) {
+  AccountList accounts;
+  for (int i = 1; i <= options.m_nAccounts; ++i) {
+    const std::string number = std::to_string(i);
+    accounts.push_back(makeAccount("A" + number, std::to_string(1000 + i), "模拟账户" + number));
+    addAccount(desk, accounts.back());
+  }
+  if (options.m_hedge) {
+    const auto futures = makeAccount(FUTURES_ACCOUNT, "8001", "模拟期货账户");
+    futures->m_nType = FUTURES_ACCOUNT_TYPE;
+    addAccount(desk, futures);
+  }
+  return accounts;
+}
+
+void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation) {
+  const exchange::CExchange& market = simulation.market();
+  for (std::size_t i = 0; i < market.instruments().size(); ++i) {
+    const exchange::SInstrument& instrument = market.instruments()[i];
+    desk.setInstrument(toCodeInfo(instrument, market.rules(static_cast<int>(i))));
+    if (instrument.m_kind == exchange::EKind::IndexFuture) {
+      simulation.engine().watch(instrument.m_strMarket, instrument.m_strCode);
+    }
+  }
+}
+
+std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SInputs& inputs,
+                                              const exchange::CExchange& market, const AccountList& accounts) {
+  std::vector<engine::SBasketOrder> baskets;
+  for (const SNamedBasket& named : inputs.m_baskets) {
+    engine::SBasketOrder& basket = baskets.emplace_back();
+    basket.m_strName = named.m_strName;
+    basket.m_accounts = accounts;
+    basket.m_hedge = makeHedge(options);
+    basket.m_algo = makeAlgo(options);
+    for (const basket::SBasketLine& line : named.m_lines) {
+      const int number = market.findInstrument(line.m_strMarket, line.m_strCode);
+      const exchange::SInstrument& instrument = market.instruments()[static_cast<std::size_t>(number)];
+      basket.m_lines.push_back(makeOrderLine(market, number, operationOf(instrument, line.m_bBuy), line.m_nQuantity));
+    }
+  }
+  return baskets;
+}
+
+engine::SOrderLine makeOrderLine(const exchange::CExchange& market, int instrument, int operation, int quantity) {
+  const exchange::SInstrument& listed = market.instruments()[static_cast<std::size_t>(instrument)];
+  engine::SOrderLine order;
+  order.m_stock = {listed.m_strMarket, listed.m_strCode, listed.m_strName};
+  order.m_nOperation = operation;
+  order.m_nQuantity = quantity;
+  order.m_dReference = listed.m_dPrevClose;
+  order.m_nLot = listed.m_kind == exchange::EKind::Share ? SHARE_LOT : 1;
+  order.m_nMinimum = market.rules(instrument).m_nBuyMinimum;
+  return order;
+}
+
+}  // namespace app

@@ -1,0 +1,34 @@
+/// What a live session is made of before it starts: the day, the user, accounts, instruments and baskets.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <string>
+#include <vector>
+
+#include "CDesk.h"
+#include "CSimulation.h"
+#include "Inputs.h"
+#include "Options.h"
+
+namespace app {
+
+/// 00:00 of the simulated trading day, whatever the real date is.
+std::int64_t tradingDayStart();
+QTimeZone exchangeTimeZone();
+
+desk::SSession makeSession(const SOptions& options);
+exchange::SExchangeSettings makeExchangeSettings(const SOptions& options);
+engine::SEngineSettings makeEngineSettings(const SOptions& options);
+
+using AccountList = std::vector<boost::shared_ptr<ksservice::CAccountInfo>>;
+/// Enters the options' accounts; returns those that trade baskets.
+AccountList addAccounts(desk::CDesk& desk, const SOptions& options);
+/// Enters what the market lists; the desk gets the quotes of index futures from the start.
+void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation);
+
+std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SInputs& inputs,
+                                              const exchange::CExchange& market, const AccountList& accounts);
+/// A line at the opposite best price. The market must list the instrument. Any thread.
+engine::SOrderLine makeOrderLine(const exchange::CExchange& market, int instrument, int operation, int quantity);
+
+}  // namespace app
