@@ -189,8 +189,10 @@ void CHpfBasketOptionDelegate::slotTaskStatusSingle(QString key, int status, int
 }
 
 void CHpfBasketOptionDelegate::slotOperationEnded(QString key) {
-  const auto state = m_states.find(m_resolver(key).key);
+  const SRowRef row = m_resolver(key);
+  const auto state = m_states.find(row.key);
   if (state != m_states.end()) state->stale = true;
+  if (row.task) Q_EMIT sigOperationEnded(row.task);
 }
 
 }  // namespace TC

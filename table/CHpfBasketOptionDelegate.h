@@ -48,6 +48,8 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
  Q_SIGNALS:
   /// A status of a task's row came, whether it is applied or not.
   void sigAnnounced(TC::CBasketTask* task);
+  /// An operation on a row of the task came to nothing.
+  void sigOperationEnded(TC::CBasketTask* task);
   /// A status was applied; task is null while the row does not exist.
   void sigTaskStatus(TC::CBasketTask* task, QString key, int status);
 

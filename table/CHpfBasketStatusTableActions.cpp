@@ -54,6 +54,10 @@ void CHpfBasketStatusTable::createDelegates() {
   connect(m_pOptionDelegate, &CHpfBasketOptionDelegate::sigAnnounced, this, [this](const CBasketTask* task) {
     if (CTaskBlock* block = blockOf(*task)) touchStatus(*block);
   });
+  // What a started operation wrote into the status cell goes with it; the row shows its own status again.
+  connect(m_pOptionDelegate, &CHpfBasketOptionDelegate::sigOperationEnded, this, [this](const CBasketTask* task) {
+    if (CTaskBlock* block = blockOf(*task)) block->resetRootStatusText();
+  });
   connect(m_pOrderDelegate, &CHpfBasketOrderDelegate::sigOrderCounts, this, &CHpfBasketStatusTable::onOrderCounts);
 }
 

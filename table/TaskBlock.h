@@ -54,6 +54,7 @@ class CTaskBlock {
 
   /// Puts a text in the place of the root's own status text until the next batch.
   void setRootStatusText(const QString& text);
+  void resetRootStatusText() { m_state.rootStatusTextSet = false; }
   /// Order counts that were announced after the last batch.
   void setOrderCounts(int row, int reported, int received) { m_orderCounts[row] = {reported, received}; }
   std::pair<int, int> orderCounts(int row) const;
