@@ -21,6 +21,7 @@ enum EColumn { ColumnMarket, ColumnCode, ColumnName, ColumnOperation, ColumnQuan
 enum EField { FieldKey, FieldName, FieldQuantity, FieldSide, FieldOperation, FieldType, FieldCount };
 
 constexpr QSize WINDOW_SIZE(640, 420);
+constexpr int ROW_HEIGHT = 22;
 
 QTableWidgetItem* makeCell(const QString& text, bool editable) {
   auto* cell = new QTableWidgetItem(text);
@@ -103,6 +104,8 @@ void CNewBasketWindow::fillTable() {
                                        QStringLiteral("交易类型"), QStringLiteral("数量")});
   m_pTable->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
   m_pTable->verticalHeader()->hide();
+  m_pTable->verticalHeader()->setDefaultSectionSize(ROW_HEIGHT);
+  m_pTable->setAlternatingRowColors(true);
   m_pTable->setSelectionBehavior(QAbstractItemView::SelectRows);
   for (int row = 0; row < m_pTable->rowCount(); ++row) {
     const SNewLine& line = m_lines[static_cast<std::size_t>(row)];

@@ -1,0 +1,186 @@
+// A live session in which a user cancels a basket and patches it by a real dialog, recorded and replayed.
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "CBasketTasksPanel.h"
+#include "CLiveSession.h"
+#include "CPlayer.h"
+#include "TableDump.h"
+#include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "gv/CCommonDialog.h"
+#include "gv/CHpfTreeTable.h"
+
+namespace {
+
+using nlohmann::json;
+
+constexpr int SECURITIES = 6;
+constexpr int BEAT_MSEC = 50;
+/// How long the user looks at a dialog, so that the feed and refreshes go on behind it.
+constexpr int LOOK_BEATS = 30;
+
+TC::ITradeDockableWidget* createPanel(int id, QWidget* parent) { return new TC::CBasketTasksPanel(id, parent); }
+
+app::SInputs makeInputs() {
+  app::SInputs inputs;
+  app::SNamedBasket& named = inputs.m_baskets.emplace_back();
+  named.m_strName = "large";
+  for (int i = 0; i < SECURITIES; ++i) {
+    exchange::SInstrument instrument;
+    instrument.m_strMarket = i % 2 ? "SZ" : "SH";
+    instrument.m_strCode = std::to_string(i % 2 ? 1000 + i : 600000 + i);
+    instrument.m_strName = "S" + std::to_string(i);
+    instrument.m_dPrevClose = 10;
+    instrument.m_dVolume = 1e7;
+    inputs.m_instruments.push_back(instrument);
+    basket::SBasketLine& line = named.m_lines.emplace_back();
+    line.m_strMarket = instrument.m_strMarket;
+    line.m_strCode = instrument.m_strCode;
+    line.m_bBuy = i % 3 > 0;
+    line.m_nQuantity = 3000000;
+  }
+  return inputs;
+}
+
+/// Cancels the basket, patches it, works the dialog when it opens, and cancels the patch.
+class CUser : public QObject {
+ public:
+  explicit CUser(QWidget& window) : m_window(window) {
+    m_timer.setInterval(BEAT_MSEC);
+    // Queued: a timer does not go off while its own call has a dialog open.
+    connect(
+        &m_timer, &QTimer::timeout, this, [this] { beat(); }, Qt::QueuedConnection);
+    m_timer.start();
+  }
+
+  bool hasPatched() const { return m_bPatched; }
+
+ private:
+  void beat() {
+    if (auto* dialog = qobject_cast<GV::CCommonDialog*>(QApplication::activeModalWidget())) {
+      if (++m_nLooked % LOOK_BEATS == 0) work(*dialog);
+      return;
+    }
+    ++m_nBeats;
+    if (m_nBeats == 40) click(QStringLiteral("撤销"));
+    if (m_nBeats > 60 && !m_bPatched) click(QStringLiteral("补单"));
+    if (m_bPatched && ++m_nAfter == 60) click(QStringLiteral("撤销"));
+  }
+
+  void click(const QString& text) {
+    auto* panel = m_window.findChild<TC::ITradeDockableWidget*>();
+    GV::CHpfTreeTable& table = *journal::tableOf(*panel);
+    auto* buttons = journal::buttonsOf(table);
+    const auto row = table.rowByPath(QStringLiteral("1"));
+    if (!row) return;
+    for (const GV::STableButton& button : buttons->itemButtons(row->key())) {
+      if (button.text == text && buttons->clickButton(row->key(), button.id)) return;
+    }
+  }
+
+  /// One thing at a time: an entry, a row that is left out, the trade parameters in a dialog of their own, the end.
+  void work(GV::CCommonDialog& dialog) {
+    const GV::SDialogState state = dialog.state();
+    if (state.rows.empty() || state.rows.front().cells.isEmpty()) {
+      EXPECT_EQ(dialog.press(QStringLiteral("保存")), QString());
+      return;
+    }
+    switch (++m_nStep) {
+      case 1:
+        EXPECT_EQ(dialog.edit(state.rows[0].key, QStringLiteral("70050")), QString());
+        EXPECT_EQ(dialog.check(state.rows[1].key, false), QString());
+        return;
+      case 2:
+        EXPECT_EQ(dialog.press(state.buttons[2].text), QString()) << "the order type's button";
+        return;
+      default:
+        EXPECT_EQ(dialog.press(QStringLiteral("选中补单")), QString());
+        m_bPatched = true;
+    }
+  }
+
+  QWidget& m_window;
+  QTimer m_timer;
+  int m_nBeats = 0;
+  int m_nLooked = 0;
+  int m_nStep = 0;
+  int m_nAfter = 0;
+  bool m_bPatched = false;
+};
+
+/// What a session or a replay put out, without log lines, in order; the last dump apart.
+struct SPutOut {
+  explicit SPutOut(const std::string& text) {
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+      json each = json::parse(line);
+      if (each.contains("dump")) {
+        m_dump = std::move(each);
+      } else if (!each.contains("log") && !each.contains("signal")) {
+        m_acts.push_back(std::move(each));
+      }
+    }
+  }
+  json m_dump;
+  std::vector<json> m_acts;  ///< calls and dialogs
+};
+
+class RecordedSession : public testing::TestWithParam<const char*> {};
+
+TEST_P(RecordedSession, ReplayedGivesTheSameTableAndAsksTheSameOfTheHost) {
+  app::SParsedOptions parsed = app::parseOptions(QStringList{"--seconds", "16", "--start", "09:31"} +
+                                                 QString::fromLatin1(GetParam()).split(' ', Qt::SkipEmptyParts));
+  ASSERT_EQ(parsed.m_strError, QString());
+  std::ostringstream out;
+  std::ostringstream record;
+  bool patched = false;
+  {
+    app::CMainWindow window;
+    app::CLiveSession session(parsed.m_options, makeInputs(), &out, &record, nullptr, window, createPanel);
+    CUser user(window);
+    QEventLoop loop;
+    QObject::connect(&session, &app::CLiveSession::sigEnded, &loop, &QEventLoop::quit);
+    window.show();
+    session.start();
+    loop.exec();
+    patched = user.hasPatched();
+  }
+  ASSERT_TRUE(patched);
+  const SPutOut live(out.str());
+  ASSERT_GT(live.m_dump["rows"].size(), SECURITIES / 2u);
+
+  std::ostringstream replayed;
+  std::ostringstream errors;
+  {
+    desk::CDesk desk;
+    desk::CHostServices services(desk, desk::CHostServices::EClock::Manual);
+    services.install();
+    journal::COutput output(replayed);
+    journal::CPlayer player(
+        desk, services, [] { return createPanel(1, nullptr); }, output, errors);
+    std::istringstream in(record.str());
+    ASSERT_EQ(player.play(in, "session"), journal::CPlayer::ExitPlayed) << errors.str();
+  }
+  const SPutOut again(replayed.str());
+  EXPECT_EQ(again.m_acts, live.m_acts);
+  ASSERT_EQ(again.m_dump["rows"].size(), live.m_dump["rows"].size());
+  for (std::size_t row = 0; row < live.m_dump["rows"].size(); ++row) {
+    EXPECT_EQ(again.m_dump["rows"][row], live.m_dump["rows"][row]);
+  }
+  const auto count = [&](const char* call) {
+    return std::count_if(live.m_acts.begin(), live.m_acts.end(),
+                         [call](const json& act) { return act.value("call", "") == call; });
+  };
+  EXPECT_EQ(count("createTask"), 1);
+  EXPECT_EQ(count("queryOrderProcess"), std::string(GetParam()).empty() ? 0 : 1);
+  EXPECT_NE(record.str().find("{\"play\":"), std::string::npos) << "nothing came while the dialog was open";
+}
+
+INSTANTIATE_TEST_SUITE_P(Baskets, RecordedSession, testing::Values("", "--algo twap"));
+
+}  // namespace
