@@ -105,20 +105,23 @@ class CCourse {
         });
   }
 
-  /// After a build and a refresh, so that what a refresh keeps counts too.
+  /// After a build and a refresh, so that what a refresh keeps counts too. What an empty view has (the picture of its
+  /// window, most of all) is no row's.
   void bytes() {
     m_pWatch.reset();
     m_pSubject.reset();
     const double before = heapBytes();
     renew();
+    const double empty = heapBytes();
     stage(m_board.everything());
     m_pSubject->build();
     settle();
     stage(m_board.everything());
     m_pSubject->refresh(m_board.everything());
     settle();
-    m_report.addValue(work::BYTES, m_pSubject->name(), (heapBytes() - before) / m_board.rowCount(),
-                      QStringLiteral("bytes"));
+    const QString unit = QStringLiteral("bytes");
+    m_report.addValue(work::BYTES, m_pSubject->name(), (heapBytes() - empty) / m_board.rowCount(), unit);
+    m_report.addValue(work::EMPTY_BYTES, m_pSubject->name(), empty - before, unit);
   }
 
  private:

@@ -26,6 +26,7 @@ const QString SORT = QStringLiteral("sort by amount");
 const QString EXPORT = QStringLiteral("text export");
 const QString SCROLL = QStringLiteral("20 pages of scrolling");
 const QString BYTES = QStringLiteral("bytes a row");
+const QString EMPTY_BYTES = QStringLiteral("  of the empty view, once");
 }  // namespace work
 
 using SubjectMaker = std::function<std::unique_ptr<ISubject>()>;

@@ -1,5 +1,6 @@
 // Which rows of the status table a filter takes out of sight, and the count of running tasks that goes with the pass.
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "CBasketTask.h"
@@ -23,6 +24,18 @@ int rootStatus(const CTaskBlock& block) {
   if (!task) return shown;
   const boost::unique_lock<boost::recursive_mutex> lock(task->mutex(), boost::try_to_lock);
   return lock.owns_lock() ? task->getRoot()->m_nStatus : shown;
+}
+
+/// Appends the nodes whose flag is set.
+void gather(const RowFlags& flags, const std::vector<int>& nodes, std::vector<int>& out) {
+  std::vector<RowFlags::block_type> words(flags.num_blocks());
+  boost::to_block_range(flags, words.begin());
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    for (RowFlags::block_type word = words[i]; word != 0; word &= word - 1) {
+      const std::size_t row = i * RowFlags::bits_per_block + static_cast<std::size_t>(std::countr_zero(word));
+      out.push_back(nodes[row]);
+    }
+  }
 }
 
 }  // namespace
@@ -109,10 +122,8 @@ void CHpfBasketStatusTable::endUpdate() {
     block->pending = false;
     block->allShown = block->wantHidden.none();
     if (block->hidden == block->wantHidden) continue;
-    const RowFlags changed = block->hidden ^ block->wantHidden;
-    for (auto row = changed.find_first(); row != RowFlags::npos; row = changed.find_next(row)) {
-      (block->wantHidden[row] ? gone : back).push_back(block->nodes[row]);
-    }
+    gather(block->wantHidden - block->hidden, block->nodes, gone);
+    gather(block->hidden - block->wantHidden, block->nodes, back);
     block->hidden = block->wantHidden;
   }
   m_pending.resize(0);

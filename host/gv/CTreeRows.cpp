@@ -202,12 +202,6 @@ bool CTreeRows::reorder(int parent, const std::vector<int>& order) {
   return true;
 }
 
-bool CTreeRows::set(int node, EFlag flag, bool on) {
-  if (has(node, flag) == on) return false;
-  ref(node).flags = static_cast<unsigned char>(at(node).flags ^ flag);
-  return true;
-}
-
 bool CTreeRows::isUnhidden(int node) const {
   for (; node != kTop; node = at(node).parent) {
     if (isOut(node)) return false;

@@ -60,7 +60,11 @@ class CTreeRows {
 
   bool has(int node, EFlag flag) const { return (at(node).flags & flag) != 0; }
   /// False when the flag stood so already.
-  bool set(int node, EFlag flag, bool on);
+  bool set(int node, EFlag flag, bool on) {
+    if (has(node, flag) == on) return false;
+    ref(node).flags = static_cast<unsigned char>(at(node).flags ^ flag);
+    return true;
+  }
   bool isOut(int node) const { return (at(node).flags & (Hidden | Filtered)) != 0; }
   /// Neither the node nor one above it is hidden or filtered out.
   bool isUnhidden(int node) const;
