@@ -203,10 +203,18 @@ void CHpfBasketStatusTable::slotTaskStatus(CBasketTask* task, QString, int statu
   CTaskBlock* block = task ? blockOf(*task) : nullptr;
   if (!block) return;
   // The walks over the patch marks change nothing of their own: for these two the rows are only formed again.
-  if (status != ksservice::ETS_Cancelled && status != ksservice::ETS_Dropped) {
-    block->setRootStatusText(batchStatusToString(status));
-  }
+  if (status == ksservice::ETS_Cancelled || status == ksservice::ETS_Dropped) return canceledTaskDoNext(*task);
+  block->setRootStatusText(batchStatusToString(status));
   dataModel()->rowsChanged(block->nodes.front());
+}
+
+void CHpfBasketStatusTable::canceledTaskDoNext(const CBasketTask& task) {
+  if (const CTaskBlock* block = blockOf(task)) dataModel()->rowsChanged(block->nodes.front());
+}
+
+bool CHpfBasketStatusTable::checkRootTaskItem(const CBasketTask& task, const QString& key) const {
+  const CTaskBlock* block = blockOf(task);
+  return block && !block->nodes.empty() && rowOf(block->nodes.front())->key() == key;
 }
 
 void CHpfBasketStatusTable::onOrderCounts(const QString& key, int reported, int received) {

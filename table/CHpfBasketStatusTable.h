@@ -10,6 +10,8 @@
 #include "gv/CHpfTreeTable.h"
 #include "gv/LongWork.h"
 
+class QMenu;
+
 namespace TC {
 
 class CBasketTask;
@@ -77,6 +79,14 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   /// Refreshes the window of orders when it shows the task's root.
   void updateOrdersWidget(CBasketTask& task);
 
+  /// Whether the task's root row is there under this key.
+  bool checkRootTaskItem(const CBasketTask& task, const QString& key) const;
+  /// After a task was cancelled: its rows are formed again.
+  void canceledTaskDoNext(const CBasketTask& task);
+  /// The prices of a direct patch, for a host that offers one: data of each action is an EPriceType, EPT_LimitUp for
+  /// the limit on the side of the order.
+  QMenu* priceMenu() const { return m_pPriceMenu; }
+
   CHpfBasketOptionDelegate* getTaskOptionDelegate() const { return m_pOptionDelegate; }
   CHpfBasketOrderDelegate* getTaskOrderDelegate() const { return m_pOrderDelegate; }
 
@@ -115,6 +125,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void createUi();
   void createDelegates();
   void createOrdersWidget();
+  void createPriceMenu();
   void onCellClicked(const QString& rowKey, int column);
   void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);
   void followOrders(const CTaskBlock& block);
@@ -152,6 +163,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   CHpfBasketOptionDelegate* m_pOptionDelegate = nullptr;
   CHpfBasketOrderDelegate* m_pOrderDelegate = nullptr;
   CTaskOrdersWidget* m_pOrdersWidget = nullptr;
+  QMenu* m_pPriceMenu = nullptr;
 };
 
 }  // namespace TC

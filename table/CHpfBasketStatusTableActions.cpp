@@ -10,6 +10,7 @@
 #include "CHpfBasketStatusTable.h"
 #include "tc/CStockUnitConfig.h"
 #include "tc/CTaskOrdersWidget.h"
+#include "tc/CUserConfig.h"
 #include "tc/Services.h"
 
 namespace TC {
@@ -37,8 +38,17 @@ void CHpfBasketStatusTable::createUi() {
   setOptions((options() & ~OptionVerticalGrid) | OptionColumnMenu | OptionFlash);
   createDelegates();
   createOrdersWidget();
+  createPriceMenu();
   offerCommands();
   connect(&getStockUnitConfig(), SIGNAL(sigStockUnitChange()), SLOT(slotUpdateStockUnit()));
+}
+
+void CHpfBasketStatusTable::createPriceMenu() {
+  m_pPriceMenu = new QMenu(this);
+  m_pPriceMenu->addAction(QStringLiteral("最新价"))->setData(ksservice::EPT_Latest);
+  m_pPriceMenu->addAction(QStringLiteral("对手价"))->setData(ksservice::EPT_Counterpart);
+  if (!getUserConfig().hasUpStopPrice()) return;
+  m_pPriceMenu->addAction(QStringLiteral("涨跌停价"))->setData(ksservice::EPT_LimitUp);
 }
 
 void CHpfBasketStatusTable::createDelegates() {

@@ -204,7 +204,10 @@ struct CTestHost::SServiceSet {
       const Lock lock(m_host.m_mutex);
       return m_host.m_bRevokeTask;
     }
-    bool hasUpStopPrice() const override { return true; }
+    bool hasUpStopPrice() const override {
+      const Lock lock(m_host.m_mutex);
+      return m_host.m_bUpStopPrice;
+    }
     bool isRawQuantity() const override { return false; }
     bool isQuietActivation() const override {
       const Lock lock(m_host.m_mutex);
@@ -418,6 +421,11 @@ void CTestHost::setTimeZone(const QTimeZone& zone) {
 void CTestHost::setRevokeTask(bool allowed) {
   const Lock lock(m_mutex);
   m_bRevokeTask = allowed;
+}
+
+void CTestHost::setUpStopPrice(bool offered) {
+  const Lock lock(m_mutex);
+  m_bUpStopPrice = offered;
 }
 
 void CTestHost::moveClock(double msec) {

@@ -94,6 +94,8 @@ class CTestHost {
   void setTimeZone(const QTimeZone& zone);
   /// Whether the user may cancel tasks; true at first.
   void setRevokeTask(bool allowed);
+  /// Whether the user is offered the limit price; true at first.
+  void setUpStopPrice(bool offered);
   void moveClock(double msec);
   /// From now on the host's timers wait for the test; until then they go off in real time.
   void holdTimers();
@@ -158,6 +160,7 @@ class CTestHost {
   QTimeZone m_timeZone = QTimeZone::utc();
   double m_dClock = 0;
   bool m_bRevokeTask = true;
+  bool m_bUpStopPrice = true;
   bool m_bHoldTimers = false;
   std::vector<STimer> m_timers;
 

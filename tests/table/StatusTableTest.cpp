@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QHeaderView>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QSignalSpy>
 #include <QTest>
@@ -128,6 +129,28 @@ TEST_F(StatusTable, RowsAreTheNodesOfTheTreeAndKeepTheirState) {
   m_table.applyStaged();
   EXPECT_EQ(rows(), "");
   EXPECT_FALSE(m_table.getDataByKey(m_rootKey));
+}
+
+TEST_F(StatusTable, TheRootOfATaskIsThereUnderItsKeyAlone) {
+  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
+  refresh(m_task);
+  EXPECT_TRUE(m_table.checkRootTaskItem(*m_task, m_rootKey));
+  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_firstRow));
+  m_table.startNewDay();
+  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
+}
+
+TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
+  const auto prices = [](const CHpfBasketStatusTable& table) {
+    QStringList texts;
+    for (const QAction* action : table.priceMenu()->actions()) {
+      texts.append(action->text() + QString::number(action->data().toInt()));
+    }
+    return texts.join(' ').toStdString();
+  };
+  EXPECT_EQ(prices(m_table), "最新价1 对手价14 涨跌停价2");
+  m_host.setUpStopPrice(false);
+  EXPECT_EQ(prices(CHpfBasketStatusTable(2, &m_owner)), "最新价1 对手价14");
 }
 
 TEST_F(StatusTable, AmountChangesAreReadOnce) {
