@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -78,6 +79,8 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--hedge", "IF2612:1:2"}, "option --hedge for its ratio needs a number above 0"},
       {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
       {{"--theme", "pink"}, "option --theme is dark or light"},
+      {{"--algo", "TWAP"}, "option --algo is twap, vwap or pov, not 'TWAP'"},
+      {{"replay", "a", "--config", "b"}, "option --config does not go with replay"},
       {{"--seed", "1", "--seed", "2"}, "option --seed is given twice"},
       {{"--pace", "recorded"}, "option --pace goes only with replay"},
       {{"replay"}, "replay needs a journal file"},
@@ -171,6 +174,34 @@ TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
   const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("b.jsonl")});
   ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
   EXPECT_EQ(end, lastDump(path("b.jsonl")));
+}
+
+TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
+  const QString config = path("view.ini");
+  const QStringList common = {"--headless", "--seconds", "1",     "--speed",  "600",
+                              "--config",   config,      "--out", path("out")};
+  ASSERT_EQ(runTerminal(common).m_nStatus, 0);
+  const std::string param = lastDump(path("out"))["param"];
+  {
+    QSettings kept(config, QSettings::IniFormat);
+    EXPECT_EQ(kept.value("panel/param").toString().toStdString(), param);
+    EXPECT_FALSE(kept.value("window/docks").toByteArray().isEmpty());
+    ASSERT_EQ(param.substr(param.size() - 4), "*0*0");
+    kept.setValue("panel/param", QString::fromStdString(param.substr(0, param.size() - 4) + "*1*2"));
+  }
+  ASSERT_EQ(runTerminal(common + QStringList{"--record", path("journal.jsonl")}).m_nStatus, 0);
+  const nlohmann::json restored = lastDump(path("out"));
+  EXPECT_EQ(restored["filter"], 2);
+  EXPECT_EQ(restored["param"], param.substr(0, param.size() - 4) + "*1*2");
+  EXPECT_EQ(QSettings(config, QSettings::IniFormat).value("panel/param").toString().toStdString(), restored["param"]);
+
+  // What was restored is part of the recording.
+  ASSERT_EQ(runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("replayed")}).m_nStatus, 0);
+  EXPECT_EQ(lastDump(path("replayed")), restored);
+
+  const SResult folder = runTerminal({"--headless", "--seconds", "1", "--config", m_folder.path()});
+  EXPECT_EQ(folder.m_nStatus, 2);
+  EXPECT_EQ(folder.m_strErrors, "cannot read " + m_folder.path() + "\n");
 }
 
 TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {

@@ -163,11 +163,42 @@ TEST(Replay, EndsAtALineThatCannotBeDone) {
        "test.jsonl:7: row '123' does not exist\n"},
       {"{\"kind\":\"open\"}\n{\"kind\":\"user\",\"do\":\"key\",\"keys\":\"Shift+Nonsense\"}\n",
        "test.jsonl:7: 'Shift+Nonsense' is no key\n"},
+      {"{\"kind\":\"serverReply\"}\n", "test.jsonl:6: no operation is unanswered\n"},
+      {"{\"kind\":\"createReply\"}\n", "test.jsonl:6: no creation is unanswered\n"},
+      {"{\"kind\":\"orderProcess\"}\n", "test.jsonl:6: no order-process query is unanswered\n"},
+      {"{\"kind\":\"open\"}\n{\"kind\":\"host\",\"do\":\"patch\",\"row\":\"123\"}\n",
+       "test.jsonl:7: row '123' does not exist\n"},
   };
   for (const auto& each : cases) {
     CReplay replay;
     EXPECT_EQ(replay.play(SETUP + each.lines), 2);
     EXPECT_EQ(replay.errors(), each.fault);
+  }
+}
+
+TEST(Replay, EndsWhereAnActOfADialogCannotBeDone) {
+  std::string cancelled = "{\"kind\":\"open\"}\n" + task(123, 1, "A1", 200, 8) + "{\"kind\":\"refresh\"}\n";
+  cancelled.replace(cancelled.find("\"completed\":false"), 17, "\"completed\":true");
+  const std::string click = "{\"kind\":\"user\",\"do\":\"button\",\"row\":\"123\",\"id\":4}\n";
+  const struct {
+    const char* acts;
+    const char* fault;
+  } cases[] = {
+      {R"([{"press":"补"}])", "dialog \"补单\" has no button \"补\""},
+      {R"([{"press":"新建篮子补单"}])", "button \"新建篮子补单\" of dialog \"补单\" is hidden"},
+      {R"([{"check":"A1/SH.600036买入","on":true}])", "dialog \"补单\" has no check box for row \"A1/SH.600036买入\""},
+      {R"([{"edit":"A2/SH.600000买入","text":"1"}])", "dialog \"补单\" has no editor for row \"A2/SH.600000买入\""},
+      {R"([{"press":"取消"},{"dump":"late"}])", "acts are left that no dialog is open for"},
+  };
+  for (const auto& each : cases) {
+    CReplay replay;
+    const std::string dialog = std::string(R"({"kind":"user","do":"dialog","acts":)") + each.acts + "}\n";
+    EXPECT_EQ(replay.play(SETUP + cancelled + dialog + click + "{\"kind\":\"dump\",\"name\":\"never\"}\n"), 2);
+    EXPECT_EQ(replay.errors(), std::string("test.jsonl:9: ") + each.fault + "\n");
+    EXPECT_TRUE(replay.lines("dump").empty()) << "the journal ends there";
+    const auto dialogs = replay.lines("dialog");
+    ASSERT_EQ(dialogs.size(), 1u);
+    EXPECT_EQ(dialogs[0]["result"], "rejected");
   }
 }
 
