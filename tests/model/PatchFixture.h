@@ -26,6 +26,7 @@ class CPatchTaskTest : public CTaskTest {
     command.m_nBasketType = ksservice::ECBT_Basket;
     host.setCommand(command);
     listen();
+    inDialog([](GV::CCommonDialog& dialog) { dialog.closeByUser(); });
   }
   ~CPatchTaskTest() override {
     GV::CMessageBox::setPresenter({});

@@ -322,6 +322,19 @@ TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
             "dialog A1/SH.600000买入=400 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
 }
 
+TEST_F(CPatchTest, ProgressThatOutrunsTheAnswerCounts) {
+  serverTask();
+  TC::CTaskProgress progress;
+  progress.m_orders.emplace_back();
+  progress.m_orders[0].m_detail.m_strMarket = "SH";
+  progress.m_orders[0].m_detail.m_strCode = "600000";
+  progress.m_orders[0].m_detail.m_nTradedVolume = 420;
+  host.setProgress("123-1", progress);
+  patch();
+  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}, {"SZ.000001", 40}}}}),
+            "dialog A1/SH.600000买入=500 A1/SZ.000001卖出=460\nended T\nstatus T 8 0\n");
+}
+
 TEST_F(CPatchTest, AnswerForATaskThatIsGoneDoesNoHarm) {
   auto passing = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
   DetailPtr made = twoLines();
