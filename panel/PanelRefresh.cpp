@@ -196,8 +196,8 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CT
           SLOT(slotTaskOrder(QString, int, int)), Qt::QueuedConnection);
   connect(task.get(), &CBasketTask::sigShowOperateOrbTaskError, task.get(), &CBasketTask::slotShowOperateOrbTaskError,
           Qt::QueuedConnection);
-  connect(task.get(), SIGNAL(sigPatchCreateTask(QString)), this, SIGNAL(sigPatchCreateTask(QString)),
-          Qt::QueuedConnection);
+  // Direct: it comes on the GUI thread without the mutex, and the host has the lines before the task is dropped.
+  connect(task.get(), SIGNAL(sigPatchCreateTask(QString)), this, SIGNAL(sigPatchCreateTask(QString)));
   if (detail.m_nTaskId >= FIRST_COMMAND_KEYED_TASK) {
     QMetaObject::invokeMethod(
         options, [options, displayId] { options->registerCommandKeyed(displayId); }, Qt::QueuedConnection);
