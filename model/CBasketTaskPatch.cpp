@@ -172,12 +172,12 @@ void CBasketTask::confirmPatch(const QString& key, const OrderProcessMap& finish
     return;
   }
   if (key != m_strKey) return;
+  QStringList leftOut;
+  const std::vector<CCodeOrderParam> offered = offer(finished, leftOut);
   if (!answersAll(finished)) {
     failQuery();
     return;
   }
-  QStringList leftOut;
-  const std::vector<CCodeOrderParam> offered = offer(finished, leftOut);
   if (offered.empty()) {
     tell(QStringLiteral("可补单量为0"));
     logInfo(this, function, "task %1% patch quantity is 0", m_nGroupId);

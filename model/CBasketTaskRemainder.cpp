@@ -109,12 +109,13 @@ LineVolumes CBasketTask::takenVolumes(const OrderProcessMap& finished) const {
   return taken;
 }
 
-/// Whether the answer speaks of every server task of this task and its patches.
+/// Whether the answer speaks of every server task of this task and its patches; one that has filled whole needs none.
 bool CBasketTask::answersAll(const OrderProcessMap& finished) const {
   const Lock lock(m_mutex);
   for (const DetailMap* details : {&m_mapDetails, &m_mapPatchDetails}) {
     for (const CTaskDetailPtr& detail : *details) {
-      if (detail->m_bServerTask && !answerOf(finished, *detail)) return false;
+      const bool open = detail->m_bServerTask && detail->m_nStatus != ksservice::ETS_Finished;
+      if (open && !answerOf(finished, *detail)) return false;
     }
   }
   return true;

@@ -1,4 +1,5 @@
 /// A patch from the click to the task that is sent, and every reason for which nothing is sent.
+#include <algorithm>
 #include <thread>
 
 #include "PatchFixture.h"
@@ -303,8 +304,25 @@ TEST_F(CPatchTest, AQueryThatFailsStartsNoPatch) {
             (Log{back, "QueryOrderProcess KSError no route", number, failed}));
   EXPECT_EQ(ask(data, {}, R"({"x":1})"), (Log{back, "QueryOrderProcess BoError { \"x\" : 1 }", number, failed}));
   EXPECT_EQ(ask({}, {}, "{}"), (Log{back, "QueryOrderProcess data.size == 0", failed}));
-  EXPECT_EQ(ask({{"999-1", {{"SH.600000", 300}}}}, {}, "{}").back(), failed) << "it does not speak of the task";
+  const Log foreign = ask({{"999-1", {{"SH.600000", 300}}}}, {}, "{}");
+  EXPECT_EQ(foreign.back(), failed) << "it does not speak of the task";
+  EXPECT_EQ(std::count(foreign.begin(), foreign.end(), "patch calc cannot get taskdetail"), 2) << "once for each row";
   EXPECT_TRUE(host.takeCreations().empty());
+}
+
+TEST_F(CPatchTest, AServerTaskThatHasFilledWholeNeedsNoAnswer) {
+  serverTask();
+  DetailPtr filled = detail(2);
+  filled->m_bServerTask = true;
+  filled->m_nStatus = ETS_Finished;
+  filled->m_params = {sellLine(700)};
+  update(filled);
+  patch();
+  takeEvents();
+  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}}}}),
+            "dialog A1/SH.600000买入=700 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
+  patch();
+  EXPECT_EQ(answer({{"123-2", {}}}), refuse(queryFailed)) << "what the other has traded is not known";
 }
 
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
