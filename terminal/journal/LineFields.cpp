@@ -312,7 +312,7 @@ void fields(Archive& a, SUserLine& line) {
       return;
     case EUserAct::Event:
       a.required("event", line.m_nEvent);
-      a.required("id", line.m_nId);
+      a.optional("id", line.m_nId);
       a.optional("text", line.m_strText);
       return a.optional("task", line.m_nTask);
     case EUserAct::Dialog:

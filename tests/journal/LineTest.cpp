@@ -144,6 +144,10 @@ TEST(TaskLine, KeepsTheTypeThatTheCommandCentreKnows) {
   EXPECT_EQ(toPublication(parseAs<STaskLine>(start + ",\"type\":4}}"), desk).m_pDetail->m_pCommand->m_nType, 4);
 }
 
+TEST(UserLine, AnEventThatIsNoButtonsNeedsNoButton) {
+  EXPECT_EQ(parseAs<SUserLine>(R"({"kind":"user","do":"event","event":1196,"text":"k"})").m_nId, 0);
+}
+
 TEST(QuoteLine, CalculationAndOrderPriceDefaultToTheLast) {
   const TC::CQuote quote =
       toQuote(parseAs<SQuoteLine>(R"({"kind":"quote","market":"SH","code":"1","last":10,"calc":9.5})")).m_quote;
