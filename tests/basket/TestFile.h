@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -12,7 +13,8 @@
 
 class CTestFile {
  public:
-  explicit CTestFile(const std::string& bytes) : m_strPath("/tmp/basket-test-XXXXXX") {
+  explicit CTestFile(const std::string& bytes)
+      : m_strPath(std::filesystem::temp_directory_path() / "basket-test-XXXXXX") {
     const int handle = mkstemp(m_strPath.data());
     if (handle >= 0) close(handle);
     std::ofstream(m_strPath, std::ios::binary) << bytes;

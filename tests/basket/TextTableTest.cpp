@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "TestFile.h"
 
 using namespace basket;
@@ -96,10 +98,11 @@ TEST(TextTable, TellsNoMoreFaultsThanCanBeReadAndReadsNoDirectory) {
   std::string source = "code,name\n";
   for (int i = 0; i < 100; ++i) source += "1\n";
   EXPECT_EQ(SRead(source).m_faults.size(), CFaults::MOST);
-  for (const char* path : {"/tmp", "/nowhere/at all.csv"}) {
+  for (const std::string& path :
+       {std::filesystem::temp_directory_path().string(), std::string("/nowhere/at all.csv")}) {
     CFaults faults(path);
     readTextTable(path, COLUMNS, faults);
-    EXPECT_EQ(faults.take().at(0).toString(), std::string(path) + ": cannot be read");
+    EXPECT_EQ(faults.take().at(0).toString(), path + ": cannot be read");
   }
 }
 
