@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCoreApplication>
+#include <mutex>
 #include <sstream>
 
 #include "TaskFixture.h"
@@ -51,9 +52,14 @@ class CPatchTaskTest : public CTaskTest {
   /// What was announced, shown and told since the last call, in order, one item a line.
   std::string takeEvents() {
     QCoreApplication::processEvents();
+    const std::lock_guard<std::mutex> lock(m_eventsMutex);
     return std::exchange(m_events, {});
   }
-  void say(const std::string& text) { m_events += text + "\n"; }
+  /// Any thread.
+  void say(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(m_eventsMutex);
+    m_events += text + "\n";
+  }
 
   /// The host's calls since the last call: "local 123@A1", "server 123-1", "pause 123@A1", "hedge stop 123".
   std::string takeSends() {
@@ -164,5 +170,6 @@ class CPatchTaskTest : public CTaskTest {
     });
   }
 
+  std::mutex m_eventsMutex;
   std::string m_events;
 };
