@@ -52,8 +52,8 @@ class CAlgoTask : public CSubTask {
     std::int64_t m_nVolumeBefore = -1;  ///< of the market, when the schedule began; -1: it has not
   };
   struct SChild {
-    int m_nLine;
-    int m_nSlice;
+    int m_nLine = 0;
+    int m_nSlice = 0;
     bool m_bCancelling = false;
   };
 

@@ -346,6 +346,9 @@ void CSafetyDay::work(GV::CCommonDialog& dialog) {
   if (chance(m_random, 25)) {
     step();
     if (chance(m_random, 60)) refresh();
+    // No click can reach the panel now; a script's event could, and must not patch a task a second time.
+    QString key = QStringLiteral("组合任务") + QString::number(anyBasket());
+    if (chance(m_random, 40)) m_market.panel().handleEvent(1140, PATCH_CODE, 0, key, &key);
   }
   if (dialog.isOpen()) endDialog(dialog);
   m_open.erase(&dialog);
