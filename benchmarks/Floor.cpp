@@ -82,7 +82,7 @@ class CFloor : public ISubject {
   /// The cells of a page, formatted into one buffer.
   void formatPage(int page) override {
     m_page.clear();
-    const std::size_t first = static_cast<std::size_t>(page * PAGE_ROWS);
+    const std::size_t first = static_cast<std::size_t>(page) * PAGE_ROWS;
     const std::size_t end = std::min(m_shown.size(), first + PAGE_ROWS);
     for (std::size_t i = first; i < end; ++i) {
       const TC::CHpfBasketStatusData data = m_board.rows(m_shown[i].task).data(m_shown[i].row);
@@ -114,6 +114,7 @@ class CFloor : public ISubject {
 
   std::vector<SKey> roots() const {
     std::vector<SKey> keys;
+    keys.reserve(static_cast<std::size_t>(m_board.taskCount()));
     for (int task = 0; task < m_board.taskCount(); ++task) {
       keys.push_back({m_board.rows(task).figures().front().tradedAmount, task, 0});
     }
@@ -123,6 +124,7 @@ class CFloor : public ISubject {
   std::vector<SKey> children(int task) const {
     std::vector<SKey> keys;
     const auto& figures = m_board.rows(task).figures();
+    keys.reserve(figures.size());
     for (std::size_t row = 1; row < figures.size(); ++row) {
       keys.push_back({figures[row].tradedAmount, task, static_cast<int>(row)});
     }

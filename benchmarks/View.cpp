@@ -21,7 +21,7 @@ CPaintWatch::CPaintWatch(QAbstractScrollArea& view) : m_view(view) {
   settle();
 }
 
-void CPaintWatch::settle() {
+void CPaintWatch::settle() const {
   const int before = m_nPaints;
   for (int round = 0; round < MAX_ROUNDS; ++round) {
     QCoreApplication::processEvents();

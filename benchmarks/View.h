@@ -18,7 +18,7 @@ class CPaintWatch : public QObject {
 
   /// Runs what is pending on the GUI thread until the view has painted. Ends the program when it never does: then no
   /// figure would mean anything.
-  void settle();
+  void settle() const;
   void repaint();
   void scrollTo(int page);
   int paints() const { return m_nPaints; }

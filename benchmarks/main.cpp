@@ -104,7 +104,7 @@ class CBench {
     finish(report, judge(report));
   }
 
-  void runPeers(CBoard& board, CLimit& limit, CReport& report) {
+  void runPeers(CBoard& board, CLimit& limit, CReport& report) const {
     runWorks([&] { return makeStandardItemPeer(board, limit, true); }, board, limit, RUNS, report);
     runWorks([&] { return makeTreeWidgetPeer(board, limit); }, board, limit, RUNS, report);
     if (m_options.quick) return;

@@ -1,5 +1,6 @@
 // QTreeWidget with rows of one height, filled while no signal leaves it.
 #include <QTreeWidget>
+#include <numeric>
 
 #include "BasketColumns.h"
 #include "Subject.h"
@@ -91,8 +92,8 @@ class CTreeWidgetPeer : public ISubject {
  private:
   QTreeWidgetItem* makeTask(int task) {
     static const std::vector<int> all = [] {
-      std::vector<int> columns;
-      for (int column = 0; column < TC::EBC_Count; ++column) columns.push_back(column);
+      std::vector<int> columns(TC::EBC_Count);
+      std::iota(columns.begin(), columns.end(), 0);
       return columns;
     }();
     const TC::CTaskBlock& block = m_board.rows(task);

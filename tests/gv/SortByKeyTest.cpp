@@ -52,12 +52,13 @@ bool isBefore(const SRow& a, const SRow& b, bool descending) {
 
 std::vector<int> sortedRanks(const std::vector<SRow>& rows, bool descending) {
   std::vector<GV::SSortKey> keys;
+  keys.reserve(rows.size());
   for (const SRow& row : rows) {
     keys.push_back({GV::figureKey(row.figure, descending), GV::ownOrderKey(row.order, row.rank), row.rank});
   }
   GV::sortByKey(keys);
-  std::vector<int> ranks;
-  for (const GV::SSortKey& key : keys) ranks.push_back(key.node);
+  std::vector<int> ranks(keys.size());
+  std::transform(keys.begin(), keys.end(), ranks.begin(), [](const GV::SSortKey& key) { return key.node; });
   return ranks;
 }
 
@@ -72,8 +73,8 @@ TEST(SortByKey, SortsAsComparingWould) {
         const std::vector<int> ranks = sortedRanks(rows, descending);
         std::sort(rows.begin(), rows.end(),
                   [descending](const SRow& a, const SRow& b) { return isBefore(a, b, descending); });
-        std::vector<int> expected;
-        for (const SRow& row : rows) expected.push_back(row.rank);
+        std::vector<int> expected(rows.size());
+        std::transform(rows.begin(), rows.end(), expected.begin(), [](const SRow& row) { return row.rank; });
         ASSERT_EQ(ranks, expected) << count << (figures ? " figures" : " alike") << (descending ? " descending" : "");
       }
     }
