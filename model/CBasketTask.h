@@ -166,8 +166,9 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   unsigned shapeVersion() const { return m_nShapeVersion; }
 
  Q_SIGNALS:
-  /// Tree key, status, order type of a node.
-  void sigTaskStatus(QString treeKey, int status, int orderType);
+  /// Name, status, order type of a node: the root by its tree key, every other node by its key, since the rows of two
+  /// accounts share their tree keys.
+  void sigTaskStatus(QString name, int status, int orderType);
   /// Tree key and the two order counts of a node.
   void sigTaskOrder(QString treeKey, int orderCount, int orderCount2);
   void sigPatchTask(QString key, bool ok);

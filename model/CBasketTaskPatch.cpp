@@ -295,7 +295,7 @@ void CBasketTask::releaseRows(const LineVolumes& lines) {
     for (CBasketTaskItem* item : *rows) {
       if (!item->m_bPatching || lines.count(patchLine(*item, rows.key())) == 0) continue;
       item->m_bPatching = false;
-      Q_EMIT sigTaskStatus(item->m_strHpfTreeKey, EHBTS_PatchFailed, item->m_nOrderType);
+      Q_EMIT sigTaskStatus(item->m_strKey, EHBTS_PatchFailed, item->m_nOrderType);
     }
   }
 }

@@ -231,7 +231,7 @@ void CBasketTask::announcePatch(const CTaskDetail& detail) {
     // The root is announced with the row's order type, not its own: that is intended.
     if (endsUnfilled(detail)) {
       item.m_bPatching = false;
-      Q_EMIT sigTaskStatus(item.m_strHpfTreeKey, EHBTS_PatchFailed, item.m_nOrderType);
+      Q_EMIT sigTaskStatus(item.m_strKey, EHBTS_PatchFailed, item.m_nOrderType);
       if (!allEnded) continue;
       m_pRoot->m_bPatching = false;
       Q_EMIT sigTaskStatus(rootKey, EHBTS_PatchFailed, item.m_nOrderType);

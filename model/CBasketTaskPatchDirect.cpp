@@ -145,19 +145,19 @@ bool CBasketTask::patchRow(CBasketTaskItem& item, const AccountPtr& account, int
 
 /// Nothing is ordered of the row; tells the user why, unless the message is empty. Always false.
 bool CBasketTask::failRow(CBasketTaskItem& item, const QString& message) {
-  QString treeKey;
+  QString key;
   QString name;
   int orderType = 0;
   {
     const Lock lock(m_mutex);
     item.m_bPatching = false;
-    treeKey = item.m_strHpfTreeKey;
+    key = item.m_strKey;
     orderType = item.m_nOrderType;
     name = QString::fromStdString(item.m_strAccountKey) + QLatin1Char('/') + item.m_strStockKey +
            ksservice::operationText(item.m_vecOperations.value(0, ksservice::EOT_None));
   }
   if (!message.isEmpty()) getMsgService().showMsg(message + QLatin1Char(' ') + name, EMK_TaskError);
-  Q_EMIT sigTaskStatus(treeKey, EHBTS_PatchFailed, orderType);
+  Q_EMIT sigTaskStatus(key, EHBTS_PatchFailed, orderType);
   return false;
 }
 

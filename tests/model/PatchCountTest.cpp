@@ -147,12 +147,12 @@ TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfil
   EXPECT_EQ(deliver(buyPatch(124, ETS_Running, 800, 0)), "status T 10000 13\nstatus T 3 0\n");
   EXPECT_TRUE(root.m_bPatching);
   row("SH.600000买入").m_bPatching = true;
-  EXPECT_EQ(deliver(buyPatch(125, ETS_Cancelled, 100, 0)), "status T00000001 10001 13\nstatus T 3 0\n")
+  EXPECT_EQ(deliver(buyPatch(125, ETS_Cancelled, 100, 0)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 3 0\n")
       << "another patch still runs";
   EXPECT_FALSE(row("SH.600000买入").m_bPatching);
   EXPECT_TRUE(root.m_bPatching);
   EXPECT_EQ(deliver(buyPatch(124, ETS_ExecutionError, 800, 100)),
-            "status T00000001 10001 13\nstatus T 10001 13\nstatus T 8 0\n");
+            "status 组合任务123-SH.600000买入 10001 13\nstatus T 10001 13\nstatus T 8 0\n");
   EXPECT_FALSE(root.m_bPatching);
   EXPECT_EQ(deliver(buyPatch(126, ETS_Finished, 100, 100)), "status T 8 0\n") << "nothing ended unfilled";
   EXPECT_EQ(deliver(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";

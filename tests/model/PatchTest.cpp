@@ -538,7 +538,7 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   EXPECT_TRUE(row("SH.600000买入").m_bPatching);
   EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 14:9.9\n");
   EXPECT_FALSE(row("SH.600000买入").m_bPatching);
-  EXPECT_EQ(takeEvents(), "status T00000001 10001 0\nbox 补单|gone\nended T\nstatus T 8 0\n");
+  EXPECT_EQ(takeEvents(), "status 组合任务123-SH.600000买入 10001 0\nbox 补单|gone\nended T\nstatus T 8 0\n");
   for (const QString& key : {QString(), task.getKey()}) {
     task.patch(key, 0);
     EXPECT_EQ(takeEvents(), "status T 10000 0\nstatus T 10000 0\n");
@@ -553,11 +553,22 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";
 }
 
+TEST_F(CDirectPatchTest, RowsOfTwoAccountsAreToldApart) {
+  update(cancelled(200, 500));
+  DetailPtr other = detail(2);
+  other->m_params = {param(secondAccount, "SH", "600000", EOT_Buy, 1000, 10)};
+  other->m_nStatus = ETS_Cancelled;
+  update(other);
+  takeEvents();
+  task.patch(row("SH.600000买入", "A2").m_strKey, 0);
+  EXPECT_EQ(takeEvents(), "status 组合任务123-1002-SH.600000买入 10001 0\n") << "no stored order setting";
+}
+
 TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   update(cancelled(950, 500));
   takeEvents();
   const QString key = row("SH.600000买入").m_strKey;
-  const std::string failed = "status T00000001 10001 0\n";
+  const std::string failed = "status 组合任务123-SH.600000买入 10001 0\n";
   task.patch(key, 14);
   EXPECT_EQ(messages(), "可补单量为0 A1/SH.600000买入\n");
   EXPECT_EQ(takeEvents(), failed);
