@@ -34,14 +34,16 @@ struct SOptions {
   bool quick = false;
   bool tableOnly = false;
   int feedSeconds = 0;  ///< 0: the whole bench, with a feed of its own length
+  int feedRowsPerTask = FEED_ROWS_PER_TASK;
 };
 
 /// False, and said on standard error, for a command line that makes no sense.
 bool parse(const QStringList& arguments, SOptions& options) {
   QCommandLineParser parser;
   parser.addHelpOption();
-  parser.addOption({QStringLiteral("rows"), QStringLiteral("Rows of the board, 300 to a task."), QStringLiteral("N"),
-                    QString::number(DEFAULT_ROWS)});
+  parser.addOption({QStringLiteral("rows"),
+                    QStringLiteral("Rows of the board, 300 to a task; with --feed rows of its 1000 tasks."),
+                    QStringLiteral("N"), QString::number(DEFAULT_ROWS)});
   parser.addOption(
       {QStringLiteral("json"), QStringLiteral("Writes the results to a file too."), QStringLiteral("FILE")});
   parser.addOption(
@@ -60,6 +62,7 @@ bool parse(const QStringList& arguments, SOptions& options) {
     QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
     return false;
   }
+  if (parser.isSet(QStringLiteral("rows"))) options.feedRowsPerTask = std::max(1, options.rows / FEED_TASKS);
   options.feedSeconds = parser.value(QStringLiteral("feed")).toInt(&ok);
   if (ok && options.feedSeconds >= 0) return true;
   QTextStream(stderr) << "basket-bench: --feed must be a number of seconds\n";
@@ -71,14 +74,14 @@ class CBench {
   explicit CBench(const SOptions& options) : m_options(options) {}
 
   bool run() {
-    if (m_options.feedSeconds > 0) return runFeeds(m_options.feedSeconds) && writeJson();
+    if (m_options.feedSeconds > 0) return runFeeds(m_options.feedSeconds, m_options.feedRowsPerTask) && writeJson();
     const int rows = m_options.quick ? m_options.rows / GROWTH : m_options.rows;
     const int tasks = std::max(1, rows / ROWS_PER_TASK);
     if (!m_options.quick && !m_options.tableOnly && tasks >= GROWTH) runTables(tasks / GROWTH);
     runTables(tasks);
     if (m_options.tableOnly) return writeJson();
     runModels(tasks);
-    const bool current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS);
+    const bool current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS, FEED_ROWS_PER_TASK);
     return writeJson() && current;
   }
 
@@ -128,16 +131,16 @@ class CBench {
   }
 
   /// False when the screen fell behind the feed.
-  bool runFeeds(int seconds) {
+  bool runFeeds(int seconds, int rowsPerTask) {
     desk::CDesk desk;
     desk::CHostServices services(desk, desk::CHostServices::EClock::Live);
     services.install();
-    const CLoad load(desk, {FEED_TASKS, FEED_ROWS_PER_TASK, 1});
+    const CLoad load(desk, {FEED_TASKS, rowsPerTask, 1});
     CReport report;
     report.setTitle(QStringLiteral("200,000 details a second from four threads for %1 s; %2 tasks of %3 rows")
                         .arg(seconds)
                         .arg(FEED_TASKS)
-                        .arg(FEED_ROWS_PER_TASK));
+                        .arg(rowsPerTask));
     const bool current = runFeed(load, seconds, report);
     finish(report, QString());
     return current;
