@@ -84,7 +84,7 @@ void CBaseHighPerformanceTable::setBaseModel(IBaseHpfTableModel* model) {
 void CBaseHighPerformanceTable::applyColumnSettings() {
   for (int column = 0; column < m_pModel->columnCount(); ++column) {
     m_pHeader->resizeSection(column, m_pModel->column(column).width);
-    m_pHeader->setSectionHidden(column, !m_pModel->column(column).visible);
+    setColumnVisible(column, m_pModel->column(column).visible);
   }
 }
 
@@ -292,7 +292,9 @@ void CBaseHighPerformanceTable::setColumnStatEnable(int column, bool on) {
   if (m_pModel != nullptr) m_pModel->setColumnStatEnable(column, on);
 }
 
+// A header tells the width of a hidden section to nobody.
 void CBaseHighPerformanceTable::setColumnVisible(int column, bool visible) {
+  if (!visible && isColumnVisible(column)) m_hiddenWidths[column] = m_pHeader->sectionSize(column);
   m_pHeader->setSectionHidden(column, !visible);
   updateScrollBars();
   scheduleUpdate();

@@ -3,6 +3,7 @@
 
 #include <QAbstractScrollArea>
 #include <QElapsedTimer>
+#include <QHash>
 #include <QPointer>
 #include <QSet>
 #include <QTimer>
@@ -208,6 +209,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   int m_nPressedColumn = -1;
   bool m_bPressTaken = false;
   int m_nSortColumn = -1;
+  QHash<int, int> m_hiddenWidths;  ///< of hidden columns, from when they were hidden
 
   QHash<QPair<const void*, int>, SFlash> m_flashes;
   QElapsedTimer m_flashClock;

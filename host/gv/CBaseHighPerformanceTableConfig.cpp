@@ -44,9 +44,8 @@ QString CBaseHighPerformanceTable::saveConfigStr() const {
   for (int visual = 0; visual < m_pHeader->count(); ++visual) {
     const int column = m_pHeader->logicalIndex(visual);
     const bool hidden = m_pHeader->isSectionHidden(column);
-    const_cast<QHeaderView*>(m_pHeader)->setSectionHidden(column, false);
-    columns.append(QStringLiteral("%1:%2:%3").arg(column).arg(m_pHeader->sectionSize(column)).arg(hidden ? 1 : 0));
-    const_cast<QHeaderView*>(m_pHeader)->setSectionHidden(column, hidden);
+    const int width = hidden ? m_hiddenWidths.value(column) : m_pHeader->sectionSize(column);
+    columns.append(QStringLiteral("%1:%2:%3").arg(column).arg(width).arg(hidden ? 1 : 0));
   }
   const bool descending = m_pHeader->property("sortDescending").toBool();
   return QStringLiteral("1|%1|%2:%3").arg(columns.join(QLatin1Char(','))).arg(m_nSortColumn).arg(descending ? 1 : 0);
@@ -63,9 +62,9 @@ bool CBaseHighPerformanceTable::restoreConfigStr(const QString& text) {
   int visual = 0;
   for (const SColumnConfig& config : configs) {
     m_pHeader->moveSection(m_pHeader->visualIndex(config.column), visual++);
-    m_pHeader->setSectionHidden(config.column, false);
+    setColumnVisible(config.column, true);
     m_pHeader->resizeSection(config.column, config.width);
-    m_pHeader->setSectionHidden(config.column, config.hidden);
+    setColumnVisible(config.column, !config.hidden);
   }
   sortByColumn(sort[0], sort[1] == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
   return true;

@@ -2,6 +2,7 @@
 
 #include <QHeaderView>
 #include <QPainter>
+#include <QtMath>
 
 #include "gv/CBaseHighPerformanceTable.h"
 #include "gv/CTextRuns.h"
@@ -11,6 +12,7 @@ namespace GV {
 
 namespace {
 constexpr int kMinInterval = 40;  // milliseconds between two paints
+constexpr int MARGIN = 4;
 }  // namespace
 
 CStatisticsLine::CStatisticsLine(CBaseHighPerformanceTable* table) : QWidget(table), m_pTable(table) {
@@ -34,6 +36,20 @@ QString CStatisticsLine::text(int column) const {
   return formatDoubleNumber(model->statistic(column), 2, 0, false, QString());
 }
 
+// A sum has more digits than the cells above it: a cut total would be a wrong one, so it reaches beyond its column.
+QRect CStatisticsLine::sumRect(int column, int alignment, double textWidth) const {
+  const QHeaderView* header = m_pTable->header();
+  QRect cell(header->sectionViewportPosition(column), 0, header->sectionSize(column), height());
+  const int missing = qCeil(textWidth) + 1 + 2 * MARGIN - cell.width();
+  if (missing <= 0) return cell;
+  if ((alignment & Qt::AlignRight) != 0) {
+    cell.setLeft(cell.left() - missing);
+  } else {
+    cell.setRight(cell.right() + missing);
+  }
+  return cell;
+}
+
 void CStatisticsLine::paintEvent(QPaintEvent* /*event*/) {
   m_sincePaint.start();
   QPainter painter(this);
@@ -50,9 +66,10 @@ void CStatisticsLine::paintEvent(QPaintEvent* /*event*/) {
   for (int column = 0; column < header->count(); ++column) {
     const QString sum = header->isSectionHidden(column) ? QString() : text(column);
     if (sum.isEmpty()) continue;
-    const QRect cell(header->sectionViewportPosition(column), 0, header->sectionSize(column), height());
+    const int alignment = m_pTable->baseModel()->column(column).alignment;
+    const QRect cell = sumRect(column, alignment, font.width(sum));
     painter.fillRect(cell.adjusted(0, 1, 0, 0), *CUiResource::getColor(QStringLiteral("clr_header_background")));
-    sums.add(cell.adjusted(4, 0, -4, 0), m_pTable->baseModel()->column(column).alignment, sum, font,
+    sums.add(cell.adjusted(MARGIN, 0, -MARGIN, 0), alignment, sum, font,
              *CUiResource::getColor(QStringLiteral("clr_text_default")));
   }
   sums.draw(painter);

@@ -24,6 +24,8 @@ class CStatisticsLine : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  QRect sumRect(int column, int alignment, double textWidth) const;
+
   CBaseHighPerformanceTable* m_pTable;
   QTimer m_timer;
   QElapsedTimer m_sincePaint;

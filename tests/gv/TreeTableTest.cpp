@@ -2,6 +2,7 @@
 #include <QMenu>
 
 #include "TableFixture.h"
+#include "gv/CStatisticsLine.h"
 
 namespace {
 
@@ -136,7 +137,10 @@ TEST_F(TreeTable, ConfigurationStringRoundTrips) {
   m_table.header()->resizeSection(1, 133);
   m_table.setColumnVisible(3, false);
   m_table.sortByColumn(2, Qt::DescendingOrder);
+  int resized = 0;
+  QObject::connect(m_table.header(), &QHeaderView::sectionResized, [&resized] { ++resized; });
   const QString saved = m_table.saveConfigStr();
+  EXPECT_EQ(resized, 0) << "who saves on every change of a column would save for ever";
   EXPECT_FALSE(saved.contains(QLatin1Char('/')) || saved.contains(QLatin1Char('*')));
 
   RecordingTable other;
@@ -226,4 +230,17 @@ TEST_F(TreeTable, AdjustsColumnsToWhatShows) {
   row("r1").m_dValue = 1.0;
   row("r55").m_dValue = 123456789012.0;
   EXPECT_EQ(m_table.getAdjustVisibleRowsColumnWidth(2), before) << "a row off screen does not count";
+}
+
+TEST_F(TreeTable, PaintsASumWholeInANarrowColumn) {
+  row("r1").m_dValue = 123456789012.0;
+  m_table.setColumnStatEnable(2, true);
+  auto* line = m_table.findChild<GV::CStatisticsLine*>();
+  ASSERT_NE(line, nullptr);
+  const auto paint = [&](int before, int width) {
+    m_table.header()->resizeSection(1, before);
+    m_table.header()->resizeSection(2, width);
+    return line->grab().toImage();
+  };
+  EXPECT_EQ(paint(270, 30), paint(100, 200)) << "both columns end at the same place";
 }
