@@ -33,9 +33,7 @@ constexpr int WARM_UP_SECONDS = 60;  ///< memory is compared from then on in a l
 
 const QString PANEL = QStringLiteral("panel");
 
-double microseconds(Clock::duration duration) {
-  return std::chrono::duration<double, std::micro>(duration).count();
-}
+double microseconds(Clock::duration duration) { return std::chrono::duration<double, std::micro>(duration).count(); }
 
 double residentMegabytes() {
   std::ifstream statm("/proc/self/statm");

@@ -10,8 +10,8 @@
 
 namespace desk {
 
-/// Values by instrument, found by market and code, by the market's exchange short code and code, or by an empty market and
-/// the code. A look-up builds no text. Not thread-safe.
+/// Values by instrument, found by market and code, by the market's exchange short code and code, or by an empty market
+/// and the code. A look-up builds no text. Not thread-safe.
 template <typename Value>
 class CInstrumentMap {
  public:
