@@ -23,7 +23,7 @@ using ksservice::CTaskOpRecord;
 namespace {
 
 boost::shared_ptr<CTaskOpRecord> makeRecord(int operation) {
-  const auto record = boost::make_shared<CTaskOpRecord>();
+  auto record = boost::make_shared<CTaskOpRecord>();
   record->m_nOperation = operation;
   record->m_nTime = getTimeService().currentTime();
   record->m_strOperator = getUserConfig().userName();
@@ -32,7 +32,7 @@ boost::shared_ptr<CTaskOpRecord> makeRecord(int operation) {
 
 /// A record whose remark says who ended the task.
 boost::shared_ptr<CTaskOpRecord> makeEndRecord(int operation) {
-  const auto record = makeRecord(operation);
+  auto record = makeRecord(operation);
   record->m_strRemark = record->m_strOperator + "终止任务";
   return record;
 }

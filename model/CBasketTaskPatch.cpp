@@ -293,7 +293,7 @@ void CBasketTask::slotPatchCreateFailed(int creation, QString message) {
 void CBasketTask::releaseRows(const LineVolumes& lines) {
   for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
     for (CBasketTaskItem* item : *rows) {
-      if (!item->m_bPatching || lines.count(patchLine(*item, rows.key())) == 0) continue;
+      if (!item->m_bPatching || !lines.contains(patchLine(*item, rows.key()))) continue;
       item->m_bPatching = false;
       Q_EMIT sigTaskStatus(item->m_strKey, EHBTS_PatchFailed, item->m_nOrderType);
     }

@@ -87,7 +87,7 @@ SPatchSource CBasketTask::sourceOf(const CTaskDetail& detail, const OrderProcess
   SPatchSource source{detail};
   source.maySend = !hasEnded(detail.m_nStatus);
   if (!detail.m_bServerTask) return source;
-  source.maySend = source.maySend || m_runningWhenAsked.count(CTaskHelper::genServerTaskKey(detail)) > 0;
+  source.maySend = source.maySend || m_runningWhenAsked.contains(CTaskHelper::genServerTaskKey(detail));
   source.progress = getTradeClient().getTaskProgress(detail.getKey());
   source.answer = answerOf(finished, detail);
   return source;
@@ -103,7 +103,7 @@ LineVolumes CBasketTask::takenVolumes(const OrderProcessMap& finished) const {
     source.account = ELineAccount::First;
     // A patch that came by the way of a task's own details has raised the target by what it repeats.
     if (isPatch(*detail)) addVolumes(taken, plannedVolumes(detail->m_params, ELineAccount::First));
-    if (patches.count(detail->getKey()) == 0) addVolumes(taken, TC::takenVolumes(source));
+    if (!patches.contains(detail->getKey())) addVolumes(taken, TC::takenVolumes(source));
   }
   for (const auto& patch : patches) addVolumes(taken, TC::takenVolumes(sourceOf(*patch.second, finished)));
   return taken;

@@ -11,6 +11,12 @@
 
 /// A task whose signals, message boxes and dialogs are written down as they come, and what the host was asked for.
 class CPatchTaskTest : public CTaskTest {
+ public:
+  ~CPatchTaskTest() override {
+    GV::CMessageBox::setPresenter({});
+    GV::CCommonDialog::setExecHook({});
+  }
+
  protected:
   using Numbers = std::map<std::string, int>;
   using Answer = TC::OrderProcessMap;
@@ -28,10 +34,6 @@ class CPatchTaskTest : public CTaskTest {
     host.setCommand(command);
     listen();
     inDialog([](GV::CCommonDialog& dialog) { dialog.closeByUser(); });
-  }
-  ~CPatchTaskTest() override {
-    GV::CMessageBox::setPresenter({});
-    GV::CCommonDialog::setExecHook({});
   }
 
   void instrument(const std::string& market, const std::string& code, int unit, std::vector<int> types = {}) {

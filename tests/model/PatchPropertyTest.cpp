@@ -119,22 +119,22 @@ class CPatchPropertyTest : public CPatchTaskTest, public testing::WithParamInter
     m_heard[made->getKey()] = made;
   }
 
-  void publish(const SJob& job, const SWorkingOrder& order, CTaskDetail& made, TC::CTaskProgress& progress) {
-    const SLine& line = LINES[order.line];
+  void publish(const SJob& job, const SWorkingOrder& working, CTaskDetail& made, TC::CTaskProgress& progress) {
+    const SLine& line = LINES[working.line];
     if (!job.server) {
-      OrderPtr known = this->order(order.key, "SH", line.code, line.operation, order.volume, order.traded, 0);
-      known->m_bCompleted = order.done;
-      known->m_dTradedAmount = order.traded * 10;
+      OrderPtr known = order(working.key, "SH", line.code, line.operation, working.volume, working.traded, 0);
+      known->m_bCompleted = working.done;
+      known->m_dTradedAmount = working.traded * 10;
       made.m_orders.push_back(known);
       return;
     }
     TC::CProgressOrder entry;
     entry.m_strMapKey = accountOf(job)->m_strDisplayId;
-    entry.m_nParamIndex = static_cast<int>(std::distance(job.planned.begin(), job.planned.find(order.line)));
+    entry.m_nParamIndex = static_cast<int>(std::distance(job.planned.begin(), job.planned.find(working.line)));
     entry.m_detail.m_strMarket = "SH";
     entry.m_detail.m_strCode = line.code;
-    entry.m_detail.m_nTradedVolume = order.traded;
-    entry.m_detail.m_dTradedAmount = order.traded * 10;
+    entry.m_detail.m_nTradedVolume = working.traded;
+    entry.m_detail.m_dTradedAmount = working.traded * 10;
     progress.m_orders.push_back(entry);
   }
 
@@ -165,7 +165,7 @@ class CPatchPropertyTest : public CPatchTaskTest, public testing::WithParamInter
   /// Answers progress queries: rightly, with numbers from now or from when they were asked, with a task left out, or
   /// not at all.
   void answer(bool all) {
-    for (auto& query : host.takeQueries()) m_queries.push_back({query, numbers(query.tasks)});
+    for (auto& query : host.takeQueries()) m_queries.emplace_back(query, numbers(query.tasks));
     std::vector<std::pair<test::CTestHost::SQuery, Answer>> later;
     for (auto& [query, before] : m_queries) {
       const int how = all ? 0 : pick(8);

@@ -38,8 +38,8 @@ namespace test {
 class CTestHost {
  public:
   struct SHedgeCall {
-    int group;
-    int command;
+    int group = 0;
+    int command = 0;
     ksservice::CBasketHedgeParam param;
   };
   enum class ECall { OperateLocal, PauseLocal, ResumeLocal, OperateServer, PauseHedge, StopHedge };
