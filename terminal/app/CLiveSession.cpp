@@ -206,6 +206,7 @@ void CLiveSession::showClock() {
 
 /// The engine has ended: what it delivered is in the panel's caches. One refresh more shows it all.
 void CLiveSession::finish() {
+  if (std::exchange(m_bFinished, true)) return;
   m_clockTimer.stop();
   m_pThread->stop();
   settle();

@@ -33,9 +33,11 @@ class CLiveSession : public QObject {
 
   /// Starts the exchange's clock.
   void start();
+  /// Stops the exchange, shows and writes what it delivered last. Once; for a user who closes the window too.
+  void finish();
 
  Q_SIGNALS:
-  /// The time that the options give is over and everything is written.
+  /// The session is over and everything is written.
   void sigEnded();
 
  private:
@@ -44,11 +46,10 @@ class CLiveSession : public QObject {
   void makeThread();
   void startBaskets(const SInputs& inputs);
   void restoreState();
-  void openNewBasket(const QString& lines);
+  void openNewBasket(const QString& text);
   void startNewBasket(const SNewBasket& basket);
   void measureFeed();
   void showClock();
-  void finish();
   void settle();
 
   const SOptions m_options;
@@ -65,6 +66,7 @@ class CLiveSession : public QObject {
   CEngineDriver m_driver{[this](CEngineDriver::Operation operation) { m_pThread->post(std::move(operation)); }};
   AccountList m_accounts;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
+  bool m_bFinished = false;
   QTimer m_clockTimer;
   QElapsedTimer m_feedClock;
   std::uint64_t m_nMeasuredDetails = 0;

@@ -108,6 +108,7 @@ int runLive(const app::SOptions& options, std::ostream* out, app::CMainWindow& w
   window.show();
   session.start();
   QApplication::exec();
+  session.finish();
   return status;
 }
 
