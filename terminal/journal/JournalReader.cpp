@@ -35,7 +35,7 @@ class CContext {
   std::string checkBody(const SHedgeParamLine& line) { return checkAccount(line.m_param.m_strAccount); }
   std::string checkBody(const SHostLine& line) {
     const bool named = line.m_eAct == EHostAct::RequestAccount;
-    return named && !m_accounts.count(line.m_strAccount) ? undeclared(line.m_strAccount) : std::string();
+    return named && !m_accounts.contains(line.m_strAccount) ? undeclared(line.m_strAccount) : std::string();
   }
   template <typename Other>
   std::string checkBody(const Other&) {
@@ -44,7 +44,7 @@ class CContext {
 
   /// No account is allowed where an account may be named.
   std::string checkAccount(const std::string& key) const {
-    return key.empty() || m_accounts.count(key) ? std::string() : undeclared(key);
+    return key.empty() || m_accounts.contains(key) ? std::string() : undeclared(key);
   }
 
   static std::string undeclared(const std::string& key) { return "account '" + key + "' was not declared"; }

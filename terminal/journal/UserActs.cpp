@@ -127,7 +127,7 @@ void performUserAct(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   static const std::set<EUserAct> MOUSE_ACTS = {EUserAct::Button, EUserAct::DoubleClick, EUserAct::Click,
                                                 EUserAct::Expand, EUserAct::Collapse};
   const GV::CHpfTreeTable* table = tableOf(panel);
-  if (table && table->isUiLocked() && MOUSE_ACTS.count(line.m_eAct) > 0) return;
+  if (table && table->isUiLocked() && MOUSE_ACTS.contains(line.m_eAct)) return;
   PERFORMERS.at(line.m_eAct)(panel, line);
 }
 

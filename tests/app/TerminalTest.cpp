@@ -64,7 +64,7 @@ class Terminal : public testing::Test {
 TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
   const struct {
     QStringList m_arguments;
-    const char* m_pError;
+    const char* m_pError = nullptr;
   } cases[] = {
       {{"--sedes", "1"}, "sedes"},
       {{"--seconds"}, "seconds"},

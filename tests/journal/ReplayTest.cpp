@@ -192,8 +192,9 @@ TEST(Replay, EndsWhereAnActOfADialogCannotBeDone) {
   };
   for (const auto& each : cases) {
     CReplay replay;
-    const std::string dialog = std::string(R"({"kind":"user","do":"dialog","acts":)") + each.acts + "}\n";
-    EXPECT_EQ(replay.play(SETUP + cancelled + dialog + click + "{\"kind\":\"dump\",\"name\":\"never\"}\n"), 2);
+    std::string journal = SETUP + cancelled;
+    journal.append(R"({"kind":"user","do":"dialog","acts":)").append(each.acts).append("}\n").append(click);
+    EXPECT_EQ(replay.play(journal.append("{\"kind\":\"dump\",\"name\":\"never\"}\n")), 2);
     EXPECT_EQ(replay.errors(), std::string("test.jsonl:9: ") + each.fault + "\n");
     EXPECT_TRUE(replay.lines("dump").empty()) << "the journal ends there";
     const auto dialogs = replay.lines("dialog");
