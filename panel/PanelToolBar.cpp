@@ -204,12 +204,10 @@ void CBasketTasksPanel::updateOrders(const QString& key) {
   }
 }
 
-void CBasketTasksPanel::onFoldAll(bool) {
-  for (const auto& task : tasks()) m_pTable->expandItem(task->getKey(), false);
-}
+void CBasketTasksPanel::onFoldAll(bool) { m_pTable->expandItems(tasks().keys(), false); }
 
 void CBasketTasksPanel::onExpandAll(bool) {
-  for (const auto& task : tasks()) m_pTable->expandItem(task->getKey(), true);
+  m_pTable->expandItems(tasks().keys(), true);
   updateTable(m_nFilter, false);
 }
 

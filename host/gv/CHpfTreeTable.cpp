@@ -98,6 +98,11 @@ void CHpfTreeTable::expandItem(const QString& key, bool expand) {
   if (node != CTreeRows::kNone) m_pTreeModel->setExpanded(node, expand);
 }
 
+void CHpfTreeTable::expandItems(const QStringList& keys, bool expand) {
+  const CModelBatch batch(*m_pTreeModel);
+  for (const QString& key : keys) expandItem(key, expand);
+}
+
 bool CHpfTreeTable::isExpanded(const QString& key) const {
   const int node = m_pTreeModel->find(key);
   return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Expanded);

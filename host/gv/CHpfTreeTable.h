@@ -38,6 +38,8 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void showItemNoRecursive(const QString& key, bool expand);
   void hideItem(const QString& key, bool hide);
   void expandItem(const QString& key, bool expand);
+  /// The same for many rows, as one change of what shows. Unknown keys are passed over.
+  void expandItems(const QStringList& keys, bool expand);
   void expandAll(bool expand) { m_pTreeModel->setAllExpanded(expand); }
   bool isExpanded(const QString& key) const;
   /// Whether the row itself is hidden, whatever is above it.
