@@ -72,6 +72,17 @@ void flatten(const CBasketTaskItem& node, int parent, int depth, std::vector<SNo
   for (const CBasketTaskItem* child : node.m_children) flatten(*child, index, depth + 1, out);
 }
 
+/// shown: the figures of the same rows that were staged last, null when the rows are new.
+std::vector<SRowFigures> figuresOf(const std::vector<SNode>& nodes, const FiguresPtr& shown) {
+  std::vector<SRowFigures> figures;
+  figures.reserve(nodes.size());
+  for (const SNode& node : nodes) {
+    figures.push_back(figuresOf(*node.item));
+    if (shown) keepTimes((*shown)[figures.size() - 1], figures.back());
+  }
+  return figures;
+}
+
 std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>& nodes, CSharedTexts& shared) {
   std::vector<SRowShape> shape;
   shape.reserve(nodes.size());
@@ -222,12 +233,7 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
     last.hedgeRow = hedgeRowOf(*last.shape);
   }
 
-  auto figures = std::make_shared<std::vector<SRowFigures>>();
-  figures->reserve(nodes.size());
-  for (const SNode& node : nodes) {
-    figures->push_back(figuresOf(*node.item));
-    if (sameShape) keepTimes((*last.figures)[figures->size() - 1], figures->back());
-  }
+  auto figures = std::make_shared<std::vector<SRowFigures>>(figuresOf(nodes, sameShape ? last.figures : nullptr));
   if (!sameShape || !sameTexts(nodes, *last.shape, *last.texts)) {
     staged.texts = last.texts =
         std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, *last.shape, m_sharedTexts));

@@ -27,7 +27,7 @@ inline ksservice::CTaskDetailPtr update(const TaskPtr& task, int number, const s
   const auto account = makeAccount(accountKey, displayId);
   for (const auto& [code, volume] : traded) {
     addParam(*detail, account, code, 1000, 10);
-    if (volume > 0) addOrder(*detail, accountKey + "-" + code, code, 1000, volume, 10);
+    if (volume > 0) addOrder(*detail, std::string(accountKey).append("-").append(code), code, 1000, volume, 10);
   }
   task->updateDetail(detail);
   return detail;
