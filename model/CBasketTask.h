@@ -295,14 +295,14 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   SPatchSource sourceOf(const ksservice::CTaskDetail& detail, const OrderProcessMap& finished) const;
   LineVolumes takenVolumes(const OrderProcessMap& finished) const;
   bool answersAll(const OrderProcessMap& finished) const;
-  int remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
-                const LineVolumes& taken) const;
+  long long remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
+                      const LineVolumes& taken) const;
   void appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<ksservice::CCodeOrderParam>& out,
                        QStringList& leftOut, const QString& accountKey, const OrderProcessMap& finished,
                        const LineVolumes& taken);
   static std::optional<ksservice::CCodeOrderParam> patchParam(const CBasketTaskItem& item, const AccountPtr& account,
                                                               int volume);
-  static std::optional<int> inLots(const CBasketTaskItem& item, int remainder);
+  static std::optional<int> inLots(const CBasketTaskItem& item, long long remainder);
   std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished, QStringList& leftOut);
   bool stillFits(const std::vector<ksservice::CCodeOrderParam>& params, const OrderProcessMap& finished);
 

@@ -1,4 +1,6 @@
 /// How a detail becomes rows, and rows a tree.
+#include <QSet>
+
 #include "RefreshRun.h"
 #include "TaskKeys.h"
 #include "ksservice/Operations.h"
@@ -33,6 +35,14 @@ void hangRows(const QMap<QString, CBasketTaskItem*>& rows, CBasketTaskItem* pare
     (*row)->m_pParent = nullptr;
     parent->addChild(*row);
   }
+}
+
+/// Of two accounts of a side that share a display identifier, the later one's key holds its account key too.
+QString accountNodeKey(const QString& displayId, const QString& accountKey, QSet<QString>& taken) {
+  QString key = displayId;
+  while (taken.contains(key)) key += QLatin1Char('@') + accountKey;
+  taken.insert(key);
+  return key;
 }
 
 }  // namespace
@@ -109,7 +119,7 @@ void CBasketTask::addRows(const SRefresh& run) {
 void CBasketTask::addParam(const SRefresh& run, const CCodeOrderParam& param, QMap<QString, CBasketTaskItem*>& rows) {
   const QString rowKey = rowKeyOf(param);
   if (CBasketTaskItem* row = rows.value(rowKey)) {
-    row->m_nTotalVolume += param.m_nVolume;
+    row->addTarget(param);
     if (const auto& command = run.detail.m_pCommand) {
       row->setCommandId(command->m_nCommandId);
       row->m_strCommandText = QString::fromStdString(command->m_strText);
@@ -128,7 +138,8 @@ CBasketTaskItem* CBasketTask::makeRow(const SAccount& account, const QString& ro
   auto row = std::make_unique<CBasketTaskItem>(
       QString::fromStdString(stock.m_strMarket + stock.m_strCode), rowKey, account.displayId,
       QString::fromStdString(utils::mavStockKey(stock.m_strMarket, stock.m_strCode)),
-      QString::fromStdString(stock.m_strMarket), account.name, param.m_nVolume);
+      QString::fromStdString(stock.m_strMarket), account.name, 0);
+  row->addTarget(param);
   row->m_vecOperations.append(param.m_nOperation);
   row->m_strAccountKey = account.key.toStdString();
   return m_ledger.addRow(std::move(row)).item.get();
@@ -169,15 +180,15 @@ void CBasketTask::hangSide(const RowMap& side, const QString& name, bool multiTy
   if (multiType) {
     parent = hangNode(parent, std::make_unique<CBasketTaskItem>(name, name, none, none, none, none, 0), nodes);
   }
+  QSet<QString> taken;
   for (auto rows = side.cbegin(); rows != side.cend(); ++rows) {
     if (rows->isEmpty()) continue;
     const SAccount account = accountOfRows(rows.key(), *rows->first());
     CBasketTaskItem* node = parent;
     if (side.size() > 1) {
+      const QString key = accountNodeKey(account.displayId, rows.key(), taken);
       node = hangNode(
-          parent,
-          std::make_unique<CBasketTaskItem>(account.displayId, account.displayId, none, none, none, account.name, 0),
-          nodes);
+          parent, std::make_unique<CBasketTaskItem>(account.displayId, key, none, none, none, account.name, 0), nodes);
       node->m_strAccountKey = account.key.toStdString();
     } else if (multiType) {
       node->m_strAccounts = account.displayId;

@@ -80,14 +80,13 @@ double CBasketTask::targetAmount(SLedgerRow& row, const CCodeOrderParam& param) 
 
   const bool marketPrice = info && ksservice::isSupportMarketPrice(*info, param.m_nPriceType);
   const double price = marketPrice ? ksservice::CPriceDataHelper::getPriceForCalc(market, code) : param.m_dPrice;
-  if (isZero(price) && param.m_nVolume >= 1) {
+  const int volume = setVolume(param);
+  if (isZero(price) && volume >= 1) {
     utils::logInfo(this, "CBasketTask::updateDetail", "basket panel total money error");
   }
-  if (info && ksservice::StockTypeCenter::isTypedStock(*info, ksservice::STOCK_TYPE_BY_HUNDRED)) {
-    return param.m_nVolume * 100.0;
-  }
+  if (info && ksservice::StockTypeCenter::isTypedStock(*info, ksservice::STOCK_TYPE_BY_HUNDRED)) return volume * 100.0;
   const double multiplier = info && !info->m_bSpecial ? info->m_dMultiplier : 1;
-  return param.m_nVolume * price * multiplier;
+  return volume * price * multiplier;
 }
 
 QString CBasketTask::algoRemark(const CTaskDetail& detail) const {

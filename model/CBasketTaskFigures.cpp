@@ -1,5 +1,6 @@
 /// The sums up the tree, and the root's status, times and keys.
 #include <boost/make_shared.hpp>
+#include <iterator>
 
 #include "CBasketTask.h"
 #include "ksservice/Helpers.h"
@@ -16,10 +17,16 @@ namespace {
 
 /// What an inner node sums up from its children.
 constexpr int CBasketTaskItem::*SUMMED_COUNTS[] = {
-    &CBasketTaskItem::m_nTotalVolume,     &CBasketTaskItem::m_nFinishedVolume,  &CBasketTaskItem::m_nOrderCount,
-    &CBasketTaskItem::m_nOrderCount2,     &CBasketTaskItem::m_nTradedVolume,    &CBasketTaskItem::m_nCurOrderCount,
-    &CBasketTaskItem::m_nCurOrderCount2,  &CBasketTaskItem::m_nPatchVolume,     &CBasketTaskItem::m_nCanceledCount,
-    &CBasketTaskItem::m_nPatchOrderCount, &CBasketTaskItem::m_nPatchOrderCount2};
+    &CBasketTaskItem::m_nOrderCount,      &CBasketTaskItem::m_nOrderCount2,   &CBasketTaskItem::m_nCurOrderCount,
+    &CBasketTaskItem::m_nCurOrderCount2,  &CBasketTaskItem::m_nCanceledCount, &CBasketTaskItem::m_nPatchOrderCount,
+    &CBasketTaskItem::m_nPatchOrderCount2};
+constexpr struct {
+  int CBasketTaskItem::*member;
+  CWideVolume CBasketTaskItem::*sum;
+} SUMMED_VOLUMES[] = {{&CBasketTaskItem::m_nTotalVolume, &CBasketTaskItem::m_total},
+                      {&CBasketTaskItem::m_nFinishedVolume, &CBasketTaskItem::m_finished},
+                      {&CBasketTaskItem::m_nTradedVolume, &CBasketTaskItem::m_traded},
+                      {&CBasketTaskItem::m_nPatchVolume, &CBasketTaskItem::m_patched}};
 constexpr double CBasketTaskItem::*SUMMED_AMOUNTS[] = {&CBasketTaskItem::m_dTradedAmount,
                                                        &CBasketTaskItem::m_dTotalAmount, &CBasketTaskItem::m_dCurAmount,
                                                        &CBasketTaskItem::m_dPatchAmount};
@@ -27,9 +34,18 @@ constexpr double CBasketTaskItem::*SUMMED_AMOUNTS[] = {&CBasketTaskItem::m_dTrad
 void sumChildren(CBasketTaskItem& node) {
   for (const auto member : SUMMED_COUNTS) node.*member = 0;
   for (const auto member : SUMMED_AMOUNTS) node.*member = 0;
+  long long volumes[std::size(SUMMED_VOLUMES)] = {};
+  node.m_bUnset = false;
   for (const CBasketTaskItem* child : qAsConst(node.m_children)) {
     for (const auto member : SUMMED_COUNTS) node.*member += child->*member;
     for (const auto member : SUMMED_AMOUNTS) node.*member += child->*member;
+    for (std::size_t i = 0; i < std::size(SUMMED_VOLUMES); ++i) {
+      volumes[i] += (child->*SUMMED_VOLUMES[i].sum).of(child->*SUMMED_VOLUMES[i].member);
+    }
+    node.m_bUnset = node.m_bUnset || child->m_bUnset;
+  }
+  for (std::size_t i = 0; i < std::size(SUMMED_VOLUMES); ++i) {
+    node.*SUMMED_VOLUMES[i].member = (node.*SUMMED_VOLUMES[i].sum).set(volumes[i]);
   }
 }
 
@@ -63,7 +79,7 @@ SStatusFacts CBasketTask::statusFacts(const DetailMap& details) const {
   facts.hedgeEnabled = m_hedgeParam.m_bEnabled;
   if (m_pHedgeItem) {
     facts.hasHedgeRow = true;
-    facts.hedgeRowFinished = m_pHedgeItem->finished();
+    facts.hedgeRowFinished = m_pHedgeItem->isFilled();
     facts.hedgeRowStatus = m_pHedgeItem->m_nStatus;
   }
   facts.hedgeState = getBasketHedgeManager().status(m_nGroupId);
@@ -104,7 +120,7 @@ void CBasketTask::updateEndTime(const CTaskDetail& detail) {
 
 void CBasketTask::updateRootStatus(const boost::shared_ptr<CTaskDetail>& d) {
   m_pRoot->m_nStatus = derivedRootStatus();
-  if (!m_pRoot->finished()) return;
+  if (!m_pRoot->isFilled()) return;
   // Everything is traded: that is the end of the task, whatever its details and its hedge say.
   m_pRoot->m_nStatus = ksservice::ETS_Finished;
   if (d->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*d);

@@ -51,7 +51,7 @@ double hedgeAmount(const CBasketTaskItem& row, int volume) {
 
 /// Adds an order's figures and shows the order under the row.
 void addHedgeOrder(CBasketTaskItem& row, ksservice::COrderInfoPtr order) {
-  row.m_nTradedVolume += order->m_nTradedVolume;
+  row.m_nTradedVolume = row.m_traded.set(row.m_traded.of(row.m_nTradedVolume) + order->m_nTradedVolume);
   row.m_dCurAmount += order->m_dTradedAmount;
   ++row.m_nCurOrderCount;
   if (const auto orderDetail = COrderDetailHelper::getOrderDetailByMavTag(order->m_tag)) {
@@ -64,7 +64,8 @@ void addHedgeOrder(CBasketTaskItem& row, ksservice::COrderInfoPtr order) {
 }
 
 void settleHedgeRow(CBasketTaskItem& row) {
-  row.m_nFinishedVolume = row.m_nPatchVolume + row.m_nTradedVolume;
+  row.m_nFinishedVolume =
+      row.m_finished.set(row.m_patched.of(row.m_nPatchVolume) + row.m_traded.of(row.m_nTradedVolume));
   // Without the patches' amount, other than on every other row: that is intended.
   row.m_dTradedAmount = row.m_dCurAmount;
   row.m_nOrderCount = row.m_nPatchOrderCount + row.m_nCurOrderCount;
@@ -94,7 +95,7 @@ void CBasketTask::setHedgeParam(const CBasketHedgeParam& p, bool start) {
 void CBasketTask::updateHedge(boost::shared_ptr<CTaskDetail>& d) {
   const Lock lock(m_mutex);
   if (!updateHedgeCnt(d)) return;
-  if (m_pHedgeItem->m_nFinishedVolume == m_pHedgeItem->m_nTotalVolume) m_pHedgeItem->m_strRemark.clear();
+  if (m_pHedgeItem->finishedVolume() == m_pHedgeItem->totalVolume()) m_pHedgeItem->m_strRemark.clear();
   if (m_bHedgeAmountPending) {
     m_pHedgeItem->m_dTotalAmount = hedgeAmount(*m_pHedgeItem, m_pHedgeItem->m_nTotalVolume);
     m_bHedgeAmountPending = false;
@@ -103,7 +104,7 @@ void CBasketTask::updateHedge(boost::shared_ptr<CTaskDetail>& d) {
   // The root's key, not its tree key: that is intended.
   Q_EMIT sigTaskOrder(m_pRoot->m_strKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
   m_pRoot->m_nStatus = derivedRootStatus();
-  if (m_pRoot->finished()) m_pRoot->m_nStatus = ksservice::ETS_Finished;
+  if (m_pRoot->isFilled()) m_pRoot->m_nStatus = ksservice::ETS_Finished;
   updateEndTime(*d);
   Q_EMIT sigTaskStatus(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nStatus, m_pRoot->m_nOrderType);
 }
@@ -126,8 +127,8 @@ void CBasketTask::addHedgeRow(const CTaskDetail& d) {
   const QString rowKey = getTreeItemKey(param);
   const QString code = QString::fromStdString(param.m_stock.m_strCode);
   auto row = std::make_unique<CBasketTaskItem>(code, rowKey, account.displayId, code,
-                                               QString::fromStdString(param.m_stock.m_strMarket), account.name,
-                                               param.m_nVolume);
+                                               QString::fromStdString(param.m_stock.m_strMarket), account.name, 0);
+  row->addTarget(param);
   row->m_vecOperations.append(param.m_nOperation);
   row->m_strAccountKey = account.key.toStdString();
   row->m_bHedge = true;
@@ -160,12 +161,13 @@ void CBasketTask::countHedge() {
 void CBasketTask::updateHedgeVolume(int volume) {
   const Lock lock(m_mutex);
   if (!m_hedgeParam.m_bEnabled || !m_pHedgeItem || m_pHedgeItem->m_nTotalVolume >= volume) return;
-  m_pHedgeItem->m_nTotalVolume = volume;
+  m_pHedgeItem->m_nTotalVolume = m_pHedgeItem->m_total.set(volume);
+  m_pHedgeItem->m_bUnset = false;
   m_pHedgeItem->m_dTotalAmount = hedgeAmount(*m_pHedgeItem, volume);
   recursiveUpdate(m_pRoot.get());
   if (!m_hedgeParam.m_bHandedOver) return;
   const int unfinished = m_pHedgeItem->m_bPatching ? EHBTS_Patching : EHBTS_PatchFailed;
-  const int shown = m_pHedgeItem->finished() ? EHBTS_PatchFinished : unfinished;
+  const int shown = m_pHedgeItem->isFilled() ? EHBTS_PatchFinished : unfinished;
   Q_EMIT sigTaskStatus(m_pHedgeItem->m_strKey, shown, m_pHedgeItem->m_nOrderType);
 }
 

@@ -1,6 +1,21 @@
 #include "CBasketTaskItem.h"
 
+#include <algorithm>
+#include <limits>
+
+#include "TaskRules.h"
+
 namespace TC {
+
+int CWideVolume::held(long long volume) {
+  using Limits = std::numeric_limits<int>;
+  return static_cast<int>(std::clamp<long long>(volume, Limits::min(), Limits::max()));
+}
+
+int CWideVolume::set(long long volume) {
+  m_nVolume = volume;
+  return held(volume);
+}
 
 CBasketTaskItem::CBasketTaskItem(const QString& name, const QString& key, const QString& accounts,
                                  const QString& stockKey, const QString& market, const QString& accountName,
@@ -37,6 +52,11 @@ void CBasketTaskItem::addChild(CBasketTaskItem* c) {
   if (!c) return;
   c->setParent(this);
   m_children.append(c);
+}
+
+void CBasketTaskItem::addTarget(const ksservice::CCodeOrderParam& param) {
+  m_nTotalVolume = m_total.set(totalVolume() + setVolume(param));
+  m_bUnset = m_bUnset || param.m_nVolume == ksservice::UNSET_INT;
 }
 
 CBasketTaskItem* CBasketTaskItem::childAt(int i) const {

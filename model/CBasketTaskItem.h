@@ -10,9 +10,24 @@
 #include <vector>
 
 #include "ksservice/COrderInfo.h"
+#include "ksservice/CTaskDetail.h"
 #include "ksservice/Enumerations.h"
 
 namespace TC {
+
+/// A sum of volumes that may be beyond 32 bits, behind a member that cannot be.
+class CWideVolume {
+ public:
+  /// The nearest value that the member can hold.
+  static int held(long long volume);
+  /// Stores a sum and gives what the member is to hold.
+  int set(long long volume);
+  /// The sum, unless the member was given another value since.
+  long long of(int member) const { return held(m_nVolume) == member ? m_nVolume : member; }
+
+ private:
+  long long m_nVolume = 0;
+};
 
 /// One node of the tree by which a basket task is shown: root, group, account, instrument row or hedge row.
 ///
@@ -51,7 +66,17 @@ class CBasketTaskItem {
   CBasketTaskItem* find(const QString& key);
   /// Whether the finished volume has reached the target; always true for a target of 0.
   bool finished() const { return m_nFinishedVolume >= m_nTotalVolume; }
+  /// The same by the sums in 64 bits; never for a node with an unset target.
+  bool isFilled() const { return !m_bUnset && finishedVolume() >= totalVolume(); }
+  /// Whether some of the target is left; never for a node with an unset target.
+  bool hasRemainder() const { return !m_bUnset && finishedVolume() < totalVolume(); }
   bool isHedge() const { return m_bHedge; }
+  /// Target and finished volume in 64 bits: the sums, where the members are held at the edge of 32 bits, else the
+  /// members. Of a node with an unset target the total is what its other parameters are to trade.
+  long long totalVolume() const { return m_total.of(m_nTotalVolume); }
+  long long finishedVolume() const { return m_finished.of(m_nFinishedVolume); }
+  /// Raises the target by what one more parameter is to trade.
+  void addTarget(const ksservice::CCodeOrderParam& param);
   /// Stores an order under its key, in place of an earlier one with that key. Null is ignored.
   void insertOrder(boost::shared_ptr<ksservice::COrderInfo>& o);
   /// Appends the orders of the leaves below, or the node's own where it is a leaf, each in key order.
@@ -105,6 +130,11 @@ class CBasketTaskItem {
   QMap<std::string, boost::shared_ptr<ksservice::COrderInfo>> m_mapOrders;  ///< by order key
   QString m_strHpfTreeKey;      ///< the task's name for the node's row in the tree table; see CBasketTask
   std::string m_strAccountKey;  ///< key of the account of an account node or row; display ids are not unique
+  CWideVolume m_total;          ///< the sum behind m_nTotalVolume
+  CWideVolume m_finished;       ///< the sum behind m_nFinishedVolume
+  CWideVolume m_traded;         ///< the sum behind m_nTradedVolume
+  CWideVolume m_patched;        ///< the sum behind m_nPatchVolume
+  bool m_bUnset = false;        ///< a parameter that falls on the node has no volume: it has no remainder
 };
 
 }  // namespace TC

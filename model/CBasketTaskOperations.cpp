@@ -107,7 +107,8 @@ void CBasketTask::cancel(QString text) {
 /// Compared are volumes: everything but what the hedge was to trade.
 bool CBasketTask::onlyHedgeUnfinished() const {
   const Lock lock(m_mutex);
-  return m_pHedgeItem && m_pRoot->m_nFinishedVolume >= m_pRoot->m_nTotalVolume - m_pHedgeItem->m_nTotalVolume;
+  if (!m_pHedgeItem || m_pRoot->m_bUnset) return false;
+  return m_pRoot->finishedVolume() >= m_pRoot->totalVolume() - m_pHedgeItem->totalVolume();
 }
 
 void CBasketTask::pause(QString /*text*/) {

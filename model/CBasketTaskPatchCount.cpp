@@ -226,7 +226,7 @@ void CBasketTask::announcePatch(const CTaskDetail& detail) {
   const QString rootKey = m_pRoot->m_strHpfTreeKey;
   for (const CCodeOrderParam& param : detail.m_params) {
     const SLedgerRow* row = patchRowOf(param);
-    if (!row || row->item->finished()) continue;
+    if (!row || row->item->isFilled()) continue;
     CBasketTaskItem& item = *row->item;
     // The root is announced with the row's order type, not its own: that is intended.
     if (endsUnfilled(detail)) {
@@ -268,7 +268,7 @@ int CBasketTask::derivedRootStatus() {
   if (m_mapPatchDetails.isEmpty() || !statusFacts(m_mapDetails).allEnded) return own;
   const ksservice::ETaskStatus patches = patchTaskStatus();
   if (patches != ksservice::ETS_Finished) return patches;
-  return m_pRoot->finished() ? ksservice::ETS_Finished : ksservice::ETS_Cancelled;
+  return m_pRoot->isFilled() ? ksservice::ETS_Finished : ksservice::ETS_Cancelled;
 }
 
 /// Sets the root's status as its patch tasks have it; true when instead the whole task is to be dropped, since nothing
@@ -279,7 +279,7 @@ bool CBasketTask::settleByPatches() {
     m_pRoot->m_nStatus = ksservice::ETS_Dropped;  // its patches do not bring a dropped task back
   } else if (patches != ksservice::ETS_Finished) {
     m_pRoot->m_nStatus = patches;
-  } else if (m_pRoot->finished()) {
+  } else if (m_pRoot->isFilled()) {
     m_pRoot->m_nStatus = ksservice::ETS_Finished;
   } else if (onlyHedgeUnfinished()) {
     return true;
@@ -298,7 +298,7 @@ void CBasketTask::settlePatches(const CTaskDetail* detail) {
     const Lock lock(m_mutex);
     dropped = settleByPatches();
     settled = m_pRoot->m_nStatus;
-    finished = m_pRoot->finished();
+    finished = m_pRoot->isFilled();
     if (finished) m_pRoot->m_nStatus = ksservice::ETS_Finished;
     if (finished && detail) updateEndTime(*detail);
   }

@@ -63,7 +63,7 @@ void CBasketTask::patchOne(const QString& key, int priceType) {
     const Lock lock(m_mutex);
     for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend() && !item; ++rows) {
       for (CBasketTaskItem* row : *rows) {
-        if (row->m_strKey != key || row->m_bPatching || row->finished()) continue;
+        if (row->m_strKey != key || row->m_bPatching || !row->hasRemainder()) continue;
         item = row;
         account = getUserConfig().getAccountData(rows.key().toStdString());
         break;
@@ -88,7 +88,7 @@ void CBasketTask::patchAll(int priceType) {
       if (!account) continue;
       accounts.emplace_back(account, std::vector<CBasketTaskItem*>());
       for (CBasketTaskItem* row : *rows) {
-        if (!row->finished()) accounts.back().second.push_back(row);
+        if (row->hasRemainder()) accounts.back().second.push_back(row);
       }
     }
   }
@@ -115,8 +115,8 @@ bool CBasketTask::patchRow(CBasketTaskItem& item, const AccountPtr& account, int
   std::optional<int> volume;
   {
     const Lock lock(m_mutex);
-    const int done = ksservice::CTaskHelper::getFinishedOrderNum(item.m_mapOrders);
-    const int available = remainder(item, QString::fromStdString(account->getKey()), done, taken);
+    const long long done = ksservice::CTaskHelper::getFinishedOrderNum(item.m_mapOrders);
+    const long long available = remainder(item, QString::fromStdString(account->getKey()), done, taken);
     utils::logInfo(this, "CBasketTask::patch",
                    "stk: cmd = %1%, task = %2%, patch Finished order num = %3%,patch num = %4%", m_nCommandId,
                    m_nGroupId, done, available);

@@ -123,12 +123,12 @@ bool CBasketTask::answersAll(const OrderProcessMap& finished) const {
 
 /// What is left of the row's target; below 0 when more than that was traded. counted: what its orders and the answer
 /// say; where what is known of the details says more, that counts.
-int CBasketTask::remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
-                           const LineVolumes& taken) const {
+long long CBasketTask::remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
+                                 const LineVolumes& taken) const {
+  if (item.m_bUnset) return 0;
   const auto known = taken.find(patchLine(item, accountKey));
   const long long open = known == taken.end() ? 0 : known->second;
-  const long long used = std::max({counted, open, static_cast<long long>(item.m_nFinishedVolume)});
-  return static_cast<int>(std::max<long long>(item.m_nTotalVolume - used, std::numeric_limits<int>::min()));
+  return item.totalVolume() - std::max({counted, open, item.finishedVolume()});
 }
 
 void CBasketTask::calcAvailable(CBasketTaskItem* item, AccountPtr account, std::vector<CCodeOrderParam>& out,
@@ -145,9 +145,9 @@ void CBasketTask::appendAvailable(CBasketTaskItem& item, const AccountPtr& accou
                                   const LineVolumes& taken) {
   if (item.m_vecOperations.size() != 1) return;
   std::string security = item.m_strStockKey.toStdString();
-  const int done = CTaskHelper::getFinishedOrderNum(item.m_mapOrders);
+  const long long done = CTaskHelper::getFinishedOrderNum(item.m_mapOrders);
   const long long algo = getFinishedOrderNumForAlgoTask(accountKey, security, finished);
-  const int available = remainder(item, accountKey, algo + done, taken);
+  const long long available = remainder(item, accountKey, algo + done, taken);
   logInfo(this, "CBasketTask::calcAvailable",
           "stk: cmd = %1%, task = %2%, code = %3%, patch Finished order num = %4%,patch num = %5%", m_nCommandId,
           m_nGroupId, security, done, available);
@@ -164,14 +164,14 @@ void CBasketTask::appendAvailable(CBasketTaskItem& item, const AccountPtr& accou
 }
 
 /// The part of a row's remainder that its exchange takes; none where that cannot be told.
-std::optional<int> CBasketTask::inLots(const CBasketTaskItem& item, int remainder) {
-  if (remainder <= 0 || !tradesInLots(item.m_vecOperations.front(), item.m_strMarket)) return remainder;
+std::optional<int> CBasketTask::inLots(const CBasketTaskItem& item, long long remainder) {
+  const int rest = orderVolume(remainder);
+  if (rest <= 0 || !tradesInLots(item.m_vecOperations.front(), item.m_strMarket)) return rest;
   std::string market;
   std::string code;
   utils::splitMavStockKey(item.m_strStockKey.toStdString(), market, code);
   const int unit = ksservice::getTradeMinUnit(market, code, -1);
-  return roundToLots(remainder, unit,
-                     ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_NO_LOTS));
+  return roundToLots(rest, unit, ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_NO_LOTS));
 }
 
 /// None for an unknown instrument.
@@ -200,7 +200,7 @@ std::vector<CCodeOrderParam> CBasketTask::offer(const OrderProcessMap& finished,
   for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
     const AccountPtr account = getUserConfig().getAccountData(rows.key().toStdString());
     for (CBasketTaskItem* item : *rows) {
-      if (item->finished()) continue;
+      if (!item->hasRemainder()) continue;
       if (!account) {
         leftOut << QStringLiteral("账号 %1 没有账号数据").arg(item->m_strAccounts);
         break;
@@ -219,7 +219,7 @@ bool CBasketTask::stillFits(const std::vector<CCodeOrderParam>& params, const Or
   LineVolumes left;
   for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
     for (const CBasketTaskItem* item : *rows) {
-      const int done = CTaskHelper::getFinishedOrderNum(item->m_mapOrders);
+      const long long done = CTaskHelper::getFinishedOrderNum(item->m_mapOrders);
       left[patchLine(*item, rows.key())] = remainder(*item, rows.key(), done, taken);
     }
   }

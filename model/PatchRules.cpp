@@ -59,9 +59,9 @@ LineVolumes orderVolumes(const SPatchSource& source) {
   LineVolumes volumes;
   for (const COrderInfoPtr& order : source.detail.m_orders) {
     if (!order) continue;
-    const int volume = CTaskHelper::getFinishedOrderNum(std::initializer_list<COrderInfoPtr>{order});
+    const long long volume = CTaskHelper::getFinishedOrderNum(std::initializer_list<COrderInfoPtr>{order});
     accounts.add(volumes, orderRowKey(order->m_strMarket, order->m_strCode, order->m_nOperation),
-                 std::max({volume, order->m_nTradedVolume, 0}));
+                 std::max<long long>({volume, order->m_nTradedVolume, 0}));
   }
   return volumes;
 }
@@ -114,6 +114,8 @@ bool tradesInLots(int operation, const QString& market) {
   return buys && isLotMarket(market.toStdString());
 }
 
+int orderVolume(long long remainder) { return std::min(CWideVolume::held(remainder), UNSET_INT - 1); }
+
 std::optional<int> roundToLots(int remainder, int unit, bool noLots) {
   if (noLots) return remainder < unit ? 0 : remainder;
   if (unit < 1) return std::nullopt;
@@ -137,7 +139,7 @@ long long finishedNumber(const std::map<std::string, int>& numbers, const std::s
 LineVolumes plannedVolumes(const std::vector<CCodeOrderParam>& params, ELineAccount account) {
   LineVolumes volumes;
   for (const CCodeOrderParam& param : params) {
-    volumes[lineOf(param, ownerKey(params, param, account))] += std::max(param.m_nVolume, 0);
+    volumes[lineOf(param, ownerKey(params, param, account))] += std::max(setVolume(param), 0);
   }
   return volumes;
 }

@@ -27,6 +27,9 @@ bool hasEnded(int status);
 /// Whether remainders of the operation are rounded to lots on the market.
 bool tradesInLots(int operation, const QString& market);
 
+/// A remainder as one order can have it: the highest volume that 32 bits hold is the host's unset value.
+int orderVolume(long long remainder);
+
 /// The part of a remainder that can be ordered where it is traded in lots of unit; noLots: of an instrument that any
 /// quantity from the unit on can be ordered of. None when the remainder would have to be rounded to a unit below 1.
 std::optional<int> roundToLots(int remainder, int unit, bool noLots);

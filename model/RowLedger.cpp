@@ -96,22 +96,22 @@ void settleRow(const SLedgerRow& row) {
   for (const auto& patch : row.patches) patched.add(patch.second);
 
   CBasketTaskItem& item = *row.item;
-  item.m_nTradedVolume = own.traded;
+  item.m_nTradedVolume = item.m_traded.set(own.traded);
   item.m_dCurAmount = own.amount;
   item.m_nCurOrderCount = own.orders;
   item.m_nCurOrderCount2 = own.knownOrders;
-  item.m_nPatchVolume = patched.traded;
+  item.m_nPatchVolume = item.m_patched.set(patched.traded);
   item.m_dPatchAmount = patched.amount;
   item.m_nPatchOrderCount = patched.orders;
   item.m_nPatchOrderCount2 = patched.knownOrders;
   item.m_nCanceledCount = own.cancelled + patched.cancelled;
-  item.m_nFinishedVolume = item.m_nPatchVolume + own.traded;
+  const long long finished = own.traded + patched.traded;
+  item.m_nFinishedVolume = item.m_finished.set(finished);
   item.m_dTradedAmount = item.m_dPatchAmount + own.amount;
   item.m_nOrderCount = item.m_nPatchOrderCount + own.orders;
   item.m_nOrderCount2 = item.m_nPatchOrderCount2 + own.knownOrders;
-  const bool estimate = (own.progress || patched.progress) && item.m_nFinishedVolume != 0;
-  item.m_dTotalAmount =
-      estimate ? estimateAmount(item.m_nTotalVolume, item.m_dTradedAmount, item.m_nFinishedVolume) : own.target;
+  const bool estimate = (own.progress || patched.progress) && finished != 0;
+  item.m_dTotalAmount = estimate ? estimateAmount(item.totalVolume(), item.m_dTradedAmount, finished) : own.target;
 }
 
 }  // namespace TC

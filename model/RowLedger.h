@@ -22,9 +22,9 @@ using PatchId = std::pair<int, int>;
 
 /// What one detail adds to one row.
 struct SRowShare {
-  double amount = 0;  ///< traded amount, CNY
-  double target = 0;  ///< target amount, CNY
-  int traded = 0;     ///< traded volume
+  double amount = 0;     ///< traded amount, CNY
+  double target = 0;     ///< target amount, CNY
+  long long traded = 0;  ///< traded volume
   int orders = 0;
   int knownOrders = 0;  ///< orders whose order detail is known
   int cancelled = 0;

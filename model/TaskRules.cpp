@@ -25,9 +25,11 @@ bool allDone(const SStatusFacts& facts) {
 
 bool isZero(double value) { return std::fabs(value) < 1e-5; }
 
-double estimateAmount(int targetVolume, double tradedAmount, int tradedVolume) {
-  return targetVolume * tradedAmount / tradedVolume;
+double estimateAmount(long long targetVolume, double tradedAmount, long long tradedVolume) {
+  return static_cast<double>(targetVolume) * tradedAmount / static_cast<double>(tradedVolume);
 }
+
+int setVolume(const CCodeOrderParam& param) { return param.m_nVolume == UNSET_INT ? 0 : param.m_nVolume; }
 
 QTime timeOfDay(int seconds) { return GV::secondToQDateTime(seconds).time(); }
 

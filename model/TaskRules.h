@@ -17,7 +17,10 @@ constexpr int FIRST_COMMAND_KEYED_TASK = 100000;
 bool isZero(double value);
 
 /// Target amount, CNY, estimated from what was traded; tradedVolume must not be 0.
-double estimateAmount(int targetVolume, double tradedAmount, int tradedVolume);
+double estimateAmount(long long targetVolume, double tradedAmount, long long tradedVolume);
+
+/// The volume of a parameter as it counts in sums: none where the host left it unset.
+int setVolume(const ksservice::CCodeOrderParam& param);
 
 /// Time of day, in the host's zone, of seconds since the epoch.
 QTime timeOfDay(int seconds);

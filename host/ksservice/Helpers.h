@@ -25,8 +25,8 @@ struct CTaskHelper {
   /// What orders (a range of COrderInfoPtr) have finished or may still fill: the traded volume of a completed one, the
   /// whole volume of any other.
   template <typename Orders>
-  static int getFinishedOrderNum(const Orders& orders) {
-    int number = 0;
+  static long long getFinishedOrderNum(const Orders& orders) {
+    long long number = 0;
     for (const COrderInfoPtr& order : orders) {
       number += COrderDetailHelper::completed(*order) ? order->m_nTradedVolume : order->m_nVolume;
     }
