@@ -150,14 +150,17 @@ void CPlayer::waitFor(qint64 msec) const {
 
 void CPlayer::settle() {
   desk::CJobGate& gate = m_desk.gate();
-  do {
+  bool settled = false;
+  while (!settled) {
     // The GUI thread waits here for the worker; that is what makes a replay exact. A live terminal never does.
     while (!gate.waitIdle(SLICE_MSEC)) {
     }
+    // Looked at while no job can begin: one that came and went in between would leave its outcome in the queue.
     const CHold hold(gate);
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
-  } while (!gate.isIdle());
+    settled = gate.isIdle();
+  }
 }
 
 void CPlayer::play(const SSessionLine& line) {
