@@ -18,9 +18,8 @@ CBasketTask::CBasketTask(const QString& key, int groupId, int commandId)
       m_strKey(key),
       m_nGroupId(groupId),
       m_nCommandId(commandId) {
-  // Queued: both come from whatever thread the host answers on.
+  // Queued: it comes from whatever thread the host answers on.
   connect(this, &CBasketTask::sigPatchTask, this, &CBasketTask::slotPatchTask, Qt::QueuedConnection);
-  connect(this, &CBasketTask::sigPatchCreateFailed, this, &CBasketTask::slotPatchCreateFailed, Qt::QueuedConnection);
 }
 
 CBasketTask::~CBasketTask() = default;
@@ -33,7 +32,7 @@ bool CBasketTask::contains(const std::string& detailKey, EBasketTaskType type) c
     case EBTT_Hedge:
       return m_pHedgeItem != nullptr;
     case EBTT_Patch:
-      return m_mapPatchDetails.contains(detailKey);
+      return m_patches.details().contains(detailKey);
   }
   return false;
 }

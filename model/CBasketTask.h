@@ -15,8 +15,10 @@
 #include <vector>
 
 #include "CBasketTaskItem.h"
-#include "PatchCreations.h"
+#include "PatchBook.h"
 #include "PatchRules.h"
+#include "PatchStore.h"
+#include "Remainder.h"
 #include "RowLedger.h"
 #include "TaskRules.h"
 #include "ksservice/CBasketHedgeParam.h"
@@ -28,7 +30,9 @@
 namespace TC {
 
 class CBasketPatchDialog;
-class CPatchRows;
+
+/// Whether somebody still shows the task, or why nobody does.
+enum class ELetGo { Held, NewTradingDay, Closed };
 
 /// To what part of a task a detail belongs.
 enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
@@ -57,6 +61,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void updateOrderDetail();
   /// Builds the tree anew from the rows. Worker thread.
   void reorganize();
+  /// Sums the whole tree, forms the root's status and times anew, and announces them. Worker thread.
+  void updateRoot();
   /// Sums the figures up the tree below n and announces the order counts of each inner node. Worker thread.
   void recursiveUpdate(CBasketTaskItem* n);
   /// Empties the child lists of n and of everything below it.
@@ -87,6 +93,11 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   int getGroupId() const { return m_nGroupId; }
   int getCommandID() const { return m_nCommandId; }
   QString getBasketName() const;
+  /// What the root's row shows: its status, but EHBTS_Patching from the acceptance of a patch until its first detail
+  /// has come, or ETS_Dropped when the task was dropped meanwhile.
+  int shownStatus() const;
+  /// Whether a row is that of the hedge. With mutex() held.
+  bool isHedgeRow(const CBasketTaskItem& item) const { return &item == m_pHedgeItem; }
   /// Rows of an account by row key; an empty map is made for an unknown account. With mutex() held.
   QMap<QString, CBasketTaskItem*>& getStockDetailMap(const QString& accountKey);
   /// Remembers how an account is shown; the first text stays. Worker thread.
@@ -152,6 +163,10 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void patch(const QString& key, int priceType);
   /// Gives the task's patches up. GUI thread or worker, as drop.
   void unpatch(const QString& key);
+  /// What was accepted in patches has changed elsewhere: forms the root anew and announces it. GUI thread.
+  void onPatchesChanged();
+  /// Nobody shows the task any more: what the user is still asked is not sent. GUI thread.
+  void letGo(ELetGo why);
   /// Links and counts a detail of a patch task. Worker thread.
   void updatePatch(boost::shared_ptr<ksservice::CTaskDetail>& detail);
   /// Counts a detail of a patch task into the rows that it touches. Worker thread.
@@ -179,16 +194,14 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void sigOperationEnded(QString treeKey);
   /// An operation on the task failed; message for the user.
   void sigShowOperateOrbTaskError(QString message);
-  /// The host made no task of a patch; for the task itself.
-  void sigPatchCreateFailed(int creation, QString message);
 
  protected:
   /// Patches one row; true when a task was asked for.
   bool patch(CBasketTaskItem* item, boost::shared_ptr<const ksservice::CAccountInfo> account, int priceType);
 
  private:
-  using RowMap = QMap<QString, QMap<QString, CBasketTaskItem*>>;
-  using DetailMap = QMap<std::string, boost::shared_ptr<ksservice::CTaskDetail>>;
+  using RowMap = CPatchBook::Rows;
+  using DetailMap = CPatchBook::DetailMap;
   using NodeList = std::vector<std::unique_ptr<CBasketTaskItem>>;
   using Lock = boost::recursive_mutex::scoped_lock;
   using AccountPtr = boost::shared_ptr<const ksservice::CAccountInfo>;
@@ -199,10 +212,28 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   };
   using OpRecordPtr = boost::shared_ptr<const ksservice::CTaskOpRecord>;
   using DetailList = std::vector<boost::shared_ptr<const ksservice::CTaskDetail>>;
+  using ParamList = std::vector<ksservice::CCodeOrderParam>;
   /// How far a patch has come that the user started: Querying until the progress query is answered, Confirming while
   /// the user is asked.
   enum class EPatchPhase { None, Querying, Started, Confirming };
   struct SRefresh;  // one run of updateDetail
+  /// The details as the data centre knows them, by their keys.
+  struct SNewest {
+    std::map<std::string, ksservice::CTaskDetailPtr> own;
+    std::map<std::string, ksservice::CTaskDetailPtr> patches;
+  };
+  /// What is left of a row.
+  struct SLeft {
+    CBasketTaskItem* item;
+    PatchLine line;
+    long long orders;  ///< what its orders have traded or may still
+    SRest rest;
+  };
+  /// What can be patched, and a line for the user for each row that cannot.
+  struct SOffer {
+    ParamList params;
+    QStringList refused;
+  };
 
   static SAccount accountOf(const ksservice::CTaskDetail& detail);
   static QString rowKeyOf(const ksservice::CCodeOrderParam& p);
@@ -211,32 +242,38 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void storeAlgoDetail(const boost::shared_ptr<ksservice::CTaskDetail>& d);
   void addAccount(const RowMap& rows, const SAccount& account);
   void addRows(const SRefresh& run);
-  void addParam(const SRefresh& run, const ksservice::CCodeOrderParam& param, QMap<QString, CBasketTaskItem*>& rows);
+  void addParam(const SRefresh& run, const ksservice::CCodeOrderParam& param, AccountRows& rows);
   CBasketTaskItem* makeRow(const SAccount& account, const QString& rowKey, const ksservice::CCodeOrderParam& param);
 
   // Counting
   void countDetail(const SRefresh& run);
   void countTargets(const SRefresh& run, CDetailShares& shares);
   void countProgress(const SRefresh& run, CDetailShares& shares);
-  void countOrders(const SRefresh& run, CDetailShares& shares);
-  double targetAmount(SLedgerRow& row, const ksservice::CCodeOrderParam& param) const;
+  void countOrders(const SRefresh& run, CDetailShares& shares, bool fileAnew);
+  double targetAmount(const ksservice::CCodeOrderParam& param) const;
   void addOrder(const ksservice::CTaskDetail& detail, const ksservice::COrderInfo& order,
                 CDetailShares::SSlot& slot) const;
   QString algoRemark(const ksservice::CTaskDetail& detail) const;
-  int slotOn(CDetailShares& shares, const SRefresh& run, const QString& rowKey);
+  int slotOn(CDetailShares& shares, const SRefresh& run, const std::string& market, const std::string& code,
+             int operation);
+  void await(const SRefresh& run, const std::string& market, const std::string& code, int operation);
+  void countAwaited();
 
   // Shape of the tree
   void hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes);
   SAccount accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const;
   void logShape(const char* pattern, bool multiType, const RowMap& side) const;
+  void sumUp(CBasketTaskItem* n);
 
   // The root's own facts
   SStatusFacts statusFacts(const DetailMap& details) const;
   ksservice::ETaskStatus verdict(const SStatusFacts& facts, const char* function);
   void handHedgeOver();
+  bool isFilled() const;
+  int rootStatusNow();
+  QTime endTime() const;
+  void formRoot();
   void updateStartTime(const ksservice::CTaskDetail& detail);
-  void updateEndTime(const ksservice::CTaskDetail& detail);
-  void updateRootStatus(const boost::shared_ptr<ksservice::CTaskDetail>& d);
   void writeBackFinished(const ksservice::CTaskDetail& detail);
   void updateLocalInfoKey(const ksservice::CTaskDetail& detail);
 
@@ -244,100 +281,118 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void addHedgeRow(const ksservice::CTaskDetail& d);
   void countHedge();
   void showHedgeRunning();
+  void endHedgeMark();
 
   // Operations
   DetailList details(bool own, bool patches) const;
+  DetailList reach(int operation, bool own);
   void send(const ksservice::CTaskDetail& detail, const OpRecordPtr& record);
-  void setHedgeStatus(int status);
-  void resumeHedge();
-  /// Takes a status that an operation leads to, once the derived status agrees.
+  void carryOut(const ksservice::CTaskDetail& detail, const OpRecordPtr& record);
+  bool resumeHedge();
   bool settle(ksservice::ETaskStatus expected);
-  int rootStatus() const;
   bool onlyHedgeUnfinished() const;
-  /// Announces a status of the root.
+  void giveUpWaiting();
   void announce(int status);
-  /// Announces it at the end of an operation that came to nothing.
-  void announceEnded(int status);
+  void announceRoot();
+  void announceEnded();
 
   // Patching: counting
-  SLedgerRow* rowOn(const std::string& accountKey, const QString& rowKey);
-  CPatchRows patchRows(const ksservice::CTaskDetail& detail);
-  SLedgerRow* patchRowOf(const ksservice::CCodeOrderParam& param);
-  std::vector<SLedgerRow*> linkPatch(const boost::shared_ptr<ksservice::CTaskDetail>& detail);
-  void takePatchMessages(const ksservice::CTaskDetail& detail);
-  void countPatches(const std::vector<SLedgerRow*>& rows);
   void announcePatch(const ksservice::CTaskDetail& detail);
-  void noteArrival(const ksservice::CTaskDetail& detail, bool isNew);
-  void placePatches();
-  ksservice::CTaskDetailPtr newestPatch(const PatchId& id) const;
-  bool settleByPatches();
-  void settlePatches(const ksservice::CTaskDetail* detail);
-  int derivedRootStatus();
+  void announcePatchState(int status, int orderType);
+  bool dropsForHedge();
+
+  // Patching: what was accepted and has not come
+  CPatchStore::Task storeKey() const;
+  CPatchStore::SWait waitOf() const;
+  void noteArrival(const ksservice::CTaskDetail& detail);
+  void sendOwed(const ksservice::CTaskDetail& detail);
+  int hold(const LineVolumes& lines);
+  static void takeCreateReply(const boost::weak_ptr<CBasketTask>& weak, const CPatchStore::Task& key, int creation,
+                              const LineVolumes& lines, const utils::KSError& error, int taskId);
+  void onPatchFailed(const LineVolumes& lines, const QString& message);
+  void releaseRows(const LineVolumes& lines);
 
   // Patching: from the click to the answer
   bool beginPatch();
   void endPatch();
   void refusePatch();
-  std::vector<std::string> queryKeys();
+  std::vector<std::string> beginQuery();
+  void endQuery();
+  bool isNewestQuery(int number) const;
   void failQuery();
   void confirmPatch(const QString& key, const OrderProcessMap& finished, EMavTraderType traderType);
-  void takeChoice(const OrderProcessMap& finished);
-  void sendPatch(const std::vector<ksservice::CCodeOrderParam>& params, const std::string& algoParams);
-  void createPatch(const ksservice::COrderCommand& command, const std::vector<ksservice::CCodeOrderParam>& params,
-                   int hedgeType);
-  void onPatchCreated(int creation, const utils::KSError& error, int taskId);
-  void slotPatchCreateFailed(int creation, QString message);
-  void releaseRows(const LineVolumes& lines);
+  void takePatch(const OrderProcessMap& finished);
+  void takeNewBasket(const OrderProcessMap& finished);
+  bool stillHolds();
+  bool checkFits(const ParamList& params, const OrderProcessMap& finished);
+  static void tellRefused(const QStringList& refused);
+  void refuseOffer();
+  void sendPatch(const ParamList& params, const std::string& algoParams);
+  void createPatch(const ksservice::COrderCommand& command, const ParamList& params, int hedgeType);
 
   // Patching: the remainder
   const ksservice::CTaskDetailPtr* algoDetail(const std::string& taskKey) const;
-  std::map<std::string, ksservice::CTaskDetailPtr> patchDetails() const;
-  SPatchSource sourceOf(const ksservice::CTaskDetail& detail, const OrderProcessMap& finished) const;
-  LineVolumes takenVolumes(const OrderProcessMap& finished) const;
-  bool answersAll(const OrderProcessMap& finished) const;
-  long long remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
-                      const LineVolumes& taken) const;
-  void appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<ksservice::CCodeOrderParam>& out,
-                       QStringList& leftOut, const QString& accountKey, const OrderProcessMap& finished,
-                       const LineVolumes& taken);
+  SNewest newest() const;
+  bool isCancelled(const SNewest& details) const;
+  SPatchSource sourceOf(const ksservice::CTaskDetail& detail, const OrderProcessMap* finished) const;
+  std::vector<SPatchSource> sources(const SNewest& details, const OrderProcessMap* finished) const;
+  LineVolumes takenVolumes(const SNewest& details, const OrderProcessMap* finished) const;
+  std::set<PatchLine> unansweredLines(const SNewest& details, const OrderProcessMap& finished) const;
+  static bool answersAll(const SNewest& details, const OrderProcessMap& finished);
+  std::vector<SRemainderRow> remainderRows(const OrderProcessMap* finished, std::vector<CBasketTaskItem*>& items);
+  LineVolumes heldVolumes(const SNewest& details, const OrderProcessMap* finished) const;
+  std::vector<SLeft> leftOf(const SNewest& details, const OrderProcessMap* finished);
+  std::optional<int> offered(const SLeft& left) const;
+  QString refusal(const SLeft& left, const AccountPtr& account, const std::set<PatchLine>& unanswered) const;
+  static QString refusalLine(const CBasketTaskItem& item, const QString& reason);
   static std::optional<ksservice::CCodeOrderParam> patchParam(const CBasketTaskItem& item, const AccountPtr& account,
                                                               int volume);
   static std::optional<int> inLots(const CBasketTaskItem& item, long long remainder);
-  std::vector<ksservice::CCodeOrderParam> offer(const OrderProcessMap& finished, QStringList& leftOut);
-  bool stillFits(const std::vector<ksservice::CCodeOrderParam>& params, const OrderProcessMap& finished);
+  SOffer offer(const OrderProcessMap& finished);
+  bool stillFits(const ParamList& params, const OrderProcessMap& finished);
 
   // Patching without a dialog
   void patchAll(int priceType);
   void patchOne(const QString& key, int priceType);
-  bool patchRow(CBasketTaskItem& item, const AccountPtr& account, int priceType, const LineVolumes& taken);
-  bool failRow(CBasketTaskItem& item, const QString& message);
+  std::vector<SLeft> directlyLeft();
+  bool patchRow(const SLeft& left, const AccountPtr& account, int priceType);
+  bool failRow(CBasketTaskItem& item, const QString& reason);
 
   std::unique_ptr<CBasketTaskItem> m_pRoot;
   const QString m_strKey;
   const int m_nGroupId;
   const int m_nCommandId;
+  int m_nTraderType = 0;  ///< EMavTraderType of the command
   QString m_strBasketName;
   CBasketTaskItem* m_pHedgeItem = nullptr;
   ksservice::CBasketHedgeParam m_hedgeParam;
+  CRowLedger m_ledger;                    ///< owns the rows of both maps
   RowMap m_stockMap;                      ///< rows of securities by account key, then row key
   RowMap m_futuresMap;                    ///< rows of futures, alike
   QMap<QString, QString> m_accountTexts;  ///< display identifiers by account key
   DetailMap m_mapDetails;
   DetailMap m_mapHedgeDetails;
-  DetailMap m_mapPatchDetails;
-  DetailMap m_mapAlgoDetails;         ///< server tasks, by the key of their progress
+  DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
+  CPatchBook m_patches{m_ledger, m_stockMap};
   bool m_bHedgeAmountPending = true;  ///< the hedge row was not priced yet
   bool m_bHedgeCancelled = false;     ///< by the user, through the hedge row
+  bool m_bDroppedForHedge = false;    ///< since nothing but the hedge was unfinished
   mutable boost::recursive_mutex m_mutex;
 
-  DetailMap m_mapUnplacedPatches;            ///< patch details with a line whose row has not come
+  /// Details with orders for which a better row may come, by account key and the row key that it would have.
+  std::map<std::pair<QString, QString>, std::set<std::string>> m_awaitedRows;
+  std::set<std::string> m_awaiting;  ///< those for which it has come
+
   OrderProcessMap m_mapProgress;             ///< the last answer of a progress query
   std::set<std::string> m_runningWhenAsked;  ///< server tasks that had not ended when it was asked for
   EPatchPhase m_patchPhase = EPatchPhase::None;
-  CPatchCreations m_creations;
+  int m_nQuery = 0;         ///< number of the newest query
+  int m_nAnswered = 0;      ///< number of the query that was answered last
+  double m_dAskedMSec = 0;  ///< when the newest query was sent, by the host's clock
+  ELetGo m_eLetGo = ELetGo::Held;
+  bool m_bDroppedMeanwhile = false;                    ///< the task was dropped since the user was asked
   std::unique_ptr<CBasketPatchDialog> m_pPatchDialog;  ///< made for the first patch; GUI thread
 
-  CRowLedger m_ledger;    ///< owns the rows of both maps
   NodeList m_innerNodes;  ///< group and account nodes of the current shape
   unsigned m_nShapeVersion = 0;
 };

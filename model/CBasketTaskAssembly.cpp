@@ -29,7 +29,7 @@ CBasketTaskItem* hangNode(CBasketTaskItem* parent, std::unique_ptr<CBasketTaskIt
 
 /// Hangs rows under a node, each with its row key behind the node's key. The key that a row had in an earlier shape
 /// is not kept in front of it, or keys would grow with every detail of the task.
-void hangRows(const QMap<QString, CBasketTaskItem*>& rows, CBasketTaskItem* parent) {
+void hangRows(const AccountRows& rows, CBasketTaskItem* parent) {
   for (auto row = rows.cbegin(); row != rows.cend(); ++row) {
     (*row)->m_strKey = row.key();
     (*row)->m_pParent = nullptr;
@@ -51,7 +51,10 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
   if (!d) return;
   const Lock lock(m_mutex);
   storeAlgoDetail(d);
-  if (d->m_pCommand) m_strBasketName = QString::fromStdString(d->m_pCommand->m_strBasketName);
+  if (d->m_pCommand) {
+    m_strBasketName = QString::fromStdString(d->m_pCommand->m_strBasketName);
+    m_nTraderType = d->m_pCommand->m_nTraderType;
+  }
   if (d->m_params.empty()) return;
 
   m_pRoot->m_nOrderType = d->m_params.front().m_nOrderType;
@@ -64,18 +67,20 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
 
   countDetail(run);
   if (!run.before) {
+    countAwaited();
     reorganize();
-    placePatches();
+    m_patches.onNewRows();
   }
   recursiveUpdate(m_pRoot.get());
   Q_EMIT sigTaskOrder(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
 
   updateStartTime(*d);
   if (d->m_pCommand) m_pRoot->m_strCommandText = QString::fromStdString(d->m_pCommand->m_strText);
-  updateRootStatus(d);
-  updateEndTime(*d);
+  // Everything is traded: that is the end of the task, whatever this detail says.
+  if (isFilled() && d->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*d);
+  formRoot();
   updateLocalInfoKey(*d);
-  Q_EMIT sigTaskStatus(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nStatus, m_pRoot->m_nOrderType);
+  announceRoot();
 }
 
 void CBasketTask::updateOrderDetail() {
@@ -109,14 +114,14 @@ void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
 }
 
 void CBasketTask::addRows(const SRefresh& run) {
-  QMap<QString, CBasketTaskItem*>& rows = m_stockMap[run.account.key];
+  AccountRows& rows = m_stockMap[run.account.key];
   const int before = rows.size();
   for (const CCodeOrderParam& param : run.detail.m_params) addParam(run, param, rows);
   utils::logInfo(this, "CBasketTask::updateDetail", "stock_map %1% : size %2% -> %3%.", run.account.key, before,
                  rows.size());
 }
 
-void CBasketTask::addParam(const SRefresh& run, const CCodeOrderParam& param, QMap<QString, CBasketTaskItem*>& rows) {
+void CBasketTask::addParam(const SRefresh& run, const CCodeOrderParam& param, AccountRows& rows) {
   const QString rowKey = rowKeyOf(param);
   if (CBasketTaskItem* row = rows.value(rowKey)) {
     row->addTarget(param);
@@ -142,6 +147,9 @@ CBasketTaskItem* CBasketTask::makeRow(const SAccount& account, const QString& ro
   row->addTarget(param);
   row->m_vecOperations.append(param.m_nOperation);
   row->m_strAccountKey = account.key.toStdString();
+  const auto awaited =
+      m_awaitedRows.find({account.key, orderRowKey(stock.m_strMarket, stock.m_strCode, param.m_nOperation)});
+  if (awaited != m_awaitedRows.end()) m_awaiting.insert(awaited->second.begin(), awaited->second.end());
   return m_ledger.addRow(std::move(row)).item.get();
 }
 
@@ -169,6 +177,7 @@ void CBasketTask::reorganize() {
         "multi_account = %6%.",
         multiType, m_stockMap);
   }
+  for (const auto& node : nodes) node->m_nOrderType = m_pRoot->m_nOrderType;
   // The inner nodes of the earlier shape go here, when no row refers to them any more.
   m_innerNodes.swap(nodes);
   ++m_nShapeVersion;

@@ -1,11 +1,13 @@
 /// What a detail's parameters, orders and progress add to the rows. The hot path of a refresh: nothing here builds a
 /// text for each order.
 #include <algorithm>
+#include <utility>
 
 #include "RefreshRun.h"
 #include "TaskKeys.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
+#include "tc/CExchangeClient.h"
 #include "tc/CTradeClient.h"
 #include "tc/Services.h"
 #include "utils/Log.h"
@@ -16,6 +18,7 @@ using ksservice::CCodeOrderParam;
 using ksservice::COrderDetailHelper;
 using ksservice::COrderInfo;
 using ksservice::CTaskDetail;
+using ksservice::CTaskDetailPtr;
 
 namespace {
 
@@ -36,13 +39,14 @@ void storeOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const CO
 }  // namespace
 
 void CBasketTask::countDetail(const SRefresh& run) {
+  static const std::vector<ksservice::COrderInfoPtr> none;
   CDetailShares& shares = m_ledger.detail(run.detail.getKey());
-  shares.restart(run.account.key, m_stockMap[run.account.key].size());
+  const bool fileAnew = shares.restart(run.account.key, run.before ? run.before->m_orders : none);
   countTargets(run, shares);
   if (run.detail.m_bServerTask && run.detail.m_pCommand) {
     countProgress(run, shares);
   } else {
-    countOrders(run, shares);
+    countOrders(run, shares, fileAnew);
   }
   for (const CDetailShares::SSlot& slot : shares.m_slots) {
     if (slot.message) setText(slot.row->item->m_strRemark, QString::fromStdString(*slot.message));
@@ -50,9 +54,27 @@ void CBasketTask::countDetail(const SRefresh& run) {
   }
 }
 
-int CBasketTask::slotOn(CDetailShares& shares, const SRefresh& run, const QString& rowKey) {
-  const CBasketTaskItem* item = m_stockMap[run.account.key].value(rowKey);
-  return item ? shares.slotOn(m_ledger.row(item)) : CSlotMemo::NO_ROW;
+/// Remembers that what counts on this row, or now on another, belongs on it when it comes.
+void CBasketTask::await(const SRefresh& run, const std::string& market, const std::string& code, int operation) {
+  m_awaitedRows[{run.account.key, orderRowKey(market, code, operation)}].insert(run.detail.getKey());
+}
+
+/// The slot of the row on which an order counts.
+int CBasketTask::slotOn(CDetailShares& shares, const SRefresh& run, const std::string& market, const std::string& code,
+                        int operation) {
+  const SFoundRow found = findRow(m_stockMap[run.account.key], market, code, operation);
+  if (!found.best) await(run, market, code, operation);
+  return found.row ? shares.slotOn(m_ledger.row(found.row)) : CSlotMemo::NO_ROW;
+}
+
+/// Counts the details again whose orders belong on rows that have come since.
+void CBasketTask::countAwaited() {
+  for (const std::string& key : std::exchange(m_awaiting, {})) {
+    const CTaskDetailPtr detail = m_mapDetails.value(key);
+    if (!detail || detail->m_params.empty()) continue;
+    m_ledger.detail(key).lookAgain();
+    countDetail({*detail, detail, accountOf(*detail)});
+  }
 }
 
 void CBasketTask::countTargets(const SRefresh& run, CDetailShares& shares) {
@@ -61,23 +83,28 @@ void CBasketTask::countTargets(const SRefresh& run, CDetailShares& shares) {
   shares.m_paramSlots.setLength(params.size());
   for (std::size_t i = 0; i < params.size(); ++i) {
     const CCodeOrderParam& param = params[i];
-    const int slot = shares.m_paramSlots.at(i, param.m_stock.m_strMarket, param.m_stock.m_strCode, param.m_nOperation,
-                                            [&] { return slotOn(shares, run, rowKeyOf(param)); });
+    const int slot =
+        shares.m_paramSlots.at(i, param.m_stock.m_strMarket, param.m_stock.m_strCode, param.m_nOperation, [&] {
+          const CBasketTaskItem* item = m_stockMap[run.account.key].value(rowKeyOf(param));
+          if (item) return shares.slotOn(m_ledger.row(item));
+          await(run, param.m_stock.m_strMarket, param.m_stock.m_strCode, param.m_nOperation);
+          return CSlotMemo::NO_ROW;
+        });
     if (slot == CSlotMemo::NO_ROW) continue;
     CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
-    at.share.target += targetAmount(*at.row, param);
+    at.share.target += targetAmount(param);
+    if (param.m_nOrderType != ksservice::EORT_Plain) at.share.orderType = param.m_nOrderType;
     if (run.detail.m_bServerTask && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
       setText(at.row->item->m_strRemark, remark);
     }
   }
 }
 
-double CBasketTask::targetAmount(SLedgerRow& row, const CCodeOrderParam& param) const {
+/// By what the exchange client says now: a multiplier or a type may change during the day.
+double CBasketTask::targetAmount(const CCodeOrderParam& param) const {
   const std::string& market = param.m_stock.m_strMarket;
   const std::string& code = param.m_stock.m_strCode;
-  if (!row.codeInfo) row.codeInfo = getExchangeClient().getCodeInfo(market, code);
-  const CCodeInfo* info = row.codeInfo.get();
-
+  const auto info = getExchangeClient().getCodeInfo(market, code);
   const bool marketPrice = info && ksservice::isSupportMarketPrice(*info, param.m_nPriceType);
   const double price = marketPrice ? ksservice::CPriceDataHelper::getPriceForCalc(market, code) : param.m_dPrice;
   const int volume = setVolume(param);
@@ -106,10 +133,10 @@ void CBasketTask::countProgress(const SRefresh& run, CDetailShares& shares) {
   shares.m_orderSlots.setLength(orders.size());
   for (std::size_t i = 0; i < orders.size(); ++i) {
     const ksservice::COrderDetail& order = orders[i].m_detail;
-    const CCodeOrderParam* param = paramOf(detail, orders[i]);
-    if (!param || param->m_nOperation == ksservice::EOT_None) continue;
+    const CCodeOrderParam* param = paramOf(detail, orders[i]).param;
+    if (!param) continue;
     const int slot = shares.m_orderSlots.at(i, order.m_strMarket, order.m_strCode, param->m_nOperation, [&] {
-      return slotOn(shares, run, orderRowKey(order.m_strMarket, order.m_strCode, param->m_nOperation));
+      return slotOn(shares, run, order.m_strMarket, order.m_strCode, param->m_nOperation);
     });
     if (slot == CSlotMemo::NO_ROW) continue;
     CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
@@ -122,7 +149,7 @@ void CBasketTask::countProgress(const SRefresh& run, CDetailShares& shares) {
   }
 }
 
-void CBasketTask::countOrders(const SRefresh& run, CDetailShares& shares) {
+void CBasketTask::countOrders(const SRefresh& run, CDetailShares& shares, bool fileAnew) {
   static const std::vector<ksservice::COrderInfoPtr> none;
   const auto& orders = run.detail.m_orders;
   const auto& before = run.before ? run.before->m_orders : none;
@@ -131,13 +158,13 @@ void CBasketTask::countOrders(const SRefresh& run, CDetailShares& shares) {
     if (!orders[i]) continue;
     const COrderInfo& order = *orders[i];
     const int slot = shares.m_orderSlots.at(i, order.m_strMarket, order.m_strCode, order.m_nOperation, [&] {
-      return slotOn(shares, run, orderRowKey(order.m_strMarket, order.m_strCode, order.m_nOperation));
+      return slotOn(shares, run, order.m_strMarket, order.m_strCode, order.m_nOperation);
     });
     if (slot == CSlotMemo::NO_ROW) continue;
     CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
     addOrder(run.detail, order, at);
     const COrderInfo* earlier = i < before.size() ? before[i].get() : nullptr;
-    if (earlier != &order || at.row->repeatedKeys) storeOrder(*at.row, orders[i], earlier);
+    if (fileAnew || earlier != &order || at.row->repeatedKeys) storeOrder(*at.row, orders[i], earlier);
   }
 }
 

@@ -1,4 +1,5 @@
 /// The sums up the tree, and the root's status, times and keys.
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <iterator>
 
@@ -57,8 +58,12 @@ bool hasEndTime(int status) {
 
 void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
   const Lock lock(m_mutex);
+  sumUp(n);
+}
+
+void CBasketTask::sumUp(CBasketTaskItem* n) {
   if (n->isEmpty()) return;
-  for (CBasketTaskItem* child : qAsConst(n->m_children)) recursiveUpdate(child);
+  for (CBasketTaskItem* child : qAsConst(n->m_children)) sumUp(child);
   sumChildren(*n);
   utils::CLogCenter& log = utils::CLogCenter::instance();
   if (log.isDebugEnabled()) {
@@ -99,7 +104,8 @@ ksservice::ETaskStatus CBasketTask::verdict(const SStatusFacts& facts, const cha
 }
 
 void CBasketTask::handHedgeOver() {
-  if (!m_hedgeParam.m_bEnabled || m_hedgeParam.m_bHandedOver) return;
+  // A hedge that the user has ended is not offered to the manager again.
+  if (!m_hedgeParam.m_bEnabled || m_hedgeParam.m_bHandedOver || m_bHedgeCancelled) return;
   m_hedgeParam.m_bHandedOver = true;
   getBasketHedgeManager().setParam(m_nGroupId, m_nCommandId, m_hedgeParam);
 }
@@ -110,20 +116,51 @@ void CBasketTask::updateStartTime(const CTaskDetail& detail) {
   if (m_pRoot->m_startTime.isNull() || m_pRoot->m_startTime > start) m_pRoot->m_startTime = start;
 }
 
-void CBasketTask::updateEndTime(const CTaskDetail& detail) {
-  if (!hasEndTime(m_pRoot->m_nStatus)) {
-    m_pRoot->m_endTime = QTime();
-  } else if (m_pRoot->m_endTime.isNull() && detail.m_nEndTime != ksservice::UNSET_INT) {
-    m_pRoot->m_endTime = timeOfDay(detail.m_nEndTime);
+/// The latest end of what has ended. It hangs on the details as they are, not on which of them came last.
+QTime CBasketTask::endTime() const {
+  if (!hasEndTime(shownStatus())) return {};
+  int latest = ksservice::UNSET_INT;
+  for (const DetailMap* details : {&m_mapDetails, &m_patches.details(), &m_mapHedgeDetails}) {
+    for (const auto& detail : *details) {
+      if (detail->m_nEndTime == ksservice::UNSET_INT || !hasEnded(detail->m_nStatus)) continue;
+      latest = latest == ksservice::UNSET_INT ? detail->m_nEndTime : std::max(latest, detail->m_nEndTime);
+    }
   }
+  return latest == ksservice::UNSET_INT ? QTime() : timeOfDay(latest);
 }
 
-void CBasketTask::updateRootStatus(const boost::shared_ptr<CTaskDetail>& d) {
-  m_pRoot->m_nStatus = derivedRootStatus();
-  if (!m_pRoot->isFilled()) return;
-  // Everything is traded: that is the end of the task, whatever its details and its hedge say.
-  m_pRoot->m_nStatus = ksservice::ETS_Finished;
-  if (d->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*d);
+/// Whether everything was traded, what the hedge is to trade included.
+bool CBasketTask::isFilled() const { return !m_pRoot->isEmpty() && m_pRoot->isFilled(); }
+
+int CBasketTask::rootStatusNow() {
+  SRootFacts facts;
+  facts.filled = isFilled();
+  const SStatusFacts own = statusFacts(m_mapDetails);
+  facts.ownDropped = own.anyDropped;
+  facts.ownTrades = !own.allEnded;
+  facts.own = [this] { return status(); };
+  facts.hedgeState = own.hedgeState;
+  const DetailMap& patches = m_patches.details();
+  facts.hasPatches = !patches.isEmpty();
+  facts.patches = [this] { return patchTaskStatus(); };
+  facts.patchTrades =
+      std::any_of(patches.begin(), patches.end(), [](const auto& patch) { return !hasEnded(patch->m_nStatus); });
+  return rootStatus(facts);
+}
+
+void CBasketTask::formRoot() {
+  m_pRoot->m_nStatus = rootStatusNow();
+  m_pRoot->m_endTime = endTime();
+  if (!isFilled()) return;
+  status();  // what was traded decides, but the end of the details may hand the hedge over all the same
+  endHedgeMark();
+}
+
+void CBasketTask::updateRoot() {
+  const Lock lock(m_mutex);
+  recursiveUpdate(m_pRoot.get());
+  formRoot();
+  announceRoot();
 }
 
 void CBasketTask::writeBackFinished(const CTaskDetail& detail) {

@@ -103,10 +103,8 @@ void CBasketTask::updateHedge(boost::shared_ptr<CTaskDetail>& d) {
   recursiveUpdate(m_pRoot.get());
   // The root's key, not its tree key: that is intended.
   Q_EMIT sigTaskOrder(m_pRoot->m_strKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
-  m_pRoot->m_nStatus = derivedRootStatus();
-  if (m_pRoot->isFilled()) m_pRoot->m_nStatus = ksservice::ETS_Finished;
-  updateEndTime(*d);
-  Q_EMIT sigTaskStatus(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nStatus, m_pRoot->m_nOrderType);
+  formRoot();
+  announceRoot();
 }
 
 bool CBasketTask::updateHedgeCnt(boost::shared_ptr<CTaskDetail>& d) {
@@ -116,6 +114,7 @@ bool CBasketTask::updateHedgeCnt(boost::shared_ptr<CTaskDetail>& d) {
   if (!account || account->m_nType != HEDGE_ACCOUNT_TYPE) return false;
   if (d->m_nTaskId != ksservice::UNSET_INT) m_mapHedgeDetails[d->getKey()] = d;
   if (!m_pHedgeItem) addHedgeRow(*d);
+  m_pHedgeItem->m_nOrderType = d->m_params.front().m_nOrderType;
   countHedge();
   return true;
 }
@@ -191,6 +190,14 @@ void CBasketTask::showHedgeRunning() {
   m_pHedgeItem->m_bPatching = true;
 }
 
+/// Everything has filled, or the hedge was stopped: its row offers no end of it any more.
+void CBasketTask::endHedgeMark() {
+  if (!m_pHedgeItem || !m_pHedgeItem->m_bPatching) return;
+  m_pHedgeItem->m_bPatching = false;
+  const int shown = m_pHedgeItem->isFilled() ? EHBTS_PatchFinished : EHBTS_PatchFailed;
+  Q_EMIT sigTaskStatus(m_pHedgeItem->m_strKey, shown, m_pHedgeItem->m_nOrderType);
+}
+
 void CBasketTask::cancelHedge(const QString& key) {
   {
     const Lock lock(m_mutex);
@@ -201,6 +208,8 @@ void CBasketTask::cancelHedge(const QString& key) {
   m_bHedgeCancelled = true;
   m_pHedgeItem->m_bHedge = false;
   m_pHedgeItem->m_bPatching = false;
+  // So that the task can end, and a resume does not start the hedge again.
+  m_pHedgeItem->m_nStatus = ksservice::ETS_Cancelled;
   Q_EMIT sigTaskStatus(m_pHedgeItem->m_strKey, EHBTS_HedgeCancelled, m_pHedgeItem->m_nOrderType);
 }
 

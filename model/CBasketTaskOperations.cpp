@@ -2,6 +2,7 @@
 /// and nothing is announced with the mutex held, unless the caller holds it.
 #include <QApplication>
 #include <boost/make_shared.hpp>
+#include <utility>
 
 #include "CBasketTask.h"
 #include "EHpfBasketTaskStatus.h"
@@ -13,6 +14,7 @@
 #include "tc/CTimeService.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "utils/Clock.h"
 #include "utils/Log.h"
 
 namespace TC {
@@ -55,8 +57,22 @@ CBasketTask::DetailList CBasketTask::details(bool own, bool patches) const {
   const Lock lock(m_mutex);
   DetailList list;
   if (own) list.insert(list.end(), m_mapDetails.begin(), m_mapDetails.end());
-  if (patches) list.insert(list.end(), m_mapPatchDetails.begin(), m_mapPatchDetails.end());
+  if (patches) {
+    const auto known = m_patches.all();
+    list.insert(list.end(), known.begin(), known.end());
+  }
   return list;
+}
+
+/// The details that an operation goes to now. What was accepted in patches and has not come gets it when it comes.
+CBasketTask::DetailList CBasketTask::reach(int operation, bool own) {
+  const Lock lock(m_mutex);
+  const DetailList patches = details(false, true);
+  CPatchStore::instance().of(storeKey(), [&](CPatchCreations& creations) {
+    creations.operate(operation);
+    for (const auto& detail : patches) creations.sent(detail->getKey(), operation);
+  });
+  return own ? details(true, true) : patches;
 }
 
 void CBasketTask::send(const CTaskDetail& detail, const OpRecordPtr& record) {
@@ -72,15 +88,23 @@ void CBasketTask::send(const CTaskDetail& detail, const OpRecordPtr& record) {
       });
 }
 
-void CBasketTask::setHedgeStatus(int status) {
-  const Lock lock(m_mutex);
-  if (m_pHedgeItem) m_pHedgeItem->m_nStatus = status;
+/// Sends an operation, and what else it takes on a task of the terminal's own.
+void CBasketTask::carryOut(const CTaskDetail& detail, const OpRecordPtr& record) {
+  send(detail, record);
+  if (detail.m_bServerTask) return;
+  ksservice::ITaskCenter& tasks = ksservice::TraderCenter::instance().getTaskCenter();
+  if (record->m_nOperation == ksservice::ETO_Pause && detail.m_nStatus == ksservice::ETS_Running) {
+    tasks.pauseTask(detail.m_nTaskId, firstAccount(detail));
+  } else if (record->m_nOperation == ksservice::ETO_Resume && detail.m_nStatus == ksservice::ETS_Paused) {
+    tasks.resumeTask(detail.m_nTaskId, firstAccount(detail));
+  }
 }
 
+/// Takes a status that an operation leads to, once the root's is formed so.
 bool CBasketTask::settle(ksservice::ETaskStatus expected) {
   const Lock lock(m_mutex);
-  if (status() != expected) return false;
-  m_pRoot->m_nStatus = expected;
+  if (rootStatusNow() != expected) return false;
+  formRoot();
   return true;
 }
 
@@ -88,20 +112,44 @@ void CBasketTask::announce(int status) {
   Q_EMIT sigTaskStatus(m_pRoot->m_strHpfTreeKey, status, getOrderType(m_strKey));
 }
 
+void CBasketTask::announceRoot() { announce(shownStatus()); }
+
 void CBasketTask::cancel(QString text) {
   const OpRecordPtr record = makeEndRecord(ksservice::ETO_Cancel);
-  for (const auto& detail : details(true, true)) send(*detail, record);
+  for (const auto& detail : reach(ksservice::ETO_Cancel, true)) carryOut(*detail, record);
   getBasketHedgeManager().stopHedge(m_nGroupId);
   bool cancelled = false;
+  bool dropped = false;
   {
     const Lock lock(m_mutex);
-    if (m_pHedgeItem) m_pHedgeItem->m_bPatching = false;
-    setHedgeStatus(ksservice::ETS_Cancelled);
+    if (m_pHedgeItem) {
+      m_pHedgeItem->m_bPatching = false;
+      m_pHedgeItem->m_nStatus = ksservice::ETS_Cancelled;
+    }
     cancelled = settle(ksservice::ETS_Cancelled);
     if (cancelled) m_pRoot->m_bPatching = false;
+    dropped = onlyHedgeUnfinished() && !std::exchange(m_bDroppedForHedge, true);
   }
-  if (cancelled) announce(ksservice::ETS_Cancelled);
-  if (onlyHedgeUnfinished()) drop(text);
+  if (waitOf().waiting) {
+    giveUpWaiting();
+  } else if (cancelled) {
+    announceRoot();
+  }
+  if (dropped) drop(text);
+}
+
+/// The click on "撤销" has ended at once, since nothing may ever come that would end it. Who has waited long enough
+/// waits no more.
+void CBasketTask::giveUpWaiting() {
+  constexpr double LONG_ENOUGH_MSEC = 10000;
+  const double now = utils::clockMSec();
+  CPatchStore::instance().of(storeKey(),
+                             [now](CPatchCreations& creations) { creations.endWait(now, LONG_ENOUGH_MSEC); });
+  {
+    const Lock lock(m_mutex);
+    formRoot();
+  }
+  announceEnded();
 }
 
 /// Compared are volumes: everything but what the hedge was to trade.
@@ -113,37 +161,38 @@ bool CBasketTask::onlyHedgeUnfinished() const {
 
 void CBasketTask::pause(QString /*text*/) {
   const OpRecordPtr record = makeRecord(ksservice::ETO_Pause);
-  for (const auto& detail : details(true, true)) {
-    send(*detail, record);
-    if (detail->m_bServerTask || detail->m_nStatus != ksservice::ETS_Running) continue;
-    ksservice::TraderCenter::instance().getTaskCenter().pauseTask(detail->m_nTaskId, firstAccount(*detail));
-  }
+  for (const auto& detail : reach(ksservice::ETO_Pause, true)) carryOut(*detail, record);
   getBasketHedgeManager().pauseHedge(m_nGroupId);
-  setHedgeStatus(ksservice::ETS_Paused);
-  if (settle(ksservice::ETS_Paused)) announce(ksservice::ETS_Paused);
+  {
+    const Lock lock(m_mutex);
+    // A hedge that has ended stays so: a resume must not start it.
+    if (m_pHedgeItem && m_pHedgeItem->m_nStatus < ksservice::ETS_Finished)
+      m_pHedgeItem->m_nStatus = ksservice::ETS_Paused;
+  }
+  if (settle(ksservice::ETS_Paused)) announceRoot();
 }
 
 void CBasketTask::resume(QString /*text*/) {
   const OpRecordPtr record = makeRecord(ksservice::ETO_Resume);
-  for (const auto& detail : details(true, true)) {
-    send(*detail, record);
-    if (detail->m_bServerTask || detail->m_nStatus != ksservice::ETS_Paused) continue;
-    ksservice::TraderCenter::instance().getTaskCenter().resumeTask(detail->m_nTaskId, firstAccount(*detail));
-  }
-  resumeHedge();
-  if (settle(ksservice::ETS_Running)) announce(ksservice::ETS_Running);
-  if (!details(false, true).empty()) settlePatches(nullptr);
-}
-
-/// A hedge that has ended is not started again.
-void CBasketTask::resumeHedge() {
+  const DetailList reached = reach(ksservice::ETO_Resume, true);
+  for (const auto& detail : reached) carryOut(*detail, record);
+  if (resumeHedge()) getBasketHedgeManager().startHedge(m_nGroupId);
+  bool formed = false;
   {
     const Lock lock(m_mutex);
-    if (!m_pHedgeItem || m_pHedgeItem->m_nStatus >= ksservice::ETS_Finished) return;
-    m_pHedgeItem->m_nStatus = ksservice::ETS_Running;
-    showHedgeRunning();
+    formed = !m_patches.details().isEmpty();
+    if (formed) formRoot();
   }
-  getBasketHedgeManager().startHedge(m_nGroupId);
+  if (formed || settle(ksservice::ETS_Running)) announceRoot();
+}
+
+/// False when there is none, or it has ended: that is not started again.
+bool CBasketTask::resumeHedge() {
+  const Lock lock(m_mutex);
+  if (!m_pHedgeItem || m_pHedgeItem->m_nStatus >= ksservice::ETS_Finished) return false;
+  m_pHedgeItem->m_nStatus = ksservice::ETS_Running;
+  showHedgeRunning();
+  return true;
 }
 
 void CBasketTask::drop(QString /*text*/) {
@@ -154,7 +203,10 @@ void CBasketTask::drop(QString /*text*/) {
     const Lock lock(m_mutex);
     m_pRoot->m_bPatching = false;
     if (m_pHedgeItem) m_pHedgeItem->m_bPatching = false;
+    m_bDroppedMeanwhile = true;
+    endQuery();
   }
+  CPatchStore::instance().of(storeKey(), [](CPatchCreations& creations) { creations.setDropped(true); });
   // The root's own status is left to the details that follow, so that a drop that is refused can be undone on screen.
   announce(ksservice::ETS_Dropped);
 }
@@ -167,11 +219,24 @@ void CBasketTask::unpatch(const QString& key) {
       m_pHedgeItem->m_bPatching = false;
       hedgeKey = key;
     }
+    endQuery();
   }
   // The hedge row's key with the root's order type: that is intended.
   if (!hedgeKey.isEmpty()) Q_EMIT sigTaskStatus(hedgeKey, EHBTS_PatchFailed, getOrderType(m_strKey));
   const OpRecordPtr record = makeEndRecord(ksservice::ETO_Drop);
-  for (const auto& detail : details(false, true)) send(*detail, record);
+  for (const auto& detail : reach(ksservice::ETO_Drop, false)) send(*detail, record);
+}
+
+/// What the user asked for before the detail was there. Without the mutex.
+void CBasketTask::sendOwed(const CTaskDetail& detail) {
+  if (hasEnded(detail.m_nStatus)) return;
+  const int operation = CPatchStore::instance().of(storeKey(), [&detail](CPatchCreations& creations) {
+    const int owed = creations.owed(detail.getKey());
+    if (owed != 0) creations.sent(detail.getKey(), owed);
+    return owed;
+  });
+  if (operation != 0)
+    carryOut(detail, operation == ksservice::ETO_Pause ? makeRecord(operation) : makeEndRecord(operation));
 }
 
 void CBasketTask::onOperateOrbTask(const utils::KSError& error, const bson::BSONObj& reply, int operation) {
@@ -183,19 +248,17 @@ void CBasketTask::onOperateOrbTask(const utils::KSError& error, const bson::BSON
   }
   if (message.empty()) return;
   Q_EMIT sigShowOperateOrbTaskError(QString::fromStdString(message));
-  announceEnded(rootStatus());
+  if (operation == ksservice::ETO_Drop) {
+    CPatchStore::instance().of(storeKey(), [](CPatchCreations& creations) { creations.setDropped(false); });
+  }
+  announceEnded();
   utils::logInfo(this, "CBasketTask::onOperateOrbTask", "onOperateOrbTask %1%-%2% error: %3%", m_nGroupId, operation,
                  message);
 }
 
-int CBasketTask::rootStatus() const {
-  const Lock lock(m_mutex);
-  return m_pRoot->m_nStatus;
-}
-
-void CBasketTask::announceEnded(int status) {
+void CBasketTask::announceEnded() {
   Q_EMIT sigOperationEnded(m_pRoot->m_strHpfTreeKey);
-  announce(status);
+  announceRoot();
 }
 
 void CBasketTask::slotShowOperateOrbTaskError(QString message) {

@@ -1,5 +1,5 @@
-/// A patch from the click to the task that is sent: the query of what server tasks have finished, the user's
-/// confirmation, and the host's answer. No dialog opens, and nothing is asked of the host, with the mutex held.
+/// A patch from the click to what the user chose: the query of what server tasks have finished, and the confirmation.
+/// No dialog opens, and nothing is asked of the host, with the mutex held.
 #include <QApplication>
 #include <algorithm>
 
@@ -10,15 +10,18 @@
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CItCommandCenter.h"
+#include "tc/CMsgService.h"
 #include "tc/CTradeClient.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "utils/Clock.h"
 #include "utils/Log.h"
 
 namespace TC {
 
 using ksservice::CCodeOrderParam;
 using ksservice::COrderCommand;
+using ksservice::CTaskDetail;
 using ksservice::CTaskDetailPtr;
 using ksservice::CTaskHelper;
 using utils::logInfo;
@@ -27,8 +30,8 @@ namespace {
 
 /// The kind of trader that an algorithm's patch is for.
 constexpr auto ALGO_TRADER = static_cast<EMavTraderType>(4);
-/// What createTask is told of a patch that was confirmed line by line.
-constexpr int CONFIRMED_PATCH = 1;
+/// A query that has no answer after this time does not keep the user from asking again.
+constexpr double ANSWER_MSEC = 10000;
 
 void tell(const QString& text) {
   GV::CMessageBox::information(QApplication::activeWindow(), QStringLiteral("补单"), text);
@@ -40,8 +43,10 @@ void tell(const QString& text) {
 
 /// False while another patch of the task is under way.
 bool CBasketTask::beginPatch() {
+  const bool waiting = waitOf().waiting;
   const Lock lock(m_mutex);
-  if (m_patchPhase != EPatchPhase::None || m_creations.isPending()) return false;
+  const bool unanswered = m_patchPhase == EPatchPhase::Querying && utils::clockMSec() - m_dAskedMSec >= ANSWER_MSEC;
+  if (waiting || m_eLetGo != ELetGo::Held || (m_patchPhase != EPatchPhase::None && !unanswered)) return false;
   m_patchPhase = EPatchPhase::Started;
   return true;
 }
@@ -53,7 +58,13 @@ void CBasketTask::endPatch() {
 
 void CBasketTask::refusePatch() {
   tell(QStringLiteral("补单中"));
-  announceEnded(rootStatus());
+  announceEnded();
+}
+
+void CBasketTask::letGo(ELetGo why) {
+  const Lock lock(m_mutex);
+  m_eLetGo = why;
+  endQuery();
 }
 
 // The query
@@ -63,7 +74,7 @@ void CBasketTask::checkHasAlgoTask(const QString& key, EMavTraderType traderType
     refusePatch();
     return;
   }
-  const std::vector<std::string> tasks = queryKeys();
+  const std::vector<std::string> tasks = beginQuery();
   if (tasks.empty()) {
     patchWithParam(key, {}, traderType);
     return;
@@ -71,28 +82,44 @@ void CBasketTask::checkHasAlgoTask(const QString& key, EMavTraderType traderType
   logInfo(this, "CBasketTask::checkHasAlgoTask", "task %1% QueryOrderProcess start", m_nGroupId);
   getTradeClient().queryOrderProcess(
       tasks,
-      [weak = weak_from_this(), key](const OrderProcessMap& data, const utils::KSError& error,
-                                     const bson::BSONObj& result) {
-        if (const auto task = weak.lock()) task->onQueryOrderProcess(data, error, result, key);
+      [weak = weak_from_this(), key, number = m_nQuery](const OrderProcessMap& data, const utils::KSError& error,
+                                                        const bson::BSONObj& result) {
+        const auto task = weak.lock();
+        if (task && task->isNewestQuery(number)) task->onQueryOrderProcess(data, error, result, key);
       },
       0);
+  // An answer may never come; the click has done what it can.
+  announceEnded();
 }
 
 /// The server tasks that the query is about; remembers which of them had not ended when it was sent, since the answer
 /// does not tell what they send afterwards.
-std::vector<std::string> CBasketTask::queryKeys() {
+std::vector<std::string> CBasketTask::beginQuery() {
   const Lock lock(m_mutex);
   std::vector<std::string> keys;
   m_runningWhenAsked.clear();
-  for (const DetailMap* details : {&m_mapDetails, &m_mapPatchDetails}) {
+  for (const DetailMap* details : std::initializer_list<const DetailMap*>{&m_mapDetails, &m_patches.details()}) {
     for (const CTaskDetailPtr& detail : *details) {
       if (!detail->m_bServerTask) continue;
       keys.push_back(CTaskHelper::genServerTaskKey(*detail));
       if (!hasEnded(detail->m_nStatus)) m_runningWhenAsked.insert(keys.back());
     }
   }
-  if (!keys.empty()) m_patchPhase = EPatchPhase::Querying;
+  if (keys.empty()) return keys;
+  m_patchPhase = EPatchPhase::Querying;
+  ++m_nQuery;
+  m_dAskedMSec = utils::clockMSec();
   return keys;
+}
+
+/// What is answered from now on starts no patch. With the mutex held.
+void CBasketTask::endQuery() {
+  if (m_patchPhase == EPatchPhase::Querying) m_patchPhase = EPatchPhase::None;
+}
+
+bool CBasketTask::isNewestQuery(int number) const {
+  const Lock lock(m_mutex);
+  return number == m_nQuery;
 }
 
 void CBasketTask::onQueryOrderProcess(const OrderProcessMap& data, const utils::KSError& err,
@@ -119,6 +146,7 @@ void CBasketTask::onQueryOrderProcess(const OrderProcessMap& data, const utils::
   {
     const Lock lock(m_mutex);
     m_mapProgress = data;
+    m_nAnswered = m_nQuery;
   }
   Q_EMIT sigPatchTask(key, ok);
 }
@@ -128,7 +156,8 @@ void CBasketTask::slotPatchTask(QString key, bool ok) {
   OrderProcessMap finished;
   {
     const Lock lock(m_mutex);
-    if (m_patchPhase != EPatchPhase::Querying) return;  // a second answer opens no second dialog
+    // A second answer opens no second dialog, nor does one that came too late.
+    if (m_patchPhase != EPatchPhase::Querying || m_nAnswered != m_nQuery) return;
     m_patchPhase = EPatchPhase::Started;
     finished = m_mapProgress;
   }
@@ -143,7 +172,7 @@ void CBasketTask::slotPatchTask(QString key, bool ok) {
 void CBasketTask::failQuery() {
   tell(QStringLiteral("补单失败，查询三方算法任务进度失败"));
   logInfo(this, "CBasketTask::slotPatchTask", "task %1% patch QueryOrderProcess fail", m_nGroupId);
-  announceEnded(rootStatus());
+  announceEnded();
 }
 
 // The confirmation
@@ -154,7 +183,10 @@ void CBasketTask::patchWithParam(const QString& key, const OrderProcessMap& fini
   {
     const Lock lock(m_mutex);
     begun = m_patchPhase == EPatchPhase::Started || beginPatch();
-    if (begun) m_patchPhase = EPatchPhase::Confirming;
+    if (begun) {
+      m_patchPhase = EPatchPhase::Confirming;
+      m_bDroppedMeanwhile = false;
+    }
   }
   if (!begun) {
     refusePatch();
@@ -165,139 +197,105 @@ void CBasketTask::patchWithParam(const QString& key, const OrderProcessMap& fini
 }
 
 void CBasketTask::confirmPatch(const QString& key, const OrderProcessMap& finished, EMavTraderType traderType) {
-  const char* const function = "CBasketTask::patchWithParam";
-  if (status() != ksservice::ETS_Cancelled) {
-    logInfo(this, function, "task %1% is not cancel state", m_nGroupId);
-    announceEnded(rootStatus());
+  const SNewest details = newest();
+  if (!isCancelled(details)) {
+    logInfo(this, "CBasketTask::patchWithParam", "task %1% is not cancel state", m_nGroupId);
+    announceEnded();
     return;
   }
   if (key != m_strKey) return;
-  QStringList leftOut;
-  const std::vector<CCodeOrderParam> offered = offer(finished, leftOut);
-  if (!answersAll(finished)) {
+  if (!answersAll(details, finished)) {
     failQuery();
     return;
   }
-  if (offered.empty()) {
-    tell(QStringLiteral("可补单量为0"));
-    logInfo(this, function, "task %1% patch quantity is 0", m_nGroupId);
-    announceEnded(rootStatus());
+  const SOffer offered = offer(finished);
+  if (!offered.refused.isEmpty()) tellRefused(offered.refused);
+  if (offered.params.empty()) {
+    refuseOffer();
     return;
   }
-  if (!leftOut.isEmpty()) tell(QStringLiteral("不能补单：\n%1").arg(leftOut.join(QLatin1Char('\n'))));
-  if (!m_pPatchDialog) m_pPatchDialog = std::make_unique<CBasketPatchDialog>();
-  const std::vector<CCodeOrderParam> own = getParam(key);
+  if (!stillHolds()) return;
+  const ParamList own = getParam(key);
   if (own.empty()) {
-    logInfo(this, function, "task %1% get old param fail", m_nGroupId);
-    announceEnded(rootStatus());
+    logInfo(this, "CBasketTask::patchWithParam", "task %1% get old param fail", m_nGroupId);
+    announceEnded();
     return;
   }
+  if (!m_pPatchDialog) m_pPatchDialog = std::make_unique<CBasketPatchDialog>();
   m_pPatchDialog->setTraderType(traderType == ALGO_TRADER);
-  m_pPatchDialog->setPatchParams(offered, own, getAlgoParams().toStdString());
-  if (m_pPatchDialog->exec() == QDialog::Accepted) {
-    takeChoice(finished);
-    return;
+  m_pPatchDialog->setPatchParams(offered.params, own, getAlgoParams().toStdString());
+  if (m_pPatchDialog->exec() != QDialog::Accepted) {
+    announceEnded();
+    logInfo(this, "CBasketTask::patchWithParam", "User %1% give up patch task %2%", getUserConfig().userName(),
+            m_strKey);
+  } else if (m_pPatchDialog->isNewBasket()) {
+    takeNewBasket(finished);
+  } else {
+    takePatch(finished);
   }
-  announceEnded(rootStatus());
-  logInfo(this, function, "User %1% give up patch task %2%", getUserConfig().userName(), m_strKey);
 }
 
-void CBasketTask::takeChoice(const OrderProcessMap& finished) {
-  std::vector<CCodeOrderParam> params;
-  std::string algoParams;
-  m_pPatchDialog->takeParams(params, algoParams);
-  if (!stillFits(params, finished)) {
-    tell(QStringLiteral("可补单量已变化，没有补单，请重新操作"));
-    logInfo(this, "CBasketTask::patchWithParam", "task %1% patch quantity has changed", m_nGroupId);
-    announceEnded(rootStatus());
-    return;
-  }
-  if (!m_pPatchDialog->isNewBasket()) {
-    sendPatch(params, algoParams);
-    return;
-  }
-  Q_EMIT sigPatchCreateTask(m_pPatchDialog->takeNewBasketLines().join(QLatin1Char('\n')));
-  drop(QString());
+/// A message for each row that has a remainder and is not offered, and how many more there are.
+void CBasketTask::tellRefused(const QStringList& refused) {
+  constexpr int MOST = 20;
+  QStringList lines = {QStringLiteral("不能补单：")};
+  lines += refused.mid(0, MOST);
+  if (refused.size() > MOST) lines += QStringLiteral("等 %1 行").arg(refused.size() - MOST);
+  tell(lines.join(QLatin1Char('\n')));
 }
 
-// The creation
+void CBasketTask::refuseOffer() {
+  tell(QStringLiteral("可补单量为0"));
+  logInfo(this, "CBasketTask::patchWithParam", "task %1% patch quantity is 0", m_nGroupId);
+  announceEnded();
+}
 
-void CBasketTask::sendPatch(const std::vector<CCodeOrderParam>& params, const std::string& algoParams) {
-  const auto command = getItCommandCenter().getCommand(getCommandKey());
-  if (!command) {
-    logInfo(this, "CBasketTask::patchWithParam", "get command fail");
-    announceEnded(rootStatus());
-    return;
-  }
-  COrderCommand patch = *command;
-  if (!algoParams.empty()) {
-    patch.m_strAlgoParams = algoParams;
-    patch.m_nOrderType = ksservice::EORT_Algo;
-  } else if (!ksservice::DataHelper::isAlgoOrderType(m_pPatchDialog->orderType())) {
-    // The user confirmed a plain trade, whatever the task itself was.
-    patch.m_strAlgoParams.clear();
-    patch.m_nOrderType = ksservice::EORT_Plain;
-  }
-  createPatch(patch, params, CONFIRMED_PATCH);
+/// Whether what the user was asked is still to be done. It is not once the task was dropped or its day is over,
+/// whatever its details say; that is told, but to nobody when the panel has gone.
+bool CBasketTask::stillHolds() {
+  QString reason;
   {
     const Lock lock(m_mutex);
-    m_pRoot->m_bPatching = true;
-  }
-  announce(EHBTS_Patching);
-}
-
-void CBasketTask::createPatch(const COrderCommand& command, const std::vector<CCodeOrderParam>& params, int hedgeType) {
-  COrderCommand patch = command;
-  patch.m_bPatch = true;
-  int creation = 0;
-  {
-    const Lock lock(m_mutex);
-    creation = m_creations.add(plannedVolumes(params, ELineAccount::Each));
-  }
-  getItCommandCenter().createTask(
-      patch, params, static_cast<EMavTraderType>(command.m_nTraderType), hedgeType,
-      [weak = weak_from_this(), creation](const utils::KSError& error, int taskId) {
-        if (const auto task = weak.lock()) task->onPatchCreated(creation, error, taskId);
-      },
-      m_nGroupId);
-}
-
-/// The host's answer to a creation. Any thread.
-void CBasketTask::onPatchCreated(int creation, const utils::KSError& error, int taskId) {
-  if (!error.success()) {
-    // What it ordered stays taken until the user was told.
-    Q_EMIT sigPatchCreateFailed(creation, QString::fromStdString(error.errorMsg()));
-    return;
-  }
-  const Lock lock(m_mutex);
-  m_creations.answered(creation, taskId > 0 ? taskId : CPatchCreations::NO_TASK);
-  for (const CTaskDetailPtr& detail : m_mapPatchDetails) {
-    if (detail->m_nTaskId == taskId) noteArrival(*detail, false);
-  }
-}
-
-void CBasketTask::slotPatchCreateFailed(int creation, QString message) {
-  const auto self = weak_from_this().lock();  // the message runs an event loop
-  {
-    const Lock lock(m_mutex);
-    releaseRows(m_creations.failed(creation));
-    const bool runs = std::any_of(m_mapPatchDetails.begin(), m_mapPatchDetails.end(),
-                                  [](const CTaskDetailPtr& detail) { return !hasEnded(detail->m_nStatus); });
-    m_pRoot->m_bPatching = runs || m_creations.isPending();
-  }
-  tell(message.isEmpty() ? QStringLiteral("补单失败") : message);
-  announceEnded(rootStatus());
-}
-
-/// Rows that were ordered one by one and of which nothing comes.
-void CBasketTask::releaseRows(const LineVolumes& lines) {
-  for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
-    for (CBasketTaskItem* item : *rows) {
-      if (!item->m_bPatching || !lines.contains(patchLine(*item, rows.key()))) continue;
-      item->m_bPatching = false;
-      Q_EMIT sigTaskStatus(item->m_strKey, EHBTS_PatchFailed, item->m_nOrderType);
+    if (m_eLetGo == ELetGo::Held && !m_bDroppedMeanwhile) return true;
+    if (m_eLetGo == ELetGo::NewTradingDay) {
+      reason = QStringLiteral("交易日已变，没有补单");
+    } else if (m_eLetGo == ELetGo::Held) {
+      reason = QStringLiteral("任务已放弃，没有补单");
     }
   }
+  if (reason.isEmpty()) return false;
+  tell(reason);
+  announceEnded();
+  return false;
+}
+
+/// Says so when the lines may not be ordered any more.
+bool CBasketTask::checkFits(const ParamList& params, const OrderProcessMap& finished) {
+  if (!stillHolds()) return false;
+  if (stillFits(params, finished)) return true;
+  tell(QStringLiteral("可补单量已变化，没有补单，请重新操作"));
+  logInfo(this, "CBasketTask::patchWithParam", "task %1% patch quantity has changed", m_nGroupId);
+  announceEnded();
+  return false;
+}
+
+void CBasketTask::takePatch(const OrderProcessMap& finished) {
+  ParamList params;
+  std::string algoParams;
+  m_pPatchDialog->takeParams(params, algoParams);
+  if (checkFits(params, finished)) sendPatch(params, algoParams);
+}
+
+void CBasketTask::takeNewBasket(const OrderProcessMap& finished) {
+  const QStringList lines = m_pPatchDialog->takeNewBasketLines();
+  ParamList params;
+  std::string algoParams;
+  m_pPatchDialog->takeParams(params, algoParams);
+  if (!checkFits(params, finished)) return;
+  const LineVolumes handed = plannedVolumes(params, ELineAccount::Each);
+  CPatchStore::instance().of(storeKey(), [&handed](CPatchCreations& creations) { creations.handedOver(handed); });
+  Q_EMIT sigPatchCreateTask(lines.join(QLatin1Char('\n')));
+  drop(QString());
 }
 
 }  // namespace TC

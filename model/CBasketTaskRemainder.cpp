@@ -6,6 +6,7 @@
 #include "CBasketTask.h"
 #include "TaskKeys.h"
 #include "ksservice/Helpers.h"
+#include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/CTradeClient.h"
 #include "tc/CUserConfig.h"
@@ -36,6 +37,14 @@ const std::map<std::string, int>* answerOf(const OrderProcessMap& finished, cons
 
 bool isPatch(const CTaskDetail& detail) { return detail.m_pCommand && detail.m_pCommand->m_bPatch; }
 
+/// Of a command that makes a task's own details.
+bool isOwn(const CTaskDetail& detail) {
+  const int type = detail.m_pCommand->m_nBasketType;
+  const bool basket =
+      type == ksservice::ECBT_Basket || type == ksservice::ECBT_EtfHedge || type == ksservice::ECBT_EtfHedge2;
+  return basket && !detail.m_pCommand->m_bPatch;
+}
+
 }  // namespace
 
 int CBasketTask::getFinishedOrderNumForAlgoTask(const QString& accountKey, std::string& securityKey,
@@ -62,7 +71,7 @@ int CBasketTask::getFinishedOrderNumForAlgoTask(const QString& accountKey, std::
 const CTaskDetailPtr* CBasketTask::algoDetail(const std::string& taskKey) const {
   const auto known = m_mapAlgoDetails.find(taskKey);
   if (known != m_mapAlgoDetails.end()) return &*known;
-  for (const DetailMap* details : {&m_mapDetails, &m_mapPatchDetails}) {
+  for (const DetailMap* details : std::initializer_list<const DetailMap*>{&m_mapDetails, &m_patches.details()}) {
     for (const CTaskDetailPtr& detail : *details) {
       if (detail->m_bServerTask && CTaskHelper::genServerTaskKey(*detail) == taskKey) return &detail;
     }
@@ -70,97 +79,176 @@ const CTaskDetailPtr* CBasketTask::algoDetail(const std::string& taskKey) const 
   return nullptr;
 }
 
-/// The patch tasks as the host knows them now, by their keys: also those of which nothing has been delivered yet.
-std::map<std::string, CTaskDetailPtr> CBasketTask::patchDetails() const {
-  std::map<std::string, CTaskDetailPtr> details;
+/// The details as the data centre knows them now, by their keys: those that the task has been given and, of the same
+/// login, those that are still on their way.
+CBasketTask::SNewest CBasketTask::newest() const {
+  SNewest details;
+  std::string login;
+  int traderType = 0;
   {
     const Lock lock(m_mutex);
-    for (const CTaskDetailPtr& detail : m_mapPatchDetails) details[detail->getKey()] = detail;
+    traderType = m_nTraderType;
+    for (const CTaskDetailPtr& detail : m_mapDetails) {
+      details.own[detail->getKey()] = detail;
+      if (detail->m_pCommand) login = detail->m_pCommand->m_strLogin;
+    }
+    for (const CTaskDetailPtr& detail : m_patches.all()) details.patches[detail->getKey()] = detail;
   }
   for (const CTaskDetailPtr& detail : ksservice::TraderCenter::instance().getDataCenter().taskDetails()) {
-    if (isPatch(*detail) && detail->m_pCommand->m_nTaskId == m_nGroupId) details[detail->getKey()] = detail;
+    const auto& command = detail->m_pCommand;
+    const auto own = details.own.find(detail->getKey());
+    if (own != details.own.end()) own->second = detail;
+    const bool same = command && command->m_nTaskId == m_nGroupId && command->m_nTraderType == traderType &&
+                      command->m_strLogin == login;
+    if (!same) continue;
+    if (isPatch(*detail)) details.patches[detail->getKey()] = detail;
+    if (own == details.own.end() && isOwn(*detail)) details.own[detail->getKey()] = detail;
   }
   return details;
 }
 
-SPatchSource CBasketTask::sourceOf(const CTaskDetail& detail, const OrderProcessMap& finished) const {
+bool CBasketTask::isCancelled(const SNewest& details) const {
+  const Lock lock(m_mutex);
+  DetailMap own;
+  for (const auto& [key, detail] : details.own) own[key] = detail;
+  return deriveStatus(statusFacts(own)).status == ksservice::ETS_Cancelled;
+}
+
+/// finished: the answer of a progress query; null where none was asked for.
+SPatchSource CBasketTask::sourceOf(const CTaskDetail& detail, const OrderProcessMap* finished) const {
   SPatchSource source{detail};
   source.maySend = !hasEnded(detail.m_nStatus);
   if (!detail.m_bServerTask) return source;
-  source.maySend = source.maySend || m_runningWhenAsked.contains(CTaskHelper::genServerTaskKey(detail));
   source.progress = getTradeClient().getTaskProgress(detail.getKey());
-  source.answer = answerOf(finished, detail);
+  if (!finished) return source;
+  source.maySend = source.maySend || m_runningWhenAsked.count(CTaskHelper::genServerTaskKey(detail)) > 0;
+  source.asked = true;
+  source.answer = answerOf(*finished, detail);
   return source;
 }
 
-/// What the task and its patches have bought or sold, or may still, of each line.
-LineVolumes CBasketTask::takenVolumes(const OrderProcessMap& finished) const {
-  const std::map<std::string, CTaskDetailPtr> patches = patchDetails();
-  const Lock lock(m_mutex);
-  LineVolumes taken = m_creations.outstanding();
-  for (const CTaskDetailPtr& detail : m_mapDetails) {
-    SPatchSource source = sourceOf(*detail, finished);
-    source.account = ELineAccount::First;
-    // A patch that came by the way of a task's own details has raised the target by what it repeats.
-    if (isPatch(*detail)) addVolumes(taken, plannedVolumes(detail->m_params, ELineAccount::First));
-    if (!patches.contains(detail->getKey())) addVolumes(taken, TC::takenVolumes(source));
+/// The details as sources of what is taken; own: of the task itself. With the mutex held.
+std::vector<SPatchSource> CBasketTask::sources(const SNewest& details, const OrderProcessMap* finished) const {
+  std::vector<SPatchSource> sources;
+  for (const auto& [key, detail] : details.own) {
+    if (details.patches.count(key) > 0) continue;
+    sources.push_back(sourceOf(*detail, finished));
+    sources.back().account = ELineAccount::First;
   }
-  for (const auto& patch : patches) addVolumes(taken, TC::takenVolumes(sourceOf(*patch.second, finished)));
+  for (const auto& patch : details.patches) sources.push_back(sourceOf(*patch.second, finished));
+  return sources;
+}
+
+/// What the task and its patches have bought or sold, or may still, of each line. With the mutex held.
+LineVolumes CBasketTask::takenVolumes(const SNewest& details, const OrderProcessMap* finished) const {
+  LineVolumes taken;
+  for (const SPatchSource& source : sources(details, finished)) addVolumes(taken, TC::takenVolumes(source));
+  // A patch that came by the way of a task's own details has raised the target by what it repeats.
+  for (const auto& own : details.own) {
+    if (isPatch(*own.second)) addVolumes(taken, plannedVolumes(own.second->m_params, ELineAccount::First));
+  }
   return taken;
 }
 
-/// Whether the answer speaks of every server task of this task and its patches; one that has filled whole needs none.
-bool CBasketTask::answersAll(const OrderProcessMap& finished) const {
-  const Lock lock(m_mutex);
-  for (const DetailMap* details : {&m_mapDetails, &m_mapPatchDetails}) {
-    for (const CTaskDetailPtr& detail : *details) {
-      const bool open = detail->m_bServerTask && detail->m_nStatus != ksservice::ETS_Finished;
-      if (open && !answerOf(finished, *detail)) return false;
+/// Whether the answer speaks of every server task that may still trade.
+bool CBasketTask::answersAll(const SNewest& details, const OrderProcessMap& finished) {
+  for (const auto* map : {&details.own, &details.patches}) {
+    for (const auto& [key, detail] : *map) {
+      if (detail->m_bServerTask && !hasEnded(detail->m_nStatus) && !answerOf(finished, *detail)) return false;
     }
   }
   return true;
 }
 
-/// What is left of the row's target; below 0 when more than that was traded. counted: what its orders and the answer
-/// say; where what is known of the details says more, that counts.
-long long CBasketTask::remainder(const CBasketTaskItem& item, const QString& accountKey, long long counted,
-                                 const LineVolumes& taken) const {
-  if (item.m_bUnset) return 0;
-  const auto known = taken.find(patchLine(item, accountKey));
-  const long long open = known == taken.end() ? 0 : known->second;
-  return item.totalVolume() - std::max({counted, open, item.finishedVolume()});
+/// Lines of which it is not known what was traded. With the mutex held.
+std::set<PatchLine> CBasketTask::unansweredLines(const SNewest& details, const OrderProcessMap& finished) const {
+  std::set<PatchLine> lines;
+  for (const SPatchSource& source : sources(details, &finished)) {
+    if (!isUnanswered(source)) continue;
+    for (const auto& line : plannedVolumes(source.detail.m_params, source.account)) lines.insert(line.first);
+  }
+  return lines;
+}
+
+/// The rows with exactly one operation, as their remainders follow from them. items: their nodes. With the mutex held.
+std::vector<SRemainderRow> CBasketTask::remainderRows(const OrderProcessMap* finished,
+                                                      std::vector<CBasketTaskItem*>& items) {
+  std::vector<SRemainderRow> rows;
+  for (auto account = m_stockMap.cbegin(); account != m_stockMap.cend(); ++account) {
+    for (auto item = account->cbegin(); item != account->cend(); ++item) {
+      if ((*item)->m_vecOperations.size() != 1) continue;
+      items.push_back(*item);
+      SRemainderRow& row = rows.emplace_back();
+      row.line = patchLine(**item, account.key());
+      row.first = item.key() == row.line.second;
+      row.unset = (*item)->m_bUnset;
+      row.target = (*item)->totalVolume();
+      row.finished = (*item)->finishedVolume();
+      row.orders = CTaskHelper::getFinishedOrderNum((*item)->m_mapOrders);
+      std::string security = (*item)->m_strStockKey.toStdString();
+      if (finished && (*item)->hasRemainder())
+        row.answered = getFinishedOrderNumForAlgoTask(account.key(), security, *finished);
+    }
+  }
+  return rows;
+}
+
+/// What may have been taken beside what is known: what was accepted or handed over and has not shown up, and what a
+/// server task may have traded without a word. With the mutex held.
+LineVolumes CBasketTask::heldVolumes(const SNewest& details, const OrderProcessMap* finished) const {
+  LineVolumes held = CPatchStore::instance().of(storeKey(), [](CPatchCreations& creations) {
+    LineVolumes accepted = creations.held();
+    addVolumes(accepted, creations.taken());
+    return accepted;
+  });
+  for (const SPatchSource& source : sources(details, finished)) addVolumes(held, unknownVolumes(source));
+  return held;
+}
+
+/// What is left of each row. With the mutex held.
+std::vector<CBasketTask::SLeft> CBasketTask::leftOf(const SNewest& details, const OrderProcessMap* finished) {
+  std::vector<CBasketTaskItem*> items;
+  const std::vector<SRemainderRow> rows = remainderRows(finished, items);
+  const std::vector<SRest> rests = restsOf(rows, takenVolumes(details, finished), heldVolumes(details, finished));
+  std::vector<SLeft> left;
+  for (std::size_t i = 0; i < rows.size(); ++i) left.push_back({items[i], rows[i].line, rows[i].orders, rests[i]});
+  return left;
 }
 
 void CBasketTask::calcAvailable(CBasketTaskItem* item, AccountPtr account, std::vector<CCodeOrderParam>& out,
                                 const QString& accountKey, const OrderProcessMap& finished) {
-  const LineVolumes taken = takenVolumes(finished);
+  const SNewest details = newest();
   const Lock lock(m_mutex);
-  QStringList leftOut;
-  appendAvailable(*item, account, out, leftOut, accountKey, finished, taken);
+  for (const SLeft& left : leftOf(details, &finished)) {
+    if (left.item != item || left.line.first != accountKey.toStdString()) continue;
+    std::optional<CCodeOrderParam> param = patchParam(*item, account, offered(left).value_or(0));
+    if (param && param->m_nVolume > 0) out.push_back(std::move(*param));
+  }
 }
 
-/// leftOut gets, in words for the user, why a remainder cannot be ordered.
-void CBasketTask::appendAvailable(CBasketTaskItem& item, const AccountPtr& account, std::vector<CCodeOrderParam>& out,
-                                  QStringList& leftOut, const QString& accountKey, const OrderProcessMap& finished,
-                                  const LineVolumes& taken) {
-  if (item.m_vecOperations.size() != 1) return;
-  std::string security = item.m_strStockKey.toStdString();
-  const long long done = CTaskHelper::getFinishedOrderNum(item.m_mapOrders);
-  const long long algo = getFinishedOrderNumForAlgoTask(accountKey, security, finished);
-  const long long available = remainder(item, accountKey, algo + done, taken);
+/// Logs what is left of a row and gives what of it its exchange takes; none where that cannot be told.
+std::optional<int> CBasketTask::offered(const SLeft& left) const {
   logInfo(this, "CBasketTask::calcAvailable",
           "stk: cmd = %1%, task = %2%, code = %3%, patch Finished order num = %4%,patch num = %5%", m_nCommandId,
-          m_nGroupId, security, done, available);
-  const std::optional<int> volume = inLots(item, available);
-  if (volume && *volume <= 0) return;
-  std::optional<CCodeOrderParam> param = patchParam(item, account, volume.value_or(0));
-  if (!param) {
-    leftOut << QStringLiteral("%1 没有合约信息").arg(item.m_strStockKey);
-  } else if (!volume) {
-    leftOut << QStringLiteral("%1 没有有效的最小交易单位").arg(item.m_strStockKey);
-  } else {
-    out.push_back(std::move(*param));
-  }
+          m_nGroupId, left.item->m_strStockKey, left.orders, left.rest.free);
+  return inLots(*left.item, left.rest.free);
+}
+
+/// Why a row with a remainder is not offered, in words for the user; empty: no reason, or it is.
+QString CBasketTask::refusal(const SLeft& left, const AccountPtr& account,
+                             const std::set<PatchLine>& unanswered) const {
+  const CBasketTaskItem& item = *left.item;
+  const std::optional<int> open = inLots(item, left.rest.open);
+  if (left.rest.open <= 0) return {};
+  if (!account) return QStringLiteral("没有账号数据");
+  if (!patchParam(item, account, 0)) return QStringLiteral("没有合约信息");
+  if (!open) return QStringLiteral("没有有效的最小交易单位");
+  if (*open <= 0) return {};
+  if (unanswered.count(left.line) > 0) return QStringLiteral("算法任务没有成交数据");
+  if (inLots(item, left.rest.free).value_or(0) > 0) return {};
+  const bool held = CPatchStore::instance().of(
+      storeKey(), [&left](CPatchCreations& creations) { return creations.held().count(left.line) > 0; });
+  return held ? QStringLiteral("上次补单还没有回报") : QStringLiteral("已交给新篮子");
 }
 
 /// The part of a row's remainder that its exchange takes; none where that cannot be told.
@@ -192,41 +280,44 @@ std::optional<CCodeOrderParam> CBasketTask::patchParam(const CBasketTaskItem& it
   return param;
 }
 
-/// Every line that can be patched; leftOut: what cannot, and why.
-std::vector<CCodeOrderParam> CBasketTask::offer(const OrderProcessMap& finished, QStringList& leftOut) {
-  const LineVolumes taken = takenVolumes(finished);
+/// The line of a message that names a row.
+QString CBasketTask::refusalLine(const CBasketTaskItem& item, const QString& reason) {
+  return QStringLiteral("%1 %2 %3：%4")
+      .arg(item.m_strStockKey, operationToString(item.m_vecOperations.front()), item.m_strAccounts, reason);
+}
+
+CBasketTask::SOffer CBasketTask::offer(const OrderProcessMap& finished) {
+  const SNewest details = newest();
   const Lock lock(m_mutex);
-  std::vector<CCodeOrderParam> params;
-  for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
-    const AccountPtr account = getUserConfig().getAccountData(rows.key().toStdString());
-    for (CBasketTaskItem* item : *rows) {
-      if (!item->hasRemainder()) continue;
-      if (!account) {
-        leftOut << QStringLiteral("账号 %1 没有账号数据").arg(item->m_strAccounts);
-        break;
-      }
-      appendAvailable(*item, account, params, leftOut, rows.key(), finished, taken);
+  const std::set<PatchLine> unanswered = unansweredLines(details, finished);
+  SOffer offer;
+  for (const SLeft& left : leftOf(details, &finished)) {
+    const CBasketTaskItem& item = *left.item;
+    if (!item.hasRemainder()) continue;
+    const AccountPtr account = getUserConfig().getAccountData(left.line.first);
+    const QString reason = refusal(left, account, unanswered);
+    const int volume = offered(left).value_or(0);
+    if (!reason.isEmpty()) {
+      offer.refused << refusalLine(item, reason);
+    } else if (volume > 0) {
+      offer.params.push_back(*patchParam(item, account, volume));
     }
   }
-  return params;
+  return offer;
 }
 
 /// Whether the task may still be patched by these lines. Time has passed since they were offered.
-bool CBasketTask::stillFits(const std::vector<CCodeOrderParam>& params, const OrderProcessMap& finished) {
-  const LineVolumes taken = takenVolumes(finished);
+bool CBasketTask::stillFits(const ParamList& params, const OrderProcessMap& finished) {
+  const SNewest details = newest();
+  if (!isCancelled(details)) return false;
   const Lock lock(m_mutex);
-  if (status() != ksservice::ETS_Cancelled) return false;
-  LineVolumes left;
-  for (auto rows = m_stockMap.cbegin(); rows != m_stockMap.cend(); ++rows) {
-    for (const CBasketTaskItem* item : *rows) {
-      const long long done = CTaskHelper::getFinishedOrderNum(item->m_mapOrders);
-      left[patchLine(*item, rows.key())] = remainder(*item, rows.key(), done, taken);
-    }
-  }
+  std::vector<CBasketTaskItem*> items;
+  const auto left =
+      lineRests(remainderRows(&finished, items), takenVolumes(details, &finished), heldVolumes(details, &finished));
   const LineVolumes planned = plannedVolumes(params, ELineAccount::Each);
   return std::all_of(planned.begin(), planned.end(), [&left](const auto& line) {
     const auto known = left.find(line.first);
-    return line.second == 0 || (known != left.end() && line.second <= known->second);
+    return line.second == 0 || (known != left.end() && line.second <= known->second.free);
   });
 }
 

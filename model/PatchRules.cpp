@@ -26,55 +26,45 @@ std::string ownerKey(const std::vector<CCodeOrderParam>& params, const CCodeOrde
   return accountKey(account == ELineAccount::First ? params.front() : param);
 }
 
-/// The accounts that an order on a row may be of. An order does not say; where two accounts trade one row, it counts
-/// for both, so that neither is offered too much.
-class CRowAccounts {
- public:
-  explicit CRowAccounts(const SPatchSource& source) {
-    const auto& params = source.detail.m_params;
-    if (!params.empty()) m_first = accountKey(params.front());
-    if (source.account == ELineAccount::First) return;
-    for (const CCodeOrderParam& param : params) {
-      const PatchLine line = lineOf(param, accountKey(param));
-      m_accounts[line.second].insert(line.first);
-    }
-  }
-
-  void add(LineVolumes& volumes, const QString& row, long long volume) const {
-    const auto known = m_accounts.find(row);
-    if (known == m_accounts.end()) {
-      volumes[{m_first, row}] += volume;
-      return;
-    }
-    for (const std::string& account : known->second) volumes[{account, row}] += volume;
-  }
-
- private:
-  std::string m_first;
-  std::map<QString, std::set<std::string>> m_accounts;
-};
-
 LineVolumes orderVolumes(const SPatchSource& source) {
-  const CRowAccounts accounts(source);
+  const CLineAccounts accounts(source.detail.m_params, source.account);
   LineVolumes volumes;
   for (const COrderInfoPtr& order : source.detail.m_orders) {
     if (!order) continue;
+    const QString row = orderRowKey(order->m_strMarket, order->m_strCode, order->m_nOperation);
     const long long volume = CTaskHelper::getFinishedOrderNum(std::initializer_list<COrderInfoPtr>{order});
-    accounts.add(volumes, orderRowKey(order->m_strMarket, order->m_strCode, order->m_nOperation),
-                 std::max<long long>({volume, order->m_nTradedVolume, 0}));
+    for (const std::string& account : accounts.of(row)) {
+      volumes[{account, row}] += std::max<long long>({volume, order->m_nTradedVolume, 0});
+    }
   }
   return volumes;
 }
 
+/// The operations that an order of a server's progress may be of: that of its parameter, or, where no index tells,
+/// those of every parameter of its instrument.
+std::set<int> operationsOf(const CTaskDetail& detail, const CProgressOrder& order) {
+  const SProgressParam found = paramOf(detail, order);
+  if (!found.param) return {};
+  std::set<int> operations = {found.param->m_nOperation};
+  if (found.told) return operations;
+  for (const CCodeOrderParam& param : detail.m_params) {
+    const bool same = isSameInstrument(order.m_detail.m_strMarket, order.m_detail.m_strCode, param.m_stock);
+    if (same && param.m_nOperation != EOT_None) operations.insert(param.m_nOperation);
+  }
+  return operations;
+}
+
 LineVolumes progressVolumes(const SPatchSource& source) {
-  const CRowAccounts accounts(source);
+  const CLineAccounts accounts(source.detail.m_params, source.account);
   LineVolumes volumes;
   for (const CProgressOrder& order : source.progress->m_orders) {
-    const CCodeOrderParam* param = paramOf(source.detail, order);
-    if (!param) continue;
     const COrderDetail& detail = order.m_detail;
-    accounts.add(volumes, orderRowKey(detail.m_strMarket, detail.m_strCode, param->m_nOperation),
-                 std::max(detail.m_nTradedVolume, 0));
+    for (const int operation : operationsOf(source.detail, order)) {
+      const QString row = orderRowKey(detail.m_strMarket, detail.m_strCode, operation);
+      for (const std::string& account : accounts.of(row, order.m_strMapKey)) {
+        volumes[{account, row}] += std::max(detail.m_nTradedVolume, 0);
+      }
+    }
   }
   return volumes;
 }
@@ -98,14 +88,39 @@ void raiseVolumes(LineVolumes& volumes, const LineVolumes& other) {
 
 }  // namespace
 
+CLineAccounts::CLineAccounts(const std::vector<CCodeOrderParam>& params, ELineAccount account) {
+  if (!params.empty()) m_first = {accountKey(params.front()), {}};
+  if (account == ELineAccount::First) return;
+  for (const CCodeOrderParam& param : params) {
+    const PatchLine line = lineOf(param, accountKey(param));
+    std::vector<SAccount>& accounts = m_accounts[line.second];
+    const bool known =
+        std::any_of(accounts.begin(), accounts.end(), [&line](const SAccount& one) { return one.key == line.first; });
+    if (!known)
+      accounts.push_back(
+          {line.first, param.m_pAccount ? accountDisplayIDQs(*param.m_pAccount).toStdString() : std::string()});
+  }
+}
+
+std::vector<std::string> CLineAccounts::of(const QString& row, const std::string& mapKey) const {
+  const auto known = m_accounts.find(row);
+  if (known == m_accounts.end()) return {m_first.key};
+  std::size_t longest = 0;
+  for (const SAccount& one : known->second) {
+    if (mapKey.find(one.text) != std::string::npos) longest = std::max(longest, one.text.size());
+  }
+  std::vector<std::string> keys;
+  for (const SAccount& one : known->second) {
+    const bool named = one.text.size() == longest && mapKey.find(one.text) != std::string::npos;
+    if (longest == 0 || named) keys.push_back(one.key);
+  }
+  return keys;
+}
+
 PatchLine patchLine(const CBasketTaskItem& item, const QString& accountKey) {
   QString row = item.m_strStockKey + operationText(item.m_vecOperations.value(0, EOT_None));
   replaceMarketToHK(row);
   return {accountKey.toStdString(), row};
-}
-
-bool hasEnded(int status) {
-  return status == ETS_Finished || status == ETS_Cancelled || status == ETS_ExecutionError || status == ETS_Dropped;
 }
 
 bool tradesInLots(int operation, const QString& market) {
@@ -150,8 +165,26 @@ LineVolumes takenVolumes(const SPatchSource& source) {
   const bool server = source.detail.m_bServerTask;
   if (source.progress) raiseVolumes(taken, progressVolumes(source));
   if (source.answer) raiseVolumes(taken, answeredVolumes(source));
-  if (source.maySend || (server && !source.answer)) raiseVolumes(taken, planned);
+  const bool filled = source.detail.m_nStatus == ETS_Finished;
+  const bool unknown = server && !source.answer && (source.asked ? filled : !source.progress);
+  if (source.maySend || unknown) raiseVolumes(taken, planned);
   return taken;
+}
+
+LineVolumes unknownVolumes(const SPatchSource& source) {
+  if (!isUnanswered(source)) return {};
+  LineVolumes unknown = plannedVolumes(source.detail.m_params, source.account);
+  const LineVolumes taken = takenVolumes(source);
+  for (auto& [line, volume] : unknown) {
+    const auto known = taken.find(line);
+    if (known != taken.end()) volume = std::max<long long>(0, volume - known->second);
+  }
+  return unknown;
+}
+
+bool isUnanswered(const SPatchSource& source) {
+  const int status = source.detail.m_nStatus;
+  return source.detail.m_bServerTask && source.asked && !source.answer && hasEnded(status) && status != ETS_Finished;
 }
 
 void addVolumes(LineVolumes& sum, const LineVolumes& volumes) {

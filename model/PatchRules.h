@@ -21,9 +21,6 @@ PatchLine patchLine(const CBasketTaskItem& item, const QString& accountKey);
 /// Shares or lots by line.
 using LineVolumes = std::map<PatchLine, long long>;
 
-/// Whether nothing more is sent for a detail of this ETaskStatus. Orders that it has in the market may still fill.
-bool hasEnded(int status);
-
 /// Whether remainders of the operation are rounded to lots on the market.
 bool tradesInLots(int operation, const QString& market);
 
@@ -46,18 +43,44 @@ enum class ELineAccount {
 /// The volumes that lines are to trade; what is below 0 counts as 0.
 LineVolumes plannedVolumes(const std::vector<ksservice::CCodeOrderParam>& params, ELineAccount account);
 
+/// The accounts that an order on a row of a detail may be of, since an order does not say.
+class CLineAccounts {
+ public:
+  CLineAccounts(const std::vector<ksservice::CCodeOrderParam>& params, ELineAccount account);
+  /// Account keys in the order of the lines; row: in the form that orders have. Where no line has the row, the first
+  /// line's. mapKey: that of a server's progress, which holds the account's display identifier: of several accounts the
+  /// one with the longest that it holds, and all that share it.
+  std::vector<std::string> of(const QString& row, const std::string& mapKey = {}) const;
+
+ private:
+  struct SAccount {
+    std::string key;
+    std::string text;
+  };
+  SAccount m_first;
+  std::map<QString, std::vector<SAccount>> m_accounts;
+};
+
 /// What is known of a detail when a remainder is formed.
 struct SPatchSource {
   const ksservice::CTaskDetail& detail;
   ELineAccount account = ELineAccount::Each;
   bool maySend = false;                                       ///< it may still send orders
   boost::shared_ptr<const CTaskProgress> progress = nullptr;  ///< of a server task; null where there is none
+  bool asked = false;                                         ///< for an answer of the server
   const std::map<std::string, int>* answer = nullptr;         ///< of a server task, by instrument; null: none came
 };
 
 /// What the detail has bought or sold, or may still, of each line. Where two sources tell, the higher figure counts; an
-/// order that is open counts whole, as does a line that may still be sent or of which nothing is known.
+/// order that is open counts whole, as does a line that may still be sent, and one of a server task that has filled or
+/// of which nothing is known.
 LineVolumes takenVolumes(const SPatchSource& source);
+
+/// Whether the detail is a server task that has ended unfilled and of which an answer that was asked for says nothing:
+/// what it has traded is not known.
+bool isUnanswered(const SPatchSource& source);
+/// What such a detail may have traded beyond what is known of it.
+LineVolumes unknownVolumes(const SPatchSource& source);
 
 /// Adds volumes line by line.
 void addVolumes(LineVolumes& sum, const LineVolumes& volumes);

@@ -1,6 +1,7 @@
 #include "RowLedger.h"
 
 #include <algorithm>
+#include <set>
 
 #include "TaskRules.h"
 
@@ -18,30 +19,38 @@ CSlotMemo::Entry& CSlotMemo::find(const std::string& market, const std::string& 
   return *m_entries.emplace(SKey{market, code, operation}, UNRESOLVED).first;
 }
 
-void CSlotMemo::retryMisses() {
-  for (auto& entry : m_entries) {
-    if (entry.second == NO_ROW) entry.second = UNRESOLVED;
-  }
-}
-
 void CSlotMemo::clear() {
   m_places.clear();
   m_entries.clear();
 }
 
-void CDetailShares::restart(const QString& accountKey, int rowCount) {
-  if (accountKey != m_strAccountKey) {
+bool CDetailShares::restart(const QString& accountKey, const std::vector<ksservice::COrderInfoPtr>& orders) {
+  const bool moved = accountKey != m_strAccountKey;
+  const bool fileAnew = moved || m_bLookAgain;
+  if (fileAnew) removeOrders(orders);
+  if (moved) {
     leaveRows();
     m_strAccountKey = accountKey;
   }
-  if (rowCount != m_nRowCount) {
-    m_paramSlots.retryMisses();
-    m_orderSlots.retryMisses();
-    m_nRowCount = rowCount;
+  if (m_bLookAgain) {
+    m_paramSlots.clear();
+    m_orderSlots.clear();
   }
+  m_bLookAgain = false;
   for (SSlot& slot : m_slots) {
     slot.share = SRowShare();
     slot.message = nullptr;
+  }
+  return fileAnew;
+}
+
+void CDetailShares::removeOrders(const std::vector<ksservice::COrderInfoPtr>& orders) const {
+  const std::set<ksservice::COrderInfoPtr> filed(orders.begin(), orders.end());
+  for (const SSlot& slot : m_slots) {
+    auto& known = slot.row->item->m_mapOrders;
+    for (auto order = known.begin(); order != known.end();) {
+      order = filed.count(*order) > 0 ? known.erase(order) : std::next(order);
+    }
   }
 }
 
@@ -86,6 +95,7 @@ void SRowShare::add(const SRowShare& other) {
   orders += other.orders;
   knownOrders += other.knownOrders;
   cancelled += other.cancelled;
+  if (other.orderType != 0) orderType = other.orderType;
   progress = progress || other.progress;
 }
 
@@ -96,6 +106,7 @@ void settleRow(const SLedgerRow& row) {
   for (const auto& patch : row.patches) patched.add(patch.second);
 
   CBasketTaskItem& item = *row.item;
+  item.m_nOrderType = own.orderType;
   item.m_nTradedVolume = item.m_traded.set(own.traded);
   item.m_dCurAmount = own.amount;
   item.m_nCurOrderCount = own.orders;

@@ -11,14 +11,10 @@
 #include <vector>
 
 #include "CBasketTaskItem.h"
-#include "tc/CExchangeClient.h"
 
 namespace TC {
 
 class CDetailShares;
-
-/// Identifier and sub-task number of a patch task.
-using PatchId = std::pair<int, int>;
 
 /// What one detail adds to one row.
 struct SRowShare {
@@ -28,6 +24,7 @@ struct SRowShare {
   int orders = 0;
   int knownOrders = 0;  ///< orders whose order detail is known
   int cancelled = 0;
+  int orderType = 0;      ///< of the last parameter that names another than the plain one
   bool progress = false;  ///< counted from a server task: the target is estimated from what was traded
 
   void add(const SRowShare& other);
@@ -37,9 +34,8 @@ struct SRowShare {
 struct SLedgerRow {
   std::unique_ptr<CBasketTaskItem> item;
   std::string accounts;                                ///< the row's m_strAccounts as bytes
-  boost::shared_ptr<const CCodeInfo> codeInfo;         ///< null until the instrument is known; never changes afterwards
   std::vector<std::pair<CDetailShares*, int>> shares;  ///< detail and its slot, in detail-key order
-  std::map<PatchId, SRowShare> patches;                ///< what each patch task that holds orders of the row adds to it
+  std::map<std::string, SRowShare> patches;            ///< what each patch detail adds, by its key
   bool repeatedKeys = false;                           ///< orders from several places of the order lists bear one key
 };
 
@@ -60,8 +56,6 @@ class CSlotMemo {
   }
   /// Makes room for a list of this length; to be called before at().
   void setLength(std::size_t length) { m_places.resize(length, nullptr); }
-  /// Asks again for everything that had no row.
-  void retryMisses();
   void clear();
 
  private:
@@ -111,9 +105,11 @@ class CDetailShares {
   CDetailShares(const CDetailShares&) = delete;
   CDetailShares& operator=(const CDetailShares&) = delete;
 
-  /// Starts a recount: every share is 0. Rows of another account than last time lose what this detail gave them.
-  /// rowCount: how many rows the account has by now.
-  void restart(const QString& accountKey, int rowCount);
+  /// Starts a recount: every share is 0. orders: those of the detail as it was last. Rows of another account than last
+  /// time lose what this detail gave them; true when the orders are to be filed on their rows anew.
+  bool restart(const QString& accountKey, const std::vector<ksservice::COrderInfoPtr>& orders);
+  /// Rows have come on which orders may belong: the next recount looks for all of them again.
+  void lookAgain() { m_bLookAgain = true; }
   /// The detail's slot on a row, made when it has none.
   int slotOn(SLedgerRow& row);
 
@@ -123,10 +119,11 @@ class CDetailShares {
 
  private:
   void leaveRows();
+  void removeOrders(const std::vector<ksservice::COrderInfoPtr>& orders) const;
 
   std::string m_strKey;
   QString m_strAccountKey;
-  int m_nRowCount = 0;
+  bool m_bLookAgain = false;
 };
 
 /// The rows of a task, which it owns, and what each detail adds to each of them.

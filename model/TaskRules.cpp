@@ -51,16 +51,33 @@ void replaceMarketToHK(QString& key) {
   }
 }
 
-const CCodeOrderParam* paramOf(const CTaskDetail& detail, const CProgressOrder& order) {
+bool isSameInstrument(const std::string& market, const std::string& code, const CStockInfo& stock) {
+  if (code != stock.m_strCode) return false;
+  if (market == stock.m_strMarket) return true;
+  // The markets differ: they are one only where a text that names a connect market is turned into Hong Kong's.
+  QString one = QString::fromStdString(market);
+  QString other = QString::fromStdString(stock.m_strMarket);
+  replaceMarketToHK(one);
+  replaceMarketToHK(other);
+  return one == other;
+}
+
+SProgressParam paramOf(const CTaskDetail& detail, const CProgressOrder& order) {
   const auto& params = detail.m_params;
-  if (order.m_nParamIndex >= 0 && order.m_nParamIndex < static_cast<int>(params.size())) {
-    return &params[static_cast<std::size_t>(order.m_nParamIndex)];
+  const bool named = order.m_nParamIndex >= 0 && order.m_nParamIndex < static_cast<int>(params.size());
+  const CCodeOrderParam* byIndex = named ? &params[static_cast<std::size_t>(order.m_nParamIndex)] : nullptr;
+  const auto fits = [&order](const CCodeOrderParam& param) {
+    return isSameInstrument(order.m_detail.m_strMarket, order.m_detail.m_strCode, param.m_stock);
+  };
+  SProgressParam found{byIndex, byIndex && fits(*byIndex)};
+  if (!found.told) {
+    const auto first = std::find_if(params.begin(), params.end(), [&fits](const CCodeOrderParam& param) {
+      return param.m_nOperation != EOT_None && fits(param);
+    });
+    if (first != params.end()) found.param = &*first;
   }
-  const auto found = std::find_if(params.begin(), params.end(), [&](const CCodeOrderParam& param) {
-    return param.m_stock.m_strCode == order.m_detail.m_strCode &&
-           param.m_stock.m_strMarket == order.m_detail.m_strMarket;
-  });
-  return found == params.end() ? nullptr : &*found;
+  if (found.param && found.param->m_nOperation == EOT_None) found.param = nullptr;
+  return found;
 }
 
 void addDetailStatus(SStatusFacts& facts, int status, bool first) {
@@ -80,6 +97,20 @@ SStatusVerdict deriveStatus(const SStatusFacts& facts) {
   if (facts.allEnded) return {ETS_Cancelled, false, true};
   if (facts.anyPaused) return {ETS_Paused};
   return {facts.hedgeEnabled && facts.hedgeState == EHS_Paused ? ETS_Paused : ETS_Running};
+}
+
+int rootStatus(const SRootFacts& facts) {
+  if (facts.filled) return ETS_Finished;
+  // What still trades under a dropped task can be cancelled.
+  if (facts.ownDropped) return facts.patchTrades ? facts.patches() : ETS_Dropped;
+  if (facts.ownTrades || !facts.hasPatches) return facts.own();
+  const int patches = facts.patches();
+  if (patches != ETS_Finished) return patches;
+  return facts.hedgeState == EHS_Running ? ETS_Running : ETS_Cancelled;
+}
+
+bool hasEnded(int status) {
+  return status == ETS_Finished || status == ETS_Cancelled || status == ETS_ExecutionError || status == ETS_Dropped;
 }
 
 }  // namespace TC

@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QTime>
+#include <functional>
 
 #include "ksservice/CTaskDetail.h"
 #include "ksservice/Enumerations.h"
@@ -35,8 +36,16 @@ bool basketTaskIdLessThan(const QString& a, const QString& b);
 /// market find the rows of their Hong Kong instruments. A key with both keeps its "SGT": that is intended.
 void replaceMarketToHK(QString& key);
 
-/// The parameter that an order of a server task's progress belongs to; null when there is none.
-const ksservice::CCodeOrderParam* paramOf(const ksservice::CTaskDetail& detail, const CProgressOrder& order);
+/// The parameter that an order of a server task's progress belongs to.
+struct SProgressParam {
+  const ksservice::CCodeOrderParam* param = nullptr;  ///< null when there is none, or when it has no operation
+  bool told = false;                                  ///< by its index; else it is the first that fits
+};
+/// The index counts where it names a parameter of the order's instrument (through whatever connect market); else the
+/// first parameter of that instrument with an operation, else the one that the index names.
+SProgressParam paramOf(const ksservice::CTaskDetail& detail, const CProgressOrder& order);
+/// Whether both are the same instrument, a connect market being Hong Kong's.
+bool isSameInstrument(const std::string& market, const std::string& code, const ksservice::CStockInfo& stock);
 
 /// What a task's status follows from. The four of "details" hold for no task without details.
 struct SStatusFacts {
@@ -58,6 +67,25 @@ struct SStatusVerdict {
 };
 
 SStatusVerdict deriveStatus(const SStatusFacts& facts);
+
+/// What the status of a root follows from.
+struct SRootFacts {
+  bool filled = false;      ///< everything was traded, the hedge included
+  bool ownDropped = false;  ///< a detail of the task itself was dropped
+  bool ownTrades = false;   ///< one of them is in another state than finished, cancelled or in error
+  bool hasPatches = false;
+  bool patchTrades = false;  ///< a detail of a patch has not ended
+  int hedgeState = 0;        ///< EHedgeState
+  // ETaskStatus that follows from each kind of details. Asked only where it decides: to ask may hand the hedge over.
+  std::function<int()> own;
+  std::function<int()> patches;
+};
+
+/// The one place where a root's status is formed.
+int rootStatus(const SRootFacts& facts);
+
+/// Whether nothing more is sent for a detail of this ETaskStatus. Orders that it has in the market may still fill.
+bool hasEnded(int status);
 
 /// Adds one detail's status to the facts; first: it is the first that is added.
 void addDetailStatus(SStatusFacts& facts, int status, bool first);

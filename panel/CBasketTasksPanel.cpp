@@ -11,6 +11,7 @@
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
 #include "CHpfBasketStatusTable.h"
+#include "PatchStore.h"
 #include "TaskFilter.h"
 #include "gv/CUiResource.h"
 #include "gv/Controls.h"
@@ -53,6 +54,10 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
   createUi();
   utils::singleShot(FIRST_REFRESH_MSEC, this, [this] { slotTimeout(); });
   connect(this, SIGNAL(sigTaskDetail(ksservice::CTaskDetailPtr)), SLOT(slotTaskDetail(ksservice::CTaskDetailPtr)));
+  // Before the panel's own part in a new day: a task that is made on it must find nothing of the day before.
+  CPatchStore::instance().attach();
+  connect(&CPatchStore::instance(), &CPatchStore::sigChanged, this, &CBasketTasksPanel::onPatchesChanged,
+          Qt::QueuedConnection);
   connect(&getBasketHedgeManager(), SIGNAL(sigHedgeVolume(int, int)), SLOT(slotHedgeVolume(int, int)));
   connect(&getBasketHedgeManager(), SIGNAL(sigHedgeStatus(int, int)), SLOT(slotHedgeStatus(int, int)));
   connect(&getTradingCalendar(), SIGNAL(sigNewTradingDate(std::string)), SLOT(slotNewTradingDay(std::string)));
@@ -66,6 +71,7 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
 CBasketTasksPanel::~CBasketTasksPanel() {
   m_subscription.reset();
   m_workQueue.reset();
+  letGo(m_tasks, ELetGo::Closed);
   m_tasks.clear();
 }
 
@@ -127,14 +133,22 @@ void CBasketTasksPanel::setParam(const QString& text) {
 }
 
 void CBasketTasksPanel::setTradeType(EMavTraderType type) {
+  // Tasks of two trader types may share a number.
+  const bool changed = type != tradeType();
   ITradeDockableWidget::setTradeType(type);
   m_nTraderType = type;
+  if (changed) startOver(ELetGo::Closed);
   m_workQueue->post(utils::EPanelJob::FirstLoad, [this] { initTasks(); });
 }
 
 // By value: the signature of a slot that may be queued.
 void CBasketTasksPanel::slotNewTradingDay(std::string date) {  // NOLINT(performance-unnecessary-value-param)
   utils::logInfo(this, "CBasketTasksPanel::slotNewTradingDay", "mew trading day = %1%", date);
+  startOver(ELetGo::NewTradingDay);
+}
+
+/// Drops the tasks, what is on its way to them, and their rows.
+void CBasketTasksPanel::startOver(ELetGo why) {
   // Tasks first and the table last, so that no refresh can stage an old task for the new day.
   TaskMap dropped;
   {
@@ -142,6 +156,7 @@ void CBasketTasksPanel::slotNewTradingDay(std::string date) {  // NOLINT(perform
     ++m_nDay;
     m_tasks.swap(dropped);
   }
+  letGo(dropped, why);
   m_caches.clear();
   {
     const std::lock_guard<std::mutex> lock(m_announcedMutex);
@@ -149,6 +164,10 @@ void CBasketTasksPanel::slotNewTradingDay(std::string date) {  // NOLINT(perform
   }
   m_nRunningCount = 0;
   m_pTable->startNewDay();
+}
+
+void CBasketTasksPanel::letGo(const TaskMap& tasks, ELetGo why) {
+  for (const boost::shared_ptr<CBasketTask>& task : tasks) task->letGo(why);
 }
 
 void CBasketTasksPanel::setUiLock(bool locked) {

@@ -24,6 +24,7 @@ class CComboPushButton;
 namespace TC {
 
 class CBasketTask;
+enum class ELetGo;
 class CHpfBasketStatusTable;
 
 using TaskMap = QMap<QString, boost::shared_ptr<CBasketTask>>;
@@ -130,6 +131,9 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void onTaskButton(int action, const QString& text, const QString& taskKey);
   void updateOrders(const QString& key);
   void stageOne(const boost::shared_ptr<CBasketTask>& task);
+  void onPatchesChanged(int traderType, int taskId);
+  void startOver(ELetGo why);
+  static void letGo(const TaskMap& tasks, ELetGo why);
   void finishRefresh();
 
   std::atomic<int> m_nTraderType;  ///< EMavTraderType as the feed compares it; written by the GUI thread

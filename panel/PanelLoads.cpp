@@ -125,7 +125,7 @@ void CBasketTasksPanel::doRequestAccount(const ksservice::CAccountInfo& account)
     if (!known) m_pTable->clearTask(*task);
   }
   for (const auto& entry : found) {
-    entry.second->recursiveUpdate(entry.second->getRoot());
+    entry.second->updateRoot();
     m_pTable->updateTask(entry.second);
   }
   applyStagedLater();
@@ -142,6 +142,15 @@ void CBasketTasksPanel::slotHedgeStatus(int taskId, int status) {
   const boost::shared_ptr<CBasketTask> task = findTask(taskKey(taskId));
   if (!task) return;
   task->updateHedgeStatus(status);
+  stageOne(task);
+}
+
+/// A patch of a task was accepted, has shown up or failed: what the root shows follows at once.
+void CBasketTasksPanel::onPatchesChanged(int traderType, int taskId) {
+  if (traderType != tradeType()) return;
+  const boost::shared_ptr<CBasketTask> task = findTask(taskKey(taskId));
+  if (!task) return;
+  task->onPatchesChanged();
   stageOne(task);
 }
 

@@ -37,6 +37,18 @@ void keepTimes(const SRowFigures& shown, SRowFigures& figures) {
   if (figures.endMSec >= 0 && shown.endMSec > figures.endMSec) figures.endMSec = shown.endMSec;
 }
 
+/// What the root's row shows of its status. While a patch that was accepted has not shown up, its own text gives way.
+struct SShownRoot {
+  int status;
+  QString statusText;
+};
+
+SShownRoot shownRoot(const CBasketTask& task) {
+  const CBasketTaskItem& root = *task.getRoot();
+  const int shown = task.shownStatus();
+  return {shown, shown == root.m_nStatus ? root.m_strRemark : QString()};
+}
+
 /// The code of a node's instrument: its stock key without the market, or, for a hedge row, the key as it is.
 QString codeOf(const CBasketTaskItem& node) {
   const QString prefix = node.m_strMarket + QLatin1Char('.');
@@ -117,12 +129,19 @@ QString instrumentName(const SRowShape& row) {
   return info ? QString::fromStdString(info->m_strName) : QString();
 }
 
-SRowTexts textsOf(const CBasketTaskItem& node, const SRowShape& row, CSharedTexts& shared) {
+/// A node and what of it is not the node's own: the text of its status cell.
+struct SShownNode {
+  const CBasketTaskItem& item;
+  const QString& statusText;
+};
+
+SRowTexts textsOf(const SShownNode& shown, const SRowShape& row, CSharedTexts& shared) {
+  const CBasketTaskItem& node = shown.item;
   SRowTexts texts;
   texts.account = node.m_strAccounts;
   if (node.isEmpty()) texts.accountName = node.m_strAccountName;
   texts.instrumentName = shared.one(instrumentName(row));
-  texts.statusText = node.m_strRemark;
+  texts.statusText = shown.statusText;
   texts.investRemark = node.m_strCommandText;
   texts.algoTag = node.m_strLocalInfoKey;
   if (row.parent < 0) texts.tradeParam = orderTypeToString(node.m_nOrderType);
@@ -131,26 +150,35 @@ SRowTexts textsOf(const CBasketTaskItem& node, const SRowShape& row, CSharedText
 
 /// Compares in place: texts seldom change, and copying them for every row of every refresh would be most of its cost.
 /// A name, once known, is not looked up again; an unknown instrument is, since the host may have learnt it.
-bool sameTexts(const CBasketTaskItem& node, const SRowShape& row, const SRowTexts& shown) {
-  return shown.account == node.m_strAccounts && shown.statusText == node.m_strRemark &&
+bool sameTexts(const SShownNode& now, const SRowShape& row, const SRowTexts& shown) {
+  const CBasketTaskItem& node = now.item;
+  return shown.account == node.m_strAccounts && shown.statusText == now.statusText &&
          shown.investRemark == node.m_strCommandText && shown.algoTag == node.m_strLocalInfoKey &&
          (!node.isEmpty() || shown.accountName == node.m_strAccountName) &&
          (row.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType)) &&
          (!shown.instrumentName.isEmpty() || shown.instrumentName == instrumentName(row));
 }
 
-std::vector<SRowTexts> textsOf(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
-                               CSharedTexts& shared) {
+/// rootStatus: the text of the root's status cell.
+SShownNode shownNode(const std::vector<SNode>& nodes, std::size_t row, const QString& rootStatus) {
+  const CBasketTaskItem& item = *nodes[row].item;
+  return {item, row == 0 ? rootStatus : item.m_strRemark};
+}
+
+std::vector<SRowTexts> textsOf(const std::vector<SNode>& nodes, const QString& rootStatus,
+                               const std::vector<SRowShape>& shape, CSharedTexts& shared) {
   std::vector<SRowTexts> texts;
   texts.reserve(nodes.size());
-  for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(*nodes[i].item, shape[i], shared));
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    texts.push_back(textsOf(shownNode(nodes, i, rootStatus), shape[i], shared));
+  }
   return texts;
 }
 
-bool sameTexts(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
+bool sameTexts(const std::vector<SNode>& nodes, const QString& rootStatus, const std::vector<SRowShape>& shape,
                const std::vector<SRowTexts>& shown) {
   for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (!sameTexts(*nodes[i].item, shape[i], shown[i])) return false;
+    if (!sameTexts(shownNode(nodes, i, rootStatus), shape[i], shown[i])) return false;
   }
   return true;
 }
@@ -234,9 +262,11 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
   }
 
   auto figures = std::make_shared<std::vector<SRowFigures>>(figuresOf(nodes, sameShape ? last.figures : nullptr));
-  if (!sameShape || !sameTexts(nodes, *last.shape, *last.texts)) {
+  const SShownRoot root = shownRoot(task);
+  figures->front().status = root.status;
+  if (!sameShape || !sameTexts(nodes, root.statusText, *last.shape, *last.texts)) {
     staged.texts = last.texts =
-        std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, *last.shape, m_sharedTexts));
+        std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, root.statusText, *last.shape, m_sharedTexts));
   }
   fillAmounts(*last.shape, *last.texts, last.hedgeRow, *figures);
   last.figures = std::move(figures);
@@ -252,10 +282,8 @@ void CBasketStaging::fillIn(const CBasketTask& task, const SLast& last, SStagedT
   const SRowFigures& root = last.figures->front();
   staged.slot = last.slot;
   staged.task = last.task;
-  staged.facts = {task.getKey(),        task.getRoot()->m_strHpfTreeKey,
-                  task.getBasketName(), task.getGroupId(),
-                  last.hedgeRow,        root.status,
-                  root.amount};
+  staged.facts = {task.getKey(), task.getRoot()->m_strHpfTreeKey, task.getBasketName(), task.getGroupId(),
+                  last.hedgeRow, task.getRoot()->m_nStatus,       root.amount};
   staged.figures = last.figures;
   staged.finished = last.finished;
 }

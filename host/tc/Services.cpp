@@ -1,5 +1,6 @@
 #include "tc/Services.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,6 +12,7 @@ namespace TC {
 namespace {
 
 SServices g_services;
+std::atomic<unsigned> g_servicesNumber{0};
 
 /// A service that is asked for before it was installed is a fault of the terminal that no panel can work around.
 template <typename Service>
@@ -24,7 +26,12 @@ Service& installed(Service* service, const char* name) {
 
 }  // namespace
 
-void installServices(const SServices& services) { g_services = services; }
+void installServices(const SServices& services) {
+  g_services = services;
+  ++g_servicesNumber;
+}
+
+unsigned servicesNumber() { return g_servicesNumber; }
 
 CBasketHedgeManager& getBasketHedgeManager() { return installed(g_services.hedgeManager, "hedge manager"); }
 CItCommandCenter& getItCommandCenter() { return installed(g_services.commandCenter, "command centre"); }

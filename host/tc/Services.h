@@ -54,6 +54,8 @@ struct SServices {
 
 /// Installs the services for the process; an empty set takes them away. GUI thread, while no panel exists.
 void installServices(const SServices& services);
+/// Another number after each installServices. Any thread.
+unsigned servicesNumber();
 
 CBasketHedgeManager& getBasketHedgeManager();
 CItCommandCenter& getItCommandCenter();

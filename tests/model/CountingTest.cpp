@@ -143,7 +143,7 @@ TEST_F(CCountingTest, ConnectOrdersFindTheirHongKongRows) {
   update(made);
   EXPECT_EQ(row("HK.00700买入").m_nTradedVolume, 150);
   EXPECT_EQ(row("HK.00005卖出").m_nTradedVolume, 20);
-  EXPECT_EQ(row("HGT.00388买入").m_nTradedVolume, 0) << "an order's key is turned to HK, a parameter's is not";
+  EXPECT_EQ(row("HGT.00388买入").m_nTradedVolume, 30) << "there is no row of Hong Kong's";
 }
 
 TEST_F(CCountingTest, DetailsThatShareARowLoseNoFills) {

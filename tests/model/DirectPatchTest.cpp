@@ -40,7 +40,7 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   task.patch(buyRow, 14);
   EXPECT_EQ(takeEvents(), "") << "a single row's success is announced by its details";
   EXPECT_TRUE(row("SH.600000买入").m_bPatching);
-  EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 14:9.9\n");
+  EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 14:10.1\n");
   EXPECT_FALSE(row("SH.600000买入").m_bPatching);
   EXPECT_EQ(takeEvents(), "status 组合任务123-SH.600000买入 10001 0\nbox 补单|gone\nended T\nstatus T 8 0\n");
   for (const QString& key : {QString(), task.getKey()}) {
@@ -87,13 +87,19 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   host.setOrderSetting("nonsense");
   task.patch(key, 0);
   EXPECT_EQ(takeEvents(), failed);
+  EXPECT_EQ(messages(), "没有委托设置 A1/SH.600000买入\n没有委托设置 A1/SH.600000买入\n");
   host.setCommandNumber(77, 9);
   task.patch(key, 14);
   EXPECT_EQ(takeEvents(), failed);
   EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
+  host.setCommandNumber(77, 0);
+  TC::CQuote quote;
+  host.setQuote("SH", "600000", quote);
+  task.patch(key, 14);
   instrument("SH", "600000", 0);
   task.patch(key, 14);
-  EXPECT_EQ(messages(), "没有有效的最小交易单位，不能补单 A1/SH.600000买入\n");
+  EXPECT_EQ(messages(),
+            "没有指令 A1/SH.600000买入\n没有价格 A1/SH.600000买入\n没有有效的最小交易单位 A1/SH.600000买入\n");
   EXPECT_FALSE(row("SH.600000买入").m_bPatching);
 
   instrument("SH", "600000", 100);
@@ -102,7 +108,7 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   update(server);
   takeEvents();
   task.patch(key, 14);
-  EXPECT_EQ(messages(), "可补单量为0 A1/SH.600000买入\n") << "what the server did is not known here";
+  EXPECT_EQ(messages(), "可补单量为0 A1/SH.600000买入\n") << "nothing is known of what the server did";
   EXPECT_TRUE(host.takeCreations().empty());
 }
 

@@ -298,6 +298,7 @@ TEST_F(CHedgeTest, RootEndsWithTheHedge) {
   EXPECT_EQ(root.m_nStatus, ETS_Running) << "the hedge lacks three lots";
   DetailPtr made = hedgeDetail();
   made->m_nEndTime = 34260;
+  made->m_nStatus = ETS_Finished;
   made->m_orders = {sale("h1", 3, 3)};
   updateHedge(made);
   EXPECT_EQ(root.m_nStatus, ETS_Finished);

@@ -137,8 +137,10 @@ TEST_F(CPatchCountTest, LinesFindTheirRowsWheneverTheseCome) {
 }
 
 TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfilled) {
-  update(cancelled(200, 0));
-  row("SH.600000买入").m_nOrderType = 13;
+  DetailPtr own = cancelled(200, 0);
+  own->m_params.front().m_nOrderType = EORT_Algo3;
+  own->m_params.insert(own->m_params.begin(), sellLine(0));  // the root's type is that of the first line
+  update(own);
   takeEvents();
   const auto deliver = [this](const DetailPtr& made) {
     deliverPatch(made);
@@ -154,7 +156,10 @@ TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfil
   EXPECT_EQ(deliver(buyPatch(124, ETS_ExecutionError, 800, 100)),
             "status 组合任务123-SH.600000买入 10001 13\nstatus T 10001 13\nstatus T 8 0\n");
   EXPECT_FALSE(root.m_bPatching);
-  EXPECT_EQ(deliver(buyPatch(126, ETS_Finished, 100, 100)), "status T 8 0\n") << "nothing ended unfilled";
+  row("SH.600000买入").m_bPatching = true;
+  EXPECT_EQ(deliver(buyPatch(126, ETS_Finished, 100, 100)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 8 0\n")
+      << "it filled, the row did not";
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
   EXPECT_EQ(deliver(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";
 }
 
@@ -175,7 +180,7 @@ TEST_F(CPatchCountTest, FullTaskIsFinishedByItsPatches) {
   made = next(made);
   made->m_nEndTime = 10 * 3600;
   deliverPatch(made);
-  EXPECT_EQ(root.m_endTime, QTime(9, 0)) << "the first end stands";
+  EXPECT_EQ(root.m_endTime, QTime(10, 0)) << "the latest end";
 }
 
 TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {

@@ -109,47 +109,122 @@ TEST_F(CPatchRulesTest, LinesAreThoseOfTheFirstAccountOrEachOfItsOwn) {
   EXPECT_EQ(textOf(takenVolumes(own)), "A1/SH.600000买入=60 ");
 }
 
-TEST(PatchCreations, WaitEndsWithTheFirstDetailOfTheTaskAndEachLineWithItsOwn) {
-  const PatchLine one{"A1", "x"}, two{"A1", "y"};
-  CPatchCreations creations;
-  const int creation = creations.add({{one, 100}, {two, 50}});
-  EXPECT_TRUE(creations.isPending());
-  creations.answered(creation, 124);
-  creations.arrived(125, true, false, {{one, 100}});
-  EXPECT_TRUE(creations.isPending()) << "another's task";
-  creations.arrived(124, true, false, {{one, 100}});
-  EXPECT_FALSE(creations.isPending());
-  EXPECT_EQ(creations.outstanding(), (LineVolumes{{two, 50}}));
-  creations.arrived(124, true, false, {{two, 50}});
-  EXPECT_TRUE(creations.outstanding().empty());
+/// Creations of basket 123, told in one line each.
+class CPatchCreationsTest : public testing::Test {
+ protected:
+  static constexpr int REPLIED_NONE = CPatchCreations::NO_TASK;
+
+  static LineVolumes lines(long long one, long long two = 0) { return {{{"A1", "x"}, one}, {{"A1", "y"}, two}}; }
+  void arrive(const std::string& key, int task, long long one, long long two = 0) {
+    creations.arrived(key, task, lines(one, two));
+  }
+  /// "x=100 y=50, waits": what is held, and whether it is waited for.
+  std::string state() const {
+    std::string text;
+    for (const auto& [line, volume] : creations.held()) {
+      text += line.second.toStdString() + "=" + std::to_string(volume) + " ";
+    }
+    return text + (creations.isWaiting() ? "waits" : "");
+  }
+
+  CPatchCreations creations{123};
+};
+
+TEST_F(CPatchCreationsTest, EachLineIsHeldUntilDetailsOfTheNamedTaskAreToTradeIt) {
+  arrive("190-1", 190, 30);
+  creations.add(1, lines(1000, 500), 0);
+  creations.answered(1, 201);
+  EXPECT_EQ(state(), "x=1000 y=500 waits");
+  arrive("190-2", 190, 1000);
+  EXPECT_EQ(state(), "x=1000 y=500 waits") << "another's patch";
+  arrive("201-1", 201, 600);
+  EXPECT_EQ(state(), "x=400 y=500 ");
+  arrive("201-1", 201, 600);
+  EXPECT_EQ(state(), "x=400 y=500 ") << "once for each detail";
+  arrive("201-2", 201, 700);
+  EXPECT_EQ(state(), "y=500 ") << "never more than is left";
+  arrive("201-3", 201, 0, 500);
+  EXPECT_EQ(state(), "");
+  EXPECT_EQ(creations.failed(1), lines(1000, 500));
+  EXPECT_TRUE(creations.failed(1).empty());
 }
 
-TEST(PatchCreations, ATaskThatComesBeforeItsAnswerIsTakenForTheCreationThatOrdersItsLines) {
-  const PatchLine one{"A1", "x"}, two{"A1", "y"};
-  CPatchCreations creations;
-  const int first = creations.add({{one, 100}}), second = creations.add({{two, 50}});
-  creations.arrived(124, true, false, {{two, 50}});
-  EXPECT_EQ(creations.outstanding(), (LineVolumes{{one, 100}}));
-  creations.answered(second, 125);
-  EXPECT_EQ(creations.outstanding(), (LineVolumes{{one, 100}, {two, 50}})) << "124 was somebody else's";
-  creations.arrived(125, false, false, {{two, 50}});
-  EXPECT_EQ(creations.outstanding(), (LineVolumes{{one, 100}}));
-  EXPECT_EQ(creations.failed(first), (LineVolumes{{one, 100}}));
-  EXPECT_TRUE(creations.failed(first).empty());
-  EXPECT_FALSE(creations.isPending());
+TEST_F(CPatchCreationsTest, WithoutAnAnswerATaskIsTakenForTheOldestThatItCanBe) {
+  arrive("190-1", 190, 10);
+  creations.add(1, lines(100), 0);
+  creations.add(2, lines(100, 50), 0);
+  arrive("190-2", 190, 100);
+  EXPECT_EQ(state(), "x=200 y=50 waits") << "it was there before";
+  arrive("201-1", 201, 0, 50);
+  EXPECT_EQ(state(), "x=200 y=50 waits") << "of the second one, which frees nothing yet";
+  arrive("202-1", 202, 101);
+  EXPECT_EQ(state(), "x=200 y=50 waits") << "more than any ordered";
+  arrive("203-1", 203, 100);
+  EXPECT_EQ(state(), "x=100 y=50 ") << "just what the first one ordered";
+  arrive("201-2", 201, 100);
+  EXPECT_EQ(state(), "") << "all that the second one ordered, in two pieces";
+  creations.answered(2, 204);
+  EXPECT_EQ(state(), "x=100 y=50 waits") << "that was somebody else's";
+  creations.answered(1, 201);
+  EXPECT_EQ(state(), "x=100 y=50 waits") << "but it was the first one's";
+  arrive("204-1", 204, 40);
+  EXPECT_EQ(state(), "x=60 y=50 ");
+  creations.failed(2);
+  EXPECT_EQ(state(), "");
 }
 
-TEST(PatchCreations, LinesThatNeverShowUpAreFreedWhenTheTaskHasEnded) {
-  const PatchLine one{"A1", "x"}, two{"A1", "y"};
-  CPatchCreations creations;
-  creations.answered(creations.add({{one, 100}, {two, 50}}), 124);
-  creations.arrived(124, true, true, {{one, 100}});
-  EXPECT_TRUE(creations.outstanding().empty());
+TEST_F(CPatchCreationsTest, ATaskThatTurnsOutToTradeMoreIsNotTakenForIt) {
+  creations.add(1, lines(100), 0);
+  creations.answered(1, REPLIED_NONE);
+  arrive("201-1", 201, 60);
+  EXPECT_EQ(state(), "x=100 ");
+  arrive("201-2", 201, 60);
+  EXPECT_EQ(state(), "x=100 waits");
+  // Details of patches may bear the basket's number; those that were there before are not meant.
+  creations.failed(1);
+  arrive("p1", 123, 100);
+  creations.add(2, lines(70), 0);
+  EXPECT_EQ(state(), "x=70 waits");
+  arrive("p2", 123, 70);
+  EXPECT_EQ(state(), "");
+}
 
-  creations.answered(creations.add({{one, 30}}), 126);
-  creations.arrived(CPatchCreations::NO_TASK, true, false, {{one, 30}});
-  EXPECT_FALSE(creations.isPending()) << "its details bear no number of their own";
-  EXPECT_TRUE(creations.outstanding().empty());
+TEST_F(CPatchCreationsTest, TheUserMayStopWaitingAfterAWhileButTheLinesStayHeld) {
+  creations.add(1, lines(100), 5000);
+  EXPECT_FALSE(creations.endWait(14999, 10000));
+  EXPECT_EQ(state(), "x=100 waits");
+  creations.setDropped(true);
+  EXPECT_TRUE(creations.isDropped());
+  EXPECT_TRUE(creations.endWait(15000, 10000));
+  EXPECT_EQ(state(), "x=100 ");
+  EXPECT_FALSE(creations.isDropped()) << "only while it is waited for";
+  creations.handedOver(lines(7));
+  EXPECT_EQ(creations.taken(), (LineVolumes{{{"A1", "x"}, 7}}));
+}
+
+TEST_F(CPatchCreationsTest, WhatWasAskedForBeforeADetailIsOwedToItOnce) {
+  creations.add(1, lines(1000), 0);
+  creations.operate(ETO_Pause);
+  arrive("201-1", 201, 600);
+  EXPECT_EQ(creations.owed("201-1"), ETO_Pause) << "taken for its own";
+  creations.sent("201-1", ETO_Pause);
+  EXPECT_EQ(creations.owed("201-1"), 0);
+  creations.operate(ETO_Resume);
+  creations.operate(ETO_Pause);
+  EXPECT_EQ(creations.owed("201-1"), ETO_Pause) << "paused anew";
+  creations.operate(ETO_Drop);
+  creations.operate(ETO_Cancel);
+  EXPECT_EQ(creations.owed("201-1"), ETO_Drop) << "giving up outweighs the rest";
+  creations.sent("201-1", ETO_Drop);
+  EXPECT_EQ(creations.owed("201-1"), 0);
+  arrive("205-1", 205, 5000);
+  EXPECT_EQ(creations.owed("205-1"), 0) << "somebody else's";
+  creations.answered(1, 205);
+  EXPECT_EQ(creations.owed("205-1"), ETO_Drop) << "it was ours after all";
+  creations.add(2, lines(10), 0);
+  creations.answered(2, 206);
+  arrive("206-1", 206, 10);
+  EXPECT_EQ(creations.owed("206-1"), 0) << "accepted later";
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ TEST_F(CStatusTest, StartIsTheEarliestTimeOfDay) {
   EXPECT_EQ(startAfter(UNSET_INT), QTime(9, 29));
 }
 
-TEST_F(CStatusTest, EndIsSetOnceAndGoesWhenTheTaskRunsAgain) {
+TEST_F(CStatusTest, EndIsTheLatestAndGoesWhenTheTaskRunsAgain) {
   const auto endAfter = [this](int status, int seconds) {
     DetailPtr made = inStatus(status);
     made->m_nEndTime = seconds;
@@ -85,7 +85,8 @@ TEST_F(CStatusTest, EndIsSetOnceAndGoesWhenTheTaskRunsAgain) {
   EXPECT_TRUE(endAfter(ETS_Running, NINE).isNull());
   EXPECT_TRUE(endAfter(ETS_Cancelled, UNSET_INT).isNull());
   EXPECT_EQ(endAfter(ETS_Cancelled, NINE), QTime(9, 0));
-  EXPECT_EQ(endAfter(ETS_Dropped, NINE + 60), QTime(9, 0)) << "the first end stands";
+  EXPECT_EQ(endAfter(ETS_Dropped, NINE + 60), QTime(9, 1));
+  EXPECT_EQ(endAfter(ETS_Dropped, NINE), QTime(9, 0)) << "as the details are now";
   EXPECT_TRUE(endAfter(ETS_KeepsNoEndTime, NINE).isNull());
   EXPECT_EQ(endAfter(ETS_Finished, NINE + 60), QTime(9, 1));
   EXPECT_TRUE(endAfter(ETS_Paused, NINE).isNull());

@@ -83,7 +83,7 @@ TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {
 }
 
 /// The host may take the panel away while a dialog of one of its tasks is open.
-TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneStillHarmsNobody) {
+TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneIsNotSent) {
   const auto account = test::makeAccount("A1", "1001");
   m_host.setAccount(*account);
   TC::CCodeInfo info;
@@ -111,10 +111,7 @@ TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneStillHarmsNobody) {
   m_panel->handleEvent(1140, 10000, 0, task, &task);
   GV::CCommonDialog::setExecHook({});
   EXPECT_EQ(dialogs, 1);
-  const auto creations = m_host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  EXPECT_EQ(creations[0].params[0].m_nVolume, 1000);
-  creations[0].completion(utils::KSError("too late"), 0);
+  EXPECT_TRUE(m_host.takeCreations().empty());
   QCoreApplication::processEvents();
 }
 
