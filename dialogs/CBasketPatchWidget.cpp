@@ -49,16 +49,6 @@ GV::CPushButton* bottomButton(int id, const QString& text, QHBoxLayout* row) {
   return button;
 }
 
-/// The quote decides the price, and the exchange whether the price type can be used.
-void setPrice(CCodeOrderParam& param) {
-  CQuote quote;
-  if (!getQuoteClient().getQuote(param.m_stock.m_strMarket, param.m_stock.m_strCode, quote)) return;
-  CPriceDataHelper::adaptPriceType(param);
-  if (param.m_nPriceType == EPT_User) return;
-  param.m_dPrice = CPriceDataHelper::getPriceForOrder(quote, param.m_nPriceType, param.m_nOperation, 0, SAutoPrice(),
-                                                      DataHelper::isAlgoOrderType(param.m_nOrderType));
-}
-
 std::string stockKey(const CCodeOrderParam& param) {
   return utils::mavStockKey(param.m_stock.m_strMarket, param.m_stock.m_strCode);
 }
@@ -134,6 +124,7 @@ void CBasketPatchDialog::setPatchParams(const std::vector<CCodeOrderParam>& para
     m_pTradeParams =
         new CTradeParamDialog(taskParams.empty() ? CCodeOrderParam() : taskParams.front(), tradeParamText, this);
   }
+  m_prices.setTaskParams(taskParams);
   showOrderType();
   m_keys.clear();
   m_pCheckBoxes->clearItems();
@@ -253,12 +244,12 @@ void CBasketPatchDialog::editQuantity(const QString& key, const QString& text) {
 // The outcome
 
 void CBasketPatchDialog::takeParams(std::vector<CCodeOrderParam>& out, std::string& algoParams) {
+  m_unpriced.clear();
   for (const auto& row : m_pModel->patchRows()) {
     if (!row->m_bChecked) continue;
     CCodeOrderParam param = row->m_param;
     m_pTradeParams->widget().fillParams(stockKey(param), param.m_nVolume, param, NO_LIMIT);
-    setPrice(param);
-    out.push_back(std::move(param));
+    (m_prices.apply(param) ? out : m_unpriced).push_back(param);
   }
   const CGlobalOrderParamTable& table = m_pTradeParams->table();
   if (table.algorithmIndex() != CGlobalOrderParamTable::NO_ALGORITHM) algoParams = table.getAlgParamsStr();
