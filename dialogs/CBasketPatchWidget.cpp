@@ -258,10 +258,15 @@ void CBasketPatchDialog::takeParams(std::vector<CCodeOrderParam>& out, std::stri
 QStringList CBasketPatchDialog::takeNewBasketLines() {
   QStringList lines;
   QStringList unitless;
+  m_newBasketParams.clear();
   for (const auto& row : m_pModel->patchRows()) {
     if (!row->m_bChecked) continue;
     const SNewBasketLine line = newBasketLine(row->m_param);
-    if (!line.m_strText.isEmpty()) lines.append(line.m_strText);
+    if (!line.m_strText.isEmpty()) {
+      lines.append(line.m_strText);
+      m_newBasketParams.push_back(row->m_param);
+      m_newBasketParams.back().m_nVolume = line.m_nQuantity;
+    }
     if (line.m_bUnitless) unitless.append(GV::sToQs(stockKey(row->m_param)));
   }
   if (!unitless.isEmpty()) {

@@ -52,6 +52,8 @@ class CBasketPatchDialog : public GV::CCommonDialog {
   /// A line of the new-basket window for each checked row that has one. The user is told of rows that cannot be ordered
   /// since their unit of trade is below 1.
   QStringList takeNewBasketLines();
+  /// The rows' parameters of the last takeNewBasketLines, line by line, each with the line's quantity as its volume.
+  const std::vector<ksservice::CCodeOrderParam>& newBasketParams() const { return m_newBasketParams; }
 
   bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
 
@@ -80,6 +82,7 @@ class CBasketPatchDialog : public GV::CCommonDialog {
   QSet<QString> m_keys;
   CPatchPrices m_prices;
   std::vector<ksservice::CCodeOrderParam> m_unpriced;
+  std::vector<ksservice::CCodeOrderParam> m_newBasketParams;
   bool m_bNewBasket = false;
 };
 

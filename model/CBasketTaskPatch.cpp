@@ -205,7 +205,13 @@ void CBasketTask::confirmPatch(const QString& key, const OrderProcessMap& finish
 void CBasketTask::takeChoice(const OrderProcessMap& finished) {
   std::vector<CCodeOrderParam> params;
   std::string algoParams;
-  m_pPatchDialog->takeParams(params, algoParams);
+  QStringList newBasket;
+  if (m_pPatchDialog->isNewBasket()) {
+    newBasket = m_pPatchDialog->takeNewBasketLines();
+    params = m_pPatchDialog->newBasketParams();
+  } else {
+    m_pPatchDialog->takeParams(params, algoParams);
+  }
   if (!stillFits(params, finished)) {
     tell(QStringLiteral("可补单量已变化，没有补单，请重新操作"));
     logInfo(this, "CBasketTask::patchWithParam", "task %1% patch quantity has changed", m_nGroupId);
@@ -216,7 +222,7 @@ void CBasketTask::takeChoice(const OrderProcessMap& finished) {
     sendPatch(params, algoParams);
     return;
   }
-  Q_EMIT sigPatchCreateTask(m_pPatchDialog->takeNewBasketLines().join(QLatin1Char('\n')));
+  Q_EMIT sigPatchCreateTask(newBasket.join(QLatin1Char('\n')));
   drop(QString());
 }
 

@@ -127,7 +127,7 @@ TEST_F(PatchTest, OnlyCheckedRowsAreTaken) {
   EXPECT_EQ(result, QDialog::Accepted);
   EXPECT_TRUE(m_dialog.isNewBasket());
   EXPECT_EQ(m_dialog.takeNewBasketLines(),
-            (QStringList{qs("SH.600001\tN600001\t200\t1\t2\t49"), qs("SH.600002\tN600002\t300\t1\t2\t49")}));
+            (QStringList{qs("SH.600001\tN600001\t200\t0\t1\t2\t49"), qs("SH.600002\tN600002\t300\t0\t1\t2\t49")}));
 }
 
 TEST_F(PatchTest, EndsAsTheButtonSays) {
@@ -183,6 +183,8 @@ TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   task.front().m_nPriceType = EPT_Latest;
   EXPECT_EQ(prices(), (std::vector<double>{11.1, 300, 60}));
   EXPECT_EQ(m_dialog.unpriced().size(), 3u);
+  m_dialog.takeNewBasketLines();
+  EXPECT_EQ(m_dialog.newBasketParams().size(), 3u) << "a new basket needs no price, only an instrument";
 }
 
 TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
@@ -311,9 +313,16 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   params[12].m_nHandled = 100;
   m_dialog.setPatchParams(params, {CCodeOrderParam()}, "");
   EXPECT_EQ(m_dialog.takeNewBasketLines(),
-            (QStringList{qs("SH.600000\tN600000\t990\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t1\t2\t49"),
-                         qs("SH.600001\tN600001\t800\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t1\t23\t49"),
-                         qs("XX.IF2612\tNIF2612\t3\t1\t4\t49")}));
+            (QStringList{qs("SH.600000\tN600000\t990\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t0\t1\t2\t49"),
+                         qs("SH.600001\tN600001\t800\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t0\t1\t23\t49"),
+                         qs("XX.IF2612\tNIF2612\t3\t0\t1\t4\t49")}));
+  std::vector<std::pair<std::string, int>> handed;
+  for (const CCodeOrderParam& line : m_dialog.newBasketParams()) handed.emplace_back(line.getKey(), line.m_nVolume);
+  EXPECT_EQ(handed, (std::vector<std::pair<std::string, int>>{{params[0].getKey(), 990},
+                                                              {params[1].getKey(), 1200},
+                                                              {params[2].getKey(), 800},
+                                                              {params[3].getKey(), 1250},
+                                                              {params[9].getKey(), 3}}));
   EXPECT_EQ(m_boxes, QStringList{qs("SH.600002 没有有效的最小交易单位，没有列入新篮子")});
 }
 
