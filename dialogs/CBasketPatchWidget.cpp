@@ -2,11 +2,13 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QShowEvent>
 #include <boost/make_shared.hpp>
 #include <limits>
 
 #include "CTradeParamDialog.h"
 #include "NewBasketLines.h"
+#include "gv/CDialogButtonRow.h"
 #include "gv/CMessageBox.h"
 #include "gv/CStandardHpfTable.h"
 #include "gv/CVerticalWidgetList.h"
@@ -34,18 +36,7 @@ int buttonHeight() { return GV::CUiResource::getSize(QStringLiteral("tc_siz_acco
 GV::CPushButton* smallButton(int id, const QString& text, QWidget* parent) {
   auto* button = new GV::CSmallNoNormalButton(id, text, parent);
   button->setFixedSize(GV::CUiResource::getSize(QStringLiteral("tc_siz_account_btn_width_small")), buttonHeight());
-  // Enter never means one of these.
   button->setAutoDefault(false);
-  return button;
-}
-
-GV::CPushButton* bottomButton(int id, const QString& text, QHBoxLayout* row) {
-  auto* button = new GV::CPushButton(id, row->parentWidget());
-  button->setText(text);
-  button->setFixedSize(80, 26);
-  button->setFocusPolicy(Qt::NoFocus);
-  button->setAutoDefault(false);
-  row->addWidget(button);
   return button;
 }
 
@@ -96,17 +87,13 @@ void CBasketPatchDialog::createTable() {
 }
 
 QWidget* CBasketPatchDialog::createBottom() {
-  auto* bottom = new QWidget(this);
-  bottom->setFixedHeight(GV::CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height")) + 15);
-  auto* row = new QHBoxLayout(bottom);
-  row->setContentsMargins(10, 0, 10, 0);
-  row->setSpacing(8);
-  row->addStretch(1);
-  m_pNewBasketButton = bottomButton(ID_NEW_BASKET, QStringLiteral("新建篮子补单"), row);
-  m_pPatchButton = bottomButton(ID_PATCH, QStringLiteral("选中补单"), row);
-  m_pCancelButton = bottomButton(ID_CANCEL, QStringLiteral("取消"), row);
+  auto* bottom = new GV::CDialogButtonRow(this);
+  bottom->addStretch();
+  m_pNewBasketButton = bottom->addButton(ID_NEW_BASKET, QStringLiteral("新建篮子补单"));
+  GV::CPushButton* patch = bottom->addButton(ID_PATCH, QStringLiteral("选中补单"));
+  bottom->addButton(ID_CANCEL, QStringLiteral("取消"));
   // Both stand out as default buttons; of two, Qt presses the last one for an Enter that nobody else takes.
-  for (GV::CPushButton* button : {m_pNewBasketButton, m_pPatchButton}) {
+  for (GV::CPushButton* button : {m_pNewBasketButton, patch}) {
     button->setProperty("defaultButton", true);
     button->setDefault(true);
   }
@@ -164,6 +151,7 @@ void CBasketPatchDialog::showOrderType() {
 
 void CBasketPatchDialog::showEvent(QShowEvent* event) {
   GV::CCommonDialog::showEvent(event);
+  if (event->spontaneous()) return;
   if (m_pModel->rowCount() > 0) m_pTable->setCurrentKey(m_pModel->rowAt(0).key());
   m_pTable->setFocus();
 }

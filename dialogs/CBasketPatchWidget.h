@@ -77,8 +77,6 @@ class CBasketPatchDialog : public GV::CCommonDialog {
   GV::CBaseTableColumnCheckBoxDelegate* m_pCheckBoxes;
   GV::CPushButton* m_pOrderType = nullptr;
   GV::CPushButton* m_pNewBasketButton = nullptr;
-  GV::CPushButton* m_pPatchButton = nullptr;
-  GV::CPushButton* m_pCancelButton = nullptr;
   QSet<QString> m_keys;
   CPatchPrices m_prices;
   std::vector<ksservice::CCodeOrderParam> m_unpriced;

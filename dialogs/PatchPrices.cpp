@@ -34,8 +34,8 @@ bool CPatchPrices::apply(CCodeOrderParam& param) const {
   }
   if (quoted) {
     const bool algorithm = DataHelper::isAlgoOrderType(param.m_nOrderType);
-    param.m_dPrice = CPriceDataHelper::getPriceForOrder(quote, param.m_nPriceType, param.m_nOperation, 0, SAutoPrice(),
-                                                        algorithm);
+    param.m_dPrice =
+        CPriceDataHelper::getPriceForOrder(quote, param.m_nPriceType, param.m_nOperation, 0, SAutoPrice(), algorithm);
   }
   return param.m_nPriceType != EPT_Counterpart || param.m_dPrice > 0;
 }

@@ -232,7 +232,7 @@ void CGlobalOrderParamTable::showValues() {
   m_pAlgorithms->setVisible(isSmart());
   showNote(*m_pPriceNote, priceType() == ksservice::EPT_User, QStringLiteral("“指定价”取各证券在原任务中最后的价格。"));
   showNote(*m_pAlgoNote, isSmart() && algorithmIndex() == NO_ALGORITHM,
-           QStringLiteral("原任务的算法参数无法显示，补单沿用原参数。"));
+           QStringLiteral("原算法参数无法显示，补单沿用原参数。"));
   for (const SInput& input : m_inputs) {
     const QSignalBlocker quiet(input.editor);
     input.editor->setText(input.field->text(algoParams()));

@@ -104,7 +104,7 @@ TEST_F(TradeParamTest, AnAlgorithmTaskIsPatchedWithItsAlgorithm) {
 TEST_F(TradeParamTest, AnAlgorithmThatCannotBeReadIsKeptUntilAnotherIsChosen) {
   instrument("SH", "600000", 100);
   const Params params = {param("SH", "600000", EOT_Sell, 1000)};
-  const QString note = qs("原任务的算法参数无法显示，补单沿用原参数。");
+  const QString note = qs("原算法参数无法显示，补单沿用原参数。");
   std::string algoText = "untouched";
   const auto patchBy = [&](const char* choice) {
     run(params, {taskParam(13, EPT_Latest)}, "algo=POV", [&](TC::CBasketPatchDialog& dialog) {
