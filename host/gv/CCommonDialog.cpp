@@ -99,7 +99,8 @@ void CCommonDialog::closeEvent(QCloseEvent* event) {
 
 void CCommonDialog::keyPressEvent(QKeyEvent* event) {
   const bool cancel = event->matches(QKeySequence::Cancel);
-  // A key that is held down has done what it was meant for; what comes into its way next was not meant.
+  // A key that is held down (where the window system tells) has done what it was meant for; what comes into its way
+  // next was not meant.
   if ((isEnter(*event) || cancel) && event->isAutoRepeat()) return;
   if (isEnter(*event) && enterIsTaken()) return;
   if (cancel && observer() != nullptr) observer()->dialogClosed(*this);

@@ -9,8 +9,8 @@ namespace GV {
 
 class CPushButton;
 
-/// The buttons that end a dialog. None of them takes the keyboard focus, so that no key presses one by accident; the row
-/// itself is a stop of the Tab key, where Enter presses the default button, which is framed then. GUI thread.
+/// The buttons that end a dialog. None of them takes the keyboard focus, so that no key presses one by accident; the
+/// row itself is a stop of the Tab key, where Enter presses the default button, which is framed then. GUI thread.
 class CDialogButtonRow : public QWidget {
   Q_OBJECT
 

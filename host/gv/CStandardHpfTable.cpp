@@ -106,7 +106,8 @@ bool CStandardHpfTable::editorKey(const QKeyEvent& event) {
   switch (event.key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      closeEditor(true);
+      // One that is held down has just opened it.
+      if (!event.isAutoRepeat()) closeEditor(true);
       return true;
     case Qt::Key_Escape:
       closeEditor(false);
@@ -144,8 +145,7 @@ void CStandardHpfTable::keyPressEvent(QKeyEvent* event) {
     return;
   }
   if (enter || event->key() == Qt::Key_F2) {
-    // Never handed on: a dialog's default button is not meant by an Enter in its table. One that is held down has just
-    // closed the editor.
+    // Never handed on: a dialog's default button is not meant by an Enter in its table.
     if (!event->isAutoRepeat()) openEditor(currentKey());
     return;
   }
