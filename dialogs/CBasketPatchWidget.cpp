@@ -2,11 +2,13 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QShowEvent>
 #include <boost/make_shared.hpp>
 #include <limits>
 
 #include "CTradeParamDialog.h"
 #include "NewBasketLines.h"
+#include "gv/CDialogButtonRow.h"
 #include "gv/CMessageBox.h"
 #include "gv/CStandardHpfTable.h"
 #include "gv/CVerticalWidgetList.h"
@@ -34,29 +36,8 @@ int buttonHeight() { return GV::CUiResource::getSize(QStringLiteral("tc_siz_acco
 GV::CPushButton* smallButton(int id, const QString& text, QWidget* parent) {
   auto* button = new GV::CSmallNoNormalButton(id, text, parent);
   button->setFixedSize(GV::CUiResource::getSize(QStringLiteral("tc_siz_account_btn_width_small")), buttonHeight());
-  // Enter never means one of these.
   button->setAutoDefault(false);
   return button;
-}
-
-GV::CPushButton* bottomButton(int id, const QString& text, QHBoxLayout* row) {
-  auto* button = new GV::CPushButton(id, row->parentWidget());
-  button->setText(text);
-  button->setFixedSize(80, 26);
-  button->setFocusPolicy(Qt::NoFocus);
-  button->setAutoDefault(false);
-  row->addWidget(button);
-  return button;
-}
-
-/// The quote decides the price, and the exchange whether the price type can be used.
-void setPrice(CCodeOrderParam& param) {
-  CQuote quote;
-  if (!getQuoteClient().getQuote(param.m_stock.m_strMarket, param.m_stock.m_strCode, quote)) return;
-  CPriceDataHelper::adaptPriceType(param);
-  if (param.m_nPriceType == EPT_User) return;
-  param.m_dPrice = CPriceDataHelper::getPriceForOrder(quote, param.m_nPriceType, param.m_nOperation, 0, SAutoPrice(),
-                                                      DataHelper::isAlgoOrderType(param.m_nOrderType));
 }
 
 std::string stockKey(const CCodeOrderParam& param) {
@@ -106,17 +87,13 @@ void CBasketPatchDialog::createTable() {
 }
 
 QWidget* CBasketPatchDialog::createBottom() {
-  auto* bottom = new QWidget(this);
-  bottom->setFixedHeight(GV::CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height")) + 15);
-  auto* row = new QHBoxLayout(bottom);
-  row->setContentsMargins(10, 0, 10, 0);
-  row->setSpacing(8);
-  row->addStretch(1);
-  m_pNewBasketButton = bottomButton(ID_NEW_BASKET, QStringLiteral("新建篮子补单"), row);
-  m_pPatchButton = bottomButton(ID_PATCH, QStringLiteral("选中补单"), row);
-  m_pCancelButton = bottomButton(ID_CANCEL, QStringLiteral("取消"), row);
+  auto* bottom = new GV::CDialogButtonRow(this);
+  bottom->addStretch();
+  m_pNewBasketButton = bottom->addButton(ID_NEW_BASKET, QStringLiteral("新建篮子补单"));
+  GV::CPushButton* patch = bottom->addButton(ID_PATCH, QStringLiteral("选中补单"));
+  bottom->addButton(ID_CANCEL, QStringLiteral("取消"));
   // Both stand out as default buttons; of two, Qt presses the last one for an Enter that nobody else takes.
-  for (GV::CPushButton* button : {m_pNewBasketButton, m_pPatchButton}) {
+  for (GV::CPushButton* button : {m_pNewBasketButton, patch}) {
     button->setProperty("defaultButton", true);
     button->setDefault(true);
   }
@@ -134,6 +111,7 @@ void CBasketPatchDialog::setPatchParams(const std::vector<CCodeOrderParam>& para
     m_pTradeParams =
         new CTradeParamDialog(taskParams.empty() ? CCodeOrderParam() : taskParams.front(), tradeParamText, this);
   }
+  m_prices.setTaskParams(taskParams);
   showOrderType();
   m_keys.clear();
   m_pCheckBoxes->clearItems();
@@ -173,6 +151,7 @@ void CBasketPatchDialog::showOrderType() {
 
 void CBasketPatchDialog::showEvent(QShowEvent* event) {
   GV::CCommonDialog::showEvent(event);
+  if (event->spontaneous()) return;
   if (m_pModel->rowCount() > 0) m_pTable->setCurrentKey(m_pModel->rowAt(0).key());
   m_pTable->setFocus();
 }
@@ -253,12 +232,12 @@ void CBasketPatchDialog::editQuantity(const QString& key, const QString& text) {
 // The outcome
 
 void CBasketPatchDialog::takeParams(std::vector<CCodeOrderParam>& out, std::string& algoParams) {
+  m_unpriced.clear();
   for (const auto& row : m_pModel->patchRows()) {
     if (!row->m_bChecked) continue;
     CCodeOrderParam param = row->m_param;
     m_pTradeParams->widget().fillParams(stockKey(param), param.m_nVolume, param, NO_LIMIT);
-    setPrice(param);
-    out.push_back(std::move(param));
+    (m_prices.apply(param) ? out : m_unpriced).push_back(param);
   }
   const CGlobalOrderParamTable& table = m_pTradeParams->table();
   if (table.algorithmIndex() != CGlobalOrderParamTable::NO_ALGORITHM) algoParams = table.getAlgParamsStr();
@@ -267,10 +246,15 @@ void CBasketPatchDialog::takeParams(std::vector<CCodeOrderParam>& out, std::stri
 QStringList CBasketPatchDialog::takeNewBasketLines() {
   QStringList lines;
   QStringList unitless;
+  m_newBasketParams.clear();
   for (const auto& row : m_pModel->patchRows()) {
     if (!row->m_bChecked) continue;
     const SNewBasketLine line = newBasketLine(row->m_param);
-    if (!line.m_strText.isEmpty()) lines.append(line.m_strText);
+    if (!line.m_strText.isEmpty()) {
+      lines.append(line.m_strText);
+      m_newBasketParams.push_back(row->m_param);
+      m_newBasketParams.back().m_nVolume = line.m_nQuantity;
+    }
     if (line.m_bUnitless) unitless.append(GV::sToQs(stockKey(row->m_param)));
   }
   if (!unitless.isEmpty()) {

@@ -1,7 +1,8 @@
 #include "CTradeParamDialog.h"
 
-#include <QHBoxLayout>
+#include <QShowEvent>
 
+#include "gv/CDialogButtonRow.h"
 #include "gv/CVerticalWidgetList.h"
 #include "gv/Controls.h"
 #include "tc/COpBasketStockParamsWidget.h"
@@ -32,26 +33,26 @@ CTradeParamDialog::CTradeParamDialog(const ksservice::CCodeOrderParam& taskParam
   auto* list = GV::CVerticalWidgetList::fill(this);
   list->addWidget(m_pWidget, true);
   list->addSpacing(10);
-  list->addWidget(createBottom());
+  m_pBottom = createBottom();
+  list->addWidget(m_pBottom);
 }
 
 CGlobalOrderParamTable& CTradeParamDialog::table() const { return m_pWidget->table(); }
 
 QWidget* CTradeParamDialog::createBottom() {
-  auto* bottom = new QWidget(this);
-  bottom->setFixedHeight(GV::CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height")) + 15);
-  auto* save = new GV::CPushButton(ID_SAVE, bottom);
-  save->setText(QStringLiteral("保存"));
-  save->setFixedSize(80, 26);
+  auto* bottom = new GV::CDialogButtonRow(this);
+  bottom->addStretch();
+  GV::CPushButton* save = bottom->addButton(ID_SAVE, QStringLiteral("保存"));
   save->setDefault(true);
-  save->setFocusPolicy(Qt::NoFocus);
-  auto* row = new QHBoxLayout(bottom);
-  row->setContentsMargins(10, 0, 10, 0);
-  row->addStretch(1);
-  row->addWidget(save);
   // What is wrong in the fields cannot be saved; the table says what it is.
   connect(&table(), &CGlobalOrderParamTable::sigInputChecked, save, &QWidget::setEnabled);
   return bottom;
+}
+
+/// Where an Enter changes nothing: on a choice it would choose.
+void CTradeParamDialog::showEvent(QShowEvent* event) {
+  GV::CCommonDialog::showEvent(event);
+  if (!event->spontaneous()) m_pBottom->setFocus();
 }
 
 bool CTradeParamDialog::handleEvent(int eventId, int id, int value, QString key, void* payload) {

@@ -26,10 +26,14 @@ class CTradeParamDialog : public GV::CCommonDialog {
 
   bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
 
+ protected:
+  void showEvent(QShowEvent* event) override;
+
  private:
   QWidget* createBottom();
 
   COpBasketStockParamsWidget* m_pWidget;
+  QWidget* m_pBottom = nullptr;
 };
 
 }  // namespace TC

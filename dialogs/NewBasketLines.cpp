@@ -37,17 +37,18 @@ SNewBasketLine newBasketLine(const CCodeOrderParam& param) {
   // Securities are returned to the last share.
   if (param.m_nOperation != EOT_ReturnSecurities) {
     const int unit = unitOf(*instrument, param.m_nOperation);
-    if (unit < 1) return {QString(), true};
+    if (unit < 1) return {QString(), 0, true};
     quantity -= quantity % unit;
   }
   if (quantity < 1) return {};
   const QStringList fields = {GV::sToQs(utils::mavStockKey(param.m_stock.m_strMarket, param.m_stock.m_strCode)),
                               GV::sToQs(instrument->m_strName),
                               QString::number(quantity),
+                              QStringLiteral("0"),
                               isBuy(param.m_nOperation) ? QStringLiteral("0") : QStringLiteral("1"),
                               QString::number(param.m_nOperation),
                               QString::number(param.m_nType)};
-  return {fields.join(QLatin1Char('\t')), false};
+  return {fields.join(QLatin1Char('\t')), quantity, false};
 }
 
 }  // namespace TC

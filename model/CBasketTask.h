@@ -344,7 +344,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   std::vector<SLeft> leftOf(const SNewest& details, const OrderProcessMap* finished);
   std::optional<int> offered(const SLeft& left) const;
   QString refusal(const SLeft& left, const AccountPtr& account, const std::set<PatchLine>& unanswered) const;
-  static QString refusalLine(const CBasketTaskItem& item, const QString& reason);
+  static QString refusalLine(const ksservice::CCodeOrderParam& param, const QString& reason);
+  static QString refusalLine(const QString& stockKey, int operation, const QString& account, const QString& reason);
   static std::optional<ksservice::CCodeOrderParam> patchParam(const CBasketTaskItem& item, const AccountPtr& account,
                                                               int volume);
   static std::optional<int> inLots(const CBasketTaskItem& item, long long remainder);

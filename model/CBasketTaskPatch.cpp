@@ -283,14 +283,23 @@ void CBasketTask::takePatch(const OrderProcessMap& finished) {
   ParamList params;
   std::string algoParams;
   m_pPatchDialog->takeParams(params, algoParams);
-  if (checkFits(params, finished)) sendPatch(params, algoParams);
+  const ParamList& unpriced = m_pPatchDialog->unpriced();
+  if (!unpriced.empty()) {
+    QStringList refused;
+    for (const CCodeOrderParam& param : unpriced) refused << refusalLine(param, QStringLiteral("没有价格"));
+    tellRefused(refused);
+  }
+  if (!stillHolds()) return;
+  if (params.empty() && !unpriced.empty()) {
+    refuseOffer();
+  } else if (checkFits(params, finished)) {
+    sendPatch(params, algoParams);
+  }
 }
 
 void CBasketTask::takeNewBasket(const OrderProcessMap& finished) {
   const QStringList lines = m_pPatchDialog->takeNewBasketLines();
-  ParamList params;
-  std::string algoParams;
-  m_pPatchDialog->takeParams(params, algoParams);
+  const ParamList& params = m_pPatchDialog->newBasketParams();
   if (!checkFits(params, finished)) return;
   const LineVolumes handed = plannedVolumes(params, ELineAccount::Each);
   CPatchStore::instance().of(storeKey(), [&handed](CPatchCreations& creations) { creations.handedOver(handed); });

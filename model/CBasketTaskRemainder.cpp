@@ -280,10 +280,16 @@ std::optional<CCodeOrderParam> CBasketTask::patchParam(const CBasketTaskItem& it
   return param;
 }
 
-/// The line of a message that names a row.
-QString CBasketTask::refusalLine(const CBasketTaskItem& item, const QString& reason) {
-  return QStringLiteral("%1 %2 %3：%4")
-      .arg(item.m_strStockKey, operationToString(item.m_vecOperations.front()), item.m_strAccounts, reason);
+/// The line of a message that names what is not ordered.
+QString CBasketTask::refusalLine(const CCodeOrderParam& param, const QString& reason) {
+  const std::string key = utils::mavStockKey(param.m_stock.m_strMarket, param.m_stock.m_strCode);
+  const QString account = param.m_pAccount ? accountDisplayIDQs(*param.m_pAccount) : QString();
+  return refusalLine(QString::fromStdString(key), param.m_nOperation, account, reason);
+}
+
+QString CBasketTask::refusalLine(const QString& stockKey, int operation, const QString& account,
+                                 const QString& reason) {
+  return QStringLiteral("%1 %2 %3：%4").arg(stockKey, operationToString(operation), account, reason);
 }
 
 CBasketTask::SOffer CBasketTask::offer(const OrderProcessMap& finished) {
@@ -298,7 +304,7 @@ CBasketTask::SOffer CBasketTask::offer(const OrderProcessMap& finished) {
     const QString reason = refusal(left, account, unanswered);
     const int volume = offered(left).value_or(0);
     if (!reason.isEmpty()) {
-      offer.refused << refusalLine(item, reason);
+      offer.refused << refusalLine(item.m_strStockKey, item.m_vecOperations.front(), item.m_strAccounts, reason);
     } else if (volume > 0) {
       offer.params.push_back(*patchParam(item, account, volume));
     }

@@ -129,6 +129,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void mouseMoveEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
   bool viewportEvent(QEvent* event) override;
 
   /// Paints the branch of a tree column and gives the room that is left for its text.
@@ -178,6 +180,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column);
   void paintGround(QPainter& painter, int row, const QRect& rect) const;
   void paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect);
+  void paintFocus(QPainter& painter) const;
   void slotFlashStep();
   SCell cellAt(int row, int column, const QPoint& mouse) const;
   void selectRange(int from, int to);

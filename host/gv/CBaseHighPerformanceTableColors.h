@@ -18,6 +18,7 @@ struct CBaseHighPerformanceTable::SColors {
   const QColor* hover = color("clr_table_hover");
   const QColor* selection = color("clr_table_selection");
   const QColor* current = color("clr_table_current");
+  const QColor* focus = color("clr_focus");
   const QColor* up = color("clr_flash_up");
   const QColor* down = color("clr_flash_down");
 

@@ -219,6 +219,16 @@ void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
   if (rows > 0) moveCurrent(std::clamp(target, 0, rows - 1), event->modifiers() & Qt::ShiftModifier);
 }
 
+void CBaseHighPerformanceTable::focusInEvent(QFocusEvent* event) {
+  QAbstractScrollArea::focusInEvent(event);
+  viewport()->update();
+}
+
+void CBaseHighPerformanceTable::focusOutEvent(QFocusEvent* event) {
+  QAbstractScrollArea::focusOutEvent(event);
+  viewport()->update();
+}
+
 bool CBaseHighPerformanceTable::pressBranch(int /*row*/, const QRect& /*cell*/, const QPoint& /*point*/) {
   return false;
 }

@@ -53,6 +53,18 @@ void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
     }
   }
   texts.draw(painter);
+  if (hasFocus()) paintFocus(painter);
+}
+
+/// A frame round the table, and one round the current row when it is on screen.
+void CBaseHighPerformanceTable::paintFocus(QPainter& painter) const {
+  painter.setPen(*m_colors->focus);
+  painter.setBrush(Qt::NoBrush);
+  const QRect all = viewport()->rect();
+  painter.drawRect(all.adjusted(0, 0, -1, -1));
+  const int row = m_pModel->positionOf(m_strCurrentKey);
+  if (row < topRow() || row > topRow() + pageRows()) return;
+  painter.drawRect(QRect(0, (row - topRow()) * m_nItemHeight, all.width() - 1, m_nItemHeight - 2));
 }
 
 void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QRect& rect) const {

@@ -1,10 +1,10 @@
 #include "gv/CColumnChooser.h"
 
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
+#include "gv/CDialogButtonRow.h"
 #include "gv/CStandardHpfTable.h"
 #include "gv/CVerticalWidgetList.h"
 #include "gv/Controls.h"
@@ -16,6 +16,7 @@ enum EButton : int { ID_UP = 0, ID_DOWN = 1, ID_ACCEPT = 2, ID_CANCEL = 3 };
 
 constexpr int SHOWN_COLUMN = 0;
 constexpr int TITLE_COLUMN = 1;
+constexpr QSize BUTTON_SIZE(56, 26);
 
 std::vector<SColumn> listColumns() {
   std::vector<SColumn> columns(2);
@@ -78,27 +79,14 @@ void CColumnChooser::createRows() {
   checkAccept();
 }
 
-CPushButton* CColumnChooser::createButton(int id, const QString& text, QWidget* parent) {
-  auto* button = new CPushButton(id, parent);
-  button->setText(text);
-  button->setFixedSize(56, 26);
-  button->setFocusPolicy(Qt::NoFocus);
-  button->setAutoDefault(false);
-  parent->layout()->addWidget(button);
-  return button;
-}
-
 QWidget* CColumnChooser::createButtons() {
-  auto* bottom = new QWidget(this);
-  bottom->setFixedHeight(CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height")) + 15);
-  auto* row = new QHBoxLayout(bottom);
-  row->setContentsMargins(10, 0, 10, 0);
-  createButton(ID_UP, QStringLiteral("上移"), bottom);
-  createButton(ID_DOWN, QStringLiteral("下移"), bottom);
-  row->addStretch(1);
-  m_pAccept = createButton(ID_ACCEPT, QStringLiteral("确定"), bottom);
+  auto* bottom = new CDialogButtonRow(this);
+  bottom->addButton(ID_UP, QStringLiteral("上移"), BUTTON_SIZE);
+  bottom->addButton(ID_DOWN, QStringLiteral("下移"), BUTTON_SIZE);
+  bottom->addStretch();
+  m_pAccept = bottom->addButton(ID_ACCEPT, QStringLiteral("确定"), BUTTON_SIZE);
   m_pAccept->setDefault(true);
-  createButton(ID_CANCEL, QStringLiteral("取消"), bottom);
+  bottom->addButton(ID_CANCEL, QStringLiteral("取消"), BUTTON_SIZE);
   return bottom;
 }
 

@@ -30,7 +30,6 @@ class CColumnChooser : public CCommonDialog {
 
   void createRows();
   QWidget* createButtons();
-  CPushButton* createButton(int id, const QString& text, QWidget* parent);
   void moveCurrent(int by);
   void apply();
   void checkAccept();

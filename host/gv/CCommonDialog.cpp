@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLayout>
+#include <QLineEdit>
 #include <QPointer>
 
 namespace GV {
@@ -30,6 +31,10 @@ void collectWidgets(const QLayout* layout, std::vector<QWidget*>& out) {
       collectWidgets(item->layout(), out);
     }
   }
+}
+
+bool isEnter(const QKeyEvent& event) {
+  return (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter) && !(event.modifiers() & ~Qt::KeypadModifier);
 }
 
 QString quoted(const QString& text) { return QLatin1Char('"') + text + QLatin1Char('"'); }
@@ -93,8 +98,24 @@ void CCommonDialog::closeEvent(QCloseEvent* event) {
 }
 
 void CCommonDialog::keyPressEvent(QKeyEvent* event) {
-  if (event->matches(QKeySequence::Cancel) && observer() != nullptr) observer()->dialogClosed(*this);
+  const bool cancel = event->matches(QKeySequence::Cancel);
+  // A key that is held down (where the window system tells) has done what it was meant for; what comes into its way
+  // next was not meant.
+  if ((isEnter(*event) || cancel) && event->isAutoRepeat()) return;
+  if (isEnter(*event) && enterIsTaken()) return;
+  if (cancel && observer() != nullptr) observer()->dialogClosed(*this);
   QDialog::keyPressEvent(event);
+}
+
+/// Enter presses the button that has the focus, and has ended the edit of a field; only elsewhere does it mean the
+/// default button.
+bool CCommonDialog::enterIsTaken() {
+  QWidget* focus = focusWidget();
+  if (auto* button = qobject_cast<QAbstractButton*>(focus)) {
+    button->click();
+    return true;
+  }
+  return qobject_cast<QLineEdit*>(focus) != nullptr;
 }
 
 // For scripts

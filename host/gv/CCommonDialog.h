@@ -10,7 +10,8 @@
 namespace GV {
 
 /// Events of its widgets stay inside: what a derived dialog does not handle ends here. Before a button's event is
-/// handled, an open editor is committed, whether it had lost the focus to the button or not. GUI thread.
+/// handled, an open editor is committed, whether it had lost the focus to the button or not. Enter belongs to the
+/// button, field or table that has the focus, and to the default button only beside them. GUI thread.
 class CCommonDialog : public CEventWidgetT<QDialog>, public CUiResourceChangeHandler {
   Q_OBJECT
 
@@ -48,6 +49,7 @@ class CCommonDialog : public CEventWidgetT<QDialog>, public CUiResourceChangeHan
 
  private:
   void execByHook(const DialogHook& hook);
+  bool enterIsTaken();
   void commitEdits();
   std::vector<QWidget*> widgetsInOrder() const;
   std::vector<IDialogRows*> rowWidgets() const;

@@ -103,25 +103,35 @@ bool CStandardHpfTable::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool CStandardHpfTable::editorKey(const QKeyEvent& event) {
-  const int row = m_pFlatModel->positionOf(m_strEditedKey);
   switch (event.key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      closeEditor(true);
+      // One that is held down has just opened it.
+      if (!event.isAutoRepeat()) closeEditor(true);
       return true;
     case Qt::Key_Escape:
       closeEditor(false);
       return true;
     case Qt::Key_Up:
-    case Qt::Key_Down: {
-      closeEditor(true);
-      const int target = event.key() == Qt::Key_Up ? row - 1 : row + 1;
-      if (target >= 0 && target < rowCount()) moveCurrent(target, Qt::NoModifier);
+    case Qt::Key_Down:
+      leaveEditor(event.key() == Qt::Key_Up ? -1 : 1, false);
       return true;
-    }
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+      // The focus stays in the table, where an Enter that follows presses no button.
+      leaveEditor(event.key() == Qt::Key_Backtab ? -1 : 1, true);
+      return true;
     default:
       return false;
   }
+}
+
+void CStandardHpfTable::leaveEditor(int by, bool openNext) {
+  const int target = m_pFlatModel->positionOf(m_strEditedKey) + by;
+  closeEditor(true);
+  if (target < 0 || target >= rowCount()) return;
+  moveCurrent(target, Qt::NoModifier);
+  if (openNext) openEditor(currentKey());
 }
 
 // Keyboard and geometry
@@ -136,7 +146,7 @@ void CStandardHpfTable::keyPressEvent(QKeyEvent* event) {
   }
   if (enter || event->key() == Qt::Key_F2) {
     // Never handed on: a dialog's default button is not meant by an Enter in its table.
-    openEditor(currentKey());
+    if (!event->isAutoRepeat()) openEditor(currentKey());
     return;
   }
   if (!command && !typed.isEmpty() && typed.at(0).isPrint() && openEditor(currentKey())) {

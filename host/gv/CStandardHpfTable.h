@@ -14,9 +14,9 @@ namespace GV {
 /// What the user does in a row travels to the parents: event 230 for a check box, event 234 for an editor. Whoever
 /// takes event 234 sets the text that the editor's cell shows from then on.
 ///
-/// An editor opens on a click into its cell, on Enter or F2, and on typing. Enter, the arrows up and down and the loss
-/// of the focus commit it, Esc gives it up. An editor whose text was not changed commits nothing. Space turns the check
-/// box of the current row over. GUI thread only.
+/// An editor opens on a click into its cell, on Enter or F2, and on typing. Enter, the arrows up and down, Tab and the
+/// loss of the focus commit it, Esc gives it up. Tab opens the next row's. An editor whose text was not changed commits
+/// nothing. Space turns the check box of the current row over. GUI thread only.
 class CStandardHpfTable : public CBaseHighPerformanceTable, public IDialogRows {
   Q_OBJECT
 
@@ -50,6 +50,7 @@ class CStandardHpfTable : public CBaseHighPerformanceTable, public IDialogRows {
   void closeEditor(bool commit);
   void deliverEdit(const QString& key, QString text);
   bool editorKey(const QKeyEvent& event);
+  void leaveEditor(int by, bool openNext);
 
   CStandardHpfTableModel* m_pFlatModel = nullptr;
   QPointer<CBaseTableColumnCheckBoxDelegate> m_pCheckBoxes;

@@ -79,9 +79,12 @@ void CComboPushButton::paintEvent(QPaintEvent* /*event*/) {
   const char* const ground = isDown() || m_pMenu->isVisible() ? "clr_btn_background_pressed"
                              : underMouse()                   ? "clr_btn_background_hover"
                                                               : "clr_btn_background";
-  painter.setPen(*CUiResource::getColor(QStringLiteral("clr_btn_border")));
+  const QColor border =
+      *CUiResource::getColor(hasFocus() ? QStringLiteral("clr_focus") : QStringLiteral("clr_btn_border"));
+  const double thick = hasFocus() ? 2 : 1;
+  painter.setPen(QPen(border, thick));
   painter.setBrush(*CUiResource::getColor(QString::fromLatin1(ground)));
-  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+  painter.drawRoundedRect(QRectF(rect()).adjusted(thick / 2, thick / 2, -thick / 2, -thick / 2), 2, 2);
   const QPixmap image = m_strImageKey.isEmpty() ? QPixmap() : CUiResource::getPixmap(m_strImageKey);
   const int imageLeft = width() - image.width() - 5;
   painter.drawPixmap(imageLeft, (height() - image.height()) / 2, image);

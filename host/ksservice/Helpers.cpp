@@ -5,6 +5,7 @@
 #include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/Services.h"
+#include "utils/Keys.h"
 
 namespace ksservice {
 
@@ -48,10 +49,8 @@ namespace {
 double quotedPrice(const TC::CQuote& quote, int priceType, int operation) {
   switch (priceType) {
     case EPT_Counterpart:
-      return DataHelper::isBuy(operation) ? quote.m_dBid : quote.m_dAsk;
+      return DataHelper::isBuy(operation) ? quote.m_dAsk : quote.m_dBid;
     case EPT_Latest:
-    case EPT_MarketSH:
-    case EPT_MarketSZ:
       return quote.m_dLast;
     case EPT_LimitUp:
       return quote.m_dLimitUp;
@@ -79,7 +78,18 @@ void CPriceDataHelper::adaptPriceType(CCodeOrderParam& param) {
   }
   if (!isLotMarket(market) || !isRealMarketPrice(param.m_nPriceType)) return;
   if (isSupportMarketPrice(market, param.m_stock.m_strCode, param.m_nPriceType)) return;
-  param.m_nPriceType = DataHelper::isBuy(param.m_nOperation) ? EPT_Limit : EPT_SellerLimit;
+  param.m_nPriceType = limitType(param.m_nOperation);
+}
+
+int CPriceDataHelper::limitType(int operation) { return DataHelper::isBuy(operation) ? EPT_Limit : EPT_SellerLimit; }
+
+std::string connectedStockKey(const std::string& market, const std::string& code) {
+  std::string key = utils::mavStockKey(market, code);
+  const std::string connect = key.find("HGT") != std::string::npos ? "HGT" : "SGT";
+  for (std::size_t at = key.find(connect); at != std::string::npos; at = key.find(connect)) {
+    key.replace(at, connect.size(), "HK");
+  }
+  return key;
 }
 
 bool isRealMarketPrice(int priceType) { return priceType == EPT_MarketSH || priceType == EPT_MarketSZ; }

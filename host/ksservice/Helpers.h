@@ -55,15 +55,20 @@ struct SAutoPrice {
 struct CPriceDataHelper {
   /// The price for calculation from the current quote, 0 when there is none.
   static double getPriceForCalc(const std::string& market, const std::string& code);
-  /// The price of an order of a price type, plus offset, in CNY. The counterpart price is the quote's bid for a buy and
-  /// its ask for any other operation: that is intended. An algorithm prices its orders itself and gets the price for
-  /// an order.
+  /// The price of an order of a price type, plus offset, in CNY. The counterpart price is the one at which the order
+  /// trades at once: the quote's ask for a buy, its bid for any other operation. Types without a price of their own
+  /// have the price for an order; so has an algorithm, which prices its orders itself.
   static double getPriceForOrder(const TC::CQuote& quote, int priceType, int operation, double offset,
                                  const SAutoPrice& autoPrice, bool algorithm);
   /// Turns the price type into one that the parameter's instrument takes: the market price of one exchange into that of
   /// the other, and one that is not supported into a limit, the buyer's or the seller's.
   static void adaptPriceType(CCodeOrderParam& param);
+  /// A limit's price type: a seller's has one of its own.
+  static int limitType(int operation);
 };
+
+/// Key of the instrument as which one counts, a connect market's (HGT, SGT) as Hong Kong's own.
+std::string connectedStockKey(const std::string& market, const std::string& code);
 
 /// Whether the type is a market price of an exchange.
 bool isRealMarketPrice(int priceType);

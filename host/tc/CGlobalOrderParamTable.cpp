@@ -1,10 +1,12 @@
 #include "tc/CGlobalOrderParamTable.h"
 
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QStyle>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "gv/Controls.h"
 #include "ksservice/Operations.h"
@@ -17,14 +19,12 @@ using ksservice::CEnumsDataHelper;
 
 namespace {
 
-/// Ids of the choices: one of these and the value that is chosen.
-constexpr int ID_NORMAL = 1000;
-constexpr int ID_SMART = 1001;
-constexpr int ID_AS_IS = 1002;
-constexpr int ID_PRICE = 2000;
-constexpr int ID_ALGORITHM = 3000;
+/// Values of the choice of the trade.
+constexpr int NORMAL = 0;
+constexpr int SMART = 1;
 
 constexpr int TITLE_WIDTH = 64;
+constexpr int PRICE_COLUMNS = 2;
 constexpr int CHOICE_HEIGHT = 24;
 
 bool tradesByCode(int accountType) { return accountType == 1 || accountType == 5 || accountType == 6; }
@@ -58,6 +58,18 @@ bool readReal(const QString& text, double& out) {
 }
 
 QString realText(double value) { return QString::fromStdString(formatFixed(value)); }
+
+QLabel* createNote(QVBoxLayout& layout) {
+  auto* note = new QLabel(layout.parentWidget());
+  note->setWordWrap(true);
+  layout.addWidget(note);
+  return note;
+}
+
+void showNote(QLabel& note, bool holds, const QString& text) {
+  note.setText(holds ? text : QString());
+  note.setVisible(holds);
+}
 
 }  // namespace
 
@@ -101,9 +113,9 @@ CGlobalOrderParamTable::CGlobalOrderParamTable(int accountType, QWidget* parent)
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(12, 12, 12, 0);
   layout->setSpacing(10);
-  layout->addWidget(createChoices({{ID_NORMAL, CEnumsDataHelper::orderTypeToFormatString(ksservice::EORT_Plain)},
-                                   {ID_SMART, CEnumsDataHelper::orderTypeToFormatString(ksservice::EORT_Algo)}},
-                                  2));
+  QGridLayout* trades = addChoices(*layout);
+  addChoice(*trades, 2, EChoice::Trade, NORMAL, CEnumsDataHelper::orderTypeToFormatString(ksservice::EORT_Plain));
+  addChoice(*trades, 2, EChoice::Trade, SMART, CEnumsDataHelper::orderTypeToFormatString(ksservice::EORT_Algo));
   m_pAlgoButton = m_choices.back().button;
   m_pPrices = createPrices(accountType);
   m_pAlgorithms = createAlgorithms();
@@ -119,14 +131,9 @@ QWidget* CGlobalOrderParamTable::createPrices(int accountType) {
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(8);
   layout->addWidget(new QLabel(QStringLiteral("价格类型"), page));
-  std::vector<std::pair<int, QString>> choices = {{ID_AS_IS, QStringLiteral("默认")}};
-  for (const int type : offeredPriceTypes(accountType)) {
-    choices.emplace_back(ID_PRICE + type, CEnumsDataHelper::priceTypeToFormatString(type));
-  }
-  layout->addWidget(createChoices(choices, 2));
-  m_pPriceNote = new QLabel(page);
-  m_pPriceNote->setWordWrap(true);
-  layout->addWidget(m_pPriceNote);
+  m_pPriceGrid = addChoices(*layout);
+  for (const int type : offeredPriceTypes(accountType)) offerPriceType(type);
+  m_pPriceNote = createNote(*layout);
   return page;
 }
 
@@ -136,36 +143,45 @@ QWidget* CGlobalOrderParamTable::createAlgorithms() {
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(8);
   layout->addWidget(new QLabel(QStringLiteral("算法"), page));
-  std::vector<std::pair<int, QString>> choices;
+  QGridLayout* algorithms = addChoices(*layout);
   for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::VWAP, EAlgorithm::POV}) {
-    choices.emplace_back(ID_ALGORITHM + static_cast<int>(algorithm), QString::fromLatin1(algorithmName(algorithm)));
+    addChoice(*algorithms, 3, EChoice::Algorithm, static_cast<int>(algorithm),
+              QString::fromLatin1(algorithmName(algorithm)));
   }
-  layout->addWidget(createChoices(choices, 3));
+  m_pAlgoNote = createNote(*layout);
   for (const SField& field : fields()) layout->addWidget(createField(field));
-  m_pMessage = new QLabel(page);
-  m_pMessage->setWordWrap(true);
+  m_pMessage = createNote(*layout);
   m_pMessage->setProperty("invalid", true);
-  layout->addWidget(m_pMessage);
   return page;
 }
 
-QWidget* CGlobalOrderParamTable::createChoices(const std::vector<std::pair<int, QString>>& choices, int columns) {
+QGridLayout* CGlobalOrderParamTable::addChoices(QVBoxLayout& layout) {
   auto* box = new QWidget(this);
   auto* grid = new QGridLayout(box);
   grid->setContentsMargins(0, 0, 0, 0);
   grid->setSpacing(6);
-  int place = 0;
-  for (const auto& [id, text] : choices) {
-    auto* button = new GV::CSmallNoNormalButton(id, text, box);
-    button->setCheckable(true);
-    // Enter is for the dialog's own button.
-    button->setAutoDefault(false);
-    button->setFixedHeight(CHOICE_HEIGHT);
-    grid->addWidget(button, place / columns, place % columns);
-    m_choices.push_back({id, button});
-    ++place;
-  }
-  return box;
+  layout.addWidget(box);
+  return grid;
+}
+
+/// The button's id is the choice's place in the list.
+void CGlobalOrderParamTable::addChoice(QGridLayout& grid, int columns, EChoice kind, int value, const QString& text) {
+  auto* button = new GV::CSmallNoNormalButton(static_cast<int>(m_choices.size()), text, grid.parentWidget());
+  button->setCheckable(true);
+  button->setAutoDefault(false);
+  button->setFixedHeight(CHOICE_HEIGHT);
+  const int place = grid.count();
+  grid.addWidget(button, place / columns, place % columns);
+  m_choices.push_back({kind, value, button});
+}
+
+/// A task may have a price type that is not offered to everybody: what it has can be seen, and chosen again.
+void CGlobalOrderParamTable::offerPriceType(int type) {
+  const bool offered = std::any_of(m_choices.begin(), m_choices.end(), [type](const SChoice& choice) {
+    return choice.kind == EChoice::Price && choice.value == type;
+  });
+  if (offered) return;
+  addChoice(*m_pPriceGrid, PRICE_COLUMNS, EChoice::Price, type, CEnumsDataHelper::priceTypeToFormatString(type));
 }
 
 QWidget* CGlobalOrderParamTable::createField(const SField& field) {
@@ -210,23 +226,31 @@ void CGlobalOrderParamTable::setExpandItemsHidden(bool hidden) {
 // From the values to the controls
 
 void CGlobalOrderParamTable::showValues() {
-  const bool smart = ksservice::DataHelper::isAlgoOrderType(orderType());
-  const int algorithm = algorithmIndex();
-  const int price = priceType() ? ID_PRICE + *priceType() : ID_AS_IS;
-  for (const SChoice& choice : m_choices) {
-    choice.button->setChecked(choice.id == (smart ? ID_SMART : ID_NORMAL) || choice.id == price ||
-                              (algorithm != NO_ALGORITHM && choice.id == ID_ALGORITHM + algorithm));
-  }
-  m_pPrices->setVisible(!smart);
-  m_pAlgorithms->setVisible(smart);
-  m_pPriceNote->setText(QStringLiteral("“默认”按限价委托，价格取委托价；\n原任务为“%1”。")
-                            .arg(CEnumsDataHelper::priceTypeToFormatString(loadedPriceType())));
+  offerPriceType(priceType());
+  for (const SChoice& choice : m_choices) choice.button->setChecked(isChosen(choice));
+  m_pPrices->setVisible(!isSmart());
+  m_pAlgorithms->setVisible(isSmart());
+  showNote(*m_pPriceNote, priceType() == ksservice::EPT_User, QStringLiteral("“指定价”取各证券在原任务中最后的价格。"));
+  showNote(*m_pAlgoNote, isSmart() && algorithmIndex() == NO_ALGORITHM,
+           QStringLiteral("原算法参数无法显示，补单沿用原参数。"));
   for (const SInput& input : m_inputs) {
     const QSignalBlocker quiet(input.editor);
     input.editor->setText(input.field->text(algoParams()));
     input.line->setVisible(shows(input, algoParams()));
   }
   checkFields();
+}
+
+bool CGlobalOrderParamTable::isChosen(const SChoice& choice) const {
+  switch (choice.kind) {
+    case EChoice::Trade:
+      return choice.value == (isSmart() ? SMART : NORMAL);
+    case EChoice::Price:
+      return choice.value == priceType();
+    case EChoice::Algorithm:
+      return choice.value == algorithmIndex();
+  }
+  return false;
 }
 
 void CGlobalOrderParamTable::showEvent(QShowEvent* event) {
@@ -285,16 +309,35 @@ bool CGlobalOrderParamTable::handleEvent(int eventId, int id, int value, QString
     return true;
   }
   if (eventId != GV::EventButtonClicked) return COrderParamBaseTable::handleEvent(eventId, id, value, key, payload);
-  if (id >= ID_ALGORITHM) {
-    chooseAlgorithm(static_cast<EAlgorithm>(id - ID_ALGORITHM));
-  } else if (id >= ID_PRICE) {
-    choosePriceType(id - ID_PRICE);
-  } else if (id == ID_AS_IS) {
-    choosePriceType(std::nullopt);
-  } else {
-    chooseTrade(id == ID_SMART);
-  }
+  choose(m_choices.at(static_cast<std::size_t>(id)));
   return true;
+}
+
+void CGlobalOrderParamTable::choose(const SChoice& choice) {
+  switch (choice.kind) {
+    case EChoice::Trade:
+      chooseTrade(choice.value == SMART);
+      break;
+    case EChoice::Price:
+      choosePriceType(choice.value);
+      break;
+    case EChoice::Algorithm:
+      chooseAlgorithm(static_cast<EAlgorithm>(choice.value));
+      break;
+  }
+}
+
+/// Esc in a field takes back what was typed there; a field that holds its value leaves the key to the dialog.
+void CGlobalOrderParamTable::keyPressEvent(QKeyEvent* event) {
+  const auto typing = std::find_if(m_inputs.begin(), m_inputs.end(), [this](const SInput& input) {
+    return input.editor->hasFocus() && input.editor->text() != input.field->text(algoParams());
+  });
+  if (!event->matches(QKeySequence::Cancel) || typing == m_inputs.end()) {
+    COrderParamBaseTable::keyPressEvent(event);
+    return;
+  }
+  // Delivered as an edit: the other fields may have waited for this one to be right.
+  editRow(QString::fromUtf8(typing->field->title), typing->field->text(algoParams()));
 }
 
 // For scripts

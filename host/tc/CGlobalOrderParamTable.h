@@ -6,8 +6,10 @@
 #include "gv/DialogScript.h"
 #include "tc/COrderParamBaseTable.h"
 
+class QGridLayout;
 class QLabel;
 class QLineEdit;
+class QVBoxLayout;
 
 namespace GV {
 class CPushButton;
@@ -17,7 +19,8 @@ namespace TC {
 
 /// A choice takes effect at once; an input field when it is committed (Enter, loss of the focus, a button of the
 /// dialog) and all fields are right. While they are not, the wrong one is marked, a line says what is wrong, and the
-/// values stay what they were; they are back in the fields when the table is shown again. GUI thread.
+/// values stay what they were; they are back in the fields when the table is shown again, and in one field on Esc.
+/// GUI thread.
 class CGlobalOrderParamTable : public COrderParamBaseTable, public GV::IDialogRows {
   Q_OBJECT
 
@@ -50,6 +53,7 @@ class CGlobalOrderParamTable : public COrderParamBaseTable, public GV::IDialogRo
  protected:
   void showValues() override;
   void showEvent(QShowEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 
  private:
   struct SField;
@@ -58,15 +62,21 @@ class CGlobalOrderParamTable : public COrderParamBaseTable, public GV::IDialogRo
     QWidget* line;  ///< title and editor
     QLineEdit* editor;
   };
+  enum class EChoice { Trade, Price, Algorithm };
   struct SChoice {
-    int id;
+    EChoice kind;
+    int value;  ///< smart or not, EPriceType, EAlgorithm
     GV::CPushButton* button;
   };
 
   static const std::vector<SField>& fields();
   QWidget* createPrices(int accountType);
   QWidget* createAlgorithms();
-  QWidget* createChoices(const std::vector<std::pair<int, QString>>& choices, int columns);
+  QGridLayout* addChoices(QVBoxLayout& layout);
+  void addChoice(QGridLayout& grid, int columns, EChoice kind, int value, const QString& text);
+  void offerPriceType(int type);
+  bool isChosen(const SChoice& choice) const;
+  void choose(const SChoice& choice);
   QWidget* createField(const SField& field);
   bool shows(const SInput& input, const SAlgoParams& params) const;
   QString readFields(SAlgoParams& out) const;
@@ -78,7 +88,9 @@ class CGlobalOrderParamTable : public COrderParamBaseTable, public GV::IDialogRo
   std::vector<SInput> m_inputs;
   QWidget* m_pPrices;
   QWidget* m_pAlgorithms;
+  QGridLayout* m_pPriceGrid = nullptr;
   QLabel* m_pPriceNote = nullptr;
+  QLabel* m_pAlgoNote = nullptr;
   QLabel* m_pMessage = nullptr;
   GV::CPushButton* m_pAlgoButton = nullptr;
   bool m_bLimitHidden = false;

@@ -20,8 +20,8 @@ class COpBasketStockParamsWidget : public GV::CBaseWidget {
   void load(const ksservice::CCodeOrderParam& param, const QString& algoText);
   void setExpandItemsHidden(bool hidden) { m_pTable->setExpandItemsHidden(hidden); }
 
-  /// Puts what was chosen and the volume into a security's parameter; its price stays, but is made no higher than limit
-  /// (CNY). What nobody chose stays as it is. The same for every security, so the key is not looked at.
+  /// Puts order type, price type and the volume into a security's parameter; its price stays, but is made no higher
+  /// than limit (CNY). The same for every security, so the key is not looked at.
   void fillParams(const std::string& securityKey, int volume, ksservice::CCodeOrderParam& param, double limit) const;
 
  protected:

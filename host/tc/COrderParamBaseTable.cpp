@@ -1,17 +1,19 @@
 #include "tc/COrderParamBaseTable.h"
 
+#include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 
 namespace TC {
 
+using ksservice::CPriceDataHelper;
 using ksservice::DataHelper;
 
 void COrderParamBaseTable::loadFromOrderParam(const ksservice::CCodeOrderParam& param, const QString& algoText) {
   m_nOrderType = param.m_nOrderType;
-  m_nAlgoOrderType = DataHelper::isAlgoOrderType(m_nOrderType) ? m_nOrderType : ksservice::EORT_Algo;
-  m_nLoadedPriceType = param.m_nPriceType;
-  m_bTradeChosen = false;
-  m_nPriceType.reset();
+  m_bLoadedSmart = DataHelper::isAlgoOrderType(m_nOrderType);
+  m_nAlgoOrderType = m_bLoadedSmart ? m_nOrderType : ksservice::EORT_Algo;
+  // Whether a limit is the buyer's or the seller's follows from each line.
+  m_nPriceType = param.m_nPriceType == ksservice::EPT_SellerLimit ? ksservice::EPT_Limit : param.m_nPriceType;
   m_bHasAlgorithm = false;
   SAlgoParams params;
   if (SAlgoParams::parse(algoText.toStdString(), params).empty()) setAlgorithm(m_nAlgoOrderType, params);
@@ -19,8 +21,7 @@ void COrderParamBaseTable::loadFromOrderParam(const ksservice::CCodeOrderParam& 
 }
 
 int COrderParamBaseTable::algorithmIndex() const {
-  const bool smart = DataHelper::isAlgoOrderType(m_nOrderType) && m_bHasAlgorithm;
-  return smart ? static_cast<int>(m_algoParams.m_eAlgorithm) : NO_ALGORITHM;
+  return isSmart() && m_bHasAlgorithm ? static_cast<int>(m_algoParams.m_eAlgorithm) : NO_ALGORITHM;
 }
 
 std::string COrderParamBaseTable::getAlgParamsStr() const {
@@ -28,24 +29,21 @@ std::string COrderParamBaseTable::getAlgParamsStr() const {
 }
 
 void COrderParamBaseTable::applyTo(ksservice::CCodeOrderParam& param) const {
-  const bool smart = DataHelper::isAlgoOrderType(m_nOrderType);
-  if (m_bTradeChosen || algorithmIndex() != NO_ALGORITHM) param.m_nOrderType = m_nOrderType;
-  if (smart || !m_nPriceType) return;
-  param.m_nOrderType = ksservice::EORT_Plain;
-  // A seller's limit has a type of its own.
-  const bool sellerLimit = *m_nPriceType == ksservice::EPT_Limit && !DataHelper::isBuy(param.m_nOperation);
-  param.m_nPriceType = sellerLimit ? ksservice::EPT_SellerLimit : *m_nPriceType;
+  param.m_nOrderType = m_nOrderType;
+  const bool limit = m_nPriceType == ksservice::EPT_Limit;
+  param.m_nPriceType = limit ? CPriceDataHelper::limitType(param.m_nOperation) : m_nPriceType;
 }
 
-void COrderParamBaseTable::chooseTrade(bool algorithmic) {
-  m_bTradeChosen = true;
-  m_nOrderType = algorithmic ? m_nAlgoOrderType : static_cast<int>(ksservice::EORT_Plain);
-  // A smart trade without an algorithm could not be sent.
-  if (algorithmic) m_bHasAlgorithm = true;
+bool COrderParamBaseTable::isSmart() const { return DataHelper::isAlgoOrderType(m_nOrderType); }
+
+void COrderParamBaseTable::chooseTrade(bool smart) {
+  m_nOrderType = smart ? m_nAlgoOrderType : static_cast<int>(ksservice::EORT_Plain);
+  // A smart trade without any algorithm could not be sent; the one that was loaded has its own, shown or not.
+  if (smart && !m_bLoadedSmart) m_bHasAlgorithm = true;
   showValues();
 }
 
-void COrderParamBaseTable::choosePriceType(std::optional<int> priceType) {
+void COrderParamBaseTable::choosePriceType(int priceType) {
   m_nPriceType = priceType;
   showValues();
 }

@@ -17,8 +17,9 @@ namespace {
 
 enum EColumn { ColumnMarket, ColumnCode, ColumnName, ColumnOperation, ColumnQuantity, ColumnCount };
 
-/// The fields of a line that a panel offers.
-enum EField { FieldKey, FieldName, FieldQuantity, FieldSide, FieldOperation, FieldType, FieldCount };
+/// The fields of a line that a panel offers. Nothing is read from the constant "0" between quantity and side, but a
+/// line without it is none: its fields would be taken for others.
+enum EField { FieldKey, FieldName, FieldQuantity, FieldZero, FieldSide, FieldOperation, FieldType, FieldCount };
 
 constexpr QSize WINDOW_SIZE(640, 420);
 constexpr int ROW_HEIGHT = 22;

@@ -25,8 +25,8 @@ struct SNewBasket {
   std::vector<SNewLine> m_lines;
 };
 
-/// Reads the lines that a panel offers for a new basket: one security a line, fields separated by tabs (security key,
-/// name, quantity, side, operation, type). Lines that are none are left out and counted.
+/// Reads the lines that a panel offers for a new basket: one security a line, seven fields separated by tabs (security
+/// key, name, quantity, "0", side, operation, type). Lines that are none are left out and counted.
 std::vector<SNewLine> parseNewLines(const QString& text, int& malformed);
 
 /// The terminal's window of a basket that is about to be started: its lines with quantities that can be edited, its

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "CNewBasketWindow.h"
+
 namespace {
 
 constexpr int PATIENCE_MSEC = 120000;
@@ -210,6 +212,23 @@ TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {
   EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("no display")));
   EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("basket-terminal.png")));
   EXPECT_TRUE(QFile::exists(path("basket-terminal.png")));
+}
+
+TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {
+  int malformed = 0;
+  const auto lines = app::parseNewLines(QStringLiteral("SH.600000\t浦发银行\t700\t0\t0\t1\t49\n"
+                                                       "SH.600000\t浦发银行\t700\t0\t1\t49\n"  // no constant
+                                                       "SZ.000001\t平安银行\t500\t0\t1\t2\t49\t\n"
+                                                       "SZ.000001\t平安银行\tx\t0\t1\t2\t49\n"
+                                                       "SZ.000001\t平安银行\t500\t0\t1\t2\t49"),
+                                        malformed);
+  EXPECT_EQ(malformed, 3);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0].m_strCode, QStringLiteral("600000"));
+  EXPECT_EQ(lines[0].m_nOperation, 1);
+  EXPECT_EQ(lines[1].m_strMarket, QStringLiteral("SZ"));
+  EXPECT_EQ(lines[1].m_nQuantity, 500);
+  EXPECT_EQ(lines[1].m_nOperation, 2);
 }
 
 }  // namespace

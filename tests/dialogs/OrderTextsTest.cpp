@@ -85,10 +85,10 @@ TEST(OrderTexts, OrderSettings) {
   EXPECT_EQ(param.m_nOrderType, EORT_Plain);
   EXPECT_EQ(param.m_nPriceType, EPT_Counterpart);
   EXPECT_EQ(param.m_nVolume, 300);
-  EXPECT_EQ(param.m_dPrice, 9);
-  TC::orderSettingToParam(*setting, param, EOT_Sell, 300, 10, quote);
+  EXPECT_EQ(param.m_dPrice, 11);
+  TC::orderSettingToParam(*setting, param, EOT_Sell, 300, 8.5, quote);
   EXPECT_EQ(param.m_nOperation, EOT_Sell);
-  EXPECT_EQ(param.m_dPrice, 10) << "no higher than the limit";
+  EXPECT_EQ(param.m_dPrice, 8.5) << "no higher than the limit";
   param.m_stock = {"SH", "600000", ""};
   TC::orderSettingToParam(*TC::orderSettingFromString("price=47"), param, EOT_Sell, 300, noLimit, quote);
   EXPECT_EQ(param.m_nPriceType, EPT_SellerLimit) << "an instrument without market prices";

@@ -127,7 +127,7 @@ TEST_F(PatchTest, OnlyCheckedRowsAreTaken) {
   EXPECT_EQ(result, QDialog::Accepted);
   EXPECT_TRUE(m_dialog.isNewBasket());
   EXPECT_EQ(m_dialog.takeNewBasketLines(),
-            (QStringList{qs("SH.600001\tN600001\t200\t1\t2\t49"), qs("SH.600002\tN600002\t300\t1\t2\t49")}));
+            (QStringList{qs("SH.600001\tN600001\t200\t0\t1\t2\t49"), qs("SH.600002\tN600002\t300\t0\t1\t2\t49")}));
 }
 
 TEST_F(PatchTest, EndsAsTheButtonSays) {
@@ -144,27 +144,47 @@ TEST_F(PatchTest, EndsAsTheButtonSays) {
   EXPECT_EQ(run(params, [](auto& dialog) { dialog.closeByUser(); }), QDialog::Rejected);
 }
 
-TEST_F(PatchTest, AParameterLeftAloneKeepsItsTypesAndIsPricedByTheQuote) {
+TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   instrument("SH", "600000", 100);
+  const auto other = boost::make_shared<CAccountInfo>();
+  other->m_strKey = "A2";
+  const auto given = [&](const char* market, const char* code, int operation, double price) {
+    CCodeOrderParam line = param(market, code, operation, 1000);
+    line.m_nPriceType = EPT_User;
+    line.m_dPrice = price;
+    return line;
+  };
   Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Sell, 100),
-                   param("SH", "000999", EOT_Sell, 100)};
-  params[1].m_nPriceType = EPT_User;
-  params[1].m_dPrice = 3.5;
-  params[2].m_nPriceType = EPT_MarketSZ;
-  params[2].m_dPrice = 4.5;
-  CCodeOrderParam task;
-  task.m_nPriceType = EPT_Counterpart;
-  run(params, {task}, "", [](auto& dialog) { dialog.press(qs("选中补单")); });
-  std::string algoText = "untouched";
-  const Params taken = take(&algoText);
-  EXPECT_EQ(taken[0].m_nPriceType, EPT_Limit);
-  EXPECT_EQ(taken[0].m_dPrice, 12);
-  EXPECT_EQ(taken[0].m_nOrderType, EORT_Plain);
-  EXPECT_EQ(taken[1].m_nPriceType, EPT_User);
-  EXPECT_EQ(taken[1].m_dPrice, 3.5) << "a price that the user gave";
-  EXPECT_EQ(taken[2].m_nPriceType, EPT_MarketSZ) << "without a quote";
-  EXPECT_EQ(taken[2].m_dPrice, 4.5);
-  EXPECT_EQ(algoText, "untouched");
+                   param("SH", "600000", EOT_Buy, 100), param("HK", "00700", EOT_Buy, 100),
+                   param("HK", "00005", EOT_Buy, 100),  param("SH", "600001", EOT_Buy, 100)};
+  params[2].m_pAccount = other;
+  params[2].m_dPrice = params[5].m_dPrice = 99;  // no price of the task's
+  Params task = {given("SH", "600000", EOT_Buy, 10.5), given("SH", "600000", EOT_Sell, 10.9),
+                 given("HGT", "00700", EOT_Buy, 300), given("SGT", "00005", EOT_Buy, 60),
+                 given("SH", "600000", EOT_Buy, 10.7)};
+  const auto prices = [&] {
+    run(params, task, "", [](auto& dialog) { dialog.press(qs("选中补单")); });
+    std::vector<double> found;
+    for (const CCodeOrderParam& taken : take()) {
+      EXPECT_EQ(taken.m_nPriceType, EPT_User);
+      found.push_back(taken.m_dPrice);
+    }
+    return found;
+  };
+  EXPECT_EQ(prices(), (std::vector<double>{10.7, 10.9, 300, 60})) << "the last of each line";
+  ASSERT_EQ(m_dialog.unpriced().size(), 2u) << "nothing was given for them";
+  EXPECT_EQ(m_dialog.unpriced()[0].m_pAccount, other);
+  EXPECT_EQ(m_dialog.unpriced()[0].m_dPrice, 0);
+  EXPECT_EQ(m_dialog.unpriced()[1].m_stock.m_strCode, "600001");
+
+  // The next patch: the first line's last price is none any more, and another price type of the task changes nothing.
+  task.push_back(given("SH", "600000", EOT_Buy, 0));
+  task.push_back(given("SH", "600000", EOT_Sell, 11.1));
+  task.front().m_nPriceType = EPT_Latest;
+  EXPECT_EQ(prices(), (std::vector<double>{11.1, 300, 60}));
+  EXPECT_EQ(m_dialog.unpriced().size(), 3u);
+  m_dialog.takeNewBasketLines();
+  EXPECT_EQ(m_dialog.newBasketParams().size(), 3u) << "a new basket needs no price, only an instrument";
 }
 
 TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
@@ -189,8 +209,8 @@ TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
     return types;
   };
   using Types = std::vector<std::pair<int, double>>;
-  EXPECT_EQ(typesWith("沪市市价"), (Types{{42, 10}, {47, 10}, {0, 12}, {10, 12}, {42, 10}, {42, 10}}));
-  EXPECT_EQ(typesWith("深市市价"), (Types{{42, 10}, {47, 10}, {0, 12}, {10, 12}, {0, 12}, {47, 10}}))
+  EXPECT_EQ(typesWith("沪市市价"), (Types{{42, 12}, {47, 12}, {0, 12}, {10, 12}, {42, 12}, {42, 12}}));
+  EXPECT_EQ(typesWith("深市市价"), (Types{{42, 12}, {47, 12}, {0, 12}, {10, 12}, {0, 12}, {47, 12}}))
       << "only the markets SH and SZ are given the other exchange's type";
 }
 
@@ -198,12 +218,17 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   instrument("SH", "600000", 100);
   TC::CQuote quote;
   quote.m_dLast = 10;
-  quote.m_dBid = 9;
-  quote.m_dAsk = 0;
+  quote.m_dBid = 0;
+  quote.m_dAsk = 11;
   quote.m_dOrder = 12;
   quote.m_dLimitUp = 15;
   m_host.setQuote("SH", "600000", quote);
   const Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Sell, 100)};
+  CCodeOrderParam seller;
+  seller.m_nPriceType = EPT_SellerLimit;  // each line's limit is its own side's
+  run(params, {seller}, "", [&](TC::CBasketPatchDialog& dialog) { dialog.press(qs("选中补单")); });
+  EXPECT_EQ(take()[0].m_nPriceType, EPT_Limit);
+  EXPECT_EQ(take()[1].m_nPriceType, EPT_SellerLimit);
   struct SCase {
     const char* choice;
     int buyType;
@@ -214,10 +239,9 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   const SCase cases[] = {
       {"限价", 0, 12, 10, 12},
       {"最新价", EPT_Latest, 10, EPT_Latest, 10},
-      {"对手价", 14, 9, 14, 12},  // no ask: the price for an order
+      {"对手价", 14, 11, 14, 12},  // no bid: the price for an order
       {"涨停价", EPT_LimitUp, 15, EPT_LimitUp, 15},
       {"跌停价", EPT_LimitDown, 12, EPT_LimitDown, 12},
-      {"默认", 0, 12, 0, 12},
   };
   for (const SCase& each : cases) {
     SCOPED_TRACE(each.choice);
@@ -231,6 +255,29 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
     EXPECT_EQ(taken[1].m_nPriceType, each.sellType);
     EXPECT_EQ(taken[1].m_dPrice, each.sellPrice);
   }
+}
+
+TEST_F(PatchTest, OnlyTheCounterpartPriceKeepsALineWithoutAPriceBack) {
+  instrument("SH", "600000", 100);
+  TC::CQuote quote;
+  quote.m_dAsk = 11;
+  m_host.setQuote("SH", "600000", quote);
+  const Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Redeem, 100),
+                         param("SH", "600001", EOT_Buy, 100)};  // no quote at all
+  CCodeOrderParam task;
+  task.m_nPriceType = EPT_Counterpart;
+  run(params, {task}, "", [](auto& dialog) { dialog.press(qs("选中补单")); });
+  ASSERT_EQ(take().size(), 1u);
+  EXPECT_EQ(take()[0].m_dPrice, 11);
+  EXPECT_EQ(m_dialog.unpriced().size(), 2u);
+  run(params, [&](TC::CBasketPatchDialog& dialog) {
+    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.press(qs("最新价")); });
+    dialog.press(qs("选中补单"));
+  });
+  std::string algoText = "untouched";
+  EXPECT_EQ(take(&algoText).size(), 3u);
+  EXPECT_EQ(m_dialog.unpriced().size(), 0u);
+  EXPECT_EQ(algoText, "untouched");
 }
 
 TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
@@ -266,9 +313,16 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   params[12].m_nHandled = 100;
   m_dialog.setPatchParams(params, {CCodeOrderParam()}, "");
   EXPECT_EQ(m_dialog.takeNewBasketLines(),
-            (QStringList{qs("SH.600000\tN600000\t990\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t1\t2\t49"),
-                         qs("SH.600001\tN600001\t800\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t1\t23\t49"),
-                         qs("XX.IF2612\tNIF2612\t3\t1\t4\t49")}));
+            (QStringList{qs("SH.600000\tN600000\t990\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t0\t1\t2\t49"),
+                         qs("SH.600001\tN600001\t800\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t0\t1\t23\t49"),
+                         qs("XX.IF2612\tNIF2612\t3\t0\t1\t4\t49")}));
+  std::vector<std::pair<std::string, int>> handed;
+  for (const CCodeOrderParam& line : m_dialog.newBasketParams()) handed.emplace_back(line.getKey(), line.m_nVolume);
+  EXPECT_EQ(handed, (std::vector<std::pair<std::string, int>>{{params[0].getKey(), 990},
+                                                              {params[1].getKey(), 1200},
+                                                              {params[2].getKey(), 800},
+                                                              {params[3].getKey(), 1250},
+                                                              {params[9].getKey(), 3}}));
   EXPECT_EQ(m_boxes, QStringList{qs("SH.600002 没有有效的最小交易单位，没有列入新篮子")});
 }
 

@@ -5,9 +5,11 @@
 #include <QPushButton>
 #include <QTest>
 
+#include "CTradeParamDialog.h"
 #include "PatchFixture.h"
 #include "gv/CStandardHpfTable.h"
 #include "ksservice/Enumerations.h"
+#include "tc/CGlobalOrderParamTable.h"
 
 using namespace ksservice;
 
@@ -54,6 +56,21 @@ class PatchHandsTest : public PatchTest {
     }
   }
   QString shown(int row) { return table().itemText(row, 7); }
+  /// A key where the focus is, as the window system brings it.
+  static void type(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key), modifiers);
+  }
+  /// The text of the button that has the focus, else the class of what has it.
+  static QString focus() {
+    const QWidget* widget = QApplication::focusWidget();
+    const auto* button = qobject_cast<const QPushButton*>(widget);
+    if (button != nullptr) return button->text();
+    return widget == nullptr ? QString() : QString::fromLatin1(widget->metaObject()->className());
+  }
+  static void activate(QWidget& window) {
+    window.activateWindow();
+    QApplication::processEvents();
+  }
 
   Params m_params;
 };
@@ -106,11 +123,65 @@ TEST_F(PatchHandsTest, EditorsOpenAndCommitByKeyboard) {
                          qs("补单 check A1/SH.600000买入 off"), qs("补单 closed"), qs("补单 rejected")}));
 }
 
+TEST_F(PatchHandsTest, EnterOrdersOnlyBesideEverythingElse) {
+  const int result = run(m_params, [&](GV::CCommonDialog& dialog) {
+    activate(dialog);
+    for (const int enter : {Qt::Key_Return, Qt::Key_Enter}) {
+      type('7');
+      QTest::keyClicks(QApplication::focusWidget(), "00");
+      type(Qt::Key_Tab);
+      EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入")) << "Tab goes to the next field";
+      type(enter);
+      EXPECT_EQ(focus(), qs("GV::CStandardHpfTable"));
+      type(enter);
+      QKeyEvent held(QEvent::KeyPress, enter, Qt::NoModifier, QString(), true);
+      QApplication::sendEvent(&editor(), &held);
+      EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入")) << "a key that is held down opens it and no more";
+      type(Qt::Key_Tab);
+      EXPECT_EQ(focus(), qs("GV::CStandardHpfTable")) << "behind the last field the edit just ends";
+      type(Qt::Key_F2);
+      type(Qt::Key_Backtab, Qt::ShiftModifier);
+      EXPECT_EQ(table().editedKey(), qs("A1/SH.600000买入"));
+      type(Qt::Key_Backtab, Qt::ShiftModifier);
+      EXPECT_EQ(shown(0), qs("700"));
+
+      type(Qt::Key_Tab);
+      type(Qt::Key_Tab);
+      EXPECT_EQ(focus(), qs("反选"));
+      type(enter);
+      EXPECT_FALSE(dialog.state().rows[1].checked);
+      type(Qt::Key_Backtab, Qt::ShiftModifier);
+      type(enter);
+      EXPECT_TRUE(dialog.state().rows[1].checked) << "Enter presses 全选";
+      type(Qt::Key_Tab);
+      QApplication::sendEvent(QApplication::focusWidget(), &held);
+      EXPECT_TRUE(dialog.state().rows[1].checked) << "nor does it press again";
+      type(Qt::Key_Tab);
+      int opened = 0;
+      m_tradeWork = [&](GV::CCommonDialog&) { ++opened; };
+      type(enter);
+      EXPECT_EQ(opened, 1);
+      ASSERT_TRUE(dialog.isOpen());
+      activate(dialog);
+      table().setFocus();
+    }
+    type(Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_EQ(focus(), qs("GV::CDialogButtonRow")) << "before the first stop is the last";
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
+    QApplication::sendEvent(QApplication::focusWidget(), &held);
+    ASSERT_TRUE(dialog.isOpen());
+    type(Qt::Key_Return);
+    EXPECT_FALSE(dialog.isOpen());
+  });
+  EXPECT_EQ(result, QDialog::Accepted);
+  EXPECT_FALSE(m_dialog.isNewBasket());
+  EXPECT_EQ(take()[0].m_nVolume, 700);
+}
+
 TEST_F(PatchHandsTest, AnEditorCommitsWhenItLosesTheFocusAndOnlyWhatChanged) {
   Witness witness;
   run(m_params, [&](GV::CCommonDialog& dialog) {
-    dialog.activateWindow();
-    QApplication::processEvents();
+    activate(dialog);
     click(0, 7);
     ASSERT_TRUE(editor().hasFocus());
     QTest::keyClicks(&editor(), "900");
@@ -129,6 +200,42 @@ TEST_F(PatchHandsTest, AnEditorCommitsWhenItLosesTheFocusAndOnlyWhatChanged) {
   EXPECT_EQ(witness.m_told,
             (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600000买入 900"), qs("补单 edit A1/SH.600001买入 5000"),
                          qs("补单 check A1/SH.600000买入 off"), qs("补单 rejected")}));
+}
+
+TEST_F(PatchHandsTest, KeysInTheTradeParametersStayInTheirField) {
+  TC::CTradeParamDialog dialog(CCodeOrderParam(), "", nullptr);
+  dialog.show();
+  activate(dialog);
+  EXPECT_EQ(focus(), qs("GV::CDialogButtonRow"));
+  type(Qt::Key_Tab);
+  type(Qt::Key_Tab);
+  EXPECT_EQ(focus(), qs("智能算法"));
+  type(Qt::Key_Return);
+  EXPECT_EQ(dialog.table().orderType(), EORT_Algo);
+  for (int i = 0; i < 4; ++i) type(Qt::Key_Tab);
+  auto* start = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+  ASSERT_NE(start, nullptr);
+  start->selectAll();
+  QTest::keyClicks(start, "10:00:00");
+  type(Qt::Key_Return);
+  EXPECT_TRUE(dialog.isOpen()) << "Enter ends the edit";
+  EXPECT_EQ(dialog.table().getAlgParamsStr(), "algo=TWAP;start=10:00:00;end=14:57:00;slices=10");
+  start->selectAll();
+  QTest::keyClicks(start, "15:00:00");
+  type(Qt::Key_Enter);
+  EXPECT_NE(dialog.table().inputError(), QString());
+  type(Qt::Key_Escape);
+  EXPECT_TRUE(dialog.isOpen()) << "Esc ends the edit first";
+  EXPECT_EQ(start->text(), qs("10:00:00"));
+  EXPECT_EQ(dialog.table().inputError(), QString());
+  for (int i = 0; i < 4; ++i) type(Qt::Key_Tab);
+  EXPECT_EQ(focus(), qs("GV::CDialogButtonRow"));
+  type(Qt::Key_Return);
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
+  dialog.show();
+  start->setFocus();
+  type(Qt::Key_Escape);
+  EXPECT_FALSE(dialog.isOpen());
 }
 
 TEST_F(PatchHandsTest, ActsCrossDialogsInTheirOrder) {

@@ -4,6 +4,7 @@
 #include "CTradeParamDialog.h"
 #include "PatchFixture.h"
 #include "ksservice/Enumerations.h"
+#include "ksservice/Operations.h"
 #include "tc/COpBasketStockParamsWidget.h"
 
 using namespace ksservice;
@@ -41,8 +42,18 @@ TEST_F(TradeParamTest, StartsFromTheTask) {
   TC::CTradeParamDialog plain(taskParam(EORT_Plain, EPT_Counterpart), "", nullptr);
   EXPECT_EQ(plain.size(), QSize(270, 430));
   EXPECT_EQ(plain.windowTitle(), qs("交易参数设置"));
-  EXPECT_EQ(chosen(plain), (QStringList{qs("普通交易"), qs("默认")}));
-  EXPECT_TRUE(plain.state().labels.join('\n').contains(qs("原任务为“对手价”")));
+  EXPECT_EQ(chosen(plain), (QStringList{qs("普通交易"), qs("对手价")}));
+  // What is not offered to everybody is offered to a task that has it; an odd number too.
+  for (const int type : {static_cast<int>(EPT_User), -1, UNSET_INT}) {
+    TC::CTradeParamDialog odd(taskParam(EORT_Plain, type), "", nullptr);
+    const QString text = CEnumsDataHelper::priceTypeToFormatString(type);
+    EXPECT_EQ(chosen(odd), (QStringList{qs("普通交易"), text}));
+    odd.press(qs("限价"));
+    odd.press(text);
+    CCodeOrderParam filled;
+    odd.widget().fillParams("", 1, filled, 0);
+    EXPECT_EQ(filled.m_nPriceType, type);
+  }
 
   const char* text = "algo=POV;start=10:00:00;end=11:00:00;limit=10.5;rate=0.25";
   TC::CTradeParamDialog smart(taskParam(13), text, nullptr);
@@ -52,9 +63,6 @@ TEST_F(TradeParamTest, StartsFromTheTask) {
   EXPECT_EQ(smart.table().getAlgParamsStr(), text);
   EXPECT_EQ(smart.table().orderType(), 13);
 
-  TC::CTradeParamDialog malformed(taskParam(EORT_Algo), "algo=POV", nullptr);
-  EXPECT_EQ(malformed.table().orderType(), EORT_Algo);
-  EXPECT_EQ(malformed.table().algorithmIndex(), TC::CGlobalOrderParamTable::NO_ALGORITHM);
   TC::CTradeParamDialog plainWithText(taskParam(EORT_Plain), text, nullptr);
   EXPECT_EQ(plainWithText.table().algorithmIndex(), TC::CGlobalOrderParamTable::NO_ALGORITHM)
       << "the text is of an algorithm's task only";
@@ -91,6 +99,32 @@ TEST_F(TradeParamTest, AnAlgorithmTaskIsPatchedWithItsAlgorithm) {
   algoText.clear();
   EXPECT_EQ(take(&algoText)[0].m_nOrderType, EORT_Plain);
   EXPECT_EQ(algoText, "");
+}
+
+TEST_F(TradeParamTest, AnAlgorithmThatCannotBeReadIsKeptUntilAnotherIsChosen) {
+  instrument("SH", "600000", 100);
+  const Params params = {param("SH", "600000", EOT_Sell, 1000)};
+  const QString note = qs("原算法参数无法显示，补单沿用原参数。");
+  std::string algoText = "untouched";
+  const auto patchBy = [&](const char* choice) {
+    run(params, {taskParam(13, EPT_Latest)}, "algo=POV", [&](TC::CBasketPatchDialog& dialog) {
+      runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
+        EXPECT_EQ(trade.press(qs(choice)), QString());
+        EXPECT_TRUE(canSave(trade));
+        EXPECT_EQ(trade.state().labels.contains(note), chosen(trade) == QStringList{qs("智能算法")});
+      });
+      dialog.press(qs("选中补单"));
+    });
+    const CCodeOrderParam taken = take(&algoText).at(0);
+    return std::make_pair(taken.m_nOrderType, taken.m_nPriceType);
+  };
+  EXPECT_EQ(patchBy("智能算法"), std::make_pair(13, int{EPT_Latest}));
+  EXPECT_EQ(algoText, "untouched");
+  EXPECT_EQ(patchBy("普通交易"), std::make_pair(int{EORT_Plain}, int{EPT_Latest}));
+  EXPECT_EQ(patchBy("智能算法"), std::make_pair(13, int{EPT_Latest})) << "back to its own, not to any";
+  EXPECT_EQ(algoText, "untouched");
+  EXPECT_EQ(patchBy("VWAP"), std::make_pair(13, int{EPT_Latest}));
+  EXPECT_EQ(algoText, "algo=VWAP;start=09:30:00;end=14:57:00;slices=10");
 }
 
 TEST_F(TradeParamTest, WrongInputIsShownAndNeverLeavesTheDialog) {
@@ -153,7 +187,7 @@ TEST_F(TradeParamTest, OffersWhatTheAccountTakes) {
     }
     return texts;
   };
-  EXPECT_EQ(offered(0), (QStringList{qs("普通交易"), qs("智能算法"), qs("默认"), qs("限价"), qs("最新价"), qs("对手价"),
+  EXPECT_EQ(offered(0), (QStringList{qs("普通交易"), qs("智能算法"), qs("限价"), qs("最新价"), qs("对手价"),
                                      qs("沪市市价"), qs("深市市价"), qs("涨停价"), qs("跌停价"), qs("保存")}));
   EXPECT_FALSE(offered(5).contains(qs("沪市市价"))) << "futures have no market prices of SH and SZ";
 }
@@ -166,7 +200,7 @@ TEST_F(TradeParamTest, FillsVolumeAndCapsThePrice) {
   widget.fillParams("SH.600000", 250, filled, 11.5);
   EXPECT_EQ(filled.m_nVolume, 250);
   EXPECT_EQ(filled.m_dPrice, 11.5);
-  EXPECT_EQ(filled.m_nPriceType, EPT_HedgeCalc);
+  EXPECT_EQ(filled.m_nPriceType, EPT_Limit) << "never what nobody chose";
 
   widget.load(taskParam(EORT_Algo), qs("algo=TWAP;start=10:00:00;end=11:00:00;slices=5"));
   EXPECT_EQ(widget.table().algorithmIndex(), 0);

@@ -1,11 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <QLineEdit>
 #include <QMenu>
 #include <QTest>
+#include <QVBoxLayout>
 #include <cmath>
 
 #include "gv/CBaseWidget.h"
+#include "gv/CCommonDialog.h"
+#include "gv/CDialogButtonRow.h"
 #include "gv/CMessageBox.h"
+#include "gv/CStandardHpfTable.h"
 #include "gv/Controls.h"
 #include "gv/Helpers.h"
 
@@ -60,6 +65,59 @@ TEST(Controls, CheckBoxAndComboTellOnlyWhatTheUserDoes) {
   combo.menu()->actions()[1]->trigger();
   EXPECT_EQ(owner.m_events, (Events{{5, 11, 0}}));
   EXPECT_EQ(combo.currentIndex(), 1);
+}
+
+TEST(Controls, TheFocusShowsOnEachInBothThemes) {
+  for (const char* theme : {"light", "dark"}) {
+    ASSERT_TRUE(GV::CUiResource::setTheme(QString::fromLatin1(theme)));
+    GV::CUiResource::applyToApplication();
+    GV::CCommonDialog window;
+    auto* layout = new QVBoxLayout(&window);
+    std::vector<QWidget*> stops;
+    const auto add = [&](QWidget* widget) {
+      layout->addWidget(widget);
+      stops.push_back(widget);
+    };
+    const auto button = [&] { return new GV::CSmallNoNormalButton(1, QStringLiteral("全选"), &window); };
+    add(button());
+    GV::CPushButton* chosen = button();
+    chosen->setCheckable(true);
+    chosen->setChecked(true);
+    add(chosen);
+    auto* picture = new GV::CPushButton(2, &window);
+    picture->setImageKey(QStringLiteral("tc_img_btn_set_small"));
+    add(picture);
+    auto* combo = new GV::CComboPushButton(&window);
+    combo->addItem(3, QStringLiteral("全部任务"));
+    add(combo);
+    add(new GV::CCheckBox(4, QStringLiteral("过滤"), &window));
+    add(new QLineEdit(&window));
+    auto* wrong = new QLineEdit(&window);
+    wrong->setProperty("invalid", true);
+    add(wrong);
+    auto* table = new GV::CStandardHpfTable(&window);
+    table->setDataModel(new GV::CStandardHpfTableModel({GV::SColumn()}, table));
+    add(table);
+    auto* bottom = new GV::CDialogButtonRow(&window);
+    bottom->addButton(5, QStringLiteral("选中补单"))->setDefault(true);
+    add(bottom);
+    window.show();
+    window.activateWindow();
+    QApplication::processEvents();
+    for (QWidget* stop : stops) {
+      stop->setFocus(Qt::TabFocusReason);
+      const QImage with = window.grab(stop->geometry()).toImage();
+      stops[stop == stops.front() ? 1 : 0]->setFocus(Qt::TabFocusReason);
+      const QImage without = window.grab(stop->geometry()).toImage();
+      int changed = 0;
+      for (int y = 0; y < with.height(); ++y) {
+        for (int x = 0; x < with.width(); ++x) changed += with.pixel(x, y) != without.pixel(x, y) ? 1 : 0;
+      }
+      // More than the caret of a field.
+      EXPECT_GT(changed, 60) << theme << ' ' << stop->metaObject()->className();
+    }
+  }
+  qApp->setStyleSheet(QString());
 }
 
 TEST(Controls, MessagesGoToThePresenter) {

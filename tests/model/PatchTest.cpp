@@ -255,7 +255,7 @@ TEST_F(CPatchTest, ANewBasketTakesTheLinesAndTheTaskIsDropped) {
     EXPECT_EQ(dialog.press("新建篮子补单"), "");
   });
   task.checkHasAlgoTask(task.getKey(), static_cast<EMavTraderType>(4));
-  EXPECT_EQ(takeEvents(), offered + "basket SH.600000\t名称600000\t800\t0\t1\t49\nstatus T 11 0\n");
+  EXPECT_EQ(takeEvents(), offered + "basket SH.600000\t名称600000\t800\t0\t0\t1\t49\nstatus T 11 0\n");
   EXPECT_TRUE(host.takeCreations().empty());
   EXPECT_EQ(takeSends(), "local 123@A1\n");
 }

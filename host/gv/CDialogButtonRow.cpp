@@ -1,0 +1,51 @@
+#include "gv/CDialogButtonRow.h"
+
+#include <QHBoxLayout>
+#include <QPainter>
+
+#include "gv/Controls.h"
+
+namespace GV {
+
+CDialogButtonRow::CDialogButtonRow(QWidget* parent) : QWidget(parent), m_pLayout(new QHBoxLayout(this)) {
+  setFocusPolicy(Qt::TabFocus);
+  setFixedHeight(CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height")) + 15);
+  m_pLayout->setContentsMargins(10, 0, 10, 0);
+  m_pLayout->setSpacing(8);
+}
+
+CPushButton* CDialogButtonRow::addButton(int id, const QString& text, const QSize& size) {
+  auto* button = new CPushButton(id, this);
+  button->setText(text);
+  button->setFixedSize(size);
+  button->setFocusPolicy(Qt::NoFocus);
+  button->setAutoDefault(false);
+  m_pLayout->addWidget(button);
+  return button;
+}
+
+void CDialogButtonRow::addStretch() { m_pLayout->addStretch(1); }
+
+const CPushButton* CDialogButtonRow::defaultButton() const {
+  for (const CPushButton* button : findChildren<CPushButton*>()) {
+    if (button->isDefault() && button->isVisible()) return button;
+  }
+  return nullptr;
+}
+
+void CDialogButtonRow::focusInEvent(QFocusEvent* event) {
+  const CPushButton* button = defaultButton();
+  setAccessibleName(button == nullptr ? QString() : button->text());
+  QWidget::focusInEvent(event);
+}
+
+void CDialogButtonRow::paintEvent(QPaintEvent* /*event*/) {
+  const CPushButton* button = defaultButton();
+  if (!hasFocus() || button == nullptr) return;
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(QPen(*CUiResource::getColor(QStringLiteral("clr_focus")), 2));
+  painter.drawRoundedRect(QRectF(button->geometry()).adjusted(-3, -3, 3, 3), 4, 4);
+}
+
+}  // namespace GV
