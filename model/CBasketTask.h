@@ -96,8 +96,6 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// What the root's row shows: its status, but EHBTS_Patching from the acceptance of a patch until its first detail
   /// has come, or ETS_Dropped when the task was dropped meanwhile.
   int shownStatus() const;
-  /// Whether a row is that of the hedge. With mutex() held.
-  bool isHedgeRow(const CBasketTaskItem& item) const { return &item == m_pHedgeItem; }
   /// Rows of an account by row key; an empty map is made for an unknown account. With mutex() held.
   QMap<QString, CBasketTaskItem*>& getStockDetailMap(const QString& accountKey);
   /// Remembers how an account is shown; the first text stays. Worker thread.
@@ -306,6 +304,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   CPatchStore::SWait waitOf() const;
   void noteArrival(const ksservice::CTaskDetail& detail);
   void sendOwed(const ksservice::CTaskDetail& detail);
+  void noteArrivals(const SNewest& details);
   int hold(const LineVolumes& lines);
   static void takeCreateReply(const boost::weak_ptr<CBasketTask>& weak, const CPatchStore::Task& key, int creation,
                               const LineVolumes& lines, const utils::KSError& error, int taskId);

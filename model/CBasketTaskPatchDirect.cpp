@@ -67,6 +67,7 @@ void CBasketTask::patch(const QString& key, int priceType) {
 /// What is left of the rows for a patch that asks for no answer of the server.
 std::vector<CBasketTask::SLeft> CBasketTask::directlyLeft() {
   const SNewest details = newest();
+  noteArrivals(details);
   const Lock lock(m_mutex);
   return leftOf(details, nullptr);
 }

@@ -49,6 +49,7 @@ void CBasketTask::sendPatch(const ParamList& params, const std::string& algoPara
     const Lock lock(m_mutex);
     m_pRoot->m_bPatching = true;
   }
+  noteArrivals(newest());
   createPatch(patch, params, CONFIRMED_PATCH);
   announceRoot();
 }
@@ -67,10 +68,13 @@ void CBasketTask::createPatch(const COrderCommand& command, const ParamList& par
       m_nGroupId);
 }
 
+/// What is there before a patch is sent is not what the host makes of it.
+void CBasketTask::noteArrivals(const SNewest& details) {
+  for (const auto& patch : details.patches) noteArrival(*patch.second);
+}
+
 /// Gives the number of the creation.
 int CBasketTask::hold(const LineVolumes& lines) {
-  // What is there already is not what the host is going to make.
-  for (const auto& patch : newest().patches) noteArrival(*patch.second);
   CPatchStore& store = CPatchStore::instance();
   const int number = store.newNumber();
   const double now = utils::clockMSec();
