@@ -23,7 +23,8 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   explicit CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = QModelIndex()) const override;
-  /// Sorts within each parent; column -1 gives back the rows' own order.
+  /// Sorts within each parent; column -1 gives back the rows' own order. The tree column sorts roots by their
+  /// sortOrder() and all others by their names.
   void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
   CHpfTreeTableData& rowAt(int position) const override;

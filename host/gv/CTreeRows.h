@@ -74,8 +74,10 @@ class CTreeRows {
   /// position of the first node in out.
   void collectShown(int node, int first, std::vector<int>& out);
 
+  /// What a sort compares: sortNumber(), sortText(), or of roots sortOrder() and of all others displayName().
+  enum class ESortBy { Number, Text, Name };
   /// Sorts every parent's children by a column; -1 for their own order. Takes effect parent by parent in ensureSorted.
-  void setSort(int column, Qt::SortOrder order, bool byNumber);
+  void setSort(int column, Qt::SortOrder order, ESortBy by);
   /// Orders the children of a parent unless they are; true when this moved one.
   bool ensureSorted(int parent);
   /// Says that the order of a parent's children may no longer hold.
@@ -118,6 +120,8 @@ class CTreeRows {
   void countRow(int node, int parent);
   void release(int node);
   int sortedPlace(int parent, int node) const;
+  bool sortsByNumber(int parent) const;
+  STextKey textKey(int node) const;
   SSortKey sortKey(int node) const;
   bool textLess(const STextKey& a, const STextKey& b) const;
   bool sortByNumber(std::vector<int>& children) const;
@@ -135,7 +139,7 @@ class CTreeRows {
   QHash<QString, int> m_index;
   int m_nSortColumn = -1;
   Qt::SortOrder m_eSortOrder = Qt::AscendingOrder;
-  bool m_bByNumber = true;
+  ESortBy m_eSortBy = ESortBy::Number;
   int m_nSortStamp = 1;
 
   int m_nCountedBelowRoots = 0;
