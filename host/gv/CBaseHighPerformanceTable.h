@@ -138,6 +138,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   /// Whether a row stands out as a heading of those below it.
   virtual bool isHeading(int row) const;
   virtual void fillHeaderMenu(QMenu& menu, int column);
+  /// Puts a mark before the title of a column that is filtered, which says why as its tip; an empty one takes it away.
+  void markColumn(int column, const QString& why);
   void moveCurrent(int row, Qt::KeyboardModifiers modifiers);
   /// Paints the table soon, at most once however often it is asked.
   void scheduleUpdate();

@@ -3,6 +3,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QStandardItemModel>
 
 #include "gv/CBaseHighPerformanceTable.h"
 #include "gv/CBaseHighPerformanceTableColors.h"
@@ -128,6 +129,13 @@ void CBaseHighPerformanceTable::slotFlashStep() {
     viewport()->update(m_pHeader->sectionViewportPosition(column), 0, m_pHeader->sectionSize(column),
                        viewport()->height());
   }
+}
+
+void CBaseHighPerformanceTable::markColumn(int column, const QString& why) {
+  if (m_pHeaderModel->headerData(column, Qt::Horizontal, Qt::ToolTipRole).toString() == why) return;
+  const QVariant mark = why.isEmpty() ? QVariant() : CUiResource::getPixmap(QStringLiteral("gv_img_filter_mark"));
+  m_pHeaderModel->setHeaderData(column, Qt::Horizontal, why.isEmpty() ? QVariant() : why, Qt::ToolTipRole);
+  m_pHeaderModel->setHeaderData(column, Qt::Horizontal, mark, Qt::DecorationRole);
 }
 
 QRect CBaseHighPerformanceTable::paintBranch(QPainter& /*painter*/, int /*row*/, const QRect& cell) { return cell; }
