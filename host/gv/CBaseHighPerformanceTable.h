@@ -177,11 +177,12 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   CGlyphFont& glyphFont(const QString& key) const;
   std::vector<SVisibleColumn> visibleColumns(const QRect& area) const;
   void paintRow(QPainter& painter, CTextRuns& texts, int row, const std::vector<SVisibleColumn>& columns);
-  void paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column);
-  void paintGround(QPainter& painter, int row, const QRect& rect) const;
+  void paintCell(QPainter& painter, CTextRuns& texts, int row, const QString& key, const SVisibleColumn& column);
+  void paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const;
   void paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect);
   void slotFlashStep();
   SCell cellAt(int row, int column, const QPoint& mouse) const;
+  SCell cellAt(int row, int column, const QPoint& mouse, const QString& key) const;
   void selectRange(int from, int to);
   void deliverOwn(int eventId, int id, int value, const QString& key);
   bool runCommand(const QKeyEvent& event);

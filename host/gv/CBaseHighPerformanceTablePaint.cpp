@@ -56,8 +56,7 @@ void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
   texts.draw(painter);
 }
 
-void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QRect& rect) const {
-  const QString key = m_pModel->rowAt(row).key();
+void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const {
   const bool current = key == m_strCurrentKey;
   const QColor* ground = row % 2 != 0 ? m_colors->alternate : m_colors->ground;
   if (const QColor* own = m_pModel->backgroundColor(row)) ground = own;
@@ -72,17 +71,19 @@ void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QR
 void CBaseHighPerformanceTable::paintRow(QPainter& painter, CTextRuns& texts, int row,
                                          const std::vector<SVisibleColumn>& columns) {
   const int top = (row - topRow()) * m_nItemHeight;
-  paintGround(painter, row, QRect(0, top, viewport()->width(), m_nItemHeight));
-  for (const SVisibleColumn& column : columns) paintCell(painter, texts, row, column);
+  const QString key = m_pModel->rowAt(row).key();
+  paintGround(painter, row, key, QRect(0, top, viewport()->width(), m_nItemHeight));
+  for (const SVisibleColumn& column : columns) paintCell(painter, texts, row, key, column);
 }
 
-void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column) {
+void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, int row, const QString& key,
+                                          const SVisibleColumn& column) {
   IBaseHpfTableData& record = m_pModel->rowAt(row);
   const SColumn& description = m_pModel->column(column.index);
   QRect rect(column.rect.left(), (row - topRow()) * m_nItemHeight, column.rect.width(), m_nItemHeight);
   if (description.kind == ColumnTree) rect = paintBranch(painter, row, rect);
   if (description.kind == ColumnNumber) paintFlash(painter, record, column.index, rect);
-  if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse));
+  if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse, key));
   const QString text =
       column.delegate != nullptr ? column.delegate->text(record) : m_pModel->cellText(record, column.index);
   const QColor* wish = record.textColor(column.index);
@@ -92,9 +93,11 @@ void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, i
 }
 
 SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse) const {
-  const IBaseHpfTableData& record = m_pModel->rowAt(row);
-  const QString key = record.key();
-  SCell cell{record, cellRect(row, column)};
+  return cellAt(row, column, mouse, m_pModel->rowAt(row).key());
+}
+
+SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse, const QString& key) const {
+  SCell cell{m_pModel->rowAt(row), cellRect(row, column)};
   cell.selected = isSelected(key);
   cell.pressed = m_nPressedColumn == column && m_strPressedKey == key;
   cell.mouse = mouse;

@@ -143,7 +143,7 @@ void CTreeRows::replace(int node, const CHpfTreeTableDataPtr& row) {
 void CTreeRows::release(int node) {
   for (const int child : children(node)) release(child);
   CHpfTreeTableDataPtr& row = m_rows[static_cast<std::size_t>(node)];
-  m_index.remove(row->key());
+  m_index.remove(row->key(), node);
   row->m_nNode = kNone;
   row->m_pParent = nullptr;
   row.reset();

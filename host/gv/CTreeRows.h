@@ -1,12 +1,12 @@
 /// The tree behind a tree table: nodes in a few arrays, found by key, ordered within each parent.
 #pragma once
 
-#include <QHash>
 #include <QString>
 #include <Qt>
 #include <vector>
 
 #include "gv/CHpfTreeTableData.h"
+#include "gv/CKeyIndex.h"
 #include "gv/SortByKey.h"
 
 namespace GV {
@@ -26,11 +26,13 @@ class CTreeRows {
   CTreeRows& operator=(const CTreeRows&) = delete;
 
   /// Number of rows, whether they show or not.
-  int count() const { return m_index.size(); }
+  int count() const { return m_index.count(); }
   void reserve(int rows);
 
   /// The node of a key, kNone for an unknown one.
-  int find(const QString& key) const { return m_index.value(key, kNone); }
+  int find(const QString& key) const {
+    return m_index.find(key, [&](int node) { return row(node)->hasKey(key); });
+  }
   /// The node of a row of this tree, kNone for any other row.
   int nodeOf(const CHpfTreeTableData& row) const;
 
@@ -136,7 +138,7 @@ class CTreeRows {
   std::vector<SFamily> m_families;
   std::vector<int> m_free;
   std::vector<int> m_freeFamilies;
-  QHash<QString, int> m_index;
+  CKeyIndex m_index;
   int m_nSortColumn = -1;
   Qt::SortOrder m_eSortOrder = Qt::AscendingOrder;
   ESortBy m_eSortBy = ESortBy::Number;
