@@ -75,9 +75,7 @@ QString cellText(const TC::CHpfBasketStatusData& row, int column) {
   return form ? form(row, TC::EPD_Amount) : QString();
 }
 
-bool isFinished(const TC::CHpfBasketStatusData& row) {
-  return !row.isRoot() && row.figures.totalVolume == row.figures.tradedVolume;
-}
+bool isFinished(const TC::CHpfBasketStatusData& row) { return !row.isRoot() && row.figures.unfilled == 0; }
 
 const std::vector<int>& figureColumns() {
   static const std::vector<int> columns = {TC::EBC_Amount, TC::EBC_Progress, TC::EBC_Orders, TC::EBC_Unfilled};

@@ -15,6 +15,7 @@ class CPanelTable : public ISubject {
   QAbstractScrollArea* view() override { return &m_table; }
 
   void stage(const SChange& change) override {
+    m_table.beginRefresh();
     for (const int task : change.tasks) m_table.updateTask(m_board.task(task));
   }
   void build() override { m_table.applyStaged(); }

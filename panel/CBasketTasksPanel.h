@@ -4,6 +4,7 @@
 #include <QSet>
 #include <atomic>
 #include <boost/shared_ptr.hpp>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -145,8 +146,8 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   GV::CCheckBox* m_pFilterFinishedCheck = nullptr;
 
   CDetailCaches m_caches;
-  std::mutex m_announcedMutex;        ///< guards the next; nothing else is locked under it
-  std::set<std::string> m_announced;  ///< keys of details whose execution error was shown
+  std::mutex m_announcedMutex;                               ///< guards the next; nothing else is locked under it
+  std::map<std::string, std::set<std::string>> m_announced;  ///< shown texts of execution errors, by detail key
 
   mutable std::mutex m_tasksMutex;  ///< guards the next two; nothing else is locked under it
   TaskMap m_tasks;

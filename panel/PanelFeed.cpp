@@ -35,7 +35,7 @@ void CBasketTasksPanel::announceError(const ksservice::CTaskDetail& detail) {
       m_announced.erase(detail.getKey());
       return;
     }
-    if (!m_announced.insert(detail.getKey()).second) return;
+    if (!m_announced[detail.getKey()].insert(detail.m_strMessage).second) return;
   }
   const QString text =
       QStringLiteral("任务 [%1] 执行异常, %2")

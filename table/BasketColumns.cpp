@@ -34,13 +34,11 @@ QString stateText(const CHpfBasketStatusData& row, EProcessDisplay) {
 QString sourceText(const CHpfBasketStatusData& row, EProcessDisplay) {
   return row.isRoot() ? row.facts.basketName : QString();
 }
-QString unfilledText(const CHpfBasketStatusData& row, EProcessDisplay) {
-  return QString::number(row.figures.totalVolume - row.figures.tradedVolume);
-}
+QString unfilledText(const CHpfBasketStatusData& row, EProcessDisplay) { return QString::number(row.figures.unfilled); }
 QString algoTagText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.algoTag; }
 
 double amountFigure(const CHpfBasketStatusData& row) { return row.figures.amount; }
-double unfilledFigure(const CHpfBasketStatusData& row) { return row.figures.totalVolume - row.figures.tradedVolume; }
+double unfilledFigure(const CHpfBasketStatusData& row) { return row.figures.unfilled; }
 double progressFigure(const CHpfBasketStatusData& row) {
   return row.figures.totalVolume > 0 ? static_cast<double>(row.figures.tradedVolume) / row.figures.totalVolume : 0;
 }

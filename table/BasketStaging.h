@@ -1,27 +1,13 @@
 #pragma once
 
-#include <QMap>
-#include <QSet>
 #include <boost/shared_ptr.hpp>
 #include <map>
 #include <mutex>
 #include <vector>
 
-#include "StagedTask.h"
+#include "StagedRows.h"
 
 namespace TC {
-
-class CBasketTask;
-class CBasketTaskItem;
-
-/// Keeps one copy of texts that recur in many tasks: instruments, their names, the keys of rows.
-class CSharedTexts {
- public:
-  QString one(const QString& text) { return text.isEmpty() ? text : *m_texts.insert(text); }
-
- private:
-  QSet<QString> m_texts;
-};
 
 /// Carries rows from the panel's worker to the GUI thread.
 ///
@@ -33,7 +19,8 @@ class CBasketStaging {
  public:
   /// Stages the task's rows as they are now. Worker thread (or any, one at a time for one task).
   void stageTask(const boost::shared_ptr<CBasketTask>& task);
-  /// Stages status and status text of one instrument row when they changed since the task was staged. As stageTask.
+  /// Stages status and status text of an instrument row when they changed since the task was staged; where the account
+  /// has a hedge row of the same key, of both. As stageTask.
   void stageStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey, const QString& rowKey);
   /// Stages that the task's rows go; a stageTask that follows brings them anew. As stageTask.
   void stageClear(const QString& taskKey);
@@ -46,7 +33,8 @@ class CBasketStaging {
   /// Drops what was staged and what is being staged by a refresh that began earlier. GUI thread.
   void startNewDay();
 
-  /// The trading day on which a refresh works; batches of an earlier day are dropped. Worker thread, at its start.
+  /// The trading day on which a refresh works; batches of an earlier day are dropped. What the host says of instruments
+  /// is asked anew. Worker thread, at its start.
   void beginRefresh();
 
  private:
@@ -57,7 +45,9 @@ class CBasketStaging {
     boost::weak_ptr<CBasketTask> task;
     unsigned day = 0;
     unsigned shapeVersion = 0;
+    bool cleared = false;  ///< that the rows go was staged last; what they showed is kept for when they come again
     int hedgeRow = -1;
+    std::vector<int> instruments;  ///< of the rows, by number
     ShapePtr shape;
     TextsPtr texts;
     FiguresPtr figures;
@@ -73,12 +63,13 @@ class CBasketStaging {
   void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
   SLast& lastOf(const QString& taskKey);
   static void fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged);
-  void putStatus(const boost::shared_ptr<CBasketTask>& task, SLast& last, std::size_t row, const CBasketTaskItem& node);
+  void putStatus(const CBasketTask& task, SLast& last, std::size_t row, const CBasketTaskItem& node);
   void put(SStagedTask staged);
 
   std::map<QString, SLast> m_last;  ///< the worker's own
   unsigned m_nRefreshDay = 0;       ///< the worker's own
   CSharedTexts m_sharedTexts;       ///< the worker's own
+  CInstruments m_instruments;       ///< the worker's own
   std::mutex m_mutex;               ///< guards everything below; nothing else is done under it
   std::vector<StagedBatch> m_outdated;
   StagedBatch m_staged;

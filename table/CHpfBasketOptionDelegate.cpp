@@ -83,8 +83,9 @@ constexpr SStatusRule RUNNING = {R, S, H, H, H, H, H};
 constexpr SStatusRule PAUSED = {R, H, S, H, H, H, K};
 constexpr SStatusRule PAUSED_HEDGE = {K, K, K, K, K, K, H};
 constexpr SStatusRule CANCELLED = {H, H, H, S, K, S, H};
-// Whether a cancelled task of type 13 may be patched hangs on more than its status: it offers no patch.
-constexpr SStatusRule CANCELLED_ALWAYS = {H, H, H, H, H, K, H};
+// Whether a cancelled task of type 13 may be patched hangs on more than its status: it offers no patch, nor to give it
+// up.
+constexpr SStatusRule CANCELLED_ALWAYS = {H, H, H, H, H, H, H};
 constexpr SStatusRule PATCH_FAILED = {H, H, H, H, H, K, H};
 constexpr SStatusRule OTHER = {K, K, K, H, H, K, K};
 
@@ -124,6 +125,7 @@ void CHpfBasketOptionDelegate::disableClicked(const QString& rowKey, int buttonI
 
 void CHpfBasketOptionDelegate::clear() {
   m_commandKeyed.clear();
+  m_waiting.clear();
   clearItems();
   m_states.clear();
 }
@@ -134,24 +136,49 @@ bool CHpfBasketOptionDelegate::accept(const QString& key, int status, int type, 
     setItemVisible(key, false);
   }
   SState& state = m_states[key];
-  if (!state.stale && state.status == status && type != TYPE_ALWAYS) return false;
+  if (!state.stale && state.status == status && state.type == type && type != TYPE_ALWAYS) return false;
   state = {status, type, false};
   return true;
 }
 
 void CHpfBasketOptionDelegate::slotTaskStatus(QString key, int status, int type) {
   const SRowRef row = m_resolver(key);
+  if (row.key.isEmpty()) {
+    m_waiting.push_back({key, status, type});
+    return;
+  }
   if (row.task) Q_EMIT sigAnnounced(row.task);
+  apply(row, status, type);
+}
+
+void CHpfBasketOptionDelegate::rowsCame(const QString& taskKey) {
+  if (m_waiting.empty()) return;
+  const QString prefix = taskKey + QLatin1Char('-');
+  std::vector<SWaiting> waiting;
+  waiting.swap(m_waiting);
+  for (const SWaiting& status : waiting) {
+    if (status.name != taskKey && !status.name.startsWith(prefix)) {
+      m_waiting.push_back(status);
+      continue;
+    }
+    SRowRef row = m_resolver(status.name);
+    // The data that has come with the row is newer: what the row's cells show is not for this status to say.
+    row.task = nullptr;
+    if (!row.key.isEmpty()) apply(row, status.status, status.type);
+  }
+}
+
+void CHpfBasketOptionDelegate::apply(const SRowRef& row, int status, int type) {
   if (!accept(row.key, status, type, false)) return;
-  applyBasketStatus(row.key, status, type);
+  applyButtons(row, status, type);
   Q_EMIT sigTaskStatus(row.task, row.key, status);
 }
 
-void CHpfBasketOptionDelegate::applyBasketStatus(const QString& key, int status, int type) {
+void CHpfBasketOptionDelegate::applyButtons(const SRowRef& row, int status, int type) {
+  const QString& key = row.key;
   setItemVisible(key, !hidesSet(status));
   if (hidesSet(status)) return;
-  const bool hedgeRow = key.contains(QStringLiteral("期货"));
-  if (hedgeRow && (status == ksservice::ETS_Running || status == EHBTS_Patching)) {
+  if (row.hedge && (status == ksservice::ETS_Running || status == EHBTS_Patching)) {
     setItemButtonVisible(key, CancelHedge, getIsItemButtonEnabled(key, CancelHedge));
     return;
   }
@@ -159,7 +186,7 @@ void CHpfBasketOptionDelegate::applyBasketStatus(const QString& key, int status,
     for (const SButtonSpec& spec : BASKET_BUTTONS) setItemButtonEnabled(key, spec.id, false);
     return;
   }
-  const SStatusRule& rule = ruleOf(status, type, hedgeRow);
+  const SStatusRule& rule = ruleOf(status, type, row.hedge);
   const EEffect effects[] = {rule.cancel,    rule.pause,       rule.resume,     rule.patch,
                              rule.stopPatch, rule.giveUpPatch, rule.cancelHedge};
   for (std::size_t i = 0; i < std::size(effects); ++i) {
@@ -172,7 +199,7 @@ void CHpfBasketOptionDelegate::applyBasketStatus(const QString& key, int status,
 
 void CHpfBasketOptionDelegate::slotTaskStatusSingle(QString key, int status, int type) {
   const SRowRef row = m_resolver(key);
-  if (!accept(row.key, status, type, true)) return;
+  if (row.key.isEmpty() || !accept(row.key, status, type, true)) return;
   const bool running = status == ksservice::ETS_Running;
   const bool paused = status == ksservice::ETS_Paused;
   setItemVisible(row.key, running || paused);

@@ -13,14 +13,16 @@ class CBasketTask;
 
 /// The operations of a task's row: one set of buttons a row, whose state follows the row's status. GUI thread.
 ///
-/// Statuses come under tree keys, node keys or display ids; the table resolves them to row keys.
+/// Statuses come under tree keys, node keys or display ids; the table resolves them to row keys. Those of nodes whose
+/// rows have not come yet wait for them.
 class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate {
   Q_OBJECT
 
  public:
   struct SRowRef {
-    QString key;                  ///< the row's key; known also before the row exists
+    QString key;                  ///< the row's key, of a root known also before the row exists; empty: not known yet
     CBasketTask* task = nullptr;  ///< null while the row does not exist
+    bool hedge = false;           ///< the row is its task's hedge row
   };
   using Resolver = std::function<SRowRef(const QString& key)>;
 
@@ -34,11 +36,15 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   /// of any basket.
   void registerCommandKeyed(const QString& displayId) { m_commandKeyed.insert(displayId); }
   bool isCommandKeyed(const QString& displayId) const { return m_commandKeyed.contains(displayId); }
+  /// New data of a task came: applies the statuses that waited for its rows, and forgets those of nodes that have none
+  /// even now.
+  void rowsCame(const QString& taskKey);
   /// Forgets the rows; their sets come anew with their next status.
   void clear();
 
  public Q_SLOTS:
-  /// A status of a row with the basket set. A status that the row has already changes nothing, unless the type is 13.
+  /// A status of a row with the basket set. A status that the row has already with the same type changes nothing,
+  /// unless the type is 13.
   void slotTaskStatus(QString key, int status, int type);
   /// The same for hosts that list single tasks, with the smaller set of buttons.
   void slotTaskStatusSingle(QString key, int status, int type);
@@ -50,7 +56,7 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   void sigAnnounced(TC::CBasketTask* task);
   /// An operation on a row of the task came to nothing.
   void sigOperationEnded(TC::CBasketTask* task);
-  /// A status was applied; task is null while the row does not exist.
+  /// A status was applied; task is null when the row did not exist when the status came.
   void sigTaskStatus(TC::CBasketTask* task, QString key, int status);
 
  private:
@@ -62,9 +68,18 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
 
   /// False when there is nothing to apply. A row seen for the first time gets its buttons, hidden.
   bool accept(const QString& key, int status, int type, bool single);
-  void applyBasketStatus(const QString& key, int status, int type);
+  void apply(const SRowRef& row, int status, int type);
+  void applyButtons(const SRowRef& row, int status, int type);
+
+  /// A status of a node that has no row yet.
+  struct SWaiting {
+    QString name;
+    int status;
+    int type;
+  };
 
   Resolver m_resolver;
+  std::vector<SWaiting> m_waiting;  ///< in the order in which they came
   QHash<QString, SState> m_states;
   QSet<QString> m_commandKeyed;  ///< display ids
 };

@@ -37,24 +37,26 @@ QString number(double value) { return GV::formatDoubleNumber(value, 2, 0, false,
 QString amountProgress(const CHpfBasketStatusData& row) {
   if (isAmountFree(row.shape.operations)) return QStringLiteral("0.00 / 0.00");
   const SRowFigures& f = row.figures;
-  const double right = f.tradedVolume == f.totalVolume ? f.tradedAmount : f.totalAmount;
+  const double right = f.unfilled == 0 ? f.tradedAmount : f.totalAmount;
   if (f.totalAmount / 10000 - 1 < -0.00001) return number(f.tradedAmount) + SEPARATOR + number(right);
   return number(f.tradedAmount / 10000) + TEN_THOUSAND + SEPARATOR + number(right / 10000) + TEN_THOUSAND;
 }
 
-bool isShownInUnits(const SRowShape& shape) {
-  const std::string market = utils::exchangeShortCode(shape.market.toStdString());
-  const std::string code = shape.code.toStdString();
+bool isShownInUnits(const CHpfBasketStatusData& row) {
+  // An empty market would be taken for any.
+  if (row.texts.market.isEmpty()) return false;
+  const std::string market = utils::exchangeShortCode(row.texts.market.toStdString());
+  const std::string code = row.shape.code.toStdString();
   return ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_SH_UNITS) ||
          ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_SZ_UNITS);
 }
 
 QString quantityProgress(const CHpfBasketStatusData& row) {
   const SRowFigures& f = row.figures;
-  if (getUserConfig().isRawQuantity() || !isShownInUnits(row.shape)) {
+  if (getUserConfig().isRawQuantity() || !isShownInUnits(row)) {
     return QString::number(f.tradedVolume) + SEPARATOR + QString::number(f.totalVolume);
   }
-  const double unit = ksservice::getStockTradeUnit(row.shape.market.toStdString(), row.shape.code.toStdString());
+  const double unit = ksservice::getStockTradeUnit(row.texts.market.toStdString(), row.shape.code.toStdString());
   return QString::number(f.tradedVolume / unit, 'f', 2) + SEPARATOR + QString::number(f.totalVolume / unit, 'f', 2);
 }
 

@@ -8,7 +8,8 @@
 
 namespace TC {
 
-/// How progress is shown; the value is part of the table's parameter string.
+/// How progress is shown: as quantities by EPD_Quantity, as amounts by any other number. The value is part of the
+/// table's parameter string.
 enum EProcessDisplay : int { EPD_Amount = 0, EPD_Quantity = 1 };
 
 /// Text of a patch status, empty for any other value.

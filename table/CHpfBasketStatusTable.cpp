@@ -1,6 +1,5 @@
 #include "CHpfBasketStatusTable.h"
 
-#include <QSet>
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
@@ -9,15 +8,27 @@
 #include "CHpfBasketStatusModel.h"
 #include "TaskKeys.h"
 #include "tc/CStockUnitConfig.h"
+#include "tc/CTaskOrdersWidget.h"
 #include "tc/Services.h"
 #include "utils/Log.h"
 
 namespace TC {
 namespace {
 
-void logRow(const char* what, const QString& key) {
+void logRow(const char* what, const STaskRows& rows, int row) {
   auto& log = utils::CLogCenter::instance();
-  if (log.isDebugEnabled()) log.debug("m_statusMap " + std::string(what) + " key " + key.toStdString() + ".");
+  if (!log.isDebugEnabled()) return;
+  log.debug("m_statusMap " + std::string(what) + " key " + rows.key(row).toStdString() + ".");
+}
+
+/// Whether a row that stays gets another parent.
+bool movesRows(const CTaskBlock& block, const std::vector<SRowShape>& shape, const std::vector<int>& before) {
+  for (std::size_t i = 0; i < shape.size(); ++i) {
+    if (before[i] < 0) continue;
+    const int parent = shape[i].parent < 0 ? -1 : before[static_cast<std::size_t>(shape[i].parent)];
+    if (block.shape()[static_cast<std::size_t>(before[i])].parent != parent) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -62,7 +73,7 @@ CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
   if (slot >= m_blocks.size()) m_blocks.resize(slot + 1);
   std::unique_ptr<CTaskBlock>& block = m_blocks[slot];
   if (!staged.figures) {
-    removeBlock(staged.slot);
+    if (block) clearBlock(*block);
     return nullptr;
   }
   if (!block) {
@@ -75,6 +86,7 @@ CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
     block->take(staged);
   }
   touch(*block);
+  m_pOptionDelegate->rowsCame(block->facts().taskKey);
   followOrders(*block);
   return block.get();
 }
@@ -82,64 +94,104 @@ CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
 /// Brings the rows in line with a new shape: those whose key stays keep their record, and with it folding, selection
 /// and buttons.
 void CHpfBasketStatusTable::reshape(CTaskBlock& block, SStagedTask& staged) {
-  QHash<QString, StatusRowPtr> kept;
-  QSet<QString> hiddenKeys;
-  for (std::size_t i = 0; i < block.nodes.size(); ++i) {
-    const StatusRowPtr record = rowOf(block.nodes[i]);
-    kept.insert(record->key(), record);
-    if (block.hidden[i]) hiddenKeys.insert(record->key());
-  }
-  const ShapePtr newShape = staged.shape;
-  const std::vector<SRowShape>& shape = *newShape;
+  const ShapePtr shape = staged.shape;
+  const std::vector<int> before = block.placesIn(*shape);
+  const bool moved = block.hasRows() && movesRows(block, *shape, before);
+  const bool mended = block.hasRows() && !moved;
+  const RowFlags unfoldedBefore = block.hasRows() ? unfoldedRows(block) : block.unfolded;
   std::vector<StatusRowPtr> rows;
-  rows.reserve(shape.size());
-  RowFlags hidden(shape.size());
-  QHash<int, QStringList> order;  // children's keys by parent row, where a kept row must be put in its place
-  for (const SRowShape& row : shape) {
-    const StatusRowPtr record = kept.take(row.key);
-    hidden[rows.size()] = hiddenKeys.contains(row.key);
-    rows.push_back(record ? record : boost::make_shared<CHpfBasketStatusTableData>(row.key, m_eProcessDisplay));
-    order[row.parent].append(row.key);
+  RowFlags hidden(shape->size());
+  RowFlags unfolded(shape->size());
+  unfolded[0] = true;  // a new root
+  rows.reserve(shape->size());
+  for (std::size_t i = 0; i < shape->size(); ++i) {
+    const auto place = static_cast<std::size_t>(before[i]);
+    if (before[i] >= 0) unfolded[i] = unfoldedBefore[place];
+    if (before[i] >= 0 && block.hasRows()) {
+      rows.push_back(rowOf(block.nodes[place]));
+      hidden[i] = block.hidden[place];
+    } else {
+      rows.push_back(boost::make_shared<CHpfBasketStatusTableData>(m_eProcessDisplay));
+    }
   }
-  for (const StatusRowPtr& gone : kept) {
-    logRow("remove", gone->key());
-    dataModel()->removeDataByKey(gone->key());
-  }
-  block.take(staged);
+  if (block.hasRows()) removeRows(block, before, moved);
+  block.take(staged, before);
   block.hidden = block.wantHidden = hidden;
   block.allShown = hidden.none();
   for (std::size_t i = 0; i < rows.size(); ++i) rows[i]->bind(&block, static_cast<int>(i));
-  insertMissing(block, rows);
-  order.remove(-1);
-  for (auto children = order.constBegin(); children != order.constEnd(); ++children) {
-    dataModel()->reorderChildren(shape[static_cast<std::size_t>(children.key())].key, children.value());
-  }
+  insertMissing(block, rows, unfolded);
+  if (mended) putInOrder(block);
 }
 
-void CHpfBasketStatusTable::insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows) {
+/// Removes the rows that are not in the places of a new shape; all: also those that are, which come anew elsewhere.
+void CHpfBasketStatusTable::removeRows(const CTaskBlock& block, const std::vector<int>& before, bool all) {
+  RowFlags stays(block.nodes.size());
+  for (const int place : before) {
+    if (place >= 0) stays.set(static_cast<std::size_t>(place));
+  }
+  for (int row = 0; row < block.size(); ++row) {
+    if (stays[static_cast<std::size_t>(row)]) continue;
+    logRow("remove", block.state(), row);
+    if (!all) dataModel()->removeDataByKey(block.state().key(row));
+  }
+  if (!all) return;
+  dataModel()->announceByReset();
+  dataModel()->removeDataByKey(block.state().key(0));
+}
+
+/// unfolded: of the rows that come into the table, those that are expanded.
+void CHpfBasketStatusTable::insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows,
+                                          const RowFlags& unfolded) {
+  std::vector<int> hidden;
+  QString parentKey;
+  int parent = -1;
   block.nodes.clear();
   block.nodes.reserve(rows.size());
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const StatusRowPtr& row = rows[i];
-    if (!row->isInTable()) {
-      const int parent = block.shape()[i].parent;
-      dataModel()->insertData(row, parent < 0 ? QString() : block.shape()[static_cast<std::size_t>(parent)].key);
-      logRow("insert", row->key());
-      if (parent < 0) expandItem(*row, true);
+    const bool missing = !row->isInTable();
+    if (missing) {
+      const int above = block.shape()[i].parent;
+      if (above != parent) parentKey = block.state().key(above);
+      parent = above;
+      dataModel()->insertData(row, parentKey);
+      logRow("insert", block.state(), static_cast<int>(i));
     }
     block.nodes.push_back(dataModel()->nodeOf(*row));
+    if (missing && unfolded[i]) dataModel()->setExpanded(block.nodes.back(), true);
+    if (missing && block.hidden[i]) hidden.push_back(block.nodes.back());
+  }
+  if (!hidden.empty()) dataModel()->setHidden(hidden, true);
+}
+
+/// Children that came stand behind those that were there.
+void CHpfBasketStatusTable::putInOrder(const CTaskBlock& block) {
+  QHash<int, QStringList> order;  // children's keys by parent row
+  for (int row = 1; row < block.size(); ++row) {
+    order[block.shape()[static_cast<std::size_t>(row)].parent].append(block.state().key(row));
+  }
+  for (auto children = order.constBegin(); children != order.constEnd(); ++children) {
+    dataModel()->reorderChildren(block.state().key(children.key()), children.value());
   }
 }
 
-void CHpfBasketStatusTable::removeBlock(int slot) {
-  const std::unique_ptr<CTaskBlock> block = std::move(m_blocks[static_cast<std::size_t>(slot)]);
-  if (!block) return;
-  m_slots.remove(block->facts().taskKey);
-  m_touched.removeOne(block.get());
-  m_pending.removeOne(block.get());
-  if (block->running) --m_nRunning;
-  for (const SRowShape& row : block->shape()) logRow("remove", row.key);
-  dataModel()->removeDataByKey(block->shape().front().key);
+RowFlags CHpfBasketStatusTable::unfoldedRows(const CTaskBlock& block) const {
+  RowFlags unfolded(block.nodes.size());
+  for (std::size_t i = 0; i < block.nodes.size(); ++i) {
+    unfolded[i] = dataModel()->rows().has(block.nodes[i], GV::CTreeRows::Expanded);
+  }
+  return unfolded;
+}
+
+void CHpfBasketStatusTable::clearBlock(CTaskBlock& block) {
+  if (!block.hasRows()) return;
+  m_touched.removeOne(&block);
+  m_pending.removeOne(&block);
+  if (block.running) --m_nRunning;
+  for (int row = 0; row < block.size(); ++row) logRow("remove", block.state(), row);
+  block.unfolded = unfoldedRows(block);
+  dataModel()->removeDataByKey(block.state().key(0));
+  block.forgetRows();
 }
 
 StatusRowPtr CHpfBasketStatusTable::rowOf(int node) const {
@@ -155,11 +207,13 @@ void CHpfBasketStatusTable::startNewDay() {
   m_blocks.clear();
   m_slots.clear();
   m_pOptionDelegate->clear();
+  m_pOrdersWidget->close();
 }
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const QString& taskKey) const {
   const auto slot = m_slots.constFind(taskKey);
-  return slot == m_slots.constEnd() ? nullptr : m_blocks[static_cast<std::size_t>(*slot)].get();
+  CTaskBlock* block = slot == m_slots.constEnd() ? nullptr : m_blocks[static_cast<std::size_t>(*slot)].get();
+  return block && block->hasRows() ? block : nullptr;
 }
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const CBasketTask& task) const { return blockOf(task.getKey()); }
@@ -174,29 +228,37 @@ bool CHpfBasketStatusTable::getBasketTaskItemByKey(const QString& key, boost::sh
   const StatusRowPtr row = getDataByKey(key);
   if (!row) return false;
   task = row->block()->task();
-  nodeKey = row->data().shape.nodeKey;
+  nodeKey = row->block()->state().nodeKey(row->row());
   return task != nullptr;
 }
 
-/// Signals come under several names of one row: its own key, the node's key, which is the same unless two accounts
-/// share a display id, the display id of a task, or the tree key of a row. A name whose row does not exist yet
-/// resolves as far as it can.
+/// The block of the task whose key a node's key begins with, or whose display id a row's tree key begins with.
+const CTaskBlock* CHpfBasketStatusTable::blockNaming(const QString& name) const {
+  const int taskId = taskIdOfDisplayId(name.left(name.size() - TREE_KEY_ORDINAL_DIGITS));
+  if (taskId >= 0) return blockOf(taskKey(taskId));
+  for (int dash = name.indexOf(QLatin1Char('-')); dash >= 0; dash = name.indexOf(QLatin1Char('-'), dash + 1)) {
+    if (const CTaskBlock* block = blockOf(name.left(dash))) return block;
+  }
+  return nullptr;
+}
+
+/// Rows are named by their own key, their node's key, the display id of a task or the tree key of a row: gives the
+/// first, which for a root is known before the row exists; empty for a name that no row has.
 QString CHpfBasketStatusTable::rowKeyOf(const QString& name) const {
-  if (dataModel()->find(name) >= 0) return name;
+  if (name.isEmpty() || dataModel()->find(name) >= 0) return name;
   const int taskId = taskIdOfDisplayId(name);
   if (taskId >= 0) return taskKey(taskId);
-  const int rootId = taskIdOfDisplayId(name.left(name.size() - TREE_KEY_ORDINAL_DIGITS));
-  if (const CTaskBlock* block = blockOf(taskKey(rootId))) {
-    const auto& shape = block->shape();
-    const auto row = std::find_if(shape.begin(), shape.end(), [&](const SRowShape& r) { return r.treeKey == name; });
-    if (row != shape.end()) return row->key;
-  }
-  return name;
+  const CTaskBlock* block = blockNaming(name);
+  const int row = block ? block->rowNamed(name) : -1;
+  return row < 0 ? QString() : block->state().key(row);
 }
 
 CHpfBasketOptionDelegate::SRowRef CHpfBasketStatusTable::resolve(const QString& name) const {
-  const StatusRowPtr row = getDataByKey(name);
-  return {rowKeyOf(name), row ? row->block()->task().get() : nullptr};
+  const QString key = rowKeyOf(name);
+  const int node = dataModel()->find(key);
+  if (node < 0) return {key};
+  const StatusRowPtr row = rowOf(node);
+  return {key, row->block()->task().get(), row->row() == row->block()->facts().hedgeRow};
 }
 
 void CHpfBasketStatusTable::slotTaskStatus(CBasketTask* task, QString, int status) {
@@ -214,7 +276,7 @@ void CHpfBasketStatusTable::canceledTaskDoNext(const CBasketTask& task) {
 
 bool CHpfBasketStatusTable::checkRootTaskItem(const CBasketTask& task, const QString& key) const {
   const CTaskBlock* block = blockOf(task);
-  return block && !block->nodes.empty() && rowOf(block->nodes.front())->key() == key;
+  return block && rowOf(block->nodes.front())->key() == key;
 }
 
 void CHpfBasketStatusTable::onOrderCounts(const QString& key, int reported, int received) {

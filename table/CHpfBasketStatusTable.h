@@ -40,12 +40,12 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
     m_staging.stageStatus(task, accountKey, rowKey);
   }
   /// Stages that the task's rows go. Rows that an updateTask brings back under the same key keep their folding,
-  /// selection and buttons.
+  /// selection and buttons, and count their changes from what they showed.
   void clearTask(const CBasketTask& task);
 
   /// Takes in what was staged.
   void applyStaged();
-  /// Drops every row, and what a refresh is staging.
+  /// Drops every row, and what a refresh is staging; the window of orders closes.
   void startNewDay();
 
   /// Which tasks show, and whether their finished sub-tasks do.
@@ -129,6 +129,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void onCellClicked(const QString& rowKey, int column);
   void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);
   void followOrders(const CTaskBlock& block);
+  void fillOrders(CBasketTask& task, const QString& nodeKey);
   bool runExport(const QString& label, const GV::LongWork& work);
   void setProcessDisplay(EProcessDisplay mode);
   void showProgressTip(int y);
@@ -138,23 +139,28 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   CTaskBlock* apply(SStagedTask& staged);
   void reserveRows(const StagedBatch& batch);
   void reshape(CTaskBlock& block, SStagedTask& staged);
-  void insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows);
-  void removeBlock(int slot);
+  void removeRows(const CTaskBlock& block, const std::vector<int>& before, bool all);
+  void insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows, const RowFlags& unfolded);
+  void putInOrder(const CTaskBlock& block);
+  RowFlags unfoldedRows(const CTaskBlock& block) const;
+  void clearBlock(CTaskBlock& block);
   /// Has the next pass look at a task, resp. also ask it for its root's status.
   void touch(CTaskBlock& block);
   void touchStatus(CTaskBlock& block);
   void filterBlock(CTaskBlock& block);
   void noteWish(CTaskBlock& block);
   StatusRowPtr rowOf(int node) const;
+  /// Null for a task without rows.
   CTaskBlock* blockOf(const CBasketTask& task) const;
   CTaskBlock* blockOf(const QString& taskKey) const;
+  const CTaskBlock* blockNaming(const QString& name) const;
   QString rowKeyOf(const QString& name) const;
   CHpfBasketOptionDelegate::SRowRef resolve(const QString& name) const;
 
   CBasketStaging m_staging;
   EProcessDisplay m_eProcessDisplay = EPD_Amount;
   bool m_bExporting = false;
-  std::vector<std::unique_ptr<CTaskBlock>> m_blocks;  ///< by slot, null without rows
+  std::vector<std::unique_ptr<CTaskBlock>> m_blocks;  ///< by slot, null before the first rows
   QHash<QString, int> m_slots;                        ///< by task key
   STaskPass m_lastPass;
   QVector<CTaskBlock*> m_touched;  ///< changed since the last pass
@@ -163,6 +169,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   CHpfBasketOptionDelegate* m_pOptionDelegate = nullptr;
   CHpfBasketOrderDelegate* m_pOrderDelegate = nullptr;
   CTaskOrdersWidget* m_pOrdersWidget = nullptr;
+  QString m_strOrdersRow;  ///< key of the row that the window of orders shows
   QMenu* m_pPriceMenu = nullptr;
 };
 

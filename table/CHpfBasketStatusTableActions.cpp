@@ -134,7 +134,8 @@ void CHpfBasketStatusTable::setParam(const QString& text) {
   if (parts.size() < 2) return;
   restoreConfigStr(parts[1]);
   // Read from the second part although param() writes the mode as the third: intended, kept for stored strings.
-  setProcessDisplay(parts[1].toInt() == EPD_Quantity ? EPD_Quantity : EPD_Amount);
+  // It is any number, kept as it is.
+  setProcessDisplay(static_cast<EProcessDisplay>(parts[1].toInt()));
 }
 
 void CHpfBasketStatusTable::keyPressEvent(QKeyEvent* event) {

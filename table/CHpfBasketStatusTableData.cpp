@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "BasketColumns.h"
+#include "RowKeys.h"
 #include "TaskBlock.h"
 #include "gv/CUiResource.h"
 
@@ -14,6 +15,12 @@ void CHpfBasketStatusTableData::bind(CTaskBlock* block, int row) {
 }
 
 CHpfBasketStatusData CHpfBasketStatusTableData::data() const { return m_pBlock->data(m_nRow); }
+
+QString CHpfBasketStatusTableData::key() const { return m_pBlock->state().key(m_nRow); }
+
+bool CHpfBasketStatusTableData::hasKey(const QString& key) const {
+  return isRowKey(m_pBlock->shape()[static_cast<std::size_t>(m_nRow)], key);
+}
 
 QString CHpfBasketStatusTableData::displayName() const { return data().shape.displayName; }
 

@@ -7,20 +7,22 @@ namespace TC {
 
 class CTaskBlock;
 
-/// One row of the status table: a view on its task's block. Its texts are formed when they are asked for. GUI thread.
+/// One row of the status table: a view on its task's block. Its texts and its key are formed when they are asked for,
+/// only while it is bound and the block stands. GUI thread.
 class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
  public:
   /// mode: how the table shows progress; outlives the row.
-  CHpfBasketStatusTableData(QString key, const EProcessDisplay& mode) : m_strKey(std::move(key)), m_mode(mode) {}
+  explicit CHpfBasketStatusTableData(const EProcessDisplay& mode) : m_mode(mode) {}
 
   /// Binds the row to a place in its task's block; done anew whenever the block's shape changes.
   void bind(CTaskBlock* block, int row);
   CTaskBlock* block() const { return m_pBlock; }
   int row() const { return m_nRow; }
-  /// What the cells are formed from; only while bound.
+  /// What the cells are formed from.
   CHpfBasketStatusData data() const;
 
-  QString key() const override { return m_strKey; }
+  QString key() const override;
+  bool hasKey(const QString& key) const override;
   QString displayName() const override;
   QString scriptName() const override;
   int sortOrder() const override;
@@ -34,7 +36,6 @@ class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
   bool inStatistics() const override;
 
  private:
-  QString m_strKey;
   const EProcessDisplay& m_mode;
   CTaskBlock* m_pBlock = nullptr;
   int m_nRow = 0;

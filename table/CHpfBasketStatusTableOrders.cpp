@@ -30,15 +30,13 @@ void CHpfBasketStatusTable::onCellClicked(const QString& rowKey, int column) {
 
 void CHpfBasketStatusTable::slotShowOrders(CBasketTask* task, QString key, int mode) {
   if (!task) return;
-  const QString shownKey = task->getKey() + key;
   const bool show = mode == SHOW_ORDERS;
-  if (!show && (!m_pOrdersWidget->isVisible() || m_pOrdersWidget->getKey() != shownKey)) return;
-  if (show) m_pOrdersWidget->clearFilters();
-  m_pOrdersWidget->setOrderInfoTableVisible(task->isAlgoOrderType(key), false);
-  std::vector<boost::shared_ptr<ksservice::COrderDetail>> details;
-  CTaskOrdersWidget::Orders orders;
-  task->getOrders(key, details, orders);
-  m_pOrdersWidget->updateOrders(shownKey, orders);
+  if (!show && (!m_pOrdersWidget->isVisible() || m_pOrdersWidget->getKey() != task->getKey() + key)) return;
+  if (show) {
+    m_pOrdersWidget->clearFilters();
+    m_strOrdersRow = rowKeyOf(key);
+  }
+  fillOrders(*task, key);
   if (!show) return;
   const QRect available = screen()->availableGeometry();
   m_pOrdersWidget->setFixedSize(available.width() * 3 / 5, available.height() * 3 / 5);
@@ -46,18 +44,24 @@ void CHpfBasketStatusTable::slotShowOrders(CBasketTask* task, QString key, int m
   m_pOrdersWidget->present();
 }
 
+void CHpfBasketStatusTable::fillOrders(CBasketTask& task, const QString& nodeKey) {
+  m_pOrdersWidget->setOrderInfoTableVisible(task.isAlgoOrderType(nodeKey), false);
+  std::vector<boost::shared_ptr<ksservice::COrderDetail>> details;
+  CTaskOrdersWidget::Orders orders;
+  task.getOrders(nodeKey, details, orders);
+  m_pOrdersWidget->updateOrders(task.getKey() + nodeKey, orders);
+}
+
 void CHpfBasketStatusTable::updateOrdersWidget(CBasketTask& task) {
   slotShowOrders(&task, task.getKey(), FOLLOW_ORDERS);
 }
 
-/// A window of orders that is open follows the task that it shows.
+/// A window of orders that is open follows the row that it shows, whose node may have another key now.
 void CHpfBasketStatusTable::followOrders(const CTaskBlock& block) {
   if (!m_pOrdersWidget->isVisible()) return;
   const boost::shared_ptr<CBasketTask> task = block.task();
-  const QString shown = m_pOrdersWidget->getKey();
-  if (task && shown.startsWith(task->getKey() + task->getKey())) {
-    slotShowOrders(task.get(), shown.mid(task->getKey().size()), FOLLOW_ORDERS);
-  }
+  const StatusRowPtr row = getDataByKey(m_strOrdersRow);
+  if (task && row && row->block() == &block) fillOrders(*task, block.state().nodeKey(row->row()));
 }
 
 void CHpfBasketStatusTable::showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey) {

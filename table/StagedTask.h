@@ -18,9 +18,9 @@ class CBasketTask;
 struct SRowFigures {
   double tradedAmount = 0;
   double totalAmount = 0;
-  int totalVolume = 0;
-  int tradedVolume = 0;
-  int canceledCount = 0;
+  int totalVolume = 0;   ///< as the node's member holds it
+  int tradedVolume = 0;  ///< alike
+  int unfilled = 0;      ///< of the sums in 64 bits, held at the edge of 32: 0 says that they are equal
   int orderCount = 0;
   int orderCount2 = 0;
   int status = 0;
@@ -32,8 +32,9 @@ struct SRowFigures {
 /// The texts of one row that may change without a change of the tree.
 struct SRowTexts {
   QString account;
-  QString accountName;  ///< empty for a row with children
-  QString instrumentName;
+  QString accountName;     ///< empty for a row with children
+  QString market;          ///< as the exchange client names it; empty while the instrument is unknown to it
+  QString instrumentName;  ///< alike
   QString statusText;
   QString investRemark;
   QString algoTag;
@@ -42,17 +43,15 @@ struct SRowTexts {
 
 /// What a row is: fixed until the task's tree changes its shape.
 struct SRowShape {
-  QString key;          ///< the row's key in the table, unique in the whole table
-  QString nodeKey;      ///< CBasketTaskItem::getKey
+  QString keyStem;      ///< what the row's key begins with, see RowKeys.h; the same text for all rows of an account
   QString treeKey;      ///< CBasketTaskItem::m_strHpfTreeKey
   QString displayName;  ///< text of the tree column
   QString scriptName;   ///< the key with which the node was made; the task id for a root
-  QString market;       ///< empty when the instrument is unknown to the host
   QString code;
   QVector<int> operations;  ///< EOperationType values
   int parent = -1;          ///< index of the parent row, -1 for the root
-  int depth = 0;
-  bool hedge = false;
+  short depth = 0;
+  bool leaf = false;  ///< an instrument's row, or the hedge's
 };
 
 /// Facts of the whole task; with what is asked of its root in every refresh, so that the arrays need not be fetched.

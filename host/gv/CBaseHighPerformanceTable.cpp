@@ -313,7 +313,8 @@ int CBaseHighPerformanceTable::getAdjustVisibleRowsColumnWidth(int column) const
 }
 
 int CBaseHighPerformanceTable::getColumnAdjustedWidth(int column) const {
-  const int title = m_pHeader->fontMetrics().horizontalAdvance(columnHeader(column)) + 20;
+  const bool marked = m_pHeaderModel->headerData(column, Qt::Horizontal, Qt::DecorationRole).isValid();
+  const int title = m_pHeader->fontMetrics().horizontalAdvance(columnHeader(column)) + (marked ? 34 : 20);
   return std::max(title, getAdjustVisibleRowsColumnWidth(column));
 }
 
@@ -343,6 +344,12 @@ void CBaseHighPerformanceTable::setUiLock(bool locked) {
 void CBaseHighPerformanceTable::resourceChanged() {
   m_fonts.clear();
   m_colors = std::make_unique<SColors>();
+  // The marks are pictures in the old colours.
+  for (int column = 0; column < m_pHeader->count(); ++column) {
+    const QString why = m_pHeaderModel->headerData(column, Qt::Horizontal, Qt::ToolTipRole).toString();
+    markColumn(column, QString());
+    markColumn(column, why);
+  }
   m_pStatistics->update();
   scheduleUpdate();
 }

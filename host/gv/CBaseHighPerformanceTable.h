@@ -140,6 +140,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   /// Whether a row stands out as a heading of those below it.
   virtual bool isHeading(int row) const;
   virtual void fillHeaderMenu(QMenu& menu, int column);
+  /// Puts a mark before the title of a column that is filtered, which says why as its tip; an empty one takes it away.
+  void markColumn(int column, const QString& why);
   void moveCurrent(int row, Qt::KeyboardModifiers modifiers);
   /// Paints the table soon, at most once however often it is asked.
   void scheduleUpdate();
@@ -177,12 +179,13 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   CGlyphFont& glyphFont(const QString& key) const;
   std::vector<SVisibleColumn> visibleColumns(const QRect& area) const;
   void paintRow(QPainter& painter, CTextRuns& texts, int row, const std::vector<SVisibleColumn>& columns);
-  void paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column);
-  void paintGround(QPainter& painter, int row, const QRect& rect) const;
+  void paintCell(QPainter& painter, CTextRuns& texts, int row, const QString& key, const SVisibleColumn& column);
+  void paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const;
   void paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect);
   void paintFocus(QPainter& painter) const;
   void slotFlashStep();
   SCell cellAt(int row, int column, const QPoint& mouse) const;
+  SCell cellAt(int row, int column, const QPoint& mouse, const QString& key) const;
   void selectRange(int from, int to);
   void deliverOwn(int eventId, int id, int value, const QString& key);
   bool runCommand(const QKeyEvent& event);

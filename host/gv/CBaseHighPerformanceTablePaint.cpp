@@ -3,6 +3,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QStandardItemModel>
 
 #include "gv/CBaseHighPerformanceTable.h"
 #include "gv/CBaseHighPerformanceTableColors.h"
@@ -67,8 +68,7 @@ void CBaseHighPerformanceTable::paintFocus(QPainter& painter) const {
   painter.drawRect(QRect(0, (row - topRow()) * m_nItemHeight, all.width() - 1, m_nItemHeight - 2));
 }
 
-void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QRect& rect) const {
-  const QString key = m_pModel->rowAt(row).key();
+void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const {
   const bool current = key == m_strCurrentKey;
   const QColor* ground = row % 2 != 0 ? m_colors->alternate : m_colors->ground;
   if (const QColor* own = m_pModel->backgroundColor(row)) ground = own;
@@ -83,17 +83,19 @@ void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QR
 void CBaseHighPerformanceTable::paintRow(QPainter& painter, CTextRuns& texts, int row,
                                          const std::vector<SVisibleColumn>& columns) {
   const int top = (row - topRow()) * m_nItemHeight;
-  paintGround(painter, row, QRect(0, top, viewport()->width(), m_nItemHeight));
-  for (const SVisibleColumn& column : columns) paintCell(painter, texts, row, column);
+  const QString key = m_pModel->rowAt(row).key();
+  paintGround(painter, row, key, QRect(0, top, viewport()->width(), m_nItemHeight));
+  for (const SVisibleColumn& column : columns) paintCell(painter, texts, row, key, column);
 }
 
-void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, int row, const SVisibleColumn& column) {
+void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, int row, const QString& key,
+                                          const SVisibleColumn& column) {
   IBaseHpfTableData& record = m_pModel->rowAt(row);
   const SColumn& description = m_pModel->column(column.index);
   QRect rect(column.rect.left(), (row - topRow()) * m_nItemHeight, column.rect.width(), m_nItemHeight);
   if (description.kind == ColumnTree) rect = paintBranch(painter, row, rect);
   if (description.kind == ColumnNumber) paintFlash(painter, record, column.index, rect);
-  if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse));
+  if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse, key));
   const QString text =
       column.delegate != nullptr ? column.delegate->text(record) : m_pModel->cellText(record, column.index);
   const QColor* wish = record.textColor(column.index);
@@ -103,9 +105,11 @@ void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, i
 }
 
 SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse) const {
-  const IBaseHpfTableData& record = m_pModel->rowAt(row);
-  const QString key = record.key();
-  SCell cell{record, cellRect(row, column)};
+  return cellAt(row, column, mouse, m_pModel->rowAt(row).key());
+}
+
+SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse, const QString& key) const {
+  SCell cell{m_pModel->rowAt(row), cellRect(row, column)};
   cell.selected = isSelected(key);
   cell.pressed = m_nPressedColumn == column && m_strPressedKey == key;
   cell.mouse = mouse;
@@ -140,6 +144,13 @@ void CBaseHighPerformanceTable::slotFlashStep() {
     viewport()->update(m_pHeader->sectionViewportPosition(column), 0, m_pHeader->sectionSize(column),
                        viewport()->height());
   }
+}
+
+void CBaseHighPerformanceTable::markColumn(int column, const QString& why) {
+  if (m_pHeaderModel->headerData(column, Qt::Horizontal, Qt::ToolTipRole).toString() == why) return;
+  const QVariant mark = why.isEmpty() ? QVariant() : CUiResource::getPixmap(QStringLiteral("gv_img_filter_mark"));
+  m_pHeaderModel->setHeaderData(column, Qt::Horizontal, why.isEmpty() ? QVariant() : why, Qt::ToolTipRole);
+  m_pHeaderModel->setHeaderData(column, Qt::Horizontal, mark, Qt::DecorationRole);
 }
 
 QRect CBaseHighPerformanceTable::paintBranch(QPainter& /*painter*/, int /*row*/, const QRect& cell) { return cell; }

@@ -138,6 +138,10 @@ void CHpfTreeTable::clearColumnFilters() {
 }
 
 void CHpfTreeTable::applyFilters() {
+  for (int column = 0; column < m_pTreeModel->columnCount(); ++column) {
+    const QString text = columnFilter(column);
+    markColumn(column, text.isEmpty() ? text : QStringLiteral("筛选：“%1”").arg(text));
+  }
   if (m_filters.isEmpty()) {
     m_pTreeModel->setFilter({});
     return;

@@ -356,7 +356,10 @@ void CHpfTreeTableModel::sort(int column, Qt::SortOrder order) {
   if (column >= 0 && !hasColumn(column)) return;
   m_nSortColumn = column;
   m_eSortOrder = order;
-  m_rows.setSort(column, order, column >= 0 && this->column(column).sortsByNumber());
+  CTreeRows::ESortBy by = CTreeRows::ESortBy::Text;
+  if (column < 0 || this->column(column).sortsByNumber()) by = CTreeRows::ESortBy::Number;
+  if (columnKind(column) == ColumnTree) by = CTreeRows::ESortBy::Name;
+  m_rows.setSort(column, order, by);
   relayout(CTreeRows::kTop);
 }
 

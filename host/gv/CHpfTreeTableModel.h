@@ -23,7 +23,8 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   explicit CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent = nullptr);
 
   int rowCount(const QModelIndex& parent = QModelIndex()) const override;
-  /// Sorts within each parent; column -1 gives back the rows' own order.
+  /// Sorts within each parent; column -1 gives back the rows' own order. The tree column sorts roots by their
+  /// sortOrder() and all others by their names.
   void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
 
   CHpfTreeTableData& rowAt(int position) const override;
@@ -36,6 +37,8 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   void beginBatch();
   void endBatch();
   bool isInBatch() const { return m_nBatch > 0; }
+  /// Within a batch: it changes so much that one reset is to say all of it, which keeps the page where it is.
+  void announceByReset() { startReset(); }
 
   /// Adds a row under the row of parentKey (an empty one: as a root), in the children's own order before the child of
   /// beforeKey (an empty one: last). False, and nothing done, for a null row, a key that is there already and a parent

@@ -117,11 +117,10 @@ int CTreeRows::sortedPlace(int parent, int node) const {
   const SFamily& above = m_families[static_cast<std::size_t>(at(parent).family)];
   const int last = static_cast<int>(above.children.size());
   if (last == 0 || above.sortStamp != m_nSortStamp) return last;
-  if (m_nSortColumn >= 0 && !m_bByNumber) {
-    const auto key = [this](int child) { return STextKey{row(child)->sortText(m_nSortColumn), ownKey(child), child}; };
-    const STextKey mine = key(node);
+  if (!sortsByNumber(parent)) {
+    const STextKey mine = textKey(node);
     const auto found = std::upper_bound(above.children.begin(), above.children.end(), mine,
-                                        [&](const STextKey& a, int child) { return textLess(a, key(child)); });
+                                        [this](const STextKey& a, int child) { return textLess(a, textKey(child)); });
     return static_cast<int>(found - above.children.begin());
   }
   const SSortKey mine = sortKey(node);
@@ -144,7 +143,7 @@ void CTreeRows::replace(int node, const CHpfTreeTableDataPtr& row) {
 void CTreeRows::release(int node) {
   for (const int child : children(node)) release(child);
   CHpfTreeTableDataPtr& row = m_rows[static_cast<std::size_t>(node)];
-  m_index.remove(row->key());
+  m_index.remove(row->key(), node);
   row->m_nNode = kNone;
   row->m_pParent = nullptr;
   row.reset();
@@ -229,11 +228,16 @@ void CTreeRows::collectShown(int node, int first, std::vector<int>& out) {
 
 // The order
 
-void CTreeRows::setSort(int column, Qt::SortOrder order, bool byNumber) {
+void CTreeRows::setSort(int column, Qt::SortOrder order, ESortBy by) {
   m_nSortColumn = column;
   m_eSortOrder = order;
-  m_bByNumber = byNumber || column < 0;
+  m_eSortBy = by;
   ++m_nSortStamp;
+}
+
+/// Whether the children of a parent are compared by a figure; else it is by a text.
+bool CTreeRows::sortsByNumber(int parent) const {
+  return m_nSortColumn < 0 || m_eSortBy == ESortBy::Number || (m_eSortBy == ESortBy::Name && parent == kTop);
 }
 
 void CTreeRows::touchOrder(int parent) {
@@ -243,7 +247,13 @@ void CTreeRows::touchOrder(int parent) {
 
 SSortKey CTreeRows::sortKey(int node) const {
   if (m_nSortColumn < 0) return {0, ownKey(node), node};
-  return {figureKey(row(node)->sortNumber(m_nSortColumn), m_eSortOrder == Qt::DescendingOrder), ownKey(node), node};
+  const double figure = m_eSortBy == ESortBy::Name ? orderOf(node) : row(node)->sortNumber(m_nSortColumn);
+  return {figureKey(figure, m_eSortOrder == Qt::DescendingOrder), ownKey(node), node};
+}
+
+CTreeRows::STextKey CTreeRows::textKey(int node) const {
+  const CHpfTreeTableData& data = *row(node);
+  return {m_eSortBy == ESortBy::Name ? data.displayName() : data.sortText(m_nSortColumn), ownKey(node), node};
 }
 
 bool CTreeRows::textLess(const STextKey& a, const STextKey& b) const {
@@ -270,7 +280,7 @@ bool CTreeRows::sortByNumber(std::vector<int>& children) const {
 bool CTreeRows::sortByText(std::vector<int>& children) const {
   std::vector<STextKey> keys;
   keys.reserve(children.size());
-  for (const int child : children) keys.push_back({row(child)->sortText(m_nSortColumn), ownKey(child), child});
+  for (const int child : children) keys.push_back(textKey(child));
   const auto less = [this](const STextKey& a, const STextKey& b) { return textLess(a, b); };
   if (std::is_sorted(keys.begin(), keys.end(), less)) return false;
   std::sort(keys.begin(), keys.end(), less);
@@ -284,7 +294,7 @@ bool CTreeRows::ensureSorted(int parent) {
   if (entry.sortStamp == m_nSortStamp) return false;
   entry.sortStamp = m_nSortStamp;
   if (entry.children.size() < 2) return false;
-  return m_bByNumber ? sortByNumber(entry.children) : sortByText(entry.children);
+  return sortsByNumber(parent) ? sortByNumber(entry.children) : sortByText(entry.children);
 }
 
 bool CTreeRows::refreshOrder(int node) {

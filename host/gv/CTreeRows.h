@@ -1,12 +1,12 @@
 /// The tree behind a tree table: nodes in a few arrays, found by key, ordered within each parent.
 #pragma once
 
-#include <QHash>
 #include <QString>
 #include <Qt>
 #include <vector>
 
 #include "gv/CHpfTreeTableData.h"
+#include "gv/CKeyIndex.h"
 #include "gv/SortByKey.h"
 
 namespace GV {
@@ -26,11 +26,13 @@ class CTreeRows {
   CTreeRows& operator=(const CTreeRows&) = delete;
 
   /// Number of rows, whether they show or not.
-  int count() const { return m_index.size(); }
+  int count() const { return m_index.count(); }
   void reserve(int rows);
 
   /// The node of a key, kNone for an unknown one.
-  int find(const QString& key) const { return m_index.value(key, kNone); }
+  int find(const QString& key) const {
+    return m_index.find(key, [&](int node) { return row(node)->hasKey(key); });
+  }
   /// The node of a row of this tree, kNone for any other row.
   int nodeOf(const CHpfTreeTableData& row) const;
 
@@ -74,8 +76,10 @@ class CTreeRows {
   /// position of the first node in out.
   void collectShown(int node, int first, std::vector<int>& out);
 
+  /// What a sort compares: sortNumber(), sortText(), or of roots sortOrder() and of all others displayName().
+  enum class ESortBy { Number, Text, Name };
   /// Sorts every parent's children by a column; -1 for their own order. Takes effect parent by parent in ensureSorted.
-  void setSort(int column, Qt::SortOrder order, bool byNumber);
+  void setSort(int column, Qt::SortOrder order, ESortBy by);
   /// Orders the children of a parent unless they are; true when this moved one.
   bool ensureSorted(int parent);
   /// Says that the order of a parent's children may no longer hold.
@@ -118,6 +122,8 @@ class CTreeRows {
   void countRow(int node, int parent);
   void release(int node);
   int sortedPlace(int parent, int node) const;
+  bool sortsByNumber(int parent) const;
+  STextKey textKey(int node) const;
   SSortKey sortKey(int node) const;
   bool textLess(const STextKey& a, const STextKey& b) const;
   bool sortByNumber(std::vector<int>& children) const;
@@ -132,10 +138,10 @@ class CTreeRows {
   std::vector<SFamily> m_families;
   std::vector<int> m_free;
   std::vector<int> m_freeFamilies;
-  QHash<QString, int> m_index;
+  CKeyIndex m_index;
   int m_nSortColumn = -1;
   Qt::SortOrder m_eSortOrder = Qt::AscendingOrder;
-  bool m_bByNumber = true;
+  ESortBy m_eSortBy = ESortBy::Number;
   int m_nSortStamp = 1;
 
   int m_nCountedBelowRoots = 0;

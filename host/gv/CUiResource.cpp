@@ -52,6 +52,19 @@ void paintSettings(QPainter& painter, const QRectF& area) {
   painter.drawEllipse(QPointF(0, 0), radius * 0.8, radius * 0.8);
 }
 
+/// A funnel.
+void paintFilterMark(QPainter& painter, const QRectF& area) {
+  const double unit = area.width() / 10;
+  QPolygonF funnel;
+  for (const QPointF& corner :
+       {QPointF(0.5, 1), QPointF(9.5, 1), QPointF(6, 5), QPointF(6, 9.5), QPointF(4, 8), QPointF(4, 5)}) {
+    funnel << area.topLeft() + corner * unit;
+  }
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(themeColor("clr_accent"));
+  painter.drawPolygon(funnel);
+}
+
 void paintToolBarGround(QPainter& painter, const QRectF& area) {
   painter.fillRect(area, themeColor("clr_toolbar_background"));
   painter.fillRect(QRectF(area.left(), area.bottom() - 1, area.width(), 1), themeColor("clr_line"));
@@ -66,6 +79,7 @@ const std::map<QString, SImage>& images() {
   static const std::map<QString, SImage> table = {
       {QStringLiteral("tc_img_combo_btn_small_nonormal"), {{12, 12}, paintDownArrow}},
       {QStringLiteral("tc_img_btn_set_small"), {{18, 18}, paintSettings}},
+      {QStringLiteral("gv_img_filter_mark"), {{10, 10}, paintFilterMark}},
       {QStringLiteral("tc_img_op_hedge_type_bg"), {{8, 38}, paintToolBarGround}},
   };
   return table;

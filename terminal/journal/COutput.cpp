@@ -62,10 +62,10 @@ Json localTask(int taskId, const desk::AccountPtr& account) {
 /// The path of the row whose orders a window shows; its key is the key of a root followed by that of a node.
 QString ordersPath(const GV::CHpfTreeTable& table, const QString& key) {
   QString path;
+  QString root;  // whose key the window's begins with; empty for none
   table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
-    if (depth > 0 || !key.startsWith(row.key())) return;
-    const QString found = rowPath(table, key.mid(row.key().size()));
-    if (!found.isEmpty()) path = found;
+    if (depth == 0) root = key.startsWith(row.key()) ? row.key() : QString();
+    if (!root.isEmpty() && key.midRef(root.size()) == nodeKey(row)) path = rowPath(table, row.key());
   });
   return path;
 }

@@ -26,10 +26,10 @@ GV::CHpfTreeTable& needTable(TC::ITradeDockableWidget& panel) {
   return *table;
 }
 
-QString needRow(const GV::CHpfTreeTable& table, const std::string& path) {
-  const GV::CHpfTreeTableDataPtr row = table.rowByPath(QString::fromStdString(path));
+GV::CHpfTreeTableDataPtr needRow(const GV::CHpfTreeTable& table, const std::string& path) {
+  GV::CHpfTreeTableDataPtr row = table.rowByPath(QString::fromStdString(path));
   if (!row) throw CLineFault("row '" + path + "' does not exist");
-  return row->key();
+  return row;
 }
 
 bool chooseItem(const TC::ITradeDockableWidget& panel, int id) {
@@ -61,7 +61,7 @@ void filterFinished(TC::ITradeDockableWidget& panel, const SUserLine& line) {
 
 void pressRowButton(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   GV::CHpfTreeTable& table = needTable(panel);
-  const QString key = needRow(table, line.m_strRow);
+  const QString key = needRow(table, line.m_strRow)->key();
   // Nothing happens for a button that is hidden or disabled, nor for one that is not there.
   if (auto* buttons = buttonsOf(table)) buttons->clickButton(key, line.m_nId);
 }
@@ -72,7 +72,7 @@ void doubleClick(TC::ITradeDockableWidget& panel, const SUserLine& line) {
 
 void click(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   GV::CHpfTreeTable& table = needTable(panel);
-  const QString key = needRow(table, line.m_strRow);
+  const QString key = needRow(table, line.m_strRow)->key();
   table.handleEvent(GV::EventCellClicked, line.m_nColumn, Qt::LeftButton, key, nullptr);
 }
 
@@ -90,7 +90,7 @@ void pressKey(TC::ITradeDockableWidget& panel, const SUserLine& line) {
 
 void fold(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   GV::CHpfTreeTable& table = needTable(panel);
-  table.expandItem(needRow(table, line.m_strRow), line.m_eAct == EUserAct::Expand);
+  table.expandItem(*needRow(table, line.m_strRow), line.m_eAct == EUserAct::Expand);
 }
 
 void exportTable(TC::ITradeDockableWidget& panel, const SUserLine& line) {
@@ -132,10 +132,10 @@ void performUserAct(TC::ITradeDockableWidget& panel, const SUserLine& line) {
 }
 
 void patchRow(TC::ITradeDockableWidget& panel, const std::string& path, int priceType) {
-  const QString key = needRow(needTable(panel), path);
-  const QString text = QString::fromStdString(path);
+  const GV::CHpfTreeTableDataPtr row = needRow(needTable(panel), path);
   // A root is named by its task alone.
-  panel.patch(text.section('/', 0, 0).toInt(), text.contains('/') ? key : QString(), priceType);
+  const int task = QString::fromStdString(path).section('/', 0, 0).toInt();
+  panel.patch(task, row->parent() ? nodeKey(*row) : QString(), priceType);
 }
 
 }  // namespace journal

@@ -82,6 +82,9 @@ class NaiveTree {
     int difference = 0;
     if (m_nSortColumn == 2) difference = a.m_dValue < b.m_dValue ? -1 : a.m_dValue > b.m_dValue ? 1 : 0;
     if (m_nSortColumn == 1) difference = a.text(1).compare(b.text(1));
+    // The tree column: roots by their order, the rest by what it shows.
+    if (m_nSortColumn == 0 && a.parent() == nullptr) difference = a.m_nOrder - b.m_nOrder;
+    if (m_nSortColumn == 0 && a.parent() != nullptr) difference = a.displayName().compare(b.displayName());
     return m_bDescending ? -difference : difference;
   }
   void gather(NaiveNode& node, std::vector<NaiveNode*>& nodes) {

@@ -222,6 +222,33 @@ TEST_F(TreeTable, FiltersByTheTextsOfColumns) {
   EXPECT_FALSE(m_table.headerMenu(2)->actions().first()->text().contains(k("Figure")));
 }
 
+TEST_F(TreeTable, MarksTheHeadersOfFilteredColumns) {
+  m_table.header()->resizeSection(1, 26);
+  const auto grab = [this] {
+    QApplication::processEvents();
+    return m_table.header()->grab().toImage();
+  };
+  const auto section = [this](int column) {
+    return QRect(m_table.header()->sectionViewportPosition(column), 0, m_table.columnWidth(column), 18);
+  };
+  const QImage plain = grab();
+  m_table.setColumnFilter(1, k("t"));
+  const QImage marked = grab();
+  EXPECT_GT(differingPixels(plain, marked, section(1)), 15) << "also in a narrow column";
+  EXPECT_EQ(differingPixels(plain, marked, section(2)), 0);
+  const auto tip = [this](int column) {
+    return m_table.header()->model()->headerData(column, Qt::Horizontal, Qt::ToolTipRole).toString();
+  };
+  EXPECT_TRUE(tip(1).contains(QStringLiteral("“t”")));
+  m_table.setColumnFilter(2, k("1"));
+  m_table.setColumnFilter(1, QString());
+  EXPECT_EQ(differingPixels(plain, grab(), section(1)), 0);
+  EXPECT_GT(differingPixels(plain, grab(), section(2)), 15);
+  m_table.clearColumnFilters();
+  EXPECT_EQ(grab(), plain);
+  EXPECT_EQ(tip(2), QString());
+}
+
 TEST_F(TreeTable, FoldsManyRowsInFewChanges) {
   m_table.expandAll(true);
   int changes = 0;

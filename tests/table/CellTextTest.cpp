@@ -26,14 +26,14 @@ struct SRow {
 SRow buyRow() {
   SRow row;
   row.shape.operations = {ksservice::EOT_Buy};
-  row.shape.market = "SH";
+  row.texts.market = "SH";
   row.shape.code = "600000";
   return row;
 }
 
 TEST(CellText, ProgressByAmountSwitchesToTenThousands) {
   SRow row = buyRow();
-  row.figures = {100.5, 9999.8, 1000, 10};
+  row.figures = {100.5, 9999.8, 1000, 10, 990};
   EXPECT_EQ(row.progress(EPD_Amount), "100.50 / 9999.80");
   row.figures.tradedAmount = 0;
   row.figures.totalAmount = 10000;
@@ -45,7 +45,7 @@ TEST(CellText, ProgressByAmountSwitchesToTenThousands) {
 
 TEST(CellText, AFullRowShowsItsTradedAmountOnBothSides) {
   SRow row = buyRow();
-  row.figures = {12345.0, 12000.0, 1000, 1000};
+  row.figures = {12345.0, 12000.0, 1000, 1000, 0};
   EXPECT_EQ(row.progress(EPD_Amount), "1.23万 / 1.23万");
 }
 
@@ -53,13 +53,13 @@ TEST(CellText, OperationsWithoutAmountShowNone) {
   for (int operation : {1004, 1005, 1109, 1110, 1111, 1112}) {
     SRow row = buyRow();
     row.shape.operations = {operation, ksservice::EOT_Buy};
-    row.figures = {500.0, 1000.0, 10, 5};
+    row.figures = {500.0, 1000.0, 10, 5, 5};
     EXPECT_EQ(row.progress(EPD_Amount), "0.00 / 0.00") << operation;
     EXPECT_EQ(row.amount(), 0) << operation;
   }
   SRow later = buyRow();
   later.shape.operations = {ksservice::EOT_Buy, 1004};
-  later.figures = {500.0, 1000.0, 10, 5};
+  later.figures = {500.0, 1000.0, 10, 5, 5};
   EXPECT_EQ(later.amount(), 500.0);
 }
 

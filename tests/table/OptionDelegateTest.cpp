@@ -13,7 +13,7 @@ namespace {
 constexpr int PLAIN = 0;
 constexpr int ALWAYS = 13;
 const QString TASK = QStringLiteral("组合任务1");
-const QString HEDGE = QStringLiteral("组合任务1-期货-CFFEX.IF2612卖出开仓");
+const QString HEDGE = QStringLiteral("hedge");
 
 class OptionDelegate : public testing::Test {
  protected:
@@ -48,7 +48,7 @@ class OptionDelegate : public testing::Test {
 
   test::CTestHost m_host;
   CHpfBasketOptionDelegate m_delegate{[](const QString& key) {
-                                        return CHpfBasketOptionDelegate::SRowRef{key, nullptr};
+                                        return CHpfBasketOptionDelegate::SRowRef{key, nullptr, key == HEDGE};
                                       },
                                       nullptr};
 };
@@ -113,7 +113,8 @@ TEST_F(OptionDelegate, StatusesOneAfterAnother) {
       {"a paused task's own buttons come enabled", TASK, {{1}, {4}}, "0 2"},
       {"a status that is not listed hides the patch buttons alone", TASK, {{3}, {9}}, "0 1"},
       {"the same of a cancelled task", TASK, {{8}, {9}}, "6"},
-      {"cancelled again with type 13", TASK, {{8}, {8, ALWAYS}}, "6"},
+      {"cancelled again with type 13", TASK, {{8}, {8, ALWAYS}}, ""},
+      {"cancelled again, no longer with type 13", TASK, {{8, ALWAYS}, {8, PLAIN}}, "4 6"},
       {"a paused hedge", HEDGE, {{3}, {4}}, ""},
       {"a hedge goes on", HEDGE, {{3}, {4}, {3}}, "7"},
       {"a hedge whose button is disabled", HEDGE, {{3}, {1}, {3}}, ""},

@@ -1,76 +1,11 @@
-/// The status table with real tasks behind it, offscreen.
-#include "CHpfBasketStatusTable.h"
+/// The rows of the status table: their names, their state, what they show and which of them are hidden.
+#include <set>
 
-#include <gtest/gtest.h>
-
-#include <QApplication>
-#include <QHeaderView>
-#include <QMenu>
-#include <QMouseEvent>
-#include <QSignalSpy>
-#include <QTest>
-#include <QToolTip>
-
-#include "BasketColumns.h"
 #include "CHpfBasketDelegates.h"
-#include "Tasks.h"
-#include "TestHost.h"
+#include "StatusTableFixture.h"
 
 namespace TC {
 namespace {
-
-/// Stands where the panel stands: takes the events and keys that the table lets through.
-class CTableOwner : public GV::CEventWidgetT<QWidget> {
- public:
-  struct SAction {
-    int code;
-    QString nodeKey;
-    QString taskKey;
-  };
-
-  bool handleEvent(int eventId, int id, int, QString key, void* payload) override {
-    if (eventId != 1140) return false;
-    m_actions.push_back({id, key, *static_cast<QString*>(payload)});
-    return true;
-  }
-  void keyPressEvent(QKeyEvent*) override { ++m_nKeys; }
-
-  std::vector<SAction> m_actions;
-  int m_nKeys = 0;
-};
-
-class StatusTable : public testing::Test {
- protected:
-  /// A refresh that changed the task, and the filter pass after it.
-  void refresh(const test::TaskPtr& task, bool hideFinished = false) {
-    m_table.updateTask(task);
-    m_table.applyStaged();
-    m_table.showTask(*task);
-    m_table.filterFinished(*task, hideFinished);
-    m_table.endUpdate();
-  }
-  QString cell(const QString& key, int column) const {
-    const StatusRowPtr row = m_table.getDataByKey(key);
-    return row ? row->text(column) : QStringLiteral("no row");
-  }
-  /// Every row in order, two blanks a level, "-" behind a hidden one.
-  std::string rows() const {
-    std::string text;
-    m_table.forEachRow([&text](const GV::CHpfTreeTableData& row, int depth, bool hidden, bool) {
-      text += std::string(static_cast<std::size_t>(depth) * 2, ' ') + row.scriptName().toStdString() +
-              (hidden ? "-\n" : "\n");
-    });
-    return text;
-  }
-
-  test::CTestHost m_host;
-  CTableOwner m_owner;
-  CHpfBasketStatusTable m_table{1, &m_owner};
-  const test::TaskPtr m_task = test::makeTask(1);
-  const QString m_rootKey = m_task->getKey();
-  const QString m_firstRow = m_rootKey + QStringLiteral("-SH.600000买入");
-  const QString m_secondRow = m_rootKey + QStringLiteral("-SH.600036买入");
-};
 
 TEST_F(StatusTable, RootsStandInTheOrderOfTheirIds) {
   const test::TaskPtr ninth = test::makeTask(9);
@@ -83,52 +18,113 @@ TEST_F(StatusTable, RootsStandInTheOrderOfTheirIds) {
   EXPECT_TRUE(m_table.isExpanded(m_rootKey));
 }
 
-TEST_F(StatusTable, OneRowHasSeveralNames) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
-  test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
+/// Accounts whose keys hold what separates keys, nothing, the name of a side, or the display id of another; all that
+/// can be taken for another row, on both sides of the task.
+TEST_F(StatusTable, EveryNodeHasARowOfItsOwnUnderAllItsNames) {
+  const std::pair<const char*, const char*> accounts[] = {
+      {"A", "D"},       {"D", "A"},   {"A-SH.600000买入", "D"},   {"", "E"},  {"证券", "期货"},
+      {"期货", "证券"}, {"A\\", "D"}, {"A\\-SH.600000买入", "B"}, {"A-", "D"}};
+  int number = 0;
+  for (const auto& [key, displayId] : accounts) {
+    test::update(m_task, ++number, key, displayId, {{"600000", 100 * number}, {"600036", 0}});
+  }
+  test::addHedge(m_task, "A", "D", "600000", ksservice::EOT_Buy);
   refresh(m_task);
-  const StatusRowPtr root = m_table.getDataByKey(m_rootKey);
-  ASSERT_TRUE(root);
-  EXPECT_EQ(m_table.getDataByKey(taskDisplayId(1, 1)), root);
-  const QString nodeKey = m_rootKey + QStringLiteral("-1001-SH.600036买入");
-  const StatusRowPtr row = m_table.getDataByKey(nodeKey);
-  ASSERT_TRUE(row);
-  EXPECT_EQ(m_table.getDataByKey(row->data().shape.treeKey), row);
 
+  std::set<QString> keys;
+  for (const CBasketTaskItem* node : nodes()) {
+    const StatusRowPtr row = m_table.getDataByKey(node->m_strKey);
+    ASSERT_TRUE(row) << node->m_strKey.toStdString();
+    keys.insert(row->key());
+    EXPECT_EQ(row->data().figures.tradedVolume, node->m_nFinishedVolume) << node->m_strKey.toStdString();
+    boost::shared_ptr<CBasketTask> task;
+    QString nodeKey;
+    EXPECT_TRUE(m_table.getBasketTaskItemByKey(row->key(), task, nodeKey));
+    EXPECT_EQ(nodeKey, node->m_strKey);
+    EXPECT_EQ(task, m_task);
+  }
+  EXPECT_EQ(keys.size(), nodes().size());
+  EXPECT_EQ(m_table.getDataByKey(taskDisplayId(1, 1)), m_table.getDataByKey(m_rootKey));
+
+  const QString treeKey = m_task->getRoot()->find(m_rootKey + QStringLiteral("-证券-E-SH.600036买入"))->m_strHpfTreeKey;
+  ASSERT_TRUE(m_table.getDataByKey(treeKey));
+  EXPECT_EQ(m_table.getDataByKey(treeKey)->scriptName(), "SH.600036买入");
   boost::shared_ptr<CBasketTask> task;
   QString found;
-  EXPECT_TRUE(m_table.getBasketTaskItemByKey(row->data().shape.treeKey, task, found));
-  EXPECT_EQ(task, m_task);
-  EXPECT_EQ(found, nodeKey);
-  for (const char* unknown : {"", "x", "0100000002", "010000000100000009"}) {
-    EXPECT_FALSE(m_table.getDataByKey(QString::fromLatin1(unknown))) << unknown;
-    EXPECT_FALSE(m_table.getBasketTaskItemByKey(QString::fromLatin1(unknown), task, found)) << unknown;
+  for (const char* unknown : {"", "x", "-", "0100000002", "010000000100000009", "组合任务1-", "组合任务12"}) {
+    EXPECT_FALSE(m_table.getDataByKey(QString::fromUtf8(unknown))) << unknown;
+    EXPECT_FALSE(m_table.getBasketTaskItemByKey(QString::fromUtf8(unknown), task, found)) << unknown;
   }
 }
 
-TEST_F(StatusTable, RowsAreTheNodesOfTheTreeAndKeepTheirState) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
+/// Another row comes before those that are there, a second account puts a level between a task and its rows, the hedge
+/// another one: the rows stay what they are.
+TEST_F(StatusTable, RowsKeepTheirStateWhenTheTreeTakesAnotherShape) {
+  test::update(m_task, 1, "A1", "1001", {{"600036", 200}});
   refresh(m_task);
-  m_table.setCurrentKey(m_rootKey);
+  const QString key = keyAt("1/SH.600036买入");
+  const StatusRowPtr row = m_table.getDataByKey(key);
+  m_table.setSelectedKeys({m_rootKey, key});
+  m_table.getTaskOptionDelegate()->slotTaskStatus(m_secondRow, 4, 0);
+  ASSERT_EQ(buttons(key), "02");
   m_table.expandItem(m_rootKey, false);
-  m_table.getTaskOptionDelegate()->slotTaskStatus(m_rootKey, 3, 0);
-  const StatusRowPtr root = m_table.getDataByKey(m_rootKey);
 
-  // The second account puts a level between: the rows below the root are others, the root is the same.
+  test::update(m_task, 3, "A1", "1001", {{"600000", 0}});
+  refresh(m_task);
+  EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入\n");
+  EXPECT_EQ(m_table.getDataByKey(key), row);
+  EXPECT_EQ(cell(key, EBC_Unfilled), "800");
+
   test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
   m_table.clearTask(*m_task);
   refresh(m_task);
   EXPECT_EQ(rows(), "1\n  1001\n    SH.600000买入\n    SH.600036买入\n  1002\n    SH.600000买入\n");
-  EXPECT_EQ(m_table.getDataByKey(m_rootKey), root);
+  EXPECT_EQ(keyAt("1/1001/SH.600036买入"), key);
+  EXPECT_EQ(m_table.getDataByKey(key), row);
+  const QString account = keyAt("1/1001");
+  m_table.expandItem(account, true);
+
+  test::addHedge(m_task, "F1", "F001", "IF2612");
+  m_table.clearTask(*m_task);
+  m_table.applyStaged();  // between the two parts of a refresh, when the user does something just then
+  refresh(m_task);
+  EXPECT_EQ(rows(),
+            "1\n  期货\n    SH.IF2612卖出开仓\n  证券\n    1001\n      SH.600000买入\n      SH.600036买入\n"
+            "    1002\n      SH.600000买入\n");
+  EXPECT_EQ(keyAt("1/证券/1001/SH.600036买入"), key);
+  EXPECT_EQ(keyAt("1/证券/1001"), account);
   EXPECT_FALSE(m_table.isExpanded(m_rootKey));
-  EXPECT_TRUE(m_table.isSelected(m_rootKey));
-  EXPECT_TRUE(m_table.getTaskOptionDelegate()->getIsItemButtonVisible(m_rootKey, 1));
-  EXPECT_FALSE(m_table.getDataByKey(m_firstRow));
+  EXPECT_TRUE(m_table.isExpanded(account));
+  EXPECT_FALSE(m_table.isExpanded(keyAt("1/证券/1002")));
+  EXPECT_EQ(m_table.rowCount(), 1);
+  EXPECT_TRUE(m_table.isSelected(m_rootKey) && m_table.isSelected(key));
+  EXPECT_EQ(buttons(key), "02");
+  EXPECT_EQ(cell(key, EBC_Unfilled), "800");
 
   m_table.clearTask(*m_task);
   m_table.applyStaged();
   EXPECT_EQ(rows(), "");
   EXPECT_FALSE(m_table.getDataByKey(m_rootKey));
+  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
+  EXPECT_EQ(m_table.filterTasks({{}, true}), 0);
+}
+
+TEST_F(StatusTable, ThePageStaysWhenATaskTakesAnotherShape) {
+  m_table.resize(800, 200);
+  std::vector<test::TaskPtr> tasks;
+  for (int id = 1; id <= 20; ++id) {
+    tasks.push_back(test::makeTask(id));
+    test::update(tasks.back(), 1, "A1", "1001", {{"600000", 0}, {"600036", 0}, {"600048", 0}});
+    refresh(tasks.back());
+  }
+  const QString top = keyAt("10");
+  m_table.scrollToRow(m_table.rowCount() - 1);
+  m_table.scrollToRow(m_table.dataModel()->positionOf(top));
+  for (const std::size_t place : {9U, 2U}) {
+    test::update(tasks[place], 2, "A2", "1002", {{"600000", 0}});
+    refresh(tasks[place]);
+    EXPECT_EQ(m_table.dataModel()->rowAt(m_table.topRow()).key(), top) << place;
+  }
 }
 
 TEST_F(StatusTable, TheRootOfATaskIsThereUnderItsKeyAlone) {
@@ -138,19 +134,6 @@ TEST_F(StatusTable, TheRootOfATaskIsThereUnderItsKeyAlone) {
   EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_firstRow));
   m_table.startNewDay();
   EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
-}
-
-TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
-  const auto prices = [](const CHpfBasketStatusTable& table) {
-    QStringList texts;
-    for (const QAction* action : table.priceMenu()->actions()) {
-      texts.append(action->text() + QString::number(action->data().toInt()));
-    }
-    return texts.join(' ').toStdString();
-  };
-  EXPECT_EQ(prices(m_table), "最新价1 对手价14 涨跌停价2");
-  m_host.setUpStopPrice(false);
-  EXPECT_EQ(prices(CHpfBasketStatusTable(2, &m_owner)), "最新价1 对手价14");
 }
 
 TEST_F(StatusTable, AmountChangesAreReadOnce) {
@@ -167,6 +150,27 @@ TEST_F(StatusTable, AmountChangesAreReadOnce) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
   refresh(m_task);
   EXPECT_EQ(row->getChangedValue(EBC_Amount), -1000);
+}
+
+TEST_F(StatusTable, ARowThatStaysCountsItsChangeFromWhatItShowed) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
+  refresh(m_task);
+  const auto change = [this](const char* path) {
+    return m_table.getDataByKey(keyAt(path))->getChangedValue(EBC_Amount);
+  };
+  EXPECT_EQ(change("1"), 2000);
+  test::update(m_task, 2, "A2", "1002", {{"600000", 100}});
+  refresh(m_task);
+  EXPECT_EQ(change("1"), 1000);
+  EXPECT_EQ(change("1/1001/SH.600000买入"), 0);
+  EXPECT_EQ(change("1/1001"), 2000) << "a new row";
+  EXPECT_EQ(change("1/1002/SH.600000买入"), 1000) << "another new row";
+  test::update(m_task, 1, "A1", "1001", {{"600000", 300}, {"600036", 0}});
+  m_table.clearTask(*m_task);
+  m_table.applyStaged();
+  refresh(m_task);
+  EXPECT_EQ(change("1/1001/SH.600000买入"), 1000);
+  EXPECT_EQ(change("1/1002/SH.600000买入"), 0);
 }
 
 TEST_F(StatusTable, OnlyRootsCountInTheStatisticsOfTheAmount) {
@@ -206,10 +210,36 @@ TEST_F(StatusTable, StatusSignalStandsUntilTheNextRowData) {
 }
 
 TEST_F(StatusTable, StatusesThatComeBeforeTheRowFindIt) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  m_table.getTaskOptionDelegate()->slotTaskStatus(taskDisplayId(1, 1), 3, 0);
+  CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
+  options.slotTaskStatus(taskDisplayId(1, 1), 3, 0);
+  options.slotTaskStatus(m_firstRow, 8, 0);
+  options.slotTaskStatus(m_firstRow, 9, 0);
   refresh(m_task);
-  EXPECT_TRUE(m_table.getTaskOptionDelegate()->getIsItemButtonVisible(m_rootKey, 1));
+  EXPECT_EQ(buttons(m_rootKey), "01");
+  EXPECT_EQ(buttons(keyAt("1/SH.600000买入")), "6") << "both, in their order";
+  EXPECT_EQ(buttons(keyAt("1/SH.600036买入")), "");
+
+  test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
+  options.slotTaskStatus(m_rootKey + QStringLiteral("-1001-SH.600000买入"), 4, 0);
+  options.slotTaskStatus(m_rootKey + QStringLiteral("-1009-SH.600000买入"), 4, 0);
+  options.slotTaskStatus(m_rootKey + QStringLiteral("-1002-SH.600000买入"), 10001, 0);
+  refresh(m_task);
+  EXPECT_EQ(buttons(keyAt("1/1001/SH.600000买入")), "02");
+  EXPECT_EQ(cell(m_rootKey, EBC_Status), "执行中") << "the row data has the last word";
+}
+
+/// What a row is hangs on the task, not on the names of its account.
+TEST_F(StatusTable, OnlyTheHedgeRowHasTheButtonsOfAHedge) {
+  test::update(m_task, 1, "期货", "期货", {{"600000", 0}});
+  test::update(m_task, 2, "A2", "期货账户", {{"600000", 0}});
+  test::addHedge(m_task, "F1", "F001", "IF2612");
+  refresh(m_task);
+  for (const CBasketTaskItem* node : nodes()) {
+    m_table.getTaskOptionDelegate()->slotTaskStatus(node->m_strKey, 3, 0);
+    const QString key = m_table.getDataByKey(node->m_strKey)->key();
+    EXPECT_EQ(buttons(key), node == m_task->getHedgeItem() ? "7" : "01") << key.toStdString();
+  }
 }
 
 TEST_F(StatusTable, OrderCountsOfASignalStandUntilTheNextRowData) {
@@ -238,6 +268,8 @@ TEST_F(StatusTable, FinishedRowsOfTwoLevels) {
 
 TEST_F(StatusTable, OnlyTheLeadingRunOfFinishedGrandchildrenIsHidden) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 0}, {"600048", 1000}});
+  refresh(m_task, true);
+  EXPECT_EQ(rows(), "1\n  SH.600000买入-\n  SH.600036买入\n  SH.600048买入-\n");
   test::update(m_task, 2, "A2", "1002", {{"600000", 1000}, {"600036", 1000}});
   test::update(m_task, 3, "A3", "1003", {{"600000", 0}, {"600036", 1000}});
   refresh(m_task, true);
@@ -254,6 +286,13 @@ TEST_F(StatusTable, ARowThatOrderedNothingIsNotFinished) {
   m_task->getRoot()->childAt(0)->m_nFinishedVolume = 0;
   refresh(m_task, true);
   EXPECT_EQ(rows(), "1\n  SH.600000买入\n");
+}
+
+TEST_F(StatusTable, ARowWithAnUnsetVolumeIsNotFinished) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 1000}});
+  m_task->getRoot()->childAt(0)->m_bUnset = true;
+  refresh(m_task, true);
+  EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入-\n");
 }
 
 TEST_F(StatusTable, HiddenTasksComeBackAsTheyWere) {
@@ -324,129 +363,6 @@ TEST_F(StatusTable, ANewDayDropsEverything) {
   m_table.applyStaged();
   EXPECT_EQ(rows(), "");
   EXPECT_FALSE(m_table.getTaskOptionDelegate()->hasItem(m_rootKey));
-}
-
-TEST_F(StatusTable, ParameterStrings) {
-  struct SCase {
-    const char* text;
-    EProcessDisplay mode;
-  };
-  // The mode is read from the second part, whatever the third says: intended.
-  const SCase cases[] = {{"x/1", EPD_Quantity}, {"x/0", EPD_Amount},   {"x/1/0", EPD_Quantity},
-                         {"x/0/1", EPD_Amount}, {"/1", EPD_Quantity},  {"x/no number/1", EPD_Amount},
-                         {"/2", EPD_Amount},    {"/1/", EPD_Quantity}, {"//1", EPD_Amount}};
-  for (const SCase& c : cases) {
-    m_table.setParam(QString::fromLatin1(c.text));
-    EXPECT_EQ(m_table.processDisplayMode(), c.mode) << c.text;
-  }
-  m_table.setParam(QStringLiteral("x/1"));
-  for (const char* tooShort : {"", "x"}) {
-    m_table.setParam(QString::fromLatin1(tooShort));
-    EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity) << "unchanged by one part";
-  }
-  const QString own = m_table.param();
-  ASSERT_EQ(own.split('/').size(), 3);
-  EXPECT_TRUE(own.endsWith(QStringLiteral("/1")));
-  EXPECT_FALSE(own.contains('*'));
-  m_table.header()->resizeSection(EBC_Name, 133);
-  m_table.setColumnVisible(EBC_AlgoTag, false);
-  const QString changed = m_table.param();
-  m_table.setParam(own);
-  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
-  EXPECT_TRUE(m_table.isColumnVisible(EBC_AlgoTag));
-  m_table.setParam(changed);
-  EXPECT_EQ(m_table.columnWidth(EBC_Name), 133);
-  EXPECT_FALSE(m_table.isColumnVisible(EBC_AlgoTag));
-}
-
-TEST_F(StatusTable, OnlyShiftWReachesTheOwner) {
-  const auto reaches = [this](Qt::Key key, Qt::KeyboardModifiers modifiers) {
-    const int before = m_owner.m_nKeys;
-    QTest::keyClick(&m_table, key, modifiers);
-    return m_owner.m_nKeys > before;
-  };
-  EXPECT_TRUE(reaches(Qt::Key_W, Qt::ShiftModifier));
-  EXPECT_FALSE(reaches(Qt::Key_W, Qt::ControlModifier));
-  EXPECT_FALSE(reaches(Qt::Key_W, Qt::ShiftModifier | Qt::ControlModifier));
-  EXPECT_FALSE(reaches(Qt::Key_W, Qt::NoModifier));
-  EXPECT_FALSE(reaches(Qt::Key_Q, Qt::ShiftModifier));
-  EXPECT_FALSE(reaches(Qt::Key_Escape, Qt::NoModifier));
-}
-
-TEST_F(StatusTable, ClickedButtonsTellTheOwnerAndAreDisabled) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
-  CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
-  options.slotTaskStatus(m_rootKey, 3, 0);
-  EXPECT_TRUE(options.clickButton(m_rootKey, 1));
-  ASSERT_EQ(m_owner.m_actions.size(), 1U);
-  EXPECT_EQ(m_owner.m_actions[0].code, 5);
-  EXPECT_EQ(m_owner.m_actions[0].nodeKey, m_rootKey);
-  EXPECT_EQ(m_owner.m_actions[0].taskKey, m_rootKey);
-  EXPECT_FALSE(options.clickButton(m_rootKey, 1));
-  EXPECT_FALSE(options.clickButton(m_rootKey, 4)) << "it does not show";
-  EXPECT_EQ(m_owner.m_actions.size(), 1U);
-
-  options.slotTaskStatus(m_rootKey, 8, 0);
-  EXPECT_TRUE(options.clickButton(m_rootKey, 6));
-  EXPECT_TRUE(options.clickButton(m_rootKey, 6)) << "stays enabled: intended";
-  ASSERT_EQ(m_owner.m_actions.size(), 3U);
-  EXPECT_EQ(m_owner.m_actions[2].code, 10002);
-}
-
-TEST_F(StatusTable, DoubleClickOnTheProgressTurnsItsFigures) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
-  refresh(m_task);
-  const auto doubleClick = [this](int column) {
-    m_table.handleEvent(GV::EventColumnDoubleClicked, column, 0, QString::number(column), nullptr);
-  };
-  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "0.25万 / 1.00万");
-  doubleClick(EBC_Progress);
-  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "250 / 1000");
-  doubleClick(EBC_Amount);
-  EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity);
-  doubleClick(EBC_Progress);
-  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
-}
-
-TEST_F(StatusTable, TipsOfTheProgressColumn) {
-  m_owner.resize(1600, 400);
-  m_table.resize(1600, 400);
-  m_owner.show();
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
-  const auto tipAt = [this](int x, int y) {
-    QToolTip::showText(QPoint(), QStringLiteral("none"));
-    QMouseEvent move(QEvent::MouseMove, QPointF(x, y), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(m_table.viewport(), &move);
-    return QToolTip::text();
-  };
-  const QRect cell = m_table.cellRect(1, EBC_Progress);
-  const int withoutTree = cell.left() - m_table.columnWidth(EBC_Tree);
-  EXPECT_EQ(tipAt(cell.right() - 3, cell.center().y()), "双击切换数量/金额");
-  // Counted without the tree column, so it shows left of the column: intended.
-  EXPECT_EQ(tipAt(withoutTree + 5, cell.center().y()), "双击切换金额/数量");
-  EXPECT_EQ(tipAt(withoutTree - 5, cell.center().y()), "none");
-  EXPECT_EQ(tipAt(cell.right() + 5, cell.center().y()), "none");
-}
-
-TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
-  CCodeInfo info;
-  info.m_strMarket = "SH";
-  info.m_strCode = "600000";
-  info.m_types = {ksservice::STOCK_TYPE_SH_UNITS};
-  info.m_nTradeUnit = 100;
-  m_host.setInstrument(info);
-  m_table.setParam(QStringLiteral("/1"));
-  test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
-  refresh(m_task);
-  EXPECT_EQ(cell(m_firstRow, EBC_Progress), "2.50 / 10.00");
-  info.m_nTradeUnit = 10;
-  m_host.setInstrument(info);
-  const QSignalSpy repaint(m_table.dataModel(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
-  Q_EMIT m_host.stockUnits().sigStockUnitChange();
-  EXPECT_EQ(cell(m_firstRow, EBC_Progress), "25.00 / 100.00");
-  EXPECT_GT(repaint.count(), 0);
 }
 
 }  // namespace

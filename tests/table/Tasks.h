@@ -33,4 +33,14 @@ inline ksservice::CTaskDetailPtr update(const TaskPtr& task, int number, const s
   return detail;
 }
 
+/// Gives the task a hedge row of two lots.
+inline void addHedge(const TaskPtr& task, const std::string& accountKey, const std::string& displayId,
+                     const std::string& code, int operation = ksservice::EOT_SellOpen) {
+  ksservice::CTaskDetailPtr detail = makeDetail(task->getGroupId(), 1);
+  const auto account = makeAccount(accountKey, displayId);
+  account->m_nType = 1;
+  addParam(*detail, account, code, 2, 4000, operation);
+  task->updateHedge(detail);
+}
+
 }  // namespace test

@@ -1,0 +1,180 @@
+#include "StagedRows.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "CBasketTask.h"
+#include "CBasketTaskItem.h"
+#include "CHpfBasketStatusData.h"
+#include "RowKeys.h"
+#include "ksservice/Operations.h"
+
+namespace TC {
+namespace {
+
+int msecOfDay(const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; }
+
+SRowFigures figuresOf(const SNode& place) {
+  const CBasketTaskItem& node = *place.item;
+  SRowFigures figures;
+  figures.tradedAmount = node.m_dTradedAmount;
+  figures.totalAmount = node.m_dTotalAmount;
+  figures.totalVolume = node.m_nTotalVolume;
+  figures.tradedVolume = node.m_nFinishedVolume;
+  figures.unfilled = CWideVolume::held(node.totalVolume() - node.finishedVolume());
+  figures.orderCount = node.m_nOrderCount;
+  figures.orderCount2 = node.m_nOrderCount2;
+  figures.status = place.status;
+  figures.startMSec = msecOfDay(node.m_startTime);
+  figures.endMSec = msecOfDay(node.m_endTime);
+  return figures;
+}
+
+/// The code of a node's instrument: its stock key without the market, or, for a hedge row, the key as it is.
+QString codeOf(const CBasketTaskItem& node) {
+  const QString prefix = node.m_strMarket + QLatin1Char('.');
+  return node.m_strStockKey.startsWith(prefix) ? node.m_strStockKey.mid(prefix.size()) : node.m_strStockKey;
+}
+
+/// The key with which the node was made: what stands behind its parent's key.
+QString madeKey(const CBasketTaskItem& node, int taskId) {
+  const CBasketTaskItem* parent = node.parent();
+  return parent ? node.m_strKey.mid(parent->m_strKey.size() + 1) : QString::number(taskId);
+}
+
+void flatten(const CBasketTaskItem& node, int parent, int depth, std::vector<SNode>& out) {
+  const int index = static_cast<int>(out.size());
+  out.push_back({&node, parent, depth, node.m_nStatus, &node.m_strRemark});
+  for (const CBasketTaskItem* child : node.m_children) flatten(*child, index, depth + 1, out);
+}
+
+SRowTexts textsOf(const SNode& place, const CInstruments::SInfo& instrument) {
+  const CBasketTaskItem& node = *place.item;
+  SRowTexts texts;
+  texts.account = node.m_strAccounts;
+  if (node.isEmpty()) texts.accountName = node.m_strAccountName;
+  texts.market = instrument.market;
+  texts.instrumentName = instrument.name;
+  texts.statusText = *place.statusText;
+  texts.investRemark = node.m_strCommandText;
+  texts.algoTag = node.m_strLocalInfoKey;
+  if (place.parent < 0) texts.tradeParam = orderTypeToString(node.m_nOrderType);
+  return texts;
+}
+
+/// Most texts are one copy: they were taken from where they are compared with.
+bool same(const QString& a, const QString& b) { return a.constData() == b.constData() || a == b; }
+
+/// Compares in place.
+bool sameTexts(const SNode& place, const CInstruments::SInfo& instrument, const SRowTexts& shown) {
+  const CBasketTaskItem& node = *place.item;
+  return same(shown.account, node.m_strAccounts) && same(shown.statusText, *place.statusText) &&
+         same(shown.investRemark, node.m_strCommandText) && same(shown.algoTag, node.m_strLocalInfoKey) &&
+         (!node.isEmpty() || same(shown.accountName, node.m_strAccountName)) &&
+         (place.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType)) &&
+         same(shown.instrumentName, instrument.name) && same(shown.market, instrument.market);
+}
+
+/// A row is finished when all that it ordered was filled; one that ordered nothing is not, nor one that is to order
+/// what nobody has said yet.
+bool isFinished(const SRowFigures& figures, const CBasketTaskItem& node) {
+  return figures.unfilled == 0 && figures.totalVolume != 0 && !node.m_bUnset;
+}
+
+}  // namespace
+
+std::vector<SNode> nodesOf(const CBasketTask& task, std::size_t rows) {
+  std::vector<SNode> nodes;
+  nodes.reserve(rows);
+  flatten(*task.getRoot(), -1, 0, nodes);
+  // While a patch that was accepted has not shown up, the root's own text gives way to what is shown of it.
+  static const QString none;
+  SNode& root = nodes.front();
+  root.status = task.shownStatus();
+  if (root.status != task.getRoot()->m_nStatus) root.statusText = &none;
+  return nodes;
+}
+
+std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>& nodes, CSharedTexts& shared) {
+  std::vector<SRowShape> shape;
+  shape.reserve(nodes.size());
+  CRowKeyStems stems(task);
+  for (const SNode& node : nodes) {
+    const CBasketTaskItem& item = *node.item;
+    SRowShape row;
+    row.scriptName = shared.one(madeKey(item, task.getGroupId()));
+    row.keyStem = stems.of(item);
+    row.treeKey = item.m_strHpfTreeKey;
+    row.displayName = item.m_strName;
+    row.code = shared.one(codeOf(item));
+    row.operations = item.m_vecOperations;
+    row.parent = node.parent;
+    row.depth = static_cast<short>(node.depth);
+    row.leaf = node.parent >= 0 && item.isEmpty();
+    shape.push_back(std::move(row));
+  }
+  return shape;
+}
+
+int hedgeRowOf(const CBasketTask& task, const std::vector<SNode>& nodes) {
+  const auto isHedge = [&task](const SNode& node) { return node.item == task.getHedgeItem(); };
+  const auto row = std::find_if(nodes.begin(), nodes.end(), isHedge);
+  return row == nodes.end() ? -1 : static_cast<int>(row - nodes.begin());
+}
+
+std::vector<int> instrumentsOf(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
+                               CInstruments& instruments) {
+  std::vector<int> numbers;
+  numbers.reserve(nodes.size());
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    numbers.push_back(instruments.numberOf(nodes[i].item->m_strMarket, shape[i].code));
+  }
+  return numbers;
+}
+
+std::vector<SRowTexts> textsOf(const std::vector<SNode>& nodes, const std::vector<int>& numbers,
+                               CInstruments& instruments) {
+  std::vector<SRowTexts> texts;
+  texts.reserve(nodes.size());
+  for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(nodes[i], instruments.info(numbers[i])));
+  return texts;
+}
+
+bool sameTexts(const std::vector<SNode>& nodes, const std::vector<int>& numbers, CInstruments& instruments,
+               const std::vector<SRowTexts>& shown) {
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (!sameTexts(nodes[i], instruments.info(numbers[i]), shown[i])) return false;
+  }
+  return true;
+}
+
+std::vector<SRowFigures> figuresOf(const std::vector<SNode>& nodes) {
+  std::vector<SRowFigures> figures;
+  figures.reserve(nodes.size());
+  for (const SNode& node : nodes) figures.push_back(figuresOf(node));
+  return figures;
+}
+
+void fillAmounts(const std::vector<SRowShape>& shape, const std::vector<SRowTexts>& texts, int hedgeRow,
+                 std::vector<SRowFigures>& figures) {
+  const SRowFigures* hedge = hedgeRow < 0 ? nullptr : &figures[static_cast<std::size_t>(hedgeRow)];
+  for (std::size_t i = 0; i < figures.size(); ++i) {
+    figures[i].amount = shownAmount(shape[i], texts[i], figures[i], hedge);
+  }
+}
+
+RowFlags finishedRows(const std::vector<SNode>& nodes, const std::vector<SRowFigures>& figures) {
+  RowFlags flags(nodes.size());
+  bool leading = true;  // among the grandchildren under the current child
+  for (std::size_t i = 1; i < nodes.size(); ++i) {
+    if (nodes[i].depth == 1) leading = true;
+    if (nodes[i].depth > 2) continue;
+    const bool finished = isFinished(figures[i], *nodes[i].item);
+    // The run ends at the first unfinished one: intended.
+    if (nodes[i].depth == 2) leading = leading && finished;
+    if (finished && leading) flags.set(i);
+  }
+  return flags;
+}
+
+}  // namespace TC

@@ -1,0 +1,229 @@
+/// The status table towards its user: clicks, keys, tips, sorts, the parameter string.
+#include <QApplication>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QSignalSpy>
+#include <QTest>
+#include <QToolTip>
+
+#include "StatusTableFixture.h"
+#include "tc/CTaskOrdersWidget.h"
+#include "tc/CTaskParamWidget.h"
+
+namespace TC {
+namespace {
+
+TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
+  const auto prices = [](const CHpfBasketStatusTable& table) {
+    QStringList texts;
+    for (const QAction* action : table.priceMenu()->actions()) {
+      texts.append(action->text() + QString::number(action->data().toInt()));
+    }
+    return texts.join(' ').toStdString();
+  };
+  EXPECT_EQ(prices(m_table), "最新价1 对手价14 涨跌停价2");
+  m_host.setUpStopPrice(false);
+  EXPECT_EQ(prices(CHpfBasketStatusTable(2, &m_owner)), "最新价1 对手价14");
+}
+
+TEST_F(StatusTable, ParameterStrings) {
+  struct SCase {
+    const char* text;
+    EProcessDisplay mode;
+  };
+  // The mode is read from the second part, whatever the third says: intended. It is any number.
+  const SCase cases[] = {{"x/1", EPD_Quantity},
+                         {"x/0", EPD_Amount},
+                         {"x/1/0", EPD_Quantity},
+                         {"x/0/1", EPD_Amount},
+                         {"/1", EPD_Quantity},
+                         {"x/no number/1", EPD_Amount},
+                         {"/1/", EPD_Quantity},
+                         {"//1", EPD_Amount},
+                         {"/7", static_cast<EProcessDisplay>(7)},
+                         {"/-1", static_cast<EProcessDisplay>(-1)}};
+  for (const SCase& c : cases) {
+    m_table.setParam(QString::fromLatin1(c.text));
+    EXPECT_EQ(m_table.processDisplayMode(), c.mode) << c.text;
+    EXPECT_TRUE(m_table.param().endsWith('/' + QString::number(c.mode))) << c.text;
+  }
+  m_table.setParam(QStringLiteral("x/1"));
+  for (const char* tooShort : {"", "x"}) {
+    m_table.setParam(QString::fromLatin1(tooShort));
+    EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity) << "unchanged by one part";
+  }
+  const QString own = m_table.param();
+  ASSERT_EQ(own.split('/').size(), 3);
+  EXPECT_TRUE(own.endsWith(QStringLiteral("/1")));
+  EXPECT_FALSE(own.contains('*'));
+  m_table.header()->resizeSection(EBC_Name, 133);
+  m_table.setColumnVisible(EBC_AlgoTag, false);
+  const QString changed = m_table.param();
+  m_table.setParam(own);
+  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
+  EXPECT_TRUE(m_table.isColumnVisible(EBC_AlgoTag));
+  m_table.setParam(changed);
+  EXPECT_EQ(m_table.columnWidth(EBC_Name), 133);
+  EXPECT_FALSE(m_table.isColumnVisible(EBC_AlgoTag));
+}
+
+TEST_F(StatusTable, OnlyShiftWReachesTheOwner) {
+  const auto reaches = [this](Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    const int before = m_owner.m_nKeys;
+    QTest::keyClick(&m_table, key, modifiers);
+    return m_owner.m_nKeys > before;
+  };
+  EXPECT_TRUE(reaches(Qt::Key_W, Qt::ShiftModifier));
+  EXPECT_FALSE(reaches(Qt::Key_W, Qt::ControlModifier));
+  EXPECT_FALSE(reaches(Qt::Key_W, Qt::ShiftModifier | Qt::ControlModifier));
+  EXPECT_FALSE(reaches(Qt::Key_W, Qt::NoModifier));
+  EXPECT_FALSE(reaches(Qt::Key_Q, Qt::ShiftModifier));
+  EXPECT_FALSE(reaches(Qt::Key_Escape, Qt::NoModifier));
+}
+
+TEST_F(StatusTable, ClickedButtonsTellTheOwnerAndAreDisabled) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  refresh(m_task);
+  CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
+  options.slotTaskStatus(m_rootKey, 3, 0);
+  EXPECT_TRUE(options.clickButton(m_rootKey, 1));
+  ASSERT_EQ(m_owner.m_actions.size(), 1U);
+  EXPECT_EQ(m_owner.m_actions[0].code, 5);
+  EXPECT_EQ(m_owner.m_actions[0].nodeKey, m_rootKey);
+  EXPECT_EQ(m_owner.m_actions[0].taskKey, m_rootKey);
+  EXPECT_FALSE(options.clickButton(m_rootKey, 1));
+  EXPECT_FALSE(options.clickButton(m_rootKey, 4)) << "it does not show";
+  EXPECT_EQ(m_owner.m_actions.size(), 1U);
+
+  options.slotTaskStatus(m_rootKey, 8, 0);
+  EXPECT_TRUE(options.clickButton(m_rootKey, 6));
+  EXPECT_TRUE(options.clickButton(m_rootKey, 6)) << "stays enabled: intended";
+  ASSERT_EQ(m_owner.m_actions.size(), 3U);
+  EXPECT_EQ(m_owner.m_actions[2].code, 10002);
+}
+
+/// Two accounts with one display id: what is opened or pressed is of the row that was clicked.
+TEST_F(StatusTable, ClicksReachTheNodeOfTheirRow) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 100}});
+  test::update(m_task, 2, "A2", "1001", {{"600000", 200}});
+  refresh(m_task);
+  std::vector<std::string> orders;
+  CTaskOrdersWidget::setShowObserver([&](const QString&, const std::vector<std::string>& keys) { orders = keys; });
+  QString popup;
+  CBaseTaskParamWidget::setShowObserver([&](const QString& rowKey) { popup = rowKey; });
+  const std::pair<const char*, const char*> accounts[] = {{"1001", "A1"}, {"1001@A2", "A2"}};
+  for (const auto& [made, account] : accounts) {
+    const QString key = keyAt(std::string("1/").append(made).append("/SH.600000买入").c_str());
+    const QString nodeKey = m_rootKey + '-' + made + QStringLiteral("-SH.600000买入");
+    m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, key, nullptr);
+    EXPECT_EQ(orders, std::vector<std::string>{std::string(account) + "-600000"});
+    m_table.handleEvent(GV::EventCellClicked, EBC_TradeParam, Qt::LeftButton, key, nullptr);
+    EXPECT_EQ(popup, key);
+    m_table.getTaskOptionDelegate()->slotTaskStatus(nodeKey, 3, 0);
+    EXPECT_TRUE(m_table.getTaskOptionDelegate()->clickButton(key, 1));
+    EXPECT_EQ(m_owner.m_actions.back().nodeKey, nodeKey);
+  }
+  CTaskOrdersWidget::setShowObserver(nullptr);
+  CBaseTaskParamWidget::setShowObserver(nullptr);
+}
+
+/// The window has the sums of the orders for a row whose own order type is an algorithm's, goes on showing its row when
+/// the tree takes another shape, and ends with the day.
+TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 100}, {"600036", 200}});
+  m_task->getRoot()->childAt(1)->m_nOrderType = ksservice::EORT_Algo;
+  refresh(m_task);
+  auto* window = m_table.findChild<CTaskOrdersWidget*>();
+  const auto* sums = window->findChild<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
+  const auto open = [&](const char* path) {
+    m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, keyAt(path), nullptr);
+    return sums->isVisible();
+  };
+  EXPECT_FALSE(open("1/SH.600000买入"));
+  EXPECT_TRUE(open("1/SH.600036买入"));
+  EXPECT_EQ(window->getKey(), m_rootKey + m_secondRow);
+  test::update(m_task, 2, "A2", "1002", {{"600000", 100}});
+  refresh(m_task);
+  EXPECT_EQ(window->getKey(), m_rootKey + m_rootKey + QStringLiteral("-1001-SH.600036买入"));
+  EXPECT_TRUE(sums->text().contains(QStringLiteral("成交 200"))) << sums->text().toStdString();
+  m_table.startNewDay();
+  EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(StatusTable, SortsTasksByTheirIdAndTheRestByItsName) {
+  for (const int id : {10, 9}) {
+    const test::TaskPtr task = test::makeTask(id);
+    test::update(task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
+    refresh(task);
+  }
+  const QString stored = QStringLiteral("x/1|0:120:0|0:%1");
+  m_table.setParam(stored.arg(1));
+  EXPECT_EQ(rows(), "10\n  SH.600036买入\n  SH.600000买入\n9\n  SH.600036买入\n  SH.600000买入\n");
+  EXPECT_TRUE(m_table.param().contains(QStringLiteral("|0:1/")));
+  m_table.setParam(stored.arg(0));
+  EXPECT_EQ(rows(), "9\n  SH.600000买入\n  SH.600036买入\n10\n  SH.600000买入\n  SH.600036买入\n");
+}
+
+TEST_F(StatusTable, DoubleClickOnTheProgressTurnsItsFigures) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
+  refresh(m_task);
+  const auto doubleClick = [this](int column) {
+    m_table.handleEvent(GV::EventColumnDoubleClicked, column, 0, QString::number(column), nullptr);
+  };
+  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "0.25万 / 1.00万");
+  doubleClick(EBC_Progress);
+  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "250 / 1000");
+  doubleClick(EBC_Amount);
+  EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity);
+  doubleClick(EBC_Progress);
+  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
+  m_table.setParam(QStringLiteral("/7"));
+  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "0.25万 / 1.00万") << "only 1 shows quantities";
+  doubleClick(EBC_Progress);
+  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
+}
+
+TEST_F(StatusTable, TipsOfTheProgressColumn) {
+  m_owner.resize(1600, 400);
+  m_table.resize(1600, 400);
+  m_owner.show();
+  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
+  refresh(m_task);
+  const auto tipAt = [this](int x, int y) {
+    QToolTip::showText(QPoint(), QStringLiteral("none"));
+    QMouseEvent move(QEvent::MouseMove, QPointF(x, y), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(m_table.viewport(), &move);
+    return QToolTip::text();
+  };
+  const QRect cell = m_table.cellRect(1, EBC_Progress);
+  const int withoutTree = cell.left() - m_table.columnWidth(EBC_Tree);
+  EXPECT_EQ(tipAt(cell.right() - 3, cell.center().y()), "双击切换数量/金额");
+  // Counted without the tree column, so it shows left of the column: intended.
+  EXPECT_EQ(tipAt(withoutTree + 5, cell.center().y()), "双击切换金额/数量");
+  EXPECT_EQ(tipAt(withoutTree - 5, cell.center().y()), "none");
+  EXPECT_EQ(tipAt(cell.right() + 5, cell.center().y()), "none");
+}
+
+TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
+  CCodeInfo info;
+  info.m_strMarket = "SH";
+  info.m_strCode = "600000";
+  info.m_types = {ksservice::STOCK_TYPE_SH_UNITS};
+  info.m_nTradeUnit = 100;
+  m_host.setInstrument(info);
+  m_table.setParam(QStringLiteral("/1"));
+  test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
+  refresh(m_task);
+  EXPECT_EQ(cell(m_firstRow, EBC_Progress), "2.50 / 10.00");
+  info.m_nTradeUnit = 10;
+  m_host.setInstrument(info);
+  const QSignalSpy repaint(m_table.dataModel(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
+  Q_EMIT m_host.stockUnits().sigStockUnitChange();
+  EXPECT_EQ(cell(m_firstRow, EBC_Progress), "25.00 / 100.00");
+  EXPECT_GT(repaint.count(), 0);
+}
+
+}  // namespace
+}  // namespace TC
