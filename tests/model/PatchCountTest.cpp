@@ -191,9 +191,15 @@ TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   takeSends();
   deliverPatch(buyPatch(124, ETS_Finished, 700, 700));
   EXPECT_EQ(takeEvents(), "status T 8 0\n") << "a share is missing besides the hedge";
+  host.setHedgeState(123, TC::EHS_Running);
+  deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
+  EXPECT_EQ(takeEvents() + takeSends(), "status T 3 0\n") << "the hedge still trades";
+  host.setHedgeState(123, TC::EHS_Paused);
   deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
   EXPECT_EQ(takeEvents(), "status T 11 0\n");
   EXPECT_EQ(takeSends(), "local 124@A1\nlocal 125@A1\nlocal 123@A1\n");
+  deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
+  EXPECT_EQ(takeEvents() + takeSends(), "status T 8 0\n") << "dropped once";
 }
 
 TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {

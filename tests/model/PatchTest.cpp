@@ -182,6 +182,13 @@ TEST_F(CPatchTest, ASecondPatchIsRefusedUntilTheFirstHasShownUp) {
   ASSERT_EQ(creations.size(), 1u);
   creations[0].completion({}, 124);
   EXPECT_EQ(patch("选中补单"), busy) << "made, but nothing has come of it";
+  // Nothing in between shows less.
+  task.onOperateOrbTask({}, bson::BSONObj::fromJson(R"({"ErrorMsg":"不行"})").value(), ETO_Cancel);
+  EXPECT_EQ(takeEvents(), "ended T\nstatus T 10000 0\nbox Operate task fail|不行\n");
+  update(cancelled(210, 0));
+  task.resume("");
+  EXPECT_EQ(takeEvents(), "status T 10000 0\n");
+  EXPECT_EQ(root.m_nStatus, ETS_Cancelled) << "the filters go by it";
 }
 
 TEST_F(CPatchTest, ARefusedCreationIsToldAndFreesWhatItOrdered) {
@@ -410,7 +417,7 @@ TEST_F(CPatchTest, WorkerHostAndUserAtOnce) {
     QCoreApplication::processEvents();
     if (created) task.unpatch("");
     // Who never gets an answer asks again.
-    host.moveClock(1000);
+    if (!created) host.moveClock(1000);
   }
   clicking = false;
   worker.join();
