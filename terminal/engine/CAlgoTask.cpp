@@ -27,6 +27,10 @@ CAlgoTask::CAlgoTask(SIdentity identity, std::vector<SOrderLine> lines, const SS
 // What was sent and cancelled comes back as long as the schedule runs.
 bool CAlgoTask::hasUnsent() const { return !isStopped() && !isAllSent(); }
 
+int CAlgoTask::claimed(std::size_t line) const {
+  return isStopped() ? m_states[line].m_nTraded + m_states[line].m_nWorking : lines()[line].m_nQuantity;
+}
+
 bool CAlgoTask::isAllSent() const {
   for (std::size_t line = 0; line < m_states.size(); ++line) {
     if (m_states[line].m_nTraded + m_states[line].m_nWorking < lines()[line].m_nQuantity) return false;

@@ -24,6 +24,7 @@ class CAlgoTask : public CSubTask {
   bool isServerTask() const override { return true; }
   bool canSend() const override { return !m_due.empty() && isOpen(); }
   bool hasUnsent() const override;
+  int claimed(std::size_t line) const override;
   SOrderDue nextOrder() const override { return m_due.back(); }
   double boundPrice(int line, double price) const override;
   void advanceTo(std::int64_t now, const VolumeOf& volumeOf) override;
