@@ -268,6 +268,22 @@ TEST(TaskServer, AnOrderProcessCountsOpenChildOrdersWhole) {
   rig.query({"103-1"});
   rig.answers();
   EXPECT_EQ(rig.m_process, (TC::OrderProcessMap{{"103-1", {{"SZ.1001", 300}}}}));
+  // What 32 bits do not hold is held at their end.
+  engine::SBasketOrder large = rig.basket();
+  large.m_lines = {large.m_lines[1], large.m_lines[1]};
+  for (engine::SOrderLine& line : large.m_lines) {
+    line.m_nOperation = EOT_Sell;
+    line.m_nQuantity = 2000000000;
+  }
+  algo.m_command.m_nTaskId = algo.m_nTaskId = rig.engine().startBasket(large);
+  rig.engine().operate(algo.m_nTaskId, {}, ETO_Cancel);
+  algo.m_params[0].m_nVolume = 2000000000;
+  algo.m_params.push_back(algo.m_params[0]);
+  rig.create(algo);
+  ASSERT_EQ(rig.answers(5000), Texts{"105"});
+  rig.query({"105-1"});
+  rig.answers();
+  EXPECT_EQ(rig.m_process, (TC::OrderProcessMap{{"105-1", {{"SZ.1001", UNSET_INT}}}}));
 }
 
 }  // namespace
