@@ -27,6 +27,10 @@ CAlgoTask::CAlgoTask(SIdentity identity, std::vector<SOrderLine> lines, const SS
 // What was sent and cancelled comes back as long as the schedule runs.
 bool CAlgoTask::hasUnsent() const { return !isStopped() && !isAllSent(); }
 
+int CAlgoTask::claimed(std::size_t line) const {
+  return isStopped() ? m_states[line].m_nTraded + m_states[line].m_nWorking : lines()[line].m_nQuantity;
+}
+
 bool CAlgoTask::isAllSent() const {
   for (std::size_t line = 0; line < m_states.size(); ++line) {
     if (m_states[line].m_nTraded + m_states[line].m_nWorking < lines()[line].m_nQuantity) return false;
@@ -160,8 +164,9 @@ std::map<std::string, int> CAlgoTask::orderProcess() const {
   std::map<std::string, int> process;
   for (std::size_t line = 0; line < m_states.size(); ++line) {
     const CStockInfo& stock = lines()[line].m_stock;
-    process[utils::mavStockKey(stock.m_strMarket, stock.m_strCode)] +=
-        m_states[line].m_nTraded + m_states[line].m_nWorking;
+    int& number = process[utils::mavStockKey(stock.m_strMarket, stock.m_strCode)];
+    const long long sum = number + 0LL + m_states[line].m_nTraded + m_states[line].m_nWorking;
+    number = static_cast<int>(std::min<long long>(sum, UNSET_INT));
   }
   return process;
 }

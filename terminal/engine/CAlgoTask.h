@@ -24,6 +24,7 @@ class CAlgoTask : public CSubTask {
   bool isServerTask() const override { return true; }
   bool canSend() const override { return !m_due.empty() && isOpen(); }
   bool hasUnsent() const override;
+  int claimed(std::size_t line) const override;
   SOrderDue nextOrder() const override { return m_due.back(); }
   double boundPrice(int line, double price) const override;
   void advanceTo(std::int64_t now, const VolumeOf& volumeOf) override;
@@ -32,7 +33,7 @@ class CAlgoTask : public CSubTask {
   bool isDue(std::int64_t now) const override;
   desk::SPublication publish() override;
   std::unique_ptr<TC::CTaskProgress> progress() const override;
-  /// What is finished or may still fill of each security, by its key.
+  /// What is finished or may still fill of each security, by its key; held at 2147483647.
   std::map<std::string, int> orderProcess() const;
 
   void onRejected(int order, const std::string& message, int seconds) override;

@@ -11,6 +11,7 @@
 #include "CDesk.h"
 #include "IMarket.h"
 #include "IOrderOwner.h"
+#include "LineVolumes.h"
 
 namespace engine {
 
@@ -88,6 +89,8 @@ class CEngine : public exchange::IMarketListener {
   bool operate(int taskId, const std::string& accountKey, int operation);
   /// The same on one sub-task of the server.
   bool operate(const std::string& serverTaskKey, int operation);
+  /// What may still be ordered of each line of a basket.
+  LineVolumes remainders(int basketId) const { return remaindersOf(basketId, m_subTasks); }
   /// The server's sub-task with a key; null for an unknown one.
   const CAlgoTask* serverTask(const std::string& key) const;
 

@@ -39,6 +39,13 @@ int CSubTask::status() const {
   return m_bPaused ? ETS_Paused : ETS_Running;
 }
 
+// Each line sent is one order, so they have the same index.
+int CSubTask::claimed(std::size_t line) const {
+  if (line >= m_nSent) return m_bStopped ? 0 : m_lines[line].m_nQuantity;
+  const COrderInfo& order = m_orders.orders()[line].m_info;
+  return order.m_bCompleted ? order.m_nTradedVolume : order.m_nVolume;
+}
+
 int CSubTask::send(std::uint64_t marketId, double price, int seconds) {
   const SOrderDue due = nextOrder();
   const SOrderLine& line = m_lines[static_cast<std::size_t>(due.m_nLine)];

@@ -43,7 +43,11 @@ class CSubTask : public IOrderOwner {
   const std::string& accountKey() const { return m_identity.m_pAccount->getKey(); }
   /// Whether it runs on the server: its orders are not the terminal's.
   virtual bool isServerTask() const { return false; }
+  /// Whether it trades what its basket left over.
+  bool isPatch() const { return m_identity.m_pCommand->m_bPatch; }
   const std::vector<SOrderLine>& lines() const { return m_lines; }
+  /// What a line has traded, has in the market, or may still send.
+  virtual int claimed(std::size_t line) const;
   int status() const;
   const std::string& message() const { return m_strMessage; }
   /// CNY, bought and sold alike.

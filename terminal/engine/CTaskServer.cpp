@@ -25,6 +25,11 @@ bool isAlgorithm(const desk::SCreateRequest& request) {
          std::all_of(request.m_params.begin(), request.m_params.end(), algorithmic);
 }
 
+/// The task that is patched.
+int basketOf(const desk::SCreateRequest& request) {
+  return request.m_nTaskId != 0 ? request.m_nTaskId : request.m_command.m_nTaskId;
+}
+
 /// Why the operation cannot be carried out on a task in a status; empty: it can, or there is nothing to do.
 std::string operationFault(int status, int operation) {
   switch (status) {
@@ -81,7 +86,7 @@ void CTaskServer::answerCreation(const desk::SCreateRequest& request) {
     return;
   }
   COrderCommand command = request.m_command;
-  if (request.m_nTaskId != 0) command.m_nTaskId = request.m_nTaskId;
+  command.m_nTaskId = basketOf(request);
   if (!algo) {
     command.m_nOrderType = EORT_Plain;
     command.m_strAlgoParams.clear();
@@ -96,7 +101,7 @@ std::string CTaskServer::fault(const desk::SCreateRequest& request) const {
   for (const CCodeOrderParam& param : request.m_params) {
     if (std::string text = fault(param); !text.empty()) return text;
   }
-  return {};
+  return excess(request);
 }
 
 std::string CTaskServer::fault(const CCodeOrderParam& param) const {
@@ -106,6 +111,22 @@ std::string CTaskServer::fault(const CCodeOrderParam& param) const {
   if (!param.m_pAccount || !m_desk.findAccount(param.m_pAccount->getKey(), account)) return key + " 的账户不存在";
   if (!m_desk.codeInfo(stock.m_strMarket, stock.m_strCode)) return "证券 " + key + " 不存在";
   if (param.m_nVolume < 1) return key + " 的数量小于 1";
+  return {};
+}
+
+/// Which line is beyond what is left of it. Each terminal looks at the remainder too, but two may hold one task.
+std::string CTaskServer::excess(const desk::SCreateRequest& request) const {
+  LineVolumes ordered;
+  for (const CCodeOrderParam& param : request.m_params) {
+    ordered[lineKeyOf(param.m_pAccount->getKey(), param.m_stock, param.m_nOperation)] += param.m_nVolume;
+  }
+  const LineVolumes left = m_engine.remainders(basketOf(request));
+  for (const auto& [line, volume] : ordered) {
+    const auto known = left.find(line);
+    const long long rest = known == left.end() ? 0 : std::max(known->second, 0LL);
+    if (volume <= rest) continue;
+    return lineText(line) + " 超过可补数量：委托 " + std::to_string(volume) + "，可补 " + std::to_string(rest);
+  }
   return {};
 }
 

@@ -20,7 +20,8 @@ class CTaskServer {
   CTaskServer(desk::CDesk& desk, CEngine& engine, int latencyMsec);
 
   /// Makes a task of the lines that patches the task of the command. Refused with a text: no line, a volume below 1, an
-  /// account or an instrument that is not known, a command that is gone, parameters that no algorithm can run by.
+  /// account or an instrument that is not known, a command that is gone, more than is left of a line, parameters that
+  /// no algorithm can run by.
   void createTask(const desk::SCreateRequest& request);
   /// Refused with a reply whose field "ErrorMsg" says why: a task that is not known, or that is over. What is so
   /// already is done.
@@ -43,6 +44,7 @@ class CTaskServer {
   void answerQuery(const std::vector<std::string>& serverTaskKeys);
   std::string fault(const desk::SCreateRequest& request) const;
   std::string fault(const ksservice::CCodeOrderParam& param) const;
+  std::string excess(const desk::SCreateRequest& request) const;
   std::vector<SAccountLines> makeParts(const desk::SCreateRequest& request) const;
   SOrderLine makeLine(const ksservice::CCodeOrderParam& param) const;
 

@@ -15,15 +15,22 @@ struct SServerRig : SRig {
       entry.m_pInfo = account;
       m_desk.addAccount(entry);
     }
-    for (const exchange::SInstrument& instrument : makeInstruments()) {
-      TC::CCodeInfo info;
-      info.m_strMarket = instrument.m_strMarket;
-      info.m_strCode = instrument.m_strCode;
-      info.m_nTradeUnit = info.m_nTradeMinUnit = 100;
-      m_desk.setInstrument(info);
-    }
-    m_parent = engine().startBasket(basket());
+    for (const exchange::SInstrument& instrument : makeInstruments())
+      list(instrument.m_strMarket, instrument.m_strCode);
+    // Sold by both accounts, and cancelled before anything was sent: all of it is left.
+    engine::SBasketOrder sales = basket(2);
+    for (engine::SOrderLine& line : sales.m_lines) line.m_nOperation = EOT_Sell;
+    m_parent = engine().startBasket(sales);
+    engine().operate(m_parent, {}, ETO_Cancel);
     runTo(9, 30, 10);
+  }
+
+  void list(const std::string& market, const std::string& code) {
+    TC::CCodeInfo info;
+    info.m_strMarket = market;
+    info.m_strCode = code;
+    info.m_nTradeUnit = info.m_nTradeMinUnit = 100;
+    m_desk.setInstrument(info);
   }
 
   CCodeOrderParam param(std::size_t security, int volume, std::size_t account = 0) const {
@@ -132,6 +139,71 @@ TEST(TaskServer, RefusesAPatchWithAText) {
   EXPECT_EQ(rig.m_newest.size(), before) << "nothing was made";
 }
 
+// Of security 1 the accounts have 5100 and 5000 left.
+TEST(TaskServer, RefusesMoreThanIsLeftOfALine) {
+  SServerRig rig;
+  const auto beyond = [](const std::string& line, int ordered, int left) {
+    return line + " 超过可补数量：委托 " + std::to_string(ordered) + "，可补 " + std::to_string(left);
+  };
+  auto bought = rig.request({rig.param(1, 100)});
+  bought.m_params[0].m_nOperation = EOT_Buy;
+  auto strange = rig.request({rig.param(1, 100)});
+  strange.m_nTaskId = 999;
+  for (const auto& request :
+       {rig.request({rig.param(2, 100), rig.param(1, 5200)}), rig.request({rig.param(1, 3000), rig.param(1, 2200)}),
+        bought, strange, rig.request({rig.param(1, 3000)}), rig.request({rig.param(1, 2200)}),
+        rig.request({rig.param(1, 2100), rig.param(1, 5000, 1)}), rig.request({rig.param(1, 100, 1)})}) {
+    rig.create(request);
+  }
+  EXPECT_EQ(rig.answers(), (Texts{beyond("A1 SZ.1001卖出", 5200, 5100), beyond("A1 SZ.1001卖出", 5200, 5100),
+                                  beyond("A1 SZ.1001买入", 100, 0), beyond("A1 SZ.1001卖出", 100, 0), "102",
+                                  beyond("A1 SZ.1001卖出", 2200, 2100), "103", beyond("A2 SZ.1001卖出", 100, 0)}));
+  // What a patch has not traded when it ends is left again, be it an algorithm's; what waits or is paused is not.
+  rig.m_parent = rig.engine().startBasket(rig.basket());
+  rig.create(rig.request({rig.param(3, 100)}));
+  rig.engine().operate(rig.m_parent, {}, ETO_Pause);
+  rig.create(rig.request({rig.param(3, 100)}));
+  EXPECT_EQ(rig.answers(), (Texts{beyond("A1 SZ.1003卖出", 100, 0), beyond("A1 SZ.1003卖出", 100, 0)}));
+  rig.engine().operate(rig.m_parent, {}, ETO_Cancel);
+  auto algo = rig.request({rig.param(39, 13900)});
+  algo.m_command.m_nOrderType = algo.m_params[0].m_nOrderType = EORT_Algo;
+  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=14:57:00;slices=30";
+  rig.create(algo);
+  rig.create(rig.request({rig.param(39, 13900)}));
+  const Texts answers = rig.answers(60000);
+  ASSERT_EQ(answers, (Texts{"105", beyond("A1 SZ.1039卖出", 13900, 0)}));
+  rig.operate("105-1", ETO_Cancel);
+  rig.runTo(9, 35);
+  int traded = 0;
+  for (const auto& order : rig.m_desk.progress("105-1")->m_orders) traded += order.m_detail.m_nTradedVolume;
+  ASSERT_GT(traded, 0);
+  rig.create(rig.request({rig.param(39, 13901 - traded)}));
+  rig.create(rig.request({rig.param(39, 13900 - traded)}));
+  EXPECT_EQ(rig.answers(), (Texts{"ok", beyond("A1 SZ.1039卖出", 13901 - traded, 13900 - traded), "106"}));
+}
+
+TEST(TaskServer, LinesOfOneHongKongInstrumentAreOneBeyond32Bits) {
+  constexpr int HALF = 2000000000;
+  SServerRig rig;
+  engine::SBasketOrder basket = rig.basket();
+  basket.m_lines.resize(2);
+  for (std::size_t i = 0; i < 2; ++i) {
+    basket.m_lines[i].m_stock = {i ? "HGT" : "HK", "00700", "T"};
+    basket.m_lines[i].m_nOperation = EOT_Sell;
+    basket.m_lines[i].m_nQuantity = HALF;
+    rig.list(i ? "SGT" : "HGT", "00700");
+  }
+  rig.m_parent = rig.engine().startBasket(basket);
+  rig.engine().operate(rig.m_parent, {}, ETO_Cancel);
+  auto request = rig.request({rig.param(1, HALF), rig.param(1, HALF), rig.param(1, 100)});
+  for (CCodeOrderParam& param : request.m_params) param.m_stock = {"SGT", "00700", "T"};
+  request.m_params[1].m_stock.m_strMarket = "HGT";
+  rig.create(request);
+  request.m_params.pop_back();
+  rig.create(request);
+  EXPECT_EQ(rig.answers(), (Texts{"A1 HK.00700卖出 超过可补数量：委托 4000000100，可补 4000000000", "103"}));
+}
+
 TEST(TaskServer, AnAlgorithmCarriesAPatchOutWhenCommandAndLinesSaySo) {
   SServerRig rig;
   auto algo = rig.request({rig.param(1, 300)});
@@ -196,6 +268,22 @@ TEST(TaskServer, AnOrderProcessCountsOpenChildOrdersWhole) {
   rig.query({"103-1"});
   rig.answers();
   EXPECT_EQ(rig.m_process, (TC::OrderProcessMap{{"103-1", {{"SZ.1001", 300}}}}));
+  // What 32 bits do not hold is held at their end.
+  engine::SBasketOrder large = rig.basket();
+  large.m_lines = {large.m_lines[1], large.m_lines[1]};
+  for (engine::SOrderLine& line : large.m_lines) {
+    line.m_nOperation = EOT_Sell;
+    line.m_nQuantity = 2000000000;
+  }
+  algo.m_command.m_nTaskId = algo.m_nTaskId = rig.engine().startBasket(large);
+  rig.engine().operate(algo.m_nTaskId, {}, ETO_Cancel);
+  algo.m_params[0].m_nVolume = 2000000000;
+  algo.m_params.push_back(algo.m_params[0]);
+  rig.create(algo);
+  ASSERT_EQ(rig.answers(5000), Texts{"105"});
+  rig.query({"105-1"});
+  rig.answers();
+  EXPECT_EQ(rig.m_process, (TC::OrderProcessMap{{"105-1", {{"SZ.1001", UNSET_INT}}}}));
 }
 
 }  // namespace

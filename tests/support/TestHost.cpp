@@ -3,6 +3,7 @@
 #include <QTimer>
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <condition_variable>
 
 namespace test {
 namespace {
@@ -254,9 +255,20 @@ struct CTestHost::SServiceSet {
   };
 
   struct SJobs : utils::IJobMonitor {
-    void jobPosted(utils::EPanelJob) override {}
+    void jobPosted(utils::EPanelJob) override {
+      const Lock lock(m_mutex);
+      ++m_nPosted;
+    }
     void jobBegins(utils::EPanelJob) override {}
-    void jobEnded(utils::EPanelJob) override {}
+    void jobEnded(utils::EPanelJob) override {
+      const Lock lock(m_mutex);
+      ++m_nEnded;
+      m_changed.notify_all();
+    }
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    long m_nPosted = 0;
+    long m_nEnded = 0;
   };
 
   explicit SServiceSet(CTestHost& host)
@@ -449,6 +461,13 @@ void CTestHost::fireTimers() {
   for (const STimer& timer : take(m_timers)) {
     if (timer.context) timer.action();
   }
+}
+
+long CTestHost::waitForJobs() {
+  SServiceSet::SJobs& jobs = m_services->jobs;
+  std::unique_lock<std::mutex> lock(jobs.m_mutex);
+  jobs.m_changed.wait(lock, [&jobs] { return jobs.m_nPosted == jobs.m_nEnded; });
+  return jobs.m_nEnded;
 }
 
 void CTestHost::store(const ksservice::CTaskDetailPtr& detail) {

@@ -1,10 +1,8 @@
-/// A user who clicks about on a simulated day, and what must hold whatever he does.
+/// A user who clicks about on a random day, and what must hold whatever he does.
 #pragma once
 
-#include <set>
-#include <vector>
-
-#include "SafetyTruth.h"
+#include "SafetyHost.h"
+#include "tc/ITradeDockableWidget.h"
 
 namespace GV {
 class CCommonDialog;
@@ -13,84 +11,109 @@ class CHpfTreeTable;
 
 namespace test {
 
-/// What happened on days that were run.
-struct SSafetyCounts {
-  long m_nClicks = 0;
-  long m_nDialogs = 0;
-  long m_nAccepted = 0;
-  long m_nPatches = 0;   ///< tasks that were asked for after a dialog
-  long m_nDirect = 0;    ///< tasks that a host asked for without one
-  long m_nRefused = 0;   ///< creations
-  long m_nFigures = 0;   ///< rows whose figures were compared
-  long m_nMessages = 0;  ///< message boxes
-};
+/// How often things happened, in words.
+using SafetyCounts = std::map<std::string, long>;
+
+/// The line of a row that is named "SH.600000买入".
+LineKey lineOfRow(const std::string& account, const QString& row);
 
 /// Runs one day; GUI thread, one at a time.
-class CSafetyDay : public desk::IDeskObserver {
+class CSafetyDay : private IPanelWatcher {
  public:
-  CSafetyDay(std::uint64_t seed, SSafetyCounts& counts);
+  CSafetyDay(std::uint64_t seed, unsigned allowed, bool all, SafetyCounts& counts);
   ~CSafetyDay() override;
 
   void run();
-  /// The first rule that was broken, and what the user did before; empty: none.
-  std::string fault() const;
-
-  void onCreateTask(const desk::SCreateRequest& request) override;
-  void onCreateReply(const utils::KSError& error, int taskId) override;
-  void onTask(const desk::SPublication& publication) override;
-  void onOperateServerTask(const std::string& serverTaskKey, const ksservice::CTaskOpRecord& record) override;
-  void onOperateLocalTask(int taskId, const desk::AccountPtr& account, const ksservice::CTaskOpRecord& record) override;
-  void onPauseLocalTask(int taskId, const desk::AccountPtr& account) override;
-  void onResumeLocalTask(int taskId, const desk::AccountPtr& account) override;
+  /// The first rule that was broken, and what happened before; empty: none.
+  const std::string& fault() const { return m_strFault; }
 
  private:
   using Sends = std::vector<std::string>;
+  /// A dialog of a patch.
+  struct SConfirmation {
+    int m_nBasket = 0;
+    int m_nLetGo = 0;                      ///< how often the panel had let go of its tasks when it opened
+    int m_nDropped = 0;                    ///< ... and the user of this one
+    std::map<std::string, int> m_volumes;  ///< accepted, by row
+  };
 
+  void onAsked(const CTestHost::SCreation& request, SCreation& creation) override;
+  void onSent(const std::string& operation) override;
+  void note(const std::string& text) override;
   void check(bool holds, const std::string& rule);
-  void note(const std::string& act) { m_acts.push_back(act); }
+  bool has(EIngredient ingredient) const { return m_plan.has(ingredient); }
+
+  // The day
+  void step();
+  void refresh();
+  void quiet();
+  void learn(const Details& details);
+  void openPanel();
+  static void showQuantities(GV::CHpfTreeTable& table);
+  void load();
+  void reopen();
+  void startNewDay();
 
   // The user
-  void step();
   void act();
+  int anyBasket();
   void clickRowButton();
   void clickToolBar();
-  void sendEvent();
+  void sendEvent(int basket, int code);
   void patchDirectly();
-  void expectSends(const Sends& expected, const std::string& act);
+  void operate(const std::vector<int>& baskets, int operation, const std::string& words,
+               const std::function<void()>& click);
+  bool giveUp(int basket, int operation);
   Sends sendsOf(int basket, int operation) const;
   void appendSends(Sends& sends, int basket, bool patches, int operation) const;
-  int anyBasket();
-  bool hasServerTask(int basket) const;
 
   // His dialogs
   void work(GV::CCommonDialog& dialog);
   void editRows(GV::CCommonDialog& dialog);
-  void endDialog(GV::CCommonDialog& dialog);
+  void disturb(int basket);
+  void endDialog(GV::CCommonDialog& dialog, SConfirmation confirmation);
+  void onNewBasket(const QString& lines);
 
   // The rules
-  void refresh();
   void checkLimits();
+  Truth taken() const;
+  void checkRest(const std::string& what, const std::vector<std::pair<LineKey, long long>>& lines);
+  void checkNewest(int basket);
+  void checkConfirmation();
+  bool isWaiting(const SCreation& creation) const;
+  std::string rootStatus(int basket) const;
+  void checkWaits();
+  void checkStops();
+  LineKey figureKey(LineKey line) const;
+  std::string accountOf(const QString& node) const;
   void checkFigures();
+  void checkFresh();
 
   std::uint64_t m_nSeed;
-  SSafetyCounts& m_counts;
+  SafetyCounts& m_counts;
   SDayPlan m_plan;
   Random m_random;
-  std::vector<std::string> m_acts;
+  std::vector<std::string> m_notes;
   std::string m_strFault;
-  CSafetyMarket m_market;
-  GV::CHpfTreeTable* m_pTable;
+  CSafetyHost m_host;
+  std::unique_ptr<TC::ITradeDockableWidget> m_pPanel;
+  GV::CHpfTreeTable* m_pTable = nullptr;
+  int m_nLetGo = 0;
 
-  std::vector<ksservice::CTaskDetailPtr> m_seen;  ///< details as the panel saw them last
-  Sends m_sends;                                  ///< since the last click
-  bool m_bConfirmed = false;                      ///< a dialog was accepted with a patch, and no task asked for yet
-  bool m_bDirect = false;                         ///< a direct patch is under way
-  std::map<std::string, int> m_confirmed;         ///< what the dialog said, by its rows' names
-  struct SAsked {
-    std::map<LineKey, int> m_volumes;
-  };
-  std::deque<SAsked> m_asked;      ///< creations without an answer, the oldest first
-  std::set<int> m_patchesStarted;  ///< tasks whose detail came, while their creation had no answer yet
+  Details m_known;                       ///< as the panel saw them last
+  std::map<std::string, int> m_arrived;  ///< details of patches: the status in which it saw them first
+  std::set<std::string> m_stopped;       ///< of these, those that need no stop any more
+  std::set<std::string> m_paused;        ///< ... no pause
+  std::multiset<std::string> m_stops;    ///< sent to what arrived
+  std::map<LineKey, long long> m_handedOver;
+  std::map<int, int> m_drops;  ///< by basket
+  std::set<int> m_asked;       ///< baskets of which the user has asked for a patch, and not given it up
+  bool m_bOperating = false;   ///< what is sent now is what a click asks for
+  Sends m_sends;
+  Sends m_dropSends;  ///< that must follow a new basket
+  bool m_bConfirmed = false;
+  bool m_bDirect = false;
+  SConfirmation m_confirmation;
   std::set<GV::CCommonDialog*> m_open;
 };
 

@@ -1,175 +1,398 @@
-#include "SafetyMarket.h"
+#include <algorithm>
+#include <boost/make_shared.hpp>
+#include <list>
 
-#include <QCoreApplication>
-#include <utility>
-
-#include "CBasketTasksPanel.h"
+#include "SafetyServer.h"
+#include "ksservice/Operations.h"
+#include "utils/Keys.h"
 
 namespace test {
 namespace {
 
 using namespace ksservice;
+using Lines = std::vector<CCodeOrderParam>;
 
-constexpr int SECURITIES = 8;
-constexpr exchange::SDate DATE{2026, 11, 23};
-/// A task that no server knows.
-const char* const NO_TASK = "0-0";
+struct SOrder {
+  COrderInfoPtr m_pInfo;  ///< never changed
+  std::size_t m_nLine;
+  int m_nParamIndex;  ///< that its progress names
+  bool m_bCancelled = false;
 
-exchange::SInstrument makeInstrument(int number, Random& random) {
-  static const struct {
-    const char* market;
-    int firstCode;
-  } KINDS[] = {{"SH", 600000}, {"SZ", 1000}, {"SH", 688000}, {"BJ", 830000}};
-  const auto& kind = KINDS[number % 4];
-  exchange::SInstrument instrument;
-  instrument.m_strMarket = kind.market;
-  instrument.m_strCode = std::to_string(kind.firstCode + number);
-  instrument.m_strName = "S" + instrument.m_strCode;
-  instrument.m_dPrevClose = 5 + below(random, 2000) / 100.0;
-  instrument.m_dVolume = chance(random, 10) ? 0 : 1e5 * (1 + below(random, 300));
-  return instrument;
+  bool isOpen() const { return !m_pInfo->m_bCompleted; }
+  /// What it has traded or may still.
+  long long claim() const { return isOpen() ? m_pInfo->m_nVolume : m_pInfo->m_nTradedVolume; }
+};
+
+struct SSubTask {
+  CTaskDetail m_state;  ///< but its orders
+  std::vector<SOrder> m_orders;
+  bool m_bStopping = false;  ///< nothing more is sent
+  bool m_bChanged = true;
+
+  bool isOver() const { return m_state.m_nStatus >= ETS_Finished; }
+  bool isPatch() const { return m_state.m_pCommand->m_bPatch; }
+  long long ordered(std::size_t line) const {
+    long long sum = 0;
+    for (const SOrder& order : m_orders) sum += order.m_nLine == line ? order.claim() : 0;
+    return sum;
+  }
+};
+
+LineKey keyOf(const CCodeOrderParam& param) {
+  return engine::lineKeyOf(param.m_pAccount->getKey(), param.m_stock, param.m_nOperation);
 }
 
-TC::SAlgoParams makeAlgo(Random& random) {
-  TC::SAlgoParams algo;
-  algo.m_eAlgorithm = static_cast<TC::EAlgorithm>(below(random, 3));
-  algo.m_nStart += 60 * below(random, 60);
-  algo.m_nEnd -= 60 * below(random, 180);
-  algo.m_nSlices = 1 + below(random, 20);
-  algo.m_dRate = 0.05 + 0.01 * below(random, 30);
-  return algo;
+class CSafetyMarket : public ISafetyServer {
+ public:
+  CSafetyMarket(const SDayPlan& plan, Random& random, Tell tell)
+      : m_plan(plan),
+        m_random(random),
+        m_tell(std::move(tell)),
+        m_nEndPercent(5 + below(random, 25)),
+        m_nMessagePercent(chance(random, 50) ? 0 : 10) {}
+
+  int start(const engine::SBasketOrder& basket) override;
+  /// Lets something happen to each sub-task, whatever time has passed.
+  void advanceTo(std::int64_t msec) override {
+    m_nNow = msec;
+    for (SSubTask& task : m_subTasks) live(task);
+    publish();
+  }
+  void create(const desk::SCreateRequest& request, Created done) override;
+  void operate(const std::string& serverTaskKey, int operation, Operated done) override {
+    SSubTask* task = find(serverTaskKey);
+    const bool applied = task && chance(m_random, 85) && apply(*task, operation);
+    publish();
+    done(applied ? "" : "任务 " + serverTaskKey + " 不能操作");
+  }
+  void operateLocal(int taskId, const std::string& account, int operation) override;
+  void query(const std::vector<std::string>& serverTaskKeys, Answered done) override;
+  Truth truth(const Counts& counts) const override;
+  void endDay() override;
+
+ private:
+  int make(COrderCommand command, const Lines& lines);
+  std::vector<Lines> partsOf(const Lines& lines, bool together);
+  std::string fault(const desk::SCreateRequest& request) const;
+  void live(SSubTask& task);
+  void send(SSubTask& task, std::size_t line);
+  void trade(SSubTask& task, SOrder& order);
+  void stop(SSubTask& task);
+  void endIfDone(SSubTask& task);
+  void end(SSubTask& task, int status);
+  bool apply(SSubTask& task, int operation);
+  void publish();
+  boost::shared_ptr<TC::CTaskProgress> progressOf(const SSubTask& task) const;
+  SSubTask* find(const std::string& serverTaskKey);
+  int seconds() const { return static_cast<int>(m_plan.m_engine.m_nDayStart + m_nNow / 1000); }
+
+  const SDayPlan& m_plan;
+  Random& m_random;
+  Tell m_tell;
+  std::int64_t m_nNow = exchange::DAY_OPENS;
+  int m_nTasks = 0;
+  int m_nEndPercent;
+  int m_nMessagePercent;
+  std::list<SSubTask> m_subTasks;
+};
+
+// Tasks
+
+int CSafetyMarket::start(const engine::SBasketOrder& basket) {
+  COrderCommand command;
+  command.m_nTaskId = m_nTasks + 1;
+  command.m_nTraderType = m_plan.m_engine.m_nTraderType;
+  command.m_strUser = m_plan.m_engine.m_strUser;
+  command.m_strLogin = m_plan.m_engine.m_strLogin;
+  command.m_nBasketType = ECBT_Basket;
+  command.m_strBasketName = basket.m_strName;
+  command.m_nOrderType = basket.m_algo ? EORT_Algo : EORT_Plain;
+  command.m_strAlgoParams = basket.m_algo ? basket.m_algo->format() : std::string();
+  Lines lines;
+  const auto parts = engine::splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()));
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    for (const engine::SOrderLine& line : parts[i]) {
+      CCodeOrderParam& param = lines.emplace_back();
+      param.m_pAccount = basket.m_accounts[i];
+      param.m_stock = line.m_stock;
+      param.m_nOperation = line.m_nOperation;
+      param.m_nOrderType = command.m_nOrderType;
+      param.m_dPrice = line.m_dReference;
+      param.m_nVolume = line.m_nQuantity;
+    }
+  }
+  return make(std::move(command), lines);
+}
+
+int CSafetyMarket::make(COrderCommand command, const Lines& lines) {
+  command.m_nCommandId = ++m_nTasks;
+  command.m_strKey = COrderCommand::genKey(command.m_nCommandId, command.m_nNumber);
+  const auto shared = boost::make_shared<COrderCommand>(std::move(command));
+  const bool algo = shared->m_nOrderType != EORT_Plain;
+  // A task may have parts that the server carries out beside others of the terminal.
+  const bool both = !shared->m_bPatch && chance(m_random, 15);
+  int number = 0;
+  for (Lines& part : partsOf(lines, shared->m_bPatch && m_plan.has(ING_Mixed) && chance(m_random, 50))) {
+    CTaskDetail& state = m_subTasks.emplace_back().m_state;
+    state.m_nTaskId = m_nTasks;
+    state.m_nNumber = ++number;
+    state.m_strKey = CTaskDetail::genKey(m_nTasks, number);
+    state.m_nStatus = ETS_Running;
+    state.m_nStartTime = seconds();
+    state.m_bServerTask = algo && !(both && number == 1);
+    state.m_pCommand = shared;
+    state.m_params = std::move(part);
+  }
+  publish();
+  return m_nTasks;
+}
+
+/// One part for each account, or all together; some of them in two that share some of the lines.
+std::vector<Lines> CSafetyMarket::partsOf(const Lines& lines, bool together) {
+  std::map<std::string, Lines> parts;
+  for (const CCodeOrderParam& param : lines) {
+    const std::string key = together ? std::string() : param.m_pAccount->getKey();
+    const int kind = m_plan.has(ING_Splits) ? below(m_random, 3) : 0;
+    const int first = kind == 0 ? param.m_nVolume : kind == 1 ? 0 : below(m_random, param.m_nVolume);
+    if (first > 0) parts[key].emplace_back(param).m_nVolume = first;
+    if (first < param.m_nVolume) parts[key + "'"].emplace_back(param).m_nVolume = param.m_nVolume - first;
+  }
+  std::vector<Lines> list;
+  list.reserve(parts.size());
+  for (auto& part : parts) list.push_back(std::move(part.second));
+  return list;
+}
+
+// What happens
+
+void CSafetyMarket::live(SSubTask& task) {
+  const bool sends = task.m_state.m_nStatus == ETS_Running && !task.m_bStopping;
+  for (std::size_t line = 0; line < task.m_state.m_params.size(); ++line) {
+    if (sends && chance(m_random, 50)) send(task, line);
+  }
+  for (SOrder& order : task.m_orders) {
+    if (order.isOpen() && chance(m_random, 40)) trade(task, order);
+  }
+  if (sends && chance(m_random, m_nEndPercent)) stop(task);
+  endIfDone(task);
+}
+
+void CSafetyMarket::send(SSubTask& task, std::size_t line) {
+  const CCodeOrderParam& param = task.m_state.m_params[line];
+  const int unsent = static_cast<int>(param.m_nVolume - task.ordered(line));
+  if (unsent <= 0) return;
+  static const std::vector<std::string> connected = {"HK", "HGT", "SGT"};
+  const std::string& market = param.m_stock.m_strMarket;
+  const bool anyMarket = std::count(connected.begin(), connected.end(), market) > 0 && chance(m_random, 60);
+  auto info = boost::make_shared<COrderInfo>();
+  info->m_strKey = task.m_state.getKey() + "-" + std::to_string(task.m_orders.size() + 1);
+  info->m_tag = CMavOrderTag(info->m_strKey);
+  info->m_strMarket = anyMarket ? connected[static_cast<std::size_t>(below(m_random, 3))] : market;
+  info->m_strCode = param.m_stock.m_strCode;
+  info->m_nOperation = param.m_nOperation;
+  info->m_nVolume = chance(m_random, 60) ? unsent : 1 + below(m_random, unsent);
+  info->m_dPrice = param.m_dPrice > 0 ? param.m_dPrice : 10;
+  int index = static_cast<int>(line);
+  if (m_plan.has(ING_Indices) && chance(m_random, 50)) {
+    index = chance(m_random, 50) ? 0 : below(m_random, static_cast<int>(task.m_state.m_params.size()) + 2) - 1;
+  }
+  task.m_orders.push_back({info, line, index});
+  task.m_bChanged = true;
+}
+
+/// Fills an order, whole or in part, or ends it.
+void CSafetyMarket::trade(SSubTask& task, SOrder& order) {
+  const auto info = boost::make_shared<COrderInfo>(*order.m_pInfo);
+  const int left = info->m_nVolume - info->m_nTradedVolume;
+  const int kind = task.m_bStopping ? 100 : below(m_random, 100);
+  const int fill = kind < 45 ? left : kind < 85 || chance(m_random, 20) ? 1 + below(m_random, left) : 0;
+  info->m_nTradedVolume += fill;
+  info->m_dTradedAmount += fill * info->m_dPrice;
+  order.m_bCancelled = kind >= 85 && fill < left;
+  info->m_bCompleted = order.m_bCancelled || fill == left;
+  info->m_bHasMessage = order.m_bCancelled && chance(m_random, m_nMessagePercent);
+  if (info->m_bHasMessage) info->m_strMessage = "rejected";
+  order.m_pInfo = info;
+  task.m_bChanged = true;
+}
+
+void CSafetyMarket::stop(SSubTask& task) {
+  task.m_bStopping = task.m_bChanged = true;
+  for (SOrder& order : task.m_orders) {
+    if (order.isOpen() && chance(m_random, 50)) trade(task, order);
+  }
+}
+
+void CSafetyMarket::endIfDone(SSubTask& task) {
+  if (task.isOver()) return;
+  const bool open =
+      std::any_of(task.m_orders.begin(), task.m_orders.end(), [](const auto& each) { return each.isOpen(); });
+  long long left = 0;
+  for (const CCodeOrderParam& param : task.m_state.m_params) left += param.m_nVolume;
+  for (const SOrder& order : task.m_orders) left -= order.m_pInfo->m_nTradedVolume;
+  if (left == 0) return end(task, ETS_Finished);
+  if (!task.m_bStopping || (open && !(m_plan.has(ING_OpenEnds) && chance(m_random, 50)))) return;
+  // Of a patch the server may say that it is finished although something is left.
+  const int kind = below(m_random, 100);
+  end(task, kind < 20 ? ETS_ExecutionError : kind < 30 && task.isPatch() ? ETS_Finished : ETS_Cancelled);
+}
+
+void CSafetyMarket::end(SSubTask& task, int status) {
+  task.m_bStopping = task.m_bChanged = true;
+  task.m_state.m_nStatus = status;
+  task.m_state.m_nEndTime = seconds();
+  if (chance(m_random, m_nMessagePercent)) task.m_state.m_strMessage = "ended";
+}
+
+void CSafetyMarket::endDay() {
+  for (SSubTask& task : m_subTasks) {
+    task.m_bStopping = true;
+    for (SOrder& order : task.m_orders) {
+      while (order.isOpen()) trade(task, order);
+    }
+    endIfDone(task);
+  }
+  publish();
+}
+
+// What is asked for
+
+void CSafetyMarket::create(const desk::SCreateRequest& request, Created done) {
+  const std::string text = chance(m_random, 10) ? "服务器繁忙" : fault(request);
+  if (!text.empty()) return done(text, 0);
+  COrderCommand command = request.m_command;
+  command.m_bPatch = true;
+  const bool algorithmic = std::all_of(request.m_params.begin(), request.m_params.end(), [](const auto& param) {
+    return DataHelper::isAlgoOrderType(param.m_nOrderType);
+  });
+  if (command.m_strAlgoParams.empty() || !algorithmic) command.m_nOrderType = EORT_Plain;
+  done({}, make(std::move(command), request.m_params));
+}
+
+std::string CSafetyMarket::fault(const desk::SCreateRequest& request) const {
+  if (request.m_params.empty()) return "没有委托明细";
+  Truth lines = truth([](const CTaskDetail&) { return true; });
+  for (const CCodeOrderParam& param : request.m_params) {
+    SLineTruth& line = lines[keyOf(param)];
+    line.m_nMayTrade += param.m_nVolume;
+    if (param.m_nVolume < 1) return param.getKey() + " 的数量小于 1";
+    if (line.m_nMayTrade > line.m_nTarget) return param.getKey() + " 超过可补数量";
+  }
+  return {};
+}
+
+SSubTask* CSafetyMarket::find(const std::string& serverTaskKey) {
+  const auto found = std::find_if(m_subTasks.begin(), m_subTasks.end(), [&](const SSubTask& task) {
+    return task.m_state.m_bServerTask && task.m_state.getKey() == serverTaskKey;
+  });
+  return found == m_subTasks.end() ? nullptr : &*found;
+}
+
+void CSafetyMarket::operateLocal(int taskId, const std::string& account, int operation) {
+  for (SSubTask& task : m_subTasks) {
+    const bool meant = task.m_state.m_nTaskId == taskId && !task.m_state.m_bServerTask &&
+                       task.m_state.m_params.front().m_pAccount->getKey() == account;
+    if (meant && !(m_plan.has(ING_NewBasket) && chance(m_random, 10))) apply(task, operation);
+  }
+  publish();
+}
+
+/// False when the operation is refused.
+bool CSafetyMarket::apply(SSubTask& task, int operation) {
+  int& status = task.m_state.m_nStatus;
+  if (operation == ETO_Drop) {
+    if (status == ETS_Finished) return false;
+    if (!task.m_bStopping) stop(task);
+    end(task, ETS_Dropped);
+    return true;
+  }
+  if (task.m_bStopping) return operation == ETO_Cancel;
+  if (operation == ETO_Cancel) stop(task);
+  if (operation == ETO_Pause) status = ETS_Paused;
+  if (operation == ETO_Resume) status = ETS_Running;
+  task.m_bChanged = true;
+  endIfDone(task);
+  return true;
+}
+
+void CSafetyMarket::query(const std::vector<std::string>& serverTaskKeys, Answered done) {
+  TC::OrderProcessMap data;
+  for (const std::string& key : serverTaskKeys) {
+    const SSubTask* task = find(key);
+    if (!task) return done("任务 " + key + " 不存在", {});
+    auto& numbers = data[key];
+    const auto add = [&numbers](const std::string& market, const std::string& code, long long claim) {
+      int& number = numbers[utils::mavStockKey(market, code)];
+      number = static_cast<int>(std::min<long long>(number + claim, UNSET_INT));
+    };
+    for (const CCodeOrderParam& param : task->m_state.m_params)
+      add(param.m_stock.m_strMarket, param.m_stock.m_strCode, 0);
+    for (const SOrder& order : task->m_orders) add(order.m_pInfo->m_strMarket, order.m_pInfo->m_strCode, order.claim());
+  }
+  done({}, data);
+}
+
+// What is told
+
+void CSafetyMarket::publish() {
+  for (SSubTask& task : m_subTasks) {
+    if (!std::exchange(task.m_bChanged, false)) continue;
+    desk::SPublication publication;
+    publication.m_pDetail = boost::make_shared<CTaskDetail>(task.m_state);
+    if (task.m_state.m_bServerTask) {
+      m_tell(publication, progressOf(task));
+      continue;
+    }
+    for (const SOrder& order : task.m_orders) {
+      publication.m_pDetail->m_orders.push_back(order.m_pInfo);
+      const auto known = boost::make_shared<COrderDetail>();
+      known->m_bCancelled = order.m_bCancelled;
+      publication.m_orderDetails.emplace_back(order.m_pInfo->m_tag, known);
+    }
+    m_tell(publication, nullptr);
+  }
+}
+
+boost::shared_ptr<TC::CTaskProgress> CSafetyMarket::progressOf(const SSubTask& task) const {
+  auto progress = boost::make_shared<TC::CTaskProgress>();
+  for (const SOrder& order : task.m_orders) {
+    const COrderInfo& info = *order.m_pInfo;
+    TC::CProgressOrder& entry = progress->m_orders.emplace_back();
+    entry.m_strMapKey = task.m_state.m_params[order.m_nLine].m_pAccount->m_strDisplayId + ":" + info.getKey();
+    entry.m_nParamIndex = order.m_nParamIndex;
+    entry.m_detail.m_strKey = info.getKey();
+    entry.m_detail.m_strMarket = info.m_strMarket;
+    entry.m_detail.m_strCode = info.m_strCode;
+    entry.m_detail.m_nTradedVolume = info.m_nTradedVolume;
+    entry.m_detail.m_dTradedAmount = info.m_dTradedAmount;
+    entry.m_detail.m_bCancelled = order.m_bCancelled;
+  }
+  return progress;
+}
+
+Truth CSafetyMarket::truth(const Counts& counts) const {
+  Truth truth;
+  for (const SSubTask& task : m_subTasks) {
+    const Lines& params = task.m_state.m_params;
+    const bool counted = counts(task.m_state);
+    for (std::size_t i = 0; i < params.size(); ++i) {
+      SLineTruth& line = truth[keyOf(params[i])];
+      if (!task.isPatch()) line.m_nTarget += params[i].m_nVolume;
+      if (counted) line.m_nMayTrade += task.m_bStopping ? task.ordered(i) : params[i].m_nVolume;
+    }
+    for (const SOrder& order : task.m_orders) {
+      SLineTruth& line = truth[keyOf(params[order.m_nLine])];
+      line.m_nTraded += order.m_pInfo->m_nTradedVolume;
+      line.m_dAmount += order.m_pInfo->m_dTradedAmount;
+    }
+  }
+  return truth;
 }
 
 }  // namespace
 
-void CUnreliableDriver::createTask(const desk::SCreateRequest& request) {
-  desk::SCreateRequest spoilt = request;
-  if (chance(m_random, 15)) spoilt.m_params.clear();
-  CEngineDriver::createTask(spoilt);
-}
-
-void CUnreliableDriver::operateServerTask(const std::string& serverTaskKey, const desk::OpRecordPtr& record) {
-  CEngineDriver::operateServerTask(chance(m_random, 15) ? NO_TASK : serverTaskKey, record);
-}
-
-void CUnreliableDriver::queryOrderProcess(const std::vector<std::string>& serverTaskKeys) {
-  std::vector<std::string> spoilt = serverTaskKeys;
-  if (chance(m_random, 10)) spoilt.emplace_back(NO_TASK);
-  if (chance(m_random, 10)) spoilt.erase(spoilt.begin() + below(m_random, static_cast<int>(spoilt.size())));
-  CEngineDriver::queryOrderProcess(spoilt);
-}
-
-SDayPlan::SDayPlan(std::uint64_t seed) : m_random(seed) {
-  for (int i = 0; i < SECURITIES; ++i) m_instruments.push_back(makeInstrument(i, m_random));
-  const int accounts = 1 + below(m_random, 2);
-  for (int i = 1; i <= accounts; ++i) {
-    auto account = boost::make_shared<CAccountInfo>();
-    account->m_strKey = "A" + std::to_string(i);
-    account->m_strDisplayId = std::to_string(1000 + i);
-    account->m_strName = "N" + std::to_string(i);
-    m_accounts.push_back(account);
-  }
-  m_exchange.m_nSeed = seed;
-  m_exchange.m_nDayStart = exchange::dayStartOf(DATE);
-  m_exchange.m_dRejectRate = chance(m_random, 40) ? 0.1 : 0;
-  m_exchange.m_nLatencyMsec = chance(m_random, 30) ? 20000 : 20;
-  m_engine.m_nDayStart = m_exchange.m_nDayStart;
-  m_engine.m_dOrdersPerSecond = chance(m_random, 50) ? 0.02 : 50;
-  m_engine.m_nPublishMsec = 1000;
-  const int latencies[] = {200, 5000, 60000, 300000};
-  m_engine.m_nReplyMsec = latencies[below(m_random, 4)];
-  m_engine.m_strUser = "u1";
-  m_engine.m_strLogin = "L1";
-  const int baskets = 1 + below(m_random, 3);
-  for (int i = 0; i < baskets; ++i) planBasket();
-}
-
-void SDayPlan::planBasket() {
-  engine::SBasketOrder& basket = m_baskets.emplace_back();
-  basket.m_strName = "b" + std::to_string(m_baskets.size());
-  basket.m_accounts = m_accounts;
-  if (chance(m_random, 40)) basket.m_algo = makeAlgo(m_random);
-  for (const exchange::SInstrument& instrument : m_instruments) {
-    if (chance(m_random, 40)) continue;
-    engine::SOrderLine& line = basket.m_lines.emplace_back();
-    line.m_stock = {instrument.m_strMarket, instrument.m_strCode, instrument.m_strName};
-    line.m_nOperation = chance(m_random, 60) ? EOT_Buy : EOT_Sell;
-    const exchange::SRules rules = exchange::rulesOf(instrument);
-    const int step = line.m_nOperation == EOT_Buy ? rules.m_nBuyStep : 1;
-    line.m_nMinimum = rules.m_nBuyMinimum;
-    line.m_nQuantity = rules.m_nBuyMinimum + step * below(m_random, 20000 / step);
-    line.m_dReference = instrument.m_dPrevClose;
-  }
-  if (basket.m_lines.empty()) m_baskets.pop_back();
-}
-
-CSafetyMarket::CSafetyMarket(SDayPlan& plan, desk::IDeskObserver& observer)
-    : m_observer(observer),
-      m_services(m_desk, desk::CHostServices::EClock::Manual),
-      m_driver(plan.m_random,
-               [this](app::CEngineDriver::Operation operation) { m_operations.push_back(std::move(operation)); }) {
-  m_services.install();
-  fillDesk(plan);
-  m_pSimulation = std::make_unique<engine::CSimulation>(m_desk, plan.m_instruments, plan.m_exchange, plan.m_engine,
-                                                        exchange::DAY_OPENS);
-  m_desk.requests().setDriver(&m_driver);
-  m_desk.addObserver(&m_observer);
-  m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
-  m_pPanel->setTradeType(EMTT_Stock);
-  settle();
-  for (const engine::SBasketOrder& basket : plan.m_baskets) m_pSimulation->engine().startBasket(basket);
-}
-
-CSafetyMarket::~CSafetyMarket() {
-  m_pPanel.reset();
-  m_desk.removeObserver(&m_observer);
-  m_desk.requests().setDriver(nullptr);
-}
-
-void CSafetyMarket::fillDesk(const SDayPlan& plan) {
-  desk::SSession session;
-  session.m_strUser = plan.m_engine.m_strUser;
-  session.m_strLogin = plan.m_engine.m_strLogin;
-  session.m_nTraderType = EMTT_Stock;
-  session.m_nNow = plan.m_engine.m_nDayStart;
-  session.m_settings.m_bRawQuantity = true;
-  m_desk.setSession(session);
-  for (const auto& account : plan.m_accounts) {
-    desk::SAccount entry;
-    entry.m_pInfo = account;
-    m_desk.addAccount(entry);
-  }
-  for (const exchange::SInstrument& instrument : plan.m_instruments) {
-    const exchange::SRules rules = exchange::rulesOf(instrument);
-    TC::CCodeInfo info;
-    info.m_strMarket = instrument.m_strMarket;
-    info.m_strCode = instrument.m_strCode;
-    info.m_strName = instrument.m_strName;
-    info.m_nTradeMinUnit = rules.m_nBuyMinimum;
-    info.m_nUiMinUnit = rules.m_nBuyStep;
-    info.m_nTradeUnit = 100;
-    m_desk.setInstrument(info);
-  }
-}
-
-void CSafetyMarket::advanceTo(std::int64_t msec) {
-  while (!m_operations.empty()) {
-    const app::CEngineDriver::Operation operation = std::move(m_operations.front());
-    m_operations.pop_front();
-    operation(*m_pSimulation);
-  }
-  m_pSimulation->advanceTo(msec);
-}
-
-bool CSafetyMarket::startRefresh() { return m_services.manualClock()->firePendingTimer(); }
-
-void CSafetyMarket::settle() {
-  do {
-    while (!m_desk.gate().waitIdle(10)) {
-    }
-    QCoreApplication::sendPostedEvents();
-    QCoreApplication::processEvents();
-  } while (!m_desk.gate().isIdle());
+std::unique_ptr<ISafetyServer> makeSafetyMarket(const SDayPlan& plan, Random& random, ISafetyServer::Tell tell) {
+  return std::make_unique<CSafetyMarket>(plan, random, std::move(tell));
 }
 
 }  // namespace test

@@ -1,0 +1,33 @@
+#include "LineVolumes.h"
+
+#include "ksservice/Operations.h"
+#include "utils/Keys.h"
+
+namespace engine {
+
+using namespace ksservice;
+
+LineKey lineKeyOf(const std::string& accountKey, const CStockInfo& stock, int operation) {
+  const bool connect = stock.m_strMarket == "HGT" || stock.m_strMarket == "SGT";
+  return {accountKey, utils::mavStockKey(connect ? "HK" : stock.m_strMarket, stock.m_strCode), operation};
+}
+
+std::string lineText(const LineKey& line) {
+  const auto& [account, instrument, operation] = line;
+  return account + " " + instrument + operationValueToString(operation);
+}
+
+LineVolumes remaindersOf(int basketId, const std::vector<std::unique_ptr<CSubTask>>& subTasks) {
+  LineVolumes left;
+  for (const auto& task : subTasks) {
+    if (task->basketId() != basketId) continue;
+    for (std::size_t i = 0; i < task->lines().size(); ++i) {
+      const SOrderLine& line = task->lines()[i];
+      const int target = task->isPatch() ? 0 : line.m_nQuantity;
+      left[lineKeyOf(task->accountKey(), line.m_stock, line.m_nOperation)] += target - task->claimed(i);
+    }
+  }
+  return left;
+}
+
+}  // namespace engine

@@ -1,0 +1,289 @@
+#include "SafetyHost.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+
+#include "ksservice/Operations.h"
+#include "utils/Keys.h"
+
+namespace test {
+
+using namespace ksservice;
+
+namespace {
+
+utils::KSError errorOf(const std::string& refusal) {
+  return refusal.empty() ? utils::KSError() : utils::KSError(refusal);
+}
+
+}  // namespace
+
+std::string operationText(const CTaskDetail& detail, int operation) {
+  const std::string local = std::to_string(detail.m_nTaskId) + "@" + detail.m_params.front().m_pAccount->getKey();
+  return (detail.m_bServerTask ? detail.getKey() : local) + " " + std::to_string(operation);
+}
+
+CSafetyHost::CSafetyHost(SDayPlan& plan, Random& random, IPanelWatcher& watcher)
+    : m_plan(plan), m_random(random), m_watcher(watcher) {
+  utils::CLogCenter::instance().setObserver({});
+  m_front.holdTimers();
+  for (const auto& account : plan.m_accounts) m_front.setAccount(*account);
+  const auto tell = [this](const desk::SPublication& publication, const auto& progress) {
+    SSource& source = m_sources[publication.m_pDetail->getKey()];
+    source.m_waiting.push_back(publication);
+    source.m_pProgress = progress;
+    m_front.setCommand(*publication.m_pDetail->m_pCommand);
+  };
+  m_pServer = plan.has(ING_Engine) ? makeSafetyEngine(plan, tell) : makeSafetyMarket(plan, random, tell);
+  while (m_baskets.size() < plan.m_baskets.size()) startBasket();
+}
+
+void CSafetyHost::startBasket() {
+  for (const TC::CCodeInfo& info : m_plan.m_instruments) m_front.setInstrument(info);
+  const engine::SBasketOrder& basket = m_plan.m_baskets[m_baskets.size()];
+  for (const engine::SOrderLine& line : basket.m_lines) {
+    const double price = line.m_dReference;
+    m_front.setQuote(line.m_stock.m_strMarket, line.m_stock.m_strCode,
+                     {price, price - 0.25, price + 0.25, price, price, 2 * price, price / 2});
+  }
+  m_baskets.push_back(m_pServer->start(basket));
+}
+
+// What the server tells
+
+/// A patch of a task that the panel has never heard of is no case of a host: the task's own details come first.
+bool CSafetyHost::canCome(const SSource& source) const {
+  if (source.m_waiting.empty()) return false;
+  const COrderCommand& command = *source.m_waiting.front().m_pDetail->m_pCommand;
+  return !command.m_bPatch || m_shown.contains(command.m_nTaskId);
+}
+
+/// newest: leaves out what is older; feed: not only into the data centre.
+void CSafetyHost::deliver(const std::string& key, SSource& source, bool newest, bool feed) {
+  while (newest && source.m_waiting.size() > 1) source.m_waiting.pop_front();
+  if (!source.m_waiting.empty()) {
+    m_stored[key] = source.m_waiting.front().m_pDetail;
+    for (const auto& [tag, known] : source.m_waiting.front().m_orderDetails) {
+      m_front.setOrderDetail(tag.text(), known->m_bCancelled);
+    }
+    source.m_waiting.pop_front();
+  }
+  const CTaskDetailPtr detail = m_stored[key];
+  const int task = detail->m_pCommand->m_nTaskId;
+  m_watcher.note((feed ? "detail " : "stored, not fed: detail ") + key +
+                 (detail->m_pCommand->m_bPatch ? " (patch of " + std::to_string(task) + ")" : "") + ", status " +
+                 std::to_string(detail->m_nStatus));
+  source.m_bOwed = !feed;
+  if (!feed) return m_front.store(detail);
+  m_front.deliver(detail);
+  m_fed[key] = detail;
+  m_shown.insert(task);
+}
+
+void CSafetyHost::deliverProgress(const std::string& key, SSource& source) {
+  if (source.m_pProgress) m_front.setProgress(key, *source.m_pProgress);
+  source.m_pDelivered = source.m_pProgress;
+}
+
+void CSafetyHost::flush() {
+  waitForJobs();
+  // Twice: a patch comes after its basket's own.
+  for (int round = 0; round < 2; ++round) {
+    for (auto& [key, source] : m_sources) {
+      const bool behind = source.m_bOwed || source.m_pDelivered != source.m_pProgress;
+      if (!canCome(source) && !(behind && source.m_waiting.empty())) continue;
+      deliverProgress(key, source);
+      deliver(key, source, true, true);
+    }
+  }
+}
+
+/// Nothing is delivered while a job of the panel runs, so that a day does not hang on the speed of threads: a job has
+/// seen all that was told before.
+void CSafetyHost::waitForJobs() {
+  const long ended = m_front.waitForJobs();
+  if (ended == std::exchange(m_nJobs, ended)) return;
+  for (const auto& [key, detail] : std::exchange(m_fed, {})) m_seen[key] = detail;
+}
+
+Details CSafetyHost::takeSeen() {
+  waitForJobs();
+  return std::exchange(m_seen, {});
+}
+
+const Details& CSafetyHost::load() {
+  m_fed.clear();
+  m_seen.clear();
+  m_shown.clear();
+  for (const auto& entry : m_stored) m_shown.insert(entry.second->m_nTaskId);
+  return m_stored;
+}
+
+// What the panel asks
+
+void CSafetyHost::pump() {
+  for (const CTestHost::SCreation& request : m_front.takeCreations()) ask(request);
+  for (const CTestHost::SCall& call : m_front.takeCalls()) operate(call);
+  for (const CTestHost::SQuery& each : m_front.takeQueries()) query(each);
+}
+
+/// late: it takes up to the day's latency.
+void CSafetyHost::post(EWay way, int percentLost, bool late, std::function<void()> deliver) {
+  if (chance(m_random, m_plan.has(ING_Lost) ? percentLost : 0)) return m_watcher.note("  lost on the way");
+  m_letters.push_back({way, m_nNow + (late ? below(m_random, m_plan.m_nLatencyMsec) : 0), std::move(deliver)});
+}
+
+void CSafetyHost::ask(const CTestHost::SCreation& request) {
+  const auto creation = std::make_shared<SCreation>();
+  m_watcher.onAsked(request, *creation);
+  m_creations.push_back(creation);
+  const desk::SCreateRequest order{request.command, request.params, request.traderType, request.hedgeType,
+                                   request.taskId};
+  const std::string what = "a patch of " + std::to_string(request.taskId) + ": ";
+  const auto reply = [=, this, completion = request.completion](const std::string& refusal, int task) {
+    m_watcher.note("reply to " + what + (task ? std::to_string(task) : refusal));
+    creation->m_bTold = true;
+    creation->m_bFailed = !refusal.empty();
+    completion(errorOf(refusal), task);
+  };
+  post(EWay::Request, 8, true, [=, this] {
+    m_pServer->create(order, [=, this](const std::string& refusal, int task) {
+      creation->m_nTask = task;
+      m_watcher.note("server makes " + what + (task ? std::to_string(task) : refusal));
+      post(EWay::Reply, 15, m_plan.has(ING_Replies), [=] { reply(refusal, task); });
+    });
+  });
+}
+
+void CSafetyHost::operate(const CTestHost::SCall& call) {
+  using ECall = CTestHost::ECall;
+  const bool pauses = call.kind == ECall::PauseLocal;
+  if (!call.record && !pauses && call.kind != ECall::ResumeLocal) return;  // the hedge's
+  const bool server = call.kind == ECall::OperateServer;
+  const int operation = call.record ? call.record->m_nOperation : pauses ? -ETO_Pause : -ETO_Resume;
+  m_watcher.onSent((server ? call.key : std::to_string(call.id) + "@" + call.key) + " " + std::to_string(operation));
+  if (!call.record) return;  // the record does it
+  if (!server)
+    return post(EWay::Request, 0, true, [=, this] { m_pServer->operateLocal(call.id, call.key, operation); });
+  post(EWay::Request, 0, true, [=, this] {
+    m_pServer->operate(call.key, operation, [=, this](const std::string& refusal) {
+      post(EWay::Reply, 15, true, [=] { call.completion(errorOf(refusal), {}); });
+    });
+  });
+}
+
+void CSafetyHost::query(const CTestHost::SQuery& query) {
+  std::vector<std::string> tasks = query.tasks;
+  const int basket = m_stored.at(tasks.front())->m_pCommand->m_nTaskId;
+  const int number = m_queried[basket] = ++m_nQueries;
+  m_watcher.note("query " + std::to_string(number) + " of " + std::to_string(tasks.size()) + " server tasks");
+  if (chance(m_random, 8)) tasks.emplace_back("0-0");
+  const auto reply = [=, this, completion = query.completion](const std::string& refusal,
+                                                              const TC::OrderProcessMap& data) {
+    m_watcher.note("answer " + std::to_string(number) + " of " + std::to_string(data.size()) + " tasks " + refusal);
+    if (m_queried.contains(basket) && m_queried.at(basket) == number) m_queried.erase(basket);
+    completion(data, errorOf(refusal), {});
+  };
+  post(EWay::Request, 10, true, [=, this] {
+    m_pServer->query(tasks, [=, this](const std::string& refusal, TC::OrderProcessMap data) {
+      if (!data.empty() && chance(m_random, 10)) data.erase(data.begin());
+      post(EWay::Reply, 10, m_plan.has(ING_Queries), [=] { reply(refusal, data); });
+    });
+  });
+}
+
+/// Another terminal orders a part of what is left, by the same rules.
+void CSafetyHost::patchElsewhere() {
+  for (const auto& [key, line] : truth(false)) {
+    const long long left = line.m_nTarget - line.m_nMayTrade;
+    const int basket = basketOf(key);
+    if (left < 100 || !m_shown.contains(basket) || chance(m_random, 70)) continue;
+    desk::SCreateRequest request;
+    request.m_nTaskId = basket;
+    for (const auto& entry : m_stored) {
+      if (entry.second->m_nTaskId == basket) request.m_command = *entry.second->m_pCommand;
+    }
+    CCodeOrderParam& param = request.m_params.emplace_back();
+    param.m_pAccount = m_plan.account(std::get<0>(key));
+    utils::splitMavStockKey(std::get<1>(key), param.m_stock.m_strMarket, param.m_stock.m_strCode);
+    param.m_nOperation = std::get<2>(key);
+    param.m_nOrderType = chance(m_random, 50) ? request.m_command.m_nOrderType : EORT_Plain;
+    param.m_nVolume = static_cast<int>(std::min<long long>(left, 1 + below(m_random, 2000000000)));
+    // Nobody could tell it from a patch of the panel's own that orders exactly the same.
+    const bool twin = std::any_of(m_creations.begin(), m_creations.end(), [&, same = key](const CreationPtr& creation) {
+      return creation->m_lines.contains(same) && creation->m_lines.at(same) == param.m_nVolume;
+    });
+    if (twin) return;
+    return m_pServer->create(request, [this, basket](const std::string& refusal, int task) {
+      if (!refusal.empty()) return;
+      m_foreign.insert(task);
+      m_watcher.note("another terminal makes a patch of " + std::to_string(basket) + ": " + std::to_string(task));
+    });
+  }
+}
+
+// Time
+
+void CSafetyHost::step(std::int64_t msec) {
+  waitForJobs();
+  m_front.moveClock(static_cast<double>(msec - m_nNow));
+  m_nNow = msec;
+  m_front.setTime(static_cast<int>(m_plan.m_engine.m_nDayStart + m_nNow / 1000));
+  m_pServer->advanceTo(m_nNow);
+  if (m_plan.has(ING_Foreign) && chance(m_random, 10)) patchElsewhere();
+  // One letter at a time: what arrives may open a dialog, in which time goes on.
+  for (;;) {
+    const auto next =
+        std::min_element(m_letters.begin(), m_letters.end(),
+                         [](const SLetter& one, const SLetter& other) { return one.m_nTime < other.m_nTime; });
+    if (next == m_letters.end() || next->m_nTime > m_nNow) break;
+    const SLetter letter = std::move(*next);
+    m_letters.erase(next);
+    letter.m_deliver();
+    if (chance(m_random, 60)) settle();
+  }
+  waitForJobs();
+  for (auto& [key, source] : m_sources) {
+    if (!source.m_bOwed && !canCome(source)) continue;
+    if (!chance(m_random, source.m_bOwed ? 50 : m_plan.m_nDeliverPercent)) continue;
+    if (!m_plan.has(ING_Queries) || chance(m_random, 50)) deliverProgress(key, source);
+    deliver(key, source, !m_plan.has(ING_Late) || chance(m_random, 50),
+            !m_plan.has(ING_Ahead) || source.m_bOwed || chance(m_random, 50));
+  }
+}
+
+void CSafetyHost::settle() {
+  // A refresh may start another at once.
+  for (int round = 0; round < 3; ++round) {
+    waitForJobs();
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+  }
+  pump();
+}
+
+void CSafetyHost::endDay() {
+  const auto request = [](const SLetter& letter) { return letter.m_eWay == EWay::Request; };
+  m_letters.erase(std::remove_if(m_letters.begin(), m_letters.end(), request), m_letters.end());
+  m_pServer->endDay();
+}
+
+void CSafetyHost::startNewDay() {
+  endDay();
+  flush();
+  load();
+  m_shown.clear();
+  m_creations.clear();
+  m_watcher.note("a new trading day");
+  Q_EMIT m_front.calendar().sigNewTradingDate("20261124");
+  m_plan.planBasket();
+  startBasket();
+}
+
+Truth CSafetyHost::truth(bool knowable) const {
+  return m_pServer->truth([this, knowable](const CTaskDetail& detail) {
+    return !knowable || !m_foreign.contains(detail.m_nTaskId) || m_stored.contains(detail.getKey());
+  });
+}
+
+}  // namespace test
