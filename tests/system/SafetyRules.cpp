@@ -248,8 +248,9 @@ void CSafetyDay::checkFigures() {
     };
     const double amount = sum.m_truth.m_dAmount;
     const bool same = std::abs(sum.m_shown.m_dAmount - amount) < 0.011 * std::max(1, sum.m_nRows) + 1e-9 * amount;
+    const std::string what = std::get<0>(key) + " " + std::get<1>(key);
     check(sum.m_nRows > 0 && same && text(sum.m_shown) == text(sum.m_truth),
-          std::get<1>(key) + " of account " + std::get<0>(key) + " shows " + text(sum.m_shown) + ", " +
+          (std::get<2>(key) == 0 ? what : engine::lineText(key)) + " shows " + text(sum.m_shown) + ", " +
               std::to_string(sum.m_shown.m_dAmount) + " CNY, not " + text(sum.m_truth) + ", " + std::to_string(amount));
   }
 }
