@@ -19,6 +19,7 @@
 #include "PatchRules.h"
 #include "PatchStore.h"
 #include "Remainder.h"
+#include "RootNames.h"
 #include "RowLedger.h"
 #include "TaskRules.h"
 #include "ksservice/CBasketHedgeParam.h"
@@ -115,8 +116,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// over before, at the end of the task, is remembered across calls.
   void setHedgeParam(const ksservice::CBasketHedgeParam& p, bool start);
 
-  /// Counts a hedge detail and announces what follows; one that is not a hedge's is ignored without a signal. Worker
-  /// thread.
+  /// Counts a hedge's detail and announces what follows; ignores any other without a signal. Worker thread.
   void updateHedge(boost::shared_ptr<ksservice::CTaskDetail>& d);
   /// Counts a hedge detail into the hedge row, which it makes when there is none. False, and nothing changed, unless
   /// the detail's first account is of type 1. Worker thread.
@@ -187,8 +187,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void sigPatchTask(QString key, bool ok);
   /// Lines for the host's new-basket window.
   void sigPatchCreateTask(QString lines);
-  /// An operation that was started on a node has come to nothing: what is announced next is to be shown even when the
-  /// status is the same.
+  /// An operation on a node has come to nothing: what is announced next is shown even when the status is the same.
   void sigOperationEnded(QString treeKey);
   /// An operation on the task failed; message for the user.
   void sigShowOperateOrbTaskError(QString message);
@@ -238,7 +237,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
 
   // Assembly
   void storeAlgoDetail(const boost::shared_ptr<ksservice::CTaskDetail>& d);
-  void addAccount(const RowMap& rows, const SAccount& account);
+  void addAccount(const CRootNames::Place& place, const SAccount& account);
   void addRows(const SRefresh& run);
   void addParam(const SRefresh& run, const ksservice::CCodeOrderParam& param, AccountRows& rows);
   CBasketTaskItem* makeRow(const SAccount& account, const QString& rowKey, const ksservice::CCodeOrderParam& param);
@@ -359,6 +358,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   bool failRow(CBasketTaskItem& item, const QString& reason);
 
   std::unique_ptr<CBasketTaskItem> m_pRoot;
+  CRootNames m_rootNames;
   const QString m_strKey;
   const int m_nGroupId;
   const int m_nCommandId;

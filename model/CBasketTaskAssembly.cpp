@@ -16,10 +16,6 @@ using ksservice::CTaskDetail;
 
 namespace {
 
-void addOnce(QVector<int>& operations, int operation) {
-  if (!operations.contains(operation)) operations.append(operation);
-}
-
 CBasketTaskItem* hangNode(CBasketTaskItem* parent, std::unique_ptr<CBasketTaskItem> node,
                           std::vector<std::unique_ptr<CBasketTaskItem>>& nodes) {
   parent->addChild(node.get());
@@ -60,7 +56,7 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
   m_pRoot->m_nOrderType = d->m_params.front().m_nOrderType;
   const SRefresh run{*d, m_mapDetails.value(d->getKey()), accountOf(*d)};
   m_mapDetails[d->getKey()] = d;
-  addAccount(m_stockMap, run.account);
+  if (!run.before || !m_stockMap.contains(run.account.key)) addAccount({CRootNames::Own, d->getKey(), 0}, run.account);
   if (!run.before) addRows(run);
   // A known detail that has changed to an account without rows has nothing to count.
   if (!m_stockMap.contains(run.account.key)) return;
@@ -103,9 +99,9 @@ void CBasketTask::storeAlgoDetail(const boost::shared_ptr<CTaskDetail>& d) {
   m_mapAlgoDetails[key] = d;
 }
 
-void CBasketTask::addAccount(const RowMap& rows, const SAccount& account) {
-  if (!rows.contains(account.key)) m_pRoot->m_strAccounts = joinAccount(m_pRoot->m_strAccounts, account.displayId);
-  if (m_pRoot->m_strAccountName.isEmpty()) m_pRoot->m_strAccountName = account.name;
+void CBasketTask::addAccount(const CRootNames::Place& place, const SAccount& account) {
+  m_rootNames.addAccount(place, account.key, account.displayId, account.name);
+  m_rootNames.show(*m_pRoot);
 }
 
 void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
@@ -116,7 +112,14 @@ void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
 void CBasketTask::addRows(const SRefresh& run) {
   AccountRows& rows = m_stockMap[run.account.key];
   const int before = rows.size();
-  for (const CCodeOrderParam& param : run.detail.m_params) addParam(run, param, rows);
+  std::set<int> operations;
+  for (const CCodeOrderParam& param : run.detail.m_params) {
+    addParam(run, param, rows);
+    const bool isFirst = operations.insert(param.m_nOperation).second;
+    if (!isFirst) continue;
+    m_rootNames.addOperation({CRootNames::Own, run.detail.getKey(), operations.size()}, param.m_nOperation);
+  }
+  m_rootNames.show(*m_pRoot);
   utils::logInfo(this, "CBasketTask::updateDetail", "stock_map %1% : size %2% -> %3%.", run.account.key, before,
                  rows.size());
 }
@@ -135,7 +138,6 @@ void CBasketTask::addParam(const SRefresh& run, const CCodeOrderParam& param, Ac
     const QString ordinal = QStringLiteral("%1").arg(rows.size(), TREE_KEY_ORDINAL_DIGITS, 10, QLatin1Char('0'));
     row->setHpfTreeKey(m_pRoot->m_strHpfTreeKey + ordinal);
   }
-  addOnce(m_pRoot->m_vecOperations, param.m_nOperation);
 }
 
 CBasketTaskItem* CBasketTask::makeRow(const SAccount& account, const QString& rowKey, const CCodeOrderParam& param) {

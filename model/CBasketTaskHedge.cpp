@@ -121,8 +121,10 @@ bool CBasketTask::updateHedgeCnt(boost::shared_ptr<CTaskDetail>& d) {
 
 void CBasketTask::addHedgeRow(const CTaskDetail& d) {
   const SAccount account = accountOf(d);
-  addAccount(m_futuresMap, account);
   const CCodeOrderParam& param = d.m_params.front();
+  const CRootNames::Place place{m_mapDetails.isEmpty() ? CRootNames::BeforeOwn : CRootNames::BehindOwn, d.getKey(), 0};
+  m_rootNames.addOperation(place, param.m_nOperation);
+  addAccount(place, account);
   const QString rowKey = getTreeItemKey(param);
   const QString code = QString::fromStdString(param.m_stock.m_strCode);
   auto row = std::make_unique<CBasketTaskItem>(code, rowKey, account.displayId, code,
@@ -138,7 +140,6 @@ void CBasketTask::addHedgeRow(const CTaskDetail& d) {
   rows.insert(rowKey, m_pHedgeItem);
   utils::logInfo(this, "CBasketTask::updateHedgeCnt", "futures_map %1% : size %2% -> %3%.", account.key, before,
                  rows.size());
-  if (!m_pRoot->m_vecOperations.contains(param.m_nOperation)) m_pRoot->m_vecOperations.append(param.m_nOperation);
   reorganize();
 }
 

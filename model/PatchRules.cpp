@@ -71,10 +71,14 @@ LineVolumes progressVolumes(const SPatchSource& source) {
 
 LineVolumes answeredVolumes(const SPatchSource& source) {
   LineVolumes volumes;
+  const LineVolumes planned = plannedVolumes(source.detail.m_params, source.account);
   for (const CCodeOrderParam& param : source.detail.m_params) {
     const std::string security = utils::mavStockKey(param.m_stock.m_strMarket, param.m_stock.m_strCode);
-    volumes[lineOf(param, ownerKey(source.detail.m_params, param, source.account))] =
-        finishedNumber(*source.answer, security);
+    const PatchLine line = lineOf(param, ownerKey(source.detail.m_params, param, source.account));
+    long long& volume = volumes[line];
+    volume = finishedNumber(*source.answer, security);
+    // A number at the end of its range may stand for any larger one.
+    if (volume >= UNSET_INT) volume = std::max(volume, planned.at(line));
   }
   return volumes;
 }

@@ -92,6 +92,14 @@ TEST_F(CPatchRulesTest, OfAServerTaskTheHighestFigureCounts) {
   EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=320 A1/SZ.000001卖出=0 ") << "the answer came too early";
   source.maySend = true;
   EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ");
+
+  source.maySend = false;
+  made->m_params = {param(mainAccount, "SH", "600000", EOT_Buy, 2000000000, 10),
+                    param(mainAccount, "SH", "600000", EOT_Buy, 1500000000, 10)};
+  answer = {{"SH.600000", 2147483646}};
+  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=2147483646 ");
+  answer = {{"SH.600000", 2147483647}};
+  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=3500000000 ") << "as much as it can say, or more";
 }
 
 TEST_F(CPatchRulesTest, LinesAreThoseOfTheFirstAccountOrEachOfItsOwn) {

@@ -260,15 +260,17 @@ struct CTestHost::SServiceSet {
       ++m_nPosted;
     }
     void jobBegins(utils::EPanelJob) override {}
-    void jobEnded(utils::EPanelJob) override {
+    void jobEnded(utils::EPanelJob job) override {
       const Lock lock(m_mutex);
       ++m_nEnded;
+      m_nRefreshes += job == utils::EPanelJob::Refresh ? 1 : 0;
       m_changed.notify_all();
     }
     std::mutex m_mutex;
     std::condition_variable m_changed;
     long m_nPosted = 0;
     long m_nEnded = 0;
+    long m_nRefreshes = 0;
   };
 
   explicit SServiceSet(CTestHost& host)
@@ -467,7 +469,7 @@ long CTestHost::waitForJobs() {
   SServiceSet::SJobs& jobs = m_services->jobs;
   std::unique_lock<std::mutex> lock(jobs.m_mutex);
   jobs.m_changed.wait(lock, [&jobs] { return jobs.m_nPosted == jobs.m_nEnded; });
-  return jobs.m_nEnded;
+  return jobs.m_nRefreshes;
 }
 
 void CTestHost::store(const ksservice::CTaskDetailPtr& detail) {

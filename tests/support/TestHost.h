@@ -103,7 +103,7 @@ class CTestHost {
   std::vector<int> heldTimers() const;
   /// Runs the timers that wait and whose context lives; what they ask for waits in turn. GUI thread.
   void fireTimers();
-  /// Waits until the panels' queues have no job left; returns how many have ended since the host was made.
+  /// Waits until the panels' queues have no job left; returns how many refreshes have ended since the host was made.
   long waitForJobs();
   /// Places a detail in the data centre and tells the subscribers, on the calling thread.
   void deliver(const ksservice::CTaskDetailPtr& detail);

@@ -186,24 +186,26 @@ int CSafetyDay::anyBasket() {
 void CSafetyDay::clickRowButton() {
   const int basket = anyBasket();
   const auto row = m_pTable->rowByPath(QString::number(basket));
-  auto* buttons = journal::buttonsOf(*m_pTable);
-  if (!row || !buttons->getIsItemVisible(row->key())) return;
+  const auto* all = journal::buttonsOf(*m_pTable);
+  if (!row || !all->getIsItemVisible(row->key())) return;
+  const QString key = row->key();
   std::vector<GV::STableButton> shown;
-  for (const GV::STableButton& button : buttons->itemButtons(row->key())) {
-    if (buttons->getIsItemButtonVisible(row->key(), button.id)) shown.push_back(button);
+  for (const GV::STableButton& button : all->itemButtons(key)) {
+    if (all->getIsItemButtonVisible(key, button.id)) shown.push_back(button);
   }
   if (shown.empty()) return;
-  const GV::STableButton& button = shown[static_cast<std::size_t>(below(m_random, static_cast<int>(shown.size())))];
+  const GV::STableButton button = shown[static_cast<std::size_t>(below(m_random, static_cast<int>(shown.size())))];
   // Dropping ends it all: not too often.
   if (button.text == QStringLiteral("放弃补单") && chance(m_random, 85)) return;
   const std::string words = button.text.toStdString() + " of " + std::to_string(basket);
   const auto operation = OPERATIONS.find(button.text);
   for (int clicks = chance(m_random, 20) ? 2 : 1; clicks > 0; --clicks) {
     ++m_counts["clicks"];
-    const auto click = [&] { buttons->clickButton(row->key(), button.id); };
-    const bool works = buttons->getIsItemVisible(row->key()) &&
-                       buttons->getIsItemButtonVisible(row->key(), button.id) &&
-                       buttons->getIsItemButtonEnabled(row->key(), button.id);
+    // A dialog that the click before opened may have seen the panel closed and opened.
+    auto* buttons = journal::buttonsOf(*m_pTable);
+    const auto click = [&] { buttons->clickButton(key, button.id); };
+    const bool works = buttons->getIsItemVisible(key) && buttons->getIsItemButtonVisible(key, button.id) &&
+                       buttons->getIsItemButtonEnabled(key, button.id);
     if (!works) {
       operate({}, 0, words + " (disabled)", click);
     } else if (operation != OPERATIONS.end()) {
@@ -274,6 +276,10 @@ void CSafetyDay::operate(const std::vector<int>& baskets, int operation, const s
   click();
   m_host.pump();
   m_bOperating = false;
+  if (baskets.size() > 1) {  // The panel has an order of tasks of its own.
+    std::sort(m_sends.begin(), m_sends.end());
+    std::sort(expected.begin(), expected.end());
+  }
   check(m_sends == expected, words + " sent " + textOf(m_sends) + "instead of " + textOf(expected));
   if (!waited || !has(ING_Waits) || baskets.size() > 1) return;
   m_host.settle();

@@ -121,7 +121,7 @@ void CSafetyDay::onNewBasket(const QString& lines) {
   std::multiset<std::string> told;
   for (const QString& line : lines.split('\n', Qt::SkipEmptyParts)) {
     const QStringList fields = line.split('\t');
-    told.insert((fields[0] + " " + fields[4] + " " + fields[2]).toStdString());
+    told.insert((fields[0] + " " + fields[5] + " " + fields[2]).toStdString());
   }
   check(told == expected, "a new basket of other lines than were confirmed");
   learn(m_host.takeSeen());

@@ -98,11 +98,11 @@ void CSafetyHost::flush() {
   }
 }
 
-/// Nothing is delivered while a job of the panel runs, so that a day does not hang on the speed of threads: a job has
-/// seen all that was told before.
+/// Nothing is delivered while a job of the panel runs, so that a day does not hang on the speed of threads: a refresh
+/// has seen all that was told before.
 void CSafetyHost::waitForJobs() {
   const long ended = m_front.waitForJobs();
-  if (ended == std::exchange(m_nJobs, ended)) return;
+  if (ended == std::exchange(m_nRefreshes, ended)) return;
   for (const auto& [key, detail] : std::exchange(m_fed, {})) m_seen[key] = detail;
 }
 

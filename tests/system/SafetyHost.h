@@ -121,7 +121,7 @@ class CSafetyHost {
   Details m_fed;  ///< and not seen
   Details m_seen;
   std::set<int> m_shown;  ///< baskets of which the panel was told something
-  long m_nJobs = 0;
+  long m_nRefreshes = 0;
 };
 
 }  // namespace test
