@@ -110,6 +110,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   unsigned day() const;
 
   // Loads (worker)
+  std::vector<ksservice::CTaskDetailPtr> readDetails();
   void loadOwn(ksservice::CTaskDetailPtr detail, unsigned day, QSet<QString>& loaded);
   void stageInOrder(const QSet<QString>& keys);
   void applyStagedLater();

@@ -56,6 +56,23 @@ bool CDetailCaches::takeWork(SDetailMaps& out) {
   return true;
 }
 
+DetailMap CDetailCaches::waiting() const {
+  const std::lock_guard<std::mutex> lock(m_cacheMutex);
+  return m_caches.status;
+}
+
+void CDetailCaches::renew(const DetailMap& waiting, const std::vector<ksservice::CTaskDetailPtr>& newest) {
+  const std::lock_guard<std::mutex> lock(m_cacheMutex);
+  for (const ksservice::CTaskDetailPtr& detail : newest) {
+    const auto then = waiting.find(detail->getKey());
+    if (then == waiting.end()) continue;
+    for (DetailMap* cache : {&m_caches.task, &m_caches.patch, &m_caches.hedge, &m_caches.status}) {
+      const auto now = cache->find(detail->getKey());
+      if (now != cache->end() && now->second == then->second) now->second = detail;
+    }
+  }
+}
+
 void CDetailCaches::clear() {
   SDetailMaps dropped;
   const std::lock_guard<std::mutex> lock(m_cacheMutex);

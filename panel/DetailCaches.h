@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "ksservice/CTaskDetail.h"
 
@@ -31,10 +32,15 @@ class CDetailCaches {
   /// Takes all four caches when there is work for a refresh; otherwise takes nothing, since details that only carry a
   /// status wait for one.
   bool takeWork(SDetailMaps& out);
+  /// Every detail that waits for a refresh, by key.
+  DetailMap waiting() const;
+  /// Puts these states in the place of what waited then and still does, so that a refresh does not show what is older
+  /// than what was read since.
+  void renew(const DetailMap& waiting, const std::vector<ksservice::CTaskDetailPtr>& newest);
   void clear();
 
  private:
-  std::mutex m_cacheMutex;
+  mutable std::mutex m_cacheMutex;
   SDetailMaps m_caches;
 };
 

@@ -34,16 +34,20 @@ EDetailKind kindOf(const ksservice::COrderCommand& command) {
   }
 }
 
-std::vector<ksservice::CTaskDetailPtr> storedDetails() {
-  return ksservice::TraderCenter::instance().getDataCenter().taskDetails();
-}
-
 }  // namespace
+
+/// What the data centre knows. The feed told it before, or will: a refresh must not go back behind it.
+std::vector<ksservice::CTaskDetailPtr> CBasketTasksPanel::readDetails() {
+  const DetailMap waiting = m_caches.waiting();
+  std::vector<ksservice::CTaskDetailPtr> details = ksservice::TraderCenter::instance().getDataCenter().taskDetails();
+  m_caches.renew(waiting, details);
+  return details;
+}
 
 void CBasketTasksPanel::initTasks() {
   const unsigned jobDay = day();
   m_pTable->beginRefresh();
-  std::vector<ksservice::CTaskDetailPtr> details = storedDetails();
+  std::vector<ksservice::CTaskDetailPtr> details = readDetails();
   const auto isForeign = [this](const ksservice::CTaskDetailPtr& detail) { return !isOwn(*detail); };
   details.erase(std::remove_if(details.begin(), details.end(), isForeign), details.end());
   QSet<QString> loaded;
@@ -106,7 +110,7 @@ void CBasketTasksPanel::doRequestAccount(const ksservice::CAccountInfo& account)
   m_pTable->beginRefresh();
   std::map<QString, boost::shared_ptr<CBasketTask>> found;
   std::vector<ksservice::CTaskDetailPtr> own;
-  for (ksservice::CTaskDetailPtr detail : storedDetails()) {
+  for (ksservice::CTaskDetailPtr detail : readDetails()) {
     if (!isOwn(*detail) || detail->m_params.empty()) continue;
     const auto& owner = detail->m_params.front().m_pAccount;
     if (!owner || owner->getKey() != account.getKey()) continue;

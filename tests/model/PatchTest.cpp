@@ -1,6 +1,5 @@
 /// A patch from the click to the task that is sent, and every reason for which nothing is sent.
 #include <algorithm>
-#include <atomic>
 #include <thread>
 
 #include "PatchFixture.h"
@@ -377,53 +376,6 @@ TEST_F(CPatchTest, AnswerForATaskThatIsGoneDoesNoHarm) {
   passing.reset();
   answering.join();
   EXPECT_EQ(takeEvents(), "");
-}
-
-TEST_F(CPatchTest, WorkerHostAndUserAtOnce) {
-  serverTask();
-  inDialog(press("选中补单"));
-  std::atomic<bool> clicking = true;
-  std::atomic<int> created = 0;
-  std::thread worker([this, &clicking] {
-    for (int i = 0; clicking; ++i) {
-      DetailPtr made = twoLines();
-      made->m_bServerTask = true;
-      made->m_nStatus = ETS_Cancelled;
-      made->m_nEndTime = i;
-      update(made);
-      DetailPtr other = patchDetail(124);
-      other->m_nStatus = ETS_Cancelled;
-      other->m_params = {buyLine(300)};
-      other->m_orders = {ended(buy("p1", 300, i % 300, 0))};
-      deliverPatch(other);
-    }
-  });
-  std::thread answering([this, &clicking, &created] {
-    while (clicking) {
-      for (const auto& query : host.takeQueries()) query.completion({{"123-1", {{"SH.600000", 100}}}}, {}, {});
-      for (const auto& call : host.takeCalls()) {
-        if (call.completion) call.completion(utils::KSError("任务已结束"), {});
-      }
-      for (const auto& creation : host.takeCreations()) {
-        ++created;
-        creation.completion({}, 200);
-      }
-      std::this_thread::yield();
-    }
-  });
-  for (int after = 0; after < 20; after += created) {
-    task.checkHasAlgoTask(task.getKey(), PLAIN);
-    task.cancel("");
-    QCoreApplication::processEvents();
-    if (created) task.unpatch("");
-    // Who never gets an answer asks again.
-    if (!created) host.moveClock(1000);
-  }
-  clicking = false;
-  worker.join();
-  answering.join();
-  EXPECT_EQ(created, 1) << "nothing of the first one has shown up";
-  EXPECT_EQ(root.m_nTotalVolume, 1500);
 }
 
 TEST_F(CPatchTest, TaskIsHeldWhileItsDialogIsOpen) {

@@ -59,14 +59,24 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
       while (!stop) {
         const int volume = std::min(999, ++filled);
         for (int task = feed; task < TASKS; task += 2) host.deliver(filledDetail(task + 1, volume));
+        const ksservice::CTaskDetailPtr failed = filledDetail(1 + feed, volume);
+        failed->m_nStatus = ksservice::ETS_ExecutionError;
+        failed->m_strMessage = std::to_string(volume);
+        host.deliver(failed);
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
       }
     });
   }
   int step = 0;
-  runGui(host, 10000, [&] {
+  runGui(host, 8000, [&] {
     ++step;
     if (step % 7 == 0) panel.handleEvent(5, step % 4, 0, QString(), nullptr);
+    if (step % 5 == 0) panel.requestAccount(*test::makeAccount("A1", "1001"));
+    if (step % 97 == 0) Q_EMIT host.calendar().sigNewTradingDate("20261124");
+    if (step % 103 == 0) {
+      panel.setTradeType(static_cast<EMavTraderType>(EMTT_Stock + 1));
+      panel.setTradeType(EMTT_Stock);
+    }
     if (step % 11 == 0) table->expandItem(QStringLiteral("组合任务%1").arg(1 + step % TASKS), step % 2 == 0);
     if (step % 13 == 0) table->grab();
   });

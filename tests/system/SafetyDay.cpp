@@ -20,7 +20,7 @@ constexpr int PATCH_CODE = 10000;
 constexpr int STOP_PATCH_CODE = 10001;
 constexpr int DROP_CODE = 10002;
 constexpr std::int64_t WAY_OUT_MSEC = 10000;
-constexpr std::ptrdiff_t NOTES_SHOWN = 80;
+constexpr std::ptrdiff_t NOTES_SHOWN = 120;
 
 const std::map<QString, int> OPERATIONS = {{QStringLiteral("撤销"), ETO_Cancel},
                                            {QStringLiteral("暂停"), ETO_Pause},

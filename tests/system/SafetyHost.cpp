@@ -137,6 +137,7 @@ void CSafetyHost::ask(const CTestHost::SCreation& request) {
   const auto creation = std::make_shared<SCreation>();
   m_watcher.onAsked(request, *creation);
   m_creations.push_back(creation);
+  findTwins();
   const desk::SCreateRequest order{request.command, request.params, request.traderType, request.hedgeType,
                                    request.taskId};
   const std::string what = "a patch of " + std::to_string(request.taskId) + ": ";
@@ -209,16 +210,22 @@ void CSafetyHost::patchElsewhere() {
     param.m_nOperation = std::get<2>(key);
     param.m_nOrderType = chance(m_random, 50) ? request.m_command.m_nOrderType : EORT_Plain;
     param.m_nVolume = static_cast<int>(std::min<long long>(left, 1 + below(m_random, 2000000000)));
-    // Nobody could tell it from a patch of the panel's own that orders exactly the same.
-    const bool twin = std::any_of(m_creations.begin(), m_creations.end(), [&, same = key](const CreationPtr& creation) {
-      return creation->m_lines.contains(same) && creation->m_lines.at(same) == param.m_nVolume;
-    });
-    if (twin) return;
-    return m_pServer->create(request, [this, basket](const std::string& refusal, int task) {
+    const std::map<LineKey, long long> lines = {{key, param.m_nVolume}};
+    return m_pServer->create(request, [this, basket, lines](const std::string& refusal, int task) {
       if (!refusal.empty()) return;
       m_foreign.insert(task);
+      m_foreignLines.push_back(lines);
+      findTwins();
       m_watcher.note("another terminal makes a patch of " + std::to_string(basket) + ": " + std::to_string(task));
     });
+  }
+}
+
+void CSafetyHost::findTwins() {
+  for (const CreationPtr& creation : m_creations) {
+    const auto begin = m_foreignLines.begin();
+    const auto end = m_foreignLines.end();
+    creation->m_bTwin = creation->m_bTwin || std::find(begin, end, creation->m_lines) != end;
   }
 }
 

@@ -21,13 +21,15 @@ struct SCreation {
   int m_nTask = 0;                 ///< that the server made of it
   bool m_bTold = false;            ///< the panel was told what became of it
   bool m_bFailed = false;          ///< ... and that it came to nothing
+  bool m_bTwin = false;            ///< another terminal's patch orders exactly the same
   // What the user did to the basket since.
   std::set<int> m_stops;  ///< the operations by which he gave it up
   bool m_bPaused = false;
   bool m_bWaitEnded = false;  ///< he took the way out
 
-  /// It holds its lines: nothing has come of it yet, as far as the panel can know.
-  bool holds() const { return m_nTask == 0 && !m_bFailed; }
+  /// It holds its lines: nothing has come of it yet, as far as the panel can know. Before the answer nobody could tell
+  /// its twin from what comes of it.
+  bool holds() const { return m_nTask == 0 && !m_bFailed && !m_bTwin; }
 };
 using CreationPtr = std::shared_ptr<SCreation>;
 
@@ -103,6 +105,7 @@ class CSafetyHost {
   void deliverProgress(const std::string& key, SSource& source);
   void deliver(const std::string& key, SSource& source, bool newest, bool feed);
   void patchElsewhere();
+  void findTwins();
 
   SDayPlan& m_plan;
   Random& m_random;
@@ -114,6 +117,7 @@ class CSafetyHost {
   std::vector<SLetter> m_letters;
   std::vector<CreationPtr> m_creations;
   std::set<int> m_foreign;  ///< tasks of another terminal
+  std::vector<std::map<LineKey, long long>> m_foreignLines;
   int m_nQueries = 0;
   std::map<int, int> m_queried;  ///< by basket: the number of the query
   std::map<std::string, SSource> m_sources;

@@ -86,8 +86,8 @@ void CSafetyDay::onAsked(const CTestHost::SCreation& request, SCreation& creatio
   std::map<std::string, int> volumes;
   for (const CCodeOrderParam& param : request.params) {
     volumes[param.getKey()] = param.m_nVolume;
-    creation.m_lines[engine::lineKeyOf(param.m_pAccount->getKey(), param.m_stock, param.m_nOperation)] +=
-        std::max(0, param.m_nVolume);
+    const LineKey line = engine::lineKeyOf(param.m_pAccount->getKey(), param.m_stock, param.m_nOperation);
+    if (param.m_nVolume > 0) creation.m_lines[line] += param.m_nVolume;
   }
   note("asked for a patch of " + std::to_string(request.taskId) + " by " + std::to_string(volumes.size()) + " lines");
   check(m_bDirect || m_bConfirmed, "a task without a dialog that was accepted");
@@ -172,6 +172,8 @@ void CSafetyDay::checkStops() {
     const auto all = std::count_if(m_host.creations().begin(), m_host.creations().end(), untold);
     const bool certain = creation->m_bTold || (all == 1 && !has(ING_Foreign));
     if (!has(ING_Stops) || stops.empty() || !certain) continue;
+    // Before the reply it may have been stopped in the way of another.
+    stops.insert({ETO_Cancel, ETO_Drop});
     for (const auto& [key, detail] : m_known) {
       if (detail->m_nTaskId != creation->m_nTask || settled.contains(key) || m_arrived.at(key) >= needless) continue;
       settled.insert(key);

@@ -1,0 +1,178 @@
+/// A task at work on every thread that its users have: the panel's worker, the host's answers and the GUI.
+#include <atomic>
+#include <thread>
+
+#include "PatchFixture.h"
+
+namespace {
+
+using namespace ksservice;
+using TC::CBasketTaskItem;
+
+class CTaskThreadsTest : public CPatchTaskTest {
+ protected:
+  static constexpr int DETAILS = 300;
+
+  CTaskThreadsTest() {
+    QObject::disconnect(&task, nullptr, nullptr, nullptr);
+    futures->m_nType = 1;
+    host.setAccount(*futures);
+    hedge.m_bEnabled = true;
+    hedge.m_strMarket = "CFFEX";
+    hedge.m_strCode = "IF2612";
+    hedge.m_strAccount = "F1";
+    hedge.m_nVolume = 3;
+    inDialog(press("选中补单"));
+  }
+
+  /// One of the task's own details, of which each fourth runs on the server.
+  DetailPtr ownDetail(int number, int status) const {
+    DetailPtr made = twoLines(number);
+    for (CCodeOrderParam& param : made->m_params) param.m_pAccount = number % 2 == 0 ? mainAccount : secondAccount;
+    made->m_bServerTask = number % 4 == 0;
+    made->m_nStatus = status;
+    made->m_nEndTime = number;
+    if (!made->m_bServerTask) made->m_orders = {ended(buy("o" + std::to_string(number), 1000, number, number * 10))};
+    return made;
+  }
+  DetailPtr patchOf(int id, int round) const {
+    DetailPtr made = patchDetail(id);
+    made->m_params = {buyLine(300)};
+    made->m_orders = {ended(buy("p" + std::to_string(id), 300, round % 300, 0))};
+    made->m_nStatus = ETS_Cancelled;
+    return made;
+  }
+
+  /// What the worker does, in turn.
+  void work(int round) {
+    const int number = round % 8 == 0 ? 1 + round / 8 % DETAILS : 1 + round % 5;
+    update(ownDetail(number, round % 3 == 0 ? ETS_Running : ETS_Cancelled));
+    deliverPatch(patchOf(500 + round % 7, round));
+    DetailPtr sale = detail();
+    sale->m_strKey = "900-1";
+    sale->m_nTaskId = 900;
+    sale->m_params = {param(futures, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
+    task.updateHedge(sale);
+    task.noteAccount("A1", "1001");
+    if (round % 16 == 0) task.updateOrderDetail();
+    if (round % 16 == 8) task.updateRoot();
+    if (round % 16 == 4) task.reorganize();
+    task.status();
+    task.patchTaskStatus();
+  }
+
+  /// What the host answers.
+  void answer(int round) {
+    const auto error = round % 2 == 0 ? utils::KSError() : utils::KSError("任务已结束");
+    for (const auto& query : host.takeQueries()) query.completion({{"123-4", {{"SH.600000", 100}}}}, error, {});
+    for (const auto& call : host.takeCalls()) {
+      if (call.completion) call.completion(error, {});
+    }
+    for (const auto& creation : host.takeCreations()) creation.completion(error, 200 + round);
+  }
+
+  void walk(const CBasketTaskItem& node) {
+    m_nSeen += node.m_nTotalVolume + node.m_nStatus + static_cast<int>(node.m_mapOrders.size());
+    for (const CBasketTaskItem* child : node.m_children) walk(*child);
+  }
+  void look() {
+    const boost::recursive_mutex::scoped_lock lock(task.mutex());
+    walk(root);
+    if (const CBasketTaskItem* row = task.getItem(task.getKey() + "-1001")) m_nSeen += row->m_nTotalVolume;
+  }
+  void operate(void (TC::CBasketTask::*operation)(QString)) { (task.*operation)(QString()); }
+
+  /// What the GUI asks of a task.
+  std::vector<std::function<void()>> asks() {
+    using Task = TC::CBasketTask;
+    const QString all = task.getKey();
+    return {[this] { m_nSeen += task.contains("123-1", TC::EBTT_Own) + task.contains("500-1", TC::EBTT_Patch); },
+            [this] { m_nSeen += task.contains("900-1", TC::EBTT_Hedge); },
+            [this, all] { m_nSeen += task.getOrderType(all) + task.isAlgoOrderType(all); },
+            [this] { m_nSeen += task.isServerRun(); },
+            [this] { m_nSeen += task.getBasketName().size(); },
+            [this] { m_nSeen += task.getAlgoParams().size(); },
+            [this, all] { m_nSeen += static_cast<int>(task.getParam(all).size()); },
+            [this] { m_nSeen += task.shownStatus(); },
+            [this, all] {
+              std::vector<COrderDetailPtr> details;
+              std::vector<COrderInfoPtr> orders;
+              task.getOrders(all, details, orders);
+              m_nSeen += static_cast<int>(orders.size());
+            },
+            [this] { look(); },
+            [this] { operate(&Task::pause); },
+            [this] { operate(&Task::resume); },
+            [this] { operate(&Task::cancel); },
+            [this] { task.setHedgeParam(hedge, true); },
+            [this] { task.updateHedgeVolume(++hedge.m_nVolume); },
+            [this] { task.updateHedgeStatus(1); },
+            [this] { task.cancelHedge(hedgeKey()); },
+            [this, all] { task.checkHasAlgoTask(all, EMTT_Stock); },
+            [this] { host.moveClock(20000); },
+            [] { QCoreApplication::processEvents(); },
+            [this, all] { task.patch(all, 0); },
+            [this] { task.patch(rowKey(), 0); },
+            [this] { task.onPatchesChanged(); },
+            [this] { task.unpatch(rowKey()); },
+            [this] { operate(&Task::drop); },
+            [this, all] { task.slotPatchTask(all, true); },
+            [this, all] { task.patchWithParam(all, {}, EMTT_Stock); }};
+  }
+  QString hedgeKey() {
+    const boost::recursive_mutex::scoped_lock lock(task.mutex());
+    return task.getHedgeItem() ? task.getHedgeItem()->m_strKey : QString();
+  }
+  QString rowKey() {
+    const boost::recursive_mutex::scoped_lock lock(task.mutex());
+    return task.getStockDetailMap("A1").isEmpty() ? QString() : task.getStockDetailMap("A1").first()->m_strKey;
+  }
+
+  const AccountPtr futures = account("F1", "8001");
+  CBasketHedgeParam hedge;
+  int m_nSeen = 0;
+};
+
+TEST_F(CTaskThreadsTest, EveryoneAsksAtOnce) {
+  constexpr int TIMES = 20;
+  task.setHedgeParam(hedge, false);
+  update(ownDetail(2, ETS_Cancelled));
+  std::atomic<bool> stop = false;
+  std::atomic<int> rounds = 0;
+  std::thread worker([&] {
+    while (!stop) work(rounds++);
+  });
+  std::thread answers([&] {
+    for (int round = 0; !stop; ++round) answer(round);
+  });
+  for (const auto& ask : asks()) {
+    for (int time = 0; time < TIMES; ++time) {
+      ask();
+      // No step of the worker is left out, however the threads are scheduled.
+      for (const int seen = rounds; rounds == seen;) std::this_thread::yield();
+    }
+  }
+  stop = true;
+  worker.join();
+  answers.join();
+  // What so many wrote at once is what one writes alone.
+  for (int number = 1; number <= DETAILS; ++number) update(ownDetail(number, ETS_Cancelled));
+  const auto alone = boost::make_shared<TC::CBasketTask>(task.getKey(), 123, 77);
+  alone->getRoot()->setHpfTreeKey("T");
+  alone->setHedgeParam(hedge, false);
+  for (int number = 1; number <= DETAILS; ++number) {
+    DetailPtr made = ownDetail(number, ETS_Cancelled);
+    alone->updateDetail(made);
+  }
+  for (int id = 500; id < 507; ++id) {
+    DetailPtr made = patchOf(id, 0);
+    for (auto* one : {&task, alone.get()}) one->updatePatch(made);
+  }
+  EXPECT_EQ(root.m_nTotalVolume - task.getHedgeItem()->m_nTotalVolume,
+            alone->getRoot()->m_nTotalVolume - alone->getHedgeItem()->m_nTotalVolume);
+  EXPECT_EQ(root.m_nFinishedVolume, alone->getRoot()->m_nFinishedVolume);
+  EXPECT_EQ(root.m_nOrderCount, alone->getRoot()->m_nOrderCount);
+  EXPECT_EQ(root.m_strAccounts, alone->getRoot()->m_strAccounts);
+}
+
+}  // namespace
