@@ -45,30 +45,34 @@ class CTaskThreadsTest : public CPatchTaskTest {
 
   /// What the worker does, in turn.
   void work(int round) {
-    const int number = round % 8 == 0 ? 1 + round / 8 % DETAILS : 1 + round % 5;
-    update(ownDetail(number, round % 3 == 0 ? ETS_Running : ETS_Cancelled));
+    update(ownDetail(round % 8 == 0 ? 6 + round / 8 % (DETAILS - 5) : 1 + round % 5, ETS_Cancelled));
+    if (round % 64 == 0) update(ownDetail(5, ETS_Running));
     deliverPatch(patchOf(500 + round % 7, round));
     DetailPtr sale = detail();
     sale->m_strKey = "900-1";
     sale->m_nTaskId = 900;
     sale->m_params = {param(futures, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
     task.updateHedge(sale);
+    task.setHedgeParam(hedge, false);
     task.noteAccount("A1", "1001");
     if (round % 16 == 0) task.updateOrderDetail();
     if (round % 16 == 8) task.updateRoot();
-    if (round % 16 == 4) task.reorganize();
+    task.reorganize();
     task.status();
     task.patchTaskStatus();
   }
 
-  /// What the host answers.
+  /// What the host answers: mostly that it failed, so that it is asked again.
   void answer(int round) {
-    const auto error = round % 2 == 0 ? utils::KSError() : utils::KSError("任务已结束");
+    const auto error = round % 8 == 0 ? utils::KSError() : utils::KSError("任务已结束");
     for (const auto& query : host.takeQueries()) query.completion({{"123-4", {{"SH.600000", 100}}}}, error, {});
     for (const auto& call : host.takeCalls()) {
       if (call.completion) call.completion(error, {});
     }
-    for (const auto& creation : host.takeCreations()) creation.completion(error, 200 + round);
+    for (const auto& creation : host.takeCreations()) {
+      creation.completion(error, 1000 + round);
+      ++m_nPatches;
+    }
   }
 
   void walk(const CBasketTaskItem& node) {
@@ -104,20 +108,25 @@ class CTaskThreadsTest : public CPatchTaskTest {
             [this] { operate(&Task::pause); },
             [this] { operate(&Task::resume); },
             [this] { operate(&Task::cancel); },
-            [this] { task.setHedgeParam(hedge, true); },
-            [this] { task.updateHedgeVolume(++hedge.m_nVolume); },
+            [this] { task.updateHedgeVolume(++m_nTarget); },
             [this] { task.updateHedgeStatus(1); },
+            [this] { task.cancelHedge(QString()); },
             [this] { task.cancelHedge(hedgeKey()); },
-            [this, all] { task.checkHasAlgoTask(all, EMTT_Stock); },
-            [this] { host.moveClock(20000); },
-            [] { QCoreApplication::processEvents(); },
-            [this, all] { task.patch(all, 0); },
+            [this, all] { patchAgain([&] { task.checkHasAlgoTask(all, EMTT_Stock); }); },
+            [this, all] { patchAgain([&] { task.patch(all, 0); }); },
             [this] { task.patch(rowKey(), 0); },
             [this] { task.onPatchesChanged(); },
             [this] { task.unpatch(rowKey()); },
             [this] { operate(&Task::drop); },
             [this, all] { task.slotPatchTask(all, true); },
-            [this, all] { task.patchWithParam(all, {}, EMTT_Stock); }};
+            [this, all] { patchAgain([&] { task.patchWithParam(all, {}, EMTT_Stock); }); }};
+  }
+  /// The user waits no longer for the patch before.
+  void patchAgain(const std::function<void()>& patch) {
+    host.moveClock(20000);
+    operate(&TC::CBasketTask::cancel);
+    patch();
+    QCoreApplication::processEvents();
   }
   QString hedgeKey() {
     const boost::recursive_mutex::scoped_lock lock(task.mutex());
@@ -125,16 +134,18 @@ class CTaskThreadsTest : public CPatchTaskTest {
   }
   QString rowKey() {
     const boost::recursive_mutex::scoped_lock lock(task.mutex());
-    return task.getStockDetailMap("A1").isEmpty() ? QString() : task.getStockDetailMap("A1").first()->m_strKey;
+    return task.getStockDetailMap("A2").isEmpty() ? QString() : task.getStockDetailMap("A2").first()->m_strKey;
   }
 
   const AccountPtr futures = account("F1", "8001");
   CBasketHedgeParam hedge;
+  int m_nTarget = 3;
+  std::atomic<int> m_nPatches = 0;
   int m_nSeen = 0;
 };
 
 TEST_F(CTaskThreadsTest, EveryoneAsksAtOnce) {
-  constexpr int TIMES = 20;
+  constexpr int TIMES = 24;
   task.setHedgeParam(hedge, false);
   update(ownDetail(2, ETS_Cancelled));
   std::atomic<bool> stop = false;
@@ -148,14 +159,15 @@ TEST_F(CTaskThreadsTest, EveryoneAsksAtOnce) {
   for (const auto& ask : asks()) {
     for (int time = 0; time < TIMES; ++time) {
       ask();
-      // No step of the worker is left out, however the threads are scheduled.
-      for (const int seen = rounds; rounds == seen;) std::this_thread::yield();
+      // However the threads are scheduled, the worker goes on meanwhile.
+      for (const int seen = rounds; time % 4 == 0 && rounds == seen;) std::this_thread::yield();
     }
   }
   stop = true;
   worker.join();
   answers.join();
   // What so many wrote at once is what one writes alone.
+  EXPECT_GT(m_nPatches, 0);
   for (int number = 1; number <= DETAILS; ++number) update(ownDetail(number, ETS_Cancelled));
   const auto alone = boost::make_shared<TC::CBasketTask>(task.getKey(), 123, 77);
   alone->getRoot()->setHpfTreeKey("T");
