@@ -20,8 +20,6 @@
 namespace TC {
 
 using ksservice::CCodeOrderParam;
-using ksservice::COrderCommand;
-using ksservice::CTaskDetail;
 using ksservice::CTaskDetailPtr;
 using ksservice::CTaskHelper;
 using utils::logInfo;

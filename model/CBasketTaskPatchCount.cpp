@@ -10,7 +10,6 @@
 
 namespace TC {
 
-using ksservice::CCodeOrderParam;
 using ksservice::CTaskDetail;
 using ksservice::CTaskDetailPtr;
 

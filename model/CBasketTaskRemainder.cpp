@@ -121,7 +121,7 @@ SPatchSource CBasketTask::sourceOf(const CTaskDetail& detail, const OrderProcess
   if (!detail.m_bServerTask) return source;
   source.progress = getTradeClient().getTaskProgress(detail.getKey());
   if (!finished) return source;
-  source.maySend = source.maySend || m_runningWhenAsked.count(CTaskHelper::genServerTaskKey(detail)) > 0;
+  source.maySend = source.maySend || m_runningWhenAsked.contains(CTaskHelper::genServerTaskKey(detail));
   source.asked = true;
   source.answer = answerOf(*finished, detail);
   return source;
@@ -131,7 +131,7 @@ SPatchSource CBasketTask::sourceOf(const CTaskDetail& detail, const OrderProcess
 std::vector<SPatchSource> CBasketTask::sources(const SNewest& details, const OrderProcessMap* finished) const {
   std::vector<SPatchSource> sources;
   for (const auto& [key, detail] : details.own) {
-    if (details.patches.count(key) > 0) continue;
+    if (details.patches.contains(key)) continue;
     sources.push_back(sourceOf(*detail, finished));
     sources.back().account = ELineAccount::First;
   }
@@ -244,10 +244,10 @@ QString CBasketTask::refusal(const SLeft& left, const AccountPtr& account,
   if (!patchParam(item, account, 0)) return QStringLiteral("没有合约信息");
   if (!open) return QStringLiteral("没有有效的最小交易单位");
   if (*open <= 0) return {};
-  if (unanswered.count(left.line) > 0) return QStringLiteral("算法任务没有成交数据");
+  if (unanswered.contains(left.line)) return QStringLiteral("算法任务没有成交数据");
   if (inLots(item, left.rest.free).value_or(0) > 0) return {};
   const bool held = CPatchStore::instance().of(
-      storeKey(), [&left](CPatchCreations& creations) { return creations.held().count(left.line) > 0; });
+      storeKey(), [&left](CPatchCreations& creations) { return creations.held().contains(left.line); });
   return held ? QStringLiteral("上次补单还没有回报") : QStringLiteral("已交给新篮子");
 }
 

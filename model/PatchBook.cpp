@@ -131,7 +131,7 @@ void CPatchBook::recount(const std::string& key, std::set<SLedgerRow*>& touched)
   const RowShares shares = sharesOf(*newest, finder);
   for (SLedgerRow* row : entry.rows) {
     row->patches.erase(key);
-    if (shares.count(row) == 0) removeOrders(*row->item, *newest);
+    if (!shares.contains(row)) removeOrders(*row->item, *newest);
   }
   touched.insert(entry.rows.begin(), entry.rows.end());
   entry.rows.clear();

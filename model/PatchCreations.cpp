@@ -88,7 +88,7 @@ void CPatchCreations::settle() {
   std::set<int> placed;
   for (const EMatch match : {EMatch::Whole, EMatch::Part}) {
     for (const STask& task : m_tasks) {
-      if (isAnswer(task.id) || placed.count(task.id) > 0) continue;
+      if (isAnswer(task.id) || placed.contains(task.id)) continue;
       const bool found = std::any_of(m_creations.begin(), m_creations.end(),
                                      [&](SCreation& one) { return takeFor(one, task, match); });
       if (found) placed.insert(task.id);
@@ -186,12 +186,12 @@ int CPatchCreations::owed(const std::string& detailKey) const {
   int stop = 0;
   bool paused = false;
   for (const SCreation& one : m_creations) {
-    if (one.taskId != known->second && one.taken.count(known->second) == 0) continue;
+    if (one.taskId != known->second && !one.taken.contains(known->second)) continue;
     stop = std::max(stop, one.stop);
     paused = paused || one.paused;
   }
-  if (stop != 0) return m_sent.count({detailKey, ETO_Drop}) > 0 ? 0 : stop;
-  return paused && m_sent.count({detailKey, ETO_Pause}) == 0 ? ETO_Pause : 0;
+  if (stop != 0) return m_sent.contains({detailKey, ETO_Drop}) ? 0 : stop;
+  return paused && !m_sent.contains({detailKey, ETO_Pause}) ? ETO_Pause : 0;
 }
 
 }  // namespace TC

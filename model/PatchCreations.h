@@ -35,7 +35,7 @@ class CPatchCreations {
   LineVolumes failed(int creation);
   /// Lines that were handed over as a new basket.
   void handedOver(const LineVolumes& lines);
-  bool knows(const std::string& detailKey) const { return m_known.count(detailKey) > 0; }
+  bool knows(const std::string& detailKey) const { return m_known.contains(detailKey); }
   /// A detail of a patch, whoever's, has come for the first time; planned: what it is to trade.
   void arrived(const std::string& detailKey, int taskId, LineVolumes planned);
 

@@ -49,7 +49,7 @@ void CDetailShares::removeOrders(const std::vector<ksservice::COrderInfoPtr>& or
   for (const SSlot& slot : m_slots) {
     auto& known = slot.row->item->m_mapOrders;
     for (auto order = known.begin(); order != known.end();) {
-      order = filed.count(*order) > 0 ? known.erase(order) : std::next(order);
+      order = filed.contains(*order) ? known.erase(order) : std::next(order);
     }
   }
 }

@@ -146,6 +146,7 @@ void CBaseHighPerformanceTable::slotReset() {
 /// Rows that changed their places disturb the page as little as can be: it moves as most of its rows do.
 void CBaseHighPerformanceTable::slotLayoutChanged() {
   std::vector<int> tops;
+  tops.reserve(static_cast<std::size_t>(m_pageKeys.size()));
   for (int i = 0; i < m_pageKeys.size(); ++i) tops.push_back(m_pModel->positionOf(m_pageKeys[i]) - i);
   m_pageKeys.clear();
   scheduleUpdate();
