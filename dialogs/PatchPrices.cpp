@@ -3,6 +3,7 @@
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/Services.h"
+#include "utils/Keys.h"
 
 namespace TC {
 namespace {
@@ -11,9 +12,10 @@ using namespace ksservice;
 
 /// Account, instrument and operation.
 std::string lineOf(const CCodeOrderParam& param) {
+  QString row = QString::fromStdString(utils::mavStockKey(param.m_stock.m_strMarket, param.m_stock.m_strCode));
+  replaceMarketToHK(row);
   const std::string account = param.m_pAccount ? param.m_pAccount->getKey() : std::string();
-  return account + '/' + connectedStockKey(param.m_stock.m_strMarket, param.m_stock.m_strCode) + '/' +
-         std::to_string(param.m_nOperation);
+  return account + '/' + row.toStdString() + '/' + std::to_string(param.m_nOperation);
 }
 
 }  // namespace

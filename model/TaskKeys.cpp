@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "TaskRules.h"
+#include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
 
@@ -39,7 +39,7 @@ QString rowKey(const std::string& market, const std::string& code, int operation
 
 QString orderRowKey(const std::string& market, const std::string& code, int operation) {
   QString key = rowKey(market, code, operation);
-  replaceMarketToHK(key);
+  ksservice::replaceMarketToHK(key);
   return key;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ksservice/Helpers.h"
 #include "tc/CBasketHedgeManager.h"
 #include "utils/Clock.h"
 
@@ -41,14 +42,6 @@ QString joinAccount(const QString& accounts, const QString& displayId) {
 
 bool basketTaskIdLessThan(const QString& a, const QString& b) {
   return a.size() != b.size() ? a.size() < b.size() : a < b;
-}
-
-void replaceMarketToHK(QString& key) {
-  for (const QLatin1String market : {QLatin1String("HGT"), QLatin1String("SGT")}) {
-    if (!key.contains(market)) continue;
-    key.replace(market, QLatin1String("HK"));
-    return;
-  }
 }
 
 bool isSameInstrument(const std::string& market, const std::string& code, const CStockInfo& stock) {

@@ -32,10 +32,6 @@ QString joinAccount(const QString& accounts, const QString& displayId);
 /// Orders task identifiers as numbers: the shorter comes first, then the smaller text.
 bool basketTaskIdLessThan(const QString& a, const QString& b);
 
-/// Turns "HGT", or else "SGT", into "HK" wherever it stands in a row key, so that orders that go through a connect
-/// market find the rows of their Hong Kong instruments. A key with both keeps its "SGT": that is intended.
-void replaceMarketToHK(QString& key);
-
 /// The parameter that an order of a server task's progress belongs to.
 struct SProgressParam {
   const ksservice::CCodeOrderParam* param = nullptr;  ///< null when there is none, or when it has no operation

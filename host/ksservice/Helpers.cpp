@@ -5,7 +5,6 @@
 #include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/Services.h"
-#include "utils/Keys.h"
 
 namespace ksservice {
 
@@ -83,13 +82,12 @@ void CPriceDataHelper::adaptPriceType(CCodeOrderParam& param) {
 
 int CPriceDataHelper::limitType(int operation) { return DataHelper::isBuy(operation) ? EPT_Limit : EPT_SellerLimit; }
 
-std::string connectedStockKey(const std::string& market, const std::string& code) {
-  std::string key = utils::mavStockKey(market, code);
-  const std::string connect = key.find("HGT") != std::string::npos ? "HGT" : "SGT";
-  for (std::size_t at = key.find(connect); at != std::string::npos; at = key.find(connect)) {
-    key.replace(at, connect.size(), "HK");
+void replaceMarketToHK(QString& key) {
+  for (const QLatin1String market : {QLatin1String("HGT"), QLatin1String("SGT")}) {
+    if (!key.contains(market)) continue;
+    key.replace(market, QLatin1String("HK"));
+    return;
   }
-  return key;
 }
 
 bool isRealMarketPrice(int priceType) { return priceType == EPT_MarketSH || priceType == EPT_MarketSZ; }

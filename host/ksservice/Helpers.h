@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <QString>
+
 #include "ksservice/CTaskDetail.h"
 #include "tc/CExchangeClient.h"
 #include "tc/CQuoteClient.h"
@@ -67,8 +69,10 @@ struct CPriceDataHelper {
   static int limitType(int operation);
 };
 
-/// Key of the instrument as which one counts, a connect market's (HGT, SGT) as Hong Kong's own.
-std::string connectedStockKey(const std::string& market, const std::string& code);
+/// Turns "HGT", or else "SGT", into "HK" wherever it stands in the key of an instrument or a row, so that orders that
+/// go through a connect market find what is kept of their Hong Kong instruments. A key with both keeps its "SGT": that
+/// is intended.
+void replaceMarketToHK(QString& key);
 
 /// Whether the type is a market price of an exchange.
 bool isRealMarketPrice(int priceType);

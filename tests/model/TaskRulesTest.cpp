@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "ksservice/Helpers.h"
 #include "tc/CBasketHedgeManager.h"
 
 namespace {

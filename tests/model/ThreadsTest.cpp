@@ -84,11 +84,9 @@ class CTaskThreadsTest : public CPatchTaskTest {
     walk(root);
     if (const CBasketTaskItem* row = task.getItem(task.getKey() + "-1001")) m_nSeen += row->m_nTotalVolume;
   }
-  void operate(void (TC::CBasketTask::*operation)(QString)) { (task.*operation)(QString()); }
 
   /// What the GUI asks of a task.
   std::vector<std::function<void()>> asks() {
-    using Task = TC::CBasketTask;
     const QString all = task.getKey();
     return {[this] { m_nSeen += task.contains("123-1", TC::EBTT_Own) + task.contains("500-1", TC::EBTT_Patch); },
             [this] { m_nSeen += task.contains("900-1", TC::EBTT_Hedge); },
@@ -105,9 +103,9 @@ class CTaskThreadsTest : public CPatchTaskTest {
               m_nSeen += static_cast<int>(orders.size());
             },
             [this] { look(); },
-            [this] { operate(&Task::pause); },
-            [this] { operate(&Task::resume); },
-            [this] { operate(&Task::cancel); },
+            [this, all] { task.pause(all); },
+            [this, all] { task.resume(all); },
+            [this, all] { task.cancel(all); },
             [this] { task.updateHedgeVolume(++m_nTarget); },
             [this] { task.updateHedgeStatus(1); },
             [this] { task.cancelHedge(QString()); },
@@ -117,14 +115,14 @@ class CTaskThreadsTest : public CPatchTaskTest {
             [this] { task.patch(rowKey(), 0); },
             [this] { task.onPatchesChanged(); },
             [this] { task.unpatch(rowKey()); },
-            [this] { operate(&Task::drop); },
+            [this, all] { task.drop(all); },
             [this, all] { task.slotPatchTask(all, true); },
             [this, all] { patchAgain([&] { task.patchWithParam(all, {}, EMTT_Stock); }); }};
   }
   /// The user waits no longer for the patch before.
   void patchAgain(const std::function<void()>& patch) {
     host.moveClock(20000);
-    operate(&TC::CBasketTask::cancel);
+    task.cancel(task.getKey());
     patch();
     QCoreApplication::processEvents();
   }
