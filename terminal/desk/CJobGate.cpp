@@ -30,6 +30,8 @@ void CJobGate::jobBegins(utils::EPanelJob job) {
 }
 
 void CJobGate::jobEnded(utils::EPanelJob) {
+  // Before the job counts as ended: nothing may slip in between.
+  fence();
   {
     const std::lock_guard<std::mutex> lock(m_mutex);
     --m_nJobs;
@@ -61,7 +63,11 @@ void CJobGate::passFence() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     hook = m_fenceHook;
   }
-  if (hook) hook();
+  // The hook writes what was held back before anything else can be written.
+  if (hook && !hook()) {
+    QTimer::singleShot(0, &m_receiver, [this] { passFence(); });
+    return;
+  }
   {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_nFences > 0) --m_nFences;
@@ -91,6 +97,11 @@ bool CJobGate::isIdle() const {
   return m_nJobs == 0;
 }
 
+bool CJobGate::isSettled() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return isSettledLocked();
+}
+
 bool CJobGate::waitIdle(int msec) const {
   std::unique_lock<std::mutex> lock(m_mutex);
   return m_changed.wait_for(lock, std::chrono::milliseconds(msec), [this] { return m_nJobs == 0; });
@@ -114,7 +125,7 @@ void CJobGate::whenIdle(std::function<void()> action) {
 
 bool CJobGate::mustWait() const {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  return m_bRecording && m_nJobs > 0;
+  return m_bRecording && !isSettledLocked();
 }
 
 bool CJobGate::beginChange() {
@@ -125,7 +136,7 @@ bool CJobGate::beginChange() {
   if (m_nChangeDepth == 0 || m_changer != self) {
     // The GUI thread waits for the end of another change at most, which is short and waits for nothing itself.
     const bool waitForJobs = !onGuiThread();
-    m_changed.wait(lock, [&] { return free() && (!waitForJobs || (m_nJobs == 0 && m_nFences == 0)); });
+    m_changed.wait(lock, [&] { return free() && (!waitForJobs || isSettledLocked()); });
   }
   m_changer = self;
   ++m_nChangeDepth;

@@ -18,8 +18,9 @@ class CJobGate : public utils::IJobMonitor {
  public:
   /// Called where a job begins, on the worker, while no change is under way. Must not change the desk.
   using BeginHook = std::function<void(utils::EPanelJob)>;
-  /// Called on the GUI thread when it has worked off what a change queued for it.
-  using FenceHook = std::function<void()>;
+  /// Called on the GUI thread when it has worked off what a change or a job queued for it; while it answers false, the
+  /// fence stays and it is called again.
+  using FenceHook = std::function<bool()>;
 
   void jobPosted(utils::EPanelJob job) override;
   void jobBegins(utils::EPanelJob job) override;
@@ -29,7 +30,8 @@ class CJobGate : public utils::IJobMonitor {
   void setRecording(bool on, BeginHook beginHook = {}, FenceHook fenceHook = {});
 
   /// While a recording is made, no further change or job begins until the GUI thread has worked off what is queued for
-  /// it now, so that what follows from a change stands right behind it. Any thread, within the change.
+  /// it now, so that what follows from a change stands right behind it. The end of a job makes one too. Any thread,
+  /// within the change.
   void fence();
   /// Fences hold nothing back any more: the GUI thread is about to wait for the other threads. GUI thread.
   void dropFences();
@@ -40,6 +42,8 @@ class CJobGate : public utils::IJobMonitor {
 
   /// True when no job is posted or runs. Any thread.
   bool isIdle() const;
+  /// True when besides the GUI thread has passed every fence: what it shows is what the last job saw. Any thread.
+  bool isSettled() const;
   /// Waits until no job is posted or runs; false after msec milliseconds. Any thread but the worker.
   bool waitIdle(int msec) const;
   /// Runs action on the GUI thread while no job is left: now when there is none or nothing is recorded, else after the
@@ -61,6 +65,7 @@ class CJobGate : public utils::IJobMonitor {
 
  private:
   bool mustWait() const;
+  bool isSettledLocked() const { return m_nJobs == 0 && m_nFences == 0; }
   void passFence();
   bool beginChange();
   void endChange();

@@ -10,6 +10,7 @@
 
 #include "LineRecords.h"
 #include "TableDump.h"
+#include "gv/CCommonDialog.h"
 #include "gv/CEventWidget.h"
 #include "gv/CHpfTreeTable.h"
 #include "tc/ITradeDockableWidget.h"
@@ -48,11 +49,12 @@ SUserLine foldAct(bool expand, const QString& row) {
 
 }  // namespace
 
-CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out) : m_desk(desk), m_lines(out) {
+CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out)
+    : m_desk(desk), m_inputDelay([&desk] { return desk.gate().isSettled(); }), m_lines(out) {
   m_clock.start();
   m_desk.addObserver(this);
   m_desk.gate().setRecording(
-      true, [this](utils::EPanelJob job) { onJob(job); }, [this] { settleLines(); });
+      true, [this](utils::EPanelJob job) { onJob(job); }, [this] { return passFence(); });
   GV::CEventDeliverer::setTap([this](QWidget* from, int eventId, int id, int value, const QString& key) {
     onUserEvent(from, eventId, id, value, key);
   });
@@ -76,6 +78,14 @@ void CRecorder::write(SLine::Body body) {
   writeLocked(std::move(body));
 }
 
+/// What the user or the host does to the panel. Until the GUI thread is back at its events, in a dialog's loop at the
+/// earliest, nothing changes beside it: what it meets is what stands before the line.
+void CRecorder::writeAct(SLine::Body body) {
+  const desk::CJobGate::CChange change(m_desk.gate());
+  m_desk.gate().fence();
+  write(std::move(body));
+}
+
 void CRecorder::writeLocked(SLine::Body body) {
   SLine line;
   line.m_nT = m_clock.elapsed();
@@ -87,16 +97,17 @@ void CRecorder::writeLocked(SLine::Body body) {
   }
   line.m_body = std::move(body);
   m_lines.put(line, mayOpenDialog(line));
-  // What the user or the host does has happened when the GUI thread is back at its events; an answer, at its fence.
-  if (std::holds_alternative<SUserLine>(line.m_body) || std::holds_alternative<SHostLine>(line.m_body)) {
-    QMetaObject::invokeMethod(
-        &m_receiver, [this] { settleLines(); }, Qt::QueuedConnection);
-  }
 }
 
-void CRecorder::settleLines() {
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  m_lines.settle();
+bool CRecorder::passFence() {
+  // A dialog that was ended still runs its events, but what was confirmed in it is not carried out yet.
+  if (!m_dialogs.empty() && m_dialogs.back() && !m_dialogs.back()->isVisible()) return false;
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_lines.settle();
+  }
+  m_inputDelay.release();
+  return true;
 }
 
 // The panel
@@ -134,7 +145,7 @@ void CRecorder::recordSetParam(const QString& text) {
   SHostLine line;
   line.m_eAct = EHostAct::SetParam;
   line.m_strText = text.toStdString();
-  write(line);
+  writeAct(line);
 }
 
 void CRecorder::onJob(utils::EPanelJob job) {
@@ -147,33 +158,33 @@ void CRecorder::onUserEvent(QWidget* from, int eventId, int id, int value, const
   SUserLine line;
   switch (eventId) {
     case GV::EventButtonClicked:
-      return write(userAct(EUserAct::ToolBar, id));
+      return writeAct(userAct(EUserAct::ToolBar, id));
     case GV::EventCheckBoxToggled:
       line = userAct(EUserAct::FilterFinished);
       line.m_bOn = value != 0;
-      return write(line);
+      return writeAct(line);
     case GV::EventRowButtonClicked:
       line = userAct(EUserAct::Button, id);
       line.m_strRow = rowPath(*m_pTable, key).toStdString();
-      return write(line);
+      return writeAct(line);
     case GV::EventColumnDoubleClicked:
       line = userAct(EUserAct::DoubleClick);
       line.m_nColumn = id;
-      return write(line);
+      return writeAct(line);
     case GV::EventCellClicked:
       line = userAct(EUserAct::Click);
       line.m_strRow = rowPath(*m_pTable, key).toStdString();
       line.m_nColumn = id;
-      return write(line);
+      return writeAct(line);
     case GV::EventRowFolded:
-      return write(foldAct(id == 1, rowPath(*m_pTable, key)));
+      return writeAct(foldAct(id == 1, rowPath(*m_pTable, key)));
     case GV::EventTableExport:
       line = userAct(EUserAct::Export);
       // Without its folder: a replay elsewhere must not write over the user's files.
       line.m_strFile = QFileInfo(key).fileName().toStdString();
-      return write(line);
+      return writeAct(line);
     case GV::EventTableCopy:
-      return write(userAct(EUserAct::Copy));
+      return writeAct(userAct(EUserAct::Copy));
     default:
       return;
   }
@@ -182,7 +193,7 @@ void CRecorder::onUserEvent(QWidget* from, int eventId, int id, int value, const
 /// The menu folds or unfolds roots; a replay is told how each of them stands.
 void CRecorder::onMenu() {
   m_pTable->forEachRow([this](const GV::CHpfTreeTableData& row, int depth, bool, bool expanded) {
-    if (depth == 0) write(foldAct(expanded, row.scriptName()));
+    if (depth == 0) writeAct(foldAct(expanded, row.scriptName()));
   });
 }
 
@@ -197,12 +208,15 @@ void CRecorder::onHeader() {
 
 // Dialogs
 
-void CRecorder::dialogOpens(GV::CCommonDialog&) {
+void CRecorder::dialogOpens(GV::CCommonDialog& dialog) {
+  m_dialogs.emplace_back(&dialog);
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_lines.dialogOpens();
 }
 
 void CRecorder::addAct(EDialogAct act, const QString& name, bool on, const QString& text) {
+  const desk::CJobGate::CChange change(m_desk.gate());
+  m_desk.gate().fence();
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_lines.add({act, name.toStdString(), on, text.toStdString()});
 }
@@ -218,6 +232,7 @@ void CRecorder::rowEdited(GV::CCommonDialog&, const QString& key, const QString&
 void CRecorder::dialogClosed(GV::CCommonDialog&) { addAct(EDialogAct::Close, QString()); }
 
 void CRecorder::dialogEnded(GV::CCommonDialog&, bool) {
+  m_dialogs.pop_back();
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_lines.dialogEnded();
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "CInputDelay.h"
 #include "CLineSequence.h"
 #include "DialogObservers.h"
 #include "IDeskObserver.h"
@@ -93,7 +94,8 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
 
   void write(SLine::Body body);
   void writeLocked(SLine::Body body);
-  void settleLines();
+  void writeAct(SLine::Body body);
+  bool passFence();
   void addAct(EDialogAct act, const QString& name, bool on = true, const QString& text = {});
   /// Writes what is known of the instruments with the code, once.
   void useLocked(const std::string& code);
@@ -104,10 +106,11 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
 
   desk::CDesk& m_desk;
   QElapsedTimer m_clock;
-  QPointer<TC::ITradeDockableWidget> m_pPanel;  ///< GUI thread
-  QPointer<GV::CHpfTreeTable> m_pTable;         ///< GUI thread
-  bool m_bHeaderChanged = false;                ///< GUI thread
-  QObject m_receiver;                           ///< of the recorder's own queued calls
+  QPointer<TC::ITradeDockableWidget> m_pPanel;         ///< GUI thread
+  QPointer<GV::CHpfTreeTable> m_pTable;                ///< GUI thread
+  bool m_bHeaderChanged = false;                       ///< GUI thread
+  std::vector<QPointer<GV::CCommonDialog>> m_dialogs;  ///< open, one inside another; GUI thread
+  CInputDelay m_inputDelay;                            ///< GUI thread
 
   mutable std::mutex m_mutex;  ///< guards the rest, and the order of the lines
   CLineSequence m_lines;

@@ -30,7 +30,11 @@ TEST(JobGate, WhileRecordingADeliveryWaitsFromThePostingOfAJobToItsEnd) {
   EXPECT_FALSE(isDone(delivery));
   EXPECT_FALSE(desk.taskDetail("1-1"));
   desk.gate().jobEnded(EPanelJob::Refresh);
+  EXPECT_FALSE(isDone(delivery)) << "what the job queued for the GUI thread has not run";
+  EXPECT_FALSE(desk.gate().isSettled());
+  QCoreApplication::processEvents();
   delivery.get();
+  EXPECT_TRUE(desk.gate().isSettled());
   EXPECT_TRUE(desk.taskDetail("1-1"));
 }
 
@@ -61,7 +65,11 @@ TEST(JobGate, BehindAFenceChangesAndJobsWaitUntilTheGuiThreadHasWorkedOffItsQueu
   desk::CDesk desk;
   std::string order;
   desk.gate().setRecording(
-      true, [&](EPanelJob) { order += "job "; }, [&] { order += "fence "; });
+      true, [&](EPanelJob) { order += "job "; },
+      [&] {
+        order += "fence ";
+        return true;
+      });
   desk.requests().queryOrderProcess({"1-1"}, [&](const auto&, const auto&, const auto&) {
     QMetaObject::invokeMethod(
         qApp, [&] { order += "answered "; }, Qt::QueuedConnection);
@@ -74,6 +82,7 @@ TEST(JobGate, BehindAFenceChangesAndJobsWaitUntilTheGuiThreadHasWorkedOffItsQueu
   job.get();
   desk.gate().jobEnded(EPanelJob::Refresh);
   EXPECT_EQ(order, "answered fence job ");
+  QCoreApplication::processEvents();
 
   // A GUI thread that waits for the others lets them pass.
   desk.requests().queryOrderProcess({"1-1"}, {});
@@ -166,7 +175,7 @@ TEST(JobGate, NothingChangesWhileAJobRuns) {
   int moved = 0;
   for (int round = 0; round < 300; ++round) {
     const int start = deliveries;
-    while (deliveries == start) std::this_thread::yield();
+    while (deliveries == start) QCoreApplication::processEvents();
     desk.gate().jobPosted(EPanelJob::Refresh);
     std::thread worker([&] {
       desk.gate().jobBegins(EPanelJob::Refresh);
@@ -178,6 +187,7 @@ TEST(JobGate, NothingChangesWhileAJobRuns) {
     worker.join();
   }
   stop = true;
+  desk.gate().dropFences();
   feed.join();
   EXPECT_EQ(moved, 0);
 }

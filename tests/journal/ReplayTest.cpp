@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <atomic>
+#include <future>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
@@ -19,6 +20,7 @@
 #include "JournalReader.h"
 #include "LineRecords.h"
 #include "TableDump.h"
+#include "gv/CCommonDialog.h"
 #include "gv/CFileDialog.h"
 #include "gv/CHpfTreeTable.h"
 #include "gv/Controls.h"
@@ -275,16 +277,19 @@ class CLiveSession {
     m_pPanel->show();
   }
 
+  ~CLiveSession() { m_recorder.recordClose(); }
+
   void run() {
     std::atomic<bool> stop{false};
-    std::thread feed([&] { deliver(stop); });
+    const std::future<void> feed = std::async(std::launch::async, [&] { deliver(stop); });
     std::mt19937 random(7);
     for (int step = 0; step < 120; ++step) {
       QTest::qWait(20);
       if (step % 3 == 0) actAtRandom(random);
     }
     stop = true;
-    feed.join();
+    // It may have to wait for the GUI thread.
+    while (feed.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) QCoreApplication::processEvents();
     // The last details are shown after two more cycles at most.
     QTest::qWait(2200);
   }
@@ -365,6 +370,48 @@ TEST(Recording, ReplayedGivesTheSameTableCellForCell) {
   ASSERT_EQ(played["rows"].size(), live["rows"].size());
   for (std::size_t row = 0; row < live["rows"].size(); ++row) EXPECT_EQ(played["rows"][row], live["rows"][row]);
   for (const char* field : {"filter", "running", "param"}) EXPECT_EQ(played[field], live[field]);
+}
+
+/// What an act meets stands before it in the journal: until the act is over, or the dialog that it opens is open,
+/// nothing changes, nor from the end of the dialog until what was confirmed in it is done.
+TEST(Recording, NothingChangesBesideAnAct) {
+  desk::CDesk desk;
+  std::ostringstream journal;
+  CRecorder recorder(desk, journal);
+  const auto change = [&desk](int group) {
+    return std::async(std::launch::async, [&desk, group] { desk.setHedgeState(group, 3); });
+  };
+  const auto isDone = [](const std::future<void>& each) {
+    return each.wait_for(std::chrono::milliseconds(30)) == std::future_status::ready;
+  };
+  recorder.recordSetParam(QStringLiteral("act"));
+  std::future<void> before;
+  std::future<void> inside;
+  std::future<void> behind;
+  before = change(1);
+  EXPECT_FALSE(isDone(before)) << "the act is not over";
+  GV::CCommonDialog dialog;
+  QTimer::singleShot(0, &dialog, [&] {
+    before.get();
+    inside = change(2);
+    EXPECT_TRUE(isDone(inside));
+    dialog.close();
+    QCoreApplication::sendPostedEvents();  // what is left of the dialog's loop
+    behind = change(3);
+  });
+  dialog.exec();
+  EXPECT_FALSE(isDone(behind)) << "what was confirmed is not done";
+  recorder.recordDump("done");
+  QCoreApplication::processEvents();
+  behind.get();
+  std::istringstream in(journal.str());
+  std::string order;
+  for (std::string text; std::getline(in, text);) {
+    const json line = json::parse(text);
+    order += line["kind"].get<std::string>() +
+             (line.contains("group") ? std::to_string(line["group"].get<int>()) : "") + " ";
+  }
+  EXPECT_EQ(order, "user host hedgeState1 hedgeState2 dump hedgeState3 ");
 }
 
 TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
