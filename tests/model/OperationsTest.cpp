@@ -21,23 +21,6 @@ class COperationsTest : public CPatchTaskTest {
     deliverPatch(localPatch);
     takeEvents();
   }
-
-  void addHedge(int lots) {
-    CAccountInfo futures;
-    futures.m_strKey = "F1";
-    futures.m_nType = 1;
-    host.setAccount(futures);
-    CBasketHedgeParam hedge;
-    hedge.m_bEnabled = true;
-    hedge.m_strMarket = "CFFEX";
-    hedge.m_strCode = "IF2612";
-    hedge.m_strAccount = "F1";
-    hedge.m_nVolume = lots;
-    task.setHedgeParam(hedge, false);
-    takeEvents();
-  }
-
-  static bson::BSONObj document(const std::string& json) { return bson::BSONObj::fromJson(json).value(); }
 };
 
 TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
@@ -63,24 +46,6 @@ TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
   EXPECT_EQ(takeSends(), "local 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\nhedge pause 123\n");
   task.resume("");
   EXPECT_EQ(takeSends(), "local 123@A1\nresume 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\nresume 125@A1\n");
-}
-
-TEST_F(COperationsTest, DropGivesThePatchesUpAndThenTheTaskItself) {
-  mixedTask();
-  root.m_bPatching = true;
-  task.drop("");
-  const auto calls = host.takeCalls();
-  ASSERT_EQ(calls.size(), 4u);
-  EXPECT_EQ(nameOf(calls[0]), "server 124-1");
-  EXPECT_EQ(nameOf(calls[1]), "local 125@A1");
-  EXPECT_EQ(calls[0].record->m_strRemark, "u1终止任务");
-  EXPECT_EQ(nameOf(calls[2]), "local 123@A1");
-  EXPECT_EQ(nameOf(calls[3]), "server 123-2");
-  EXPECT_EQ(calls[3].record->m_strRemark, "");
-  for (const auto& call : calls) EXPECT_EQ(call.record->m_nOperation, ETO_Drop);
-  EXPECT_EQ(takeEvents(), "status T 11 0\n");
-  EXPECT_FALSE(root.m_bPatching);
-  EXPECT_EQ(root.m_nStatus, ETS_Running) << "left to the details that follow";
 }
 
 TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
@@ -120,19 +85,6 @@ TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
   EXPECT_EQ(events(ETS_Running, resume), "status T 3 11\n3");
 }
 
-TEST_F(COperationsTest, ResumeWithPatchesSettlesByThem) {
-  update(cancelled(200, 0));
-  DetailPtr patch = patchDetail(124);
-  patch->m_params = {buyLine(800)};
-  patch->m_nStatus = ETS_Paused;
-  deliverPatch(patch);
-  root.m_nStatus = ETS_Unknown;
-  takeEvents();
-  task.resume("");
-  EXPECT_EQ(takeEvents(), "status T 4 0\n");
-  EXPECT_EQ(root.m_nStatus, ETS_Paused);
-}
-
 TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) {
   addHedge(3);
   update(cancelled(1000, 499));
@@ -148,23 +100,6 @@ TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) 
   EXPECT_EQ(takeEvents(), "status T 8 0\nstatus T 11 0\n");
 }
 
-TEST_F(COperationsTest, HedgeFollowsPauseAndResumeUntilItHasEnded) {
-  addHedge(3);
-  update(twoLines());
-  task.pause("");
-  EXPECT_EQ(task.getHedgeItem()->m_nStatus, ETS_Paused);
-  task.resume("");
-  EXPECT_EQ(host.takeStartedHedges(), std::vector<int>{123});
-  EXPECT_EQ(task.getHedgeItem()->m_nStatus, ETS_Running);
-  EXPECT_TRUE(task.getHedgeItem()->m_bPatching);
-  for (const int status : {ETS_Finished, ETS_Cancelled, ETS_Dropped}) {
-    task.getHedgeItem()->m_nStatus = status;
-    task.resume("");
-    EXPECT_TRUE(host.takeStartedHedges().empty()) << status;
-    EXPECT_EQ(task.getHedgeItem()->m_nStatus, status);
-  }
-}
-
 TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {
   addHedge(3);
   DetailPtr made = twoLines();
@@ -176,29 +111,6 @@ TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {
   EXPECT_EQ(takeEvents(), "status " + task.getHedgeItem()->m_strKey.toStdString() + " 10001 11\n");
   EXPECT_FALSE(task.getHedgeItem()->m_bPatching);
   EXPECT_EQ(takeSends(), "") << "there is no patch task";
-}
-
-TEST_F(COperationsTest, RefusalIsShownAndTheButtonsComeBack) {
-  update(twoLines());
-  takeEvents();
-  const auto reply = [this](const utils::KSError& error, const std::string& json) {
-    task.onOperateOrbTask(error, document(json), ETO_Pause);
-    return takeEvents();
-  };
-  const utils::KSError none, failed("no route");
-  const auto shown = [](const std::string& text) {
-    return "ended T\nstatus T 3 0\nbox Operate task fail|" + text + "\n";
-  };
-  EXPECT_EQ(reply(failed, "{}"), shown("no route"));
-  EXPECT_EQ(takeLog("onOperateOrbTask"), std::vector<std::string>{"onOperateOrbTask 123-5 error: no route"});
-  EXPECT_EQ(reply(none, R"({"ErrorMsg":"任务已结束"})"), shown("任务已结束"));
-  EXPECT_EQ(reply(failed, R"({"ErrorMsg":"任务已结束"})"), shown("任务已结束"));
-  EXPECT_EQ(reply(failed, R"({"ErrorMsg":""})"), shown("no route")) << "an empty text is none";
-  EXPECT_EQ(reply(none, "{}"), "");
-  EXPECT_EQ(reply(none, R"({"Result":"done"})"), "");
-  EXPECT_EQ(reply(none, R"({"ErrorMsg":5})"), "");
-  EXPECT_EQ(reply(none, R"({"ErrorMsg":""})"), "");
-  EXPECT_EQ(reply(utils::KSError(""), "{}"), "");
 }
 
 TEST_F(COperationsTest, AnswerFindsItsTaskOnAnotherThreadOrNoTaskAtAll) {
