@@ -249,18 +249,6 @@ TEST_F(TreeTable, MarksTheHeadersOfFilteredColumns) {
   EXPECT_EQ(tip(2), QString());
 }
 
-TEST_F(TreeTable, FoldsManyRowsInFewChanges) {
-  m_table.expandAll(true);
-  int changes = 0;
-  QObject::connect(m_table.dataModel(), &QAbstractItemModel::rowsRemoved, [&changes] { ++changes; });
-  QObject::connect(m_table.dataModel(), &QAbstractItemModel::modelReset, [&changes] { ++changes; });
-  QStringList roots{k("nobody")};
-  for (int root = 1; root < kRoots; ++root) roots.append(QStringLiteral("r%1").arg(root));
-  m_table.expandItems(roots, false);
-  EXPECT_EQ(m_table.rowCount(), kRoots + kChildren);
-  EXPECT_LE(changes, 33) << "the first few one by one, all others at once";
-}
-
 TEST_F(TreeTable, AdjustsColumnsToWhatShows) {
   const int before = m_table.getAdjustVisibleRowsColumnWidth(2);
   row("r1").m_dValue = 123456789012.0;
