@@ -74,4 +74,20 @@ TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   EXPECT_EQ(desk.taskDetail("1-1"), second.m_pDetail);
 }
 
+TEST(Desk, AccountsKeepTheirOrderAndAreReplacedByKey) {
+  CDesk desk;
+  for (const char* key : {"B", "A", "B"}) {
+    auto info = boost::make_shared<ksservice::CAccountInfo>();
+    info->m_strKey = key;
+    desk::SAccount account;
+    account.m_pInfo = info;
+    account.m_bFiltered = desk.accounts().size() == 2;
+    desk.addAccount(account);
+  }
+  ASSERT_EQ(desk.accounts().size(), 2u);
+  EXPECT_EQ(desk.accounts()[0].m_pInfo->getKey(), "B");
+  EXPECT_TRUE(desk.accounts()[0].m_bFiltered);
+  EXPECT_FALSE(desk.accounts()[1].m_bFiltered);
+}
+
 }  // namespace

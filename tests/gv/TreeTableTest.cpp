@@ -8,8 +8,6 @@ namespace {
 
 using TreeTable = TableTest;
 
-QString k(const char* text) { return QString::fromLatin1(text); }
-
 int differingPixels(const QImage& a, const QImage& b, const QRect& area) {
   int count = 0;
   for (int y = area.top(); y <= area.bottom(); ++y) {

@@ -165,7 +165,7 @@ class CLiveSession {
     QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, table().cellRect(0, 8).center());
     QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, table().cellRect(0, 9).center());
     table().setCurrentKey(table().baseModel()->rowAt(0).key());
-    QTest::keyClick(&table(), Qt::Key_Right);
+    for (const auto key : {Qt::Key_Left, Qt::Key_Right}) QTest::keyClick(&table(), key);
     QCoreApplication::processEvents();
   }
 

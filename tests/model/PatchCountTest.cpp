@@ -95,26 +95,6 @@ TEST_F(CPatchCountTest, ARowAddsUpItsPatchesAsTheHostKnowsThem) {
   EXPECT_EQ(row("SH.600000买入").m_nPatchVolume, 158) << "the host has no record of it by its number";
 }
 
-TEST_F(CPatchCountTest, FullTaskIsFinishedByItsPatches) {
-  addHedge(0, false);
-  host.takeCalls();
-  DetailPtr own = cancelled(200, 500);
-  own->m_nEndTime = UNSET_INT;
-  update(own);
-  takeEvents();
-  DetailPtr made = buyPatch(124, ETS_Finished, 800, 800);
-  made->m_nEndTime = 9 * 3600;
-  deliverPatch(made);
-  EXPECT_EQ(takeEvents(), "status T 7 0\nstatus T 7 0\n");
-  EXPECT_EQ(root.m_nStatus, ETS_Finished);
-  EXPECT_EQ(root.m_endTime, QTime(9, 0));
-  EXPECT_EQ(takeSends(), "hedge stop 123\n");
-  made = next(made);
-  made->m_nEndTime = 10 * 3600;
-  deliverPatch(made);
-  EXPECT_EQ(root.m_endTime, QTime(10, 0)) << "the latest end";
-}
-
 TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   addHedge(3);
   task.getHedgeItem()->m_nStatus = ETS_Cancelled;

@@ -70,6 +70,20 @@ TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChose
   EXPECT_EQ(creations[0].command.m_strAlgoParams, "");
 }
 
+TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
+  update(cancelled(200, 0));
+  host.setCommandNumber(77, 9);
+  takeEvents();
+  EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
+  EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
+  EXPECT_TRUE(host.takeCreations().empty());
+  host.setCommandNumber(77, 0);
+  patch("选中补单");
+  task.patchWithParam(task.getKey(), {}, PLAIN);
+  EXPECT_EQ(takeEvents(), "box 补单|补单中\nended T\nstatus T 10000 0\n");
+  EXPECT_EQ(host.takeCreations().size(), 1u);
+}
+
 TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
   const AccountPtr third = account("A3", "1003");
   DetailPtr known = cancelled(200, 500), unknown = detail(2), without = detail(3);

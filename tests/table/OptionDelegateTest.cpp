@@ -141,19 +141,6 @@ TEST_F(OptionDelegate, ClicksDeliverActionsAndDisableTheirButton) {
   EXPECT_EQ(CHpfBasketOptionDelegate::actionOf(8), -1);
 }
 
-TEST_F(OptionDelegate, ClickedButtonComesBackWithANewStatusOnly) {
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  m_delegate.disableClicked(TASK, 1);
-  EXPECT_EQ(shown(TASK), "0 1x");
-  EXPECT_FALSE(m_delegate.clickButton(TASK, 1));
-  EXPECT_TRUE(m_delegate.clickButton(TASK, 0));
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  EXPECT_EQ(shown(TASK), "0 1x") << "the same status again";
-  m_delegate.slotTaskStatus(TASK, 4, PLAIN);
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  EXPECT_EQ(shown(TASK), "0 1");
-}
-
 TEST_F(OptionDelegate, ClickedButtonComesBackWhenTheOperationCameToNothing) {
   m_delegate.slotTaskStatus(TASK, 8, PLAIN);
   m_delegate.disableClicked(TASK, 4);
