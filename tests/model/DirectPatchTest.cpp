@@ -7,12 +7,55 @@ using namespace ksservice;
 
 class CDirectPatchTest : public CPatchTaskTest {
  protected:
+  std::string creations() {
+    std::string text;
+    for (const auto& created : host.takeCreations()) {
+      EXPECT_EQ(created.hedgeType, 0);
+      EXPECT_EQ(created.taskId, 123);
+      EXPECT_TRUE(created.command.m_bPatch);
+      for (const auto& line : created.params) {
+        text += line.getKey() + " " + std::to_string(line.m_nVolume) + " type " + std::to_string(line.m_nType) +
+                " price " + std::to_string(line.m_nPriceType) + ":" + QString::number(line.m_dPrice).toStdString() +
+                "\n";
+      }
+      created.completion(utils::KSError("gone"), 0);
+    }
+    QCoreApplication::processEvents();
+    return text;
+  }
   std::string messages() {
     std::string text;
     for (const auto& message : host.takeMessages()) text += message.first.toStdString() + "\n";
     return text;
   }
 };
+
+TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
+  command.m_nType = 6;
+  host.setCommand(command);
+  host.setOrderSetting("price=1");
+  update(cancelled(200, 0));
+  takeEvents();
+  const QString buyRow = row("SH.600000买入").m_strKey;
+  task.patch(buyRow, 14);
+  EXPECT_EQ(takeEvents(), "") << "a single row's success is announced by its details";
+  EXPECT_TRUE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 14:10.1\n");
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(takeEvents(), "status 组合任务123-SH.600000买入 10001 0\nbox 补单|gone\nended T\nstatus T 8 0\n");
+  for (const QString& key : {QString(), task.getKey()}) {
+    task.patch(key, 0);
+    EXPECT_EQ(takeEvents(), "status T 10000 0\nstatus T 10000 0\n");
+    EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 1:10\nA1/SZ.000001卖出 500 type 6 price 1:10\n");
+    takeEvents();
+  }
+  row("SH.600000买入").m_bPatching = true;
+  task.patch(buyRow, 14);
+  update(twoLines());
+  takeEvents();
+  task.patch(QString(), 14);
+  EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";
+}
 
 TEST_F(CDirectPatchTest, RowsOfTwoAccountsAreToldApart) {
   update(cancelled(200, 500));

@@ -47,8 +47,10 @@ TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
   task.pause("");
   task.resume("");
   EXPECT_EQ(takeSends(), "server ALGO\nhedge stop 123\nserver ALGO\nhedge pause 123\nserver ALGO\n");
+  root.m_bPatching = true;
   task.drop("");
   EXPECT_EQ(takeSends(), "server 100000-1\n");
+  EXPECT_FALSE(root.m_bPatching);
 }
 
 TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {

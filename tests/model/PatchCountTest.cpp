@@ -95,6 +95,33 @@ TEST_F(CPatchCountTest, ARowAddsUpItsPatchesAsTheHostKnowsThem) {
   EXPECT_EQ(row("SH.600000买入").m_nPatchVolume, 158) << "the host has no record of it by its number";
 }
 
+TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfilled) {
+  DetailPtr own = cancelled(200, 0);
+  own->m_params.front().m_nOrderType = EORT_Algo3;
+  own->m_params.insert(own->m_params.begin(), sellLine(0));  // the root's type is that of the first line
+  update(own);
+  takeEvents();
+  const auto deliver = [this](const DetailPtr& made) {
+    deliverPatch(made);
+    return takeEvents();
+  };
+  EXPECT_EQ(deliver(buyPatch(124, ETS_Running, 800, 0)), "status T 10000 13\nstatus T 3 0\n");
+  EXPECT_TRUE(root.m_bPatching);
+  row("SH.600000买入").m_bPatching = true;
+  EXPECT_EQ(deliver(buyPatch(125, ETS_Cancelled, 100, 0)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 3 0\n")
+      << "another patch still runs";
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  EXPECT_TRUE(root.m_bPatching);
+  EXPECT_EQ(deliver(buyPatch(124, ETS_ExecutionError, 800, 100)),
+            "status 组合任务123-SH.600000买入 10001 13\nstatus T 10001 13\nstatus T 8 0\n");
+  EXPECT_FALSE(root.m_bPatching);
+  row("SH.600000买入").m_bPatching = true;
+  EXPECT_EQ(deliver(buyPatch(126, ETS_Finished, 100, 100)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 8 0\n")
+      << "it filled, the row did not";
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(deliver(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";
+}
+
 TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   addHedge(3);
   task.getHedgeItem()->m_nStatus = ETS_Cancelled;

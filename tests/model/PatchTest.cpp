@@ -77,8 +77,10 @@ TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
   EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
   EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
   EXPECT_TRUE(host.takeCreations().empty());
+  EXPECT_FALSE(root.m_bPatching);
   host.setCommandNumber(77, 0);
   patch("选中补单");
+  EXPECT_TRUE(root.m_bPatching);
   task.patchWithParam(task.getKey(), {}, PLAIN);
   EXPECT_EQ(takeEvents(), "box 补单|补单中\nended T\nstatus T 10000 0\n");
   EXPECT_EQ(host.takeCreations().size(), 1u);

@@ -238,6 +238,8 @@ struct CTestHost::SServiceSet {
     long m_nRefreshes = 0;
   };
 
+  explicit SServiceSet(CTestHost& owner) : host(owner) {}
+
   void install() {
     TC::SServices services;
     services.dataCenter = &dataCenter;
