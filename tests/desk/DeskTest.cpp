@@ -5,7 +5,6 @@
 namespace {
 
 using desk::CDesk;
-using desk::EVia;
 
 TC::CCodeInfo instrument(const std::string& market, const std::string& name) {
   TC::CCodeInfo info;
@@ -14,22 +13,6 @@ TC::CCodeInfo instrument(const std::string& market, const std::string& name) {
   info.m_strName = name;
   return info;
 }
-
-/// Notes what happens to a desk, in order.
-class CNotes : public desk::IDeskObserver {
- public:
-  void onTask(const desk::SPublication& publication) override {
-    m_notes.push_back("task " + publication.m_pDetail->getKey());
-  }
-  void onUpdateData(const ksservice::CTaskDetailPtr& detail) override {
-    m_notes.push_back("update " + detail->getKey());
-  }
-  void onQuote(const std::string& market, const std::string& code, const TC::CQuote&) override {
-    m_notes.push_back("quote " + market + "." + code);
-  }
-
-  std::vector<std::string> m_notes;
-};
 
 TEST(Desk, FindsAnInstrumentByMarketAndByShortCodeOfItsMarket) {
   CDesk desk;
@@ -53,37 +36,6 @@ TEST(Desk, FindsAnInstrumentByMarketAndByShortCodeOfItsMarket) {
   EXPECT_EQ(desk.codeInfo("SH", "600000")->m_strName, "renamed");
 }
 
-TEST(Desk, AQuoteIsLeftUntouchedWhereNoneIsKnown) {
-  CDesk desk;
-  TC::CQuote quote;
-  quote.m_dLast = 7;
-  EXPECT_FALSE(desk.quote("SH", "600000", quote));
-  EXPECT_EQ(quote.m_dLast, 7);
-  desk.setQuotes({{"SH", "600000", {10, 9, 11, 10, 10}}, {"SZ", "000001", {20, 19, 21, 20, 20}}});
-  ASSERT_TRUE(desk.quote("SZ", "000001", quote));
-  EXPECT_EQ(quote.m_dBid, 19);
-}
-
-TEST(Desk, PublishesByTheWayThatIsAskedAndStoresInEach) {
-  CDesk desk;
-  std::vector<std::string> fed;
-  std::vector<std::string> signalled;
-  const auto handle = desk.subscribeTasks([&](const auto& data) { fed.push_back(data->getKey()); });
-  desk.setSignalHook([&](const auto& detail) { signalled.push_back(detail->getKey()); });
-  desk.publishTask(sample::publication("3-1", EVia::Feed));
-  desk.publishTask(sample::publication("2-1", EVia::Signal));
-  desk.publishTask(sample::publication("1-1", EVia::Store));
-  EXPECT_EQ(fed, std::vector<std::string>{"3-1"});
-  EXPECT_EQ(signalled, std::vector<std::string>{"2-1"});
-  std::vector<std::string> stored;
-  for (const auto& detail : desk.taskDetails()) stored.push_back(detail->getKey());
-  EXPECT_EQ(stored, (std::vector<std::string>{"1-1", "2-1", "3-1"}));
-
-  desk.setSignalHook({});
-  desk.publishTask(sample::publication("2-1", EVia::Signal));
-  EXPECT_EQ(signalled.size(), 1u);
-}
-
 TEST(Desk, OrderDetailsComeAndGoWithPublications) {
   CDesk desk;
   const ksservice::CMavOrderTag tag("t1");
@@ -104,19 +56,6 @@ TEST(Desk, OrderDetailsComeAndGoWithPublications) {
   EXPECT_FALSE(desk.orderDetail(tag));
 }
 
-TEST(Desk, TheCommandOfAPublicationIsEnteredUnlessUnknown) {
-  CDesk desk;
-  desk::SPublication publication = sample::publication("1-1");
-  publication.m_pDetail->m_pCommand = boost::make_shared<ksservice::COrderCommand>();
-  publication.m_pDetail->m_pCommand->m_nCommandId = 77;
-  publication.m_bCommandKnown = false;
-  desk.publishTask(publication);
-  EXPECT_FALSE(desk.command(77));
-  publication.m_bCommandKnown = true;
-  desk.publishTask(publication);
-  EXPECT_EQ(desk.command(77), publication.m_pDetail->m_pCommand);
-}
-
 TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   CDesk desk;
   desk::SPublication first = sample::publication("1-1");
@@ -133,20 +72,6 @@ TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   desk.publishTask(second);
   desk.updateData(corrected);
   EXPECT_EQ(desk.taskDetail("1-1"), second.m_pDetail);
-}
-
-TEST(Desk, ObserversAreToldBeforeThePanelAndUntilTheyAreRemoved) {
-  CDesk desk;
-  CNotes notes;
-  desk.addObserver(&notes);
-  const auto handle = desk.subscribeTasks([&](const auto&) { notes.m_notes.push_back("panel"); });
-  desk.publishTask(sample::publication("1-1"));
-  desk.updateData(desk.taskDetail("1-1"));
-  desk.setQuote("SH", "600000", {});
-  EXPECT_EQ(notes.m_notes, (std::vector<std::string>{"task 1-1", "panel", "update 1-1", "quote SH.600000"}));
-  desk.removeObserver(&notes);
-  desk.setQuote("SH", "600000", {});
-  EXPECT_EQ(notes.m_notes.size(), 4u);
 }
 
 TEST(Desk, AccountsKeepTheirOrderAndAreReplacedByKey) {

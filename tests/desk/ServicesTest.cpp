@@ -8,9 +8,7 @@
 #include "Samples.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CStockUnitConfig.h"
-#include "tc/CTradeClient.h"
 #include "tc/CTradingCalendar.h"
-#include "tc/CUserConfig.h"
 
 namespace {
 
@@ -23,40 +21,6 @@ class ServicesTest : public testing::Test {
   desk::CDesk m_desk;
   CHostServices m_services;
 };
-
-TEST_F(ServicesTest, AccountsAnswerForConfigurationAndLogin) {
-  auto info = boost::make_shared<ksservice::CAccountInfo>();
-  info->m_strKey = "A1";
-  desk::SAccount account;
-  account.m_pInfo = info;
-  account.m_bConfigured = false;
-  m_desk.addAccount(account);
-  EXPECT_FALSE(TC::getUserConfig().getAccountData("A1"));
-  EXPECT_TRUE(ksservice::isLoginStatusReady(TC::getTradeClient().getLoginStatus("A1")));
-  account.m_bConfigured = true;
-  account.m_bLoginReady = false;
-  m_desk.addAccount(account);
-  EXPECT_EQ(TC::getUserConfig().getAccountData("A1"), info);
-  EXPECT_FALSE(ksservice::isLoginStatusReady(TC::getTradeClient().getLoginStatus("A1")));
-  EXPECT_FALSE(ksservice::isLoginStatusReady(TC::getTradeClient().getLoginStatus("A2")));
-}
-
-TEST_F(ServicesTest, HedgeParametersAreAnsweredUntilThatHedgeWasStarted) {
-  ksservice::CBasketHedgeParam param;
-  EXPECT_FALSE(TC::getBasketHedgeManager().getHedgeParam(77, param));
-  param.m_nVolume = 3;
-  m_desk.setHedgeParam(desk::EHedgeSource::Manager, 77, param);
-  m_desk.setHedgeParam(desk::EHedgeSource::Stored, 77, param);
-  param.m_nVolume = 0;
-  ASSERT_TRUE(TC::getBasketHedgeManager().getHedgeParam(77, param));
-  EXPECT_EQ(param.m_nVolume, 3);
-  TC::getBasketHedgeManager().startHedge(123);  // another hedge, which was given nothing
-  EXPECT_TRUE(TC::getBasketHedgeManager().getHedgeParam(77, param));
-  TC::getBasketHedgeManager().setParam(123, 77, param);
-  TC::getBasketHedgeManager().startHedge(123);
-  EXPECT_FALSE(TC::getBasketHedgeManager().getHedgeParam(77, param));
-  EXPECT_TRUE(TC::loadHedgeParam(77, param)) << "the user's stored settings stay";
-}
 
 TEST_F(ServicesTest, TheManualClockMovesForwardOnlyAndFiresWhatIsPending) {
   desk::CManualClock& clock = *m_services.manualClock();
@@ -80,14 +44,6 @@ TEST_F(ServicesTest, TheManualClockMovesForwardOnlyAndFiresWhatIsPending) {
   EXPECT_TRUE(clock.firePendingTimer());
   EXPECT_EQ(calls.size(), 2u);
   EXPECT_FALSE(clock.firePendingTimer());
-}
-
-TEST_F(ServicesTest, TimesAreShownInTheZoneOfTheSession) {
-  EXPECT_EQ(GV::secondToQDateTime(0).time(), QTime(0, 0));
-  desk::SSession session;
-  session.m_timeZone = QTimeZone("Asia/Shanghai");
-  m_desk.setSession(session);
-  EXPECT_EQ(GV::secondToQDateTime(0).time(), QTime(8, 0));
 }
 
 TEST_F(ServicesTest, SignalsComeOnTheGuiThreadWhoeverAnnounces) {

@@ -4,40 +4,6 @@
 
 using namespace ksservice;
 
-namespace {
-
-QStringList texts(const std::vector<GV::SDialogButton>& buttons) {
-  QStringList found;
-  for (const GV::SDialogButton& button : buttons) {
-    found.append(button.visible ? button.text : QLatin1Char('(') + button.text + QLatin1Char(')'));
-  }
-  return found;
-}
-
-}  // namespace
-
-TEST_F(PatchTest, ShowsWhatCanBePatched) {
-  const Params params = {param("SH", "600000", EOT_Buy, 1200), param("SZ", "000001", EOT_Sell, 37),
-                         param("SZ", "", EOT_Sell, 5)};
-  m_dialog.setTraderType(false);
-  run(params, [](TC::CBasketPatchDialog& dialog) {
-    const GV::SDialogState state = dialog.state();
-    EXPECT_EQ(state.title, qs("补单"));
-    EXPECT_EQ(dialog.size(), QSize(930, 400));
-    EXPECT_EQ(state.labels, QStringList{qs("当前交易参数")});
-    EXPECT_EQ(texts(state.buttons),
-              (QStringList{qs("全选"), qs("反选"), qs("普通交易"), qs("(新建篮子补单)"), qs("选中补单"), qs("取消")}));
-    ASSERT_EQ(state.rows.size(), 2u) << "a parameter without an instrument has no row";
-    EXPECT_EQ(state.rows[0].key, qs("A1/SH.600000买入"));
-    EXPECT_TRUE(state.rows[0].checked);
-    EXPECT_EQ(state.rows[0].cells, (QStringList{QString(), qs("1001"), qs("SH"), qs("600000"), qs("N600000"),
-                                                qs("买入"), qs("1200"), qs("1200")}));
-    EXPECT_EQ(state.rows[1].editor, qs("37"));
-  });
-  m_dialog.setTraderType(true);
-  EXPECT_EQ(texts(m_dialog.state().buttons).at(3), qs("新建篮子补单"));
-}
-
 TEST_F(PatchTest, AnEntryIsRoundedForABuyAndNeverAboveWhatIsOpen) {
   struct SCase {
     const char* market;
@@ -98,50 +64,6 @@ TEST_F(PatchTest, WithoutAUnitNothingIsOrderedAndTheUserIsTold) {
     dialog.press(qs("选中补单"));
   });
   EXPECT_EQ(take()[0].m_nVolume, 0);
-}
-
-TEST_F(PatchTest, OnlyCheckedRowsAreTaken) {
-  instrument("SH", "600000", 100);
-  instrument("SH", "600001", 100);
-  instrument("SH", "600002", 100);
-  const Params params = {param("SH", "600000", EOT_Sell, 100), param("SH", "600001", EOT_Sell, 200),
-                         param("SH", "600002", EOT_Sell, 300)};
-  const auto volumes = [this] {
-    std::vector<int> found;
-    for (const CCodeOrderParam& taken : take()) found.push_back(taken.m_nVolume);
-    return found;
-  };
-  const int result = run(params, [&](TC::CBasketPatchDialog& dialog) {
-    EXPECT_EQ(volumes(), (std::vector<int>{100, 200, 300}));
-    EXPECT_EQ(dialog.check(qs("A1/SH.600001卖出"), false), QString());
-    EXPECT_EQ(volumes(), (std::vector<int>{100, 300}));
-    dialog.press(qs("反选"));
-    EXPECT_EQ(volumes(), (std::vector<int>{200}));
-    EXPECT_TRUE(dialog.state().rows[1].checked);
-    dialog.press(qs("全选"));
-    EXPECT_EQ(volumes(), (std::vector<int>{100, 200, 300}));
-    dialog.check(qs("A1/SH.600000卖出"), false);
-    dialog.check(qs("A1/SH.600000卖出"), false);
-    dialog.press(qs("新建篮子补单"));
-  });
-  EXPECT_EQ(result, QDialog::Accepted);
-  EXPECT_TRUE(m_dialog.isNewBasket());
-  EXPECT_EQ(m_dialog.takeNewBasketLines(),
-            (QStringList{qs("SH.600001\tN600001\t200\t0\t1\t2\t49"), qs("SH.600002\tN600002\t300\t0\t1\t2\t49")}));
-}
-
-TEST_F(PatchTest, EndsAsTheButtonSays) {
-  const Params params = {param("SH", "600000", EOT_Sell, 100)};
-  const auto press = [&](const char* text) {
-    return run(params, [&](auto& dialog) { EXPECT_EQ(dialog.press(qs(text)), QString()); });
-  };
-  EXPECT_EQ(press("新建篮子补单"), QDialog::Accepted);
-  EXPECT_TRUE(m_dialog.isNewBasket());
-  EXPECT_EQ(press("取消"), QDialog::Rejected);
-  EXPECT_TRUE(m_dialog.isNewBasket()) << "only the buttons that accept choose";
-  EXPECT_EQ(press("选中补单"), QDialog::Accepted);
-  EXPECT_FALSE(m_dialog.isNewBasket());
-  EXPECT_EQ(run(params, [](auto& dialog) { dialog.closeByUser(); }), QDialog::Rejected);
 }
 
 TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
@@ -257,29 +179,6 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   }
 }
 
-TEST_F(PatchTest, OnlyTheCounterpartPriceKeepsALineWithoutAPriceBack) {
-  instrument("SH", "600000", 100);
-  TC::CQuote quote;
-  quote.m_dAsk = 11;
-  m_host.setQuote("SH", "600000", quote);
-  const Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Redeem, 100),
-                         param("SH", "600001", EOT_Buy, 100)};  // no quote at all
-  CCodeOrderParam task;
-  task.m_nPriceType = EPT_Counterpart;
-  run(params, {task}, "", [](auto& dialog) { dialog.press(qs("选中补单")); });
-  ASSERT_EQ(take().size(), 1u);
-  EXPECT_EQ(take()[0].m_dPrice, 11);
-  EXPECT_EQ(m_dialog.unpriced().size(), 2u);
-  run(params, [&](TC::CBasketPatchDialog& dialog) {
-    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.press(qs("最新价")); });
-    dialog.press(qs("选中补单"));
-  });
-  std::string algoText = "untouched";
-  EXPECT_EQ(take(&algoText).size(), 3u);
-  EXPECT_EQ(m_dialog.unpriced().size(), 0u);
-  EXPECT_EQ(algoText, "untouched");
-}
-
 TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   TC::CCodeInfo byEntry = instrument("SH", "600000", 100);
   byEntry.m_types = {1172};
@@ -326,27 +225,6 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   EXPECT_EQ(m_boxes, QStringList{qs("SH.600002 没有有效的最小交易单位，没有列入新篮子")});
 }
 
-TEST_F(PatchTest, ASecondRunHasFreshRowsAndTheTradeParametersOfTheFirst) {
-  instrument("SH", "600000", 100);
-  run({param("SH", "600000", EOT_Buy, 1000)}, [&](TC::CBasketPatchDialog& dialog) {
-    dialog.edit(qs("A1/SH.600000买入"), qs("300"));
-    dialog.check(qs("A1/SH.600000买入"), false);
-    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.press(qs("智能算法")); });
-    dialog.press(qs("取消"));
-  });
-  CCodeOrderParam other;
-  other.m_nOrderType = EORT_Plain;
-  run({param("SH", "600000", EOT_Buy, 700)}, {other}, "", [&](TC::CBasketPatchDialog& dialog) {
-    EXPECT_EQ(quantity("A1/SH.600000买入"), qs("700"));
-    EXPECT_TRUE(dialog.state().rows[0].checked);
-    EXPECT_EQ(dialog.state().buttons[2].text, qs("智能算法"));
-    dialog.edit(qs("A1/SH.600000买入"), qs("900"));
-    dialog.press(qs("选中补单"));
-  });
-  EXPECT_EQ(take()[0].m_nVolume, 700);
-  EXPECT_EQ(take()[0].m_nOrderType, EORT_Algo);
-}
-
 TEST_F(PatchTest, RowsThatShareAKeyAreEditedOneByOne) {
   instrument("SH", "600000", 1);
   const CCodeOrderParam twin = param("SH", "600000", EOT_Sell, 500);
@@ -357,28 +235,4 @@ TEST_F(PatchTest, RowsThatShareAKeyAreEditedOneByOne) {
   });
   EXPECT_EQ(take()[0].m_nVolume, 1);
   EXPECT_EQ(take()[1].m_nVolume, 2);
-}
-
-TEST_F(PatchTest, RowsAnswerEveryKindOfQuestion) {
-  TC::CHpfOpPatchConfirmTableModel model;
-  TC::CHpfOpPatchConfirmData row(qs("k"), &model, 0);
-  row.m_param = param("SH", "600000", EOT_Sell, 500);
-  row.m_nAvailable = 500;
-  row.setPatchNum(200);
-  EXPECT_EQ(model.columnTitle(6), qs("可补单数量"));
-  EXPECT_EQ(model.columnTitle(8), QString());
-  EXPECT_EQ(model.columnKind(7), 2);
-  EXPECT_EQ(model.columnKind(5), 10);
-  EXPECT_EQ(model.columnKind(-1), 0);
-  EXPECT_EQ(row.displayText(6), qs("500"));
-  EXPECT_EQ(row.displayText(5), QString());
-  EXPECT_EQ(row.stringValue(5), qs("卖出"));
-  EXPECT_EQ(row.stringValue(7), qs("200"));
-  EXPECT_EQ(row.stringValue(0), QString());
-  EXPECT_EQ(row.intValue(6), 500);
-  EXPECT_EQ(row.intValue(7), 200);
-  EXPECT_EQ(row.intValue(0), 2147483647);
-  EXPECT_EQ(row.doubleValue(7), std::numeric_limits<double>::max());
-  EXPECT_EQ(row.int64Value(7), std::numeric_limits<qint64>::max());
-  EXPECT_EQ(row.m_param.m_nVolume, 200);
 }

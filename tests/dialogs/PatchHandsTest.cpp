@@ -238,24 +238,6 @@ TEST_F(PatchHandsTest, KeysInTheTradeParametersStayInTheirField) {
   EXPECT_FALSE(dialog.isOpen());
 }
 
-TEST_F(PatchHandsTest, ActsCrossDialogsInTheirOrder) {
-  Witness witness;
-  run(m_params, [&](TC::CBasketPatchDialog& dialog) {
-    runTradeParams(dialog, [](GV::CCommonDialog& trade) {
-      trade.press(qs("智能算法"));
-      trade.edit(qs("拆单笔数"), qs("4"));
-      trade.press(qs("保存"));
-    });
-    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.closeByUser(); });
-    dialog.press(qs("取消"));
-  });
-  EXPECT_EQ(witness.m_told, (QStringList{qs("补单 opens"), qs("补单 press 普通交易"), qs("交易参数设置 opens"),
-                                         qs("交易参数设置 press 智能算法"), qs("交易参数设置 edit 拆单笔数 4"),
-                                         qs("交易参数设置 press 保存"), qs("交易参数设置 accepted"),
-                                         qs("补单 press 智能算法"), qs("交易参数设置 opens"), qs("交易参数设置 closed"),
-                                         qs("交易参数设置 rejected"), qs("补单 press 取消"), qs("补单 rejected")}));
-}
-
 TEST_F(PatchHandsTest, AScreenReaderReadsAndWorksTheRows) {
   run(m_params, [&](GV::CCommonDialog& dialog) {
     auto* reader = QAccessible::queryAccessibleInterface(&table());

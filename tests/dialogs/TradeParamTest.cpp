@@ -68,39 +68,6 @@ TEST_F(TradeParamTest, StartsFromTheTask) {
       << "the text is of an algorithm's task only";
 }
 
-TEST_F(TradeParamTest, AnAlgorithmTaskIsPatchedWithItsAlgorithm) {
-  instrument("SH", "600000", 100);
-  const Params params = {param("SH", "600000", EOT_Buy, 1000)};
-  const std::string text = "algo=TWAP;start=10:00:00;end=11:00:00;slices=5";
-  run(params, {taskParam(EORT_Algo2)}, text, [&](TC::CBasketPatchDialog& dialog) {
-    EXPECT_EQ(dialog.state().buttons[2].text, qs("智能算法"));
-    dialog.press(qs("选中补单"));
-  });
-  std::string algoText;
-  EXPECT_EQ(take(&algoText)[0].m_nOrderType, EORT_Algo2);
-  EXPECT_EQ(take()[0].m_dPrice, 12) << "the algorithm prices its orders itself";
-  EXPECT_EQ(algoText, text);
-
-  run(params, [&](TC::CBasketPatchDialog& dialog) {
-    runTradeParams(dialog, [](GV::CCommonDialog& trade) {
-      trade.edit(qs("拆单笔数"), qs("7"));
-      trade.press(qs("VWAP"));
-    });
-    dialog.press(qs("选中补单"));
-  });
-  take(&algoText);
-  EXPECT_EQ(algoText, "algo=VWAP;start=10:00:00;end=11:00:00;slices=7") << "closed without saving: kept all the same";
-
-  run(params, [&](TC::CBasketPatchDialog& dialog) {
-    runTradeParams(dialog, [](GV::CCommonDialog& trade) { trade.press(qs("普通交易")); });
-    EXPECT_EQ(dialog.state().buttons[2].text, qs("普通交易"));
-    dialog.press(qs("选中补单"));
-  });
-  algoText.clear();
-  EXPECT_EQ(take(&algoText)[0].m_nOrderType, EORT_Plain);
-  EXPECT_EQ(algoText, "");
-}
-
 TEST_F(TradeParamTest, AnAlgorithmThatCannotBeReadIsKeptUntilAnotherIsChosen) {
   instrument("SH", "600000", 100);
   const Params params = {param("SH", "600000", EOT_Sell, 1000)};

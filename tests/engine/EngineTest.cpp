@@ -197,25 +197,6 @@ TEST(Engine, PublishesATaskAtMostOnceAStep) {
   }
 }
 
-TEST(Engine, SplitsATaskOverItsAccounts) {
-  SRig rig;
-  rig.engine().startBasket(rig.basket(2));
-  rig.runTo(15, 1);
-  const CTaskDetail& first = rig.newest("101-1");
-  const CTaskDetail& second = rig.newest("101-2");
-  EXPECT_EQ(first.m_pCommand, second.m_pCommand);
-  EXPECT_EQ(first.m_pCommand->m_nTaskId, 101);
-  EXPECT_EQ(first.m_params.front().m_pAccount->getKey(), "A1");
-  EXPECT_EQ(second.m_params.front().m_pAccount->getKey(), "A2");
-  int wanted = 0;
-  for (const engine::SOrderLine& line : rig.basket().m_lines) wanted += line.m_nQuantity;
-  EXPECT_EQ(targetOf(first) + targetOf(second), wanted);
-  std::set<std::string> tags;
-  for (const CTaskDetail* detail : {&first, &second}) {
-    for (const COrderInfoPtr& order : detail->m_orders) EXPECT_TRUE(tags.insert(order->m_tag.text()).second);
-  }
-}
-
 TEST(Engine, TheSameSeedGivesTheSameDetailsInWhateverSteps) {
   const auto run = [](std::uint64_t seed, int stepMsec) {
     SRig rig(seed, 0.05);

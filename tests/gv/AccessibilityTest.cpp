@@ -2,13 +2,7 @@
 
 #include "TableFixture.h"
 
-namespace {
-
 using Accessibility = TableTest;
-
-QString k(const char* text) { return QString::fromLatin1(text); }
-
-}  // namespace
 
 TEST_F(Accessibility, RowsAndCellsCanBeRead) {
   QAccessibleInterface* table = QAccessible::queryAccessibleInterface(&m_table);

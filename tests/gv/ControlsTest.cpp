@@ -9,7 +9,6 @@
 #include "gv/CBaseWidget.h"
 #include "gv/CCommonDialog.h"
 #include "gv/CDialogButtonRow.h"
-#include "gv/CMessageBox.h"
 #include "gv/CStandardHpfTable.h"
 #include "gv/Controls.h"
 #include "gv/Helpers.h"
@@ -118,15 +117,6 @@ TEST(Controls, TheFocusShowsOnEachInBothThemes) {
     }
   }
   qApp->setStyleSheet(QString());
-}
-
-TEST(Controls, MessagesGoToThePresenter) {
-  QString seen;
-  GV::CMessageBox::setPresenter(
-      [&](QWidget*, const QString& title, const QString& text) { seen = title + QLatin1Char(':') + text; });
-  GV::CMessageBox::information(nullptr, QStringLiteral("补单"), QStringLiteral("可补单量为0"));
-  GV::CMessageBox::setPresenter({});
-  EXPECT_EQ(seen, QStringLiteral("补单:可补单量为0"));
 }
 
 TEST(Resources, ThemesHaveTheSameKeysAndColoursStayPut) {

@@ -26,19 +26,6 @@ bool workUntilCancelled(CWorkProgress& progress) {
   return false;
 }
 
-TEST(LongWork, RunsBesideTheGuiAndGivesItsAnswer) {
-  QWidget parent;
-  const std::thread::id gui = std::this_thread::get_id();
-  std::thread::id worker;
-  EXPECT_TRUE(GV::runLongWork(&parent, "work", [&](CWorkProgress&) {
-    worker = std::this_thread::get_id();
-    return true;
-  }));
-  EXPECT_NE(worker, gui);
-  EXPECT_FALSE(GV::runLongWork(&parent, "work", [](CWorkProgress&) { return false; }));
-  EXPECT_EQ(parent.findChild<QProgressDialog*>(), nullptr);
-}
-
 TEST(LongWork, AfterHalfASecondADialogShowsHowFarItIsAndCancelsIt) {
   QWidget parent;
   parent.show();
@@ -77,14 +64,6 @@ TEST(LongWork, OutlivesItsParent) {
     while (!gone) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return !progress.isCancelled();
   }));
-}
-
-TEST(LongWork, EndsWithTheProgram) {
-  QTimer::singleShot(0, [] {
-    QTimer::singleShot(20, qApp, &QApplication::quit);
-    EXPECT_FALSE(GV::runLongWork(nullptr, "work", workUntilCancelled));
-  });
-  QApplication::exec();
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include "TestRow.h"
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
 
+inline QString k(const char* text) { return QString::fromLatin1(text); }
+
 struct SEvent {
   int eventId;
   int id;

@@ -7,8 +7,6 @@ namespace {
 
 using TableInput = TableTest;
 
-QString k(const char* text) { return QString::fromLatin1(text); }
-
 const std::vector<GV::STableButton> kSet = {{0, k("stop"), 3}, {1, k("pause"), 2}, {2, k("go"), 1}};
 
 }  // namespace

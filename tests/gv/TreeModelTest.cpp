@@ -364,19 +364,6 @@ TEST(TreeModel, SortsMissingFiguresLast) {
   EXPECT_EQ(order(), "abcd");
 }
 
-TEST(TreeModel, SumsEveryRowThatIsNotHidden) {
-  GV::CHpfTreeTableModel model(testColumns());
-  model.insertData(boost::make_shared<TestRow>(QStringLiteral("a"), 1), QString());
-  model.insertData(boost::make_shared<TestRow>(QStringLiteral("a.1"), 10), QStringLiteral("a"));
-  model.insertData(boost::make_shared<TestRow>(QStringLiteral("b"), 100), QString());
-  EXPECT_EQ(model.statistic(2), 111);
-  model.setHidden(model.find(QStringLiteral("a")), true);
-  EXPECT_EQ(model.statistic(2), 100);
-  model.removeDataByKey(QStringLiteral("b"));
-  model.insertData(boost::make_shared<TestRow>(QStringLiteral("c"), 1000), QString());
-  EXPECT_EQ(model.statistic(2), 1000);
-}
-
 /// Figures that do not add up exactly are added in the rows' own order, whatever order they came in.
 TEST(TreeModel, SumsTheSameRowsToTheSameLastBit) {
   const double values[] = {1e16, 1.0, -1e16, 1.0, 3.0};

@@ -8,8 +8,6 @@ namespace {
 
 using TreeTable = TableTest;
 
-QString k(const char* text) { return QString::fromLatin1(text); }
-
 int differingPixels(const QImage& a, const QImage& b, const QRect& area) {
   int count = 0;
   for (int y = area.top(); y <= area.bottom(); ++y) {
@@ -247,18 +245,6 @@ TEST_F(TreeTable, MarksTheHeadersOfFilteredColumns) {
   m_table.clearColumnFilters();
   EXPECT_EQ(grab(), plain);
   EXPECT_EQ(tip(2), QString());
-}
-
-TEST_F(TreeTable, FoldsManyRowsInFewChanges) {
-  m_table.expandAll(true);
-  int changes = 0;
-  QObject::connect(m_table.dataModel(), &QAbstractItemModel::rowsRemoved, [&changes] { ++changes; });
-  QObject::connect(m_table.dataModel(), &QAbstractItemModel::modelReset, [&changes] { ++changes; });
-  QStringList roots{k("nobody")};
-  for (int root = 1; root < kRoots; ++root) roots.append(QStringLiteral("r%1").arg(root));
-  m_table.expandItems(roots, false);
-  EXPECT_EQ(m_table.rowCount(), kRoots + kChildren);
-  EXPECT_LE(changes, 33) << "the first few one by one, all others at once";
 }
 
 TEST_F(TreeTable, AdjustsColumnsToWhatShows) {

@@ -123,16 +123,6 @@ TEST(TaskLine, WhatIsLeftOutIsUnsetEmptyOrNothing) {
   EXPECT_FALSE(publication.m_orderDetails[1].second);
 }
 
-TEST(TaskLine, AHedgeDetailWithoutAnIdentifierHasNone) {
-  const auto hedge =
-      parseAs<STaskLine>(R"({"kind":"task","via":"feed","number":1,"command":{"id":7,"taskId":123,"basketType":2}})");
-  EXPECT_EQ(hedge.taskIdentifier(), ksservice::UNSET_INT);
-  const auto own =
-      parseAs<STaskLine>(R"({"kind":"task","via":"feed","id":9,"command":{"id":7,"taskId":123,"basketType":2}})");
-  EXPECT_EQ(own.taskIdentifier(), 9);
-  EXPECT_FALSE(parseAs<STaskLine>(R"({"kind":"task","via":"store","id":9,"command":null})").m_command);
-}
-
 TEST(TaskLine, KeepsTheTypeThatTheCommandCentreKnows) {
   desk::CDesk desk;
   auto known = boost::make_shared<ksservice::COrderCommand>();

@@ -45,66 +45,6 @@ TEST(Output, PutsOutCallsAndLogLinesInOrderWithTheirKindFirst) {
             "{\"call\":\"messageBox\",\"title\":\"补单\",\"text\":\"可补单量为0\"}\n");
 }
 
-TEST(Output, ACreationHasEveryFieldOfItsCommandAndItsParameters) {
-  std::ostringstream out;
-  desk::CDesk desk;
-  journal::COutput output(out);
-  desk.addObserver(&output);
-  auto account = boost::make_shared<ksservice::CAccountInfo>();
-  account->m_strKey = "A1";
-  ksservice::COrderCommand command;
-  command.m_nCommandId = 77;
-  command.m_nTaskId = 123;
-  command.m_bPatch = true;
-  command.m_nOrderType = 11;
-  command.m_strAlgoParams = "algo=TWAP";
-  command.m_nType = 9;
-  ksservice::CCodeOrderParam param;
-  param.m_pAccount = account;
-  param.m_nType = 49;
-  param.m_nOperation = 1;
-  param.m_stock = {"SH", "600000", "浦发银行"};
-  param.m_nVolume = 800;
-  desk.requests().createTask({command, {param}, 4, 1, 123}, {});
-  desk.removeObserver(&output);
-  const nlohmann::json expected = nlohmann::json::parse(R"({"call":"createTask",
-    "command":{"id":77,"number":0,"taskId":123,"traderType":0,"user":"","login":"","basketType":0,"patch":true,
-      "basketName":"","text":"","localInfo":"","orderType":11,"algoTaskKey":"","algoParams":"algo=TWAP","type":9},
-    "params":[{"account":"A1","type":49,"operation":1,"orderType":0,"market":"SH","code":"600000","name":"浦发银行",
-      "priceType":0,"price":0.0,"volume":800,"handled":0}],"traderType":4,"hedgeType":1})");
-  EXPECT_EQ(nlohmann::json::parse(out.str()), expected);
-}
-
-TEST(Output, OperationsAndQueriesSayWhomTheyAreFor) {
-  std::ostringstream out;
-  desk::CDesk desk;
-  journal::COutput output(out);
-  desk.addObserver(&output);
-  const auto record = boost::make_shared<const ksservice::CTaskOpRecord>(
-      ksservice::CTaskOpRecord{ksservice::ETO_Cancel, 1763683200, "u1", "u1终止任务"});
-  auto account = boost::make_shared<ksservice::CAccountInfo>();
-  account->m_strKey = "A1";
-  desk::CRequests& requests = desk.requests();
-  requests.operateServerTask("123-1", record, {});
-  requests.operateLocalTask(123, account, record);
-  requests.operateLocalTask(124, nullptr, record);
-  requests.pauseLocalTask(123, account);
-  requests.resumeLocalTask(123, account);
-  requests.queryOrderProcess({"123-1", "123-2"}, {});
-  requests.pauseHedge(123);
-  requests.stopHedge(123);
-  desk.removeObserver(&output);
-  const std::string rest = "\"operation\":3,\"operator\":\"u1\",\"remark\":\"u1终止任务\"}\n";
-  EXPECT_EQ(out.str(), "{\"call\":\"operateServerTask\",\"task\":\"123-1\"," + rest +
-                           "{\"call\":\"operateLocalTask\",\"id\":123,\"account\":\"A1\"," + rest +
-                           "{\"call\":\"operateLocalTask\",\"id\":124,\"account\":\"\"," + rest +
-                           "{\"call\":\"pauseLocalTask\",\"id\":123,\"account\":\"A1\"}\n"
-                           "{\"call\":\"resumeLocalTask\",\"id\":123,\"account\":\"A1\"}\n"
-                           "{\"call\":\"queryOrderProcess\",\"tasks\":[\"123-1\",\"123-2\"]}\n"
-                           "{\"call\":\"pauseHedge\",\"group\":123}\n"
-                           "{\"call\":\"stopHedge\",\"group\":123}\n");
-}
-
 TEST(Output, ATextThatIsNoUtf8DoesNotEndIt) {
   std::ostringstream out;
   journal::COutput output(out);

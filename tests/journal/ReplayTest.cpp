@@ -1,16 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QHeaderView>
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
-#include <atomic>
 #include <future>
 #include <nlohmann/json.hpp>
-#include <random>
 #include <sstream>
-#include <thread>
 
 #include "CBasketTasksPanel.h"
 #include "CHostServices.h"
@@ -37,41 +33,13 @@ const std::string SETUP = R"({"kind":"session","version":1,"user":"u1","login":"
 {"kind":"quote","market":"SH","code":"600000","last":10.0}
 )";
 
-std::string task(int id, int number, const std::string& account, int traded, int status = 3) {
-  const json line = {{"kind", "task"},
-                     {"via", "feed"},
-                     {"id", id},
-                     {"number", number},
-                     {"status", status},
-                     {"startTime", 1763688600},
-                     {"command",
-                      {{"id", 1000 + id},
-                       {"taskId", id},
-                       {"traderType", 1},
-                       {"user", "u1"},
-                       {"login", "L1"},
-                       {"basketType", 1},
-                       {"basketName", "沪深300"}}},
-                     {"params",
-                      {{{"account", account},
-                        {"operation", 1},
-                        {"market", "SH"},
-                        {"code", "600000"},
-                        {"name", "浦发银行"},
-                        {"price", 10.0},
-                        {"volume", 1000}}}},
-                     {"orders",
-                      {{{"key", std::to_string(number)},
-                        {"market", "SH"},
-                        {"code", "600000"},
-                        {"operation", 1},
-                        {"volume", 1000},
-                        {"traded", traded},
-                        {"price", 10.0},
-                        {"amount", traded * 10.0},
-                        {"completed", traded == 1000},
-                        {"detail", {{"cancelled", false}}}}}}};
-  return line.dump() + "\n";
+/// A line of task 123: 200 of 1000 traded.
+std::string task(int status) {
+  return R"({"kind":"task","via":"feed","id":123,"number":1,"status":)" + std::to_string(status) +
+         R"(,"command":{"id":1123,"taskId":123,"traderType":1,"user":"u1","login":"L1","basketType":1},)"
+         R"("params":[{"account":"A1","operation":1,"market":"SH","code":"600000","price":10.0,"volume":1000}],)"
+         R"("orders":[{"key":"o1","market":"SH","code":"600000","operation":1,"volume":1000,"traded":200,)"
+         R"("price":10.0,"amount":2000.0,"completed":true}]})";
 }
 
 /// A replay with everything that it takes.
@@ -113,45 +81,6 @@ class CReplay {
   CPlayer m_player;
 };
 
-TEST(Replay, PlaysATaskIntoTheTable) {
-  CReplay replay;
-  ASSERT_EQ(replay.play(SETUP + "{\"kind\":\"open\"}\n" + task(123, 1, "A1", 200) +
-                        "{\"kind\":\"dump\",\"name\":\"before\"}\n{\"kind\":\"refresh\"}\n"
-                        "{\"kind\":\"dump\",\"name\":\"after\"}\n"),
-            0)
-      << replay.errors();
-  const std::vector<json> dumps = replay.lines("dump");
-  ASSERT_EQ(dumps.size(), 2u);
-  EXPECT_TRUE(dumps[0]["rows"].empty());
-  const json& rows = dumps[1]["rows"];
-  ASSERT_EQ(rows.size(), 2u);
-  EXPECT_EQ(rows[0]["row"], "123");
-  EXPECT_EQ(rows[1]["row"], "123/SH.600000买入");
-  EXPECT_EQ(rows[1]["depth"], 1);
-  EXPECT_EQ(rows[0]["cells"].size(), 17u);
-  EXPECT_EQ(rows[0]["cells"][12], "");
-  EXPECT_EQ(dumps[1]["running"], 1);
-  const std::vector<json> signalLines = replay.lines("signal");
-  ASSERT_FALSE(signalLines.empty());
-  EXPECT_EQ(signalLines.back(), (json{{"signal", "sigRunningTasks"}, {"traderType", 1}, {"count", 1}}));
-}
-
-TEST(Replay, TheFirstLoadSeesWhatIsStoredAndTheSignalIsAWayIn) {
-  std::string stored = task(123, 1, "A1", 200);
-  stored.replace(stored.find("\"feed\""), 6, "\"store\"");
-  std::string signalled = task(124, 1, "A1", 200);
-  signalled.replace(signalled.find("\"feed\""), 6, "\"signal\"");
-  CReplay replay;
-  ASSERT_EQ(replay.play(SETUP + stored + "{\"kind\":\"open\"}\n{\"kind\":\"dump\",\"name\":\"loaded\"}\n" + signalled +
-                        "{\"kind\":\"refresh\"}\n{\"kind\":\"dump\",\"name\":\"signalled\"}\n"),
-            0)
-      << replay.errors();
-  const std::vector<json> dumps = replay.lines("dump");
-  ASSERT_EQ(dumps.size(), 2u);
-  EXPECT_EQ(dumps[0]["rows"].size(), 2u);
-  EXPECT_EQ(dumps[1]["rows"].size(), 4u);
-}
-
 TEST(Replay, EndsAtALineThatCannotBeDone) {
   const struct {
     const char* lines;
@@ -179,17 +108,13 @@ TEST(Replay, EndsAtALineThatCannotBeDone) {
 }
 
 TEST(Replay, EndsWhereAnActOfADialogCannotBeDone) {
-  std::string cancelled = "{\"kind\":\"open\"}\n" + task(123, 1, "A1", 200, 8) + "{\"kind\":\"refresh\"}\n";
-  cancelled.replace(cancelled.find("\"completed\":false"), 17, "\"completed\":true");
+  const std::string cancelled = "{\"kind\":\"open\"}\n" + task(8) + "\n{\"kind\":\"refresh\"}\n";
   const std::string click = "{\"kind\":\"user\",\"do\":\"button\",\"row\":\"123\",\"id\":4}\n";
   const struct {
     const char* acts;
     const char* fault;
   } cases[] = {
       {R"([{"press":"补"}])", "dialog \"补单\" has no button \"补\""},
-      {R"([{"press":"新建篮子补单"}])", "button \"新建篮子补单\" of dialog \"补单\" is hidden"},
-      {R"([{"check":"A1/SH.600036买入","on":true}])", "dialog \"补单\" has no check box for row \"A1/SH.600036买入\""},
-      {R"([{"edit":"A2/SH.600000买入","text":"1"}])", "dialog \"补单\" has no editor for row \"A2/SH.600000买入\""},
       {R"([{"press":"取消"},{"dump":"late"}])", "acts are left that no dialog is open for"},
   };
   for (const auto& each : cases) {
@@ -213,55 +138,7 @@ TEST(Replay, NothingOfAMalformedJournalIsPlayed) {
   EXPECT_EQ(replay.out(), "");
 }
 
-TEST(Replay, UserActsReachTheControls) {
-  CReplay replay;
-  ASSERT_EQ(replay.play(SETUP + "{\"kind\":\"open\"}\n" + task(123, 1, "A1", 200) + task(124, 1, "A1", 1000, 7) +
-                        R"({"kind":"refresh"}
-{"kind":"user","do":"collapse","row":"123"}
-{"kind":"user","do":"filterFinished","on":true}
-{"kind":"user","do":"toolbar","id":2}
-{"kind":"dump","name":"finished"}
-{"kind":"user","do":"filterFinished","on":true}
-{"kind":"user","do":"toolbar","id":0}
-{"kind":"user","do":"toolbar","id":10}
-{"kind":"dump","name":"unfolded"}
-{"kind":"host","do":"setParam","text":""}
-{"kind":"user","do":"doubleClick","column":8}
-{"kind":"user","do":"button","row":"123","id":99}
-{"kind":"user","do":"event","event":1140,"id":4,"task":123}
-{"kind":"close"}
-)"),
-            0)
-      << replay.errors();
-  const std::vector<json> dumps = replay.lines("dump");
-  ASSERT_EQ(dumps.size(), 2u);
-  const json& finished = dumps[0]["rows"];
-  EXPECT_EQ(dumps[0]["filter"], 2);
-  EXPECT_EQ(finished[0]["hidden"], true);
-  EXPECT_EQ(finished[0]["expanded"], false);
-  EXPECT_EQ(finished[2]["hidden"], false);
-  EXPECT_EQ(finished[3]["hidden"], true) << "a finished sub-task is filtered";
-  const std::string param = dumps[0]["param"];
-  EXPECT_EQ(param.substr(param.size() - 4), "*1*2") << "the controls show what was done";
-  EXPECT_EQ(dumps[1]["rows"][0]["expanded"], true);
-  EXPECT_FALSE(replay.player().panel());
-}
-
-TEST(Replay, IsDeterministic) {
-  std::string text = SETUP + "{\"kind\":\"open\"}\n";
-  for (int round = 1; round <= 5; ++round) {
-    for (int id = 1; id <= 20; ++id) text += task(id, 1, "A1", 200 * round) + task(id, 2, "A2", 100 * round);
-    text += "{\"kind\":\"refresh\"}\n{\"kind\":\"user\",\"do\":\"toolbar\",\"id\":" + std::to_string(round % 4) + "}\n";
-  }
-  text += "{\"kind\":\"dump\",\"name\":\"end\"}\n";
-  CReplay first;
-  ASSERT_EQ(first.play(text), 0) << first.errors();
-  CReplay second;
-  ASSERT_EQ(second.play(text), 0);
-  EXPECT_EQ(first.out(), second.out());
-}
-
-/// A live session: a feed on its own thread, the panel's own timer and a user who clicks about, recorded.
+/// A live session with the panel's own timer, recorded.
 class CLiveSession {
  public:
   CLiveSession() : m_services(m_desk, desk::CHostServices::EClock::Live), m_recorder(m_desk, m_journal) {
@@ -279,19 +156,21 @@ class CLiveSession {
 
   ~CLiveSession() { m_recorder.recordClose(); }
 
+  /// A task comes, and the user touches whatever there is.
   void run() {
-    std::atomic<bool> stop{false};
-    const std::future<void> feed = std::async(std::launch::async, [&] { deliver(stop); });
-    std::mt19937 random(7);
-    for (int step = 0; step < 120; ++step) {
-      QTest::qWait(20);
-      if (step % 3 == 0) actAtRandom(random);
-    }
-    stop = true;
-    // It may have to wait for the GUI thread.
-    while (feed.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) QCoreApplication::processEvents();
-    // The last details are shown after two more cycles at most.
-    QTest::qWait(2200);
+    m_desk.publishTask(toPublication(std::get<STaskLine>(std::get<SLine>(parseLine(task(3))).m_body), m_desk));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return table().rowCount() == 2; }));
+    m_pPanel->findChild<GV::CComboPushButton*>()->choose(1);
+    m_pPanel->findChild<GV::CCheckBox*>()->click();
+    table().contextMenu()->actions().last()->trigger();
+    table().sortByColumn(7, Qt::DescendingOrder);
+    // Recorded with the whole parameter text, from which a replay reads no display mode.
+    QCoreApplication::processEvents();
+    QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, table().cellRect(0, 8).center());
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, table().cellRect(0, 9).center());
+    table().setCurrentKey(table().baseModel()->rowAt(0).key());
+    for (const auto key : {Qt::Key_Left, Qt::Key_Right}) QTest::keyClick(&table(), key);
+    QCoreApplication::processEvents();
   }
 
   /// The table as it stands, and the journal up to a dump of the same name.
@@ -312,39 +191,6 @@ class CLiveSession {
     FAIL() << "not a line of the setup";
   }
 
-  void deliver(const std::atomic<bool>& stop) {
-    for (int step = 0; !stop; ++step) {
-      const int id = step % 12 + 1;
-      const bool second = step / 12 % 2 == 1;
-      const int traded = std::min(1000, step / 24 * 20);
-      const std::string text = task(id, second ? 2 : 1, second ? "A2" : "A1", traded, traded == 1000 ? 7 : 3);
-      m_desk.publishTask(toPublication(std::get<STaskLine>(std::get<SLine>(parseLine(text)).m_body), m_desk));
-      m_desk.setQuote("SH", "600000", {10 + step * 0.01, 0, 0, 10 + step * 0.01, 10});
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-  }
-
-  void actAtRandom(std::mt19937& random) {
-    GV::CHpfTreeTable& table = *tableOf(*m_pPanel);
-    auto* combo = m_pPanel->findChild<GV::CComboPushButton*>();
-    switch (random() % 6) {
-      case 0:
-        return combo->choose(int(random() % 3) % 2);
-      case 1:
-        return m_pPanel->findChild<GV::CCheckBox*>()->click();
-      case 2:
-        return table.contextMenu()->actions().last()->trigger();
-      case 3:
-        return table.sortByColumn(int(random() % 17), Qt::DescendingOrder);
-      case 4:
-        return QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, QPoint(table.width() / 2, 30));
-      default:
-        // Folds and unfolds the row at the top.
-        table.setCurrentKey(table.rowCount() ? table.baseModel()->rowAt(0).key() : QString());
-        return QTest::keyClick(&table, random() % 2 ? Qt::Key_Left : Qt::Key_Right);
-    }
-  }
-
   desk::CDesk m_desk;
   desk::CHostServices m_services;
   std::ostringstream m_journal;
@@ -361,15 +207,15 @@ TEST(Recording, ReplayedGivesTheSameTableCellForCell) {
     live = session.end();
     journal = session.journal();
   }
-  ASSERT_EQ(live["rows"].size(), 60u) << "12 tasks with 2 accounts each";
+  ASSERT_EQ(live["rows"].size(), 2u);
+  EXPECT_EQ(live["rows"][0]["expanded"], true);
+  EXPECT_EQ(live["filter"], 1);
   CReplay replay;
   ASSERT_EQ(replay.play(journal), 0) << replay.errors();
   const std::vector<json> dumps = replay.lines("dump");
   ASSERT_EQ(dumps.size(), 1u);
   const json& played = dumps[0];
-  ASSERT_EQ(played["rows"].size(), live["rows"].size());
-  for (std::size_t row = 0; row < live["rows"].size(); ++row) EXPECT_EQ(played["rows"][row], live["rows"][row]);
-  for (const char* field : {"filter", "running", "param"}) EXPECT_EQ(played[field], live[field]);
+  for (const char* field : {"rows", "filter", "running", "param"}) EXPECT_EQ(played[field], live[field]) << field;
 }
 
 /// What an act meets stands before it in the journal: until the act is over, or the dialog that it opens is open,

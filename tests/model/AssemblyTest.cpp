@@ -5,33 +5,6 @@ namespace {
 
 using namespace ksservice;
 
-TEST_F(CTaskTest, FirstDetailMakesRowsInParameterOrder) {
-  update(twoLines());
-
-  const TC::CBasketTaskItem& first = row("SH.600000买入");
-  EXPECT_EQ(first.m_strName, "SH600000");
-  EXPECT_EQ(first.m_strStockKey, "SH.600000");
-  EXPECT_EQ(first.m_strMarket, "SH");
-  EXPECT_EQ(first.m_strAccounts, "1001");
-  EXPECT_EQ(first.m_strAccountName, "主账户");
-  EXPECT_EQ(first.m_strAccountKey, "A1");
-  EXPECT_EQ(first.m_vecOperations, QVector<int>({EOT_Buy}));
-  EXPECT_EQ(first.m_nTotalVolume, 1000);
-  EXPECT_EQ(first.m_strHpfTreeKey, "T00000001");
-  EXPECT_EQ(row("SZ.000001卖出").m_strHpfTreeKey, "T00000002");
-  EXPECT_EQ(first.m_nCommandId, 0) << "a row gets its command when a second parameter falls on it";
-
-  EXPECT_EQ(root.m_nTotalVolume, 1500);
-  EXPECT_EQ(root.m_strAccounts, "1001");
-  EXPECT_EQ(root.m_strAccountName, "主账户");
-  EXPECT_EQ(root.m_vecOperations, QVector<int>({EOT_Buy, EOT_Sell}));
-  EXPECT_EQ(task.getBasketName(), "篮子");
-  EXPECT_EQ(task.getItem("组合任务123-SH.600000买入"), &first);
-  EXPECT_TRUE(task.contains("123-1", TC::EBTT_Own));
-  EXPECT_FALSE(task.contains("123-1", TC::EBTT_Patch));
-  EXPECT_FALSE(task.contains("123-1", TC::EBTT_Hedge));
-}
-
 TEST_F(CTaskTest, DetailWithoutParametersOnlyNamesTheBasket) {
   QSignalSpy statuses(&task, &TC::CBasketTask::sigTaskStatus);
   DetailPtr made = detail();
@@ -43,19 +16,6 @@ TEST_F(CTaskTest, DetailWithoutParametersOnlyNamesTheBasket) {
   EXPECT_FALSE(task.contains("123-1", TC::EBTT_Own));
   EXPECT_TRUE(root.isEmpty());
   EXPECT_EQ(statuses.count(), 0);
-}
-
-TEST_F(CTaskTest, SecondStateOfADetailAddsNoVolumeAndKeepsTheTree) {
-  update(twoLines());
-  const unsigned shape = task.shapeVersion();
-  DetailPtr later = twoLines();
-  later->m_orders = {buy("o1", 600, 200, 2000)};
-  update(later);
-
-  EXPECT_EQ(task.shapeVersion(), shape);
-  EXPECT_EQ(row("SH.600000买入").m_nTotalVolume, 1000);
-  EXPECT_EQ(row("SH.600000买入").m_nTradedVolume, 200);
-  EXPECT_EQ(root.m_nFinishedVolume, 200);
 }
 
 TEST_F(CTaskTest, ParametersOnOneRowAddUp) {
@@ -71,15 +31,6 @@ TEST_F(CTaskTest, ParametersOnOneRowAddUp) {
   EXPECT_EQ(shared.m_strCommandText, "text");
   EXPECT_EQ(root.m_strCommandText, "text");
   EXPECT_EQ(root.m_vecOperations, QVector<int>({EOT_Buy, EOT_Sell}));
-}
-
-TEST_F(CTaskTest, OperationsOfOneInstrumentAreRowsOfTheirOwn) {
-  DetailPtr made = twoLines();
-  made->m_params.push_back(param(mainAccount, "SH", "600000", EOT_Sell, 300, 20));
-  update(made);
-  EXPECT_EQ(root.childCount(), 3);
-  EXPECT_EQ(row("SH.600000卖出").m_nTotalVolume, 300);
-  EXPECT_EQ(row("SH.600000买入").m_nTotalVolume, 1000);
 }
 
 TEST_F(CTaskTest, ParameterWithoutAccountMakesRowsUnderTheEmptyKey) {
@@ -143,16 +94,6 @@ TEST_F(CTaskTest, ServerRunIsThatOfTheFirstDetail) {
   EXPECT_TRUE(task.isServerRun());
 }
 
-TEST_F(CTaskTest, OrderTypeIsAskedByNodeKey) {
-  DetailPtr made = twoLines();
-  made->m_params.front().m_nOrderType = EORT_Algo;
-  update(made);
-  EXPECT_EQ(task.getOrderType("组合任务123"), EORT_Algo);
-  EXPECT_TRUE(task.isAlgoOrderType("组合任务123"));
-  EXPECT_EQ(task.getOrderType("nobody"), EORT_Plain);
-  EXPECT_FALSE(task.isAlgoOrderType("nobody"));
-}
-
 TEST_F(CTaskTest, ParametersOfANode) {
   update(twoLines(2));
   DetailPtr made = twoLines(1);
@@ -173,26 +114,6 @@ TEST_F(CTaskTest, ParametersOfANode) {
   update(other);
   EXPECT_EQ(volumes("组合任务123-1002"), (std::vector<int>{1000, 500}));
   EXPECT_EQ(volumes("组合任务123-1001-SH.600000买入"), (std::vector<int>{700, 1000}));
-}
-
-TEST_F(CTaskTest, OrdersOfANodeComeWithTheirDetails) {
-  DetailPtr made = twoLines();
-  made->m_orders = {buy("o2", 100, 0, 0), buy("o1", 100, 0, 0), order("o3", "SZ", "000001", EOT_Sell, 100, 0, 0)};
-  update(made);
-  host.setOrderDetail("o1", false);
-  host.setOrderDetail("o3", true);
-
-  std::vector<COrderDetailPtr> details;
-  std::vector<COrderInfoPtr> orders;
-  task.getOrders("nobody", details, orders);
-  EXPECT_TRUE(orders.empty());
-  task.getOrders("组合任务123-SH.600000买入", details, orders);
-  EXPECT_EQ(orders, (std::vector<COrderInfoPtr>{made->m_orders[1], made->m_orders[0]}));
-  EXPECT_EQ(details.size(), 1u);
-  task.getOrders("组合任务123", details, orders);
-  EXPECT_EQ(orders.size(), 5u) << "appended, never cleared";
-  ASSERT_EQ(details.size(), 3u);
-  EXPECT_EQ(details[2]->getKey(), "o3");
 }
 
 TEST_F(CTaskTest, LocalInfoKeyIsForTasksFromAHundredThousandOn) {

@@ -1,4 +1,4 @@
-/// The hedge row of a task: how parameters and details make and count it, its target, its limit, its cancelling.
+/// The hedge row of a task: what it counts, its target and its amount.
 #include "EHpfBasketTaskStatus.h"
 #include "TaskFixture.h"
 
@@ -57,44 +57,6 @@ class CHedgeTest : public CTaskTest {
   const AccountPtr futuresAccount = account("F1", "8001", "期货账户");
 };
 
-TEST_F(CHedgeTest, ParametersMakeTheRowAndGoToTheManager) {
-  update(twoLines());
-  Spy orders(&task, &TC::CBasketTask::sigTaskOrder);
-  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus);
-  host.takeLog();
-  task.setHedgeParam(hedgeParam(), true);
-
-  ASSERT_TRUE(task.getHedgeItem());
-  EXPECT_EQ(tree(), "组合任务123\n 期货\n  CFFEX.IF2612卖出开仓\n 证券\n  SH.600000买入\n  SZ.000001卖出\n");
-  EXPECT_EQ(hedge().m_strName, "IF2612");
-  EXPECT_EQ(hedge().m_strStockKey, "IF2612") << "the code alone";
-  EXPECT_EQ(hedge().m_strMarket, "CFFEX");
-  EXPECT_EQ(hedge().m_strAccounts, "8001");
-  EXPECT_EQ(hedge().m_strAccountName, "期货账户");
-  EXPECT_EQ(hedge().m_vecOperations, QVector<int>{EOT_SellOpen});
-  EXPECT_EQ(hedge().m_nTotalVolume, 3);
-  EXPECT_EQ(hedge().m_dTotalAmount, 3 * 4000.0 * 300) << "at the price for calculation";
-  EXPECT_TRUE(hedge().isHedge());
-  EXPECT_TRUE(hedge().m_bPatching);
-  EXPECT_EQ(root.m_strAccounts, "1001/8001");
-  EXPECT_EQ(root.m_strAccountName, "主账户") << "the first account's";
-  EXPECT_EQ(root.m_vecOperations, (QVector<int>{EOT_Buy, EOT_Sell, EOT_SellOpen}));
-  EXPECT_EQ(root.m_nTotalVolume, 1503);
-
-  EXPECT_EQ(orders.last().at(0).toString(), root.getKey()) << "not the tree key";
-  EXPECT_EQ(statuses.last().at(0).toString(), "T");
-  EXPECT_EQ(statuses.last().at(1).toInt(), ETS_Running);
-  const std::vector<std::string> log = host.takeLog();
-  EXPECT_TRUE(std::any_of(log.begin(), log.end(), [](const std::string& line) {
-    return line.find("futures_map F1 : size 0 -> 1.") != std::string::npos;
-  }));
-  const auto given = host.takeHedgeParams();
-  ASSERT_EQ(given.size(), 1u);
-  EXPECT_EQ(given[0].group, 123);
-  EXPECT_EQ(given[0].command, 77);
-  EXPECT_EQ(host.takeStartedHedges(), std::vector<int>{123});
-}
-
 TEST_F(CHedgeTest, ParametersOfAnAccountThatTradesNoFuturesMakeNoRow) {
   update(twoLines());
   CBasketHedgeParam param = hedgeParam();
@@ -103,38 +65,6 @@ TEST_F(CHedgeTest, ParametersOfAnAccountThatTradesNoFuturesMakeNoRow) {
   EXPECT_FALSE(task.getHedgeItem());
   EXPECT_EQ(host.takeHedgeParams().size(), 1u) << "the manager decides for itself";
   EXPECT_EQ(host.takeStartedHedges().size(), 1u);
-}
-
-TEST_F(CHedgeTest, ATaskMadeAnewFindsItsHedgeAsTheManagerHasIt) {
-  task.setHedgeParam(hedgeParam(3, true), false);
-  EXPECT_FALSE(hedge().m_bPatching) << "nothing runs";
-  host.setHedgeState(123, TC::EHS_Running);
-  TC::CBasketTask anew("组合任务123", 123, 77);
-  anew.setHedgeParam(hedgeParam(), false);
-  EXPECT_TRUE(anew.getHedgeItem()->m_bPatching);
-  host.setHedgeState(123, TC::EHS_Paused);
-  host.takeHedgeParams();
-  DetailPtr ended = twoLines();
-  ended->m_nStatus = ETS_Cancelled;
-  anew.updateDetail(ended);
-  EXPECT_EQ(anew.getRoot()->m_nStatus, ETS_Cancelled);
-  EXPECT_TRUE(host.takeHedgeParams().empty()) << "handed over before, says the manager";
-}
-
-TEST_F(CHedgeTest, OnlyDetailsOfAFuturesAccountCount) {
-  update(twoLines());
-  Spy orders(&task, &TC::CBasketTask::sigTaskOrder);
-  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus);
-  DetailPtr empty = hedgeDetail();
-  empty->m_params.clear();
-  for (const DetailPtr& made : {hedgeDetail(900, mainAccount), hedgeDetail(900, nullptr), empty, DetailPtr()}) {
-    EXPECT_FALSE(updateHedgeCnt(made));
-    updateHedge(made);
-  }
-  EXPECT_FALSE(task.getHedgeItem());
-  EXPECT_EQ(root.m_strAccounts, "1001");
-  EXPECT_TRUE(orders.isEmpty());
-  EXPECT_TRUE(statuses.isEmpty());
 }
 
 TEST_F(CHedgeTest, TheRowSumsEveryHedgeDetailHoweverOftenTheyCome) {
@@ -198,36 +128,6 @@ TEST_F(CHedgeTest, TheRowsAmountLeavesPatchesOut) {
   EXPECT_EQ(hedge().m_dTradedAmount, 1200000) << "intended: other rows add the patches' amount";
 }
 
-TEST_F(CHedgeTest, AnOrderThatEndedUnfilledTellsWhyUntilEverythingIsTraded) {
-  update(twoLines());
-  updateHedge(hedgeDetail());
-  const auto withMessage = [](const std::string& key, int lots, int traded, bool completed) {
-    OrderPtr made = sale(key, lots, traded);
-    made->m_strMessage = "拒绝";
-    made->m_bHasMessage = true;
-    made->m_bCompleted = completed;
-    return made;
-  };
-  DetailPtr made = hedgeDetail();
-  made->m_orders = {withMessage("h1", 2, 1, false), withMessage("h2", 1, 1, true)};
-  updateHedge(made);
-  EXPECT_EQ(hedge().m_strRemark, "");
-  made = next(made);
-  made->m_orders[0] = withMessage("h1", 2, 1, true);
-  updateHedge(made);
-  EXPECT_EQ(hedge().m_strRemark, "拒绝");
-  made = next(made);
-  made->m_orders.push_back(sale("h3", 1, 1));
-  updateHedge(made);
-  EXPECT_EQ(hedge().m_strRemark, "") << "three lots of three";
-
-  hedge().m_bHedge = false;
-  made = next(made);
-  made->m_orders.pop_back();
-  updateHedge(made);
-  EXPECT_EQ(hedge().m_strRemark, "") << "nothing hedges by itself any more";
-}
-
 TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
   update(twoLines());
   updateHedge(hedgeDetail());
@@ -286,81 +186,6 @@ TEST_F(CHedgeTest, AGrowingTargetShowsHowTheHedgeStandsOnceHandedOver) {
   hedge().m_bPatching = false;
   EXPECT_EQ(shownFor(6), TC::EHBTS_PatchFailed);
   EXPECT_EQ(shownFor(6), 0);
-}
-
-TEST_F(CHedgeTest, RootEndsWithTheHedge) {
-  DetailPtr own = twoLines();
-  own->m_nStatus = ETS_Finished;
-  own->m_orders = {buy("o1", 1000, 1000, 10000), order("o2", "SZ", "000001", EOT_Sell, 500, 500, 5000)};
-  task.setHedgeParam(hedgeParam(), true);
-  host.setHedgeState(123, TC::EHS_Running);
-  update(own);
-  EXPECT_EQ(root.m_nStatus, ETS_Running) << "the hedge lacks three lots";
-  DetailPtr made = hedgeDetail();
-  made->m_nEndTime = 34260;
-  made->m_nStatus = ETS_Finished;
-  made->m_orders = {sale("h1", 3, 3)};
-  updateHedge(made);
-  EXPECT_EQ(root.m_nStatus, ETS_Finished);
-  EXPECT_EQ(root.m_endTime, QTime(9, 31));
-  made = next(made);
-  made->m_orders = {sale("h1", 3, 2)};
-  updateHedge(made);
-  EXPECT_EQ(root.m_nStatus, ETS_Running);
-  EXPECT_TRUE(root.m_endTime.isNull());
-}
-
-TEST_F(CHedgeTest, TheLimitOfOrdersPausesTheTaskAndAResumeHedgesOn) {
-  update(twoLines());
-  task.updateHedgeStatus(1);
-  EXPECT_TRUE(host.takeCalls().empty()) << "no hedge";
-  task.setHedgeParam(hedgeParam(), true);
-  task.updateHedgeStatus(1);
-  EXPECT_FALSE(hedge().m_bHedge);
-  EXPECT_FALSE(hedge().m_bPatching);
-  EXPECT_EQ(hedge().m_strRemark, "已达到自动套利最大委托次数限制, 请手动对冲剩余部分!");
-  EXPECT_EQ(hedge().m_nStatus, ETS_Paused);
-  const auto calls = host.takeCalls();
-  ASSERT_EQ(calls.size(), 3u);
-  EXPECT_EQ(calls[0].kind, test::CTestHost::ECall::OperateLocal);
-  EXPECT_EQ(calls[0].record->m_nOperation, ETO_Pause);
-  EXPECT_EQ(calls[1].kind, test::CTestHost::ECall::PauseLocal);
-  EXPECT_EQ(calls[2].kind, test::CTestHost::ECall::PauseHedge);
-
-  host.takeStartedHedges();
-  task.resume(QString());
-  EXPECT_EQ(host.takeStartedHedges(), std::vector<int>{123});
-  EXPECT_TRUE(hedge().m_bHedge);
-  EXPECT_TRUE(hedge().m_bPatching);
-  EXPECT_EQ(hedge().m_strRemark, "") << "nobody has to hedge by hand";
-}
-
-TEST_F(CHedgeTest, CancelNeedsTheRowsOwnKey) {
-  update(twoLines());
-  updateHedge(hedgeDetail());
-  const QString key = hedge().getKey();
-  task.cancelHedge(key);
-  EXPECT_TRUE(host.takeCalls().empty()) << "the hedge is not enabled";
-  task.setHedgeParam(hedgeParam(), true);
-  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus);
-  for (const QString& other : {root.getKey(), row("SH.600000买入").getKey(), QString(), key + "x"}) {
-    task.cancelHedge(other);
-  }
-  EXPECT_TRUE(host.takeCalls().empty());
-  EXPECT_TRUE(statuses.isEmpty());
-  EXPECT_TRUE(hedge().m_bHedge);
-
-  task.cancelHedge(key);
-  const auto calls = host.takeCalls();
-  ASSERT_EQ(calls.size(), 1u);
-  EXPECT_EQ(calls[0].kind, test::CTestHost::ECall::StopHedge);
-  EXPECT_EQ(calls[0].id, 123);
-  ASSERT_EQ(statuses.size(), 1);
-  EXPECT_EQ(statuses[0], (QVariantList{key, int(TC::EHBTS_HedgeCancelled), hedge().m_nOrderType}));
-  EXPECT_FALSE(hedge().m_bHedge);
-  EXPECT_FALSE(hedge().m_bPatching);
-  task.resume(QString());
-  EXPECT_FALSE(hedge().m_bPatching) << "what the user cancelled does not look as if it ran";
 }
 
 }  // namespace

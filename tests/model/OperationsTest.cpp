@@ -9,35 +9,17 @@ using namespace ksservice;
 
 class COperationsTest : public CPatchTaskTest {
  protected:
-  /// A local and a server detail in a status, a server patch 124 and a local patch 125.
-  void mixedTask(int status = ETS_Running) {
+  /// A local and a server detail, a server patch 124 and a local patch 125.
+  void mixedTask() {
     DetailPtr local = twoLines(1), server = twoLines(2), serverPatch = patchDetail(124), localPatch = patchDetail(125);
     server->m_bServerTask = serverPatch->m_bServerTask = true;
     serverPatch->m_params = localPatch->m_params = {buyLine(100)};
-    for (const DetailPtr& one : {local, server, serverPatch, localPatch}) one->m_nStatus = status;
     update(local);
     update(server);
     deliverPatch(serverPatch);
     deliverPatch(localPatch);
     takeEvents();
   }
-
-  void addHedge(int lots) {
-    CAccountInfo futures;
-    futures.m_strKey = "F1";
-    futures.m_nType = 1;
-    host.setAccount(futures);
-    CBasketHedgeParam hedge;
-    hedge.m_bEnabled = true;
-    hedge.m_strMarket = "CFFEX";
-    hedge.m_strCode = "IF2612";
-    hedge.m_strAccount = "F1";
-    hedge.m_nVolume = lots;
-    task.setHedgeParam(hedge, false);
-    takeEvents();
-  }
-
-  static bson::BSONObj document(const std::string& json) { return bson::BSONObj::fromJson(json).value(); }
 };
 
 TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
@@ -52,35 +34,6 @@ TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
   EXPECT_EQ(calls[0].record->m_nTime, 1763683200);
   EXPECT_EQ(calls[0].record->m_strOperator, "u1");
   EXPECT_EQ(calls[0].record->m_strRemark, "u1终止任务");
-
-  task.pause("");
-  EXPECT_EQ(takeSends(),
-            "local 123@A1\npause 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\npause 125@A1\nhedge pause 123\n");
-  task.resume("");
-  EXPECT_EQ(takeSends(), "local 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\n") << "nothing is paused";
-  mixedTask(ETS_Paused);
-  task.pause("");
-  EXPECT_EQ(takeSends(), "local 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\nhedge pause 123\n");
-  task.resume("");
-  EXPECT_EQ(takeSends(), "local 123@A1\nresume 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\nresume 125@A1\n");
-}
-
-TEST_F(COperationsTest, DropGivesThePatchesUpAndThenTheTaskItself) {
-  mixedTask();
-  root.m_bPatching = true;
-  task.drop("");
-  const auto calls = host.takeCalls();
-  ASSERT_EQ(calls.size(), 4u);
-  EXPECT_EQ(nameOf(calls[0]), "server 124-1");
-  EXPECT_EQ(nameOf(calls[1]), "local 125@A1");
-  EXPECT_EQ(calls[0].record->m_strRemark, "u1终止任务");
-  EXPECT_EQ(nameOf(calls[2]), "local 123@A1");
-  EXPECT_EQ(nameOf(calls[3]), "server 123-2");
-  EXPECT_EQ(calls[3].record->m_strRemark, "");
-  for (const auto& call : calls) EXPECT_EQ(call.record->m_nOperation, ETO_Drop);
-  EXPECT_EQ(takeEvents(), "status T 11 0\n");
-  EXPECT_FALSE(root.m_bPatching);
-  EXPECT_EQ(root.m_nStatus, ETS_Running) << "left to the details that follow";
 }
 
 TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
@@ -94,8 +47,10 @@ TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
   task.pause("");
   task.resume("");
   EXPECT_EQ(takeSends(), "server ALGO\nhedge stop 123\nserver ALGO\nhedge pause 123\nserver ALGO\n");
+  root.m_bPatching = true;
   task.drop("");
   EXPECT_EQ(takeSends(), "server 100000-1\n");
+  EXPECT_FALSE(root.m_bPatching);
 }
 
 TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
@@ -120,19 +75,6 @@ TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
   EXPECT_EQ(events(ETS_Running, resume), "status T 3 11\n3");
 }
 
-TEST_F(COperationsTest, ResumeWithPatchesSettlesByThem) {
-  update(cancelled(200, 0));
-  DetailPtr patch = patchDetail(124);
-  patch->m_params = {buyLine(800)};
-  patch->m_nStatus = ETS_Paused;
-  deliverPatch(patch);
-  root.m_nStatus = ETS_Unknown;
-  takeEvents();
-  task.resume("");
-  EXPECT_EQ(takeEvents(), "status T 4 0\n");
-  EXPECT_EQ(root.m_nStatus, ETS_Paused);
-}
-
 TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) {
   addHedge(3);
   update(cancelled(1000, 499));
@@ -148,23 +90,6 @@ TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) 
   EXPECT_EQ(takeEvents(), "status T 8 0\nstatus T 11 0\n");
 }
 
-TEST_F(COperationsTest, HedgeFollowsPauseAndResumeUntilItHasEnded) {
-  addHedge(3);
-  update(twoLines());
-  task.pause("");
-  EXPECT_EQ(task.getHedgeItem()->m_nStatus, ETS_Paused);
-  task.resume("");
-  EXPECT_EQ(host.takeStartedHedges(), std::vector<int>{123});
-  EXPECT_EQ(task.getHedgeItem()->m_nStatus, ETS_Running);
-  EXPECT_TRUE(task.getHedgeItem()->m_bPatching);
-  for (const int status : {ETS_Finished, ETS_Cancelled, ETS_Dropped}) {
-    task.getHedgeItem()->m_nStatus = status;
-    task.resume("");
-    EXPECT_TRUE(host.takeStartedHedges().empty()) << status;
-    EXPECT_EQ(task.getHedgeItem()->m_nStatus, status);
-  }
-}
-
 TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {
   addHedge(3);
   DetailPtr made = twoLines();
@@ -176,29 +101,6 @@ TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {
   EXPECT_EQ(takeEvents(), "status " + task.getHedgeItem()->m_strKey.toStdString() + " 10001 11\n");
   EXPECT_FALSE(task.getHedgeItem()->m_bPatching);
   EXPECT_EQ(takeSends(), "") << "there is no patch task";
-}
-
-TEST_F(COperationsTest, RefusalIsShownAndTheButtonsComeBack) {
-  update(twoLines());
-  takeEvents();
-  const auto reply = [this](const utils::KSError& error, const std::string& json) {
-    task.onOperateOrbTask(error, document(json), ETO_Pause);
-    return takeEvents();
-  };
-  const utils::KSError none, failed("no route");
-  const auto shown = [](const std::string& text) {
-    return "ended T\nstatus T 3 0\nbox Operate task fail|" + text + "\n";
-  };
-  EXPECT_EQ(reply(failed, "{}"), shown("no route"));
-  EXPECT_EQ(takeLog("onOperateOrbTask"), std::vector<std::string>{"onOperateOrbTask 123-5 error: no route"});
-  EXPECT_EQ(reply(none, R"({"ErrorMsg":"任务已结束"})"), shown("任务已结束"));
-  EXPECT_EQ(reply(failed, R"({"ErrorMsg":"任务已结束"})"), shown("任务已结束"));
-  EXPECT_EQ(reply(failed, R"({"ErrorMsg":""})"), shown("no route")) << "an empty text is none";
-  EXPECT_EQ(reply(none, "{}"), "");
-  EXPECT_EQ(reply(none, R"({"Result":"done"})"), "");
-  EXPECT_EQ(reply(none, R"({"ErrorMsg":5})"), "");
-  EXPECT_EQ(reply(none, R"({"ErrorMsg":""})"), "");
-  EXPECT_EQ(reply(utils::KSError(""), "{}"), "");
 }
 
 TEST_F(COperationsTest, AnswerFindsItsTaskOnAnotherThreadOrNoTaskAtAll) {

@@ -20,16 +20,6 @@ class CPatchCountTest : public CPatchTaskTest {
     made->m_orders = {ended(buy("p" + std::to_string(id), volume, traded, traded * 11))};
     return made;
   }
-  static TC::CProgressOrder progressOrder(const std::string& code, int traded, bool cancelled, int index) {
-    TC::CProgressOrder made;
-    made.m_nParamIndex = index;
-    made.m_detail.m_strMarket = "SH";
-    made.m_detail.m_strCode = code;
-    made.m_detail.m_nTradedVolume = traded;
-    made.m_detail.m_dTradedAmount = traded * 11;
-    made.m_detail.m_bCancelled = cancelled;
-    return made;
-  }
   static std::string figures(const TC::CBasketTaskItem& item) {
     std::ostringstream out;
     out << item.m_nTradedVolume << "+" << item.m_nPatchVolume << "=" << item.m_nFinishedVolume << " of "
@@ -37,18 +27,6 @@ class CPatchCountTest : public CPatchTaskTest {
         << item.m_dTradedAmount << " of " << item.m_dTotalAmount << ", orders " << item.m_nOrderCount << "/"
         << item.m_nOrderCount2 << "/" << item.m_nCanceledCount;
     return out.str();
-  }
-  void addHedge(bool enabled, int lots) {
-    CAccountInfo futures;
-    futures.m_strKey = "F1";
-    futures.m_nType = 1;
-    host.setAccount(futures);
-    CBasketHedgeParam hedge;
-    hedge.m_bEnabled = enabled;
-    hedge.m_strCode = "IF2612";
-    hedge.m_strAccount = "F1";
-    hedge.m_nVolume = lots;
-    task.setHedgeParam(hedge, false);
   }
 };
 
@@ -95,8 +73,8 @@ TEST_F(CPatchCountTest, ProgressOfServerPatchesIsCountedAndEstimatesTheTarget) {
       << "its orders, while there is no progress";
   EXPECT_EQ(row("SH.600000买入").m_strRemark, "");
   TC::CTaskProgress progress;
-  progress.m_orders = {progressOrder("600000", 200, false, 0), progressOrder("600000", 100, true, 0),
-                       progressOrder("600999", 50, false, 0)};
+  progress.m_orders = {progressOrder("600000", 0, 200), progressOrder("600000", 0), progressOrder("600999", 0, 50)};
+  progress.m_orders[1].m_detail.m_bCancelled = true;
   host.setProgress("124-1", progress);
   deliverPatch(next(made));
   EXPECT_EQ(figures(row("SH.600000买入")), "200+300=500 of 1000, amount 2000+3300=5300 of 10600, orders 3/2/1");
@@ -115,25 +93,6 @@ TEST_F(CPatchCountTest, ARowAddsUpItsPatchesAsTheHostKnowsThem) {
   DetailPtr only = buyPatch(126, ETS_Running, 400, 7);
   task.updatePatch(only);
   EXPECT_EQ(row("SH.600000买入").m_nPatchVolume, 158) << "the host has no record of it by its number";
-}
-
-TEST_F(CPatchCountTest, LinesFindTheirRowsWheneverTheseCome) {
-  DetailPtr made = patchDetail(124);
-  made->m_params = {buyLine(800), param(secondAccount, "HGT", "00700", EOT_Buy, 300, 10)};
-  made->m_orders = {ended(buy("p1", 800, 300, 3300)), ended(order("p2", "SGT", "00700", EOT_Buy, 300, 100, 1000))};
-  host.store(made);
-  update(cancelled(200, 0));
-  task.updatePatch(made);
-  EXPECT_EQ(root.m_nPatchVolume, 300);
-  DetailPtr late = detail(2);
-  late->m_nStatus = ETS_Cancelled;
-  late->m_params = {param(secondAccount, "HK", "00700", EOT_Buy, 400, 10)};
-  late->m_orders = {ended(order("o3", "HGT", "00700", EOT_Buy, 400, 50, 500))};
-  update(late);
-  EXPECT_EQ(row("HK.00700买入", "A2").m_nFinishedVolume, 150);
-  EXPECT_EQ(root.m_nFinishedVolume, 200 + 300 + 50 + 100);
-  instrument("HK", "00700", 1);
-  EXPECT_EQ(available({}, "A2"), "A2/HK.00700买入 50\n") << "50 of 400 were bought and 300 may still be";
 }
 
 TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfilled) {
@@ -163,28 +122,8 @@ TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfil
   EXPECT_EQ(deliver(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";
 }
 
-TEST_F(CPatchCountTest, FullTaskIsFinishedByItsPatches) {
-  addHedge(false, 0);
-  host.takeCalls();
-  DetailPtr own = cancelled(200, 500);
-  own->m_nEndTime = UNSET_INT;
-  update(own);
-  takeEvents();
-  DetailPtr made = buyPatch(124, ETS_Finished, 800, 800);
-  made->m_nEndTime = 9 * 3600;
-  deliverPatch(made);
-  EXPECT_EQ(takeEvents(), "status T 7 0\nstatus T 7 0\n");
-  EXPECT_EQ(root.m_nStatus, ETS_Finished);
-  EXPECT_EQ(root.m_endTime, QTime(9, 0));
-  EXPECT_EQ(takeSends(), "hedge stop 123\n");
-  made = next(made);
-  made->m_nEndTime = 10 * 3600;
-  deliverPatch(made);
-  EXPECT_EQ(root.m_endTime, QTime(10, 0)) << "the latest end";
-}
-
 TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
-  addHedge(true, 3);
+  addHedge(3);
   task.getHedgeItem()->m_nStatus = ETS_Cancelled;
   update(cancelled(200, 500));
   takeEvents();
@@ -226,7 +165,7 @@ TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {
     host.takeHedgeParams();
     return made.patchTaskStatus();
   };
-  addHedge(false, 0);  // an account for hedges
+  addHedge(0, false);  // an account for hedges
   EXPECT_EQ(statusOf({}), ETS_Finished) << "also when there is none";
   EXPECT_EQ(statusOf({ETS_Finished, ETS_Dropped}), ETS_Dropped);
   EXPECT_EQ(statusOf({ETS_Finished, ETS_Finished}, {TC::EHS_Running, ETS_Running, true}), ETS_Finished)
@@ -247,38 +186,13 @@ TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {
 TEST_F(CPatchCountTest, HedgeIsHandedOverOnceWhenThePatchesHaveEnded) {
   update(twoLines());
   deliverPatch(buyPatch(124, ETS_Cancelled, 100, 0));
-  addHedge(true, 3);
+  addHedge(3);
   task.getHedgeItem()->m_nStatus = ETS_Cancelled;
   host.takeHedgeParams();
   EXPECT_EQ(task.patchTaskStatus(), ETS_Cancelled);
   EXPECT_EQ(host.takeHedgeParams().size(), 1u);
   EXPECT_EQ(task.patchTaskStatus(), ETS_Cancelled);
   EXPECT_TRUE(host.takeHedgeParams().empty());
-}
-
-TEST_F(CPatchCountTest, OwnDetailsDoNotOfferAPatchWhileOneRuns) {
-  update(cancelled(200, 0));
-  deliverPatch(buyPatch(124, ETS_Running, 800, 100));
-  takeEvents();
-  update(cancelled(210, 0));
-  EXPECT_EQ(takeEvents(), "status T 3 0\n") << "a late fill";
-  EXPECT_EQ(root.m_nStatus, ETS_Running);
-  deliverPatch(buyPatch(124, ETS_Finished, 800, 800));
-  update(cancelled(200, 100));
-  EXPECT_EQ(root.m_nStatus, ETS_Cancelled) << "the patches are done, the task is not full";
-  update(twoLines());
-  EXPECT_EQ(root.m_nStatus, ETS_Running) << "the task itself trades again";
-
-  DetailPtr dropped = cancelled(200, 0);
-  dropped->m_nStatus = ETS_Dropped;
-  update(dropped);
-  EXPECT_EQ(root.m_nStatus, ETS_Dropped);
-  deliverPatch(buyPatch(124, ETS_Cancelled, 800, 700));
-  EXPECT_EQ(root.m_nStatus, ETS_Dropped) << "no patch brings it back";
-  update(cancelled(200, 500));
-  deliverPatch(buyPatch(124, ETS_Finished, 800, 800));
-  update(cancelled(200, 500));
-  EXPECT_EQ(root.m_nStatus, ETS_Finished);
 }
 
 TEST_F(CPatchCountTest, WhatAPatchDoesNotCoverIsOffered) {

@@ -98,10 +98,6 @@ class CPatchTaskTest : public CTaskTest {
     return lines;
   }
 
-  static OrderPtr ended(OrderPtr order) {
-    order->m_bCompleted = true;
-    return order;
-  }
   OrderPtr sell(const std::string& key, int volume, int traded) const {
     return order(key, "SZ", "000001", ksservice::EOT_Sell, volume, traded, traded * 10);
   }
@@ -110,6 +106,22 @@ class CPatchTaskTest : public CTaskTest {
   }
   ksservice::CCodeOrderParam sellLine(int volume) const {
     return param(mainAccount, "SZ", "000001", ksservice::EOT_Sell, volume, 10);
+  }
+
+  /// A hedge of so many lots, of the account F1.
+  void addHedge(int lots, bool enabled = true) {
+    ksservice::CAccountInfo futures;
+    futures.m_strKey = "F1";
+    futures.m_nType = 1;
+    host.setAccount(futures);
+    ksservice::CBasketHedgeParam hedge;
+    hedge.m_bEnabled = enabled;
+    hedge.m_strMarket = "CFFEX";
+    hedge.m_strCode = "IF2612";
+    hedge.m_strAccount = "F1";
+    hedge.m_nVolume = lots;
+    task.setHedgeParam(hedge, false);
+    takeEvents();
   }
 
   /// The task's detail 1, cancelled, with so much of its 1000 bought and of its 500 sold.

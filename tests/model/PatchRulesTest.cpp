@@ -52,10 +52,6 @@ class CPatchRulesTest : public CTaskTest {
     }
     return text;
   }
-  static OrderPtr ended(OrderPtr made) {
-    made->m_bCompleted = true;
-    return made;
-  }
 };
 
 TEST_F(CPatchRulesTest, OpenOrdersCountWholeAndEndedOnesWhatTheyTraded) {

@@ -1,5 +1,4 @@
-/// A patch from the click to the task that is sent, and every reason for which nothing is sent.
-#include <algorithm>
+/// A patch from the click to the task that is sent, and what is left of a line.
 #include <thread>
 
 #include "PatchFixture.h"
@@ -31,47 +30,14 @@ class CPatchTest : public CPatchTaskTest {
     takeEvents();
     return made;
   }
-  std::string answer(const Answer& data, const utils::KSError& error = {}, const bson::BSONObj& result = {}) {
-    for (const auto& query : host.takeQueries()) query.completion(data, error, result);
+  std::string answer(const Answer& data) {
+    for (const auto& query : host.takeQueries()) query.completion(data, {}, {});
     return takeEvents();
   }
   std::string refuse(const std::string& text) const { return "box 补单|" + text + "\nended T\nstatus T 8 0\n"; }
 
   const std::string offered = "dialog A1/SH.600000买入=800 A1/SZ.000001卖出=500\n";
-  const std::string queryFailed = "补单失败，查询三方算法任务进度失败";
 };
-
-TEST_F(CPatchTest, ConfirmedLinesAreOrderedAsAPatchOfTheCommand) {
-  command.m_nType = 5;
-  command.m_strBasketName = "篮子";
-  host.setCommand(command);
-  update(cancelled(200, 0));
-  takeEvents();
-  inDialog([](GV::CCommonDialog& dialog) {
-    EXPECT_EQ(dialog.edit("A1/SH.600000买入", "350"), "");
-    EXPECT_EQ(dialog.check("A1/SZ.000001卖出", false), "");
-    EXPECT_EQ(dialog.press("选中补单"), "");
-  });
-  task.checkHasAlgoTask(task.getKey(), PLAIN);
-  EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n");
-  EXPECT_TRUE(host.takeQueries().empty()) << "nothing runs on a server";
-  EXPECT_TRUE(root.m_bPatching);
-
-  const auto creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  const auto& created = creations[0];
-  EXPECT_EQ(textOf(created.params), "A1/SH.600000买入 300\n");
-  EXPECT_EQ(created.params[0].m_nType, 49);
-  EXPECT_EQ(created.params[0].m_stock.m_strName, "名称600000");
-  EXPECT_EQ(created.params[0].m_dPrice, 10);
-  EXPECT_TRUE(created.command.m_bPatch);
-  EXPECT_EQ(created.command.m_nCommandId, 77);
-  EXPECT_EQ(created.command.m_strBasketName, "篮子");
-  EXPECT_EQ(created.command.m_nOrderType, EORT_Plain);
-  EXPECT_EQ(created.traderType, 1);
-  EXPECT_EQ(created.hedgeType, 1);
-  EXPECT_EQ(created.taskId, 123);
-}
 
 TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChosen) {
   const std::string algo = "algo=TWAP;start=09:30:00;end=14:57:00;slices=10";
@@ -104,33 +70,20 @@ TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChose
   EXPECT_EQ(creations[0].command.m_strAlgoParams, "");
 }
 
-TEST_F(CPatchTest, RefusalsInTheirOrder) {
-  update(twoLines());
-  takeEvents();
-  EXPECT_EQ(patch(), "ended T\nstatus T 3 0\n");
-  EXPECT_EQ(takeLog("cancel state"), std::vector<std::string>{"task 123 is not cancel state"});
-
-  DetailPtr made = cancelled(1000, 500);
-  made->m_orders.back()->m_nTradedVolume = 499;
-  made->m_orders.back()->m_bCompleted = false;
-  update(made);
-  takeEvents();
-  task.patchWithParam("T", {}, PLAIN);
-  task.patchWithParam("组合任务123-SH.600000买入", {}, PLAIN);
-  EXPECT_EQ(takeEvents(), "") << "not the root's key";
-  EXPECT_EQ(patch(), refuse("可补单量为0")) << "what is open may still fill";
-  EXPECT_EQ(takeLog("patch quantity"), std::vector<std::string>{"task 123 patch quantity is 0"});
-
+TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
   update(cancelled(200, 0));
-  takeEvents();
-  EXPECT_EQ(patch(), offered + "ended T\nstatus T 8 0\n");
-  EXPECT_EQ(takeLog("give up"), std::vector<std::string>{"User u1 give up patch task 组合任务123"});
-
   host.setCommandNumber(77, 9);
+  takeEvents();
   EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
   EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
   EXPECT_TRUE(host.takeCreations().empty());
-  EXPECT_EQ(takeSends(), "");
+  EXPECT_FALSE(root.m_bPatching);
+  host.setCommandNumber(77, 0);
+  patch("选中补单");
+  EXPECT_TRUE(root.m_bPatching);
+  task.patchWithParam(task.getKey(), {}, PLAIN);
+  EXPECT_EQ(takeEvents(), "box 补单|补单中\nended T\nstatus T 10000 0\n");
+  EXPECT_EQ(host.takeCreations().size(), 1u);
 }
 
 TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
@@ -169,43 +122,6 @@ TEST_F(CPatchTest, TwentyReasonsAreToldAndTheRestIsCounted) {
   EXPECT_NE(events.find("SH.600129 买入 1001：没有合约信息\n等 3 行\ndialog"), std::string::npos) << events;
 }
 
-TEST_F(CPatchTest, ASecondPatchIsRefusedUntilTheFirstHasShownUp) {
-  const std::string busy = "box 补单|补单中\nended T\nstatus T 10000 0\n";
-  update(cancelled(200, 0));
-  takeEvents();
-  EXPECT_EQ(patch("选中补单"), offered + "status T 10000 0\n");
-  EXPECT_EQ(patch("选中补单"), busy);
-  task.patchWithParam(task.getKey(), {}, PLAIN);
-  EXPECT_EQ(takeEvents(), busy);
-  auto creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  creations[0].completion({}, 124);
-  EXPECT_EQ(patch("选中补单"), busy) << "made, but nothing has come of it";
-  // Nothing in between shows less.
-  task.onOperateOrbTask({}, bson::BSONObj::fromJson(R"({"ErrorMsg":"不行"})").value(), ETO_Cancel);
-  EXPECT_EQ(takeEvents(), "ended T\nstatus T 10000 0\nbox Operate task fail|不行\n");
-  update(cancelled(210, 0));
-  task.resume("");
-  EXPECT_EQ(takeEvents(), "status T 10000 0\n");
-  EXPECT_EQ(root.m_nStatus, ETS_Cancelled) << "the filters go by it";
-}
-
-TEST_F(CPatchTest, ARefusedCreationIsToldAndFreesWhatItOrdered) {
-  update(cancelled(200, 0));
-  takeEvents();
-  patch("选中补单");
-  auto creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  creations[0].completion(utils::KSError("数量无效"), 0);
-  EXPECT_EQ(takeEvents(), refuse("数量无效"));
-  EXPECT_FALSE(root.m_bPatching);
-  EXPECT_EQ(patch("选中补单"), offered + "status T 10000 0\n");
-  creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  creations[0].completion(utils::KSError(""), 0);
-  EXPECT_EQ(takeEvents(), refuse("补单失败"));
-}
-
 TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   update(cancelled(200, 0));
   takeEvents();
@@ -219,107 +135,6 @@ TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   EXPECT_TRUE(creations[0].params.empty());
   creations[0].completion(utils::KSError("没有委托"), 0);
   EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
-}
-
-TEST_F(CPatchTest, WhatNoLongerFitsIsNotSent) {
-  const std::string changed = "box 补单|可补单量已变化，没有补单，请重新操作\n";
-  const auto patchWhile = [this](const std::function<void()>& happens, const QString& button) {
-    inDialog([&](GV::CCommonDialog& dialog) {
-      happens();
-      takeEvents();
-      EXPECT_EQ(dialog.press(button), "");
-    });
-    task.checkHasAlgoTask(task.getKey(), static_cast<EMavTraderType>(4));
-    return takeEvents();
-  };
-  update(cancelled(200, 0));
-  takeEvents();
-  const auto fills = [this] { update(cancelled(201, 0)); };
-  EXPECT_EQ(patchWhile(fills, "选中补单"), changed + "ended T\nstatus T 8 0\n");
-  EXPECT_EQ(patchWhile([this] { update(cancelled(400, 0)); }, "新建篮子补单"), changed + "ended T\nstatus T 8 0\n");
-  const auto runsAgain = [this] { update(twoLines()); };
-  EXPECT_EQ(patchWhile(runsAgain, "选中补单"), changed + "ended T\nstatus T 3 0\n");
-  update(cancelled(200, 0));
-  takeEvents();
-  // Somebody else patches the task; nothing of it was delivered here yet.
-  const auto elsewhere = [this] {
-    DetailPtr other = patchDetail(200);
-    other->m_params = {buyLine(100)};
-    host.store(other);
-  };
-  EXPECT_EQ(patchWhile(elsewhere, "选中补单"), changed + "ended T\nstatus T 8 0\n");
-  EXPECT_TRUE(host.takeCreations().empty());
-  EXPECT_EQ(takeSends(), "");
-  EXPECT_EQ(available(), "A1/SH.600000买入 700\nA1/SZ.000001卖出 500\n");
-}
-
-TEST_F(CPatchTest, ANewBasketTakesTheLinesAndTheTaskIsDropped) {
-  update(cancelled(200, 0));
-  takeEvents();
-  inDialog([](GV::CCommonDialog& dialog) {
-    EXPECT_EQ(dialog.check("A1/SZ.000001卖出", false), "");
-    EXPECT_EQ(dialog.press("新建篮子补单"), "");
-  });
-  task.checkHasAlgoTask(task.getKey(), static_cast<EMavTraderType>(4));
-  EXPECT_EQ(takeEvents(), offered + "basket SH.600000\t名称600000\t800\t0\t0\t1\t49\nstatus T 11 0\n");
-  EXPECT_TRUE(host.takeCreations().empty());
-  EXPECT_EQ(takeSends(), "local 123@A1\n");
-}
-
-TEST_F(CPatchTest, ProgressOfServerTasksIsAskedFirst) {
-  serverTask();
-  DetailPtr serverPatch = patchDetail(124), localPatch = patchDetail(125);
-  serverPatch->m_bServerTask = true;
-  serverPatch->m_params = {buyLine(300)};
-  localPatch->m_params = {sellLine(100)};
-  serverPatch->m_nStatus = localPatch->m_nStatus = ETS_Cancelled;
-  deliverPatch(serverPatch);
-  deliverPatch(localPatch);
-  takeEvents();
-  inDialog(press("选中补单"));
-  task.checkHasAlgoTask(task.getKey(), PLAIN);
-  EXPECT_EQ(takeLog("start"), std::vector<std::string>{"task 123 QueryOrderProcess start"});
-  auto queries = host.takeQueries();
-  ASSERT_EQ(queries.size(), 1u);
-  EXPECT_EQ(queries[0].tasks, (std::vector<std::string>{"123-1", "124-1"}));
-  EXPECT_EQ(takeEvents(), "ended T\nstatus T 8 0\n") << "the click has ended";
-  task.checkHasAlgoTask(task.getKey(), PLAIN);
-  EXPECT_EQ(takeEvents(), refuse("补单中"));
-
-  const Answer data = {{"123-1", {{"SH.600000", 300}, {"SZ.000001", 50}}}, {"124-1", {{"SH.600000", 120}}}};
-  std::thread(queries[0].completion, data, utils::KSError(), bson::BSONObj()).join();
-  EXPECT_EQ(takeEvents(), "dialog A1/SH.600000买入=500 A1/SZ.000001卖出=450\nstatus T 10000 0\n");
-  EXPECT_EQ(takeLog("QueryOrderProcess").size(), 4u) << "the call back and three numbers";
-  queries[0].completion(data, {}, {});
-  EXPECT_EQ(takeEvents(), "") << "a second answer opens no second dialog";
-  EXPECT_EQ(host.takeCreations().size(), 1u);
-}
-
-TEST_F(CPatchTest, AQueryThatFailsStartsNoPatch) {
-  serverTask();
-  const auto ask = [this](const Answer& data, const utils::KSError& error, const std::string& json) {
-    patch();
-    host.takeLog();
-    const std::string events = answer(data, error, bson::BSONObj::fromJson(json).value());
-    return events == refuse(queryFailed) ? host.takeLog() : std::vector<std::string>{events};
-  };
-  const Answer data = {{"123-1", {{"SH.600000", 300}}}};
-  using Log = std::vector<std::string>;
-  const std::string back = "task 123 QueryOrderProcess callback", failed = "task 123 patch QueryOrderProcess fail";
-  const std::string number = "QueryOrderProcess data 123-1 SH.600000 300";
-  EXPECT_EQ(ask(data, utils::KSError("no route"), R"({"x":1})"),
-            (Log{back, "QueryOrderProcess KSError no route", number, failed}));
-  EXPECT_EQ(ask(data, {}, R"({"x":1})"), (Log{back, "QueryOrderProcess BoError { \"x\" : 1 }", number, failed}));
-  EXPECT_EQ(ask({}, {}, "{}"), (Log{back, "QueryOrderProcess data.size == 0", failed}));
-  patch();
-  host.takeLog();
-  EXPECT_EQ(
-      answer({{"999-1", {{"SH.600000", 300}}}}),
-      "box 补单|不能补单：\nSH.600000 买入 1001：算法任务没有成交数据\nSZ.000001 卖出 1001：算法任务没有成交数据\n" +
-          refuse("可补单量为0"))
-      << "it does not speak of the task";
-  EXPECT_EQ(takeLog("patch calc").size(), 2u) << "once for each row";
-  EXPECT_TRUE(host.takeCreations().empty());
 }
 
 TEST_F(CPatchTest, AServerTaskThatHasFilledWholeNeedsNoAnswer) {

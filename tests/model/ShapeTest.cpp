@@ -31,12 +31,6 @@ class CShapeTest : public CTaskTest {
   }
 };
 
-TEST_F(CShapeTest, OneAccountHangsItsRowsUnderTheRoot) {
-  update(twoLines());
-  EXPECT_EQ(tree(), "组合任务123\n SH.600000买入\n SZ.000001卖出\n");
-  EXPECT_EQ(logWith("stock_map "), (std::vector<std::string>{"stock_map A1 : size 0 -> 2."}));
-}
-
 TEST_F(CShapeTest, SecondAccountBringsAccountNodes) {
   host.setAccount(*account("A2", "1002-x", "配置的名字"));
   update(ofAccount(1, mainAccount));
@@ -66,15 +60,6 @@ TEST_F(CShapeTest, AccountWithoutRowsHasNoNodeButCountsAsAnAccount) {
   EXPECT_EQ(tree(), "组合任务123\n 1001\n  SH.600000买入\n  SZ.000001卖出\n");
 }
 
-TEST_F(CShapeTest, AccountsOfOneDisplayIdStayApart) {
-  update(ofAccount(1, mainAccount));
-  update(ofAccount(2, account("A2", "1001")));
-  EXPECT_EQ(root.childCount(), 2);
-  EXPECT_EQ(root.m_strAccounts, "1001");
-  EXPECT_EQ(root.childAt(0)->m_strAccountKey, "A1");
-  EXPECT_EQ(root.childAt(1)->m_strAccountKey, "A2");
-}
-
 TEST_F(CShapeTest, KeysAndRowsStayTheSameHoweverOftenTheTreeIsBuilt) {
   update(ofAccount(1, mainAccount));
   update(ofAccount(2, secondAccount));
@@ -87,41 +72,6 @@ TEST_F(CShapeTest, KeysAndRowsStayTheSameHoweverOftenTheTreeIsBuilt) {
   EXPECT_EQ(task.getItem(keys[2]), bought);
   EXPECT_EQ(bought->parent(), root.childAt(0));
   EXPECT_EQ(task.shapeVersion(), version + 100);
-}
-
-TEST_F(CShapeTest, ClearingTakesTheTreeApartAndDeletesNothing) {
-  update(ofAccount(1, mainAccount));
-  update(ofAccount(2, secondAccount));
-  TC::CBasketTaskItem* node = root.childAt(0);
-  TC::CBasketTaskItem* bought = node->childAt(0);
-  task.recursiveClear(&root);
-  EXPECT_TRUE(root.isEmpty());
-  EXPECT_TRUE(node->isEmpty());
-  EXPECT_EQ(bought->m_nTotalVolume, 1000);
-  task.recursiveUpdate(&root);
-  EXPECT_EQ(root.m_nTotalVolume, 3000) << "a node without children keeps its own figures";
-}
-
-TEST_F(CShapeTest, SumsGoUpThroughEveryLevel) {
-  DetailPtr made = ofAccount(2, secondAccount);
-  made->m_orders = {buy("o1", 500, 100, 1000), order("o2", "SZ", "000001", EOT_Sell, 100, 50, 600)};
-  update(ofAccount(1, mainAccount));
-  update(made);
-  TC::CBasketTaskItem& mainNode = *root.childAt(0);
-  TC::CBasketTaskItem& secondNode = *root.childAt(1);
-  mainNode.childAt(0)->m_nPatchOrderCount = 3;
-  mainNode.childAt(0)->m_nPatchOrderCount2 = 2;
-  mainNode.childAt(1)->m_dPatchAmount = 1.5;
-  task.recursiveUpdate(&root);
-  EXPECT_EQ(mainNode.m_nFinishedVolume, 0);
-  EXPECT_EQ(secondNode.m_nFinishedVolume, 150);
-  EXPECT_DOUBLE_EQ(secondNode.m_dCurAmount, 1600);
-  EXPECT_EQ(root.m_nFinishedVolume, 150);
-  EXPECT_DOUBLE_EQ(root.m_dTradedAmount, 1600);
-  EXPECT_DOUBLE_EQ(root.m_dTotalAmount, 30000);
-  EXPECT_EQ(root.m_nPatchOrderCount, 3);
-  EXPECT_EQ(root.m_nPatchOrderCount2, 2);
-  EXPECT_DOUBLE_EQ(root.m_dPatchAmount, 1.5);
 }
 
 TEST_F(CShapeTest, EachRefreshAnnouncesInnerNodesThenRootThenStatus) {

@@ -93,6 +93,24 @@ class CTaskTest : public testing::Test {
     return order(key, "SH", "600000", ksservice::EOT_Buy, volume, traded, amount);
   }
 
+  static OrderPtr ended(OrderPtr order) {
+    order->m_bCompleted = true;
+    return order;
+  }
+
+  /// An entry of a progress, traded at 11 CNY.
+  static TC::CProgressOrder progressOrder(const std::string& code, int index, int traded = 100,
+                                          const std::string& mapKey = "1001", const std::string& market = "SH") {
+    TC::CProgressOrder made;
+    made.m_strMapKey = mapKey;
+    made.m_detail.m_strMarket = market;
+    made.m_detail.m_strCode = code;
+    made.m_detail.m_nTradedVolume = traded;
+    made.m_detail.m_dTradedAmount = traded * 11;
+    made.m_nParamIndex = index;
+    return made;
+  }
+
   /// The next state of a detail: a fresh record, as the host delivers it.
   static DetailPtr next(const DetailPtr& before) { return boost::make_shared<ksservice::CTaskDetail>(*before); }
 

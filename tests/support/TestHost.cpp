@@ -27,8 +27,25 @@ struct SSubscription : utils::ISubscription {
 }  // namespace
 
 struct CTestHost::SServiceSet {
-  struct SDataCenter : ksservice::IDataCenter {
-    explicit SDataCenter(CTestHost& host) : m_host(host) {}
+  /// A service over the data of its host.
+  template <typename Service>
+  struct THosted : Service {
+    explicit THosted(CTestHost& host) : m_host(host) {}
+    template <typename Value>
+    Value get(const Value& value) const {
+      const Lock lock(m_host.m_mutex);
+      return value;
+    }
+    template <typename Map>
+    typename Map::mapped_type find(const Map& map, const typename Map::key_type& key) const {
+      const Lock lock(m_host.m_mutex);
+      return valueOf(map, key);
+    }
+    CTestHost& m_host;
+  };
+
+  struct SDataCenter : THosted<ksservice::IDataCenter> {
+    using THosted::THosted;
     utils::CSubscriptionHandle subscribe(int dataType, ksservice::DataCallback callback) override {
       const Lock lock(m_host.m_mutex);
       const int id = m_host.m_nNextSubscriber++;
@@ -46,38 +63,28 @@ struct CTestHost::SServiceSet {
       return details;
     }
     std::string loginIdentity() const override { return "L1"; }
-    int commandNumber(int commandId) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_commandNumbers, commandId);
-    }
-    ksservice::CTaskDetailPtr taskDetail(const std::string& key) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_details, key);
-    }
+    int commandNumber(int commandId) const override { return find(m_host.m_commandNumbers, commandId); }
+    ksservice::CTaskDetailPtr taskDetail(const std::string& key) const override { return find(m_host.m_details, key); }
     ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_orderDetails, tag);
+      return find(m_host.m_orderDetails, tag);
     }
     void updateData(const ksservice::CTaskDetailPtr& detail) override {
       const Lock lock(m_host.m_mutex);
       m_host.m_details[detail->getKey()] = detail;
       m_host.m_updated.push_back(detail);
     }
-    CTestHost& m_host;
   };
 
-  struct SExchange : TC::CExchangeClient {
-    explicit SExchange(CTestHost& host) : m_host(host) {}
+  struct SExchange : THosted<TC::CExchangeClient> {
+    using THosted::THosted;
     boost::shared_ptr<const TC::CCodeInfo> getCodeInfo(const std::string& market,
                                                        const std::string& code) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_instruments, {market, code});
+      return find(m_host.m_instruments, {market, code});
     }
-    CTestHost& m_host;
   };
 
-  struct SQuotes : TC::CQuoteClient {
-    explicit SQuotes(CTestHost& host) : m_host(host) {}
+  struct SQuotes : THosted<TC::CQuoteClient> {
+    using THosted::THosted;
     bool getQuote(const std::string& market, const std::string& code, TC::CQuote& quote) const override {
       const Lock lock(m_host.m_mutex);
       const auto found = m_host.m_quotes.find({market, code});
@@ -85,26 +92,23 @@ struct CTestHost::SServiceSet {
       quote = found->second;
       return true;
     }
-    CTestHost& m_host;
   };
 
-  struct STrade : TC::CTradeClient {
-    explicit STrade(CTestHost& host) : m_host(host) {}
+  struct STrade : THosted<TC::CTradeClient> {
+    using THosted::THosted;
     boost::shared_ptr<const TC::CTaskProgress> getTaskProgress(const std::string& detailKey) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_progress, detailKey);
+      return find(m_host.m_progress, detailKey);
     }
     int getLoginStatus(const std::string&) const override { return ksservice::ELS_Ready; }
     void queryOrderProcess(const std::vector<std::string>& keys, TC::OrderProcessCompletion completion, int) override {
       const Lock lock(m_host.m_mutex);
       m_host.m_queries.push_back({keys, std::move(completion)});
     }
-    CTestHost& m_host;
   };
 
-  struct STaskCenter : ksservice::ITaskCenter {
+  struct STaskCenter : THosted<ksservice::ITaskCenter> {
+    using THosted::THosted;
     using Account = boost::shared_ptr<const ksservice::CAccountInfo>;
-    explicit STaskCenter(CTestHost& host) : m_host(host) {}
     void operateTask(const boost::shared_ptr<const ksservice::CTaskOpRecord>& record, int taskId,
                      const Account& account) override {
       m_host.record({ECall::OperateLocal, keyOf(account), taskId, record, {}});
@@ -116,14 +120,12 @@ struct CTestHost::SServiceSet {
       m_host.record({ECall::ResumeLocal, keyOf(account), taskId, {}, {}});
     }
     static std::string keyOf(const Account& account) { return account ? account->getKey() : std::string(); }
-    CTestHost& m_host;
   };
 
-  struct SCommands : TC::CItCommandCenter {
-    explicit SCommands(CTestHost& host) : m_host(host) {}
+  struct SCommands : THosted<TC::CItCommandCenter> {
+    using THosted::THosted;
     boost::shared_ptr<const ksservice::COrderCommand> getCommand(const std::string& commandKey) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_commands, commandKey);
+      return find(m_host.m_commands, commandKey);
     }
     void createTask(const ksservice::COrderCommand& command, const std::vector<ksservice::CCodeOrderParam>& params,
                     EMavTraderType traderType, int hedgeType, CreateCompletion completion, int taskId) override {
@@ -135,27 +137,17 @@ struct CTestHost::SServiceSet {
                            OperateCompletion completion) override {
       m_host.record({ECall::OperateServer, serverTaskKey, 0, record, std::move(completion)});
     }
-    CTestHost& m_host;
   };
 
-  struct STime : TC::CTimeService {
-    explicit STime(CTestHost& host) : m_host(host) {}
-    int currentTime() const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_nTime;
-    }
-    CTestHost& m_host;
+  struct STime : THosted<TC::CTimeService> {
+    using THosted::THosted;
+    int currentTime() const override { return get(m_host.m_nTime); }
   };
 
-  struct SHedge : TC::CBasketHedgeManager {
-    explicit SHedge(CTestHost& host) : m_host(host) {}
-    int status(int groupId) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_hedgeStates, groupId);
-    }
-    bool getHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) const override {
-      return m_host.findHedgeParam(commandId, false, param);
-    }
+  struct SHedge : THosted<TC::CBasketHedgeManager> {
+    using THosted::THosted;
+    int status(int groupId) const override { return find(m_host.m_hedgeStates, groupId); }
+    bool getHedgeParam(int, ksservice::CBasketHedgeParam&) const override { return false; }
     void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override {
       const Lock lock(m_host.m_mutex);
       m_host.m_hedgeCalls.push_back({groupId, commandId, param});
@@ -174,15 +166,13 @@ struct CTestHost::SServiceSet {
     }
     void pauseHedge(int groupId) override { m_host.record({ECall::PauseHedge, {}, groupId, {}, {}}); }
     void stopHedge(int groupId) override { m_host.record({ECall::StopHedge, {}, groupId, {}, {}}); }
-    CTestHost& m_host;
   };
 
-  struct SUser : TC::CUserConfig {
-    explicit SUser(CTestHost& host) : m_host(host) {}
+  struct SUser : THosted<TC::CUserConfig> {
+    using THosted::THosted;
     std::string userName() const override { return "u1"; }
     boost::shared_ptr<const ksservice::CAccountInfo> getAccountData(const std::string& accountKey) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_accounts, accountKey);
+      return find(m_host.m_accounts, accountKey);
     }
     std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> getAccounts() const override {
       const Lock lock(m_host.m_mutex);
@@ -197,53 +187,29 @@ struct CTestHost::SServiceSet {
       if (m_host.m_strOrderSetting.empty()) return {};
       return {m_host.m_strOrderSetting};
     }
-    int getTradeSetting(EMavTraderType, int setting) const override {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(m_host.m_tradeSettings, setting);
-    }
-    bool hasRevokeTask() const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_bRevokeTask;
-    }
-    bool hasUpStopPrice() const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_bUpStopPrice;
-    }
+    int getTradeSetting(EMavTraderType, int setting) const override { return find(m_host.m_tradeSettings, setting); }
+    bool hasRevokeTask() const override { return get(m_host.m_bRevokeTask); }
+    bool hasUpStopPrice() const override { return get(m_host.m_bUpStopPrice); }
     bool isRawQuantity() const override { return false; }
-    bool isQuietActivation() const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_bQuietActivation;
-    }
-    CTestHost& m_host;
+    bool isQuietActivation() const override { return get(m_host.m_bQuietActivation); }
   };
 
-  struct SMessages : TC::CMsgService {
-    explicit SMessages(CTestHost& host) : m_host(host) {}
+  struct SMessages : THosted<TC::CMsgService> {
+    using THosted::THosted;
     void showMsg(const QString& text, int kind) override {
       const Lock lock(m_host.m_mutex);
       m_host.m_messages.emplace_back(text, kind);
     }
-    CTestHost& m_host;
   };
 
   struct SHedgeSettings : TC::IHedgeSettings {
-    explicit SHedgeSettings(CTestHost& host) : m_host(host) {}
-    bool loadHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) const override {
-      return m_host.findHedgeParam(commandId, true, param);
-    }
-    CTestHost& m_host;
+    bool loadHedgeParam(int, ksservice::CBasketHedgeParam&) const override { return false; }
   };
 
-  struct SClock : utils::IHostClock {
-    explicit SClock(CTestHost& host) : m_host(host) {}
-    double clockMSec() const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_dClock;
-    }
-    QTimeZone timeZone() const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_timeZone;
-    }
+  struct SClock : THosted<utils::IHostClock> {
+    using THosted::THosted;
+    double clockMSec() const override { return get(m_host.m_dClock); }
+    QTimeZone timeZone() const override { return get(m_host.m_timeZone); }
     void singleShot(int msec, QObject* context, std::function<void()> action) override {
       {
         const Lock lock(m_host.m_mutex);
@@ -251,7 +217,6 @@ struct CTestHost::SServiceSet {
       }
       QTimer::singleShot(msec, context, std::move(action));
     }
-    CTestHost& m_host;
   };
 
   struct SJobs : utils::IJobMonitor {
@@ -273,19 +238,7 @@ struct CTestHost::SServiceSet {
     long m_nRefreshes = 0;
   };
 
-  explicit SServiceSet(CTestHost& host)
-      : dataCenter(host),
-        exchange(host),
-        quotes(host),
-        trade(host),
-        taskCenter(host),
-        commands(host),
-        time(host),
-        hedge(host),
-        user(host),
-        messages(host),
-        hedgeSettings(host),
-        clock(host) {}
+  explicit SServiceSet(CTestHost& owner) : host(owner) {}
 
   void install() {
     TC::SServices services;
@@ -307,18 +260,19 @@ struct CTestHost::SServiceSet {
     TC::installServices(services);
   }
 
-  SDataCenter dataCenter;
-  SExchange exchange;
-  SQuotes quotes;
-  STrade trade;
-  STaskCenter taskCenter;
-  SCommands commands;
-  STime time;
-  SHedge hedge;
-  SUser user;
-  SMessages messages;
+  CTestHost& host;
+  SDataCenter dataCenter{host};
+  SExchange exchange{host};
+  SQuotes quotes{host};
+  STrade trade{host};
+  STaskCenter taskCenter{host};
+  SCommands commands{host};
+  STime time{host};
+  SHedge hedge{host};
+  SUser user{host};
+  SMessages messages{host};
   SHedgeSettings hedgeSettings;
-  SClock clock;
+  SClock clock{host};
   SJobs jobs;
   TC::CStockUnitConfig stockUnits;
   TC::CTradingCalendar calendar;
@@ -368,32 +322,9 @@ void CTestHost::setProgress(const std::string& detailKey, const TC::CTaskProgres
   m_progress[detailKey] = boost::make_shared<const TC::CTaskProgress>(progress);
 }
 
-void CTestHost::setHedgeState(int group, int state) {
-  const Lock lock(m_mutex);
-  m_hedgeStates[group] = state;
-}
-
-void CTestHost::setHedgeParam(int command, bool stored, const ksservice::CBasketHedgeParam& param) {
-  const Lock lock(m_mutex);
-  m_hedgeParams[{command, stored}] = param;
-}
-
-bool CTestHost::findHedgeParam(int command, bool stored, ksservice::CBasketHedgeParam& param) const {
-  const Lock lock(m_mutex);
-  const auto found = m_hedgeParams.find({command, stored});
-  if (found == m_hedgeParams.end()) return false;
-  param = found->second;
-  return true;
-}
-
 void CTestHost::setAccount(const ksservice::CAccountInfo& account) {
   const Lock lock(m_mutex);
   m_accounts[account.getKey()] = boost::make_shared<const ksservice::CAccountInfo>(account);
-}
-
-void CTestHost::setCommandNumber(int command, int number) {
-  const Lock lock(m_mutex);
-  m_commandNumbers[command] = number;
 }
 
 void CTestHost::setCommand(const ksservice::COrderCommand& command) {
@@ -402,44 +333,9 @@ void CTestHost::setCommand(const ksservice::COrderCommand& command) {
       boost::make_shared<const ksservice::COrderCommand>(command);
 }
 
-void CTestHost::setOrderSetting(const std::string& setting) {
-  const Lock lock(m_mutex);
-  m_strOrderSetting = setting;
-}
-
-void CTestHost::setTradeSetting(int setting, int value) {
-  const Lock lock(m_mutex);
-  m_tradeSettings[setting] = value;
-}
-
-void CTestHost::setQuietActivation(bool quiet) {
-  const Lock lock(m_mutex);
-  m_bQuietActivation = quiet;
-}
-
-void CTestHost::setTime(int seconds) {
-  const Lock lock(m_mutex);
-  m_nTime = seconds;
-}
-
 void CTestHost::record(SCall call) {
   const Lock lock(m_mutex);
   m_calls.push_back(std::move(call));
-}
-
-void CTestHost::setTimeZone(const QTimeZone& zone) {
-  const Lock lock(m_mutex);
-  m_timeZone = zone;
-}
-
-void CTestHost::setRevokeTask(bool allowed) {
-  const Lock lock(m_mutex);
-  m_bRevokeTask = allowed;
-}
-
-void CTestHost::setUpStopPrice(bool offered) {
-  const Lock lock(m_mutex);
-  m_bUpStopPrice = offered;
 }
 
 void CTestHost::moveClock(double msec) {
@@ -497,7 +393,6 @@ std::vector<CTestHost::SQuery> CTestHost::takeQueries() { return take(m_queries)
 std::vector<std::pair<QString, int>> CTestHost::takeMessages() { return take(m_messages); }
 std::vector<std::string> CTestHost::takeLog() { return take(m_log); }
 
-TC::CBasketHedgeManager& CTestHost::hedgeManager() { return m_services->hedge; }
 TC::CTradingCalendar& CTestHost::calendar() { return m_services->calendar; }
 TC::CStockUnitConfig& CTestHost::stockUnits() { return m_services->stockUnits; }
 

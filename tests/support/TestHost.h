@@ -75,27 +75,25 @@ class CTestHost {
   /// An order detail for the tag, cancelled or not.
   void setOrderDetail(const std::string& tag, bool cancelled);
   void setProgress(const std::string& detailKey, const TC::CTaskProgress& progress);
-  void setHedgeState(int group, int state);
-  /// What the hedge manager (stored: the user's settings) answers for a command.
-  void setHedgeParam(int command, bool stored, const ksservice::CBasketHedgeParam& param);
+  void setHedgeState(int group, int state) { put(m_hedgeStates, group, state); }
   /// An account that the user configuration has data for.
   void setAccount(const ksservice::CAccountInfo& account);
-  void setCommandNumber(int command, int number);
+  void setCommandNumber(int command, int number) { put(m_commandNumbers, command, number); }
   /// A command that the command centre knows.
   void setCommand(const ksservice::COrderCommand& command);
   /// The first stored order setting; empty: none.
-  void setOrderSetting(const std::string& setting);
+  void setOrderSetting(const std::string& setting) { set(m_strOrderSetting, setting); }
   /// A setting of every trader type.
-  void setTradeSetting(int setting, int value);
+  void setTradeSetting(int setting, int value) { put(m_tradeSettings, setting, value); }
   /// Whether an activated panel stays quiet.
-  void setQuietActivation(bool quiet);
+  void setQuietActivation(bool quiet) { set(m_bQuietActivation, quiet); }
   /// Seconds of the time service.
-  void setTime(int seconds);
-  void setTimeZone(const QTimeZone& zone);
+  void setTime(int seconds) { set(m_nTime, seconds); }
+  void setTimeZone(const QTimeZone& zone) { set(m_timeZone, zone); }
   /// Whether the user may cancel tasks; true at first.
-  void setRevokeTask(bool allowed);
+  void setRevokeTask(bool allowed) { set(m_bRevokeTask, allowed); }
   /// Whether the user is offered the limit price; true at first.
-  void setUpStopPrice(bool offered);
+  void setUpStopPrice(bool offered) { set(m_bUpStopPrice, offered); }
   void moveClock(double msec);
   /// From now on the host's timers wait for the test; until then they go off in real time.
   void holdTimers();
@@ -120,7 +118,6 @@ class CTestHost {
   std::vector<std::pair<QString, int>> takeMessages();
   std::vector<std::string> takeLog();
 
-  TC::CBasketHedgeManager& hedgeManager();
   TC::CTradingCalendar& calendar();
   TC::CStockUnitConfig& stockUnits();
 
@@ -136,7 +133,15 @@ class CTestHost {
     std::size_t operator()(const ksservice::CMavOrderTag& tag) const { return tag.hash(); }
   };
 
-  bool findHedgeParam(int command, bool stored, ksservice::CBasketHedgeParam& param) const;
+  template <typename Value>
+  void set(Value& member, const Value& value) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    member = value;
+  }
+  void put(std::map<int, int>& values, int key, int value) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    values[key] = value;
+  }
   void record(SCall call);
   template <typename Record>
   Record take(Record& record);
@@ -148,7 +153,6 @@ class CTestHost {
   std::unordered_map<ksservice::CMavOrderTag, ksservice::COrderDetailPtr, STagHash> m_orderDetails;
   std::map<std::string, boost::shared_ptr<const TC::CTaskProgress>> m_progress;
   std::map<int, int> m_hedgeStates;
-  std::map<std::pair<int, bool>, ksservice::CBasketHedgeParam> m_hedgeParams;
   std::map<std::string, boost::shared_ptr<const ksservice::CAccountInfo>> m_accounts;
   std::map<int, int> m_commandNumbers;
   std::map<std::string, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;

@@ -124,17 +124,5 @@ TEST(CellText, TradeTypesJoinAndColour) {
   EXPECT_EQ(tradeTypeText({7777}), "7777");
 }
 
-TEST(CellText, TitlesKeepTheirBlanksAndOnlyElevenColumnsAreExported) {
-  EXPECT_EQ(basketColumns()[EBC_Tree].column.title, " 任务");
-  EXPECT_EQ(basketColumns()[EBC_Amount].column.title, " 金额 ");
-  EXPECT_EQ(basketColumns()[EBC_Unfilled].column.title, "未成交数量");
-  QMap<int, int> positions;
-  for (int column = 0; column < EBC_Count; ++column) {
-    const int position = basketColumns()[static_cast<std::size_t>(column)].column.exportOrder;
-    if (position > 0) positions.insert(position, column);
-  }
-  EXPECT_EQ(positions.values(), QList<int>({4, 5, 1, 6, 7, 10, 11, 13, 3, 15, 16}));
-}
-
 }  // namespace
 }  // namespace TC

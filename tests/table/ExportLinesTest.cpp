@@ -41,11 +41,6 @@ QStringList batches(const SExportRows& rows, QChar separator) {
   return written;
 }
 
-TEST(ExportLines, OfNoRowsAreTheTitlesWithoutALineEnd) {
-  EXPECT_EQ(batches(rowsOf(0), ','), QStringList{QString::fromUtf8(TITLES)});
-  EXPECT_EQ(batches(rowsOf(0), '\t'), QStringList{titles("\t")});
-}
-
 TEST(ExportLines, ComeInBatchesOfAThousandTheTitlesIncluded) {
   const auto line = [](int row) {
     return QString("%1.4,%1.5,%1.1,%1.6,%1.7,%1.10,%1.11,%1.13,%1.3,%1.15,%1.16").arg(row);
@@ -74,11 +69,6 @@ TEST(ExportLines, AnEmptyCellIsAnEmptyFieldInAFileAndFourBlanksWhenCopied) {
   copied.clear();
   ASSERT_TRUE(clipboardText(rowsOf(0), copied, always()));
   EXPECT_EQ(copied, titles("\t") + "\n") << "copied also without rows";
-}
-
-TEST(ExportLines, QuoteNothing) {
-  const QString text = batches(rowsOf(1, {{EBC_InvestRemark, "a,\"b\""}}), ',').join("");
-  EXPECT_TRUE(text.endsWith("0.13,a,\"b\",0.15,0.16")) << text.toStdString();
 }
 
 TEST(ExportLines, EndWhenTheyMayNotGoOnOrCannotBeWritten) {

@@ -123,24 +123,6 @@ TEST_F(Export, WritesTheRowsThatShowCellByCellInPlaceOfTheOldFile) {
   EXPECT_EQ(files().size(), 4);
 }
 
-TEST_F(Export, FilesOfTheSameRowsAreTheSame) {
-  addRows(4, 998);
-  const int rows = m_table->rowCount();
-  ASSERT_GT(rows, 3000);
-  EXPECT_TRUE(exportTo("out.csv"));
-  const QByteArray content = contentOf(path("out.csv"));
-  EXPECT_EQ(content, shown(",").toUtf8());
-  EXPECT_TRUE(exportTo("out.csv"));
-  EXPECT_EQ(contentOf(path("out.csv")), content) << "the second took the place of the first";
-}
-
-TEST_F(Export, ACancelledDialogTouchesNothing) {
-  addRows(1, 2);
-  m_answer.clear();
-  EXPECT_FALSE(m_table->exportData());
-  EXPECT_TRUE(files().isEmpty());
-}
-
 TEST_F(Export, KeysAndMenuReachBothUnlessTheTableIsLocked) {
   addRows(1, 2);
   m_answer = path("out.txt");
@@ -173,11 +155,6 @@ TEST_F(Export, KeysAndMenuReachBothUnlessTheTableIsLocked) {
   QApplication::clipboard()->clear();
   actions[1]->trigger();
   EXPECT_EQ(QApplication::clipboard()->text(), copied);
-}
-
-TEST_F(Export, AnEmptyTableCopiesItsTitles) {
-  m_table->copyData();
-  EXPECT_EQ(QApplication::clipboard()->text(), shown("\t") + '\n');
 }
 
 TEST_F(Export, TheFileHoldsTheTableAsItStoodThoughItChangesMeanwhile) {
@@ -246,17 +223,6 @@ TEST_F(Export, AFileThatCannotGrowIsTakenAway) {
   for (const char* name : {"out.txt", "out.csv", "out.CSV", "out.xlsx"}) {
     EXPECT_FALSE(exportTo(name)) << name;
     EXPECT_TRUE(files().isEmpty()) << name << ": " << files().join(" ").toStdString();
-  }
-}
-
-TEST_F(Export, AFullDiskKeepsNoHalfFile) {
-  addRows(4, 1000);
-  ASSERT_TRUE(QDir(m_folder.path()).mkdir("disk"));
-  const test::CSmallDisk disk(path("disk"), "size=64k");
-  if (!disk.isMounted()) GTEST_SKIP() << "no disk may be mounted here";
-  for (const char* name : {"disk/out.txt", "disk/out.csv", "disk/out.CSV", "disk/out.xlsx"}) {
-    EXPECT_FALSE(exportTo(name)) << name;
-    EXPECT_TRUE(QDir(path("disk")).entryList(QDir::Files | QDir::Hidden).isEmpty()) << name;
   }
 }
 

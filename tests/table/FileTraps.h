@@ -1,7 +1,6 @@
 /// What can go wrong with a file, made on purpose for as long as an object lives.
 #pragma once
 
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -44,25 +43,6 @@ class CFileSizeLimit {
  private:
   void (*m_previous)(int);
   rlimit m_before = {};
-};
-
-/// A small disk on a folder, where the system permits it.
-class CSmallDisk {
- public:
-  CSmallDisk(const QString& folder, const char* size) : m_folder(QFile::encodeName(folder)) {
-    m_bMounted = mount("tmpfs", m_folder.constData(), "tmpfs", 0, size) == 0;
-  }
-  CSmallDisk(const CSmallDisk&) = delete;
-  CSmallDisk& operator=(const CSmallDisk&) = delete;
-  ~CSmallDisk() {
-    if (m_bMounted) umount2(m_folder.constData(), MNT_DETACH);
-  }
-
-  bool isMounted() const { return m_bMounted; }
-
- private:
-  QByteArray m_folder;
-  bool m_bMounted = false;
 };
 
 }  // namespace test

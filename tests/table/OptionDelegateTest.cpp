@@ -122,23 +122,6 @@ TEST_F(OptionDelegate, StatusesOneAfterAnother) {
   for (const SCase& c : cases) EXPECT_EQ(after(c.key, c.statuses), c.shown) << c.what;
 }
 
-TEST_F(OptionDelegate, StatusOneDisablesEveryButton) {
-  m_delegate.slotTaskStatus(TASK, 1, PLAIN);
-  for (const GV::STableButton& button : m_delegate.itemButtons(TASK)) {
-    EXPECT_FALSE(m_delegate.getIsItemButtonEnabled(TASK, button.id)) << button.id;
-  }
-}
-
-TEST_F(OptionDelegate, SetsHoldTheirButtons) {
-  const std::vector<GV::STableButton> basket = {{0, "撤销", 3}, {1, "暂停", 3},     {2, "继续", 1},    {4, "补单", 2},
-                                                {5, "撤单", 3}, {6, "放弃补单", 2}, {7, "取消套利", 2}};
-  const std::vector<GV::STableButton> single = {{0, "撤销", 3}, {1, "暂停", 3}, {2, "继续", 1}, {3, "强制终止", 2}};
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  EXPECT_EQ(m_delegate.itemButtons(TASK), basket);
-  m_delegate.slotTaskStatusSingle(QStringLiteral("single"), 3, PLAIN);
-  EXPECT_EQ(m_delegate.itemButtons(QStringLiteral("single")), single);
-}
-
 TEST_F(OptionDelegate, ClicksDeliverActionsAndDisableTheirButton) {
   struct SCase {
     int button;
@@ -156,19 +139,6 @@ TEST_F(OptionDelegate, ClicksDeliverActionsAndDisableTheirButton) {
   }
   EXPECT_EQ(CHpfBasketOptionDelegate::actionOf(3), 10002);
   EXPECT_EQ(CHpfBasketOptionDelegate::actionOf(8), -1);
-}
-
-TEST_F(OptionDelegate, ClickedButtonComesBackWithANewStatusOnly) {
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  m_delegate.disableClicked(TASK, 1);
-  EXPECT_EQ(shown(TASK), "0 1x");
-  EXPECT_FALSE(m_delegate.clickButton(TASK, 1));
-  EXPECT_TRUE(m_delegate.clickButton(TASK, 0));
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  EXPECT_EQ(shown(TASK), "0 1x") << "the same status again";
-  m_delegate.slotTaskStatus(TASK, 4, PLAIN);
-  m_delegate.slotTaskStatus(TASK, 3, PLAIN);
-  EXPECT_EQ(shown(TASK), "0 1");
 }
 
 TEST_F(OptionDelegate, ClickedButtonComesBackWhenTheOperationCameToNothing) {

@@ -89,19 +89,6 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   EXPECT_FALSE(stage(m_task).texts) << "it says the same";
 }
 
-TEST_F(Staging, BringsANewShapeWithASecondAccount) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  stage(m_task);
-  test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
-  const SStagedTask staged = stage(m_task);
-  ASSERT_TRUE(staged.shape && staged.texts);
-  EXPECT_EQ(staged.shape->size(), 5U);
-  EXPECT_EQ(staged.figures->size(), 5U);
-  EXPECT_EQ(staged.texts->size(), 5U);
-  EXPECT_EQ((*staged.shape)[2].depth, 2);
-  EXPECT_EQ((*staged.shape)[2].parent, 1);
-}
-
 /// A start that was shown stays, whatever becomes of the tree; the end is the node's.
 TEST_F(Staging, KeepsTheFirstStart) {
   struct SStep {

@@ -7,17 +7,6 @@
 namespace TC {
 namespace {
 
-TEST_F(StatusTable, RootsStandInTheOrderOfTheirIds) {
-  const test::TaskPtr ninth = test::makeTask(9);
-  const test::TaskPtr tenth = test::makeTask(10);
-  for (const test::TaskPtr& task : {tenth, m_task, ninth}) {
-    test::update(task, 1, "A1", "1001", {{"600000", 0}});
-    refresh(task);
-  }
-  EXPECT_EQ(rows(), "1\n  SH.600000买入\n9\n  SH.600000买入\n10\n  SH.600000买入\n");
-  EXPECT_TRUE(m_table.isExpanded(m_rootKey));
-}
-
 /// Accounts whose keys hold what separates keys, nothing, the name of a side, or the display id of another; all that
 /// can be taken for another row, on both sides of the task.
 TEST_F(StatusTable, EveryNodeHasARowOfItsOwnUnderAllItsNames) {
@@ -125,15 +114,6 @@ TEST_F(StatusTable, ThePageStaysWhenATaskTakesAnotherShape) {
     refresh(tasks[place]);
     EXPECT_EQ(m_table.dataModel()->rowAt(m_table.topRow()).key(), top) << place;
   }
-}
-
-TEST_F(StatusTable, TheRootOfATaskIsThereUnderItsKeyAlone) {
-  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
-  refresh(m_task);
-  EXPECT_TRUE(m_table.checkRootTaskItem(*m_task, m_rootKey));
-  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_firstRow));
-  m_table.startNewDay();
-  EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
 }
 
 TEST_F(StatusTable, AmountChangesAreReadOnce) {
@@ -255,31 +235,6 @@ TEST_F(StatusTable, OrderCountsOfASignalStandUntilTheNextRowData) {
   EXPECT_EQ(orders.text(*m_table.getDataByKey(m_rootKey)), " 已报1 收到0 ");
 }
 
-TEST_F(StatusTable, FinishedRowsOfTwoLevels) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 400}, {"600048", 0}});
-  refresh(m_task, true);
-  EXPECT_EQ(rows(), "1\n  SH.600000买入-\n  SH.600036买入\n  SH.600048买入\n");
-  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 400}, {"600048", 1000}});
-  refresh(m_task, true);
-  EXPECT_EQ(rows(), "1\n  SH.600000买入-\n  SH.600036买入\n  SH.600048买入-\n");
-  refresh(m_task, false);
-  EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入\n  SH.600048买入\n");
-}
-
-TEST_F(StatusTable, OnlyTheLeadingRunOfFinishedGrandchildrenIsHidden) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 0}, {"600048", 1000}});
-  refresh(m_task, true);
-  EXPECT_EQ(rows(), "1\n  SH.600000买入-\n  SH.600036买入\n  SH.600048买入-\n");
-  test::update(m_task, 2, "A2", "1002", {{"600000", 1000}, {"600036", 1000}});
-  test::update(m_task, 3, "A3", "1003", {{"600000", 0}, {"600036", 1000}});
-  refresh(m_task, true);
-  EXPECT_EQ(rows(),
-            "1\n"
-            "  1001\n    SH.600000买入-\n    SH.600036买入\n    SH.600048买入\n"
-            "  1002-\n    SH.600000买入-\n    SH.600036买入-\n"
-            "  1003\n    SH.600000买入\n    SH.600036买入\n");
-}
-
 TEST_F(StatusTable, ARowThatOrderedNothingIsNotFinished) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 1000}});
   m_task->getRoot()->childAt(0)->m_nTotalVolume = 0;
@@ -293,25 +248,6 @@ TEST_F(StatusTable, ARowWithAnUnsetVolumeIsNotFinished) {
   m_task->getRoot()->childAt(0)->m_bUnset = true;
   refresh(m_task, true);
   EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入-\n");
-}
-
-TEST_F(StatusTable, HiddenTasksComeBackAsTheyWere) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
-  m_table.expandItem(m_rootKey, false);
-  m_table.hideTask(*m_task);
-  m_table.endUpdate();
-  EXPECT_EQ(m_table.rowCount(), 0);
-  m_table.showTask(*m_task);
-  m_table.endUpdate();
-  EXPECT_EQ(m_table.rowCount(), 1) << "folded as before";
-  const test::TaskPtr unknown = test::makeTask(2);
-  m_table.hideTask(*unknown);
-  m_table.showTask(*unknown);
-  m_table.filterFinished(*unknown, true);
-  m_table.clearTask(*unknown);
-  m_table.applyStaged();
-  EXPECT_EQ(m_table.rowCount(), 1);
 }
 
 /// Which task a pass looks at again: one that was staged, one that announced a status although it is the same, and
@@ -352,17 +288,6 @@ TEST_F(StatusTable, APassOfTheFilterFollowsStatusesAndFinishedRows) {
   m_table.applyStaged();
   m_table.startNewDay();
   EXPECT_EQ(m_table.filterTasks({{}, false}), 0);
-}
-
-TEST_F(StatusTable, ANewDayDropsEverything) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
-  m_table.getTaskOptionDelegate()->slotTaskStatus(m_rootKey, 3, 0);
-  m_table.updateTask(m_task);
-  m_table.startNewDay();
-  m_table.applyStaged();
-  EXPECT_EQ(rows(), "");
-  EXPECT_FALSE(m_table.getTaskOptionDelegate()->hasItem(m_rootKey));
 }
 
 }  // namespace

@@ -83,52 +83,6 @@ TEST_F(StatusTable, OnlyShiftWReachesTheOwner) {
   EXPECT_FALSE(reaches(Qt::Key_Escape, Qt::NoModifier));
 }
 
-TEST_F(StatusTable, ClickedButtonsTellTheOwnerAndAreDisabled) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
-  CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
-  options.slotTaskStatus(m_rootKey, 3, 0);
-  EXPECT_TRUE(options.clickButton(m_rootKey, 1));
-  ASSERT_EQ(m_owner.m_actions.size(), 1U);
-  EXPECT_EQ(m_owner.m_actions[0].code, 5);
-  EXPECT_EQ(m_owner.m_actions[0].nodeKey, m_rootKey);
-  EXPECT_EQ(m_owner.m_actions[0].taskKey, m_rootKey);
-  EXPECT_FALSE(options.clickButton(m_rootKey, 1));
-  EXPECT_FALSE(options.clickButton(m_rootKey, 4)) << "it does not show";
-  EXPECT_EQ(m_owner.m_actions.size(), 1U);
-
-  options.slotTaskStatus(m_rootKey, 8, 0);
-  EXPECT_TRUE(options.clickButton(m_rootKey, 6));
-  EXPECT_TRUE(options.clickButton(m_rootKey, 6)) << "stays enabled: intended";
-  ASSERT_EQ(m_owner.m_actions.size(), 3U);
-  EXPECT_EQ(m_owner.m_actions[2].code, 10002);
-}
-
-/// Two accounts with one display id: what is opened or pressed is of the row that was clicked.
-TEST_F(StatusTable, ClicksReachTheNodeOfTheirRow) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 100}});
-  test::update(m_task, 2, "A2", "1001", {{"600000", 200}});
-  refresh(m_task);
-  std::vector<std::string> orders;
-  CTaskOrdersWidget::setShowObserver([&](const QString&, const std::vector<std::string>& keys) { orders = keys; });
-  QString popup;
-  CBaseTaskParamWidget::setShowObserver([&](const QString& rowKey) { popup = rowKey; });
-  const std::pair<const char*, const char*> accounts[] = {{"1001", "A1"}, {"1001@A2", "A2"}};
-  for (const auto& [made, account] : accounts) {
-    const QString key = keyAt(std::string("1/").append(made).append("/SH.600000买入").c_str());
-    const QString nodeKey = m_rootKey + '-' + made + QStringLiteral("-SH.600000买入");
-    m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, key, nullptr);
-    EXPECT_EQ(orders, std::vector<std::string>{std::string(account) + "-600000"});
-    m_table.handleEvent(GV::EventCellClicked, EBC_TradeParam, Qt::LeftButton, key, nullptr);
-    EXPECT_EQ(popup, key);
-    m_table.getTaskOptionDelegate()->slotTaskStatus(nodeKey, 3, 0);
-    EXPECT_TRUE(m_table.getTaskOptionDelegate()->clickButton(key, 1));
-    EXPECT_EQ(m_owner.m_actions.back().nodeKey, nodeKey);
-  }
-  CTaskOrdersWidget::setShowObserver(nullptr);
-  CBaseTaskParamWidget::setShowObserver(nullptr);
-}
-
 /// The window has the sums of the orders for a row whose own order type is an algorithm's, goes on showing its row when
 /// the tree takes another shape, and ends with the day.
 TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
@@ -164,25 +118,6 @@ TEST_F(StatusTable, SortsTasksByTheirIdAndTheRestByItsName) {
   EXPECT_TRUE(m_table.param().contains(QStringLiteral("|0:1/")));
   m_table.setParam(stored.arg(0));
   EXPECT_EQ(rows(), "9\n  SH.600000买入\n  SH.600036买入\n10\n  SH.600000买入\n  SH.600036买入\n");
-}
-
-TEST_F(StatusTable, DoubleClickOnTheProgressTurnsItsFigures) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
-  refresh(m_task);
-  const auto doubleClick = [this](int column) {
-    m_table.handleEvent(GV::EventColumnDoubleClicked, column, 0, QString::number(column), nullptr);
-  };
-  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "0.25万 / 1.00万");
-  doubleClick(EBC_Progress);
-  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "250 / 1000");
-  doubleClick(EBC_Amount);
-  EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity);
-  doubleClick(EBC_Progress);
-  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
-  m_table.setParam(QStringLiteral("/7"));
-  EXPECT_EQ(cell(m_rootKey, EBC_Progress), "0.25万 / 1.00万") << "only 1 shows quantities";
-  doubleClick(EBC_Progress);
-  EXPECT_EQ(m_table.processDisplayMode(), EPD_Amount);
 }
 
 TEST_F(StatusTable, TipsOfTheProgressColumn) {
