@@ -188,4 +188,21 @@ TEST_F(CHedgeTest, AGrowingTargetShowsHowTheHedgeStandsOnceHandedOver) {
   EXPECT_EQ(shownFor(6), 0);
 }
 
+TEST_F(CHedgeTest, TheRowIsBeingPatchedWhileItsHedgeRuns) {
+  update(twoLines());
+  task.setHedgeParam(hedgeParam(), true);
+  EXPECT_TRUE(hedge().m_bPatching);
+  task.updateHedgeStatus(1);
+  EXPECT_FALSE(hedge().m_bPatching) << "at its limit of orders";
+  task.resume(QString());
+  EXPECT_TRUE(hedge().m_bPatching);
+  task.cancel(QString());
+  EXPECT_FALSE(hedge().m_bPatching);
+  hedge().m_bPatching = true;
+  task.cancelHedge(hedge().getKey());
+  EXPECT_FALSE(hedge().m_bPatching);
+  task.resume(QString());
+  EXPECT_FALSE(hedge().m_bPatching) << "what the user cancelled does not look as if it ran";
+}
+
 }  // namespace
