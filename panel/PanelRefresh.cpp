@@ -49,7 +49,6 @@ void CBasketTasksPanel::retartTimer() {
     utils::singleShot(REFRESH_MSEC - elapsed, this, [this] { slotTimeout(); });
     return;
   }
-  m_lastRefreshMSec = utils::clockMSec();
   slotTimeout();
 }
 

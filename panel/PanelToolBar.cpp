@@ -178,10 +178,7 @@ void CBasketTasksPanel::foldAll() {
   updateTable(m_nFilter, true);
 }
 
-void CBasketTasksPanel::expandAll() {
-  onExpandAll(true);
-  updateTable(m_nFilter, false);
-}
+void CBasketTasksPanel::expandAll() { onExpandAll(true); }
 
 // An operation may run a dialog: the task is held, and nothing of the panel is touched afterwards, which may be gone.
 void CBasketTasksPanel::onTaskButton(int action, const QString& text, const QString& key) {

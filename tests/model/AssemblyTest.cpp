@@ -50,6 +50,15 @@ TEST_F(CTaskTest, KnownDetailOfAnAccountWithoutRowsStopsThere) {
   EXPECT_EQ(root.m_strAccounts, "1001/1002") << "the account is known by then";
 }
 
+TEST_F(CTaskTest, RootNamesItsAccountsInTheOrderOfTheirFirstDetails) {
+  for (const int number : {2, 1, 3}) {
+    DetailPtr made = twoLines(number);
+    for (CCodeOrderParam& line : made->m_params) line.m_pAccount = number % 2 == 0 ? secondAccount : mainAccount;
+    update(made);
+  }
+  EXPECT_EQ(root.m_strAccounts, "1001/1002");
+}
+
 TEST_F(CTaskTest, DetailThatMovesToAnotherAccountTakesItsFillsAlong) {
   DetailPtr other = twoLines(2);
   for (CCodeOrderParam& line : other->m_params) line.m_pAccount = secondAccount;
@@ -65,6 +74,8 @@ TEST_F(CTaskTest, DetailThatMovesToAnotherAccountTakesItsFillsAlong) {
   EXPECT_EQ(row("SH.600000买入", "A1").m_nTradedVolume, 0);
   EXPECT_EQ(row("SH.600000买入", "A2").m_nTradedVolume, 200);
   EXPECT_EQ(root.m_nTradedVolume, 200);
+  EXPECT_EQ(row("SH.600000买入", "A1").m_mapOrders.size(), 0);
+  EXPECT_EQ(row("SH.600000买入", "A2").m_mapOrders.size(), 1);
 }
 
 TEST_F(CTaskTest, KeysOfCommandsAndServerTasks) {

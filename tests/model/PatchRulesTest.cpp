@@ -177,6 +177,13 @@ TEST_F(CPatchCreationsTest, WithoutAnAnswerATaskIsTakenForTheOldestThatItCanBe) 
   EXPECT_EQ(state(), "");
 }
 
+TEST_F(CPatchCreationsTest, ATaskThatIsToTradeJustWhatWasOrderedIsThatOrders) {
+  creations.add(1, lines(100, 50), 0);
+  creations.add(2, lines(100), 0);
+  arrive("201-1", 201, 100);
+  EXPECT_EQ(state(), "x=100 y=50 waits") << "the second one's, though it could be a part of the first";
+}
+
 TEST_F(CPatchCreationsTest, ATaskThatTurnsOutToTradeMoreIsNotTakenForIt) {
   creations.add(1, lines(100), 0);
   creations.answered(1, REPLIED_NONE);

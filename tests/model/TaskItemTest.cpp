@@ -47,6 +47,8 @@ TEST(TaskItem, FindTakesItselfFirstThenGoesDown) {
   a.addChild(&below);
   EXPECT_EQ(root.find("R-a-x"), &below);
   EXPECT_EQ(root.find("x"), nullptr);
+  EXPECT_EQ(root.childAt(1), &b);
+  for (const int none : {-1, 2}) EXPECT_EQ(root.childAt(none), nullptr) << none;
   b.m_strKey = "R";
   EXPECT_EQ(root.find("R"), &root);
   b.m_strKey = "R-a-x";

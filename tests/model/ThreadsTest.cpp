@@ -69,8 +69,9 @@ class CTaskThreadsTest : public CPatchTaskTest {
     for (const auto& call : host.takeCalls()) {
       if (call.completion) call.completion(error, {});
     }
+    // Never accepted: what is accepted is held, and then there is nothing left to be patched again.
     for (const auto& creation : host.takeCreations()) {
-      creation.completion(error, 1000 + round);
+      creation.completion(utils::KSError("资金不足"), 0);
       ++m_nPatches;
     }
   }
@@ -112,7 +113,8 @@ class CTaskThreadsTest : public CPatchTaskTest {
             [this] { task.cancelHedge(hedgeKey()); },
             [this, all] { patchAgain([&] { task.checkHasAlgoTask(all, EMTT_Stock); }); },
             [this, all] { patchAgain([&] { task.patch(all, 0); }); },
-            [this] { task.patch(rowKey(), 0); },
+            [this] { patchAgain([&] { task.patch(rowKey(), EPT_Latest); }); },
+            [this] { m_nSeen += available(); },
             [this] { task.onPatchesChanged(); },
             [this] { task.unpatch(rowKey()); },
             [this, all] { task.drop(all); },
@@ -129,6 +131,18 @@ class CTaskThreadsTest : public CPatchTaskTest {
   QString hedgeKey() {
     const boost::recursive_mutex::scoped_lock lock(task.mutex());
     return task.getHedgeItem() ? task.getHedgeItem()->m_strKey : QString();
+  }
+  int available() {
+    std::vector<CCodeOrderParam> params;
+    const QString key = rowKey();
+    CBasketTaskItem* row = nullptr;
+    {
+      const boost::recursive_mutex::scoped_lock lock(task.mutex());
+      row = task.getItem(key);
+    }
+    // Rows live as long as their task.
+    if (row) task.calcAvailable(row, secondAccount, params, "A2", {});
+    return static_cast<int>(params.size());
   }
   QString rowKey() {
     const boost::recursive_mutex::scoped_lock lock(task.mutex());

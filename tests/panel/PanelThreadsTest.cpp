@@ -17,6 +17,7 @@ namespace {
 
 constexpr int TASKS = 20;
 constexpr int ROWS = 30;
+constexpr int SETTINGS = 7;  ///< the tool bar's button that opens a window
 
 /// A detail of a task whose every order filled so far.
 ksservice::CTaskDetailPtr filledDetail(int task, int filled) {
@@ -70,7 +71,7 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   int step = 0;
   runGui(host, 8000, [&] {
     ++step;
-    if (step % 7 == 0) panel.handleEvent(5, step % 4, 0, QString(), nullptr);
+    if (step % 7 == 0 && step % 12 != SETTINGS) panel.handleEvent(5, step % 12, 0, QString(), nullptr);
     if (step % 5 == 0) panel.requestAccount(*test::makeAccount("A1", "1001"));
     if (step % 97 == 0) Q_EMIT host.calendar().sigNewTradingDate("20261124");
     if (step % 103 == 0) {
