@@ -66,15 +66,15 @@ class CPatchCreations {
   struct STask {
     struct SKnown {
       LineVolumes planned;
-      int since;  ///< the newest creation that was there before it
+      int since = 0;  ///< the newest creation that was there before it
     };
-    int id;
-    bool named;  ///< it has a number of its own
+    int id = 0;
+    bool named = false;  ///< it has a number of its own
     std::vector<SKnown> details;
   };
   struct SCreation {
-    int number;
-    double msec;
+    int number = 0;
+    double msec = 0;
     LineVolumes ordered;
     int taskId = NO_TASK;
     int stop = 0;
