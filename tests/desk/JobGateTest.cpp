@@ -148,12 +148,12 @@ TEST(JobGate, AnActionForAnIdleMomentGoesBehindWhatTheJobQueued) {
   desk.gate().setRecording(true);
   std::vector<std::string> order;
   desk.gate().jobPosted(EPanelJob::Refresh);
-  desk.gate().whenIdle([&] { order.push_back("action"); });
+  desk.gate().whenIdle([&] { order.emplace_back("action"); });
   QCoreApplication::processEvents();
   EXPECT_TRUE(order.empty());
   QObject context;
   QMetaObject::invokeMethod(
-      &context, [&] { order.push_back("queued by the job"); }, Qt::QueuedConnection);
+      &context, [&] { order.emplace_back("queued by the job"); }, Qt::QueuedConnection);
   desk.gate().jobEnded(EPanelJob::Refresh);
   for (int round = 0; round < 200 && order.size() < 2; ++round) {
     QCoreApplication::processEvents();

@@ -32,10 +32,10 @@ TEST_F(ServicesTest, TheManualClockMovesForwardOnlyAndFiresWhatIsPending) {
   QObject context;
   auto gone = std::make_unique<QObject>();
   utils::singleShot(1000, &context, [&] {
-    calls.push_back("first");
-    utils::singleShot(1000, &context, [&] { calls.push_back("asked for meanwhile"); });
+    calls.emplace_back("first");
+    utils::singleShot(1000, &context, [&] { calls.emplace_back("asked for meanwhile"); });
   });
-  utils::singleShot(1, gone.get(), [&] { calls.push_back("without its object"); });
+  utils::singleShot(1, gone.get(), [&] { calls.emplace_back("without its object"); });
   gone.reset();
   QCoreApplication::processEvents();
   EXPECT_TRUE(calls.empty());
