@@ -57,14 +57,28 @@ class CHedgeTest : public CTaskTest {
   const AccountPtr futuresAccount = account("F1", "8001", "期货账户");
 };
 
-TEST_F(CHedgeTest, ParametersOfAnAccountThatTradesNoFuturesMakeNoRow) {
+TEST_F(CHedgeTest, OnlyWhatIsOfAFuturesAccountMakesTheRow) {
   update(twoLines());
+  DetailPtr empty = hedgeDetail();
+  empty->m_params.clear();
+  for (const DetailPtr& made : {hedgeDetail(900, mainAccount), hedgeDetail(900, nullptr), empty, DetailPtr()}) {
+    EXPECT_FALSE(updateHedgeCnt(made));
+  }
   CBasketHedgeParam param = hedgeParam();
   param.m_strAccount = "unknown";
   task.setHedgeParam(param, true);
   EXPECT_FALSE(task.getHedgeItem());
   EXPECT_EQ(host.takeHedgeParams().size(), 1u) << "the manager decides for itself";
   EXPECT_EQ(host.takeStartedHedges().size(), 1u);
+}
+
+TEST_F(CHedgeTest, APauseLeavesAHedgeThatHasEnded) {
+  updateHedge(hedgeDetail());
+  for (const int status : {ETS_Cancelled, ETS_Finished, ETS_Running}) {
+    hedge().m_nStatus = status;
+    task.pause(QString());
+    EXPECT_EQ(hedge().m_nStatus, status == ETS_Running ? ETS_Paused : status);
+  }
 }
 
 TEST_F(CHedgeTest, TheRowSumsEveryHedgeDetailHoweverOftenTheyCome) {

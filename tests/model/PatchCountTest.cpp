@@ -35,27 +35,32 @@ TEST_F(CPatchCountTest, OrdersOfLocalPatchesCountByInstrumentAndOperation) {
   DetailPtr made = patchDetail(124);
   made->m_params = {buyLine(800), sellLine(400)};
   OrderPtr silent = buy("p4", 100, 0, 0);
-  made->m_orders = {reported(ended(buy("p1", 500, 300, 3300)), "价格超限"), sell("p2", 400, 50),
-                    order("p3", "SH", "600000", EOT_Sell, 70, 70, 700), reported(silent, "open")};
+  // The last one has ended without a word: the word before stands.
+  made->m_orders = {reported(ended(buy("p1", 500, 300, 3300)), "价格超限"),
+                    sell("p2", 400, 50),
+                    order("p3", "SH", "600000", EOT_Sell, 70, 70, 700),
+                    reported(silent, "open"),
+                    ended(buy("p5", 100, 0, 0)),
+                    OrderPtr()};
   made->m_strMessage = "补单任务";
   host.setOrderDetail("p1", true);
   host.setOrderDetail("p2", false);
   deliverPatch(made);
-  const std::string bought = "200+300=500 of 1000, amount 2000+3300=5300 of 10000, orders 3/1/1";
+  const std::string bought = "200+300=500 of 1000, amount 2000+3300=5300 of 10000, orders 4/1/1";
   const std::string sold = "100+50=150 of 500, amount 1000+500=1500 of 5000, orders 2/1/0";
   EXPECT_EQ(figures(row("SH.600000买入")), bought);
   EXPECT_EQ(figures(row("SZ.000001卖出")), sold);
-  EXPECT_EQ(figures(root), "300+350=650 of 1500, amount 3000+3800=6800 of 15000, orders 5/2/1");
+  EXPECT_EQ(figures(root), "300+350=650 of 1500, amount 3000+3800=6800 of 15000, orders 6/2/1");
   EXPECT_EQ(row("SH.600000买入").m_strRemark, "价格超限");
   EXPECT_EQ(row("SZ.000001卖出").m_strRemark, "");
   EXPECT_EQ(root.m_strRemark, "补单任务");
-  EXPECT_EQ(row("SH.600000买入").m_mapOrders.size(), 3);
+  EXPECT_EQ(row("SH.600000买入").m_mapOrders.size(), 4);
   EXPECT_TRUE(task.contains("124-1", TC::EBTT_Patch));
 
   deliverPatch(next(made));
   EXPECT_EQ(figures(row("SH.600000买入")), bought) << "counted anew, not twice";
   update(next(cancelled(250, 100)));
-  EXPECT_EQ(figures(row("SH.600000买入")), "250+300=550 of 1000, amount 2500+3300=5800 of 10000, orders 3/1/1");
+  EXPECT_EQ(figures(row("SH.600000买入")), "250+300=550 of 1000, amount 2500+3300=5800 of 10000, orders 4/1/1");
   made = next(made);
   made->m_orders.clear();
   deliverPatch(made);

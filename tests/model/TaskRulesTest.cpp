@@ -49,7 +49,7 @@ TEST(TaskRules, AccountsAreJoinedOnceEach) {
 
 TEST(TaskRules, ZeroHasATolerance) {
   EXPECT_TRUE(isZero(0) && isZero(9e-6) && isZero(-9e-6));
-  EXPECT_FALSE(isZero(2e-5) || isZero(-2e-5));
+  EXPECT_FALSE(isZero(1e-5) || isZero(-1e-5));
 }
 
 TEST(TaskRules, StatusOfDetailsWithoutHedge) {

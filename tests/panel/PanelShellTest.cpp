@@ -67,6 +67,15 @@ TEST_F(PanelShell, AllColumnsButTheTreeProgressOrdersAndOptionsCanBeFiltered) {
   EXPECT_EQ(unfiltered, (std::vector<int>{0, 8, 9, 12}));
 }
 
+TEST_F(PanelShell, TheTableFillsItBelowTheToolBar) {
+  m_panel->resize(900, 400);
+  m_panel->show();
+  const auto* bar = m_panel->findChild<GV::CAutoExpandToolBar*>();
+  EXPECT_EQ(bar->geometry().topLeft(), QPoint(0, 0));
+  EXPECT_EQ(bar->width(), 900);
+  EXPECT_EQ(table().geometry(), QRect(0, bar->height(), 900, 400 - bar->height()));
+}
+
 TEST_F(PanelShell, TheLockClosesTheTable) {
   m_panel->setUiLock(true);
   EXPECT_TRUE(table().isUiLocked());
