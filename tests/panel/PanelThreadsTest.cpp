@@ -22,7 +22,7 @@ constexpr int SETTINGS = 7;  ///< the tool bar's button that opens a window
 /// A detail of a task whose every order filled so far.
 ksservice::CTaskDetailPtr filledDetail(int task, int filled) {
   const auto account = test::makeAccount("A1", "1001");
-  const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
+  ksservice::CTaskDetailPtr detail = test::makeDetail(task);
   for (int i = 0; i < ROWS; ++i) {
     const std::string code = std::to_string(600000 + i);
     test::addParam(*detail, account, code, 1000, 10.0);
@@ -54,6 +54,7 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   auto* table = panel.findChild<CHpfBasketStatusTable*>();
   std::atomic<bool> stop{false};
   std::vector<std::thread> feeds;
+  feeds.reserve(2);
   std::atomic<int> filled{0};
   for (int feed = 0; feed < 2; ++feed) {
     feeds.emplace_back([&, feed] {
@@ -103,6 +104,7 @@ TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
   test::CTestHost host;
   host.holdTimers();
   std::vector<ksservice::CTaskDetailPtr> details;
+  details.reserve(TASKS);
   for (int task = 0; task < TASKS; ++task) details.push_back(filledDetail(1 + task, 100 + task));
   std::unique_ptr<CBasketTasksPanel> panel;
   std::atomic<bool> stop{false};
