@@ -15,7 +15,7 @@ class CPanelTable : public ISubject {
   QAbstractScrollArea* view() override { return &m_table; }
 
   void stage(const SChange& change) override {
-    m_table.beginRefresh();
+    m_table.beginRefresh(0);
     for (const int task : change.tasks) m_table.updateTask(m_board.task(task));
   }
   void build() override { m_table.applyStaged(); }

@@ -60,6 +60,10 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void updateDetail(boost::shared_ptr<ksservice::CTaskDetail>& d);
   /// Runs updateDetail again for every detail of the task, in key order. Worker thread.
   void updateOrderDetail();
+  /// Until endLoad the update operations only take in what they are given: the tree is built, summed and announced
+  /// once, at the end, since a load brings thousands of details of one task. Worker thread.
+  void beginLoad();
+  void endLoad();
   /// Builds the tree anew from the rows. Worker thread.
   void reorganize();
   /// Sums the whole tree, forms the root's status and times anew, and announces them. Worker thread.
@@ -214,6 +218,11 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// the user is asked.
   enum class EPatchPhase { None, Querying, Started, Confirming };
   struct SRefresh;  // one run of updateDetail
+  /// What a load has brought.
+  struct SLoad {
+    std::set<std::string> own;  ///< keys of details
+    bool patches = false;
+  };
   /// The details as the data centre knows them, by their keys.
   struct SNewest {
     std::map<std::string, ksservice::CTaskDetailPtr> own;
@@ -257,10 +266,14 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void countAwaited();
 
   // Shape of the tree
-  void hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes);
+  void hangSide(const RowMap& side, const std::vector<SAccount>& accounts, const QString& name, bool multiType,
+                NodeList& nodes);
+  void followShape();
+  std::vector<SAccount> accountsOf(const RowMap& side) const;
   SAccount accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const;
   void logShape(const char* pattern, bool multiType, const RowMap& side) const;
   void sumUp(CBasketTaskItem* n);
+  void sumAll();
 
   // The root's own facts
   SStatusFacts statusFacts(const DetailMap& details) const;
@@ -294,6 +307,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void announceEnded();
 
   // Patching: counting
+  void announcePatched(bool dropped, bool patched);
   void announcePatch(const ksservice::CTaskDetail& detail);
   void announcePatchState(int status, int orderType);
   bool dropsForHedge();
@@ -371,6 +385,9 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   RowMap m_futuresMap;                    ///< rows of futures, alike
   QMap<QString, QString> m_accountTexts;  ///< display identifiers by account key
   DetailMap m_mapDetails;
+  std::set<std::string> m_begun;  ///< details that have rows, but were not counted yet
+  bool m_bNewRows = false;        ///< that are not in the tree yet
+  std::optional<SLoad> m_load;    ///< of the load that goes on
   DetailMap m_mapHedgeDetails;
   DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
   CPatchBook m_patches{m_ledger, m_stockMap};

@@ -53,30 +53,66 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
   }
   if (d->m_params.empty()) return;
 
-  m_pRoot->m_nOrderType = d->m_params.front().m_nOrderType;
   const SRefresh run{*d, m_mapDetails.value(d->getKey()), accountOf(*d)};
-  m_mapDetails[d->getKey()] = d;
+  m_pRoot->m_nOrderType = d->m_params.front().m_nOrderType;
   if (!run.before || !m_stockMap.contains(run.account.key)) addAccount({CRootNames::Own, d->getKey(), 0}, run.account);
-  if (!run.before) addRows(run);
+  // A host that fails while the detail is counted has it come once more as an unknown one: its rows are there then.
+  if (!run.before && m_begun.insert(d->getKey()).second) addRows(run);
   // A known detail that has changed to an account without rows has nothing to count.
+  if (m_stockMap.contains(run.account.key)) countDetail(run);
+  m_mapDetails[d->getKey()] = d;
+  m_begun.erase(d->getKey());
   if (!m_stockMap.contains(run.account.key)) return;
-
-  countDetail(run);
-  if (!run.before) {
-    countAwaited();
-    reorganize();
-    m_patches.onNewRows();
-  }
-  recursiveUpdate(m_pRoot.get());
-  Q_EMIT sigTaskOrder(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
-
   updateStartTime(*d);
   if (d->m_pCommand) m_pRoot->m_strCommandText = QString::fromStdString(d->m_pCommand->m_strText);
+  updateLocalInfoKey(*d);
+  if (m_load) {
+    m_load->own.insert(d->getKey());
+    return;
+  }
+  followShape();
+  sumAll();
   // Everything is traded: that is the end of the task, whatever this detail says.
   if (isFilled() && d->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*d);
   formRoot();
-  updateLocalInfoKey(*d);
   announceRoot();
+}
+
+/// Builds the tree anew where rows have come since.
+void CBasketTask::followShape() {
+  if (!m_bNewRows) return;
+  countAwaited();
+  reorganize();
+  m_patches.onNewRows();
+}
+
+void CBasketTask::sumAll() {
+  recursiveUpdate(m_pRoot.get());
+  Q_EMIT sigTaskOrder(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
+}
+
+void CBasketTask::beginLoad() {
+  const Lock lock(m_mutex);
+  if (!m_load) m_load.emplace();
+}
+
+void CBasketTask::endLoad() {
+  SLoad load;
+  bool dropped = false;
+  {
+    const Lock lock(m_mutex);
+    if (!m_load) return;
+    load = *std::exchange(m_load, std::nullopt);
+    followShape();
+    sumAll();
+    for (const std::string& key : load.own) {
+      const boost::shared_ptr<CTaskDetail> detail = m_mapDetails.value(key);
+      if (isFilled() && detail && detail->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*detail);
+    }
+    dropped = load.patches && dropsForHedge();
+    formRoot();
+  }
+  announcePatched(dropped, load.patches);
 }
 
 void CBasketTask::updateOrderDetail() {
@@ -110,6 +146,7 @@ void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
 }
 
 void CBasketTask::addRows(const SRefresh& run) {
+  m_bNewRows = true;
   AccountRows& rows = m_stockMap[run.account.key];
   const int before = rows.size();
   std::set<int> operations;
@@ -162,18 +199,21 @@ void CBasketTask::recursiveClear(CBasketTaskItem* n) {
 
 void CBasketTask::reorganize() {
   const Lock lock(m_mutex);
+  // What the host is asked for comes first: it may fail, and then the tree stays as it was.
+  const std::vector<SAccount> futures = accountsOf(m_futuresMap);
+  const std::vector<SAccount> stocks = accountsOf(m_stockMap);
   recursiveClear(m_pRoot.get());
   const bool multiType = !m_stockMap.isEmpty() && !m_futuresMap.isEmpty();
   NodeList nodes;
   if (!m_futuresMap.isEmpty()) {
-    hangSide(m_futuresMap, QStringLiteral("期货"), multiType, nodes);
+    hangSide(m_futuresMap, futures, QStringLiteral("期货"), multiType, nodes);
     logShape(
         "ft: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
         "multi_account = %6%.",
         multiType, m_futuresMap);
   }
   if (!m_stockMap.isEmpty()) {
-    hangSide(m_stockMap, QStringLiteral("证券"), multiType, nodes);
+    hangSide(m_stockMap, stocks, QStringLiteral("证券"), multiType, nodes);
     logShape(
         "stk: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
         "multi_account = %6%.",
@@ -183,18 +223,22 @@ void CBasketTask::reorganize() {
   // The inner nodes of the earlier shape go here, when no row refers to them any more.
   m_innerNodes.swap(nodes);
   ++m_nShapeVersion;
+  m_bNewRows = false;
 }
 
-void CBasketTask::hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes) {
+/// accounts: accountsOf the side.
+void CBasketTask::hangSide(const RowMap& side, const std::vector<SAccount>& accounts, const QString& name,
+                           bool multiType, NodeList& nodes) {
   CBasketTaskItem* parent = m_pRoot.get();
   const QString none;
   if (multiType) {
     parent = hangNode(parent, std::make_unique<CBasketTaskItem>(name, name, none, none, none, none, 0), nodes);
   }
   QSet<QString> taken;
+  auto next = accounts.begin();
   for (auto rows = side.cbegin(); rows != side.cend(); ++rows) {
     if (rows->isEmpty()) continue;
-    const SAccount account = accountOfRows(rows.key(), *rows->first());
+    const SAccount& account = *next++;
     CBasketTaskItem* node = parent;
     if (side.size() > 1) {
       const QString key = accountNodeKey(account.displayId, rows.key(), taken);
@@ -207,6 +251,15 @@ void CBasketTask::hangSide(const RowMap& side, const QString& name, bool multiTy
     }
     hangRows(*rows, node);
   }
+}
+
+/// Of a side's accounts with rows, in their order.
+std::vector<CBasketTask::SAccount> CBasketTask::accountsOf(const RowMap& side) const {
+  std::vector<SAccount> accounts;
+  for (auto rows = side.cbegin(); rows != side.cend(); ++rows) {
+    if (!rows->isEmpty()) accounts.push_back(accountOfRows(rows.key(), *rows->first()));
+  }
+  return accounts;
 }
 
 CBasketTask::SAccount CBasketTask::accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const {

@@ -10,6 +10,7 @@
 #include "tc/CExchangeClient.h"
 #include "tc/CTradeClient.h"
 #include "tc/Services.h"
+#include "utils/Guarded.h"
 #include "utils/Log.h"
 
 namespace TC {
@@ -41,12 +42,19 @@ void storeOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const CO
 void CBasketTask::countDetail(const SRefresh& run) {
   static const std::vector<ksservice::COrderInfoPtr> none;
   CDetailShares& shares = m_ledger.detail(run.detail.getKey());
-  const bool fileAnew = shares.restart(run.account.key, run.before ? run.before->m_orders : none);
-  countTargets(run, shares);
-  if (run.detail.m_bServerTask && run.detail.m_pCommand) {
-    countProgress(run, shares);
-  } else {
-    countOrders(run, shares, fileAnew);
+  std::vector<SRowShare> former;
+  const bool fileAnew = shares.restart(run.account.key, run.before ? run.before->m_orders : none, former);
+  try {
+    countTargets(run, shares);
+    if (run.detail.m_bServerTask && run.detail.m_pCommand) {
+      countProgress(run, shares);
+    } else {
+      countOrders(run, shares, fileAnew);
+    }
+  } catch (...) {
+    // A host that fails costs this state of the detail: its rows go on with the one before.
+    shares.giveUp(former);
+    throw;
   }
   for (const CDetailShares::SSlot& slot : shares.m_slots) {
     if (slot.message) setText(slot.row->item->m_strRemark, QString::fromStdString(*slot.message));
@@ -73,7 +81,7 @@ void CBasketTask::countAwaited() {
     const CTaskDetailPtr detail = m_mapDetails.value(key);
     if (!detail || detail->m_params.empty()) continue;
     m_ledger.detail(key).lookAgain();
-    countDetail({*detail, detail, accountOf(*detail)});
+    utils::guarded("CBasketTask::countAwaited", key, [&] { countDetail({*detail, detail, accountOf(*detail)}); });
   }
 }
 

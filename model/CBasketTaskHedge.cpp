@@ -100,6 +100,7 @@ void CBasketTask::updateHedge(boost::shared_ptr<CTaskDetail>& d) {
     m_pHedgeItem->m_dTotalAmount = hedgeAmount(*m_pHedgeItem, m_pHedgeItem->m_nTotalVolume);
     m_bHedgeAmountPending = false;
   }
+  if (m_load) return;
   recursiveUpdate(m_pRoot.get());
   // The root's key, not its tree key: that is intended.
   Q_EMIT sigTaskOrder(m_pRoot->m_strKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
@@ -140,7 +141,8 @@ void CBasketTask::addHedgeRow(const CTaskDetail& d) {
   rows.insert(rowKey, m_pHedgeItem);
   utils::logInfo(this, "CBasketTask::updateHedgeCnt", "futures_map %1% : size %2% -> %3%.", account.key, before,
                  rows.size());
-  reorganize();
+  m_bNewRows = true;
+  if (!m_load) reorganize();
 }
 
 void CBasketTask::countHedge() {

@@ -16,23 +16,33 @@ using ksservice::CTaskDetailPtr;
 void CBasketTask::updatePatch(boost::shared_ptr<CTaskDetail>& detail) {
   if (!detail) return;
   bool dropped = false;
-  bool filled = false;
+  bool loads = false;
   {
     const Lock lock(m_mutex);
     updatePatchCnt(detail);
-    recursiveUpdate(m_pRoot.get());
-    Q_EMIT sigTaskOrder(m_pRoot->m_strHpfTreeKey, m_pRoot->m_nOrderCount, m_pRoot->m_nOrderCount2);
-    dropped = dropsForHedge();
-    formRoot();
-    filled = isFilled();
+    if (m_load) {
+      m_load->patches = loads = true;
+    } else {
+      sumAll();
+      dropped = dropsForHedge();
+      formRoot();
+    }
   }
   sendOwed(*detail);
+  if (!loads) announcePatched(dropped, true);
+}
+
+/// patched: details of patches have come. Without the mutex.
+void CBasketTask::announcePatched(bool dropped, bool patched) {
   if (dropped) {
     drop(QString());
   } else {
     announceRoot();
   }
-  if (!filled) return;
+  {
+    const Lock lock(m_mutex);
+    if (!patched || !isFilled()) return;
+  }
   getBasketHedgeManager().stopHedge(m_nGroupId);
   announceRoot();
 }

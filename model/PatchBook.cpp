@@ -4,6 +4,7 @@
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"
 #include "tc/Services.h"
+#include "utils/Guarded.h"
 
 namespace TC {
 
@@ -149,8 +150,10 @@ void CPatchBook::onNewRows() {
     if (entry.mayMove) details.push_back(entry.detail);
   }
   for (const CTaskDetailPtr& detail : details) {
-    takeMessages(*detail);
-    take(detail);
+    utils::guarded("CPatchBook::onNewRows", detail->getKey(), [&] {
+      takeMessages(*detail);
+      take(detail);
+    });
   }
 }
 

@@ -149,21 +149,23 @@ void CBasketTasksPanel::slotNewTradingDay(std::string date) {  // NOLINT(perform
 
 /// Drops the tasks, what is on its way to them, and their rows.
 void CBasketTasksPanel::startOver(ELetGo why) {
-  // Tasks first and the table last, so that no refresh can stage an old task for the new day.
+  // The caches last, which tell a refresh its day: it finds tasks and table of that day, or, when it began before,
+  // none.
+  const unsigned day = m_caches.day() + 1;
   TaskMap dropped;
   {
     const std::lock_guard<std::mutex> lock(m_tasksMutex);
-    ++m_nDay;
+    m_nTasksDay = day;
     m_tasks.swap(dropped);
   }
   letGo(dropped, why);
-  m_caches.clear();
   {
     const std::lock_guard<std::mutex> lock(m_announcedMutex);
     m_announced.clear();
   }
   m_nRunningCount = 0;
-  m_pTable->startNewDay();
+  m_pTable->startDay(day);
+  m_caches.startDay(day);
 }
 
 void CBasketTasksPanel::letGo(const TaskMap& tasks, ELetGo why) {

@@ -4,6 +4,7 @@
 #include <QSet>
 #include <atomic>
 #include <boost/shared_ptr.hpp>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -76,6 +77,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void initTasks();
   /// Reads the details of an account anew. Worker thread.
   void doRequestAccount(const ksservice::CAccountInfo& account);
+  void doRequestAccounts(const std::set<std::string>& accountKeys);
   /// Applies what the worker staged, then the task filter of the index; unless skipFinished, the filter of finished
   /// sub-tasks too. Recounts the running tasks.
   void updateTable(int filter, bool skipFinished);
@@ -91,28 +93,38 @@ class CBasketTasksPanel : public ITradeDockableWidget {
 
  private:
   // Feed (any thread)
+  void take(const ksservice::CTaskDetailPtr& detail);
   bool isOwn(const ksservice::CTaskDetail& detail) const;
   void announceError(const ksservice::CTaskDetail& detail);
 
   // Refresh (worker)
+  /// What a job has worked on.
+  struct SWork {
+    unsigned day = 0;  ///< as the caches number it
+    std::map<QString, boost::shared_ptr<CBasketTask>> tasks;
+  };
   void doUpdateTasks();
-  void applyTaskDetails(const DetailMap& details, unsigned day, QSet<QString>& changed);
-  void applyHedgeDetails(const DetailMap& details, QSet<QString>& changed);
-  void applyPatchDetails(const DetailMap& details, QSet<QString>& changed);
+  bool refreshTasks();
+  static void forEach(const DetailMap& details, const std::function<void(const ksservice::CTaskDetailPtr&)>& apply);
+  void applyTaskDetail(ksservice::CTaskDetailPtr detail, SWork& done);
+  void applyHedgeDetail(ksservice::CTaskDetailPtr detail, SWork& done);
+  void applyPatchDetail(ksservice::CTaskDetailPtr detail, SWork& done);
   void setHedgeParam(CBasketTask& task, const ksservice::COrderCommand& command);
-  void setTableStatus(const ksservice::CTaskDetailPtr& detail, const QSet<QString>& staged);
+  void setTableStatus(const ksservice::CTaskDetailPtr& detail, const SWork& done);
   boost::shared_ptr<CBasketTask> findTask(const QString& key) const;
-  boost::shared_ptr<CBasketTask> findTask(const ksservice::CTaskDetail& detail) const;
-  boost::shared_ptr<CBasketTask> findOrCreateTask(const ksservice::CTaskDetail& detail, unsigned day);
+  boost::shared_ptr<CBasketTask> findTask(const ksservice::CTaskDetail& detail, unsigned jobDay) const;
+  boost::shared_ptr<CBasketTask> findOrCreateTask(const ksservice::CTaskDetail& detail, unsigned jobDay);
   boost::shared_ptr<CBasketTask> createTask(const ksservice::CTaskDetail& detail);
-  void stage(const QSet<QString>& changed);
+  void stage(const SWork& done);
   TaskMap tasks() const;
-  unsigned day() const;
 
   // Loads (worker)
-  std::vector<ksservice::CTaskDetailPtr> readDetails();
-  void loadOwn(ksservice::CTaskDetailPtr detail, unsigned day, QSet<QString>& loaded);
-  void stageInOrder(const QSet<QString>& keys);
+  std::vector<ksservice::CTaskDetailPtr> readDetails(unsigned& day);
+  void loadOwn(ksservice::CTaskDetailPtr detail, SWork& loaded);
+  void reload(ksservice::CTaskDetailPtr detail, const std::set<std::string>& accountKeys, SWork& loaded);
+  static void beginLoad(const boost::shared_ptr<CBasketTask>& task, SWork& loaded);
+  static void endLoads(const SWork& loaded);
+  void stageInOrder(const SWork& loaded);
   void applyStagedLater();
 
   // Shell (GUI thread)
@@ -152,7 +164,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
 
   mutable std::mutex m_tasksMutex;  ///< guards the next two; nothing else is locked under it
   TaskMap m_tasks;
-  unsigned m_nDay = 0;  ///< number of the trading day; a refresh of an earlier day makes no tasks
+  unsigned m_nTasksDay = 0;  ///< the day of the tasks, as the caches number it
 
   std::unique_ptr<CJobQueue> m_workQueue;
   utils::CSubscriptionHandle m_subscription;

@@ -1,12 +1,11 @@
 #include "CJobQueue.h"
 
 #include <boost/asio/post.hpp>
-#include <exception>
 #include <memory>
 #include <utility>
 
 #include "tc/Services.h"
-#include "utils/Log.h"
+#include "utils/Guarded.h"
 
 namespace TC {
 namespace {
@@ -23,12 +22,8 @@ class CMonitoredJob {
 
   void run() const {
     getJobMonitor().jobBegins(m_eKind);
-    try {
-      m_job();
-    } catch (const std::exception& error) {
-      // A fault in one refresh must not end the terminal; the next refresh starts from the tasks as they stand.
-      utils::logInfo(this, "CJobQueue::run", "panel job failed: %1%", error.what());
-    }
+    // A fault in one job must not end the terminal.
+    utils::guarded("CJobQueue::run", "panel job", m_job);
   }
 
  private:

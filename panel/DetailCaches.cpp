@@ -43,21 +43,30 @@ DetailMap* cacheOf(const ksservice::CTaskDetail& detail, EDetailSource source, S
 
 }  // namespace
 
-void CDetailCaches::store(const ksservice::CTaskDetailPtr& detail, EDetailSource source) {
+unsigned CDetailCaches::day() const {
   const std::lock_guard<std::mutex> lock(m_cacheMutex);
-  if (DetailMap* cache = cacheOf(*detail, source, m_caches)) (*cache)[detail->getKey()] = detail;
-  m_caches.status[detail->getKey()] = detail;
+  return m_nDay;
 }
 
-bool CDetailCaches::takeWork(SDetailMaps& out) {
+bool CDetailCaches::store(const ksservice::CTaskDetailPtr& detail, EDetailSource source, unsigned day) {
   const std::lock_guard<std::mutex> lock(m_cacheMutex);
-  if (!m_caches.hasWork()) return false;
-  std::swap(out, m_caches);
+  if (day != m_nDay) return false;
+  if (DetailMap* cache = cacheOf(*detail, source, m_caches)) (*cache)[detail->getKey()] = detail;
+  m_caches.status[detail->getKey()] = detail;
   return true;
 }
 
-DetailMap CDetailCaches::waiting() const {
+bool CDetailCaches::takeWork(SDetailMaps& out, unsigned& day) {
   const std::lock_guard<std::mutex> lock(m_cacheMutex);
+  if (!m_caches.hasWork()) return false;
+  std::swap(out, m_caches);
+  day = m_nDay;
+  return true;
+}
+
+DetailMap CDetailCaches::waiting(unsigned& day) const {
+  const std::lock_guard<std::mutex> lock(m_cacheMutex);
+  day = m_nDay;
   return m_caches.status;
 }
 
@@ -73,10 +82,11 @@ void CDetailCaches::renew(const DetailMap& waiting, const std::vector<ksservice:
   }
 }
 
-void CDetailCaches::clear() {
-  SDetailMaps dropped;
+void CDetailCaches::startDay(unsigned day) {
+  SDetailMaps dropped;  // goes when the mutex is free again
   const std::lock_guard<std::mutex> lock(m_cacheMutex);
   std::swap(dropped, m_caches);
+  m_nDay = day;
 }
 
 }  // namespace TC

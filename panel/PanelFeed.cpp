@@ -6,6 +6,7 @@
 #include "tc/CMsgService.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "utils/Guarded.h"
 #include "utils/Log.h"
 
 namespace TC {
@@ -16,9 +17,17 @@ void CBasketTasksPanel::onTaskDetail(const boost::shared_ptr<ksservice::IData>& 
   if (utils::CLogCenter::instance().isDebugEnabled()) {
     utils::CLogCenter::instance().debug("CBasketTasksPanel::onTaskDetail : " + detail->toString());
   }
-  if (!isOwn(*detail)) return;
+  utils::guarded("CBasketTasksPanel::onTaskDetail", detail->getKey(), [&] { take(detail); });
+}
+
+void CBasketTasksPanel::take(const ksservice::CTaskDetailPtr& detail) {
+  // A day may begin, of another trader type perhaps, while the detail is looked at.
+  unsigned day = 0;
+  do {
+    day = m_caches.day();
+    if (!isOwn(*detail)) return;
+  } while (!m_caches.store(detail, EDetailSource::HostFeed, day));
   announceError(*detail);
-  m_caches.store(detail, EDetailSource::HostFeed);
 }
 
 bool CBasketTasksPanel::isOwn(const ksservice::CTaskDetail& detail) const {
@@ -47,7 +56,7 @@ void CBasketTasksPanel::deliverTaskDetail(const ksservice::CTaskDetailPtr& detai
 
 void CBasketTasksPanel::slotTaskDetail(ksservice::CTaskDetailPtr detail) {
   if (!detail) return;
-  m_caches.store(detail, EDetailSource::Signal);
+  m_caches.store(detail, EDetailSource::Signal, m_caches.day());
   utils::logInfo(this, "CBasketTasksPanel::slotTaskDetail",
                  "[baskettask] slotTaskDetail key: %1%, businiss num: %2%, status: %3%, msg: %4%, endTime: %5%",
                  detail->m_nNumber, detail->m_nBusinessNumber, detail->m_nStatus, detail->m_strMessage,

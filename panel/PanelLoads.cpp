@@ -13,6 +13,7 @@
 #include "tc/CTradeClient.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "utils/Guarded.h"
 
 namespace TC {
 namespace {
@@ -34,63 +35,92 @@ EDetailKind kindOf(const ksservice::COrderCommand& command) {
   }
 }
 
+/// A detail is of the account of its first line; a patch of those of all its lines.
+bool fallsOn(const ksservice::CTaskDetail& detail, EDetailKind kind, const std::set<std::string>& accountKeys) {
+  const auto isOneOf = [&accountKeys](const ksservice::CCodeOrderParam& param) {
+    return param.m_pAccount && accountKeys.contains(param.m_pAccount->getKey());
+  };
+  const auto& params = detail.m_params;
+  const auto end = kind == EDetailKind::Patch || params.empty() ? params.end() : params.begin() + 1;
+  return std::any_of(params.begin(), end, isOneOf);
+}
+
 }  // namespace
 
 /// What the data centre knows. The feed told it before, or will: a refresh must not go back behind it.
-std::vector<ksservice::CTaskDetailPtr> CBasketTasksPanel::readDetails() {
-  const DetailMap waiting = m_caches.waiting();
+std::vector<ksservice::CTaskDetailPtr> CBasketTasksPanel::readDetails(unsigned& day) {
+  const DetailMap waiting = m_caches.waiting(day);
   std::vector<ksservice::CTaskDetailPtr> details = ksservice::TraderCenter::instance().getDataCenter().taskDetails();
   m_caches.renew(waiting, details);
   return details;
 }
 
 void CBasketTasksPanel::initTasks() {
-  const unsigned jobDay = day();
-  m_pTable->beginRefresh();
-  std::vector<ksservice::CTaskDetailPtr> details = readDetails();
+  SWork loaded;
+  std::vector<ksservice::CTaskDetailPtr> details = readDetails(loaded.day);
+  m_pTable->beginRefresh(loaded.day);
   const auto isForeign = [this](const ksservice::CTaskDetailPtr& detail) { return !isOwn(*detail); };
   details.erase(std::remove_if(details.begin(), details.end(), isForeign), details.end());
-  QSet<QString> loaded;
+  const auto forEachOf = [&details](const std::function<void(const ksservice::CTaskDetailPtr&)>& load) {
+    for (const ksservice::CTaskDetailPtr& detail : details) {
+      utils::guarded("CBasketTasksPanel::initTasks", detail->getKey(), [&] { load(detail); });
+    }
+  };
   // A hedge or a patch needs its task, so each kind has a pass of its own.
   for (const EDetailKind kind : {EDetailKind::Own, EDetailKind::Hedge, EDetailKind::Patch}) {
-    for (ksservice::CTaskDetailPtr detail : details) {
-      if (kindOf(*detail->m_pCommand) != kind) continue;
-      if (kind == EDetailKind::Own) {
-        loadOwn(detail, jobDay, loaded);
-      } else if (const boost::shared_ptr<CBasketTask> task = findTask(*detail)) {
-        kind == EDetailKind::Hedge ? task->updateHedge(detail) : task->updatePatch(detail);
-        loaded.insert(task->getKey());
-      }
-    }
+    forEachOf([&](ksservice::CTaskDetailPtr detail) {
+      if (kindOf(*detail->m_pCommand) != kind) return;
+      if (kind == EDetailKind::Own) return loadOwn(detail, loaded);
+      const boost::shared_ptr<CBasketTask> task = findTask(*detail, loaded.day);
+      if (!task) return;
+      beginLoad(task, loaded);
+      kind == EDetailKind::Hedge ? task->updateHedge(detail) : task->updatePatch(detail);
+    });
   }
+  endLoads(loaded);
   stageInOrder(loaded);
-  for (const ksservice::CTaskDetailPtr& detail : details) setTableStatus(detail, loaded);
+  forEachOf([&](const ksservice::CTaskDetailPtr& detail) { setTableStatus(detail, loaded); });
   applyStagedLater();
 }
 
-void CBasketTasksPanel::loadOwn(ksservice::CTaskDetailPtr detail, unsigned jobDay, QSet<QString>& loaded) {
-  const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, jobDay);
+void CBasketTasksPanel::loadOwn(ksservice::CTaskDetailPtr detail, SWork& loaded) {
+  const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, loaded.day);
   if (!task) return;
+  beginLoad(task, loaded);
   ksservice::CBasketHedgeParam param;
   if (loadHedgeParam(detail->m_pCommand->m_nCommandId, param)) task->setHedgeParam(param, false);
   task->updateDetail(detail);
-  loaded.insert(task->getKey());
 }
 
-void CBasketTasksPanel::stageInOrder(const QSet<QString>& keys) {
-  std::vector<boost::shared_ptr<CBasketTask>> order;
-  for (const QString& key : keys) {
-    if (const boost::shared_ptr<CBasketTask> task = findTask(key)) order.push_back(task);
+void CBasketTasksPanel::beginLoad(const boost::shared_ptr<CBasketTask>& task, SWork& loaded) {
+  if (loaded.tasks.try_emplace(task->getKey(), task).second) task->beginLoad();
+}
+
+void CBasketTasksPanel::endLoads(const SWork& loaded) {
+  for (const auto& entry : loaded.tasks) {
+    utils::guarded("CBasketTasksPanel::endLoads", entry.first.toStdString(), [&] { entry.second->endLoad(); });
   }
+}
+
+void CBasketTasksPanel::stageInOrder(const SWork& loaded) {
+  std::vector<boost::shared_ptr<CBasketTask>> order;
+  for (const auto& entry : loaded.tasks) order.push_back(entry.second);
   std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
     return basketTaskIdLessThan(a->getRoot()->m_strHpfTreeKey, b->getRoot()->m_strHpfTreeKey);
   });
-  for (const boost::shared_ptr<CBasketTask>& task : order) m_pTable->updateTask(task);
+  for (const boost::shared_ptr<CBasketTask>& task : order) {
+    utils::guarded("CBasketTasksPanel::stageInOrder", task->getKey().toStdString(),
+                   [&] { m_pTable->updateTask(task); });
+  }
 }
 
 void CBasketTasksPanel::applyStagedLater() {
   QMetaObject::invokeMethod(
-      this, [this] { updateTable(m_nFilter, false); }, Qt::QueuedConnection);
+      this,
+      [this] {
+        utils::guarded("CBasketTasksPanel::applyStagedLater", "table", [this] { updateTable(m_nFilter, false); });
+      },
+      Qt::QueuedConnection);
 }
 
 void CBasketTasksPanel::requestAccount(const ksservice::CAccountInfo& account) {
@@ -98,41 +128,46 @@ void CBasketTasksPanel::requestAccount(const ksservice::CAccountInfo& account) {
 }
 
 void CBasketTasksPanel::refreshAccounts() {
+  std::set<std::string> keys;
   for (const auto& account : getUserConfig().getAccounts()) {
     if (!isBrokerTypeMatchTradeType(*account, tradeType())) continue;
     if (getUserConfig().isAccountFilter(account->getKey())) continue;
-    if (ksservice::isLoginStatusReady(getTradeClient().getLoginStatus(account->getKey()))) requestAccount(*account);
+    if (ksservice::isLoginStatusReady(getTradeClient().getLoginStatus(account->getKey())))
+      keys.insert(account->getKey());
   }
+  if (keys.empty()) return;
+  m_workQueue->post(utils::EPanelJob::AccountReload, [this, keys] { doRequestAccounts(keys); });
 }
 
-// Patches and hedges are only counted; the sums and the status follow from the task's own details, which come last.
 void CBasketTasksPanel::doRequestAccount(const ksservice::CAccountInfo& account) {
-  m_pTable->beginRefresh();
-  std::map<QString, boost::shared_ptr<CBasketTask>> found;
-  std::vector<ksservice::CTaskDetailPtr> own;
-  for (ksservice::CTaskDetailPtr detail : readDetails()) {
-    if (!isOwn(*detail) || detail->m_params.empty()) continue;
-    const auto& owner = detail->m_params.front().m_pAccount;
-    if (!owner || owner->getKey() != account.getKey()) continue;
-    const boost::shared_ptr<CBasketTask> task = findTask(*detail);
-    if (!task) continue;
-    found.emplace(task->getKey(), task);
-    const EDetailKind kind = kindOf(*detail->m_pCommand);
-    if (kind == EDetailKind::Own) own.push_back(detail);
-    if (kind == EDetailKind::Patch) task->updatePatchCnt(detail);
-    if (kind == EDetailKind::Hedge) task->updateHedgeCnt(detail);
+  doRequestAccounts({account.getKey()});
+}
+
+void CBasketTasksPanel::doRequestAccounts(const std::set<std::string>& accountKeys) {
+  SWork loaded;
+  const std::vector<ksservice::CTaskDetailPtr> details = readDetails(loaded.day);
+  m_pTable->beginRefresh(loaded.day);
+  for (const ksservice::CTaskDetailPtr& detail : details) {
+    utils::guarded("CBasketTasksPanel::doRequestAccount", detail->getKey(),
+                   [&] { reload(detail, accountKeys, loaded); });
   }
-  for (ksservice::CTaskDetailPtr& detail : own) {
-    const boost::shared_ptr<CBasketTask>& task = found[taskKey(detail->m_pCommand->m_nTaskId)];
-    const bool known = task->contains(detail, EBTT_Own);
-    task->updateDetail(detail);
-    if (!known) m_pTable->clearTask(*task);
-  }
-  for (const auto& entry : found) {
-    entry.second->updateRoot();
-    m_pTable->updateTask(entry.second);
-  }
+  endLoads(loaded);
+  stageInOrder(loaded);
   applyStagedLater();
+}
+
+/// Patches and hedges are only counted; the sums and the status follow at the end of the load.
+void CBasketTasksPanel::reload(ksservice::CTaskDetailPtr detail, const std::set<std::string>& accountKeys,
+                               SWork& loaded) {
+  if (!isOwn(*detail)) return;
+  const EDetailKind kind = kindOf(*detail->m_pCommand);
+  if (!fallsOn(*detail, kind, accountKeys)) return;
+  const boost::shared_ptr<CBasketTask> task = findTask(*detail, loaded.day);
+  if (!task) return;
+  beginLoad(task, loaded);
+  if (kind == EDetailKind::Own) task->updateDetail(detail);
+  if (kind == EDetailKind::Patch) task->updatePatchCnt(detail);
+  if (kind == EDetailKind::Hedge) task->updateHedgeCnt(detail);
 }
 
 void CBasketTasksPanel::slotHedgeVolume(int taskId, int volume) {
@@ -161,7 +196,8 @@ void CBasketTasksPanel::onPatchesChanged(int traderType, int taskId) {
 /// Has the worker stage a task that the GUI thread changed, so that its rows do not wait for its next detail.
 void CBasketTasksPanel::stageOne(const boost::shared_ptr<CBasketTask>& task) {
   m_workQueue->post(utils::EPanelJob::Staging, [this, task] {
-    m_pTable->beginRefresh();
+    const unsigned day = m_caches.day();
+    m_pTable->beginRefresh(day);
     if (findTask(task->getKey()) == task) m_pTable->updateTask(task);
     applyStagedLater();
   });

@@ -15,6 +15,7 @@
 #include "tc/CBasketHedgeManager.h"
 #include "tc/Services.h"
 #include "utils/Clock.h"
+#include "utils/Guarded.h"
 #include "utils/Log.h"
 
 namespace TC {
@@ -53,82 +54,87 @@ void CBasketTasksPanel::retartTimer() {
 }
 
 void CBasketTasksPanel::finishRefresh() {
-  updateTable(m_nFilter, false);
-  Q_EMIT sigRunningTasks(tradeType(), m_nRunningCount);
+  utils::guarded("CBasketTasksPanel::finishRefresh", "table", [this] {
+    updateTable(m_nFilter, false);
+    Q_EMIT sigRunningTasks(tradeType(), m_nRunningCount);
+  });
   retartTimer();
 }
 
 // A queued call to this panel is dropped by Qt when the panel goes first, and the destructor ends the worker before.
 void CBasketTasksPanel::doUpdateTasks() {
+  bool worked = false;
+  utils::guarded("CBasketTasksPanel::doUpdateTasks", "refresh", [&] { worked = refreshTasks(); });
+  // Whatever became of it: the next one is armed, once.
+  QMetaObject::invokeMethod(
+      this, [this, worked] { worked ? finishRefresh() : retartTimer(); }, Qt::QueuedConnection);
+}
+
+/// False when there was nothing to do.
+bool CBasketTasksPanel::refreshTasks() {
   const double start = utils::clock();
   SDetailMaps work;
-  if (!m_caches.takeWork(work)) {
-    QMetaObject::invokeMethod(
-        this, [this] { retartTimer(); }, Qt::QueuedConnection);
-    return;
-  }
-  m_pTable->beginRefresh();
-  QSet<QString> changed;
+  SWork done;
+  if (!m_caches.takeWork(work, done.day)) return false;
+  m_pTable->beginRefresh(done.day);
   // Tasks first, so that a hedge or a patch never waits for a task of the same refresh.
-  applyTaskDetails(work.task, day(), changed);
-  applyHedgeDetails(work.hedge, changed);
-  applyPatchDetails(work.patch, changed);
-  stage(changed);
-  for (const auto& entry : work.status) setTableStatus(entry.second, changed);
-  QMetaObject::invokeMethod(
-      this, [this] { finishRefresh(); }, Qt::QueuedConnection);
+  forEach(work.task, [&](const ksservice::CTaskDetailPtr& detail) { applyTaskDetail(detail, done); });
+  forEach(work.hedge, [&](const ksservice::CTaskDetailPtr& detail) { applyHedgeDetail(detail, done); });
+  forEach(work.patch, [&](const ksservice::CTaskDetailPtr& detail) { applyPatchDetail(detail, done); });
+  stage(done);
+  forEach(work.status, [&](const ksservice::CTaskDetailPtr& detail) { setTableStatus(detail, done); });
   utils::logInfo(this, "CBasketTasksPanel::doUpdateTasks",
                  "update cost: %1%, task cache: %2%, patch cache: %3%, hedge cache: %4%, status cache: %5%",
                  utils::clock() - start, work.task.size(), work.patch.size(), work.hedge.size(), work.status.size());
+  return true;
 }
 
-void CBasketTasksPanel::applyTaskDetails(const DetailMap& details, unsigned day, QSet<QString>& changed) {
+/// A fault costs the detail with which it came, not the ones beside it.
+void CBasketTasksPanel::forEach(const DetailMap& details,
+                                const std::function<void(const ksservice::CTaskDetailPtr&)>& apply) {
   for (const auto& entry : details) {
-    ksservice::CTaskDetailPtr detail = entry.second;
-    if (!detail->m_pCommand) continue;
-    const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, day);
-    if (!task) continue;
-    setHedgeParam(*task, *detail->m_pCommand);
-    // Asked before the update, which files the detail: an unknown one changes the shape of the tree.
-    const bool known = task->contains(detail, EBTT_Own);
-    task->updateDetail(detail);
-    if (!known) m_pTable->clearTask(*task);
-    changed.insert(task->getKey());
+    utils::guarded("CBasketTasksPanel::doUpdateTasks", entry.first, [&] { apply(entry.second); });
   }
+}
+
+void CBasketTasksPanel::applyTaskDetail(ksservice::CTaskDetailPtr detail, SWork& done) {
+  if (!detail->m_pCommand) return;
+  const boost::shared_ptr<CBasketTask> task = findOrCreateTask(*detail, done.day);
+  if (!task) return;
+  setHedgeParam(*task, *detail->m_pCommand);
+  // Asked before the update, which files the detail: an unknown one changes the shape of the tree.
+  const bool known = task->contains(detail, EBTT_Own);
+  task->updateDetail(detail);
+  if (!known) m_pTable->clearTask(*task);
+  done.tasks[task->getKey()] = task;
 }
 
 // Hedge and patch details of a task that is not known are dropped: they are not kept for a later refresh.
-void CBasketTasksPanel::applyHedgeDetails(const DetailMap& details, QSet<QString>& changed) {
-  for (const auto& entry : details) {
-    ksservice::CTaskDetailPtr detail = entry.second;
-    const boost::shared_ptr<CBasketTask> task = findTask(*detail);
-    if (!task) continue;
-    if (!task->contains(detail, EBTT_Hedge)) m_pTable->clearTask(*task);
-    task->updateHedge(detail);
-    changed.insert(task->getKey());
-  }
+void CBasketTasksPanel::applyHedgeDetail(ksservice::CTaskDetailPtr detail, SWork& done) {
+  const boost::shared_ptr<CBasketTask> task = findTask(*detail, done.day);
+  if (!task) return;
+  if (!task->contains(detail, EBTT_Hedge)) m_pTable->clearTask(*task);
+  task->updateHedge(detail);
+  done.tasks[task->getKey()] = task;
 }
 
-void CBasketTasksPanel::applyPatchDetails(const DetailMap& details, QSet<QString>& changed) {
-  for (const auto& entry : details) {
-    ksservice::CTaskDetailPtr detail = entry.second;
-    const boost::shared_ptr<CBasketTask> task = findTask(*detail);
-    if (!task) continue;
-    task->updatePatch(detail);
-    changed.insert(task->getKey());
-  }
+void CBasketTasksPanel::applyPatchDetail(ksservice::CTaskDetailPtr detail, SWork& done) {
+  const boost::shared_ptr<CBasketTask> task = findTask(*detail, done.day);
+  if (!task) return;
+  task->updatePatch(detail);
+  done.tasks[task->getKey()] = task;
 }
 
 /// Shows the status that the task holds for the row of the detail's first line. A task that was staged whole in this
 /// refresh shows it already.
-void CBasketTasksPanel::setTableStatus(const ksservice::CTaskDetailPtr& detail, const QSet<QString>& staged) {
+void CBasketTasksPanel::setTableStatus(const ksservice::CTaskDetailPtr& detail, const SWork& done) {
   if (detail->m_params.empty() || !detail->m_params.front().m_pAccount) return;
-  const boost::shared_ptr<CBasketTask> task = findTask(*detail);
+  const boost::shared_ptr<CBasketTask> task = findTask(*detail, done.day);
   if (!task) return;
   const ksservice::CAccountInfo& account = *detail->m_params.front().m_pAccount;
   const QString accountKey = QString::fromStdString(account.getKey());
   task->noteAccount(accountKey, accountDisplayIDQs(account));
-  if (staged.contains(task->getKey())) return;
+  if (done.tasks.contains(task->getKey())) return;
   m_pTable->resetStatus(task, accountKey, task->getTreeItemKey(detail->m_params.front()));
 }
 
@@ -153,28 +159,27 @@ TaskMap CBasketTasksPanel::tasks() const {
   return m_tasks;
 }
 
-unsigned CBasketTasksPanel::day() const {
-  const std::lock_guard<std::mutex> lock(m_tasksMutex);
-  return m_nDay;
-}
-
 boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const QString& key) const {
   const std::lock_guard<std::mutex> lock(m_tasksMutex);
   return m_tasks.value(key);
 }
 
-boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const ksservice::CTaskDetail& detail) const {
-  return detail.m_pCommand ? findTask(taskKey(detail.m_pCommand->m_nTaskId)) : nullptr;
+/// For a job, which works on the tasks of its day alone.
+boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const ksservice::CTaskDetail& detail,
+                                                           unsigned jobDay) const {
+  if (!detail.m_pCommand) return nullptr;
+  const QString key = taskKey(detail.m_pCommand->m_nTaskId);
+  const std::lock_guard<std::mutex> lock(m_tasksMutex);
+  return m_nTasksDay == jobDay ? m_tasks.value(key) : nullptr;
 }
 
 boost::shared_ptr<CBasketTask> CBasketTasksPanel::findOrCreateTask(const ksservice::CTaskDetail& detail,
                                                                    unsigned jobDay) {
-  const QString key = taskKey(detail.m_pCommand->m_nTaskId);
-  if (boost::shared_ptr<CBasketTask> known = findTask(key)) return known;
+  if (boost::shared_ptr<CBasketTask> known = findTask(detail, jobDay)) return known;
   boost::shared_ptr<CBasketTask> task = createTask(detail);
   const std::lock_guard<std::mutex> lock(m_tasksMutex);
-  if (m_nDay != jobDay) return nullptr;
-  m_tasks.insert(key, task);
+  if (m_nTasksDay != jobDay) return nullptr;
+  m_tasks.insert(task->getKey(), task);
   return task;
 }
 
@@ -204,9 +209,9 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CT
   return task;
 }
 
-void CBasketTasksPanel::stage(const QSet<QString>& changed) {
-  for (const QString& key : changed) {
-    if (const boost::shared_ptr<CBasketTask> task = findTask(key)) m_pTable->updateTask(task);
+void CBasketTasksPanel::stage(const SWork& done) {
+  for (const auto& entry : done.tasks) {
+    utils::guarded("CBasketTasksPanel::stage", entry.first.toStdString(), [&] { m_pTable->updateTask(entry.second); });
   }
 }
 

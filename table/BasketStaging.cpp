@@ -33,12 +33,21 @@ void keepStarts(const std::vector<SRowShape>& before, const std::vector<SRowFigu
 
 }  // namespace
 
-void CBasketStaging::beginRefresh() {
-  m_instruments.beginRefresh();
+void CBasketStaging::beginRefresh(unsigned day) {
   std::vector<StagedBatch> outdated;  // goes when the mutex is free again
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  m_nRefreshDay = m_nDay;
-  outdated.swap(m_outdated);
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    outdated.swap(m_outdated);
+    // Slots are given anew, and nothing waits in those of the day before.
+    if (m_nRefreshDay != day && m_nDay == day) m_waiting.clear();
+  }
+  if (m_nRefreshDay != day) {
+    m_nRefreshDay = day;
+    m_last.clear();
+    m_sharedTexts = CSharedTexts();
+    m_instruments = CInstruments();
+  }
+  m_instruments.beginRefresh();
 }
 
 void CBasketStaging::giveBack(StagedBatch outdated) {
@@ -52,15 +61,13 @@ void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
   {
     const boost::recursive_mutex::scoped_lock lock(task->mutex());
     SLast& last = lastOf(task->getKey());
-    // A new day brings new task objects under old keys, and a batch of the old day never arrived.
-    if (last.task.lock() != task || last.day != m_nRefreshDay) {
-      last = SLast(last.slot);
-      last.task = task;
-      last.day = m_nRefreshDay;
-    }
-    walk(*task, last, staged);
+    SLast now = last.task.lock() == task ? last : SLast(last.slot);
+    now.task = task;
+    walk(*task, now, staged);
+    // Only what will arrive is known from now on: whatever failed before this is staged anew.
+    put(std::move(staged));
+    last = std::move(now);
   }
-  put(std::move(staged));
 }
 
 /// What was staged last under a key; its slot alone before the first time.
@@ -80,12 +87,12 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
     last.shapeVersion = task.shapeVersion();
     last.cleared = false;
     last.hedgeRow = hedgeRowOf(task, nodes);
-    last.instruments = instrumentsOf(nodes, *last.shape, m_instruments);
+    last.instruments = std::make_shared<const std::vector<int>>(instrumentsOf(nodes, *last.shape, m_instruments));
   }
   if (before) keepStarts(*before, *last.figures, *last.shape, *figures);
-  if (!sameShape || !sameTexts(nodes, last.instruments, m_instruments, *last.texts)) {
+  if (!sameShape || !sameTexts(nodes, *last.instruments, m_instruments, *last.texts)) {
     staged.texts = last.texts =
-        std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, last.instruments, m_instruments));
+        std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, *last.instruments, m_instruments));
   }
   fillAmounts(*last.shape, *last.texts, last.hedgeRow, *figures);
   last.figures = std::move(figures);
@@ -115,7 +122,7 @@ void CBasketStaging::stageStatus(const boost::shared_ptr<CBasketTask>& task, con
   SLast& last = known->second;
   const boost::recursive_mutex::scoped_lock lock(task->mutex());
   // Of a tree that changed since, everything comes with the stageTask that follows the change.
-  if (last.cleared || last.task.lock() != task || last.day != m_nRefreshDay) return;
+  if (!last.figures || last.cleared || last.task.lock() != task) return;
   if (last.shapeVersion != task->shapeVersion()) return;
   const std::vector<SNode> nodes = nodesOf(*task, last.figures->size());
   const std::string account = accountKey.toStdString();
@@ -128,28 +135,24 @@ void CBasketStaging::stageStatus(const boost::shared_ptr<CBasketTask>& task, con
 void CBasketStaging::putStatus(const CBasketTask& task, SLast& last, std::size_t row, const CBasketTaskItem& node) {
   const bool sameText = (*last.texts)[row].statusText == node.m_strRemark;
   if (sameText && (*last.figures)[row].status == node.m_nStatus) return;
+  SLast now = last;
   SStagedTask staged;
   auto figures = std::make_shared<std::vector<SRowFigures>>(*last.figures);
   (*figures)[row].status = node.m_nStatus;
-  last.figures = std::move(figures);
+  now.figures = std::move(figures);
   if (!sameText) {
     auto texts = std::make_shared<std::vector<SRowTexts>>(*last.texts);
     (*texts)[row].statusText = node.m_strRemark;
-    staged.texts = last.texts = std::move(texts);
+    staged.texts = now.texts = std::move(texts);
   }
-  fillIn(task, last, staged);
+  fillIn(task, now, staged);
   put(std::move(staged));
+  last = std::move(now);
 }
 
 void CBasketStaging::stageClear(const QString& taskKey) {
   const auto known = m_last.find(taskKey);
-  if (known == m_last.end()) return;
-  known->second.cleared = true;
-  SStagedTask staged;
-  staged.slot = known->second.slot;
-  staged.facts.taskKey = taskKey;
-  staged.clear = true;
-  put(std::move(staged));
+  if (known != m_last.end()) known->second.cleared = true;
 }
 
 void CBasketStaging::put(SStagedTask staged) {
@@ -163,12 +166,9 @@ void CBasketStaging::put(SStagedTask staged) {
     return;
   }
   SStagedTask& waiting = m_staged[m_waiting[slot].place];
-  if (!staged.clear) {
-    // What the GUI thread has not taken yet stays valid where the newer copy brings nothing of its own.
-    staged.clear = waiting.clear;
-    if (!staged.shape) staged.shape = std::move(waiting.shape);
-    if (!staged.texts) staged.texts = std::move(waiting.texts);
-  }
+  // What the GUI thread has not taken yet stays valid where the newer copy brings nothing of its own.
+  if (!staged.shape) staged.shape = std::move(waiting.shape);
+  if (!staged.texts) staged.texts = std::move(waiting.texts);
   waiting = std::move(staged);
 }
 
@@ -179,7 +179,7 @@ StagedBatch CBasketStaging::take() {
     staged.swap(m_staged);
     ++m_nBatch;
   }
-  const auto reshapes = [](const SStagedTask& task) { return task.clear || task.shape; };
+  const auto reshapes = [](const SStagedTask& task) { return task.shape != nullptr; };
   if (std::any_of(staged.begin(), staged.end(), reshapes)) {
     const auto before = [](const SStagedTask& a, const SStagedTask& b) { return a.facts.taskKey < b.facts.taskKey; };
     std::sort(staged.begin(), staged.end(), before);
@@ -187,11 +187,12 @@ StagedBatch CBasketStaging::take() {
   return staged;
 }
 
-void CBasketStaging::startNewDay() {
+void CBasketStaging::startDay(unsigned day) {
+  StagedBatch dropped;  // goes when the mutex is free again
   const std::lock_guard<std::mutex> lock(m_mutex);
-  ++m_nDay;
+  m_nDay = day;
   ++m_nBatch;
-  m_staged.clear();
+  m_staged.swap(dropped);
 }
 
 }  // namespace TC

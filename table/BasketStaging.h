@@ -22,7 +22,7 @@ class CBasketStaging {
   /// Stages status and status text of an instrument row when they changed since the task was staged; where the account
   /// has a hedge row of the same key, of both. As stageTask.
   void stageStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey, const QString& rowKey);
-  /// Stages that the task's rows go; a stageTask that follows brings them anew. As stageTask.
+  /// The next stageTask brings the task's rows anew; until then they stay. As stageTask.
   void stageClear(const QString& taskKey);
 
   /// Everything staged since the last call, by a swap. GUI thread.
@@ -30,12 +30,12 @@ class CBasketStaging {
   /// Takes back a batch with what the table needs no more. It is freed by the worker's next refresh: freeing so many
   /// large arrays would be most of what a refresh costs the GUI thread. GUI thread.
   void giveBack(StagedBatch outdated);
-  /// Drops what was staged and what is being staged by a refresh that began earlier. GUI thread.
-  void startNewDay();
+  /// Drops what was staged, and from now on what a refresh of an earlier day stages. GUI thread.
+  void startDay(unsigned day);
 
-  /// The trading day on which a refresh works; batches of an earlier day are dropped. What the host says of instruments
-  /// is asked anew. Worker thread, at its start.
-  void beginRefresh();
+  /// A refresh of a day's tasks begins. What is known of an earlier day's is let go; what the host says of instruments
+  /// is asked anew. Worker thread.
+  void beginRefresh(unsigned day);
 
  private:
   struct SLast {
@@ -43,11 +43,10 @@ class CBasketStaging {
 
     int slot;
     boost::weak_ptr<CBasketTask> task;
-    unsigned day = 0;
     unsigned shapeVersion = 0;
-    bool cleared = false;  ///< that the rows go was staged last; what they showed is kept for when they come again
+    bool cleared = false;  ///< the rows are to come anew
     int hedgeRow = -1;
-    std::vector<int> instruments;  ///< of the rows, by number
+    std::shared_ptr<const std::vector<int>> instruments;  ///< of the rows, by number
     ShapePtr shape;
     TextsPtr texts;
     FiguresPtr figures;
@@ -67,7 +66,7 @@ class CBasketStaging {
   void put(SStagedTask staged);
 
   std::map<QString, SLast> m_last;  ///< the worker's own
-  unsigned m_nRefreshDay = 0;       ///< the worker's own
+  unsigned m_nRefreshDay = 0;       ///< the worker's own: the day of everything above and of the next two
   CSharedTexts m_sharedTexts;       ///< the worker's own
   CInstruments m_instruments;       ///< the worker's own
   std::mutex m_mutex;               ///< guards everything below; nothing else is done under it

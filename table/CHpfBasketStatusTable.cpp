@@ -52,8 +52,8 @@ void CHpfBasketStatusTable::applyStaged() {
     // Where most tasks changed, to name each would cost more than to look at all.
     const bool most = batch.size() * 2 > m_blocks.size();
     for (SStagedTask& staged : batch) {
-      const CTaskBlock* block = apply(staged);
-      if (block && !most) dataModel()->rowsChanged(block->nodes.front());
+      const CTaskBlock& block = apply(staged);
+      if (!most) dataModel()->rowsChanged(block.nodes.front());
     }
     if (most) allRowsChanged();
   }
@@ -67,15 +67,10 @@ void CHpfBasketStatusTable::reserveRows(const StagedBatch& batch) {
   if (rows > dataModel()->rows().count()) dataModel()->reserve(dataModel()->rows().count() + rows);
 }
 
-/// Gives the task's block, null when its rows went.
-CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
+CTaskBlock& CHpfBasketStatusTable::apply(SStagedTask& staged) {
   const auto slot = static_cast<std::size_t>(staged.slot);
   if (slot >= m_blocks.size()) m_blocks.resize(slot + 1);
   std::unique_ptr<CTaskBlock>& block = m_blocks[slot];
-  if (!staged.figures) {
-    if (block) clearBlock(*block);
-    return nullptr;
-  }
   if (!block) {
     block = std::make_unique<CTaskBlock>();
     m_slots.insert(staged.facts.taskKey, staged.slot);
@@ -88,7 +83,7 @@ CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
   touch(*block);
   m_pOptionDelegate->rowsCame(block->facts().taskKey);
   followOrders(*block);
-  return block.get();
+  return *block;
 }
 
 /// Brings the rows in line with a new shape: those whose key stays keep their record, and with it folding, selection
@@ -96,31 +91,31 @@ CTaskBlock* CHpfBasketStatusTable::apply(SStagedTask& staged) {
 void CHpfBasketStatusTable::reshape(CTaskBlock& block, SStagedTask& staged) {
   const ShapePtr shape = staged.shape;
   const std::vector<int> before = block.placesIn(*shape);
-  const bool moved = block.hasRows() && movesRows(block, *shape, before);
-  const bool mended = block.hasRows() && !moved;
-  const RowFlags unfoldedBefore = block.hasRows() ? unfoldedRows(block) : block.unfolded;
+  const bool isNew = block.nodes.empty();
+  const bool moved = !isNew && movesRows(block, *shape, before);
+  const RowFlags unfoldedBefore = unfoldedRows(block);
   std::vector<StatusRowPtr> rows;
   RowFlags hidden(shape->size());
   RowFlags unfolded(shape->size());
   unfolded[0] = true;  // a new root
   rows.reserve(shape->size());
   for (std::size_t i = 0; i < shape->size(); ++i) {
-    const auto place = static_cast<std::size_t>(before[i]);
-    if (before[i] >= 0) unfolded[i] = unfoldedBefore[place];
-    if (before[i] >= 0 && block.hasRows()) {
-      rows.push_back(rowOf(block.nodes[place]));
-      hidden[i] = block.hidden[place];
-    } else {
+    if (before[i] < 0) {
       rows.push_back(boost::make_shared<CHpfBasketStatusTableData>(m_eProcessDisplay));
+      continue;
     }
+    const auto place = static_cast<std::size_t>(before[i]);
+    rows.push_back(rowOf(block.nodes[place]));
+    hidden[i] = block.hidden[place];
+    unfolded[i] = unfoldedBefore[place];
   }
-  if (block.hasRows()) removeRows(block, before, moved);
+  if (!isNew) removeRows(block, before, moved);
   block.take(staged, before);
   block.hidden = block.wantHidden = hidden;
   block.allShown = hidden.none();
   for (std::size_t i = 0; i < rows.size(); ++i) rows[i]->bind(&block, static_cast<int>(i));
   insertMissing(block, rows, unfolded);
-  if (mended) putInOrder(block);
+  if (!isNew && !moved) putInOrder(block);
 }
 
 /// Removes the rows that are not in the places of a new shape; all: also those that are, which come anew elsewhere.
@@ -183,23 +178,12 @@ RowFlags CHpfBasketStatusTable::unfoldedRows(const CTaskBlock& block) const {
   return unfolded;
 }
 
-void CHpfBasketStatusTable::clearBlock(CTaskBlock& block) {
-  if (!block.hasRows()) return;
-  m_touched.removeOne(&block);
-  m_pending.removeOne(&block);
-  if (block.running) --m_nRunning;
-  for (int row = 0; row < block.size(); ++row) logRow("remove", block.state(), row);
-  block.unfolded = unfoldedRows(block);
-  dataModel()->removeDataByKey(block.state().key(0));
-  block.forgetRows();
-}
-
 StatusRowPtr CHpfBasketStatusTable::rowOf(int node) const {
   return boost::static_pointer_cast<CHpfBasketStatusTableData>(dataModel()->rows().row(node));
 }
 
-void CHpfBasketStatusTable::startNewDay() {
-  m_staging.startNewDay();
+void CHpfBasketStatusTable::startDay(unsigned day) {
+  m_staging.startDay(day);
   dataModel()->clear();
   m_touched.clear();
   m_pending.clear();
@@ -212,8 +196,7 @@ void CHpfBasketStatusTable::startNewDay() {
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const QString& taskKey) const {
   const auto slot = m_slots.constFind(taskKey);
-  CTaskBlock* block = slot == m_slots.constEnd() ? nullptr : m_blocks[static_cast<std::size_t>(*slot)].get();
-  return block && block->hasRows() ? block : nullptr;
+  return slot == m_slots.constEnd() ? nullptr : m_blocks[static_cast<std::size_t>(*slot)].get();
 }
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const CBasketTask& task) const { return blockOf(task.getKey()); }

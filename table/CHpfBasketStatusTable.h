@@ -30,8 +30,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   ~CHpfBasketStatusTable() override;
 
   // Staging, worker thread.
-  /// What is staged from now on belongs to the current trading day.
-  void beginRefresh() { m_staging.beginRefresh(); }
+  /// What is staged from now on belongs to this day, see CBasketStaging.
+  void beginRefresh(unsigned day) { m_staging.beginRefresh(day); }
   /// Stages every row of the task from its tree.
   void updateTask(const boost::shared_ptr<CBasketTask>& task) { m_staging.stageTask(task); }
   /// Stages the status and status text of the instrument row with this key in this account as its node has them now;
@@ -39,14 +39,15 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void resetStatus(const boost::shared_ptr<CBasketTask>& task, const QString& accountKey, const QString& rowKey) {
     m_staging.stageStatus(task, accountKey, rowKey);
   }
-  /// Stages that the task's rows go. Rows that an updateTask brings back under the same key keep their folding,
-  /// selection and buttons, and count their changes from what they showed.
+  /// The next updateTask brings the task's rows anew; until then they stay, so that a user who acts in between meets
+  /// them. Rows that come back under the same key keep their folding, selection and buttons, and count their changes
+  /// from what they showed.
   void clearTask(const CBasketTask& task);
 
   /// Takes in what was staged.
   void applyStaged();
-  /// Drops every row, and what a refresh is staging; the window of orders closes.
-  void startNewDay();
+  /// Drops every row, and what a refresh of an earlier day is staging; the window of orders closes.
+  void startDay(unsigned day);
 
   /// Which tasks show, and whether their finished sub-tasks do.
   struct STaskPass {
@@ -129,21 +130,20 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void onCellClicked(const QString& rowKey, int column);
   void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);
   void followOrders(const CTaskBlock& block);
-  void fillOrders(CBasketTask& task, const QString& nodeKey);
+  void fillOrders(CBasketTask& task, const QString& nodeKey, int mode);
   bool runExport(const QString& label, const GV::LongWork& work);
   void setProcessDisplay(EProcessDisplay mode);
   void showProgressTip(int y);
   void onOptionClicked(const QString& rowKey, int buttonId);
   void onOrderCounts(const QString& key, int reported, int received);
 
-  CTaskBlock* apply(SStagedTask& staged);
+  CTaskBlock& apply(SStagedTask& staged);
   void reserveRows(const StagedBatch& batch);
   void reshape(CTaskBlock& block, SStagedTask& staged);
   void removeRows(const CTaskBlock& block, const std::vector<int>& before, bool all);
   void insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows, const RowFlags& unfolded);
   void putInOrder(const CTaskBlock& block);
   RowFlags unfoldedRows(const CTaskBlock& block) const;
-  void clearBlock(CTaskBlock& block);
   /// Has the next pass look at a task, resp. also ask it for its root's status.
   void touch(CTaskBlock& block);
   void touchStatus(CTaskBlock& block);

@@ -49,7 +49,7 @@ void CHpfBasketStatusTable::touchStatus(CTaskBlock& block) {
 
 void CHpfBasketStatusTable::askTasks() {
   for (const std::unique_ptr<CTaskBlock>& block : m_blocks) {
-    if (block && block->hasRows()) touchStatus(*block);
+    if (block) touchStatus(*block);
   }
 }
 

@@ -36,7 +36,7 @@ void CHpfBasketStatusTable::slotShowOrders(CBasketTask* task, QString key, int m
     m_pOrdersWidget->clearFilters();
     m_strOrdersRow = rowKeyOf(key);
   }
-  fillOrders(*task, key);
+  fillOrders(*task, key, mode);
   if (!show) return;
   const QRect available = screen()->availableGeometry();
   m_pOrdersWidget->setFixedSize(available.width() * 3 / 5, available.height() * 3 / 5);
@@ -44,12 +44,17 @@ void CHpfBasketStatusTable::slotShowOrders(CBasketTask* task, QString key, int m
   m_pOrdersWidget->present();
 }
 
-void CHpfBasketStatusTable::fillOrders(CBasketTask& task, const QString& nodeKey) {
+void CHpfBasketStatusTable::fillOrders(CBasketTask& task, const QString& nodeKey, int mode) {
   m_pOrdersWidget->setOrderInfoTableVisible(task.isAlgoOrderType(nodeKey), false);
   std::vector<boost::shared_ptr<ksservice::COrderDetail>> details;
   CTaskOrdersWidget::Orders orders;
   task.getOrders(nodeKey, details, orders);
-  m_pOrdersWidget->updateOrders(task.getKey() + nodeKey, orders);
+  const QString key = task.getKey() + nodeKey;
+  if (mode == SHOW_ORDERS) {
+    m_pOrdersWidget->updateOrders(key, orders);
+  } else {
+    m_pOrdersWidget->followOrders(key, orders);
+  }
 }
 
 void CHpfBasketStatusTable::updateOrdersWidget(CBasketTask& task) {
@@ -61,7 +66,7 @@ void CHpfBasketStatusTable::followOrders(const CTaskBlock& block) {
   if (!m_pOrdersWidget->isVisible()) return;
   const boost::shared_ptr<CBasketTask> task = block.task();
   const StatusRowPtr row = getDataByKey(m_strOrdersRow);
-  if (task && row && row->block() == &block) fillOrders(*task, block.state().nodeKey(row->row()));
+  if (task && row && row->block() == &block) fillOrders(*task, block.state().nodeKey(row->row()), FOLLOW_ORDERS);
 }
 
 void CHpfBasketStatusTable::showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey) {

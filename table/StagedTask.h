@@ -78,11 +78,10 @@ struct SStagedTask {
   int slot = 0;  ///< a small number that the task's key has for good, from 0
   boost::weak_ptr<CBasketTask> task;
   STaskFacts facts;
-  bool clear = false;  ///< the task's rows go (and come anew when shape is set)
-  ShapePtr shape;      ///< null while the tree kept its shape
-  TextsPtr texts;      ///< null while no text changed
-  FiguresPtr figures;  ///< null when the task was only cleared
-  FlagsPtr finished;   ///< rows that the filter of finished sub-tasks takes away; with figures always
+  ShapePtr shape;  ///< null while the tree kept its shape
+  TextsPtr texts;  ///< null while no text changed
+  FiguresPtr figures;
+  FlagsPtr finished;  ///< rows that the filter of finished sub-tasks takes away; with figures always
 };
 
 /// Each task once. In task-key order where a task's tree changed.

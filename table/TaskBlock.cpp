@@ -60,14 +60,6 @@ void CTaskBlock::take(SStagedTask& staged, const std::vector<int>& before) {
   ++m_nVersion;
 }
 
-void CTaskBlock::forgetRows() {
-  nodes.clear();
-  hidden.reset();
-  wantHidden.reset();
-  allShown = true;
-  running = touched = askTask = pending = false;
-}
-
 void CTaskBlock::listNames() const {
   for (int row = 0; row < size(); ++row) {
     const QString& treeKey = shape()[static_cast<std::size_t>(row)].treeKey;

@@ -42,10 +42,6 @@ class CTaskBlock {
   void take(SStagedTask& staged, const std::vector<int>& before = {});
   /// For each row of a shape the place of the same row in this block, -1 for a row that it does not have.
   std::vector<int> placesIn(const std::vector<SRowShape>& shape) const;
-  /// The rows go from the table. What they showed is kept for when they come back.
-  void forgetRows();
-  /// Whether the table has the rows.
-  bool hasRows() const { return !nodes.empty(); }
   /// The row with this node key or tree key, -1 for none. Rows of two accounts may have one tree key, since these count
   /// within an account; then it is the first in the table's order. Nothing hangs on which: a task announces its root
   /// by its tree key, every other node by its key.
@@ -79,7 +75,6 @@ class CTaskBlock {
   /// Whether a filter hides the row: what the table shows now, and what it is to show after the current pass.
   RowFlags hidden;
   RowFlags wantHidden;
-  RowFlags unfolded;     ///< of rows that went from the table: those that were expanded
   bool allShown = true;  ///< neither of the two hides a row
   bool running = false;  ///< the root was at the last pass
   bool touched = false;  ///< noted for the next pass

@@ -3,6 +3,8 @@
 #include <QLabel>
 #include <QVBoxLayout>
 #include <boost/make_shared.hpp>
+#include <unordered_map>
+#include <utility>
 
 #include "gv/CHpfTreeTable.h"
 #include "ksservice/Helpers.h"
@@ -67,20 +69,6 @@ const std::vector<SOrderColumn>& orderColumns() {
   return columns;
 }
 
-class COrderRow : public GV::CHpfTreeTableData {
- public:
-  explicit COrderRow(boost::shared_ptr<COrderInfo> order) : m_pOrder(std::move(order)) {}
-  QString key() const override { return QString::fromStdString(m_pOrder->getKey()); }
-  QString text(int column) const override { return orderColumns()[static_cast<std::size_t>(column)].text(*m_pOrder); }
-  double number(int column) const override {
-    const auto figure = orderColumns()[static_cast<std::size_t>(column)].figure;
-    return figure ? figure(*m_pOrder) : 0;
-  }
-
- private:
-  boost::shared_ptr<COrderInfo> m_pOrder;
-};
-
 std::vector<GV::SColumn> tableColumns() {
   std::vector<GV::SColumn> columns;
   for (const SOrderColumn& entry : orderColumns()) {
@@ -96,6 +84,23 @@ std::vector<GV::SColumn> tableColumns() {
 
 }  // namespace
 
+class CTaskOrdersWidget::COrderRow : public GV::CHpfTreeTableData {
+ public:
+  explicit COrderRow(boost::shared_ptr<COrderInfo> order) : m_pOrder(std::move(order)) {}
+  const COrderInfo& order() const { return *m_pOrder; }
+  /// A newer state of the order; false when it is the one that shows.
+  bool take(const boost::shared_ptr<COrderInfo>& order) { return std::exchange(m_pOrder, order) != order; }
+  QString key() const override { return QString::fromStdString(m_pOrder->getKey()); }
+  QString text(int column) const override { return orderColumns()[static_cast<std::size_t>(column)].text(*m_pOrder); }
+  double number(int column) const override {
+    const auto figure = orderColumns()[static_cast<std::size_t>(column)].figure;
+    return figure ? figure(*m_pOrder) : 0;
+  }
+
+ private:
+  boost::shared_ptr<COrderInfo> m_pOrder;
+};
+
 CTaskOrdersWidget::CTaskOrdersWidget(QWidget* parent)
     : QDialog(parent), m_pTable(new GV::CHpfTreeTable(this)), m_pOrderInfo(new QLabel(this)) {
   setWindowTitle(QStringLiteral("委托详情"));
@@ -109,7 +114,9 @@ CTaskOrdersWidget::CTaskOrdersWidget(QWidget* parent)
   layout->addWidget(m_pOrderInfo);
 }
 
-void CTaskOrdersWidget::clearFilters() { m_pTable->dataModel()->sort(-1); }
+CTaskOrdersWidget::~CTaskOrdersWidget() = default;
+
+void CTaskOrdersWidget::clearFilters() { m_pTable->clearColumnFilters(); }
 
 void CTaskOrdersWidget::setOrderInfoTableVisible(bool visible, bool keepSize) {
   const int change = m_pOrderInfo->sizeHint().height() * (visible == m_pOrderInfo->isVisible() ? 0 : visible ? 1 : -1);
@@ -118,21 +125,56 @@ void CTaskOrdersWidget::setOrderInfoTableVisible(bool visible, bool keepSize) {
 }
 
 void CTaskOrdersWidget::updateOrders(const QString& key, const Orders& orders) {
+  m_pTable->clear();
+  m_rows.clear();
+  followOrders(key, orders);
+}
+
+void CTaskOrdersWidget::followOrders(const QString& key, const Orders& orders) {
   m_strKey = key;
-  m_orders = orders;
-  double amount = 0;
-  int traded = 0;
-  {
-    const GV::CModelBatch batch(*m_pTable->dataModel());
-    m_pTable->clear();
-    for (const auto& order : orders) {
-      m_pTable->updateData(boost::make_shared<COrderRow>(order), QString());
-      traded += order->m_nTradedVolume;
-      amount += order->m_dTradedAmount;
+  GV::CHpfTreeTableModel& model = *m_pTable->dataModel();
+  const GV::CModelBatch batch(model);
+  std::vector<RowPtr> before = std::exchange(m_rows, {});
+  m_rows.reserve(orders.size());
+  // Mostly the orders stand where they stood; else a row is found by its order's key.
+  std::unordered_map<std::string, std::size_t> places;
+  const auto rowOf = [&](std::size_t i) -> RowPtr {
+    const std::string& orderKey = orders[i]->getKey();
+    const auto stands = [&](std::size_t place) { return before[place] && before[place]->isInTable(); };
+    if (i < before.size() && stands(i) && before[i]->order().getKey() == orderKey) return std::move(before[i]);
+    if (places.empty()) {
+      for (std::size_t place = 0; place < before.size(); ++place) {
+        if (stands(place)) places.emplace(before[place]->order().getKey(), place);
+      }
     }
+    const auto known = places.find(orderKey);
+    return known == places.end() ? nullptr : std::move(before[known->second]);
+  };
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    RowPtr row = rowOf(i);
+    if (!row) {
+      row = boost::make_shared<COrderRow>(orders[i]);
+      m_pTable->updateData(row, QString());
+    } else if (row->take(orders[i])) {
+      model.rowChanged(model.nodeOf(*row));
+    }
+    m_rows.push_back(std::move(row));
+  }
+  for (const RowPtr& row : before) {
+    if (row && row->isInTable()) m_pTable->removeDataByKey(row->key());
+  }
+  showSums();
+}
+
+void CTaskOrdersWidget::showSums() {
+  double amount = 0;
+  long long traded = 0;
+  for (const RowPtr& row : m_rows) {
+    traded += row->order().m_nTradedVolume;
+    amount += row->order().m_dTradedAmount;
   }
   m_pOrderInfo->setText(QStringLiteral("委托 %1 笔   成交 %2   金额 %3")
-                            .arg(orders.size())
+                            .arg(m_rows.size())
                             .arg(traded)
                             .arg(QString::number(amount, 'f', 2)));
 }
@@ -142,7 +184,7 @@ void CTaskOrdersWidget::present() {
   raise();
   if (!showObserver()) return;
   std::vector<std::string> keys;
-  for (const auto& order : m_orders) keys.push_back(order->getKey());
+  for (const RowPtr& row : m_rows) keys.push_back(row->order().getKey());
   showObserver()(m_strKey, keys);
 }
 

@@ -26,6 +26,7 @@ class CTaskOrdersWidget : public QDialog {
   using ShowObserver = std::function<void(const QString& key, const std::vector<std::string>& orderKeys)>;
 
   explicit CTaskOrdersWidget(QWidget* parent = nullptr);
+  ~CTaskOrdersWidget() override;
 
   void setTradeType(int tradeType) { m_nTradeType = tradeType; }
   int tradeType() const { return m_nTradeType; }
@@ -35,6 +36,9 @@ class CTaskOrdersWidget : public QDialog {
   void setOrderInfoTableVisible(bool visible, bool keepSize);
   /// Shows the orders of a node; key: the task's key followed by the node's.
   void updateOrders(const QString& key, const Orders& orders);
+  /// Shows a newer state of the orders that it shows: their rows stay, with their place, selection and sorting. The
+  /// node may have another key by now.
+  void followOrders(const QString& key, const Orders& orders);
   const QString& getKey() const { return m_strKey; }
   /// Shows the window and tells the observer.
   void present();
@@ -46,10 +50,15 @@ class CTaskOrdersWidget : public QDialog {
   static void setShowObserver(ShowObserver observer);
 
  private:
+  class COrderRow;
+  using RowPtr = boost::shared_ptr<COrderRow>;
+
+  void showSums();
+
   GV::CHpfTreeTable* m_pTable;
   QLabel* m_pOrderInfo;
   QString m_strKey;
-  Orders m_orders;
+  std::vector<RowPtr> m_rows;  ///< of the orders, in their order
   int m_nTradeType = 0;
 };
 

@@ -4,6 +4,11 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <algorithm>
+#include <chrono>
+#include <random>
+#include <stdexcept>
+#include <thread>
 
 #include "BasketColumns.h"
 #include "CBasketTask.h"
@@ -16,9 +21,10 @@ namespace TC {
 namespace {
 
 constexpr int GIVE_UP_MSEC = 20000;
+constexpr int CANCEL_ALL = 4;  ///< the tool bar's button
 
 ksservice::CTaskDetailPtr runningDetail(int task, int rows = 3) {
-  const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
+  ksservice::CTaskDetailPtr detail = test::makeDetail(task);
   const auto account = test::makeAccount("A1", "1001");
   for (int i = 0; i < rows; ++i) {
     const std::string code = std::to_string(600000 + i);
@@ -115,9 +121,11 @@ TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
   std::vector<boost::weak_ptr<CBasketTask>> old;
   std::size_t before = 0;
   for (int day = 0; day < DAYS; ++day) {
-    for (int task = 1; task <= TASKS; ++task) m_host.deliver(runningDetail(task, 30));
+    // Numbers are new each day.
+    const int first = 1 + day * TASKS;
+    for (int task = first; task < first + TASKS; ++task) m_host.deliver(runningDetail(task, 30));
     ASSERT_TRUE(refresh());
-    for (int task = 1; task <= TASKS; ++task) {
+    for (int task = first; task < first + TASKS; ++task) {
       boost::shared_ptr<CBasketTask> found;
       QString nodeKey;
       ASSERT_TRUE(m_pTable->getBasketTaskItemByKey(QStringLiteral("组合任务%1").arg(task), found, nodeKey)) << day;
@@ -126,6 +134,7 @@ TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
     Q_EMIT m_host.calendar().sigNewTradingDate("20261123");
     QCoreApplication::processEvents();
     m_host.takeLog();
+    m_host.forgetDetails();
     // One refresh of the new day lets go of what the last one of the old day held.
     ASSERT_TRUE(refresh());
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -137,6 +146,122 @@ TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
   constexpr std::size_t OWN = 2 * sizeof(void*) * TASKS * DAYS * 2;
   EXPECT_LT(heapInUse(), before + OWN + 100000);
   EXPECT_EQ(m_pTable->rowCount(), 0);
+}
+
+/// Whatever the host throws while one of three tasks is worked on, known or not.
+TEST_F(PanelCycle, AFaultCostsTheDetailWithWhichItCame) {
+  open();
+  const auto detailOf = [](int task, int traded) {
+    ksservice::CTaskDetailPtr detail = test::makeDetail(task);
+    const auto account = test::makeAccount("A1", "1001");
+    for (const char* code : {"600000", "600036"}) {
+      const std::string own = task == 2 ? std::string("2/") + code : code;
+      test::addParam(*detail, account, own, 1000, 10.0);
+      test::addOrder(*detail, std::to_string(task) + own, own, 1000, traded, 10.0);
+    }
+    return detail;
+  };
+  const auto amount = [this](int task) {
+    const auto row = m_pTable->rowByPath(QString::number(task));
+    return row ? row->number(EBC_Amount) : -1;
+  };
+  const auto deliver = [&](int traded) {
+    for (int task = 1; task <= 3; ++task) m_host.deliver(detailOf(task, traded));
+    EXPECT_TRUE(refresh());
+    EXPECT_EQ(m_host.heldTimers().size(), 1U);
+  };
+  int traded = 0;
+  for (const bool known : {false, true}) {
+    for (const bool standard : {false, true}) {
+      m_host.setMeeting([standard](const std::string& key) {
+        if (key != "2/600036") return;
+        if (standard) throw std::runtime_error("the host fails");
+        throw 42;
+      });
+      m_host.takeLog();
+      deliver(++traded);
+      EXPECT_EQ(amount(1), traded * 20);
+      EXPECT_EQ(amount(2), known ? 40 : -1) << "as it was before";
+      EXPECT_EQ(amount(3), traded * 20);
+      const std::vector<std::string> log = m_host.takeLog();
+      EXPECT_EQ(std::count(log.begin(), log.end(), standard ? "2-1 failed: the host fails" : "2-1 failed: unknown"), 1);
+    }
+    m_host.setMeeting({});
+    deliver(traded = 2);
+    EXPECT_EQ(amount(2), 40);
+    EXPECT_EQ(m_pTable->rowByPath("2")->text(EBC_Unfilled), "1996") << "each row once";
+  }
+  // A load that meets a fault loads the rest, and arms nothing.
+  m_host.setMeeting([](const std::string& key) {
+    if (key == "2/600036") throw 42;
+  });
+  m_panel->setTradeType(EMTT_Stock);
+  m_host.waitForJobs();
+  QCoreApplication::processEvents();
+  EXPECT_EQ(m_host.heldTimers().size(), 1U);
+}
+
+/// The day changes while a refresh has drained, works, stages: nothing of the day before shows, runs or is told to
+/// stop.
+TEST_F(PanelCycle, ADayThatChangesInMidRefreshLeavesNothingOfTheOneBefore) {
+  open();
+  std::mt19937 random(7);
+  for (int round = 0; round < 3000; ++round) {
+    for (int task = 1; task <= 3; ++task) m_host.deliver(runningDetail(task));
+    m_host.fireTimers();
+    const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 80);
+    while (std::chrono::steady_clock::now() < until) std::this_thread::yield();
+    Q_EMIT m_host.calendar().sigNewTradingDate("20261123");
+    ASSERT_TRUE(waitForTimer());
+    ASSERT_EQ(m_panel->runningCount(), 0) << round;
+    ASSERT_EQ(m_pTable->rowCount(), 0) << round;
+    m_panel->handleEvent(5, CANCEL_ALL, 0, QString(), nullptr);
+    ASSERT_TRUE(m_host.takeCalls().empty()) << round;
+    m_host.takeLog();
+  }
+  // What comes on the new day shows.
+  m_host.deliver(runningDetail(1));
+  ASSERT_TRUE(refresh());
+  EXPECT_EQ(m_pTable->rowCount(), 4);
+}
+
+/// A task of many sub-tasks is built and summed once, not once for each.
+TEST_F(PanelCycle, ALoadBuildsEachTaskOnce) {
+  constexpr int DETAILS = 20;
+  open();
+  for (int number = 1; number <= DETAILS; ++number) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
+    const std::string code = std::to_string(600000 + number);
+    test::addParam(*detail, test::makeAccount("A1", "1001"), code, 1000, 10.0);
+    test::addOrder(*detail, code, code, 1000, 100, 10.0);
+    m_host.store(detail);
+  }
+  const auto builds = [this] {
+    m_host.waitForJobs();
+    QCoreApplication::processEvents();
+    const std::vector<std::string> log = m_host.takeLog();
+    return std::count_if(log.begin(), log.end(),
+                         [](const std::string& line) { return line.rfind("stk: cmd", 0) == 0; });
+  };
+  m_host.takeLog();
+  m_panel->setTradeType(EMTT_Stock);
+  EXPECT_EQ(builds(), 1);
+  EXPECT_EQ(m_pTable->rowCount(), 1 + DETAILS);
+  EXPECT_EQ(m_pTable->rowByPath("1")->number(EBC_Amount), DETAILS * 1000);
+
+  // Nor does a reload walk anything twice, and a patch falls on the account of each of its lines.
+  const ksservice::CTaskDetailPtr patch = test::makeDetail(2);
+  const auto command = boost::make_shared<ksservice::COrderCommand>(*patch->m_pCommand);
+  command->m_nTaskId = 1;
+  command->m_bPatch = true;
+  patch->m_pCommand = command;
+  test::addParam(*patch, test::makeAccount("A9", "1009"), "600001", 300, 10.0);
+  test::addParam(*patch, test::makeAccount("A1", "1001"), "600002", 300, 10.0);
+  test::addOrder(*patch, "p", "600002", 300, 300, 10.0);
+  m_host.store(patch);
+  m_panel->requestAccount(*test::makeAccount("A1", "1001"));
+  EXPECT_EQ(builds(), 0);
+  EXPECT_EQ(m_pTable->rowByPath("1")->number(EBC_Amount), DETAILS * 1000 + 3000);
 }
 
 }  // namespace

@@ -79,6 +79,7 @@ struct CTestHost::SServiceSet {
     using THosted::THosted;
     boost::shared_ptr<const TC::CCodeInfo> getCodeInfo(const std::string& market,
                                                        const std::string& code) const override {
+      m_host.meet(code);
       return find(m_host.m_instruments, {market, code});
     }
   };
@@ -97,6 +98,7 @@ struct CTestHost::SServiceSet {
   struct STrade : THosted<TC::CTradeClient> {
     using THosted::THosted;
     boost::shared_ptr<const TC::CTaskProgress> getTaskProgress(const std::string& detailKey) const override {
+      m_host.meet(detailKey);
       return find(m_host.m_progress, detailKey);
     }
     int getLoginStatus(const std::string&) const override { return ksservice::ELS_Ready; }
@@ -172,6 +174,7 @@ struct CTestHost::SServiceSet {
     using THosted::THosted;
     std::string userName() const override { return "u1"; }
     boost::shared_ptr<const ksservice::CAccountInfo> getAccountData(const std::string& accountKey) const override {
+      m_host.meet(accountKey);
       return find(m_host.m_accounts, accountKey);
     }
     std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> getAccounts() const override {
@@ -325,6 +328,25 @@ void CTestHost::setProgress(const std::string& detailKey, const TC::CTaskProgres
 void CTestHost::setAccount(const ksservice::CAccountInfo& account) {
   const Lock lock(m_mutex);
   m_accounts[account.getKey()] = boost::make_shared<const ksservice::CAccountInfo>(account);
+}
+
+void CTestHost::setMeeting(std::function<void(const std::string&)> meeting) {
+  const Lock lock(m_mutex);
+  m_meeting = std::move(meeting);
+}
+
+void CTestHost::meet(const std::string& key) const {
+  std::function<void(const std::string&)> meeting;
+  {
+    const Lock lock(m_mutex);
+    meeting = m_meeting;
+  }
+  if (meeting) meeting(key);
+}
+
+void CTestHost::forgetDetails() {
+  const Lock lock(m_mutex);
+  m_details.clear();
 }
 
 void CTestHost::setCommand(const ksservice::COrderCommand& command) {

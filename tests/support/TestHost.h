@@ -94,6 +94,9 @@ class CTestHost {
   void setRevokeTask(bool allowed) { set(m_bRevokeTask, allowed); }
   /// Whether the user is offered the limit price; true at first.
   void setUpStopPrice(bool offered) { set(m_bUpStopPrice, offered); }
+  /// Called with the code, account or detail key for which the host is asked, on the asking thread: a test holds who
+  /// asks, or throws at him. Empty: nothing.
+  void setMeeting(std::function<void(const std::string& key)> meeting);
   void moveClock(double msec);
   /// From now on the host's timers wait for the test; until then they go off in real time.
   void holdTimers();
@@ -107,6 +110,7 @@ class CTestHost {
   void deliver(const ksservice::CTaskDetailPtr& detail);
   /// Places a detail in the data centre only.
   void store(const ksservice::CTaskDetailPtr& detail);
+  void forgetDetails();
 
   // What was asked of the host, oldest first; each call empties its record
   std::vector<ksservice::CTaskDetailPtr> takeUpdatedDetails();
@@ -143,6 +147,7 @@ class CTestHost {
     values[key] = value;
   }
   void record(SCall call);
+  void meet(const std::string& key) const;
   template <typename Record>
   Record take(Record& record);
 
@@ -165,6 +170,7 @@ class CTestHost {
   int m_nNextSubscriber = 0;
   QTimeZone m_timeZone = QTimeZone::utc();
   double m_dClock = 0;
+  std::function<void(const std::string&)> m_meeting;
   bool m_bRevokeTask = true;
   bool m_bUpStopPrice = true;
   bool m_bHoldTimers = false;

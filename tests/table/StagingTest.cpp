@@ -80,12 +80,12 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   for (const char* name : {"浦发银行", "ST浦发"}) {
     info.m_strName = name;
     m_host.setInstrument(info);
-    m_staging.beginRefresh();
+    m_staging.beginRefresh(0);
     const SStagedTask known = stage(m_task);
     ASSERT_TRUE(known.texts) << name;
     EXPECT_EQ((*known.texts)[1].instrumentName, name);
   }
-  m_staging.beginRefresh();
+  m_staging.beginRefresh(0);
   EXPECT_FALSE(stage(m_task).texts) << "it says the same";
 }
 
@@ -112,15 +112,10 @@ TEST_F(Staging, KeepsTheFirstStart) {
          test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
        }},
       {nine, nine, ten, [&] { m_staging.stageClear(m_task->getKey()); }},
-      {nine, nine, ten,
-       [&] {
-         m_staging.stageClear(m_task->getKey());
-         m_staging.take();
-       }},
       {nine, QTime(), nine,
        [&] {
-         m_staging.startNewDay();
-         m_staging.beginRefresh();
+         m_staging.startDay(1);
+         m_staging.beginRefresh(1);
        }},
   };
   const auto msec = [](const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; };
@@ -173,30 +168,24 @@ TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
   EXPECT_TRUE(m_staging.take().empty());
 }
 
-TEST_F(Staging, ClearedRowsComeBackInTheSameBatch) {
+TEST_F(Staging, AClearComesWithTheRowsThatFollowIt) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   stage(m_task);
   m_staging.stageClear(m_task->getKey());
+  EXPECT_TRUE(m_staging.take().empty()) << "an empty task for who looks in between";
   const SStagedTask anew = stage(m_task);
-  EXPECT_TRUE(anew.clear);
   EXPECT_TRUE(anew.shape && anew.texts && anew.figures);
-
-  m_staging.stageTask(m_task);
-  m_staging.stageClear(m_task->getKey());
-  const SStagedTask gone = only(m_staging.take());
-  EXPECT_TRUE(gone.clear);
-  EXPECT_FALSE(gone.figures);
 }
 
 TEST_F(Staging, DropsWhatARefreshOfTheDayBeforeStages) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  m_staging.beginRefresh();
+  m_staging.beginRefresh(0);
   m_staging.stageTask(m_task);
-  m_staging.startNewDay();
+  m_staging.startDay(1);
   EXPECT_TRUE(m_staging.take().empty());
   m_staging.stageTask(m_task);
   EXPECT_TRUE(m_staging.take().empty()) << "the refresh that began on the old day";
-  m_staging.beginRefresh();
+  m_staging.beginRefresh(1);
   EXPECT_TRUE(stage(m_task).shape) << "the table knows nothing any more";
 }
 

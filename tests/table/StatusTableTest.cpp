@@ -90,8 +90,7 @@ TEST_F(StatusTable, RowsKeepTheirStateWhenTheTreeTakesAnotherShape) {
   EXPECT_EQ(buttons(key), "02");
   EXPECT_EQ(cell(key, EBC_Unfilled), "800");
 
-  m_table.clearTask(*m_task);
-  m_table.applyStaged();
+  m_table.startDay(1);
   EXPECT_EQ(rows(), "");
   EXPECT_FALSE(m_table.getDataByKey(m_rootKey));
   EXPECT_FALSE(m_table.checkRootTaskItem(*m_task, m_rootKey));
@@ -284,9 +283,7 @@ TEST_F(StatusTable, APassOfTheFilterFollowsStatusesAndFinishedRows) {
   EXPECT_EQ(m_table.filterTasks({{}, false}), 1) << "it has finished";
   EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入\n2\n  SH.600000买入\n");
 
-  m_table.clearTask(*m_task);
-  m_table.applyStaged();
-  m_table.startNewDay();
+  m_table.startDay(1);
   EXPECT_EQ(m_table.filterTasks({{}, false}), 0);
 }
 

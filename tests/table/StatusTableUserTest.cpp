@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
@@ -102,8 +103,41 @@ TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
   refresh(m_task);
   EXPECT_EQ(window->getKey(), m_rootKey + m_rootKey + QStringLiteral("-1001-SH.600036买入"));
   EXPECT_TRUE(sums->text().contains(QStringLiteral("成交 200"))) << sums->text().toStdString();
-  m_table.startNewDay();
+  m_table.startDay(1);
   EXPECT_FALSE(window->isVisible());
+}
+
+/// A refresh changes what the orders say, not where the user looks.
+TEST_F(StatusTable, TheWindowOfOrdersKeepsItsPlaceSelectionAndSorting) {
+  constexpr int TRADED = 5;
+  constexpr int ORDERS = 200;
+  std::vector<std::pair<std::string, int>> traded;
+  for (int i = 0; i < ORDERS; ++i) traded.emplace_back(std::to_string(600000 + i), 1 + i);
+  test::update(m_task, 1, "A1", "1001", traded);
+  refresh(m_task);
+  const auto open = [&] { m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, m_rootKey, nullptr); };
+  open();
+  auto& orders = *m_table.findChild<CTaskOrdersWidget*>()->findChild<GV::CHpfTreeTable*>();
+  orders.sortByColumn(TRADED, Qt::DescendingOrder);
+  orders.setSelectedKeys({QStringLiteral("A1-600100")});
+  orders.verticalScrollBar()->setValue(ORDERS / 2);
+  const auto atTop = [&] { return orders.baseModel()->rowAt(orders.verticalScrollBar()->value()).key(); };
+  const QString page = atTop();
+
+  traded[0].second = 999;
+  test::update(m_task, 1, "A1", "1001", traded);
+  test::update(m_task, 2, "A2", "1002", {{"600999", 500}});
+  refresh(m_task);
+  EXPECT_EQ(atTop(), page);
+  EXPECT_TRUE(orders.isSelected(QStringLiteral("A1-600100")));
+  const auto top = [&](int row) { return orders.baseModel()->rowAt(row).key(); };
+  for (const bool again : {false, true}) {
+    if (again) open();
+    EXPECT_EQ(orders.rowCount(), ORDERS + 1);
+    EXPECT_EQ(top(0), "A1-600000") << again;
+    EXPECT_EQ(top(1), "A2-600999") << again;
+    EXPECT_EQ(top(2), "A1-600199") << again;
+  }
 }
 
 TEST_F(StatusTable, SortsTasksByTheirIdAndTheRestByItsName) {
