@@ -38,6 +38,12 @@ enum class ELetGo { Held, NewTradingDay, Closed };
 /// To what part of a task a detail belongs.
 enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
 
+/// What a load has brought to a task.
+struct STaskLoad {
+  std::set<std::string> own;  ///< keys of details
+  bool patches = false;
+};
+
 /// One basket task as the panel shows it: keeps the task's details, builds the tree of nodes from them, sums the
 /// figures up the tree and derives the task's status.
 ///
@@ -218,11 +224,6 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// the user is asked.
   enum class EPatchPhase { None, Querying, Started, Confirming };
   struct SRefresh;  // one run of updateDetail
-  /// What a load has brought.
-  struct SLoad {
-    std::set<std::string> own;  ///< keys of details
-    bool patches = false;
-  };
   /// The details as the data centre knows them, by their keys.
   struct SNewest {
     std::map<std::string, ksservice::CTaskDetailPtr> own;
@@ -385,9 +386,9 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   RowMap m_futuresMap;                    ///< rows of futures, alike
   QMap<QString, QString> m_accountTexts;  ///< display identifiers by account key
   DetailMap m_mapDetails;
-  std::set<std::string> m_begun;  ///< details that have rows, but were not counted yet
-  bool m_bNewRows = false;        ///< that are not in the tree yet
-  std::optional<SLoad> m_load;    ///< of the load that goes on
+  std::set<std::string> m_begun;    ///< details that have rows, but were not counted yet
+  bool m_bNewRows = false;          ///< that are not in the tree yet
+  std::optional<STaskLoad> m_load;  ///< of the load that goes on
   DetailMap m_mapHedgeDetails;
   DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
   CPatchBook m_patches{m_ledger, m_stockMap};

@@ -97,7 +97,7 @@ void CBasketTask::beginLoad() {
 }
 
 void CBasketTask::endLoad() {
-  SLoad load;
+  STaskLoad load;
   bool dropped = false;
   {
     const Lock lock(m_mutex);

@@ -1,12 +1,14 @@
 // The status table on its way out: to a file and to the clipboard.
 #include <QFile>
 #include <QPointer>
+#include <QSaveFile>
 #include <QTextStream>
 
 #include "CHpfBasketStatusTable.h"
 #include "TableExport.h"
 #include "gv/CClipboard.h"
 #include "gv/CFileDialog.h"
+#include "gv/CMessageBox.h"
 #include "gv/LongWork.h"
 
 namespace TC {
@@ -22,17 +24,18 @@ ExportStep stepOf(GV::CWorkProgress& progress, int count) {
   };
 }
 
-/// A file that could not be finished is taken away.
+/// The file is written beside the one that may be there, and takes its place when it is whole.
 bool exportFile(const SExportRows& rows, const QString& fileName, GV::CWorkProgress& progress) {
   const SExportRoute route = exportRoute(fileName);
   const ExportStep step = stepOf(progress, rows.count);
-  const auto append = [&fileName](const QString& text) {
-    return CHpfBasketStatusTable::writeDataToFile(text, fileName);
+  if (route.spreadsheet) return exportSpreadsheet(rows, fileName, step);
+  QSaveFile file(fileName);
+  if (!file.open(QIODevice::WriteOnly)) return false;
+  const auto write = [&file](const QString& text) {
+    const QByteArray bytes = text.toUtf8();
+    return file.write(bytes) == bytes.size();
   };
-  const bool whole =
-      route.spreadsheet ? exportSpreadsheet(rows, fileName, step) : exportLines(rows, route.separator, append, step);
-  if (!whole) QFile::remove(fileName);
-  return whole;
+  return exportLines(rows, route.separator, write, step) && file.commit();
 }
 
 }  // namespace
@@ -52,9 +55,12 @@ bool CHpfBasketStatusTable::exportData() {
   if (!self || m_bExporting) return false;
   GV::CEventDeliverer::tellTap(this, GV::EventTableExport, 0, 0, fileName);
   if (fileName.isEmpty()) return false;
-  // An old file that cannot go stays as it is: appended to, it would be neither the old nor the new one.
-  if (QFile::exists(fileName) && !QFile::remove(fileName)) return false;
   const CTableSnapshot snapshot(*dataModel(), m_eProcessDisplay);
+  const QString refusal = exportRefusal(fileName, snapshot.rowCount());
+  if (!refusal.isEmpty()) {
+    GV::CMessageBox::information(this, CAPTION, refusal);
+    return false;
+  }
   return runExport(QStringLiteral("正在导出数据…"), [&snapshot, fileName](GV::CWorkProgress& progress) {
     return exportFile(snapshot.rows(), fileName, progress);
   });

@@ -104,6 +104,13 @@ SExportRoute exportRoute(const QString& fileName) {
   return {true, QChar()};
 }
 
+QString exportRefusal(const QString& fileName, int rows) {
+  // With the titles in a row of their own.
+  const int most = GV::CExcelReader::maxRows(fileName) - 1;
+  if (!exportRoute(fileName).spreadsheet || rows <= most) return {};
+  return QStringLiteral("%1 行超过表格的上限 %2 行，没有导出").arg(rows).arg(most);
+}
+
 bool exportLines(const SExportRows& rows, QChar separator, const ExportSink& write, const ExportStep& step) {
   QString batch;
   appendHeader(batch, separator);

@@ -63,6 +63,9 @@ using ExportSink = std::function<bool(const QString& text)>;
 /// full ends with a line end, the last one does not. Nothing is quoted. False when it was ended before its end.
 bool exportLines(const SExportRows& rows, QChar separator, const ExportSink& write, const ExportStep& step);
 
+/// Why so many rows cannot be exported to a file of this name, in words for the user; empty when they can.
+QString exportRefusal(const QString& fileName, int rows);
+
 /// The same cells in the first sheet of a spreadsheet, the titles in row 1; figures become numbers where the format
 /// knows them. False when it was ended or could not be written as a whole; a file may stand there all the same when it
 /// was ended at its very end.

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <map>
 
 namespace GV {
@@ -17,6 +18,8 @@ namespace GV {
 namespace {
 
 const std::map<QString, char> SEPARATORS = {{QStringLiteral("csv"), ','}, {QStringLiteral("txt"), '\t'}};
+
+auto separatorOf(const QString& fileName) { return SEPARATORS.find(QFileInfo(fileName).suffix().toLower()); }
 
 /// All of it or nothing.
 bool saveWhole(const QString& fileName, const QByteArray& bytes) {
@@ -120,6 +123,10 @@ bool CExcelReader::setNumber(int sheet, int row, int column, const QString& text
   return put(sheet, row, column, text, true);
 }
 
+int CExcelReader::maxRows(const QString& fileName) {
+  return separatorOf(fileName) != SEPARATORS.end() ? std::numeric_limits<int>::max() : LXW_ROW_MAX;
+}
+
 bool CExcelReader::put(int sheet, int row, int column, const QString& text, bool number) {
   if (sheet < 1 || sheet > static_cast<int>(m_sheets.size())) return false;
   if (row < 1 || row > LXW_ROW_MAX || column < 1 || column > LXW_COL_MAX) return false;
@@ -161,7 +168,7 @@ bool CExcelReader::writeWorkbook(const QString& fileName, const SaveStep& step) 
 
 bool CExcelReader::saveAs(const QString& fileName, const SaveStep& step) {
   if (!m_bOpen || m_sheets.empty()) return false;
-  const auto separator = SEPARATORS.find(QFileInfo(fileName).suffix().toLower());
+  const auto separator = separatorOf(fileName);
   if (separator != SEPARATORS.end()) return saveWhole(fileName, separatedText(separator->second));
   // Written beside and then copied, so that nothing half stands under the name whatever fails.
   QFile workbook(m_folder->filePath(QStringLiteral("workbook.xlsx")));

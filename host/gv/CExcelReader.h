@@ -24,6 +24,9 @@ class CExcelReader : public QObject {
   explicit CExcelReader(bool visible, QObject* parent = nullptr);
   ~CExcelReader() override;
 
+  /// How many rows a file of this name can hold.
+  static int maxRows(const QString& fileName);
+
   /// False when the folder for intermediate files cannot be made; then every other operation answers false.
   bool isValid() const;
   /// Begins a spreadsheet without sheets; what was there is dropped.

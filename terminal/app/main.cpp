@@ -4,7 +4,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLibraryInfo>
 #include <QStandardPaths>
+#include <QTranslator>
 #include <clocale>
 #include <fstream>
 #include <iostream>
@@ -72,6 +74,14 @@ void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text
   static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Qt");
   LOG4CXX_WARN(logger, text.toStdString());
   if (type == QtFatalMsg) std::cerr << text.toStdString() << std::endl;
+}
+
+/// Qt's own words, in its file dialog above all, in the panel's language.
+void translateQt(QApplication& application) {
+  auto* words = new QTranslator(&application);
+  if (words->load(QStringLiteral("qtbase_zh_CN"), QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
+    QApplication::installTranslator(words);
+  }
 }
 
 /// Opens a file that the user named; false, and a line on standard error, when it cannot be opened.
@@ -149,6 +159,7 @@ int main(int argc, char** argv) {
   // Qt has set the locale of the environment.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   std::setlocale(LC_NUMERIC, "C");
+  translateQt(application);
   GV::CUiResource::setTheme(options.m_strTheme);
   GV::CUiResource::applyToApplication();
   const int status = runTerminal(options);

@@ -185,7 +185,7 @@ TEST_F(Export, OutlivesItsTable) {
   EXPECT_EQ(contentOf(path("out.csv")), before);
 }
 
-TEST_F(Export, CancelledLeavesNoFile) {
+TEST_F(Export, CancelledLeavesTheOldFile) {
   addRows(20, 1000);
   for (const char* name : {"out.txt", "out.xlsx"}) {
     put(path(name), "old");
@@ -195,14 +195,16 @@ TEST_F(Export, CancelledLeavesNoFile) {
       EXPECT_FALSE(exportTo(name));
     });
     QApplication::exec();
-    EXPECT_TRUE(files().isEmpty()) << name;
+    EXPECT_EQ(files(), QStringList{name});
+    EXPECT_EQ(contentOf(path(name)), "old");
+    QFile::remove(path(name));
   }
 }
 
 TEST_F(Export, AReadOnlyFolderStaysAsItIs) {
   addRows(1, 5);
   put(path("old.txt"), "old");
-  // The old file may be written by all, but not deleted.
+  // The old file may be written by all, but nothing may be written beside it.
   ASSERT_EQ(chmod(path("old.txt").toLocal8Bit(), 0666), 0);
   ASSERT_EQ(chmod(m_folder.path().toLocal8Bit(), 0555), 0);
   {
@@ -217,13 +219,24 @@ TEST_F(Export, AReadOnlyFolderStaysAsItIs) {
   EXPECT_FALSE(exportTo(".")) << "a folder";
 }
 
-TEST_F(Export, AFileThatCannotGrowIsTakenAway) {
+TEST_F(Export, AFileThatCannotGrowLeavesTheOldOneOrNone) {
   addRows(4, 1000);
   const test::CFileSizeLimit limit(20000);
   for (const char* name : {"out.txt", "out.csv", "out.CSV", "out.xlsx"}) {
     EXPECT_FALSE(exportTo(name)) << name;
     EXPECT_TRUE(files().isEmpty()) << name << ": " << files().join(" ").toStdString();
+    put(path(name), "old");
+    EXPECT_FALSE(exportTo(name)) << name;
+    EXPECT_EQ(contentOf(path(name)), "old") << name;
+    QFile::remove(path(name));
   }
+}
+
+TEST(ExportRefusal, OnlyASheetHasAnEnd) {
+  constexpr int MOST = 1048575;
+  EXPECT_EQ(exportRefusal("a.xlsx", MOST), QString());
+  EXPECT_EQ(exportRefusal("a.xlsx", MOST + 1).toStdString(), "1048576 行超过表格的上限 1048575 行，没有导出");
+  for (const char* name : {"a.txt", "a.csv", "a.CSV"}) EXPECT_EQ(exportRefusal(name, MOST + 1), QString()) << name;
 }
 
 /// Texts quoted, numbers as they are shown and not quoted.
