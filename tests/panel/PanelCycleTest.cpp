@@ -129,7 +129,7 @@ TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
       boost::shared_ptr<CBasketTask> found;
       QString nodeKey;
       ASSERT_TRUE(m_pTable->getBasketTaskItemByKey(QStringLiteral("组合任务%1").arg(task), found, nodeKey)) << day;
-      old.push_back(found);
+      old.emplace_back(found);
     }
     Q_EMIT m_host.calendar().sigNewTradingDate("20261123");
     QCoreApplication::processEvents();

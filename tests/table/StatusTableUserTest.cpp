@@ -112,6 +112,7 @@ TEST_F(StatusTable, TheWindowOfOrdersKeepsItsPlaceSelectionAndSorting) {
   constexpr int TRADED = 5;
   constexpr int ORDERS = 200;
   std::vector<std::pair<std::string, int>> traded;
+  traded.reserve(ORDERS);
   for (int i = 0; i < ORDERS; ++i) traded.emplace_back(std::to_string(600000 + i), 1 + i);
   test::update(m_task, 1, "A1", "1001", traded);
   refresh(m_task);
