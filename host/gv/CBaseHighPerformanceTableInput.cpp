@@ -10,6 +10,7 @@
 
 #include "gv/CBaseHighPerformanceTable.h"
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "gv/PlainText.h"
 
 namespace GV {
 
@@ -180,7 +181,7 @@ void CBaseHighPerformanceTable::showTip(int row, int column, const QPoint& point
   if (tip.isEmpty() && cut) tip = text;
   // An empty text would take away a tip that the owner shows.
   if (tip.isEmpty()) return;
-  QToolTip::showText(global, tip, viewport(), cellRect(row, column));
+  QToolTip::showText(global, plainTip(tip), viewport(), cellRect(row, column));
 }
 
 // Keyboard

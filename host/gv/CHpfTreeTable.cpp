@@ -7,6 +7,7 @@
 #include <QtDebug>
 
 #include "gv/CBaseHighPerformanceTableColors.h"
+#include "gv/PlainText.h"
 
 namespace GV {
 
@@ -140,7 +141,7 @@ void CHpfTreeTable::clearColumnFilters() {
 void CHpfTreeTable::applyFilters() {
   for (int column = 0; column < m_pTreeModel->columnCount(); ++column) {
     const QString text = columnFilter(column);
-    markColumn(column, text.isEmpty() ? text : QStringLiteral("筛选：“%1”").arg(text));
+    markColumn(column, text.isEmpty() ? text : plainTip(QStringLiteral("筛选：“%1”").arg(text)));
   }
   if (m_filters.isEmpty()) {
     m_pTreeModel->setFilter({});

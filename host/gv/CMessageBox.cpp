@@ -18,6 +18,7 @@ void CMessageBox::information(QWidget* parent, const QString& title, const QStri
     return;
   }
   QMessageBox box(QMessageBox::Information, title, text, QMessageBox::NoButton, parent);
+  box.setTextFormat(Qt::PlainText);
   box.addButton(QStringLiteral("确定"), QMessageBox::AcceptRole);
   box.exec();
 }

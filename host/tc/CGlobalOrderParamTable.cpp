@@ -61,6 +61,7 @@ QString realText(double value) { return QString::fromStdString(formatFixed(value
 
 QLabel* createNote(QVBoxLayout& layout) {
   auto* note = new QLabel(layout.parentWidget());
+  note->setTextFormat(Qt::PlainText);
   note->setWordWrap(true);
   layout.addWidget(note);
   return note;

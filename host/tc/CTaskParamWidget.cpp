@@ -41,7 +41,9 @@ void CBaseTaskParamWidget::addLine(const QString& title, const QString& text) {
   auto* name = new QLabel(title, this);
   name->setMinimumWidth(72);
   line->addWidget(name);
-  line->addWidget(new QLabel(text.isEmpty() ? QStringLiteral("--") : text, this), 1);
+  auto* value = new QLabel(text.isEmpty() ? QStringLiteral("--") : text, this);
+  for (QLabel* label : {name, value}) label->setTextFormat(Qt::PlainText);
+  line->addWidget(value, 1);
   m_pLayout->addLayout(line);
 }
 

@@ -3,8 +3,10 @@
 #include <log4cxx/logger.h>
 
 #include <QString>
+#include <algorithm>
 #include <atomic>
 #include <boost/format.hpp>
+#include <cstdio>
 #include <memory>
 #include <mutex>
 
@@ -54,7 +56,7 @@ void CLogCenter::info(const void* object, const char* function, const std::strin
 }
 
 void CLogCenter::debug(const std::string& message) const {
-  if (isDebugEnabled()) LOG4CXX_DEBUG(debugLogger(), message);
+  if (isDebugEnabled()) LOG4CXX_DEBUG(debugLogger(), oneLine(message));
 }
 
 void CLogCenter::setObserver(LogObserver observer) {
@@ -64,11 +66,29 @@ void CLogCenter::setObserver(LogObserver observer) {
   g_observer.swap(next);
 }
 
+std::string oneLine(const std::string& text) {
+  const auto steers = [](unsigned char each) { return each < ' ' || each == 0x7f; };
+  if (std::none_of(text.begin(), text.end(), steers)) return text;
+  std::string line;
+  for (const char each : text) {
+    if (!steers(static_cast<unsigned char>(each))) {
+      line += each;
+    } else if (each == '\n') {
+      line += "\\n";
+    } else {
+      char escape[5];
+      std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(each)));
+      line += escape;
+    }
+  }
+  return line;
+}
+
 namespace detail {
 
-std::string toText(const std::string& value) { return value; }
-std::string toText(const char* value) { return value; }
-std::string toText(const QString& value) { return value.toStdString(); }
+std::string toText(const std::string& value) { return oneLine(value); }
+std::string toText(const char* value) { return oneLine(value); }
+std::string toText(const QString& value) { return oneLine(value.toStdString()); }
 std::string toText(int value) { return std::to_string(value); }
 std::string toText(long value) { return std::to_string(value); }
 std::string toText(long long value) { return std::to_string(value); }

@@ -32,6 +32,9 @@ class CLogCenter {
   void setObserver(LogObserver observer);
 };
 
+/// The text as one line of a log: what would end the line, or steer a terminal that shows it, is written as an escape.
+std::string oneLine(const std::string& text);
+
 namespace detail {
 std::string toText(const std::string& value);
 std::string toText(const char* value);

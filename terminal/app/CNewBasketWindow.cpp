@@ -77,6 +77,7 @@ CNewBasketWindow::CNewBasketWindow(const std::vector<SNewLine>& lines, const QSt
   resize(WINDOW_SIZE);
   for (const SAccountChoice& account : accounts) m_pAccount->addItem(account.m_strText, account.m_strKey);
   fillTable();
+  m_pFault->setTextFormat(Qt::PlainText);
   m_pFault->setProperty("invalid", true);
 
   auto* form = new QFormLayout;

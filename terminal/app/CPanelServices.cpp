@@ -32,6 +32,7 @@ void CPanelServices::showMessage(QWidget* parent, const QString& title, const QS
   if (m_bHeadless) return;
   auto* box = new QMessageBox(QMessageBox::Information, title, text, QMessageBox::NoButton,
                               parent ? parent->window() : &m_window);
+  box->setTextFormat(Qt::PlainText);
   box->setAttribute(Qt::WA_DeleteOnClose);
   box->addButton(QStringLiteral("确定"), QMessageBox::AcceptRole);
   box->open();

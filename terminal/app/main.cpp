@@ -19,6 +19,7 @@
 #include "PanelLoader.h"
 #include "Replay.h"
 #include "gv/CUiResource.h"
+#include "utils/Log.h"
 
 namespace {
 
@@ -72,7 +73,7 @@ void configureLog() {
 /// What Qt has to say goes to the log as well, so that standard error holds the program's own lines only.
 void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
   static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Qt");
-  LOG4CXX_WARN(logger, text.toStdString());
+  LOG4CXX_WARN(logger, utils::oneLine(text.toStdString()));
   if (type == QtFatalMsg) std::cerr << text.toStdString() << std::endl;
 }
 
