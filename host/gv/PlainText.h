@@ -1,5 +1,5 @@
-/// Texts of a host, an exchange or a user are texts: what looks like markup in them is shown, not carried out. Labels and
-/// message boxes are told so by their text format; what Qt offers no format for is told by these. Any thread.
+/// Texts of a host, an exchange or a user are texts: what looks like markup in them is shown, not carried out. Labels
+/// and message boxes are told so by their text format; what Qt offers no format for is told by these. Any thread.
 #pragma once
 
 #include <QString>

@@ -56,9 +56,15 @@ void checkHedge(const SOptions& options, std::int64_t dayStart, SInputs& inputs)
   inputs.m_faults.push_back("option --hedge: '" + options.m_hedge->m_strCode + "' is not listed; listed are " + known);
 }
 
-void readBasket(const std::string& file, const basket::ListedTest& isListed, SInputs& inputs) {
+/// instruments: the file that lists them.
+void readBasket(const std::string& file, const std::string& instruments, const basket::ListedTest& isListed,
+                SInputs& inputs) {
   basket::SBasketFile read = basket::readBasketFile(file, isListed);
   addFaults(read.m_faults, inputs);
+  if (read.m_nUnlisted > 0) {
+    inputs.m_faults.push_back(file + ": what is listed stands in " + instruments +
+                              "; the option --instruments names another file");
+  }
   const QString name = QFileInfo(QString::fromStdString(file)).completeBaseName();
   inputs.m_baskets.push_back({name.toStdString(), std::move(read.m_lines)});
 }
@@ -68,7 +74,8 @@ void readBasket(const std::string& file, const basket::ListedTest& isListed, SIn
 SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   SInputs inputs;
   const std::string& given = options.m_strInstruments;
-  basket::SInstrumentFile file = basket::readInstrumentFile(given.empty() ? dataFile("instruments.csv") : given);
+  const std::string instruments = given.empty() ? dataFile("instruments.csv") : given;
+  basket::SInstrumentFile file = basket::readInstrumentFile(instruments);
   addFaults(file.m_faults, inputs);
   inputs.m_instruments = std::move(file.m_instruments);
 
@@ -81,8 +88,8 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
       return keys.contains(utils::mavStockKey(std::string(market), std::string(code)));
     };
   }
-  for (const std::string& each : options.m_baskets) readBasket(each, isListed, inputs);
-  if (options.m_baskets.empty()) readBasket(dataFile("baskets/basket300.csv"), isListed, inputs);
+  for (const std::string& each : options.m_baskets) readBasket(each, instruments, isListed, inputs);
+  if (options.m_baskets.empty()) readBasket(dataFile("baskets/basket300.csv"), instruments, isListed, inputs);
   return inputs;
 }
 

@@ -37,6 +37,9 @@ constexpr std::array<SSideText, 8> SIDES{{{"买入", true},
                                           {"b", true},
                                           {"s", false}}};
 
+/// A basket for another list of instruments may hold nothing else: the first lines show what is meant.
+constexpr int UNLISTED_NAMED = 5;
+
 class CBasketRows {
  public:
   CBasketRows(const ListedTest& isListed, CFaults& faults) : m_isListed(isListed), m_faults(faults) {}
@@ -55,6 +58,15 @@ class CBasketRows {
 
   std::vector<SBasketLine> take() { return std::move(m_lines); }
 
+  /// The lines of instruments that are not listed; to be called when all are read.
+  int endUnlisted() {
+    const int more = m_nUnlisted - UNLISTED_NAMED;
+    if (more > 0) {
+      m_faults.add(m_nUnnamed, "from here on, lines of instruments that are not listed: " + std::to_string(more));
+    }
+    return m_nUnlisted;
+  }
+
  private:
   void complain(const STextRow& row, const std::string& text) { m_faults.add(row.m_nLine, text); }
 
@@ -65,7 +77,11 @@ class CBasketRows {
       fault = "unknown market " + quoted(row.m_fields[Market]);
     } else {
       fault = codeFault(line.m_strMarket, line.m_strCode);
-      if (fault.empty() && m_isListed && !m_isListed(line.m_strMarket, line.m_strCode)) fault = unlistedText(line);
+      if (fault.empty() && m_isListed && !m_isListed(line.m_strMarket, line.m_strCode)) {
+        if (++m_nUnlisted == UNLISTED_NAMED + 1) m_nUnnamed = line.m_nLine;
+        if (m_nUnlisted > UNLISTED_NAMED) return false;
+        fault = unlistedText(line);
+      }
     }
     if (!fault.empty()) complain(row, fault);
     return fault.empty();
@@ -119,6 +135,8 @@ class CBasketRows {
   CFaults& m_faults;
   std::map<std::tuple<std::string, std::string, bool>, int> m_seen;
   std::vector<SBasketLine> m_lines;
+  int m_nUnlisted = 0;
+  int m_nUnnamed = 0;  ///< the first line of those that are only counted
 };
 
 }  // namespace
@@ -130,6 +148,7 @@ SBasketFile readBasketFile(const std::string& path, const ListedTest& isListed) 
   for (const STextRow& row : table) rows.read(row);
   if (faults.isEmpty() && table.empty()) faults.add(0, "no line in the basket");
   SBasketFile file;
+  file.m_nUnlisted = rows.endUnlisted();
   if (faults.isEmpty()) file.m_lines = rows.take();
   file.m_faults = faults.take();
   return file;

@@ -35,6 +35,7 @@ struct SBasketLine {
 struct SBasketFile {
   std::vector<SBasketLine> m_lines;  ///< in the file's order; empty when there are faults: a basket is whole or refused
   std::vector<SFault> m_faults;
+  int m_nUnlisted = 0;  ///< lines of instruments that are not listed; the faults name the first of them
 
   bool isGood() const { return m_faults.empty(); }
 };

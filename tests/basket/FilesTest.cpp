@@ -69,6 +69,12 @@ TEST(BasketFile, NamesEveryFaultAndTradesNothing) {
       {"SZ,AAPL,买入,100\n", {"F:2: the code \"AAPL\" has not six digits"}},
       {"CFFEX,XX2612,买入,1\n", {"F:2: the code \"XX2612\" is no index future's (like IF2612)"}},
       {"CFFEX,IF2611,买入,1\n", {"F:2: the market CFFEX lists no instrument IF2611"}},
+      {"SH,600001,买入,1\nSH,600002,买入,1\nSH,600003,买入,1\nSH,600004,买入,1\nSH,600005,买入,1\nSH,600006,买入,1\n"
+       "SH,600007,买入,0\n",
+       {"F:2: the market SH lists no instrument 600001", "F:3: the market SH lists no instrument 600002",
+        "F:4: the market SH lists no instrument 600003", "F:5: the market SH lists no instrument 600004",
+        "F:6: the market SH lists no instrument 600005",
+        "F:7: from here on, lines of instruments that are not listed: 2", "F:8: the quantity is 0"}},
       {"SH,600000,hold,100\n", {"F:2: unknown side \"hold\": it is 买入 or 卖出"}},
       {"SH,600000,买入,0\n", {"F:2: the quantity is 0"}},
       {"SH,600000,买入,-100\n", {"F:2: the quantity \"-100\" is no whole number above 0"}},
