@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <utility>
 
 #include "ksservice/TraderCenter.h"
 #include "tc/CUserConfig.h"
@@ -14,11 +16,11 @@ namespace {
 SServices g_services;
 std::atomic<unsigned> g_servicesNumber{0};
 
-/// A service that is asked for before it was installed is a fault of the terminal that no panel can work around.
+/// A service that is asked for before they were installed is a fault of the terminal that no panel can work around.
 template <typename Service>
-Service& installed(Service* service, const char* name) {
+Service& installed(Service* service) {
   if (!service) {
-    std::fprintf(stderr, "host service '%s' is not installed\n", name);
+    std::fputs("the host's services are not installed\n", stderr);
     std::abort();
   }
   return *service;
@@ -26,31 +28,60 @@ Service& installed(Service* service, const char* name) {
 
 }  // namespace
 
-void installServices(const SServices& services) {
+std::vector<std::string> installServices(const SServices& services) {
+  const std::pair<const char*, bool> all[] = {
+      {"data centre", services.dataCenter != nullptr},
+      {"task centre", services.taskCenter != nullptr},
+      {"clock", services.clock != nullptr},
+      {"job monitor", services.jobMonitor != nullptr},
+      {"hedge manager", services.hedgeManager != nullptr},
+      {"command centre", services.commandCenter != nullptr},
+      {"exchange client", services.exchangeClient != nullptr},
+      {"message service", services.msgService != nullptr},
+      {"quote client", services.quoteClient != nullptr},
+      {"stock unit configuration", services.stockUnitConfig != nullptr},
+      {"time service", services.timeService != nullptr},
+      {"trade client", services.tradeClient != nullptr},
+      {"trading calendar", services.tradingCalendar != nullptr},
+      {"user configuration", services.userConfig != nullptr},
+      {"hedge settings", services.hedgeSettings != nullptr},
+  };
+  std::vector<std::string> missing;
+  for (const auto& [name, given] : all) {
+    if (!given) missing.emplace_back(name);
+  }
+  if (missing.size() == std::size(all)) missing.clear();  // they are taken away
+  if (!missing.empty()) {
+    std::fputs("the host's services are not taken; these are missing:", stderr);
+    for (const std::string& name : missing) std::fprintf(stderr, " '%s'", name.c_str());
+    std::fputs("\n", stderr);
+    return missing;
+  }
   g_services = services;
   ++g_servicesNumber;
+  return missing;
 }
 
 unsigned servicesNumber() { return g_servicesNumber; }
 
-CBasketHedgeManager& getBasketHedgeManager() { return installed(g_services.hedgeManager, "hedge manager"); }
-CItCommandCenter& getItCommandCenter() { return installed(g_services.commandCenter, "command centre"); }
-CExchangeClient& getExchangeClient() { return installed(g_services.exchangeClient, "exchange client"); }
-CMsgService& getMsgService() { return installed(g_services.msgService, "message service"); }
-CQuoteClient& getQuoteClient() { return installed(g_services.quoteClient, "quote client"); }
-CStockUnitConfig& getStockUnitConfig() { return installed(g_services.stockUnitConfig, "stock unit configuration"); }
-CTimeService& getTimeService() { return installed(g_services.timeService, "time service"); }
-CTradeClient& getTradeClient() { return installed(g_services.tradeClient, "trade client"); }
-CTradingCalendar& getTradingCalendar() { return installed(g_services.tradingCalendar, "trading calendar"); }
-CUserConfig& getUserConfig() { return installed(g_services.userConfig, "user configuration"); }
-utils::IJobMonitor& getJobMonitor() { return installed(g_services.jobMonitor, "job monitor"); }
+CBasketHedgeManager& getBasketHedgeManager() { return installed(g_services.hedgeManager); }
+CItCommandCenter& getItCommandCenter() { return installed(g_services.commandCenter); }
+CExchangeClient& getExchangeClient() { return installed(g_services.exchangeClient); }
+CMsgService& getMsgService() { return installed(g_services.msgService); }
+CQuoteClient& getQuoteClient() { return installed(g_services.quoteClient); }
+CStockUnitConfig& getStockUnitConfig() { return installed(g_services.stockUnitConfig); }
+CTimeService& getTimeService() { return installed(g_services.timeService); }
+CTradeClient& getTradeClient() { return installed(g_services.tradeClient); }
+CTradingCalendar& getTradingCalendar() { return installed(g_services.tradingCalendar); }
+CUserConfig& getUserConfig() { return installed(g_services.userConfig); }
+utils::IJobMonitor& getJobMonitor() { return installed(g_services.jobMonitor); }
 
 bool isBrokerTypeMatchTradeType(const ksservice::CAccountInfo& account, EMavTraderType type) {
   return getUserConfig().isBrokerMatched(account.getKey(), type);
 }
 
 bool loadHedgeParam(int commandId, ksservice::CBasketHedgeParam& param) {
-  return installed(g_services.hedgeSettings, "hedge settings").loadHedgeParam(commandId, param);
+  return installed(g_services.hedgeSettings).loadHedgeParam(commandId, param);
 }
 
 }  // namespace TC
@@ -62,19 +93,19 @@ TraderCenter& TraderCenter::instance() {
   return center;
 }
 
-IDataCenter& TraderCenter::getDataCenter() const { return TC::installed(TC::g_services.dataCenter, "data centre"); }
-ITaskCenter& TraderCenter::getTaskCenter() const { return TC::installed(TC::g_services.taskCenter, "task centre"); }
+IDataCenter& TraderCenter::getDataCenter() const { return TC::installed(TC::g_services.dataCenter); }
+ITaskCenter& TraderCenter::getTaskCenter() const { return TC::installed(TC::g_services.taskCenter); }
 
 }  // namespace ksservice
 
 namespace utils {
 
-double clockMSec() { return TC::installed(TC::g_services.clock, "clock").clockMSec(); }
+double clockMSec() { return TC::installed(TC::g_services.clock).clockMSec(); }
 
 double clock() { return clockMSec() / 1000; }
 
 void singleShot(int msec, QObject* context, std::function<void()> action) {
-  TC::installed(TC::g_services.clock, "clock").singleShot(msec, context, std::move(action));
+  TC::installed(TC::g_services.clock).singleShot(msec, context, std::move(action));
 }
 
 }  // namespace utils
@@ -82,7 +113,7 @@ void singleShot(int msec, QObject* context, std::function<void()> action) {
 namespace GV {
 
 QDateTime secondToQDateTime(int seconds) {
-  return QDateTime::fromSecsSinceEpoch(seconds, TC::installed(TC::g_services.clock, "clock").timeZone());
+  return QDateTime::fromSecsSinceEpoch(seconds, TC::installed(TC::g_services.clock).timeZone());
 }
 
 }  // namespace GV

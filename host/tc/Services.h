@@ -2,6 +2,9 @@
 /// makes a panel; the accessors hand out what is installed.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "ksservice/CBasketHedgeParam.h"
 
 namespace ksservice {
@@ -52,8 +55,10 @@ struct SServices {
   IHedgeSettings* hedgeSettings = nullptr;
 };
 
-/// Installs the services for the process; an empty set takes them away. GUI thread, while no panel exists.
-void installServices(const SServices& services);
+/// Installs the services for the process, all or none: gives the names of those that the set lacks, which are said on
+/// standard error too, and then what was installed before stays. An empty set takes them away. GUI thread, while no
+/// panel exists.
+std::vector<std::string> installServices(const SServices& services);
 /// Another number after each installServices. Any thread.
 unsigned servicesNumber();
 

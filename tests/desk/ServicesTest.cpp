@@ -71,4 +71,21 @@ TEST_F(ServicesTest, SignalsComeOnTheGuiThreadWhoeverAnnounces) {
   EXPECT_EQ(heard, (std::vector<std::string>{"123:5", "123/1", "20261123", "units"}));
 }
 
+TEST_F(ServicesTest, AreTakenWholeOrNotAtAll) {
+  TC::SServices some;
+  some.clock = nullptr;
+  some.dataCenter = &ksservice::TraderCenter::instance().getDataCenter();
+  some.userConfig = &TC::getUserConfig();
+  const unsigned before = TC::servicesNumber();
+  const std::vector<std::string> missing = TC::installServices(some);
+  EXPECT_EQ(missing.size(), 13U);
+  for (const char* name : {"task centre", "clock", "hedge settings"}) {
+    EXPECT_EQ(std::count(missing.begin(), missing.end(), name), 1) << name;
+  }
+  EXPECT_EQ(TC::servicesNumber(), before);
+  EXPECT_EQ(&TC::getUserConfig(), some.userConfig) << "those from before stay";
+  m_services.uninstall();
+  EXPECT_NE(TC::servicesNumber(), before) << "the empty set takes them away";
+}
+
 }  // namespace
