@@ -19,24 +19,25 @@ QString fileOf(const std::string& given) {
 
 }  // namespace
 
-CStateStore::CStateStore(const std::string& file)
-    : m_pSettings(std::make_unique<QSettings>(fileOf(file), QSettings::IniFormat)) {
-  m_pSettings->setIniCodec("UTF-8");
-}
-
-std::string CStateStore::fault() const {
-  const QFileInfo file(m_pSettings->fileName());
+CStateStore::CStateStore(const std::string& given) {
+  const QFileInfo file(fileOf(given));
   const std::string name = file.filePath().toStdString();
-  if (file.exists() && (file.isDir() || !file.isReadable())) return "cannot read " + name;
-  switch (m_pSettings->status()) {
-    case QSettings::NoError:
-      return {};
-    case QSettings::AccessError:
-      return "cannot read " + name;
-    case QSettings::FormatError:
-      return name + " is no file of settings";
+  // Looked at before it is opened: settings are read at once, and a device has no end.
+  if (file.exists() && (file.isDir() || !file.isReadable())) {
+    m_strFault = "cannot read " + name;
+    return;
   }
-  return {};
+  const std::string foreign = name + " is no file of this terminal's settings";
+  if (file.exists() && !file.isFile()) {
+    m_strFault = foreign;
+    return;
+  }
+  m_pSettings = std::make_unique<QSettings>(file.filePath(), QSettings::IniFormat);
+  m_pSettings->setIniCodec("UTF-8");
+  if (m_pSettings->status() == QSettings::AccessError) m_strFault = "cannot read " + name;
+  // Almost any text reads as settings; ours have what we wrote, and saving would replace all else.
+  const bool ours = m_pSettings->status() == QSettings::NoError && m_pSettings->contains(QLatin1String(PARAM_KEY));
+  if (m_strFault.empty() && file.size() > 0 && !ours) m_strFault = foreign;
 }
 
 QString CStateStore::panelParam() const { return m_pSettings->value(QLatin1String(PARAM_KEY)).toString(); }

@@ -12,10 +12,11 @@ namespace app {
 class CStateStore {
  public:
   /// An empty file name: the user's own, in the user's folder of configurations.
-  explicit CStateStore(const std::string& file);
+  explicit CStateStore(const std::string& given);
 
-  /// Why the file cannot be used; empty: it can, or it is not there yet.
-  std::string fault() const;
+  /// Why the file cannot be used, and then nothing else may be asked; empty: it can, or it is not there yet. A file
+  /// with something else than what was kept is left alone.
+  const std::string& fault() const { return m_strFault; }
 
   /// Empty when none was kept.
   QString panelParam() const;
@@ -25,7 +26,8 @@ class CStateStore {
   bool save(const QString& panelParam, const QMainWindow& window);
 
  private:
-  std::unique_ptr<QSettings> m_pSettings;
+  std::string m_strFault;
+  std::unique_ptr<QSettings> m_pSettings;  ///< null where there is a fault
 };
 
 }  // namespace app

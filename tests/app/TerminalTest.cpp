@@ -204,6 +204,20 @@ TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
   const SResult folder = runTerminal({"--headless", "--seconds", "1", "--config", m_folder.path()});
   EXPECT_EQ(folder.m_nStatus, 2);
   EXPECT_EQ(folder.m_strErrors, "cannot read " + m_folder.path() + "\n");
+
+  // Somebody's own file is left alone; an empty one is taken.
+  for (const char* text : {"市场,代码,方向,数量\nSH,600000,买入,100\n", "[other]\nkey=1\n"}) {
+    writeFile(path("own"), text);
+    const SResult own = runTerminal({"--headless", "--seconds", "1", "--config", path("own")});
+    EXPECT_EQ(own.m_nStatus, 2);
+    EXPECT_EQ(own.m_strErrors, path("own") + " is no file of this terminal's settings\n");
+    QFile file(path("own"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), text);
+  }
+  EXPECT_EQ(runTerminal({"--headless", "--seconds", "1", "--config", "/dev/zero"}).m_nStatus, 2);
+  writeFile(path("empty"), "");
+  EXPECT_EQ(runTerminal({"--headless", "--seconds", "1", "--config", path("empty")}).m_nStatus, 0);
 }
 
 TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {
