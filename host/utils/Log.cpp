@@ -7,6 +7,8 @@
 #include <atomic>
 #include <boost/format.hpp>
 #include <cstdio>
+#include <iterator>
+#include <locale>
 #include <memory>
 #include <mutex>
 
@@ -95,8 +97,23 @@ std::string toText(long long value) { return std::to_string(value); }
 std::string toText(unsigned long value) { return std::to_string(value); }
 std::string toText(double value) { return QString::number(value).toStdString(); }
 
+/// The pattern's characters are asked of the locale, whose tables libstdc++ fills at the first call, without a lock:
+/// they are filled here, once.
+const std::locale& filledLocale() {
+  static const std::locale locale = [] {
+    std::locale made;
+    const auto& characters = std::use_facet<std::ctype<char>>(made);
+    const char from[] = {'0', '9'};
+    char to[sizeof from];
+    characters.narrow(std::begin(from), std::end(from), '\0', to);
+    characters.widen(std::begin(from), std::end(from), to);
+    return made;
+  }();
+  return locale;
+}
+
 std::string format(const char* pattern, std::initializer_list<std::string> values) {
-  boost::format message(pattern);
+  boost::format message(pattern, filledLocale());
   // A log line with a wrong number of values must never end the program.
   message.exceptions(boost::io::no_error_bits);
   for (const std::string& value : values) message % value;

@@ -4,6 +4,8 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -14,6 +16,8 @@
 
 namespace basket {
 namespace {
+
+constexpr std::uintmax_t MOST_BYTES = 50'000'000;
 
 /// libcsv, fed line by line so that a row knows its line.
 class CRowParser {
@@ -51,6 +55,16 @@ class CRowParser {
 };
 
 bool isBlank(const std::string& text) { return text.find_first_not_of(" \t") == std::string::npos; }
+
+/// Why the file is not read at all; empty: it is. Looked at first, since a device or a pipe has no end.
+std::string refusalOf(const std::string& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (!std::filesystem::exists(status) || std::filesystem::is_directory(status)) return "cannot be read";
+  if (!std::filesystem::is_regular_file(status)) return "is no regular file";
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  return !error && size > MOST_BYTES ? "is larger than 50 MB" : std::string();
+}
 
 std::optional<std::string> readAll(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -147,6 +161,10 @@ std::vector<SFault> CFaults::take() {
 
 std::vector<STextRow> readTextTable(const std::string& path, const std::vector<SColumnTitles>& columns,
                                     CFaults& faults) {
+  if (const std::string refusal = refusalOf(path); !refusal.empty()) {
+    faults.add(0, refusal);
+    return {};
+  }
   const auto bytes = readAll(path);
   if (!bytes) {
     faults.add(0, "cannot be read");

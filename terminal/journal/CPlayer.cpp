@@ -87,6 +87,7 @@ CPlayer::EExit CPlayer::play(std::istream& in, const std::string& fileName) {
   SJournal journal = readJournal(in, fileName);
   m_strFile = fileName;
   m_strFault = std::move(journal.m_strFault);
+  if (!journal.m_strTorn.empty()) m_errors << journal.m_strTorn << std::endl;
   m_lines = std::move(journal.m_lines);
   m_nNext = 0;
   QElapsedTimer timer;

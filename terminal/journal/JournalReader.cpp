@@ -1,10 +1,14 @@
 #include "JournalReader.h"
 
+#include <array>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <utility>
 
 namespace journal {
 namespace {
+
+constexpr std::size_t LINE_BYTES = std::size_t{64} << 20;
 
 /// Checks what one line cannot know: what the lines before it said.
 class CContext {
@@ -53,9 +57,37 @@ class CContext {
   std::set<std::string> m_accounts;
 };
 
+bool isObject(const std::string& text) {
+  return text[text.find_first_not_of(" \t\r")] == '{' && nlohmann::json::accept(text);
+}
+
 bool isSkipped(const std::string& text) {
   const std::size_t begin = text.find_first_not_of(" \t\r");
   return begin == std::string::npos || text[begin] == '#';
+}
+
+enum class ELine { Whole, Torn, TooLong, None };
+
+/// The next line, without its end; Torn: the text has ended instead.
+ELine readLine(std::istream& in, std::string& text) {
+  text.clear();
+  std::array<char, 1 << 16> block;  // NOLINT(cppcoreguidelines-pro-type-member-init): filled by what is read
+  for (;;) {
+    in.getline(block.data(), block.size());
+    const auto count = static_cast<std::size_t>(in.gcount());
+    if (in.eof()) {
+      text.append(block.data(), count);
+      return text.empty() ? ELine::None : ELine::Torn;
+    }
+    if (in.good()) {
+      text.append(block.data(), count - 1);  // the line end was counted
+      return ELine::Whole;
+    }
+    if (in.bad() || count == 0) return ELine::None;
+    text.append(block.data(), count);
+    if (text.size() > LINE_BYTES) return ELine::TooLong;
+    in.clear();
+  }
 }
 
 }  // namespace
@@ -69,17 +101,22 @@ SJournal readJournal(std::istream& in, const std::string& fileName) {
   CContext context;
   std::string text;
   int number = 0;
-  while (std::getline(in, text)) {
+  for (ELine state = readLine(in, text); state != ELine::None; state = readLine(in, text)) {
     ++number;
     if (isSkipped(text)) continue;
-    auto parsed = parseLine(text);
-    std::string fault;
+    std::string fault = state == ELine::TooLong ? "the line is longer than 64 MiB" : std::string();
+    auto parsed = fault.empty() ? parseLine(text) : std::variant<SLine, std::string>(fault);
     if (SLine* line = std::get_if<SLine>(&parsed)) {
       line->m_nNumber = number;
       fault = context.check(*line);
       if (fault.empty()) journal.m_lines.push_back(std::move(*line));
     } else {
       fault = std::get<std::string>(parsed);
+      // A recording that was cut off is good up to there.
+      if (state == ELine::Torn && !isObject(text) && context.isStarted()) {
+        journal.m_strTorn = faultText(fileName, number, "the last line is torn and left out");
+        return journal;
+      }
     }
     if (!fault.empty()) {
       journal.m_strFault = faultText(fileName, number, fault);

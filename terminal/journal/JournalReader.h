@@ -13,6 +13,7 @@ namespace journal {
 struct SJournal {
   std::vector<SLine> m_lines;
   std::string m_strFault;  ///< "file:line: what is wrong"; empty: none
+  std::string m_strTorn;   ///< the same of a last line that is left out, since its end is missing; empty: none
 };
 
 /// Any thread.

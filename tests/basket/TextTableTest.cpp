@@ -98,11 +98,18 @@ TEST(TextTable, TellsNoMoreFaultsThanCanBeReadAndReadsNoDirectory) {
   std::string source = "code,name\n";
   for (int i = 0; i < 100; ++i) source += "1\n";
   EXPECT_EQ(SRead(source).m_faults.size(), CFaults::MOST);
-  for (const std::string& path :
-       {std::filesystem::temp_directory_path().string(), std::string("/nowhere/at all.csv")}) {
+  const CTestFile large("code,name\n");
+  std::filesystem::resize_file(large.path(), 50'000'001);
+  const std::pair<std::string, const char*> refused[] = {
+      {std::filesystem::temp_directory_path().string(), ": cannot be read"},
+      {"/nowhere/at all.csv", ": cannot be read"},
+      {"/dev/zero", ": is no regular file"},
+      {large.path(), ": is larger than 50 MB"},
+  };
+  for (const auto& [path, why] : refused) {
     CFaults faults(path);
     readTextTable(path, COLUMNS, faults);
-    EXPECT_EQ(faults.take().at(0).toString(), path + ": cannot be read");
+    EXPECT_EQ(faults.take().at(0).toString(), path + why);
   }
 }
 

@@ -103,6 +103,28 @@ TEST(Reader, BrokenJsonSaysWhatTheParserFound) {
             std::string::npos);
 }
 
+/// What a recording was when its program was killed.
+TEST(Reader, ATornLastLineIsLeftOutAndTold) {
+  for (const char* torn : {"{\"kind\":\"op", "{", "x"}) {
+    const SJournal journal = read(SESSION + "\n{\"kind\":\"open\"}\n" + torn);
+    EXPECT_EQ(journal.m_strFault, "") << torn;
+    EXPECT_EQ(journal.m_strTorn, "morning.jsonl:3: the last line is torn and left out");
+    EXPECT_EQ(journal.m_lines.size(), 2U);
+  }
+  EXPECT_EQ(read(SESSION + "\n{\"kind\":\"open\"}").m_lines.size(), 2U) << "whole but for its end";
+  EXPECT_EQ(read(SESSION + "\n{\"kind\":\"jump\"}").m_strFault, "morning.jsonl:2: unknown kind 'jump'");
+}
+
+TEST(Reader, LinesHaveLimits) {
+  const auto nested = [](int depth) {
+    return R"({"kind":"serverReply","document":)" + std::string(depth, '{') + std::string(depth, '}') + "}";
+  };
+  EXPECT_EQ(faultOf(nested(64)), "morning.jsonl:3: nests deeper than 64");
+  EXPECT_EQ(faultOf(R"({"kind":"dump","name":")" + std::string(100, '[') + "\"}"), "") << "a text";
+  const std::string filler(std::size_t{65} << 20, ' ');
+  EXPECT_EQ(faultOf("{" + filler + "}"), "morning.jsonl:3: the line is longer than 64 MiB");
+}
+
 TEST(Reader, TheSessionLineComesFirst) {
   EXPECT_EQ(read("# nothing\n{\"kind\":\"open\"}\n").m_strFault,
             "morning.jsonl:2: the first line must be of the kind 'session'");
