@@ -21,8 +21,13 @@ class PlainText : public TableTest {
   PlainText() {
     utils::CLogCenter::instance().setObserver([this](const std::string& message) { m_log.push_back(message); });
   }
-  ~PlainText() override { utils::CLogCenter::instance().setObserver({}); }
 
+ public:
+  ~PlainText() override { utils::CLogCenter::instance().setObserver({}); }
+  PlainText(const PlainText&) = delete;
+  PlainText& operator=(const PlainText&) = delete;
+
+ protected:
   std::vector<std::string> m_log;
 };
 
