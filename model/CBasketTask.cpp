@@ -1,6 +1,7 @@
 #include "CBasketTask.h"
 
 #include "CBasketPatchWidget.h"
+#include "RefreshRun.h"
 #include "TaskKeys.h"
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"

@@ -38,12 +38,6 @@ enum class ELetGo { Held, NewTradingDay, Closed };
 /// To what part of a task a detail belongs.
 enum EBasketTaskType : int { EBTT_Own = 0, EBTT_Hedge = 1, EBTT_Patch = 2 };
 
-/// What a load has brought to a task.
-struct STaskLoad {
-  std::set<std::string> own;  ///< keys of details
-  bool patches = false;
-};
-
 /// One basket task as the panel shows it: keeps the task's details, builds the tree of nodes from them, sums the
 /// figures up the tree and derives the task's status.
 ///
@@ -224,23 +218,11 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// the user is asked.
   enum class EPatchPhase { None, Querying, Started, Confirming };
   struct SRefresh;  // one run of updateDetail
-  /// The details as the data centre knows them, by their keys.
-  struct SNewest {
-    std::map<std::string, ksservice::CTaskDetailPtr> own;
-    std::map<std::string, ksservice::CTaskDetailPtr> patches;
-  };
-  /// What is left of a row.
-  struct SLeft {
-    CBasketTaskItem* item;
-    PatchLine line;
-    long long orders;  ///< what its orders have traded or may still
-    SRest rest;
-  };
-  /// What can be patched, and a line for the user for each row that cannot.
-  struct SOffer {
-    ParamList params;
-    QStringList refused;
-  };
+  struct SLoad;     // what a load has brought
+  // See PatchOffer.h.
+  struct SNewest;
+  struct SLeft;
+  struct SOffer;
 
   static SAccount accountOf(const ksservice::CTaskDetail& detail);
   static QString rowKeyOf(const ksservice::CCodeOrderParam& p);
@@ -386,9 +368,9 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   RowMap m_futuresMap;                    ///< rows of futures, alike
   QMap<QString, QString> m_accountTexts;  ///< display identifiers by account key
   DetailMap m_mapDetails;
-  std::set<std::string> m_begun;    ///< details that have rows, but were not counted yet
-  bool m_bNewRows = false;          ///< that are not in the tree yet
-  std::optional<STaskLoad> m_load;  ///< of the load that goes on
+  std::set<std::string> m_begun;  ///< details that have rows, but were not counted yet
+  bool m_bNewRows = false;        ///< that are not in the tree yet
+  std::unique_ptr<SLoad> m_load;  ///< of the load that goes on
   DetailMap m_mapHedgeDetails;
   DetailMap m_mapAlgoDetails;  ///< server tasks, by the key of their progress
   CPatchBook m_patches{m_ledger, m_stockMap};

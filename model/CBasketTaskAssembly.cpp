@@ -93,26 +93,26 @@ void CBasketTask::sumAll() {
 
 void CBasketTask::beginLoad() {
   const Lock lock(m_mutex);
-  if (!m_load) m_load.emplace();
+  if (!m_load) m_load = std::make_unique<SLoad>();
 }
 
 void CBasketTask::endLoad() {
-  STaskLoad load;
+  std::unique_ptr<SLoad> load;
   bool dropped = false;
   {
     const Lock lock(m_mutex);
     if (!m_load) return;
-    load = *std::exchange(m_load, std::nullopt);
+    load = std::move(m_load);
     followShape();
     sumAll();
-    for (const std::string& key : load.own) {
+    for (const std::string& key : load->own) {
       const boost::shared_ptr<CTaskDetail> detail = m_mapDetails.value(key);
       if (isFilled() && detail && detail->m_nStatus != ksservice::ETS_Finished) writeBackFinished(*detail);
     }
-    dropped = load.patches && dropsForHedge();
+    dropped = load->patches && dropsForHedge();
     formRoot();
   }
-  announcePatched(dropped, load.patches);
+  announcePatched(dropped, load->patches);
 }
 
 void CBasketTask::updateOrderDetail() {

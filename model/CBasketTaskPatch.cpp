@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "CBasketPatchWidget.h"
-#include "CBasketTask.h"
 #include "EHpfBasketTaskStatus.h"
+#include "PatchOffer.h"
 #include "gv/CMessageBox.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"

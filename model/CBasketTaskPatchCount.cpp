@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "CBasketTask.h"
 #include "EHpfBasketTaskStatus.h"
+#include "RefreshRun.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/Services.h"
 

@@ -2,8 +2,8 @@
 /// for; a server task of which nothing is known counts as taken whole.
 #include <limits>
 
-#include "CBasketTask.h"
 #include "EHpfBasketTaskStatus.h"
+#include "PatchOffer.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CItCommandCenter.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "CBasketTask.h"
+#include "PatchOffer.h"
 #include "TaskKeys.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
