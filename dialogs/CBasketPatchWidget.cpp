@@ -14,6 +14,7 @@
 #include "gv/CVerticalWidgetList.h"
 #include "gv/Controls.h"
 #include "gv/Helpers.h"
+#include "gv/Scaling.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/COpBasketStockParamsWidget.h"
@@ -33,9 +34,15 @@ constexpr double NO_LIMIT = std::numeric_limits<double>::max();
 
 int buttonHeight() { return GV::CUiResource::getSize(QStringLiteral("tc_siz_account_btn_height")); }
 
+/// Keeps a button as large as the resources say.
+void followSize(QWidget& button, const QString& widthKey) {
+  GV::followScale(button,
+                  [&button, widthKey] { button.setFixedSize(GV::CUiResource::getSize(widthKey), buttonHeight()); });
+}
+
 GV::CPushButton* smallButton(int id, const QString& text, QWidget* parent) {
   auto* button = new GV::CSmallNoNormalButton(id, text, parent);
-  button->setFixedSize(GV::CUiResource::getSize(QStringLiteral("tc_siz_account_btn_width_small")), buttonHeight());
+  followSize(*button, QStringLiteral("tc_siz_account_btn_width_small"));
   button->setAutoDefault(false);
   return button;
 }
@@ -52,7 +59,7 @@ CBasketPatchDialog::CBasketPatchDialog()
       m_pQuantities(new GV::CBaseTableColumnLineEditDelegate(this)),
       m_pCheckBoxes(new GV::CBaseTableColumnCheckBoxDelegate(this)) {
   setWindowTitle(QStringLiteral("补单"));
-  setFixedSize(930, 400);
+  GV::setScaledFixedSize(*this, {930, 400});
   createTable();
   auto* list = GV::CVerticalWidgetList::fill(this);
   list->addWidget(createTools());
@@ -63,19 +70,18 @@ CBasketPatchDialog::CBasketPatchDialog()
 QWidget* CBasketPatchDialog::createTools() {
   auto* tools = new QWidget(this);
   auto* row = new QHBoxLayout(tools);
-  row->setContentsMargins(10, 6, 0, 6);
-  row->setSpacing(6);
+  GV::setScaledMargins(*row, {10, 6, 10, 6});
+  GV::setScaledSpacing(*row, 6);
   row->addWidget(smallButton(ID_ALL, QStringLiteral("全选"), tools));
   row->addWidget(smallButton(ID_INVERT, QStringLiteral("反选"), tools));
   auto* label = new QLabel(QStringLiteral("当前交易参数"), tools);
-  label->setFixedHeight(buttonHeight());
+  GV::followScale(*label, [label] { label->setFixedHeight(buttonHeight()); });
   label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   row->addWidget(label, 1);
   m_pOrderType = new GV::CSmallNoNormalButton(ID_ORDER_TYPE, QStringLiteral("普通交易"), tools);
-  m_pOrderType->setFixedSize(GV::CUiResource::getSize(QStringLiteral("tc_siz_account_btn_width")), buttonHeight());
+  followSize(*m_pOrderType, QStringLiteral("tc_siz_account_btn_width"));
   m_pOrderType->setAutoDefault(false);
   row->addWidget(m_pOrderType);
-  row->addSpacing(10);
   return tools;
 }
 

@@ -5,6 +5,7 @@
 #include "gv/CDialogButtonRow.h"
 #include "gv/CVerticalWidgetList.h"
 #include "gv/Controls.h"
+#include "gv/Scaling.h"
 #include "tc/COpBasketStockParamsWidget.h"
 
 namespace TC {
@@ -21,8 +22,10 @@ CTradeParamDialog::CTradeParamDialog(const ksservice::CCodeOrderParam& taskParam
                                      QWidget* parent)
     : GV::CCommonDialog(parent), m_pWidget(new COpBasketStockParamsWidget(accountTypeOf(taskParam), this)) {
   setWindowTitle(QStringLiteral("交易参数设置"));
-  setMinimumSize(SIZE);
-  resize(SIZE);
+  GV::followScale(*this, [this] {
+    setMinimumSize(GV::CUiResource::scaled(SIZE));
+    resize(GV::CUiResource::scaled(SIZE));
+  });
   table().setAlgoVisible(true);
   m_pWidget->setSaveParam(true);
   m_pWidget->load(taskParam, QString());

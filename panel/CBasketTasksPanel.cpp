@@ -98,6 +98,7 @@ void CBasketTasksPanel::createUi() {
   connect(menu->addAction(QStringLiteral("全部收起")), SIGNAL(triggered(bool)), SLOT(onFoldAll(bool)));
   connect(menu->addAction(QStringLiteral("全部展开")), SIGNAL(triggered(bool)), SLOT(onExpandAll(bool)));
   inner->addWidget(m_pTable, 1);
+  setFocusProxy(m_pTable);
 
   outer->addLayout(inner, 1);
   setLayout(outer);

@@ -6,6 +6,7 @@
 #include "TaskFilter.h"
 #include "TaskKeys.h"
 #include "gv/Controls.h"
+#include "gv/Scaling.h"
 #include "tc/CSettingDialogNew.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
@@ -20,6 +21,7 @@ enum EEvent : int { EventButton = 5, EventCheckBox = 67, EventTaskButton = 1140,
 enum class EControl { Filter, Button, Settings, Check, Separator };
 
 constexpr int NO_ID = -1;
+// Pixels at scale 1.
 constexpr int FILTER_WIDTH = 80;
 constexpr QSize BUTTON_SIZE(60, 22);
 constexpr QSize CHECK_BOX_SIZE(120, 24);
@@ -80,7 +82,7 @@ void CBasketTasksPanel::fillToolBar(GV::CAutoExpandToolBar& bar) {
         break;
       case EControl::Button: {
         auto* button = new GV::CSmallNoNormalButton(control.id, QString::fromUtf8(control.text), &bar);
-        button->setFixedSize(BUTTON_SIZE);
+        GV::setScaledFixedSize(*button, BUTTON_SIZE);
         bar.addWidget(button);
         break;
       }
@@ -94,7 +96,7 @@ void CBasketTasksPanel::fillToolBar(GV::CAutoExpandToolBar& bar) {
         m_pFilterFinishedCheck = new GV::CCheckBox(control.id, QString::fromUtf8(control.text), &bar);
         m_pFilterFinishedCheck->setTextColorKey(QStringLiteral("clr_text_default"));
         m_pFilterFinishedCheck->setFontKey(QStringLiteral("fnt_default_normal_fix"));
-        m_pFilterFinishedCheck->setFixedSize(CHECK_BOX_SIZE);
+        GV::setScaledFixedSize(*m_pFilterFinishedCheck, CHECK_BOX_SIZE);
         bar.addWidget(m_pFilterFinishedCheck);
         break;
       case EControl::Separator:
@@ -111,7 +113,7 @@ void CBasketTasksPanel::addFilter(GV::CAutoExpandToolBar& bar) {
   for (std::size_t i = 0; i < taskFilters().size(); ++i) {
     m_pFilterCombo->addItem(static_cast<int>(i), QString::fromUtf8(taskFilters()[i].text));
   }
-  m_pFilterCombo->setFixedWidth(FILTER_WIDTH);
+  GV::setScaledFixedWidth(*m_pFilterCombo, FILTER_WIDTH);
   bar.addWidget(m_pFilterCombo);
 }
 

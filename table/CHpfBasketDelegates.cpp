@@ -10,8 +10,10 @@
 namespace TC {
 namespace {
 
+// Pixels at scale 1.
 constexpr int BAR_HEIGHT = 6;
 constexpr int STUB_WIDTH = 3;
+constexpr int PREFERRED_WIDTH = 120;
 
 }  // namespace
 
@@ -19,12 +21,16 @@ void CHpfBasketProgressDelegate::paint(QPainter& painter, const GV::SCell& cell)
   const QString shown = text(cell.row);
   if (shown.isEmpty()) return;
   const double fraction = progressFraction(shown);
-  const int width = fraction > 0 ? static_cast<int>(cell.rect.width() * std::min(fraction, 1.0)) : STUB_WIDTH;
+  const int width = fraction > 0 ? static_cast<int>(cell.rect.width() * std::min(fraction, 1.0))
+                                 : GV::CUiResource::scaled(STUB_WIDTH);
+  const int height = GV::CUiResource::scaled(BAR_HEIGHT);
   painter.save();
-  painter.fillRect(cell.rect.x(), cell.rect.y() + cell.rect.height() - BAR_HEIGHT, width, BAR_HEIGHT,
+  painter.fillRect(cell.rect.x(), cell.rect.y() + cell.rect.height() - height, width, height,
                    *GV::CUiResource::getColor(QStringLiteral("clr_task_progress_background")));
   painter.restore();
 }
+
+int CHpfBasketProgressDelegate::preferredWidth() const { return GV::CUiResource::scaled(PREFERRED_WIDTH); }
 
 QString CHpfBasketOrderDelegate::text(const GV::IBaseHpfTableData& row) const {
   const auto& data = static_cast<const CHpfBasketStatusTableData&>(row);

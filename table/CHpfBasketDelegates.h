@@ -21,7 +21,7 @@ class CHpfBasketProgressDelegate : public GV::CBaseTableColumnWidgetDelegate {
   using GV::CBaseTableColumnWidgetDelegate::CBaseTableColumnWidgetDelegate;
 
   void paint(QPainter& painter, const GV::SCell& cell) const override;
-  int preferredWidth() const override { return 120; }
+  int preferredWidth() const override;
 };
 
 /// How many orders of a row were reported and how many received.

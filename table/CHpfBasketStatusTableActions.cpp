@@ -16,6 +16,7 @@
 namespace TC {
 namespace {
 
+// Pixels at scale 1, as all that follow.
 constexpr int HEADER_HEIGHT = 20;
 constexpr int ROW_HEIGHT = 21;
 constexpr int TREE_COLUMN_WIDTH = 120;
@@ -72,11 +73,13 @@ void CHpfBasketStatusTable::createDelegates() {
 }
 
 int CHpfBasketStatusTable::getColumnAdjustedWidth(int column) const {
-  return column == EBC_Tree ? TREE_COLUMN_WIDTH : GV::CHpfTreeTable::getColumnAdjustedWidth(column);
+  return column == EBC_Tree ? GV::CUiResource::scaled(TREE_COLUMN_WIDTH)
+                            : GV::CHpfTreeTable::getColumnAdjustedWidth(column);
 }
 
 int CHpfBasketStatusTable::getAdjustVisibleRowsColumnWidth(int column) const {
-  return column == EBC_Tree ? TREE_COLUMN_WIDTH : GV::CHpfTreeTable::getAdjustVisibleRowsColumnWidth(column);
+  return column == EBC_Tree ? GV::CUiResource::scaled(TREE_COLUMN_WIDTH)
+                            : GV::CHpfTreeTable::getAdjustVisibleRowsColumnWidth(column);
 }
 
 bool CHpfBasketStatusTable::handleEvent(int eventId, int id, int value, QString key, void* payload) {
@@ -101,7 +104,7 @@ bool CHpfBasketStatusTable::handleEvent(int eventId, int id, int value, QString 
 }
 
 void CHpfBasketStatusTable::showProgressTip(int y) {
-  if (y / TIP_ROW_HEIGHT >= rowCount()) return;
+  if (y / GV::CUiResource::scaled(TIP_ROW_HEIGHT) >= rowCount()) return;
   const QRect cell = cellRect(rowAtY(y), EBC_Progress);
   QToolTip::showText(QCursor::pos(), QStringLiteral("双击切换数量/金额"), viewport(), cell);
 }

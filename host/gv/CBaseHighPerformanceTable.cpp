@@ -6,12 +6,24 @@
 #include <QStandardItemModel>
 #include <QStringList>
 #include <algorithm>
+#include <utility>
 
 #include "gv/CBaseHighPerformanceTableColors.h"
 #include "gv/CStatisticsLine.h"
 #include "gv/TableAccessibility.h"
 
 namespace GV {
+
+namespace {
+
+// Pixels at scale 1.
+constexpr int MIN_COLUMN_WIDTH = 24;
+constexpr int SCROLL_STEP = 24;
+constexpr int CELL_ROOM = 12;   ///< beside the text of a cell
+constexpr int TITLE_ROOM = 20;  ///< beside that of a title
+constexpr int MARKED_TITLE_ROOM = 34;
+
+}  // namespace
 
 CBaseHighPerformanceTable::CBaseHighPerformanceTable(QWidget* parent)
     : CEventWidgetT<QAbstractScrollArea>(parent),
@@ -38,7 +50,7 @@ void CBaseHighPerformanceTable::createHeader() {
   m_pHeader->setSectionsClickable(true);
   m_pHeader->setSectionsMovable(true);
   m_pHeader->setHighlightSections(false);
-  m_pHeader->setMinimumSectionSize(24);
+  m_pHeader->setMinimumSectionSize(CUiResource::scaled(MIN_COLUMN_WIDTH));
   m_pHeader->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   m_pHeader->setContextMenuPolicy(Qt::CustomContextMenu);
   const auto changed = [this] {
@@ -83,7 +95,8 @@ void CBaseHighPerformanceTable::setBaseModel(IBaseHpfTableModel* model) {
 
 void CBaseHighPerformanceTable::applyColumnSettings() {
   for (int column = 0; column < m_pModel->columnCount(); ++column) {
-    m_pHeader->resizeSection(column, m_pModel->column(column).width);
+    setColumnVisible(column, true);
+    m_pHeader->resizeSection(column, CUiResource::scaled(m_pModel->column(column).width));
     setColumnVisible(column, m_pModel->column(column).visible);
   }
 }
@@ -185,10 +198,11 @@ bool CBaseHighPerformanceTable::hasStatistics() const {
 }
 
 void CBaseHighPerformanceTable::updateGeometries() {
-  const int footer = hasStatistics() ? m_nItemHeight + 1 : 0;
-  setViewportMargins(0, m_nHeaderHeight, 0, footer);
+  const int footer = hasStatistics() ? itemHeight() + 1 : 0;
+  const int top = headerHeight();
+  setViewportMargins(0, top, 0, footer);
   const QRect area = viewport()->geometry();
-  m_pHeader->setGeometry(area.left(), area.top() - m_nHeaderHeight, area.width(), m_nHeaderHeight);
+  m_pHeader->setGeometry(area.left(), area.top() - top, area.width(), top);
   m_pStatistics->setGeometry(area.left(), area.bottom() + 1, area.width(), footer);
   m_pStatistics->setVisible(footer > 0);
   updateScrollBars();
@@ -200,7 +214,7 @@ void CBaseHighPerformanceTable::updateScrollBars() {
   verticalScrollBar()->setPageStep(page);
   verticalScrollBar()->setRange(0, std::max(0, rowCount() - page));
   const int width = viewport()->width();
-  horizontalScrollBar()->setSingleStep(24);
+  horizontalScrollBar()->setSingleStep(CUiResource::scaled(SCROLL_STEP));
   horizontalScrollBar()->setPageStep(width);
   horizontalScrollBar()->setRange(0, std::max(0, m_pHeader->length() - width));
 }
@@ -221,18 +235,19 @@ void CBaseHighPerformanceTable::scrollContentsBy(int dx, int /*dy*/) {
 
 int CBaseHighPerformanceTable::topRow() const { return verticalScrollBar()->value(); }
 
-int CBaseHighPerformanceTable::pageRows() const { return std::max(1, viewport()->height() / m_nItemHeight); }
+int CBaseHighPerformanceTable::pageRows() const { return std::max(1, viewport()->height() / itemHeight()); }
 
 int CBaseHighPerformanceTable::rowAtY(int y) const {
-  const int row = topRow() + y / m_nItemHeight;
+  const int row = topRow() + y / itemHeight();
   return y >= 0 && row < rowCount() ? row : -1;
 }
 
 int CBaseHighPerformanceTable::columnAtX(int x) const { return m_pHeader->logicalIndexAt(x); }
 
 QRect CBaseHighPerformanceTable::cellRect(int row, int column) const {
-  return {m_pHeader->sectionViewportPosition(column), (row - topRow()) * m_nItemHeight, m_pHeader->sectionSize(column),
-          m_nItemHeight};
+  const int height = itemHeight();
+  return {m_pHeader->sectionViewportPosition(column), (row - topRow()) * height, m_pHeader->sectionSize(column),
+          height};
 }
 
 void CBaseHighPerformanceTable::scrollToRow(int row) {
@@ -295,8 +310,12 @@ void CBaseHighPerformanceTable::setColumnStatEnable(int column, bool on) {
 
 // A header tells the width of a hidden section to nobody.
 void CBaseHighPerformanceTable::setColumnVisible(int column, bool visible) {
-  if (!visible && isColumnVisible(column)) m_hiddenWidths[column] = m_pHeader->sectionSize(column);
+  const bool shown = isColumnVisible(column);
+  if (!visible && shown) m_hiddenWidths[column] = m_pHeader->sectionSize(column);
   m_pHeader->setSectionHidden(column, !visible);
+  if (visible && !shown && m_hiddenWidths.contains(column)) {
+    m_pHeader->resizeSection(column, m_hiddenWidths.take(column));
+  }
   updateScrollBars();
   scheduleUpdate();
 }
@@ -308,14 +327,16 @@ int CBaseHighPerformanceTable::getAdjustVisibleRowsColumnWidth(int column) const
   const CBaseTableColumnDelegate* delegate = columnDelegate(column);
   CGlyphFont& font = glyphFont(m_pModel->column(column).fontKey);
   double width = delegate != nullptr ? delegate->preferredWidth() : 0;
+  const int room = CUiResource::scaled(CELL_ROOM);
   const int end = std::min(rowCount(), topRow() + pageRows() + 1);
-  for (int row = topRow(); row < end; ++row) width = std::max(width, font.width(itemText(row, column)) + 12);
+  for (int row = topRow(); row < end; ++row) width = std::max(width, font.width(itemText(row, column)) + room);
   return qRound(width);
 }
 
 int CBaseHighPerformanceTable::getColumnAdjustedWidth(int column) const {
   const bool marked = m_pHeaderModel->headerData(column, Qt::Horizontal, Qt::DecorationRole).isValid();
-  const int title = m_pHeader->fontMetrics().horizontalAdvance(columnHeader(column)) + (marked ? 34 : 20);
+  const int room = CUiResource::scaled(marked ? MARKED_TITLE_ROOM : TITLE_ROOM);
+  const int title = m_pHeader->fontMetrics().horizontalAdvance(columnHeader(column)) + room;
   return std::max(title, getAdjustVisibleRowsColumnWidth(column));
 }
 
@@ -355,7 +376,25 @@ void CBaseHighPerformanceTable::resourceChanged() {
   scheduleUpdate();
 }
 
-void CBaseHighPerformanceTable::scaleChanged() { resourceChanged(); }
+void CBaseHighPerformanceTable::scaleChanged() {
+  rescale(CUiResource::scale());
+  resourceChanged();
+}
+
+/// What the user made wider stays as much wider.
+void CBaseHighPerformanceTable::rescale(double scale) {
+  const double by = scale / std::exchange(m_dScale, scale);
+  const int top = topRow();
+  m_pHeader->setMinimumSectionSize(1);  // the old one or the new one would widen a narrow column on its way
+  for (int column = 0; column < m_pHeader->count(); ++column) {
+    if (isColumnVisible(column)) m_pHeader->resizeSection(column, qRound(m_pHeader->sectionSize(column) * by));
+  }
+  m_pHeader->setMinimumSectionSize(CUiResource::scaled(MIN_COLUMN_WIDTH));
+  // A hidden section keeps its width to itself; it is told anew when it shows.
+  for (int& width : m_hiddenWidths) width = qRound(width * by);
+  updateGeometries();
+  restoreTop(top);
+}
 
 bool CBaseHighPerformanceTable::handleEvent(int /*eventId*/, int /*id*/, int /*value*/, QString /*key*/,
                                             void* /*data*/) {

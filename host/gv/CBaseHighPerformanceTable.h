@@ -50,9 +50,11 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   int rowCount() const override;
   QString columnHeader(int column) const override;
   int columnWidth(int column) const override;
+  /// Heights are set in pixels at scale 1, and follow it.
   void setHeaderHeight(int height) override;
   void setItemHeight(int height) override;
-  int itemHeight() const { return m_nItemHeight; }
+  /// Pixels of the screen.
+  int itemHeight() const { return qRound(m_nItemHeight * m_dScale); }
   QString saveConfigStr() const override;
   bool restoreConfigStr(const QString& text) override;
   void setUiLock(bool locked) override;
@@ -149,6 +151,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
  private:
   friend class CStatisticsLine;
   struct SColors;
+  static constexpr int CELL_PADDING = 4;  ///< left and right of a text, at scale 1
   struct SFlash {
     qint64 start;
     bool up;
@@ -174,6 +177,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void updateGeometries();
   void updateScrollBars();
   void applyColumnSettings();
+  void rescale(double scale);
+  int headerHeight() const { return qRound(m_nHeaderHeight * m_dScale); }
   bool hasStatistics() const;
 
   CGlyphFont& glyphFont(const QString& key) const;
@@ -200,7 +205,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   std::vector<QPointer<CBaseTableColumnDelegate>> m_delegates;
   std::unique_ptr<SColors> m_colors;
   mutable QHash<QString, std::shared_ptr<CGlyphFont>> m_fonts;
-  int m_nHeaderHeight = 20;
+  double m_dScale = CUiResource::scale();  ///< that the columns' widths are made for
+  int m_nHeaderHeight = 20;                ///< at scale 1, as the next
   int m_nItemHeight = 21;
   int m_nOptions = OptionVerticalGrid | OptionColumnMenu | OptionFlash;
   bool m_bLocked = false;

@@ -1,4 +1,5 @@
-// The table's configuration string: "1|column:width:hidden,...|sortColumn:order", columns in their order on screen.
+// The table's configuration string: "1|column:width:hidden,...|sortColumn:order", columns in their order on screen,
+// widths at scale 1: a view that was kept on one screen is the same on another.
 #include <QHeaderView>
 #include <QStringList>
 #include <set>
@@ -45,7 +46,7 @@ QString CBaseHighPerformanceTable::saveConfigStr() const {
     const int column = m_pHeader->logicalIndex(visual);
     const bool hidden = m_pHeader->isSectionHidden(column);
     const int width = hidden ? m_hiddenWidths.value(column) : m_pHeader->sectionSize(column);
-    columns.append(QStringLiteral("%1:%2:%3").arg(column).arg(width).arg(hidden ? 1 : 0));
+    columns.append(QStringLiteral("%1:%2:%3").arg(column).arg(qRound(width / m_dScale)).arg(hidden ? 1 : 0));
   }
   const bool descending = m_pHeader->property("sortDescending").toBool();
   return QStringLiteral("1|%1|%2:%3").arg(columns.join(QLatin1Char(','))).arg(m_nSortColumn).arg(descending ? 1 : 0);
@@ -63,7 +64,7 @@ bool CBaseHighPerformanceTable::restoreConfigStr(const QString& text) {
   for (const SColumnConfig& config : configs) {
     m_pHeader->moveSection(m_pHeader->visualIndex(config.column), visual++);
     setColumnVisible(config.column, true);
-    m_pHeader->resizeSection(config.column, config.width);
+    m_pHeader->resizeSection(config.column, CUiResource::scaled(config.width));
     setColumnVisible(config.column, !config.hidden);
   }
   sortByColumn(sort[0], sort[1] == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);

@@ -177,7 +177,8 @@ void CBaseHighPerformanceTable::showTip(int row, int column, const QPoint& point
   const CBaseTableColumnDelegate* delegate = columnDelegate(column);
   QString tip = delegate != nullptr ? delegate->tip(cellAt(row, column, point)) : QString();
   const QString text = itemText(row, column);
-  const bool cut = glyphFont(m_pModel->column(column).fontKey).width(text) > columnWidth(column) - 9;
+  const int room = columnWidth(column) - 2 * CUiResource::scaled(CELL_PADDING) - 1;
+  const bool cut = glyphFont(m_pModel->column(column).fontKey).width(text) > room;
   if (tip.isEmpty() && cut) tip = text;
   // An empty text would take away a tip that the owner shows.
   if (tip.isEmpty()) return;

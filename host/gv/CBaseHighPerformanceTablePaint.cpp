@@ -11,7 +11,7 @@
 namespace GV {
 
 namespace {
-constexpr int kCellPadding = 4;
+constexpr int kCurrentMark = 2;
 constexpr qint64 kFlashMilliseconds = 500;
 }  // namespace
 
@@ -39,13 +39,14 @@ void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
   QPainter painter(viewport());
   const QRect area = event->rect();
   // Each row paints its own ground, so that the table's is left for where no row is.
-  const int rowsEnd = m_pModel == nullptr ? 0 : (rowCount() - topRow()) * m_nItemHeight;
+  const int height = itemHeight();
+  const int rowsEnd = m_pModel == nullptr ? 0 : (rowCount() - topRow()) * height;
   if (rowsEnd <= area.bottom())
     painter.fillRect(area.intersected(viewport()->rect().adjusted(0, rowsEnd, 0, 0)), *m_colors->ground);
   if (m_pModel == nullptr) return;
   const std::vector<SVisibleColumn> columns = visibleColumns(area);
-  const int first = topRow() + area.top() / m_nItemHeight;
-  const int last = std::min(rowCount() - 1, topRow() + area.bottom() / m_nItemHeight);
+  const int first = topRow() + area.top() / height;
+  const int last = std::min(rowCount() - 1, topRow() + area.bottom() / height);
   CTextRuns texts;
   for (int row = first; row <= last; ++row) paintRow(painter, texts, row, columns);
   if ((m_nOptions & OptionVerticalGrid) != 0) {
@@ -65,7 +66,7 @@ void CBaseHighPerformanceTable::paintFocus(QPainter& painter) const {
   painter.drawRect(all.adjusted(0, 0, -1, -1));
   const int row = m_pModel->positionOf(m_strCurrentKey);
   if (row < topRow() || row > topRow() + pageRows()) return;
-  painter.drawRect(QRect(0, (row - topRow()) * m_nItemHeight, all.width() - 1, m_nItemHeight - 2));
+  painter.drawRect(QRect(0, (row - topRow()) * itemHeight(), all.width() - 1, itemHeight() - 2));
 }
 
 void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const {
@@ -77,14 +78,16 @@ void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QS
   if (isSelected(key)) ground = m_colors->selection;
   painter.fillRect(rect, *ground);
   painter.fillRect(rect.left(), rect.bottom(), rect.width(), 1, *m_colors->grid);
-  if (current) painter.fillRect(viewport()->rect().left(), rect.top(), 2, rect.height() - 1, *m_colors->current);
+  if (current)
+    painter.fillRect(viewport()->rect().left(), rect.top(), CUiResource::scaled(kCurrentMark), rect.height() - 1,
+                     *m_colors->current);
 }
 
 void CBaseHighPerformanceTable::paintRow(QPainter& painter, CTextRuns& texts, int row,
                                          const std::vector<SVisibleColumn>& columns) {
-  const int top = (row - topRow()) * m_nItemHeight;
+  const int top = (row - topRow()) * itemHeight();
   const QString key = m_pModel->rowAt(row).key();
-  paintGround(painter, row, key, QRect(0, top, viewport()->width(), m_nItemHeight));
+  paintGround(painter, row, key, QRect(0, top, viewport()->width(), itemHeight()));
   for (const SVisibleColumn& column : columns) paintCell(painter, texts, row, key, column);
 }
 
@@ -92,7 +95,7 @@ void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, i
                                           const SVisibleColumn& column) {
   IBaseHpfTableData& record = m_pModel->rowAt(row);
   const SColumn& description = m_pModel->column(column.index);
-  QRect rect(column.rect.left(), (row - topRow()) * m_nItemHeight, column.rect.width(), m_nItemHeight);
+  QRect rect(column.rect.left(), (row - topRow()) * itemHeight(), column.rect.width(), itemHeight());
   if (description.kind == ColumnTree) rect = paintBranch(painter, row, rect);
   if (description.kind == ColumnNumber) paintFlash(painter, record, column.index, rect);
   if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse, key));
@@ -100,7 +103,8 @@ void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, i
       column.delegate != nullptr ? column.delegate->text(record) : m_pModel->cellText(record, column.index);
   const QColor* wish = record.textColor(column.index);
   const bool own = wish != nullptr && wish != m_colors->text;
-  texts.add(rect.adjusted(kCellPadding, 0, -kCellPadding - 1, 0), description.alignment, text, *column.font,
+  const int padding = CUiResource::scaled(CELL_PADDING);
+  texts.add(rect.adjusted(padding, 0, -padding - 1, 0), description.alignment, text, *column.font,
             own ? m_colors->readable(*wish) : *m_colors->text);
 }
 

@@ -7,18 +7,21 @@
 namespace GV {
 namespace {
 
-constexpr int BOX = 13;
+constexpr int BOX = 13;  ///< pixels at scale 1
 
 QRect boxRect(const QRect& cell) {
-  return {cell.left() + (cell.width() - BOX) / 2, cell.top() + (cell.height() - BOX) / 2, BOX, BOX};
+  const int size = CUiResource::scaled(BOX);
+  return {cell.left() + (cell.width() - size) / 2, cell.top() + (cell.height() - size) / 2, size, size};
 }
 
 const QColor& color(const char* key) { return *CUiResource::getColor(QString::fromLatin1(key)); }
 
 void paintTick(QPainter& painter, const QRect& box) {
   const QPointF corner = box.topLeft();
-  const QPointF tick[] = {corner + QPointF(3, 6.5), corner + QPointF(5.5, 9), corner + QPointF(10, 4)};
-  painter.setPen(QPen(color("clr_btn_style_text"), 1.6));
+  const double unit = CUiResource::scale();
+  const QPointF tick[] = {corner + QPointF(3, 6.5) * unit, corner + QPointF(5.5, 9) * unit,
+                          corner + QPointF(10, 4) * unit};
+  painter.setPen(QPen(color("clr_btn_style_text"), 1.6 * unit));
   painter.drawPolyline(tick, 3);
 }
 
@@ -68,7 +71,7 @@ void CBaseTableColumnCheckBoxDelegate::paint(QPainter& painter, const SCell& cel
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(color(border));
   painter.setBrush(color(!item.checked ? "clr_input_background" : item.enabled ? "clr_accent" : "clr_text_disabled"));
-  painter.drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+  painter.drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), CUiResource::scaled(2), CUiResource::scaled(2));
   if (item.checked) paintTick(painter, box);
   painter.restore();
 }

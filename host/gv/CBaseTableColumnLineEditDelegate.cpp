@@ -34,7 +34,8 @@ void CBaseTableColumnLineEditDelegate::paint(QPainter& painter, const SCell& cel
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(*CUiResource::getColor(border));
   painter.setBrush(*CUiResource::getColor(QStringLiteral("clr_input_background")));
-  painter.drawRoundedRect(QRectF(editorRect(cell.rect)).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
+  painter.drawRoundedRect(QRectF(editorRect(cell.rect)).adjusted(0.5, 0.5, -0.5, -0.5), CUiResource::scaled(2),
+                          CUiResource::scaled(2));
   painter.restore();
 }
 

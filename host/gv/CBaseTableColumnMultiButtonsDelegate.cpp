@@ -11,8 +11,12 @@ namespace GV {
 namespace {
 
 constexpr int kMaxButtons = 32;
+// Pixels at scale 1.
 constexpr int kGap = 4;
 constexpr int kPadding = 7;
+constexpr int kRadius = 3;
+constexpr int kTop = 2;
+constexpr int kBottom = 3;
 
 QFont buttonFont() { return CUiResource::getFont(QStringLiteral("fnt_default_small")); }
 
@@ -114,13 +118,17 @@ std::vector<CBaseTableColumnMultiButtonsDelegate::SPlaced> CBaseTableColumnMulti
   std::vector<SPlaced> placed;
   if (!item.shown) return placed;
   const QFontMetrics metrics(buttonFont());
-  int left = cell.left() + kGap;
+  const int gap = CUiResource::scaled(kGap);
+  const int padding = CUiResource::scaled(kPadding);
+  const int top = CUiResource::scaled(kTop);
+  const int height = cell.height() - top - CUiResource::scaled(kBottom);
+  int left = cell.left() + gap;
   const ButtonSet& buttons = buttonsOf(item);
   for (int i = 0; i < static_cast<int>(buttons.size()); ++i) {
     if ((item.visible & mask(i)) == 0) continue;
-    const int width = metrics.horizontalAdvance(buttons[static_cast<std::size_t>(i)].text) + 2 * kPadding;
-    placed.push_back({i, QRect(left, cell.top() + 2, width, cell.height() - 5)});
-    left += width + kGap;
+    const int width = metrics.horizontalAdvance(buttons[static_cast<std::size_t>(i)].text) + 2 * padding;
+    placed.push_back({i, QRect(left, cell.top() + top, width, height)});
+    left += width + gap;
   }
   return placed;
 }
@@ -159,7 +167,7 @@ void CBaseTableColumnMultiButtonsDelegate::paint(QPainter& painter, const SCell&
     if (enabled && under) ground = cell.pressed ? ground.darker(125) : ground.lighter(115);
     painter.setPen(Qt::NoPen);
     painter.setBrush(ground);
-    painter.drawRoundedRect(placed.rect, 3, 3);
+    painter.drawRoundedRect(placed.rect, CUiResource::scaled(kRadius), CUiResource::scaled(kRadius));
     painter.setPen(
         *CUiResource::getColor(enabled ? QStringLiteral("clr_btn_style_text") : QStringLiteral("clr_text_disabled")));
     painter.drawText(placed.rect, Qt::AlignCenter, button.text);

@@ -8,6 +8,7 @@
 #include "gv/CStandardHpfTable.h"
 #include "gv/CVerticalWidgetList.h"
 #include "gv/Controls.h"
+#include "gv/Scaling.h"
 
 namespace GV {
 namespace {
@@ -47,7 +48,7 @@ CColumnChooser::CColumnChooser(CBaseHighPerformanceTable& table, QWidget* parent
       m_pModel(new CStandardHpfTableModel(listColumns(), m_pList)),
       m_pShown(new CBaseTableColumnCheckBoxDelegate(this)) {
   setWindowTitle(QStringLiteral("显示列设置"));
-  resize(300, 460);
+  setScaledWindowSize(*this, {300, 460});
   m_pList->setDataModel(m_pModel);
   m_pList->setCheckBoxColumn(SHOWN_COLUMN, m_pShown);
   m_pList->setOptions(m_pList->options() & ~CBaseHighPerformanceTable::OptionColumnMenu);

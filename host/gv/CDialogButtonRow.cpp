@@ -4,20 +4,24 @@
 #include <QPainter>
 
 #include "gv/Controls.h"
+#include "gv/Scaling.h"
 
 namespace GV {
 
 CDialogButtonRow::CDialogButtonRow(QWidget* parent) : QWidget(parent), m_pLayout(new QHBoxLayout(this)) {
   setFocusPolicy(Qt::TabFocus);
-  setFixedHeight(CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height")) + 15);
-  m_pLayout->setContentsMargins(10, 0, 10, 0);
-  m_pLayout->setSpacing(8);
+  followScale(*this, [this] {
+    const int buttons = CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height"));
+    setFixedHeight(buttons + CUiResource::scaled(15));
+  });
+  setScaledMargins(*m_pLayout, {10, 0, 10, 0});
+  setScaledSpacing(*m_pLayout, 8);
 }
 
 CPushButton* CDialogButtonRow::addButton(int id, const QString& text, const QSize& size) {
   auto* button = new CPushButton(id, this);
   button->setText(text);
-  button->setFixedSize(size);
+  setScaledFixedSize(*button, size);
   button->setFocusPolicy(Qt::NoFocus);
   button->setAutoDefault(false);
   m_pLayout->addWidget(button);
@@ -44,8 +48,10 @@ void CDialogButtonRow::paintEvent(QPaintEvent* /*event*/) {
   if (!hasFocus() || button == nullptr) return;
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(QPen(*CUiResource::getColor(QStringLiteral("clr_focus")), 2));
-  painter.drawRoundedRect(QRectF(button->geometry()).adjusted(-3, -3, 3, 3), 4, 4);
+  const int gap = CUiResource::scaled(3);
+  const int radius = CUiResource::scaled(4);
+  painter.setPen(QPen(*CUiResource::getColor(QStringLiteral("clr_focus")), CUiResource::scaled(2)));
+  painter.drawRoundedRect(QRectF(button->geometry()).adjusted(-gap, -gap, gap, gap), radius, radius);
 }
 
 }  // namespace GV

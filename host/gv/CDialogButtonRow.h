@@ -17,6 +17,7 @@ class CDialogButtonRow : public QWidget {
  public:
   explicit CDialogButtonRow(QWidget* parent);
 
+  /// size: pixels at scale 1.
   CPushButton* addButton(int id, const QString& text, const QSize& size = QSize(80, 26));
   void addStretch();
 

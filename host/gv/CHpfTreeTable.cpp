@@ -12,8 +12,11 @@
 namespace GV {
 
 namespace {
+// Pixels at scale 1.
 constexpr int kIndent = 14;
+constexpr int kBranchMargin = 2;
 constexpr int kBranchWidth = 16;
+constexpr int kBranchOverlap = 3;
 }  // namespace
 
 CHpfTreeTable::CHpfTreeTable(QWidget* parent) : CBaseHighPerformanceTable(parent) {}
@@ -200,7 +203,8 @@ CHpfTreeTableDataPtr CHpfTreeTable::rowByPath(const QString& path) const {
 
 QRect CHpfTreeTable::branchRect(int row, const QRect& cell) const {
   const int depth = m_pTreeModel->rows().depth(m_pTreeModel->nodeAt(row));
-  return {cell.left() + 2 + (depth - 1) * kIndent, cell.top(), kBranchWidth, cell.height()};
+  return {cell.left() + CUiResource::scaled(kBranchMargin) + (depth - 1) * CUiResource::scaled(kIndent), cell.top(),
+          CUiResource::scaled(kBranchWidth), cell.height()};
 }
 
 QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) {
@@ -209,12 +213,13 @@ QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) 
   const QRect branch = branchRect(row, cell);
   if (rows.hasChildren(node) && branch.right() < cell.right()) {
     const QPointF middle = QRectF(branch).center();
+    const double unit = CUiResource::scale();
     const bool open = rows.has(node, CTreeRows::Expanded);
     QPolygonF arrow;
     if (open) {
-      arrow << middle + QPointF(-4, -2) << middle + QPointF(4, -2) << middle + QPointF(0, 3);
+      arrow << middle + QPointF(-4, -2) * unit << middle + QPointF(4, -2) * unit << middle + QPointF(0, 3) * unit;
     } else {
-      arrow << middle + QPointF(-2, -4) << middle + QPointF(3, 0) << middle + QPointF(-2, 4);
+      arrow << middle + QPointF(-2, -4) * unit << middle + QPointF(3, 0) * unit << middle + QPointF(-2, 4) * unit;
     }
     painter.setRenderHint(QPainter::Antialiasing, true);
     painter.setPen(Qt::NoPen);
@@ -222,7 +227,7 @@ QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) 
     painter.drawPolygon(arrow);
     painter.setRenderHint(QPainter::Antialiasing, false);
   }
-  return cell.adjusted(branch.right() - cell.left() - 3, 0, 0, 0);
+  return cell.adjusted(branch.right() - cell.left() - CUiResource::scaled(kBranchOverlap), 0, 0, 0);
 }
 
 bool CHpfTreeTable::pressBranch(int row, const QRect& cell, const QPoint& point) {

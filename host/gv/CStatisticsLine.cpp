@@ -12,7 +12,8 @@ namespace GV {
 
 namespace {
 constexpr int kMinInterval = 40;  // milliseconds between two paints
-constexpr int MARGIN = 4;
+constexpr int MARGIN = 4;         // pixels at scale 1, as the next
+constexpr int LABEL_MARGIN = 6;
 }  // namespace
 
 CStatisticsLine::CStatisticsLine(CBaseHighPerformanceTable* table) : QWidget(table), m_pTable(table) {
@@ -40,7 +41,7 @@ QString CStatisticsLine::text(int column) const {
 QRect CStatisticsLine::sumRect(int column, int alignment, double textWidth) const {
   const QHeaderView* header = m_pTable->header();
   QRect cell(header->sectionViewportPosition(column), 0, header->sectionSize(column), height());
-  const int missing = qCeil(textWidth) + 1 + 2 * MARGIN - cell.width();
+  const int missing = qCeil(textWidth) + 1 + 2 * CUiResource::scaled(MARGIN) - cell.width();
   if (missing <= 0) return cell;
   if ((alignment & Qt::AlignRight) != 0) {
     cell.setLeft(cell.left() - missing);
@@ -57,8 +58,8 @@ void CStatisticsLine::paintEvent(QPaintEvent* /*event*/) {
   painter.fillRect(0, 0, width(), 1, *CUiResource::getColor(QStringLiteral("clr_line")));
   CGlyphFont& font = m_pTable->glyphFont(QStringLiteral("fnt_default_normal"));
   CTextRuns label;
-  label.add(rect().adjusted(6, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("合计"), font,
-            *CUiResource::getColor(QStringLiteral("clr_text_title")));
+  label.add(rect().adjusted(CUiResource::scaled(LABEL_MARGIN), 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
+            QStringLiteral("合计"), font, *CUiResource::getColor(QStringLiteral("clr_text_title")));
   label.draw(painter);
   // Where a sum stands, the label gives way.
   CTextRuns sums;
@@ -69,7 +70,8 @@ void CStatisticsLine::paintEvent(QPaintEvent* /*event*/) {
     const int alignment = m_pTable->baseModel()->column(column).alignment;
     const QRect cell = sumRect(column, alignment, font.width(sum));
     painter.fillRect(cell.adjusted(0, 1, 0, 0), *CUiResource::getColor(QStringLiteral("clr_header_background")));
-    sums.add(cell.adjusted(MARGIN, 0, -MARGIN, 0), alignment, sum, font,
+    const int margin = CUiResource::scaled(MARGIN);
+    sums.add(cell.adjusted(margin, 0, -margin, 0), alignment, sum, font,
              *CUiResource::getColor(QStringLiteral("clr_text_default")));
   }
   sums.draw(painter);

@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QStyleFactory>
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 namespace GV {
@@ -146,7 +147,11 @@ class CStore {
 
 void tellHandlers(void (CUiResourceChangeHandler::*what)()) {
   const std::vector<CUiResourceChangeHandler*> handlers = CStore::instance().m_handlers;
-  for (CUiResourceChangeHandler* handler : handlers) (handler->*what)();
+  const std::vector<CUiResourceChangeHandler*>& living = CStore::instance().m_handlers;
+  for (CUiResourceChangeHandler* handler : handlers) {
+    // One that was told may have taken others away.
+    if (std::find(living.begin(), living.end(), handler) != living.end()) (handler->*what)();
+  }
 }
 
 QPalette palette() {
@@ -175,6 +180,18 @@ QPalette palette() {
   return result;
 }
 
+/// Replaces each match by what the text of its first group stands for.
+void replaceAll(QString& text, const QRegularExpression& pattern, QString (*replacement)(const QString& group)) {
+  QString result;
+  int end = 0;
+  for (auto matches = pattern.globalMatch(text); matches.hasNext();) {
+    const QRegularExpressionMatch match = matches.next();
+    result += text.midRef(end, match.capturedStart() - end) + replacement(match.captured(1));
+    end = match.capturedEnd();
+  }
+  text = result + text.midRef(end);
+}
+
 }  // namespace
 
 CUiResourceChangeHandler::CUiResourceChangeHandler() { CStore::instance().m_handlers.push_back(this); }
@@ -193,6 +210,7 @@ bool CUiResource::setTheme(const QString& name) {
 QString CUiResource::theme() { return CStore::instance().m_strTheme; }
 
 void CUiResource::setScale(double scale) {
+  if (!(scale > 0) || !std::isfinite(scale) || scale == CStore::instance().m_dScale) return;
   CStore::instance().m_dScale = scale;
   tellHandlers(&CUiResourceChangeHandler::scaleChanged);
 }
@@ -204,6 +222,13 @@ const QColor* CUiResource::getColor(const QString& key) {
   if (found != store.m_colors.end()) return &found->second;
   store.reportOnce("colour", key);
   return &missing;
+}
+
+double CUiResource::scale() { return CStore::instance().m_dScale; }
+
+int CUiResource::scaled(int pixels) {
+  const int result = qRound(pixels * CStore::instance().m_dScale);
+  return pixels > 0 ? std::max(1, result) : result;
 }
 
 QFont CUiResource::getFont(const QString& key) {
@@ -223,7 +248,7 @@ int CUiResource::getSize(const QString& key) {
   CStore& store = CStore::instance();
   const auto found = store.m_sizes.find(key);
   if (found == store.m_sizes.end()) store.reportOnce("size", key);
-  return qRound((found == store.m_sizes.end() ? 20 : found->second) * store.m_dScale);
+  return scaled(found == store.m_sizes.end() ? 20 : found->second);
 }
 
 QPixmap CUiResource::getPixmap(const QString& key) {
@@ -245,10 +270,14 @@ QString CUiResource::styleSheet() {
   QFile file(QStringLiteral(":/gv/themes/style.qss"));
   if (!file.open(QIODevice::ReadOnly)) return {};
   QString sheet = QString::fromUtf8(file.readAll());
-  static const QRegularExpression placeholder(QStringLiteral("@(clr_[a-z0-9_]+)"));
-  for (QRegularExpressionMatch match = placeholder.match(sheet); match.hasMatch(); match = placeholder.match(sheet)) {
-    sheet.replace(match.capturedStart(), match.capturedLength(), getColor(match.captured(1))->name());
-  }
+  static const QRegularExpression color(QStringLiteral("@(clr_[a-z0-9_]+)"));
+  static const QRegularExpression pixels(QStringLiteral("\\b([0-9]+)px"));
+  replaceAll(sheet, color, [](const QString& key) { return getColor(key)->name(); });
+  // A line grows later than a margin does: rather fine than blurred.
+  replaceAll(sheet, pixels, [](const QString& number) {
+    const int size = number.toInt();
+    return QStringLiteral("%1px").arg(size == 1 ? std::max(1, static_cast<int>(scale())) : scaled(size));
+  });
   return sheet;
 }
 

@@ -4,6 +4,7 @@
 #include <QColor>
 #include <QFont>
 #include <QPixmap>
+#include <QSize>
 #include <QString>
 
 namespace GV {
@@ -26,8 +27,13 @@ class CUiResource {
   /// "dark" or "light"; false, and nothing changed, for an unknown theme.
   static bool setTheme(const QString& name);
   static QString theme();
-  /// Display scale, 1 for 96 dots per inch; fonts and sizes follow.
+  /// Display scale, 1 for 96 dots per inch; fonts and sizes follow, those of the application when it is applied again.
+  /// What is not above 0 changes nothing.
   static void setScale(double scale);
+  static double scale();
+  /// Pixels at scale 1 as pixels of the screen; what is there stays at least one pixel.
+  static int scaled(int pixels);
+  static QSize scaled(const QSize& size) { return {scaled(size.width()), scaled(size.height())}; }
 
   /// Never null; stays valid, and takes the new colour when the theme changes.
   static const QColor* getColor(const QString& key);

@@ -2,6 +2,8 @@
 
 #include <QVBoxLayout>
 
+#include "gv/Scaling.h"
+
 namespace GV {
 
 CVerticalWidgetList::CVerticalWidgetList(QWidget* parent) : QWidget(parent), m_pLayout(new QVBoxLayout(this)) {
@@ -21,6 +23,10 @@ void CVerticalWidgetList::addWidget(QWidget* widget, bool stretches) {
   m_pLayout->addWidget(widget, stretches ? 1 : 0);
 }
 
-void CVerticalWidgetList::addSpacing(int pixels) { m_pLayout->addSpacing(pixels); }
+void CVerticalWidgetList::addSpacing(int pixels) {
+  auto* space = new QWidget(this);
+  setScaledFixedHeight(*space, pixels);
+  m_pLayout->addWidget(space);
+}
 
 }  // namespace GV

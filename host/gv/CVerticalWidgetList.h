@@ -18,6 +18,7 @@ class CVerticalWidgetList : public QWidget {
 
   /// A widget that stretches takes the room that the others leave.
   void addWidget(QWidget* widget, bool stretches = false);
+  /// At scale 1.
   void addSpacing(int pixels);
 
  private:

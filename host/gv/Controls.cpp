@@ -5,8 +5,10 @@
 #include <QHBoxLayout>
 #include <QMenu>
 #include <QPainter>
+#include <algorithm>
 
 #include "gv/CEventWidget.h"
+#include "gv/Scaling.h"
 
 namespace GV {
 
@@ -31,13 +33,23 @@ void CPushButton::resourceChanged() {
 
 CSmallNoNormalButton::CSmallNoNormalButton(int id, const QString& text, QWidget* parent) : CPushButton(id, parent) {
   setText(text);
+  CSmallNoNormalButton::resourceChanged();
+}
+
+void CSmallNoNormalButton::resourceChanged() {
+  CPushButton::resourceChanged();
   setFont(CUiResource::getFont(QStringLiteral("fnt_default_normal_fix")));
 }
 
 CComboPushButton::CComboPushButton(QWidget* parent) : QPushButton(parent), m_pMenu(new QMenu(this)) {
   setFocusPolicy(Qt::TabFocus);
-  setFont(CUiResource::getFont(QStringLiteral("fnt_default_normal_fix")));
   setMenu(m_pMenu);
+  CComboPushButton::resourceChanged();
+}
+
+void CComboPushButton::resourceChanged() {
+  setFont(CUiResource::getFont(QStringLiteral("fnt_default_normal_fix")));
+  update();
 }
 
 void CComboPushButton::setImageKey(const QString& key) {
@@ -81,15 +93,17 @@ void CComboPushButton::paintEvent(QPaintEvent* /*event*/) {
                                                               : "clr_btn_background";
   const QColor border =
       *CUiResource::getColor(hasFocus() ? QStringLiteral("clr_focus") : QStringLiteral("clr_btn_border"));
-  const double thick = hasFocus() ? 2 : 1;
+  const double thick = hasFocus() ? CUiResource::scaled(2) : std::max(1, static_cast<int>(CUiResource::scale()));
+  const int radius = CUiResource::scaled(2);
   painter.setPen(QPen(border, thick));
   painter.setBrush(*CUiResource::getColor(QString::fromLatin1(ground)));
-  painter.drawRoundedRect(QRectF(rect()).adjusted(thick / 2, thick / 2, -thick / 2, -thick / 2), 2, 2);
+  painter.drawRoundedRect(QRectF(rect()).adjusted(thick / 2, thick / 2, -thick / 2, -thick / 2), radius, radius);
   const QPixmap image = m_strImageKey.isEmpty() ? QPixmap() : CUiResource::getPixmap(m_strImageKey);
-  const int imageLeft = width() - image.width() - 5;
+  const int imageLeft = width() - image.width() - CUiResource::scaled(5);
   painter.drawPixmap(imageLeft, (height() - image.height()) / 2, image);
   painter.setPen(*CUiResource::getColor(m_strTextColorKey));
-  painter.drawText(QRect(8, 0, imageLeft - 8, height()), Qt::AlignLeft | Qt::AlignVCenter, text());
+  const int left = CUiResource::scaled(8);
+  painter.drawText(QRect(left, 0, imageLeft - left, height()), Qt::AlignLeft | Qt::AlignVCenter, text());
 }
 
 CCheckBox::CCheckBox(int id, const QString& text, QWidget* parent) : QCheckBox(text, parent), m_nId(id) {
@@ -118,7 +132,7 @@ void CCheckBox::resourceChanged() {
 
 CAutoExpandToolBar::CAutoExpandToolBar(QWidget* parent) : QWidget(parent), m_pLayout(new QHBoxLayout(this)) {
   m_pLayout->setContentsMargins(0, 0, 0, 0);
-  m_pLayout->setSpacing(6);
+  setScaledSpacing(*m_pLayout, 6);
   m_pLayout->addStretch(1);
 }
 
@@ -128,7 +142,7 @@ void CAutoExpandToolBar::setBackgroundImageKey(const QString& key) {
 }
 
 void CAutoExpandToolBar::setMargins(int left, int top, int right, int bottom) {
-  m_pLayout->setContentsMargins(left, top, right, bottom);
+  setScaledMargins(*m_pLayout, {left, top, right, bottom});
 }
 
 /// The stretch stays last.
@@ -138,7 +152,7 @@ void CAutoExpandToolBar::addSeparator() {
   auto* line = new QFrame(this);
   line->setFrameShape(QFrame::VLine);
   line->setFrameShadow(QFrame::Plain);
-  line->setFixedSize(1, 16);
+  setScaledFixedSize(*line, {1, 16});
   QPalette colors = line->palette();
   colors.setColor(QPalette::WindowText, *CUiResource::getColor(QStringLiteral("clr_btn_border")));
   line->setPalette(colors);

@@ -22,6 +22,7 @@ class CPushButton : public QPushButton, public CUiResourceChangeHandler {
   int id() const { return m_nId; }
   void setImageKey(const QString& key);
   void resourceChanged() override;
+  void scaleChanged() override { resourceChanged(); }
 
  private:
   int m_nId;
@@ -34,6 +35,7 @@ class CSmallNoNormalButton : public CPushButton {
 
  public:
   CSmallNoNormalButton(int id, const QString& text, QWidget* parent = nullptr);
+  void resourceChanged() override;
 };
 
 /// A button that drops down a list of items; the chosen item's id travels with event 5.
@@ -54,7 +56,8 @@ class CComboPushButton : public QPushButton, public CUiResourceChangeHandler {
   void setCurrentIndex(int index);
   /// As if the user chose the item: delivers its event even when it is the current one.
   void choose(int index);
-  void resourceChanged() override { update(); }
+  void resourceChanged() override;
+  void scaleChanged() override { resourceChanged(); }
 
  Q_SIGNALS:
   void sigCurrentIndexChanged(int index);
@@ -99,6 +102,7 @@ class CAutoExpandToolBar : public QWidget, public CUiResourceChangeHandler {
  public:
   explicit CAutoExpandToolBar(QWidget* parent = nullptr);
   void setBackgroundImageKey(const QString& key);
+  /// Pixels at scale 1.
   void setMargins(int left, int top, int right, int bottom);
   void addWidget(QWidget* widget);
   void addSeparator();

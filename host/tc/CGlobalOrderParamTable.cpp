@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "gv/Controls.h"
+#include "gv/Scaling.h"
 #include "ksservice/Operations.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
@@ -23,9 +24,11 @@ namespace {
 constexpr int NORMAL = 0;
 constexpr int SMART = 1;
 
+// Pixels at scale 1.
 constexpr int TITLE_WIDTH = 64;
-constexpr int PRICE_COLUMNS = 2;
 constexpr int CHOICE_HEIGHT = 24;
+
+constexpr int PRICE_COLUMNS = 2;
 
 bool tradesByCode(int accountType) { return accountType == 1 || accountType == 5 || accountType == 6; }
 
@@ -112,8 +115,8 @@ const std::vector<CGlobalOrderParamTable::SField>& CGlobalOrderParamTable::field
 
 CGlobalOrderParamTable::CGlobalOrderParamTable(int accountType, QWidget* parent) : COrderParamBaseTable(parent) {
   auto* layout = new QVBoxLayout(this);
-  layout->setContentsMargins(12, 12, 12, 0);
-  layout->setSpacing(10);
+  GV::setScaledMargins(*layout, {12, 12, 12, 0});
+  GV::setScaledSpacing(*layout, 10);
   QGridLayout* trades = addChoices(*layout);
   addChoice(*trades, 2, EChoice::Trade, NORMAL, CEnumsDataHelper::orderTypeToFormatString(ksservice::EORT_Plain));
   addChoice(*trades, 2, EChoice::Trade, SMART, CEnumsDataHelper::orderTypeToFormatString(ksservice::EORT_Algo));
@@ -130,7 +133,7 @@ QWidget* CGlobalOrderParamTable::createPrices(int accountType) {
   auto* page = new QWidget(this);
   auto* layout = new QVBoxLayout(page);
   layout->setContentsMargins(0, 0, 0, 0);
-  layout->setSpacing(8);
+  GV::setScaledSpacing(*layout, 8);
   layout->addWidget(new QLabel(QStringLiteral("价格类型"), page));
   m_pPriceGrid = addChoices(*layout);
   for (const int type : offeredPriceTypes(accountType)) offerPriceType(type);
@@ -142,7 +145,7 @@ QWidget* CGlobalOrderParamTable::createAlgorithms() {
   auto* page = new QWidget(this);
   auto* layout = new QVBoxLayout(page);
   layout->setContentsMargins(0, 0, 0, 0);
-  layout->setSpacing(8);
+  GV::setScaledSpacing(*layout, 8);
   layout->addWidget(new QLabel(QStringLiteral("算法"), page));
   QGridLayout* algorithms = addChoices(*layout);
   for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::VWAP, EAlgorithm::POV}) {
@@ -160,7 +163,7 @@ QGridLayout* CGlobalOrderParamTable::addChoices(QVBoxLayout& layout) {
   auto* box = new QWidget(this);
   auto* grid = new QGridLayout(box);
   grid->setContentsMargins(0, 0, 0, 0);
-  grid->setSpacing(6);
+  GV::setScaledSpacing(*grid, 6);
   layout.addWidget(box);
   return grid;
 }
@@ -170,7 +173,7 @@ void CGlobalOrderParamTable::addChoice(QGridLayout& grid, int columns, EChoice k
   auto* button = new GV::CSmallNoNormalButton(static_cast<int>(m_choices.size()), text, grid.parentWidget());
   button->setCheckable(true);
   button->setAutoDefault(false);
-  button->setFixedHeight(CHOICE_HEIGHT);
+  GV::setScaledFixedHeight(*button, CHOICE_HEIGHT);
   const int place = grid.count();
   grid.addWidget(button, place / columns, place % columns);
   m_choices.push_back({kind, value, button});
@@ -189,12 +192,13 @@ QWidget* CGlobalOrderParamTable::createField(const SField& field) {
   auto* line = new QWidget(this);
   auto* layout = new QHBoxLayout(line);
   layout->setContentsMargins(0, 0, 0, 0);
+  GV::setScaledSpacing(*layout, 6);
   auto* title = new QLabel(QString::fromUtf8(field.title), line);
-  title->setFixedWidth(TITLE_WIDTH);
+  GV::setScaledFixedWidth(*title, TITLE_WIDTH);
   auto* editor = new QLineEdit(line);
   editor->setPlaceholderText(QString::fromUtf8(field.form));
   editor->setAccessibleName(title->text());
-  editor->setFixedHeight(CHOICE_HEIGHT);
+  GV::setScaledFixedHeight(*editor, CHOICE_HEIGHT);
   layout->addWidget(title);
   layout->addWidget(editor, 1);
   const SInput input{&field, line, editor};

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "gv/CHpfTreeTable.h"
+#include "gv/Scaling.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CExchangeClient.h"
@@ -105,7 +106,7 @@ CTaskOrdersWidget::CTaskOrdersWidget(QWidget* parent)
     : QDialog(parent), m_pTable(new GV::CHpfTreeTable(this)), m_pOrderInfo(new QLabel(this)) {
   setWindowTitle(QStringLiteral("委托详情"));
   m_pTable->setDataModel(new GV::CHpfTreeTableModel(tableColumns(), m_pTable));
-  m_pOrderInfo->setMargin(4);
+  GV::followScale(*m_pOrderInfo, [this] { m_pOrderInfo->setMargin(GV::CUiResource::scaled(4)); });
   m_pOrderInfo->hide();
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);

@@ -3,7 +3,9 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+#include "gv/CUiResource.h"
 #include "gv/Helpers.h"
+#include "gv/Scaling.h"
 #include "ksservice/Operations.h"
 
 namespace TC {
@@ -32,14 +34,14 @@ CBaseTaskParamWidget::CBaseTaskParamWidget(QWidget* parent)
     : QFrame(parent, Qt::Popup), m_pLayout(new QVBoxLayout(this)) {
   setAttribute(Qt::WA_DeleteOnClose);
   setFrameShape(QFrame::StyledPanel);
-  m_pLayout->setContentsMargins(10, 8, 10, 8);
-  m_pLayout->setSpacing(4);
+  GV::setScaledMargins(*m_pLayout, {10, 8, 10, 8});
+  GV::setScaledSpacing(*m_pLayout, 4);
 }
 
 void CBaseTaskParamWidget::addLine(const QString& title, const QString& text) {
   auto* line = new QHBoxLayout;
   auto* name = new QLabel(title, this);
-  name->setMinimumWidth(72);
+  name->setMinimumWidth(GV::CUiResource::scaled(72));
   line->addWidget(name);
   auto* value = new QLabel(text.isEmpty() ? QStringLiteral("--") : text, this);
   for (QLabel* label : {name, value}) label->setTextFormat(Qt::PlainText);

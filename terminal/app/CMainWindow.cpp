@@ -1,27 +1,39 @@
 #include "CMainWindow.h"
 
 #include <QDockWidget>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPixmap>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTime>
 #include <iostream>
 
 #include "CLogDock.h"
+#include "gv/CUiResource.h"
+#include "gv/Scaling.h"
 #include "tc/ITradeDockableWidget.h"
 
 namespace app {
 namespace {
 
+// Pixels at scale 1.
 constexpr int WINDOW_WIDTH = 1440;
 constexpr int WINDOW_HEIGHT = 820;
 constexpr int LOG_HEIGHT = 150;
+constexpr int FIELD_MARGIN = 6;
+
+using GV::CUiResource;
 
 }  // namespace
 
 CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
   setWindowTitle(QStringLiteral("PanelBasketTasks"));
-  resize(WINDOW_WIDTH, WINDOW_HEIGHT);
+  QSize size = CUiResource::scaled(QSize(WINDOW_WIDTH, WINDOW_HEIGHT));
+  // The screen of a run without a window has a size that means nothing.
+  const bool hasScreen = QGuiApplication::platformName() != QLatin1String("offscreen");
+  if (hasScreen) size = size.boundedTo(screen()->availableGeometry().size());
+  resize(size);
   setDockNestingEnabled(true);
   addDockWidget(Qt::BottomDockWidgetArea, m_pLog);
   statusBar()->setSizeGripEnabled(false);
@@ -36,8 +48,11 @@ CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
 QLabel* CMainWindow::addField(const char* objectName, int minimumWidth) {
   auto* label = new QLabel(this);
   label->setObjectName(QString::fromLatin1(objectName));
-  label->setMinimumWidth(minimumWidth);
-  label->setContentsMargins(6, 0, 6, 0);
+  GV::followScale(*label, [label, minimumWidth] {
+    const int margin = CUiResource::scaled(FIELD_MARGIN);
+    label->setMinimumWidth(CUiResource::scaled(minimumWidth));
+    label->setContentsMargins(margin, 0, margin, 0);
+  });
   statusBar()->addWidget(label);
   return label;
 }
@@ -50,7 +65,9 @@ void CMainWindow::setPanel(TC::ITradeDockableWidget* panel) {
   dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
   dock->setWidget(panel);
   addDockWidget(Qt::TopDockWidgetArea, dock);
-  resizeDocks({dock, m_pLog}, {WINDOW_HEIGHT - LOG_HEIGHT, LOG_HEIGHT}, Qt::Vertical);
+  resizeDocks({dock, m_pLog}, {CUiResource::scaled(WINDOW_HEIGHT - LOG_HEIGHT), CUiResource::scaled(LOG_HEIGHT)},
+              Qt::Vertical);
+  panel->setFocus();
   connect(panel, SIGNAL(sigRunningTasks(EMavTraderType, int)), this, SLOT(slotRunningTasks(EMavTraderType, int)));
 }
 

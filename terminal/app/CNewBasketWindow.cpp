@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QTableWidget>
 
+#include "gv/CUiResource.h"
+#include "gv/Scaling.h"
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
 
@@ -21,7 +23,9 @@ enum EColumn { ColumnMarket, ColumnCode, ColumnName, ColumnOperation, ColumnQuan
 /// line without it is none: its fields would be taken for others.
 enum EField { FieldKey, FieldName, FieldQuantity, FieldZero, FieldSide, FieldOperation, FieldType, FieldCount };
 
+// Pixels at scale 1.
 constexpr QSize WINDOW_SIZE(640, 420);
+constexpr QSize BUTTON_SIZE(80, 26);
 constexpr int ROW_HEIGHT = 22;
 
 QTableWidgetItem* makeCell(const QString& text, bool editable) {
@@ -74,7 +78,7 @@ CNewBasketWindow::CNewBasketWindow(const std::vector<SNewLine>& lines, const QSt
   setWindowTitle(QStringLiteral("新建篮子"));
   setAttribute(Qt::WA_DeleteOnClose);
   setWindowFlag(Qt::WindowContextHelpButtonHint, false);
-  resize(WINDOW_SIZE);
+  GV::setScaledWindowSize(*this, WINDOW_SIZE);
   for (const SAccountChoice& account : accounts) m_pAccount->addItem(account.m_strText, account.m_strKey);
   fillTable();
   m_pFault->setTextFormat(Qt::PlainText);
@@ -88,7 +92,7 @@ CNewBasketWindow::CNewBasketWindow(const std::vector<SNewLine>& lines, const QSt
   auto* accept = new QPushButton(QStringLiteral("启动"), this);
   auto* cancel = new QPushButton(QStringLiteral("取消"), this);
   for (QPushButton* button : {accept, cancel}) {
-    button->setFixedSize(80, 26);
+    GV::setScaledFixedSize(*button, BUTTON_SIZE);
     buttons->addWidget(button);
   }
   accept->setDefault(true);
@@ -96,6 +100,10 @@ CNewBasketWindow::CNewBasketWindow(const std::vector<SNewLine>& lines, const QSt
   connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
 
   auto* layout = new QVBoxLayout(this);
+  GV::setScaledMargins(*layout, {9, 9, 9, 9});
+  for (QLayout* each : {static_cast<QLayout*>(form), static_cast<QLayout*>(buttons), static_cast<QLayout*>(layout)}) {
+    GV::setScaledSpacing(*each, 6);
+  }
   layout->addLayout(form);
   layout->addWidget(m_pTable, 1);
   layout->addLayout(buttons);
@@ -106,7 +114,8 @@ void CNewBasketWindow::fillTable() {
                                        QStringLiteral("交易类型"), QStringLiteral("数量")});
   m_pTable->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
   m_pTable->verticalHeader()->hide();
-  m_pTable->verticalHeader()->setDefaultSectionSize(ROW_HEIGHT);
+  GV::followScale(*m_pTable,
+                  [this] { m_pTable->verticalHeader()->setDefaultSectionSize(GV::CUiResource::scaled(ROW_HEIGHT)); });
   m_pTable->setAlternatingRowColors(true);
   m_pTable->setSelectionBehavior(QAbstractItemView::SelectRows);
   for (int row = 0; row < m_pTable->rowCount(); ++row) {

@@ -106,6 +106,19 @@ QString setTheme(SOptions& options, const QString& value) {
   return known ? QString() : QStringLiteral("is dark or light, not '%1'").arg(value);
 }
 
+QString setScale(SOptions& options, const QString& value) {
+  bool ok = false;
+  const int percent = value.toInt(&ok);
+  if (!ok || percent < MIN_SCALE_PERCENT || percent > MAX_SCALE_PERCENT) {
+    return QStringLiteral("needs a whole number from %1 to %2, not '%3'")
+        .arg(MIN_SCALE_PERCENT)
+        .arg(MAX_SCALE_PERCENT)
+        .arg(value);
+  }
+  options.m_nScalePercent = percent;
+  return {};
+}
+
 QString setStart(SOptions& options, const QString& value) {
   const QTime time = QTime::fromString(value, QStringLiteral("HH:mm"));
   if (!time.isValid()) return QStringLiteral("needs a time of day as HH:MM, not '%1'").arg(value);
@@ -132,6 +145,8 @@ const SOptionRow OPTIONS[] = {
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
     {"config", "FILE", "keep the view in FILE (the user's own; none when headless)", LiveMode, false, setConfig},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},
+    {"scale", "PERCENT", "size of all that shows, 100 to 300 (as the screen's resolution says)", AnyMode, false,
+     setScale},
     {"out", "FILE", "write what happened, ending with a dump of the table named end", AnyMode, false, setOut},
     {"screenshot", "FILE", "write a picture of the window at the end", AnyMode, false, setScreenshot},
     {"pace", "recorded", "play a journal as fast as it was recorded", ReplayMode, false, setPace},

@@ -12,6 +12,10 @@
 
 namespace app {
 
+/// Range of the display's scale.
+constexpr int MIN_SCALE_PERCENT = 100;
+constexpr int MAX_SCALE_PERCENT = 300;
+
 /// By which index future baskets are hedged, and how much of them.
 struct SHedgeOption {
   std::string m_strCode;  ///< IF2612
@@ -31,7 +35,8 @@ struct SOptions {
   std::optional<TC::EAlgorithm> m_algo;  ///< baskets run as algorithm tasks of the server; none: of the terminal
   std::string m_strConfig;               ///< file that keeps the view; empty: the user's own
   QString m_strTheme = QStringLiteral("dark");
-  int m_nStartMinute = 9 * 60 + 25;  ///< minutes since midnight of the simulated day
+  std::optional<int> m_nScalePercent;  ///< of the display; none: as the screen's resolution says
+  int m_nStartMinute = 9 * 60 + 25;    ///< minutes since midnight of the simulated day
   std::string m_strRecord;
   std::string m_strOut;
   std::string m_strScreenshot;

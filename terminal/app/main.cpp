@@ -14,6 +14,7 @@
 
 #include "CLiveSession.h"
 #include "CMainWindow.h"
+#include "DisplayScale.h"
 #include "Inputs.h"
 #include "Options.h"
 #include "PanelLoader.h"
@@ -132,6 +133,8 @@ int runTerminal(const app::SOptions& options) {
   const app::SPanelPlugin plugin = app::loadPanelPlugin();
   if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
   app::CMainWindow window;
+  window.winId();
+  if (!options.m_nScalePercent) app::followScreen(*window.windowHandle());
   if (options.m_strReplay.empty()) return runLive(options, out.is_open() ? &out : nullptr, window, plugin.m_pCreate);
   window.show();
   return app::runReplay(options, journal, out, window, plugin.m_pCreate);
@@ -156,13 +159,14 @@ int main(int argc, char** argv) {
   QCoreApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
   configureLog();
   qInstallMessageHandler(logQtMessage);
+  app::switchQtScalingOff();
   QApplication application(argc, argv);
   // Qt has set the locale of the environment.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   std::setlocale(LC_NUMERIC, "C");
   translateQt(application);
   GV::CUiResource::setTheme(options.m_strTheme);
-  GV::CUiResource::applyToApplication();
+  app::applyScale(options.m_nScalePercent);
   const int status = runTerminal(options);
   if (withoutDisplay && status == 0) std::cerr << "screenshot: " << options.m_strScreenshot << std::endl;
   return status;

@@ -1,8 +1,31 @@
 // What the confirmation of a patch shows, takes and hands on.
+#include <QCoreApplication>
+
 #include "PatchFixture.h"
+#include "Sizes.h"
 #include "ksservice/Enumerations.h"
 
 using namespace ksservice;
+
+TEST_F(PatchTest, EverySizeOfTheDialogsFollowsTheScaleWhileTheyAreOpen) {
+  instrument("SH", "600000", 100);
+  const auto check = [](GV::CCommonDialog& dialog) {
+    const test::Sizes atOne = test::sizesOf(dialog);
+    const QSize window = dialog.size();
+    EXPECT_GT(atOne.size(), 10u);
+    for (const double scale : {1.5, 2.0, 3.0, 1.0}) {
+      const test::CScaled scaled(scale);
+      EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(dialog), scale), "") << scale;
+      EXPECT_EQ(dialog.size(), window * scale);
+      QCoreApplication::processEvents();
+      EXPECT_EQ(test::cutTexts(dialog), "") << scale;
+    }
+  };
+  run({param("SH", "600000", EOT_Buy, 3000)}, [&](TC::CBasketPatchDialog& dialog) {
+    check(dialog);
+    runTradeParams(dialog, check);
+  });
+}
 
 TEST_F(PatchTest, AnEntryIsRoundedForABuyAndNeverAboveWhatIsOpen) {
   struct SCase {

@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <cmath>
 
 #include "BasketColumns.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "Sizes.h"
 #include "TaskDetails.h"
 #include "TestHost.h"
 #include "gv/CCommonDialog.h"
@@ -74,6 +76,41 @@ TEST_F(PanelShell, TheTableFillsItBelowTheToolBar) {
   EXPECT_EQ(bar->geometry().topLeft(), QPoint(0, 0));
   EXPECT_EQ(bar->width(), 900);
   EXPECT_EQ(table().geometry(), QRect(0, bar->height(), 900, 400 - bar->height()));
+}
+
+TEST_F(PanelShell, EverySizeFollowsTheScaleOfTheHost) {
+  m_panel->resize(1200, 400);
+  m_panel->show();
+  const QString kept = m_panel->param();
+  const test::Sizes atOne = test::sizesOf(*m_panel);
+  EXPECT_EQ(table().itemHeight(), 21);
+  for (const double scale : {1.5, 2.0, 3.0}) {
+    const test::CScaled scaled(scale);
+    EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(*m_panel), scale), "") << "live, " << scale;
+    EXPECT_EQ(table().itemHeight(), qRound(21 * scale));
+    EXPECT_EQ(table().cellRect(1, EBC_Tree).height(), table().itemHeight());
+    EXPECT_EQ(table().getColumnAdjustedWidth(EBC_Tree), qRound(120 * scale));
+    EXPECT_EQ(test::cutTexts(*m_panel), "");
+    EXPECT_EQ(m_panel->param().toStdString(), kept.toStdString())
+        << "what is kept of a view does not hang on the screen";
+    CBasketTasksPanel made(2, nullptr);
+    made.setParam(kept);
+    made.resize(m_panel->size());
+    made.show();
+    EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(made), scale), "") << "made at " << scale;
+    EXPECT_EQ(made.param().toStdString(), kept.toStdString());
+  }
+  EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(*m_panel), 1), "") << "and back";
+}
+
+TEST_F(PanelShell, AColumnThatIsHiddenOverAChangeOfScaleComesBackInProportion) {
+  table().setColumnVisible(EBC_Account, false);
+  const test::CScaled scaled(2);
+  table().setColumnVisible(EBC_Account, true);
+  EXPECT_EQ(table().columnWidth(EBC_Account), 152);
+  GV::CUiResource::setScale(0);
+  GV::CUiResource::setScale(std::nan(""));
+  EXPECT_EQ(table().columnWidth(EBC_Account), 152) << "no scale at all changes nothing";
 }
 
 TEST_F(PanelShell, TheLockClosesTheTable) {
