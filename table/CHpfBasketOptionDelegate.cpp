@@ -1,5 +1,7 @@
 #include "CHpfBasketOptionDelegate.h"
 
+#include <QKeySequence>
+
 #include "CHpfBasketStatusData.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
@@ -29,30 +31,37 @@ struct SButtonSpec {
   int style;
   int action;    ///< code delivered with event 1140
   int disables;  ///< id handed to the disabling call by a click
+  int key;       ///< that presses it in the current row; never one that is typed by itself
 };
+
+constexpr int CTRL = Qt::CTRL;
+constexpr int CTRL_SHIFT = static_cast<int>(Qt::CTRL) | static_cast<int>(Qt::SHIFT);
 
 // A click on "撤单" or "放弃补单" disables the action code, which is no button, so these two stay enabled: intended.
 constexpr SButtonSpec BASKET_BUTTONS[] = {
-    {Cancel, "撤销", Stop, 3, Cancel},
-    {Pause, "暂停", Stop, 5, Pause},
-    {Resume, "继续", Go, 6, Resume},
-    {Patch, "补单", Neutral, 10000, Patch},
-    {StopPatch, "撤单", Stop, 10001, 10001},
-    {GiveUpPatch, "放弃补单", Neutral, 10002, 10002},
-    {CancelHedge, "取消套利", Neutral, 10003, CancelHedge},
+    {Cancel, "撤销", Stop, 3, Cancel, CTRL | Qt::Key_Delete},
+    {Pause, "暂停", Stop, 5, Pause, CTRL | Qt::Key_P},
+    {Resume, "继续", Go, 6, Resume, CTRL | Qt::Key_R},
+    {Patch, "补单", Neutral, 10000, Patch, CTRL | Qt::Key_B},
+    {StopPatch, "撤单", Stop, 10001, 10001, CTRL_SHIFT | Qt::Key_B},
+    {GiveUpPatch, "放弃补单", Neutral, 10002, 10002, CTRL_SHIFT | Qt::Key_Delete},
+    {CancelHedge, "取消套利", Neutral, 10003, CancelHedge, CTRL_SHIFT | Qt::Key_H},
 };
 
 constexpr SButtonSpec SINGLE_BUTTONS[] = {
-    {Cancel, "撤销", Stop, 3, Cancel},
-    {Pause, "暂停", Stop, 5, Pause},
-    {Resume, "继续", Go, 6, Resume},
-    {ForceStop, "强制终止", Neutral, 10002, ForceStop},
+    {Cancel, "撤销", Stop, 3, Cancel, CTRL | Qt::Key_Delete},
+    {Pause, "暂停", Stop, 5, Pause, CTRL | Qt::Key_P},
+    {Resume, "继续", Go, 6, Resume, CTRL | Qt::Key_R},
+    {ForceStop, "强制终止", Neutral, 10002, ForceStop, CTRL_SHIFT | Qt::Key_K},
 };
 
 template <std::size_t N>
 std::vector<GV::STableButton> buttonSet(const SButtonSpec (&specs)[N]) {
   std::vector<GV::STableButton> buttons;
-  for (const SButtonSpec& spec : specs) buttons.push_back({spec.id, QString::fromUtf8(spec.text), spec.style});
+  for (const SButtonSpec& spec : specs) {
+    const QString text = QString::fromUtf8(spec.text);
+    buttons.push_back({spec.id, text, spec.style, commandHint(text, spec.key)});
+  }
   return buttons;
 }
 
@@ -113,6 +122,21 @@ bool hidesSet(int status) {
 
 CHpfBasketOptionDelegate::CHpfBasketOptionDelegate(Resolver resolver, QObject* parent)
     : GV::CBaseTableColumnMultiButtonsDelegate(parent), m_resolver(std::move(resolver)) {}
+
+QString commandHint(const QString& text, int key) {
+  return QStringLiteral("%1 (%2)").arg(text, QKeySequence(key).toString(QKeySequence::NativeText));
+}
+
+const std::vector<CHpfBasketOptionDelegate::SCommand>& CHpfBasketOptionDelegate::commands() {
+  static const std::vector<SCommand> list = [] {
+    std::vector<SCommand> all;
+    for (const SButtonSpec& spec : BASKET_BUTTONS) all.push_back({spec.id, QString::fromUtf8(spec.text), spec.key});
+    const SButtonSpec& forceStop = *specOf(ForceStop);
+    all.push_back({forceStop.id, QString::fromUtf8(forceStop.text), forceStop.key});
+    return all;
+  }();
+  return list;
+}
 
 int CHpfBasketOptionDelegate::actionOf(int buttonId) {
   const SButtonSpec* spec = specOf(buttonId);

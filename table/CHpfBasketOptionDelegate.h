@@ -11,6 +11,9 @@ namespace TC {
 
 class CBasketTask;
 
+/// The line of a tip that names a command and its key.
+QString commandHint(const QString& text, int key);
+
 /// The operations of a task's row: one set of buttons a row, whose state follows the row's status. GUI thread.
 ///
 /// Statuses come under tree keys, node keys or display ids; the table resolves them to row keys. Those of nodes whose
@@ -27,6 +30,14 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   using Resolver = std::function<SRowRef(const QString& key)>;
 
   CHpfBasketOptionDelegate(Resolver resolver, QObject* parent);
+
+  struct SCommand {
+    int id;  ///< of the button
+    QString text;
+    int key;
+  };
+  /// Every button once, with the key that presses it in the current row.
+  static const std::vector<SCommand>& commands();
 
   /// Action code that a click on a button delivers with event 1140; -1 for an unknown button.
   static int actionOf(int buttonId);

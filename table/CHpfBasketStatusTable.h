@@ -10,6 +10,7 @@
 #include "gv/CHpfTreeTable.h"
 #include "gv/LongWork.h"
 
+class QAction;
 class QMenu;
 
 namespace TC {
@@ -119,6 +120,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void slotUpdateStockUnit();
 
  protected:
+  void updateRowCommands(const QString& rowKey) override;
+  QString rowTitle(int row) const override;
   void keyPressEvent(QKeyEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
 
@@ -127,6 +130,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void createDelegates();
   void createOrdersWidget();
   void createPriceMenu();
+  void createRowCommands();
   void onCellClicked(const QString& rowKey, int column);
   void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);
   void followOrders(const CTaskBlock& block);
@@ -171,6 +175,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   CTaskOrdersWidget* m_pOrdersWidget = nullptr;
   QString m_strOrdersRow;  ///< key of the row that the window of orders shows
   QMenu* m_pPriceMenu = nullptr;
+  QVector<QAction*> m_buttonCommands;  ///< in the order of the delegate's
 };
 
 }  // namespace TC

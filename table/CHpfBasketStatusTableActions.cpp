@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <QToolTip>
 
+#include "BasketColumns.h"
 #include "CBasketTask.h"
 #include "CHpfBasketDelegates.h"
 #include "CHpfBasketStatusModel.h"
@@ -27,6 +28,16 @@ constexpr int TIP_ROW_HEIGHT = 20;
 /// Event that carries a row's operation to the panel.
 constexpr int EVENT_TASK_BUTTON = 1140;
 
+/// What a click on a cell opens, by key.
+struct SCellCommand {
+  int column;
+  const char* text;
+  int key;
+};
+constexpr int CTRL = Qt::CTRL;
+constexpr SCellCommand CELL_COMMANDS[] = {{EBC_Orders, "委托详情", CTRL | Qt::Key_O},
+                                          {EBC_TradeParam, "交易参数", CTRL | Qt::Key_I}};
+
 /// Separates the parts of the parameter string; no part holds it.
 constexpr char PARAM_SEPARATOR = '/';
 
@@ -40,6 +51,7 @@ void CHpfBasketStatusTable::createUi() {
   createDelegates();
   createOrdersWidget();
   createPriceMenu();
+  createRowCommands();
   offerCommands();
   connect(&getStockUnitConfig(), SIGNAL(sigStockUnitChange()), SLOT(slotUpdateStockUnit()));
 }
@@ -52,11 +64,41 @@ void CHpfBasketStatusTable::createPriceMenu() {
   m_pPriceMenu->addAction(QStringLiteral("涨跌停价"))->setData(ksservice::EPT_LimitUp);
 }
 
+void CHpfBasketStatusTable::createRowCommands() {
+  for (const CHpfBasketOptionDelegate::SCommand& command : CHpfBasketOptionDelegate::commands()) {
+    m_buttonCommands.append(addRowCommand(command.text, command.key, [this, id = command.id](const QString& rowKey) {
+      m_pOptionDelegate->clickButton(rowKey, id);
+    }));
+  }
+  for (const SCellCommand& command : CELL_COMMANDS) {
+    addRowCommand(QString::fromUtf8(command.text), command.key, [this, column = command.column](const QString& rowKey) {
+      deliverOwn(GV::EventCellClicked, column, Qt::LeftButton, rowKey);
+    });
+  }
+}
+
+void CHpfBasketStatusTable::updateRowCommands(const QString& rowKey) {
+  const auto& commands = CHpfBasketOptionDelegate::commands();
+  for (int i = 0; i < m_buttonCommands.size(); ++i) {
+    const int id = commands[static_cast<std::size_t>(i)].id;
+    m_buttonCommands[i]->setVisible(m_pOptionDelegate->getIsItemButtonVisible(rowKey, id));
+    m_buttonCommands[i]->setEnabled(m_pOptionDelegate->getIsItemButtonEnabled(rowKey, id));
+  }
+}
+
+QString CHpfBasketStatusTable::rowTitle(int row) const {
+  return QStringLiteral("%1 %2").arg(itemText(row, EBC_Tree), itemText(row, EBC_Name)).trimmed();
+}
+
 void CHpfBasketStatusTable::createDelegates() {
   setColumnDelegate(EBC_Progress, new CHpfBasketProgressDelegate(this));
   m_pOrderDelegate = new CHpfBasketOrderDelegate(this);
   setColumnDelegate(EBC_Orders, m_pOrderDelegate);
   setColumnDelegate(EBC_TradeParam, new CHpfBasketTypeDelegate(this));
+  for (const SCellCommand& command : CELL_COMMANDS) {
+    auto* delegate = static_cast<GV::CBaseTableColumnSimpleTextDelegate*>(columnDelegate(command.column));
+    delegate->setHint(commandHint(QString::fromUtf8(command.text), command.key));
+  }
   setColumnDelegate(EBC_InvestRemark, new CHpfBasketTypeDelegate(this));
   m_pOptionDelegate = new CHpfBasketOptionDelegate([this](const QString& key) { return resolve(key); }, this);
   setColumnDelegate(EBC_Options, m_pOptionDelegate);

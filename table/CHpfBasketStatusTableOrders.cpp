@@ -82,8 +82,10 @@ void CHpfBasketStatusTable::showParams(CBasketTask& task, const QString& rowKey,
     popup->setParams(params);
   }
   const int row = dataModel()->positionOf(rowKey);
-  const QRect cell = cellRect(row, EBC_TradeParam);
-  popup->popUp(rowKey, viewport()->mapToGlobal(cell.bottomLeft()));
+  // By key the cell may be out of sight.
+  QPoint corner = cellRect(row, EBC_TradeParam).bottomLeft();
+  corner.setX(std::clamp(corner.x(), 0, viewport()->width()));
+  popup->popUp(rowKey, viewport()->mapToGlobal(corner));
 }
 
 }  // namespace TC

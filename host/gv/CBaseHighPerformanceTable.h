@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QTimer>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -106,7 +107,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   QMenu* contextMenu() const { return m_pContextMenu; }
   /// Puts the commands (export, copy) into the context menu and reacts to their keys; for a table that has exports.
   void offerCommands();
-  /// Whether an action of the context menu is one of the commands.
+  /// Whether an action of the context menu is one of the commands, those of the row included.
   static bool isCommand(const QAction& action);
   /// The menu of the header, filled for a click on a column (-1 beside all).
   QMenu* headerMenu(int column);
@@ -142,6 +143,16 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   /// Whether a row stands out as a heading of those below it.
   virtual bool isHeading(int row) const;
   virtual void fillHeaderMenu(QMenu& menu, int column);
+  /// A command of the current row, in the context menu and by its key, which acts at once only on a row that is on
+  /// screen: any other it brings there first. Before offerCommands, so that it stands above the others.
+  using RowCommand = std::function<void(const QString& rowKey)>;
+  QAction* addRowCommand(const QString& text, int key, const RowCommand& run);
+  /// Shows and enables the row's commands as the row has them; called before one can be given.
+  virtual void updateRowCommands(const QString& /*rowKey*/) {}
+  /// What the context menu calls the row that its commands are about.
+  virtual QString rowTitle(int row) const { return itemText(row, 0); }
+  /// An event of the table itself, as if the mouse caused it.
+  void deliverOwn(int eventId, int id, int value, const QString& key);
   /// Puts a mark before the title of a column that is filtered, which says why as its tip; an empty one takes it away.
   void markColumn(int column, const QString& why);
   void moveCurrent(int row, Qt::KeyboardModifiers modifiers);
@@ -192,8 +203,9 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   SCell cellAt(int row, int column, const QPoint& mouse) const;
   SCell cellAt(int row, int column, const QPoint& mouse, const QString& key) const;
   void selectRange(int from, int to);
-  void deliverOwn(int eventId, int id, int value, const QString& key);
   bool runCommand(const QKeyEvent& event);
+  void prepareRowCommands();
+  void popUpContextMenu(const QPoint& point);
   void showTip(int row, int column, const QPoint& point, const QPoint& global);
 
   IBaseHpfTableModel* m_pModel = nullptr;
@@ -201,6 +213,9 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   QStandardItemModel* m_pHeaderModel = nullptr;
   QMenu* m_pContextMenu = nullptr;
   QMenu* m_pHeaderMenu = nullptr;
+  QAction* m_pRowTitle = nullptr;  ///< above the row's commands; null while there are none
+  QVector<QAction*> m_rowCommands;
+  QString m_strCommandRow;  ///< the row that they are about
   CStatisticsLine* m_pStatistics = nullptr;
   std::vector<QPointer<CBaseTableColumnDelegate>> m_delegates;
   std::unique_ptr<SColors> m_colors;

@@ -109,6 +109,7 @@ void CBaseHighPerformanceTable::mousePressEvent(QMouseEvent* event) {
   // A right click on a selection keeps it, so that the menu acts on all of it.
   const bool keep = event->button() == Qt::RightButton && isSelected(m_strPressedKey);
   if (!m_bPressTaken && !keep) moveCurrent(row, event->modifiers());
+  if (keep) m_strCurrentKey = m_strPressedKey;
   scheduleUpdate();
 }
 
@@ -155,7 +156,11 @@ void CBaseHighPerformanceTable::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void CBaseHighPerformanceTable::contextMenuEvent(QContextMenuEvent* event) {
-  if (!m_bLocked && !m_pContextMenu->isEmpty()) m_pContextMenu->popup(event->globalPos());
+  const int row = m_pModel == nullptr ? -1 : m_pModel->positionOf(m_strCurrentKey);
+  const bool atRow = event->reason() == QContextMenuEvent::Keyboard && row >= 0;
+  if (atRow) scrollToRow(row);
+  const QPoint below(CUiResource::scaled(CELL_PADDING), (row - topRow() + 1) * itemHeight());
+  popUpContextMenu(atRow ? viewport()->mapToGlobal(below) : event->globalPos());
 }
 
 bool CBaseHighPerformanceTable::viewportEvent(QEvent* event) {
@@ -176,10 +181,12 @@ void CBaseHighPerformanceTable::showTip(int row, int column, const QPoint& point
   if (row < 0 || column < 0) return;
   const CBaseTableColumnDelegate* delegate = columnDelegate(column);
   QString tip = delegate != nullptr ? delegate->tip(cellAt(row, column, point)) : QString();
+  const QString hint = delegate != nullptr ? delegate->hint(cellAt(row, column, point)) : QString();
   const QString text = itemText(row, column);
   const int room = columnWidth(column) - 2 * CUiResource::scaled(CELL_PADDING) - 1;
   const bool cut = glyphFont(m_pModel->column(column).fontKey).width(text) > room;
   if (tip.isEmpty() && cut) tip = text;
+  if (!hint.isEmpty()) tip += tip.isEmpty() ? hint : QLatin1Char('\n') + hint;
   // An empty text would take away a tip that the owner shows.
   if (tip.isEmpty()) return;
   QToolTip::showText(global, plainTip(tip), viewport(), cellRect(row, column));
@@ -195,6 +202,11 @@ void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
     return;
   }
   if (runCommand(*event)) return;
+  if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+    QContextMenuEvent menu(QContextMenuEvent::Keyboard, QPoint());
+    contextMenuEvent(&menu);
+    return;
+  }
   int target = 0;
   switch (event->key()) {
     case Qt::Key_Up:

@@ -39,6 +39,8 @@ class CBaseTableColumnDelegate : public QObject {
   virtual bool mouseRelease(const SCell& /*cell*/) { return false; }
   /// The tip at the mouse; empty for the table's own.
   virtual QString tip(const SCell& /*cell*/) const { return {}; }
+  /// What a click at the mouse does, and its key: a line below the tip.
+  virtual QString hint(const SCell& /*cell*/) const { return {}; }
 
  Q_SIGNALS:
   /// What it paints changed other than by its row.
@@ -55,6 +57,12 @@ class CBaseTableColumnSimpleTextDelegate : public CBaseTableColumnDelegate {
 
  public:
   using CBaseTableColumnDelegate::CBaseTableColumnDelegate;
+
+  void setHint(const QString& hint) { m_strHint = hint; }
+  QString hint(const SCell& /*cell*/) const override { return m_strHint; }
+
+ private:
+  QString m_strHint;
 };
 
 /// Free painting below the text.

@@ -175,6 +175,12 @@ void CBaseTableColumnMultiButtonsDelegate::paint(QPainter& painter, const SCell&
   painter.restore();
 }
 
+QString CBaseTableColumnMultiButtonsDelegate::hint(const SCell& cell) const {
+  const int index = buttonAt(cell);
+  const ButtonSet buttons = itemButtons(cell.row.key());
+  return index < 0 ? QString() : buttons[static_cast<std::size_t>(index)].hint;
+}
+
 bool CBaseTableColumnMultiButtonsDelegate::mousePress(const SCell& cell) {
   m_nPressedIndex = buttonAt(cell);
   m_strPressedKey = cell.row.key();

@@ -13,10 +13,9 @@ struct STableButton {
   int id;
   QString text;
   int style;
+  QString hint = QString();  ///< the tip's line for it
 
-  bool operator==(const STableButton& other) const {
-    return id == other.id && style == other.style && text == other.text;
-  }
+  bool operator==(const STableButton& other) const = default;
 };
 
 /// A button shows when its row's set and itself are visible. Operations on a key or id that is not there do nothing.
@@ -46,6 +45,7 @@ class CBaseTableColumnMultiButtonsDelegate : public CBaseTableColumnDelegate {
   bool clickButton(const QString& key, int id);
 
   void paint(QPainter& painter, const SCell& cell) const override;
+  QString hint(const SCell& cell) const override;
   bool mousePress(const SCell& cell) override;
   bool mouseRelease(const SCell& cell) override;
 

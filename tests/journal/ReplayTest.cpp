@@ -265,10 +265,15 @@ TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
   QString answer = folder.filePath("out.csv");
   GV::CFileDialog::setPresenter([&answer](QWidget*, const QString&) { return answer; });
   CLiveSession session;
-  session.table().contextMenu()->actions().at(0)->trigger();
+  const auto choose = [&session](const char* text) {
+    for (QAction* action : session.table().contextMenu()->actions()) {
+      if (action->text() == QString::fromUtf8(text)) action->trigger();
+    }
+  };
+  choose("导出数据");
   answer.clear();
   QTest::keyClick(&session.table(), Qt::Key_E, Qt::ControlModifier);
-  session.table().contextMenu()->actions().at(1)->trigger();
+  choose("复制");
   QCoreApplication::processEvents();
   GV::CFileDialog::setPresenter({});
   EXPECT_TRUE(QFile::exists(folder.filePath("out.csv")));

@@ -84,6 +84,100 @@ TEST_F(StatusTable, OnlyShiftWReachesTheOwner) {
   EXPECT_FALSE(reaches(Qt::Key_Escape, Qt::NoModifier));
 }
 
+/// Whatever the mouse can press in a row the keyboard can, in the row that the user sees as the current one.
+TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
+  m_owner.resize(900, 400);
+  m_table.resize(900, 400);
+  m_owner.show();
+  test::update(m_task, 1, "A1", "1001", {{"600000", 100}, {"600036", 200}});
+  refresh(m_task);
+  const auto press = [this](int key, bool held = false) {
+    const int before = static_cast<int>(m_owner.m_actions.size());
+    QKeyEvent event(QEvent::KeyPress, key & ~int(Qt::KeyboardModifierMask),
+                    Qt::KeyboardModifiers(key & int(Qt::KeyboardModifierMask)), QString(), held);
+    QApplication::sendEvent(&m_table, &event);
+    return static_cast<int>(m_owner.m_actions.size()) > before ? m_owner.m_actions.back().code : 0;
+  };
+  const auto menu = [this] {
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint());
+    QApplication::sendEvent(&m_table, &event);
+    QStringList texts;
+    for (const QAction* action : m_table.contextMenu()->actions()) {
+      if (action->isVisible() && !action->isSeparator()) texts += action->text() + (action->isEnabled() ? "" : "-");
+    }
+    EXPECT_TRUE(m_table.contextMenu()->isVisible());
+    m_table.contextMenu()->hide();
+    return texts.join(' ').toStdString();
+  };
+  const int pause = int(Qt::CTRL) | Qt::Key_P;
+  EXPECT_EQ(menu(), "导出数据 复制") << "no row";
+  m_table.setCurrentKey(m_rootKey);
+  CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
+  options.slotTaskStatus(m_rootKey, ksservice::ETS_Running, 0);
+  EXPECT_EQ(menu(), "组合任务1- 撤销 暂停 委托详情 交易参数 导出数据 复制");
+
+  EXPECT_EQ(press(pause, true), 0) << "a key that is held down";
+  m_table.setUiLock(true);
+  EXPECT_EQ(press(pause), 0);
+  m_table.setUiLock(false);
+  EXPECT_EQ(press(pause), 5);
+  EXPECT_EQ(press(pause), 0) << "disabled by its click, as by the mouse";
+  EXPECT_EQ(menu(), "组合任务1- 撤销 暂停- 委托详情 交易参数 导出数据 复制");
+  EXPECT_EQ(press(int(Qt::CTRL) | Qt::Key_B), 0) << "a button that does not show";
+  options.slotTaskStatus(m_rootKey, ksservice::ETS_Cancelled, 0);
+  EXPECT_EQ(press(pause), 0);
+  EXPECT_EQ(press(int(Qt::CTRL) | Qt::Key_B), 10000);
+
+  // Each button's tip names the key that presses it.
+  for (const GV::STableButton& button : options.itemButtons(m_rootKey)) {
+    options.setItemButtonVisible(m_rootKey, button.id, true);
+    options.setItemButtonEnabled(m_rootKey, button.id, true);
+    const QRect cell = m_table.cellRect(0, EBC_Options);
+    const QPoint at = options.buttonRect(m_rootKey, button.id, cell).center();
+    const QString hint = options.hint({*m_table.getDataByKey(m_rootKey), cell, false, false, at});
+    ASSERT_TRUE(hint.startsWith(button.text + " (")) << hint.toStdString();
+    const QKeySequence key(hint.section('(', 1).chopped(1), QKeySequence::NativeText);
+    EXPECT_EQ(press(key[0]), CHpfBasketOptionDelegate::actionOf(button.id)) << hint.toStdString();
+  }
+  EXPECT_EQ(press(int(Qt::CTRL) | Qt::Key_O), 0);
+  EXPECT_EQ(m_table.findChild<CTaskOrdersWidget*>()->getKey(), m_rootKey + m_rootKey);
+  EXPECT_EQ(press(int(Qt::CTRL) | Qt::Key_I), 0);
+  EXPECT_EQ(m_table.findChildren<CBaseTaskParamWidget*>().size(), 1);
+}
+
+TEST_F(StatusTable, AKeyNeverActsOnARowThatIsOutOfSight) {
+  m_owner.resize(900, 200);
+  m_table.resize(900, 200);
+  m_owner.show();
+  std::vector<test::TaskPtr> tasks;
+  for (int id = 10; id < 40; ++id) {
+    const test::TaskPtr& task = tasks.emplace_back(test::makeTask(id));
+    test::update(task, 1, "A1", "1001", {{"600000", 0}});
+    refresh(task);
+    m_table.getTaskOptionDelegate()->slotTaskStatus(task->getKey(), ksservice::ETS_Running, 0);
+  }
+  const auto cancels = [this] {
+    QTest::keyClick(&m_table, Qt::Key_Delete, Qt::ControlModifier);
+    return m_owner.m_actions.size();
+  };
+  const QString key = QStringLiteral("组合任务10");
+  m_table.setCurrentKey(key);
+  m_table.verticalScrollBar()->setValue(30);
+  EXPECT_EQ(cancels(), 0u);
+  EXPECT_EQ(m_table.topRow(), 0) << "shown first";
+  m_table.hideItem(key, true);
+  EXPECT_EQ(cancels(), 0u) << "a row that does not show at all";
+  m_table.hideItem(key, false);
+  EXPECT_EQ(cancels(), 1u);
+
+  // The menu is about the row that was clicked, though more are selected.
+  m_table.setSelectedKeys({key, QStringLiteral("组合任务11")});
+  const QPoint other = m_table.cellRect(2, EBC_Name).center();
+  QTest::mouseClick(m_table.viewport(), Qt::RightButton, Qt::NoModifier, other);
+  EXPECT_EQ(m_table.currentKey(), QStringLiteral("组合任务11"));
+  EXPECT_EQ(m_table.selectedKeys().size(), 2);
+}
+
 /// The window has the sums of the orders for a row whose own order type is an algorithm's, goes on showing its row when
 /// the tree takes another shape, and ends with the day.
 TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
