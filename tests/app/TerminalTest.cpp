@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QImage>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QSettings>
@@ -81,6 +82,7 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--hedge", "IF2612:1:2"}, "option --hedge for its ratio needs a number above 0"},
       {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
       {{"--theme", "pink"}, "option --theme is dark or light"},
+      {{"--scale", "99"}, "option --scale needs a whole number from 100 to 300, not '99'"},
       {{"--algo", "TWAP"}, "option --algo is twap, vwap or pov, not 'TWAP'"},
       {{"replay", "a", "--config", "b"}, "option --config does not go with replay"},
       {{"--seed", "1", "--seed", "2"}, "option --seed is given twice"},
@@ -218,6 +220,18 @@ TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
   EXPECT_EQ(runTerminal({"--headless", "--seconds", "1", "--config", "/dev/zero"}).m_nStatus, 2);
   writeFile(path("empty"), "");
   EXPECT_EQ(runTerminal({"--headless", "--seconds", "1", "--config", path("empty")}).m_nStatus, 0);
+}
+
+TEST_F(Terminal, ShowsAllInTheScaleThatWasAskedForAndScalesOnce) {
+  qputenv("QT_SCALE_FACTOR", "2");
+  for (const int percent : {100, 150, 200}) {
+    const QString picture = path("shot.png");
+    const SResult run =
+        runTerminal({"--headless", "--seconds", "0.1", "--scale", QString::number(percent), "--screenshot", picture});
+    EXPECT_EQ(run.m_nStatus, 0) << run.m_strErrors.toStdString();
+    EXPECT_EQ(QImage(picture).size(), QSize(1440, 820) * percent / 100);
+  }
+  qunsetenv("QT_SCALE_FACTOR");
 }
 
 TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {

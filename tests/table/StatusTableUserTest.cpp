@@ -156,9 +156,11 @@ TEST_F(StatusTable, AKeyNeverActsOnARowThatIsOutOfSight) {
     refresh(task);
     m_table.getTaskOptionDelegate()->slotTaskStatus(task->getKey(), ksservice::ETS_Running, 0);
   }
-  const auto cancels = [this] {
-    QTest::keyClick(&m_table, Qt::Key_Delete, Qt::ControlModifier);
-    return m_owner.m_actions.size();
+  GV::CHpfTreeTable& keys = m_table;
+  const std::vector<CTableOwner::SAction>& actions = m_owner.m_actions;
+  const auto cancels = [&keys, &actions] {
+    QTest::keyClick(&keys, Qt::Key_Delete, Qt::ControlModifier);
+    return actions.size();
   };
   const QString key = QStringLiteral("组合任务10");
   m_table.setCurrentKey(key);
