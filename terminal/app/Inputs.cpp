@@ -6,6 +6,8 @@
 #include <set>
 #include <utility>
 
+#include "CAlgoSchedule.h"
+#include "SessionSetup.h"
 #include "utils/Keys.h"
 
 namespace app {
@@ -56,6 +58,13 @@ void checkHedge(const SOptions& options, std::int64_t dayStart, SInputs& inputs)
   inputs.m_faults.push_back("option --hedge: '" + options.m_hedge->m_strCode + "' is not listed; listed are " + known);
 }
 
+void checkAlgo(const SOptions& options, SInputs& inputs) {
+  const auto algo = makeAlgo(options);
+  if (!algo || engine::CAlgoSchedule::fault(*algo, options.m_nStartMinute * std::int64_t{60000}).empty()) return;
+  inputs.m_faults.push_back("option --algo: no trading time is left after --start, it ends at " +
+                            TC::formatSecondOfDay(algo->m_nEnd));
+}
+
 /// instruments: the file that lists them.
 void readBasket(const std::string& file, const std::string& instruments, const basket::ListedTest& isListed,
                 SInputs& inputs) {
@@ -80,6 +89,7 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   inputs.m_instruments = std::move(file.m_instruments);
 
   checkHedge(options, dayStart, inputs);
+  checkAlgo(options, inputs);
 
   // Without a list of instruments nothing is known of any, so the baskets are only read for their own faults.
   basket::ListedTest isListed;

@@ -59,16 +59,6 @@ std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options) {
   return hedge;
 }
 
-std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options) {
-  if (!options.m_algo) return std::nullopt;
-  TC::SAlgoParams algo;
-  algo.m_eAlgorithm = *options.m_algo;
-  algo.m_nStart = std::max(algo.m_nStart, options.m_nStartMinute * 60);
-  algo.m_nEnd = std::max(algo.m_nEnd, algo.m_nStart + 1);
-  algo.m_nSlices = ALGO_SLICES;
-  return algo;
-}
-
 int operationOf(const exchange::SInstrument& instrument, bool buy) {
   if (instrument.m_kind == exchange::EKind::Share) return buy ? ksservice::EOT_Buy : ksservice::EOT_Sell;
   return buy ? ksservice::EOT_BuyOpen : ksservice::EOT_SellOpen;
@@ -104,6 +94,15 @@ engine::SEngineSettings makeEngineSettings(const SOptions& options) {
   settings.m_strLogin = session.m_strLogin;
   settings.m_nTraderType = session.m_nTraderType;
   return settings;
+}
+
+std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options) {
+  if (!options.m_algo) return std::nullopt;
+  TC::SAlgoParams algo;
+  algo.m_eAlgorithm = *options.m_algo;
+  algo.m_nStart = std::max(algo.m_nStart, options.m_nStartMinute * 60);
+  algo.m_nSlices = ALGO_SLICES;
+  return algo;
 }
 
 AccountList addAccounts(desk::CDesk& desk, const SOptions& options) {
@@ -157,8 +156,6 @@ engine::SOrderLine makeOrderLine(const exchange::CExchange& market, int instrume
   order.m_nOperation = operation;
   order.m_nQuantity = quantity;
   order.m_dReference = listed.m_dPrevClose;
-  order.m_nLot = listed.m_kind == exchange::EKind::Share ? SHARE_LOT : 1;
-  order.m_nMinimum = market.rules(instrument).m_nBuyMinimum;
   return order;
 }
 

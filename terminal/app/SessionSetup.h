@@ -2,6 +2,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,8 @@ exchange::SExchangeSettings makeExchangeSettings(const SOptions& options);
 engine::SEngineSettings makeEngineSettings(const SOptions& options);
 
 using AccountList = std::vector<boost::shared_ptr<ksservice::CAccountInfo>>;
+/// What the baskets' algorithm goes by: the day, from the start of the run; none without one.
+std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options);
 /// Enters the options' accounts; returns those that trade baskets.
 AccountList addAccounts(desk::CDesk& desk, const SOptions& options);
 /// Enters what the market lists; the desk gets the quotes of index futures from the start.

@@ -37,6 +37,13 @@ CAlgoSchedule::CAlgoSchedule(const TC::SAlgoParams& params, std::int64_t made)
   m_nSliceMsec = byTime ? std::max<std::int64_t>(1, trading / params.m_nSlices) : PARTICIPATION_SLICE_MSEC;
 }
 
+std::string CAlgoSchedule::fault(const TC::SAlgoParams& params, std::int64_t now) {
+  const std::int64_t begin = std::max<std::int64_t>(params.m_nStart * std::int64_t{1000}, now);
+  const std::int64_t end = params.m_nEnd * std::int64_t{1000};
+  if (end <= now) return "算法结束时间已过";
+  return exchange::tradingTime(end) <= exchange::tradingTime(begin) ? "算法时段内没有交易时间" : "";
+}
+
 int CAlgoSchedule::slice(std::int64_t now) const {
   return static_cast<int>(std::max<std::int64_t>(0, exchange::tradingTime(now) - m_nTradingBegin) / m_nSliceMsec);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "tc/AlgoParams.h"
 
@@ -10,8 +11,11 @@ namespace engine {
 /// milliseconds since midnight.
 class CAlgoSchedule {
  public:
-  /// made: when the task was made; what the parameters say of the time before is over.
+  /// made: when the task was made; what the parameters say of the time before is over. Without a fault at that time.
   CAlgoSchedule(const TC::SAlgoParams& params, std::int64_t made);
+
+  /// Why no task can be made by the parameters at a time, in words for the user; empty when one can.
+  static std::string fault(const TC::SAlgoParams& params, std::int64_t now);
 
   const TC::SAlgoParams& params() const { return m_params; }
   bool hasBegun(std::int64_t now) const { return now >= m_nBegin; }

@@ -22,18 +22,56 @@ CAlgoTask::CAlgoTask(SIdentity identity, std::vector<SOrderLine> lines, const SS
       m_schedule(settings.m_params, settings.m_nNow),
       m_nProgressMsec(settings.m_nProgressMsec),
       m_nNow(settings.m_nNow),
-      m_states(this->lines().size()) {}
+      m_states(this->lines().size()) {
+  for (std::size_t line = 0; line < m_states.size(); ++line) examine(line);
+}
+
+/// Tells what is known of a line before anything is sent.
+void CAlgoTask::examine(std::size_t line) {
+  const SOrderLine& order = lines()[line];
+  const exchange::SRules& rules = order.m_rules;
+  const bool buy = isBuy(line);
+  if (const char* fault = rules.quantityFault(order.m_nQuantity, buy)) {
+    const bool none = rules.orderable(order.m_nQuantity, buy) == 0;
+    note(none ? CIncidents::EKind::NotOrdered : CIncidents::EKind::PartlyOrdered, fault, order.m_stock);
+    if (none) return;
+  }
+  // An instrument that is not listed has no limits of a day.
+  if (m_schedule.params().m_dLimit <= 0 || rules.m_nPrevClose == 0) return;
+  const std::int64_t limit = rules.toLimitTicks(m_schedule.params().m_dLimit, buy);
+  const bool above = limit > rules.m_nLimitUp;
+  if (!above && limit >= rules.m_nLimitDown) return;
+  m_states[line].m_bClosed = above != buy;
+  const char* text = above ? "限价高于涨停价" : "限价低于跌停价";
+  note(m_states[line].m_bClosed ? CIncidents::EKind::NotOrdered : CIncidents::EKind::Hint, text, order.m_stock);
+}
+
+bool CAlgoTask::isBuy(std::size_t line) const { return DataHelper::isBuy(lines()[line].m_nOperation); }
+
+/// What was neither traded nor may still fill.
+int CAlgoTask::left(std::size_t line) const {
+  return lines()[line].m_nQuantity - m_states[line].m_nTraded - m_states[line].m_nWorking;
+}
+
+bool CAlgoTask::mayOrder(std::size_t line) const {
+  return !m_states[line].m_bClosed && lines()[line].m_rules.orderable(left(line), isBuy(line)) > 0;
+}
+
+/// The part of a quantity that the market would not take.
+int CAlgoTask::lost(std::size_t line, int quantity) const {
+  return quantity - lines()[line].m_rules.orderable(quantity, isBuy(line));
+}
 
 // What was sent and cancelled comes back as long as the schedule runs.
 bool CAlgoTask::hasUnsent() const { return !isStopped() && !isAllSent(); }
 
 int CAlgoTask::claimed(std::size_t line) const {
-  return isStopped() ? m_states[line].m_nTraded + m_states[line].m_nWorking : lines()[line].m_nQuantity;
+  return isStopped() || isEnded() ? m_states[line].m_nTraded + m_states[line].m_nWorking : lines()[line].m_nQuantity;
 }
 
 bool CAlgoTask::isAllSent() const {
   for (std::size_t line = 0; line < m_states.size(); ++line) {
-    if (m_states[line].m_nTraded + m_states[line].m_nWorking < lines()[line].m_nQuantity) return false;
+    if (mayOrder(line)) return false;
   }
   return true;
 }
@@ -46,9 +84,10 @@ bool CAlgoTask::isAllFilled() const {
 }
 
 double CAlgoTask::boundPrice(int line, double price) const {
-  const double limit = m_schedule.params().m_dLimit;
-  if (limit <= 0) return price;
-  const bool buy = DataHelper::isBuy(lines()[static_cast<std::size_t>(line)].m_nOperation);
+  if (m_schedule.params().m_dLimit <= 0) return price;
+  const bool buy = isBuy(static_cast<std::size_t>(line));
+  const exchange::SRules& rules = lines()[static_cast<std::size_t>(line)].m_rules;
+  const double limit = rules.toPrice(rules.toLimitTicks(m_schedule.params().m_dLimit, buy));
   return buy ? std::min(price, limit) : std::max(price, limit);
 }
 
@@ -76,8 +115,7 @@ void CAlgoTask::plan(std::int64_t now, const VolumeOf& volumeOf) {
 int CAlgoTask::dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeOf) {
   const SOrderLine& order = lines()[line];
   SLineState& state = m_states[line];
-  const int left = order.m_nQuantity - state.m_nTraded - state.m_nWorking;
-  if (left <= 0 || state.m_nRefusedSlice == m_nSlice) return 0;
+  if (!mayOrder(line) || state.m_nRefusedSlice == m_nSlice) return 0;
   std::int64_t volume = 0;
   if (m_schedule.params().m_eAlgorithm == TC::EAlgorithm::POV) {
     const std::int64_t traded = volumeOf(order);
@@ -85,19 +123,37 @@ int CAlgoTask::dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeO
     volume = traded - state.m_nVolumeBefore;
   }
   const int planned = m_schedule.planned(order.m_nQuantity, now, volume);
-  int due = std::min(left, planned - state.m_nTraded - state.m_nWorking);
-  // An odd remainder can be sold, but not bought.
-  const bool odd = due == left && !DataHelper::isBuy(order.m_nOperation);
-  if (!odd && due != order.m_nQuantity) due -= due % order.m_nLot;
-  return odd || due >= order.m_nMinimum ? due : 0;
+  return childOf(line, std::min(left(line), planned - state.m_nTraded - state.m_nWorking));
 }
 
+/// The most of what is due that the market takes, and after which it takes the rest too. Sells go out in lots as well,
+/// but an odd remainder is sold with the last of them.
+int CAlgoTask::childOf(std::size_t line, int due) const {
+  const exchange::SRules& rules = lines()[line].m_rules;
+  const int rest = left(line);
+  if (due == rest && !isBuy(line)) return due;
+  const int child = rules.orderable(due, true);
+  if (lost(line, rest - child) <= lost(line, rest)) return child;
+  return rules.orderable(std::min(due, rest - rules.m_nBuyMinimum), true);
+}
+
+bool CAlgoTask::isStale(std::size_t order) const {
+  const SChild& each = m_children[order];
+  return !orders().orders()[order].m_info.m_bCompleted && !each.m_bCancelling && each.m_nSlice != m_nSlice;
+}
+
+/// What could not be ordered anew stays in the market.
 void CAlgoTask::cancelStale() {
   const auto& sheet = orders().orders();
+  std::vector<int> open(m_states.size());
   for (std::size_t order = 0; order < m_children.size(); ++order) {
-    SChild& each = m_children[order];
-    if (sheet[order].m_info.m_bCompleted || each.m_bCancelling || each.m_nSlice == m_nSlice) continue;
-    each.m_bCancelling = true;
+    if (isStale(order)) open[static_cast<std::size_t>(m_children[order].m_nLine)] += sheet[order].left();
+  }
+  for (std::size_t order = 0; order < m_children.size(); ++order) {
+    const auto line = static_cast<std::size_t>(m_children[order].m_nLine);
+    if (!isStale(order) || m_states[line].m_bClosed) continue;
+    if (lost(line, left(line) + open[line]) > lost(line, left(line))) continue;
+    m_children[order].m_bCancelling = true;
     m_cancels.push_back(sheet[order].m_nMarketId);
   }
 }
@@ -110,11 +166,12 @@ void CAlgoTask::onSent(int, const SOrderDue& due) {
   m_children.push_back({due.m_nLine, m_nSlice});
 }
 
-void CAlgoTask::onRejected(int order, const std::string& message, int seconds) {
+void CAlgoTask::onRejected(int order, const SRefusal& refusal, int seconds) {
   SLineState& state = stateOf(order);
   state.m_nWorking -= orders().orders()[static_cast<std::size_t>(order)].left();
   state.m_nRefusedSlice = m_nSlice;
-  CSubTask::onRejected(order, message, seconds);
+  state.m_bClosed = state.m_bClosed || refusal.m_bLasting;
+  CSubTask::onRejected(order, refusal, seconds);
 }
 
 void CAlgoTask::onFilled(int order, int quantity, double amount, int seconds) {

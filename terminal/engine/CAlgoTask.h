@@ -10,7 +10,8 @@ namespace engine {
 
 /// A sub-task that an algorithm carries out on the server: child orders over time. Its orders stay with the server; the
 /// panel sees the progress of each of them. What its lines have traded and have in the market together never exceeds
-/// their targets.
+/// their targets. A child order is what the market takes as one order, and leaves of a buy nothing that it would not
+/// take any more.
 class CAlgoTask : public CSubTask {
  public:
   struct SSettings {
@@ -36,7 +37,7 @@ class CAlgoTask : public CSubTask {
   /// What is finished or may still fill of each security, by its key; held at 2147483647.
   std::map<std::string, int> orderProcess() const;
 
-  void onRejected(int order, const std::string& message, int seconds) override;
+  void onRejected(int order, const SRefusal& refusal, int seconds) override;
   void onFilled(int order, int quantity, double amount, int seconds) override;
   void onCancelled(int order, const std::string& message, int seconds) override;
 
@@ -50,6 +51,7 @@ class CAlgoTask : public CSubTask {
     int m_nTraded = 0;
     int m_nWorking = 0;                 ///< may still fill
     int m_nRefusedSlice = -1;           ///< in which the market refused a child order: none follows in it
+    bool m_bClosed = false;             ///< no child order follows: it would be refused
     std::int64_t m_nVolumeBefore = -1;  ///< of the market, when the schedule began; -1: it has not
   };
   struct SChild {
@@ -60,6 +62,13 @@ class CAlgoTask : public CSubTask {
 
   SLineState& stateOf(int order) { return m_states[static_cast<std::size_t>(child(order).m_nLine)]; }
   SChild& child(int order) { return m_children[static_cast<std::size_t>(order)]; }
+  void examine(std::size_t line);
+  bool isBuy(std::size_t line) const;
+  int left(std::size_t line) const;
+  bool mayOrder(std::size_t line) const;
+  int lost(std::size_t line, int quantity) const;
+  int childOf(std::size_t line, int due) const;
+  bool isStale(std::size_t order) const;
   void plan(std::int64_t now, const VolumeOf& volumeOf);
   int dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeOf);
   void cancelStale();

@@ -5,6 +5,7 @@
 #include <boost/make_shared.hpp>
 #include <utility>
 
+#include "EngineTexts.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 
@@ -13,34 +14,6 @@ namespace engine {
 using namespace ksservice;
 
 namespace {
-
-const char* statusText(int status) {
-  switch (status) {
-    case ETS_Running:
-      return "执行中";
-    case ETS_Paused:
-      return "已暂停";
-    case ETS_Finished:
-      return "已完成";
-    case ETS_ExecutionError:
-      return "执行异常";
-    default:
-      return "已撤销";
-  }
-}
-
-const char* operationText(int operation) {
-  switch (operation) {
-    case ETO_Cancel:
-      return "撤销";
-    case ETO_Pause:
-      return "暂停";
-    case ETO_Resume:
-      return "恢复";
-    default:
-      return "放弃";
-  }
-}
 
 int orderTypeOf(TC::EAlgorithm algorithm) {
   switch (algorithm) {
@@ -91,6 +64,14 @@ boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket
   return command;
 }
 
+/// What may be ordered of a line is known by the market alone.
+void CEngine::knowRules(std::vector<SOrderLine>& lines) const {
+  for (SOrderLine& line : lines) {
+    const int instrument = m_market.findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
+    if (instrument >= 0) line.m_rules = m_market.rules(instrument);
+  }
+}
+
 int CEngine::startBasket(const SBasketOrder& basket) {
   const auto command = makeCommand(basket);
   // The panel asks for them when it sees the first detail.
@@ -100,7 +81,9 @@ int CEngine::startBasket(const SBasketOrder& basket) {
     }
   }
   std::vector<SAccountLines> parts;
-  for (std::vector<SOrderLine>& lines : splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()))) {
+  std::vector<SOrderLine> whole = basket.m_lines;
+  knowRules(whole);
+  for (std::vector<SOrderLine>& lines : splitLines(whole, static_cast<int>(basket.m_accounts.size()))) {
     parts.push_back({basket.m_accounts[parts.size()], std::move(lines)});
   }
   start(command, command->m_nTaskId, parts, basket.m_algo);
@@ -121,19 +104,24 @@ int CEngine::startPatch(const COrderCommand& command, const std::vector<SAccount
 void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
                     const std::vector<SAccountLines>& parts, const std::optional<TC::SAlgoParams>& algo) {
   std::size_t lines = 0;
+  std::size_t started = 0;
   int number = 0;
   for (const SAccountLines& part : parts) {
     ++number;
     // An account that got no part of any line has nothing to do in this task.
     if (part.m_lines.empty()) continue;
     CSubTask::SIdentity identity{command, part.m_pAccount, taskId, number};
+    std::vector<SOrderLine> known = part.m_lines;
+    knowRules(known);
     if (algo) {
       const CAlgoTask::SSettings settings{*algo, m_nNow, m_settings.m_nProgressMsec};
-      m_subTasks.push_back(std::make_unique<CAlgoTask>(std::move(identity), part.m_lines, settings));
+      m_subTasks.push_back(std::make_unique<CAlgoTask>(std::move(identity), std::move(known), settings));
     } else {
-      m_subTasks.push_back(std::make_unique<CSubTask>(std::move(identity), part.m_lines));
+      m_subTasks.push_back(std::make_unique<CSubTask>(std::move(identity), std::move(known)));
     }
     m_active.push_back(m_subTasks.back().get());
+    m_active.back()->begin(seconds());
+    ++started;
     lines += part.m_lines.size();
     for (const SOrderLine& line : part.m_lines) watch(line.m_stock.m_strMarket, line.m_stock.m_strCode);
   }
@@ -141,6 +129,7 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
   tell((boost::format("任务 [%1%] %2%%3%: %4% 笔, %5% 个账户") % taskId % (command->m_bPatch ? "补单 " : "") %
         command->m_strBasketName % lines % parts.size())
            .str());
+  for (std::size_t i = m_active.size() - started; i < m_active.size(); ++i) tellIncidents(*m_active[i]);
   if (!m_market.isMatching()) tell((boost::format("任务 [%1%] 等待开盘") % taskId).str());
   publishChanges();
 }
@@ -148,6 +137,7 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
 void CEngine::advanceTo(std::int64_t msec) {
   const std::int64_t elapsed = msec - m_nNow;
   m_nNow = msec;
+  endSchedules();
   if (m_market.phase() == exchange::EPhase::Closed) {
     stopAll();
   } else if (m_market.isMatching()) {
@@ -156,7 +146,21 @@ void CEngine::advanceTo(std::int64_t msec) {
     sendDue();
   }
   if (m_nNow >= m_nNextQuotes) publishQuotes();
+  if (m_nNow >= m_nNextTell) {
+    m_nNextTell = m_nNow + m_settings.m_nTellMsec;
+    // Also those that have ended: a cancel may come too late after its task's end.
+    for (const auto& task : m_subTasks) tellIncidents(*task);
+  }
   publishChanges();
+}
+
+/// A schedule ends at its time, whether the market matches then or not.
+void CEngine::endSchedules() {
+  for (CSubTask* task : m_active) {
+    if (task->isEnded() || task->isStopped() || !task->isOver(m_nNow)) continue;
+    task->stop("算法时间已到，余量未成交", seconds());
+    cancelWorking(*task);
+  }
 }
 
 void CEngine::runSchedules() {
@@ -166,11 +170,6 @@ void CEngine::runSchedules() {
   };
   for (CSubTask* task : m_active) {
     if (task->isEnded() || task->isStopped()) continue;
-    if (task->isOver(m_nNow)) {
-      task->stop("算法时间已到，余量未成交", seconds());
-      cancelWorking(*task);
-      continue;
-    }
     task->advanceTo(m_nNow, volumeOf);
     for (const std::uint64_t id : task->takeCancels()) m_market.cancel(id);
   }
@@ -216,7 +215,7 @@ exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask:
 void CEngine::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order) {
   m_orders.push_back({&owner, index});
   if (order.m_nInstrument < 0) {
-    owner.onRejected(index, "证券未上市", seconds());
+    owner.onRejected(index, {"证券未上市", true}, seconds());
     return;
   }
   m_market.submit(order);
@@ -236,13 +235,13 @@ void CEngine::onReport(const exchange::SReport& report) {
     case exchange::EReport::Accepted:
       return ref.m_pOwner->onAccepted(ref.m_nOrder);
     case exchange::EReport::Rejected:
-      return ref.m_pOwner->onRejected(ref.m_nOrder, report.m_pMessage, seconds(report));
+      return ref.m_pOwner->onRejected(ref.m_nOrder, {report.m_pMessage, report.m_bLasting}, seconds(report));
     case exchange::EReport::Filled:
       return ref.m_pOwner->onFilled(ref.m_nOrder, report.m_nQuantity, report.m_dAmount, seconds(report));
     case exchange::EReport::Cancelled:
       return ref.m_pOwner->onCancelled(ref.m_nOrder, report.m_pMessage, seconds(report));
     case exchange::EReport::CancelRejected:
-      return;  // it was filled before the cancel came: the fill has been or will be reported
+      return ref.m_pOwner->onCancelRejected(ref.m_nOrder, report.m_pMessage);
   }
 }
 
@@ -344,11 +343,16 @@ void CEngine::publish(CSubTask& task) {
   if (const auto progress = task.progress()) m_desk.setProgress(task.key(), *progress);
   deliver(task.publish());
   // That a task runs from its start was told when it was started.
-  if (task.status() == before || before == 0) return;
-  const std::string& message = task.message();
+  if (task.status() == before || (before == 0 && !task.isEnded())) return;
+  const std::string message = task.message();
   tell((boost::format("任务 [%1%] %2%%3%") % task.key() % statusText(task.status()) %
         (message.empty() ? message : ": " + message))
            .str());
+  if (task.isEnded()) tellIncidents(task);
+}
+
+void CEngine::tellIncidents(CSubTask& task) const {
+  for (const std::string& line : task.takeLog()) tell((boost::format("任务 [%1%] %2%") % task.key() % line).str());
 }
 
 void CEngine::watch(const std::string& market, const std::string& code) {

@@ -21,6 +21,7 @@ struct SEngineSettings {
   int m_nPublishMsec = 100;        ///< a task publishes at most one detail in this time
   int m_nProgressMsec = 10000;     ///< a server task publishes its progress at most once in this time
   int m_nReplyMsec = 200;          ///< until a request to the server is carried out and answered
+  int m_nTellMsec = 10000;         ///< how often refusals and the like are told in the log
   int m_nQuoteMsec = 3000;         ///< how often the quotes of the securities in use are taken to the desk
   int m_nFirstTaskId = 1;
   std::string m_strUser;
@@ -138,6 +139,8 @@ class CEngine : public exchange::IMarketListener {
   boost::shared_ptr<ksservice::COrderCommand> makeCommand(const SBasketOrder& basket);
   void start(const boost::shared_ptr<ksservice::COrderCommand>& command, int taskId,
              const std::vector<SAccountLines>& parts, const std::optional<TC::SAlgoParams>& algo);
+  void knowRules(std::vector<SOrderLine>& lines) const;
+  void endSchedules();
   void runSchedules();
   void sendDue();
   void sendNext(CSubTask& task);
@@ -150,6 +153,7 @@ class CEngine : public exchange::IMarketListener {
   void activate(CSubTask& task);
   void publishChanges();
   void publish(CSubTask& task);
+  void tellIncidents(CSubTask& task) const;
   void publishQuotes();
   int seconds(const exchange::SReport& report) const;
 
@@ -160,6 +164,7 @@ class CEngine : public exchange::IMarketListener {
   ITaskFollower* m_pFollower = nullptr;
   std::int64_t m_nNow = 0;
   std::int64_t m_nNextQuotes = 0;
+  std::int64_t m_nNextTell = 0;
   double m_dSendCredit = 0;
   int m_nTasks = 0;
   std::uint64_t m_nPublished = 0;

@@ -97,8 +97,8 @@ void CHedge::onAccepted(int order) {
   m_bDirty = true;
 }
 
-void CHedge::onRejected(int order, const std::string& message, int seconds) {
-  m_orders.reject(order, message);
+void CHedge::onRejected(int order, const SRefusal& refusal, int seconds) {
+  m_orders.reject(order, refusal.m_strText);
   orderEnded(seconds);
 }
 

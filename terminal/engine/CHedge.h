@@ -72,9 +72,11 @@ class CHedge : public IOrderOwner {
   bool wasRejectedAfter(std::int64_t msec) const;
 
   void onAccepted(int order) override;
-  void onRejected(int order, const std::string& message, int seconds) override;
+  void onRejected(int order, const SRefusal& refusal, int seconds) override;
   void onFilled(int order, int quantity, double amount, int seconds) override;
   void onCancelled(int order, const std::string& message, int seconds) override;
+  /// It was filled meanwhile, which is told by its fills.
+  void onCancelRejected(int, const std::string&) override {}
 
   /// The state that the hedge manager reports last (EHedgeState). Returns whether it changed.
   bool setState(int state);

@@ -3,6 +3,8 @@
 #include <boost/make_shared.hpp>
 #include <utility>
 
+#include "utils/Keys.h"
+
 namespace engine {
 
 using namespace ksservice;
@@ -61,8 +63,9 @@ void CSubTask::onAccepted(int order) {
   m_bDirty = true;
 }
 
-void CSubTask::onRejected(int order, const std::string& message, int seconds) {
-  m_orders.reject(order, message);
+void CSubTask::onRejected(int order, const SRefusal& refusal, int seconds) {
+  m_orders.reject(order, refusal.m_strText);
+  noteOrder(CIncidents::EKind::Refused, refusal.m_strText, order);
   m_bDirty = true;
   endIfDone(seconds);
 }
@@ -73,33 +76,44 @@ void CSubTask::onFilled(int order, int quantity, double amount, int seconds) {
   endIfDone(seconds);
 }
 
-void CSubTask::onCancelled(int order, const std::string& /*message*/, int seconds) {
-  m_orders.cancel(order);
+void CSubTask::onCancelled(int order, const std::string& message, int seconds) {
+  m_orders.cancel(order, message);
+  if (!message.empty()) noteOrder(CIncidents::EKind::Cancelled, message, order);
   m_bDirty = true;
   endIfDone(seconds);
+}
+
+/// Of the cancels by which a task ends; a schedule that replaces an order finds it filled as a matter of course.
+void CSubTask::onCancelRejected(int order, const std::string& message) {
+  if (m_bStopped) noteOrder(CIncidents::EKind::LateCancel, message, order);
+}
+
+void CSubTask::noteOrder(CIncidents::EKind kind, const std::string& reason, int order) {
+  const COrderInfo& info = m_orders.orders()[static_cast<std::size_t>(order)].m_info;
+  note(kind, reason, {info.m_strMarket, info.m_strCode, {}});
+}
+
+void CSubTask::note(CIncidents::EKind kind, const std::string& reason, const CStockInfo& stock) {
+  m_incidents.add(kind, reason, utils::mavStockKey(stock.m_strMarket, stock.m_strCode));
 }
 
 void CSubTask::endIfDone(int seconds) {
   if (isEnded() || m_orders.workingCount() > 0 || hasUnsent()) return;
   m_nEndStatus = endStatus();
   m_nEndTime = seconds;
-  if (m_strMessage.empty()) m_strMessage = rejectionText();
   m_bDirty = true;
 }
 
-/// What a task tells of its rejected orders: the market's own words when it took none.
-std::string CSubTask::rejectionText() const {
-  const int count = m_orders.rejectedCount();
-  if (count == 0) return {};
-  if (m_nEndStatus != ETS_ExecutionError) return std::to_string(count) + " 笔委托被拒绝";
-  return m_orders.orders().front().m_info.m_strMessage;
+std::string CSubTask::message() const {
+  const std::string incidents = m_incidents.text();
+  return m_strMessage + (m_strMessage.empty() || incidents.empty() ? "" : "；") + incidents;
 }
 
 /// "Finished" only when nothing is left; a remainder, whatever it comes from, leaves the task "cancelled", so that it
-/// can be patched. "Execution error" is a task of which the market took nothing.
+/// can be patched. "Execution error" is a task of which the market took nothing, or could take nothing.
 int CSubTask::endStatus() const {
   if (isAllFilled()) return ETS_Finished;
-  const bool noneTaken = !m_orders.isEmpty() && m_orders.rejectedCount() == static_cast<int>(m_orders.orders().size());
+  const bool noneTaken = m_orders.rejectedCount() == static_cast<int>(m_orders.orders().size());
   return isAllSent() && noneTaken ? ETS_ExecutionError : ETS_Cancelled;
 }
 
@@ -142,7 +156,7 @@ desk::SPublication CSubTask::publish() {
   detail->m_nTaskId = taskId();
   detail->m_nNumber = m_identity.m_nNumber;
   detail->m_nStatus = status();
-  detail->m_strMessage = m_strMessage;
+  detail->m_strMessage = message();
   detail->m_nStartTime = m_nStartTime;
   detail->m_nEndTime = m_nEndTime;
   detail->m_pCommand = m_identity.m_pCommand;

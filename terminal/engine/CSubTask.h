@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CDesk.h"
+#include "CIncidents.h"
 #include "COrderSheet.h"
 #include "IOrderOwner.h"
 #include "SplitLines.h"
@@ -49,7 +50,10 @@ class CSubTask : public IOrderOwner {
   /// What a line has traded, has in the market, or may still send.
   virtual int claimed(std::size_t line) const;
   int status() const;
-  const std::string& message() const { return m_strMessage; }
+  /// Why it ended, if there is more to say than its status says, and what did not become of its lines and orders.
+  std::string message() const;
+  /// What is new of that, for the log.
+  std::vector<std::string> takeLog() { return m_incidents.takeLog(); }
   /// CNY, bought and sold alike.
   double tradedAmount() const { return m_orders.tradedAmount(); }
 
@@ -78,9 +82,13 @@ class CSubTask : public IOrderOwner {
   std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
 
   void onAccepted(int order) override;
-  void onRejected(int order, const std::string& message, int seconds) override;
+  void onRejected(int order, const SRefusal& refusal, int seconds) override;
   void onFilled(int order, int quantity, double amount, int seconds) override;
   void onCancelled(int order, const std::string& message, int seconds) override;
+  void onCancelRejected(int order, const std::string& message) override;
+
+  /// Ends at once what has nothing to do: of which nothing can be ordered.
+  void begin(int seconds) { endIfDone(seconds); }
 
   /// Each returns whether the operation changed anything.
   bool pause();
@@ -109,6 +117,7 @@ class CSubTask : public IOrderOwner {
  protected:
   bool isOpen() const { return !m_bPaused && !m_bStopped && !isEnded(); }
   const COrderSheet& orders() const { return m_orders; }
+  void note(CIncidents::EKind kind, const std::string& reason, const ksservice::CStockInfo& stock);
   /// An order went out, whose index is told.
   virtual void onSent(int /*order*/, const SOrderDue&) { ++m_nSent; }
   virtual bool isAllSent() const { return m_nSent == m_lines.size(); }
@@ -117,7 +126,7 @@ class CSubTask : public IOrderOwner {
  private:
   void endIfDone(int seconds);
   int endStatus() const;
-  std::string rejectionText() const;
+  void noteOrder(CIncidents::EKind kind, const std::string& reason, int order);
   std::vector<ksservice::CCodeOrderParam> makeParams() const;
 
   SIdentity m_identity;
@@ -134,7 +143,8 @@ class CSubTask : public IOrderOwner {
   int m_nEndStatus = 0;  ///< 0 until the last order has ended
   int m_nStartTime = ksservice::UNSET_INT;
   int m_nEndTime = ksservice::UNSET_INT;
-  std::string m_strMessage;
+  std::string m_strMessage;  ///< why it ended
+  CIncidents m_incidents;
 };
 
 }  // namespace engine

@@ -79,7 +79,7 @@ void CTaskServer::answerCreation(const desk::SCreateRequest& request) {
   std::optional<TC::SAlgoParams> algo;
   if (text.empty() && isAlgorithm(request)) {
     text = TC::SAlgoParams::parse(request.m_command.m_strAlgoParams, algo.emplace());
-    if (text.empty() && algo->m_nEnd * std::int64_t{1000} <= m_engine.now()) text = "算法结束时间已过";
+    if (text.empty()) text = CAlgoSchedule::fault(*algo, m_engine.now());
   }
   if (!text.empty()) {
     m_desk.requests().replyToCreate(utils::KSError(text), 0);
@@ -144,7 +144,6 @@ std::vector<SAccountLines> CTaskServer::makeParts(const desk::SCreateRequest& re
 }
 
 SOrderLine CTaskServer::makeLine(const CCodeOrderParam& param) const {
-  const auto info = m_desk.codeInfo(param.m_stock.m_strMarket, param.m_stock.m_strCode);
   SOrderLine line;
   line.m_stock = param.m_stock;
   line.m_nOperation = param.m_nOperation;
@@ -153,8 +152,6 @@ SOrderLine CTaskServer::makeLine(const CCodeOrderParam& param) const {
   line.m_nPriceType = param.m_nPriceType;
   // An algorithm prices its orders itself.
   line.m_bOwnPrice = !DataHelper::isAlgoOrderType(param.m_nOrderType);
-  line.m_nLot = std::max(1, info->m_nTradeUnit);
-  line.m_nMinimum = std::max(1, info->m_nTradeMinUnit);
   return line;
 }
 

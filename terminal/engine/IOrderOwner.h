@@ -4,17 +4,25 @@
 
 namespace engine {
 
+/// Why a market took no order.
+struct SRefusal {
+  std::string m_strText;    ///< the market's words
+  bool m_bLasting = false;  ///< the same order would be refused all day
+};
+
 /// Has orders in the market, which it knows by an index of its own, and is told what becomes of each of them. On the
 /// engine's thread. Times are seconds since the epoch.
 class IOrderOwner {
  public:
   virtual ~IOrderOwner() = default;
   virtual void onAccepted(int order) = 0;
-  virtual void onRejected(int order, const std::string& message, int seconds) = 0;
+  virtual void onRejected(int order, const SRefusal& refusal, int seconds) = 0;
   /// amount: CNY of this fill.
   virtual void onFilled(int order, int quantity, double amount, int seconds) = 0;
   /// message: why, when nobody asked for it.
   virtual void onCancelled(int order, const std::string& message, int seconds) = 0;
+  /// A cancel came too late. message: what had become of the order.
+  virtual void onCancelRejected(int order, const std::string& message) = 0;
 };
 
 /// Follows what the tasks of an engine trade. On the engine's thread.

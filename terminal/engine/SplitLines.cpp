@@ -4,10 +4,7 @@ namespace engine {
 namespace {
 
 /// What every account but the first gets of a line.
-int evenPart(const SOrderLine& line, int accounts) {
-  const int part = line.m_nQuantity / accounts / line.m_nLot * line.m_nLot;
-  return part < line.m_nMinimum ? 0 : part;
-}
+int evenPart(const SOrderLine& line, int accounts) { return line.m_rules.orderable(line.m_nQuantity / accounts, true); }
 
 }  // namespace
 

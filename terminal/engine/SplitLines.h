@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Instrument.h"
 #include "ksservice/CTaskDetail.h"
 
 namespace engine {
@@ -16,12 +17,11 @@ struct SOrderLine {
   double m_dReference = 0;  ///< price that the parameter shows, CNY
   int m_nPriceType = ksservice::EPT_Limit;
   bool m_bOwnPrice = false;  ///< goes out at its own price or as its price type says; else at the opposite best price
-  int m_nLot = 100;          ///< quantities are shared out in multiples of it
-  int m_nMinimum = 100;      ///< no account gets a part below it
+  exchange::SRules m_rules;  ///< of the market that trades it, which the engine asks for them
 };
 
-/// The lines of each account, in the accounts' order. Each line is divided evenly in whole lots; what is left over,
-/// odd shares included, goes to the first account, and so does a line of which every part would be too small. An
+/// The lines of each account, in the accounts' order. Each line is divided evenly into what may be bought in one order;
+/// what is left over goes to the first account, and so does a line of which every part would be too small. An
 /// account without a part of a line has no such line. accounts: at least 1.
 std::vector<std::vector<SOrderLine>> splitLines(const std::vector<SOrderLine>& lines, int accounts);
 

@@ -26,20 +26,6 @@ bool isFutureKind(const SInstrument& instrument) {
   return instrument.m_kind == EKind::IndexFuture && instrument.m_strCode.size() == 2;
 }
 
-const char* quantityRefusal(const SMarketOrder& order, const SRules& rules) {
-  if (order.m_nQuantity <= 0) return "委托数量必须大于零";
-  if (!order.m_bBuy) return nullptr;  // whatever is held may be sold, an odd remainder too
-  if (order.m_nQuantity < rules.m_nBuyMinimum) return "数量低于最小申报数量";
-  return order.m_nQuantity % rules.m_nBuyStep != 0 ? "数量不是整手" : nullptr;
-}
-
-const char* priceRefusal(const SMarketOrder& order, const SRules& rules) {
-  if (order.m_bMarketPrice) return nullptr;
-  const std::int64_t limit = rules.toTicks(order.m_dPrice);
-  if (limit < 0) return "价格不是最小变动价位的整数倍";
-  return limit > rules.m_nLimitUp || limit < rules.m_nLimitDown ? "价格超出涨跌幅限制" : nullptr;
-}
-
 }  // namespace
 
 CExchange::CExchange(const std::vector<SInstrument>& instruments, const SExchangeSettings& settings)
@@ -128,8 +114,8 @@ void CExchange::expireAll() {
     const EState state = order(number).m_state;
     if (state != EState::Waiting && state != EState::Resting) continue;
     book(order(number).m_order.m_nInstrument).remove(number);
-    order(number).m_state = EState::Over;
-    report(EReport::Cancelled, number, std::exchange(order(number).m_nLeft, 0), "收市，未成交部分自动撤销");
+    const int left = end(number, "委托已在收市时撤销");
+    report(EReport::Cancelled, number, left, "收市，未成交部分自动撤销");
   }
 }
 
@@ -141,28 +127,28 @@ void CExchange::arrive(const SArrival& arrival) {
   }
 }
 
-const char* CExchange::refusal(const SMarketOrder& order) {
+/// What the day itself forbids, whenever the order comes; null for nothing.
+const char* CExchange::lastingRefusal(const SMarketOrder& order) const {
   if (order.m_nInstrument < 0 || order.m_nInstrument >= static_cast<int>(m_instruments.size())) return "证券不存在";
+  const auto instrument = static_cast<std::size_t>(order.m_nInstrument);
+  if (m_books[instrument].nextEvent() == CBook::NEVER) return "证券停牌";
+  const SRules& listed = m_rules[instrument];
+  if (const char* text = listed.quantityFault(order.m_nQuantity, order.m_bBuy)) return text;
+  return order.m_bMarketPrice ? nullptr : listed.priceFault(order.m_dPrice);
+}
+
+const char* CExchange::passingRefusal(const SMarketOrder& order) {
   if (!acceptsOrders(phase())) return "非交易时段";
   if (order.m_bMarketPrice && !isMatching()) return "非连续交易时段不接受市价委托";
-  if (book(order.m_nInstrument).nextEvent() == CBook::NEVER) return "证券停牌";
-  const SRules& listed = rules(order.m_nInstrument);
-  if (const char* text = quantityRefusal(order, listed)) return text;
-  if (const char* text = priceRefusal(order, listed)) return text;
   const bool unlucky = m_settings.m_dRejectRate > 0 && m_random.uniform() < m_settings.m_dRejectRate;
   return unlucky ? "交易所流量控制，委托被拒绝" : nullptr;
 }
 
 void CExchange::arriveOrder(int number) {
   const SMarketOrder arrived = order(number).m_order;
-  const bool isNew = m_orderNumbers.try_emplace(arrived.m_nId, number).second;
-  const char* text = isNew ? refusal(arrived) : "委托编号重复";
-  if (text) {
-    order(number).m_state = EState::Over;
-    order(number).m_nLeft = 0;
-    report(EReport::Rejected, number, arrived.m_nQuantity, text);
-    return;
-  }
+  if (!m_orderNumbers.try_emplace(arrived.m_nId, number).second) return reject(number, "委托编号重复", true);
+  if (const char* text = lastingRefusal(arrived)) return reject(number, text, true);
+  if (const char* text = passingRefusal(arrived)) return reject(number, text, false);
   const SRules& listed = rules(arrived.m_nInstrument);
   const std::int64_t reach = arrived.m_bBuy ? listed.m_nLimitUp : listed.m_nLimitDown;
   order(number).m_nLimit = arrived.m_bMarketPrice ? reach : listed.toTicks(arrived.m_dPrice);
@@ -173,6 +159,20 @@ void CExchange::arriveOrder(int number) {
   } else {
     m_waiting.push_back(number);
   }
+}
+
+void CExchange::reject(int number, const char* message, bool lasting) {
+  end(number, "委托已被拒绝");
+  SReport rejected = makeReport(EReport::Rejected, number, order(number).m_order.m_nQuantity, message);
+  rejected.m_bLasting = lasting;
+  deliver(rejected);
+}
+
+/// Nothing of the order is open from now on; returns what was. became: what a cancel that comes later is told.
+int CExchange::end(int number, const char* became) {
+  order(number).m_state = EState::Over;
+  order(number).m_pBecame = became;
+  return std::exchange(order(number).m_nLeft, 0);
 }
 
 /// The order's fills are reported when the book has done with it.
@@ -187,8 +187,8 @@ void CExchange::match(int number) {
   if (book(instrument).hasResting()) wake(instrument);
   reportFills();
   if (rest || left == 0) return;
-  order(number).m_state = EState::Over;
-  report(EReport::Cancelled, number, std::exchange(order(number).m_nLeft, 0), "市价委托剩余部分自动撤销");
+  end(number, "市价委托剩余部分已自动撤销");
+  report(EReport::Cancelled, number, left, "市价委托剩余部分自动撤销");
 }
 
 void CExchange::arriveCancel(std::uint64_t id) {
@@ -201,10 +201,11 @@ void CExchange::arriveCancel(std::uint64_t id) {
     return deliver(unknown);
   }
   const int number = found->second;
-  if (order(number).m_state == EState::Over) return report(EReport::CancelRejected, number, 0, "委托已结束");
+  if (order(number).m_state == EState::Over) {
+    return report(EReport::CancelRejected, number, 0, order(number).m_pBecame);
+  }
   book(order(number).m_order.m_nInstrument).remove(number);
-  order(number).m_state = EState::Over;
-  report(EReport::Cancelled, number, std::exchange(order(number).m_nLeft, 0));
+  report(EReport::Cancelled, number, end(number, "委托已撤销"));
 }
 
 void CExchange::scheduleBook(int instrument) {
@@ -265,7 +266,7 @@ void CExchange::reportFills() {
   for (const SFill& fill : m_fills) {
     SOrder& filled = order(fill.m_nOrder);
     filled.m_nLeft -= fill.m_nQuantity;
-    if (filled.m_nLeft == 0) filled.m_state = EState::Over;
+    if (filled.m_nLeft == 0) end(fill.m_nOrder, "委托已全部成交");
     const auto instrument = static_cast<std::size_t>(filled.m_order.m_nInstrument);
     SReport report;
     report.m_nId = filled.m_order.m_nId;
@@ -280,13 +281,17 @@ void CExchange::reportFills() {
 }
 
 void CExchange::report(EReport kind, int number, int quantity, const char* message) {
+  deliver(makeReport(kind, number, quantity, message));
+}
+
+SReport CExchange::makeReport(EReport kind, int number, int quantity, const char* message) {
   SReport report;
   report.m_nId = order(number).m_order.m_nId;
   report.m_kind = kind;
   report.m_nQuantity = quantity;
   report.m_nLeft = order(number).m_nLeft;
   report.m_pMessage = message;
-  deliver(report);
+  return report;
 }
 
 void CExchange::deliver(SReport report) {

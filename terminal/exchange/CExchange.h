@@ -38,13 +38,13 @@ class CExchange : public IMarket {
   std::int64_t now() const { return m_nNow; }
 
   const std::vector<SInstrument>& instruments() const { return m_instruments; }
-  const SRules& rules(int instrument) const { return m_rules[static_cast<std::size_t>(instrument)]; }
 
   void setListener(IMarketListener* listener) override { m_pListener = listener; }
   int findInstrument(std::string_view market, std::string_view code) const override;
   void submit(const SMarketOrder& order) override;
   void cancel(std::uint64_t id) override;
   SQuote quote(int instrument) override;
+  const SRules& rules(int instrument) const override { return m_rules[static_cast<std::size_t>(instrument)]; }
   EPhase phase() const override { return phaseAt(m_nNow); }
 
  private:
@@ -54,6 +54,7 @@ class CExchange : public IMarket {
     EState m_state = EState::Sent;
     std::int64_t m_nLimit = 0;  ///< ticks
     int m_nLeft = 0;
+    const char* m_pBecame = "";  ///< of an order that is over, in words for the user
   };
   /// An order or a cancel on its way.
   struct SArrival {
@@ -72,7 +73,10 @@ class CExchange : public IMarket {
   void arrive(const SArrival& arrival);
   void arriveOrder(int number);
   void arriveCancel(std::uint64_t id);
-  const char* refusal(const SMarketOrder& order);
+  const char* lastingRefusal(const SMarketOrder& order) const;
+  const char* passingRefusal(const SMarketOrder& order);
+  void reject(int number, const char* message, bool lasting);
+  int end(int number, const char* became);
   void match(int number);
   void runBook();
   void wake(int instrument);
@@ -80,6 +84,7 @@ class CExchange : public IMarket {
   void scheduleBook(int instrument);
   void reportFills();
   void report(EReport kind, int number, int quantity, const char* message = "");
+  SReport makeReport(EReport kind, int number, int quantity, const char* message);
   void deliver(SReport report);
   SOrder& order(int number) { return m_orders[static_cast<std::size_t>(number)]; }
   CBook& book(int instrument) { return m_books[static_cast<std::size_t>(instrument)]; }

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "Instrument.h"
 #include "Sessions.h"
 
 namespace exchange {
@@ -23,7 +24,7 @@ enum class EReport {
   Rejected,       ///< the order is over; the message says why
   Filled,         ///< m_nQuantity at m_dPrice; m_nLeft is still open
   Cancelled,      ///< m_nQuantity is cancelled, the order is over; the message says why if nobody asked for it
-  CancelRejected  ///< a cancel came to nothing; the order is as it was
+  CancelRejected  ///< a cancel came to nothing; the order is as it was, the message says what became of it
 };
 
 struct SReport {
@@ -35,6 +36,7 @@ struct SReport {
   double m_dAmount = 0;         ///< CNY, of a fill: price x quantity x multiplier
   std::int64_t m_nTime = 0;     ///< milliseconds since 00:00 at the exchange
   const char* m_pMessage = "";  ///< Chinese, UTF-8, never null, lives for ever
+  bool m_bLasting = false;      ///< of a rejection: the same order would be rejected all day
 };
 
 /// What a market shows of an instrument. Prices are CNY or index points, 0 for none.
@@ -73,6 +75,7 @@ class IMarket {
   virtual void cancel(std::uint64_t id) = 0;
   /// instrument: a number that findInstrument gave.
   virtual SQuote quote(int instrument) = 0;
+  virtual const SRules& rules(int instrument) const = 0;
   virtual EPhase phase() const = 0;
 
   /// Whether orders are matched now.

@@ -7,6 +7,9 @@
 namespace exchange {
 namespace {
 
+constexpr double TICK_TOLERANCE = 1e-4;  // of a tick: above what a double loses, below what anybody means
+constexpr double MOST_TICKS = 1e12;
+
 bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
 bool isWideBoard(std::string_view code) {
@@ -20,16 +23,38 @@ std::int64_t percentOf(std::int64_t ticks, int percent) { return (ticks * percen
 }  // namespace
 
 std::int64_t SRules::toTicks(double price) const {
-  constexpr double tolerance = 1e-4;  // of a tick: above what a double loses, below what anybody means
   const double ticks = price * m_nTicksPerUnit;
-  if (!(ticks > 0) || ticks > 1e12) return -1;
+  if (!(ticks > 0) || ticks > MOST_TICKS) return -1;
   const double whole = std::round(ticks);
-  return whole < 1 || std::abs(ticks - whole) > tolerance ? -1 : static_cast<std::int64_t>(whole);
+  return whole < 1 || std::abs(ticks - whole) > TICK_TOLERANCE ? -1 : static_cast<std::int64_t>(whole);
+}
+
+std::int64_t SRules::toLimitTicks(double price, bool buy) const {
+  const double ticks = std::clamp(price * m_nTicksPerUnit, 0.0, MOST_TICKS);
+  return static_cast<std::int64_t>(buy ? std::floor(ticks + TICK_TOLERANCE) : std::ceil(ticks - TICK_TOLERANCE));
 }
 
 double SRules::toPrice(std::int64_t ticks) const {
   // Dividing by a whole number gives the double that the decimal text of the price gives.
   return static_cast<double>(ticks) / m_nTicksPerUnit;
+}
+
+int SRules::orderable(int quantity, bool buy) const {
+  if (quantity <= 0 || !buy) return std::max(0, quantity);
+  return quantity < m_nBuyMinimum ? 0 : quantity - quantity % m_nBuyStep;
+}
+
+const char* SRules::quantityFault(int quantity, bool buy) const {
+  if (quantity <= 0) return "委托数量必须大于零";
+  const int taken = orderable(quantity, buy);
+  if (taken == 0) return "数量低于最小申报数量";
+  return taken < quantity ? "数量不是整手" : nullptr;
+}
+
+const char* SRules::priceFault(double limit) const {
+  const std::int64_t ticks = toTicks(limit);
+  if (ticks < 0) return "价格不是最小变动价位的整数倍";
+  return ticks > m_nLimitUp || ticks < m_nLimitDown ? "价格超出涨跌幅限制" : nullptr;
 }
 
 int limitPercent(const SInstrument& instrument) {

@@ -35,7 +35,17 @@ struct SRules {
 
   /// The price in ticks; -1 when it is no multiple of the tick or not above 0.
   std::int64_t toTicks(double price) const;
+  /// A limit in whole ticks, rounded to the side of who gives it: down for a buy, up for a sell. price: above 0.
+  std::int64_t toLimitTicks(double price, bool buy) const;
   double toPrice(std::int64_t ticks) const;
+
+  /// The most of a quantity that one order may have; 0: none. Whatever is held may be sold, an odd remainder too.
+  int orderable(int quantity, bool buy) const;
+  /// Why an order is refused for its quantity, or for its limit; null when it is not. Chinese, UTF-8, lives for ever.
+  const char* quantityFault(int quantity, bool buy) const;
+  const char* priceFault(double limit) const;
+  /// Whether buys go by single shares above a minimum of more.
+  bool hasMinimumAlone() const { return m_nBuyStep < m_nBuyMinimum; }
 };
 
 /// Percent that a price may move from the previous close: 30 in the market BJ, 20 for the codes 300, 301, 688 and 689

@@ -118,6 +118,11 @@ TEST_F(Terminal, TradesNothingWhenAnInputIsUnreadableOrMalformed) {
   EXPECT_TRUE(future.m_strErrors.startsWith(QLatin1String("option --hedge: 'IF2712' is not listed; listed are IC2612")))
       << future.m_strErrors.toStdString();
 
+  const SResult late = runTerminal({"--headless", "--seconds", "1", "--algo", "twap", "--start", "14:57"});
+  EXPECT_EQ(late.m_nStatus, 2);
+  EXPECT_EQ(late.m_strErrors.toStdString(),
+            "option --algo: no trading time is left after --start, it ends at 14:57:00\n");
+
   for (const char* option : {"--basket", "--instruments"}) {
     const SResult missing = runTerminal({"--headless", "--seconds", "1", QLatin1String(option), path("none.csv")});
     EXPECT_EQ(missing.m_nStatus, 2);

@@ -65,12 +65,9 @@ TEST(AlgoSchedule, TheUsualVolumeOfADayIsTheWholeOfIt) {
 struct SAlgoRig : SRig {
   explicit SAlgoRig(std::uint64_t seed = 1, double rejectRate = 0) : SRig(seed, rejectRate) {}
 
+  using SRig::start;
   /// Starts the rig's basket; returns the key of its one sub-task.
-  std::string start(const TC::SAlgoParams& algo) {
-    engine::SBasketOrder order = basket();
-    order.m_algo = algo;
-    return std::to_string(engine().startBasket(order)) + "-1";
-  }
+  std::string start(const TC::SAlgoParams& algo) { return start(basket().m_lines, algo); }
   const engine::CAlgoTask& task(const std::string& key) { return *engine().serverTask(key); }
 
   /// What the published progress says was traded of each line.
@@ -118,6 +115,81 @@ TEST(AlgoTask, NeverHasMoreFinishedOrOpenThanItsScheduleAndItsTargetAllow) {
   }
 }
 
+/// Runs a day of one line; returns what it traded. At no time a buy is left with less than the exchange takes.
+int runLine(SAlgoRig& rig, const engine::SOrderLine& line, const TC::SAlgoParams& algo, int minimum) {
+  const std::string key = rig.start({line}, algo);
+  const std::string security = utils::mavStockKey(line.m_stock.m_strMarket, line.m_stock.m_strCode);
+  for (std::int64_t now = exchange::MORNING_BEGINS; now < exchange::clockTime(14, 29); now += 10000) {
+    rig.m_simulation.advanceTo(now);
+    const int left = line.m_nQuantity - rig.task(key).orderProcess().at(security);
+    EXPECT_TRUE(left == 0 || left >= minimum) << line.m_nQuantity << " of " << security << " leaves " << left;
+  }
+  rig.runTo(14, 31);
+  return sum(rig.traded(key));
+}
+
+TEST(AlgoTask, AChildLeavesNoBuyThatCannotBeOrdered) {
+  for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::VWAP, EAlgorithm::POV}) {
+    for (const int quantity : {200, 250, 350, 399, 400, 1730}) {
+      for (std::uint64_t seed = 1; seed <= 3; ++seed) {
+        SAlgoRig rig(seed);
+        EXPECT_EQ(runLine(rig, SRig::line("SH", "688008", EOT_Buy, quantity), params(algorithm), 200), quantity);
+      }
+    }
+    SAlgoRig rig;
+    EXPECT_EQ(runLine(rig, SRig::line("BJ", "830008", EOT_Buy, 1099), params(algorithm), 100), 1099);
+  }
+}
+
+TEST(AlgoTask, WhatIsNoWholeLotIsNotOrderedAndTold) {
+  for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::POV}) {
+    SAlgoRig rig;
+    TC::SAlgoParams algo = params(algorithm);
+    algo.m_dRate = 1;
+    const std::string key =
+        rig.start({SRig::line("SH", "600010", EOT_Buy, 1050), SRig::line("SH", "688008", EOT_Buy, 150),
+                   SRig::line("SH", "600012", EOT_Sell, 1050)},
+                  algo);
+    EXPECT_EQ(rig.newest(key).m_strMessage,
+              "1 行不能委托（数量低于最小申报数量 1 行）；1 行不能全部委托（数量不是整手 1 行）");
+    rig.runTo(14, 0);
+    rig.runTo(14, 31);
+    EXPECT_EQ(rig.traded(key), (std::vector<int>{1000, 0, 1050})) << algorithmName(algorithm);
+    EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
+    EXPECT_EQ(rig.newest(key).m_strMessage,
+              "1 行不能委托（数量低于最小申报数量 1 行）；1 行不能全部委托（数量不是整手 1 行）")
+        << "no order was refused";
+  }
+  SAlgoRig rig;
+  const std::string key = rig.start({SRig::line("SH", "688008", EOT_Buy, 150)}, params(EAlgorithm::TWAP));
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_ExecutionError) << "nothing of it can ever be ordered";
+}
+
+TEST(AlgoTask, AnOrderThatWouldBeRefusedAgainIsNotSentAgain) {
+  SAlgoRig rig;
+  const std::string key =
+      rig.start({SRig::line("SH", "601999", EOT_Buy, 1000), SRig::line("SZ", "009999", EOT_Sell, 1000)},
+                params(EAlgorithm::TWAP));
+  rig.runTo(14, 0);
+  EXPECT_EQ(rig.task(key).progress()->m_orders.size(), 2u);
+  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_ExecutionError);
+  EXPECT_EQ(rig.newest(key).m_strMessage, "2 笔委托被拒绝（证券停牌 1 笔；证券未上市 1 笔）");
+}
+
+TEST(AlgoTask, ALimitIsWholeTicksAndToldBeyondTheDays) {
+  SAlgoRig rig;
+  TC::SAlgoParams algo = params(EAlgorithm::TWAP);
+  algo.m_dLimit = 9.987;  // the fifth security closed at 9, the sixth at 10, the tenth at 14
+  const std::string key = rig.start({SRig::line("SH", "600004", EOT_Sell, 1000),
+                                     SRig::line("SZ", "1005", EOT_Buy, 1000), SRig::line("SZ", "1009", EOT_Buy, 1000)},
+                                    algo);
+  EXPECT_EQ(rig.newest(key).m_strMessage, "2 行不能委托（限价低于跌停价 1 行；限价高于涨停价 1 行）");
+  rig.runTo(14, 31);
+  EXPECT_EQ(rig.newest(key).m_strMessage.find("拒绝"), std::string::npos) << rig.newest(key).m_strMessage;
+  EXPECT_GT(rig.task(key).progress()->m_orders.size(), 0u);
+  for (const TC::CProgressOrder& child : rig.m_desk.progress(key)->m_orders) EXPECT_EQ(child.m_nParamIndex, 1);
+}
+
 TEST(AlgoTask, EndsWithItsTimeAndCancelsWhatIsOpen) {
   SAlgoRig rig;
   TC::SAlgoParams algo = params(EAlgorithm::TWAP, 3);
@@ -137,6 +209,20 @@ TEST(AlgoTask, EndsWithItsTimeAndCancelsWhatIsOpen) {
   EXPECT_EQ(covered, sum(rig.traded(key))) << "nothing is open";
 }
 
+TEST(AlgoTask, EndsAtItsTimeWhateverThePhase) {
+  for (const auto& [hours, minutes] : {std::pair(11, 30), {12, 15}, {13, 0}, {15, 0}, {15, 30}}) {
+    SAlgoRig rig;
+    TC::SAlgoParams algo = params(EAlgorithm::TWAP, 70);
+    algo.m_nEnd = hours * 3600 + minutes * 60;
+    algo.m_dLimit = 9.1;  // a tenth below the last close: nothing trades
+    const std::string key = rig.start({SRig::line("SZ", "1005", EOT_Buy, 10000)}, algo);
+    const int end = std::min<int>(algo.m_nEnd, exchange::DAY_CLOSES / 1000);
+    rig.m_simulation.advanceTo(end * std::int64_t{1000} + 1000);
+    EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled) << hours;
+    EXPECT_EQ(rig.newest(key).m_nEndTime, SRig::DAY_START + end);
+  }
+}
+
 TEST(AlgoTask, NoPriceIsWorseThanTheLimit) {
   SAlgoRig rig;
   engine::SBasketOrder order = rig.basket();
@@ -148,9 +234,9 @@ TEST(AlgoTask, NoPriceIsWorseThanTheLimit) {
   const std::string key = std::to_string(rig.engine().startBasket(order)) + "-1";
   rig.runTo(15, 1);
   const auto& children = rig.m_desk.progress(key)->m_orders;
-  EXPECT_EQ(std::count_if(children.begin(), children.end(), [](const auto& child) { return child.m_nParamIndex == 0; }),
-            10)
-      << "an order that is refused is not repeated in its slice";
+  EXPECT_FALSE(std::any_of(children.begin(), children.end(), [](const auto& child) {
+    return child.m_nParamIndex == 0;
+  })) << "beyond the day's limits";
   for (const TC::CProgressOrder& child : children) {
     const double limit = algo.m_dLimit * child.m_detail.m_nTradedVolume;
     const double over = (child.m_detail.m_dTradedAmount - limit) * (child.m_nParamIndex == 1 ? 1 : -1);

@@ -68,6 +68,7 @@ class CTap : public exchange::IMarket, public exchange::IMarketListener {
   }
   void cancel(std::uint64_t id) override { m_market.cancel(id); }
   exchange::SQuote quote(int instrument) override { return m_market.quote(instrument); }
+  const exchange::SRules& rules(int instrument) const override { return m_market.rules(instrument); }
   exchange::EPhase phase() const override { return m_market.phase(); }
 
   void onReport(const exchange::SReport& report) override {
@@ -283,7 +284,7 @@ TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   all.runTo(9, 40);
   const CTaskDetail& refused = all.newest("101-1");
   EXPECT_EQ(refused.m_nStatus, ETS_ExecutionError);
-  EXPECT_FALSE(refused.m_strMessage.empty());
+  EXPECT_EQ(refused.m_strMessage, "40 笔委托被拒绝（交易所流量控制，委托被拒绝 40 笔）");
   for (const COrderInfoPtr& order : refused.m_orders) {
     EXPECT_TRUE(order->m_bHasMessage && !order->m_strMessage.empty());
     EXPECT_FALSE(all.m_desk.orderDetail(order->m_tag)) << "an order that was never accepted has no detail";
@@ -297,7 +298,7 @@ TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   some.runTo(15, 1);
   const CTaskDetail& partly = some.newest("101-1");
   EXPECT_EQ(partly.m_nStatus, ETS_Cancelled) << "a remainder is left to be patched";
-  EXPECT_EQ(partly.m_strMessage, "1 笔委托被拒绝");
+  EXPECT_EQ(partly.m_strMessage.rfind("1 笔委托被拒绝（证券未上市 1 笔）", 0), 0u) << partly.m_strMessage;
   EXPECT_FALSE(partly.m_orders[0]->m_bHasMessage);
   EXPECT_EQ(partly.m_orders[1]->m_strMessage, "证券未上市");
 }

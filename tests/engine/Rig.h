@@ -41,9 +41,23 @@ struct SRig {
     return instruments;
   }
 
-  /// The securities, and index futures that are more liquid than usual.
+  static exchange::SInstrument makeInstrument(const char* market, const char* code, double prevClose, double volume) {
+    exchange::SInstrument instrument;
+    instrument.m_strMarket = market;
+    instrument.m_strCode = code;
+    instrument.m_strName = code;
+    instrument.m_dPrevClose = prevClose;
+    instrument.m_dVolume = volume;
+    return instrument;
+  }
+
+  /// The securities, some whose buys follow other rules, one that is suspended, and index futures that are more liquid
+  /// than usual.
   static std::vector<exchange::SInstrument> makeListed() {
     std::vector<exchange::SInstrument> listed = makeInstruments();
+    listed.push_back(makeInstrument("SH", "688008", 60, 2e7));
+    listed.push_back(makeInstrument("BJ", "830008", 12, 5e6));
+    listed.push_back(makeInstrument("SH", "601999", 8, 0));
     exchange::SInstrument& futures = listed.emplace_back();
     futures.m_strMarket = exchange::FUTURES_MARKET;
     futures.m_strCode = "IF";
@@ -85,6 +99,21 @@ struct SRig {
     }
     basket.m_accounts.assign(m_accounts.begin(), m_accounts.begin() + static_cast<std::ptrdiff_t>(accounts));
     return basket;
+  }
+
+  static engine::SOrderLine line(const char* market, const char* code, int operation, int quantity) {
+    engine::SOrderLine line;
+    line.m_stock = {market, code, code};
+    line.m_nOperation = operation;
+    line.m_nQuantity = quantity;
+    return line;
+  }
+  /// Starts a basket of these lines for the first account; returns the key of its sub-task.
+  std::string start(std::vector<engine::SOrderLine> lines, const std::optional<TC::SAlgoParams>& algo = std::nullopt) {
+    engine::SBasketOrder order = basket();
+    order.m_lines = std::move(lines);
+    order.m_algo = algo;
+    return std::to_string(engine().startBasket(order)) + "-1";
   }
 
   engine::CEngine& engine() { return m_simulation.engine(); }

@@ -12,8 +12,8 @@ engine::SOrderLine makeLine(int number, int quantity, int lot, int minimum) {
   line.m_stock.m_strMarket = "SH";
   line.m_stock.m_strCode = std::to_string(600000 + number);
   line.m_nQuantity = quantity;
-  line.m_nLot = lot;
-  line.m_nMinimum = minimum;
+  line.m_rules.m_nBuyStep = lot;
+  line.m_rules.m_nBuyMinimum = minimum;
   return line;
 }
 
@@ -33,8 +33,8 @@ TEST(SplitLines, KeepsEveryShareInWholeLotsForAllButTheFirstAccount) {
       for (const engine::SOrderLine& part : parts[account]) {
         EXPECT_GT(part.m_nQuantity, 0);
         if (account > 0) {
-          EXPECT_EQ(part.m_nQuantity % part.m_nLot, 0);
-          EXPECT_GE(part.m_nQuantity, part.m_nMinimum);
+          EXPECT_EQ(part.m_nQuantity % part.m_rules.m_nBuyStep, 0);
+          EXPECT_GE(part.m_nQuantity, part.m_rules.m_nBuyMinimum);
         }
         sums[part.m_stock.m_strCode] += part.m_nQuantity;
       }

@@ -127,15 +127,17 @@ TEST(TaskServer, RefusesAPatchWithAText) {
   algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=09:29:00;slices=1";
   auto over = algo;
   over.m_command.m_strAlgoParams = "algo=TWAP;start=09:29:00;end=09:30:10;slices=1";
+  auto lunch = algo;
+  lunch.m_command.m_strAlgoParams = "algo=POV;start=11:30:00;end=13:00:00;rate=0.1";
   for (const auto& request : {gone, rig.request({}), rig.request({rig.param(1, 100), rig.param(2, 0)}),
-                              rig.request({rig.param(1, -100)}), stranger, nobody, unknown, algo, over}) {
+                              rig.request({rig.param(1, -100)}), stranger, nobody, unknown, algo, over, lunch}) {
     rig.create(request);
   }
   const std::size_t before = rig.m_newest.size();
   EXPECT_EQ(rig.answers(), (Texts{"指令不存在", "没有委托明细", "SH.600002 的数量小于 1", "SZ.1001 的数量小于 1",
                                   "SZ.1001 的账户不存在", "SZ.1001 的账户不存在", "证券 SH.999999 不存在",
                                   "算法参数 \"algo=TWAP;start=09:30:00;end=09:29:00;slices=1\"：结束时间须晚于开始时间",
-                                  "算法结束时间已过"}));
+                                  "算法结束时间已过", "算法时段内没有交易时间"}));
   EXPECT_EQ(rig.m_newest.size(), before) << "nothing was made";
 }
 

@@ -118,7 +118,7 @@ TEST(Exchange, CancelsTakeTimeAndMayComeTooLate) {
   bench.m_exchange.advanceTo(clockTime(10, 0) + 41);
   EXPECT_EQ(bench.m_listener.kinds(1), (std::vector{EReport::Accepted, EReport::Cancelled}));
   EXPECT_EQ(bench.m_listener.kinds(2), (std::vector{EReport::Accepted, EReport::Filled, EReport::CancelRejected}));
-  EXPECT_EQ(bench.m_listener.message(2), "委托已结束");
+  EXPECT_EQ(bench.m_listener.message(2), "委托已全部成交");
   EXPECT_EQ(bench.m_listener.message(99), "委托不存在");
   const SReport& cancelled = bench.m_listener.heard().at(3).m_report;
   EXPECT_EQ(cancelled.m_nId, 1u);

@@ -154,7 +154,7 @@ void SDayPlan::addLines(engine::SBasketOrder& basket, const TC::CCodeInfo& info,
     engine::SOrderLine& line = basket.m_lines.emplace_back();
     line.m_stock = stock;
     line.m_nOperation = operation;
-    line.m_nMinimum = info.m_nTradeMinUnit;
+    line.m_rules.m_nBuyMinimum = info.m_nTradeMinUnit;
     line.m_nQuantity = large ? HUGE_LINE + 100 * below(m_random, 1474836) : quantity;
     line.m_dReference = price;
   }
