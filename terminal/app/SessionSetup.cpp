@@ -14,21 +14,6 @@ const char* const FUTURES_ACCOUNT = "F1";
 /// Slices of five minutes over the day.
 constexpr int ALGO_SLICES = 48;
 
-TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange::SRules& rules) {
-  const bool share = instrument.m_kind == exchange::EKind::Share;
-  TC::CCodeInfo info;
-  info.m_strMarket = instrument.m_strMarket;
-  info.m_strCode = instrument.m_strCode;
-  info.m_strName = instrument.m_strName;
-  info.m_dMultiplier = instrument.m_nMultiplier;
-  info.m_nTradeMinUnit = rules.m_nBuyMinimum;
-  info.m_nUiMinUnit = rules.m_nBuyStep;
-  info.m_nTradeUnit = share ? SHARE_LOT : 1;
-  if (instrument.m_strMarket == "SH") info.m_marketPriceTypes = {ksservice::EPT_MarketSH};
-  if (instrument.m_strMarket == "SZ") info.m_marketPriceTypes = {ksservice::EPT_MarketSZ};
-  return info;
-}
-
 boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string& key, const std::string& displayId,
                                                        const std::string& name) {
   auto account = boost::make_shared<ksservice::CAccountInfo>();
@@ -118,6 +103,22 @@ AccountList addAccounts(desk::CDesk& desk, const SOptions& options) {
     addAccount(desk, futures);
   }
   return accounts;
+}
+
+TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange::SRules& rules) {
+  const bool share = instrument.m_kind == exchange::EKind::Share;
+  TC::CCodeInfo info;
+  info.m_strMarket = instrument.m_strMarket;
+  info.m_strCode = instrument.m_strCode;
+  info.m_strName = instrument.m_strName;
+  info.m_dMultiplier = instrument.m_nMultiplier;
+  info.m_nTradeMinUnit = rules.m_nBuyMinimum;
+  info.m_nUiMinUnit = rules.m_nBuyStep;
+  if (rules.hasMinimumAlone()) info.m_types = {ksservice::STOCK_TYPE_NO_LOTS, ksservice::STOCK_TYPE_UI_UNIT};
+  info.m_nTradeUnit = share ? SHARE_LOT : 1;
+  if (instrument.m_strMarket == "SH") info.m_marketPriceTypes = {ksservice::EPT_MarketSH};
+  if (instrument.m_strMarket == "SZ") info.m_marketPriceTypes = {ksservice::EPT_MarketSZ};
+  return info;
 }
 
 void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation) {

@@ -26,6 +26,8 @@ using AccountList = std::vector<boost::shared_ptr<ksservice::CAccountInfo>>;
 std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options);
 /// Enters the options' accounts; returns those that trade baskets.
 AccountList addAccounts(desk::CDesk& desk, const SOptions& options);
+/// What the exchange client knows of an instrument.
+TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange::SRules& rules);
 /// Enters what the market lists; the desk gets the quotes of index futures from the start.
 void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation);
 

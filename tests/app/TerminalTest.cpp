@@ -10,6 +10,8 @@
 #include <nlohmann/json.hpp>
 
 #include "CNewBasketWindow.h"
+#include "SessionSetup.h"
+#include "ksservice/Helpers.h"
 
 namespace {
 
@@ -245,6 +247,31 @@ TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {
   EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("no display")));
   EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("basket-terminal.png")));
   EXPECT_TRUE(QFile::exists(path("basket-terminal.png")));
+}
+
+TEST(Instruments, SayHowTheirBuysAreSized) {
+  const struct {
+    const char* m_pMarket;
+    const char* m_pCode;
+    bool m_bByShare;
+    int m_nTrade;
+    int m_nEntry;
+  } cases[] = {{"SH", "688008", true, 200, 1},
+               {"SH", "689009", true, 200, 1},
+               {"BJ", "830008", true, 100, 1},
+               {"SZ", "300750", false, 100, 100},
+               {"SH", "600000", false, 100, 100}};
+  for (const auto& each : cases) {
+    exchange::SInstrument instrument;
+    instrument.m_strMarket = each.m_pMarket;
+    instrument.m_strCode = each.m_pCode;
+    const TC::CCodeInfo info = app::toCodeInfo(instrument, exchange::rulesOf(instrument));
+    EXPECT_EQ(info.m_nTradeMinUnit, each.m_nTrade) << each.m_pCode;
+    EXPECT_EQ(info.m_nUiMinUnit, each.m_nEntry) << each.m_pCode;
+    for (const int type : {ksservice::STOCK_TYPE_NO_LOTS, ksservice::STOCK_TYPE_UI_UNIT}) {
+      EXPECT_EQ(ksservice::StockTypeCenter::isTypedStock(info, type), each.m_bByShare) << each.m_pCode;
+    }
+  }
 }
 
 TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {

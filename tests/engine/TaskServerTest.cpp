@@ -112,6 +112,29 @@ TEST(TaskServer, APatchIsATaskOfItsOwnThatBelongsToItsParent) {
   EXPECT_EQ(rig.newest("102-2").m_orders[0]->m_nTradedVolume, 150) << "an odd lot can be sold";
 }
 
+TEST(TaskServer, APatchIsSizedByTheExchangesRules) {
+  SServerRig rig;
+  rig.list("SH", "688008");
+  const std::string parent =
+      rig.start({SRig::line("SH", "688008", EOT_Buy, 350), SRig::line("SH", "688008", EOT_Buy, 350)});
+  rig.m_parent = rig.newest(parent).m_nTaskId;
+  EXPECT_TRUE(rig.engine().operate(rig.m_parent, {}, ETO_Cancel));
+  CCodeOrderParam bought = rig.param(1, 350);
+  bought.m_stock = {"SH", "688008", {}};
+  bought.m_nOperation = EOT_Buy;
+  bought.m_dPrice = 65;
+  auto plain = rig.request({bought});
+  auto algo = plain;
+  algo.m_command.m_nOrderType = algo.m_params[0].m_nOrderType = EORT_Algo;
+  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=09:40:00;slices=3";
+  rig.create(plain);
+  rig.create(algo);
+  EXPECT_EQ(rig.answers(), (Texts{"103", "104"}));
+  rig.runTo(9, 45);
+  EXPECT_EQ(rig.newest("103-1").m_orders.at(0)->m_nTradedVolume, 350);
+  EXPECT_EQ(rig.newest("104-1").m_nStatus, ETS_Finished);
+}
+
 TEST(TaskServer, RefusesAPatchWithAText) {
   SServerRig rig;
   auto gone = rig.request({rig.param(1, 100)});

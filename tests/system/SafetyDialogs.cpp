@@ -3,6 +3,7 @@
 
 #include "SafetyDay.h"
 #include "gv/CCommonDialog.h"
+#include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
 
@@ -112,7 +113,8 @@ void CSafetyDay::onNewBasket(const QString& lines) {
       return row.find("/" + each.m_strMarket + "." + each.m_strCode) != std::string::npos;
     });
     const LineKey line = lineOf(QString::fromStdString(row));
-    const int volume = entry.second - entry.second % info->m_nTradeMinUnit;
+    const bool byEntry = StockTypeCenter::isTypedStock(*info, STOCK_TYPE_UI_UNIT);
+    const int volume = entry.second - entry.second % (byEntry ? info->m_nUiMinUnit : info->m_nTradeMinUnit);
     if (volume < 1) continue;
     expected.insert(info->m_strMarket + "." + info->m_strCode + " " + std::to_string(std::get<2>(line)) + " " +
                     std::to_string(volume));

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "SessionSetup.h"
 #include "ksservice/Operations.h"
 
 namespace test {
@@ -114,16 +115,9 @@ void SDayPlan::addLine(engine::SBasketOrder& basket, int number) {
   listed.m_dPrevClose = 5 + below(m_random, 80) / 4.0;
   listed.m_dVolume = chance(m_random, 10) ? 0 : 1e5 * (1 + below(m_random, 300));
   const exchange::SRules rules = exchange::rulesOf(listed);
-  TC::CCodeInfo info;
-  info.m_strMarket = listed.m_strMarket;
-  info.m_strCode = listed.m_strCode;
-  info.m_strName = listed.m_strName;
-  info.m_nTradeMinUnit = rules.m_nBuyMinimum;
-  info.m_nUiMinUnit = rules.m_nBuyStep;
-  info.m_nTradeUnit = 100;
-  m_instruments.push_back(info);
-  addLines(basket, info, rules.m_nBuyMinimum + rules.m_nBuyStep * below(m_random, 20000 / rules.m_nBuyStep),
-           listed.m_dPrevClose);
+  m_instruments.push_back(app::toCodeInfo(listed, rules));
+  addLines(basket, m_instruments.back(),
+           rules.m_nBuyMinimum + rules.m_nBuyStep * below(m_random, 20000 / rules.m_nBuyStep), listed.m_dPrevClose);
 }
 
 /// One share of Hong Kong, ordered in one or two of the markets by which it is reached.
