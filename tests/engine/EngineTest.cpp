@@ -254,6 +254,16 @@ TEST(EngineOperations, CancelEndsTheTaskWhenItsOrdersHaveEnded) {
   EXPECT_EQ(rig.m_details.size(), delivered) << "an ended task is quiet";
 }
 
+TEST(EngineOperations, ACancelThatCameTooLateSaysWhatTheOrderWas) {
+  SRig rig;
+  rig.engine().startBasket(rig.basket());
+  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 400);
+  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
+  rig.runTo(9, 31);
+  EXPECT_EQ(rig.heard("撤单未成, 委托已全部成交: SH.6000"), 1) << "the orders on their way filled first";
+  EXPECT_EQ(rig.newest("101-1").m_strMessage, "") << "what filled is no fault";
+}
+
 TEST(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndDropHasTheLastWord) {
   SRig rig;
   rig.engine().startBasket(rig.basket());
@@ -301,6 +311,39 @@ TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   EXPECT_EQ(partly.m_strMessage.rfind("1 笔委托被拒绝（证券未上市 1 笔）", 0), 0u) << partly.m_strMessage;
   EXPECT_FALSE(partly.m_orders[0]->m_bHasMessage);
   EXPECT_EQ(partly.m_orders[1]->m_strMessage, "证券未上市");
+  EXPECT_EQ(some.heard("任务 [101-1] 1 笔委托被拒绝, 证券未上市: SZ.000000"), 1);
+}
+
+TEST(EngineRejects, AreToldByReasonWithEachSecurity) {
+  SRig rig;
+  const std::string key =
+      rig.start({SRig::line("SH", "601999", EOT_Buy, 100), SRig::line("SH", "600010", EOT_Buy, 150),
+                 SRig::line("SZ", "1011", EOT_Buy, 250), SRig::line("SH", "688008", EOT_Buy, 150),
+                 SRig::line("SH", "601999", EOT_Buy, 200), SRig::line("SH", "600012", EOT_Sell, 1)});
+  rig.runTo(9, 31);
+  const CTaskDetail& detail = rig.newest(key);
+  EXPECT_EQ(detail.m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(detail.m_strMessage, "5 笔委托被拒绝（数量不是整手 2 笔；数量低于最小申报数量 1 笔；证券停牌 2 笔）");
+  EXPECT_EQ(detail.m_orders[1]->m_strMessage, "数量不是整手");
+  EXPECT_EQ(rig.heard("任务 [101-1] 2 笔委托被拒绝, 数量不是整手: SH.600010, SZ.1011"), 1);
+  EXPECT_EQ(rig.heard("任务 [101-1] 1 笔委托被拒绝, 数量低于最小申报数量: SH.688008"), 1);
+  EXPECT_EQ(rig.heard("任务 [101-1] 2 笔委托被拒绝, 证券停牌: SH.601999 ×2"), 1);
+  EXPECT_EQ(rig.heard("已撤销: 5 笔委托被拒绝"), 1);
+}
+
+TEST(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
+  SRig rig;
+  std::vector<engine::SOrderLine> lines = {SRig::line("SH", "600000", EOT_Sell, 2000000),
+                                           SRig::line("SH", "600002", EOT_Sell, 100000000)};
+  lines[1].m_bOwnPrice = true;
+  lines[1].m_nPriceType = EPT_MarketSH;
+  const std::string key = rig.start(lines);
+  rig.runTo(9, 31);
+  EXPECT_EQ(rig.newest(key).m_orders[1]->m_strMessage, "市价委托剩余部分自动撤销");
+  rig.runTo(15, 1);
+  EXPECT_EQ(rig.newest(key).m_orders[0]->m_strMessage, "收市，未成交部分自动撤销");
+  EXPECT_EQ(rig.newest(key).m_strMessage,
+            "2 笔委托被自动撤销（市价委托剩余部分自动撤销 1 笔；收市，未成交部分自动撤销 1 笔）");
 }
 
 TEST(Engine, TakesQuotesOfTheSecuritiesInUseToTheDesk) {

@@ -26,7 +26,6 @@ struct SHedgeRig : SRig {
     m_desk.setInstrument(info);
     hedger().setHooks(
         {[this](int, int lots) { m_targets.push_back(lots); }, [this](int task, int) { m_limits.push_back(task); }});
-    engine().setEventHook([this](const engine::SEngineEvent& event) { m_events.push_back(event.m_strText); });
     m_param.m_bEnabled = true;
     m_param.m_strMarket = "CFFEX";
     m_param.m_strCode = "IF2612";
@@ -69,15 +68,10 @@ struct SHedgeRig : SRig {
     for (const COrderInfoPtr& order : hedge()->m_orders) lots += order->m_nTradedVolume;
     return lots;
   }
-  bool heard(const std::string& part) const {
-    return std::any_of(m_events.begin(), m_events.end(),
-                       [&](const std::string& event) { return event.find(part) != std::string::npos; });
-  }
 
   CBasketHedgeParam m_param;
   std::vector<int> m_targets;
   std::vector<int> m_limits;
-  std::vector<std::string> m_events;
 };
 
 TEST(HedgeLotsTest, AreWholeAndNoneWithoutAPrice) {

@@ -1,6 +1,7 @@
 /// A desk, a simulated exchange of a few dozen securities and an engine on it, with everything that is published kept.
 #pragma once
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <map>
 #include <string>
@@ -17,6 +18,7 @@ struct SRig {
       m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
       m_newest[data->getKey()] = m_details.back();
     });
+    engine().setEventHook([this](const engine::SEngineEvent& event) { m_events.push_back(event.m_strText); });
     for (const char* key : {"A1", "A2"}) {
       auto account = boost::make_shared<ksservice::CAccountInfo>();
       account->m_strKey = key;
@@ -116,6 +118,12 @@ struct SRig {
     return std::to_string(engine().startBasket(order)) + "-1";
   }
 
+  /// How many of the engine's events name a text.
+  std::ptrdiff_t heard(const std::string& text) const {
+    return std::count_if(m_events.begin(), m_events.end(),
+                         [&](const std::string& event) { return event.find(text) != std::string::npos; });
+  }
+
   engine::CEngine& engine() { return m_simulation.engine(); }
   void runTo(int hours, int minutes, int seconds = 0) {
     m_simulation.advanceTo(exchange::clockTime(hours, minutes) + seconds * std::int64_t{1000});
@@ -126,6 +134,7 @@ struct SRig {
   std::vector<ksservice::CTaskDetailPtr> m_details;  ///< all that were delivered, in order
   std::map<std::string, ksservice::CTaskDetailPtr> m_newest;
   std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
+  std::vector<std::string> m_events;
   utils::CSubscriptionHandle m_subscription;
   engine::CSimulation m_simulation;
 };
