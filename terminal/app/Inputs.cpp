@@ -50,7 +50,10 @@ std::set<std::string> listedFutures(const std::vector<exchange::SInstrument>& in
 }
 
 void checkHedge(const SOptions& options, std::int64_t dayStart, SInputs& inputs) {
-  if (!options.m_hedge) return;
+  if (!options.m_hedge) {
+    if (options.m_nHedgeOrders) inputs.m_faults.emplace_back("option --hedge-orders goes only with --hedge");
+    return;
+  }
   const std::set<std::string> codes = listedFutures(inputs.m_instruments, dayStart);
   if (codes.contains(options.m_hedge->m_strCode)) return;
   std::string known;

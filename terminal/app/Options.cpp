@@ -25,6 +25,7 @@ constexpr double MAX_SECONDS = 7 * 24 * 3600;
 constexpr double MAX_SPEED = 100000;
 constexpr int MAX_ACCOUNTS = 100;
 constexpr double MAX_HEDGE_RATIO = 10;
+constexpr int MAX_HEDGE_ORDERS = 1000000;
 
 QString setPositive(std::optional<double>& target, const QString& value, double limit) {
   bool ok = false;
@@ -89,6 +90,16 @@ QString setHedge(SOptions& options, const QString& value) {
   return {};
 }
 
+QString setHedgeOrders(SOptions& options, const QString& value) {
+  bool ok = false;
+  const int orders = value.toInt(&ok);
+  if (!ok || orders < 1 || orders > MAX_HEDGE_ORDERS) {
+    return QStringLiteral("needs a whole number from 1 to %1, not '%2'").arg(MAX_HEDGE_ORDERS).arg(value);
+  }
+  options.m_nHedgeOrders = orders;
+  return {};
+}
+
 QString setAlgo(SOptions& options, const QString& value) {
   for (const TC::EAlgorithm each : {TC::EAlgorithm::TWAP, TC::EAlgorithm::VWAP, TC::EAlgorithm::POV}) {
     if (value != QString::fromLatin1(TC::algorithmName(each)).toLower()) continue;
@@ -140,6 +151,8 @@ const SOptionRow OPTIONS[] = {
     {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
     {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
     {"hedge", "CODE:RATIO", "hedge the baskets by an index future, like IF2612:1.0", LiveMode, false, setHedge},
+    {"hedge-orders", "N", "pause a hedge after N orders (as many as fit basket and schedule)", LiveMode, false,
+     setHedgeOrders},
     {"algo", "twap|vwap|pov", "trade the baskets by an algorithm of the server", LiveMode, false, setAlgo},
     {"start", "HH:MM", "time of the simulated day at which the run starts (09:25)", LiveMode, false, setStart},
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},

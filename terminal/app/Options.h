@@ -32,6 +32,7 @@ struct SOptions {
   std::vector<std::string> m_baskets;  ///< empty: the project's own
   int m_nAccounts = 1;
   std::optional<SHedgeOption> m_hedge;   ///< none: baskets are not hedged
+  std::optional<int> m_nHedgeOrders;     ///< after which a hedge pauses; none: what fits its basket and the schedule
   std::optional<TC::EAlgorithm> m_algo;  ///< baskets run as algorithm tasks of the server; none: of the terminal
   std::string m_strConfig;               ///< file that keeps the view; empty: the user's own
   QString m_strTheme = QStringLiteral("dark");

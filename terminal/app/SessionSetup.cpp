@@ -13,6 +13,7 @@ constexpr int FUTURES_ACCOUNT_TYPE = 1;
 const char* const FUTURES_ACCOUNT = "F1";
 /// Slices of five minutes over the day.
 constexpr int ALGO_SLICES = 48;
+constexpr int MOST_HEDGE_LOTS = 500000;
 
 boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string& key, const std::string& displayId,
                                                        const std::string& name) {
@@ -29,8 +30,20 @@ void addAccount(desk::CDesk& desk, const boost::shared_ptr<ksservice::CAccountIn
   desk.addAccount(entry);
 }
 
-/// Futures are sold short against what the baskets buy.
-std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options) {
+/// How many orders a hedge may send for a basket: what it needs on a usual day, and as much again for what is replaced.
+/// By a schedule the target grows lot by lot, and each lot may be an order; at once an order has all that it may have.
+int fittingOrders(const ksservice::CBasketHedgeParam& hedge, double amount, bool scheduled,
+                  const exchange::CExchange& market) {
+  const int number = market.findInstrument(hedge.m_strMarket, hedge.m_strCode);
+  const exchange::SInstrument& future = market.instruments()[static_cast<std::size_t>(number)];
+  const int lots = engine::hedgeLots(amount, hedge.m_dRatio, future.m_dPrevClose, future.m_nMultiplier);
+  const int needed = scheduled ? lots : lots / hedge.m_nOrderLots;
+  return std::max(hedge.m_nOrderLimit, 2 * std::min(needed, MOST_HEDGE_LOTS));
+}
+
+/// Futures are sold short against what a basket of that amount buys and sells.
+std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options, double amount,
+                                                      const exchange::CExchange& market) {
   if (!options.m_hedge) return std::nullopt;
   ksservice::CBasketHedgeParam hedge;
   hedge.m_bEnabled = true;
@@ -41,6 +54,8 @@ std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options) {
   hedge.m_strAccount = FUTURES_ACCOUNT;
   hedge.m_nOperation = ksservice::EOT_SellOpen;
   hedge.m_dRatio = options.m_hedge->m_dRatio;
+  hedge.m_nOrderLimit =
+      options.m_nHedgeOrders.value_or(fittingOrders(hedge, amount, options.m_algo.has_value(), market));
   return hedge;
 }
 
@@ -139,13 +154,15 @@ std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SIn
     engine::SBasketOrder& basket = baskets.emplace_back();
     basket.m_strName = named.m_strName;
     basket.m_accounts = accounts;
-    basket.m_hedge = makeHedge(options);
+    double amount = 0;
     basket.m_algo = makeAlgo(options);
     for (const basket::SBasketLine& line : named.m_lines) {
       const int number = market.findInstrument(line.m_strMarket, line.m_strCode);
       const exchange::SInstrument& instrument = market.instruments()[static_cast<std::size_t>(number)];
       basket.m_lines.push_back(makeOrderLine(market, number, operationOf(instrument, line.m_bBuy), line.m_nQuantity));
+      amount += line.m_nQuantity * instrument.m_dPrevClose * instrument.m_nMultiplier;
     }
+    basket.m_hedge = makeHedge(options, amount, market);
   }
   return baskets;
 }

@@ -26,13 +26,17 @@ CHedge::CHedge(SHedgeIdentity identity, const CBasketHedgeParam& param)
 void CHedge::setParam(const CBasketHedgeParam& param) {
   m_param.m_dRatio = param.m_dRatio;
   m_param.m_nOrderLots = param.m_nOrderLots;
+  m_bWarned = m_bWarned && param.m_nOrderLimit <= m_param.m_nOrderLimit;
   m_param.m_nOrderLimit = param.m_nOrderLimit;
   m_param.m_nPriceType = param.m_nPriceType;
 }
 
 bool CHedge::resume() {
   if (m_eMode != EMode::Paused && m_eMode != EMode::AtLimit) return false;
-  if (m_eMode == EMode::AtLimit) m_nUsed = 0;
+  if (m_eMode == EMode::AtLimit) {
+    m_nUsed = 0;
+    m_bWarned = false;
+  }
   m_eMode = EMode::Running;
   return m_bDirty = true;
 }
@@ -65,6 +69,13 @@ bool CHedge::checkLimit() {
   if (m_eMode != EMode::Running || m_nUsed < m_param.m_nOrderLimit || missing() <= 0 || hasWorkingOrder()) return false;
   m_eMode = EMode::AtLimit;
   return m_bDirty = true;
+}
+
+bool CHedge::takeWarning() {
+  // While a fifth is left the user still has time.
+  const bool near = m_nUsed > 0 && m_nUsed >= m_param.m_nOrderLimit - (m_param.m_nOrderLimit + 4LL) / 5;
+  if (m_bWarned || m_eMode != EMode::Running || !near) return false;
+  return m_bWarned = true;
 }
 
 int CHedge::send(std::uint64_t marketId, int lots, double price, std::int64_t msec, int seconds) {

@@ -61,6 +61,10 @@ class CHedge : public IOrderOwner {
   int nextOrder() const;
   /// Becomes AtLimit when something is missing for which it may send no order any more. Returns whether it did.
   bool checkLimit();
+  /// Whether most of the orders are used up; true once for each grant of orders.
+  bool takeWarning();
+  /// Orders sent since the hedge was started, or resumed after its limit.
+  int used() const { return m_nUsed; }
   /// An order went out; returns its index. msec: since midnight.
   int send(std::uint64_t marketId, int lots, double price, std::int64_t msec, int seconds);
   bool hasWorkingOrder() const { return m_orders.workingCount() > 0; }
@@ -100,6 +104,7 @@ class CHedge : public IOrderOwner {
   EMode m_eMode = EMode::Running;
   int m_nTarget = 0;
   int m_nUsed = 0;  ///< orders since the hedge was started, or resumed after its limit
+  bool m_bWarned = false;
   int m_nState = TC::EHS_None;
   bool m_bDirty = true;
   int m_nStartTime = ksservice::UNSET_INT;

@@ -55,7 +55,9 @@ void CHedger::start(int groupId) {
   identity.m_pCommand = makeCommand(groupId, given->second.m_nCommandId, identity.m_nTaskId);
   CHedge& hedge = *m_hedges.emplace(groupId, std::make_unique<CHedge>(identity, param)).first->second;
   m_engine.watch(identity.m_stock.m_strMarket, identity.m_stock.m_strCode);
-  tell(groupId, (boost::format("启动: %1%, 比例 %2%") % identity.m_stock.m_strCode % param.m_dRatio).str());
+  tell(groupId, (boost::format("启动: %1%, 比例 %2%, 最多 %3% 笔委托") % identity.m_stock.m_strCode % param.m_dRatio %
+                 param.m_nOrderLimit)
+                    .str());
   follow(groupId, hedge);
   report(groupId, hedge);
 }
@@ -115,6 +117,7 @@ void CHedger::beforePublishing() {
 void CHedger::afterPublishing() {
   for (const auto& [groupId, hedge] : m_hedges) {
     if (m_market.isMatching()) trade(*hedge);
+    if (hedge->takeWarning()) tellUsed(groupId, *hedge);
     if (hedge->checkLimit()) {
       tell(groupId, "已达到最大委托次数");
       if (m_hooks.m_status) m_hooks.m_status(groupId, TC::EHS_Paused);
@@ -196,6 +199,11 @@ int CHedger::stateOf(int groupId, const CHedge& hedge) const {
 void CHedger::report(int groupId, CHedge& hedge) {
   if (hedge.setState(stateOf(groupId, hedge))) m_desk.setHedgeState(groupId, hedge.state());
   if (hedge.isDirty()) m_engine.deliver(hedge.publish());
+}
+
+void CHedger::tellUsed(int groupId, const CHedge& hedge) const {
+  tell(groupId,
+       (boost::format("已用 %1% 笔委托, 上限 %2% 笔, 用完即暂停") % hedge.used() % hedge.param().m_nOrderLimit).str());
 }
 
 void CHedger::tell(int groupId, const std::string& text) const {

@@ -65,6 +65,7 @@ class CHedger : public ITaskFollower {
   double orderPrice(const CHedge& hedge) const;
   int stateOf(int groupId, const CHedge& hedge) const;
   void report(int groupId, CHedge& hedge);
+  void tellUsed(int groupId, const CHedge& hedge) const;
   void tell(int groupId, const std::string& text) const;
 
   desk::CDesk& m_desk;

@@ -82,6 +82,8 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--hedge", ":1"}, "option --hedge needs a future and a ratio"},
       {{"--hedge", "IF2612:0"}, "option --hedge for its ratio needs a number above 0"},
       {{"--hedge", "IF2612:1:2"}, "option --hedge for its ratio needs a number above 0"},
+      {{"--hedge", "IF2612:1", "--hedge-orders", "0"}, "option --hedge-orders needs a whole number from 1 to 1000000"},
+      {{"--headless", "--hedge-orders", "5"}, "option --hedge-orders goes only with --hedge"},
       {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
       {{"--theme", "pink"}, "option --theme is dark or light"},
       {{"--scale", "99"}, "option --scale needs a whole number from 100 to 300, not '99'"},
@@ -185,6 +187,21 @@ TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
   const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("b.jsonl")});
   ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
   EXPECT_EQ(end, lastDump(path("b.jsonl")));
+}
+
+TEST_F(Terminal, AHedgeMaySendWhatItsBasketAndScheduleNeed) {
+  const auto hedge = [this](const QStringList& options) {
+    const QStringList common = {"--headless", "--hedge", "IF2612:1", "--out", path("a.jsonl")};
+    const SResult live = runTerminal(common + options);
+    EXPECT_EQ(live.m_nStatus, 0) << live.m_strErrors.toStdString();
+    return rowOf(lastDump(path("a.jsonl")), "1/期货/CFFEX.IF2612卖出开仓")["cells"];
+  };
+  const nlohmann::json day = hedge({"--algo", "vwap", "--speed", "3000", "--seconds", "6.8"});
+  EXPECT_EQ(day[15], "0") << "unhedged lots at the end of the day";
+  EXPECT_EQ(day[13], "");
+  const nlohmann::json limited = hedge({"--hedge-orders", "5", "--speed", "600", "--seconds", "1"});
+  EXPECT_EQ(limited[9], " 已报5 收到5 ");
+  EXPECT_NE(limited[13], "");
 }
 
 TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {

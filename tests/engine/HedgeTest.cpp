@@ -250,6 +250,7 @@ TEST(HedgeTest, StopsAtItsLimitOfOrdersAndAResumeGrantsThemAnew) {
   EXPECT_EQ(rig.m_limits, std::vector<int>{task}) << "told once";
   EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
   EXPECT_TRUE(rig.heard("已达到最大委托次数"));
+  EXPECT_EQ(rig.heard("已用 2 笔委托, 上限 3 笔"), 1) << "told before";
   const int target = rig.target();
   EXPECT_GT(target, rig.traded());
 
@@ -259,6 +260,7 @@ TEST(HedgeTest, StopsAtItsLimitOfOrdersAndAResumeGrantsThemAnew) {
   EXPECT_GT(rig.target(), target);
   EXPECT_EQ(rig.hedge()->m_orders.size(), 6u);
   EXPECT_EQ(rig.m_limits.size(), 2u);
+  EXPECT_EQ(rig.heard("已用 2 笔委托, 上限 3 笔"), 2);
 }
 
 TEST(HedgeTest, RefusedOrdersAreTriedAgainSlowlyAndUseUpTheLimit) {
