@@ -18,13 +18,18 @@ SKindText textOf(CIncidents::EKind kind) {
     case CIncidents::EKind::Refused:
       return {" 笔", "委托被拒绝", true};
     case CIncidents::EKind::Cancelled:
-      return {" 笔", "委托被自动撤销", true};
+      return {" 笔", "委托被撤销", true};
     case CIncidents::EKind::LateCancel:
       return {" 笔", "撤单未成", false};
     case CIncidents::EKind::Hint:
       break;
   }
   return {" 行", "提示", false};
+}
+
+std::string summary(CIncidents::EKind kind, const std::string& reason, int count) {
+  const SKindText words = textOf(kind);
+  return reason + "（" + std::to_string(count) + words.m_pUnit + words.m_pText + "）";
 }
 
 }  // namespace
@@ -37,18 +42,9 @@ void CIncidents::add(EKind kind, const std::string& reason, const std::string& s
 
 std::string CIncidents::text() const {
   std::string text;
-  for (auto each = m_reasons.begin(); each != m_reasons.end();) {
-    const EKind kind = each->first.first;
-    const SKindText words = textOf(kind);
-    int count = 0;
-    std::string reasons;
-    for (; each != m_reasons.end() && each->first.first == kind; ++each) {
-      const int hit = each->second.m_nCount;
-      count += hit;
-      reasons += (reasons.empty() ? "" : "；") + each->first.second + " " + std::to_string(hit) + words.m_pUnit;
-    }
-    if (!words.m_bInMessage) continue;
-    text += (text.empty() ? "" : "；") + std::to_string(count) + words.m_pUnit + words.m_pText + "（" + reasons + "）";
+  for (const auto& [key, reason] : m_reasons) {
+    if (!textOf(key.first).m_bInMessage) continue;
+    text += (text.empty() ? "" : "；") + summary(key.first, key.second, reason.m_nCount);
   }
   return text;
 }
@@ -63,8 +59,7 @@ std::vector<std::string> CIncidents::takeLog() {
       securities += (securities.empty() ? "" : ", ") + security + (hit > 1 ? " ×" + std::to_string(hit) : "");
       count += hit;
     }
-    const SKindText words = textOf(key.first);
-    lines.push_back(std::to_string(count) + words.m_pUnit + words.m_pText + ", " + key.second + ": " + securities);
+    lines.push_back(summary(key.first, key.second, count) + ": " + securities);
     reason.m_fresh.clear();
   }
   return lines;

@@ -12,9 +12,9 @@ namespace engine {
 class CIncidents {
  public:
   enum class EKind {
+    Refused,        ///< an order that the market refused
     NotOrdered,     ///< a line of which nothing can be ordered
     PartlyOrdered,  ///< a line of which a part cannot be ordered
-    Refused,        ///< an order that the market refused
     Cancelled,      ///< an order that the market cancelled, though nobody asked for it
     LateCancel,     ///< a cancel that came too late; for the log alone
     Hint            ///< something else about a line that is worth knowing; for the log alone
@@ -23,7 +23,8 @@ class CIncidents {
   /// security: as it is named in the log.
   void add(EKind kind, const std::string& reason, const std::string& security);
 
-  /// How many of what, and for which reasons; empty when there is nothing to tell. For the user.
+  /// Each reason and how many of what it hit, the reason first, since cells are narrow; empty when there is nothing to
+  /// tell. For the user.
   std::string text() const;
   /// What came since the last call, a line for each reason, with each security that it concerns.
   std::vector<std::string> takeLog();

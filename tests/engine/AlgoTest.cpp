@@ -150,14 +150,12 @@ TEST(AlgoTask, WhatIsNoWholeLotIsNotOrderedAndTold) {
         rig.start({SRig::line("SH", "600010", EOT_Buy, 1050), SRig::line("SH", "688008", EOT_Buy, 150),
                    SRig::line("SH", "600012", EOT_Sell, 1050)},
                   algo);
-    EXPECT_EQ(rig.newest(key).m_strMessage,
-              "1 行不能委托（数量低于最小申报数量 1 行）；1 行不能全部委托（数量不是整手 1 行）");
+    EXPECT_EQ(rig.newest(key).m_strMessage, "数量低于最小申报数量（1 行不能委托）；数量不是整手（1 行不能全部委托）");
     rig.runTo(14, 0);
     rig.runTo(14, 31);
     EXPECT_EQ(rig.traded(key), (std::vector<int>{1000, 0, 1050})) << algorithmName(algorithm);
     EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
-    EXPECT_EQ(rig.newest(key).m_strMessage,
-              "1 行不能委托（数量低于最小申报数量 1 行）；1 行不能全部委托（数量不是整手 1 行）")
+    EXPECT_EQ(rig.newest(key).m_strMessage, "数量低于最小申报数量（1 行不能委托）；数量不是整手（1 行不能全部委托）")
         << "no order was refused";
   }
   SAlgoRig rig;
@@ -173,7 +171,7 @@ TEST(AlgoTask, AnOrderThatWouldBeRefusedAgainIsNotSentAgain) {
   rig.runTo(14, 0);
   EXPECT_EQ(rig.task(key).progress()->m_orders.size(), 2u);
   EXPECT_EQ(rig.newest(key).m_nStatus, ETS_ExecutionError);
-  EXPECT_EQ(rig.newest(key).m_strMessage, "2 笔委托被拒绝（证券停牌 1 笔；证券未上市 1 笔）");
+  EXPECT_EQ(rig.newest(key).m_strMessage, "证券停牌（1 笔委托被拒绝）；证券未上市（1 笔委托被拒绝）");
 }
 
 TEST(AlgoTask, ALimitIsWholeTicksAndToldBeyondTheDays) {
@@ -183,7 +181,7 @@ TEST(AlgoTask, ALimitIsWholeTicksAndToldBeyondTheDays) {
   const std::string key = rig.start({SRig::line("SH", "600004", EOT_Sell, 1000),
                                      SRig::line("SZ", "1005", EOT_Buy, 1000), SRig::line("SZ", "1009", EOT_Buy, 1000)},
                                     algo);
-  EXPECT_EQ(rig.newest(key).m_strMessage, "2 行不能委托（限价低于跌停价 1 行；限价高于涨停价 1 行）");
+  EXPECT_EQ(rig.newest(key).m_strMessage, "限价低于跌停价（1 行不能委托）；限价高于涨停价（1 行不能委托）");
   rig.runTo(14, 31);
   EXPECT_EQ(rig.newest(key).m_strMessage.find("拒绝"), std::string::npos) << rig.newest(key).m_strMessage;
   EXPECT_GT(rig.task(key).progress()->m_orders.size(), 0u);

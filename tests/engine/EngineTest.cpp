@@ -260,7 +260,7 @@ TEST(EngineOperations, ACancelThatCameTooLateSaysWhatTheOrderWas) {
   rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 400);
   EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
   rig.runTo(9, 31);
-  EXPECT_EQ(rig.heard("撤单未成, 委托已全部成交: SH.6000"), 1) << "the orders on their way filled first";
+  EXPECT_EQ(rig.heard("委托已全部成交（"), 1) << "the orders on their way filled first";
   EXPECT_EQ(rig.newest("101-1").m_strMessage, "") << "what filled is no fault";
 }
 
@@ -294,7 +294,7 @@ TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   all.runTo(9, 40);
   const CTaskDetail& refused = all.newest("101-1");
   EXPECT_EQ(refused.m_nStatus, ETS_ExecutionError);
-  EXPECT_EQ(refused.m_strMessage, "40 笔委托被拒绝（交易所流量控制，委托被拒绝 40 笔）");
+  EXPECT_EQ(refused.m_strMessage, "交易所流量控制，委托被拒绝（40 笔委托被拒绝）");
   for (const COrderInfoPtr& order : refused.m_orders) {
     EXPECT_TRUE(order->m_bHasMessage && !order->m_strMessage.empty());
     EXPECT_FALSE(all.m_desk.orderDetail(order->m_tag)) << "an order that was never accepted has no detail";
@@ -308,10 +308,10 @@ TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   some.runTo(15, 1);
   const CTaskDetail& partly = some.newest("101-1");
   EXPECT_EQ(partly.m_nStatus, ETS_Cancelled) << "a remainder is left to be patched";
-  EXPECT_EQ(partly.m_strMessage.rfind("1 笔委托被拒绝（证券未上市 1 笔）", 0), 0u) << partly.m_strMessage;
+  EXPECT_EQ(partly.m_strMessage.rfind("证券未上市（1 笔委托被拒绝）", 0), 0u) << partly.m_strMessage;
   EXPECT_FALSE(partly.m_orders[0]->m_bHasMessage);
   EXPECT_EQ(partly.m_orders[1]->m_strMessage, "证券未上市");
-  EXPECT_EQ(some.heard("任务 [101-1] 1 笔委托被拒绝, 证券未上市: SZ.000000"), 1);
+  EXPECT_EQ(some.heard("任务 [101-1] 证券未上市（1 笔委托被拒绝）: SZ.000000"), 1);
 }
 
 TEST(EngineRejects, AreToldByReasonWithEachSecurity) {
@@ -323,12 +323,13 @@ TEST(EngineRejects, AreToldByReasonWithEachSecurity) {
   rig.runTo(9, 31);
   const CTaskDetail& detail = rig.newest(key);
   EXPECT_EQ(detail.m_nStatus, ETS_Cancelled);
-  EXPECT_EQ(detail.m_strMessage, "5 笔委托被拒绝（数量不是整手 2 笔；数量低于最小申报数量 1 笔；证券停牌 2 笔）");
+  EXPECT_EQ(detail.m_strMessage,
+            "数量不是整手（2 笔委托被拒绝）；数量低于最小申报数量（1 笔委托被拒绝）；证券停牌（2 笔委托被拒绝）");
   EXPECT_EQ(detail.m_orders[1]->m_strMessage, "数量不是整手");
-  EXPECT_EQ(rig.heard("任务 [101-1] 2 笔委托被拒绝, 数量不是整手: SH.600010, SZ.1011"), 1);
-  EXPECT_EQ(rig.heard("任务 [101-1] 1 笔委托被拒绝, 数量低于最小申报数量: SH.688008"), 1);
-  EXPECT_EQ(rig.heard("任务 [101-1] 2 笔委托被拒绝, 证券停牌: SH.601999 ×2"), 1);
-  EXPECT_EQ(rig.heard("已撤销: 5 笔委托被拒绝"), 1);
+  EXPECT_EQ(rig.heard("任务 [101-1] 数量不是整手（2 笔委托被拒绝）: SH.600010, SZ.1011"), 1);
+  EXPECT_EQ(rig.heard("任务 [101-1] 数量低于最小申报数量（1 笔委托被拒绝）: SH.688008"), 1);
+  EXPECT_EQ(rig.heard("任务 [101-1] 证券停牌（2 笔委托被拒绝）: SH.601999 ×2"), 1);
+  EXPECT_EQ(rig.heard("已撤销: 数量不是整手（2 笔委托被拒绝）"), 1);
 }
 
 TEST(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
@@ -343,7 +344,7 @@ TEST(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
   rig.runTo(15, 1);
   EXPECT_EQ(rig.newest(key).m_orders[0]->m_strMessage, "收市，未成交部分自动撤销");
   EXPECT_EQ(rig.newest(key).m_strMessage,
-            "2 笔委托被自动撤销（市价委托剩余部分自动撤销 1 笔；收市，未成交部分自动撤销 1 笔）");
+            "市价委托剩余部分自动撤销（1 笔委托被撤销）；收市，未成交部分自动撤销（1 笔委托被撤销）");
 }
 
 TEST(Engine, TakesQuotesOfTheSecuritiesInUseToTheDesk) {
