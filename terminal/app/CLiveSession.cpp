@@ -167,7 +167,8 @@ void CLiveSession::makeThread() {
   m_pSimulation->hedger().setHooks({[this](int task, int lots) { m_services.announceHedgeVolume(task, lots); },
                                     [this](int task, int status) { m_services.announceHedgeStatus(task, status); }});
   m_pSimulation->engine().setEventHook([this](const engine::SEngineEvent& event) {
-    m_pLog->append(event.m_nMsec, QString::fromStdString(event.m_strText), CLogDock::ELevel::Info);
+    m_pLog->append(event.m_nMsec, QString::fromStdString(event.m_strText),
+                   event.m_bWarning ? CLogDock::ELevel::Warning : CLogDock::ELevel::Info);
   });
 }
 

@@ -352,7 +352,9 @@ void CEngine::publish(CSubTask& task) {
 }
 
 void CEngine::tellIncidents(CSubTask& task) const {
-  for (const std::string& line : task.takeLog()) tell((boost::format("任务 [%1%] %2%") % task.key() % line).str());
+  for (const std::string& line : task.takeLog()) {
+    tell((boost::format("任务 [%1%] %2%") % task.key() % line).str(), true);
+  }
 }
 
 void CEngine::watch(const std::string& market, const std::string& code) {
@@ -378,8 +380,8 @@ int CEngine::seconds(const exchange::SReport& report) const {
   return static_cast<int>(m_settings.m_nDayStart + report.m_nTime / 1000);
 }
 
-void CEngine::tell(const std::string& text) const {
-  if (m_eventHook) m_eventHook({m_nNow, text});
+void CEngine::tell(const std::string& text, bool warning) const {
+  if (m_eventHook) m_eventHook({m_nNow, text, warning});
 }
 
 }  // namespace engine

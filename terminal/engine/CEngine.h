@@ -50,6 +50,7 @@ struct SAccountLines {
 struct SEngineEvent {
   std::int64_t m_nMsec = 0;  ///< since midnight of the trading day
   std::string m_strText;     ///< Chinese
+  bool m_bWarning = false;   ///< something does not go as it was meant to
 };
 
 /// Runs basket tasks on a desk against a market: one order a security at the opposite best price, or child orders on an
@@ -111,7 +112,7 @@ class CEngine : public exchange::IMarketListener {
   double tradedAmount(int basketId) const;
   /// Whether some sub-task of the basket or of its patches has not ended.
   bool isTrading(int basketId) const;
-  void tell(const std::string& text) const;
+  void tell(const std::string& text, bool warning = false) const;
   /// Milliseconds since midnight.
   std::int64_t now() const { return m_nNow; }
   /// Seconds since the epoch.

@@ -50,7 +50,7 @@ void CHedger::start(int groupId) {
   const CBasketHedgeParam& param = given->second.m_param;
   SHedgeIdentity identity;
   const std::string why = fault(param, identity);
-  if (!why.empty()) return tell(groupId, "未启动: " + why);
+  if (!why.empty()) return tell(groupId, "未启动: " + why, true);
   identity.m_nTaskId = m_engine.newTaskId();
   identity.m_pCommand = makeCommand(groupId, given->second.m_nCommandId, identity.m_nTaskId);
   CHedge& hedge = *m_hedges.emplace(groupId, std::make_unique<CHedge>(identity, param)).first->second;
@@ -119,7 +119,7 @@ void CHedger::afterPublishing() {
     if (m_market.isMatching()) trade(*hedge);
     if (hedge->takeWarning()) tellUsed(groupId, *hedge);
     if (hedge->checkLimit()) {
-      tell(groupId, "已达到最大委托次数");
+      tell(groupId, "已达到最大委托次数", true);
       if (m_hooks.m_status) m_hooks.m_status(groupId, TC::EHS_Paused);
     }
     report(groupId, *hedge);
@@ -202,12 +202,13 @@ void CHedger::report(int groupId, CHedge& hedge) {
 }
 
 void CHedger::tellUsed(int groupId, const CHedge& hedge) const {
-  tell(groupId,
-       (boost::format("已用 %1% 笔委托, 上限 %2% 笔, 用完即暂停") % hedge.used() % hedge.param().m_nOrderLimit).str());
+  const auto text =
+      boost::format("已用 %1% 笔委托, 上限 %2% 笔, 用完即暂停") % hedge.used() % hedge.param().m_nOrderLimit;
+  tell(groupId, text.str(), true);
 }
 
-void CHedger::tell(int groupId, const std::string& text) const {
-  m_engine.tell((boost::format("任务 [%1%] 套利%2%") % groupId % text).str());
+void CHedger::tell(int groupId, const std::string& text, bool warning) const {
+  m_engine.tell((boost::format("任务 [%1%] 套利%2%") % groupId % text).str(), warning);
 }
 
 }  // namespace engine

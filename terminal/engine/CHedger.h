@@ -66,7 +66,7 @@ class CHedger : public ITaskFollower {
   int stateOf(int groupId, const CHedge& hedge) const;
   void report(int groupId, CHedge& hedge);
   void tellUsed(int groupId, const CHedge& hedge) const;
-  void tell(int groupId, const std::string& text) const;
+  void tell(int groupId, const std::string& text, bool warning = false) const;
 
   desk::CDesk& m_desk;
   exchange::IMarket& m_market;

@@ -326,7 +326,7 @@ TEST(EngineRejects, AreToldByReasonWithEachSecurity) {
   EXPECT_EQ(detail.m_strMessage,
             "数量不是整手（2 笔委托被拒绝）；数量低于最小申报数量（1 笔委托被拒绝）；证券停牌（2 笔委托被拒绝）");
   EXPECT_EQ(detail.m_orders[1]->m_strMessage, "数量不是整手");
-  EXPECT_EQ(rig.heard("任务 [101-1] 数量不是整手（2 笔委托被拒绝）: SH.600010, SZ.1011"), 1);
+  EXPECT_EQ(rig.heard("! 任务 [101-1] 数量不是整手（2 笔委托被拒绝）: SH.600010, SZ.1011"), 1);
   EXPECT_EQ(rig.heard("任务 [101-1] 数量低于最小申报数量（1 笔委托被拒绝）: SH.688008"), 1);
   EXPECT_EQ(rig.heard("任务 [101-1] 证券停牌（2 笔委托被拒绝）: SH.601999 ×2"), 1);
   EXPECT_EQ(rig.heard("已撤销: 数量不是整手（2 笔委托被拒绝）"), 1);

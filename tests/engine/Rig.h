@@ -18,7 +18,9 @@ struct SRig {
       m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
       m_newest[data->getKey()] = m_details.back();
     });
-    engine().setEventHook([this](const engine::SEngineEvent& event) { m_events.push_back(event.m_strText); });
+    engine().setEventHook([this](const engine::SEngineEvent& event) {
+      m_events.push_back((event.m_bWarning ? "! " : "") + event.m_strText);
+    });
     for (const char* key : {"A1", "A2"}) {
       auto account = boost::make_shared<ksservice::CAccountInfo>();
       account->m_strKey = key;

@@ -126,6 +126,30 @@ TEST(Exchange, CancelsTakeTimeAndMayComeTooLate) {
   EXPECT_EQ(cancelled.m_nLeft, 0);
 }
 
+TEST(Exchange, ALateCancelIsToldWhatBecameOfTheOrder) {
+  SBench bench(clockTime(14, 59));
+  const SQuote quote = bench.m_exchange.quote(0);
+  bench.m_exchange.submit(limitOrder(1, 0, true, quote.m_dLimitUp, 100));
+  bench.m_exchange.submit(limitOrder(2, 0, true, quote.m_dLimitDown, 100));
+  bench.m_exchange.submit(limitOrder(3, 0, true, quote.m_dLimitDown, 150));
+  bench.m_exchange.submit(limitOrder(4, 0, false, 0, 50000000));
+  SMarketOrder market = limitOrder(5, 1, false, 0, 50000000);
+  market.m_bMarketPrice = true;
+  bench.m_exchange.submit(market);
+  bench.m_exchange.submit(limitOrder(6, 0, true, quote.m_dLimitDown, 100));
+  bench.m_exchange.cancel(2);
+  bench.m_exchange.advanceTo(clockTime(15, 0));
+  const char* const texts[] = {
+      "委托已全部成交",    "委托已撤销", "委托已被拒绝", "委托已被拒绝", "市价委托剩余部分已自动撤销",
+      "委托已在收市时撤销"};
+  for (std::uint64_t id = 1; id <= 6; ++id) {
+    bench.m_exchange.cancel(id);
+    bench.m_exchange.advanceTo(bench.m_exchange.now() + 100);
+    EXPECT_EQ(bench.m_listener.kinds(id).back(), EReport::CancelRejected);
+    EXPECT_EQ(bench.m_listener.message(id), texts[id - 1]) << id;
+  }
+}
+
 TEST(Exchange, AMarketPriceTakesWhatIsOfferedAndLeavesNothing) {
   SBench bench(clockTime(10, 0));
   SMarketOrder order = limitOrder(1, 1, false, 0, 50000000);
