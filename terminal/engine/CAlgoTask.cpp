@@ -183,7 +183,16 @@ void CAlgoTask::onFilled(int order, int quantity, double amount, int seconds) {
 
 void CAlgoTask::onCancelled(int order, const std::string& message, int seconds) {
   stateOf(order).m_nWorking -= orders().orders()[static_cast<std::size_t>(order)].left();
+  noteLost(static_cast<std::size_t>(child(order).m_nLine));
   CSubTask::onCancelled(order, message, seconds);
+}
+
+/// An order that filled in part while its cancel was on its way may leave what cannot be ordered anew.
+void CAlgoTask::noteLost(std::size_t line) {
+  const SOrderLine& order = lines()[line];
+  const bool open = isStopped() || m_states[line].m_bClosed || left(line) == 0 || mayOrder(line);
+  if (open || lost(line, order.m_nQuantity) > 0) return;
+  note(CIncidents::EKind::PartlyOrdered, order.m_rules.quantityFault(left(line), true), order.m_stock);
 }
 
 bool CAlgoTask::isDue(std::int64_t now) const {

@@ -63,6 +63,7 @@ class CAlgoTask : public CSubTask {
   SLineState& stateOf(int order) { return m_states[static_cast<std::size_t>(child(order).m_nLine)]; }
   SChild& child(int order) { return m_children[static_cast<std::size_t>(order)]; }
   void examine(std::size_t line);
+  void noteLost(std::size_t line);
   bool isBuy(std::size_t line) const;
   int left(std::size_t line) const;
   bool mayOrder(std::size_t line) const;

@@ -97,7 +97,9 @@ int CEngine::startPatch(const COrderCommand& command, const std::vector<SAccount
   own->m_strKey = COrderCommand::genKey(own->m_nCommandId, own->m_nNumber);
   own->m_nBasketType = ECBT_Basket;
   own->m_bPatch = true;
-  start(own, own->m_nCommandId, parts, algo);
+  std::vector<SAccountLines> known = parts;
+  for (SAccountLines& part : known) knowRules(part.m_lines);
+  start(own, own->m_nCommandId, known, algo);
   return own->m_nCommandId;
 }
 
@@ -111,13 +113,11 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
     // An account that got no part of any line has nothing to do in this task.
     if (part.m_lines.empty()) continue;
     CSubTask::SIdentity identity{command, part.m_pAccount, taskId, number};
-    std::vector<SOrderLine> known = part.m_lines;
-    knowRules(known);
     if (algo) {
       const CAlgoTask::SSettings settings{*algo, m_nNow, m_settings.m_nProgressMsec};
-      m_subTasks.push_back(std::make_unique<CAlgoTask>(std::move(identity), std::move(known), settings));
+      m_subTasks.push_back(std::make_unique<CAlgoTask>(std::move(identity), part.m_lines, settings));
     } else {
-      m_subTasks.push_back(std::make_unique<CSubTask>(std::move(identity), std::move(known)));
+      m_subTasks.push_back(std::make_unique<CSubTask>(std::move(identity), part.m_lines));
     }
     m_active.push_back(m_subTasks.back().get());
     m_active.back()->begin(seconds());

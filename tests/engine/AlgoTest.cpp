@@ -141,6 +141,47 @@ TEST(AlgoTask, AChildLeavesNoBuyThatCannotBeOrdered) {
   }
 }
 
+/// A participation of which 250 shares above a minimum of 200 are in the market.
+struct SOneChild {
+  SOneChild() {
+    advanceTo(0);
+    m_nVolume = 100000;
+    advanceTo(1);
+    m_task.send(1, 83, 0);
+    m_task.onAccepted(0);
+  }
+  void advanceTo(int second) {
+    m_task.advanceTo(exchange::MORNING_BEGINS + second * std::int64_t{1000},
+                     [this](const engine::SOrderLine&) { return m_nVolume; });
+  }
+
+  static engine::SOrderLine line() {
+    engine::SOrderLine line = SRig::line("SH", "688008", EOT_Buy, 250);
+    line.m_rules = exchange::rulesOf(SRig::makeInstrument("SH", "688008", 83, 1e7));
+    return line;
+  }
+
+  std::int64_t m_nVolume = 0;
+  engine::CAlgoTask m_task{{boost::make_shared<COrderCommand>(), boost::make_shared<CAccountInfo>(), 7, 1},
+                           {line()},
+                           {params(EAlgorithm::POV), exchange::MORNING_BEGINS, 1000}};
+};
+
+TEST(AlgoTask, AChildWhoseRestCouldNotBeOrderedAnewIsNotReplaced) {
+  SOneChild kept;
+  kept.m_task.onFilled(0, 100, 8300, 0);
+  kept.advanceTo(90);
+  EXPECT_TRUE(kept.m_task.takeCancels().empty());
+
+  SOneChild unlucky;
+  unlucky.advanceTo(90);
+  EXPECT_EQ(unlucky.m_task.takeCancels(), std::vector<std::uint64_t>{1});
+  unlucky.m_task.onFilled(0, 100, 8300, 0);
+  unlucky.m_task.onCancelled(0, "", 0);
+  EXPECT_EQ(unlucky.m_task.status(), ETS_Cancelled) << "nothing can follow";
+  EXPECT_EQ(unlucky.m_task.message(), "数量低于最小申报数量（1 行不能全部委托）");
+}
+
 TEST(AlgoTask, WhatIsNoWholeLotIsNotOrderedAndTold) {
   for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::POV}) {
     SAlgoRig rig;
