@@ -56,6 +56,7 @@ class CQuoteFace : public TC::CQuoteClient {
  public:
   explicit CQuoteFace(const CDesk& desk) : m_desk(desk) {}
   bool getQuote(const std::string& market, const std::string& code, TC::CQuote& quote) const override {
+    m_desk.tellObservers([&](IDeskObserver& observer) { observer.onQuoteRead(code); });
     return m_desk.quote(market, code, quote);
   }
 

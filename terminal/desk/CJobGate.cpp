@@ -24,12 +24,17 @@ void CJobGate::jobBegins(utils::EPanelJob job) {
     std::unique_lock<std::mutex> lock(m_mutex);
     m_changed.wait(lock, [this] { return !m_bHold && m_nChangeDepth == 0 && m_nFences == 0; });
     hook = m_beginHook;
+    m_bRunning = true;
   }
   // No change can start now: this job is still posted.
   if (hook) hook(job);
 }
 
 void CJobGate::jobEnded(utils::EPanelJob) {
+  {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_bRunning = false;
+  }
   // Before the job counts as ended: nothing may slip in between.
   fence();
   {
@@ -95,6 +100,11 @@ void CJobGate::setHold(bool on) {
 bool CJobGate::isIdle() const {
   const std::lock_guard<std::mutex> lock(m_mutex);
   return m_nJobs == 0;
+}
+
+bool CJobGate::isRunning() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_bRunning;
 }
 
 bool CJobGate::isSettled() const {

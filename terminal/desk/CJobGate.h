@@ -42,6 +42,8 @@ class CJobGate : public utils::IJobMonitor {
 
   /// True when no job is posted or runs. Any thread.
   bool isIdle() const;
+  /// True from where a job begins until it has ended. Any thread.
+  bool isRunning() const;
   /// True when besides the GUI thread has passed every fence: what it shows is what the last job saw. Any thread.
   bool isSettled() const;
   /// Waits until no job is posted or runs; false after msec milliseconds. Any thread but the worker.
@@ -75,7 +77,8 @@ class CJobGate : public utils::IJobMonitor {
   bool m_bRecording = false;
   bool m_bHold = false;
   bool m_bFencesDropped = false;
-  int m_nJobs = 0;    ///< posted and not ended
+  int m_nJobs = 0;  ///< posted and not ended
+  bool m_bRunning = false;
   int m_nFences = 0;  ///< not passed by the GUI thread
   std::thread::id m_changer;
   int m_nChangeDepth = 0;

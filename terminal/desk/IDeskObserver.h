@@ -43,6 +43,9 @@ class IDeskObserver {
   virtual void onCreateReply(const utils::KSError&, int /*taskId*/) {}
   virtual void onOrderProcess(const TC::OrderProcessMap&, const utils::KSError&, const bson::BSONObj& /*result*/) {}
 
+  /// The panel is about to read the quotes of the instruments with the code.
+  virtual void onQuoteRead(const std::string& /*code*/) {}
+
   // Calls by the panel.
   virtual void onUpdateData(const ksservice::CTaskDetailPtr&) {}
   virtual void onShowMsg(const QString& /*text*/, int /*kind*/) {}

@@ -4,36 +4,41 @@
 
 namespace journal {
 
-void CLineSequence::put(const SLine& line, bool opens) {
+void CLineSequence::put(const SLine& line, bool acts) {
   std::string text = writeLine(line);
   if (m_nDialogs > 0) {
-    m_meanwhile.push_back(std::move(text));
-    ++m_nSinceAct;
-    return;
-  }
-  settle();
-  if (opens) {
-    m_held = std::move(text);
+    m_inDialog.emplace_back(std::move(text));
+  } else if (acts || !m_held.empty()) {
+    m_held.push_back(std::move(text));
   } else {
     write(text);
   }
 }
 
+void CLineSequence::putAsked(const SLine& line) {
+  std::string text = writeLine(line);
+  if (m_nDialogs > 0 && (m_nSettled || m_held.empty())) {
+    const auto place = static_cast<std::ptrdiff_t>(m_nSettled.value_or(0));
+    m_inDialog.insert(m_inDialog.begin() + place, std::move(text));
+  } else if (m_held.empty()) {
+    write(text);
+  } else {
+    m_held.push_front(std::move(text));
+  }
+}
+
 void CLineSequence::settle() {
-  if (m_nDialogs > 0 || m_held.empty()) return;
-  write(std::exchange(m_held, {}));
+  if (m_nDialogs > 0) {
+    m_nSettled = m_inDialog.size();
+    return;
+  }
+  for (const std::string& text : std::exchange(m_held, {})) write(text);
 }
 
 void CLineSequence::dialogOpens() { ++m_nDialogs; }
 
 void CLineSequence::add(const SDialogAct& act) {
-  if (m_nDialogs == 0) return;
-  if (m_nSinceAct > 0) {
-    SDialogAct& play = m_acts.emplace_back();
-    play.m_eAct = EDialogAct::Play;
-    play.m_nLines = std::exchange(m_nSinceAct, 0);
-  }
-  m_acts.push_back(act);
+  if (m_nDialogs > 0) m_inDialog.emplace_back(act);
 }
 
 void CLineSequence::dialogEnded() {
@@ -41,18 +46,32 @@ void CLineSequence::dialogEnded() {
 }
 
 void CLineSequence::writeDialog() {
+  SUserLine dialog;
+  dialog.m_eAct = EUserAct::Dialog;
+  std::deque<std::string> meanwhile;
+  int linesBefore = 0;  // the next act
+  for (auto& each : std::exchange(m_inDialog, {})) {
+    if (std::string* text = std::get_if<std::string>(&each)) {
+      meanwhile.push_back(std::move(*text));
+      ++linesBefore;
+      continue;
+    }
+    if (linesBefore > 0) {
+      SDialogAct& play = dialog.m_acts.emplace_back();
+      play.m_eAct = EDialogAct::Play;
+      play.m_nLines = std::exchange(linesBefore, 0);
+    }
+    dialog.m_acts.push_back(std::get<SDialogAct>(std::move(each)));
+  }
   // A dialog without acts is dismissed by a replay too.
-  if (!m_acts.empty()) {
-    SUserLine dialog;
-    dialog.m_eAct = EUserAct::Dialog;
-    dialog.m_acts = std::exchange(m_acts, {});
+  if (!dialog.m_acts.empty()) {
     SLine line;
     line.m_body = std::move(dialog);
-    write(writeLine(std::move(line)));
+    m_held.insert(m_held.empty() ? m_held.end() : m_held.end() - 1, writeLine(std::move(line)));
   }
+  m_nSettled.reset();
   settle();
-  for (const std::string& text : std::exchange(m_meanwhile, {})) write(text);
-  m_nSinceAct = 0;
+  for (const std::string& text : meanwhile) write(text);
 }
 
 void CLineSequence::finish() {

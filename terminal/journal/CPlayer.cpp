@@ -187,7 +187,9 @@ void CPlayer::play(const SHedgeStateLine& line) { m_desk.setHedgeState(line.m_nG
 
 void CPlayer::play(const STaskLine& line) { m_desk.publishTask(toPublication(line, m_desk)); }
 
-void CPlayer::play(const SProgressLine& line) { m_desk.setProgress(line.m_strTask, line.m_progress); }
+void CPlayer::play(const SProgressLine& line) {
+  m_desk.setProgress(line.m_strTask, toProgress(line, m_desk.progress(line.m_strTask).get()));
+}
 
 void CPlayer::play(const SHedgeVolumeLine& line) { m_services.announceHedgeVolume(line.m_nTask, line.m_nVolume); }
 

@@ -24,10 +24,37 @@ bool isSame(const TC::CQuote& one, const TC::CQuote& other) {
          one.m_dLimitDown == other.m_dLimitDown;
 }
 
-/// Whether the panel may answer the line with a modal dialog.
-bool mayOpenDialog(const SLine& line) {
-  return std::holds_alternative<SUserLine>(line.m_body) || std::holds_alternative<SHostLine>(line.m_body) ||
-         std::holds_alternative<SOrderProcessLine>(line.m_body);
+bool isSame(const TC::CProgressOrder& one, const TC::CProgressOrder& other) {
+  const ksservice::COrderDetail& a = one.m_detail;
+  const ksservice::COrderDetail& b = other.m_detail;
+  return one.m_strMapKey == other.m_strMapKey && one.m_nParamIndex == other.m_nParamIndex &&
+         a.m_strMarket == b.m_strMarket && a.m_strCode == b.m_strCode && a.m_nTradedVolume == b.m_nTradedVolume &&
+         a.m_dTradedAmount == b.m_dTradedAmount && a.m_bCancelled == b.m_bCancelled;
+}
+
+/// Whether the panel does something because of the line at once: asks for quotes, opens a modal dialog. What it does
+/// because of the others, it does in a refresh.
+template <typename... Acts>
+bool isOneOf(const SLine& line) {
+  return (std::holds_alternative<Acts>(line.m_body) || ...);
+}
+constexpr auto isAct =
+    isOneOf<SUserLine, SHostLine, SOpenLine, SRefreshLine, SServerReplyLine, SCreateReplyLine, SOrderProcessLine,
+            SHedgeVolumeLine, SHedgeStatusLine, STradingDayLine, SStockUnitChangeLine>;
+
+/// The part of a task's progress that differs from what was told before; none where it cannot be told in parts.
+std::optional<TC::CTaskProgress> changesOf(const TC::CTaskProgress& before, const TC::CTaskProgress& now) {
+  if (before.m_orders.empty() || now.m_orders.size() < before.m_orders.size()) return std::nullopt;
+  TC::CTaskProgress changes;
+  for (std::size_t i = 0; i < now.m_orders.size(); ++i) {
+    const TC::CProgressOrder& order = now.m_orders[i];
+    if (order.m_detail.m_strKey.empty()) return std::nullopt;
+    const bool known = i < before.m_orders.size();
+    // New ones come behind the others; a replay keeps the order.
+    if (known && before.m_orders[i].m_detail.m_strKey != order.m_detail.m_strKey) return std::nullopt;
+    if (!known || !isSame(before.m_orders[i], order)) changes.m_orders.push_back(order);
+  }
+  return changes;
 }
 
 std::optional<std::string> errorText(const utils::KSError& error) {
@@ -96,13 +123,14 @@ void CRecorder::writeLocked(SLine::Body body) {
     m_nNowT = *line.m_nT;
   }
   line.m_body = std::move(body);
-  m_lines.put(line, mayOpenDialog(line));
+  m_lines.put(line, isAct(line));
 }
 
 bool CRecorder::passFence() {
   // A dialog that was ended still runs its events, but what was confirmed in it is not carried out yet.
   if (!m_dialogs.empty() && m_dialogs.back() && !m_dialogs.back()->isVisible()) return false;
-  {
+  // A job that runs beside the GUI thread's act still asks; nothing changes until it has ended, and then comes a fence.
+  if (!m_desk.gate().isRunning()) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_lines.settle();
   }
@@ -139,7 +167,11 @@ void CRecorder::recordClose() {
   write(SCloseLine());
 }
 
-void CRecorder::recordDump(const std::string& name) { write(SDumpLine{name}); }
+void CRecorder::recordDump(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  writeLocked(SDumpLine{name});
+  m_lines.settle();
+}
 
 void CRecorder::recordSetParam(const QString& text) {
   SHostLine line;
@@ -263,17 +295,33 @@ void CRecorder::onInstrument(const TC::CCodeInfo& info) {
 void CRecorder::onQuote(const std::string& market, const std::string& code, const TC::CQuote& quote) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   SInstrument& known = m_instruments[code];
-  const auto [entry, isNew] = known.m_quotes.try_emplace(market, quote);
-  if (!isNew && isSame(entry->second, quote)) return;
-  entry->second = quote;
-  if (known.m_bInUse) writeLocked(toQuoteLine(market, code, quote));
+  const auto [entry, isNew] = known.m_quotes.try_emplace(market, SQuote{quote});
+  if (!isNew && isSame(entry->second.m_quote, quote)) return;
+  entry->second = {quote};
+}
+
+/// A market's quotes change all the time, and the panel reads few of them.
+void CRecorder::onQuoteRead(const std::string& code) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const auto known = m_instruments.find(code);
+  if (known == m_instruments.end()) return;
+  for (auto& [market, each] : known->second.m_quotes) {
+    if (std::exchange(each.m_bTold, true)) continue;
+    // Without a time: it stands before lines that are older.
+    SLine line;
+    line.m_body = toQuoteLine(market, code, each.m_quote);
+    m_lines.putAsked(line);
+  }
 }
 
 void CRecorder::useLocked(const std::string& code) {
   SInstrument& known = m_instruments[code];
   if (std::exchange(known.m_bInUse, true)) return;
   for (const TC::CCodeInfo& info : known.m_infos) writeLocked(SInstrumentLine{info});
-  for (const auto& [market, quote] : known.m_quotes) writeLocked(toQuoteLine(market, code, quote));
+  for (auto& [market, each] : known.m_quotes) {
+    each.m_bTold = true;
+    writeLocked(toQuoteLine(market, code, each.m_quote));
+  }
 }
 
 void CRecorder::onCommand(const ksservice::COrderCommand& command) { write(SCommandLine{command}); }
@@ -289,7 +337,10 @@ void CRecorder::onHedgeState(int groupId, int status) { write(SHedgeStateLine{gr
 void CRecorder::onProgress(const std::string& detailKey, const TC::CTaskProgress& progress) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (const TC::CProgressOrder& order : progress.m_orders) useLocked(order.m_detail.m_strCode);
-  writeLocked(SProgressLine{detailKey, progress});
+  TC::CTaskProgress& before = m_progress[detailKey];
+  const std::optional<TC::CTaskProgress> changes = changesOf(before, progress);
+  writeLocked(SProgressLine{detailKey, changes.has_value(), changes ? *changes : progress});
+  before = progress;
 }
 
 void CRecorder::onTask(const desk::SPublication& publication) {
@@ -300,13 +351,15 @@ void CRecorder::onTask(const desk::SPublication& publication) {
   writeLocked(std::move(line));
 }
 
-void CRecorder::onHedgeVolume(int taskId, int volume) { write(SHedgeVolumeLine{taskId, volume}); }
+// These four come on the GUI thread, and the panel deals with them at once.
 
-void CRecorder::onHedgeStatus(int taskId, int status) { write(SHedgeStatusLine{taskId, status}); }
+void CRecorder::onHedgeVolume(int taskId, int volume) { writeAct(SHedgeVolumeLine{taskId, volume}); }
 
-void CRecorder::onTradingDay(const std::string& date) { write(STradingDayLine{date}); }
+void CRecorder::onHedgeStatus(int taskId, int status) { writeAct(SHedgeStatusLine{taskId, status}); }
 
-void CRecorder::onStockUnitChange() { write(SStockUnitChangeLine()); }
+void CRecorder::onTradingDay(const std::string& date) { writeAct(STradingDayLine{date}); }
+
+void CRecorder::onStockUnitChange() { writeAct(SStockUnitChangeLine()); }
 
 void CRecorder::onServerReply(const utils::KSError& error, const bson::BSONObj& reply) {
   write(SServerReplyLine{errorText(error), reply});

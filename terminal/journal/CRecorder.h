@@ -29,12 +29,12 @@ namespace journal {
 /// the user does. Made before the desk is filled, so that the session comes first. While it lives, deliveries and the
 /// panel's jobs exclude each other.
 ///
-/// Of instruments and quotes only those are written that a task or a hedge has to do with, from then on; so a recording
-/// is small, and all the same says whatever the panel can have seen.
+/// A recording is small, and all the same says whatever the panel can have seen: of instruments only those are written
+/// that a task or a hedge has to do with, of their quotes the first, and then those that the panel reads, of a task's
+/// progress only what changed.
 ///
 /// Threads: the observers of the desk are told on any thread, everything else belongs to the GUI thread. Each line is
-/// flushed; one that may open a dialog when the GUI thread has worked it off, those that came while a dialog was open
-/// when it was closed.
+/// flushed; one that the panel answers when it has done so, those that came while a dialog was open when it was closed.
 class CRecorder : public desk::IDeskObserver, public CDialogObserver {
  public:
   /// The desk and the stream must outlive the recorder.
@@ -68,6 +68,7 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
   void onHedgeState(int groupId, int status) override;
   void onProgress(const std::string& detailKey, const TC::CTaskProgress& progress) override;
   void onTask(const desk::SPublication& publication) override;
+  void onQuoteRead(const std::string& code) override;
   void onHedgeVolume(int taskId, int volume) override;
   void onHedgeStatus(int taskId, int status) override;
   void onTradingDay(const std::string& date) override;
@@ -85,10 +86,14 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
   void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override;
 
  private:
+  struct SQuote {
+    TC::CQuote m_quote;
+    bool m_bTold = false;  ///< it stands in the journal
+  };
   /// What is known of the instruments with one code: a task may name one of them by another market.
   struct SInstrument {
     std::vector<TC::CCodeInfo> m_infos;
-    std::map<std::string, TC::CQuote> m_quotes;  ///< by market
+    std::map<std::string, SQuote> m_quotes;  ///< by market
     bool m_bInUse = false;
   };
 
@@ -115,7 +120,8 @@ class CRecorder : public desk::IDeskObserver, public CDialogObserver {
   mutable std::mutex m_mutex;  ///< guards the rest, and the order of the lines
   CLineSequence m_lines;
   std::map<std::string, SInstrument> m_instruments;
-  qint64 m_nNow = 0;  ///< time of the time service that a replay has now
+  std::map<std::string, TC::CTaskProgress> m_progress;  ///< what was told last, by detail key
+  qint64 m_nNow = 0;                                    ///< time of the time service that a replay has now
   qint64 m_nNowT = 0;
 };
 

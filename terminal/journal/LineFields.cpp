@@ -188,7 +188,13 @@ void fields(Archive& a, STaskLine& line) {
 template <typename Archive>
 void fields(Archive& a, SProgressLine& line) {
   a.required("task", line.m_strTask);
-  a.list("orderDetails", line.m_progress.m_orders, [](auto& inner, TC::CProgressOrder& each) {
+  a.optional("partial", line.m_bPartial);
+  a.list("orderDetails", line.m_progress.m_orders, [&line](auto& inner, TC::CProgressOrder& each) {
+    if (line.m_bPartial) {
+      inner.required("key", each.m_detail.m_strKey);
+    } else {
+      inner.optional("key", each.m_detail.m_strKey);
+    }
     inner.optional("mapKey", each.m_strMapKey);
     inner.optional("market", each.m_detail.m_strMarket);
     inner.optional("code", each.m_detail.m_strCode);

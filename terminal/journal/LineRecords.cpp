@@ -1,6 +1,7 @@
 #include "LineRecords.h"
 
 #include <boost/make_shared.hpp>
+#include <unordered_map>
 
 namespace journal {
 namespace {
@@ -69,6 +70,25 @@ STaskLine toTaskLine(const desk::SPublication& publication, const desk::CDesk& d
     if (const auto known = desk.orderDetail(order->m_tag)) each.m_detail = *known;
   }
   return line;
+}
+
+TC::CTaskProgress toProgress(const SProgressLine& line, const TC::CTaskProgress* before) {
+  TC::CTaskProgress progress;
+  if (line.m_bPartial && before) progress = *before;
+  std::unordered_map<std::string, std::size_t> places;
+  std::size_t number = 0;
+  for (const TC::CProgressOrder& each : progress.m_orders) places.emplace(each.m_detail.m_strKey, number++);
+  for (const TC::CProgressOrder& each : line.m_progress.m_orders) {
+    const std::string& key = each.m_detail.m_strKey;
+    const auto [place, isNew] = places.try_emplace(key, progress.m_orders.size());
+    // Those without a key are not told apart: each stands for itself.
+    if (isNew || key.empty()) {
+      progress.m_orders.push_back(each);
+    } else {
+      progress.m_orders[place->second] = each;
+    }
+  }
+  return progress;
 }
 
 desk::SAccount toAccount(const SAccountLine& line) {

@@ -10,6 +10,9 @@ desk::SPublication toPublication(const STaskLine& line, const desk::CDesk& desk)
 /// The line of a publication, with the details that the desk knows for its orders.
 STaskLine toTaskLine(const desk::SPublication& publication, const desk::CDesk& desk);
 
+/// The progress that stands after the line; before: what stood, null for none.
+TC::CTaskProgress toProgress(const SProgressLine& line, const TC::CTaskProgress* before);
+
 desk::SAccount toAccount(const SAccountLine& line);
 SAccountLine toAccountLine(const desk::SAccount& account);
 

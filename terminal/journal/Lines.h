@@ -96,6 +96,7 @@ struct STaskLine {
 struct SProgressLine {
   static constexpr const char* KIND = "progress";
   std::string m_strTask;
+  bool m_bPartial = false;  ///< only what it names has changed
   TC::CTaskProgress m_progress;
 };
 

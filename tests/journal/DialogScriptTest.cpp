@@ -128,6 +128,38 @@ TEST(LineSequence, PutsADialogsActsBeforeTheLineThatOpenedItAndWhatCameMeanwhile
   EXPECT_EQ(out.str(), expected);
 }
 
+TEST(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
+  std::ostringstream out;
+  CLineSequence lines(out);
+  lines.putAsked(dumpLine("at once"));
+  lines.put(dumpLine("refresh"), true);
+  lines.putAsked(dumpLine("its quote"));
+  lines.put(dumpLine("behind"), false);
+  lines.settle();
+  lines.put(dumpLine("opener"), true);
+  lines.dialogOpens();
+  lines.putAsked(dumpLine("opener's quote"));
+  lines.settle();
+  lines.add(press("a"));
+  lines.settle();
+  lines.put(dumpLine("refresh inside"), true);
+  lines.putAsked(dumpLine("inside's quote"));
+  lines.settle();
+  lines.add(press("b"));
+  lines.putAsked(dumpLine("b's quote"));
+  lines.dialogEnded();
+  lines.settle();
+  std::string order;
+  std::istringstream in(out.str());
+  for (std::string text; std::getline(in, text);) {
+    const auto line = nlohmann::json::parse(text);
+    order += line.contains("name") ? line["name"].get<std::string>() + ", " : line["acts"].dump() + ", ";
+  }
+  EXPECT_EQ(order,
+            "at once, its quote, refresh, behind, opener's quote, "
+            "[{\"press\":\"a\"},{\"play\":3},{\"press\":\"b\"}], opener, inside's quote, refresh inside, b's quote, ");
+}
+
 TEST(LineSequence, LosesNothingWhenTheSessionEndsInsideADialog) {
   std::ostringstream out;
   CLineSequence lines(out);

@@ -69,6 +69,7 @@ INSTANTIATE_TEST_SUITE_P(
                       {"key":"o2","detail":{}}, {"key":"o3"}]})",
         R"({"kind":"progress","task":"123-1","orderDetails":[{"mapKey":"1001","market":"SH","code":"600000",
             "traded":100,"amount":1000.0,"cancelled":true,"param":2}]})",
+        R"({"kind":"progress","task":"123-1","partial":true,"orderDetails":[{"key":"c1","traded":100}]})",
         R"({"kind":"hedgeVolume","task":123,"volume":5})", R"({"kind":"hedgeStatus","task":123,"status":1})",
         R"({"kind":"tradingDay","date":"20261123"})", R"({"kind":"stockUnitChange"})",
         R"({"kind":"serverReply","error":"","document":{"ErrorMsg":"拒绝","code":7,"more":{"a":[1,"b",null]}}})",

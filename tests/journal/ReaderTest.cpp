@@ -71,6 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
         SFault{R"({"kind":"task","via":"feed","id":1,"orders":[5]})", "field \"orders[0]\" must be an object"},
         SFault{R"({"kind":"task","via":"feed","id":1,"orders":[{"key":"o1","detail":{"cancelled":"no"}}]})",
                "field \"orders[0].detail.cancelled\" must be true or false"},
+        SFault{R"({"kind":"progress","task":"1-1","partial":true,"orderDetails":[{"key":"c1"},{"traded":1}]})",
+               "field \"orderDetails[1].key\" is missing"},
         SFault{R"({"kind":"hedgeParam","command":1,"where":"stored","account":"F1"})",
                "account 'F1' was not declared"}));
 

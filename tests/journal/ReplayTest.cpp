@@ -20,6 +20,7 @@
 #include "gv/CFileDialog.h"
 #include "gv/CHpfTreeTable.h"
 #include "gv/Controls.h"
+#include "tc/Services.h"
 
 namespace {
 
@@ -179,6 +180,11 @@ class CLiveSession {
     return tableDump(*m_pPanel, "end");
   }
   std::string journal() const { return m_journal.str(); }
+  void setQuote(double last) {
+    TC::CQuote quote;
+    quote.m_dLast = quote.m_dCalc = quote.m_dOrder = last;
+    m_desk.setQuote("SH", "600000", quote);
+  }
   GV::CHpfTreeTable& table() { return *tableOf(*m_pPanel); }
 
  private:
@@ -258,6 +264,79 @@ TEST(Recording, NothingChangesBesideAnAct) {
              (line.contains("group") ? std::to_string(line["group"].get<int>()) : "") + " ";
   }
   EXPECT_EQ(order, "user host hedgeState1 hedgeState2 dump hedgeState3 ");
+}
+
+/// Of a journal's lines those of a kind, without their times.
+std::vector<json> linesOf(const std::string& journal, const char* kind) {
+  std::vector<json> lines;
+  std::istringstream in(journal);
+  for (std::string text; std::getline(in, text);) {
+    json line = json::parse(text);
+    for (const char* field : {"t", "now"}) line.erase(field);
+    if (line["kind"] == kind) lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+TC::CProgressOrder childOrder(const char* key, int traded) {
+  TC::CProgressOrder order;
+  order.m_detail.m_strKey = key;
+  order.m_detail.m_nTradedVolume = traded;
+  return order;
+}
+
+TEST(Recording, TellsOfProgressOnlyWhatChanged) {
+  desk::CDesk desk;
+  std::ostringstream journal;
+  {
+    CRecorder recorder(desk, journal);
+    const auto tell = [&desk](std::vector<TC::CProgressOrder> orders) { desk.setProgress("1-1", {std::move(orders)}); };
+    tell({childOrder("c1", 0), childOrder("c2", 100)});
+    tell({childOrder("c1", 0), childOrder("c2", 300), childOrder("c3", 0)});
+    tell({childOrder("c2", 300), childOrder("c1", 0)});  // in another order
+    tell({childOrder("", 7)});
+    tell({childOrder("", 7), childOrder("", 8)});
+  }
+  std::string told;
+  for (const json& line : linesOf(journal.str(), "progress")) {
+    told += line.value("partial", false) ? "partial " : "whole ";
+    for (const json& order : line["orderDetails"]) {
+      told += order.value("key", "") + ":" + std::to_string(order.value("traded", 0)) + " ";
+    }
+  }
+  EXPECT_EQ(told, "whole c1:0 c2:100 partial c2:300 c3:0 whole c2:300 c1:0 whole :7 whole :7 :8 ");
+}
+
+TEST(Replay, PartialProgressChangesOnlyWhatItNames) {
+  CReplay replay;
+  ASSERT_EQ(replay.play(SETUP + R"({"kind":"progress","task":"1-1","partial":true,"orderDetails":[{"key":"c0"}]}
+{"kind":"progress","task":"1-1","orderDetails":[{"key":"c1","traded":1},{"traded":5},{"traded":6},{"key":"c2"}]}
+{"kind":"progress","task":"1-1","partial":true,"orderDetails":[{"key":"c3","traded":3},{"key":"c1","traded":9}]}
+)"),
+            0)
+      << replay.errors();
+  std::string stands;
+  for (const TC::CProgressOrder& order : TC::getTradeClient().getTaskProgress("1-1")->m_orders) {
+    stands += order.m_detail.m_strKey + ":" + std::to_string(order.m_detail.m_nTradedVolume) + " ";
+  }
+  EXPECT_EQ(stands, "c1:9 :5 :6 c2:0 c3:3 ");
+}
+
+TEST(Recording, TellsOfAQuoteWhenThePanelAsksForIt) {
+  CLiveSession session;
+  session.run();
+  const auto ask = [](double expected) {
+    TC::CQuote quote;
+    ASSERT_TRUE(TC::getQuoteClient().getQuote("SH", "600000", quote));
+    EXPECT_EQ(quote.m_dLast, expected);
+  };
+  for (const double price : {10.1, 10.2}) session.setQuote(price);
+  ask(10.2);
+  ask(10.2);
+  for (const double price : {10.3, 10.4}) session.setQuote(price);
+  std::string told;
+  for (const json& line : linesOf(session.journal(), "quote")) told += std::to_string(line["last"].get<double>()) + " ";
+  EXPECT_EQ(told, "10.000000 10.200000 ");
 }
 
 TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
