@@ -11,7 +11,6 @@
 #include "Archive.h"
 #include "CHostServices.h"
 #include "COutput.h"
-#include "JournalReader.h"
 #include "LineRecords.h"
 #include "UserActs.h"
 #include "gv/CClipboard.h"
@@ -83,13 +82,13 @@ CPlayer::~CPlayer() {
   m_desk.removeObserver(&m_output);
 }
 
-CPlayer::EExit CPlayer::play(std::istream& in, const std::string& fileName) {
-  SJournal journal = readJournal(in, fileName);
+CPlayer::EExit CPlayer::play(SJournal journal, const std::string& fileName) {
   m_strFile = fileName;
   m_strFault = std::move(journal.m_strFault);
   if (!journal.m_strTorn.empty()) m_errors << journal.m_strTorn << std::endl;
   m_lines = std::move(journal.m_lines);
   m_nNext = 0;
+  if (m_strFault.empty()) m_strFault = exportFault(m_lines, fileName);
   QElapsedTimer timer;
   timer.start();
   m_nStart = timer.msecsSinceReference();
@@ -103,7 +102,10 @@ void CPlayer::playNext() {
   const SLine& line = m_lines[m_nNext++];
   try {
     start(line);
-    if (m_bStopped) return;
+    if (m_bStopped) {
+      --m_nNext;  // it was only waited for
+      return;
+    }
     const CHold hold(m_desk.gate());
     m_nNumber = line.m_nNumber;
     std::visit([this](const auto& body) { play(body); }, line.m_body);
@@ -255,7 +257,10 @@ void CPlayer::play(const SHostLine& line) {
 
 void CPlayer::play(const SUserLine& line) {
   if (line.m_eAct == EUserAct::Dialog) return m_dialogs.queue(line.m_acts, m_nNumber);
+  // Once more: the folder may have changed since.
+  if (line.m_eAct == EUserAct::Export) m_exports.check(line.m_strFile);
   performUserAct(openPanel(), line);
+  if (line.m_eAct == EUserAct::Export) m_exports.exported(line.m_strFile);
 }
 
 void CPlayer::play(const SDumpLine& line) { m_output.dump(openPanel(), line.m_strName); }

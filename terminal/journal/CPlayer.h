@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "CDialogScript.h"
-#include "Lines.h"
+#include "CExportGuard.h"
+#include "JournalReader.h"
 #include "tc/ITradeDockableWidget.h"
 
 namespace desk {
@@ -43,9 +44,12 @@ class CPlayer {
   void setRecordedPace(bool on) { m_bRecordedPace = on; }
   /// A journal whose text is malformed is not played at all; one that turns out to be so while it is played (a row
   /// that does not exist) ends there. The panel stays for the user to see.
-  EExit play(std::istream& in, const std::string& fileName);
-  /// Ends a replay that waits for its next line, as one that was played.
+  EExit play(SJournal journal, const std::string& fileName);
+  EExit play(std::istream& in, const std::string& fileName) { return play(readJournal(in, fileName), fileName); }
+  /// Ends a replay before its next line, as one that was played.
   void stop() { m_bStopped = true; }
+  /// Whether lines were left because of stop().
+  bool wasStopped() const { return m_bStopped && m_strFault.empty() && m_nNext < m_lines.size(); }
 
   /// Null before an open line and after a close line.
   TC::ITradeDockableWidget* panel() const { return m_pPanel; }
@@ -91,6 +95,7 @@ class CPlayer {
   COutput& m_output;
   std::ostream& m_errors;
   CDialogScript m_dialogs;
+  CExportGuard m_exports;
   QPointer<TC::ITradeDockableWidget> m_pPanel;
   std::string m_strFile;
   std::vector<SLine> m_lines;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
@@ -137,6 +138,36 @@ TEST(Replay, NothingOfAMalformedJournalIsPlayed) {
   EXPECT_EQ(replay.errors(), "test.jsonl:7: unknown kind 'opne'\n");
   EXPECT_FALSE(replay.player().panel());
   EXPECT_EQ(replay.out(), "");
+}
+
+TEST(Replay, ExportsOnlyWhereItWasStartedAndOverNothing) {
+  const QTemporaryDir folder;
+  const QString before = QDir::currentPath();
+  ASSERT_TRUE(QDir::setCurrent(folder.path()));
+  QDir().mkdir("sub");
+  QFile::link("sub", "linked");
+  QFile::link("nowhere", "dangling");
+  QFile there("there.csv");
+  ASSERT_TRUE(there.open(QIODevice::WriteOnly));
+  const auto play = [](const std::string& file, int times = 1) {
+    std::string acts;
+    for (int i = 0; i < times; ++i) acts += R"({"kind":"user","do":"export","file":")" + file + "\"}\n";
+    CReplay replay;
+    const int status = replay.play(SETUP + "{\"kind\":\"open\"}\n" + acts);
+    return std::to_string(status) + " " + replay.errors();
+  };
+  EXPECT_EQ(play("sub/new.csv", 2), "0 ") << "what it made itself may be made again";
+  EXPECT_TRUE(QFile::exists("sub/new.csv"));
+  const std::string fault = "2 test.jsonl:7: export '";
+  EXPECT_EQ(play("sub/new.csv"), fault + "sub/new.csv' would overwrite what is there\n");
+  EXPECT_EQ(play("there.csv"), fault + "there.csv' would overwrite what is there\n");
+  EXPECT_EQ(play("linked/x.csv"), fault + "linked/x.csv' goes by a link\n");
+  EXPECT_EQ(play("dangling"), fault + "dangling' goes by a link\n");
+  for (const std::string& name : {(folder.path() + "/x.csv").toStdString(), std::string("sub/../../x.csv")}) {
+    EXPECT_EQ(play(name), fault + name + "' is no name within the working directory\n");
+  }
+  EXPECT_EQ(QDir().entryList(QDir::Files | QDir::NoSymLinks), QStringList("there.csv"));
+  QDir::setCurrent(before);
 }
 
 /// A live session with the panel's own timer, recorded.
