@@ -15,6 +15,10 @@ QString coloured(const QString& text, const char* colourKey) {
 
 }  // namespace
 
+QString timeOfDayText(qint64 msec) {
+  return QTime::fromMSecsSinceStartOfDay(static_cast<int>(msec % DAY_MSEC)).toString(QStringLiteral("HH:mm:ss"));
+}
+
 CLogDock::CLogDock(QWidget* parent) : QDockWidget(QStringLiteral("消息"), parent), m_pText(new QPlainTextEdit(this)) {
   setObjectName(QStringLiteral("logDock"));
   m_pText->setReadOnly(true);
@@ -25,9 +29,9 @@ CLogDock::CLogDock(QWidget* parent) : QDockWidget(QStringLiteral("消息"), pare
 }
 
 void CLogDock::append(qint64 time, const QString& text, ELevel level) {
-  const QString clock = QTime::fromMSecsSinceStartOfDay(static_cast<int>(time)).toString(QStringLiteral("HH:mm:ss"));
   const char* colour = level == ELevel::Warning ? "clr_btn_style_3" : "clr_text_default";
-  m_pText->appendHtml(coloured(clock, "clr_text_title") + QStringLiteral("&nbsp;&nbsp;") + coloured(text, colour));
+  m_pText->appendHtml(coloured(timeOfDayText(time), "clr_text_title") + QStringLiteral("&nbsp;&nbsp;") +
+                      coloured(text, colour));
 }
 
 }  // namespace app

@@ -130,7 +130,8 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
         command->m_strBasketName % lines % parts.size())
            .str());
   for (std::size_t i = m_active.size() - started; i < m_active.size(); ++i) tellIncidents(*m_active[i]);
-  if (!m_market.isMatching()) tell((boost::format("任务 [%1%] 等待开盘") % taskId).str());
+  const bool over = m_market.phase() == exchange::EPhase::Closed;
+  if (!over && !m_market.isMatching()) tell((boost::format("任务 [%1%] 等待开盘") % taskId).str());
   publishChanges();
 }
 

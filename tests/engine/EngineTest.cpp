@@ -288,6 +288,17 @@ TEST(EngineOperations, DropOfARunningTaskLeavesNoOrderInTheMarket) {
   for (const COrderInfoPtr& order : rig.newest("101-1").m_orders) EXPECT_TRUE(order->m_bCompleted);
 }
 
+TEST(EngineOperations, AStartAfterTheCloseEndsAtOnceAndWaitsForNothing) {
+  SRig rig;
+  std::string told;
+  rig.engine().setEventHook([&told](const engine::SEngineEvent& event) { told += event.m_strText + "\n"; });
+  rig.runTo(15, 30);
+  rig.engine().startBasket(rig.basket());
+  rig.runTo(15, 31);
+  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(told.find("等待开盘"), std::string::npos) << told;
+}
+
 TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   SRig all(1, 1);
   all.engine().startBasket(all.basket());

@@ -4,6 +4,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEventLoop>
+#include <QLabel>
 #include <QTest>
 #include <QTimer>
 #include <nlohmann/json.hpp>
@@ -147,6 +148,15 @@ struct SPutOut {
   json m_dump;
   std::vector<json> m_acts;  ///< calls and dialogs
 };
+
+TEST(MainWindow, ShowsTheTimeOfTheNextDayBehindMidnight) {
+  app::CMainWindow window;
+  app::SClockState state;
+  state.m_nMsec = 24 * 3600000LL + 5 * 60000;
+  state.m_date = QDate(2026, 11, 30);
+  window.showClock(state);
+  EXPECT_EQ(window.findChild<QLabel*>("clock")->text(), "2026-12-01  00:05:00");
+}
 
 class RecordedSession : public testing::TestWithParam<const char*> {};
 
