@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QThread>
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -14,6 +15,8 @@ namespace {
 
 constexpr double DEFAULT_SPEED = 30;
 constexpr int CLOCK_TIMER_MSEC = 500;
+/// In which everything of the day has ended and was told.
+constexpr std::int64_t AFTER_CLOSE_MSEC = 60000;
 constexpr int PANEL_WIDGET_ID = 1;
 
 double speedOf(const SOptions& options) { return options.m_dSpeed.value_or(DEFAULT_SPEED); }
@@ -59,6 +62,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
   m_clockTimer.setInterval(CLOCK_TIMER_MSEC);
   connect(&m_clockTimer, &QTimer::timeout, this, [this] {
     measureFeed();
+    warnOfLoss();
     showClock();
   });
 }
@@ -68,7 +72,6 @@ CLiveSession::~CLiveSession() {
   m_desk.gate().dropFences();
   m_pThread->stop();
   if (m_pRecorder) m_pRecorder->recordClose();
-  if (m_pState) m_pState->save(m_pPanel->param(), m_window);
   delete m_pPanel;
   m_desk.requests().setDriver(nullptr);
   m_desk.removeObserver(m_pLog.get());
@@ -158,6 +161,9 @@ void CLiveSession::makeThread() {
   CEngineThread::SPace pace{speed, -1};
   if (m_options.m_dSeconds) {
     pace.m_nEnd = m_pSimulation->now() + static_cast<std::int64_t>(std::llround(*m_options.m_dSeconds * speed * 1000));
+  } else if (m_options.m_bHeadless) {
+    // Nobody can end it.
+    pace.m_nEnd = std::max(exchange::DAY_CLOSES, m_pSimulation->now()) + AFTER_CLOSE_MSEC;
   }
   m_pThread = std::make_unique<CEngineThread>(*m_pSimulation, m_desk, tradingDayStart(), pace, [this] {
     QMetaObject::invokeMethod(
@@ -194,11 +200,17 @@ void CLiveSession::measureFeed() {
   m_nMeasuredDetails = details;
 }
 
+/// The user trades on; but what he relies on is not written any more.
+void CLiveSession::warnOfLoss() {
+  const bool good = (!m_pRecorder || m_pRecorder->isGood()) && (!m_pOutput || m_pOutput->isGood());
+  if (good || std::exchange(m_bLossTold, true)) return;
+  m_pLog->append(m_pThread->now(), QStringLiteral("输出文件写入失败，此后的内容没有保存"), CLogDock::ELevel::Warning);
+}
+
 void CLiveSession::showClock() {
   SClockState state;
   state.m_nMsec = m_pThread->now();
-  state.m_strDate =
-      QDateTime::fromSecsSinceEpoch(tradingDayStart(), exchangeTimeZone()).toString(QStringLiteral("yyyy-MM-dd"));
+  state.m_date = QDateTime::fromSecsSinceEpoch(tradingDayStart(), exchangeTimeZone()).date();
   state.m_strPhase = phaseText(exchange::phaseAt(state.m_nMsec));
   state.m_strSpeed = QStringLiteral("×%1").arg(speedOf(m_options));
   state.m_dDetailsPerSecond = m_dDetailsPerSecond;
@@ -216,6 +228,7 @@ void CLiveSession::finish() {
   showClock();
   if (m_pRecorder) m_pRecorder->recordDump("end");
   if (m_pOutput) m_pOutput->dump(*m_pPanel, "end");
+  if (m_pState) m_bViewKept = m_pState->save(m_pPanel->param(), m_window);
   Q_EMIT sigEnded();
 }
 

@@ -26,15 +26,18 @@ class CLiveSession : public QObject {
   Q_OBJECT
 
  public:
-  /// The files of the options can be written; out, record and state may be null: nothing is put out, recorded, kept.
+  /// out, record and state may be null: nothing is put out, recorded, kept.
   CLiveSession(const SOptions& options, const SInputs& inputs, std::ostream* out, std::ostream* record,
                CStateStore* state, CMainWindow& window, TC::CreatePanelFunction createPanel);
   ~CLiveSession() override;
 
   /// Starts the exchange's clock.
   void start();
-  /// Stops the exchange, shows and writes what it delivered last. Once; for a user who closes the window too.
+  /// Stops the exchange, shows and writes what it delivered last, keeps the view. Once; for a user who closes the
+  /// window too.
   void finish();
+  /// False, after a line on standard error, when the view could not be kept.
+  bool isViewKept() const { return m_bViewKept; }
 
  Q_SIGNALS:
   /// The session is over and everything is written.
@@ -49,6 +52,7 @@ class CLiveSession : public QObject {
   void openNewBasket(const QString& text);
   void startNewBasket(const SNewBasket& basket);
   void measureFeed();
+  void warnOfLoss();
   void showClock();
   void settle();
 
@@ -67,6 +71,8 @@ class CLiveSession : public QObject {
   AccountList m_accounts;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
   bool m_bFinished = false;
+  bool m_bViewKept = true;
+  bool m_bLossTold = false;
   QTimer m_clockTimer;
   QElapsedTimer m_feedClock;
   std::uint64_t m_nMeasuredDetails = 0;

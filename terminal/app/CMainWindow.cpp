@@ -1,13 +1,12 @@
 #include "CMainWindow.h"
 
+#include <QBuffer>
 #include <QDockWidget>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QPixmap>
 #include <QScreen>
 #include <QStatusBar>
-#include <QTime>
-#include <iostream>
 
 #include "CLogDock.h"
 #include "gv/CUiResource.h"
@@ -76,17 +75,19 @@ void CMainWindow::slotRunningTasks(EMavTraderType, int count) {
 }
 
 void CMainWindow::showClock(const SClockState& state) {
-  const QString time =
-      QTime::fromMSecsSinceStartOfDay(static_cast<int>(state.m_nMsec)).toString(QStringLiteral("HH:mm:ss"));
-  m_pClock->setText(QStringLiteral("%1  %2  %3").arg(state.m_strDate, time, state.m_strSpeed).trimmed());
+  const auto days = static_cast<int>(state.m_nMsec / DAY_MSEC);
+  const QString time = timeOfDayText(state.m_nMsec);
+  const QString date = state.m_date.addDays(days).toString(QStringLiteral("yyyy-MM-dd"));
+  m_pClock->setText(QStringLiteral("%1  %2  %3").arg(date, time, state.m_strSpeed).trimmed());
   m_pPhase->setText(state.m_strPhase);
   m_pFeed->setText(QStringLiteral("推送 %1 条/秒").arg(state.m_dDetailsPerSecond, 0, 'f', 1));
 }
 
-bool CMainWindow::saveScreenshot(const std::string& file) {
-  if (file.empty() || grab().save(QString::fromStdString(file), "PNG")) return true;
-  std::cerr << "cannot write " << file << std::endl;
-  return false;
+std::string CMainWindow::picture() {
+  QBuffer png;
+  png.open(QIODevice::WriteOnly);
+  grab().save(&png, "PNG");
+  return png.data().toStdString();
 }
 
 }  // namespace app

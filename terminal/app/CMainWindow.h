@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QMainWindow>
 #include <string>
 
@@ -17,8 +18,8 @@ class CLogDock;
 
 /// What the status bar shows of a running session.
 struct SClockState {
-  qint64 m_nMsec = 0;  ///< since midnight of the simulated day
-  QString m_strDate;   ///< the simulated day
+  qint64 m_nMsec = 0;  ///< since midnight of the simulated day, which it may pass
+  QDate m_date;        ///< the simulated day; an invalid one is not shown
   QString m_strPhase;  ///< session phase
   QString m_strSpeed;  ///< how fast the clock runs, empty in a replay
   double m_dDetailsPerSecond = 0;
@@ -35,9 +36,8 @@ class CMainWindow : public QMainWindow {
   void setPanel(TC::ITradeDockableWidget* panel);
   CLogDock& log() { return *m_pLog; }
   void showClock(const SClockState& state);
-  /// Writes a picture of the window, unless the name is empty; false, and a line on standard error, when it cannot be
-  /// written.
-  bool saveScreenshot(const std::string& file);
+  /// A picture of the window, PNG.
+  std::string picture();
 
  private Q_SLOTS:
   void slotRunningTasks(EMavTraderType type, int count);

@@ -1,9 +1,13 @@
 #include "CStateStore.h"
 
+#include <unistd.h>
+
 #include <QFileInfo>
 #include <QMainWindow>
 #include <QStandardPaths>
+#include <cerrno>
 #include <iostream>
+#include <system_error>
 
 namespace app {
 namespace {
@@ -12,16 +16,17 @@ const char PARAM_KEY[] = "panel/param";
 const char GEOMETRY_KEY[] = "window/geometry";
 const char DOCKS_KEY[] = "window/docks";
 
-QString fileOf(const std::string& given) {
-  if (!given.empty()) return QString::fromStdString(given);
-  return QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation) + QStringLiteral("/terminal.ini");
-}
-
 }  // namespace
 
-CStateStore::CStateStore(const std::string& given) {
-  const QFileInfo file(fileOf(given));
-  const std::string name = file.filePath().toStdString();
+std::string CStateStore::fileOf(const std::string& given) {
+  if (!given.empty()) return given;
+  const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+  return folder.toStdString() + "/terminal.ini";
+}
+
+CStateStore::CStateStore(const std::string& given) : m_strFile(fileOf(given)) {
+  const std::string& name = m_strFile;
+  const QFileInfo file(QString::fromStdString(name));
   // Looked at before it is opened: settings are read at once, and a device has no end.
   if (file.exists() && (file.isDir() || !file.isReadable())) {
     m_strFault = "cannot read " + name;
@@ -40,6 +45,18 @@ CStateStore::CStateStore(const std::string& given) {
   if (m_strFault.empty() && file.size() > 0 && !ours) m_strFault = foreign;
 }
 
+std::string CStateStore::writeFault() const {
+  const QFileInfo file(QString::fromStdString(m_strFile));
+  // A new file takes the old one's place, so the folder is written too.
+  for (const QString& each : {file.filePath(), file.absolutePath()}) {
+    const std::string name = each.toStdString();
+    const bool missing = each == file.filePath() && !file.exists();
+    if (missing || ::access(name.c_str(), W_OK) == 0) continue;
+    return "cannot write " + m_strFile + ": " + std::generic_category().message(errno);
+  }
+  return {};
+}
+
 QString CStateStore::panelParam() const { return m_pSettings->value(QLatin1String(PARAM_KEY)).toString(); }
 
 void CStateStore::restoreLayout(QMainWindow& window) const {
@@ -53,7 +70,7 @@ bool CStateStore::save(const QString& panelParam, const QMainWindow& window) {
   m_pSettings->setValue(QLatin1String(DOCKS_KEY), window.saveState());
   m_pSettings->sync();
   if (m_pSettings->status() == QSettings::NoError) return true;
-  std::cerr << "cannot write " << m_pSettings->fileName().toStdString() << std::endl;
+  std::cerr << "cannot write " << m_strFile << std::endl;
   return false;
 }
 

@@ -14,9 +14,15 @@ class CStateStore {
   /// An empty file name: the user's own, in the user's folder of configurations.
   explicit CStateStore(const std::string& given);
 
+  /// The file by the name that was given.
+  static std::string fileOf(const std::string& given);
+
   /// Why the file cannot be used, and then nothing else may be asked; empty: it can, or it is not there yet. A file
   /// with something else than what was kept is left alone.
   const std::string& fault() const { return m_strFault; }
+
+  /// Why the view cannot be kept in the file as it is now; empty: it can.
+  std::string writeFault() const;
 
   /// Empty when none was kept.
   QString panelParam() const;
@@ -26,6 +32,7 @@ class CStateStore {
   bool save(const QString& panelParam, const QMainWindow& window);
 
  private:
+  std::string m_strFile;
   std::string m_strFault;
   std::unique_ptr<QSettings> m_pSettings;  ///< null where there is a fault
 };

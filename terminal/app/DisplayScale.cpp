@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QWidget>
 #include <QWindow>
 #include <algorithm>
 
@@ -23,7 +24,7 @@ void apply(int percent) {
   GV::CUiResource::applyToApplication();
 }
 
-void followScreen(QWindow& window, QScreen* screen) {
+void follow(QWindow& window, QScreen* screen) {
   if (screen == nullptr) return;
   apply(percentOf(*screen));
   QObject::connect(screen, &QScreen::logicalDotsPerInchChanged, &window, [&window, screen] {
@@ -46,10 +47,12 @@ void applyScale(std::optional<int> percent) {
   apply(percent ? *percent : screen != nullptr ? percentOf(*screen) : MIN_SCALE_PERCENT);
 }
 
-void followScreen(QWindow& window) {
-  QObject::connect(&window, &QWindow::screenChanged, &window,
-                   [&window](QScreen* screen) { followScreen(window, screen); });
-  followScreen(window, window.screen());
+void followScreen(QWidget& widget, const SOptions& options) {
+  if (options.m_nScalePercent) return;
+  widget.winId();
+  QWindow& window = *widget.windowHandle();
+  QObject::connect(&window, &QWindow::screenChanged, &window, [&window](QScreen* screen) { follow(window, screen); });
+  follow(window, window.screen());
 }
 
 }  // namespace app

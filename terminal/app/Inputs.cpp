@@ -83,10 +83,17 @@ void readBasket(const std::string& file, const std::string& instruments, const b
 
 }  // namespace
 
+std::string instrumentFileOf(const SOptions& options) {
+  return options.m_strInstruments.empty() ? dataFile("instruments.csv") : options.m_strInstruments;
+}
+
+std::vector<std::string> basketFilesOf(const SOptions& options) {
+  return options.m_baskets.empty() ? std::vector<std::string>{dataFile("baskets/basket300.csv")} : options.m_baskets;
+}
+
 SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   SInputs inputs;
-  const std::string& given = options.m_strInstruments;
-  const std::string instruments = given.empty() ? dataFile("instruments.csv") : given;
+  const std::string instruments = instrumentFileOf(options);
   basket::SInstrumentFile file = basket::readInstrumentFile(instruments);
   addFaults(file.m_faults, inputs);
   inputs.m_instruments = std::move(file.m_instruments);
@@ -101,8 +108,7 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
       return keys.contains(utils::mavStockKey(std::string(market), std::string(code)));
     };
   }
-  for (const std::string& each : options.m_baskets) readBasket(each, instruments, isListed, inputs);
-  if (options.m_baskets.empty()) readBasket(dataFile("baskets/basket300.csv"), instruments, isListed, inputs);
+  for (const std::string& each : basketFilesOf(options)) readBasket(each, instruments, isListed, inputs);
   return inputs;
 }
 

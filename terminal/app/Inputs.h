@@ -20,6 +20,10 @@ struct SInputs {
   std::vector<std::string> m_faults;  ///< "FILE:LINE: fault"; when there are any, nothing may be traded
 };
 
+/// The files that readInputs() reads. An application object must exist.
+std::string instrumentFileOf(const SOptions& options);
+std::vector<std::string> basketFilesOf(const SOptions& options);
+
 /// Reads what the options name, or the project's own samples. dayStart decides which index futures are listed.
 SInputs readInputs(const SOptions& options, std::int64_t dayStart);
 

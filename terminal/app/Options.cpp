@@ -144,7 +144,8 @@ QString setPace(SOptions& options, const QString& value) {
 
 const SOptionRow OPTIONS[] = {
     {"headless", nullptr, "no window; needs no X server", AnyMode, false, setHeadless},
-    {"seconds", "N", "end after N seconds (N times X seconds of the exchange's clock)", LiveMode, false, setSeconds},
+    {"seconds", "N", "end after N seconds; a run without a window ends with the simulated day", LiveMode, false,
+     setSeconds},
     {"seed", "N", "seed of the simulated exchange (1)", LiveMode, false, setSeed},
     {"speed", "X", "run the exchange's clock X times faster than real time (default 30)", LiveMode, false, setSpeed},
     {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},

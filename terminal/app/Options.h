@@ -43,6 +43,9 @@ struct SOptions {
   std::string m_strScreenshot;
   std::string m_strReplay;  ///< the journal to replay; empty: a live session
   bool m_bRecordedPace = false;
+
+  /// Whether the run restores the view and keeps it: one without a window leaves the user's own alone.
+  bool keepsView() const { return m_strReplay.empty() && (!m_bHeadless || !m_strConfig.empty()); }
 };
 
 /// The options of a command line without the program's name, or a one-line error that names the option at fault.

@@ -2,37 +2,42 @@
 
 #include <QApplication>
 #include <iostream>
+#include <utility>
 
 #include "CDesk.h"
 #include "CDeskLog.h"
 #include "CHostServices.h"
+#include "CMainWindow.h"
 #include "COutput.h"
 #include "CPlayer.h"
+#include "DisplayScale.h"
 
 namespace app {
 namespace {
 
 constexpr int PANEL_WIDGET_ID = 1;
-constexpr int BAD_OUTPUT = 2;
-constexpr qint64 DAY_MSEC = 24LL * 3600 * 1000;
 
 /// The time of day that the journal has reached, in its own time zone.
 qint64 timeOfDay(const desk::CDesk& desk) {
   const desk::SSession session = desk.session();
   const QDateTime now = QDateTime::fromSecsSinceEpoch(session.m_nNow, session.m_timeZone);
-  return now.time().msecsSinceStartOfDay() % DAY_MSEC;
+  return now.time().msecsSinceStartOfDay();
 }
 
 }  // namespace
 
-int runReplay(const SOptions& options, std::istream& journal, std::ostream& out, CMainWindow& window,
+int runReplay(const SOptions& options, journal::SJournal journal, COutputs& outputs, const CSignalWatch& signalWatch,
               TC::CreatePanelFunction createPanel) {
+  CMainWindow window;
+  followScreen(window, options);
+  window.show();
   desk::CDesk desk;
   desk::CHostServices services(desk, desk::CHostServices::EClock::Manual);
   services.install();
   CDeskLog log(window.log(), [&desk] { return timeOfDay(desk); });
   desk.addObserver(&log);
-  journal::COutput output(out);
+  std::ostream nowhere(nullptr);
+  journal::COutput output(outputs.out() ? *outputs.out() : nowhere);
   const auto makePanel = [&window, createPanel] {
     TC::ITradeDockableWidget* panel = createPanel(PANEL_WIDGET_ID, &window);
     window.setPanel(panel);
@@ -43,13 +48,20 @@ int runReplay(const SOptions& options, std::istream& journal, std::ostream& out,
     journal::CPlayer player(desk, services, makePanel, output, std::cerr);
     player.setRecordedPace(options.m_bRecordedPace);
     QObject::connect(qApp, &QApplication::lastWindowClosed, &window, [&player] { player.stop(); });
-    status = player.play(journal, options.m_strReplay);
+    bool ended = false;
+    QObject::connect(&signalWatch, &CSignalWatch::sigEnd, &window, [&player, &ended] {
+      ended = true;
+      player.stop();
+      QApplication::quit();
+    });
+    status = player.play(std::move(journal), options.m_strReplay);
+    if (player.wasStopped() && player.panel()) output.dump(*player.panel(), "end");
     SClockState state;
     state.m_nMsec = timeOfDay(desk);
     state.m_strPhase = QStringLiteral("回放");
     window.showClock(state);
-    if (status == 0 && !window.saveScreenshot(options.m_strScreenshot)) status = BAD_OUTPUT;
-    if (status == 0 && !options.m_bHeadless && window.isVisible()) QApplication::exec();
+    if (status == 0) outputs.writePicture(window.picture());
+    if (status == 0 && !options.m_bHeadless && !ended && window.isVisible()) QApplication::exec();
   }
   desk.removeObserver(&log);
   return status;

@@ -1,22 +1,25 @@
-#include <log4cxx/fileappender.h>
 #include <log4cxx/logger.h>
-#include <log4cxx/patternlayout.h>
 
 #include <QApplication>
-#include <QDir>
 #include <QLibraryInfo>
-#include <QStandardPaths>
 #include <QTranslator>
 #include <clocale>
+#include <csignal>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <utility>
 
+#include "CExportGuard.h"
 #include "CLiveSession.h"
 #include "CMainWindow.h"
+#include "CSignalWatch.h"
 #include "DisplayScale.h"
 #include "Inputs.h"
+#include "JournalReader.h"
+#include "LogFile.h"
 #include "Options.h"
+#include "Outputs.h"
 #include "PanelLoader.h"
 #include "Replay.h"
 #include "gv/CUiResource.h"
@@ -24,6 +27,7 @@
 
 namespace {
 
+constexpr int EXIT_NOT_WRITTEN = 1;
 constexpr int EXIT_BAD_INPUT = 2;
 constexpr int SECONDS_WITHOUT_DISPLAY = 20;
 const char* const SCREENSHOT_WITHOUT_DISPLAY = "basket-terminal.png";
@@ -34,9 +38,9 @@ QStringList toArguments(int count, char** values) {
   return arguments;
 }
 
-int fail(const std::string& text) {
+int fail(const std::string& text, int status = EXIT_BAD_INPUT) {
   std::cerr << text << std::endl;
-  return EXIT_BAD_INPUT;
+  return status;
 }
 
 bool hasDisplay() {
@@ -58,19 +62,6 @@ void goWithoutDisplay(app::SOptions& options) {
   std::cerr << std::endl;
 }
 
-/// Log lines go to a file of the user; where there can be none, nowhere. Standard output belongs to no log.
-void configureLog() {
-  const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
-  if (!QDir().mkpath(folder)) {
-    log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getOff());
-    return;
-  }
-  const std::string file = folder.toStdString() + "/terminal.log";
-  const auto layout = std::make_shared<log4cxx::PatternLayout>("%d %p %c %m%n");
-  log4cxx::Logger::getRootLogger()->addAppender(std::make_shared<log4cxx::FileAppender>(layout, file, false));
-  log4cxx::Logger::getRootLogger()->setLevel(log4cxx::Level::getInfo());
-}
-
 /// What Qt has to say goes to the log as well, so that standard error holds the program's own lines only.
 void logQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
   static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Qt");
@@ -86,58 +77,57 @@ void translateQt(QApplication& application) {
   }
 }
 
-/// Opens a file that the user named; false, and a line on standard error, when it cannot be opened.
-template <typename Stream>
-bool openFile(Stream& stream, const std::string& file, const char* verb) {
-  if (file.empty()) return true;
-  stream.open(file);
-  if (!stream.is_open()) std::cerr << "cannot " << verb << " " << file << std::endl;
-  return stream.is_open();
-}
-
-int runLive(const app::SOptions& options, std::ostream* out, app::CMainWindow& window,
-            TC::CreatePanelFunction createPanel) {
+int runLive(const app::SOptions& options, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
   const app::SInputs inputs = app::readInputs(options, app::tradingDayStart());
   for (const std::string& fault : inputs.m_faults) std::cerr << fault << "\n";
   if (!inputs.m_faults.empty()) return EXIT_BAD_INPUT;
-  std::ofstream record;
-  if (!openFile(record, options.m_strRecord, "write")) return EXIT_BAD_INPUT;
-
   std::unique_ptr<app::CStateStore> state;
-  // A run without a window leaves the user's own view alone.
-  if (!options.m_bHeadless || !options.m_strConfig.empty()) {
+  if (options.keepsView()) {
     state = std::make_unique<app::CStateStore>(options.m_strConfig);
     if (const std::string fault = state->fault(); !fault.empty()) return fail(fault);
+    // Nobody asked for the user's own one: a run is not refused for it.
+    const std::string fault = options.m_strConfig.empty() ? std::string() : state->writeFault();
+    if (!fault.empty()) return fail(fault, EXIT_NOT_WRITTEN);
   }
+  if (!outputs.open()) return EXIT_NOT_WRITTEN;
 
-  app::CLiveSession session(options, inputs, out, record.is_open() ? &record : nullptr, state.get(), window,
-                            createPanel);
-  int status = 0;
+  const app::CSignalWatch signalWatch;
+  app::CMainWindow window;
+  app::followScreen(window, options);
+  app::CLiveSession session(options, inputs, outputs.out(), outputs.record(), state.get(), window, createPanel);
   QObject::connect(&session, &app::CLiveSession::sigEnded, &window, [&] {
-    if (!window.saveScreenshot(options.m_strScreenshot)) status = EXIT_BAD_INPUT;
+    outputs.writePicture(window.picture());
     QApplication::exit();
   });
   window.show();
   session.start();
+  QObject::connect(&signalWatch, &app::CSignalWatch::sigEnd, &session, &app::CLiveSession::finish);
   QApplication::exec();
   session.finish();
-  return status;
+  return session.isViewKept() ? 0 : EXIT_NOT_WRITTEN;
+}
+
+int runReplay(const app::SOptions& options, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+  std::ifstream in(options.m_strReplay);
+  if (!in.is_open()) return fail("cannot read " + options.m_strReplay);
+  journal::SJournal journal = journal::readJournal(in, options.m_strReplay);
+  if (journal.m_strFault.empty()) journal.m_strFault = journal::exportFault(journal.m_lines, options.m_strReplay);
+  if (!journal.m_strFault.empty()) return fail(journal.m_strFault);
+  if (!outputs.open()) return EXIT_NOT_WRITTEN;
+  const app::CSignalWatch signalWatch;
+  return app::runReplay(options, std::move(journal), outputs, signalWatch, createPanel);
 }
 
 int runTerminal(const app::SOptions& options) {
-  std::ofstream out;
-  std::ifstream journal;
-  if (!openFile(journal, options.m_strReplay, "read") || !openFile(out, options.m_strOut, "write")) {
-    return EXIT_BAD_INPUT;
-  }
+  if (const std::string conflict = app::outputConflict(options); !conflict.empty()) return fail(conflict);
   const app::SPanelPlugin plugin = app::loadPanelPlugin();
   if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
-  app::CMainWindow window;
-  window.winId();
-  if (!options.m_nScalePercent) app::followScreen(*window.windowHandle());
-  if (options.m_strReplay.empty()) return runLive(options, out.is_open() ? &out : nullptr, window, plugin.m_pCreate);
-  window.show();
-  return app::runReplay(options, journal, out, window, plugin.m_pCreate);
+  app::COutputs outputs(options);
+  const auto run = options.m_strReplay.empty() ? runLive : runReplay;
+  const int status = run(options, outputs, plugin.m_pCreate);
+  const bool written = outputs.close();
+  outputs.complain();
+  return status == 0 && !written ? EXIT_NOT_WRITTEN : status;
 }
 
 }  // namespace
@@ -150,6 +140,8 @@ int main(int argc, char** argv) {
     std::cout << app::helpText().toStdString();
     return 0;
   }
+  // A reader that goes away ends that output, not the run.
+  std::signal(SIGPIPE, SIG_IGN);
   const bool withoutDisplay = !options.m_bHeadless && !hasDisplay();
   if (withoutDisplay) goWithoutDisplay(options);
   if (options.m_bHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -157,7 +149,7 @@ int main(int argc, char** argv) {
   // The log is there before Qt speaks for the first time.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   QCoreApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
-  configureLog();
+  app::openLogFile();
   qInstallMessageHandler(logQtMessage);
   app::switchQtScalingOff();
   QApplication application(argc, argv);

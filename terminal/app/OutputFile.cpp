@@ -1,0 +1,103 @@
+#include "OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <streambuf>
+#include <system_error>
+#include <utility>
+
+namespace app {
+namespace {
+
+constexpr mode_t NEW_FILE_MODE = 0666;
+constexpr std::size_t BLOCK_BYTES = 1 << 16;
+
+}  // namespace
+
+/// Keeps the first error, which a file stream forgets.
+class COutputFile::CBuffer : public std::streambuf {
+ public:
+  CBuffer() { setp(m_block.data(), m_block.data() + m_block.size()); }
+
+  int m_nDescriptor = -1;
+  int m_nError = 0;  ///< errno of what failed first
+
+  void close() {
+    if (m_nDescriptor < 0) return;
+    writeBlock();
+    // What a file system puts off may fail only here.
+    note(::close(std::exchange(m_nDescriptor, -1)));
+  }
+
+  /// The result of a call of the system.
+  bool note(int result) {
+    if (result < 0 && m_nError == 0) m_nError = errno;
+    return result >= 0;
+  }
+
+ protected:
+  int overflow(int each) override {
+    if (!writeBlock()) return traits_type::eof();
+    if (each != traits_type::eof()) sputc(traits_type::to_char_type(each));
+    return traits_type::not_eof(each);
+  }
+  int sync() override { return writeBlock() ? 0 : -1; }
+
+ private:
+  bool writeBlock() {
+    const char* from = pbase();
+    while (m_nError == 0 && from < pptr()) {
+      const ssize_t count = ::write(m_nDescriptor, from, static_cast<std::size_t>(pptr() - from));
+      if (count >= 0) {
+        from += count;
+      } else if (errno != EINTR) {
+        note(-1);
+      }
+    }
+    setp(m_block.data(), m_block.data() + m_block.size());
+    return m_nError == 0;
+  }
+
+  std::array<char, BLOCK_BYTES> m_block{};
+};
+
+COutputFile::COutputFile(std::string file)
+    : m_strFile(std::move(file)), m_pBuffer(std::make_unique<CBuffer>()), m_stream(m_pBuffer.get()) {}
+
+COutputFile::~COutputFile() {
+  close();
+  if (m_bMade && !m_bBegun) ::unlink(m_strFile.c_str());
+}
+
+void COutputFile::open() {
+  if (!isNamed()) return;
+  constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+  int& descriptor = m_pBuffer->m_nDescriptor;
+  descriptor = ::open(m_strFile.c_str(), flags | O_EXCL, NEW_FILE_MODE);
+  m_bMade = descriptor >= 0;
+  if (!m_bMade && errno == EEXIST) descriptor = ::open(m_strFile.c_str(), flags, NEW_FILE_MODE);
+  m_pBuffer->note(descriptor);
+}
+
+void COutputFile::begin() {
+  m_bBegun = true;
+  struct stat state {};
+  const int descriptor = m_pBuffer->m_nDescriptor;
+  if (descriptor < 0 || ::fstat(descriptor, &state) != 0 || !S_ISREG(state.st_mode)) return;
+  m_pBuffer->note(::ftruncate(descriptor, 0));
+}
+
+std::ostream& COutputFile::stream() { return m_stream; }
+
+void COutputFile::close() { m_pBuffer->close(); }
+
+std::string COutputFile::fault() const {
+  if (m_pBuffer->m_nError == 0) return {};
+  return "cannot write " + m_strFile + ": " + std::generic_category().message(m_pBuffer->m_nError);
+}
+
+}  // namespace app

@@ -1,0 +1,187 @@
+// What a run writes: where it may, whole, and told when it could not.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <csignal>
+#include <thread>
+
+#include "TerminalRun.h"
+
+namespace {
+
+const QStringList SHORT_RUN = {"--headless", "--seconds", "1", "--speed", "600"};
+
+TEST_F(Terminal, RefusesTwoOutputsOnOneFileAndAnOutputThatIsAnInput) {
+  writeFile(path("old"), "yesterday");
+  writeFile(path("basket.csv"), "市场,代码,方向,数量\nSH,600000,买入,100\n");
+  ASSERT_EQ(::link(path("old").toUtf8(), path("hard").toUtf8()), 0);
+  ASSERT_EQ(::symlink("old", path("soft").toUtf8()), 0);
+  ASSERT_EQ(::symlink("new", path("dangling").toUtf8()), 0);
+  ASSERT_EQ(::symlink(".", path("folder").toUtf8()), 0);
+  const QStringList cases[] = {
+      {"--out", "old", "--record", "old"},          {"--out", "old", "--record", "hard"},
+      {"--out", "old", "--screenshot", "soft"},     {"--out", "new", "--record", "./new"},
+      {"--out", "new", "--record", "dangling"},     {"--out", "new", "--record", "folder/new"},
+      {"--out", "old", "--config", "old"},          {"--record", "basket.csv", "--basket", "basket.csv"},
+      {"--out", "hard", "--instruments", "old"},    {"replay", "old", "--out", "soft"},
+  };
+  for (const QStringList& each : cases) {
+    const QStringList run = each.first() == "replay" ? QStringList("--headless") : SHORT_RUN;
+    const SResult result = runTerminal(each + run, m_folder.path());
+    const std::string what = each.join(' ').toStdString();
+    EXPECT_EQ(result.m_nStatus, 2) << what;
+    EXPECT_TRUE(result.m_strErrors.contains("is the file of")) << what << ": " << result.m_strErrors.toStdString();
+    EXPECT_EQ(result.m_strErrors.count('\n'), 1) << what;
+    EXPECT_EQ(readFile(path("old")), "yesterday") << what;
+    EXPECT_FALSE(QFile::exists(path("new"))) << what;
+  }
+}
+
+TEST_F(Terminal, SaysWhatItCouldNotWriteInOneLineAndEndsWithStatusOne) {
+  writeFile(path("old"), "yesterday");
+  const struct {
+    QStringList m_arguments;
+    const char* m_pReason = nullptr;
+  } cases[] = {
+      {{"--out", "/dev/full"}, "/dev/full: No space left on device"},
+      {{"--record", "/dev/full"}, "/dev/full: No space left on device"},
+      {{"--screenshot", "/dev/full"}, "/dev/full: No space left on device"},
+      {{"--out", "none/x"}, "none/x: No such file or directory"},
+      {{"--out", "old", "--record", "none/x"}, "none/x: No such file or directory"},
+      {{"--record", "old", "--screenshot", "none/x"}, "none/x: No such file or directory"},
+      {{"--out", "old", "--config", "none/x"}, "none/x: No such file or directory"},
+      {{"--out", "old/x"}, "old/x: Not a directory"},
+      {{"--out", "."}, ".: Is a directory"},
+  };
+  for (const auto& each : cases) {
+    const SResult result = runTerminal(SHORT_RUN + each.m_arguments, m_folder.path());
+    EXPECT_EQ(result.m_nStatus, 1) << each.m_pReason;
+    EXPECT_EQ(result.m_strErrors.toStdString(), std::string("cannot write ") + each.m_pReason + "\n");
+    EXPECT_EQ(readFile(path("old")), "yesterday") << "nothing is begun where one cannot be";
+    EXPECT_EQ(QDir(m_folder.path()).entryList(QDir::Files), QStringList("old"));
+  }
+  writeFile(path("a.jsonl"), R"({"kind":"session","version":1}
+{"kind":"open"}
+{"kind":"dump","name":"d"}
+)");
+  const SResult replay = runTerminal({"replay", "a.jsonl", "--headless", "--out", "/dev/full"}, m_folder.path());
+  EXPECT_EQ(replay.m_nStatus, 1);
+  EXPECT_EQ(replay.m_strErrors, "cannot write /dev/full: No space left on device\n");
+}
+
+TEST_F(Terminal, WritesDevicesAndPipesAsTheyAre) {
+  ASSERT_EQ(::mkfifo(path("pipe").toUtf8(), 0600), 0);
+  QByteArray read;
+  std::thread reader([this, &read] { read = readFile(path("pipe")); });
+  const SResult result = runTerminal(
+      SHORT_RUN + QStringList{"--out", "/dev/stdout", "--record", path("pipe"), "--screenshot", "/dev/null"});
+  reader.join();
+  EXPECT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
+  EXPECT_TRUE(read.startsWith("{\"kind\":\"session\"")) << read.left(100).toStdString();
+  EXPECT_TRUE(read.endsWith("}\n") && read.contains("{\"kind\":\"close\"")) << read.right(100).toStdString();
+  EXPECT_TRUE(result.m_strOut.contains(QLatin1String("{\"dump\":\"end\"")));
+  struct stat state {};
+  ASSERT_EQ(::stat("/dev/null", &state), 0);
+  EXPECT_TRUE(S_ISCHR(state.st_mode));
+}
+
+/// Never to one that has ended, whose number is that of this test's own group.
+void send(const QProcess& process, int number) {
+  ASSERT_EQ(process.state(), QProcess::Running);
+  ::kill(static_cast<pid_t>(process.processId()), number);
+}
+
+class EndBySignal : public Terminal, public testing::WithParamInterface<int> {};
+
+TEST_P(EndBySignal, EndsASessionAndAReplayAsTheirNormalEndDoes) {
+  QProcess session;
+  startTerminal(session, {"--headless", "--seconds", "600", "--speed", "100", "--start", "09:31", "--out",
+                          path("a.jsonl"), "--record", path("journal.jsonl"), "--screenshot", path("a.png"),
+                          "--config", path("view.ini")});
+  ASSERT_TRUE(waitFor([this] { return readFile(path("journal.jsonl")).count("\"refresh\"") > 2; }));
+  send(session, GetParam());
+  const SResult live = resultOf(session);
+  EXPECT_EQ(live.m_nStatus, 0);
+  EXPECT_EQ(live.m_strErrors.toStdString(), "");
+  const nlohmann::json end = lastDump(path("a.jsonl"));
+  ASSERT_TRUE(end.is_object());
+  EXPECT_EQ(end["dump"], "end");
+  EXPECT_GT(end["rows"].size(), 300u);
+  EXPECT_GT(QFile(path("a.png")).size(), 1000);
+  EXPECT_TRUE(readFile(path("view.ini")).contains("param"));
+  const SResult whole = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("b.jsonl")});
+  EXPECT_EQ(whole.m_nStatus, 0) << whole.m_strErrors.toStdString();
+  EXPECT_EQ(lastDump(path("b.jsonl")), end);
+
+  // A line for which the replay would wait an hour.
+  QByteArray journal = readFile(path("journal.jsonl"));
+  journal = journal.left(journal.lastIndexOf("{\"kind\":\"dump\"")) +
+            "{\"kind\":\"dump\",\"name\":\"reached\"}\n{\"kind\":\"dump\",\"t\":3600000,\"name\":\"late\"}\n";
+  writeFile(path("journal.jsonl"), journal.constData());
+  QProcess replay;
+  startTerminal(replay, {"replay", path("journal.jsonl"), "--pace", "recorded", "--headless", "--out", path("c.jsonl"),
+                         "--screenshot", path("c.png")});
+  ASSERT_TRUE(waitFor([this] { return readFile(path("c.jsonl")).contains("\"reached\""); }));
+  send(replay, GetParam());
+  EXPECT_EQ(resultOf(replay).m_nStatus, 0);
+  EXPECT_EQ(lastDump(path("c.jsonl")), end);
+  EXPECT_GT(QFile(path("c.png")).size(), 1000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, EndBySignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+TEST_F(Terminal, ASecondSignalEndsItAtOnce) {
+  // A pipe that is full, and that nobody reads: the end cannot write.
+  ASSERT_EQ(::mkfifo(path("pipe").toUtf8(), 0600), 0);
+  const int pipe = ::open(path("pipe").toUtf8(), O_RDWR | O_NONBLOCK);
+  while (::write(pipe, "x", 1) == 1) {
+  }
+  QProcess session;
+  startTerminal(session, {"--headless", "--seconds", "600", "--out", path("pipe")});
+  const QString state = QStringLiteral("/proc/%1/status").arg(session.processId());
+  ASSERT_TRUE(waitFor([&state] {
+    const QByteArray text = readFile(state);
+    const QByteArray caught = text.mid(text.indexOf("SigCgt:") + 7, 18).trimmed();
+    return caught.toULongLong(nullptr, 16) & (1U << (SIGINT - 1));
+  }));
+  send(session, SIGINT);
+  EXPECT_FALSE(session.waitForFinished(2000));
+  send(session, SIGTERM);
+  EXPECT_TRUE(session.waitForFinished(5000));
+  EXPECT_EQ(session.exitStatus(), QProcess::CrashExit);
+  ::close(pipe);
+}
+
+TEST_F(Terminal, WithoutAWindowItEndsWithTheSimulatedDay) {
+  const SResult day = runTerminal(
+      {"--headless", "--start", "14:59", "--speed", "600", "--out", path("a.jsonl"), "--algo", "twap"});
+  EXPECT_EQ(day.m_nStatus, 0);
+  const nlohmann::json end = lastDump(path("a.jsonl"));
+  ASSERT_TRUE(end.is_object());
+  EXPECT_EQ(end["running"], 0) << "nothing runs after the close";
+}
+
+TEST_F(Terminal, EachProcessHasALogOfItsOwn) {
+  const auto logs = [this] {
+    return QDir(m_folder.filePath("PanelBasketTasks")).entryInfoList({"terminal.*log"}, QDir::Files, QDir::Time);
+  };
+  QProcess first;
+  startTerminal(first, {"--headless", "--seconds", "5", "--speed", "600"}, QString(), m_folder.path());
+  ASSERT_TRUE(waitFor([&] { return logs().size() == 1 && logs().first().size() > 0; }));
+  const QString name = logs().first().filePath();
+  const QByteArray before = readFile(name);
+  EXPECT_EQ(runTerminal(SHORT_RUN, QString(), m_folder.path()).m_nStatus, 0);
+  EXPECT_EQ(logs().size(), 2);
+  EXPECT_EQ(resultOf(first).m_nStatus, 0);
+  EXPECT_TRUE(readFile(name).startsWith(before));
+
+  // Those of processes that are gone do not heap up.
+  const QString gone = m_folder.filePath("PanelBasketTasks/terminal.%1.log");
+  for (int i = 0; i < 30; ++i) writeFile(gone.arg(40000000 + i), "old");
+  EXPECT_EQ(runTerminal(SHORT_RUN, QString(), m_folder.path()).m_nStatus, 0);
+  EXPECT_EQ(logs().size(), 21);
+}
+
+}  // namespace

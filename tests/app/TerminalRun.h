@@ -1,0 +1,92 @@
+// Real runs of the program, without a display.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+#include <QThread>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+constexpr int PATIENCE_MSEC = 120000;
+
+struct SResult {
+  int m_nStatus = -1;
+  QString m_strOut;
+  QString m_strErrors;
+};
+
+/// The program, started; its files of the user (log, settings) are in the folder `home`, where one is named.
+inline void startTerminal(QProcess& process, const QStringList& arguments, const QString& folder = QString(),
+                          const QString& home = QString()) {
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(QLatin1String(name));
+  if (!home.isEmpty()) environment.insert(QStringLiteral("XDG_CACHE_HOME"), home);
+  process.setProcessEnvironment(environment);
+  if (!folder.isEmpty()) process.setWorkingDirectory(folder);
+  process.start(QStringLiteral(PBT_TERMINAL), arguments);
+  process.waitForStarted();
+}
+
+/// The end of a program that was started; a status of -1 when it does not end, of -2 when it was killed.
+inline SResult resultOf(QProcess& process) {
+  SResult result;
+  if (!process.waitForFinished(PATIENCE_MSEC)) {
+    process.kill();
+    process.waitForFinished();
+    return result;
+  }
+  result.m_nStatus = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+  result.m_strOut = QString::fromUtf8(process.readAllStandardOutput());
+  result.m_strErrors = QString::fromUtf8(process.readAllStandardError());
+  return result;
+}
+
+inline SResult runTerminal(const QStringList& arguments, const QString& folder = QString(),
+                           const QString& home = QString()) {
+  QProcess process;
+  startTerminal(process, arguments, folder, home);
+  return resultOf(process);
+}
+
+inline void writeFile(const QString& file, const char* text) {
+  QFile out(file);
+  ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+  out.write(text);
+}
+
+inline QByteArray readFile(const QString& file) {
+  QFile in(file);
+  return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+}
+
+/// Whether the condition comes to hold, looked at again and again.
+template <typename Condition>
+bool waitFor(const Condition& holds) {
+  for (int i = 0; i < PATIENCE_MSEC / 50; ++i) {
+    if (holds()) return true;
+    QThread::msleep(50);
+  }
+  return false;
+}
+
+/// The last dump of an output, null when there is none.
+inline nlohmann::json lastDump(const QString& file) {
+  std::ifstream in(file.toStdString());
+  nlohmann::json dump;
+  for (std::string line; std::getline(in, line);) {
+    nlohmann::json parsed = nlohmann::json::parse(line);
+    if (parsed.contains("dump")) dump = std::move(parsed);
+  }
+  return dump;
+}
+
+class Terminal : public testing::Test {
+ protected:
+  QString path(const char* name) const { return m_folder.filePath(QString::fromLatin1(name)); }
+
+  QTemporaryDir m_folder;
+};
