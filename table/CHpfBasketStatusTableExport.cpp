@@ -1,7 +1,6 @@
 // The status table on its way out: to a file and to the clipboard.
 #include <QFile>
 #include <QPointer>
-#include <QSaveFile>
 #include <QTextStream>
 
 #include "CHpfBasketStatusTable.h"
@@ -9,6 +8,7 @@
 #include "gv/CClipboard.h"
 #include "gv/CFileDialog.h"
 #include "gv/CMessageBox.h"
+#include "gv/CWholeFile.h"
 #include "gv/LongWork.h"
 
 namespace TC {
@@ -24,17 +24,13 @@ ExportStep stepOf(GV::CWorkProgress& progress, int count) {
   };
 }
 
-/// The file is written beside the one that may be there, and takes its place when it is whole.
 bool exportFile(const SExportRows& rows, const QString& fileName, GV::CWorkProgress& progress) {
   const SExportRoute route = exportRoute(fileName);
   const ExportStep step = stepOf(progress, rows.count);
   if (route.spreadsheet) return exportSpreadsheet(rows, fileName, step);
-  QSaveFile file(fileName);
-  if (!file.open(QIODevice::WriteOnly)) return false;
-  const auto write = [&file](const QString& text) {
-    const QByteArray bytes = text.toUtf8();
-    return file.write(bytes) == bytes.size();
-  };
+  GV::CWholeFile file(fileName);
+  if (!file.open()) return false;
+  const auto write = [&file](const QString& text) { return file.write(text.toUtf8()); };
   return exportLines(rows, route.separator, write, step) && file.commit();
 }
 

@@ -6,12 +6,13 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTemporaryDir>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <map>
+
+#include "gv/CWholeFile.h"
 
 namespace GV {
 
@@ -23,8 +24,8 @@ auto separatorOf(const QString& fileName) { return SEPARATORS.find(QFileInfo(fil
 
 /// All of it or nothing.
 bool saveWhole(const QString& fileName, const QByteArray& bytes) {
-  QSaveFile file(fileName);
-  return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+  CWholeFile file(fileName);
+  return file.open() && file.write(bytes) && file.commit();
 }
 
 void appendQuoted(QByteArray& out, const std::string& field) {

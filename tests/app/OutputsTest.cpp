@@ -21,11 +21,11 @@ TEST_F(Terminal, RefusesTwoOutputsOnOneFileAndAnOutputThatIsAnInput) {
   ASSERT_EQ(::symlink("new", path("dangling").toUtf8()), 0);
   ASSERT_EQ(::symlink(".", path("folder").toUtf8()), 0);
   const QStringList cases[] = {
-      {"--out", "old", "--record", "old"},          {"--out", "old", "--record", "hard"},
-      {"--out", "old", "--screenshot", "soft"},     {"--out", "new", "--record", "./new"},
-      {"--out", "new", "--record", "dangling"},     {"--out", "new", "--record", "folder/new"},
-      {"--out", "old", "--config", "old"},          {"--record", "basket.csv", "--basket", "basket.csv"},
-      {"--out", "hard", "--instruments", "old"},    {"replay", "old", "--out", "soft"},
+      {"--out", "old", "--record", "old"},       {"--out", "old", "--record", "hard"},
+      {"--out", "old", "--screenshot", "soft"},  {"--out", "new", "--record", "./new"},
+      {"--out", "new", "--record", "dangling"},  {"--out", "new", "--record", "folder/new"},
+      {"--out", "old", "--config", "old"},       {"--record", "basket.csv", "--basket", "basket.csv"},
+      {"--out", "hard", "--instruments", "old"}, {"replay", "old", "--out", "soft"},
   };
   for (const QStringList& each : cases) {
     const QStringList run = each.first() == "replay" ? QStringList("--headless") : SHORT_RUN;
@@ -97,10 +97,10 @@ class EndBySignal : public Terminal, public testing::WithParamInterface<int> {};
 
 TEST_P(EndBySignal, EndsASessionAndAReplayAsTheirNormalEndDoes) {
   QProcess session;
-  startTerminal(session, {"--headless", "--seconds", "600", "--speed", "100", "--start", "09:31", "--out",
-                          path("a.jsonl"), "--record", path("journal.jsonl"), "--screenshot", path("a.png"),
-                          "--config", path("view.ini")});
-  ASSERT_TRUE(waitFor([this] { return readFile(path("journal.jsonl")).count("\"refresh\"") > 2; }));
+  startTerminal(session,
+                {"--headless", "--seconds", "600", "--speed", "100", "--start", "09:31", "--out", path("a.jsonl"),
+                 "--record", path("journal.jsonl"), "--screenshot", path("a.png"), "--config", path("view.ini")});
+  ASSERT_TRUE(waitFor([this] { return readFile(path("journal.jsonl")).count("\"refresh\"") > 1; }));
   send(session, GetParam());
   const SResult live = resultOf(session);
   EXPECT_EQ(live.m_nStatus, 0);
@@ -155,8 +155,8 @@ TEST_F(Terminal, ASecondSignalEndsItAtOnce) {
 }
 
 TEST_F(Terminal, WithoutAWindowItEndsWithTheSimulatedDay) {
-  const SResult day = runTerminal(
-      {"--headless", "--start", "14:59", "--speed", "600", "--out", path("a.jsonl"), "--algo", "twap"});
+  const SResult day =
+      runTerminal({"--headless", "--start", "14:59", "--speed", "600", "--out", path("a.jsonl"), "--algo", "twap"});
   EXPECT_EQ(day.m_nStatus, 0);
   const nlohmann::json end = lastDump(path("a.jsonl"));
   ASSERT_TRUE(end.is_object());

@@ -1,4 +1,5 @@
 /// The status table's exports from the user's act to the file and the clipboard, offscreen.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -121,6 +122,21 @@ TEST_F(Export, WritesTheRowsThatShowCellByCellInPlaceOfTheOldFile) {
   EXPECT_EQ(contentOf(path(QStringLiteral("表 格.xlsx"))).left(2), "PK");
   EXPECT_EQ(m_captions, QStringList({"导出数据", "导出数据", "导出数据", "导出数据"}));
   EXPECT_EQ(files().size(), 4);
+}
+
+TEST_F(Export, WritesAPipeAsItIs) {
+  addRows(1, 2);
+  for (const char* name : {"pipe.csv", "pipe.xlsx"}) {
+    ASSERT_EQ(::mkfifo(path(name).toUtf8(), 0600), 0);
+    QFile pipe;
+    const int descriptor = ::open(path(name).toUtf8(), O_RDWR | O_NONBLOCK);
+    ASSERT_TRUE(pipe.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+    EXPECT_TRUE(exportTo(name));
+    struct stat state {};
+    ASSERT_EQ(::stat(path(name).toUtf8(), &state), 0);
+    EXPECT_TRUE(S_ISFIFO(state.st_mode)) << name;
+    EXPECT_EQ(pipe.read(2), QByteArray(name).endsWith("csv") ? shown(",").toUtf8().left(2) : "PK");
+  }
 }
 
 TEST_F(Export, KeysAndMenuReachBothUnlessTheTableIsLocked) {
