@@ -71,6 +71,19 @@ TEST_F(Terminal, SaysWhatItCouldNotWriteInOneLineAndEndsWithStatusOne) {
   EXPECT_EQ(replay.m_strErrors, "cannot write /dev/full: No space left on device\n");
 }
 
+/// No file can grow, as on a full disk; the terminal itself has to say so, and the log must not end it.
+TEST_F(Terminal, OutlivesAFullDiskAndSaysWhatWasNotKept) {
+  QProcess process;
+  process.setProcessEnvironment(environmentOf(m_folder.path()));
+  process.setWorkingDirectory(m_folder.path());
+  process.start("/bin/sh", QStringList{"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" \"$@\"", PBT_TERMINAL} +
+                               SHORT_RUN + QStringList{"--config", "view.ini", "--out", "out", "--record", "journal"});
+  const SResult result = resultOf(process);
+  EXPECT_EQ(result.m_nStatus, 1);
+  EXPECT_EQ(result.m_strErrors.toStdString(),
+            "cannot write view.ini\ncannot write out: File too large\ncannot write journal: File too large\n");
+}
+
 TEST_F(Terminal, WritesDevicesAndPipesAsTheyAre) {
   ASSERT_EQ(::mkfifo(path("pipe").toUtf8(), 0600), 0);
   QByteArray read;
@@ -182,6 +195,17 @@ TEST_F(Terminal, EachProcessHasALogOfItsOwn) {
   for (int i = 0; i < 30; ++i) writeFile(gone.arg(40000000 + i), "old");
   EXPECT_EQ(runTerminal(SHORT_RUN, QString(), m_folder.path()).m_nStatus, 0);
   EXPECT_EQ(logs().size(), 21);
+
+  // One that has grown long is put aside.
+  QProcess process;
+  process.setProcessEnvironment(environmentOf(m_folder.path()));
+  process.setWorkingDirectory(m_folder.filePath("PanelBasketTasks"));
+  const char* const grow = "rm *; truncate -s 10485760 terminal.$$.log; exec \"$0\" \"$@\"";
+  process.start("/bin/sh", QStringList{"-c", grow, PBT_TERMINAL} + SHORT_RUN);
+  EXPECT_EQ(resultOf(process).m_nStatus, 0);
+  ASSERT_EQ(logs().size(), 1);
+  EXPECT_LT(logs().first().size(), 100000);
+  EXPECT_EQ(QFile(logs().first().filePath() + ".1").size(), 10485760);
 }
 
 }  // namespace

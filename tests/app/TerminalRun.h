@@ -19,13 +19,17 @@ struct SResult {
   QString m_strErrors;
 };
 
-/// The program, started; its files of the user (log, settings) are in the folder `home`, where one is named.
-inline void startTerminal(QProcess& process, const QStringList& arguments, const QString& folder = QString(),
-                          const QString& home = QString()) {
+/// Where its display is taken away, and its log is in the folder `home`, where one is named.
+inline QProcessEnvironment environmentOf(const QString& home) {
   QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
   for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(QLatin1String(name));
   if (!home.isEmpty()) environment.insert(QStringLiteral("XDG_CACHE_HOME"), home);
-  process.setProcessEnvironment(environment);
+  return environment;
+}
+
+inline void startTerminal(QProcess& process, const QStringList& arguments, const QString& folder = QString(),
+                          const QString& home = QString()) {
+  process.setProcessEnvironment(environmentOf(home));
   if (!folder.isEmpty()) process.setWorkingDirectory(folder);
   process.start(QStringLiteral(PBT_TERMINAL), arguments);
   process.waitForStarted();
