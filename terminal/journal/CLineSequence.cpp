@@ -6,7 +6,7 @@ namespace journal {
 
 void CLineSequence::put(const SLine& line, bool acts) {
   std::string text = writeLine(line);
-  if (m_nDialogs > 0) {
+  if (isInDialog()) {
     m_inDialog.emplace_back(std::move(text));
   } else if (acts || !m_held.empty()) {
     m_held.push_back(std::move(text));
@@ -17,7 +17,7 @@ void CLineSequence::put(const SLine& line, bool acts) {
 
 void CLineSequence::putAsked(const SLine& line) {
   std::string text = writeLine(line);
-  if (m_nDialogs > 0 && (m_nSettled || m_held.empty())) {
+  if (isInDialog() && (m_nSettled || m_held.empty())) {
     const auto place = static_cast<std::ptrdiff_t>(m_nSettled.value_or(0));
     m_inDialog.insert(m_inDialog.begin() + place, std::move(text));
   } else if (m_held.empty()) {
@@ -32,17 +32,22 @@ void CLineSequence::settle() {
     m_nSettled = m_inDialog.size();
     return;
   }
+  if (m_bDialogEnded) writeDialog();
   for (const std::string& text : std::exchange(m_held, {})) write(text);
 }
 
-void CLineSequence::dialogOpens() { ++m_nDialogs; }
+void CLineSequence::dialogOpens() {
+  // Acts are for one dialog and those inside it: one that opens behind it begins anew.
+  if (m_bDialogEnded) writeDialog();
+  ++m_nDialogs;
+}
 
 void CLineSequence::add(const SDialogAct& act) {
   if (m_nDialogs > 0) m_inDialog.emplace_back(act);
 }
 
 void CLineSequence::dialogEnded() {
-  if (m_nDialogs > 0 && --m_nDialogs == 0) writeDialog();
+  if (m_nDialogs > 0 && --m_nDialogs == 0) m_bDialogEnded = true;
 }
 
 void CLineSequence::writeDialog() {
@@ -70,15 +75,14 @@ void CLineSequence::writeDialog() {
     m_held.insert(m_held.empty() ? m_held.end() : m_held.end() - 1, writeLine(std::move(line)));
   }
   m_nSettled.reset();
-  settle();
+  m_bDialogEnded = false;
+  for (const std::string& text : std::exchange(m_held, {})) write(text);
   for (const std::string& text : meanwhile) write(text);
 }
 
 void CLineSequence::finish() {
-  if (m_nDialogs > 0) {
-    m_nDialogs = 0;
-    writeDialog();
-  }
+  m_bDialogEnded = isInDialog();
+  m_nDialogs = 0;
   settle();
 }
 

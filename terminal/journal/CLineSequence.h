@@ -39,11 +39,13 @@ class CLineSequence {
 
  private:
   void write(const std::string& text) { m_out << text << '\n' << std::flush; }
+  bool isInDialog() const { return m_nDialogs > 0 || m_bDialogEnded; }
   void writeDialog();
 
   std::ostream& m_out;
   std::deque<std::string> m_held;  ///< lines that have not settled; while a dialog is open, the last one opened it
   int m_nDialogs = 0;              ///< open, one inside another
+  bool m_bDialogEnded = false;     ///< the outermost one, but what was confirmed in it has not settled
   std::deque<std::variant<std::string, SDialogAct>> m_inDialog;  ///< lines and acts since the outermost dialog opened
   std::optional<std::size_t> m_nSettled;  ///< so many of these have settled; none: what opened the dialog has not
 };

@@ -117,6 +117,7 @@ TEST(LineSequence, PutsADialogsActsBeforeTheLineThatOpenedItAndWhatCameMeanwhile
   lines.put(dumpLine("3"), false);
   EXPECT_EQ(out.str().find("opener"), std::string::npos);
   lines.dialogEnded();
+  lines.settle();
   lines.put(dumpLine("after"), false);
   const std::string expected =
       "{\"kind\":\"dump\",\"name\":\"before\"}\n{\"kind\":\"dump\",\"name\":\"held\"}\n"
@@ -148,6 +149,7 @@ TEST(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
   lines.add(press("b"));
   lines.putAsked(dumpLine("b's quote"));
   lines.dialogEnded();
+  lines.putAsked(dumpLine("what b confirmed asks for"));
   lines.settle();
   std::string order;
   std::istringstream in(out.str());
@@ -157,7 +159,8 @@ TEST(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
   }
   EXPECT_EQ(order,
             "at once, its quote, refresh, behind, opener's quote, "
-            "[{\"press\":\"a\"},{\"play\":3},{\"press\":\"b\"}], opener, inside's quote, refresh inside, b's quote, ");
+            "[{\"press\":\"a\"},{\"play\":4},{\"press\":\"b\"}], opener, inside's quote, refresh inside, "
+            "what b confirmed asks for, b's quote, ");
 }
 
 TEST(LineSequence, LosesNothingWhenTheSessionEndsInsideADialog) {
