@@ -10,6 +10,8 @@
 #include <system_error>
 #include <utility>
 
+#include "gv/CWholeFile.h"
+
 namespace app {
 namespace {
 
@@ -83,12 +85,24 @@ void COutputFile::open() {
   m_pBuffer->note(descriptor);
 }
 
+bool COutputFile::isRegular() const {
+  struct stat state {};
+  return ::fstat(m_pBuffer->m_nDescriptor, &state) == 0 && S_ISREG(state.st_mode);
+}
+
 void COutputFile::begin() {
   m_bBegun = true;
-  struct stat state {};
-  const int descriptor = m_pBuffer->m_nDescriptor;
-  if (descriptor < 0 || ::fstat(descriptor, &state) != 0 || !S_ISREG(state.st_mode)) return;
-  m_pBuffer->note(::ftruncate(descriptor, 0));
+  if (isRegular()) m_pBuffer->note(::ftruncate(m_pBuffer->m_nDescriptor, 0));
+}
+
+void COutputFile::writeWhole(const std::string& bytes) {
+  if (!isRegular()) {
+    m_stream << bytes << std::flush;
+    return;
+  }
+  GV::CWholeFile file(QString::fromStdString(m_strFile));
+  m_bBegun = file.open() && file.write(QByteArray::fromStdString(bytes)) && file.commit();
+  if (!m_bBegun) m_strFault = file.fault().toStdString();
 }
 
 std::ostream& COutputFile::stream() { return m_stream; }
@@ -96,8 +110,9 @@ std::ostream& COutputFile::stream() { return m_stream; }
 void COutputFile::close() { m_pBuffer->close(); }
 
 std::string COutputFile::fault() const {
-  if (m_pBuffer->m_nError == 0) return {};
-  return "cannot write " + m_strFile + ": " + std::generic_category().message(m_pBuffer->m_nError);
+  const int error = m_pBuffer->m_nError;
+  if (error == 0 && m_strFault.empty()) return {};
+  return "cannot write " + m_strFile + ": " + (error == 0 ? m_strFault : std::generic_category().message(error));
 }
 
 }  // namespace app

@@ -21,6 +21,8 @@ class COutputFile {
   void open();
   /// Empties a regular file; from now on it may be written.
   void begin();
+  /// Instead of begin() and the stream: a regular file is written whole, or keeps what it holds.
+  void writeWhole(const std::string& bytes);
   /// The stream's state is bad once something could not be written.
   std::ostream& stream();
   void close();
@@ -31,12 +33,14 @@ class COutputFile {
 
  private:
   class CBuffer;
+  bool isRegular() const;
 
   std::string m_strFile;
   std::unique_ptr<CBuffer> m_pBuffer;
   std::ostream m_stream;
-  bool m_bMade = false;   ///< open() made the file
-  bool m_bBegun = false;  ///< begin() was called
+  std::string m_strFault;  ///< what writeWhole() failed by
+  bool m_bMade = false;    ///< open() made the file
+  bool m_bBegun = false;   ///< begin() was called
 };
 
 }  // namespace app

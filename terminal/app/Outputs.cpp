@@ -95,9 +95,7 @@ bool COutputs::open() {
 }
 
 void COutputs::writePicture(const std::string& png) {
-  if (!m_picture.isNamed()) return;
-  m_picture.begin();
-  m_picture.stream() << png << std::flush;
+  if (m_picture.isNamed()) m_picture.writeWhole(png);
 }
 
 bool COutputs::close() {

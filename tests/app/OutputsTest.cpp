@@ -73,15 +73,19 @@ TEST_F(Terminal, SaysWhatItCouldNotWriteInOneLineAndEndsWithStatusOne) {
 
 /// No file can grow, as on a full disk; the terminal itself has to say so, and the log must not end it.
 TEST_F(Terminal, OutlivesAFullDiskAndSaysWhatWasNotKept) {
+  writeFile(path("old"), "a picture");
   QProcess process;
   process.setProcessEnvironment(environmentOf(m_folder.path()));
   process.setWorkingDirectory(m_folder.path());
-  process.start("/bin/sh", QStringList{"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" \"$@\"", PBT_TERMINAL} +
-                               SHORT_RUN + QStringList{"--config", "view.ini", "--out", "out", "--record", "journal"});
+  process.start("/bin/sh",
+                QStringList{"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" \"$@\"", PBT_TERMINAL} + SHORT_RUN +
+                    QStringList{"--config", "view.ini", "--out", "out", "--record", "journal", "--screenshot", "old"});
   const SResult result = resultOf(process);
   EXPECT_EQ(result.m_nStatus, 1);
   EXPECT_EQ(result.m_strErrors.toStdString(),
-            "cannot write view.ini\ncannot write out: File too large\ncannot write journal: File too large\n");
+            "cannot write view.ini\ncannot write out: File too large\ncannot write journal: File too large\n"
+            "cannot write old: File too large\n");
+  EXPECT_EQ(readFile(path("old")), "a picture");
 }
 
 TEST_F(Terminal, WritesDevicesAndPipesAsTheyAre) {
