@@ -28,6 +28,4 @@ bool CWholeFile::commit() {
   return flushed && m_pFile->error() == QFileDevice::NoError;
 }
 
-QString CWholeFile::fault() const { return m_pFile->errorString(); }
-
 }  // namespace GV

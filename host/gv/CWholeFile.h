@@ -22,8 +22,6 @@ class CWholeFile {
   bool open();
   bool write(const QByteArray& bytes);
   bool commit();
-  /// Why the last of them failed, in the system's words.
-  QString fault() const;
 
  private:
   std::unique_ptr<QFileDevice> m_pFile;

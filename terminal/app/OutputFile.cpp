@@ -6,11 +6,12 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <streambuf>
 #include <system_error>
 #include <utility>
-
-#include "gv/CWholeFile.h"
 
 namespace app {
 namespace {
@@ -96,13 +97,23 @@ void COutputFile::begin() {
 }
 
 void COutputFile::writeWhole(const std::string& bytes) {
-  if (!isRegular()) {
+  struct stat state {};
+  std::error_code error;
+  const std::string target = std::filesystem::canonical(m_strFile, error).string();
+  if (!isRegular() || error || ::fstat(m_pBuffer->m_nDescriptor, &state) != 0) {
+    begin();
     m_stream << bytes << std::flush;
     return;
   }
-  GV::CWholeFile file(QString::fromStdString(m_strFile));
-  m_bBegun = file.open() && file.write(QByteArray::fromStdString(bytes)) && file.commit();
-  if (!m_bBegun) m_strFault = file.fault().toStdString();
+  std::string beside = target + ".XXXXXX";
+  m_pBuffer->close();
+  m_pBuffer->m_nDescriptor = ::mkostemp(beside.data(), O_CLOEXEC);
+  if (!m_pBuffer->note(m_pBuffer->m_nDescriptor)) return;
+  m_pBuffer->note(::fchmod(m_pBuffer->m_nDescriptor, state.st_mode));
+  m_stream << bytes << std::flush;
+  m_pBuffer->close();
+  m_bBegun = m_pBuffer->m_nError == 0 && m_pBuffer->note(::rename(beside.c_str(), target.c_str()));
+  if (!m_bBegun) ::unlink(beside.c_str());
 }
 
 std::ostream& COutputFile::stream() { return m_stream; }
@@ -110,9 +121,8 @@ std::ostream& COutputFile::stream() { return m_stream; }
 void COutputFile::close() { m_pBuffer->close(); }
 
 std::string COutputFile::fault() const {
-  const int error = m_pBuffer->m_nError;
-  if (error == 0 && m_strFault.empty()) return {};
-  return "cannot write " + m_strFile + ": " + (error == 0 ? m_strFault : std::generic_category().message(error));
+  if (m_pBuffer->m_nError == 0) return {};
+  return "cannot write " + m_strFile + ": " + std::generic_category().message(m_pBuffer->m_nError);
 }
 
 }  // namespace app

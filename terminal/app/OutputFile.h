@@ -38,9 +38,8 @@ class COutputFile {
   std::string m_strFile;
   std::unique_ptr<CBuffer> m_pBuffer;
   std::ostream m_stream;
-  std::string m_strFault;  ///< what writeWhole() failed by
-  bool m_bMade = false;    ///< open() made the file
-  bool m_bBegun = false;   ///< begin() was called
+  bool m_bMade = false;   ///< open() made the file
+  bool m_bBegun = false;  ///< begin() was called
 };
 
 }  // namespace app

@@ -37,7 +37,8 @@ int runReplay(const SOptions& options, journal::SJournal journal, COutputs& outp
   CDeskLog log(window.log(), [&desk] { return timeOfDay(desk); });
   desk.addObserver(&log);
   std::ostream nowhere(nullptr);
-  journal::COutput output(outputs.out() ? *outputs.out() : nowhere);
+  std::ostream* const out = outputs.out();
+  journal::COutput output(out ? *out : nowhere);
   const auto makePanel = [&window, createPanel] {
     TC::ITradeDockableWidget* panel = createPanel(PANEL_WIDGET_ID, &window);
     window.setPanel(panel);
