@@ -152,7 +152,7 @@ struct SPutOut {
 TEST(MainWindow, ShowsTheTimeOfTheNextDayBehindMidnight) {
   app::CMainWindow window;
   app::SClockState state;
-  state.m_nMsec = 24 * 3600000LL + 5 * 60000;
+  state.m_nMsec = 24 * 3600000LL + 5 * 60000LL;
   state.m_date = QDate(2026, 11, 30);
   window.showClock(state);
   EXPECT_EQ(window.findChild<QLabel*>("clock")->text(), "2026-12-01  00:05:00");
