@@ -173,7 +173,7 @@ TEST_F(Terminal, ASecondSignalEndsItAtOnce) {
 
 TEST_F(Terminal, WithoutAWindowItEndsWithTheSimulatedDay) {
   const SResult day =
-      runTerminal({"--headless", "--start", "14:59", "--speed", "600", "--out", path("a.jsonl"), "--algo", "twap"});
+      runTerminal({"--headless", "--start", "14:50", "--speed", "600", "--out", path("a.jsonl"), "--algo", "twap"});
   EXPECT_EQ(day.m_nStatus, 0);
   const nlohmann::json end = lastDump(path("a.jsonl"));
   ASSERT_TRUE(end.is_object());
