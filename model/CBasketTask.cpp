@@ -75,6 +75,11 @@ QString CBasketTask::getBasketName() const {
   return m_strBasketName;
 }
 
+bool CBasketTask::isReached() const {
+  const Lock lock(m_mutex);
+  return m_bReached;
+}
+
 QMap<QString, CBasketTaskItem*>& CBasketTask::getStockDetailMap(const QString& accountKey) {
   return m_stockMap[accountKey];
 }

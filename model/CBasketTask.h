@@ -98,6 +98,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   int getGroupId() const { return m_nGroupId; }
   int getCommandID() const { return m_nCommandId; }
   QString getBasketName() const;
+  bool isReached() const;  ///< by a detail of its own; until then it has nothing to show
   /// What the root's row shows: its status, but EHBTS_Patching from the acceptance of a patch until its first detail
   /// has come, or ETS_Dropped when the task was dropped meanwhile.
   int shownStatus() const;
@@ -240,8 +241,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void countProgress(const SRefresh& run, CDetailShares& shares);
   void countOrders(const SRefresh& run, CDetailShares& shares, bool fileAnew);
   double targetAmount(const ksservice::CCodeOrderParam& param) const;
-  void addOrder(const ksservice::CTaskDetail& detail, const ksservice::COrderInfo& order,
-                CDetailShares::SSlot& slot) const;
+  void addOrder(const SRefresh& run, std::size_t place, CDetailShares::SSlot& slot) const;
   QString algoRemark(const ksservice::CTaskDetail& detail) const;
   int slotOn(CDetailShares& shares, const SRefresh& run, const std::string& market, const std::string& code,
              int operation);
@@ -249,10 +249,10 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void countAwaited();
 
   // Shape of the tree
-  void hangSide(const RowMap& side, const std::vector<SAccount>& accounts, const QString& name, bool multiType,
-                NodeList& nodes);
+  void hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes);
   void followShape();
-  std::vector<SAccount> accountsOf(const RowMap& side) const;
+  void askAccounts(const QString& also = QString());
+  void buildTree();
   SAccount accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const;
   void logShape(const char* pattern, bool multiType, const RowMap& side) const;
   void sumUp(CBasketTaskItem* n);
@@ -272,7 +272,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
 
   // Hedge
   void addHedgeRow(const ksservice::CTaskDetail& d);
-  void countHedge();
+  void countHedge(const std::vector<ksservice::COrderDetailPtr>& known);
   void showHedgeRunning();
   void endHedgeMark();
 
@@ -363,12 +363,13 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   QString m_strBasketName;
   CBasketTaskItem* m_pHedgeItem = nullptr;
   ksservice::CBasketHedgeParam m_hedgeParam;
-  CRowLedger m_ledger;                    ///< owns the rows of both maps
-  RowMap m_stockMap;                      ///< rows of securities by account key, then row key
-  RowMap m_futuresMap;                    ///< rows of futures, alike
-  QMap<QString, QString> m_accountTexts;  ///< display identifiers by account key
+  CRowLedger m_ledger;                     ///< owns the rows of both maps
+  RowMap m_stockMap;                       ///< rows of securities by account key, then row key
+  RowMap m_futuresMap;                     ///< rows of futures, alike
+  QMap<QString, QString> m_accountTexts;   ///< display identifiers by account key
+  QMap<QString, SAccount> m_hostAccounts;  ///< as the host names them, by account key
   DetailMap m_mapDetails;
-  std::set<std::string> m_begun;  ///< details that have rows, but were not counted yet
+  bool m_bReached = false;
   bool m_bNewRows = false;        ///< that are not in the tree yet
   std::unique_ptr<SLoad> m_load;  ///< of the load that goes on
   DetailMap m_mapHedgeDetails;
@@ -381,8 +382,7 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
 
   /// Details with orders for which a better row may come, by account key and the row key that it would have.
   std::map<std::pair<QString, QString>, std::set<std::string>> m_awaitedRows;
-  std::set<std::string> m_awaiting;  ///< those for which it has come
-
+  std::set<std::string> m_awaiting;          ///< those for which it has come
   OrderProcessMap m_mapProgress;             ///< the last answer of a progress query
   std::set<std::string> m_runningWhenAsked;  ///< server tasks that had not ended when it was asked for
   EPatchPhase m_patchPhase = EPatchPhase::None;

@@ -46,6 +46,9 @@ QString accountNodeKey(const QString& displayId, const QString& accountKey, QSet
 void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
   if (!d) return;
   const Lock lock(m_mutex);
+  const SRefresh run(*this, *d);
+  if (!m_load && !run.before && !d->m_params.empty()) askAccounts(run.account.key);
+  m_bReached = true;
   storeAlgoDetail(d);
   if (d->m_pCommand) {
     m_strBasketName = QString::fromStdString(d->m_pCommand->m_strBasketName);
@@ -53,15 +56,12 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
   }
   if (d->m_params.empty()) return;
 
-  const SRefresh run{*d, m_mapDetails.value(d->getKey()), accountOf(*d)};
   m_pRoot->m_nOrderType = d->m_params.front().m_nOrderType;
   if (!run.before || !m_stockMap.contains(run.account.key)) addAccount({CRootNames::Own, d->getKey(), 0}, run.account);
-  // A host that fails while the detail is counted has it come once more as an unknown one: its rows are there then.
-  if (!run.before && m_begun.insert(d->getKey()).second) addRows(run);
+  if (!run.before) addRows(run);
   // A known detail that has changed to an account without rows has nothing to count.
   if (m_stockMap.contains(run.account.key)) countDetail(run);
   m_mapDetails[d->getKey()] = d;
-  m_begun.erase(d->getKey());
   if (!m_stockMap.contains(run.account.key)) return;
   updateStartTime(*d);
   if (d->m_pCommand) m_pRoot->m_strCommandText = QString::fromStdString(d->m_pCommand->m_strText);
@@ -82,7 +82,7 @@ void CBasketTask::updateDetail(boost::shared_ptr<CTaskDetail>& d) {
 void CBasketTask::followShape() {
   if (!m_bNewRows) return;
   countAwaited();
-  reorganize();
+  buildTree();
   m_patches.onNewRows();
 }
 
@@ -103,6 +103,7 @@ void CBasketTask::endLoad() {
     const Lock lock(m_mutex);
     if (!m_load) return;
     load = std::move(m_load);
+    if (m_bNewRows) askAccounts();
     followShape();
     sumAll();
     for (const std::string& key : load->own) {
@@ -199,21 +200,37 @@ void CBasketTask::recursiveClear(CBasketTaskItem* n) {
 
 void CBasketTask::reorganize() {
   const Lock lock(m_mutex);
-  // What the host is asked for comes first: it may fail, and then the tree stays as it was.
-  const std::vector<SAccount> futures = accountsOf(m_futuresMap);
-  const std::vector<SAccount> stocks = accountsOf(m_stockMap);
+  askAccounts();
+  buildTree();
+}
+
+/// also: an account that is to have rows. Asks nothing else of the host, and changes nothing else.
+void CBasketTask::askAccounts(const QString& also) {
+  QSet<QString> keys{also};
+  for (const RowMap* side : {&m_futuresMap, &m_stockMap}) {
+    for (auto rows = side->cbegin(); rows != side->cend(); ++rows) keys.insert(rows.key());
+  }
+  QMap<QString, SAccount> known;
+  for (const QString& key : qAsConst(keys)) {
+    const auto account = getUserConfig().getAccountData(key.toStdString());
+    if (account) known[key] = {key, accountDisplayIDQs(*account), QString::fromStdString(account->m_strName)};
+  }
+  m_hostAccounts.swap(known);
+}
+
+void CBasketTask::buildTree() {
   recursiveClear(m_pRoot.get());
   const bool multiType = !m_stockMap.isEmpty() && !m_futuresMap.isEmpty();
   NodeList nodes;
   if (!m_futuresMap.isEmpty()) {
-    hangSide(m_futuresMap, futures, QStringLiteral("期货"), multiType, nodes);
+    hangSide(m_futuresMap, QStringLiteral("期货"), multiType, nodes);
     logShape(
         "ft: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
         "multi_account = %6%.",
         multiType, m_futuresMap);
   }
   if (!m_stockMap.isEmpty()) {
-    hangSide(m_stockMap, stocks, QStringLiteral("证券"), multiType, nodes);
+    hangSide(m_stockMap, QStringLiteral("证券"), multiType, nodes);
     logShape(
         "stk: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
         "multi_account = %6%.",
@@ -226,19 +243,16 @@ void CBasketTask::reorganize() {
   m_bNewRows = false;
 }
 
-/// accounts: accountsOf the side.
-void CBasketTask::hangSide(const RowMap& side, const std::vector<SAccount>& accounts, const QString& name,
-                           bool multiType, NodeList& nodes) {
+void CBasketTask::hangSide(const RowMap& side, const QString& name, bool multiType, NodeList& nodes) {
   CBasketTaskItem* parent = m_pRoot.get();
   const QString none;
   if (multiType) {
     parent = hangNode(parent, std::make_unique<CBasketTaskItem>(name, name, none, none, none, none, 0), nodes);
   }
   QSet<QString> taken;
-  auto next = accounts.begin();
   for (auto rows = side.cbegin(); rows != side.cend(); ++rows) {
     if (rows->isEmpty()) continue;
-    const SAccount& account = *next++;
+    const SAccount account = accountOfRows(rows.key(), *rows->first());
     CBasketTaskItem* node = parent;
     if (side.size() > 1) {
       const QString key = accountNodeKey(account.displayId, rows.key(), taken);
@@ -253,19 +267,9 @@ void CBasketTask::hangSide(const RowMap& side, const std::vector<SAccount>& acco
   }
 }
 
-/// Of a side's accounts with rows, in their order.
-std::vector<CBasketTask::SAccount> CBasketTask::accountsOf(const RowMap& side) const {
-  std::vector<SAccount> accounts;
-  for (auto rows = side.cbegin(); rows != side.cend(); ++rows) {
-    if (!rows->isEmpty()) accounts.push_back(accountOfRows(rows.key(), *rows->first()));
-  }
-  return accounts;
-}
-
 CBasketTask::SAccount CBasketTask::accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow) const {
-  if (const auto account = getUserConfig().getAccountData(accountKey.toStdString())) {
-    return {accountKey, accountDisplayIDQs(*account), QString::fromStdString(account->m_strName)};
-  }
+  const auto known = m_hostAccounts.constFind(accountKey);
+  if (known != m_hostAccounts.cend()) return *known;
   return {accountKey, m_accountTexts.value(accountKey, firstRow.m_strAccounts), firstRow.m_strAccountName};
 }
 

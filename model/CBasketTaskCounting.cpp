@@ -28,6 +28,9 @@ void setText(QString& text, const QString& value) {
   if (text != value) text = value;
 }
 
+/// Whether the orders are the server's; the detail brings none then.
+bool hasProgress(const CTaskDetail& detail) { return detail.m_bServerTask && detail.m_pCommand; }
+
 /// Stores an order under its key. Where two places of the order lists bear one key, the row remembers it: then its
 /// orders are stored in list order on every refresh, so that the later one stands as if all had been stored anew.
 void storeOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const COrderInfo* before) {
@@ -39,22 +42,33 @@ void storeOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const CO
 
 }  // namespace
 
+CBasketTask::SRefresh::SRefresh(const CBasketTask& task, const CTaskDetail& itsDetail)
+    : detail(itsDetail),
+      before(task.m_mapDetails.value(detail.getKey())),
+      account(detail.m_params.empty() ? SAccount() : accountOf(detail)) {
+  targets.reserve(detail.m_params.size());
+  for (const CCodeOrderParam& param : detail.m_params) targets.push_back(task.targetAmount(param));
+  if (hasProgress(detail)) {
+    progress = getTradeClient().getTaskProgress(detail.getKey());
+    return;
+  }
+  orders.reserve(detail.m_orders.size());
+  for (const ksservice::COrderInfoPtr& order : detail.m_orders) {
+    const auto known = order ? COrderDetailHelper::getOrderDetailByMavTag(order->m_tag) : nullptr;
+    const bool cancelled = known && COrderDetailHelper::isOrderCanceled(*known);
+    orders.push_back(cancelled ? EOrder::Cancelled : known ? EOrder::Known : EOrder::Unknown);
+  }
+}
+
 void CBasketTask::countDetail(const SRefresh& run) {
   static const std::vector<ksservice::COrderInfoPtr> none;
   CDetailShares& shares = m_ledger.detail(run.detail.getKey());
-  std::vector<SRowShare> former;
-  const bool fileAnew = shares.restart(run.account.key, run.before ? run.before->m_orders : none, former);
-  try {
-    countTargets(run, shares);
-    if (run.detail.m_bServerTask && run.detail.m_pCommand) {
-      countProgress(run, shares);
-    } else {
-      countOrders(run, shares, fileAnew);
-    }
-  } catch (...) {
-    // A host that fails costs this state of the detail: its rows go on with the one before.
-    shares.giveUp(former);
-    throw;
+  const bool fileAnew = shares.restart(run.account.key, run.before ? run.before->m_orders : none);
+  countTargets(run, shares);
+  if (hasProgress(run.detail)) {
+    countProgress(run, shares);
+  } else {
+    countOrders(run, shares, fileAnew);
   }
   for (const CDetailShares::SSlot& slot : shares.m_slots) {
     if (slot.message) setText(slot.row->item->m_strRemark, QString::fromStdString(*slot.message));
@@ -81,7 +95,7 @@ void CBasketTask::countAwaited() {
     const CTaskDetailPtr detail = m_mapDetails.value(key);
     if (!detail || detail->m_params.empty()) continue;
     m_ledger.detail(key).lookAgain();
-    utils::guarded("CBasketTask::countAwaited", key, [&] { countDetail({*detail, detail, accountOf(*detail)}); });
+    utils::guarded("CBasketTask::countAwaited", key, [&] { countDetail(SRefresh(*this, *detail)); });
   }
 }
 
@@ -100,7 +114,7 @@ void CBasketTask::countTargets(const SRefresh& run, CDetailShares& shares) {
         });
     if (slot == CSlotMemo::NO_ROW) continue;
     CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
-    at.share.target += targetAmount(param);
+    at.share.target += run.targets[i];
     if (param.m_nOrderType != ksservice::EORT_Plain) at.share.orderType = param.m_nOrderType;
     if (run.detail.m_bServerTask && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
       setText(at.row->item->m_strRemark, remark);
@@ -135,9 +149,8 @@ QString CBasketTask::algoRemark(const CTaskDetail& detail) const {
 void CBasketTask::countProgress(const SRefresh& run, CDetailShares& shares) {
   const CTaskDetail& detail = run.detail;
   if (!detail.m_strMessage.empty()) setText(m_pRoot->m_strRemark, QString::fromStdString(detail.m_strMessage));
-  const auto progress = getTradeClient().getTaskProgress(detail.getKey());
-  if (!progress) return;
-  const auto& orders = progress->m_orders;
+  if (!run.progress) return;
+  const auto& orders = run.progress->m_orders;
   shares.m_orderSlots.setLength(orders.size());
   for (std::size_t i = 0; i < orders.size(); ++i) {
     const ksservice::COrderDetail& order = orders[i].m_detail;
@@ -170,25 +183,25 @@ void CBasketTask::countOrders(const SRefresh& run, CDetailShares& shares, bool f
     });
     if (slot == CSlotMemo::NO_ROW) continue;
     CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
-    addOrder(run.detail, order, at);
+    addOrder(run, i, at);
     const COrderInfo* earlier = i < before.size() ? before[i].get() : nullptr;
     if (fileAnew || earlier != &order || at.row->repeatedKeys) storeOrder(*at.row, orders[i], earlier);
   }
 }
 
-void CBasketTask::addOrder(const CTaskDetail& detail, const COrderInfo& order, CDetailShares::SSlot& slot) const {
+void CBasketTask::addOrder(const SRefresh& run, std::size_t place, CDetailShares::SSlot& slot) const {
+  const COrderInfo& order = *run.detail.m_orders[place];
+  const SRefresh::EOrder known = run.orders[place];
   SRowShare& share = slot.share;
   share.traded += order.m_nTradedVolume;
   share.amount += order.m_dTradedAmount;
   ++share.orders;
-  if (const auto orderDetail = COrderDetailHelper::getOrderDetailByMavTag(order.m_tag)) {
-    ++share.knownOrders;
-    if (COrderDetailHelper::isOrderCanceled(*orderDetail)) ++share.cancelled;
-  }
+  if (known != SRefresh::EOrder::Unknown) ++share.knownOrders;
+  if (known == SRefresh::EOrder::Cancelled) ++share.cancelled;
   if (isZero(order.m_dTradedAmount) && order.m_nTradedVolume >= 1) {
     share.amount += order.m_nTradedVolume * order.m_dPrice;
     utils::logInfo(this, "CBasketTask::updateDetail", "[basket panel] fix task money by biz num %1%-%2%",
-                   detail.m_nTaskId, detail.m_nBusinessNumber);
+                   run.detail.m_nTaskId, run.detail.m_nBusinessNumber);
   }
   const bool unfilled = COrderDetailHelper::completed(order) && order.m_nTradedVolume < order.m_nVolume;
   if (unfilled && order.m_bHasMessage) slot.message = &order.m_strMessage;

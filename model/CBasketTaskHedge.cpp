@@ -40,21 +40,37 @@ boost::shared_ptr<CTaskDetail> makeHedgeDetail(const CBasketHedgeParam& hedge) {
   return detail;
 }
 
-/// What a lot target is worth at the quote's price for calculation, CNY: 0 for an unknown instrument or without a
-/// quote.
-double hedgeAmount(const CBasketTaskItem& row, int volume) {
-  const std::string market = row.m_strMarket.toStdString();
-  const std::string code = row.m_strStockKey.toStdString();
+/// What a lot is worth at the quote's price for calculation, CNY: 0 for an unknown instrument or without a quote.
+double lotAmount(const std::string& market, const std::string& code) {
   const auto info = getExchangeClient().getCodeInfo(market, code);
-  return info ? volume * ksservice::CPriceDataHelper::getPriceForCalc(market, code) * info->m_dMultiplier : 0;
+  return info ? ksservice::CPriceDataHelper::getPriceForCalc(market, code) * info->m_dMultiplier : 0;
 }
 
-/// Adds an order's figures and shows the order under the row.
-void addHedgeOrder(CBasketTaskItem& row, ksservice::COrderInfoPtr order) {
+double lotAmount(const CBasketTaskItem& row) {
+  return lotAmount(row.m_strMarket.toStdString(), row.m_strStockKey.toStdString());
+}
+
+/// By the row's own instrument, where there is a row.
+double lotAmount(const CBasketTaskItem* row, const CCodeOrderParam& param) {
+  return row ? lotAmount(*row) : lotAmount(param.m_stock.m_strMarket, param.m_stock.m_strCode);
+}
+
+std::vector<ksservice::COrderInfoPtr> ordersOf(const CPatchBook::DetailMap& details) {
+  std::vector<ksservice::COrderInfoPtr> orders;
+  for (const auto& detail : details) {
+    std::copy_if(detail->m_orders.begin(), detail->m_orders.end(), std::back_inserter(orders),
+                 [](const auto& order) { return order != nullptr; });
+  }
+  return orders;
+}
+
+/// Adds an order's figures and shows the order under the row. orderDetail: null where the host knows none.
+void addHedgeOrder(CBasketTaskItem& row, ksservice::COrderInfoPtr order,
+                   const ksservice::COrderDetailPtr& orderDetail) {
   row.m_nTradedVolume = row.m_traded.set(row.m_traded.of(row.m_nTradedVolume) + order->m_nTradedVolume);
   row.m_dCurAmount += order->m_dTradedAmount;
   ++row.m_nCurOrderCount;
-  if (const auto orderDetail = COrderDetailHelper::getOrderDetailByMavTag(order->m_tag)) {
+  if (orderDetail) {
     ++row.m_nCurOrderCount2;
     if (COrderDetailHelper::isOrderCanceled(*orderDetail)) ++row.m_nCanceledCount;
   }
@@ -94,10 +110,13 @@ void CBasketTask::setHedgeParam(const CBasketHedgeParam& p, bool start) {
 
 void CBasketTask::updateHedge(boost::shared_ptr<CTaskDetail>& d) {
   const Lock lock(m_mutex);
+  // Asked before anything changes, as what updateHedgeCnt asks for: the host may fail.
+  const double lot =
+      m_bHedgeAmountPending && d && !d->m_params.empty() ? lotAmount(m_pHedgeItem, d->m_params.front()) : 0;
   if (!updateHedgeCnt(d)) return;
   if (m_pHedgeItem->finishedVolume() == m_pHedgeItem->totalVolume()) m_pHedgeItem->m_strRemark.clear();
   if (m_bHedgeAmountPending) {
-    m_pHedgeItem->m_dTotalAmount = hedgeAmount(*m_pHedgeItem, m_pHedgeItem->m_nTotalVolume);
+    m_pHedgeItem->m_dTotalAmount = m_pHedgeItem->m_nTotalVolume * lot;
     m_bHedgeAmountPending = false;
   }
   if (m_load) return;
@@ -113,10 +132,17 @@ bool CBasketTask::updateHedgeCnt(boost::shared_ptr<CTaskDetail>& d) {
   if (!d || d->m_params.empty()) return false;
   const auto& account = d->m_params.front().m_pAccount;
   if (!account || account->m_nType != HEDGE_ACCOUNT_TYPE) return false;
-  if (d->m_nTaskId != ksservice::UNSET_INT) m_mapHedgeDetails[d->getKey()] = d;
-  if (!m_pHedgeItem) addHedgeRow(*d);
+  DetailMap details = m_mapHedgeDetails;
+  if (d->m_nTaskId != ksservice::UNSET_INT) details[d->getKey()] = d;
+  std::vector<ksservice::COrderDetailPtr> known;
+  for (const auto& order : ordersOf(details)) known.push_back(COrderDetailHelper::getOrderDetailByMavTag(order->m_tag));
+  if (!m_pHedgeItem) {
+    if (!m_load) askAccounts(accountOf(*d).key);
+    addHedgeRow(*d);
+  }
+  m_mapHedgeDetails.swap(details);
   m_pHedgeItem->m_nOrderType = d->m_params.front().m_nOrderType;
-  countHedge();
+  countHedge(known);
   return true;
 }
 
@@ -142,19 +168,17 @@ void CBasketTask::addHedgeRow(const CTaskDetail& d) {
   utils::logInfo(this, "CBasketTask::updateHedgeCnt", "futures_map %1% : size %2% -> %3%.", account.key, before,
                  rows.size());
   m_bNewRows = true;
-  if (!m_load) reorganize();
+  if (!m_load) buildTree();
 }
 
-void CBasketTask::countHedge() {
+/// known: what the host says of each order, null for nothing.
+void CBasketTask::countHedge(const std::vector<ksservice::COrderDetailPtr>& known) {
   CBasketTaskItem& row = *m_pHedgeItem;
   const int cancelledBefore = row.m_nCanceledCount;
   row.m_nTradedVolume = row.m_nCurOrderCount = row.m_nCurOrderCount2 = row.m_nCanceledCount = 0;
   row.m_dCurAmount = 0;
-  for (const auto& detail : qAsConst(m_mapHedgeDetails)) {
-    for (const ksservice::COrderInfoPtr& order : detail->m_orders) {
-      if (order) addHedgeOrder(row, order);
-    }
-  }
+  const std::vector<ksservice::COrderInfoPtr> orders = ordersOf(m_mapHedgeDetails);
+  for (std::size_t i = 0; i < orders.size(); ++i) addHedgeOrder(row, orders[i], known[i]);
   // What was counted before is in the root already.
   m_pRoot->m_nCanceledCount += row.m_nCanceledCount - cancelledBefore;
   settleHedgeRow(row);
@@ -163,9 +187,10 @@ void CBasketTask::countHedge() {
 void CBasketTask::updateHedgeVolume(int volume) {
   const Lock lock(m_mutex);
   if (!m_hedgeParam.m_bEnabled || !m_pHedgeItem || m_pHedgeItem->m_nTotalVolume >= volume) return;
+  const double lot = lotAmount(*m_pHedgeItem);
   m_pHedgeItem->m_nTotalVolume = m_pHedgeItem->m_total.set(volume);
   m_pHedgeItem->m_bUnset = false;
-  m_pHedgeItem->m_dTotalAmount = hedgeAmount(*m_pHedgeItem, volume);
+  m_pHedgeItem->m_dTotalAmount = volume * lot;
   recursiveUpdate(m_pRoot.get());
   if (!m_hedgeParam.m_bHandedOver) return;
   const int unfinished = m_pHedgeItem->m_bPatching ? EHBTS_Patching : EHBTS_PatchFailed;

@@ -109,39 +109,51 @@ RowShares sharesOf(const CTaskDetail& detail, CRowFinder& rows) {
 
 void CPatchBook::take(const CTaskDetailPtr& detail) {
   const std::string& key = detail->getKey();
-  SEntry& entry = m_entries[key];
-  entry.detail = detail;
   const std::vector<SLedgerRow*> lines = rowsOf(*detail);
-  if (!lines.empty()) m_details[key] = detail;
-  std::set<SLedgerRow*> rows = entry.rows;
+  const auto known = m_entries.find(key);
+  std::set<SLedgerRow*> rows = known == m_entries.end() ? std::set<SLedgerRow*>() : known->second.rows;
   rows.insert(lines.begin(), lines.end());
-  std::set<std::string> keys = {key};
+  std::map<std::string, CTaskDetailPtr> details = {{key, detail}};
   for (const SLedgerRow* row : rows) {
-    for (const auto& patch : row->patches) keys.insert(patch.first);
+    for (const auto& patch : row->patches) details.try_emplace(patch.first, m_entries.at(patch.first).detail);
   }
-  for (const std::string& one : keys) recount(one, rows);
+  // All that the host is asked for comes first: it may fail, and then nothing has changed.
+  std::vector<SCount> counts;
+  counts.reserve(details.size());
+  for (const auto& one : details) counts.push_back(count(one.second));
+  m_entries[key].detail = detail;
+  if (!lines.empty()) m_details[key] = detail;
+  for (const SCount& one : counts) enter(one, rows);
   for (const SLedgerRow* row : rows) settleRow(*row);
 }
 
-/// As the host knows the detail now. touched gets the rows whose figures change by it.
-void CPatchBook::recount(const std::string& key, std::set<SLedgerRow*>& touched) {
-  SEntry& entry = m_entries.at(key);
-  CTaskDetailPtr newest = ksservice::CAccountData::getData(ksservice::DATA_TYPE_TASK_DETAIL, key);
-  if (!newest) newest = entry.detail;
-  CRowFinder finder(*newest, m_ledger, m_rows);
-  const RowShares shares = sharesOf(*newest, finder);
+/// As the host knows the detail now.
+CPatchBook::SCount CPatchBook::count(const CTaskDetailPtr& detail) const {
+  SCount count;
+  count.key = detail->getKey();
+  count.newest = ksservice::CAccountData::getData(ksservice::DATA_TYPE_TASK_DETAIL, count.key);
+  if (!count.newest) count.newest = detail;
+  CRowFinder finder(*count.newest, m_ledger, m_rows);
+  count.shares = sharesOf(*count.newest, finder);
+  count.mayMove = finder.mayMove();
+  return count;
+}
+
+/// touched gets the rows whose figures change by it.
+void CPatchBook::enter(const SCount& count, std::set<SLedgerRow*>& touched) {
+  SEntry& entry = m_entries.at(count.key);
   for (SLedgerRow* row : entry.rows) {
-    row->patches.erase(key);
-    if (!shares.contains(row)) removeOrders(*row->item, *newest);
+    row->patches.erase(count.key);
+    if (!count.shares.contains(row)) removeOrders(*row->item, *count.newest);
   }
   touched.insert(entry.rows.begin(), entry.rows.end());
   entry.rows.clear();
-  for (const auto& [row, share] : shares) {
-    row->patches[key] = share;
+  for (const auto& [row, share] : count.shares) {
+    row->patches[count.key] = share;
     entry.rows.insert(row);
     touched.insert(row);
   }
-  entry.mayMove = finder.mayMove();
+  entry.mayMove = count.mayMove;
 }
 
 void CPatchBook::onNewRows() {

@@ -47,7 +47,15 @@ class CPatchBook {
   };
   using RowShares = std::map<SLedgerRow*, SRowShare>;
 
-  void recount(const std::string& key, std::set<SLedgerRow*>& touched);
+  struct SCount {
+    std::string key;
+    ksservice::CTaskDetailPtr newest;
+    RowShares shares;
+    bool mayMove = false;
+  };
+
+  SCount count(const ksservice::CTaskDetailPtr& detail) const;
+  void enter(const SCount& count, std::set<SLedgerRow*>& touched);
 
   CRowLedger& m_ledger;
   const Rows& m_rows;

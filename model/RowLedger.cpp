@@ -24,8 +24,7 @@ void CSlotMemo::clear() {
   m_entries.clear();
 }
 
-bool CDetailShares::restart(const QString& accountKey, const std::vector<ksservice::COrderInfoPtr>& orders,
-                            std::vector<SRowShare>& former) {
+bool CDetailShares::restart(const QString& accountKey, const std::vector<ksservice::COrderInfoPtr>& orders) {
   const bool moved = accountKey != m_strAccountKey;
   const bool fileAnew = moved || m_bLookAgain;
   if (fileAnew) removeOrders(orders);
@@ -38,21 +37,11 @@ bool CDetailShares::restart(const QString& accountKey, const std::vector<ksservi
     m_orderSlots.clear();
   }
   m_bLookAgain = false;
-  former.reserve(m_slots.size());
   for (SSlot& slot : m_slots) {
-    former.push_back(std::exchange(slot.share, SRowShare()));
+    slot.share = SRowShare();
     slot.message = nullptr;
   }
   return fileAnew;
-}
-
-void CDetailShares::giveUp(const std::vector<SRowShare>& former) {
-  for (std::size_t i = 0; i < m_slots.size(); ++i) {
-    m_slots[i].share = i < former.size() ? former[i] : SRowShare();
-    m_slots[i].message = nullptr;
-  }
-  // Which orders were filed before the failure nobody knows.
-  lookAgain();
 }
 
 void CDetailShares::removeOrders(const std::vector<ksservice::COrderInfoPtr>& orders) const {

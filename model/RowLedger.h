@@ -105,13 +105,9 @@ class CDetailShares {
   CDetailShares(const CDetailShares&) = delete;
   CDetailShares& operator=(const CDetailShares&) = delete;
 
-  /// Starts a recount: every share is 0; former takes what they were. orders: those of the detail as it was last. Rows
-  /// of another account than last time lose what this detail gave them; true when the orders are to be filed on their
-  /// rows anew.
-  bool restart(const QString& accountKey, const std::vector<ksservice::COrderInfoPtr>& orders,
-               std::vector<SRowShare>& former);
-  /// A recount has failed: the shares are again what restart found.
-  void giveUp(const std::vector<SRowShare>& former);
+  /// Starts a recount: every share is 0. orders: those of the detail as it was last. Rows of another account than last
+  /// time lose what this detail gave them; true when the orders are to be filed on their rows anew.
+  bool restart(const QString& accountKey, const std::vector<ksservice::COrderInfoPtr>& orders);
   /// Rows have come on which orders may belong: the next recount looks for all of them again.
   void lookAgain() { m_bLookAgain = true; }
   /// The detail's slot on a row, made when it has none.

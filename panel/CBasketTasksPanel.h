@@ -123,7 +123,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void loadOwn(ksservice::CTaskDetailPtr detail, SWork& loaded);
   void reload(ksservice::CTaskDetailPtr detail, const std::set<std::string>& accountKeys, SWork& loaded);
   static void beginLoad(const boost::shared_ptr<CBasketTask>& task, SWork& loaded);
-  static void endLoads(const SWork& loaded);
+  static void endLoads(SWork& loaded);
   void stageInOrder(const SWork& loaded);
   void applyStagedLater();
 

@@ -96,10 +96,11 @@ void CBasketTasksPanel::beginLoad(const boost::shared_ptr<CBasketTask>& task, SW
   if (loaded.tasks.try_emplace(task->getKey(), task).second) task->beginLoad();
 }
 
-void CBasketTasksPanel::endLoads(const SWork& loaded) {
-  for (const auto& entry : loaded.tasks) {
-    utils::guarded("CBasketTasksPanel::endLoads", entry.first.toStdString(), [&] { entry.second->endLoad(); });
-  }
+/// A task that the host fails keeps the rows that it shows until its next detail.
+void CBasketTasksPanel::endLoads(SWork& loaded) {
+  std::erase_if(loaded.tasks, [](const auto& entry) {
+    return !utils::guarded("CBasketTasksPanel::endLoads", entry.first.toStdString(), [&] { entry.second->endLoad(); });
+  });
 }
 
 void CBasketTasksPanel::stageInOrder(const SWork& loaded) {

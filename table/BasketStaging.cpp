@@ -56,7 +56,7 @@ void CBasketStaging::giveBack(StagedBatch outdated) {
 }
 
 void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
-  if (!task || !task->getRoot()) return;
+  if (!task || !task->getRoot() || !task->isReached()) return;
   SStagedTask staged;
   {
     const boost::recursive_mutex::scoped_lock lock(task->mutex());
