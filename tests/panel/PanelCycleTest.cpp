@@ -1,19 +1,15 @@
 // The refresh cycle by the host's clock and timers, and trading days one after the other.
 #include <gtest/gtest.h>
-#include <malloc.h>
-
 #include <QApplication>
 #include <QElapsedTimer>
 #include <algorithm>
-#include <chrono>
-#include <random>
 #include <stdexcept>
-#include <thread>
 
 #include "BasketColumns.h"
 #include "CBasketTask.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "ShownRows.h"
 #include "TaskDetails.h"
 #include "TestHost.h"
 
@@ -21,7 +17,6 @@ namespace TC {
 namespace {
 
 constexpr int GIVE_UP_MSEC = 20000;
-constexpr int CANCEL_ALL = 4;  ///< the tool bar's button
 
 ksservice::CTaskDetailPtr runningDetail(int task, int rows = 3) {
   ksservice::CTaskDetailPtr detail = test::makeDetail(task);
@@ -103,15 +98,6 @@ TEST_F(PanelCycle, NothingIsSaidOrCountedByARefreshWithoutWork) {
   EXPECT_EQ(m_runningCounts, std::vector<int>{1});
 }
 
-/// Bytes that the heap has handed out; 0 where a sanitizer has a heap of its own.
-std::size_t heapInUse() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return 0;
-#else
-  return mallinfo2().uordblks;
-#endif
-}
-
 TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
   constexpr int TASKS = 20;
   constexpr int WARM_UP_DAYS = 40;
@@ -138,13 +124,13 @@ TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
     // One refresh of the new day lets go of what the last one of the old day held.
     ASSERT_TRUE(refresh());
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    if (day == WARM_UP_DAYS) before = heapInUse();
+    if (day == WARM_UP_DAYS) before = test::heapInUse();
   }
   const auto lives = [](const boost::weak_ptr<CBasketTask>& task) { return !task.expired(); };
   EXPECT_EQ(std::count_if(old.begin(), old.end(), lives), 0);
   // What this test itself keeps grows by two pointers a task and day.
   constexpr std::size_t OWN = 2 * sizeof(void*) * TASKS * DAYS * 2;
-  EXPECT_LT(heapInUse(), before + OWN + 100000);
+  EXPECT_LT(test::heapInUse(), before + OWN + 100000);
   EXPECT_EQ(m_pTable->rowCount(), 0);
 }
 
@@ -199,30 +185,6 @@ TEST_F(PanelCycle, AFaultCostsTheDetailWithWhichItCame) {
   m_host.waitForJobs();
   QCoreApplication::processEvents();
   EXPECT_EQ(m_host.heldTimers().size(), 1U);
-}
-
-/// The day changes while a refresh has drained, works, stages: nothing of the day before shows, runs or is told to
-/// stop.
-TEST_F(PanelCycle, ADayThatChangesInMidRefreshLeavesNothingOfTheOneBefore) {
-  open();
-  std::mt19937 random(7);
-  for (int round = 0; round < 3000; ++round) {
-    for (int task = 1; task <= 3; ++task) m_host.deliver(runningDetail(task));
-    m_host.fireTimers();
-    const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(random() % 80);
-    while (std::chrono::steady_clock::now() < until) std::this_thread::yield();
-    Q_EMIT m_host.calendar().sigNewTradingDate("20261123");
-    ASSERT_TRUE(waitForTimer());
-    ASSERT_EQ(m_panel->runningCount(), 0) << round;
-    ASSERT_EQ(m_pTable->rowCount(), 0) << round;
-    m_panel->handleEvent(5, CANCEL_ALL, 0, QString(), nullptr);
-    ASSERT_TRUE(m_host.takeCalls().empty()) << round;
-    m_host.takeLog();
-  }
-  // What comes on the new day shows.
-  m_host.deliver(runningDetail(1));
-  ASSERT_TRUE(refresh());
-  EXPECT_EQ(m_pTable->rowCount(), 4);
 }
 
 /// A task of many sub-tasks is built and summed once, not once for each.

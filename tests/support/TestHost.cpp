@@ -66,6 +66,7 @@ struct CTestHost::SServiceSet {
     int commandNumber(int commandId) const override { return find(m_host.m_commandNumbers, commandId); }
     ksservice::CTaskDetailPtr taskDetail(const std::string& key) const override { return find(m_host.m_details, key); }
     ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
+      m_host.meet("order");
       return find(m_host.m_orderDetails, tag);
     }
     void updateData(const ksservice::CTaskDetailPtr& detail) override {
@@ -149,7 +150,10 @@ struct CTestHost::SServiceSet {
   struct SHedge : THosted<TC::CBasketHedgeManager> {
     using THosted::THosted;
     int status(int groupId) const override { return find(m_host.m_hedgeStates, groupId); }
-    bool getHedgeParam(int, ksservice::CBasketHedgeParam&) const override { return false; }
+    bool getHedgeParam(int, ksservice::CBasketHedgeParam&) const override {
+      m_host.meet("hedge");
+      return false;
+    }
     void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override {
       const Lock lock(m_host.m_mutex);
       m_host.m_hedgeCalls.push_back({groupId, commandId, param});
@@ -318,7 +322,9 @@ void CTestHost::holdTimers() {
 std::vector<int> CTestHost::heldTimers() const {
   const Lock lock(m_mutex);
   std::vector<int> times;
-  for (const STimer& timer : m_timers) times.push_back(timer.msec);
+  for (const STimer& timer : m_timers) {
+    if (timer.context) times.push_back(timer.msec);
+  }
   return times;
 }
 
@@ -333,6 +339,12 @@ long CTestHost::waitForJobs() {
   std::unique_lock<std::mutex> lock(jobs.m_mutex);
   jobs.m_changed.wait(lock, [&jobs] { return jobs.m_nPosted == jobs.m_nEnded; });
   return jobs.m_nRefreshes;
+}
+
+bool CTestHost::hasJobs() const {
+  SServiceSet::SJobs& jobs = m_services->jobs;
+  const Lock lock(jobs.m_mutex);
+  return jobs.m_nPosted != jobs.m_nEnded;
 }
 
 void CTestHost::store(const ksservice::CTaskDetailPtr& detail) {

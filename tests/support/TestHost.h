@@ -94,18 +94,20 @@ class CTestHost {
   void setRevokeTask(bool allowed) { set(m_bRevokeTask, allowed); }
   /// Whether the user is offered the limit price; true at first.
   void setUpStopPrice(bool offered) { set(m_bUpStopPrice, offered); }
-  /// Called with the code, account or detail key for which the host is asked, on the asking thread: a test holds who
-  /// asks, or throws at him. Empty: nothing.
+  /// Called with the code, account or detail key for which the host is asked ("order" and "hedge" where there is
+  /// none), on the asking thread: a test holds who asks, or throws at him. Empty: nothing.
   void setMeeting(std::function<void(const std::string& key)> meeting);
   void moveClock(double msec);
   /// From now on the host's timers wait for the test; until then they go off in real time.
   void holdTimers();
-  /// Milliseconds of the timers that wait, in the order in which they were asked for.
+  /// Milliseconds of the timers that wait and whose context lives, in the order in which they were asked for.
   std::vector<int> heldTimers() const;
   /// Runs the timers that wait and whose context lives; what they ask for waits in turn. GUI thread.
   void fireTimers();
   /// Waits until the panels' queues have no job left; returns how many refreshes have ended since the host was made.
   long waitForJobs();
+  /// Whether the panels' queues have a job left.
+  bool hasJobs() const;
   /// Places a detail in the data centre and tells the subscribers, on the calling thread.
   void deliver(const ksservice::CTaskDetailPtr& detail);
   /// Places a detail in the data centre only.
