@@ -1,4 +1,5 @@
-// A live session in which a user cancels a basket and patches it by a real dialog, recorded and replayed.
+// A live session in which a user cancels a basket and patches it by a real dialog, recorded and replayed. With
+// RECORDED_SESSION_SEED in the environment another one, in which he acts at other times; see scripts/recorded-sessions.
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
@@ -8,6 +9,7 @@
 #include <QTest>
 #include <QTimer>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <sstream>
 
 #include "CBasketTasksPanel.h"
@@ -23,10 +25,32 @@ namespace {
 using nlohmann::json;
 
 constexpr int SECURITIES = 6;
-constexpr int BEAT_MSEC = 50;
 constexpr int OPTIONS_COLUMN = 12;
-/// How long the user looks at a dialog, so that the feed and refreshes go on behind it.
-constexpr int LOOK_BEATS = 30;
+
+/// When the user acts.
+struct SHabits {
+  SHabits() {
+    const int seed = qEnvironmentVariableIntValue("RECORDED_SESSION_SEED");
+    if (seed == 0) return;
+    std::mt19937 random(static_cast<std::uint32_t>(seed));
+    const auto between = [&random](int least, int most) {
+      return least + static_cast<int>(random() % static_cast<unsigned>(most - least + 1));
+    };
+    beatMSec = between(30, 60);
+    cancel = between(20, 60);
+    patch = cancel + between(5, 25);
+    look = between(5, 35);
+    stop = between(1, 80);
+    quantity = 100 * between(1, 900) + between(0, 99);
+  }
+
+  int beatMSec = 50;
+  int cancel = 40;  ///< beats until he cancels the basket
+  int patch = 60;   ///< ... and begins to patch it
+  int look = 30;    ///< ... that he looks at a dialog, so that the feed and refreshes go on behind it
+  int stop = 60;    ///< ... after the patch until he cancels that
+  int quantity = 70050;
+};
 
 TC::ITradeDockableWidget* createPanel(int id, QWidget* parent) { return new TC::CBasketTasksPanel(id, parent); }
 
@@ -55,7 +79,7 @@ app::SInputs makeInputs() {
 class CUser : public QObject {
  public:
   explicit CUser(QWidget& window) : m_window(window) {
-    m_timer.setInterval(BEAT_MSEC);
+    m_timer.setInterval(m_habits.beatMSec);
     // Queued: a timer does not go off while its own call has a dialog open.
     connect(
         &m_timer, &QTimer::timeout, this, [this] { beat(); }, Qt::QueuedConnection);
@@ -67,13 +91,13 @@ class CUser : public QObject {
  private:
   void beat() {
     if (auto* dialog = qobject_cast<GV::CCommonDialog*>(QApplication::activeModalWidget())) {
-      if (++m_nLooked % LOOK_BEATS == 0) work(*dialog);
+      if (++m_nLooked % m_habits.look == 0) work(*dialog);
       return;
     }
     ++m_nBeats;
-    if (m_nBeats == 40) click(QStringLiteral("撤销"));
-    if (m_nBeats > 60 && !m_bPatched) click(QStringLiteral("补单"));
-    if (m_bPatched && ++m_nAfter == 60) click(QStringLiteral("撤销"));
+    if (m_nBeats == m_habits.cancel) click(QStringLiteral("撤销"));
+    if (m_nBeats > m_habits.patch && !m_bPatched) click(QStringLiteral("补单"));
+    if (m_bPatched && ++m_nAfter == m_habits.stop) click(QStringLiteral("撤销"));
   }
 
   /// With the mouse, as a user does, so that the click goes the way of all input.
@@ -111,7 +135,7 @@ class CUser : public QObject {
     }
     switch (++m_nStep) {
       case 1:
-        EXPECT_EQ(dialog.edit(state.rows[0].key, QStringLiteral("70050")), QString());
+        EXPECT_EQ(dialog.edit(state.rows[0].key, QString::number(m_habits.quantity)), QString());
         EXPECT_EQ(dialog.check(state.rows[1].key, false), QString());
         return;
       case 2:
@@ -123,6 +147,7 @@ class CUser : public QObject {
     }
   }
 
+  const SHabits m_habits;
   QWidget& m_window;
   QTimer m_timer;
   int m_nBeats = 0;
