@@ -17,8 +17,9 @@ endfunction()
 
 # add_room_test(name [NO_GUI] [NO_PCH] [LABELS label...] DEPENDS target... SOURCES file...)
 # One GoogleTest executable for a room; each of its cases becomes a test of ctest. Its main is tests/support/TestMain.cpp:
-# a QApplication on the offscreen platform, or with NO_GUI a QCoreApplication. The label `sanitize` (threaded and parsing
-# tests) makes it one that the sanitizer presets build and run.
+# a QApplication on the offscreen platform, or with NO_GUI a QCoreApplication. With a sanitizer, where a start costs much,
+# the executable is one test; the thread sanitizer's preset has those with the label `threads` alone. `sanitize_tests`
+# builds what such a preset runs.
 include(GoogleTest)
 add_custom_target(sanitize_tests)
 
@@ -36,13 +37,16 @@ function(add_room_test name)
   if(NOT TEST_NO_PCH)
     target_precompile_headers(${name} REUSE_FROM pch)
   endif()
-  if("sanitize" IN_LIST TEST_LABELS)
-    add_dependencies(sanitize_tests ${name})
-  endif()
-  set(properties TIMEOUT 240)
+  set(properties)
   if(TEST_LABELS)
     list(APPEND properties LABELS "${TEST_LABELS}")
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-    PROPERTIES ${properties})
+  if(NOT PBT_SANITIZE)
+    gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+      PROPERTIES TIMEOUT 240 ${properties})
+  elseif(NOT "thread" IN_LIST PBT_SANITIZE OR "threads" IN_LIST TEST_LABELS)
+    add_dependencies(sanitize_tests ${name})
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 900 ${properties})
+  endif()
 endfunction()
