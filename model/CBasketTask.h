@@ -240,7 +240,6 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void countTargets(const SRefresh& run, CDetailShares& shares);
   void countProgress(const SRefresh& run, CDetailShares& shares);
   void countOrders(const SRefresh& run, CDetailShares& shares, bool fileAnew);
-  double targetAmount(const ksservice::CCodeOrderParam& param) const;
   void addOrder(const SRefresh& run, std::size_t place, CDetailShares::SSlot& slot) const;
   QString algoRemark(const ksservice::CTaskDetail& detail) const;
   int slotOn(CDetailShares& shares, const SRefresh& run, const std::string& market, const std::string& code,

@@ -42,12 +42,27 @@ void storeOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const CO
 
 }  // namespace
 
+/// By what the exchange client says now: a multiplier or a type may change during the day.
+CBasketTask::SRefresh::STarget CBasketTask::SRefresh::askTarget(const CCodeOrderParam& param) {
+  const std::string& market = param.m_stock.m_strMarket;
+  const std::string& code = param.m_stock.m_strCode;
+  const auto info = getExchangeClient().getCodeInfo(market, code);
+  const bool marketPrice = info && ksservice::isSupportMarketPrice(*info, param.m_nPriceType);
+  const double price = marketPrice ? ksservice::CPriceDataHelper::getPriceForCalc(market, code) : param.m_dPrice;
+  const int volume = setVolume(param);
+  const bool unpriced = isZero(price) && volume >= 1;
+  const bool byHundred = info && ksservice::StockTypeCenter::isTypedStock(*info, ksservice::STOCK_TYPE_BY_HUNDRED);
+  if (byHundred) return {volume * 100.0, unpriced};
+  const double multiplier = info && !info->m_bSpecial ? info->m_dMultiplier : 1;
+  return {volume * price * multiplier, unpriced};
+}
+
 CBasketTask::SRefresh::SRefresh(const CBasketTask& task, const CTaskDetail& itsDetail)
     : detail(itsDetail),
       before(task.m_mapDetails.value(detail.getKey())),
       account(detail.m_params.empty() ? SAccount() : accountOf(detail)) {
   targets.reserve(detail.m_params.size());
-  for (const CCodeOrderParam& param : detail.m_params) targets.push_back(task.targetAmount(param));
+  for (const CCodeOrderParam& param : detail.m_params) targets.push_back(askTarget(param));
   if (hasProgress(detail)) {
     progress = getTradeClient().getTaskProgress(detail.getKey());
     return;
@@ -114,28 +129,15 @@ void CBasketTask::countTargets(const SRefresh& run, CDetailShares& shares) {
         });
     if (slot == CSlotMemo::NO_ROW) continue;
     CDetailShares::SSlot& at = shares.m_slots[static_cast<std::size_t>(slot)];
-    at.share.target += run.targets[i];
+    at.share.target += run.targets[i].amount;
+    if (run.targets[i].unpriced) {
+      utils::logInfo(this, "CBasketTask::updateDetail", "basket panel total money error");
+    }
     if (param.m_nOrderType != ksservice::EORT_Plain) at.share.orderType = param.m_nOrderType;
     if (run.detail.m_bServerTask && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
       setText(at.row->item->m_strRemark, remark);
     }
   }
-}
-
-/// By what the exchange client says now: a multiplier or a type may change during the day.
-double CBasketTask::targetAmount(const CCodeOrderParam& param) const {
-  const std::string& market = param.m_stock.m_strMarket;
-  const std::string& code = param.m_stock.m_strCode;
-  const auto info = getExchangeClient().getCodeInfo(market, code);
-  const bool marketPrice = info && ksservice::isSupportMarketPrice(*info, param.m_nPriceType);
-  const double price = marketPrice ? ksservice::CPriceDataHelper::getPriceForCalc(market, code) : param.m_dPrice;
-  const int volume = setVolume(param);
-  if (isZero(price) && volume >= 1) {
-    utils::logInfo(this, "CBasketTask::updateDetail", "basket panel total money error");
-  }
-  if (info && ksservice::StockTypeCenter::isTypedStock(*info, ksservice::STOCK_TYPE_BY_HUNDRED)) return volume * 100.0;
-  const double multiplier = info && !info->m_bSpecial ? info->m_dMultiplier : 1;
-  return volume * price * multiplier;
 }
 
 QString CBasketTask::algoRemark(const CTaskDetail& detail) const {
