@@ -62,6 +62,20 @@ void CJobGate::fence() {
       &m_receiver, [this] { passFence(); }, Qt::QueuedConnection);
 }
 
+bool CJobGate::fenceIfSettled() {
+  {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const std::thread::id self = std::this_thread::get_id();
+    m_changed.wait(lock, [&] { return m_nChangeDepth == 0 || m_changer == self; });
+    if (!isSettledLocked()) return false;
+    if (!m_bRecording || m_bFencesDropped) return true;
+    ++m_nFences;
+  }
+  QMetaObject::invokeMethod(
+      &m_receiver, [this] { passFence(); }, Qt::QueuedConnection);
+  return true;
+}
+
 void CJobGate::passFence() {
   FenceHook hook;
   {

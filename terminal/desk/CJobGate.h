@@ -33,6 +33,9 @@ class CJobGate : public utils::IJobMonitor {
   /// it now, so that what follows from a change stands right behind it. The end of a job makes one too. Any thread,
   /// within the change.
   void fence();
+  /// A fence for what the user does, while no change is under way, whose end the GUI thread waits for; false, and none
+  /// is set, unless it is settled then. GUI thread.
+  bool fenceIfSettled();
   /// Fences hold nothing back any more: the GUI thread is about to wait for the other threads. GUI thread.
   void dropFences();
 

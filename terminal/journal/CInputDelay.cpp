@@ -4,6 +4,9 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QWindow>
+#include <utility>
+
+#include "CJobGate.h"
 
 namespace journal {
 namespace {
@@ -25,7 +28,7 @@ std::unique_ptr<QEvent> copyOfInput(const QEvent& event) {
 
 }  // namespace
 
-CInputDelay::CInputDelay(std::function<bool()> settled) : m_settled(std::move(settled)) {
+CInputDelay::CInputDelay(desk::CJobGate& gate) : m_gate(gate) {
   QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -33,9 +36,9 @@ CInputDelay::~CInputDelay() { QCoreApplication::instance()->removeEventFilter(th
 
 /// Input comes to a window first and only then to the widgets in it.
 bool CInputDelay::eventFilter(QObject* watched, QEvent* event) {
-  if (!watched->isWindowType() || !event->spontaneous() || (m_waiting.empty() && m_settled())) return false;
+  if (!watched->isWindowType() || !event->spontaneous()) return false;
   std::unique_ptr<QEvent> input = copyOfInput(*event);
-  if (!input) return false;
+  if (!input || (m_waiting.empty() && m_gate.fenceIfSettled())) return false;
   m_waiting.emplace_back(qobject_cast<QWindow*>(watched), std::move(input));
   return true;
 }
@@ -48,10 +51,11 @@ void CInputDelay::release() {
 
 /// Each by a posted event of its own: the first one may open a dialog, and the others must not wait for its end.
 void CInputDelay::handOn() {
-  if (!m_settled()) return;
+  if (m_waiting.empty() || !m_gate.fenceIfSettled()) return;
   for (auto& [window, event] : std::exchange(m_waiting, {})) {
     if (window) QCoreApplication::postEvent(window, event.release());
   }
+  m_gate.fence();  // behind them
 }
 
 }  // namespace journal

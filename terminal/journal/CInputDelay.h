@@ -2,25 +2,27 @@
 
 #include <QObject>
 #include <QPointer>
-#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
 class QEvent;
 class QWindow;
+namespace desk {
+class CJobGate;
+}
 
 namespace journal {
 
 /// Puts what the user clicks and types aside while the panel is about to show something else, and hands it on when it
-/// does: a replay shows the outcome of a job before the next act is done, so a recording must too. Nothing waits for
-/// it but the input itself. GUI thread.
+/// does: a replay shows the outcome of a job before the next act is done, so a recording must too. From input that goes
+/// on until the GUI thread is back at its events nothing changes beside it. GUI thread.
 class CInputDelay : public QObject {
   Q_OBJECT
 
  public:
-  /// settled tells whether the panel shows what its last job saw. Takes the program's input while it lives.
-  explicit CInputDelay(std::function<bool()> settled);
+  /// Takes the program's input while it lives. The gate must outlive it.
+  explicit CInputDelay(desk::CJobGate& gate);
   ~CInputDelay() override;
 
   /// The panel may be settled now; what was put aside is handed on if it is.
@@ -31,7 +33,7 @@ class CInputDelay : public QObject {
  private:
   void handOn();
 
-  std::function<bool()> m_settled;
+  desk::CJobGate& m_gate;
   std::vector<std::pair<QPointer<QWindow>, std::unique_ptr<QEvent>>> m_waiting;
 };
 

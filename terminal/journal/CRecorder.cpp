@@ -76,8 +76,7 @@ SUserLine foldAct(bool expand, const QString& row) {
 
 }  // namespace
 
-CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out)
-    : m_desk(desk), m_inputDelay([&desk] { return desk.gate().isSettled(); }), m_lines(out) {
+CRecorder::CRecorder(desk::CDesk& desk, std::ostream& out) : m_desk(desk), m_inputDelay(desk.gate()), m_lines(out) {
   m_clock.start();
   m_desk.addObserver(this);
   m_desk.gate().setRecording(
