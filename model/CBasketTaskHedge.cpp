@@ -134,8 +134,10 @@ bool CBasketTask::updateHedgeCnt(boost::shared_ptr<CTaskDetail>& d) {
   if (!account || account->m_nType != HEDGE_ACCOUNT_TYPE) return false;
   DetailMap details = m_mapHedgeDetails;
   if (d->m_nTaskId != ksservice::UNSET_INT) details[d->getKey()] = d;
+  const std::vector<ksservice::COrderInfoPtr> orders = ordersOf(details);
   std::vector<ksservice::COrderDetailPtr> known;
-  for (const auto& order : ordersOf(details)) known.push_back(COrderDetailHelper::getOrderDetailByMavTag(order->m_tag));
+  known.reserve(orders.size());
+  for (const auto& order : orders) known.push_back(COrderDetailHelper::getOrderDetailByMavTag(order->m_tag));
   if (!m_pHedgeItem) {
     if (!m_load) askAccounts(accountOf(*d).key);
     addHedgeRow(*d);

@@ -21,10 +21,11 @@ namespace TC {
 
 /// A panel through random days, one after the other, and what must hold in it.
 class CycleDays : public testing::Test {
- protected:
+ public:
   CycleDays();
   ~CycleDays() override;
 
+ protected:
   void runDay(std::uint32_t seed);
   void step();
   void act();

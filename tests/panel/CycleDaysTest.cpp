@@ -188,6 +188,7 @@ void CycleDays::step() {
   for (const int task : {m_nStale, m_strLost.empty() ? -1 : test::taskOf(*m_market.newest(m_nType).at(m_strLost))}) {
     for (const std::string& key : m_market.keysOf(m_nType, task)) lost.insert(key);
   }
+  before.reserve(lost.size());
   for (const std::string& key : lost) before.push_back(m_market.renew(key));
   m_told = lost;
   m_strLost.clear();

@@ -18,9 +18,9 @@ constexpr int HEDGE = 60;
 
 boost::shared_ptr<CAccountInfo> accountOf(int number) {
   // Two accounts with one display identifier, and that of the hedges.
-  const auto account = number == HEDGE   ? makeAccount("F1", "2001")
-                       : number % 3 == 0 ? makeAccount("A2", "1001")
-                                         : makeAccount("A1", "1001");
+  auto account = number == HEDGE   ? makeAccount("F1", "2001")
+                 : number % 3 == 0 ? makeAccount("A2", "1001")
+                                   : makeAccount("A1", "1001");
   account->m_nType = number == HEDGE ? 1 : 2;
   return account;
 }
@@ -55,7 +55,7 @@ std::vector<std::string> CCycleMarket::keysOf(int type, int task) const {
 
 CTaskDetailPtr CCycleMarket::next(int type, std::set<std::string>& told) {
   const Details before = m_newest;
-  const CTaskDetailPtr detail = any(type);
+  CTaskDetailPtr detail = any(type);
   if (told.insert(detail->getKey()).second) return detail;
   m_newest = before;
   return nullptr;
