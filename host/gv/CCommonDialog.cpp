@@ -6,6 +6,7 @@
 #include <QLayout>
 #include <QLineEdit>
 #include <QPointer>
+#include <utility>
 
 namespace GV {
 namespace {
@@ -92,12 +93,22 @@ void CCommonDialog::commitEdits() {
   for (IDialogRows* rows : rowWidgets()) rows->commitEdits();
 }
 
+void CCommonDialog::showEvent(QShowEvent* event) {
+  m_bEnded = false;
+  QDialog::showEvent(event);
+}
+
+void CCommonDialog::done(int result) {
+  if (!std::exchange(m_bEnded, true)) QDialog::done(result);
+}
+
 void CCommonDialog::closeEvent(QCloseEvent* event) {
   if (isOpen() && observer() != nullptr) observer()->dialogClosed(*this);
   QDialog::closeEvent(event);
 }
 
 void CCommonDialog::keyPressEvent(QKeyEvent* event) {
+  if (m_bEnded) return;
   const bool cancel = event->matches(QKeySequence::Cancel);
   // A key that is held down (where the window system tells) has done what it was meant for; what comes into its way
   // next was not meant.

@@ -22,6 +22,7 @@ bool CEventDeliverer::deliverEvent(QWidget* from, int eventId, int id, int value
   if (from == nullptr) return false;
   const QPointer<QWidget> alive = from;
   if (CCommonDialog* dialog = CCommonDialog::of(from)) {
+    if (dialog->hasEnded()) return false;
     // Committing an edit may show a message, during which anything may go.
     dialog->aboutToHandle(from, eventId, value, key, data);
     if (!alive) return false;

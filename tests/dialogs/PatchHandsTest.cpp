@@ -89,6 +89,25 @@ TEST_F(PatchHandsTest, AButtonCommitsTheOpenEditorFirst) {
                                          qs("补单 press 选中补单"), qs("补单 accepted")}));
 }
 
+/// Clicks and keys that are under way when a dialog ends still come to its window.
+TEST_F(PatchHandsTest, WhatComesBehindTheEndChangesNothing) {
+  m_dialog.setTraderType(true);
+  Witness witness;
+  const int result = run(m_params, [&](GV::CCommonDialog& dialog) {
+    clickButton("选中补单");
+    ASSERT_FALSE(dialog.isOpen());
+    clickButton("新建篮子补单");
+    click(1, 0);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  });
+  EXPECT_EQ(result, QDialog::Accepted);
+  EXPECT_FALSE(m_dialog.isNewBasket());
+  EXPECT_EQ(take().size(), 2u);
+  EXPECT_EQ(witness.m_told, (QStringList{qs("补单 opens"), qs("补单 press 选中补单"), qs("补单 accepted")}));
+  EXPECT_EQ(run(m_params, [&](auto&) { clickButton("新建篮子补单"); }), QDialog::Accepted) << "opened again";
+  EXPECT_TRUE(m_dialog.isNewBasket());
+}
+
 TEST_F(PatchHandsTest, EditorsOpenAndCommitByKeyboard) {
   Witness witness;
   run(m_params, [&](GV::CCommonDialog& dialog) {
