@@ -7,8 +7,8 @@ int dlclose(void*) noexcept { return 0; }
 const char* __asan_default_options() { return "strict_string_checks=1"; }
 const char* __ubsan_default_options() { return "print_stacktrace=1"; }
 
-// The platform integration lives as long as the process, by Qt's design. Qt has no frame pointers, and to unwind without
-// them would make every allocation five times as slow: so it is known by the libraries that allocate it.
+// The platform integration lives as long as the process, by Qt's design. Qt has no frame pointers, and to unwind
+// without them would make every allocation five times as slow: so it is known by the libraries that allocate it.
 const char* __lsan_default_suppressions() { return "leak:libqoffscreen.so\nleak:libQt5Gui.so\n"; }
 // Standard error holds the program's own lines only.
 const char* __lsan_default_options() { return "print_suppressions=0"; }

@@ -1,0 +1,241 @@
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QMenu>
+#include <QTemporaryDir>
+#include <QTest>
+#include <future>
+#include <nlohmann/json.hpp>
+
+#include "CRecorder.h"
+#include "JournalReader.h"
+#include "JournalRig.h"
+#include "LineRecords.h"
+#include "TableDump.h"
+#include "gv/CCommonDialog.h"
+#include "gv/CFileDialog.h"
+#include "gv/CHpfTreeTable.h"
+#include "gv/Controls.h"
+#include "tc/Services.h"
+
+namespace {
+
+using nlohmann::json;
+using namespace journal;
+
+/// A live session with the panel's own timer, recorded.
+class CLiveSession {
+ public:
+  CLiveSession() : m_services(m_desk, desk::CHostServices::EClock::Live), m_recorder(m_desk, m_journal) {
+    m_services.install();
+    std::istringstream in(SETUP);
+    for (const SLine& line : readJournal(in, "setup").m_lines)
+      std::visit([this](const auto& body) { set(body); }, line.m_body);
+    m_recorder.recordOpen();
+    m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
+    m_recorder.watch(*m_pPanel);
+    m_pPanel->setTradeType(EMTT_Stock);
+    m_pPanel->resize(1200, 600);
+    m_pPanel->show();
+  }
+
+  ~CLiveSession() { m_recorder.recordClose(); }
+
+  /// A task comes, and the user touches whatever there is.
+  void run() {
+    // On a thread of the host, which waits for the end of the first load.
+    const auto published = std::async(std::launch::async, [this] {
+      m_desk.publishTask(toPublication(std::get<STaskLine>(std::get<SLine>(parseLine(task(3))).m_body), m_desk));
+    });
+    ASSERT_TRUE(QTest::qWaitFor([this] { return table().rowCount() == 2; }));
+    m_pPanel->findChild<GV::CComboPushButton*>()->choose(1);
+    m_pPanel->findChild<GV::CCheckBox*>()->click();
+    table().contextMenu()->actions().last()->trigger();
+    table().sortByColumn(7, Qt::DescendingOrder);
+    // Recorded with the whole parameter text, from which a replay reads no display mode.
+    QCoreApplication::processEvents();
+    QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, table().cellRect(0, 8).center());
+    QTest::mouseClick(table().viewport(), Qt::LeftButton, {}, table().cellRect(0, 9).center());
+    table().setCurrentKey(table().baseModel()->rowAt(0).key());
+    for (const auto key : {Qt::Key_Left, Qt::Key_Right}) QTest::keyClick(&table(), key);
+    QCoreApplication::processEvents();
+  }
+
+  /// The table as it stands, and the journal up to a dump of the same name.
+  json end() {
+    m_recorder.recordDump("end");
+    return tableDump(*m_pPanel, "end");
+  }
+  std::string journal() const { return m_journal.str(); }
+  void setQuote(double last) {
+    TC::CQuote quote;
+    quote.m_dLast = quote.m_dCalc = quote.m_dOrder = last;
+    m_desk.setQuote("SH", "600000", quote);
+  }
+  GV::CHpfTreeTable& table() { return *tableOf(*m_pPanel); }
+
+ private:
+  void set(const SSessionLine& line) { m_desk.setSession(line.m_session); }
+  void set(const SAccountLine& line) { m_desk.addAccount(toAccount(line)); }
+  void set(const SInstrumentLine& line) { m_desk.setInstrument(line.m_info); }
+  void set(const SQuoteLine& line) { m_desk.setQuotes({toQuote(line)}); }
+  template <typename Other>
+  void set(const Other&) {
+    FAIL() << "not a line of the setup";
+  }
+
+  desk::CDesk m_desk;
+  desk::CHostServices m_services;
+  std::ostringstream m_journal;
+  CRecorder m_recorder;
+  std::unique_ptr<TC::CBasketTasksPanel> m_pPanel;
+};
+
+TEST(Recording, ReplayedGivesTheSameTableCellForCell) {
+  json live;
+  std::string journal;
+  {
+    CLiveSession session;
+    session.run();
+    live = session.end();
+    journal = session.journal();
+  }
+  ASSERT_EQ(live["rows"].size(), 2u);
+  EXPECT_EQ(live["rows"][0]["expanded"], true);
+  EXPECT_EQ(live["filter"], 1);
+  CReplay replay;
+  ASSERT_EQ(replay.play(journal), 0) << replay.errors();
+  const std::vector<json> dumps = replay.lines("dump");
+  ASSERT_EQ(dumps.size(), 1u);
+  const json& played = dumps[0];
+  for (const char* field : {"rows", "filter", "running", "param"}) EXPECT_EQ(played[field], live[field]) << field;
+}
+
+/// What an act meets stands before it in the journal: until the act is over, or the dialog that it opens is open,
+/// nothing changes, nor from the end of the dialog until what was confirmed in it is done.
+TEST(Recording, NothingChangesBesideAnAct) {
+  desk::CDesk desk;
+  std::ostringstream journal;
+  CRecorder recorder(desk, journal);
+  const auto change = [&desk](int group) {
+    return std::async(std::launch::async, [&desk, group] { desk.setHedgeState(group, 3); });
+  };
+  const auto isDone = [](const std::future<void>& each) {
+    return each.wait_for(std::chrono::milliseconds(30)) == std::future_status::ready;
+  };
+  recorder.recordSetParam(QStringLiteral("act"));
+  std::future<void> before;
+  std::future<void> inside;
+  std::future<void> behind;
+  before = change(1);
+  EXPECT_FALSE(isDone(before)) << "the act is not over";
+  GV::CCommonDialog dialog;
+  QTimer::singleShot(0, &dialog, [&] {
+    before.get();
+    inside = change(2);
+    EXPECT_TRUE(isDone(inside));
+    dialog.close();
+    QCoreApplication::sendPostedEvents();  // what is left of the dialog's loop
+    behind = change(3);
+  });
+  dialog.exec();
+  EXPECT_FALSE(isDone(behind)) << "what was confirmed is not done";
+  recorder.recordDump("done");
+  QCoreApplication::processEvents();
+  behind.get();
+  std::istringstream in(journal.str());
+  std::string order;
+  for (std::string text; std::getline(in, text);) {
+    const json line = json::parse(text);
+    order += line["kind"].get<std::string>() +
+             (line.contains("group") ? std::to_string(line["group"].get<int>()) : "") + " ";
+  }
+  EXPECT_EQ(order, "user host hedgeState1 hedgeState2 dump hedgeState3 ");
+}
+
+/// Of a journal's lines those of a kind, without their times.
+std::vector<json> linesOf(const std::string& journal, const char* kind) {
+  std::vector<json> lines;
+  std::istringstream in(journal);
+  for (std::string text; std::getline(in, text);) {
+    json line = json::parse(text);
+    for (const char* field : {"t", "now"}) line.erase(field);
+    if (line["kind"] == kind) lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+TC::CProgressOrder childOrder(const char* key, int traded) {
+  TC::CProgressOrder order;
+  order.m_detail.m_strKey = key;
+  order.m_detail.m_nTradedVolume = traded;
+  return order;
+}
+
+TEST(Recording, TellsOfProgressOnlyWhatChanged) {
+  desk::CDesk desk;
+  std::ostringstream journal;
+  {
+    CRecorder recorder(desk, journal);
+    const auto tell = [&desk](std::vector<TC::CProgressOrder> orders) { desk.setProgress("1-1", {std::move(orders)}); };
+    tell({childOrder("c1", 0), childOrder("c2", 100)});
+    tell({childOrder("c1", 0), childOrder("c2", 300), childOrder("c3", 0)});
+    tell({childOrder("c2", 300), childOrder("c1", 0)});  // in another order
+    tell({childOrder("", 7)});
+    tell({childOrder("", 7), childOrder("", 8)});
+  }
+  std::string told;
+  for (const json& line : linesOf(journal.str(), "progress")) {
+    told += line.value("partial", false) ? "partial " : "whole ";
+    for (const json& order : line["orderDetails"]) {
+      told += order.value("key", "") + ":" + std::to_string(order.value("traded", 0)) + " ";
+    }
+  }
+  EXPECT_EQ(told, "whole c1:0 c2:100 partial c2:300 c3:0 whole c2:300 c1:0 whole :7 whole :7 :8 ");
+}
+
+TEST(Recording, TellsOfAQuoteWhenThePanelAsksForIt) {
+  CLiveSession session;
+  session.run();
+  const auto ask = [](double expected) {
+    TC::CQuote quote;
+    ASSERT_TRUE(TC::getQuoteClient().getQuote("SH", "600000", quote));
+    EXPECT_EQ(quote.m_dLast, expected);
+  };
+  for (const double price : {10.1, 10.2}) session.setQuote(price);
+  ask(10.2);
+  ask(10.2);
+  for (const double price : {10.3, 10.4}) session.setQuote(price);
+  std::string told;
+  for (const json& line : linesOf(session.journal(), "quote")) told += std::to_string(line["last"].get<double>()) + " ";
+  EXPECT_EQ(told, "10.000000 10.200000 ");
+}
+
+TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
+  const QTemporaryDir folder;
+  QString answer = folder.filePath("out.csv");
+  GV::CFileDialog::setPresenter([&answer](QWidget*, const QString&) { return answer; });
+  CLiveSession session;
+  const auto choose = [&session](const char* text) {
+    for (QAction* action : session.table().contextMenu()->actions()) {
+      if (action->text() == QString::fromUtf8(text)) action->trigger();
+    }
+  };
+  choose("导出数据");
+  answer.clear();
+  QTest::keyClick(&session.table(), Qt::Key_E, Qt::ControlModifier);
+  choose("复制");
+  QCoreApplication::processEvents();
+  GV::CFileDialog::setPresenter({});
+  EXPECT_TRUE(QFile::exists(folder.filePath("out.csv")));
+
+  std::vector<std::string> acts;
+  std::istringstream in(session.journal());
+  for (std::string text; std::getline(in, text);) {
+    const json line = json::parse(text);
+    if (line["kind"] == "user") acts.push_back(line["do"].get<std::string>() + " " + line.value("file", "-"));
+  }
+  EXPECT_EQ(acts, (std::vector<std::string>{"export out.csv", "export ", "copy -"}));
+}
+
+}  // namespace
