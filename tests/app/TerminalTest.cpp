@@ -161,7 +161,8 @@ TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
     ASSERT_EQ(param.substr(param.size() - 4), "*0*0");
     kept.setValue("panel/param", QString::fromStdString(param.substr(0, param.size() - 4) + "*1*2"));
   }
-  ASSERT_EQ(runTerminal(common + QStringList{"--record", path("journal.jsonl")}).m_nStatus, 0);
+  const SResult again = runTerminal(common + QStringList{"--record", path("journal.jsonl")});
+  ASSERT_EQ(again.m_nStatus, 0) << again.m_strErrors.toStdString();
   const nlohmann::json restored = lastDump(path("out"));
   EXPECT_EQ(restored["filter"], 2);
   EXPECT_EQ(restored["param"], param.substr(0, param.size() - 4) + "*1*2");

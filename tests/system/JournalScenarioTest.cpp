@@ -9,7 +9,7 @@
 
 namespace {
 
-std::string journalFolder() { return std::string(PBT_SOURCE_DIR) + "/tests/system/journals/"; }
+std::string journalFolder() { return PBT_SOURCE_DIR "/tests/system/journals/"; }
 
 std::string readFile(const std::string& name) {
   std::ifstream in(name);
