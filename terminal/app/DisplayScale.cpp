@@ -47,12 +47,12 @@ void applyScale(std::optional<int> percent) {
   apply(percent ? *percent : screen != nullptr ? percentOf(*screen) : MIN_SCALE_PERCENT);
 }
 
-void followScreen(QWidget& widget, const SOptions& options) {
+void followScreen(QWidget& window, const SOptions& options) {
   if (options.m_nScalePercent) return;
-  widget.winId();
-  QWindow& window = *widget.windowHandle();
-  QObject::connect(&window, &QWindow::screenChanged, &window, [&window](QScreen* screen) { follow(window, screen); });
-  follow(window, window.screen());
+  window.winId();
+  QWindow& shown = *window.windowHandle();
+  QObject::connect(&shown, &QWindow::screenChanged, &shown, [&shown](QScreen* screen) { follow(shown, screen); });
+  follow(shown, shown.screen());
 }
 
 }  // namespace app

@@ -22,7 +22,7 @@ std::string readFile(const std::string& name) {
 std::string keep(const std::string& name, const std::string& printout) {
   const QString folder = QDir::tempPath() + "/pbt-scenarios";
   QDir().mkpath(folder);
-  const std::string file = folder.toStdString() + "/" + name + ".txt";
+  std::string file = folder.toStdString() + "/" + name + ".txt";
   std::ofstream(file) << printout;
   return file;
 }
