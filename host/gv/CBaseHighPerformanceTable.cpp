@@ -6,7 +6,6 @@
 #include <QStandardItemModel>
 #include <QStringList>
 #include <algorithm>
-#include <utility>
 
 #include "gv/CBaseHighPerformanceTableColors.h"
 #include "gv/CStatisticsLine.h"

@@ -203,6 +203,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   SCell cellAt(int row, int column, const QPoint& mouse) const;
   SCell cellAt(int row, int column, const QPoint& mouse, const QString& key) const;
   void selectRange(int from, int to);
+  void makeCurrent(int row, const QString& key);
   bool runCommand(const QKeyEvent& event);
   void prepareRowCommands();
   void popUpContextMenu(const QPoint& point);

@@ -1,7 +1,6 @@
 // The columns of the table and their header.
 #include <QHeaderView>
 #include <QMenu>
-#include <QScrollBar>
 #include <QStandardItemModel>
 #include <algorithm>
 #include <utility>

@@ -78,15 +78,18 @@ void CBaseHighPerformanceTable::moveCurrent(int row, Qt::KeyboardModifiers modif
     m_strRangeKey = key;
     setSelectedKeys({key});
   }
-  if (m_strCurrentKey != key) {
-    m_strCurrentKey = key;
-    Q_EMIT sigCurrentChanged(key);
-    QAccessibleEvent focus(this, QAccessible::Focus);
-    focus.setChild(row * m_pModel->columnCount());
-    if (QAccessible::isActive()) QAccessible::updateAccessibility(&focus);
-  }
+  makeCurrent(row, key);
   scrollToRow(row);
   scheduleUpdate();
+}
+
+void CBaseHighPerformanceTable::makeCurrent(int row, const QString& key) {
+  if (m_strCurrentKey == key) return;
+  m_strCurrentKey = key;
+  Q_EMIT sigCurrentChanged(key);
+  QAccessibleEvent focus(this, QAccessible::Focus);
+  focus.setChild(row * m_pModel->columnCount());
+  if (QAccessible::isActive()) QAccessible::updateAccessibility(&focus);
 }
 
 // Mouse
@@ -109,7 +112,7 @@ void CBaseHighPerformanceTable::mousePressEvent(QMouseEvent* event) {
   // A right click on a selection keeps it, so that the menu acts on all of it.
   const bool keep = event->button() == Qt::RightButton && isSelected(m_strPressedKey);
   if (!m_bPressTaken && !keep) moveCurrent(row, event->modifiers());
-  if (keep) m_strCurrentKey = m_strPressedKey;
+  if (keep) makeCurrent(row, m_strPressedKey);
   scheduleUpdate();
 }
 

@@ -11,7 +11,7 @@
 namespace GV {
 
 namespace {
-constexpr int kCurrentMark = 2;
+constexpr int kCurrentMark = 2;  // pixels at scale 1
 constexpr qint64 kFlashMilliseconds = 500;
 }  // namespace
 
