@@ -9,6 +9,7 @@
 
 #include "TableFixture.h"
 #include "gv/CMessageBox.h"
+#include "tc/CMsgService.h"
 #include "tc/CTaskParamWidget.h"
 #include "utils/Log.h"
 
@@ -47,6 +48,24 @@ TEST_F(PlainText, InMessageBoxesAndPopups) {
   const auto labels = popup.findChildren<QLabel*>();
   ASSERT_FALSE(labels.isEmpty());
   for (const QLabel* label : labels) EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->text().toStdString();
+}
+
+TEST_F(PlainText, InTheBoxOfAHostThatShowsNoneOfItsOwn) {
+  struct SSilentHost : TC::CMsgService {
+    void showMsg(const QString&, int) override {}
+  } host;
+  QWidget window;
+  window.show();
+  window.activateWindow();
+  QApplication::processEvents();
+  QStringList boxes;
+  GV::CMessageBox::setPresenter([&](QWidget* parent, const QString& title, const QString& text) {
+    EXPECT_EQ(parent, &window) << "the active one";
+    boxes << title + QLatin1Char('|') + text;
+  });
+  host.showBox(QStringLiteral("补单"), MARKUP);
+  GV::CMessageBox::setPresenter({});
+  EXPECT_EQ(boxes, QStringList{QStringLiteral("补单|") + MARKUP});
 }
 
 TEST_F(PlainText, InTips) {
