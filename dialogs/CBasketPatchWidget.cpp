@@ -106,12 +106,23 @@ QWidget* CBasketPatchDialog::createBottom() {
   return bottom;
 }
 
+void CBasketPatchDialog::install() {
+  setPatchConfirmFactory([] { return std::make_unique<CBasketPatchDialog>(); });
+}
+
+PatchChoice CBasketPatchDialog::confirm(const SPatchOffer& offer) {
+  setTraderType(offer.algorithmic);
+  setPatchParams(offer.lines, offer.taskParams, offer.algoParams);
+  if (exec() != QDialog::Accepted) return SPatchGivenUp();
+  if (isNewBasket()) return takeNewBasket();
+  return takeParams();
+}
+
 void CBasketPatchDialog::setTraderType(bool algorithmic) { m_pNewBasketButton->setVisible(algorithmic); }
 
 // Filling
 
-void CBasketPatchDialog::setPatchParams(const std::vector<CCodeOrderParam>& params,
-                                        const std::vector<CCodeOrderParam>& taskParams,
+void CBasketPatchDialog::setPatchParams(const PatchParams& params, const PatchParams& taskParams,
                                         const std::string& tradeParamText) {
   if (m_pTradeParams == nullptr) {
     m_pTradeParams =
@@ -237,29 +248,30 @@ void CBasketPatchDialog::editQuantity(const QString& key, const QString& text) {
 
 // The outcome
 
-void CBasketPatchDialog::takeParams(std::vector<CCodeOrderParam>& out, std::string& algoParams) {
-  m_unpriced.clear();
+SPatchOrders CBasketPatchDialog::takeParams() {
+  SPatchOrders orders;
   for (const auto& row : m_pModel->patchRows()) {
     if (!row->m_bChecked) continue;
     CCodeOrderParam param = row->m_param;
     m_pTradeParams->widget().fillParams(stockKey(param), param.m_nVolume, param, NO_LIMIT);
-    (m_prices.apply(param) ? out : m_unpriced).push_back(param);
+    (m_prices.apply(param) ? orders.params : orders.unpriced).push_back(param);
   }
   const CGlobalOrderParamTable& table = m_pTradeParams->table();
-  if (table.algorithmIndex() != CGlobalOrderParamTable::NO_ALGORITHM) algoParams = table.getAlgParamsStr();
+  if (table.algorithmIndex() != CGlobalOrderParamTable::NO_ALGORITHM) orders.algoParams = table.getAlgParamsStr();
+  orders.orderType = orderType();
+  return orders;
 }
 
-QStringList CBasketPatchDialog::takeNewBasketLines() {
-  QStringList lines;
+SPatchBasket CBasketPatchDialog::takeNewBasket() {
+  SPatchBasket basket;
   QStringList unitless;
-  m_newBasketParams.clear();
   for (const auto& row : m_pModel->patchRows()) {
     if (!row->m_bChecked) continue;
     const SNewBasketLine line = newBasketLine(row->m_param);
     if (!line.m_strText.isEmpty()) {
-      lines.append(line.m_strText);
-      m_newBasketParams.push_back(row->m_param);
-      m_newBasketParams.back().m_nVolume = line.m_nQuantity;
+      basket.lines.append(line.m_strText);
+      basket.params.push_back(row->m_param);
+      basket.params.back().m_nVolume = line.m_nQuantity;
     }
     if (line.m_bUnitless) unitless.append(GV::sToQs(stockKey(row->m_param)));
   }
@@ -268,7 +280,7 @@ QStringList CBasketPatchDialog::takeNewBasketLines() {
         this, windowTitle(),
         QStringLiteral("%1 没有有效的最小交易单位，没有列入新篮子").arg(unitless.join(QStringLiteral("、"))));
   }
-  return lines;
+  return basket;
 }
 
 }  // namespace TC

@@ -2,11 +2,10 @@
 #pragma once
 
 #include <QSet>
-#include <QStringList>
 #include <string>
-#include <vector>
 
 #include "CHpfOpPatchConfirmTableModel.h"
+#include "IPatchConfirm.h"
 #include "PatchPrices.h"
 #include "gv/CCommonDialog.h"
 
@@ -27,33 +26,18 @@ class CTradeParamDialog;
 /// The user picks the securities of a cancelled task that are ordered again, and how much of each, never more than was
 /// offered: as a task of the same basket or as lines for a new basket. Lives with its task; what the user chose in the
 /// trade parameters stays from one run to the next. GUI thread.
-class CBasketPatchDialog : public GV::CCommonDialog {
+class CBasketPatchDialog : public GV::CCommonDialog, public IPatchConfirm {
   Q_OBJECT
 
  public:
   CBasketPatchDialog();
 
-  /// Only an algorithm's task can be handed on as a new basket.
-  void setTraderType(bool algorithmic);
-  /// The securities that can be patched, each with the most that may be ordered as its volume, all checked. taskParams:
-  /// the task's own parameters in the order of its details' keys; tradeParamText: its algorithm parameters. The trade
-  /// parameters start from the first run's first parameter and text; prices that the task gave are this run's.
-  void setPatchParams(const std::vector<ksservice::CCodeOrderParam>& params,
-                      const std::vector<ksservice::CCodeOrderParam>& taskParams, const std::string& tradeParamText);
-  /// Whether the last accepted run chose a new basket.
-  bool isNewBasket() const { return m_bNewBasket; }
-  /// EOrderType of the trade parameters as they are chosen now. After setPatchParams.
-  int orderType() const;
-  /// Appends what is to be ordered of the checked rows, with order type, price type and price
-  /// (docs/order-parameters.md); algoParams is set when an algorithm is shown, else left alone: the task keeps its own.
-  void takeParams(std::vector<ksservice::CCodeOrderParam>& out, std::string& algoParams);
-  /// What the last takeParams left out for want of a price above 0, in the order of the rows.
-  const std::vector<ksservice::CCodeOrderParam>& unpriced() const { return m_unpriced; }
-  /// A line of the new-basket window for each checked row that has one. The user is told of rows that cannot be ordered
-  /// since their unit of trade is below 1.
-  QStringList takeNewBasketLines();
-  /// The rows' parameters of the last takeNewBasketLines, line by line, each with the line's quantity as its volume.
-  const std::vector<ksservice::CCodeOrderParam>& newBasketParams() const { return m_newBasketParams; }
+  /// Makes this dialog what tasks ask through. GUI thread.
+  static void install();
+
+  /// The securities of the offer are shown all checked. The trade parameters start from the first offer's first
+  /// parameter and text; prices that the task gave are this offer's. Then come boxes about what cannot be taken.
+  PatchChoice confirm(const SPatchOffer& offer) override;
 
   bool handleEvent(int eventId, int id, int value, QString key, void* payload) override;
 
@@ -61,6 +45,19 @@ class CBasketPatchDialog : public GV::CCommonDialog {
   void showEvent(QShowEvent* event) override;
 
  private:
+  /// Only an algorithm's task can be handed on as a new basket.
+  void setTraderType(bool algorithmic);
+  void setPatchParams(const PatchParams& params, const PatchParams& taskParams, const std::string& tradeParamText);
+  /// Whether the last accepted run chose a new basket.
+  bool isNewBasket() const { return m_bNewBasket; }
+  /// EOrderType of the trade parameters as they are chosen now. After setPatchParams.
+  int orderType() const;
+  /// What is to be ordered of the checked rows, in their order (docs/order-parameters.md).
+  SPatchOrders takeParams();
+  /// A line for each checked row that has one. The user is told of rows that cannot be ordered since their unit of
+  /// trade is below 1.
+  SPatchBasket takeNewBasket();
+
   QWidget* createTools();
   QWidget* createBottom();
   void createTable();
@@ -79,8 +76,6 @@ class CBasketPatchDialog : public GV::CCommonDialog {
   GV::CPushButton* m_pNewBasketButton = nullptr;
   QSet<QString> m_keys;
   CPatchPrices m_prices;
-  std::vector<ksservice::CCodeOrderParam> m_unpriced;
-  std::vector<ksservice::CCodeOrderParam> m_newBasketParams;
   bool m_bNewBasket = false;
 };
 

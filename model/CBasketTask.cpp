@@ -1,6 +1,5 @@
 #include "CBasketTask.h"
 
-#include "CBasketPatchWidget.h"
 #include "RefreshRun.h"
 #include "TaskKeys.h"
 #include "TaskRules.h"

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "CBasketTaskItem.h"
+#include "IPatchConfirm.h"
 #include "PatchBook.h"
 #include "PatchRules.h"
 #include "PatchStore.h"
@@ -29,8 +30,6 @@
 #include "utils/KSError.h"
 
 namespace TC {
-
-class CBasketPatchDialog;
 
 /// Whether somebody still shows the task, or why nobody does.
 enum class ELetGo { Held, NewTradingDay, Closed };
@@ -315,13 +314,13 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   bool isNewestQuery(int number) const;
   void failQuery();
   void confirmPatch(const QString& key, const OrderProcessMap& finished, EMavTraderType traderType);
-  void takePatch(const OrderProcessMap& finished);
-  void takeNewBasket(const OrderProcessMap& finished);
+  void takePatch(const SPatchOrders& chosen, const OrderProcessMap& finished);
+  void takeNewBasket(const SPatchBasket& chosen, const OrderProcessMap& finished);
   bool stillHolds();
   bool checkFits(const ParamList& params, const OrderProcessMap& finished);
   static void tellRefused(const QStringList& refused);
   void refuseOffer();
-  void sendPatch(const ParamList& params, const std::string& algoParams);
+  void sendPatch(const SPatchOrders& chosen);
   void createPatch(const ksservice::COrderCommand& command, const ParamList& params, int hedgeType);
 
   // Patching: the remainder
@@ -389,8 +388,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   int m_nAnswered = 0;      ///< number of the query that was answered last
   double m_dAskedMSec = 0;  ///< when the newest query was sent, by the host's clock
   ELetGo m_eLetGo = ELetGo::Held;
-  bool m_bDroppedMeanwhile = false;                    ///< the task was dropped since the user was asked
-  std::unique_ptr<CBasketPatchDialog> m_pPatchDialog;  ///< made for the first patch; GUI thread
+  bool m_bDroppedMeanwhile = false;                ///< the task was dropped since the user was asked
+  std::unique_ptr<IPatchConfirm> m_pPatchConfirm;  ///< made for the first patch; GUI thread
 
   NodeList m_innerNodes;  ///< group and account nodes of the current shape
   unsigned m_nShapeVersion = 0;

@@ -1,16 +1,15 @@
 /// Operations on a whole task: what is asked of the host, and what its answers announce. Nothing is asked of the host
 /// and nothing is announced with the mutex held, unless the caller holds it.
-#include <QApplication>
 #include <boost/make_shared.hpp>
 #include <utility>
 
 #include "CBasketTask.h"
 #include "EHpfBasketTaskStatus.h"
-#include "gv/CMessageBox.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CItCommandCenter.h"
+#include "tc/CMsgService.h"
 #include "tc/CTimeService.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
@@ -263,7 +262,7 @@ void CBasketTask::announceEnded() {
 
 void CBasketTask::slotShowOperateOrbTaskError(QString message) {
   const auto self = weak_from_this().lock();  // the box runs an event loop in which the panel may let go of the task
-  GV::CMessageBox::information(QApplication::activeWindow(), QStringLiteral("Operate task fail"), message);
+  getMsgService().showBox(QStringLiteral("Operate task fail"), message);
 }
 
 }  // namespace TC

@@ -1,12 +1,9 @@
 /// A patch from the click to what the user chose: the query of what server tasks have finished, and the confirmation.
 /// No dialog opens, and nothing is asked of the host, with the mutex held.
-#include <QApplication>
 #include <algorithm>
 
-#include "CBasketPatchWidget.h"
 #include "EHpfBasketTaskStatus.h"
 #include "PatchOffer.h"
-#include "gv/CMessageBox.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CItCommandCenter.h"
@@ -31,9 +28,7 @@ constexpr auto ALGO_TRADER = static_cast<EMavTraderType>(4);
 /// A query that has no answer after this time does not keep the user from asking again.
 constexpr double ANSWER_MSEC = 10000;
 
-void tell(const QString& text) {
-  GV::CMessageBox::information(QApplication::activeWindow(), QStringLiteral("补单"), text);
-}
+void tell(const QString& text) { getMsgService().showBox(QStringLiteral("补单"), text); }
 
 }  // namespace
 
@@ -219,17 +214,23 @@ void CBasketTask::confirmPatch(const QString& key, const OrderProcessMap& finish
     announceEnded();
     return;
   }
-  if (!m_pPatchDialog) m_pPatchDialog = std::make_unique<CBasketPatchDialog>();
-  m_pPatchDialog->setTraderType(traderType == ALGO_TRADER);
-  m_pPatchDialog->setPatchParams(offered.params, own, getAlgoParams().toStdString());
-  if (m_pPatchDialog->exec() != QDialog::Accepted) {
+  if (!m_pPatchConfirm) m_pPatchConfirm = makePatchConfirm();
+  if (!m_pPatchConfirm) {
+    tell(QStringLiteral("没有补单确认窗口，没有补单"));
+    logInfo(this, "CBasketTask::patchWithParam", "task %1% nobody confirms a patch", m_nGroupId);
+    announceEnded();
+    return;
+  }
+  const PatchChoice choice =
+      m_pPatchConfirm->confirm({offered.params, own, getAlgoParams().toStdString(), traderType == ALGO_TRADER});
+  if (const auto* orders = std::get_if<SPatchOrders>(&choice)) {
+    takePatch(*orders, finished);
+  } else if (const auto* basket = std::get_if<SPatchBasket>(&choice)) {
+    takeNewBasket(*basket, finished);
+  } else {
     announceEnded();
     logInfo(this, "CBasketTask::patchWithParam", "User %1% give up patch task %2%", getUserConfig().userName(),
             m_strKey);
-  } else if (m_pPatchDialog->isNewBasket()) {
-    takeNewBasket(finished);
-  } else {
-    takePatch(finished);
   }
 }
 
@@ -277,31 +278,25 @@ bool CBasketTask::checkFits(const ParamList& params, const OrderProcessMap& fini
   return false;
 }
 
-void CBasketTask::takePatch(const OrderProcessMap& finished) {
-  ParamList params;
-  std::string algoParams;
-  m_pPatchDialog->takeParams(params, algoParams);
-  const ParamList& unpriced = m_pPatchDialog->unpriced();
-  if (!unpriced.empty()) {
+void CBasketTask::takePatch(const SPatchOrders& chosen, const OrderProcessMap& finished) {
+  if (!chosen.unpriced.empty()) {
     QStringList refused;
-    for (const CCodeOrderParam& param : unpriced) refused << refusalLine(param, QStringLiteral("没有价格"));
+    for (const CCodeOrderParam& param : chosen.unpriced) refused << refusalLine(param, QStringLiteral("没有价格"));
     tellRefused(refused);
   }
   if (!stillHolds()) return;
-  if (params.empty() && !unpriced.empty()) {
+  if (chosen.params.empty() && !chosen.unpriced.empty()) {
     refuseOffer();
-  } else if (checkFits(params, finished)) {
-    sendPatch(params, algoParams);
+  } else if (checkFits(chosen.params, finished)) {
+    sendPatch(chosen);
   }
 }
 
-void CBasketTask::takeNewBasket(const OrderProcessMap& finished) {
-  const QStringList lines = m_pPatchDialog->takeNewBasketLines();
-  const ParamList& params = m_pPatchDialog->newBasketParams();
-  if (!checkFits(params, finished)) return;
-  const LineVolumes handed = plannedVolumes(params, ELineAccount::Each);
+void CBasketTask::takeNewBasket(const SPatchBasket& chosen, const OrderProcessMap& finished) {
+  if (!checkFits(chosen.params, finished)) return;
+  const LineVolumes handed = plannedVolumes(chosen.params, ELineAccount::Each);
   CPatchStore::instance().of(storeKey(), [&handed](CPatchCreations& creations) { creations.handedOver(handed); });
-  Q_EMIT sigPatchCreateTask(lines.join(QLatin1Char('\n')));
+  Q_EMIT sigPatchCreateTask(chosen.lines.join(QLatin1Char('\n')));
   drop(QString());
 }
 

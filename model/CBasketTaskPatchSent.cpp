@@ -1,12 +1,9 @@
 /// What was accepted in a patch: the creation, the host's answer, and what has not come of it. Nothing is asked of the
 /// host with the mutex held.
-#include <QApplication>
 #include <algorithm>
 
-#include "CBasketPatchWidget.h"
 #include "EHpfBasketTaskStatus.h"
 #include "PatchOffer.h"
-#include "gv/CMessageBox.h"
 #include "ksservice/Operations.h"
 #include "tc/CItCommandCenter.h"
 #include "tc/CMsgService.h"
@@ -29,7 +26,7 @@ constexpr int CONFIRMED_PATCH = 1;
 
 // The creation
 
-void CBasketTask::sendPatch(const ParamList& params, const std::string& algoParams) {
+void CBasketTask::sendPatch(const SPatchOrders& chosen) {
   const auto command = getItCommandCenter().getCommand(getCommandKey());
   if (!command) {
     utils::logInfo(this, "CBasketTask::patchWithParam", "get command fail");
@@ -37,10 +34,10 @@ void CBasketTask::sendPatch(const ParamList& params, const std::string& algoPara
     return;
   }
   COrderCommand patch = *command;
-  if (!algoParams.empty()) {
-    patch.m_strAlgoParams = algoParams;
+  if (!chosen.algoParams.empty()) {
+    patch.m_strAlgoParams = chosen.algoParams;
     patch.m_nOrderType = ksservice::EORT_Algo;
-  } else if (!ksservice::DataHelper::isAlgoOrderType(m_pPatchDialog->orderType())) {
+  } else if (!ksservice::DataHelper::isAlgoOrderType(chosen.orderType)) {
     // The user confirmed a plain trade, whatever the task itself was.
     patch.m_strAlgoParams.clear();
     patch.m_nOrderType = ksservice::EORT_Plain;
@@ -50,7 +47,7 @@ void CBasketTask::sendPatch(const ParamList& params, const std::string& algoPara
     m_pRoot->m_bPatching = true;
   }
   noteArrivals(newest());
-  createPatch(patch, params, CONFIRMED_PATCH);
+  createPatch(patch, chosen.params, CONFIRMED_PATCH);
   announceRoot();
 }
 
@@ -117,8 +114,7 @@ void CBasketTask::onPatchFailed(const LineVolumes& lines, const QString& message
     releaseRows(lines);
     formRoot();
   }
-  GV::CMessageBox::information(QApplication::activeWindow(), QStringLiteral("补单"),
-                               message.isEmpty() ? QStringLiteral("补单失败") : message);
+  getMsgService().showBox(QStringLiteral("补单"), message.isEmpty() ? QStringLiteral("补单失败") : message);
   announceEnded();
 }
 

@@ -8,6 +8,7 @@
 #include <array>
 
 #include "BasketColumns.h"
+#include "CBasketPatchWidget.h"
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
 #include "CHpfBasketStatusTable.h"
@@ -51,6 +52,7 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
       m_nTraderType(tradeType()),
       m_workQueue(std::make_unique<CJobQueue>()) {
   qRegisterMetaType<ksservice::CTaskDetailPtr>("ksservice::CTaskDetailPtr");
+  CBasketPatchDialog::install();
   createUi();
   utils::singleShot(FIRST_REFRESH_MSEC, this, [this] { slotTimeout(); });
   connect(this, SIGNAL(sigTaskDetail(ksservice::CTaskDetailPtr)), SLOT(slotTaskDetail(ksservice::CTaskDetailPtr)));

@@ -117,19 +117,19 @@ TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
     return found;
   };
   EXPECT_EQ(prices(), (std::vector<double>{10.7, 10.9, 300, 60})) << "the last of each line";
-  ASSERT_EQ(m_dialog.unpriced().size(), 2u) << "nothing was given for them";
-  EXPECT_EQ(m_dialog.unpriced()[0].m_pAccount, other);
-  EXPECT_EQ(m_dialog.unpriced()[0].m_dPrice, 0);
-  EXPECT_EQ(m_dialog.unpriced()[1].m_stock.m_strCode, "600001");
+  ASSERT_EQ(orders().unpriced.size(), 2u) << "nothing was given for them";
+  EXPECT_EQ(orders().unpriced[0].m_pAccount, other);
+  EXPECT_EQ(orders().unpriced[0].m_dPrice, 0);
+  EXPECT_EQ(orders().unpriced[1].m_stock.m_strCode, "600001");
 
   // The next patch: the first line's last price is none any more, and another price type of the task changes nothing.
   task.push_back(given("SH", "600000", EOT_Buy, 0));
   task.push_back(given("SH", "600000", EOT_Sell, 11.1));
   task.front().m_nPriceType = EPT_Latest;
   EXPECT_EQ(prices(), (std::vector<double>{11.1, 300, 60}));
-  EXPECT_EQ(m_dialog.unpriced().size(), 3u);
-  m_dialog.takeNewBasketLines();
-  EXPECT_EQ(m_dialog.newBasketParams().size(), 3u) << "a new basket needs no price, only an instrument";
+  EXPECT_EQ(orders().unpriced.size(), 3u);
+  run(params, task, "", [](auto& dialog) { dialog.press(qs("新建篮子补单")); });
+  EXPECT_EQ(basket().params.size(), 3u) << "a new basket needs no price, only an instrument";
 }
 
 TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
@@ -233,13 +233,13 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   params[9].m_pAccount = futures;
   params[11].m_pAccount = nullptr;
   params[12].m_nHandled = 100;
-  m_dialog.setPatchParams(params, {CCodeOrderParam()}, "");
-  EXPECT_EQ(m_dialog.takeNewBasketLines(),
+  run(params, [](auto& dialog) { dialog.press(qs("新建篮子补单")); });
+  EXPECT_EQ(basket().lines,
             (QStringList{qs("SH.600000\tN600000\t990\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t0\t1\t2\t49"),
                          qs("SH.600001\tN600001\t800\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t0\t1\t23\t49"),
                          qs("XX.IF2612\tNIF2612\t3\t0\t1\t4\t49")}));
   std::vector<std::pair<std::string, int>> handed;
-  for (const CCodeOrderParam& line : m_dialog.newBasketParams()) handed.emplace_back(line.getKey(), line.m_nVolume);
+  for (const CCodeOrderParam& line : basket().params) handed.emplace_back(line.getKey(), line.m_nVolume);
   EXPECT_EQ(handed, (std::vector<std::pair<std::string, int>>{{params[0].getKey(), 990},
                                                               {params[1].getKey(), 1200},
                                                               {params[2].getKey(), 800},

@@ -57,10 +57,9 @@ class PatchTest : public testing::Test {
     return made;
   }
 
-  /// Fills the dialog and runs it with the work in the user's place; what exec gave.
-  int run(const Params& params, const Work& work) { return run(params, {ksservice::CCodeOrderParam()}, "", work); }
-  int run(const Params& params, const Params& taskParams, const std::string& algoText, const Work& work) {
-    m_dialog.setPatchParams(params, taskParams, algoText);
+  /// Offers the lines of an algorithm's task with the work in the user's place.
+  void run(const Params& params, const Work& work) { run(params, {ksservice::CCodeOrderParam()}, "", work); }
+  void run(const Params& params, const Params& taskParams, const std::string& algoText, const Work& work) {
     GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
       auto* patch = dynamic_cast<TC::CBasketPatchDialog*>(&dialog);
       if (patch != nullptr) {
@@ -69,7 +68,7 @@ class PatchTest : public testing::Test {
         m_tradeWork(dialog);
       }
     });
-    return m_dialog.exec();
+    m_choice = m_dialog.confirm({params, taskParams, algoText, true});
   }
 
   /// Runs the trade parameters from the patch dialog with the work in the user's place.
@@ -78,12 +77,10 @@ class PatchTest : public testing::Test {
     EXPECT_EQ(dialog.press(dialog.state().buttons.at(2).text), QString());
   }
 
-  Params take(std::string* algoText = nullptr) {
-    Params params;
-    std::string text;
-    m_dialog.takeParams(params, algoText != nullptr ? *algoText : text);
-    return params;
-  }
+  /// What the user chose in the last run; throws where it was something else.
+  const TC::SPatchOrders& orders() const { return std::get<TC::SPatchOrders>(m_choice); }
+  const TC::SPatchBasket& basket() const { return std::get<TC::SPatchBasket>(m_choice); }
+  const Params& take() const { return orders().params; }
   QString quantity(const char* key) {
     for (const GV::SDialogRow& row : m_dialog.state().rows) {
       if (row.key == qs(key)) return row.editor == row.cells.at(7) ? row.editor : qs("cell and editor differ");
@@ -96,4 +93,5 @@ class PatchTest : public testing::Test {
   QStringList m_boxes;
   GV::DialogHook m_tradeWork;
   TC::CBasketPatchDialog m_dialog;
+  TC::PatchChoice m_choice;
 };

@@ -72,7 +72,6 @@ TEST_F(TradeParamTest, AnAlgorithmThatCannotBeReadIsKeptUntilAnotherIsChosen) {
   instrument("SH", "600000", 100);
   const Params params = {param("SH", "600000", EOT_Sell, 1000)};
   const QString note = qs("原算法参数无法显示，补单沿用原参数。");
-  std::string algoText = "untouched";
   const auto patchBy = [&](const char* choice) {
     run(params, {taskParam(13, EPT_Latest)}, "algo=POV", [&](TC::CBasketPatchDialog& dialog) {
       runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
@@ -82,16 +81,17 @@ TEST_F(TradeParamTest, AnAlgorithmThatCannotBeReadIsKeptUntilAnotherIsChosen) {
       });
       dialog.press(qs("选中补单"));
     });
-    const CCodeOrderParam taken = take(&algoText).at(0);
+    const CCodeOrderParam& taken = take().at(0);
+    EXPECT_EQ(taken.m_nOrderType, orders().orderType);
     return std::make_pair(taken.m_nOrderType, taken.m_nPriceType);
   };
   EXPECT_EQ(patchBy("智能算法"), std::make_pair(13, int{EPT_Latest}));
-  EXPECT_EQ(algoText, "untouched");
+  EXPECT_EQ(orders().algoParams, "") << "the task's own stay";
   EXPECT_EQ(patchBy("普通交易"), std::make_pair(int{EORT_Plain}, int{EPT_Latest}));
   EXPECT_EQ(patchBy("智能算法"), std::make_pair(13, int{EPT_Latest})) << "back to its own, not to any";
-  EXPECT_EQ(algoText, "untouched");
+  EXPECT_EQ(orders().algoParams, "") << "the task's own stay";
   EXPECT_EQ(patchBy("VWAP"), std::make_pair(13, int{EPT_Latest}));
-  EXPECT_EQ(algoText, "algo=VWAP;start=09:30:00;end=14:57:00;slices=10");
+  EXPECT_EQ(orders().algoParams, "algo=VWAP;start=09:30:00;end=14:57:00;slices=10");
 }
 
 TEST_F(TradeParamTest, WrongInputIsShownAndNeverLeavesTheDialog) {

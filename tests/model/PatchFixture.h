@@ -4,6 +4,7 @@
 #include <mutex>
 #include <sstream>
 
+#include "CBasketPatchWidget.h"
 #include "TaskFixture.h"
 #include "gv/CCommonDialog.h"
 #include "gv/CMessageBox.h"
@@ -33,6 +34,7 @@ class CPatchTaskTest : public CTaskTest {
     command.m_nBasketType = ksservice::ECBT_Basket;
     host.setCommand(command);
     listen();
+    TC::CBasketPatchDialog::install();
     inDialog([](GV::CCommonDialog& dialog) { dialog.closeByUser(); });
   }
 

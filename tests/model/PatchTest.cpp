@@ -86,6 +86,17 @@ TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
   EXPECT_EQ(host.takeCreations().size(), 1u);
 }
 
+TEST_F(CPatchTest, WithoutSomebodyWhoAsksThePatchIsRefused) {
+  update(cancelled(200, 0));
+  TC::setPatchConfirmFactory({});
+  takeEvents();
+  EXPECT_EQ(patch("选中补单"), refuse("没有补单确认窗口，没有补单"));
+  EXPECT_TRUE(host.takeCreations().empty());
+  TC::CBasketPatchDialog::install();
+  patch("选中补单");
+  EXPECT_EQ(host.takeCreations().size(), 1u) << "the next click finds the dialog";
+}
+
 TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
   const AccountPtr third = account("A3", "1003");
   DetailPtr known = cancelled(200, 500), unknown = detail(2), without = detail(3);
