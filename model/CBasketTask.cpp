@@ -1,50 +1,58 @@
+/// What is told of a task: its nodes, its parameters, its states. The updates stand in CBasketTaskUpdates.cpp, what the
+/// user asks for in CBasketTaskOperations.cpp and PatchFlow.cpp.
 #include "CBasketTask.h"
 
-#include "RefreshRun.h"
+#include "IPatchConfirm.h"
+#include "Notices.h"
 #include "TaskKeys.h"
-#include "TaskRules.h"
+#include "TaskParts.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
-#include "tc/Services.h"
 
 namespace TC {
 
 using ksservice::CCodeOrderParam;
-using ksservice::CTaskDetail;
 
 CBasketTask::CBasketTask(const QString& key, int groupId, int commandId)
-    : m_pRoot(std::make_unique<CBasketTaskItem>(key, key, QString(), QString(), QString(), QString(), commandId, 0)),
-      m_strKey(key),
-      m_nGroupId(groupId),
-      m_nCommandId(commandId) {
+    : m_guard(std::make_unique<CTaskGuard>(STaskIdentity{this, key, groupId, commandId})) {
   // Queued: it comes from whatever thread the host answers on.
   connect(this, &CBasketTask::sigPatchTask, this, &CBasketTask::slotPatchTask, Qt::QueuedConnection);
 }
 
 CBasketTask::~CBasketTask() = default;
 
-bool CBasketTask::contains(const std::string& detailKey, EBasketTaskType type) const {
-  const Lock lock(m_mutex);
-  switch (type) {
-    case EBTT_Own:
-      return m_mapDetails.contains(detailKey);
-    case EBTT_Hedge:
-      return m_pHedgeItem != nullptr;
-    case EBTT_Patch:
-      return m_patches.details().contains(detailKey);
-  }
-  return false;
+// Whose it is
+
+QString CBasketTask::getKey() const { return m_guard->id().key; }
+int CBasketTask::getGroupId() const { return m_guard->id().groupId; }
+int CBasketTask::getCommandID() const { return m_guard->id().commandId; }
+boost::recursive_mutex& CBasketTask::mutex() const { return m_guard->mutex(); }
+
+QString CBasketTask::getTreeItemKey(const CCodeOrderParam& p) {
+  return rowKey(p.m_stock.m_strMarket, p.m_stock.m_strCode, p.m_nOperation);
 }
 
-bool CBasketTask::contains(boost::shared_ptr<CTaskDetail>& d, EBasketTaskType type) const {
-  return contains(d->getKey(), type);
+std::string CBasketTask::getCommandKey() const {
+  const int command = getCommandID();
+  const int number = ksservice::TraderCenter::instance().getDataCenter().commandNumber(command);
+  return ksservice::COrderCommand::genKey(command, number);
 }
 
-CBasketTaskItem* CBasketTask::getItem(const QString& key) const { return m_pRoot->find(key); }
+void CBasketTask::getAlgoTaskKey(const ksservice::CTaskDetail& detail, std::string& out) {
+  out = COwnDetails::progressKeyOf(detail);
+}
+
+// Nodes
+
+CBasketTaskItem* CBasketTask::getRoot() const { return &m_guard->root(); }
+
+CBasketTaskItem* CBasketTask::getHedgeItem() const { return CTaskLock(*m_guard)->hedge.row(); }
+
+CBasketTaskItem* CBasketTask::getItem(const QString& key) const { return m_guard->root().find(key); }
 
 ksservice::EOrderType CBasketTask::getOrderType(const QString& key) {
-  const Lock lock(m_mutex);
+  const CTaskLock task(*m_guard);
   const CBasketTaskItem* item = getItem(key);
   return item ? static_cast<ksservice::EOrderType>(item->m_nOrderType) : ksservice::EORT_Plain;
 }
@@ -53,57 +61,56 @@ bool CBasketTask::isAlgoOrderType(const QString& key) {
   return ksservice::DataHelper::isAlgoOrderType(getOrderType(key));
 }
 
-QString CBasketTask::getTreeItemKey(const CCodeOrderParam& p) { return rowKeyOf(p); }
-
-QString CBasketTask::rowKeyOf(const CCodeOrderParam& p) {
-  return rowKey(p.m_stock.m_strMarket, p.m_stock.m_strCode, p.m_nOperation);
-}
-
-std::string CBasketTask::getCommandKey() const {
-  const int number = ksservice::TraderCenter::instance().getDataCenter().commandNumber(m_nCommandId);
-  return ksservice::COrderCommand::genKey(m_nCommandId, number);
-}
-
-bool CBasketTask::isServerRun() const {
-  const Lock lock(m_mutex);
-  return !m_mapDetails.isEmpty() && m_mapDetails.first()->m_bServerTask;
-}
-
-QString CBasketTask::getBasketName() const {
-  const Lock lock(m_mutex);
-  return m_strBasketName;
-}
-
-bool CBasketTask::isReached() const {
-  const Lock lock(m_mutex);
-  return m_bReached;
-}
-
 QMap<QString, CBasketTaskItem*>& CBasketTask::getStockDetailMap(const QString& accountKey) {
-  return m_stockMap[accountKey];
+  return CTaskLock(*m_guard)->tree.stockRows(accountKey);
 }
+
+unsigned CBasketTask::shapeVersion() const { return CTaskLock(*m_guard)->tree.shapeVersion(); }
 
 void CBasketTask::getOrders(const QString& key, std::vector<boost::shared_ptr<ksservice::COrderDetail>>& details,
                             std::vector<boost::shared_ptr<ksservice::COrderInfo>>& orders) {
   // The nodes of an account stand together in the tree, so that the look-up goes account by account.
   std::vector<boost::shared_ptr<ksservice::COrderInfo>> found;
   {
-    const Lock lock(m_mutex);
+    const CTaskLock task(*m_guard);
     if (CBasketTaskItem* item = getItem(key)) item->getOrders(found);
   }
   ksservice::COrderDetailHelper::getOrderDetailsByMavTags(found, details);
   orders.insert(orders.end(), found.begin(), found.end());
 }
 
-std::vector<CCodeOrderParam> CBasketTask::getParam(const QString& key) const {
-  const Lock lock(m_mutex);
-  std::vector<CCodeOrderParam> params;
+// Details
+
+bool CBasketTask::contains(const std::string& detailKey, EBasketTaskType type) const {
+  const CTaskLock task(*m_guard);
+  switch (type) {
+    case EBTT_Own:
+      return task->own.knows(detailKey);
+    case EBTT_Hedge:
+      return task->hedge.row() != nullptr;
+    case EBTT_Patch:
+      return task->patches.details().contains(detailKey);
+  }
+  return false;
+}
+
+bool CBasketTask::contains(DetailPtr& d, EBasketTaskType type) const { return contains(d->getKey(), type); }
+
+bool CBasketTask::isServerRun() const { return CTaskLock(*m_guard)->own.isServerRun(); }
+QString CBasketTask::getBasketName() const { return CTaskLock(*m_guard)->own.basketName(); }
+bool CBasketTask::isReached() const { return CTaskLock(*m_guard)->own.isReached(); }
+QString CBasketTask::getAlgoParams() const { return CTaskLock(*m_guard)->own.algoParams(); }
+
+CBasketTask::ParamList CBasketTask::getParam(const QString& key) const {
+  const CTaskLock task(*m_guard);
+  ParamList params;
   const CBasketTaskItem* node = getItem(key);
   if (!node) return params;
-  for (const auto& detail : qAsConst(m_mapDetails)) {
-    const QMap<QString, CBasketTaskItem*> rows = m_stockMap.value(accountOf(*detail).key);
+  for (const auto& detail : task->own.all()) {
+    const AccountRows rows = task->tree.stocks().value(accountOf(*detail).key);
     for (const CCodeOrderParam& param : detail->m_params) {
-      const CBasketTaskItem* at = node == m_pRoot.get() ? node : rows.value(rowKeyOf(param));
+      const auto& [market, code, name] = param.m_stock;
+      const CBasketTaskItem* at = node == getRoot() ? node : rows.value(rowKey(market, code, param.m_nOperation));
       while (at && at != node) at = at->parent();
       if (at) params.push_back(param);
     }
@@ -111,16 +118,35 @@ std::vector<CCodeOrderParam> CBasketTask::getParam(const QString& key) const {
   return params;
 }
 
-QString CBasketTask::getAlgoParams() const {
-  const Lock lock(m_mutex);
-  const bool known = !m_mapDetails.isEmpty() && m_mapDetails.first()->m_pCommand;
-  return known ? QString::fromStdString(m_mapDetails.first()->m_pCommand->m_strAlgoParams) : QString();
+// States
+
+ksservice::ETaskStatus CBasketTask::status() { return CTaskLock(*m_guard)->root.ownStatus(); }
+ksservice::ETaskStatus CBasketTask::patchTaskStatus() { return CTaskLock(*m_guard)->root.patchStatus(); }
+int CBasketTask::shownStatus() const { return CTaskLock(*m_guard)->root.shownStatus(); }
+
+// What it tells
+
+void CBasketTask::say(const CNotices& notices) {
+  for (const SNotice& notice : notices.list()) {
+    if (notice.kind == SNotice::Status) {
+      Q_EMIT sigTaskStatus(notice.key, notice.first, notice.second);
+    } else {
+      Q_EMIT sigTaskOrder(notice.key, notice.first, notice.second);
+    }
+  }
 }
 
-void CBasketTask::getAlgoTaskKey(const CTaskDetail& detail, std::string& out) {
-  // Without a command record there is no other name than the server's own.
-  const bool byCommand = detail.m_nTaskId >= FIRST_COMMAND_KEYED_TASK && detail.m_pCommand;
-  out = byCommand ? detail.m_pCommand->m_strAlgoTaskKey : ksservice::CTaskHelper::genServerTaskKey(detail);
+void CBasketTask::announce(int status) {
+  const CTaskLock task(*m_guard);
+  const CBasketTaskItem& root = task->tree.root();
+  Q_EMIT sigTaskStatus(root.m_strHpfTreeKey, status, root.m_nOrderType);
+}
+
+void CBasketTask::announceRoot() { announce(shownStatus()); }
+
+void CBasketTask::announceEnded() {
+  Q_EMIT sigOperationEnded(getRoot()->m_strHpfTreeKey);
+  announceRoot();
 }
 
 }  // namespace TC

@@ -1,64 +1,54 @@
 #pragma once
 
-#include <QMap>
 #include <map>
-#include <set>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "OwnDetails.h"
 #include "PatchRules.h"
-#include "RowLedger.h"
-#include "RowLookup.h"
 
 namespace TC {
 
-class CRowFinder;
+class CDetailCounter;
+class CNotices;
+class CTaskTree;
 
-/// The details of the patch tasks of one task, and what each of them adds to which rows. Guarded by the task's mutex.
+/// The details of the patch tasks of one task, and the rows that they hold.
 class CPatchBook {
  public:
-  using DetailMap = QMap<std::string, ksservice::CTaskDetailPtr>;
-  /// Rows of securities by account key.
-  using Rows = QMap<QString, AccountRows>;
+  using DetailMap = COwnDetails::DetailMap;
 
-  /// Both must outlive the book; rows: those that patches count on.
-  CPatchBook(CRowLedger& ledger, const Rows& rows) : m_ledger(ledger), m_rows(rows) {}
+  /// Both must outlive the book.
+  CPatchBook(const CTaskTree& tree, CDetailCounter& counter) : m_tree(tree), m_counter(counter) {}
 
   /// Takes a new state of a detail and counts it, and every other detail that shares a row with it, as the host knows
   /// it now. One that comes before its rows is counted when they have come.
   void take(const ksservice::CTaskDetailPtr& detail);
-  /// Rows have come: counts what may fall on them.
-  void onNewRows();
-  /// Puts the messages of orders that ended unfilled on their rows.
-  void takeMessages(const ksservice::CTaskDetail& detail) const;
+  /// Rows have come on which something of these details belongs: counts them again. A host that fails costs the detail.
+  void recount(const std::string& detailKey);
 
   /// The details of which at least one line has a row, by their keys.
   const DetailMap& details() const { return m_details; }
   /// All of them, in key order.
   std::vector<ksservice::CTaskDetailPtr> all() const;
-  /// The row of each line that has one, in the order of the lines.
-  std::vector<SLedgerRow*> rowsOf(const ksservice::CTaskDetail& detail) const;
+  /// Whether one of the details with rows has not ended.
+  bool trades() const;
+
+  /// Notes what a detail's state makes of its rows and the root. shown: what the root shows while a patch is waited
+  /// for, which outweighs it.
+  void note(const ksservice::CTaskDetail& detail, std::optional<int> shown, CNotices& notices) const;
+  /// Rows of lines that were ordered and of which nothing comes: their marks go. waiting: for another patch.
+  void release(const LineVolumes& lines, bool waiting, CNotices& notices) const;
 
  private:
   struct SEntry {
-    ksservice::CTaskDetailPtr detail;
-    std::set<SLedgerRow*> rows;  ///< on which it counts
-    bool mayMove = false;        ///< rows that come may be those on which it counts
-  };
-  using RowShares = std::map<SLedgerRow*, SRowShare>;
-
-  struct SCount {
-    std::string key;
-    ksservice::CTaskDetailPtr newest;
-    RowShares shares;
-    bool mayMove = false;
+    ksservice::CTaskDetailPtr detail;   ///< as it was given
+    ksservice::CTaskDetailPtr counted;  ///< as the host knew it when it was counted last; null before
   };
 
-  SCount count(const ksservice::CTaskDetailPtr& detail) const;
-  void enter(const SCount& count, std::set<SLedgerRow*>& touched);
-
-  CRowLedger& m_ledger;
-  const Rows& m_rows;
+  const CTaskTree& m_tree;
+  CDetailCounter& m_counter;
   DetailMap m_details;
   std::map<std::string, SEntry> m_entries;  ///< by detail key
 };

@@ -27,6 +27,12 @@ bool tradesInLots(int operation, const QString& market);
 /// A remainder as one order can have it: the highest volume that 32 bits hold is the host's unset value.
 int orderVolume(long long remainder);
 
+/// How an instrument's remainders are rounded.
+struct SLots {
+  int unit = 0;
+  bool none = false;  ///< any quantity from the unit on can be ordered
+};
+
 /// The part of a remainder that can be ordered where it is traded in lots of unit; noLots: of an instrument that any
 /// quantity from the unit on can be ordered of. None when the remainder would have to be rounded to a unit below 1.
 std::optional<int> roundToLots(int remainder, int unit, bool noLots);

@@ -38,6 +38,13 @@ int CPatchStore::newNumber() {
   return m_nNext++;
 }
 
+void CPatchStore::noteArrival(const Task& task, const ksservice::CTaskDetail& detail) {
+  const std::string& key = detail.getKey();
+  if (of(task, [&key](CPatchCreations& creations) { return creations.knows(key); })) return;
+  LineVolumes planned = plannedVolumes(detail.m_params, ELineAccount::Each);
+  of(task, [&](CPatchCreations& creations) { creations.arrived(key, detail.m_nTaskId, std::move(planned)); });
+}
+
 CPatchStore::SWait CPatchStore::waitOf(const Task& task) {
   attach();
   const std::lock_guard<std::mutex> lock(m_mutex);

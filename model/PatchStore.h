@@ -29,6 +29,8 @@ class CPatchStore : public QObject {
     const CChange change(*this, task);
     return action(change.creations());
   }
+  /// Tells what is known of a task of a patch's detail, once for each key.
+  void noteArrival(const Task& task, const ksservice::CTaskDetail& detail);
   /// A number for a creation, which no other has had.
   int newNumber();
 

@@ -3,7 +3,11 @@
 
 #include <QMap>
 #include <QString>
+#include <optional>
 #include <string>
+#include <vector>
+
+#include "PatchRules.h"
 
 namespace TC {
 
@@ -11,14 +15,40 @@ class CBasketTaskItem;
 
 /// The rows of one account by row key.
 using AccountRows = QMap<QString, CBasketTaskItem*>;
+/// The rows of one side of a task, by account key.
+using SideRows = QMap<QString, AccountRows>;
 
 struct SFoundRow {
   CBasketTaskItem* row = nullptr;  ///< null when there is none
   bool best = false;               ///< no row that comes later takes its place
+  QString account;                 ///< key of the account on which it was looked for
 };
 
-/// The row on which an order, or a line of a patch, counts: that of the Hong Kong instrument where the market is a
-/// connect market, else that of the market itself, else the first row of the same instrument through another market.
-SFoundRow findRow(const AccountRows& rows, const std::string& market, const std::string& code, int operation);
+/// Finds the rows on which the lines, orders and progress of a detail count.
+class CRowFinder {
+ public:
+  /// All must stay as long as the finder.
+  CRowFinder(const SideRows& rows, const std::vector<ksservice::CCodeOrderParam>& params, ELineAccount account);
+
+  /// Of a task's own detail the row that the line has made; of others, as for an order.
+  SFoundRow ofLine(const ksservice::CCodeOrderParam& param);
+  /// On the account of the line that the order belongs to; where that cannot be told, on the first. mapKey: that of a
+  /// progress.
+  SFoundRow ofOrder(const std::string& market, const std::string& code, int operation, const std::string& mapKey = {});
+  /// Whether the lines are on several accounts.
+  bool hasAccounts() const { return m_bAccounts; }
+  /// The accounts of the lines, as one text to compare.
+  const std::string& accounts() const { return m_strAccounts; }
+
+ private:
+  SFoundRow find(const QString& account, const std::string& market, const std::string& code, int operation) const;
+
+  const SideRows& m_rows;
+  const std::vector<ksservice::CCodeOrderParam>& m_params;
+  ELineAccount m_account;
+  std::string m_strAccounts;
+  bool m_bAccounts = false;
+  std::optional<CLineAccounts> m_lines;  ///< made when first asked for: most look-ups are remembered
+};
 
 }  // namespace TC

@@ -4,25 +4,11 @@
 #include <cmath>
 
 #include "ksservice/Helpers.h"
-#include "tc/CBasketHedgeManager.h"
 #include "utils/Clock.h"
 
 namespace TC {
-namespace {
 
 using namespace ksservice;
-
-bool hedgeRowRuns(const SStatusFacts& facts) {
-  return facts.hedgeState == EHS_None && facts.hasHedgeRow && facts.hedgeRowStatus != ETS_Paused &&
-         facts.hedgeRowStatus != ETS_Cancelled;
-}
-
-bool allDone(const SStatusFacts& facts) {
-  const bool waitsForHedge = facts.hedgeEnabled && facts.hasHedgeRow && !facts.hedgeRowFinished;
-  return facts.allFinished && !waitsForHedge;
-}
-
-}  // namespace
 
 bool isZero(double value) { return std::fabs(value) < 1e-5; }
 
@@ -71,35 +57,6 @@ SProgressParam paramOf(const CTaskDetail& detail, const CProgressOrder& order) {
   }
   if (found.param && found.param->m_nOperation == EOT_None) found.param = nullptr;
   return found;
-}
-
-void addDetailStatus(SStatusFacts& facts, int status, bool first) {
-  const bool finished = status == ETS_Finished;
-  const bool ended = finished || status == ETS_Cancelled || status == ETS_ExecutionError;
-  facts.allFinished = finished && (first || facts.allFinished);
-  facts.allEnded = ended && (first || facts.allEnded);
-  facts.anyDropped = facts.anyDropped || status == ETS_Dropped;
-  facts.anyPaused = facts.anyPaused || status == ETS_Paused;
-}
-
-SStatusVerdict deriveStatus(const SStatusFacts& facts) {
-  if (facts.anyDropped) return {ETS_Dropped};
-  if (allDone(facts)) return {ETS_Finished};
-  if (facts.hedgeState == EHS_Running) return {ETS_Running};
-  if (hedgeRowRuns(facts)) return {ETS_Running, true};
-  if (facts.allEnded) return {ETS_Cancelled, false, true};
-  if (facts.anyPaused) return {ETS_Paused};
-  return {facts.hedgeEnabled && facts.hedgeState == EHS_Paused ? ETS_Paused : ETS_Running};
-}
-
-int rootStatus(const SRootFacts& facts) {
-  if (facts.filled) return ETS_Finished;
-  // What still trades under a dropped task can be cancelled.
-  if (facts.ownDropped) return facts.patchTrades ? facts.patches() : ETS_Dropped;
-  if (facts.ownTrades || !facts.hasPatches) return facts.own();
-  const int patches = facts.patches();
-  if (patches != ETS_Finished) return patches;
-  return facts.hedgeState == EHS_Running ? ETS_Running : ETS_Cancelled;
 }
 
 bool hasEnded(int status) {

@@ -3,7 +3,6 @@
 
 #include <QString>
 #include <QTime>
-#include <functional>
 
 #include "ksservice/CTaskDetail.h"
 #include "ksservice/Enumerations.h"
@@ -43,47 +42,7 @@ SProgressParam paramOf(const ksservice::CTaskDetail& detail, const CProgressOrde
 /// Whether both are the same instrument, a connect market being Hong Kong's.
 bool isSameInstrument(const std::string& market, const std::string& code, const ksservice::CStockInfo& stock);
 
-/// What a task's status follows from. The four of "details" hold for no task without details.
-struct SStatusFacts {
-  bool anyDropped = false;
-  bool allFinished = false;  ///< every detail is finished
-  bool allEnded = false;     ///< every detail is finished, cancelled or in error
-  bool anyPaused = false;
-  bool hedgeEnabled = false;
-  bool hasHedgeRow = false;
-  bool hedgeRowFinished = false;
-  int hedgeRowStatus = 0;
-  int hedgeState = 0;  ///< EHedgeState, as the hedge manager reports it
-};
-
-struct SStatusVerdict {
-  ksservice::ETaskStatus status = ksservice::ETS_Running;
-  bool hedgeRowRuns = false;  ///< running only because of the hedge row
-  bool ended = false;         ///< the details have ended, and the hedge may begin
-};
-
-SStatusVerdict deriveStatus(const SStatusFacts& facts);
-
-/// What the status of a root follows from.
-struct SRootFacts {
-  bool filled = false;      ///< everything was traded, the hedge included
-  bool ownDropped = false;  ///< a detail of the task itself was dropped
-  bool ownTrades = false;   ///< one of them is in another state than finished, cancelled or in error
-  bool hasPatches = false;
-  bool patchTrades = false;  ///< a detail of a patch has not ended
-  int hedgeState = 0;        ///< EHedgeState
-  // ETaskStatus that follows from each kind of details. Asked only where it decides: to ask may hand the hedge over.
-  std::function<int()> own;
-  std::function<int()> patches;
-};
-
-/// The one place where a root's status is formed.
-int rootStatus(const SRootFacts& facts);
-
 /// Whether nothing more is sent for a detail of this ETaskStatus. Orders that it has in the market may still fill.
 bool hasEnded(int status);
-
-/// Adds one detail's status to the facts; first: it is the first that is added.
-void addDetailStatus(SStatusFacts& facts, int status, bool first);
 
 }  // namespace TC

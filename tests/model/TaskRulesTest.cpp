@@ -1,3 +1,4 @@
+#include "RootFacts.h"
 #include "TaskRules.h"
 
 #include <gtest/gtest.h>

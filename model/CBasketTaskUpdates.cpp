@@ -1,0 +1,282 @@
+/// What the worker brings to a task: details of its own, of its hedge and of its patches. Each update asks the host for
+/// all that it needs before it changes anything, since the host may fail; counts; sums; forms the root; and tells what
+/// has changed.
+#include <boost/make_shared.hpp>
+
+#include "CBasketTask.h"
+#include "FigureSums.h"
+#include "Notices.h"
+#include "TaskParts.h"
+#include "ksservice/Helpers.h"
+#include "tc/CBasketHedgeManager.h"
+#include "tc/Services.h"
+#include "utils/Guarded.h"
+
+namespace TC {
+
+using ksservice::CTaskDetail;
+using ksservice::CTaskDetailPtr;
+
+namespace {
+
+void countOwn(const CTaskLock& task, const SDetailFacts& facts, const CTaskDetailPtr& before) {
+  static const CDetailCounter::Orders none;
+  task->counter.count(facts, before ? before->m_orders : none, {task->own.algorithmRemark(facts.detail)});
+}
+
+void addRows(const CTaskLock& task, const CTaskDetail& detail) {
+  const QString account = accountOf(detail).key;
+  for (CBasketTaskItem* row : task->tree.place(detail)) {
+    task->ledger.addRow(*row, false);
+    task->counter.onNewRow(*row, account);
+  }
+}
+
+/// Counts the details again of which something belongs on rows that have come since. A host that fails costs the
+/// detail.
+void countAwaiting(const CTaskLock& task) {
+  for (const auto& [part, key] : task->counter.takeAwaiting()) {
+    if (part == EBTT_Patch) {
+      task->patches.recount(key);
+      continue;
+    }
+    const CTaskDetailPtr detail = task->own.find(key);
+    if (!detail) continue;
+    utils::guarded("CBasketTask::countAwaiting", key,
+                   [&, part = part] { countOwn(task, SDetailFacts(part, *detail), detail); });
+  }
+}
+
+/// Builds the tree anew where rows have come since.
+void followShape(const CTaskLock& task) {
+  if (!task->tree.hasNewRows()) return;
+  countAwaiting(task);
+  task->tree.build();
+}
+
+void sumAll(const CTaskLock& task, CNotices& notices) {
+  const CBasketTaskItem& root = task->tree.root();
+  sumFigures(task->tree.root(), notices);
+  notices.orders(root.m_strHpfTreeKey, root.m_nOrderCount, root.m_nOrderCount2);
+}
+
+/// Everything is traded: that is the end of the task, whatever the detail says. The delivered record belongs to its
+/// giver, so a copy carries the new status.
+void writeBackFilled(const CTaskLock& task, const CTaskDetailPtr& detail) {
+  if (!task->tree.isFilled() || detail->m_nStatus == ksservice::ETS_Finished) return;
+  const auto finished = boost::make_shared<CTaskDetail>(*detail);
+  finished->m_nStatus = ksservice::ETS_Finished;
+  task->own.replace(finished);
+  ksservice::CAccountData::updateData(finished);
+}
+
+void formRoot(const CTaskLock& task, CNotices& notices) {
+  task->root.form(notices);
+  const CBasketTaskItem& root = task->tree.root();
+  notices.status(root.m_strHpfTreeKey, task->root.shownStatus(), root.m_nOrderType);
+}
+
+/// True, once, when nothing but the hedge is unfinished and the hedge manager does not trade it.
+bool dropsForHedge(const CTaskLock& task) { return task->root.isLeftToHedge() && task->hedge.dropTask(); }
+
+}  // namespace
+
+// Own details
+
+void CBasketTask::updateDetail(DetailPtr& d) {
+  if (!d) return;
+  const CTaskLock task(*m_guard);
+  const SDetailFacts facts(EBTT_Own, *d);
+  const bool isNew = !d->m_params.empty() && !task->own.knows(d->getKey());
+  if (isNew && !task->load) task->tree.setAccounts(task->tree.askAccounts(accountOf(*d).key));
+
+  const CTaskDetailPtr before = task->own.take(d);
+  if (d->m_params.empty()) return;
+  task->tree.root().m_nOrderType = d->m_params.front().m_nOrderType;
+  isNew ? addRows(task, *d) : task->tree.follow(*d);
+  // A known detail that has changed to an account without rows has nothing to count.
+  if (!task->tree.hasRowsOf(accountOf(*d).key)) return;
+  countOwn(task, facts, before);
+  task->root.noteOwn(*d);
+  if (task->load) {
+    task->load->own.insert(d->getKey());
+    return;
+  }
+  followShape(task);
+  CNotices notices;
+  sumAll(task, notices);
+  writeBackFilled(task, d);
+  formRoot(task, notices);
+  say(notices);
+}
+
+void CBasketTask::updateOrderDetail() {
+  const CTaskLock task(*m_guard);
+  const COwnDetails::DetailMap details = task->own.all();
+  for (CTaskDetailPtr detail : details) updateDetail(detail);
+}
+
+// Loads
+
+void CBasketTask::beginLoad() {
+  const CTaskLock task(*m_guard);
+  if (!task->load) task->load = std::make_unique<STaskParts::SLoad>();
+}
+
+void CBasketTask::endLoad() {
+  bool dropped = false;
+  bool patched = false;
+  {
+    const CTaskLock task(*m_guard);
+    if (!task->load) return;
+    const std::unique_ptr<STaskParts::SLoad> load = std::move(task->load);
+    patched = load->patches;
+    if (task->tree.hasNewRows()) task->tree.setAccounts(task->tree.askAccounts());
+    followShape(task);
+    CNotices notices;
+    sumAll(task, notices);
+    for (const std::string& key : load->own) writeBackFilled(task, task->own.find(key));
+    dropped = patched && dropsForHedge(task);
+    task->root.form(notices);
+    say(notices);
+  }
+  announcePatched(dropped, patched);
+}
+
+// Figures and shape alone
+
+void CBasketTask::reorganize() {
+  const CTaskLock task(*m_guard);
+  task->tree.setAccounts(task->tree.askAccounts());
+  task->tree.build();
+}
+
+void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
+  const CTaskLock task(*m_guard);
+  CNotices notices;
+  sumFigures(*n, notices);
+  say(notices);
+}
+
+void CBasketTask::recursiveClear(CBasketTaskItem* n) {
+  const CTaskLock task(*m_guard);
+  clearBelow(*n);
+}
+
+void CBasketTask::updateRoot() {
+  const CTaskLock task(*m_guard);
+  CNotices notices;
+  sumFigures(task->tree.root(), notices);
+  formRoot(task, notices);
+  say(notices);
+}
+
+void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
+  CTaskLock(*m_guard)->tree.noteAccount(accountKey, text);
+}
+
+// Hedge
+
+void CBasketTask::setHedgeParam(const ksservice::CBasketHedgeParam& p, bool start) {
+  const CTaskLock task(*m_guard);
+  CTaskDetailPtr detail = task->hedge.setParam(p);
+  updateHedge(detail);
+  task->hedge.started(start);
+  task->hedge.giveToManager();
+  if (start) getBasketHedgeManager().startHedge(getGroupId());
+}
+
+void CBasketTask::updateHedge(DetailPtr& d) {
+  const CTaskLock task(*m_guard);
+  if (!CTaskHedge::isHedge(d)) return;
+  const double lot = task->hedge.askLot(*d);
+  updateHedgeCnt(d);
+  task->hedge.price(lot);
+  if (task->load) return;
+  CNotices notices;
+  sumFigures(task->tree.root(), notices);
+  // The root's key, not its tree key: that is intended.
+  const CBasketTaskItem& root = task->tree.root();
+  notices.orders(root.m_strKey, root.m_nOrderCount, root.m_nOrderCount2);
+  formRoot(task, notices);
+  say(notices);
+}
+
+bool CBasketTask::updateHedgeCnt(DetailPtr& d) {
+  const CTaskLock task(*m_guard);
+  if (!CTaskHedge::isHedge(d)) return false;
+  const CTaskHedge::SFacts facts = task->hedge.ask(d);
+  const bool shapes = !task->hedge.row() && !task->load;
+  if (shapes) task->tree.setAccounts(task->tree.askAccounts(accountOf(*d).key));
+  task->hedge.take(facts, task->own.all().isEmpty());
+  if (shapes) task->tree.build();
+  return true;
+}
+
+void CBasketTask::updateHedgeVolume(int volume) {
+  const CTaskLock task(*m_guard);
+  if (!task->hedge.raise(volume)) return;
+  CNotices notices;
+  sumFigures(task->tree.root(), notices);
+  task->hedge.noteTarget(notices);
+  say(notices);
+}
+
+// Patches
+
+namespace {
+
+/// Notes what it makes of the rows and of the root.
+void countPatch(const CTaskLock& task, const CTaskDetailPtr& detail, CNotices& notices) {
+  task->own.takeServerTask(detail);
+  CPatchStore::instance().noteArrival(task->root.storeKey(), *detail);
+  task->root.notePatch(*detail);
+  task->patches.take(detail);
+  const bool waiting = task->root.wait().waiting;
+  task->patches.note(*detail, waiting ? std::optional(task->root.shownStatus()) : std::nullopt, notices);
+}
+
+}  // namespace
+
+void CBasketTask::updatePatchCnt(DetailPtr& detail) {
+  if (!detail) return;
+  const CTaskLock task(*m_guard);
+  CNotices notices;
+  countPatch(task, detail, notices);
+  say(notices);
+}
+
+void CBasketTask::updatePatch(DetailPtr& detail) {
+  if (!detail) return;
+  bool dropped = false;
+  bool loads = false;
+  {
+    const CTaskLock task(*m_guard);
+    CNotices notices;
+    countPatch(task, detail, notices);
+    if (task->load) {
+      task->load->patches = loads = true;
+    } else {
+      sumAll(task, notices);
+      dropped = dropsForHedge(task);
+      task->root.form(notices);
+    }
+    say(notices);
+  }
+  sendOwed(*detail);
+  if (!loads) announcePatched(dropped, true);
+}
+
+/// patched: details of patches have come. Without the mutex.
+void CBasketTask::announcePatched(bool dropped, bool patched) {
+  if (dropped) {
+    drop(QString());
+  } else {
+    announceRoot();
+  }
+  if (!patched || !CTaskLock(*m_guard)->tree.isFilled()) return;
+  getBasketHedgeManager().stopHedge(getGroupId());
+  announceRoot();
+}
+
+}  // namespace TC

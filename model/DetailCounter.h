@@ -1,0 +1,67 @@
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DetailFacts.h"
+#include "RowLedger.h"
+#include "RowLookup.h"
+#include "TaskIdentity.h"
+
+namespace TC {
+
+/// Counts details into the ledger: the one place where an order, or an entry of a server's progress, becomes figures of
+/// a row, whether the detail is the task's own, a patch's or the hedge's (countRules tells what differs). The hot path
+/// of a refresh: it builds no text for each order.
+class CDetailCounter {
+ public:
+  using Orders = std::vector<ksservice::COrderInfoPtr>;
+  /// A detail: its part and its key.
+  using Counted = std::pair<EBasketTaskType, std::string>;
+
+  /// Both must outlive the counter; rows: of the securities, on which all but the hedge counts.
+  CDetailCounter(const STaskIdentity& id, CRowLedger& ledger, const SideRows& rows)
+      : m_id(id), m_ledger(ledger), m_rows(rows) {}
+
+  /// A row has come: orders that belong on it may have been counted on another one.
+  void onNewRow(const CBasketTaskItem& row, const QString& accountKey);
+  /// The details whose orders belong on rows that have come since they were counted. Their next count finds them.
+  std::set<Counted> takeAwaiting();
+
+  /// What a count does beside the figures.
+  struct STexts {
+    QString algorithm;     ///< remark of the rows that a server's algorithm trades
+    bool messages = true;  ///< the messages of orders that ended unfilled become remarks
+  };
+  /// Counts an own or a patch's detail anew and forms the figures of its rows. before: the orders of the detail as it
+  /// was counted last.
+  void count(const SDetailFacts& facts, const Orders& before, const STexts& texts);
+  /// Counts all that is known of the hedge into its row.
+  void countHedge(const std::vector<SDetailFacts>& details, CBasketTaskItem& row);
+  /// The row of each line of a patch's detail that has one, in the order of the lines.
+  std::vector<SLedgerRow*> rowsOfLines(const ksservice::CTaskDetail& patch) const;
+  /// The keys of the patches' details that count on a row of this one, its own among them.
+  std::set<std::string> patchesSharing(const ksservice::CTaskDetail& patch) const;
+
+ private:
+  struct SRun;
+
+  void countLines(SRun& run, const STexts& texts);
+  void countProgress(SRun& run);
+  void countOrders(SRun& run);
+  int slotOn(SRun& run, const SFoundRow& found, const std::string& market, const std::string& code, int operation);
+  void addOrder(const SRun& run, std::size_t place, CDetailShares::SSlot& slot) const;
+  void showMessages(const SRun& run) const;
+
+  const STaskIdentity& m_id;
+  CRowLedger& m_ledger;
+  const SideRows& m_rows;
+  /// Details with orders for which a better row may come, by account key and the row key that it would have.
+  std::map<std::pair<QString, QString>, std::set<Counted>> m_awaited;
+  std::set<Counted> m_awaiting;  ///< those for which it has come
+};
+
+}  // namespace TC

@@ -1,0 +1,53 @@
+/// What the host says of a detail. All of it is asked before anything of a task is changed: the host may fail, and then
+/// the rows go on with what was known before.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <vector>
+
+#include "EBasketTaskType.h"
+#include "ksservice/CTaskDetail.h"
+#include "tc/CTradeClient.h"
+
+namespace TC {
+
+/// What counts of a server's detail.
+enum class EServerCount {
+  Orders,             ///< its orders, as of any other
+  Progress,           ///< where it has a command, the server's progress alone
+  ProgressElseOrders  ///< the server's progress; its orders while there is none
+};
+
+/// How the details of a part of a task count. The differences are intended.
+struct SCountRules {
+  bool targets;  ///< their parameters have target amounts
+  EServerCount server;
+  bool pricesFills;          ///< a fill that came without an amount counts at its order's price
+  bool progressCancels;      ///< of a server's progress the cancelled orders count too
+  bool progressNamesRow;     ///< an entry of a progress counts where its key holds the row's account
+  bool everyTextIsMessage;   ///< a message counts although it is not marked as one
+  bool estimatesEverything;  ///< a server's detail has the target estimated on each of its rows, whatever was traded
+};
+
+const SCountRules& countRules(EBasketTaskType part);
+
+/// For the time of one count: it refers to the detail.
+struct SDetailFacts {
+  enum class EOrder : char { Unknown, Known, Cancelled };
+  struct STarget {
+    double amount;  ///< CNY
+    bool unpriced;  ///< a volume without a price
+  };
+
+  /// Asks the host. Worker thread, with or without the task's mutex.
+  SDetailFacts(EBasketTaskType itsPart, const ksservice::CTaskDetail& itsDetail);
+
+  const EBasketTaskType part;
+  const ksservice::CTaskDetail& detail;
+  std::vector<STarget> targets;                     ///< by parameter, where the part has any
+  boost::shared_ptr<const CTaskProgress> progress;  ///< null where none counts
+  bool ordersCount = false;                         ///< of the detail itself: they are not the server's
+  std::vector<EOrder> orders;                       ///< by order, where they count
+};
+
+}  // namespace TC

@@ -1,0 +1,191 @@
+#include "RootFacts.h"
+
+#include <algorithm>
+
+#include "EHpfBasketTaskStatus.h"
+#include "Notices.h"
+#include "PatchBook.h"
+#include "TaskHedge.h"
+#include "TaskRules.h"
+#include "TaskTree.h"
+#include "tc/CBasketHedgeManager.h"
+#include "tc/Services.h"
+#include "utils/Keys.h"
+#include "utils/Log.h"
+
+namespace TC {
+
+using namespace ksservice;
+
+// Rules: values in, values out
+
+namespace {
+
+bool hedgeRowRuns(const SStatusFacts& facts) {
+  return facts.hedgeState == EHS_None && facts.hasHedgeRow && facts.hedgeRowStatus != ETS_Paused &&
+         facts.hedgeRowStatus != ETS_Cancelled;
+}
+
+bool allDone(const SStatusFacts& facts) {
+  const bool waitsForHedge = facts.hedgeEnabled && facts.hasHedgeRow && !facts.hedgeRowFinished;
+  return facts.allFinished && !waitsForHedge;
+}
+
+bool hasEndTime(int status) { return status == ETS_Finished || status == ETS_Cancelled || status == ETS_Dropped; }
+
+}  // namespace
+
+void addDetailStatus(SStatusFacts& facts, int status, bool first) {
+  const bool finished = status == ETS_Finished;
+  const bool ended = finished || status == ETS_Cancelled || status == ETS_ExecutionError;
+  facts.allFinished = finished && (first || facts.allFinished);
+  facts.allEnded = ended && (first || facts.allEnded);
+  facts.anyDropped = facts.anyDropped || status == ETS_Dropped;
+  facts.anyPaused = facts.anyPaused || status == ETS_Paused;
+}
+
+SStatusVerdict deriveStatus(const SStatusFacts& facts) {
+  if (facts.anyDropped) return {ETS_Dropped};
+  if (allDone(facts)) return {ETS_Finished};
+  if (facts.hedgeState == EHS_Running) return {ETS_Running};
+  if (hedgeRowRuns(facts)) return {ETS_Running, true};
+  if (facts.allEnded) return {ETS_Cancelled, false, true};
+  if (facts.anyPaused) return {ETS_Paused};
+  return {facts.hedgeEnabled && facts.hedgeState == EHS_Paused ? ETS_Paused : ETS_Running};
+}
+
+SStatusVerdict rootVerdict(const SRootFacts& facts) {
+  SStatusVerdict own = deriveStatus(facts.own);
+  if (facts.filled) {
+    // What was traded decides, but the end of the details may hand the hedge over all the same.
+    own.status = ETS_Finished;
+    return own;
+  }
+  // What still trades under a dropped task can be cancelled.
+  if (facts.own.anyDropped) return facts.patchTrades ? deriveStatus(facts.patches) : own;
+  if (!facts.own.allEnded || !facts.hasPatches) return own;
+  const SStatusVerdict patches = deriveStatus(facts.patches);
+  if (patches.status != ETS_Finished) return patches;
+  return {facts.own.hedgeState == EHS_Running ? ETS_Running : ETS_Cancelled};
+}
+
+// Facts of a task
+
+SStatusFacts CRootFacts::statusFacts(const DetailMap& details) const {
+  SStatusFacts facts;
+  bool first = true;
+  for (const auto& detail : details) {
+    addDetailStatus(facts, detail->m_nStatus, first);
+    first = false;
+  }
+  facts.hedgeEnabled = m_hedge.isEnabled();
+  if (const CBasketTaskItem* row = m_hedge.row()) {
+    facts.hasHedgeRow = true;
+    facts.hedgeRowFinished = row->isFilled();
+    facts.hedgeRowStatus = row->m_nStatus;
+  }
+  facts.hedgeState = getBasketHedgeManager().status(m_id.groupId);
+  return facts;
+}
+
+SStatusFacts CRootFacts::patchFacts() const {
+  SStatusFacts facts = statusFacts(m_patches.details());
+  facts.allFinished = facts.allFinished || m_patches.details().isEmpty();
+  facts.hedgeRowFinished = true;  // patch tasks that are all finished do not wait for the hedge
+  return facts;
+}
+
+SRootFacts CRootFacts::facts() const {
+  SRootFacts facts;
+  facts.filled = m_tree.isFilled();
+  facts.own = statusFacts(m_own.all());
+  facts.hasPatches = !m_patches.details().isEmpty();
+  if (!facts.hasPatches) return facts;
+  facts.patchTrades = m_patches.trades();
+  facts.patches = patchFacts();
+  return facts;
+}
+
+SStatusVerdict CRootFacts::carryOut(const SStatusVerdict& verdict, const char* function) {
+  if (verdict.hedgeRowRuns) utils::logInfo(m_id.task, function, "m_pHedgeItem status running");
+  if (verdict.ended) m_hedge.handOver();
+  return verdict;
+}
+
+ETaskStatus CRootFacts::ownStatus() {
+  return carryOut(deriveStatus(statusFacts(m_own.all())), "CBasketTask::status").status;
+}
+
+ETaskStatus CRootFacts::patchStatus() {
+  return carryOut(deriveStatus(patchFacts()), "CBasketTask::patchTaskStatus").status;
+}
+
+ETaskStatus CRootFacts::status() { return carryOut(rootVerdict(facts()), "CBasketTask::status").status; }
+
+void CRootFacts::form(CNotices& notices) {
+  m_tree.root().m_nStatus = status();
+  formEndTime();
+  if (m_tree.isFilled()) m_hedge.endMark(notices);
+}
+
+bool CRootFacts::onlyHedgeUnfinished() const {
+  const CBasketTaskItem& root = m_tree.root();
+  const CBasketTaskItem* row = m_hedge.row();
+  // Compared are volumes: everything but what the hedge was to trade.
+  return row && !root.m_bUnset && root.finishedVolume() >= root.totalVolume() - row->totalVolume();
+}
+
+bool CRootFacts::isLeftToHedge() const {
+  const SStatusFacts own = statusFacts(m_own.all());
+  const DetailMap& patches = m_patches.details();
+  const bool over =
+      std::all_of(patches.begin(), patches.end(), [](const auto& patch) { return patch->m_nStatus == ETS_Finished; });
+  return over && !own.anyDropped && own.hedgeState != EHS_Running && !m_tree.isFilled() && onlyHedgeUnfinished();
+}
+
+int CRootFacts::shownStatus() const {
+  const CPatchStore::SWait waiting = wait();
+  if (waiting.waiting) return waiting.dropped ? static_cast<int>(ETS_Dropped) : EHBTS_Patching;
+  return m_tree.root().m_nStatus;
+}
+
+// Times and texts
+
+/// The latest end of what has ended.
+void CRootFacts::formEndTime() {
+  QTime& end = m_tree.root().m_endTime;
+  end = QTime();
+  if (!hasEndTime(shownStatus())) return;
+  int latest = UNSET_INT;
+  for (const DetailMap* details : {&m_own.all(), &m_patches.details(), &m_hedge.details()}) {
+    for (const auto& detail : *details) {
+      if (detail->m_nEndTime == UNSET_INT || !hasEnded(detail->m_nStatus)) continue;
+      latest = latest == UNSET_INT ? detail->m_nEndTime : std::max(latest, detail->m_nEndTime);
+    }
+  }
+  if (latest != UNSET_INT) end = timeOfDay(latest);
+}
+
+void CRootFacts::noteOwn(const CTaskDetail& detail) {
+  CBasketTaskItem& root = m_tree.root();
+  if (detail.m_nStartTime != UNSET_INT) {
+    const QTime start = timeOfDay(detail.m_nStartTime);
+    if (root.m_startTime.isNull() || root.m_startTime > start) root.m_startTime = start;
+  }
+  const auto& command = detail.m_pCommand;
+  if (!command) return;
+  root.m_strCommandText = QString::fromStdString(command->m_strText);
+  if (detail.m_bServerTask && !detail.m_strMessage.empty()) {
+    root.m_strRemark = QString::fromStdString(detail.m_strMessage);
+  }
+  if (detail.m_nTaskId < FIRST_COMMAND_KEYED_TASK) return;
+  const std::vector<std::string> parts = utils::split(command->m_strLocalInfo, ORDER_LOCAL_INFO_SPLITTER);
+  if (parts.size() < 5) return;
+  root.m_strLocalInfoKey = QString::fromStdString(parts[4] + ORDER_LOCAL_INFO_SPLITTER + parts[1]);
+}
+
+void CRootFacts::notePatch(const CTaskDetail& detail) {
+  if (!detail.m_strMessage.empty()) m_tree.root().m_strRemark = QString::fromStdString(detail.m_strMessage);
+}
+
+}  // namespace TC

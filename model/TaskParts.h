@@ -1,0 +1,73 @@
+#pragma once
+
+#include <boost/thread/recursive_mutex.hpp>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "DetailCounter.h"
+#include "OwnDetails.h"
+#include "PatchBook.h"
+#include "PatchOffers.h"
+#include "PatchState.h"
+#include "RootFacts.h"
+#include "RowLedger.h"
+#include "TaskHedge.h"
+#include "TaskTree.h"
+
+namespace TC {
+
+/// What a task is made of. Each part has its own state and knows those above it at most; none knows the task.
+struct STaskParts {
+  explicit STaskParts(const STaskIdentity& itsId) : id(itsId) {}
+
+  const STaskIdentity id;
+  COwnDetails own;
+  CTaskTree tree{id};
+  CRowLedger ledger;
+  CDetailCounter counter{id, ledger, tree.stocks()};
+  CTaskHedge hedge{id, tree, ledger, counter};
+  CPatchBook patches{tree, counter};
+  CRootFacts root{id, tree, own, hedge, patches};
+  CPatchState patch;
+  CPatchOffers offers{id, tree, own, patches, patch, root};
+
+  /// What a load has brought so far, while one goes on.
+  struct SLoad {
+    std::set<std::string> own;  ///< keys of details
+    bool patches = false;
+  };
+  std::unique_ptr<SLoad> load;
+};
+
+/// The parts of a task and the mutex that guards them. There is no way to the parts but a CTaskLock.
+class CTaskGuard {
+ public:
+  explicit CTaskGuard(const STaskIdentity& id) : m_parts(id) {}
+
+  boost::recursive_mutex& mutex() { return m_mutex; }
+  const STaskIdentity& id() const { return m_parts.id; }
+  /// The root stays for the task's whole life; what stands in it needs the mutex as any other node.
+  CBasketTaskItem& root() const { return m_parts.tree.root(); }
+
+ private:
+  friend class CTaskLock;
+
+  boost::recursive_mutex m_mutex;
+  STaskParts m_parts;
+};
+
+/// Holds a task's mutex and gives its parts. What needs the mutex takes a lock as an argument; what must not hold it
+/// has none to give. Only the task makes locks, its parts never do.
+class CTaskLock {
+ public:
+  explicit CTaskLock(CTaskGuard& guard) : m_lock(guard.m_mutex), m_parts(guard.m_parts) {}
+
+  STaskParts* operator->() const { return &m_parts; }
+
+ private:
+  boost::recursive_mutex::scoped_lock m_lock;
+  STaskParts& m_parts;
+};
+
+}  // namespace TC
