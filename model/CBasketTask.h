@@ -13,10 +13,11 @@
 #include "CBasketTaskItem.h"
 #include "EBasketTaskType.h"
 #include "ELetGo.h"
-#include "TaskOperations.h"
 #include "ksservice/CBasketHedgeParam.h"
 #include "ksservice/CTaskDetail.h"
 #include "tc/CTradeClient.h"
+#include "utils/BSONObj.h"
+#include "utils/KSError.h"
 
 namespace TC {
 
@@ -197,7 +198,6 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void announceRoot();
   void announceEnded();
   void announcePatched(bool dropped, bool patched);
-  OperationReply operationReply();
   void giveUpWaiting();
   void sendOwed(const ksservice::CTaskDetail& detail);
 

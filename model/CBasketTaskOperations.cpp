@@ -43,6 +43,13 @@ DetailList reachAll(const CTaskLock& task, int operation) {
   return list;
 }
 
+/// The task is held weakly: the host may answer when it has gone.
+OperationReply replyTo(CBasketTask& task) {
+  return [weak = task.weak_from_this()](const utils::KSError& error, const bson::BSONObj& reply, int operation) {
+    if (const auto known = weak.lock()) known->onOperateOrbTask(error, reply, operation);
+  };
+}
+
 /// Takes a status that an operation leads to, once the root's is formed so.
 bool settle(const CTaskLock& task, ksservice::ETaskStatus expected, CNotices& notices) {
   if (task->root.status() != expected) return false;
@@ -52,16 +59,10 @@ bool settle(const CTaskLock& task, ksservice::ETaskStatus expected, CNotices& no
 
 }  // namespace
 
-OperationReply CBasketTask::operationReply() {
-  return [weak = weak_from_this()](const utils::KSError& error, const bson::BSONObj& reply, int operation) {
-    if (const auto task = weak.lock()) task->onOperateOrbTask(error, reply, operation);
-  };
-}
-
 void CBasketTask::cancel(QString text) {
   const OpRecordPtr record = makeEndRecord(ksservice::ETO_Cancel);
   const DetailList details = reachAll(CTaskLock(*m_guard), record->m_nOperation);
-  for (const auto& detail : details) carryOut(*detail, record, operationReply());
+  for (const auto& detail : details) carryOut(*detail, record, replyTo(*this));
   getBasketHedgeManager().stopHedge(getGroupId());
   bool cancelled = false;
   bool dropped = false;
@@ -103,7 +104,7 @@ void CBasketTask::giveUpWaiting() {
 void CBasketTask::pause(QString /*text*/) {
   const OpRecordPtr record = makeRecord(ksservice::ETO_Pause);
   const DetailList details = reachAll(CTaskLock(*m_guard), record->m_nOperation);
-  for (const auto& detail : details) carryOut(*detail, record, operationReply());
+  for (const auto& detail : details) carryOut(*detail, record, replyTo(*this));
   getBasketHedgeManager().pauseHedge(getGroupId());
   bool paused = false;
   {
@@ -119,7 +120,7 @@ void CBasketTask::pause(QString /*text*/) {
 void CBasketTask::resume(QString /*text*/) {
   const OpRecordPtr record = makeRecord(ksservice::ETO_Resume);
   const DetailList details = reachAll(CTaskLock(*m_guard), record->m_nOperation);
-  for (const auto& detail : details) carryOut(*detail, record, operationReply());
+  for (const auto& detail : details) carryOut(*detail, record, replyTo(*this));
   if (CTaskLock(*m_guard)->hedge.resume()) getBasketHedgeManager().startHedge(getGroupId());
   bool formed = false;
   {
@@ -140,7 +141,7 @@ void CBasketTask::drop(QString /*text*/) {
   unpatch(QString());
   const OpRecordPtr record = makeRecord(ksservice::ETO_Drop);
   const DetailList details = ownDetails(CTaskLock(*m_guard));
-  for (const auto& detail : details) sendOperation(*detail, record, operationReply());
+  for (const auto& detail : details) sendOperation(*detail, record, replyTo(*this));
   {
     const CTaskLock task(*m_guard);
     task->tree.root().m_bPatching = false;
@@ -165,7 +166,7 @@ void CBasketTask::unpatch(const QString& key) {
       Q_EMIT sigTaskStatus(key, EHBTS_PatchFailed, task->tree.root().m_nOrderType);
     }
   }
-  for (const auto& detail : patches) sendOperation(*detail, record, operationReply());
+  for (const auto& detail : patches) sendOperation(*detail, record, replyTo(*this));
 }
 
 /// What the user asked for before the detail was there. Without the mutex.
@@ -179,7 +180,7 @@ void CBasketTask::sendOwed(const ksservice::CTaskDetail& detail) {
   });
   if (operation == 0) return;
   const bool pauses = operation == ksservice::ETO_Pause;
-  carryOut(detail, pauses ? makeRecord(operation) : makeEndRecord(operation), operationReply());
+  carryOut(detail, pauses ? makeRecord(operation) : makeEndRecord(operation), replyTo(*this));
 }
 
 void CBasketTask::cancelHedge(const QString& key) {

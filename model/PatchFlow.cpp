@@ -22,7 +22,10 @@ namespace {
 /// The kind of trader that an algorithm's patch is for.
 constexpr auto ALGO_TRADER = static_cast<EMavTraderType>(4);
 
-void tell(const QString& text) { getMsgService().showBox(QStringLiteral("补单"), text); }
+void tell(const QString& text) {
+  Q_ASSERT(!CTaskLock::isHeldHere());
+  getMsgService().showBox(QStringLiteral("补单"), text);
+}
 
 /// A message for each row that has a remainder and is not offered, and how many more there are.
 void tellRefused(const QStringList& refused) {
@@ -209,6 +212,7 @@ void CBasketTask::CPatchFlow::offer(const QString& key, const OrderProcessMap& f
 /// Given up, and told so, where nobody can be asked.
 PatchChoice CBasketTask::CPatchFlow::choose(const SPatchOffer& offer) {
   if (!m_task.m_pPatchConfirm) m_task.m_pPatchConfirm = makePatchConfirm();
+  Q_ASSERT(!CTaskLock::isHeldHere());
   if (m_task.m_pPatchConfirm) return m_task.m_pPatchConfirm->confirm(offer);
   tell(QStringLiteral("没有补单确认窗口，没有补单"));
   return SPatchGivenUp();

@@ -4,9 +4,10 @@
 
 namespace TC {
 
-bool CPatchState::begin(bool waiting, double now) {
-  const bool unanswered = m_step == EPatchStep::Asking && now - m_dAskedMSec >= ANSWER_MSEC;
-  if (waiting || m_letGo != ELetGo::Held || (m_step != EPatchStep::Idle && !unanswered)) return false;
+bool CPatchState::begin(bool awaited, double now) {
+  const EPatchStep at = step(awaited);
+  const bool unanswered = at == EPatchStep::Asking && now - m_dAskedMSec >= ANSWER_MSEC;
+  if (m_letGo != ELetGo::Held || (at != EPatchStep::Idle && !unanswered)) return false;
   m_step = EPatchStep::Begun;
   return true;
 }
@@ -29,8 +30,8 @@ std::optional<OrderProcessMap> CPatchState::goOn() {
   return m_finished;
 }
 
-bool CPatchState::confirm(bool waiting, double now) {
-  if (m_step != EPatchStep::Begun && !begin(waiting, now)) return false;
+bool CPatchState::confirm(bool awaited, double now) {
+  if (m_step != EPatchStep::Begun && !begin(awaited, now)) return false;
   m_step = EPatchStep::Confirming;
   m_bDropped = false;
   return true;

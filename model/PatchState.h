@@ -11,22 +11,22 @@ namespace TC {
 
 /// How far a patch has come that the user started.
 ///
-///            begin           ask              answer, goOn
-///   Idle ----------> Begun -------> Asking ----------------+
-///    ^                 ^  \                                |
-///    |                 |   +------ (nothing to ask) ----+  |
-///    |                 +------------ Begun <------------|--+
-///    |    end                        | confirm          |
-///    +---------- Confirming <--------+------------------+
+///   Idle        -- begin -->    Begun        the click; refused while another patch is under way
+///   Begun       -- ask -->      Asking       of a task with server details
+///   Asking      -- goOn -->     Begun        by the answer to the newest query
+///   Begun       -- confirm -->  Confirming
+///   Confirming  -- end -->      Idle         given up, refused, or sent
+///   Idle        (sent)          Awaited      kept by the CPatchStore, until the first detail of it has come
 ///
 /// A step that does not fit is refused, so that no click, no answer that comes twice or late, and no dialog leads to a
-/// second patch beside the first. What was sent is the store's: until something of it has come, begin is refused, too.
-/// A drop and the end of the day stop Asking; what is being confirmed then is judged when the dialog has ended.
+/// second patch beside the first. A drop and the end of the day stop Asking; what is being confirmed then is judged
+/// when the dialog has ended.
 enum class EPatchStep {
   Idle,
-  Begun,      ///< what may be ordered is looked for
-  Asking,     ///< the server is asked what its tasks have finished
-  Confirming  ///< the user is asked
+  Begun,       ///< what may be ordered is looked for
+  Asking,      ///< the server is asked what its tasks have finished
+  Confirming,  ///< the user is asked
+  Awaited      ///< it was sent, and nothing of it has come
 };
 
 /// The state of one task's patch.
@@ -35,11 +35,11 @@ class CPatchState {
   /// An Asking that has no answer after this time keeps nobody from beginning again.
   static constexpr double ANSWER_MSEC = 10000;
 
-  EPatchStep step() const { return m_step; }
+  /// awaited: something that was sent is.
+  EPatchStep step(bool awaited) const { return awaited ? EPatchStep::Awaited : m_step; }
 
-  /// False while a patch is under way, waiting: for the first detail of one that was sent, or nobody shows the task.
-  /// now: of the host's clock, milliseconds.
-  bool begin(bool waiting, double now);
+  /// False while a patch is under way, or when nobody shows the task. now: of the host's clock, milliseconds.
+  bool begin(bool awaited, double now);
   /// The server is asked; running: the keys of those of its tasks that had not ended. The number of the query.
   int ask(std::set<std::string> running, double now);
   bool isNewest(int query) const { return query == m_nQuery; }
@@ -50,7 +50,7 @@ class CPatchState {
   /// Whether a server task was running when it was asked for: an answer does not tell what it sends afterwards.
   bool ranWhenAsked(const std::string& serverKey) const { return m_running.contains(serverKey); }
   /// The user is asked: of a patch that has begun, or of one that begins with it.
-  bool confirm(bool waiting, double now);
+  bool confirm(bool awaited, double now);
   void end() { m_step = EPatchStep::Idle; }
 
   /// The user has given the task's patches up: what is answered from now on starts none.

@@ -57,15 +57,22 @@ class CTaskGuard {
   STaskParts m_parts;
 };
 
-/// Holds a task's mutex and gives its parts. What needs the mutex takes a lock as an argument; what must not hold it
-/// has none to give. Only the task makes locks, its parts never do.
+/// Holds a task's mutex and gives its parts. What needs the mutex takes a lock as an argument; what must not hold it has
+/// none to give, and asserts that isHeldHere is false. Only the task makes locks, its parts never do.
 class CTaskLock {
  public:
-  explicit CTaskLock(CTaskGuard& guard) : m_lock(guard.m_mutex), m_parts(guard.m_parts) {}
+  explicit CTaskLock(CTaskGuard& guard) : m_lock(guard.m_mutex), m_parts(guard.m_parts) { ++heldHere(); }
+  CTaskLock(const CTaskLock&) = delete;
+  CTaskLock& operator=(const CTaskLock&) = delete;
+  ~CTaskLock() { --heldHere(); }
 
   STaskParts* operator->() const { return &m_parts; }
+  /// Whether this thread holds the lock of any task.
+  static bool isHeldHere() { return heldHere() > 0; }
 
  private:
+  static int& heldHere();
+
   boost::recursive_mutex::scoped_lock m_lock;
   STaskParts& m_parts;
 };
