@@ -250,10 +250,11 @@ void measureSwap(const CLoad& load, CReport& report) {
     TC::CDetailCaches caches;
     std::vector<double> times;
     for (int i = 0; i < SWAPS; ++i) {
-      for (const auto& detail : stored) caches.store(detail, TC::EDetailSource::HostFeed);
+      for (const auto& detail : stored) caches.store(detail, TC::EDetailSource::HostFeed, caches.day());
       TC::SDetailMaps work;
+      unsigned day = 0;
       const Clock::time_point before = Clock::now();
-      caches.takeWork(work);
+      caches.takeWork(work, day);
       times.push_back(microseconds(Clock::now() - before));
     }
     report.addValue(QStringLiteral("swap of caches with %1 details").arg(stored.size()), PANEL, median(times),
