@@ -110,7 +110,7 @@ std::vector<SRemainder> remaindersOf(const SRemainderFacts& facts) {
       SRest& line = left[row.line];
       const bool alone = sums.at(row.line).rows == 1;
       const SRest rest = {share(line.open, row, alone), share(line.free, row, alone)};
-      remainders[i] = {rest, inLots(row, rest.free).value_or(0), refusalOf(facts, row, rest)};
+      remainders[i] = {rest, std::max(0, inLots(row, rest.free).value_or(0)), refusalOf(facts, row, rest)};
     }
   }
   return remainders;

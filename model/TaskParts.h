@@ -57,8 +57,8 @@ class CTaskGuard {
   STaskParts m_parts;
 };
 
-/// Holds a task's mutex and gives its parts. What needs the mutex takes a lock as an argument; what must not hold it has
-/// none to give, and asserts that isHeldHere is false. Only the task makes locks, its parts never do.
+/// Holds a task's mutex and gives its parts. What needs the mutex takes a lock as an argument; what must not hold it
+/// has none to give, and asserts that isHeldHere is false. Only the task makes locks, its parts never do.
 class CTaskLock {
  public:
   explicit CTaskLock(CTaskGuard& guard) : m_lock(guard.m_mutex), m_parts(guard.m_parts) { ++heldHere(); }
