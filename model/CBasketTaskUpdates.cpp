@@ -19,14 +19,17 @@ using ksservice::CTaskDetailPtr;
 
 namespace {
 
-void countOwn(const CTaskLock& task, const SDetailFacts& facts, const CTaskDetailPtr& before) {
+using Accounts = std::optional<CTaskTree::Accounts>;
+
+void countOwn(const CTaskLock& task, const SDetailFacts& facts, const CTaskDetailPtr& before, const QString& remark) {
   static const CDetailCounter::Orders none;
-  task->counter.count(facts, before ? before->m_orders : none, {task->own.algorithmRemark(facts.detail)});
+  task->counter.count(facts, before ? before->m_orders : none, {remark});
 }
 
-void addRows(const CTaskLock& task, const CTaskDetail& detail) {
+/// Of a detail that was not known.
+void addRows(const CTaskLock& task, const CTaskDetail& detail, const Accounts& accounts) {
   const QString account = accountOf(detail).key;
-  for (CBasketTaskItem* row : task->tree.place(detail)) {
+  for (CBasketTaskItem* row : task->tree.place(detail, accounts)) {
     task->ledger.addRow(*row, false);
     task->counter.onNewRow(*row, account);
   }
@@ -42,16 +45,10 @@ void countAwaiting(const CTaskLock& task) {
     }
     const CTaskDetailPtr detail = task->own.find(key);
     if (!detail) continue;
-    utils::guarded("CBasketTask::countAwaiting", key,
-                   [&, part = part] { countOwn(task, SDetailFacts(part, *detail), detail); });
+    utils::guarded("CBasketTask::countAwaiting", key, [&, part = part] {
+      countOwn(task, SDetailFacts(part, *detail), detail, task->own.algorithmRemark(*detail));
+    });
   }
-}
-
-/// Builds the tree anew where rows have come since.
-void followShape(const CTaskLock& task) {
-  if (!task->tree.hasNewRows()) return;
-  countAwaiting(task);
-  task->tree.build();
 }
 
 void sumAll(const CTaskLock& task, CNotices& notices) {
@@ -88,24 +85,32 @@ void CBasketTask::updateDetail(DetailPtr& d) {
   const CTaskLock task(*m_guard);
   const SDetailFacts facts(EBTT_Own, *d);
   const bool isNew = !d->m_params.empty() && !task->own.knows(d->getKey());
-  if (isNew && !task->load) task->tree.setAccounts(task->tree.askAccounts(accountOf(*d).key));
+  Accounts accounts;
+  // Rows that are not in the shape yet: those of a load at whose end the host failed.
+  const bool shapes = isNew || (!d->m_params.empty() && task->tree.hasNewRows());
+  if (shapes && !task->load) accounts = task->tree.askAccounts(accountOf(*d).key);
 
-  const CTaskDetailPtr before = task->own.take(d);
+  const COwnDetails::STaken taken = task->own.take(d);
   if (d->m_params.empty()) return;
   task->tree.root().m_nOrderType = d->m_params.front().m_nOrderType;
-  isNew ? addRows(task, *d) : task->tree.follow(*d);
-  // A known detail that has changed to an account without rows has nothing to count.
-  if (!task->tree.hasRowsOf(accountOf(*d).key)) return;
-  countOwn(task, facts, before);
-  task->root.noteOwn(*d);
+  if (isNew) {
+    addRows(task, *d, accounts);
+  } else if (!task->tree.follow(*d)) {
+    return;  // it has changed to an account without rows: there is nothing to count
+  } else if (accounts) {
+    task->tree.build(*accounts);
+  }
+  countOwn(task, facts, taken.before, taken.algorithmRemark);
   if (task->load) {
     task->load->own.insert(d->getKey());
+    task->root.noteOwn(*d);
     return;
   }
-  followShape(task);
+  if (accounts) countAwaiting(task);
   CNotices notices;
   sumAll(task, notices);
   writeBackFilled(task, d);
+  task->root.noteOwn(*d);
   formRoot(task, notices);
   say(notices);
 }
@@ -131,8 +136,11 @@ void CBasketTask::endLoad() {
     if (!task->load) return;
     const std::unique_ptr<STaskParts::SLoad> load = std::move(task->load);
     patched = load->patches;
-    if (task->tree.hasNewRows()) task->tree.setAccounts(task->tree.askAccounts());
-    followShape(task);
+    if (task->tree.hasNewRows()) {
+      const CTaskTree::Accounts accounts = task->tree.askAccounts();
+      countAwaiting(task);
+      task->tree.build(accounts);
+    }
     CNotices notices;
     sumAll(task, notices);
     for (const std::string& key : load->own) writeBackFilled(task, task->own.find(key));
@@ -147,8 +155,7 @@ void CBasketTask::endLoad() {
 
 void CBasketTask::reorganize() {
   const CTaskLock task(*m_guard);
-  task->tree.setAccounts(task->tree.askAccounts());
-  task->tree.build();
+  task->tree.build(task->tree.askAccounts());
 }
 
 void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
@@ -206,10 +213,9 @@ bool CBasketTask::updateHedgeCnt(DetailPtr& d) {
   const CTaskLock task(*m_guard);
   if (!CTaskHedge::isHedge(d)) return false;
   const CTaskHedge::SFacts facts = task->hedge.ask(d);
-  const bool shapes = !task->hedge.row() && !task->load;
-  if (shapes) task->tree.setAccounts(task->tree.askAccounts(accountOf(*d).key));
-  task->hedge.take(facts, task->own.all().isEmpty());
-  if (shapes) task->tree.build();
+  Accounts accounts;
+  if (!task->hedge.row() && !task->load) accounts = task->tree.askAccounts(accountOf(*d).key);
+  task->hedge.take(facts, task->own.all().isEmpty(), accounts);
   return true;
 }
 

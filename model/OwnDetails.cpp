@@ -8,16 +8,16 @@ namespace TC {
 using ksservice::CTaskDetail;
 using ksservice::CTaskDetailPtr;
 
-CTaskDetailPtr COwnDetails::take(const CTaskDetailPtr& detail) {
+COwnDetails::STaken COwnDetails::take(const CTaskDetailPtr& detail) {
   m_bReached = true;
   takeServerTask(detail);
   if (const auto& command = detail->m_pCommand) {
     m_strBasketName = QString::fromStdString(command->m_strBasketName);
     m_nTraderType = command->m_nTraderType;
   }
-  if (detail->m_params.empty()) return find(detail->getKey());
+  if (detail->m_params.empty()) return {};
   CTaskDetailPtr& known = m_details[detail->getKey()];
-  return std::exchange(known, detail);
+  return {std::exchange(known, detail), algorithmRemark(*detail)};
 }
 
 void COwnDetails::replace(const CTaskDetailPtr& detail) {
@@ -42,6 +42,7 @@ QString COwnDetails::algoParams() const {
 }
 
 QString COwnDetails::algorithmRemark(const CTaskDetail& detail) const {
+  if (!detail.m_bServerTask) return {};
   const CTaskDetailPtr* known = serverTask(progressKeyOf(detail));
   const bool named = known && !(*known)->m_strInstance.empty();
   return QString::fromStdString(named ? (*known)->m_strInstance : detail.m_strMessage);

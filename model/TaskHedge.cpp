@@ -6,7 +6,6 @@
 #include "EHpfBasketTaskStatus.h"
 #include "Notices.h"
 #include "RowLedger.h"
-#include "TaskTree.h"
 #include "ksservice/Helpers.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CExchangeClient.h"
@@ -87,10 +86,9 @@ CTaskHedge::SFacts CTaskHedge::ask(const CTaskDetailPtr& detail) const {
   return facts;
 }
 
-bool CTaskHedge::take(const SFacts& facts, bool beforeOwn) {
-  const bool made = !m_pRow;
-  if (made) {
-    m_pRow = &m_tree.placeHedge(*facts.detail, beforeOwn);
+void CTaskHedge::take(const SFacts& facts, bool beforeOwn, const std::optional<CTaskTree::Accounts>& accounts) {
+  if (!m_pRow) {
+    m_pRow = &m_tree.placeHedge(*facts.detail, beforeOwn, accounts);
     m_ledger.addRow(*m_pRow, true);
   }
   m_details = facts.details;
@@ -99,7 +97,6 @@ bool CTaskHedge::take(const SFacts& facts, bool beforeOwn) {
   m_counter.countHedge(facts.counts, *m_pRow);
   // What was counted before is in the root already.
   m_tree.root().m_nCanceledCount += m_pRow->m_nCanceledCount - cancelledBefore;
-  return made;
 }
 
 /// By the row's own instrument.

@@ -6,15 +6,14 @@
 #include "DetailFacts.h"
 #include "OwnDetails.h"
 #include "TaskIdentity.h"
+#include "TaskTree.h"
 #include "ksservice/CBasketHedgeParam.h"
 
 namespace TC {
 
-class CBasketTaskItem;
 class CDetailCounter;
 class CNotices;
 class CRowLedger;
-class CTaskTree;
 
 /// The hedge of a task: futures that the hedge manager trades against the basket. One row of the tree shows it.
 class CTaskHedge {
@@ -53,8 +52,8 @@ class CTaskHedge {
   static bool isHedge(const ksservice::CTaskDetailPtr& detail);
   /// The facts of a hedge's detail.
   SFacts ask(const ksservice::CTaskDetailPtr& detail) const;
-  /// Counts it into the row, which is made when there is none: true then. beforeOwn: the task has no details yet.
-  bool take(const SFacts& facts, bool beforeOwn);
+  /// Counts it into the row, which is made when there is none. beforeOwn, accounts: see CTaskTree::placeHedge.
+  void take(const SFacts& facts, bool beforeOwn, const std::optional<CTaskTree::Accounts>& accounts);
   /// What a lot is worth, for the row that was not priced yet; 0 otherwise. Asks the host, before take.
   double askLot(const ksservice::CTaskDetail& detail) const;
   /// Prices the row, once, and takes its remark off when it has filled.

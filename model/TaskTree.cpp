@@ -1,5 +1,6 @@
 #include "TaskTree.h"
 
+#include <QSet>
 #include <set>
 
 #include "TaskKeys.h"
@@ -50,7 +51,7 @@ CTaskTree::CTaskTree(const STaskIdentity& id)
 
 // Rows
 
-std::vector<CBasketTaskItem*> CTaskTree::place(const CTaskDetail& detail) {
+std::vector<CBasketTaskItem*> CTaskTree::place(const CTaskDetail& detail, const std::optional<Accounts>& accounts) {
   const STaskAccount account = accountOf(detail);
   nameAccount({CRootNames::Own, detail.getKey(), 0}, account);
   m_bNewRows = true;
@@ -66,6 +67,7 @@ std::vector<CBasketTaskItem*> CTaskTree::place(const CTaskDetail& detail) {
   m_names.show(*m_pRoot);
   utils::logInfo(m_id.task, "CBasketTask::updateDetail", "stock_map %1% : size %2% -> %3%.", account.key, before,
                  rows.size());
+  if (accounts) build(*accounts);
   return made;
 }
 
@@ -101,12 +103,15 @@ CBasketTaskItem* CTaskTree::addRow(const QString& name, const QString& rowKey, c
   return m_rows.back().get();
 }
 
-void CTaskTree::follow(const CTaskDetail& detail) {
+bool CTaskTree::follow(const CTaskDetail& detail) {
   const STaskAccount account = accountOf(detail);
-  if (!m_stocks.contains(account.key)) nameAccount({CRootNames::Own, detail.getKey(), 0}, account);
+  if (m_stocks.contains(account.key)) return true;
+  nameAccount({CRootNames::Own, detail.getKey(), 0}, account);
+  return false;
 }
 
-CBasketTaskItem& CTaskTree::placeHedge(const CTaskDetail& detail, bool beforeOwn) {
+CBasketTaskItem& CTaskTree::placeHedge(const CTaskDetail& detail, bool beforeOwn,
+                                       const std::optional<Accounts>& accounts) {
   const STaskAccount account = accountOf(detail);
   const CCodeOrderParam& param = detail.m_params.front();
   const auto& [market, code, name] = param.m_stock;
@@ -122,6 +127,7 @@ CBasketTaskItem& CTaskTree::placeHedge(const CTaskDetail& detail, bool beforeOwn
   utils::logInfo(m_id.task, "CBasketTask::updateHedgeCnt", "futures_map %1% : size %2% -> %3%.", account.key, before,
                  rows.size());
   m_bNewRows = true;
+  if (accounts) build(*accounts);
   return *row;
 }
 
@@ -162,7 +168,8 @@ void clearBelow(CBasketTaskItem& n) {
   n.clear();
 }
 
-void CTaskTree::build() {
+void CTaskTree::build(const Accounts& accounts) {
+  m_hostAccounts = accounts;
   clearBelow(*m_pRoot);
   const bool multiType = !m_stocks.isEmpty() && !m_futures.isEmpty();
   NodeList nodes;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <QMap>
-#include <QSet>
 #include <QString>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "CBasketTaskItem.h"
@@ -36,23 +36,23 @@ class CTaskTree {
   /// The accounts of all rows as the host names them now, with one that is to have rows. Asks the host, changes
   /// nothing.
   Accounts askAccounts(const QString& also = QString()) const;
-  void setAccounts(Accounts accounts) { m_hostAccounts = std::move(accounts); }
   /// Remembers how an account is shown; the first text stays.
   void noteAccount(const QString& accountKey, const QString& text);
 
+  // accounts: as askAccounts gave them; without, the rows are not hung before the next build.
   /// Gives each line of a detail that was not known its row: raises the row's target, or makes it. The rows that were
   /// made.
-  std::vector<CBasketTaskItem*> place(const ksservice::CTaskDetail& detail);
-  /// A known detail has come with another account: names it, where it has no rows.
-  void follow(const ksservice::CTaskDetail& detail);
+  std::vector<CBasketTaskItem*> place(const ksservice::CTaskDetail& detail, const std::optional<Accounts>& accounts);
+  /// Whether the account of a known detail has rows; one that has none is named all the same.
+  bool follow(const ksservice::CTaskDetail& detail);
   /// The hedge's row. beforeOwn: the task has no details yet.
-  CBasketTaskItem& placeHedge(const ksservice::CTaskDetail& detail, bool beforeOwn);
+  CBasketTaskItem& placeHedge(const ksservice::CTaskDetail& detail, bool beforeOwn,
+                              const std::optional<Accounts>& accounts);
 
   /// Rows have come that are not in the shape yet.
   bool hasNewRows() const { return m_bNewRows; }
-  bool hasRowsOf(const QString& accountKey) const { return m_stocks.contains(accountKey); }
   /// Hangs the rows anew: groups where there are two sides, accounts where a side has several.
-  void build();
+  void build(const Accounts& accounts);
   /// Grows with each build: as long as it stands, every node stays and keeps its place and keys.
   unsigned shapeVersion() const { return m_nShapeVersion; }
 

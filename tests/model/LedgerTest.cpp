@@ -16,12 +16,12 @@ class CLedgerTest : public CTaskTest {
     place(*twoLines());
     DetailPtr hedged = detail(9);
     hedged->m_params = {param(mainAccount, "CF", "IF2101", EOT_SellOpen, 5, 0)};
-    hedgeRow = &tree.placeHedge(*hedged, false);
+    hedgeRow = &tree.placeHedge(*hedged, false, std::nullopt);
     ledger.addRow(*hedgeRow, true);
   }
 
   void place(const CTaskDetail& made) {
-    for (CBasketTaskItem* row : tree.place(made)) {
+    for (CBasketTaskItem* row : tree.place(made, std::nullopt)) {
       ledger.addRow(*row, false);
       counter.onNewRow(*row, accountOf(made).key);
     }
@@ -77,9 +77,9 @@ TEST_F(CLedgerTest, TheSameDetailsGiveTheSameFiguresInWhateverOrderTheyCame) {
     std::shuffle(details.begin(), details.end(), random);
     for (const DetailPtr& made : details) count(made->m_pCommand->m_bPatch ? EBTT_Patch : EBTT_Own, made, made);
     const CBasketTaskItem& row = ledgerRow();
-    const std::string text = QString::asprintf("%a %a %d %d", row.m_dCurAmount, row.m_dPatchAmount, row.m_nFinishedVolume,
-                                               row.m_nOrderCount)
-                                 .toStdString();
+    const std::string text =
+        QString::asprintf("%a %a %d %d", row.m_dCurAmount, row.m_dPatchAmount, row.m_nFinishedVolume, row.m_nOrderCount)
+            .toStdString();
     if (first.empty()) first = text;
     EXPECT_EQ(text, first) << "round " << round;
     EXPECT_EQ(row.m_nFinishedVolume, 240);

@@ -28,8 +28,8 @@ SRemainderFacts factsOf(const std::vector<SRemainderRow>& rows) {
 
 std::string only(const SRemainderFacts& facts) {
   const SRemainder left = remaindersOf(facts).front();
-  return std::to_string(left.rest.open) + "/" + std::to_string(left.rest.free) + " " + std::to_string(left.volume) + " " +
-         refusalText(left.refusal).toStdString();
+  return std::to_string(left.rest.open) + "/" + std::to_string(left.rest.free) + " " + std::to_string(left.volume) +
+         " " + refusalText(left.refusal).toStdString();
 }
 
 TEST(Remainder, TheHighestOfWhatIsKnownIsTakenOff) {
