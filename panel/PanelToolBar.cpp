@@ -1,12 +1,10 @@
 // The tool bar and the events of the panel: what the user asks for, and who carries it out. GUI thread.
-#include "BasketEvents.h"
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
 #include "TaskFilter.h"
 #include "TaskKeys.h"
-#include "gv/CEventWidget.h"
 #include "gv/Controls.h"
 #include "gv/Scaling.h"
 #include "tc/CSettingDialogNew.h"
@@ -16,6 +14,9 @@
 
 namespace TC {
 namespace {
+
+/// Events of the host's event delivery.
+enum EEvent : int { EventButton = 5, EventCheckBox = 67, EventTaskButton = 1140, EventOrders = 1196 };
 
 enum class EControl { Filter, Button, Settings, Check, Separator };
 
@@ -118,16 +119,16 @@ void CBasketTasksPanel::addFilter(GV::CAutoExpandToolBar& bar) {
 
 bool CBasketTasksPanel::handleEvent(int eventId, int buttonId, int value, QString text, void* payload) {
   switch (eventId) {
-    case GV::EventButtonClicked:
+    case EventButton:
       onToolBarButton(buttonId);
       return true;
-    case GV::EventCheckBoxToggled:
+    case EventCheckBox:
       if (m_pFilterFinishedCheck) updateTable(m_nFilter, false);
       return true;
-    case EBE_TaskButton:
+    case EventTaskButton:
       if (payload) onTaskButton(buttonId, text, *static_cast<const QString*>(payload));
       return true;
-    case EBE_Orders:
+    case EventOrders:
       updateOrders(text);
       return true;
     default:

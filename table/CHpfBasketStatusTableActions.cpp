@@ -5,7 +5,6 @@
 #include <QToolTip>
 
 #include "BasketColumns.h"
-#include "BasketEvents.h"
 #include "CBasketTask.h"
 #include "CHpfBasketDelegates.h"
 #include "CHpfBasketStatusModel.h"
@@ -25,6 +24,9 @@ constexpr int TREE_COLUMN_WIDTH = 120;
 
 /// Height by which the tip of the progress column counts rows; not that of the rows: intended.
 constexpr int TIP_ROW_HEIGHT = 20;
+
+/// Event that carries a row's operation to the panel.
+constexpr int EVENT_TASK_BUTTON = 1140;
 
 /// What a click on a cell opens, by key.
 struct SCellCommand {
@@ -157,7 +159,7 @@ void CHpfBasketStatusTable::onOptionClicked(const QString& rowKey, int buttonId)
   QString nodeKey;
   if (!getBasketTaskItemByKey(rowKey, task, nodeKey)) return;
   QString key = task->getKey();
-  GV::CEventDeliverer::deliverEvent(this, EBE_TaskButton, CHpfBasketOptionDelegate::actionOf(buttonId), 0, nodeKey,
+  GV::CEventDeliverer::deliverEvent(this, EVENT_TASK_BUTTON, CHpfBasketOptionDelegate::actionOf(buttonId), 0, nodeKey,
                                     &key);
 }
 
