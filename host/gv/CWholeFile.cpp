@@ -17,15 +17,22 @@ CWholeFile::CWholeFile(const QString& fileName) {
 
 CWholeFile::~CWholeFile() = default;
 
-bool CWholeFile::open() { return m_pFile->open(QIODevice::WriteOnly); }
+bool CWholeFile::open() { return note(m_pFile->open(QIODevice::WriteOnly)); }
 
-bool CWholeFile::write(const QByteArray& bytes) { return m_pFile->write(bytes) == bytes.size(); }
+bool CWholeFile::write(const QByteArray& bytes) { return note(m_pFile->write(bytes) == bytes.size()); }
 
 bool CWholeFile::commit() {
-  if (auto* file = qobject_cast<QSaveFile*>(m_pFile.get())) return file->commit();
-  const bool flushed = m_pFile->flush();
+  // Before the old file goes: QSaveFile does not look at whether the last of its buffer could be written.
+  if (!note(m_pFile->flush())) return false;
+  if (auto* file = qobject_cast<QSaveFile*>(m_pFile.get())) return note(file->commit());
   m_pFile->close();
-  return flushed && m_pFile->error() == QFileDevice::NoError;
+  return note(m_pFile->error() == QFileDevice::NoError);
+}
+
+/// Keeps the first reason, which the file forgets.
+bool CWholeFile::note(bool good) {
+  if (!good && m_strFault.isEmpty()) m_strFault = m_pFile->errorString();
+  return good;
 }
 
 }  // namespace GV

@@ -22,9 +22,14 @@ class CWholeFile {
   bool open();
   bool write(const QByteArray& bytes);
   bool commit();
+  /// The system's reason once one of them has failed, else empty.
+  const QString& fault() const { return m_strFault; }
 
  private:
+  bool note(bool good);
+
   std::unique_ptr<QFileDevice> m_pFile;
+  QString m_strFault;
 };
 
 }  // namespace GV

@@ -4,14 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QFile>
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <streambuf>
 #include <system_error>
 #include <utility>
+
+#include "gv/CWholeFile.h"
 
 namespace app {
 namespace {
@@ -97,23 +97,15 @@ void COutputFile::begin() {
 }
 
 void COutputFile::writeWhole(const std::string& bytes) {
-  struct stat state {};
-  std::error_code error;
-  const std::string target = std::filesystem::canonical(m_strFile, error).string();
-  if (!isRegular() || error || ::fstat(m_pBuffer->m_nDescriptor, &state) != 0) {
+  if (!isRegular()) {
     begin();
     m_stream << bytes << std::flush;
     return;
   }
-  std::string beside = target + ".XXXXXX";
   m_pBuffer->close();
-  m_pBuffer->m_nDescriptor = ::mkostemp(beside.data(), O_CLOEXEC);
-  if (!m_pBuffer->note(m_pBuffer->m_nDescriptor)) return;
-  m_pBuffer->note(::fchmod(m_pBuffer->m_nDescriptor, state.st_mode));
-  m_stream << bytes << std::flush;
-  m_pBuffer->close();
-  m_bBegun = m_pBuffer->m_nError == 0 && m_pBuffer->note(::rename(beside.c_str(), target.c_str()));
-  if (!m_bBegun) ::unlink(beside.c_str());
+  GV::CWholeFile file(QFile::decodeName(m_strFile.c_str()));
+  m_bBegun = file.open() && file.write(QByteArray::fromStdString(bytes)) && file.commit();
+  m_strFault = file.fault().toStdString();
 }
 
 std::ostream& COutputFile::stream() { return m_stream; }
@@ -121,8 +113,9 @@ std::ostream& COutputFile::stream() { return m_stream; }
 void COutputFile::close() { m_pBuffer->close(); }
 
 std::string COutputFile::fault() const {
-  if (m_pBuffer->m_nError == 0) return {};
-  return "cannot write " + m_strFile + ": " + std::generic_category().message(m_pBuffer->m_nError);
+  const int error = m_pBuffer->m_nError;
+  const std::string reason = error == 0 ? m_strFault : std::generic_category().message(error);
+  return reason.empty() ? std::string() : "cannot write " + m_strFile + ": " + reason;
 }
 
 }  // namespace app

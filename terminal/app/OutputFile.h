@@ -38,8 +38,9 @@ class COutputFile {
   std::string m_strFile;
   std::unique_ptr<CBuffer> m_pBuffer;
   std::ostream m_stream;
-  bool m_bMade = false;   ///< open() made the file
-  bool m_bBegun = false;  ///< begin() was called
+  std::string m_strFault;  ///< why the file could not be written whole; empty: it was
+  bool m_bMade = false;    ///< open() made the file
+  bool m_bBegun = false;   ///< begin() was called
 };
 
 }  // namespace app

@@ -19,6 +19,7 @@
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
+#include "EHpfBasketTaskStatus.h"
 #include "FileTraps.h"
 #include "TableExport.h"
 #include "Tasks.h"
@@ -236,14 +237,20 @@ TEST_F(Export, AReadOnlyFolderStaysAsItIs) {
 
 TEST_F(Export, AFileThatCannotGrowLeavesTheOldOneOrNone) {
   addRows(4, 1000);
-  const test::CFileSizeLimit limit(20000);
   for (const char* name : {"out.txt", "out.csv", "out.CSV", "out.xlsx"}) {
-    EXPECT_FALSE(exportTo(name)) << name;
-    EXPECT_TRUE(files().isEmpty()) << name << ": " << files().join(" ").toStdString();
-    put(path(name), "old");
-    EXPECT_FALSE(exportTo(name)) << name;
-    EXPECT_EQ(contentOf(path(name)), "old") << name;
+    ASSERT_TRUE(exportTo(name));
+    const auto whole = static_cast<rlim_t>(QFileInfo(path(name)).size());
     QFile::remove(path(name));
+    // Also where there is no room for the last bytes alone.
+    for (const rlim_t room : {whole / 2, whole - 100}) {
+      const test::CFileSizeLimit limit(room);
+      EXPECT_FALSE(exportTo(name)) << name;
+      EXPECT_TRUE(files().isEmpty()) << name << ": " << files().join(" ").toStdString();
+      put(path(name), "old");
+      EXPECT_FALSE(exportTo(name)) << name;
+      EXPECT_EQ(contentOf(path(name)), "old") << name;
+      QFile::remove(path(name));
+    }
   }
 }
 
