@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "TaskKeys.h"
 #include "TaskRules.h"
 
 namespace TC {
@@ -43,7 +44,7 @@ void CBasketTaskItem::setParent(CBasketTaskItem* p) {
   if (p == m_pParent) return;
   m_pParent = p;
   if (!p) return;
-  const QString prefix = p->m_strKey + QLatin1Char('-');
+  const QString prefix = p->m_strKey + NODE_KEY_SEPARATOR;
   m_strKey.prepend(prefix);
   for (CBasketTaskItem* child : qAsConst(m_children)) child->m_strKey.prepend(prefix);
 }

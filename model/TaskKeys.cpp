@@ -15,8 +15,6 @@ constexpr int MAX_ID_DIGITS = 10;  // of an int; a row's tree key is longer than
 
 }  // namespace
 
-QString taskKey(int taskId) { return QStringLiteral("组合任务") + QString::number(taskId); }
-
 QString taskDisplayId(int traderType, int taskId) {
   return QStringLiteral("%1%2")
       .arg(traderType, TYPE_DIGITS, 10, QLatin1Char('0'))
@@ -41,6 +39,10 @@ QString orderRowKey(const std::string& market, const std::string& code, int oper
   QString key = rowKey(market, code, operation);
   ksservice::replaceMarketToHK(key);
   return key;
+}
+
+QString sideName(ETaskSide side) {
+  return side == ETaskSide::Futures ? QStringLiteral("期货") : QStringLiteral("证券");
 }
 
 }  // namespace TC

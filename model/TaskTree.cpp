@@ -174,14 +174,14 @@ void CTaskTree::build(const Accounts& accounts) {
   const bool multiType = !m_stocks.isEmpty() && !m_futures.isEmpty();
   NodeList nodes;
   if (!m_futures.isEmpty()) {
-    hangSide(m_futures, QStringLiteral("期货"), multiType, nodes);
+    hangSide(m_futures, sideName(ETaskSide::Futures), multiType, nodes);
     logShape(
         "ft: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
         "multi_account = %6%.",
         multiType, m_futures);
   }
   if (!m_stocks.isEmpty()) {
-    hangSide(m_stocks, QStringLiteral("证券"), multiType, nodes);
+    hangSide(m_stocks, sideName(ETaskSide::Stock), multiType, nodes);
     logShape(
         "stk: cmd = %1%, task = %2%, stock_map_size = %3%, futures_map_size = %4%, multi_type = %5%, "
         "multi_account = %6%.",

@@ -4,19 +4,17 @@
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
 #include "TaskFilter.h"
-#include "TaskKeys.h"
 #include "gv/Controls.h"
 #include "gv/Scaling.h"
 #include "tc/CSettingDialogNew.h"
+#include "tc/CTaskOrdersWidget.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "tc/TaskEvents.h"
 #include "utils/Log.h"
 
 namespace TC {
 namespace {
-
-/// Events of the host's event delivery.
-enum EEvent : int { EventButton = 5, EventCheckBox = 67, EventTaskButton = 1140, EventOrders = 1196 };
 
 enum class EControl { Filter, Button, Settings, Check, Separator };
 
@@ -57,19 +55,20 @@ const std::vector<CBasketTasksPanel::SToolBarControl>& CBasketTasksPanel::toolBa
 
 /// What the button of a task's row does; codes without an entry do nothing.
 struct CBasketTasksPanel::STaskAction {
-  int code;
+  ETaskAction action;
   void (*run)(CBasketTask& task, const QString& text, EMavTraderType type);
 };
 
 const std::vector<CBasketTasksPanel::STaskAction>& CBasketTasksPanel::taskActions() {
   static const std::vector<STaskAction> list = {
-      {3, [](CBasketTask& task, const QString& text, EMavTraderType) { task.cancel(text); }},
-      {5, [](CBasketTask& task, const QString& text, EMavTraderType) { task.pause(text); }},
-      {6, [](CBasketTask& task, const QString& text, EMavTraderType) { task.resume(text); }},
-      {10000, [](CBasketTask& task, const QString& text, EMavTraderType type) { task.checkHasAlgoTask(text, type); }},
-      {10001, [](CBasketTask& task, const QString& text, EMavTraderType) { task.unpatch(text); }},
-      {10002, [](CBasketTask& task, const QString& text, EMavTraderType) { task.drop(text); }},
-      {10003, [](CBasketTask& task, const QString& text, EMavTraderType) { task.cancelHedge(text); }},
+      {ETA_Cancel, [](CBasketTask& task, const QString& text, EMavTraderType) { task.cancel(text); }},
+      {ETA_Pause, [](CBasketTask& task, const QString& text, EMavTraderType) { task.pause(text); }},
+      {ETA_Resume, [](CBasketTask& task, const QString& text, EMavTraderType) { task.resume(text); }},
+      {ETA_Patch,
+       [](CBasketTask& task, const QString& text, EMavTraderType type) { task.checkHasAlgoTask(text, type); }},
+      {ETA_StopPatch, [](CBasketTask& task, const QString& text, EMavTraderType) { task.unpatch(text); }},
+      {ETA_Drop, [](CBasketTask& task, const QString& text, EMavTraderType) { task.drop(text); }},
+      {ETA_CancelHedge, [](CBasketTask& task, const QString& text, EMavTraderType) { task.cancelHedge(text); }},
   };
   return list;
 }
@@ -119,16 +118,16 @@ void CBasketTasksPanel::addFilter(GV::CAutoExpandToolBar& bar) {
 
 bool CBasketTasksPanel::handleEvent(int eventId, int buttonId, int value, QString text, void* payload) {
   switch (eventId) {
-    case EventButton:
+    case GV::EventButtonClicked:
       onToolBarButton(buttonId);
       return true;
-    case EventCheckBox:
+    case GV::EventCheckBoxToggled:
       if (m_pFilterFinishedCheck) updateTable(m_nFilter, false);
       return true;
     case EventTaskButton:
       if (payload) onTaskButton(buttonId, text, *static_cast<const QString*>(payload));
       return true;
-    case EventOrders:
+    case EventTaskOrders:
       updateOrders(text);
       return true;
     default:
@@ -189,7 +188,7 @@ void CBasketTasksPanel::onTaskButton(int action, const QString& text, const QStr
   utils::logInfo(this, "CBasketTasksPanel::handleEvent", "User %1% click basket task panel task button id %2% task %3%",
                  getUserConfig().userName(), action, key);
   for (const STaskAction& known : taskActions()) {
-    if (known.code == action) return known.run(*task, text, tradeType());
+    if (known.action == action) return known.run(*task, text, tradeType());
   }
 }
 
@@ -199,7 +198,7 @@ void CBasketTasksPanel::patch(int taskId, const QString& nodeKey, int priceType)
 
 void CBasketTasksPanel::updateOrders(const QString& key) {
   for (const auto& task : tasks()) {
-    if (task->getKey() + task->getRoot()->getKey() == key) m_pTable->updateOrdersWidget(*task);
+    if (CTaskOrdersWidget::keyOf(task->getKey(), task->getRoot()->getKey()) == key) m_pTable->updateOrdersWidget(*task);
   }
 }
 

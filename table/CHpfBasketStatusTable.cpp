@@ -1,15 +1,11 @@
 #include "CHpfBasketStatusTable.h"
 
-#include <algorithm>
 #include <boost/make_shared.hpp>
 
 #include "CBasketTask.h"
-#include "CHpfBasketDelegates.h"
 #include "CHpfBasketStatusModel.h"
 #include "TaskKeys.h"
-#include "tc/CStockUnitConfig.h"
 #include "tc/CTaskOrdersWidget.h"
-#include "tc/Services.h"
 #include "utils/Log.h"
 
 namespace TC {
@@ -219,8 +215,8 @@ bool CHpfBasketStatusTable::getBasketTaskItemByKey(const QString& key, boost::sh
 const CTaskBlock* CHpfBasketStatusTable::blockNaming(const QString& name) const {
   const int taskId = taskIdOfDisplayId(name.left(name.size() - TREE_KEY_ORDINAL_DIGITS));
   if (taskId >= 0) return blockOf(taskKey(taskId));
-  for (int dash = name.indexOf(QLatin1Char('-')); dash >= 0; dash = name.indexOf(QLatin1Char('-'), dash + 1)) {
-    if (const CTaskBlock* block = blockOf(name.left(dash))) return block;
+  for (int end = name.indexOf(NODE_KEY_SEPARATOR); end >= 0; end = name.indexOf(NODE_KEY_SEPARATOR, end + 1)) {
+    if (const CTaskBlock* block = blockOf(name.left(end))) return block;
   }
   return nullptr;
 }

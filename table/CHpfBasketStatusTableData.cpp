@@ -26,6 +26,8 @@ QString CHpfBasketStatusTableData::displayName() const { return data().shape.dis
 
 QString CHpfBasketStatusTableData::scriptName() const { return data().shape.scriptName; }
 
+QString CHpfBasketStatusTableData::nodeKey() const { return m_pBlock->state().nodeKey(m_nRow); }
+
 int CHpfBasketStatusTableData::sortOrder() const {
   return m_nRow == 0 ? m_pBlock->facts().taskId : std::numeric_limits<int>::max();
 }

@@ -25,6 +25,7 @@ class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
   bool hasKey(const QString& key) const override;
   QString displayName() const override;
   QString scriptName() const override;
+  QString nodeKey() const override;
   int sortOrder() const override;
   QString text(int column) const override;
   /// The amount of a root; 0 for every other cell, so that the statistics line counts each task once.

@@ -31,7 +31,9 @@ void CHpfBasketStatusTable::onCellClicked(const QString& rowKey, int column) {
 void CHpfBasketStatusTable::slotShowOrders(CBasketTask* task, QString key, int mode) {
   if (!task) return;
   const bool show = mode == SHOW_ORDERS;
-  if (!show && (!m_pOrdersWidget->isVisible() || m_pOrdersWidget->getKey() != task->getKey() + key)) return;
+  if (!show &&
+      (!m_pOrdersWidget->isVisible() || m_pOrdersWidget->getKey() != CTaskOrdersWidget::keyOf(task->getKey(), key)))
+    return;
   if (show) {
     m_pOrdersWidget->clearFilters();
     m_strOrdersRow = rowKeyOf(key);
@@ -49,7 +51,7 @@ void CHpfBasketStatusTable::fillOrders(CBasketTask& task, const QString& nodeKey
   std::vector<boost::shared_ptr<ksservice::COrderDetail>> details;
   CTaskOrdersWidget::Orders orders;
   task.getOrders(nodeKey, details, orders);
-  const QString key = task.getKey() + nodeKey;
+  const QString key = CTaskOrdersWidget::keyOf(task.getKey(), nodeKey);
   if (mode == SHOW_ORDERS) {
     m_pOrdersWidget->updateOrders(key, orders);
   } else {

@@ -4,6 +4,7 @@
 
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
+#include "TaskKeys.h"
 
 namespace TC {
 namespace {
@@ -52,7 +53,7 @@ QString CRowKeyStems::of(const CBasketTaskItem& node) {
   if (m_strStem.isEmpty() || futures != m_bFutures || node.m_strAccountKey != m_strAccount) {
     m_bFutures = futures;
     m_strAccount = node.m_strAccountKey;
-    const QString side = futures ? QStringLiteral("期货") : QStringLiteral("证券");
+    const QString side = sideName(futures ? ETaskSide::Futures : ETaskSide::Stock);
     m_strStem = m_strTask % side % SEPARATOR % escaped(m_strAccount);
   }
   return m_strStem;

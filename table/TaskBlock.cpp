@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "RowKeys.h"
+#include "TaskKeys.h"
 
 namespace TC {
 
@@ -24,7 +25,7 @@ QString STaskRows::key(int row) const { return rowKey((*shape)[static_cast<std::
 
 QString STaskRows::nodeKey(int row) const {
   const SRowShape& node = (*shape)[static_cast<std::size_t>(row)];
-  return node.parent < 0 ? facts.taskKey : nodeKey(node.parent) + QLatin1Char('-') + node.scriptName;
+  return node.parent < 0 ? facts.taskKey : nodeKey(node.parent) + NODE_KEY_SEPARATOR + node.scriptName;
 }
 
 std::vector<int> CTaskBlock::placesIn(const std::vector<SRowShape>& shape) const {

@@ -19,6 +19,8 @@ class CHpfTreeTableData : public IBaseHpfTableData {
   virtual QString displayName() const { return {}; }
   /// Short name under the parent; a script addresses a row by these, joined with "/".
   virtual QString scriptName() const { return displayName(); }
+  /// The key under which the row's owner knows what it shows.
+  virtual QString nodeKey() const { return key(); }
   /// Place among the roots while no column is sorted; roots of equal order keep their arrival.
   virtual int sortOrder() const { return std::numeric_limits<int>::max(); }
 

@@ -34,7 +34,9 @@ class CTaskOrdersWidget : public QDialog {
   void clearFilters();
   /// The line with the orders' sums, which only algorithm orders have; keepSize: the window keeps its height.
   void setOrderInfoTableVisible(bool visible, bool keepSize);
-  /// Shows the orders of a node; key: the task's key followed by the node's.
+  /// The key under which the window shows the orders of a node.
+  static QString keyOf(const QString& taskKey, const QString& nodeKey) { return taskKey + nodeKey; }
+  /// Shows the orders of a node; key: its keyOf.
   void updateOrders(const QString& key, const Orders& orders);
   /// Shows a newer state of the orders that it shows: their rows stay, with their place, selection and sorting. The
   /// node may have another key by now.

@@ -59,13 +59,14 @@ Json localTask(int taskId, const desk::AccountPtr& account) {
   return {{"id", taskId}, {"account", account ? account->getKey() : std::string()}};
 }
 
-/// The path of the row whose orders a window shows; its key is the key of a root followed by that of a node.
+/// The path of the row whose orders a window shows. The key of a root is that of its task.
 QString ordersPath(const GV::CHpfTreeTable& table, const QString& key) {
   QString path;
-  QString root;  // whose key the window's begins with; empty for none
+  QString root;
   table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
-    if (depth == 0) root = key.startsWith(row.key()) ? row.key() : QString();
-    if (!root.isEmpty() && key.midRef(root.size()) == nodeKey(row)) path = rowPath(table, row.key());
+    if (depth == 0) root = row.key();
+    if (key.startsWith(root) && key == TC::CTaskOrdersWidget::keyOf(root, row.nodeKey()))
+      path = rowPath(table, row.key());
   });
   return path;
 }

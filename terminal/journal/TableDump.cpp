@@ -106,8 +106,4 @@ QString rowPath(const GV::CHpfTreeTable& table, const QString& key) {
   return path.join('/');
 }
 
-QString nodeKey(const GV::CHpfTreeTableData& row) {
-  return row.parent() ? nodeKey(*row.parent()) + '-' + row.scriptName() : row.key();
-}
-
 }  // namespace journal

@@ -7,7 +7,6 @@
 namespace GV {
 class CBaseTableColumnMultiButtonsDelegate;
 class CHpfTreeTable;
-class CHpfTreeTableData;
 }  // namespace GV
 namespace TC {
 class ITradeDockableWidget;
@@ -24,7 +23,5 @@ GV::CHpfTreeTable* tableOf(const TC::ITradeDockableWidget& panel);
 GV::CBaseTableColumnMultiButtonsDelegate* buttonsOf(const GV::CHpfTreeTable& table);
 /// The path by which a row is named in a journal; empty for an unknown key.
 QString rowPath(const GV::CHpfTreeTable& table, const QString& key);
-/// The key under which the task knows the node of a row: the root's key and the names of the path below it.
-QString nodeKey(const GV::CHpfTreeTableData& row);
 
 }  // namespace journal

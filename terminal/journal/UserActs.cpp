@@ -13,12 +13,10 @@
 #include "gv/CHpfTreeTable.h"
 #include "gv/Controls.h"
 #include "tc/ITradeDockableWidget.h"
+#include "tc/TaskEvents.h"
 
 namespace journal {
 namespace {
-
-/// What the key of a task starts with; its identifier follows.
-constexpr char TASK_KEY_PREFIX[] = "组合任务";
 
 GV::CHpfTreeTable& needTable(TC::ITradeDockableWidget& panel) {
   GV::CHpfTreeTable* table = tableOf(panel);
@@ -104,7 +102,7 @@ void exportTable(TC::ITradeDockableWidget& panel, const SUserLine& line) {
 void copyTable(TC::ITradeDockableWidget& panel, const SUserLine&) { needTable(panel).copyData(); }
 
 void deliverEvent(TC::ITradeDockableWidget& panel, const SUserLine& line) {
-  QString taskKey = QString::fromUtf8(TASK_KEY_PREFIX) + QString::number(line.m_nTask);
+  QString taskKey = TC::taskKey(line.m_nTask);
   // The root's node key is that of its task.
   const QString text = line.m_strText ? QString::fromStdString(*line.m_strText) : taskKey;
   panel.handleEvent(line.m_nEvent, line.m_nId, 0, text, &taskKey);
@@ -135,7 +133,7 @@ void patchRow(TC::ITradeDockableWidget& panel, const std::string& path, int pric
   const GV::CHpfTreeTableDataPtr row = needRow(needTable(panel), path);
   // A root is named by its task alone.
   const int task = QString::fromStdString(path).section('/', 0, 0).toInt();
-  panel.patch(task, row->parent() ? nodeKey(*row) : QString(), priceType);
+  panel.patch(task, row->parent() ? row->nodeKey() : QString(), priceType);
 }
 
 }  // namespace journal

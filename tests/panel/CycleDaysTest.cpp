@@ -15,15 +15,14 @@
 #include "gv/CEventWidget.h"
 #include "gv/CMessageBox.h"
 #include "gv/Controls.h"
+#include "tc/CTaskOrdersWidget.h"
+#include "tc/TaskEvents.h"
 
 namespace TC {
 namespace {
 
 constexpr int SOME_SECONDS_MSEC = 12000;
 constexpr int GIVE_UP_MSEC = 20000;
-constexpr int EVENT_BUTTON = 5;
-constexpr int EVENT_CHECK_BOX = 67;
-constexpr int EVENT_ORDERS = 1196;
 constexpr int TYPES = 2;
 
 long numberOf(const char* variable, long otherwise) {
@@ -128,12 +127,12 @@ void CycleDays::clickAll(int button) {
   static const std::map<int, int> WISHES = {
       {4, ksservice::ETS_Cancelled}, {5, ksservice::ETS_Paused}, {6, ksservice::ETS_Running}};
   for (int task = 0; task < test::CYCLE_TASKS; ++task) m_clicked[m_market.firstTask() + task] = WISHES.at(button);
-  m_panel->handleEvent(EVENT_BUTTON, button, 0, QString(), nullptr);
+  m_panel->handleEvent(GV::EventButtonClicked, button, 0, QString(), nullptr);
 }
 
 void CycleDays::act() {
   const int kind = m_market.below(100);
-  const auto button = [this](int id) { m_panel->handleEvent(EVENT_BUTTON, id, 0, QString(), nullptr); };
+  const auto button = [this](int id) { m_panel->handleEvent(GV::EventButtonClicked, id, 0, QString(), nullptr); };
   // How a hedge stands after an operation, a panel alone knows.
   if (kind < 30 && m_market.hasHedges()) return;
   if (kind < 25) return clickRow();
@@ -156,7 +155,7 @@ void CycleDays::act() {
   }
   if (kind < 80) {
     const QString key = taskKey(m_market.firstTask() + m_market.below(test::CYCLE_TASKS));
-    m_panel->handleEvent(EVENT_ORDERS, 0, 0, key + key, nullptr);
+    m_panel->handleEvent(EventTaskOrders, 0, 0, CTaskOrdersWidget::keyOf(key, key), nullptr);
     return;
   }
   if (kind < 85) return setType(m_nType);
@@ -291,7 +290,7 @@ test::Shown CycleDays::fresh(const test::CCycleMarket::Details& details, int& ru
 
 void CycleDays::compare() {
   // Folding everything shows finished sub-tasks until the next pass of the filters.
-  m_panel->handleEvent(EVENT_CHECK_BOX, 0, 0, QString(), nullptr);
+  m_panel->handleEvent(GV::EventCheckBoxToggled, 0, 0, QString(), nullptr);
   const test::CCycleMarket::Details newest = m_market.newest(m_nType);
   const auto versionIn = [this](const test::CCycleMarket::Details& details) {
     const auto version = details.find(m_strLost);

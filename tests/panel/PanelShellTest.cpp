@@ -12,6 +12,7 @@
 #include "TestHost.h"
 #include "gv/CCommonDialog.h"
 #include "gv/Controls.h"
+#include "tc/TaskEvents.h"
 
 namespace TC {
 namespace {
@@ -123,9 +124,9 @@ TEST_F(PanelShell, TheLockClosesTheTable) {
 TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {
   QString task = QStringLiteral("组合任务1");
   EXPECT_FALSE(m_panel->handleEvent(4711, 0, 0, QString(), nullptr));
-  EXPECT_TRUE(m_panel->handleEvent(1140, 3, 0, task, &task)) << "a task that is not there";
-  EXPECT_TRUE(m_panel->handleEvent(1140, 3, 0, task, nullptr));
-  EXPECT_TRUE(m_panel->handleEvent(1196, 0, 0, QString(), nullptr));
+  EXPECT_TRUE(m_panel->handleEvent(EventTaskButton, ETA_Cancel, 0, task, &task)) << "a task that is not there";
+  EXPECT_TRUE(m_panel->handleEvent(EventTaskButton, ETA_Cancel, 0, task, nullptr));
+  EXPECT_TRUE(m_panel->handleEvent(EventTaskOrders, 0, 0, QString(), nullptr));
 }
 
 /// The host may take the panel away while a dialog of one of its tasks is open.
@@ -154,7 +155,7 @@ TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneIsNotSent) {
     EXPECT_EQ(dialog.press(QStringLiteral("选中补单")), QString());
   });
   QString task = QStringLiteral("组合任务1");
-  m_panel->handleEvent(1140, 10000, 0, task, &task);
+  m_panel->handleEvent(EventTaskButton, ETA_Patch, 0, task, &task);
   GV::CCommonDialog::setExecHook({});
   EXPECT_EQ(dialogs, 1);
   EXPECT_TRUE(m_host.takeCreations().empty());

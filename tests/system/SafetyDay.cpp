@@ -9,16 +9,13 @@
 #include "gv/CHpfTreeTable.h"
 #include "gv/CMessageBox.h"
 #include "ksservice/Operations.h"
+#include "tc/TaskEvents.h"
 
 namespace test {
 namespace {
 
 using namespace ksservice;
 
-constexpr int BUTTON_EVENT = 1140;
-constexpr int PATCH_CODE = 10000;
-constexpr int STOP_PATCH_CODE = 10001;
-constexpr int DROP_CODE = 10002;
 constexpr std::int64_t WAY_OUT_MSEC = 10000;
 constexpr std::ptrdiff_t NOTES_SHOWN = 120;
 
@@ -26,7 +23,7 @@ const std::map<QString, int> OPERATIONS = {{QStringLiteral("撤销"), ETO_Cancel
                                            {QStringLiteral("暂停"), ETO_Pause},
                                            {QStringLiteral("继续"), ETO_Resume},
                                            {QStringLiteral("放弃补单"), ETO_Drop},
-                                           {QStringLiteral("撤单"), STOP_PATCH_CODE}};
+                                           {QStringLiteral("撤单"), TC::ETA_StopPatch}};
 
 std::string textOf(const std::vector<std::string>& sends) {
   std::string all;
@@ -173,7 +170,7 @@ void CSafetyDay::act() {
   const int kind = below(m_random, 100);
   if (kind < 70) return clickRowButton();
   if (kind < 75) return clickToolBar();
-  if (kind < 88) return sendEvent(anyBasket(), chance(m_random, 75) ? PATCH_CODE : STOP_PATCH_CODE);
+  if (kind < 88) return sendEvent(anyBasket(), chance(m_random, 75) ? TC::ETA_Patch : TC::ETA_StopPatch);
   if (kind < 93) return patchDirectly();
   if (kind < 97 && has(ING_Reopen)) return reopen();
   if (kind == 99 && has(ING_NewDay)) return startNewDay();
@@ -230,10 +227,10 @@ void CSafetyDay::clickToolBar() {
 void CSafetyDay::sendEvent(int basket, int code) {
   QString key = QStringLiteral("组合任务") + QString::number(basket);
   const std::string words = "event " + std::to_string(code) + " of " + std::to_string(basket);
-  const auto send = [&] { m_pPanel->handleEvent(BUTTON_EVENT, code, 0, key, &key); };
+  const auto send = [&] { m_pPanel->handleEvent(TC::EventTaskButton, code, 0, key, &key); };
   for (int times = chance(m_random, 30) ? 2 : 1; times > 0 && m_pPanel; --times) {
-    if (code != PATCH_CODE) {
-      operate({basket}, code == DROP_CODE ? ETO_Drop : code, words, send);
+    if (code != TC::ETA_Patch) {
+      operate({basket}, code == TC::ETA_Drop ? ETO_Drop : code, words, send);
       continue;
     }
     note(words);
@@ -312,9 +309,9 @@ bool CSafetyDay::giveUp(int basket, int operation) {
 CSafetyDay::Sends CSafetyDay::sendsOf(int basket, int operation) const {
   Sends sends;
   // What is dropped gives its patches up first, and only then itself.
-  const bool drops = operation == ETO_Drop || operation == STOP_PATCH_CODE;
+  const bool drops = operation == ETO_Drop || operation == TC::ETA_StopPatch;
   if (drops) appendSends(sends, basket, true, ETO_Drop);
-  if (operation != STOP_PATCH_CODE) appendSends(sends, basket, false, operation);
+  if (operation != TC::ETA_StopPatch) appendSends(sends, basket, false, operation);
   if (!drops) appendSends(sends, basket, true, operation);
   return sends;
 }

@@ -5,6 +5,7 @@
 #include "gv/CCommonDialog.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
+#include "tc/TaskEvents.h"
 #include "utils/Keys.h"
 
 namespace test {
@@ -13,8 +14,6 @@ namespace {
 using namespace ksservice;
 
 constexpr int AVAILABLE_COLUMN = 6;
-constexpr int PATCH_CODE = 10000;
-constexpr int DROP_CODE = 10002;
 
 /// Of a dialog's row, "A1/SH.600000买入".
 LineKey lineOf(const QString& row) { return lineOfRow(row.section('/', 0, 0).toStdString(), row.section('/', 1)); }
@@ -54,11 +53,11 @@ void CSafetyDay::work(GV::CCommonDialog& dialog) {
 void CSafetyDay::disturb(int basket) {
   step();
   if (chance(m_random, 60)) refresh();
-  if (has(ING_Drops) && chance(m_random, 30) && m_pPanel) sendEvent(basket, DROP_CODE);
+  if (has(ING_Drops) && chance(m_random, 30) && m_pPanel) sendEvent(basket, TC::ETA_Drop);
   if (has(ING_Reopen) && chance(m_random, 15) && m_pPanel) reopen();
   if (has(ING_NewDay) && chance(m_random, 10)) startNewDay();
   // No click can reach the panel now; a script's event could, and must not patch a task a second time.
-  if (chance(m_random, 40) && m_pPanel) sendEvent(anyBasket(), PATCH_CODE);
+  if (chance(m_random, 40) && m_pPanel) sendEvent(anyBasket(), TC::ETA_Patch);
 }
 
 /// A row offers no more than is left, nor does an entry.

@@ -7,6 +7,7 @@
 #include "CHpfBasketStatusTable.h"
 #include "Tasks.h"
 #include "TestHost.h"
+#include "tc/TaskEvents.h"
 
 namespace TC {
 
@@ -20,7 +21,7 @@ class CTableOwner : public GV::CEventWidgetT<QWidget> {
   };
 
   bool handleEvent(int eventId, int id, int, QString key, void* payload) override {
-    if (eventId != 1140) return false;
+    if (eventId != EventTaskButton) return false;
     m_actions.push_back({id, key, *static_cast<QString*>(payload)});
     return true;
   }
