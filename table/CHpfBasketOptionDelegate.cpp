@@ -1,35 +1,38 @@
 #include "CHpfBasketOptionDelegate.h"
 
 #include <QKeySequence>
+#include <algorithm>
+#include <iterator>
+#include <limits>
 
-#include "CHpfBasketStatusData.h"
+#include "EHpfBasketTaskStatus.h"
+#include "TaskKeys.h"
+#include "ksservice/Enumerations.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "tc/TaskEvents.h"
 
 namespace TC {
 namespace {
 
-/// Status type whose announcements are always applied.
-constexpr int TYPE_ALWAYS = 13;
+/// Order type of which every announcement is applied.
+constexpr int TYPE_ALWAYS = ksservice::EORT_Algo3;
+/// A status without a name.
+constexpr int STATUS_DISABLED = 1;
 
-enum EButton : int {
-  Cancel = 0,
-  Pause = 1,
-  Resume = 2,
-  ForceStop = 3,
-  Patch = 4,
-  StopPatch = 5,
-  GiveUpPatch = 6,
-  CancelHedge = 7
-};
+enum EButton : int { Cancel, Pause, Resume, ForceStop, Patch, StopPatch, GiveUpPatch, CancelHedge };
 
 enum EStyle : int { Go = 1, Neutral = 2, Stop = 3 };
 
+/// The sets that a button is in, as bits.
+enum ESet : unsigned { Basket = 1, Single = 2, Both = Basket | Single };
+
 struct SButtonSpec {
   int id;
+  unsigned sets;
   const char* text;
   int style;
-  int action;    ///< code delivered with event 1140
+  ETaskAction action;
   int disables;  ///< id handed to the disabling call by a click
   int key;       ///< that presses it in the current row; never one that is typed by itself
 };
@@ -37,43 +40,34 @@ struct SButtonSpec {
 constexpr int CTRL = Qt::CTRL;
 constexpr int CTRL_SHIFT = static_cast<int>(Qt::CTRL) | static_cast<int>(Qt::SHIFT);
 
-// A click on "撤单" or "放弃补单" disables the action code, which is no button, so these two stay enabled: intended.
-constexpr SButtonSpec BASKET_BUTTONS[] = {
-    {Cancel, "撤销", Stop, 3, Cancel, CTRL | Qt::Key_Delete},
-    {Pause, "暂停", Stop, 5, Pause, CTRL | Qt::Key_P},
-    {Resume, "继续", Go, 6, Resume, CTRL | Qt::Key_R},
-    {Patch, "补单", Neutral, 10000, Patch, CTRL | Qt::Key_B},
-    {StopPatch, "撤单", Stop, 10001, 10001, CTRL_SHIFT | Qt::Key_B},
-    {GiveUpPatch, "放弃补单", Neutral, 10002, 10002, CTRL_SHIFT | Qt::Key_Delete},
-    {CancelHedge, "取消套利", Neutral, 10003, CancelHedge, CTRL_SHIFT | Qt::Key_H},
+// In the order in which they stand in a row. A click on "撤单" or "放弃补单" disables the action code, which is no
+// button, so these two stay enabled: intended.
+constexpr SButtonSpec BUTTONS[] = {
+    {Cancel, Both, "撤销", Stop, ETA_Cancel, Cancel, CTRL | Qt::Key_Delete},
+    {Pause, Both, "暂停", Stop, ETA_Pause, Pause, CTRL | Qt::Key_P},
+    {Resume, Both, "继续", Go, ETA_Resume, Resume, CTRL | Qt::Key_R},
+    {Patch, Basket, "补单", Neutral, ETA_Patch, Patch, CTRL | Qt::Key_B},
+    {StopPatch, Basket, "撤单", Stop, ETA_StopPatch, ETA_StopPatch, CTRL_SHIFT | Qt::Key_B},
+    {GiveUpPatch, Basket, "放弃补单", Neutral, ETA_Drop, ETA_Drop, CTRL_SHIFT | Qt::Key_Delete},
+    {CancelHedge, Basket, "取消套利", Neutral, ETA_CancelHedge, CancelHedge, CTRL_SHIFT | Qt::Key_H},
+    {ForceStop, Single, "强制终止", Neutral, ETA_Drop, ForceStop, CTRL_SHIFT | Qt::Key_K},
 };
+constexpr std::size_t BUTTON_COUNT = std::size(BUTTONS);
 
-constexpr SButtonSpec SINGLE_BUTTONS[] = {
-    {Cancel, "撤销", Stop, 3, Cancel, CTRL | Qt::Key_Delete},
-    {Pause, "暂停", Stop, 5, Pause, CTRL | Qt::Key_P},
-    {Resume, "继续", Go, 6, Resume, CTRL | Qt::Key_R},
-    {ForceStop, "强制终止", Neutral, 10002, ForceStop, CTRL_SHIFT | Qt::Key_K},
-};
-
-template <std::size_t N>
-std::vector<GV::STableButton> buttonSet(const SButtonSpec (&specs)[N]) {
+std::vector<GV::STableButton> buttonSet(unsigned set) {
   std::vector<GV::STableButton> buttons;
-  for (const SButtonSpec& spec : specs) {
+  for (const SButtonSpec& spec : BUTTONS) {
+    if ((spec.sets & set) == 0) continue;
     const QString text = QString::fromUtf8(spec.text);
     buttons.push_back({spec.id, text, spec.style, commandHint(text, spec.key)});
   }
   return buttons;
 }
 
-/// Both sets agree where they share an id, but for the force stop, which only the single set has.
 const SButtonSpec* specOf(int buttonId) {
-  for (const SButtonSpec& spec : BASKET_BUTTONS) {
-    if (spec.id == buttonId) return &spec;
-  }
-  for (const SButtonSpec& spec : SINGLE_BUTTONS) {
-    if (spec.id == buttonId) return &spec;
-  }
-  return nullptr;
+  const auto* const spec = std::find_if(std::begin(BUTTONS), std::end(BUTTONS),
+                                        [buttonId](const SButtonSpec& each) { return each.id == buttonId; });
+  return spec == std::end(BUTTONS) ? nullptr : spec;
 }
 
 /// What a status does to one button.
@@ -81,41 +75,53 @@ enum EEffect : unsigned char {
   K,  ///< keep
   H,  ///< hide
   S,  ///< enable and show
-  R,  ///< enable; show if the user may cancel tasks, else hide
+  V,  ///< show if the user may cancel tasks, else hide
+  R,  ///< enable, and as V
+  E,  ///< show if enabled, else hide
+  D   ///< disable
 };
+
+enum ERows : unsigned char { AnyRow, HedgeRow, TypeAlways };
 
 struct SStatusRule {
-  EEffect cancel, pause, resume, patch, stopPatch, giveUpPatch, cancelHedge;
+  unsigned set;
+  int status;  ///< ETaskStatus or EHpfBasketTaskStatus
+  ERows rows;
+  bool setShown;
+  EEffect effects[BUTTON_COUNT];  ///< in the order of BUTTONS; none on a button that the row's set does not have
 };
 
-constexpr SStatusRule RUNNING = {R, S, H, H, H, H, H};
-constexpr SStatusRule PAUSED = {R, H, S, H, H, H, K};
-constexpr SStatusRule PAUSED_HEDGE = {K, K, K, K, K, K, H};
-constexpr SStatusRule CANCELLED = {H, H, H, S, K, S, H};
-// Whether a cancelled task of type 13 may be patched hangs on more than its status: it offers no patch, nor to give it
-// up.
-constexpr SStatusRule CANCELLED_ALWAYS = {H, H, H, H, H, H, H};
-constexpr SStatusRule PATCH_FAILED = {H, H, H, H, H, K, H};
-constexpr SStatusRule OTHER = {K, K, K, H, H, K, K};
+constexpr int ANY_STATUS = std::numeric_limits<int>::min();
 
-const SStatusRule& ruleOf(int status, int type, bool hedgeRow) {
-  switch (status) {
-    case ksservice::ETS_Running:
-    case EHBTS_Patching:
-      return RUNNING;
-    case ksservice::ETS_Paused:
-      return hedgeRow ? PAUSED_HEDGE : PAUSED;
-    case ksservice::ETS_Cancelled:
-      return type == TYPE_ALWAYS ? CANCELLED_ALWAYS : CANCELLED;
-    case EHBTS_PatchFailed:
-      return PATCH_FAILED;
-    default:
-      return OTHER;
-  }
-}
+// The first that fits counts: set, status, rows, whether the set shows, and what becomes of its buttons.
+// Whether a cancelled task of TYPE_ALWAYS may be patched hangs on more than its status: it offers no patch, nor to give
+// it up.
+constexpr SStatusRule RULES[] = {
+    // 撤销, 暂停, 继续, 补单, 撤单, 放弃补单, 取消套利, 强制终止
+    {Basket, ksservice::ETS_Finished, AnyRow, false, {K, K, K, K, K, K, K, K}},
+    {Basket, ksservice::ETS_Dropped, AnyRow, false, {K, K, K, K, K, K, K, K}},
+    {Basket, EHBTS_PatchFinished, AnyRow, false, {K, K, K, K, K, K, K, K}},
+    {Basket, STATUS_DISABLED, AnyRow, true, {D, D, D, D, D, D, D, K}},
+    {Basket, ksservice::ETS_Running, HedgeRow, true, {K, K, K, K, K, K, E, K}},
+    {Basket, ksservice::ETS_Running, AnyRow, true, {R, S, H, H, H, H, H, K}},
+    {Basket, EHBTS_Patching, HedgeRow, true, {K, K, K, K, K, K, E, K}},
+    {Basket, EHBTS_Patching, AnyRow, true, {R, S, H, H, H, H, H, K}},
+    {Basket, ksservice::ETS_Paused, HedgeRow, true, {K, K, K, K, K, K, H, K}},
+    {Basket, ksservice::ETS_Paused, AnyRow, true, {R, H, S, H, H, H, K, K}},
+    {Basket, ksservice::ETS_Cancelled, TypeAlways, true, {H, H, H, H, H, H, H, K}},
+    {Basket, ksservice::ETS_Cancelled, AnyRow, true, {H, H, H, S, K, S, H, K}},
+    {Basket, EHBTS_PatchFailed, AnyRow, true, {H, H, H, H, H, K, H, K}},
+    {Basket, ANY_STATUS, AnyRow, true, {K, K, K, H, H, K, K, K}},
+    {Single, ksservice::ETS_Running, AnyRow, true, {R, S, H, K, K, K, K, H}},
+    {Single, ksservice::ETS_Paused, AnyRow, true, {V, H, S, K, K, K, K, H}},
+    {Single, ANY_STATUS, AnyRow, false, {K, K, K, K, K, K, K, K}},
+};
 
-bool hidesSet(int status) {
-  return status == ksservice::ETS_Finished || status == ksservice::ETS_Dropped || status == EHBTS_PatchFinished;
+const SStatusRule& ruleOf(unsigned set, int status, int type, bool hedgeRow) {
+  return *std::find_if(std::begin(RULES), std::end(RULES), [=](const SStatusRule& rule) {
+    if (rule.set != set || (rule.status != status && rule.status != ANY_STATUS)) return false;
+    return rule.rows == AnyRow || (rule.rows == HedgeRow ? hedgeRow : type == TYPE_ALWAYS);
+  });
 }
 
 }  // namespace
@@ -130,17 +136,15 @@ QString commandHint(const QString& text, int key) {
 const std::vector<CHpfBasketOptionDelegate::SCommand>& CHpfBasketOptionDelegate::commands() {
   static const std::vector<SCommand> list = [] {
     std::vector<SCommand> all;
-    for (const SButtonSpec& spec : BASKET_BUTTONS) all.push_back({spec.id, QString::fromUtf8(spec.text), spec.key});
-    const SButtonSpec& forceStop = *specOf(ForceStop);
-    all.push_back({forceStop.id, QString::fromUtf8(forceStop.text), forceStop.key});
+    for (const SButtonSpec& spec : BUTTONS) all.push_back({spec.id, QString::fromUtf8(spec.text), spec.key});
     return all;
   }();
   return list;
 }
 
-int CHpfBasketOptionDelegate::actionOf(int buttonId) {
+ETaskAction CHpfBasketOptionDelegate::actionOf(int buttonId) {
   const SButtonSpec* spec = specOf(buttonId);
-  return spec ? spec->action : -1;
+  return spec ? spec->action : ETA_None;
 }
 
 void CHpfBasketOptionDelegate::disableClicked(const QString& rowKey, int buttonId) {
@@ -154,9 +158,9 @@ void CHpfBasketOptionDelegate::clear() {
   m_states.clear();
 }
 
-bool CHpfBasketOptionDelegate::accept(const QString& key, int status, int type, bool single) {
+bool CHpfBasketOptionDelegate::accept(const QString& key, unsigned set, int status, int type) {
   if (!m_states.contains(key)) {
-    setItemButtons(key, single ? buttonSet(SINGLE_BUTTONS) : buttonSet(BASKET_BUTTONS));
+    setItemButtons(key, buttonSet(set));
     setItemVisible(key, false);
   }
   SState& state = m_states[key];
@@ -172,12 +176,12 @@ void CHpfBasketOptionDelegate::slotTaskStatus(QString key, int status, int type)
     return;
   }
   if (row.task) Q_EMIT sigAnnounced(row.task);
-  apply(row, status, type);
+  apply(row, Basket, status, type);
 }
 
 void CHpfBasketOptionDelegate::rowsCame(const QString& taskKey) {
   if (m_waiting.empty()) return;
-  const QString prefix = taskKey + QLatin1Char('-');
+  const QString prefix = taskKey + NODE_KEY_SEPARATOR;
   std::vector<SWaiting> waiting;
   waiting.swap(m_waiting);
   for (const SWaiting& status : waiting) {
@@ -188,55 +192,29 @@ void CHpfBasketOptionDelegate::rowsCame(const QString& taskKey) {
     SRowRef row = m_resolver(status.name);
     // The data that has come with the row is newer: what the row's cells show is not for this status to say.
     row.task = nullptr;
-    if (!row.key.isEmpty()) apply(row, status.status, status.type);
+    if (!row.key.isEmpty()) apply(row, Basket, status.status, status.type);
   }
 }
 
-void CHpfBasketOptionDelegate::apply(const SRowRef& row, int status, int type) {
-  if (!accept(row.key, status, type, false)) return;
-  applyButtons(row, status, type);
+void CHpfBasketOptionDelegate::apply(const SRowRef& row, unsigned set, int status, int type) {
+  if (!accept(row.key, set, status, type)) return;
+  const SStatusRule& rule = ruleOf(set, status, type, row.hedge);
+  setItemVisible(row.key, rule.setShown);
+  for (std::size_t i = 0; i < BUTTON_COUNT; ++i) applyEffect(row.key, BUTTONS[i].id, rule.effects[i]);
   Q_EMIT sigTaskStatus(row.task, row.key, status);
 }
 
-void CHpfBasketOptionDelegate::applyButtons(const SRowRef& row, int status, int type) {
-  const QString& key = row.key;
-  setItemVisible(key, !hidesSet(status));
-  if (hidesSet(status)) return;
-  if (row.hedge && (status == ksservice::ETS_Running || status == EHBTS_Patching)) {
-    setItemButtonVisible(key, CancelHedge, getIsItemButtonEnabled(key, CancelHedge));
-    return;
-  }
-  if (status == 1) {
-    for (const SButtonSpec& spec : BASKET_BUTTONS) setItemButtonEnabled(key, spec.id, false);
-    return;
-  }
-  const SStatusRule& rule = ruleOf(status, type, row.hedge);
-  const EEffect effects[] = {rule.cancel,    rule.pause,       rule.resume,     rule.patch,
-                             rule.stopPatch, rule.giveUpPatch, rule.cancelHedge};
-  for (std::size_t i = 0; i < std::size(effects); ++i) {
-    if (effects[i] == K) continue;
-    const int id = BASKET_BUTTONS[i].id;
-    if (effects[i] != H) setItemButtonEnabled(key, id, true);
-    setItemButtonVisible(key, id, effects[i] == S || (effects[i] == R && getUserConfig().hasRevokeTask()));
-  }
+void CHpfBasketOptionDelegate::applyEffect(const QString& key, int buttonId, int effect) {
+  if (effect == K) return;
+  if (effect == D) return setItemButtonEnabled(key, buttonId, false);
+  if (effect == S || effect == R) setItemButtonEnabled(key, buttonId, true);
+  const bool mayShow = effect == V || effect == R ? getUserConfig().hasRevokeTask() : effect != H;
+  setItemButtonVisible(key, buttonId, mayShow && (effect != E || getIsItemButtonEnabled(key, buttonId)));
 }
 
 void CHpfBasketOptionDelegate::slotTaskStatusSingle(QString key, int status, int type) {
   const SRowRef row = m_resolver(key);
-  if (row.key.isEmpty() || !accept(row.key, status, type, true)) return;
-  const bool running = status == ksservice::ETS_Running;
-  const bool paused = status == ksservice::ETS_Paused;
-  setItemVisible(row.key, running || paused);
-  if (running || paused) {
-    setItemButtonVisible(row.key, Cancel, getUserConfig().hasRevokeTask());
-    if (running) setItemButtonEnabled(row.key, Cancel, true);
-    const int shown = running ? Pause : Resume;
-    setItemButtonEnabled(row.key, shown, true);
-    setItemButtonVisible(row.key, Pause, running);
-    setItemButtonVisible(row.key, Resume, paused);
-    setItemButtonVisible(row.key, ForceStop, false);
-  }
-  Q_EMIT sigTaskStatus(row.task, row.key, status);
+  if (!row.key.isEmpty()) apply(row, Single, status, type);
 }
 
 void CHpfBasketOptionDelegate::slotOperationEnded(QString key) {

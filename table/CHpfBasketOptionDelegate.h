@@ -2,10 +2,12 @@
 
 #include <QHash>
 #include <QSet>
-#include <QVector>
+#include <QString>
 #include <functional>
+#include <vector>
 
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "tc/TaskEvents.h"
 
 namespace TC {
 
@@ -39,8 +41,8 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   /// Every button once, with the key that presses it in the current row.
   static const std::vector<SCommand>& commands();
 
-  /// Action code that a click on a button delivers with event 1140; -1 for an unknown button.
-  static int actionOf(int buttonId);
+  /// What a click on a button asks for; none for an unknown button.
+  static ETaskAction actionOf(int buttonId);
   /// Disables what a click on a button disables.
   void disableClicked(const QString& rowKey, int buttonId);
   /// Remembers a task whose number is in the range of tasks that are known by their command. Its set of buttons is that
@@ -78,9 +80,9 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   };
 
   /// False when there is nothing to apply. A row seen for the first time gets its buttons, hidden.
-  bool accept(const QString& key, int status, int type, bool single);
-  void apply(const SRowRef& row, int status, int type);
-  void applyButtons(const SRowRef& row, int status, int type);
+  bool accept(const QString& key, unsigned set, int status, int type);
+  void apply(const SRowRef& row, unsigned set, int status, int type);
+  void applyEffect(const QString& key, int buttonId, int effect);
 
   /// A status of a node that has no row yet.
   struct SWaiting {

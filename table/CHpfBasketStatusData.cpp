@@ -2,7 +2,9 @@
 
 #include <QTime>
 
+#include "EHpfBasketTaskStatus.h"
 #include "gv/Helpers.h"
+#include "ksservice/Enumerations.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/CUserConfig.h"
@@ -60,20 +62,37 @@ QString quantityProgress(const CHpfBasketStatusData& row) {
   return QString::number(f.tradedVolume / unit, 'f', 2) + SEPARATOR + QString::number(f.totalVolume / unit, 'f', 2);
 }
 
+/// Where a status is told by its text, as bits.
+enum EToldIn : unsigned { InRows = 1, InSignals = 2 };
+
+struct SStatusText {
+  int status;  ///< ETaskStatus or EHpfBasketTaskStatus
+  unsigned toldIn;
+  QString text;
+};
+
+const SStatusText STATUS_TEXTS[] = {
+    {ksservice::ETS_Running, InRows, QStringLiteral("执行中")},
+    {ksservice::ETS_Paused, InRows, QStringLiteral("已暂停")},
+    {ksservice::ETS_Finished, InRows, QStringLiteral("已完成")},
+    {ksservice::ETS_Cancelled, InRows, QStringLiteral("已撤销")},
+    {ksservice::ETS_Dropped, InRows, QStringLiteral("已撤销")},
+    {EHBTS_Patching, InRows | InSignals, QStringLiteral("补单中")},
+    {EHBTS_PatchFailed, InSignals, QStringLiteral("补单失败")},
+    {EHBTS_PatchFinished, InSignals, QStringLiteral("补单完成")},
+};
+
+/// Empty for a status that is not told there.
+QString statusTextIn(EToldIn where, int status) {
+  for (const SStatusText& each : STATUS_TEXTS) {
+    if (each.status == status && (each.toldIn & where) != 0) return each.text;
+  }
+  return QString();
+}
+
 }  // namespace
 
-QString batchStatusToString(int status) {
-  switch (status) {
-    case EHBTS_Patching:
-      return QStringLiteral("补单中");
-    case EHBTS_PatchFailed:
-      return QStringLiteral("补单失败");
-    case EHBTS_PatchFinished:
-      return QStringLiteral("补单完成");
-    default:
-      return QString();
-  }
-}
+QString batchStatusToString(int status) { return statusTextIn(InSignals, status); }
 
 QString tradeTypeText(const QVector<int>& operations) {
   if (operations.size() == 1) return ksservice::operationText(operations.first());
@@ -117,21 +136,7 @@ double progressFraction(const QString& text) {
 
 QString statusText(const QString& ownText, int status) {
   if (!ownText.isEmpty() && status != ksservice::ETS_Finished) return ownText;
-  switch (status) {
-    case ksservice::ETS_Running:
-      return QStringLiteral("执行中");
-    case ksservice::ETS_Finished:
-      return QStringLiteral("已完成");
-    case ksservice::ETS_Paused:
-      return QStringLiteral("已暂停");
-    case ksservice::ETS_Cancelled:
-    case ksservice::ETS_Dropped:
-      return QStringLiteral("已撤销");
-    case EHBTS_Patching:
-      return batchStatusToString(EHBTS_Patching);
-    default:
-      return ownText;
-  }
+  return statusTextIn(InRows, status);
 }
 
 QString timeText(int msecOfDay) {

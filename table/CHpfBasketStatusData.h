@@ -2,9 +2,7 @@
 
 #include <QColor>
 
-#include "EHpfBasketTaskStatus.h"
 #include "StagedTask.h"
-#include "ksservice/Enumerations.h"
 
 namespace TC {
 

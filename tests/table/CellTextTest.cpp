@@ -2,6 +2,7 @@
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusData.h"
+#include "EHpfBasketTaskStatus.h"
 #include "TestHost.h"
 
 namespace TC {
