@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "DetailKind.h"
 #include "PatchBook.h"
 #include "PatchState.h"
 #include "RootFacts.h"
@@ -33,15 +34,10 @@ const std::map<std::string, int>* answerOf(const OrderProcessMap& finished, cons
   return found == finished.end() ? nullptr : &found->second;
 }
 
-bool isPatch(const CTaskDetail& detail) { return detail.m_pCommand && detail.m_pCommand->m_bPatch; }
+bool isPatch(const CTaskDetail& detail) { return kindOf(detail, EDetailWay::LookUp) == EDetailKind::Patch; }
 
 /// Of a command that makes a task's own details.
-bool isOwn(const CTaskDetail& detail) {
-  const int type = detail.m_pCommand->m_nBasketType;
-  const bool basket =
-      type == ksservice::ECBT_Basket || type == ksservice::ECBT_EtfHedge || type == ksservice::ECBT_EtfHedge2;
-  return basket && !detail.m_pCommand->m_bPatch;
-}
+bool isOwn(const CTaskDetail& detail) { return kindOf(detail, EDetailWay::LookUp) == EDetailKind::Own; }
 
 std::pair<std::string, std::string> instrumentOf(const CBasketTaskItem& item) {
   std::string market;

@@ -29,7 +29,6 @@ namespace {
 
 const char TYPE_KEY[] = "bkt";
 constexpr int TABLE_ID = 20160512;
-constexpr int FIRST_REFRESH_MSEC = 1000;
 
 /// Columns of which the header offers no filter.
 constexpr std::array<int, 4> UNFILTERED_COLUMNS = {EBC_Tree, EBC_Progress, EBC_Orders, EBC_Options};
@@ -54,7 +53,7 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
   qRegisterMetaType<ksservice::CTaskDetailPtr>("ksservice::CTaskDetailPtr");
   CBasketPatchDialog::install();
   createUi();
-  utils::singleShot(FIRST_REFRESH_MSEC, this, [this] { slotTimeout(); });
+  utils::singleShot(REFRESH_MSEC, this, [this] { slotTimeout(); });
   connect(this, SIGNAL(sigTaskDetail(ksservice::CTaskDetailPtr)), SLOT(slotTaskDetail(ksservice::CTaskDetailPtr)));
   // Before the panel's own part in a new day: a task that is made on it must find nothing of the day before.
   CPatchStore::instance().attach();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QMap>
-#include <QSet>
 #include <atomic>
 #include <boost/shared_ptr.hpp>
 #include <functional>
@@ -96,6 +95,9 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void take(const ksservice::CTaskDetailPtr& detail);
   bool isOwn(const ksservice::CTaskDetail& detail) const;
   void announceError(const ksservice::CTaskDetail& detail);
+
+  /// The first refresh starts after this time; from then on one starts at most once in it.
+  static constexpr int REFRESH_MSEC = 1000;
 
   // Refresh (worker)
   /// What a job has worked on.

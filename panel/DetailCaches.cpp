@@ -5,40 +5,19 @@
 namespace TC {
 namespace {
 
-using ksservice::COrderCommand;
-
-DetailMap* cacheOfFeed(const COrderCommand& command, SDetailMaps& caches) {
-  switch (command.m_nBasketType) {
-    case ksservice::ECBT_Basket:
-      return command.m_bPatch ? &caches.patch : &caches.task;
-    case ksservice::ECBT_Hedge:
-      return &caches.hedge;
-    case ksservice::ECBT_EtfHedge:
-    case ksservice::ECBT_EtfHedge2:
-      return &caches.task;
-    default:
-      return nullptr;
-  }
-}
-
-DetailMap* cacheOfSignal(const COrderCommand& command, SDetailMaps& caches) {
-  switch (command.m_nBasketType) {
-    case ksservice::ECBT_SignalPatch:
-      return &caches.patch;
-    case ksservice::ECBT_Basket:
-      return &caches.task;
-    case ksservice::ECBT_Hedge:
-      return &caches.hedge;
-    default:
-      return nullptr;
-  }
-}
-
 /// Null for a detail that goes to the status cache only.
-DetailMap* cacheOf(const ksservice::CTaskDetail& detail, EDetailSource source, SDetailMaps& caches) {
-  if (!detail.m_pCommand) return nullptr;
-  return source == EDetailSource::HostFeed ? cacheOfFeed(*detail.m_pCommand, caches)
-                                           : cacheOfSignal(*detail.m_pCommand, caches);
+DetailMap* cacheOf(const ksservice::CTaskDetail& detail, EDetailWay way, SDetailMaps& caches) {
+  switch (kindOf(detail, way)) {
+    case EDetailKind::Own:
+      return &caches.task;
+    case EDetailKind::Hedge:
+      return &caches.hedge;
+    case EDetailKind::Patch:
+      return &caches.patch;
+    case EDetailKind::Other:
+      return nullptr;
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -48,10 +27,10 @@ unsigned CDetailCaches::day() const {
   return m_nDay;
 }
 
-bool CDetailCaches::store(const ksservice::CTaskDetailPtr& detail, EDetailSource source, unsigned day) {
+bool CDetailCaches::store(const ksservice::CTaskDetailPtr& detail, EDetailWay way, unsigned day) {
   const std::lock_guard<std::mutex> lock(m_cacheMutex);
   if (day != m_nDay) return false;
-  if (DetailMap* cache = cacheOf(*detail, source, m_caches)) (*cache)[detail->getKey()] = detail;
+  if (DetailMap* cache = cacheOf(*detail, way, m_caches)) (*cache)[detail->getKey()] = detail;
   m_caches.status[detail->getKey()] = detail;
   return true;
 }

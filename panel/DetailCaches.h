@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "DetailKind.h"
 #include "ksservice/CTaskDetail.h"
 
 namespace TC {
@@ -21,10 +22,6 @@ struct SDetailMaps {
   bool hasWork() const { return !task.empty() || !patch.empty() || !hedge.empty(); }
 };
 
-/// The way by which a detail came in. The two classify differently on purpose: the host's feed tells a patch by the
-/// patch flag of a basket command and takes ETF hedge baskets as tasks, the signal takes type 0 as a patch.
-enum class EDetailSource { HostFeed, Signal };
-
 /// The four caches between the feed and the refresh. Any thread; its mutex is held only to store and to swap.
 class CDetailCaches {
  public:
@@ -32,7 +29,7 @@ class CDetailCaches {
   /// taken on an earlier one is of tasks that are gone.
   unsigned day() const;
   /// Files a detail that was looked at on a day; false, and nothing is filed, when that is over.
-  bool store(const ksservice::CTaskDetailPtr& detail, EDetailSource source, unsigned day);
+  bool store(const ksservice::CTaskDetailPtr& detail, EDetailWay way, unsigned day);
   /// Takes all four caches when there is work for a refresh, and tells the day that they are of; otherwise takes
   /// nothing, since details that only carry a status wait for one.
   bool takeWork(SDetailMaps& out, unsigned& day);

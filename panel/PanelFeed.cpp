@@ -26,7 +26,7 @@ void CBasketTasksPanel::take(const ksservice::CTaskDetailPtr& detail) {
   do {
     day = m_caches.day();
     if (!isOwn(*detail)) return;
-  } while (!m_caches.store(detail, EDetailSource::HostFeed, day));
+  } while (!m_caches.store(detail, EDetailWay::Feed, day));
   announceError(*detail);
 }
 
@@ -56,7 +56,7 @@ void CBasketTasksPanel::deliverTaskDetail(const ksservice::CTaskDetailPtr& detai
 
 void CBasketTasksPanel::slotTaskDetail(ksservice::CTaskDetailPtr detail) {
   if (!detail) return;
-  m_caches.store(detail, EDetailSource::Signal, m_caches.day());
+  m_caches.store(detail, EDetailWay::Signal, m_caches.day());
   utils::logInfo(this, "CBasketTasksPanel::slotTaskDetail",
                  "[baskettask] slotTaskDetail key: %1%, businiss num: %2%, status: %3%, msg: %4%, endTime: %5%",
                  detail->m_nNumber, detail->m_nBusinessNumber, detail->m_nStatus, detail->m_strMessage,

@@ -7,33 +7,17 @@
 #include "CBasketTaskItem.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
-#include "TaskKeys.h"
+#include "DetailKind.h"
 #include "TaskRules.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/CTradeClient.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "tc/TaskEvents.h"
 #include "utils/Guarded.h"
 
 namespace TC {
 namespace {
-
-/// What a detail is to the loads. They tell a patch by the patch flag, and know no signal feed.
-enum class EDetailKind { Own, Hedge, Patch, Other };
-
-EDetailKind kindOf(const ksservice::COrderCommand& command) {
-  switch (command.m_nBasketType) {
-    case ksservice::ECBT_Basket:
-      return command.m_bPatch ? EDetailKind::Patch : EDetailKind::Own;
-    case ksservice::ECBT_EtfHedge:
-    case ksservice::ECBT_EtfHedge2:
-      return command.m_bPatch ? EDetailKind::Other : EDetailKind::Own;
-    case ksservice::ECBT_Hedge:
-      return EDetailKind::Hedge;
-    default:
-      return EDetailKind::Other;
-  }
-}
 
 /// A detail is of the account of its first line; a patch of those of all its lines.
 bool fallsOn(const ksservice::CTaskDetail& detail, EDetailKind kind, const std::set<std::string>& accountKeys) {
@@ -69,7 +53,7 @@ void CBasketTasksPanel::initTasks() {
   // A hedge or a patch needs its task, so each kind has a pass of its own.
   for (const EDetailKind kind : {EDetailKind::Own, EDetailKind::Hedge, EDetailKind::Patch}) {
     forEachOf([&](ksservice::CTaskDetailPtr detail) {
-      if (kindOf(*detail->m_pCommand) != kind) return;
+      if (kindOf(*detail, EDetailWay::Load) != kind) return;
       if (kind == EDetailKind::Own) return loadOwn(detail, loaded);
       const boost::shared_ptr<CBasketTask> task = findTask(*detail, loaded.day);
       if (!task) return;
@@ -161,7 +145,7 @@ void CBasketTasksPanel::doRequestAccounts(const std::set<std::string>& accountKe
 void CBasketTasksPanel::reload(ksservice::CTaskDetailPtr detail, const std::set<std::string>& accountKeys,
                                SWork& loaded) {
   if (!isOwn(*detail)) return;
-  const EDetailKind kind = kindOf(*detail->m_pCommand);
+  const EDetailKind kind = kindOf(*detail, EDetailWay::Load);
   if (!fallsOn(*detail, kind, accountKeys)) return;
   const boost::shared_ptr<CBasketTask> task = findTask(*detail, loaded.day);
   if (!task) return;

@@ -9,6 +9,7 @@
 #include "CHpfBasketDelegates.h"
 #include "CHpfBasketOptionDelegate.h"
 #include "CHpfBasketStatusTable.h"
+#include "DetailKind.h"
 #include "TaskKeys.h"
 #include "TaskRules.h"
 #include "ksservice/TraderCenter.h"
@@ -21,9 +22,6 @@
 namespace TC {
 namespace {
 
-/// Refreshes start at most once in this time.
-constexpr int REFRESH_MSEC = 1000;
-
 /// A task is a QObject of the GUI thread, but the worker may hold its last reference.
 void releaseTask(CBasketTask* task) {
   if (QThread::currentThread() == task->thread()) {
@@ -31,10 +29,6 @@ void releaseTask(CBasketTask* task) {
   } else {
     task->deleteLater();
   }
-}
-
-bool isEtfHedge(const ksservice::COrderCommand& command) {
-  return command.m_nBasketType == ksservice::ECBT_EtfHedge || command.m_nBasketType == ksservice::ECBT_EtfHedge2;
 }
 
 }  // namespace
