@@ -9,9 +9,9 @@
 namespace TC {
 namespace {
 
-constexpr int LEFT = 129;
-constexpr int RIGHT = 130;
-constexpr int CENTRE = 132;
+constexpr int LEFT = GV::AlignLeft;
+constexpr int RIGHT = GV::AlignRight;
+constexpr int CENTRE = GV::AlignCentre;
 
 struct SPatchColumn {
   const char* title;

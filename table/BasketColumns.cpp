@@ -3,9 +3,9 @@
 namespace TC {
 namespace {
 
-constexpr int LEFT = 129;
-constexpr int RIGHT = 130;
-constexpr int CENTRE = 132;
+constexpr int LEFT = GV::AlignLeft;
+constexpr int RIGHT = GV::AlignRight;
+constexpr int CENTRE = GV::AlignCentre;
 
 struct SSpec {
   const char* title = "";  ///< blanks included: they are part of the title

@@ -13,6 +13,7 @@
 #include "tc/CTaskOrdersWidget.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "tc/TaskEvents.h"
 
 namespace TC {
 namespace {
@@ -20,13 +21,9 @@ namespace {
 // Pixels at scale 1, as all that follow.
 constexpr int HEADER_HEIGHT = 20;
 constexpr int ROW_HEIGHT = 21;
-constexpr int TREE_COLUMN_WIDTH = 120;
 
 /// Height by which the tip of the progress column counts rows; not that of the rows: intended.
 constexpr int TIP_ROW_HEIGHT = 20;
-
-/// Event that carries a row's operation to the panel.
-constexpr int EVENT_TASK_BUTTON = 1140;
 
 /// What a click on a cell opens, by key.
 struct SCellCommand {
@@ -40,6 +37,9 @@ constexpr SCellCommand CELL_COMMANDS[] = {{EBC_Orders, "委托详情", CTRL | Qt
 
 /// Separates the parts of the parameter string; no part holds it.
 constexpr char PARAM_SEPARATOR = '/';
+
+/// Whatever its rows hold.
+int treeColumnWidth() { return GV::CUiResource::scaled(basketColumns()[EBC_Tree].column.width); }
 
 }  // namespace
 
@@ -115,13 +115,11 @@ void CHpfBasketStatusTable::createDelegates() {
 }
 
 int CHpfBasketStatusTable::getColumnAdjustedWidth(int column) const {
-  return column == EBC_Tree ? GV::CUiResource::scaled(TREE_COLUMN_WIDTH)
-                            : GV::CHpfTreeTable::getColumnAdjustedWidth(column);
+  return column == EBC_Tree ? treeColumnWidth() : GV::CHpfTreeTable::getColumnAdjustedWidth(column);
 }
 
 int CHpfBasketStatusTable::getAdjustVisibleRowsColumnWidth(int column) const {
-  return column == EBC_Tree ? GV::CUiResource::scaled(TREE_COLUMN_WIDTH)
-                            : GV::CHpfTreeTable::getAdjustVisibleRowsColumnWidth(column);
+  return column == EBC_Tree ? treeColumnWidth() : GV::CHpfTreeTable::getAdjustVisibleRowsColumnWidth(column);
 }
 
 bool CHpfBasketStatusTable::handleEvent(int eventId, int id, int value, QString key, void* payload) {
@@ -159,7 +157,7 @@ void CHpfBasketStatusTable::onOptionClicked(const QString& rowKey, int buttonId)
   QString nodeKey;
   if (!getBasketTaskItemByKey(rowKey, task, nodeKey)) return;
   QString key = task->getKey();
-  GV::CEventDeliverer::deliverEvent(this, EVENT_TASK_BUTTON, CHpfBasketOptionDelegate::actionOf(buttonId), 0, nodeKey,
+  GV::CEventDeliverer::deliverEvent(this, EventTaskButton, CHpfBasketOptionDelegate::actionOf(buttonId), 0, nodeKey,
                                     &key);
 }
 

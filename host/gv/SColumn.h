@@ -14,9 +14,12 @@ enum EColumnKind {
   ColumnTree = 11,  ///< branch arrow and display name
 };
 
+/// Where a cell's text stands: Qt::Alignment flags, centred vertically.
+enum EColumnAlignment { AlignLeft = 129, AlignRight = 130, AlignCentre = 132 };
+
 struct SColumn {
   QString title;
-  int alignment = 0x81;  ///< Qt::Alignment flags; left and vertically centred
+  int alignment = AlignLeft;  ///< EColumnAlignment
   QString fontKey = QStringLiteral("fnt_default_normal");
   int kind = ColumnText;
   int width = 80;            ///< pixels at scale 1

@@ -46,8 +46,8 @@ struct SOrderColumn {
   double (*figure)(const COrderInfo& order);  ///< null: sorts by its text
 };
 
-constexpr int LEFT = 129;
-constexpr int RIGHT = 130;
+constexpr int LEFT = GV::AlignLeft;
+constexpr int RIGHT = GV::AlignRight;
 
 const std::vector<SOrderColumn>& orderColumns() {
   static const std::vector<SOrderColumn> columns = {
