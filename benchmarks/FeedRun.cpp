@@ -250,7 +250,7 @@ void measureSwap(const CLoad& load, CReport& report) {
     TC::CDetailCaches caches;
     std::vector<double> times;
     for (int i = 0; i < SWAPS; ++i) {
-      for (const auto& detail : stored) caches.store(detail, TC::EDetailSource::HostFeed, caches.day());
+      for (const auto& detail : stored) caches.store(detail, TC::EDetailWay::Feed, caches.day());
       TC::SDetailMaps work;
       unsigned day = 0;
       const Clock::time_point before = Clock::now();

@@ -1,15 +1,16 @@
-# add_room(name [SHARED] [NO_PCH] DEPENDS target... SOURCES file...)
-# A room is a library whose include folder is its own folder, so that a room can include only what it links. NO_PCH: without
-# the precompiled headers, for a room that does not link Qt and must not see it.
+# add_room(name [SHARED] [NO_PCH] DEPENDS target... USES target... SOURCES file...)
+# A room is a library whose include folder is its own folder, so that a room can include only what it links. DEPENDS: what
+# its headers include, which whoever links the room links too. USES: what its sources alone include. NO_PCH: without the
+# precompiled headers, for a room that does not link Qt and must not see it.
 function(add_room name)
-  cmake_parse_arguments(ROOM "SHARED;NO_PCH" "" "DEPENDS;SOURCES" ${ARGN})
+  cmake_parse_arguments(ROOM "SHARED;NO_PCH" "" "DEPENDS;USES;SOURCES" ${ARGN})
   if(ROOM_SHARED)
     add_library(${name} SHARED ${ROOM_SOURCES})
   else()
     add_library(${name} STATIC ${ROOM_SOURCES})
   endif()
   target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-  target_link_libraries(${name} PUBLIC ${ROOM_DEPENDS})
+  target_link_libraries(${name} PUBLIC ${ROOM_DEPENDS} PRIVATE ${ROOM_USES})
   if(NOT ROOM_NO_PCH)
     target_precompile_headers(${name} REUSE_FROM pch)
   endif()
