@@ -18,7 +18,6 @@
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/COpBasketStockParamsWidget.h"
-#include "tc/Services.h"
 #include "utils/Keys.h"
 #include "utils/Log.h"
 

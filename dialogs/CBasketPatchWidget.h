@@ -9,14 +9,11 @@
 #include "PatchPrices.h"
 #include "gv/CCommonDialog.h"
 
-class QLabel;
-
 namespace GV {
 class CBaseTableColumnCheckBoxDelegate;
 class CBaseTableColumnLineEditDelegate;
 class CPushButton;
 class CStandardHpfTable;
-class CVerticalWidgetList;
 }  // namespace GV
 
 namespace TC {

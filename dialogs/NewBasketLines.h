@@ -1,7 +1,7 @@
 /// What a patch hands to the terminal's new-basket window.
 #pragma once
 
-#include <QStringList>
+#include <QString>
 
 #include "ksservice/CTaskDetail.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QMap>
+#include <QHash>
 #include <boost/shared_ptr.hpp>
 #include <memory>
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QHash>
-#include <memory>
 #include <vector>
 
 #include "CHpfBasketStatusData.h"

@@ -4,7 +4,6 @@
 #include <QMenu>
 #include <QScrollBar>
 #include <QStandardItemModel>
-#include <QStringList>
 #include <algorithm>
 
 #include "gv/CBaseHighPerformanceTableColors.h"

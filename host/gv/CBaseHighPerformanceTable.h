@@ -182,7 +182,6 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void slotAboutToReset();
   void slotReset();
   void slotLayoutChanged();
-  void slotSortIndicator(int column, Qt::SortOrder order);
   void slotColumnsChanged();
   void restoreTop(int top);
   void updateGeometries();

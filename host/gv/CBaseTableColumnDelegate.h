@@ -6,7 +6,6 @@
 
 #include "gv/IBaseHpfTableData.h"
 
-class QFont;
 class QPainter;
 
 namespace GV {

@@ -44,10 +44,6 @@ void CBaseTableColumnMultiButtonsDelegate::setItemButtons(const QString& key, co
   Q_EMIT sigChanged();
 }
 
-void CBaseTableColumnMultiButtonsDelegate::clearItem(const QString& key) {
-  if (m_items.remove(key) > 0) Q_EMIT sigChanged();
-}
-
 void CBaseTableColumnMultiButtonsDelegate::clearItems() {
   m_items.clear();
   Q_EMIT sigChanged();

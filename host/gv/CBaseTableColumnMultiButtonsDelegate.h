@@ -27,8 +27,6 @@ class CBaseTableColumnMultiButtonsDelegate : public CBaseTableColumnDelegate {
 
   /// Gives a row a new set (at most 32): every button enabled and hidden, the set as a whole visible.
   void setItemButtons(const QString& key, const std::vector<STableButton>& buttons);
-  bool hasItem(const QString& key) const { return m_items.contains(key); }
-  void clearItem(const QString& key);
   void clearItems();
 
   void setItemVisible(const QString& key, bool visible);

@@ -42,11 +42,6 @@ bool CHpfTreeTable::updateData(const CHpfTreeTableDataPtr& row, const QString& p
   return false;
 }
 
-void CHpfTreeTable::subtreeChanged(const CHpfTreeTableData& row) {
-  const int node = m_pTreeModel->nodeOf(row);
-  if (node != CTreeRows::kNone) m_pTreeModel->rowsChanged(node);
-}
-
 void CHpfTreeTable::clear() {
   m_pTreeModel->clear();
   clearSelection();
@@ -59,8 +54,8 @@ void CHpfTreeTable::showBelow(int node) {
   for (const int child : m_pTreeModel->rows().children(node)) showBelow(child);
 }
 
-void CHpfTreeTable::showItem(const CHpfTreeTableData& row, bool recursive) {
-  const int node = m_pTreeModel->nodeOf(row);
+void CHpfTreeTable::showItem(const QString& key, bool recursive) {
+  const int node = m_pTreeModel->find(key);
   if (node == CTreeRows::kNone) return;
   const CModelBatch batch(*m_pTreeModel);
   if (recursive) {
@@ -70,21 +65,11 @@ void CHpfTreeTable::showItem(const CHpfTreeTableData& row, bool recursive) {
   }
 }
 
-void CHpfTreeTable::showItem(const QString& key, bool recursive) {
-  const CHpfTreeTableDataPtr row = dataByKey(key);
-  if (row) showItem(*row, recursive);
-}
-
 void CHpfTreeTable::showItemNoRecursive(const QString& key, bool expand) {
   const int node = m_pTreeModel->find(key);
   if (node == CTreeRows::kNone) return;
   m_pTreeModel->setHidden(node, false);
   if (expand) m_pTreeModel->setExpanded(node, true);
-}
-
-void CHpfTreeTable::hideItem(const CHpfTreeTableData& row, bool hide) {
-  const int node = m_pTreeModel->nodeOf(row);
-  if (node != CTreeRows::kNone) m_pTreeModel->setHidden(node, hide);
 }
 
 void CHpfTreeTable::hideItem(const QString& key, bool hide) {
@@ -110,11 +95,6 @@ void CHpfTreeTable::expandItems(const QStringList& keys, bool expand) {
 bool CHpfTreeTable::isExpanded(const QString& key) const {
   const int node = m_pTreeModel->find(key);
   return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Expanded);
-}
-
-bool CHpfTreeTable::isItemHidden(const QString& key) const {
-  const int node = m_pTreeModel->find(key);
-  return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Hidden);
 }
 
 // Filters

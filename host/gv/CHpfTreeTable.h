@@ -6,7 +6,7 @@
 
 namespace GV {
 
-/// Rows are addressed by key. Between beginBatch and endBatch any number of changes costs one pass and one repaint.
+/// Rows are addressed by key. In a CModelBatch any number of changes costs one pass and one repaint.
 /// GUI thread only.
 class CHpfTreeTable : public CBaseHighPerformanceTable {
   Q_OBJECT
@@ -18,14 +18,9 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void setDataModel(CHpfTreeTableModel* model);
   CHpfTreeTableModel* dataModel() const { return m_pTreeModel; }
 
-  void beginBatch() { m_pTreeModel->beginBatch(); }
-  void endBatch() { m_pTreeModel->endBatch(); }
-
   /// Puts a row under its parent (empty key: a root), or says that the figures of a row that is there changed. False,
   /// and said in the log, for an unknown parent.
   bool updateData(const CHpfTreeTableDataPtr& row, const QString& parentKey);
-  /// The figures of a row and of all below it changed.
-  void subtreeChanged(const CHpfTreeTableData& row);
   /// The figures of every row changed.
   void allRowsChanged() { m_pTreeModel->rowsChanged(CTreeRows::kTop); }
   /// Removes a row with all below it; unknown keys do nothing, here and below.
@@ -38,17 +33,11 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void showItemNoRecursive(const QString& key, bool expand);
   void hideItem(const QString& key, bool hide);
   void expandItem(const QString& key, bool expand);
+  void expandItem(const CHpfTreeTableData& row, bool expand);
   /// The same for many rows, as one change of what shows. Unknown keys are passed over.
   void expandItems(const QStringList& keys, bool expand);
   void expandAll(bool expand) { m_pTreeModel->setAllExpanded(expand); }
   bool isExpanded(const QString& key) const;
-  /// Whether the row itself is hidden, whatever is above it.
-  bool isItemHidden(const QString& key) const;
-
-  // The same without a look-up by key, for bulk work.
-  void showItem(const CHpfTreeTableData& row, bool recursive);
-  void hideItem(const CHpfTreeTableData& row, bool hide);
-  void expandItem(const CHpfTreeTableData& row, bool expand);
 
   /// Whether the header's menu offers to filter by a column.
   void setColumnFilterable(int column, bool on);

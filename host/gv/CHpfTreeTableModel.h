@@ -36,7 +36,6 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   /// Between these, notices are held back and merged. They nest.
   void beginBatch();
   void endBatch();
-  bool isInBatch() const { return m_nBatch > 0; }
   /// Within a batch: it changes so much that one reset is to say all of it, which keeps the page where it is.
   void announceByReset() { startReset(); }
 
@@ -75,7 +74,6 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   /// Takes rows out of sight for which accepts is false, unless a row above or below them is accepted. An empty one
   /// ends it. Rows that change are looked at again. Leaves what setHidden did alone.
   void setFilter(RowFilter accepts);
-  bool isFiltered() const { return static_cast<bool>(m_filter); }
 
   int sortColumn() const { return m_nSortColumn; }
   Qt::SortOrder sortOrder() const { return m_eSortOrder; }

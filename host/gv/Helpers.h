@@ -11,7 +11,6 @@ class QSize;
 namespace GV {
 
 inline QString sToQs(const std::string& text) { return QString::fromStdString(text); }
-inline std::string qsToS(const QString& text) { return text.toStdString(); }
 
 /// Fixed notation without thousands separators, as QString::number gives it; invalidText for a value that is no
 /// number. This kit knows neither flags nor the grouping switch, both of which its callers leave at 0 and false.

@@ -38,19 +38,10 @@ std::optional<BSONObj> BSONObj::fromJson(const std::string& json) {
   return result;
 }
 
-BSONObj BSONObj::fromBytes(const void* data, std::size_t size) {
-  bson_t document;
-  const bool valid = bson_init_static(&document, static_cast<const std::uint8_t*>(data), size) &&
-                     bson_validate(&document, BSON_VALIDATE_NONE, nullptr);
-  return valid ? BSONObj(std::string(static_cast<const char*>(data), size)) : BSONObj();
-}
-
 bool BSONObj::isEmpty() const {
   const bson_t document = viewOf(*m_pBytes);
   return bson_empty(&document);
 }
-
-int BSONObj::objsize() const { return static_cast<int>(m_pBytes->size()); }
 
 std::optional<std::string> BSONObj::stringField(const char* name) const {
   const bson_t document = viewOf(*m_pBytes);

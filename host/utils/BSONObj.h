@@ -13,12 +13,8 @@ class BSONObj {
   BSONObj();
   /// The document of a JSON object; none when the text is not one.
   static std::optional<BSONObj> fromJson(const std::string& json);
-  /// The document that starts at data; an empty one when the bytes are no valid document.
-  static BSONObj fromBytes(const void* data, std::size_t size);
 
   bool isEmpty() const;
-  /// Size of the document in bytes; 5 for an empty one.
-  int objsize() const;
   /// None when there is no such field, it is not of string type or it is no UTF-8.
   std::optional<std::string> stringField(const char* name) const;
   /// The document as one JSON text.

@@ -5,7 +5,6 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
-#include <type_traits>
 
 class QString;
 

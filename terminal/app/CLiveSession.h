@@ -3,8 +3,8 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
-#include <fstream>
 #include <memory>
+#include <ostream>
 
 #include "CDeskLog.h"
 #include "CEngineDriver.h"

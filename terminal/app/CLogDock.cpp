@@ -3,6 +3,8 @@
 #include <QPlainTextEdit>
 #include <QTime>
 
+#include "gv/CUiResource.h"
+
 namespace app {
 namespace {
 

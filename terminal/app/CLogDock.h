@@ -2,8 +2,6 @@
 
 #include <QDockWidget>
 
-#include "gv/CUiResource.h"
-
 class QPlainTextEdit;
 
 namespace app {

@@ -3,7 +3,6 @@
 
 #include <boost/shared_ptr.hpp>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "CDesk.h"

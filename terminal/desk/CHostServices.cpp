@@ -11,6 +11,7 @@
 #include "tc/CTimeService.h"
 #include "tc/CTradingCalendar.h"
 #include "tc/CUserConfig.h"
+#include "tc/Services.h"
 
 namespace desk {
 namespace {

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "CHostClock.h"
-#include "tc/Services.h"
 
 namespace desk {
 

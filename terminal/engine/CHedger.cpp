@@ -2,7 +2,6 @@
 
 #include <boost/format.hpp>
 #include <boost/make_shared.hpp>
-#include <utility>
 
 #include "ksservice/Operations.h"
 

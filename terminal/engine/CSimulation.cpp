@@ -1,7 +1,5 @@
 #include "CSimulation.h"
 
-#include <utility>
-
 namespace engine {
 
 CSimulation::CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,

@@ -101,7 +101,6 @@ class CSubTask : public IOrderOwner {
   /// Whether its last order has ended and no further one is sent.
   bool isEnded() const { return m_nEndStatus != 0; }
   bool isStopped() const { return m_bStopped; }
-  bool isPaused() const { return m_bPaused; }
   bool isDirty() const { return m_bDirty; }
   /// Whether a fresh detail may be published now.
   virtual bool isDue(std::int64_t /*now*/) const { return m_bDirty; }

@@ -4,7 +4,6 @@
 #include <deque>
 #include <functional>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "CEngine.h"

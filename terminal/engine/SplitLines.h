@@ -1,7 +1,6 @@
 /// How the lines of a basket are shared out among accounts. Any thread.
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "Instrument.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <deque>
-#include <memory>
 #include <queue>
 #include <string>
 #include <unordered_map>

@@ -5,7 +5,6 @@
 #include <map>
 #include <mutex>
 #include <ostream>
-#include <set>
 #include <string>
 #include <vector>
 

@@ -9,6 +9,7 @@
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CStockUnitConfig.h"
 #include "tc/CTradingCalendar.h"
+#include "tc/Services.h"
 
 namespace {
 

@@ -44,13 +44,13 @@ class TableTest : public testing::Test {
   TableTest() {
     m_table.setDataModel(new GV::CHpfTreeTableModel(testColumns()));
     m_table.setColumnDelegate(3, &m_buttons);
-    m_table.beginBatch();
+    m_table.dataModel()->beginBatch();
     for (int root = 0; root < kRoots; ++root) {
       const QString key = QStringLiteral("r%1").arg(root);
       add(key, QString(), root);
       for (int child = 0; child < kChildren; ++child) add(key + QStringLiteral(".c%1").arg(child), key, child);
     }
-    m_table.endBatch();
+    m_table.dataModel()->endBatch();
     m_table.resize(600, 20 + 21 * 20);
     m_table.show();
     QApplication::processEvents();

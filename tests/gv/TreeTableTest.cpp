@@ -27,9 +27,9 @@ TEST_F(TreeTable, ShowsHidesAndUnfolds) {
 
   m_table.hideItem(k("r1.c1"), true);
   m_table.showItemNoRecursive(k("r1"), true);
-  EXPECT_TRUE(m_table.isItemHidden(k("r1.c1")));
+  EXPECT_EQ(m_table.rowCount(), kRoots + 2 * kChildren - 1) << "what is below stays hidden";
   m_table.showItem(k("r1"), true);
-  EXPECT_FALSE(m_table.isItemHidden(k("r1.c1")));
+  EXPECT_EQ(m_table.rowCount(), kRoots + 2 * kChildren);
   EXPECT_EQ(m_table.itemText(1 + kChildren + 2, 0), k("name r1.c1"));
 
   m_table.removeDataByKey(k("r0"));
@@ -112,12 +112,12 @@ TEST_F(TreeTable, ScrollingNeverJumps) {
   EXPECT_EQ(topKey(), k("r30"));
   m_table.expandAll(true);  // by a reset
   EXPECT_EQ(topKey(), k("r30"));
-  m_table.beginBatch();
+  m_table.dataModel()->beginBatch();
   for (int i = 20; i <= 30; ++i) {
     for (int child = 0; child < kChildren; ++child) m_table.hideItem(QStringLiteral("r%1.c%2").arg(i).arg(child), true);
     m_table.hideItem(QStringLiteral("r%1").arg(i), true);
   }
-  m_table.endBatch();
+  m_table.dataModel()->endBatch();
   EXPECT_EQ(m_table.dataModel()->rowAt(m_table.topRow() + 4).key(), k("r31")) << "the first row left keeps its place";
 
   m_table.verticalScrollBar()->setValue(m_table.dataModel()->positionOf(k("r50.c1")));
