@@ -14,25 +14,21 @@ QByteArray contentOf(const QString& name) {
   return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
 }
 
-/// Gives an environment variable its old value back at the end.
-class CVariable {
- public:
-  CVariable(const char* name, const QByteArray& value) : m_name(name), m_before(qgetenv(name)) { qputenv(name, value); }
-  CVariable(const CVariable&) = delete;
-  CVariable& operator=(const CVariable&) = delete;
-  ~CVariable() { m_before.isNull() ? qunsetenv(m_name) : qputenv(m_name, m_before); }
+void put(const QString& name, const QByteArray& content) {
+  QFile file(name);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(content);
+}
 
- private:
-  const char* m_name;
-  QByteArray m_before;
-};
-
+/// With a sheet, and nothing in it.
 class ExcelReader : public testing::Test {
  protected:
+  ExcelReader() { EXPECT_TRUE(m_writer.newfile() && m_writer.addSheet()); }
   QString path(const char* name) const { return m_folder.filePath(QString::fromUtf8(name)); }
   QStringList files() const { return QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden); }
 
   QTemporaryDir m_folder;
+  GV::CExcelReader m_writer{false};
 };
 
 TEST_F(ExcelReader, CountsFromOneAndRefusesWhatIsNoPlace) {
@@ -42,43 +38,36 @@ TEST_F(ExcelReader, CountsFromOneAndRefusesWhatIsNoPlace) {
   ASSERT_TRUE(writer.newfile());
   EXPECT_FALSE(writer.saveAs(path("none.xlsx"))) << "without a sheet";
   EXPECT_FALSE(writer.setData(1, 1, 1, "x"));
-  ASSERT_TRUE(writer.addSheet());
-  EXPECT_TRUE(writer.setData(1, 1, 1, "x"));
-  EXPECT_TRUE(writer.setData(1, 1048576, 1, "last"));
-  EXPECT_TRUE(writer.setData(1, 1, 16384, "last"));
+  EXPECT_TRUE(m_writer.setData(1, 1, 1, "x"));
+  EXPECT_TRUE(m_writer.setData(1, 1048576, 1, "last"));
+  EXPECT_TRUE(m_writer.setData(1, 1, 16384, "last"));
   for (const auto& [sheet, row, column] : {std::array{0, 1, 1}, std::array{2, 1, 1}, std::array{1, 0, 1},
                                            std::array{1, 1, 0}, std::array{1, 1048577, 1}, std::array{1, 1, 16385}}) {
-    EXPECT_FALSE(writer.setData(sheet, row, column, "x")) << sheet << "," << row << "," << column;
-    EXPECT_FALSE(writer.setNumber(sheet, row, column, "1")) << sheet << "," << row << "," << column;
+    EXPECT_FALSE(m_writer.setData(sheet, row, column, "x")) << sheet << "," << row << "," << column;
+    EXPECT_FALSE(m_writer.setNumber(sheet, row, column, "1")) << sheet << "," << row << "," << column;
   }
   EXPECT_TRUE(files().isEmpty());
 }
 
 TEST_F(ExcelReader, SeparatedTextIsQuotedWhateverTheCaseOfTheName) {
-  GV::CExcelReader writer(false);
-  ASSERT_TRUE(writer.newfile() && writer.addSheet() && writer.addSheet());
-  writer.setData(1, 1, 1, QStringLiteral("账号,\"甲\""));
-  writer.setData(1, 1, 3, QStringLiteral("two\nlines"));
-  writer.setData(1, 3, 1, QStringLiteral("00012"));
-  writer.setNumber(1, 3, 2, QStringLiteral("-1.50"));
-  writer.setData(2, 1, 1, QStringLiteral("second"));
+  ASSERT_TRUE(m_writer.addSheet());
+  m_writer.setData(1, 1, 1, QStringLiteral("账号,\"甲\""));
+  m_writer.setData(1, 1, 3, QStringLiteral("two\nlines"));
+  m_writer.setData(1, 3, 1, QStringLiteral("00012"));
+  m_writer.setNumber(1, 3, 2, QStringLiteral("-1.50"));
+  m_writer.setData(2, 1, 1, QStringLiteral("second"));
   const QByteArray csv = "\"账号,\"\"甲\"\"\",\"\",\"two\nlines\"\n\n\"00012\",\"-1.50\"\n\"second\"\n";
-  ASSERT_TRUE(writer.saveAs(path("中文 名.CSV")));
+  ASSERT_TRUE(m_writer.saveAs(path("中文 名.CSV")));
   EXPECT_EQ(contentOf(path("中文 名.CSV")), csv);
-  ASSERT_TRUE(writer.saveAs(path("out.Txt")));
+  ASSERT_TRUE(m_writer.saveAs(path("out.Txt")));
   EXPECT_EQ(contentOf(path("out.Txt")), QByteArray(csv).replace("\",\"", "\"\t\""));
 }
 
 TEST_F(ExcelReader, AnyOtherNameIsAWorkbookThatTakesThePlaceOfTheOldFile) {
-  GV::CExcelReader writer(false);
-  ASSERT_TRUE(writer.newfile() && writer.addSheet());
-  writer.setData(1, 1, 1, "x");
+  m_writer.setData(1, 1, 1, "x");
   for (const char* name : {"out.xlsx", "out.dat", "out", "名 称.XLSX"}) {
-    QFile old(path(name));
-    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
-    old.write(QByteArray(100000, '-'));
-    old.close();
-    ASSERT_TRUE(writer.saveAs(path(name))) << name;
+    put(path(name), QByteArray(100000, '-'));
+    ASSERT_TRUE(m_writer.saveAs(path(name))) << name;
     EXPECT_EQ(contentOf(path(name)).left(4), QByteArray("PK\3\4")) << name;
     EXPECT_LT(QFile(path(name)).size(), 100000) << name;
   }
@@ -86,28 +75,24 @@ TEST_F(ExcelReader, AnyOtherNameIsAWorkbookThatTakesThePlaceOfTheOldFile) {
 }
 
 TEST_F(ExcelReader, ATextThatAWorkbookCannotHoldLeavesTheOldFile) {
-  GV::CExcelReader writer(false);
-  ASSERT_TRUE(writer.newfile() && writer.addSheet());
-  writer.setData(1, 1, 1, QString(40000, 'x'));
-  QFile old(path("out.xlsx"));
-  ASSERT_TRUE(old.open(QIODevice::WriteOnly));
-  old.write("old");
-  old.close();
-  EXPECT_FALSE(writer.saveAs(path("out.xlsx")));
+  m_writer.setData(1, 1, 1, QString(40000, 'x'));
+  put(path("out.xlsx"), "old");
+  EXPECT_FALSE(m_writer.saveAs(path("out.xlsx")));
   EXPECT_EQ(contentOf(path("out.xlsx")), "old");
-  EXPECT_FALSE(writer.saveAs(path("missing folder/out.xlsx")));
-  EXPECT_FALSE(writer.saveAs(path("missing folder/out.CSV")));
+  EXPECT_FALSE(m_writer.saveAs(path("missing folder/out.xlsx")));
+  EXPECT_FALSE(m_writer.saveAs(path("missing folder/out.CSV")));
 }
 
 TEST_F(ExcelReader, IsInvalidWithoutAFolderForIntermediateFiles) {
-  QFile file(path("file"));
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  const CVariable variable("TMPDIR", file.fileName().toLocal8Bit());
+  put(path("file"), {});
+  const QByteArray before = qgetenv("TMPDIR");
+  qputenv("TMPDIR", path("file").toLocal8Bit());
   GV::CExcelReader writer(false);
   EXPECT_FALSE(writer.isValid());
   EXPECT_FALSE(writer.newfile());
   EXPECT_FALSE(writer.addSheet());
   EXPECT_FALSE(writer.saveAs(path("out.xlsx")));
+  before.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", before);
 }
 
 }  // namespace

@@ -3,14 +3,24 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QHeaderView>
+#include <QImage>
 #include <QScrollBar>
 
 #include "TestRow.h"
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
 
 inline QString k(const char* text) { return QString::fromLatin1(text); }
+
+inline int differingPixels(const QImage& a, const QImage& b, const QRect& area) {
+  int count = 0;
+  for (int y = area.top(); y <= area.bottom(); ++y) {
+    for (int x = area.left(); x <= area.right(); ++x) count += a.pixel(x, y) != b.pixel(x, y);
+  }
+  return count;
+}
 
 struct SEvent {
   int eventId;
@@ -42,7 +52,9 @@ class TableTest : public testing::Test {
   static constexpr int kChildren = 3;
 
   TableTest() {
-    m_table.setDataModel(new GV::CHpfTreeTableModel(testColumns()));
+    auto* model = new GV::CHpfTreeTableModel(testColumns());
+    m_table.setDataModel(model);
+    new QAbstractItemModelTester(model, QAbstractItemModelTester::FailureReportingMode::Fatal, model);
     m_table.setColumnDelegate(3, &m_buttons);
     m_table.dataModel()->beginBatch();
     for (int root = 0; root < kRoots; ++root) {

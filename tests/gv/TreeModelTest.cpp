@@ -5,8 +5,11 @@
 #include <random>
 
 #include "TestRow.h"
+#include "gv/CStandardHpfTableModel.h"
 
 namespace {
+
+constexpr auto FATAL = QAbstractItemModelTester::FailureReportingMode::Fatal;
 
 /// The plain way to keep the same tree: everything is worked out anew whenever it is asked for.
 struct NaiveNode {
@@ -21,11 +24,11 @@ class NaiveTree {
  public:
   NaiveTree() { m_top.expanded = true; }
 
-  std::vector<NaiveNode*> sorted(const NaiveNode& parent) const {
+  std::vector<NaiveNode*> sorted(const NaiveNode& parent, bool own = false) const {
     std::vector<NaiveNode*> nodes;
     for (const auto& child : parent.children) nodes.push_back(child.get());
-    std::stable_sort(nodes.begin(), nodes.end(), [this](const NaiveNode* a, const NaiveNode* b) {
-      const int difference = compare(*a->row, *b->row);
+    std::stable_sort(nodes.begin(), nodes.end(), [this, own](const NaiveNode* a, const NaiveNode* b) {
+      const int difference = own ? 0 : compare(*a->row, *b->row);
       if (difference != 0) return difference < 0;
       return a->row->sortOrder() < b->row->sortOrder();
     });
@@ -36,16 +39,23 @@ class NaiveTree {
     QStringList lines;
     if (!node.expanded) return lines;
     for (const NaiveNode* child : sorted(node)) {
-      if (child->hidden || (m_bFilter && !acceptedAbove(*child) && !acceptedBelow(*child))) continue;
+      if (!isShown(*child)) continue;
       lines.append(child->row->m_strKey + QLatin1Char('=') + child->row->text(2));
       lines.append(print(*child));
     }
     return lines;
   }
   QStringList print() const { return print(m_top); }
-  double sum() const { return sum(m_top); }
+  double sum() const {
+    double total = 0.0;
+    addTo(total, m_top);
+    return total;
+  }
 
   static bool accepts(const GV::CHpfTreeTableData& row) { return row.number(2) >= 3.0; }
+  bool isShown(const NaiveNode& node) const {
+    return !node.hidden && (!m_bFilter || acceptedAbove(node) || acceptedBelow(node));
+  }
   bool acceptedAbove(const NaiveNode& node) const {
     return node.row && (accepts(*node.row) || acceptedAbove(*node.parent));
   }
@@ -54,13 +64,12 @@ class NaiveTree {
                        [this](const auto& child) { return accepts(*child->row) || acceptedBelow(*child); });
   }
 
-  /// Of the counted rows that neither are hidden nor have one above them that is.
-  double sum(const NaiveNode& node) const {
-    double total = node.row && node.row->m_bCounted ? node.row->m_dValue : 0.0;
-    for (const auto& child : node.children) {
-      if (!child->hidden && (!m_bFilter || acceptedAbove(*child) || acceptedBelow(*child))) total += sum(*child);
+  /// The counted rows that neither are hidden nor have one above them that is, in their own order.
+  void addTo(double& total, const NaiveNode& node) const {
+    if (node.row && node.row->m_bCounted) total += node.row->m_dValue;
+    for (const NaiveNode* child : sorted(node, true)) {
+      if (isShown(*child)) addTo(total, *child);
     }
-    return total;
   }
 
   /// In the order of the rows' making, so that a random pick depends on nothing else.
@@ -98,7 +107,7 @@ class NaiveTree {
 /// Knows the rows only by the model's notices.
 class Follower {
  public:
-  explicit Follower(const GV::CHpfTreeTableModel& model) : m_model(model) {
+  explicit Follower(const GV::IBaseHpfTableModel& model) : m_model(model) {
     QObject::connect(&model, &QAbstractItemModel::rowsInserted, [this](const QModelIndex&, int first, int last) {
       for (int row = first; row <= last; ++row) m_lines.insert(row, line(row));
     });
@@ -127,7 +136,7 @@ class Follower {
     for (int row = 0; row < m_model.rowCount(); ++row) m_lines.append(line(row));
   }
 
-  const GV::CHpfTreeTableModel& m_model;
+  const GV::IBaseHpfTableModel& m_model;
 };
 
 /// Does the same random things to the model and to the plain tree.
@@ -138,10 +147,10 @@ class RandomTree {
 
   void step() {
     using Action = void (RandomTree::*)();
-    static const Action actions[] = {
-        &RandomTree::insert,   &RandomTree::insert,  &RandomTree::insert, &RandomTree::remove,   &RandomTree::hide,
-        &RandomTree::hideMany, &RandomTree::expand,  &RandomTree::expand, &RandomTree::change,   &RandomTree::change,
-        &RandomTree::sort,     &RandomTree::reorder, &RandomTree::filter, &RandomTree::expandAll};
+    static const Action actions[] = {&RandomTree::insert, &RandomTree::insert, &RandomTree::insert,
+                                     &RandomTree::remove, &RandomTree::hide,   &RandomTree::expand,
+                                     &RandomTree::expand, &RandomTree::change, &RandomTree::change,
+                                     &RandomTree::sort,   &RandomTree::filter, &RandomTree::reorder};
     (this->*actions[pick(std::size(actions))])();
   }
 
@@ -159,12 +168,17 @@ class RandomTree {
     NaiveNode* node = pick(3) == 0 ? nullptr : any();
     return node == nullptr ? m_tree.m_top : *node;
   }
+  /// Some do not add up exactly, so that their sum tells in which order it was formed.
+  double anyFigure() {
+    static constexpr double figures[] = {0, 1, 3, 1e16, -1e16};
+    return figures[pick(std::size(figures))];
+  }
   static QString keyOf(const NaiveNode& node) { return node.row ? node.row->m_strKey : QString(); }
 
   void insert() {
     NaiveNode& parent = anyParent();
     const auto row = boost::make_shared<TestRow>(QStringLiteral("k%1").arg(++m_nKeys, 5, 10, QLatin1Char('0')),
-                                                 static_cast<double>(pick(5)), static_cast<int>(pick(3)));
+                                                 anyFigure(), static_cast<int>(pick(3)));
     row->m_bCounted = m_bCountRoots ? &parent == &m_tree.m_top : pick(2) == 0;
     auto at = parent.children.end();
     if (!parent.children.empty() && pick(2) == 0) at -= 1 + static_cast<long>(pick(parent.children.size()));
@@ -184,44 +198,32 @@ class RandomTree {
     siblings.erase(std::find_if(siblings.begin(), siblings.end(), [&](const auto& c) { return c.get() == node; }));
   }
 
+  /// One, or many at once.
   void hide() {
-    NaiveNode* node = any();
-    if (node == nullptr) return;
-    node->hidden = pick(2) == 0;
-    m_model.setHidden(m_model.find(node->row->m_strKey), node->hidden);
-  }
-
-  /// Few are hidden one by one, many at once.
-  void hideMany() {
     const bool on = pick(2) == 0;
-    const std::size_t stride = 1 + pick(8);
+    const std::vector<NaiveNode*> all = m_tree.all();
     std::vector<int> nodes;
-    std::vector<NaiveNode*> all = m_tree.all();
-    for (std::size_t i = 0; i < all.size(); i += stride) {
+    for (std::size_t i = pick(all.size() + 1); i < all.size(); i += 1 + pick(8)) {
       all[i]->hidden = on;
       nodes.push_back(m_model.find(all[i]->row->m_strKey));
+      if (pick(2) == 0) break;
     }
-    m_model.setHidden(nodes, on);
-  }
-
-  void expandAll() {
-    if (pick(4) != 0) return;
-    const bool on = pick(2) == 0;
-    for (NaiveNode* node : m_tree.all()) {
-      if (!node->children.empty()) node->expanded = on;
-    }
-    m_model.setAllExpanded(on);
+    nodes.size() == 1 ? m_model.setHidden(nodes.front(), on) : m_model.setHidden(nodes, on);
   }
 
   void expand() {
-    NaiveNode* node = any();
-    if (node == nullptr) return;
-    node->expanded = pick(3) != 0;
-    m_model.setExpanded(m_model.find(node->row->m_strKey), node->expanded);
+    const bool on = pick(3) != 0;
+    const bool all = pick(8) == 0;
+    for (NaiveNode* node : all ? m_tree.all() : std::vector<NaiveNode*>{any()}) {
+      if (node == nullptr || (all && node->children.empty())) continue;
+      node->expanded = on;
+      if (!all) m_model.setExpanded(m_model.find(node->row->m_strKey), on);
+    }
+    if (all) m_model.setAllExpanded(on);
   }
 
   void changeBelow(NaiveNode& node) {
-    node.row->m_dValue = static_cast<double>(pick(5));
+    node.row->m_dValue = anyFigure();
     for (const auto& child : node.children) changeBelow(*child);
   }
 
@@ -281,7 +283,7 @@ std::string joined(const QStringList& lines) { return lines.join(QLatin1Char(' '
 TEST(TreeModel, RandomChangesMatchAPlainTree) {
   for (unsigned seed = 1; seed <= 40; ++seed) {
     RandomTree random(seed);
-    const QAbstractItemModelTester tester(&random.m_model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    const QAbstractItemModelTester tester(&random.m_model, FATAL);
     const Follower follower(random.m_model);
     for (int round = 0; round < 60; ++round) {
       const std::size_t steps = round % 10 == 9 ? 80 : random.pick(6);
@@ -344,38 +346,24 @@ TEST(TreeModel, RefusesWhatItCannotPlace) {
   EXPECT_FALSE(row->isInTable());
 }
 
-/// A figure that is missing stays last in either direction, and equal figures keep the rows' own order.
-TEST(TreeModel, SortsMissingFiguresLast) {
-  GV::CHpfTreeTableModel model(testColumns());
-  const double values[] = {2, std::nan(""), 1, 2};
-  for (int i = 0; i < 4; ++i) {
-    model.insertData(boost::make_shared<TestRow>(QString(QChar('a' + i)), values[i]), QString());
+TEST(StandardModel, SortsItsRowsAndSaysWhatChanged) {
+  GV::CStandardHpfTableModel model(testColumns(), nullptr);
+  const QAbstractItemModelTester tester(&model, FATAL);
+  const Follower follower(model);
+  std::vector<TestRowPtr> rows;
+  for (const double value : {2, 1, 2, 3}) {
+    rows.push_back(boost::make_shared<TestRow>(QString(QChar('a' + static_cast<int>(rows.size()))), value));
   }
-  const auto order = [&] {
-    std::string keys;
-    for (int row = 0; row < model.rowCount(); ++row) keys += model.rowAt(row).key().toStdString();
-    return keys;
-  };
-  model.sort(2, Qt::AscendingOrder);
-  EXPECT_EQ(order(), "cadb");
+  model.setRows({rows.begin(), rows.end()});
+  EXPECT_EQ(joined(follower.m_lines), "a=2.00 b=1.00 c=2.00 d=3.00");
   model.sort(2, Qt::DescendingOrder);
-  EXPECT_EQ(order(), "adcb");
-  model.sort(-1);
-  EXPECT_EQ(order(), "abcd");
-}
-
-/// Figures that do not add up exactly are added in the rows' own order, whatever order they came in.
-TEST(TreeModel, SumsTheSameRowsToTheSameLastBit) {
-  const double values[] = {1e16, 1.0, -1e16, 1.0, 3.0};
-  const auto sumOf = [&](const std::vector<int>& arrival) {
-    GV::CHpfTreeTableModel model(testColumns());
-    for (const int i : arrival) {
-      model.insertData(boost::make_shared<TestRow>(QString(QChar('a' + i)), values[i], i), QString());
-    }
-    model.sort(2, Qt::DescendingOrder);
-    return model.statistic(2);
-  };
-  const double expected = (((1e16 + 1.0) - 1e16) + 1.0) + 3.0;
-  EXPECT_EQ(sumOf({0, 1, 2, 3, 4}), expected);
-  EXPECT_EQ(sumOf({4, 2, 0, 3, 1}), expected);
+  rows[1]->m_dValue = 9;
+  model.rowChanged(QStringLiteral("b"));
+  model.rowChanged(QStringLiteral("nobody"));
+  EXPECT_EQ(joined(follower.m_lines), "d=3.00 a=2.00 c=2.00 b=9.00") << "equal figures keep the rows' own order";
+  EXPECT_EQ(follower.m_nChanges, 1);
+  model.setRows({rows.begin(), rows.end()});
+  EXPECT_EQ(joined(follower.m_lines), "b=9.00 d=3.00 a=2.00 c=2.00") << "the sort stays";
+  EXPECT_EQ(model.positionOf(QStringLiteral("d")), 1);
+  EXPECT_EQ(model.statistic(2), 16);
 }
