@@ -49,17 +49,14 @@ TEST(AlgoSchedule, SharesATargetOutOverTheTradingTime) {
     before = planned;
   }
   EXPECT_EQ(before, 7000);
+  EXPECT_EQ(engine::usualVolumeShare(0), 0);
+  EXPECT_DOUBLE_EQ(engine::usualVolumeShare(exchange::TRADING_TIME), 1);
 
   TC::SAlgoParams pov = params(EAlgorithm::POV);
   pov.m_dRate = 0.25;
   const engine::CAlgoSchedule participation(pov, clockTime(9, 25));
   EXPECT_EQ(participation.planned(1000, clockTime(10, 0), 401), 100);
   EXPECT_EQ(participation.planned(1000, clockTime(14, 0), 100000), 1000);
-}
-
-TEST(AlgoSchedule, TheUsualVolumeOfADayIsTheWholeOfIt) {
-  EXPECT_EQ(engine::usualVolumeShare(0), 0);
-  EXPECT_DOUBLE_EQ(engine::usualVolumeShare(exchange::TRADING_TIME), 1);
 }
 
 struct SAlgoRig : SRig {

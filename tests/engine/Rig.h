@@ -11,9 +11,9 @@
 #include "ksservice/TraderCenter.h"
 
 struct SRig {
-  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, std::int64_t start = exchange::DAY_OPENS,
-                double ordersPerSecond = engine::SEngineSettings().m_dOrdersPerSecond)
-      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond), start) {
+  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, double ordersPerSecond = 50)
+      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond),
+                     exchange::DAY_OPENS) {
     m_subscription = m_desk.subscribeTasks([this](const boost::shared_ptr<ksservice::IData>& data) {
       m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
       m_newest[data->getKey()] = m_details.back();
@@ -21,38 +21,42 @@ struct SRig {
     engine().setEventHook([this](const engine::SEngineEvent& event) {
       m_events.push_back((event.m_bWarning ? "! " : "") + event.m_strText);
     });
-    for (const char* key : {"A1", "A2"}) {
-      auto account = boost::make_shared<ksservice::CAccountInfo>();
-      account->m_strKey = key;
-      account->m_strDisplayId = std::to_string(1001 + m_accounts.size());
-      m_accounts.push_back(account);
-    }
+    addAccount("A1");
+    addAccount("A2");
+  }
+
+  void addAccount(const std::string& key, int type = 0) {
+    auto info = boost::make_shared<ksservice::CAccountInfo>();
+    info->m_strKey = key;
+    info->m_nType = type;
+    info->m_strDisplayId = std::to_string(1001 + m_accounts.size());
+    m_accounts.push_back(info);
+    desk::SAccount account;
+    account.m_pInfo = info;
+    m_desk.addAccount(account);
   }
 
   static constexpr int SECURITIES = 40;
-  static constexpr std::int64_t DAY_START = 1795363200;  // 2026-11-23 at the exchange
+  static constexpr std::int64_t DAY_START = 1795363200;  ///< 2026-11-23 at the exchange
 
-  static std::vector<exchange::SInstrument> makeInstruments() {
-    std::vector<exchange::SInstrument> instruments(SECURITIES);
-    for (int i = 0; i < SECURITIES; ++i) {
-      exchange::SInstrument& instrument = instruments[static_cast<std::size_t>(i)];
-      instrument.m_strMarket = i % 2 ? "SZ" : "SH";
-      instrument.m_strCode = std::to_string(i % 2 ? 1000 + i : 600000 + i);
-      instrument.m_strName = "S" + std::to_string(i);
-      instrument.m_dPrevClose = 5 + i;
-      instrument.m_dVolume = i == 0 ? 2e5 : 1e7 + 1e6 * i;  // one that hardly trades
-    }
-    return instruments;
-  }
-
-  static exchange::SInstrument makeInstrument(const char* market, const char* code, double prevClose, double volume) {
+  static exchange::SInstrument makeInstrument(std::string_view market, const std::string& code, double prevClose,
+                                              double volume) {
     exchange::SInstrument instrument;
     instrument.m_strMarket = market;
-    instrument.m_strCode = code;
-    instrument.m_strName = code;
+    instrument.m_strCode = instrument.m_strName = code;
     instrument.m_dPrevClose = prevClose;
     instrument.m_dVolume = volume;
     return instrument;
+  }
+
+  static std::vector<exchange::SInstrument> makeInstruments() {
+    std::vector<exchange::SInstrument> instruments;
+    for (int i = 0; i < SECURITIES; ++i) {
+      const double volume = i == 0 ? 2e5 : 1e7 + 1e6 * i;  // one that hardly trades
+      instruments.push_back(
+          makeInstrument(i % 2 ? "SZ" : "SH", std::to_string(i % 2 ? 1000 + i : 600000 + i), 5 + i, volume));
+    }
+    return instruments;
   }
 
   /// The securities, some whose buys follow other rules, one that is suspended, and index futures that are more liquid
@@ -62,12 +66,8 @@ struct SRig {
     listed.push_back(makeInstrument("SH", "688008", 60, 2e7));
     listed.push_back(makeInstrument("BJ", "830008", 12, 5e6));
     listed.push_back(makeInstrument("SH", "601999", 8, 0));
-    exchange::SInstrument& futures = listed.emplace_back();
-    futures.m_strMarket = exchange::FUTURES_MARKET;
-    futures.m_strCode = "IF";
-    futures.m_dPrevClose = 4000;
-    futures.m_dVolume = 1e6;
-    futures.m_kind = exchange::EKind::IndexFuture;
+    listed.push_back(makeInstrument(exchange::FUTURES_MARKET, "IF", 4000, 1e6));
+    listed.back().m_kind = exchange::EKind::IndexFuture;
     return listed;
   }
 
@@ -79,7 +79,7 @@ struct SRig {
     return settings;
   }
 
-  static engine::SEngineSettings engineSettings(double ordersPerSecond = engine::SEngineSettings().m_dOrdersPerSecond) {
+  static engine::SEngineSettings engineSettings(double ordersPerSecond) {
     engine::SEngineSettings settings;
     settings.m_dOrdersPerSecond = ordersPerSecond;
     settings.m_nDayStart = DAY_START;

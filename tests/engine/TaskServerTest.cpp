@@ -10,11 +10,6 @@ using namespace ksservice;
 
 struct SServerRig : SRig {
   SServerRig() {
-    for (const auto& account : m_accounts) {
-      desk::SAccount entry;
-      entry.m_pInfo = account;
-      m_desk.addAccount(entry);
-    }
     for (const exchange::SInstrument& instrument : makeInstruments())
       list(instrument.m_strMarket, instrument.m_strCode);
     // Sold by both accounts, and cancelled before anything was sent: all of it is left.
@@ -53,6 +48,15 @@ struct SServerRig : SRig {
     request.m_params = std::move(params);
     request.m_nTaskId = m_parent;
     return request;
+  }
+
+  /// One that an algorithm is to carry out.
+  desk::SCreateRequest algoRequest(const std::vector<CCodeOrderParam>& params, const std::string& algo) const {
+    desk::SCreateRequest made = request(params);
+    made.m_command.m_nOrderType = EORT_Algo;
+    made.m_command.m_strAlgoParams = algo;
+    for (CCodeOrderParam& param : made.m_params) param.m_nOrderType = EORT_Algo;
+    return made;
   }
 
   /// Asks as the panel does and keeps the answer: the text of the refusal, or the new task.
@@ -123,12 +127,8 @@ TEST(TaskServer, APatchIsSizedByTheExchangesRules) {
   bought.m_stock = {"SH", "688008", {}};
   bought.m_nOperation = EOT_Buy;
   bought.m_dPrice = 65;
-  auto plain = rig.request({bought});
-  auto algo = plain;
-  algo.m_command.m_nOrderType = algo.m_params[0].m_nOrderType = EORT_Algo;
-  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=09:40:00;slices=3";
-  rig.create(plain);
-  rig.create(algo);
+  rig.create(rig.request({bought}));
+  rig.create(rig.algoRequest({bought}, "algo=TWAP;start=09:30:00;end=09:40:00;slices=3"));
   EXPECT_EQ(rig.answers(), (Texts{"103", "104"}));
   rig.runTo(9, 45);
   EXPECT_EQ(rig.newest("103-1").m_orders.at(0)->m_nTradedVolume, 350);
@@ -145,15 +145,12 @@ TEST(TaskServer, RefusesAPatchWithAText) {
   nobody.m_params[0].m_pAccount = nullptr;
   auto unknown = rig.request({rig.param(1, 100), rig.param(2, 100)});
   unknown.m_params[1].m_stock.m_strCode = "999999";
-  auto algo = rig.request({rig.param(1, 100)});
-  algo.m_command.m_nOrderType = algo.m_params[0].m_nOrderType = EORT_Algo;
-  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=09:29:00;slices=1";
-  auto over = algo;
-  over.m_command.m_strAlgoParams = "algo=TWAP;start=09:29:00;end=09:30:10;slices=1";
-  auto lunch = algo;
-  lunch.m_command.m_strAlgoParams = "algo=POV;start=11:30:00;end=13:00:00;rate=0.1";
-  for (const auto& request : {gone, rig.request({}), rig.request({rig.param(1, 100), rig.param(2, 0)}),
-                              rig.request({rig.param(1, -100)}), stranger, nobody, unknown, algo, over, lunch}) {
+  const auto algo = [&rig](const char* text) { return rig.algoRequest({rig.param(1, 100)}, text); };
+  for (const auto& request :
+       {gone, rig.request({}), rig.request({rig.param(1, 100), rig.param(2, 0)}), rig.request({rig.param(1, -100)}),
+        stranger, nobody, unknown, algo("algo=TWAP;start=09:30:00;end=09:29:00;slices=1"),
+        algo("algo=TWAP;start=09:29:00;end=09:30:10;slices=1"),
+        algo("algo=POV;start=11:30:00;end=13:00:00;rate=0.1")}) {
     rig.create(request);
   }
   const std::size_t before = rig.m_newest.size();
@@ -190,10 +187,7 @@ TEST(TaskServer, RefusesMoreThanIsLeftOfALine) {
   rig.create(rig.request({rig.param(3, 100)}));
   EXPECT_EQ(rig.answers(), (Texts{beyond("A1 SZ.1003卖出", 100, 0), beyond("A1 SZ.1003卖出", 100, 0)}));
   rig.engine().operate(rig.m_parent, {}, ETO_Cancel);
-  auto algo = rig.request({rig.param(39, 13900)});
-  algo.m_command.m_nOrderType = algo.m_params[0].m_nOrderType = EORT_Algo;
-  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=14:57:00;slices=30";
-  rig.create(algo);
+  rig.create(rig.algoRequest({rig.param(39, 13900)}, "algo=TWAP;start=09:30:00;end=14:57:00;slices=30"));
   rig.create(rig.request({rig.param(39, 13900)}));
   const Texts answers = rig.answers(60000);
   ASSERT_EQ(answers, (Texts{"105", beyond("A1 SZ.1039卖出", 13900, 0)}));
@@ -231,9 +225,8 @@ TEST(TaskServer, LinesOfOneHongKongInstrumentAreOneBeyond32Bits) {
 
 TEST(TaskServer, AnAlgorithmCarriesAPatchOutWhenCommandAndLinesSaySo) {
   SServerRig rig;
-  auto algo = rig.request({rig.param(1, 300)});
-  algo.m_command.m_nOrderType = EORT_Algo;
-  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=14:57:00;slices=3";
+  auto algo = rig.algoRequest({rig.param(1, 300)}, "algo=TWAP;start=09:30:00;end=14:57:00;slices=3");
+  algo.m_params[0].m_nOrderType = EORT_Plain;
   rig.create(algo);
   algo.m_params[0].m_nOrderType = EORT_Algo;
   rig.create(algo);
@@ -246,10 +239,7 @@ TEST(TaskServer, AnAlgorithmCarriesAPatchOutWhenCommandAndLinesSaySo) {
 
 TEST(TaskServer, OperatesServerTasksAndSaysWhyNot) {
   SServerRig rig;
-  auto algo = rig.request({rig.param(1, 3000)});
-  algo.m_command.m_nOrderType = algo.m_params[0].m_nOrderType = EORT_Algo;
-  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=14:57:00;slices=30";
-  rig.create(algo);
+  rig.create(rig.algoRequest({rig.param(1, 3000)}, "algo=TWAP;start=09:30:00;end=14:57:00;slices=30"));
   ASSERT_EQ(rig.answers(), Texts{"102"});
   const std::string local = std::to_string(rig.m_parent) + "-1";
   rig.operate("102-1", ETO_Pause);
@@ -271,17 +261,15 @@ TEST(TaskServer, OperatesServerTasksAndSaysWhyNot) {
 
 TEST(TaskServer, AnOrderProcessCountsOpenChildOrdersWhole) {
   SServerRig rig;
-  auto algo = rig.request({rig.param(1, 300), rig.param(3, 250)});
-  for (CCodeOrderParam& param : algo.m_params) param.m_nOrderType = EORT_Algo;
-  algo.m_command.m_nOrderType = EORT_Algo;
-  // A limit that nobody pays: all of it stays open.
-  algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=14:57:00;slices=1;limit=90";
+  auto algo = rig.algoRequest({rig.param(1, 300), rig.param(3, 250)},
+                              "algo=TWAP;start=09:30:00;end=14:57:00;slices=1;limit=90");
   rig.create(algo);
   ASSERT_EQ(rig.answers(5000), Texts{"102"});
   rig.query({"102-1"});
   EXPECT_EQ(rig.answers(), Texts{"ok"});
   EXPECT_EQ(rig.m_process, (TC::OrderProcessMap{{"102-1", {{"SZ.1001", 0}, {"SZ.1003", 0}}}}))
       << "the market refuses orders above its limit up";
+  // A limit that nobody pays: all of it stays open.
   algo.m_command.m_strAlgoParams = "algo=TWAP;start=09:30:00;end=14:57:00;slices=1;limit=6.5";
   algo.m_params.resize(1);
   rig.create(algo);
