@@ -94,6 +94,13 @@ inline nlohmann::json lastDump(const QString& file) {
 class Terminal : public testing::Test {
  protected:
   QString path(const char* name) const { return m_folder.filePath(QString::fromLatin1(name)); }
+  /// How a run that has to end well ends on the screen.
+  nlohmann::json endOf(const QStringList& arguments) const {
+    const SResult result = runTerminal(arguments + QStringList{"--headless", "--out", path("end.jsonl")});
+    EXPECT_EQ(result.m_nStatus, 0) << arguments.join(' ').toStdString();
+    EXPECT_EQ(result.m_strErrors.toStdString(), "") << arguments.join(' ').toStdString();
+    return lastDump(path("end.jsonl"));
+  }
 
   QTemporaryDir m_folder;
 };

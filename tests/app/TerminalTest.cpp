@@ -84,22 +84,14 @@ TEST_F(Terminal, TradesNothingWhenAnInputIsUnreadableOrMalformed) {
 }
 
 TEST_F(Terminal, ASeedFixesTheEndAndARecordingReplaysIt) {
-  const QStringList common = {"--headless", "--seconds", "2", "--seed", "7", "--speed", "600", "--accounts", "2"};
-  const SResult first = runTerminal(
-      common + QStringList{"--out", path("a.jsonl"), "--record", path("journal.jsonl"), "--screenshot", path("a.png")});
-  ASSERT_EQ(first.m_nStatus, 0) << first.m_strErrors.toStdString();
-  EXPECT_TRUE(first.m_strErrors.isEmpty()) << first.m_strErrors.toStdString();
+  const QStringList common = {"--seconds", "2", "--seed", "7", "--speed", "600", "--accounts", "2"};
+  const nlohmann::json end =
+      endOf(common + QStringList{"--record", path("journal.jsonl"), "--screenshot", path("a.png")});
   EXPECT_GT(QFile(path("a.png")).size(), 1000);
-  const nlohmann::json end = lastDump(path("a.jsonl"));
   ASSERT_EQ(end["dump"], "end");
   EXPECT_GT(end["rows"].size(), 300u);
-
-  ASSERT_EQ(runTerminal(common + QStringList{"--out", path("b.jsonl")}).m_nStatus, 0);
-  EXPECT_EQ(end, lastDump(path("b.jsonl")));
-
-  const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("c.jsonl")});
-  ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
-  EXPECT_EQ(end, lastDump(path("c.jsonl")));
+  EXPECT_EQ(endOf(common), end);
+  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), end);
 }
 
 /// The row of a dump with a path; null when there is none.
@@ -111,10 +103,8 @@ nlohmann::json rowOf(const nlohmann::json& dump, const char* path) {
 }
 
 TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
-  const SResult live = runTerminal({"--headless", "--seconds", "4", "--speed", "600", "--accounts", "2", "--hedge",
-                                    "IF2612:0.5", "--out", path("a.jsonl"), "--record", path("journal.jsonl")});
-  ASSERT_EQ(live.m_nStatus, 0) << live.m_strErrors.toStdString();
-  const nlohmann::json end = lastDump(path("a.jsonl"));
+  const nlohmann::json end = endOf({"--seconds", "4", "--speed", "600", "--accounts", "2", "--hedge", "IF2612:0.5",
+                                    "--record", path("journal.jsonl")});
   const nlohmann::json root = rowOf(end, "1");
   const nlohmann::json futures = rowOf(end, "1/期货");
   const nlohmann::json hedge = rowOf(end, "1/期货/CFFEX.IF2612卖出开仓");
@@ -128,17 +118,12 @@ TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
   EXPECT_NEAR(amount(root), amount(securities), 0.011) << "without the hedge's amount";
   EXPECT_NEAR(amount(hedge), 0.5 * amount(root), 0.02 * amount(root));
 
-  const SResult replay = runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("b.jsonl")});
-  ASSERT_EQ(replay.m_nStatus, 0) << replay.m_strErrors.toStdString();
-  EXPECT_EQ(end, lastDump(path("b.jsonl")));
+  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), end);
 }
 
 TEST_F(Terminal, AHedgeMaySendWhatItsBasketAndScheduleNeed) {
   const auto hedge = [this](const QStringList& options) {
-    const QStringList common = {"--headless", "--hedge", "IF2612:1", "--out", path("a.jsonl")};
-    const SResult live = runTerminal(common + options);
-    EXPECT_EQ(live.m_nStatus, 0) << live.m_strErrors.toStdString();
-    return rowOf(lastDump(path("a.jsonl")), "1/期货/CFFEX.IF2612卖出开仓")["cells"];
+    return rowOf(endOf(QStringList{"--hedge", "IF2612:1"} + options), "1/期货/CFFEX.IF2612卖出开仓")["cells"];
   };
   const nlohmann::json day = hedge({"--algo", "vwap", "--speed", "3000", "--seconds", "6.8"});
   EXPECT_EQ(day[15], "0") << "unhedged lots at the end of the day";
@@ -150,10 +135,8 @@ TEST_F(Terminal, AHedgeMaySendWhatItsBasketAndScheduleNeed) {
 
 TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
   const QString config = path("view.ini");
-  const QStringList common = {"--headless", "--seconds", "1",     "--speed",  "600",
-                              "--config",   config,      "--out", path("out")};
-  ASSERT_EQ(runTerminal(common).m_nStatus, 0);
-  const std::string param = lastDump(path("out"))["param"];
+  const QStringList common = {"--seconds", "1", "--speed", "600", "--config", config};
+  const std::string param = endOf(common)["param"];
   {
     QSettings kept(config, QSettings::IniFormat);
     EXPECT_EQ(kept.value("panel/param").toString().toStdString(), param);
@@ -161,16 +144,12 @@ TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
     ASSERT_EQ(param.substr(param.size() - 4), "*0*0");
     kept.setValue("panel/param", QString::fromStdString(param.substr(0, param.size() - 4) + "*1*2"));
   }
-  const SResult again = runTerminal(common + QStringList{"--record", path("journal.jsonl")});
-  ASSERT_EQ(again.m_nStatus, 0) << again.m_strErrors.toStdString();
-  const nlohmann::json restored = lastDump(path("out"));
+  const nlohmann::json restored = endOf(common + QStringList{"--record", path("journal.jsonl")});
   EXPECT_EQ(restored["filter"], 2);
   EXPECT_EQ(restored["param"], param.substr(0, param.size() - 4) + "*1*2");
   EXPECT_EQ(QSettings(config, QSettings::IniFormat).value("panel/param").toString().toStdString(), restored["param"]);
 
-  // What was restored is part of the recording.
-  ASSERT_EQ(runTerminal({"replay", path("journal.jsonl"), "--headless", "--out", path("replayed")}).m_nStatus, 0);
-  EXPECT_EQ(lastDump(path("replayed")), restored);
+  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), restored) << "what was restored is part of the recording";
 
   const SResult folder = runTerminal({"--headless", "--seconds", "1", "--config", m_folder.path()});
   EXPECT_EQ(folder.m_nStatus, 2);
