@@ -86,91 +86,88 @@ TEST_F(DialogScript, NamesTheLineOfAnActThatCannotBeDoneAndStops) {
   EXPECT_EQ(run(), "外 rejected\n") << "nothing is worked after a fault";
 }
 
-TEST_F(DialogScript, ActsThatAreLeftWhenTheDialogHasEndedAreAFault) {
-  m_script.queue({press("确定"), press("确定")}, 7);
-  EXPECT_EQ(run(), "外 accepted\n");
-  EXPECT_EQ(m_strFaults, "7: acts are left that no dialog is open for\n");
-}
-
-SLine dumpLine(const char* name) {
-  SLine line;
-  line.m_body = SDumpLine{name};
-  return line;
-}
-
-TEST(LineSequence, PutsADialogsActsBeforeTheLineThatOpenedItAndWhatCameMeanwhileBehind) {
-  std::ostringstream out;
-  CLineSequence lines(out);
-  lines.put(dumpLine("before"), false);
-  lines.put(dumpLine("held"), true);
-  EXPECT_EQ(out.str().find("held"), std::string::npos);
-  lines.put(dumpLine("opener"), true);
-  lines.dialogOpens();
-  lines.settle();
-  lines.add(press("a"));
-  lines.put(dumpLine("1"), true);
-  lines.put(dumpLine("2"), false);
-  lines.dialogOpens();
-  lines.add(press("b"));
-  lines.dialogEnded();
-  lines.add(press("c"));
-  lines.put(dumpLine("3"), false);
-  EXPECT_EQ(out.str().find("opener"), std::string::npos);
-  lines.dialogEnded();
-  lines.settle();
-  lines.put(dumpLine("after"), false);
-  const std::string expected =
-      "{\"kind\":\"dump\",\"name\":\"before\"}\n{\"kind\":\"dump\",\"name\":\"held\"}\n"
-      "{\"kind\":\"user\",\"do\":\"dialog\",\"acts\":[{\"press\":\"a\"},{\"play\":2},{\"press\":\"b\"},"
-      "{\"press\":\"c\"}]}\n"
-      "{\"kind\":\"dump\",\"name\":\"opener\"}\n{\"kind\":\"dump\",\"name\":\"1\"}\n{\"kind\":\"dump\",\"name\":\"2\"}"
-      "\n"
-      "{\"kind\":\"dump\",\"name\":\"3\"}\n{\"kind\":\"dump\",\"name\":\"after\"}\n";
-  EXPECT_EQ(out.str(), expected);
-}
-
-TEST(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
-  std::ostringstream out;
-  CLineSequence lines(out);
-  lines.putAsked(dumpLine("at once"));
-  lines.put(dumpLine("refresh"), true);
-  lines.putAsked(dumpLine("its quote"));
-  lines.put(dumpLine("behind"), false);
-  lines.settle();
-  lines.put(dumpLine("opener"), true);
-  lines.dialogOpens();
-  lines.putAsked(dumpLine("opener's quote"));
-  lines.settle();
-  lines.add(press("a"));
-  lines.settle();
-  lines.put(dumpLine("refresh inside"), true);
-  lines.putAsked(dumpLine("inside's quote"));
-  lines.settle();
-  lines.add(press("b"));
-  lines.putAsked(dumpLine("b's quote"));
-  lines.dialogEnded();
-  lines.putAsked(dumpLine("what b confirmed asks for"));
-  lines.settle();
-  std::string order;
-  std::istringstream in(out.str());
-  for (std::string text; std::getline(in, text);) {
-    const auto line = nlohmann::json::parse(text);
-    order += line.contains("name") ? line["name"].get<std::string>() + ", " : line["acts"].dump() + ", ";
+class LineSequence : public testing::Test {
+ protected:
+  static SLine named(const char* name) {
+    SLine line;
+    line.m_body = SDumpLine{name};
+    return line;
   }
-  EXPECT_EQ(order,
+  /// A line of this name; one that an act may follow from is held.
+  void put(const char* name, bool held = false) { m_lines.put(named(name), held); }
+  void putAsked(const char* name) { m_lines.putAsked(named(name)); }
+
+  /// What was written: names, and the acts of dialogs.
+  std::string order() const {
+    std::string order;
+    std::istringstream in(m_out.str());
+    for (std::string text; std::getline(in, text);) {
+      const auto line = nlohmann::json::parse(text);
+      order += line.contains("name") ? line["name"].get<std::string>() + ", " : line["acts"].dump() + ", ";
+    }
+    return order;
+  }
+
+  std::ostringstream m_out;
+  CLineSequence m_lines{m_out};
+};
+
+TEST_F(LineSequence, PutsADialogsActsBeforeTheLineThatOpenedItAndWhatCameMeanwhileBehind) {
+  put("before");
+  put("held", true);
+  EXPECT_EQ(order(), "before, ");
+  put("opener", true);
+  m_lines.dialogOpens();
+  m_lines.settle();
+  m_lines.add(press("a"));
+  put("1", true);
+  put("2");
+  m_lines.dialogOpens();
+  m_lines.add(press("b"));
+  m_lines.dialogEnded();
+  m_lines.add(press("c"));
+  put("3");
+  EXPECT_EQ(order(), "before, ");
+  m_lines.dialogEnded();
+  m_lines.settle();
+  put("after");
+  EXPECT_EQ(order(),
+            "before, held, [{\"press\":\"a\"},{\"play\":2},{\"press\":\"b\"},{\"press\":\"c\"}], "
+            "opener, 1, 2, 3, after, ");
+}
+
+TEST_F(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
+  putAsked("at once");
+  put("refresh", true);
+  putAsked("its quote");
+  put("behind");
+  m_lines.settle();
+  put("opener", true);
+  m_lines.dialogOpens();
+  putAsked("opener's quote");
+  m_lines.settle();
+  m_lines.add(press("a"));
+  m_lines.settle();
+  put("refresh inside", true);
+  putAsked("inside's quote");
+  m_lines.settle();
+  m_lines.add(press("b"));
+  putAsked("b's quote");
+  m_lines.dialogEnded();
+  putAsked("what b confirmed asks for");
+  m_lines.settle();
+  EXPECT_EQ(order(),
             "at once, its quote, refresh, behind, opener's quote, "
             "[{\"press\":\"a\"},{\"play\":4},{\"press\":\"b\"}], opener, inside's quote, refresh inside, "
             "what b confirmed asks for, b's quote, ");
 }
 
-TEST(LineSequence, LosesNothingWhenTheSessionEndsInsideADialog) {
-  std::ostringstream out;
-  CLineSequence lines(out);
-  lines.put(dumpLine("opener"), true);
-  lines.dialogOpens();
-  lines.put(dumpLine("1"), false);
-  lines.finish();
-  EXPECT_EQ(out.str(), "{\"kind\":\"dump\",\"name\":\"opener\"}\n{\"kind\":\"dump\",\"name\":\"1\"}\n");
+TEST_F(LineSequence, LosesNothingWhenTheSessionEndsInsideADialog) {
+  put("opener", true);
+  m_lines.dialogOpens();
+  put("1");
+  m_lines.finish();
+  EXPECT_EQ(order(), "opener, 1, ");
 }
 
 }  // namespace

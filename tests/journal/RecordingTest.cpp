@@ -23,6 +23,18 @@ namespace {
 using nlohmann::json;
 using namespace journal;
 
+/// A journal's lines without their times: all of them, or those of a kind.
+std::vector<json> linesOf(const std::string& journal, const std::string& kind = {}) {
+  std::vector<json> lines;
+  std::istringstream in(journal);
+  for (std::string text; std::getline(in, text);) {
+    json line = json::parse(text);
+    for (const char* field : {"t", "now"}) line.erase(field);
+    if (kind.empty() || line["kind"] == kind) lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
 /// A live session with the panel's own timer, recorded.
 class CLiveSession {
  public:
@@ -124,10 +136,9 @@ TEST(Recording, NothingChangesBesideAnAct) {
     return each.wait_for(std::chrono::milliseconds(30)) == std::future_status::ready;
   };
   recorder.recordSetParam(QStringLiteral("act"));
-  std::future<void> before;
+  std::future<void> before = change(1);
   std::future<void> inside;
   std::future<void> behind;
-  before = change(1);
   EXPECT_FALSE(isDone(before)) << "the act is not over";
   GV::CCommonDialog dialog;
   QTimer::singleShot(0, &dialog, [&] {
@@ -143,26 +154,12 @@ TEST(Recording, NothingChangesBesideAnAct) {
   recorder.recordDump("done");
   QCoreApplication::processEvents();
   behind.get();
-  std::istringstream in(journal.str());
   std::string order;
-  for (std::string text; std::getline(in, text);) {
-    const json line = json::parse(text);
+  for (const json& line : linesOf(journal.str())) {
     order += line["kind"].get<std::string>() +
              (line.contains("group") ? std::to_string(line["group"].get<int>()) : "") + " ";
   }
   EXPECT_EQ(order, "user host hedgeState1 hedgeState2 dump hedgeState3 ");
-}
-
-/// Of a journal's lines those of a kind, without their times.
-std::vector<json> linesOf(const std::string& journal, const char* kind) {
-  std::vector<json> lines;
-  std::istringstream in(journal);
-  for (std::string text; std::getline(in, text);) {
-    json line = json::parse(text);
-    for (const char* field : {"t", "now"}) line.erase(field);
-    if (line["kind"] == kind) lines.push_back(std::move(line));
-  }
-  return lines;
 }
 
 TC::CProgressOrder childOrder(const char* key, int traded) {
@@ -229,13 +226,11 @@ TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
   GV::CFileDialog::setPresenter({});
   EXPECT_TRUE(QFile::exists(folder.filePath("out.csv")));
 
-  std::vector<std::string> acts;
-  std::istringstream in(session.journal());
-  for (std::string text; std::getline(in, text);) {
-    const json line = json::parse(text);
-    if (line["kind"] == "user") acts.push_back(line["do"].get<std::string>() + " " + line.value("file", "-"));
+  std::string acts;
+  for (const json& line : linesOf(session.journal(), "user")) {
+    acts += line["do"].get<std::string>() + " " + line.value("file", "-") + ", ";
   }
-  EXPECT_EQ(acts, (std::vector<std::string>{"export out.csv", "export ", "copy -"}));
+  EXPECT_EQ(acts, "export out.csv, export , copy -, ");
 }
 
 }  // namespace
