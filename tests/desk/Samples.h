@@ -7,17 +7,13 @@
 
 namespace sample {
 
-inline ksservice::CTaskDetailPtr detail(const std::string& key, int status = ksservice::ETS_Running) {
-  auto made = boost::make_shared<ksservice::CTaskDetail>();
-  made->m_strKey = key;
-  made->m_nStatus = status;
-  return made;
-}
-
-inline desk::SPublication publication(const std::string& key, desk::EVia via = desk::EVia::Feed) {
+/// Of a running task that came with the feed.
+inline desk::SPublication publication(const std::string& key) {
   desk::SPublication made;
-  made.m_pDetail = detail(key);
-  made.m_eVia = via;
+  made.m_pDetail = boost::make_shared<ksservice::CTaskDetail>();
+  made.m_pDetail->m_strKey = key;
+  made.m_pDetail->m_nStatus = ksservice::ETS_Running;
+  made.m_eVia = desk::EVia::Feed;
   return made;
 }
 

@@ -60,8 +60,7 @@ TEST(AlgoSchedule, SharesATargetOutOverTheTradingTime) {
 }
 
 struct SAlgoRig : SRig {
-  explicit SAlgoRig(std::uint64_t seed = 1, double rejectRate = 0) : SRig(seed, rejectRate) {}
-
+  using SRig::SRig;
   using SRig::start;
   /// Starts the rig's basket; returns the key of its one sub-task.
   std::string start(const TC::SAlgoParams& algo) { return start(basket().m_lines, algo); }
@@ -103,10 +102,8 @@ TEST(AlgoTask, NeverHasMoreFinishedOrOpenThanItsScheduleAndItsTargetAllow) {
       EXPECT_TRUE(end.m_bServerTask);
       EXPECT_TRUE(end.m_orders.empty()) << "its orders are the server's";
       const std::vector<int> traded = rig.traded(key);
-      int target = 0;
-      for (const CCodeOrderParam& param : end.m_params) target += param.m_nVolume;
-      EXPECT_GT(sum(traded), target / 2) << algorithmName(algorithm);
-      EXPECT_EQ(end.m_nStatus, sum(traded) == target ? ETS_Finished : ETS_Cancelled);
+      EXPECT_GT(sum(traded), targetOf(end) / 2) << algorithmName(algorithm);
+      EXPECT_EQ(end.m_nStatus, sum(traded) == targetOf(end) ? ETS_Finished : ETS_Cancelled);
       EXPECT_LE(end.m_nEndTime, SRig::DAY_START + exchange::DAY_CLOSES / 1000);
     }
   }
@@ -239,9 +236,8 @@ TEST(AlgoTask, EndsWithItsTimeAndCancelsWhatIsOpen) {
   const auto progress = rig.m_desk.progress(key);
   EXPECT_TRUE(std::any_of(progress->m_orders.begin(), progress->m_orders.end(),
                           [](const TC::CProgressOrder& order) { return order.m_detail.m_bCancelled; }));
-  const auto process = rig.task(key).orderProcess();
   int covered = 0;
-  for (const auto& [security, number] : process) covered += number;
+  for (const auto& [security, number] : rig.task(key).orderProcess()) covered += number;
   EXPECT_EQ(covered, sum(rig.traded(key))) << "nothing is open";
 }
 

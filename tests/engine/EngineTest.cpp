@@ -13,18 +13,6 @@ namespace {
 
 constexpr double CENT = 0.01;
 
-int tradedOf(const CTaskDetail& detail) {
-  int traded = 0;
-  for (const COrderInfoPtr& order : detail.m_orders) traded += order->m_nTradedVolume;
-  return traded;
-}
-
-int targetOf(const CTaskDetail& detail) {
-  int target = 0;
-  for (const CCodeOrderParam& param : detail.m_params) target += param.m_nVolume;
-  return target;
-}
-
 /// Every field of a detail that the engine fills, as text.
 std::string print(const CTaskDetail& detail) {
   std::string text = detail.getKey() + " " + std::to_string(detail.m_nStatus) + " " + detail.m_strMessage + " " +

@@ -52,11 +52,7 @@ struct SHedgeRig : SRig {
   }
 
   int target() const { return m_targets.empty() ? 0 : m_targets.back(); }
-  int traded() const {
-    int lots = 0;
-    for (const COrderInfoPtr& order : hedge()->m_orders) lots += order->m_nTradedVolume;
-    return lots;
-  }
+  int traded() const { return tradedOf(*hedge()); }
 
   CBasketHedgeParam m_param;
   std::vector<int> m_targets;

@@ -1,4 +1,3 @@
-/// A desk, a simulated exchange of a few dozen securities and an engine on it, with everything that is published kept.
 #pragma once
 
 #include <algorithm>
@@ -10,6 +9,19 @@
 #include "CSimulation.h"
 #include "ksservice/TraderCenter.h"
 
+/// What the orders of a detail have traded, and what its parameters want.
+inline int tradedOf(const ksservice::CTaskDetail& detail) {
+  int traded = 0;
+  for (const auto& order : detail.m_orders) traded += order->m_nTradedVolume;
+  return traded;
+}
+inline int targetOf(const ksservice::CTaskDetail& detail) {
+  int target = 0;
+  for (const auto& param : detail.m_params) target += param.m_nVolume;
+  return target;
+}
+
+/// A desk, a simulated exchange of a few dozen securities and an engine on it, with everything that is published kept.
 struct SRig {
   explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, double ordersPerSecond = 50)
       : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond),
