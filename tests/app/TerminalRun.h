@@ -94,6 +94,13 @@ inline nlohmann::json lastDump(const QString& file) {
 class Terminal : public testing::Test {
  protected:
   QString path(const char* name) const { return m_folder.filePath(QString::fromLatin1(name)); }
+  /// The one line by which a run in the test's folder has to refuse what it was asked for.
+  QString refusalOf(const QStringList& arguments) const {
+    const SResult result = runTerminal(arguments, m_folder.path());
+    EXPECT_EQ(result.m_nStatus, 2) << arguments.join(' ').toStdString();
+    EXPECT_EQ(result.m_strErrors.count('\n'), 1) << result.m_strErrors.toStdString();
+    return result.m_strErrors;
+  }
   /// How a run that has to end well ends on the screen.
   nlohmann::json endOf(const QStringList& arguments) const {
     const SResult result = runTerminal(arguments + QStringList{"--headless", "--out", path("end.jsonl")});
