@@ -222,46 +222,36 @@ TEST(EngineOperations, AStartAfterTheCloseEndsAtOnceAndWaitsForNothing) {
 }
 
 TEST(EngineRejects, AreKeptWithTheMarketsWords) {
-  SRig all(1, 1);
-  all.engine().startBasket(all.basket());
-  all.runTo(9, 40);
-  const CTaskDetail& refused = all.newest("101-1");
+  SRig rig(1, 1);
+  rig.engine().startBasket(rig.basket());
+  rig.runTo(9, 40);
+  const CTaskDetail& refused = rig.newest("101-1");
   EXPECT_EQ(refused.m_nStatus, ETS_ExecutionError);
   EXPECT_EQ(refused.m_strMessage, "交易所流量控制，委托被拒绝（40 笔委托被拒绝）");
   for (const COrderInfoPtr& order : refused.m_orders) {
     EXPECT_TRUE(order->m_bHasMessage && !order->m_strMessage.empty());
-    EXPECT_FALSE(all.m_desk.orderDetail(order->m_tag)) << "an order that was never accepted has no detail";
+    EXPECT_FALSE(rig.m_desk.orderDetail(order->m_tag)) << "an order that was never accepted has no detail";
   }
-
-  SRig some;
-  engine::SBasketOrder basket = some.basket();
-  basket.m_lines.resize(3);
-  basket.m_lines[1].m_stock.m_strCode = "000000";
-  some.engine().startBasket(basket);
-  some.runTo(15, 1);
-  const CTaskDetail& partly = some.newest("101-1");
-  EXPECT_EQ(partly.m_nStatus, ETS_Cancelled) << "a remainder is left to be patched";
-  EXPECT_EQ(partly.m_strMessage.rfind("证券未上市（1 笔委托被拒绝）", 0), 0u) << partly.m_strMessage;
-  EXPECT_FALSE(partly.m_orders[0]->m_bHasMessage);
-  EXPECT_EQ(partly.m_orders[1]->m_strMessage, "证券未上市");
-  EXPECT_EQ(some.heard("任务 [101-1] 证券未上市（1 笔委托被拒绝）: SZ.000000"), 1);
 }
 
 TEST(EngineRejects, AreToldByReasonWithEachSecurity) {
   SRig rig;
-  const std::string key =
-      rig.start({SRig::line("SH", "601999", EOT_Buy, 100), SRig::line("SH", "600010", EOT_Buy, 150),
-                 SRig::line("SZ", "1011", EOT_Buy, 250), SRig::line("SH", "688008", EOT_Buy, 150),
-                 SRig::line("SH", "601999", EOT_Buy, 200), SRig::line("SH", "600012", EOT_Sell, 1)});
+  const std::string key = rig.start({SRig::line("SH", "601999", EOT_Buy, 100), SRig::line("SH", "600010", EOT_Buy, 150),
+                                     SRig::line("SZ", "1011", EOT_Buy, 250), SRig::line("SH", "688008", EOT_Buy, 150),
+                                     SRig::line("SH", "601999", EOT_Buy, 200), SRig::line("SH", "600012", EOT_Sell, 1),
+                                     SRig::line("SZ", "009999", EOT_Buy, 100)});
   rig.runTo(9, 31);
   const CTaskDetail& detail = rig.newest(key);
-  EXPECT_EQ(detail.m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(detail.m_nStatus, ETS_Cancelled) << "a remainder is left to be patched";
   EXPECT_EQ(detail.m_strMessage,
-            "数量不是整手（2 笔委托被拒绝）；数量低于最小申报数量（1 笔委托被拒绝）；证券停牌（2 笔委托被拒绝）");
+            "数量不是整手（2 笔委托被拒绝）；数量低于最小申报数量（1 笔委托被拒绝）；"
+            "证券停牌（2 笔委托被拒绝）；证券未上市（1 笔委托被拒绝）");
   EXPECT_EQ(detail.m_orders[1]->m_strMessage, "数量不是整手");
+  EXPECT_FALSE(detail.m_orders[5]->m_bHasMessage);
   EXPECT_EQ(rig.heard("! 任务 [101-1] 数量不是整手（2 笔委托被拒绝）: SH.600010, SZ.1011"), 1);
   EXPECT_EQ(rig.heard("任务 [101-1] 数量低于最小申报数量（1 笔委托被拒绝）: SH.688008"), 1);
   EXPECT_EQ(rig.heard("任务 [101-1] 证券停牌（2 笔委托被拒绝）: SH.601999 ×2"), 1);
+  EXPECT_EQ(rig.heard("任务 [101-1] 证券未上市（1 笔委托被拒绝）: SZ.009999"), 1);
   EXPECT_EQ(rig.heard("已撤销: 数量不是整手（2 笔委托被拒绝）"), 1);
 }
 
