@@ -27,6 +27,18 @@ Body parseAs(const std::string& text) {
   return body ? *body : Body();
 }
 
+/// Every field of a task line with a value that is not its default; that of a type is none.
+constexpr const char* WHOLE_TASK =
+    R"({"kind":"task","via":"signal","key":"k","id":124,"number":1,"businessNumber":8,"status":3,"message":"m",
+        "startTime":1763688600,"endTime":0,"server":true,"instance":"i","unknown":true,
+        "command":{"id":77,"taskId":123,"traderType":1,"user":"u1","basketType":1,"type":0},
+        "params":[{"account":"A1","type":2,"operation":1,"orderType":11,"market":"SH","code":"600000",
+                   "name":"浦发银行","priceType":5,"price":10.05,"volume":1000,"handled":7}],
+        "orders":[{"key":"o1","tag":"t1","market":"SH","code":"600000","operation":1,"volume":600,"traded":200,
+                   "price":10.0,"amount":2000.0,"message":"","completed":true,
+                   "detail":{"cancelled":true,"market":"SZ","code":"1","traded":100,"amount":7.5}},
+                  {"key":"o2","detail":{}}, {"key":"o3"}]})";
+
 class RoundTrip : public testing::TestWithParam<const char*> {};
 
 /// Every field here differs from its default, so that it must be written again.
@@ -58,15 +70,7 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Deliveries, RoundTrip,
     testing::Values(
-        R"({"kind":"task","via":"signal","key":"k","id":124,"number":1,"businessNumber":8,"status":3,"message":"m",
-            "startTime":1763688600,"endTime":0,"server":true,"instance":"i","unknown":true,
-            "command":{"id":77,"taskId":123,"traderType":1,"user":"u1","basketType":1,"type":4},
-            "params":[{"account":"A1","type":2,"operation":1,"orderType":11,"market":"SH","code":"600000",
-                       "name":"浦发银行","priceType":5,"price":10.05,"volume":1000,"handled":7}],
-            "orders":[{"key":"o1","tag":"t1","market":"SH","code":"600000","operation":1,"volume":600,"traded":200,
-                       "price":10.0,"amount":2000.0,"message":"","completed":true,
-                       "detail":{"cancelled":true,"market":"SZ","code":"1","traded":100,"amount":7.5}},
-                      {"key":"o2","detail":{}}, {"key":"o3"}]})",
+        WHOLE_TASK,
         R"({"kind":"progress","task":"123-1","orderDetails":[{"mapKey":"1001","market":"SH","code":"600000",
             "traded":100,"amount":1000.0,"cancelled":true,"param":2}]})",
         R"({"kind":"progress","task":"123-1","partial":true,"orderDetails":[{"key":"c1","traded":100}]})",
@@ -148,20 +152,16 @@ TEST(QuoteLine, CalculationAndOrderPriceDefaultToTheLast) {
 
 /// A publication that goes into a line and comes back from it publishes the same.
 TEST(TaskLine, CarriesAPublicationThere) {
-  const std::string text =
-      R"({"kind":"task","via":"signal","key":"k","id":124,"number":1,"status":3,"unknown":true,
-          "command":{"id":77,"taskId":123,"type":0},"params":[{"account":"A1","market":"SH","code":"1","volume":100}],
-          "orders":[{"key":"o1","market":"SH","code":"1","detail":{"cancelled":true}},{"key":"o2"}]})";
   desk::CDesk desk;
   SAccountLine account;
   account.m_info.m_strKey = "A1";
   desk.addAccount(toAccount(account));
-  const desk::SPublication first = toPublication(parseAs<STaskLine>(text), desk);
+  const desk::SPublication first = toPublication(parseAs<STaskLine>(WHOLE_TASK), desk);
   ASSERT_TRUE(first.m_pDetail->m_params[0].m_pAccount);
   desk.publishTask(first);
   SLine line;
   line.m_body = toTaskLine(first, desk);
-  EXPECT_EQ(json::parse(writeLine(line)), json::parse(text));
+  EXPECT_EQ(json::parse(writeLine(line)), json::parse(WHOLE_TASK));
 }
 
 }  // namespace
