@@ -172,28 +172,20 @@ TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {
 }
 
 TEST(Instruments, SayHowTheirBuysAreSized) {
-  const struct {
-    const char* m_pMarket;
-    const char* m_pCode;
-    bool m_bByShare;
-    int m_nTrade;
-    int m_nEntry;
-  } cases[] = {{"SH", "688008", true, 200, 1},
-               {"SH", "689009", true, 200, 1},
-               {"BJ", "830008", true, 100, 1},
-               {"SZ", "300750", false, 100, 100},
-               {"SH", "600000", false, 100, 100}};
-  for (const auto& each : cases) {
+  const auto sizes = [](const char* market, const char* code) {
     exchange::SInstrument instrument;
-    instrument.m_strMarket = each.m_pMarket;
-    instrument.m_strCode = each.m_pCode;
+    instrument.m_strMarket = market;
+    instrument.m_strCode = code;
     const TC::CCodeInfo info = app::toCodeInfo(instrument, exchange::rulesOf(instrument));
-    EXPECT_EQ(info.m_nTradeMinUnit, each.m_nTrade) << each.m_pCode;
-    EXPECT_EQ(info.m_nUiMinUnit, each.m_nEntry) << each.m_pCode;
-    for (const int type : {ksservice::STOCK_TYPE_NO_LOTS, ksservice::STOCK_TYPE_UI_UNIT}) {
-      EXPECT_EQ(ksservice::StockTypeCenter::isTypedStock(info, type), each.m_bByShare) << each.m_pCode;
-    }
-  }
+    const bool byShare = ksservice::StockTypeCenter::isTypedStock(info, ksservice::STOCK_TYPE_NO_LOTS);
+    EXPECT_EQ(ksservice::StockTypeCenter::isTypedStock(info, ksservice::STOCK_TYPE_UI_UNIT), byShare) << code;
+    return std::to_string(info.m_nTradeMinUnit) + ", " + std::to_string(info.m_nUiMinUnit) + (byShare ? " by one" : "");
+  };
+  EXPECT_EQ(sizes("SH", "688008"), "200, 1 by one");
+  EXPECT_EQ(sizes("SH", "689009"), "200, 1 by one");
+  EXPECT_EQ(sizes("BJ", "830008"), "100, 1 by one");
+  EXPECT_EQ(sizes("SZ", "300750"), "100, 100");
+  EXPECT_EQ(sizes("SH", "600000"), "100, 100");
 }
 
 TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {
@@ -205,12 +197,14 @@ TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {
                                                        "SZ.000001\t平安银行\t500\t0\t1\t2\t49"),
                                         malformed);
   EXPECT_EQ(malformed, 3);
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0].m_strCode, QStringLiteral("600000"));
-  EXPECT_EQ(lines[0].m_nOperation, 1);
-  EXPECT_EQ(lines[1].m_strMarket, QStringLiteral("SZ"));
-  EXPECT_EQ(lines[1].m_nQuantity, 500);
-  EXPECT_EQ(lines[1].m_nOperation, 2);
+  QStringList read;
+  for (const auto& line : lines) {
+    read += QStringLiteral("%1.%2 %3 %4")
+                .arg(line.m_strMarket, line.m_strCode)
+                .arg(line.m_nQuantity)
+                .arg(line.m_nOperation);
+  }
+  EXPECT_EQ(read, (QStringList{"SH.600000 700 1", "SZ.000001 500 2"}));
 }
 
 }  // namespace
