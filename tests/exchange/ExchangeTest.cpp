@@ -19,7 +19,7 @@ struct SBench {
     m_exchange.submit(order);
     m_exchange.advanceTo(m_exchange.now() + 100);
     const std::vector<EReport> kinds = m_listener.kinds(order.m_nId);
-    const std::string message = m_listener.message(order.m_nId);
+    std::string message = m_listener.message(order.m_nId);
     EXPECT_TRUE(!kinds.empty() && (kinds.back() == EReport::Rejected) == !message.empty()) << order.m_nId;
     return message;
   }
