@@ -130,6 +130,13 @@ void CDesk::publishTask(const SPublication& publication) {
   if (hook) hook(publication.m_pDetail);
 }
 
+void CDesk::forgetTasks() {
+  const CJobGate::CChange change(m_gate);
+  const WriteLock lock(m_mutex);
+  m_details.clear();
+  m_orderDetails.clear();
+}
+
 void CDesk::store(const SPublication& publication) {
   const ksservice::CTaskDetailPtr& detail = publication.m_pDetail;
   m_details[detail->getKey()] = detail;

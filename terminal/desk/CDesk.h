@@ -97,6 +97,8 @@ class CDesk {
   void setProgress(const std::string& detailKey, const TC::CTaskProgress& progress);
   /// Stores the detail and what came with it, then tells the panel on the calling thread.
   void publishTask(const SPublication& publication);
+  /// Every task detail and what is known of their orders, as at the end of a trading day; no observer is told.
+  void forgetTasks();
 
   // What services read.
   SSession session() const;

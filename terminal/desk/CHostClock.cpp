@@ -40,8 +40,16 @@ CManualClock::CManualClock(const CDesk& desk) : m_desk(desk) {}
 
 QTimeZone CManualClock::timeZone() const { return m_desk.timeZone(); }
 
-void CManualClock::singleShot(int, QObject* context, std::function<void()> action) {
-  m_pending.push_back({context, std::move(action)});
+void CManualClock::singleShot(int msec, QObject* context, std::function<void()> action) {
+  m_pending.push_back({msec, context, std::move(action)});
+}
+
+std::vector<int> CManualClock::pendingTimers() const {
+  std::vector<int> times;
+  for (const SPending& call : m_pending) {
+    if (call.m_pContext) times.push_back(call.m_nMSec);
+  }
+  return times;
 }
 
 void CManualClock::advanceTo(double msec) {

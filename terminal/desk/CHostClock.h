@@ -55,9 +55,12 @@ class CManualClock : public utils::IHostClock {
   /// Runs the calls that are pending and whose context still lives, in the order in which they were asked for; what
   /// they ask for in turn stays pending. False when there was none. GUI thread.
   bool firePendingTimer();
+  /// After how many milliseconds each of them was asked for. GUI thread.
+  std::vector<int> pendingTimers() const;
 
  private:
   struct SPending {
+    int m_nMSec;
     QPointer<QObject> m_pContext;
     std::function<void()> m_action;
   };

@@ -249,7 +249,7 @@ CHostServices::CHostServices(CDesk& desk, EClock clock)
 
 CHostServices::~CHostServices() { uninstall(); }
 
-void CHostServices::install() {
+TC::SServices CHostServices::services() const {
   TC::SServices services;
   services.dataCenter = &m_pFaces->m_dataCenter;
   services.taskCenter = &m_pFaces->m_tasks;
@@ -266,7 +266,11 @@ void CHostServices::install() {
   services.tradingCalendar = &m_pFaces->m_calendar;
   services.userConfig = &m_pFaces->m_user;
   services.hedgeSettings = &m_pFaces->m_hedgeSettings;
-  TC::installServices(services);
+  return services;
+}
+
+void CHostServices::install() {
+  TC::installServices(services());
   m_bInstalled = true;
 }
 

@@ -21,6 +21,8 @@ class CHostServices {
   /// Takes the services away if they are installed. No panel may exist then.
   ~CHostServices();
 
+  /// Those of this desk, which live as long as this object.
+  TC::SServices services() const;
   void install();
   void uninstall();
 

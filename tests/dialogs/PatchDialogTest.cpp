@@ -167,7 +167,7 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   quote.m_dAsk = 11;
   quote.m_dOrder = 12;
   quote.m_dLimitUp = 15;
-  m_host.setQuote("SH", "600000", quote);
+  m_host.desk().setQuote("SH", "600000", quote);
   const Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Sell, 100)};
   CCodeOrderParam seller;
   seller.m_nPriceType = EPT_SellerLimit;  // each line's limit is its own side's
@@ -206,7 +206,7 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   TC::CCodeInfo byEntry = instrument("SH", "600000", 100);
   byEntry.m_types = {1172};
   byEntry.m_nUiMinUnit = 30;
-  m_host.setInstrument(byEntry);
+  m_host.desk().setInstrument(byEntry);
   instrument("SH", "600001", 100);
   instrument("SH", "600002", 0);
   instrument("CFFEX", "IF2612", 1);

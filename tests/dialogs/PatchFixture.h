@@ -37,13 +37,13 @@ class PatchTest : public testing::Test {
     info.m_strName = std::string("N") + code;
     info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
     info.m_marketPriceTypes = std::move(marketPrices);
-    m_host.setInstrument(info);
+    m_host.desk().setInstrument(info);
     TC::CQuote quote;
     quote.m_dLast = 10;
     quote.m_dBid = 9;
     quote.m_dAsk = 11;
     quote.m_dOrder = 12;
-    m_host.setQuote(market, code, quote);
+    m_host.desk().setQuote(market, code, quote);
     return info;
   }
 

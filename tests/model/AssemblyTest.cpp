@@ -79,7 +79,10 @@ TEST_F(CTaskTest, DetailThatMovesToAnotherAccountTakesItsFillsAlong) {
 }
 
 TEST_F(CTaskTest, KeysOfCommandsAndServerTasks) {
-  host.setCommandNumber(77, 5);
+  COrderCommand command;
+  command.m_nCommandId = 77;
+  command.m_nNumber = 5;
+  host.setCommand(command);
   EXPECT_EQ(task.getCommandKey(), COrderCommand::genKey(77, 5));
 
   CTaskDetail made = *detail();

@@ -1,5 +1,6 @@
 /// What parameters, orders and progress add to rows.
 #include "TaskFixture.h"
+#include "tc/CTradeClient.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ class CCountingTest : public CTaskTest {
   double target(TC::CCodeInfo info, int priceType, double price) {
     info.m_strMarket = "SH";
     info.m_strCode = "600000";
-    host.setInstrument(info);
+    host.desk().setInstrument(info);
     TC::CBasketTask fresh("t", 1, 1);
     DetailPtr made = detail();
     made->m_params = {param(mainAccount, "SH", "600000", EOT_Buy, 200, price)};
@@ -47,7 +48,7 @@ TEST_F(CCountingTest, TargetAmountAtMarketPriceTakesTheQuote) {
   EXPECT_EQ(logged("basket panel total money error"), 1);
   TC::CQuote quote;
   quote.m_dCalc = 12;
-  host.setQuote("SH", "600000", quote);
+  host.desk().setQuote("SH", "600000", quote);
   EXPECT_DOUBLE_EQ(target(info, EPT_MarketSH, 10), 200.0 * 12);
   EXPECT_DOUBLE_EQ(target(info, EPT_MarketSZ, 10), 200.0 * 10) << "not a market price on this instrument";
   EXPECT_EQ(logged("basket panel total money error"), 0);
@@ -116,7 +117,7 @@ TEST_F(CCountingTest, ServerTaskIsCountedByItsProgress) {
   progress.m_orders = {progressOrder("600000", 0, 100, "X1001"), progressOrder("600000", 0, 100, "1002"),
                        progressOrder("000001", 9, 100, "1001", "SZ"), progressOrder("999999", -1, 100, "1001", "SZ"),
                        progressOrder("00700", 0, 100, "1001", "HGT")};
-  host.setProgress("123-1", progress);
+  host.desk().setProgress("123-1", progress);
   made = next(made);
   made->m_strMessage.clear();
   made->m_params.push_back(param(mainAccount, "SH", "600001", EOT_None, 100, 10));
@@ -137,7 +138,7 @@ TEST_F(CCountingTest, ServerTaskWithoutCommandCountsItsOrders) {
   made->m_pCommand = nullptr;
   made->m_strMessage = "message";
   made->m_orders = {buy("o1", 100, 70, 700)};
-  host.setProgress("123-1", TC::CTaskProgress());
+  host.desk().setProgress("123-1", TC::CTaskProgress());
   update(made);
   EXPECT_EQ(root.m_nTradedVolume, 70);
   EXPECT_EQ(root.m_strRemark, "");

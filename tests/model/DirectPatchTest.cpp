@@ -10,10 +10,10 @@ class CDirectPatchTest : public CPatchTaskTest {
   std::string creations() {
     std::string text;
     for (const auto& created : host.takeCreations()) {
-      EXPECT_EQ(created.hedgeType, 0);
-      EXPECT_EQ(created.taskId, 123);
-      EXPECT_TRUE(created.command.m_bPatch);
-      for (const auto& line : created.params) {
+      EXPECT_EQ(created.m_nHedgeType, 0);
+      EXPECT_EQ(created.m_nTaskId, 123);
+      EXPECT_TRUE(created.m_command.m_bPatch);
+      for (const auto& line : created.m_params) {
         text += line.getKey() + " " + std::to_string(line.m_nVolume) + " type " + std::to_string(line.m_nType) +
                 " price " + std::to_string(line.m_nPriceType) + ":" + QString::number(line.m_dPrice).toStdString() +
                 "\n";
@@ -33,7 +33,7 @@ class CDirectPatchTest : public CPatchTaskTest {
 TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   command.m_nType = 6;
   host.setCommand(command);
-  host.setOrderSetting("price=1");
+  host.change([](auto& session) { session.m_settings.m_strOrderSetting = "price=1"; });
   update(cancelled(200, 0));
   takeEvents();
   const QString buyRow = row("SH.600000买入").m_strKey;
@@ -84,17 +84,17 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   takeEvents();
   task.patch(key, 0);
   EXPECT_EQ(takeEvents(), failed) << "no stored order setting";
-  host.setOrderSetting("nonsense");
+  host.change([](auto& session) { session.m_settings.m_strOrderSetting = "nonsense"; });
   task.patch(key, 0);
   EXPECT_EQ(takeEvents(), failed);
   EXPECT_EQ(messages(), "没有委托设置 A1/SH.600000买入\n没有委托设置 A1/SH.600000买入\n");
-  host.setCommandNumber(77, 9);
+  host.setCommandsKnown(false);
   task.patch(key, 14);
   EXPECT_EQ(takeEvents(), failed);
   EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
-  host.setCommandNumber(77, 0);
+  host.setCommandsKnown(true);
   TC::CQuote quote;
-  host.setQuote("SH", "600000", quote);
+  host.desk().setQuote("SH", "600000", quote);
   task.patch(key, 14);
   instrument("SH", "600000", 0);
   task.patch(key, 14);

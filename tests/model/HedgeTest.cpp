@@ -16,11 +16,11 @@ class CHedgeTest : public CTaskTest {
     info.m_strMarket = "CFFEX";
     info.m_strCode = "IF2612";
     info.m_dMultiplier = 300;
-    host.setInstrument(info);
+    host.desk().setInstrument(info);
     TC::CQuote quote;
     quote.m_dLast = 3990;
     quote.m_dCalc = 4000;
-    host.setQuote("CFFEX", "IF2612", quote);
+    host.desk().setQuote("CFFEX", "IF2612", quote);
   }
 
   static CBasketHedgeParam hedgeParam(int volume = 3, bool handedOver = false) {
@@ -148,7 +148,7 @@ TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
   EXPECT_EQ(hedge().m_dTotalAmount, 3 * 4000.0 * 300);
   TC::CQuote quote;
   quote.m_dCalc = 5000;
-  host.setQuote("CFFEX", "IF2612", quote);
+  host.desk().setQuote("CFFEX", "IF2612", quote);
   updateHedge(hedgeDetail());
   EXPECT_EQ(hedge().m_dTotalAmount, 3 * 4000.0 * 300);
   EXPECT_EQ(root.m_dTotalAmount, 15000 + 3 * 4000.0 * 300);

@@ -1,5 +1,6 @@
 /// How details of patch tasks are linked, counted and announced, and what they make of the task's status.
 #include "PatchFixture.h"
+#include "tc/CBasketHedgeManager.h"
 
 namespace {
 
@@ -80,7 +81,7 @@ TEST_F(CPatchCountTest, ProgressOfServerPatchesIsCountedAndEstimatesTheTarget) {
   TC::CTaskProgress progress;
   progress.m_orders = {progressOrder("600000", 0, 200), progressOrder("600000", 0), progressOrder("600999", 0, 50)};
   progress.m_orders[1].m_detail.m_bCancelled = true;
-  host.setProgress("124-1", progress);
+  host.desk().setProgress("124-1", progress);
   deliverPatch(next(made));
   EXPECT_EQ(figures(row("SH.600000买入")), "200+300=500 of 1000, amount 2000+3300=5300 of 10600, orders 3/2/1");
   update(cancelled(200, 0));
@@ -135,10 +136,10 @@ TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   takeSends();
   deliverPatch(buyPatch(124, ETS_Finished, 700, 700));
   EXPECT_EQ(takeEvents(), "status T 8 0\n") << "a share is missing besides the hedge";
-  host.setHedgeState(123, TC::EHS_Running);
+  host.desk().setHedgeState(123, TC::EHS_Running);
   deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
   EXPECT_EQ(takeEvents() + takeSends(), "status T 3 0\n") << "the hedge still trades";
-  host.setHedgeState(123, TC::EHS_Paused);
+  host.desk().setHedgeState(123, TC::EHS_Paused);
   deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
   EXPECT_EQ(takeEvents(), "status T 11 0\n");
   EXPECT_EQ(takeSends(), "local 124@A1\nlocal 125@A1\nlocal 123@A1\n");
@@ -154,7 +155,7 @@ TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {
   };
   const auto statusOf = [this](const std::vector<int>& patches, const SHedge& hedge = SHedge()) {
     TC::CBasketTask made("组合任务123", 123, 77);
-    host.setHedgeState(123, hedge.state);
+    host.desk().setHedgeState(123, hedge.state);
     DetailPtr own = cancelled(0, 0);
     made.updateDetail(own);
     for (std::size_t i = 0; i < patches.size(); ++i) {

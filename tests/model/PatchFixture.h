@@ -25,7 +25,7 @@ class CPatchTaskTest : public CTaskTest {
   CPatchTaskTest() {
     host.setAccount(*mainAccount);
     host.setAccount(*secondAccount);
-    host.setTime(1763683200);
+    host.desk().setNow(1763683200);
     instrument("SH", "600000", 100);
     instrument("SZ", "000001", 100);
     command.m_nCommandId = 77;
@@ -45,12 +45,12 @@ class CPatchTaskTest : public CTaskTest {
     info.m_strName = "名称" + code;
     info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
     info.m_types = std::move(types);
-    host.setInstrument(info);
+    host.desk().setInstrument(info);
     TC::CQuote quote;
     quote.m_dLast = quote.m_dCalc = quote.m_dOrder = 10;
     quote.m_dBid = 9.9;
     quote.m_dAsk = 10.1;
-    host.setQuote(market, code, quote);
+    host.desk().setQuote(market, code, quote);
   }
 
   /// What was announced, shown and told since the last call, in order, one item a line.

@@ -51,8 +51,8 @@ TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChose
   patch("选中补单");
   auto creations = host.takeCreations();
   ASSERT_EQ(creations.size(), 1u);
-  EXPECT_EQ(creations[0].command.m_nOrderType, EORT_Algo);
-  EXPECT_EQ(creations[0].command.m_strAlgoParams, algo);
+  EXPECT_EQ(creations[0].m_command.m_nOrderType, EORT_Algo);
+  EXPECT_EQ(creations[0].m_command.m_strAlgoParams, algo);
   creations[0].completion(utils::KSError("refused"), 0);
   takeEvents();
 
@@ -66,19 +66,19 @@ TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChose
   task.checkHasAlgoTask(task.getKey(), PLAIN);
   creations = host.takeCreations();
   ASSERT_EQ(creations.size(), 1u);
-  EXPECT_EQ(creations[0].command.m_nOrderType, EORT_Plain) << "never an order that the user did not confirm";
-  EXPECT_EQ(creations[0].command.m_strAlgoParams, "");
+  EXPECT_EQ(creations[0].m_command.m_nOrderType, EORT_Plain) << "never an order that the user did not confirm";
+  EXPECT_EQ(creations[0].m_command.m_strAlgoParams, "");
 }
 
 TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
   update(cancelled(200, 0));
-  host.setCommandNumber(77, 9);
+  host.setCommandsKnown(false);
   takeEvents();
   EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
   EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
   EXPECT_TRUE(host.takeCreations().empty());
   EXPECT_FALSE(root.m_bPatching);
-  host.setCommandNumber(77, 0);
+  host.setCommandsKnown(true);
   patch("选中补单");
   EXPECT_TRUE(root.m_bPatching);
   task.patchWithParam(task.getKey(), {}, PLAIN);
@@ -143,7 +143,7 @@ TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   task.checkHasAlgoTask(task.getKey(), PLAIN);
   const auto creations = host.takeCreations();
   ASSERT_EQ(creations.size(), 1u);
-  EXPECT_TRUE(creations[0].params.empty());
+  EXPECT_TRUE(creations[0].m_params.empty());
   creations[0].completion(utils::KSError("没有委托"), 0);
   EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
 }
@@ -183,7 +183,7 @@ TEST_F(CPatchTest, ProgressThatOutrunsTheAnswerCounts) {
   progress.m_orders[0].m_detail.m_strMarket = "SH";
   progress.m_orders[0].m_detail.m_strCode = "600000";
   progress.m_orders[0].m_detail.m_nTradedVolume = 420;
-  host.setProgress("123-1", progress);
+  host.desk().setProgress("123-1", progress);
   patch();
   EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}, {"SZ.000001", 40}}}}),
             "dialog A1/SH.600000买入=500 A1/SZ.000001卖出=460\nended T\nstatus T 8 0\n");

@@ -45,7 +45,7 @@ TEST_F(CStatusTest, StartIsTheEarliestTimeOfDay) {
     update(made);
     return root.m_startTime;
   };
-  host.setTimeZone(QTimeZone("Asia/Shanghai"));
+  host.change([](auto& session) { session.m_timeZone = QTimeZone("Asia/Shanghai"); });
   EXPECT_TRUE(startAfter(UNSET_INT).isNull());
   EXPECT_EQ(startAfter(1763688600), QTime(9, 30));
   EXPECT_EQ(startAfter(1763688600 + 60), QTime(9, 30));

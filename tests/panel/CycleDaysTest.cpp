@@ -38,7 +38,6 @@ void switchDisplay(const CBasketTasksPanel& panel) {
 }  // namespace
 
 CycleDays::CycleDays() {
-  m_host.holdTimers();
   for (const char* key : {"A1", "A2"}) m_host.setAccount(*test::makeAccount(key, "1001"));
   m_host.setMeeting([this](const std::string&) { m_ambush.meet(); });
   GV::CMessageBox::setPresenter([](QWidget*, const QString&, const QString&) {});
@@ -83,8 +82,8 @@ void CycleDays::startDay() {
   endFeeds();  // nothing of the day before comes on the new one
   forgetRows();
   m_market.startDay(m_market.firstTask() + test::CYCLE_TASKS, m_market.chance(30));
-  m_host.forgetDetails();
-  Q_EMIT m_host.calendar().sigNewTradingDate("20261123");
+  m_host.desk().forgetTasks();
+  m_host.services().announceTradingDay("20261123");
   check(m_pTable->rowCount() == 0 && m_panel->runningCount() == 0, "rows of the day before");
 }
 
@@ -268,7 +267,7 @@ void CycleDays::readLog() {
 
 /// What a panel shows that gets these at once. The data centre has nothing else to tell it meanwhile.
 test::Shown CycleDays::fresh(const test::CCycleMarket::Details& details, int& running) {
-  m_host.forgetDetails();
+  m_host.desk().forgetTasks();
   CBasketTasksPanel panel(2, nullptr);
   panel.setTradeType(static_cast<EMavTraderType>(m_nType));
   panel.setParam(m_panel->param());

@@ -31,8 +31,6 @@ ksservice::CTaskDetailPtr runningDetail(int task, int rows = 3) {
 
 class PanelCycle : public ::testing::Test {
  protected:
-  PanelCycle() { m_host.holdTimers(); }
-
   void open() {
     m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
     QObject::connect(m_panel.get(), &CBasketTasksPanel::sigRunningTasks,
@@ -117,10 +115,10 @@ TEST_F(PanelCycle, AHundredTradingDaysLeaveNothingBehind) {
       ASSERT_TRUE(m_pTable->getBasketTaskItemByKey(QStringLiteral("组合任务%1").arg(task), found, nodeKey)) << day;
       old.emplace_back(found);
     }
-    Q_EMIT m_host.calendar().sigNewTradingDate("20261123");
+    m_host.services().announceTradingDay("20261123");
     QCoreApplication::processEvents();
     m_host.takeLog();
-    m_host.forgetDetails();
+    m_host.desk().forgetTasks();
     // One refresh of the new day lets go of what the last one of the old day held.
     ASSERT_TRUE(refresh());
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);

@@ -36,10 +36,10 @@ TEST_F(PanelShell, ItsAccountGroupsComeFromTwoSettingsAndStandOnZeroWhereOneIsMi
   m_panel->loadAccountGroupSettings();  // a host that shows no selectors
   SSelector first;
   SSelector second;
-  m_host.setTradeSetting(7, 4);
+  m_host.change([](auto& session) { session.m_settings.m_tradeSettings[7] = 4; });
   m_panel->setAccountGroupSelectors(&first, &second);
   m_panel->loadAccountGroupSettings();
-  m_host.setTradeSetting(8, 2);
+  m_host.change([](auto& session) { session.m_settings.m_tradeSettings[8] = 2; });
   m_panel->setAccountGroupSelectors(&first, nullptr);
   m_panel->loadAccountGroupSettings();
   EXPECT_EQ(first.groups, (std::vector<int>{4, 4}));
@@ -51,7 +51,7 @@ TEST_F(PanelShell, ActivationTellsTheRunningTasksUnlessTheUserWantsItQuiet) {
   QObject::connect(m_panel.get(), &CBasketTasksPanel::sigRunningTasks,
                    [&told](EMavTraderType type, int count) { told.push_back(int(type) * 100 + count); });
   m_panel->prepareActive();
-  m_host.setQuietActivation(true);
+  m_host.change([](auto& session) { session.m_settings.m_bQuietActivation = true; });
   m_panel->prepareActive();
   EXPECT_EQ(told, std::vector<int>{100});
 }
@@ -137,8 +137,7 @@ TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneIsNotSent) {
   info.m_strMarket = "SH";
   info.m_strCode = "600000";
   info.m_nTradeMinUnit = info.m_nUiMinUnit = 100;
-  m_host.setInstrument(info);
-  m_host.holdTimers();
+  m_host.desk().setInstrument(info);
   m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
   const ksservice::CTaskDetailPtr detail = test::makeDetail(1);
   detail->m_nStatus = ksservice::ETS_Cancelled;

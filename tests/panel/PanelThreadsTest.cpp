@@ -31,22 +31,18 @@ ksservice::CTaskDetailPtr filledDetail(int task, int filled) {
   return detail;
 }
 
-/// Runs the GUI for a while, with the host's clock moving with real time.
 template <typename Step>
-void runGui(test::CTestHost& host, int msec, Step step) {
+void runGui(int msec, Step step) {
   QElapsedTimer timer;
   timer.start();
-  qint64 last = 0;
   while (timer.elapsed() < msec) {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    host.moveClock(static_cast<double>(timer.elapsed() - last));
-    last = timer.elapsed();
     step();
   }
 }
 
 TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
-  test::CTestHost host;
+  test::CTestHost host(test::CTestHost::EClock::Live);
   CBasketTasksPanel panel(1, nullptr);
   panel.setTradeType(EMTT_Stock);
   panel.resize(1200, 500);
@@ -70,11 +66,11 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
     });
   }
   int step = 0;
-  runGui(host, 8000, [&] {
+  runGui(8000, [&] {
     ++step;
     if (step % 7 == 0 && step % 12 != SETTINGS) panel.handleEvent(5, step % 12, 0, QString(), nullptr);
     if (step % 5 == 0) panel.requestAccount(*test::makeAccount("A1", "1001"));
-    if (step % 97 == 0) Q_EMIT host.calendar().sigNewTradingDate("20261124");
+    if (step % 97 == 0) host.services().announceTradingDay("20261124");
     if (step % 103 == 0) {
       panel.setTradeType(static_cast<EMavTraderType>(EMTT_Stock + 1));
       panel.setTradeType(EMTT_Stock);
@@ -86,7 +82,7 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   for (std::thread& feed : feeds) feed.join();
   for (int task = 0; task < TASKS; ++task) host.deliver(filledDetail(task + 1, 1000));
   panel.handleEvent(5, 0, 0, QString(), nullptr);
-  runGui(host, 3000, [] {});
+  runGui(3000, [] {});
   int roots = 0;
   table->forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
     if (depth > 0) return;
@@ -102,7 +98,6 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
 TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
   constexpr int ROUNDS = 1000;
   test::CTestHost host;
-  host.holdTimers();
   std::vector<ksservice::CTaskDetailPtr> details;
   details.reserve(TASKS);
   for (int task = 0; task < TASKS; ++task) details.push_back(filledDetail(1 + task, 100 + task));

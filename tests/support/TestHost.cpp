@@ -1,378 +1,216 @@
 #include "TestHost.h"
 
-#include <QTimer>
-#include <algorithm>
 #include <boost/make_shared.hpp>
-#include <condition_variable>
+#include <limits>
+
+#include "ksservice/TraderCenter.h"
+#include "tc/CUserConfig.h"
+#include "tc/Services.h"
+#include "utils/Log.h"
 
 namespace test {
-namespace {
 
-using Lock = std::lock_guard<std::mutex>;
+using namespace ksservice;
 
-/// The value under a key, or the fallback.
-template <typename Map>
-typename Map::mapped_type valueOf(const Map& map, const typename Map::key_type& key,
-                                  typename Map::mapped_type fallback = {}) {
-  const auto found = map.find(key);
-  return found == map.end() ? fallback : found->second;
-}
-
-struct SSubscription : utils::ISubscription {
-  explicit SSubscription(std::function<void()> end) : m_end(std::move(end)) {}
-  ~SSubscription() override { m_end(); }
-  std::function<void()> m_end;
-};
-
-}  // namespace
-
-struct CTestHost::SServiceSet {
-  /// A service over the data of its host.
+/// What stands before the desk's services.
+struct CTestHost::SGates {
   template <typename Service>
-  struct THosted : Service {
-    explicit THosted(CTestHost& host) : m_host(host) {}
-    template <typename Value>
-    Value get(const Value& value) const {
-      const Lock lock(m_host.m_mutex);
-      return value;
-    }
-    template <typename Map>
-    typename Map::mapped_type find(const Map& map, const typename Map::key_type& key) const {
-      const Lock lock(m_host.m_mutex);
-      return valueOf(map, key);
-    }
+  struct TGate : Service {
+    TGate(CTestHost& host, Service*& service) : m_host(host), m_desk(*std::exchange(service, this)) {}
     CTestHost& m_host;
+    Service& m_desk;
   };
 
-  struct SDataCenter : THosted<ksservice::IDataCenter> {
-    using THosted::THosted;
-    utils::CSubscriptionHandle subscribe(int dataType, ksservice::DataCallback callback) override {
-      const Lock lock(m_host.m_mutex);
-      const int id = m_host.m_nNextSubscriber++;
-      if (dataType == ksservice::DATA_TYPE_TASK_DETAIL) m_host.m_subscribers[id] = std::move(callback);
-      return std::make_unique<SSubscription>([this, id] {
-        const std::lock_guard<std::recursive_mutex> delivery(m_host.m_deliveryMutex);
-        const Lock end(m_host.m_mutex);
-        m_host.m_subscribers.erase(id);
-      });
+  struct SDataCenter : TGate<IDataCenter> {
+    using TGate::TGate;
+    utils::CSubscriptionHandle subscribe(int type, DataCallback callback) override {
+      return m_desk.subscribe(type, std::move(callback));
     }
-    std::vector<ksservice::CTaskDetailPtr> taskDetails() const override {
-      const Lock lock(m_host.m_mutex);
-      std::vector<ksservice::CTaskDetailPtr> details;
-      for (const auto& entry : m_host.m_details) details.push_back(entry.second);
-      return details;
-    }
-    std::string loginIdentity() const override { return "L1"; }
-    int commandNumber(int commandId) const override { return find(m_host.m_commandNumbers, commandId); }
-    ksservice::CTaskDetailPtr taskDetail(const std::string& key) const override { return find(m_host.m_details, key); }
-    ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
+    CTaskDetailPtr taskDetail(const std::string& key) const override { return m_desk.taskDetail(key); }
+    std::vector<CTaskDetailPtr> taskDetails() const override { return m_desk.taskDetails(); }
+    std::string loginIdentity() const override { return m_desk.loginIdentity(); }
+    int commandNumber(int commandId) const override { return m_desk.commandNumber(commandId); }
+    COrderDetailPtr orderDetail(const CMavOrderTag& tag) const override {
       m_host.meet("order");
-      return find(m_host.m_orderDetails, tag);
+      return m_desk.orderDetail(tag);
     }
-    void updateData(const ksservice::CTaskDetailPtr& detail) override {
-      const Lock lock(m_host.m_mutex);
-      m_host.m_details[detail->getKey()] = detail;
-      m_host.m_updated.push_back(detail);
-    }
+    void updateData(const CTaskDetailPtr& detail) override { m_desk.updateData(detail); }
   };
 
-  struct SExchange : THosted<TC::CExchangeClient> {
-    using THosted::THosted;
+  struct SExchange : TGate<TC::CExchangeClient> {
+    using TGate::TGate;
     boost::shared_ptr<const TC::CCodeInfo> getCodeInfo(const std::string& market,
                                                        const std::string& code) const override {
       m_host.meet(code);
-      return find(m_host.m_instruments, {market, code});
+      return m_desk.getCodeInfo(market, code);
     }
   };
 
-  struct SQuotes : THosted<TC::CQuoteClient> {
-    using THosted::THosted;
-    bool getQuote(const std::string& market, const std::string& code, TC::CQuote& quote) const override {
-      const Lock lock(m_host.m_mutex);
-      const auto found = m_host.m_quotes.find({market, code});
-      if (found == m_host.m_quotes.end()) return false;
-      quote = found->second;
-      return true;
-    }
-  };
-
-  struct STrade : THosted<TC::CTradeClient> {
-    using THosted::THosted;
+  struct STrade : TGate<TC::CTradeClient> {
+    using TGate::TGate;
     boost::shared_ptr<const TC::CTaskProgress> getTaskProgress(const std::string& detailKey) const override {
       m_host.meet(detailKey);
-      return find(m_host.m_progress, detailKey);
+      return m_desk.getTaskProgress(detailKey);
     }
-    int getLoginStatus(const std::string&) const override { return ksservice::ELS_Ready; }
+    int getLoginStatus(const std::string& account) const override { return m_desk.getLoginStatus(account); }
     void queryOrderProcess(const std::vector<std::string>& keys, TC::OrderProcessCompletion completion, int) override {
-      const Lock lock(m_host.m_mutex);
-      m_host.m_queries.push_back({keys, std::move(completion)});
+      m_host.add(m_host.m_queries, {keys, std::move(completion)});
     }
   };
 
-  struct STaskCenter : THosted<ksservice::ITaskCenter> {
-    using THosted::THosted;
-    using Account = boost::shared_ptr<const ksservice::CAccountInfo>;
-    void operateTask(const boost::shared_ptr<const ksservice::CTaskOpRecord>& record, int taskId,
-                     const Account& account) override {
-      m_host.record({ECall::OperateLocal, keyOf(account), taskId, record, {}});
-    }
-    void pauseTask(int taskId, const Account& account) override {
-      m_host.record({ECall::PauseLocal, keyOf(account), taskId, {}, {}});
-    }
-    void resumeTask(int taskId, const Account& account) override {
-      m_host.record({ECall::ResumeLocal, keyOf(account), taskId, {}, {}});
-    }
-    static std::string keyOf(const Account& account) { return account ? account->getKey() : std::string(); }
-  };
-
-  struct SCommands : THosted<TC::CItCommandCenter> {
-    using THosted::THosted;
-    boost::shared_ptr<const ksservice::COrderCommand> getCommand(const std::string& commandKey) const override {
-      return find(m_host.m_commands, commandKey);
-    }
-    void createTask(const ksservice::COrderCommand& command, const std::vector<ksservice::CCodeOrderParam>& params,
-                    EMavTraderType traderType, int hedgeType, CreateCompletion completion, int taskId) override {
+  struct SCommands : TGate<TC::CItCommandCenter> {
+    using TGate::TGate;
+    boost::shared_ptr<const COrderCommand> getCommand(const std::string& commandKey) const override {
       const Lock lock(m_host.m_mutex);
-      m_host.m_creations.push_back({command, params, traderType, hedgeType, std::move(completion), taskId});
+      return m_host.m_bCommandsKnown ? m_desk.getCommand(commandKey) : nullptr;
     }
-    void operateServerTask(const std::string& serverTaskKey,
-                           const boost::shared_ptr<const ksservice::CTaskOpRecord>& record,
+    void createTask(const COrderCommand& command, const std::vector<CCodeOrderParam>& params, EMavTraderType traderType,
+                    int hedgeType, CreateCompletion completion, int taskId) override {
+      m_host.add(m_host.m_creations, {{command, params, traderType, hedgeType, taskId}, std::move(completion)});
+    }
+    void operateServerTask(const std::string& serverTaskKey, const desk::OpRecordPtr& record,
                            OperateCompletion completion) override {
-      m_host.record({ECall::OperateServer, serverTaskKey, 0, record, std::move(completion)});
+      m_host.add(m_host.m_calls, {ECall::OperateServer, serverTaskKey, 0, record, std::move(completion)});
     }
   };
 
-  struct STime : THosted<TC::CTimeService> {
-    using THosted::THosted;
-    int currentTime() const override { return get(m_host.m_nTime); }
-  };
-
-  struct SHedge : THosted<TC::CBasketHedgeManager> {
-    using THosted::THosted;
-    int status(int groupId) const override { return find(m_host.m_hedgeStates, groupId); }
-    bool getHedgeParam(int, ksservice::CBasketHedgeParam&) const override {
-      m_host.meet("hedge");
-      return false;
-    }
-    void setParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override {
-      const Lock lock(m_host.m_mutex);
-      m_host.m_hedgeCalls.push_back({groupId, commandId, param});
-    }
-    void startHedge(int groupId) override {
-      const Lock lock(m_host.m_mutex);
-      m_host.m_startedHedges.push_back(groupId);
-    }
-    bool getItem(int groupId, ksservice::CBasketHedgeParam& param) const override {
-      const Lock lock(m_host.m_mutex);
-      const auto given = std::find_if(m_host.m_hedgeCalls.rbegin(), m_host.m_hedgeCalls.rend(),
-                                      [groupId](const SHedgeCall& call) { return call.group == groupId; });
-      if (given == m_host.m_hedgeCalls.rend()) return false;
-      param = given->param;
-      return true;
-    }
-    void pauseHedge(int groupId) override { m_host.record({ECall::PauseHedge, {}, groupId, {}, {}}); }
-    void stopHedge(int groupId) override { m_host.record({ECall::StopHedge, {}, groupId, {}, {}}); }
-  };
-
-  struct SUser : THosted<TC::CUserConfig> {
-    using THosted::THosted;
-    std::string userName() const override { return "u1"; }
-    boost::shared_ptr<const ksservice::CAccountInfo> getAccountData(const std::string& accountKey) const override {
+  struct SUser : TGate<TC::CUserConfig> {
+    using TGate::TGate;
+    std::string userName() const override { return m_desk.userName(); }
+    boost::shared_ptr<const CAccountInfo> getAccountData(const std::string& accountKey) const override {
       m_host.meet(accountKey);
-      return find(m_host.m_accounts, accountKey);
+      return m_desk.getAccountData(accountKey);
     }
-    std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> getAccounts() const override {
-      const Lock lock(m_host.m_mutex);
-      std::vector<boost::shared_ptr<const ksservice::CAccountInfo>> accounts;
-      for (const auto& entry : m_host.m_accounts) accounts.push_back(entry.second);
-      return accounts;
+    std::vector<boost::shared_ptr<const CAccountInfo>> getAccounts() const override { return m_desk.getAccounts(); }
+    bool isAccountFilter(const std::string& account) const override { return m_desk.isAccountFilter(account); }
+    bool isBrokerMatched(const std::string& account, EMavTraderType type) const override {
+      return m_desk.isBrokerMatched(account, type);
     }
-    bool isAccountFilter(const std::string&) const override { return false; }
-    bool isBrokerMatched(const std::string&, EMavTraderType) const override { return true; }
-    std::vector<std::string> getOrderSettings() const override {
-      const Lock lock(m_host.m_mutex);
-      if (m_host.m_strOrderSetting.empty()) return {};
-      return {m_host.m_strOrderSetting};
+    std::vector<std::string> getOrderSettings() const override { return m_desk.getOrderSettings(); }
+    int getTradeSetting(EMavTraderType type, int setting) const override {
+      return m_desk.getTradeSetting(type, setting);
     }
-    int getTradeSetting(EMavTraderType, int setting) const override { return find(m_host.m_tradeSettings, setting); }
-    bool hasRevokeTask() const override { return get(m_host.m_bRevokeTask); }
-    bool hasUpStopPrice() const override { return get(m_host.m_bUpStopPrice); }
-    bool isRawQuantity() const override { return false; }
-    bool isQuietActivation() const override { return get(m_host.m_bQuietActivation); }
+    bool hasRevokeTask() const override { return m_desk.hasRevokeTask(); }
+    bool hasUpStopPrice() const override { return m_desk.hasUpStopPrice(); }
+    bool isRawQuantity() const override { return m_desk.isRawQuantity(); }
+    bool isQuietActivation() const override { return m_desk.isQuietActivation(); }
   };
 
-  struct SMessages : THosted<TC::CMsgService> {
-    using THosted::THosted;
-    void showMsg(const QString& text, int kind) override {
-      const Lock lock(m_host.m_mutex);
-      m_host.m_messages.emplace_back(text, kind);
+  /// Asked when the hedge manager has no parameters.
+  struct SHedgeSettings : TGate<TC::IHedgeSettings> {
+    using TGate::TGate;
+    bool loadHedgeParam(int commandId, CBasketHedgeParam& param) const override {
+      m_host.meet("hedge");
+      return m_desk.loadHedgeParam(commandId, param);
     }
   };
 
-  struct SHedgeSettings : TC::IHedgeSettings {
-    bool loadHedgeParam(int, ksservice::CBasketHedgeParam&) const override { return false; }
-  };
-
-  struct SClock : THosted<utils::IHostClock> {
-    using THosted::THosted;
-    double clockMSec() const override { return get(m_host.m_dClock); }
-    QTimeZone timeZone() const override { return get(m_host.m_timeZone); }
-    void singleShot(int msec, QObject* context, std::function<void()> action) override {
-      {
-        const Lock lock(m_host.m_mutex);
-        if (m_host.m_bHoldTimers) return m_host.m_timers.push_back({msec, context, std::move(action)});
-      }
-      QTimer::singleShot(msec, context, std::move(action));
-    }
-  };
-
-  struct SJobs : utils::IJobMonitor {
-    void jobPosted(utils::EPanelJob) override {
-      const Lock lock(m_mutex);
-      ++m_nPosted;
-    }
-    void jobBegins(utils::EPanelJob) override {}
-    void jobEnded(utils::EPanelJob job) override {
-      const Lock lock(m_mutex);
-      ++m_nEnded;
-      m_nRefreshes += job == utils::EPanelJob::Refresh ? 1 : 0;
-      m_changed.notify_all();
-    }
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    long m_nPosted = 0;
-    long m_nEnded = 0;
-    long m_nRefreshes = 0;
-  };
-
-  explicit SServiceSet(CTestHost& owner) : host(owner) {}
-
-  void install() {
-    TC::SServices services;
-    services.dataCenter = &dataCenter;
-    services.taskCenter = &taskCenter;
-    services.commandCenter = &commands;
-    services.timeService = &time;
-    services.clock = &clock;
-    services.jobMonitor = &jobs;
-    services.hedgeManager = &hedge;
-    services.exchangeClient = &exchange;
-    services.msgService = &messages;
-    services.quoteClient = &quotes;
-    services.stockUnitConfig = &stockUnits;
-    services.tradeClient = &trade;
-    services.tradingCalendar = &calendar;
-    services.userConfig = &user;
-    services.hedgeSettings = &hedgeSettings;
+  SGates(CTestHost& host, TC::SServices services)
+      : m_dataCenter(host, services.dataCenter),
+        m_exchange(host, services.exchangeClient),
+        m_trade(host, services.tradeClient),
+        m_commands(host, services.commandCenter),
+        m_user(host, services.userConfig),
+        m_hedgeSettings(host, services.hedgeSettings) {
     TC::installServices(services);
   }
+  ~SGates() { TC::installServices({}); }
 
-  CTestHost& host;
-  SDataCenter dataCenter{host};
-  SExchange exchange{host};
-  SQuotes quotes{host};
-  STrade trade{host};
-  STaskCenter taskCenter{host};
-  SCommands commands{host};
-  STime time{host};
-  SHedge hedge{host};
-  SUser user{host};
-  SMessages messages{host};
-  SHedgeSettings hedgeSettings;
-  SClock clock{host};
-  SJobs jobs;
-  TC::CStockUnitConfig stockUnits;
-  TC::CTradingCalendar calendar;
+  SDataCenter m_dataCenter;
+  SExchange m_exchange;
+  STrade m_trade;
+  SCommands m_commands;
+  SUser m_user;
+  SHedgeSettings m_hedgeSettings;
 };
 
-template <typename Record>
-Record CTestHost::take(Record& record) {
-  const Lock lock(m_mutex);
-  return std::exchange(record, {});
-}
-
-CTestHost::CTestHost() : m_services(std::make_unique<SServiceSet>(*this)) {
-  m_services->install();
-  utils::CLogCenter::instance().setObserver([this](const std::string& message) {
-    const Lock lock(m_mutex);
-    m_log.push_back(message);
+CTestHost::CTestHost(EClock clock)
+    : m_services(m_desk, clock), m_pGates(std::make_unique<SGates>(*this, m_services.services())) {
+  change([](desk::SSession& session) {
+    session.m_strUser = "u1";
+    session.m_strLogin = "L1";
   });
+  m_desk.requests().setDriver(this);
+  m_desk.addObserver(this);
+  m_desk.gate().setRecording(false, [this](utils::EPanelJob job) {
+    const Lock lock(m_mutex);
+    m_nRefreshes += job == utils::EPanelJob::Refresh ? 1 : 0;
+  });
+  utils::CLogCenter::instance().setObserver([this](const std::string& message) { add(m_log, message); });
 }
 
-CTestHost::~CTestHost() {
-  utils::CLogCenter::instance().setObserver({});
-  TC::installServices({});
+CTestHost::~CTestHost() { utils::CLogCenter::instance().setObserver({}); }
+
+void CTestHost::change(const std::function<void(desk::SSession&)>& what) {
+  desk::SSession session = m_desk.session();
+  what(session);
+  m_desk.setSession(session);
 }
 
-void CTestHost::record(SCall call) {
+void CTestHost::setAccount(const CAccountInfo& account) {
+  desk::SAccount entry;
+  entry.m_pInfo = boost::make_shared<const CAccountInfo>(account);
+  m_desk.addAccount(entry);
+}
+
+void CTestHost::setCommand(const COrderCommand& command) {
+  m_desk.setCommand(boost::make_shared<const COrderCommand>(command));
+}
+
+void CTestHost::setCommandsKnown(bool known) {
   const Lock lock(m_mutex);
-  m_calls.push_back(std::move(call));
+  m_bCommandsKnown = known;
+}
+
+/// What the desk knows of orders comes with some task.
+void CTestHost::setOrderDetail(const std::string& tag, bool cancelled) {
+  const auto detail = boost::make_shared<COrderDetail>();
+  detail->m_strKey = tag;
+  detail->m_bCancelled = cancelled;
+  m_desk.publishTask({boost::make_shared<CTaskDetail>(), {{CMavOrderTag(tag), detail}}, desk::EVia::Store, false});
+}
+
+void CTestHost::setMeeting(std::function<void(const std::string&)> meeting) {
+  const Lock lock(m_mutex);
+  m_meeting = std::move(meeting);
+}
+
+void CTestHost::meet(const std::string& key) const {
+  std::function<void(const std::string&)> meeting;
+  {
+    const Lock lock(m_mutex);
+    meeting = m_meeting;
+  }
+  if (meeting) meeting(key);
 }
 
 void CTestHost::moveClock(double msec) {
-  const Lock lock(m_mutex);
-  m_dClock += msec;
-}
-
-void CTestHost::holdTimers() {
-  const Lock lock(m_mutex);
-  m_bHoldTimers = true;
-}
-
-std::vector<int> CTestHost::heldTimers() const {
-  const Lock lock(m_mutex);
-  std::vector<int> times;
-  for (const STimer& timer : m_timers) {
-    if (timer.context) times.push_back(timer.msec);
-  }
-  return times;
-}
-
-void CTestHost::fireTimers() {
-  for (const STimer& timer : take(m_timers)) {
-    if (timer.context) timer.action();
-  }
+  desk::CManualClock& clock = *m_services.manualClock();
+  clock.advanceTo(clock.clockMSec() + msec);
 }
 
 long CTestHost::waitForJobs() {
-  SServiceSet::SJobs& jobs = m_services->jobs;
-  std::unique_lock<std::mutex> lock(jobs.m_mutex);
-  jobs.m_changed.wait(lock, [&jobs] { return jobs.m_nPosted == jobs.m_nEnded; });
-  return jobs.m_nRefreshes;
-}
-
-bool CTestHost::hasJobs() const {
-  SServiceSet::SJobs& jobs = m_services->jobs;
-  const Lock lock(jobs.m_mutex);
-  return jobs.m_nPosted != jobs.m_nEnded;
-}
-
-void CTestHost::store(const ksservice::CTaskDetailPtr& detail) {
+  m_desk.gate().waitIdle(std::numeric_limits<int>::max());
   const Lock lock(m_mutex);
-  m_details[detail->getKey()] = detail;
+  return m_nRefreshes;
 }
 
-void CTestHost::deliver(const ksservice::CTaskDetailPtr& detail) {
-  store(detail);
-  const std::lock_guard<std::recursive_mutex> delivery(m_deliveryMutex);
-  std::map<int, ksservice::DataCallback> subscribers;
-  {
-    const Lock lock(m_mutex);
-    subscribers = m_subscribers;
-  }
-  for (const auto& subscriber : subscribers) subscriber.second(detail);
+void CTestHost::deliver(const CTaskDetailPtr& detail, desk::EVia via) { m_desk.publishTask({detail, {}, via, false}); }
+
+void CTestHost::operateLocalTask(int taskId, const desk::AccountPtr& account, const desk::OpRecordPtr& record) {
+  add(m_calls, {ECall::OperateLocal, account ? account->getKey() : "", taskId, record, {}});
 }
 
-std::vector<ksservice::CTaskDetailPtr> CTestHost::takeUpdatedDetails() { return take(m_updated); }
-std::vector<CTestHost::SHedgeCall> CTestHost::takeHedgeParams() { return take(m_hedgeCalls); }
-std::vector<int> CTestHost::takeStartedHedges() { return take(m_startedHedges); }
-std::vector<CTestHost::SCall> CTestHost::takeCalls() { return take(m_calls); }
-std::vector<CTestHost::SCreation> CTestHost::takeCreations() { return take(m_creations); }
-std::vector<CTestHost::SQuery> CTestHost::takeQueries() { return take(m_queries); }
-std::vector<std::pair<QString, int>> CTestHost::takeMessages() { return take(m_messages); }
-std::vector<std::string> CTestHost::takeLog() { return take(m_log); }
+void CTestHost::pauseLocalTask(int taskId, const desk::AccountPtr& account) {
+  add(m_calls, {ECall::PauseLocal, account ? account->getKey() : "", taskId, {}, {}});
+}
 
-TC::CTradingCalendar& CTestHost::calendar() { return m_services->calendar; }
-TC::CStockUnitConfig& CTestHost::stockUnits() { return m_services->stockUnits; }
+void CTestHost::resumeLocalTask(int taskId, const desk::AccountPtr& account) {
+  add(m_calls, {ECall::ResumeLocal, account ? account->getKey() : "", taskId, {}, {}});
+}
+
+void CTestHost::setHedgeParam(int groupId, int commandId, const CBasketHedgeParam& param) {
+  add(m_hedgeParams, {groupId, commandId, param});
+}
 
 }  // namespace test

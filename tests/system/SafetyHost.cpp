@@ -5,6 +5,7 @@
 
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
+#include "utils/Log.h"
 
 namespace test {
 
@@ -26,25 +27,23 @@ std::string operationText(const CTaskDetail& detail, int operation) {
 CSafetyHost::CSafetyHost(SDayPlan& plan, Random& random, IPanelWatcher& watcher)
     : m_plan(plan), m_random(random), m_watcher(watcher) {
   utils::CLogCenter::instance().setObserver({});
-  m_front.holdTimers();
   for (const auto& account : plan.m_accounts) m_front.setAccount(*account);
   const auto tell = [this](const desk::SPublication& publication, const auto& progress) {
     SSource& source = m_sources[publication.m_pDetail->getKey()];
     source.m_waiting.push_back(publication);
     source.m_pProgress = progress;
-    m_front.setCommand(*publication.m_pDetail->m_pCommand);
   };
   m_pServer = plan.has(ING_Engine) ? makeSafetyEngine(plan, tell) : makeSafetyMarket(plan, random, tell);
   while (m_baskets.size() < plan.m_baskets.size()) startBasket();
 }
 
 void CSafetyHost::startBasket() {
-  for (const TC::CCodeInfo& info : m_plan.m_instruments) m_front.setInstrument(info);
+  for (const TC::CCodeInfo& info : m_plan.m_instruments) m_front.desk().setInstrument(info);
   const engine::SBasketOrder& basket = m_plan.m_baskets[m_baskets.size()];
   for (const engine::SOrderLine& line : basket.m_lines) {
     const double price = line.m_dReference;
-    m_front.setQuote(line.m_stock.m_strMarket, line.m_stock.m_strCode,
-                     {price, price - 0.25, price + 0.25, price, price, 2 * price, price / 2});
+    m_front.desk().setQuote(line.m_stock.m_strMarket, line.m_stock.m_strCode,
+                            {price, price - 0.25, price + 0.25, price, price, 2 * price, price / 2});
   }
   m_baskets.push_back(m_pServer->start(basket));
 }
@@ -61,27 +60,27 @@ bool CSafetyHost::canCome(const SSource& source) const {
 /// newest: leaves out what is older; feed: not only into the data centre.
 void CSafetyHost::deliver(const std::string& key, SSource& source, bool newest, bool feed) {
   while (newest && source.m_waiting.size() > 1) source.m_waiting.pop_front();
+  desk::SPublication publication;
   if (!source.m_waiting.empty()) {
-    m_stored[key] = source.m_waiting.front().m_pDetail;
-    for (const auto& [tag, known] : source.m_waiting.front().m_orderDetails) {
-      m_front.setOrderDetail(tag.text(), known->m_bCancelled);
-    }
+    publication = source.m_waiting.front();
+    m_stored[key] = publication.m_pDetail;
     source.m_waiting.pop_front();
   }
-  const CTaskDetailPtr detail = m_stored[key];
+  const CTaskDetailPtr detail = publication.m_pDetail = m_stored[key];
   const int task = detail->m_pCommand->m_nTaskId;
   m_watcher.note((feed ? "detail " : "stored, not fed: detail ") + key +
                  (detail->m_pCommand->m_bPatch ? " (patch of " + std::to_string(task) + ")" : "") + ", status " +
                  std::to_string(detail->m_nStatus));
   source.m_bOwed = !feed;
-  if (!feed) return m_front.store(detail);
-  m_front.deliver(detail);
+  publication.m_eVia = feed ? desk::EVia::Feed : desk::EVia::Store;
+  m_front.desk().publishTask(publication);
+  if (!feed) return;
   m_fed[key] = detail;
   m_shown.insert(task);
 }
 
 void CSafetyHost::deliverProgress(const std::string& key, SSource& source) {
-  if (source.m_pProgress) m_front.setProgress(key, *source.m_pProgress);
+  if (source.m_pProgress) m_front.desk().setProgress(key, *source.m_pProgress);
   source.m_pDelivered = source.m_pProgress;
 }
 
@@ -138,9 +137,7 @@ void CSafetyHost::ask(const CTestHost::SCreation& request) {
   m_watcher.onAsked(request, *creation);
   m_creations.push_back(creation);
   findTwins();
-  const desk::SCreateRequest order{request.command, request.params, request.traderType, request.hedgeType,
-                                   request.taskId};
-  const std::string what = "a patch of " + std::to_string(request.taskId) + ": ";
+  const std::string what = "a patch of " + std::to_string(request.m_nTaskId) + ": ";
   const auto reply = [=, this, completion = request.completion](const std::string& refusal, int task) {
     m_watcher.note("reply to " + what + (task ? std::to_string(task) : refusal));
     creation->m_bTold = true;
@@ -148,7 +145,7 @@ void CSafetyHost::ask(const CTestHost::SCreation& request) {
     completion(errorOf(refusal), task);
   };
   post(EWay::Request, 8, true, [=, this] {
-    m_pServer->create(order, [=, this](const std::string& refusal, int task) {
+    m_pServer->create(request, [=, this](const std::string& refusal, int task) {
       creation->m_nTask = task;
       m_watcher.note("server makes " + what + (task ? std::to_string(task) : refusal));
       post(EWay::Reply, 15, m_plan.has(ING_Replies), [=] { reply(refusal, task); });
@@ -235,7 +232,7 @@ void CSafetyHost::step(std::int64_t msec) {
   waitForJobs();
   m_front.moveClock(static_cast<double>(msec - m_nNow));
   m_nNow = msec;
-  m_front.setTime(static_cast<int>(m_plan.m_engine.m_nDayStart + m_nNow / 1000));
+  m_front.desk().setNow(static_cast<int>(m_plan.m_engine.m_nDayStart + m_nNow / 1000));
   m_pServer->advanceTo(m_nNow);
   if (m_plan.has(ING_Foreign) && chance(m_random, 10)) patchElsewhere();
   // One letter at a time: what arrives may open a dialog, in which time goes on.
@@ -282,7 +279,7 @@ void CSafetyHost::startNewDay() {
   m_shown.clear();
   m_creations.clear();
   m_watcher.note("a new trading day");
-  Q_EMIT m_front.calendar().sigNewTradingDate("20261124");
+  m_front.services().announceTradingDay("20261124");
   m_plan.planBasket();
   startBasket();
 }

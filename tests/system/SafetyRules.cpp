@@ -80,19 +80,20 @@ void CSafetyDay::checkConfirmation() {
 
 void CSafetyDay::onAsked(const CTestHost::SCreation& request, SCreation& creation) {
   ++m_counts[m_bDirect ? "direct patches" : "patches"];
-  creation.m_nBasket = request.taskId;
+  creation.m_nBasket = request.m_nTaskId;
   creation.m_nAsked = m_host.now();
   for (const auto& entry : m_host.stored()) creation.m_before.insert(entry.first);
   std::map<std::string, int> volumes;
-  for (const CCodeOrderParam& param : request.params) {
+  for (const CCodeOrderParam& param : request.m_params) {
     volumes[param.getKey()] = param.m_nVolume;
     const LineKey line = engine::lineKeyOf(param.m_pAccount->getKey(), param.m_stock, param.m_nOperation);
     if (param.m_nVolume > 0) creation.m_lines[line] += param.m_nVolume;
   }
-  note("asked for a patch of " + std::to_string(request.taskId) + " by " + std::to_string(volumes.size()) + " lines");
+  note("asked for a patch of " + std::to_string(request.m_nTaskId) + " by " + std::to_string(volumes.size()) +
+       " lines");
   check(m_bDirect || m_bConfirmed, "a task without a dialog that was accepted");
-  check(request.taskId == request.command.m_nTaskId && request.command.m_bPatch, "a task that is no patch");
-  check(request.params.size() == volumes.size(), "a line is ordered twice");
+  check(request.m_nTaskId == request.m_command.m_nTaskId && request.m_command.m_bPatch, "a task that is no patch");
+  check(request.m_params.size() == volumes.size(), "a line is ordered twice");
   for (const CreationPtr& other : m_host.creations()) {
     const bool second = !m_bDirect && other->m_nBasket == creation.m_nBasket && isWaiting(*other);
     check(!second || !has(ING_Waits), "a second patch while the first has not come");

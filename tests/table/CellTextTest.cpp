@@ -70,18 +70,18 @@ TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
   info.m_strMarket = "SH";
   info.m_strCode = "600000";
   info.m_nTradeUnit = 100;
-  host.setInstrument(info);
+  host.desk().setInstrument(info);
   SRow row = buyRow();
   row.figures.totalVolume = 1000;
   row.figures.tradedVolume = 250;
   EXPECT_EQ(row.progress(EPD_Quantity), "250 / 1000");
   for (int type : {ksservice::STOCK_TYPE_SH_UNITS, ksservice::STOCK_TYPE_SZ_UNITS}) {
     info.m_types = {type};
-    host.setInstrument(info);
+    host.desk().setInstrument(info);
     EXPECT_EQ(row.progress(EPD_Quantity), "2.50 / 10.00") << type;
   }
   info.m_nTradeUnit = 0;  // a unit below 1 counts as 1
-  host.setInstrument(info);
+  host.desk().setInstrument(info);
   EXPECT_EQ(row.progress(EPD_Quantity), "250.00 / 1000.00");
 }
 

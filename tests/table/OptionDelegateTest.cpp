@@ -85,10 +85,10 @@ TEST_F(OptionDelegate, FirstStatusOfARow) {
   };
   for (const SCase& c : cases) {
     SCOPED_TRACE(testing::Message() << "status " << c.status << " type " << c.type);
-    m_host.setRevokeTask(true);
+    m_host.change([](auto& session) { session.m_settings.m_bHasRevokeTask = true; });
     EXPECT_EQ(after(TASK, {{c.status, c.type}}), c.task);
     EXPECT_EQ(after(HEDGE, {{c.status, c.type}}), c.hedge);
-    m_host.setRevokeTask(false);
+    m_host.change([](auto& session) { session.m_settings.m_bHasRevokeTask = false; });
     EXPECT_EQ(after(TASK, {{c.status, c.type}}), c.withoutRevoke);
   }
 }
@@ -185,7 +185,7 @@ TEST_F(OptionDelegate, SingleTasks) {
     EXPECT_EQ(afterSingle({3, status}), "hidden") << status;
     EXPECT_EQ(afterSingle({status, 3}), "0 1") << status;
   }
-  m_host.setRevokeTask(false);
+  m_host.change([](auto& session) { session.m_settings.m_bHasRevokeTask = false; });
   EXPECT_EQ(afterSingle({3}), "1");
   EXPECT_EQ(afterSingle({4}), "2");
 }

@@ -79,7 +79,7 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   info.m_strCode = "600000";
   for (const char* name : {"浦发银行", "ST浦发"}) {
     info.m_strName = name;
-    m_host.setInstrument(info);
+    m_host.desk().setInstrument(info);
     m_staging.beginRefresh(0);
     const SStagedTask known = stage(m_task);
     ASSERT_TRUE(known.texts) << name;

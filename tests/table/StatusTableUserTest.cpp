@@ -25,7 +25,7 @@ TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
     return texts.join(' ').toStdString();
   };
   EXPECT_EQ(prices(m_table), "最新价1 对手价14 涨跌停价2");
-  m_host.setUpStopPrice(false);
+  m_host.change([](auto& session) { session.m_settings.m_bHasUpStopPrice = false; });
   EXPECT_EQ(prices(CHpfBasketStatusTable(2, &m_owner)), "最新价1 对手价14");
 }
 
@@ -278,15 +278,15 @@ TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
   info.m_strCode = "600000";
   info.m_types = {ksservice::STOCK_TYPE_SH_UNITS};
   info.m_nTradeUnit = 100;
-  m_host.setInstrument(info);
+  m_host.desk().setInstrument(info);
   m_table.setParam(QStringLiteral("/1"));
   test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
   refresh(m_task);
   EXPECT_EQ(cell(m_firstRow, EBC_Progress), "2.50 / 10.00");
   info.m_nTradeUnit = 10;
-  m_host.setInstrument(info);
+  m_host.desk().setInstrument(info);
   const QSignalSpy repaint(m_table.dataModel(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
-  Q_EMIT m_host.stockUnits().sigStockUnitChange();
+  m_host.services().announceStockUnitChange();
   EXPECT_EQ(cell(m_firstRow, EBC_Progress), "25.00 / 100.00");
   EXPECT_GT(repaint.count(), 0);
 }
