@@ -3,20 +3,12 @@
 
 #include <QDir>
 #include <fstream>
-#include <sstream>
 
 #include "ScenarioPrintout.h"
 
 namespace {
 
 std::string journalFolder() { return PBT_SOURCE_DIR "/tests/system/journals/"; }
-
-std::string readFile(const std::string& name) {
-  std::ifstream in(name);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 /// Leaves a printout where it can be compared, and when it is right taken over.
 std::string keep(const std::string& name, const std::string& printout) {
@@ -31,7 +23,7 @@ class JournalScenario : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(JournalScenario, PlaysAsPrinted) {
   const std::string base = journalFolder() + GetParam();
-  const std::string expected = readFile(base + ".txt");
+  const std::string expected = test::readFile(base + ".txt");
   const std::string printout = test::playAndPrint(base + ".jsonl");
   EXPECT_EQ(printout, expected) << "what came out stands in " << keep(GetParam(), printout);
 }

@@ -18,6 +18,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+const std::string COMMON = PBT_SOURCE_DIR "/tests/system/common.jsonl";
+
 std::string trimmed(const std::string& text) {
   const auto first = text.find_first_not_of(' ');
   return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
@@ -105,6 +107,12 @@ class CWorkingFolder {
 
 }  // namespace
 
+std::string readFile(const std::string& name) {
+  std::ostringstream text;
+  text << std::ifstream(name).rdbuf();
+  return text.str();
+}
+
 std::string playAndPrint(const std::string& fileName) {
   std::stringstream lines;
   std::ostringstream printout;
@@ -120,7 +128,8 @@ std::string playAndPrint(const std::string& fileName) {
       return panel;
     };
     journal::CPlayer player(desk, services, createPanel, output, printout);
-    std::ifstream in(fileName);
+    std::stringstream in(readFile(fileName));
+    if (in.str().find(R"("session")") == std::string::npos) in.str(readFile(COMMON) + in.str());
     const int exit = player.play(in, fileName.substr(fileName.rfind('/') + 1));
     if (exit != 0) printout << "exit " << exit << "\n";
   }
