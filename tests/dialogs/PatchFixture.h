@@ -3,11 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractItemModelTester>
 #include <boost/make_shared.hpp>
 
 #include "CBasketPatchWidget.h"
+#include "TaskDetails.h"
 #include "TestHost.h"
 #include "gv/CMessageBox.h"
+#include "gv/CStandardHpfTable.h"
 #include "gv/Helpers.h"
 
 inline QString qs(const char* text) { return QString::fromUtf8(text); }
@@ -24,18 +27,13 @@ class PatchTest : public testing::Test {
   using Work = std::function<void(TC::CBasketPatchDialog&)>;
 
   PatchTest() {
-    m_pAccount->m_strKey = "A1";
-    m_pAccount->m_strDisplayId = "1001";
     GV::CMessageBox::setPresenter([this](QWidget*, const QString&, const QString& text) { m_boxes.append(text); });
   }
 
   /// An instrument with one unit for trade and entry, and a quote: last 10, bid 9, ask 11, order 12.
   TC::CCodeInfo instrument(const char* market, const char* code, int unit, std::vector<int> marketPrices = {}) {
-    TC::CCodeInfo info;
-    info.m_strMarket = market;
-    info.m_strCode = code;
+    TC::CCodeInfo info = test::makeInstrument(market, code, unit);
     info.m_strName = std::string("N") + code;
-    info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
     info.m_marketPriceTypes = std::move(marketPrices);
     m_host.desk().setInstrument(info);
     TC::CQuote quote;
@@ -89,9 +87,11 @@ class PatchTest : public testing::Test {
   }
 
   test::CTestHost m_host;
-  boost::shared_ptr<ksservice::CAccountInfo> m_pAccount = boost::make_shared<ksservice::CAccountInfo>();
+  boost::shared_ptr<ksservice::CAccountInfo> m_pAccount = test::makeAccount("A1", "1001");
   QStringList m_boxes;
   GV::DialogHook m_tradeWork;
   TC::CBasketPatchDialog m_dialog;
   TC::PatchChoice m_choice;
+  const QAbstractItemModelTester m_tester{m_dialog.findChild<GV::CStandardHpfTable*>()->dataModel(),
+                                          QAbstractItemModelTester::FailureReportingMode::Fatal};
 };

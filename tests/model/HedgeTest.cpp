@@ -12,9 +12,7 @@ class CHedgeTest : public CTaskTest {
   CHedgeTest() {
     futuresAccount->m_nType = 1;
     host.setAccount(*futuresAccount);
-    TC::CCodeInfo info;
-    info.m_strMarket = "CFFEX";
-    info.m_strCode = "IF2612";
+    TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
     info.m_dMultiplier = 300;
     host.desk().setInstrument(info);
     TC::CQuote quote;

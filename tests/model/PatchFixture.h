@@ -39,11 +39,8 @@ class CPatchTaskTest : public CTaskTest {
   }
 
   void instrument(const std::string& market, const std::string& code, int unit, std::vector<int> types = {}) {
-    TC::CCodeInfo info;
-    info.m_strMarket = market;
-    info.m_strCode = code;
+    TC::CCodeInfo info = test::makeInstrument(market, code, unit);
     info.m_strName = "名称" + code;
-    info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
     info.m_types = std::move(types);
     host.desk().setInstrument(info);
     TC::CQuote quote;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CBasketTask.h"
+#include "TaskDetails.h"
 #include "TestHost.h"
 
 /// A task 123 of command 77 on a host of its own, and short ways to make what it is given.
@@ -22,9 +23,7 @@ class CTaskTest : public testing::Test {
   CTaskTest() { task.getRoot()->setHpfTreeKey("T"); }
 
   static AccountPtr account(const std::string& key, const std::string& displayId, const std::string& name = "主账户") {
-    auto made = boost::make_shared<ksservice::CAccountInfo>();
-    made->m_strKey = key;
-    made->m_strDisplayId = displayId;
+    AccountPtr made = test::makeAccount(key, displayId);
     made->m_strName = name;
     return made;
   }

@@ -133,11 +133,7 @@ TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {
 TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneIsNotSent) {
   const auto account = test::makeAccount("A1", "1001");
   m_host.setAccount(*account);
-  TC::CCodeInfo info;
-  info.m_strMarket = "SH";
-  info.m_strCode = "600000";
-  info.m_nTradeMinUnit = info.m_nUiMinUnit = 100;
-  m_host.desk().setInstrument(info);
+  m_host.desk().setInstrument(test::makeInstrument("SH", "600000", 100));
   m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
   const ksservice::CTaskDetailPtr detail = test::makeDetail(1);
   detail->m_nStatus = ksservice::ETS_Cancelled;

@@ -19,18 +19,6 @@ constexpr int TASKS = 20;
 constexpr int ROWS = 30;
 constexpr int SETTINGS = 7;  ///< the tool bar's button that opens a window
 
-/// A detail of a task whose every order filled so far.
-ksservice::CTaskDetailPtr filledDetail(int task, int filled) {
-  const auto account = test::makeAccount("A1", "1001");
-  ksservice::CTaskDetailPtr detail = test::makeDetail(task);
-  for (int i = 0; i < ROWS; ++i) {
-    const std::string code = std::to_string(600000 + i);
-    test::addParam(*detail, account, code, 1000, 10.0);
-    test::addOrder(*detail, std::to_string(task) + "/" + code, code, 1000, filled, 10.0);
-  }
-  return detail;
-}
-
 template <typename Step>
 void runGui(int msec, Step step) {
   QElapsedTimer timer;
@@ -56,8 +44,8 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
     feeds.emplace_back([&, feed] {
       while (!stop) {
         const int volume = std::min(999, ++filled);
-        for (int task = feed; task < TASKS; task += 2) host.deliver(filledDetail(task + 1, volume));
-        const ksservice::CTaskDetailPtr failed = filledDetail(1 + feed, volume);
+        for (int task = feed; task < TASKS; task += 2) host.deliver(test::makeFilled(task + 1, ROWS, volume));
+        const ksservice::CTaskDetailPtr failed = test::makeFilled(1 + feed, ROWS, volume);
         failed->m_nStatus = ksservice::ETS_ExecutionError;
         failed->m_strMessage = std::to_string(volume);
         host.deliver(failed);
@@ -80,7 +68,7 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   });
   stop = true;
   for (std::thread& feed : feeds) feed.join();
-  for (int task = 0; task < TASKS; ++task) host.deliver(filledDetail(task + 1, 1000));
+  for (int task = 0; task < TASKS; ++task) host.deliver(test::makeFilled(task + 1, ROWS, 1000));
   panel.handleEvent(5, 0, 0, QString(), nullptr);
   runGui(3000, [] {});
   int roots = 0;
@@ -100,7 +88,7 @@ TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
   test::CTestHost host;
   std::vector<ksservice::CTaskDetailPtr> details;
   details.reserve(TASKS);
-  for (int task = 0; task < TASKS; ++task) details.push_back(filledDetail(1 + task, 100 + task));
+  for (int task = 0; task < TASKS; ++task) details.push_back(test::makeFilled(1 + task, ROWS, 100 + task));
   std::unique_ptr<CBasketTasksPanel> panel;
   std::atomic<bool> stop{false};
   std::thread feed([&] {

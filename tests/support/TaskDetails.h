@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ksservice/CTaskDetail.h"
+#include "tc/CExchangeClient.h"
 
 namespace test {
 
@@ -14,6 +15,15 @@ inline boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string&
   account->m_strDisplayId = displayId;
   account->m_strName = "name of " + key;
   return account;
+}
+
+/// An instrument that is traded and entered in one unit.
+inline TC::CCodeInfo makeInstrument(const std::string& market, const std::string& code, int unit = 1) {
+  TC::CCodeInfo info;
+  info.m_strMarket = market;
+  info.m_strCode = code;
+  info.m_nTradeMinUnit = info.m_nUiMinUnit = unit;
+  return info;
 }
 
 /// A running basket detail of user "u1", login "L1", trader type 1; key "task-number".
@@ -62,6 +72,18 @@ inline ksservice::COrderInfoPtr addOrder(ksservice::CTaskDetail& detail, const s
   order->m_tag = ksservice::CMavOrderTag(key);
   detail.m_orders.push_back(order);
   return order;
+}
+
+/// The detail of a task of account A1 with so many rows of 1000 at 10 CNY, of each of which so much has filled.
+inline ksservice::CTaskDetailPtr makeFilled(int task, int rows, int traded) {
+  ksservice::CTaskDetailPtr detail = makeDetail(task);
+  const auto account = makeAccount("A1", "1001");
+  for (int i = 0; i < rows; ++i) {
+    const std::string code = std::to_string(600000 + i);
+    addParam(*detail, account, code, 1000, 10.0);
+    addOrder(*detail, std::to_string(task) + "/" + code, code, 1000, traded, 10.0);
+  }
+  return detail;
 }
 
 }  // namespace test

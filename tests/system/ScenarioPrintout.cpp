@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 
 #include "CBasketTasksPanel.h"
@@ -17,8 +18,6 @@ namespace test {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-const std::string COMMON = PBT_SOURCE_DIR "/tests/system/common.jsonl";
 
 std::string trimmed(const std::string& text) {
   const auto first = text.find_first_not_of(' ');
@@ -75,6 +74,14 @@ void printDialog(const Json& dump, std::ostream& out) {
   out << "\n";
 }
 
+std::string journalOf(const std::string& fileName) {
+  static const std::regex look(R"(\{"look":(.*)\})");
+  const std::string text = readFile(fileName);
+  const bool alone = text.find(R"("session")") != std::string::npos;
+  return std::regex_replace((alone ? "" : readFile(PBT_SOURCE_DIR "/tests/system/common.jsonl")) + text, look,
+                            "{\"kind\":\"refresh\"}\n{\"kind\":\"dump\",\"name\":$1}");
+}
+
 /// What exports left in the folder, file by file.
 void printFiles(const QDir& folder, std::ostream& out) {
   for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden, QDir::Name)) {
@@ -128,8 +135,7 @@ std::string playAndPrint(const std::string& fileName) {
       return panel;
     };
     journal::CPlayer player(desk, services, createPanel, output, printout);
-    std::stringstream in(readFile(fileName));
-    if (in.str().find(R"("session")") == std::string::npos) in.str(readFile(COMMON) + in.str());
+    std::stringstream in(journalOf(fileName));
     const int exit = player.play(in, fileName.substr(fileName.rfind('/') + 1));
     if (exit != 0) printout << "exit " << exit << "\n";
   }

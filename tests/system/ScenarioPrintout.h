@@ -8,7 +8,8 @@ std::string readFile(const std::string& name);
 
 /// Plays a journal, behind what is common to all (common.jsonl) unless it has a session line of its own, and prints
 /// what came out, as a person would read it: a dump as an indented tree, every other line as it is, and last the files
-/// that exports left, "|" behind each line. Faults of the journal stand in the printout too.
+/// that exports left, "|" behind each line. Faults of the journal stand in the printout too. Beside its own lines a
+/// journal may have {"look":NAME}, a refresh and a dump of this name.
 std::string playAndPrint(const std::string& fileName);
 
 }  // namespace test

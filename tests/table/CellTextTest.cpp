@@ -3,6 +3,7 @@
 #include "BasketColumns.h"
 #include "CHpfBasketStatusData.h"
 #include "EHpfBasketTaskStatus.h"
+#include "TaskDetails.h"
 #include "TestHost.h"
 
 namespace TC {
@@ -66,9 +67,7 @@ TEST(CellText, OperationsWithoutAmountShowNone) {
 
 TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
   test::CTestHost host;
-  TC::CCodeInfo info;
-  info.m_strMarket = "SH";
-  info.m_strCode = "600000";
+  CCodeInfo info = test::makeInstrument("SH", "600000");
   info.m_nTradeUnit = 100;
   host.desk().setInstrument(info);
   SRow row = buyRow();

@@ -74,9 +74,7 @@ TEST_F(Staging, BringsTextsWhenOneChanged) {
 TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   EXPECT_EQ((*stage(m_task).texts)[1].instrumentName, "");
-  CCodeInfo info;
-  info.m_strMarket = "SH";
-  info.m_strCode = "600000";
+  CCodeInfo info = test::makeInstrument("SH", "600000");
   for (const char* name : {"浦发银行", "ST浦发"}) {
     info.m_strName = name;
     m_host.desk().setInstrument(info);

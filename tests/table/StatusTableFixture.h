@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractItemModelTester>
+
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
 #include "Tasks.h"
@@ -83,6 +85,7 @@ class StatusTable : public testing::Test {
   test::CTestHost m_host;
   CTableOwner m_owner;
   CHpfBasketStatusTable m_table{1, &m_owner};
+  const QAbstractItemModelTester m_tester{m_table.dataModel(), QAbstractItemModelTester::FailureReportingMode::Fatal};
   const test::TaskPtr m_task = test::makeTask(1);
   const QString m_rootKey = m_task->getKey();
   const QString m_firstRow = m_rootKey + QStringLiteral("-SH.600000买入");

@@ -273,9 +273,7 @@ TEST_F(StatusTable, TipsOfTheProgressColumn) {
 }
 
 TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
-  CCodeInfo info;
-  info.m_strMarket = "SH";
-  info.m_strCode = "600000";
+  CCodeInfo info = test::makeInstrument("SH", "600000");
   info.m_types = {ksservice::STOCK_TYPE_SH_UNITS};
   info.m_nTradeUnit = 100;
   m_host.desk().setInstrument(info);
