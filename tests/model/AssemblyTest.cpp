@@ -43,33 +43,25 @@ TEST_F(CTaskTest, ParameterWithoutAccountMakesRowsUnderTheEmptyKey) {
 TEST_F(CTaskTest, KnownDetailOfAnAccountWithoutRowsStopsThere) {
   update(twoLines());
   QSignalSpy statuses(&task, &TC::CBasketTask::sigTaskStatus);
-  DetailPtr moved = twoLines();
-  for (CCodeOrderParam& line : moved->m_params) line.m_pAccount = secondAccount;
-  update(moved);
+  update(twoLinesOf(secondAccount, 1));
   EXPECT_EQ(statuses.count(), 0);
   EXPECT_EQ(root.m_strAccounts, "1001/1002") << "the account is known by then";
 }
 
 TEST_F(CTaskTest, RootNamesItsAccountsInTheOrderOfTheirFirstDetails) {
-  for (const int number : {2, 1, 3}) {
-    DetailPtr made = twoLines(number);
-    for (CCodeOrderParam& line : made->m_params) line.m_pAccount = number % 2 == 0 ? secondAccount : mainAccount;
-    update(made);
-  }
+  for (const int number : {2, 1, 3}) update(twoLinesOf(number % 2 == 0 ? secondAccount : mainAccount, number));
   EXPECT_EQ(root.m_strAccounts, "1001/1002");
 }
 
 TEST_F(CTaskTest, DetailThatMovesToAnotherAccountTakesItsFillsAlong) {
-  DetailPtr other = twoLines(2);
-  for (CCodeOrderParam& line : other->m_params) line.m_pAccount = secondAccount;
   DetailPtr mine = twoLines(1);
   mine->m_orders = {buy("o1", 600, 200, 2000)};
-  update(other);
+  update(twoLinesOf(secondAccount, 2));
   update(mine);
   ASSERT_EQ(row("SH.600000买入", "A1").m_nTradedVolume, 200);
 
-  DetailPtr moved = next(mine);
-  for (CCodeOrderParam& line : moved->m_params) line.m_pAccount = secondAccount;
+  DetailPtr moved = twoLinesOf(secondAccount, 1);
+  moved->m_orders = mine->m_orders;
   update(moved);
   EXPECT_EQ(row("SH.600000买入", "A1").m_nTradedVolume, 0);
   EXPECT_EQ(row("SH.600000买入", "A2").m_nTradedVolume, 200);
@@ -102,9 +94,7 @@ TEST_F(CTaskTest, ServerRunIsThatOfTheFirstDetail) {
   EXPECT_FALSE(task.isServerRun());
   update(twoLines(2));
   EXPECT_FALSE(task.isServerRun());
-  DetailPtr server = twoLines(1);
-  server->m_bServerTask = true;
-  update(server);
+  update(onServer(twoLines()->m_params));
   EXPECT_TRUE(task.isServerRun());
 }
 
@@ -123,9 +113,7 @@ TEST_F(CTaskTest, ParametersOfANode) {
   EXPECT_EQ(volumes("组合任务123-SH.600000买入"), (std::vector<int>{700, 1000}));
   EXPECT_TRUE(volumes("nobody").empty());
 
-  DetailPtr other = twoLines(3);
-  for (CCodeOrderParam& line : other->m_params) line.m_pAccount = secondAccount;
-  update(other);
+  update(twoLinesOf(secondAccount, 3));
   EXPECT_EQ(volumes("组合任务123-1002"), (std::vector<int>{1000, 500}));
   EXPECT_EQ(volumes("组合任务123-1001-SH.600000买入"), (std::vector<int>{700, 1000}));
 }

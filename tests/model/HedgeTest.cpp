@@ -10,7 +10,6 @@ using Spy = QSignalSpy;
 class CHedgeTest : public CTaskTest {
  protected:
   CHedgeTest() {
-    futuresAccount->m_nType = 1;
     host.setAccount(*futuresAccount);
     TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
     info.m_dMultiplier = 300;
@@ -19,17 +18,6 @@ class CHedgeTest : public CTaskTest {
     quote.m_dLast = 3990;
     quote.m_dCalc = 4000;
     host.desk().setQuote("CFFEX", "IF2612", quote);
-  }
-
-  static CBasketHedgeParam hedgeParam(int volume = 3, bool handedOver = false) {
-    CBasketHedgeParam made;
-    made.m_bEnabled = true;
-    made.m_bHandedOver = handedOver;
-    made.m_strMarket = "CFFEX";
-    made.m_strCode = "IF2612";
-    made.m_strAccount = "F1";
-    made.m_nVolume = volume;
-    return made;
   }
 
   /// A hedge detail of an identifier of its own, with a target of 3 lots on an account.
@@ -51,8 +39,6 @@ class CHedgeTest : public CTaskTest {
   void updateHedge(DetailPtr made) { task.updateHedge(made); }
   bool updateHedgeCnt(DetailPtr made) { return task.updateHedgeCnt(made); }
   TC::CBasketTaskItem& hedge() { return *task.getHedgeItem(); }
-
-  const AccountPtr futuresAccount = account("F1", "8001", "期货账户");
 };
 
 TEST_F(CHedgeTest, OnlyWhatIsOfAFuturesAccountMakesTheRow) {
@@ -68,15 +54,6 @@ TEST_F(CHedgeTest, OnlyWhatIsOfAFuturesAccountMakesTheRow) {
   EXPECT_FALSE(task.getHedgeItem());
   EXPECT_EQ(host.takeHedgeParams().size(), 1u) << "the manager decides for itself";
   EXPECT_EQ(host.takeStartedHedges().size(), 1u);
-}
-
-TEST_F(CHedgeTest, APauseLeavesAHedgeThatHasEnded) {
-  updateHedge(hedgeDetail());
-  for (const int status : {ETS_Cancelled, ETS_Finished, ETS_Running}) {
-    hedge().m_nStatus = status;
-    task.pause(QString());
-    EXPECT_EQ(hedge().m_nStatus, status == ETS_Running ? ETS_Paused : status);
-  }
 }
 
 TEST_F(CHedgeTest, TheRowSumsEveryHedgeDetailHoweverOftenTheyCome) {

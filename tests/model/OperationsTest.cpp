@@ -11,11 +11,11 @@ class COperationsTest : public CPatchTaskTest {
  protected:
   /// A local and a server detail, a server patch 124 and a local patch 125.
   void mixedTask() {
-    DetailPtr local = twoLines(1), server = twoLines(2), serverPatch = patchDetail(124), localPatch = patchDetail(125);
-    server->m_bServerTask = serverPatch->m_bServerTask = true;
+    DetailPtr serverPatch = patchDetail(124), localPatch = patchDetail(125);
+    serverPatch->m_bServerTask = true;
     serverPatch->m_params = localPatch->m_params = {buyLine(100)};
-    update(local);
-    update(server);
+    update(twoLines(1));
+    update(onServer(twoLines()->m_params, 2));
     deliverPatch(serverPatch);
     deliverPatch(localPatch);
     takeEvents();
@@ -37,10 +37,9 @@ TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
 }
 
 TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
-  DetailPtr large = twoLines();
+  DetailPtr large = onServer(twoLines()->m_params);
   large->m_nTaskId = 100000;
   large->m_strKey = "100000-1";
-  large->m_bServerTask = true;
   large->m_pCommand->m_strAlgoTaskKey = "ALGO";
   update(large);
   task.cancel("");
@@ -117,8 +116,7 @@ TEST_F(COperationsTest, AnswerFindsItsTaskOnAnotherThreadOrNoTaskAtAll) {
   EXPECT_EQ(told.count(), 1);
 
   auto passing = boost::make_shared<TC::CBasketTask>("组合任务9", 9, 9);
-  DetailPtr server = twoLines();
-  server->m_bServerTask = true;
+  DetailPtr server = onServer(twoLines()->m_params);
   passing->updateDetail(server);
   passing->cancel("");
   completions = {host.takeCalls().front().completion};

@@ -162,10 +162,8 @@ TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {
       DetailPtr patch = buyPatch(200 + static_cast<int>(i), patches[i], 100, 0);
       made.updatePatch(patch);
     }
-    CBasketHedgeParam param;
+    CBasketHedgeParam param = hedgeParam();
     param.m_bEnabled = hedge.enabled;
-    param.m_strAccount = "F1";
-    param.m_nVolume = 3;
     made.setHedgeParam(param, false);
     made.getHedgeItem()->m_nStatus = hedge.rowStatus;
     host.takeHedgeParams();

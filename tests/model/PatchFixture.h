@@ -107,18 +107,10 @@ class CPatchTaskTest : public CTaskTest {
     return param(mainAccount, "SZ", "000001", ksservice::EOT_Sell, volume, 10);
   }
 
-  /// A hedge of so many lots, of the account F1.
   void addHedge(int lots, bool enabled = true) {
-    ksservice::CAccountInfo futures;
-    futures.m_strKey = "F1";
-    futures.m_nType = 1;
-    host.setAccount(futures);
-    ksservice::CBasketHedgeParam hedge;
+    host.setAccount(*futuresAccount);
+    ksservice::CBasketHedgeParam hedge = hedgeParam(lots);
     hedge.m_bEnabled = enabled;
-    hedge.m_strMarket = "CFFEX";
-    hedge.m_strCode = "IF2612";
-    hedge.m_strAccount = "F1";
-    hedge.m_nVolume = lots;
     task.setHedgeParam(hedge, false);
     takeEvents();
   }

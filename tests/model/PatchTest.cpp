@@ -22,13 +22,9 @@ class CPatchTest : public CPatchTaskTest {
     return takeEvents();
   }
   /// The task as one server detail, cancelled; answers are made by answer().
-  DetailPtr serverTask() {
-    DetailPtr made = twoLines();
-    made->m_bServerTask = true;
-    made->m_nStatus = ETS_Cancelled;
-    update(made);
+  void serverTask() {
+    update(onServer(twoLines()->m_params));
     takeEvents();
-    return made;
   }
   std::string answer(const Answer& data) {
     for (const auto& query : host.takeQueries()) query.completion(data, {}, {});
@@ -148,22 +144,9 @@ TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
 }
 
-TEST_F(CPatchTest, AServerTaskThatHasFilledWholeNeedsNoAnswer) {
-  serverTask();
-  DetailPtr filled = detail(2);
-  filled->m_bServerTask = true;
-  filled->m_nStatus = ETS_Finished;
-  filled->m_params = {sellLine(700)};
-  update(filled);
-  patch();
-  takeEvents();
-  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}}}}),
-            "dialog A1/SH.600000买入=700 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
-}
-
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
-  DetailPtr made = twoLines();
-  made->m_bServerTask = true;
+  DetailPtr made = onServer(twoLines()->m_params);
+  made->m_nStatus = ETS_Running;
   update(made);
   task.checkHasAlgoTask(task.getKey(), PLAIN);
   const auto queries = host.takeQueries();
@@ -191,9 +174,7 @@ TEST_F(CPatchTest, ProgressThatOutrunsTheAnswerCounts) {
 
 TEST_F(CPatchTest, AnswerForATaskThatIsGoneDoesNoHarm) {
   auto passing = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
-  DetailPtr made = twoLines();
-  made->m_bServerTask = true;
-  made->m_nStatus = ETS_Cancelled;
+  DetailPtr made = onServer(twoLines()->m_params);
   passing->updateDetail(made);
   passing->checkHasAlgoTask("组合任务123", PLAIN);
   const auto queries = host.takeQueries();
@@ -219,17 +200,13 @@ TEST_F(CPatchTest, TaskIsHeldWhileItsDialogIsOpen) {
 }
 
 TEST_F(CPatchTest, FinishedNumbersCountForTheAccountAndUnderBothKeys) {
-  DetailPtr first = twoLines(1), second = detail(2), large = detail(3);
-  second->m_params = {param(secondAccount, "SH", "600000", EOT_Buy, 700, 10)};
+  DetailPtr large = onServer({buyLine(2000)}, 3);
   large->m_nTaskId = 100007;
   large->m_strKey = "100007-3";
   large->m_pCommand->m_strAlgoTaskKey = "ALGO";
-  large->m_params = {buyLine(2000)};
-  for (const DetailPtr& one : {first, second, large}) {
-    one->m_bServerTask = true;
-    one->m_nStatus = ETS_Cancelled;
-    update(one);
-  }
+  update(onServer(twoLines()->m_params));
+  update(onServer({param(secondAccount, "SH", "600000", EOT_Buy, 700, 10)}, 2));
+  update(large);
   std::string security = "SH.600000";
   const auto number = [&](const QString& account, const Answer& data) {
     return task.getFinishedOrderNumForAlgoTask(account, security, data);
@@ -242,9 +219,7 @@ TEST_F(CPatchTest, FinishedNumbersCountForTheAccountAndUnderBothKeys) {
   host.takeLog();
   EXPECT_EQ(number("A1", {{"999-1", {{"SH.600000", 100}}}}), 0);
   EXPECT_EQ(takeLog("patch"), std::vector<std::string>{"patch calc cannot get taskdetail"});
-  DetailPtr empty = detail(4);
-  empty->m_bServerTask = true;
-  update(empty);
+  update(onServer({}, 4));
   EXPECT_EQ(number("A1", {{"123-4", {{"SH.600000", 100}}}}), 0);
   EXPECT_EQ(takeLog("m_param"), std::vector<std::string>{"taskDetalPtr m_param.m_params is 0"});
 

@@ -7,12 +7,6 @@ using namespace ksservice;
 
 class CShapeTest : public CTaskTest {
  protected:
-  DetailPtr ofAccount(int number, const AccountPtr& account) const {
-    DetailPtr made = twoLines(number);
-    for (CCodeOrderParam& line : made->m_params) line.m_pAccount = account;
-    return made;
-  }
-
   static std::vector<QString> keysOf(TC::CBasketTaskItem& node) {
     std::vector<QString> keys = {node.getKey()};
     for (TC::CBasketTaskItem* child : node.m_children) {
@@ -33,9 +27,9 @@ class CShapeTest : public CTaskTest {
 
 TEST_F(CShapeTest, SecondAccountBringsAccountNodes) {
   host.setAccount(*account("A2", "1002-x", "配置的名字"));
-  update(ofAccount(1, mainAccount));
+  update(twoLinesOf(mainAccount, 1));
   host.takeLog();
-  update(ofAccount(2, secondAccount));
+  update(twoLinesOf(secondAccount, 2));
   EXPECT_EQ(tree(),
             "组合任务123\n"
             " 1001\n  SH.600000买入\n  SZ.000001卖出\n"
@@ -61,8 +55,8 @@ TEST_F(CShapeTest, AccountWithoutRowsHasNoNodeButCountsAsAnAccount) {
 }
 
 TEST_F(CShapeTest, KeysAndRowsStayTheSameHoweverOftenTheTreeIsBuilt) {
-  update(ofAccount(1, mainAccount));
-  update(ofAccount(2, secondAccount));
+  update(twoLinesOf(mainAccount, 1));
+  update(twoLinesOf(secondAccount, 2));
   const std::vector<QString> keys = keysOf(root);
   const TC::CBasketTaskItem* bought = &row("SH.600000买入");
   const unsigned version = task.shapeVersion();
@@ -83,13 +77,13 @@ TEST_F(CShapeTest, EachRefreshAnnouncesInnerNodesThenRootThenStatus) {
     heard.push_back("status " + key.toStdString() + " " + std::to_string(status) + " " + std::to_string(type));
   });
   host.setOrderDetail("o1", false);
-  DetailPtr made = ofAccount(1, mainAccount);
+  DetailPtr made = twoLinesOf(mainAccount, 1);
   made->m_params.front().m_nOrderType = EORT_Algo;
   made->m_orders = {buy("o1", 100, 0, 0), buy("o2", 100, 0, 0)};
   update(made);
   EXPECT_EQ(heard, (std::vector<std::string>{"order T 2 1", "order T 2 1", "status T 3 11"}));
   heard.clear();
-  update(ofAccount(2, secondAccount));
+  update(twoLinesOf(secondAccount, 2));
   EXPECT_EQ(heard, (std::vector<std::string>{"order  2 1", "order  0 0", "order T 2 1", "order T 2 1", "status T 3 0"}))
       << "account nodes have no tree key";
 }

@@ -88,6 +88,31 @@ class CTaskTest : public testing::Test {
     return made;
   }
 
+  DetailPtr twoLinesOf(const AccountPtr& account, int number) const {
+    DetailPtr made = twoLines(number);
+    for (ksservice::CCodeOrderParam& line : made->m_params) line.m_pAccount = account;
+    return made;
+  }
+  /// Detail `number` of the server, cancelled.
+  static DetailPtr onServer(std::vector<ksservice::CCodeOrderParam> params, int number = 1) {
+    DetailPtr made = detail(number);
+    made->m_bServerTask = true;
+    made->m_nStatus = ksservice::ETS_Cancelled;
+    made->m_params = std::move(params);
+    return made;
+  }
+  /// Of so many lots, of the account F1.
+  static ksservice::CBasketHedgeParam hedgeParam(int volume = 3, bool handedOver = false) {
+    ksservice::CBasketHedgeParam made;
+    made.m_bEnabled = true;
+    made.m_bHandedOver = handedOver;
+    made.m_strMarket = "CFFEX";
+    made.m_strCode = "IF2612";
+    made.m_strAccount = "F1";
+    made.m_nVolume = volume;
+    return made;
+  }
+
   OrderPtr buy(const std::string& key, int volume, int traded, double amount) const {
     return order(key, "SH", "600000", ksservice::EOT_Buy, volume, traded, amount);
   }
@@ -126,12 +151,18 @@ class CTaskTest : public testing::Test {
 
   const AccountPtr mainAccount = account("A1", "1001");
   const AccountPtr secondAccount = account("A2", "1002", "二号");
+  const AccountPtr futuresAccount = futures();
   test::CTestHost host;
   boost::shared_ptr<TC::CBasketTask> held = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
   TC::CBasketTask& task = *held;
   TC::CBasketTaskItem& root = *task.getRoot();
 
  private:
+  static AccountPtr futures() {
+    AccountPtr made = account("F1", "8001", "期货账户");
+    made->m_nType = 1;
+    return made;
+  }
   static std::string treeOf(const TC::CBasketTaskItem& node, int depth) {
     const QString key = node.parent() ? node.getKey().mid(node.parent()->getKey().size() + 1) : node.getKey();
     std::string text = std::string(static_cast<std::size_t>(depth), ' ') + key.toStdString() + "\n";

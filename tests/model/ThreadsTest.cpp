@@ -15,20 +15,13 @@ class CTaskThreadsTest : public CPatchTaskTest {
 
   CTaskThreadsTest() {
     QObject::disconnect(&task, nullptr, nullptr, nullptr);
-    futures->m_nType = 1;
-    host.setAccount(*futures);
-    hedge.m_bEnabled = true;
-    hedge.m_strMarket = "CFFEX";
-    hedge.m_strCode = "IF2612";
-    hedge.m_strAccount = "F1";
-    hedge.m_nVolume = 3;
+    host.setAccount(*futuresAccount);
     inDialog(press("选中补单"));
   }
 
   /// One of the task's own details, of which each fourth runs on the server.
   DetailPtr ownDetail(int number, int status) const {
-    DetailPtr made = twoLines(number);
-    for (CCodeOrderParam& param : made->m_params) param.m_pAccount = number % 2 == 0 ? mainAccount : secondAccount;
+    DetailPtr made = twoLinesOf(number % 2 == 0 ? mainAccount : secondAccount, number);
     made->m_bServerTask = number % 4 == 0;
     made->m_nStatus = status;
     made->m_nEndTime = number;
@@ -51,7 +44,7 @@ class CTaskThreadsTest : public CPatchTaskTest {
     DetailPtr sale = detail();
     sale->m_strKey = "900-1";
     sale->m_nTaskId = 900;
-    sale->m_params = {param(futures, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
+    sale->m_params = {param(futuresAccount, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
     task.updateHedge(sale);
     task.setHedgeParam(hedge, false);
     task.noteAccount("A1", "1001");
@@ -149,8 +142,7 @@ class CTaskThreadsTest : public CPatchTaskTest {
     return task.getStockDetailMap("A2").isEmpty() ? QString() : task.getStockDetailMap("A2").first()->m_strKey;
   }
 
-  const AccountPtr futures = account("F1", "8001");
-  CBasketHedgeParam hedge;
+  const CBasketHedgeParam hedge = hedgeParam();
   int m_nTarget = 3;
   std::atomic<int> m_nPatches = 0;
   int m_nSeen = 0;
