@@ -144,6 +144,16 @@ TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
 }
 
+TEST_F(CPatchTest, AServerTaskThatHasFilledWholeNeedsNoAnswer) {
+  serverTask();
+  DetailPtr filled = onServer({sellLine(700)}, 2);
+  filled->m_nStatus = ETS_Finished;
+  update(filled);
+  patch();
+  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}}}}),
+            "dialog A1/SH.600000买入=700 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
+}
+
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
   DetailPtr made = onServer(twoLines()->m_params);
   made->m_nStatus = ETS_Running;

@@ -14,6 +14,7 @@
 #include "CBasketTasksPanel.h"
 #include "CycleAmbush.h"
 #include "CycleMarket.h"
+#include "RandomDays.h"
 #include "ShownRows.h"
 #include "TestHost.h"
 
@@ -67,7 +68,7 @@ class CycleDays : public testing::Test {
   int m_nStale = -1;                     ///< task whose rows a fault has cost
   std::vector<boost::weak_ptr<CBasketTask>> m_gone;
   std::vector<std::size_t> m_heap;
-  std::map<std::string, long> m_counts;
+  test::DayCounts m_counts;
   std::vector<std::string> m_notes;
   std::string m_strFault;
 };

@@ -2,13 +2,13 @@
 // while the worker is held somewhere in the middle of a refresh or a load. In the environment: CYCLE_DAYS and
 // CYCLE_SEED run so many days from a seed on, without them as many as fit into some seconds. A day is repeated by its
 // seed, but for what hangs on the days before it in one panel, and on the threads.
+#include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QElapsedTimer>
-#include <cstdlib>
-#include <iostream>
 #include "CycleDays.h"
 
 #include "BasketColumns.h"
+#include "RandomDays.h"
 #include "TaskDetails.h"
 #include "TaskKeys.h"
 #include "gv/CCommonDialog.h"
@@ -25,11 +25,6 @@ constexpr int SOME_SECONDS_MSEC = 12000;
 constexpr int GIVE_UP_MSEC = 20000;
 constexpr int TYPES = 2;
 
-long numberOf(const char* variable, long otherwise) {
-  const char* text = std::getenv(variable);
-  return text ? std::strtol(text, nullptr, 10) : otherwise;
-}
-
 void switchDisplay(const CBasketTasksPanel& panel) {
   panel.findChild<CHpfBasketStatusTable*>()->handleEvent(GV::EventColumnDoubleClicked, 0, 0,
                                                          QString::number(EBC_Progress), nullptr);
@@ -45,6 +40,8 @@ CycleDays::CycleDays() {
   m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
   m_panel->setTradeType(EMTT_Stock);
   m_pTable = m_panel->findChild<CHpfBasketStatusTable*>();
+  new QAbstractItemModelTester(m_pTable->dataModel(), QAbstractItemModelTester::FailureReportingMode::Fatal,
+                               m_panel.get());
 }
 
 CycleDays::~CycleDays() {
@@ -345,19 +342,9 @@ void CycleDays::runDay(std::uint32_t seed) {
 }
 
 TEST_F(CycleDays, ShowWhatAFreshPanelShows) {
-  const long days = numberOf("CYCLE_DAYS", 0);
-  const long first = numberOf("CYCLE_SEED", 1);
-  QElapsedTimer timer;
-  timer.start();
-  long day = 0;
-  for (; days > 0 ? day < days : timer.elapsed() < SOME_SECONDS_MSEC; ++day) {
-    ASSERT_NO_FATAL_FAILURE(runDay(static_cast<std::uint32_t>(first + day)));
-  }
-  std::cout << day << " days";
-  for (const auto& [what, count] : m_counts) std::cout << ", " << count << " " << what;
-  std::cout << std::endl;
-  EXPECT_GE(m_counts["held"], day / 2) << "the days try too little";
-  EXPECT_GE(m_counts["faults"], day / 5);
+  const long days = test::runRandomDays("CYCLE", SOME_SECONDS_MSEC, m_counts, [this](std::uint32_t seed) { runDay(seed); });
+  EXPECT_GE(m_counts["held"], days / 2) << "the days try too little";
+  EXPECT_GE(m_counts["faults"], days / 5);
   // The least of some days. What is kept of each day's rows would be a dozen kilobytes a day.
   const auto least = [this](std::size_t from, std::size_t to) {
     return *std::min_element(m_heap.begin() + static_cast<long>(from), m_heap.begin() + static_cast<long>(to));

@@ -33,7 +33,7 @@ std::string textOf(const std::vector<std::string>& sends) {
 
 }  // namespace
 
-CSafetyDay::CSafetyDay(std::uint64_t seed, unsigned allowed, bool all, SafetyCounts& counts)
+CSafetyDay::CSafetyDay(std::uint64_t seed, unsigned allowed, bool all, DayCounts& counts)
     : m_nSeed(seed), m_counts(counts), m_plan(seed, allowed, all), m_random(seed + 1), m_host(m_plan, m_random, *this) {
   GV::CMessageBox::setPresenter([this](QWidget*, const QString& title, const QString& text) {
     ++m_counts["messages"];

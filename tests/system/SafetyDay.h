@@ -1,6 +1,7 @@
 /// A user who clicks about on a random day, and what must hold whatever he does.
 #pragma once
 
+#include "RandomDays.h"
 #include "SafetyHost.h"
 #include "tc/ITradeDockableWidget.h"
 
@@ -11,16 +12,13 @@ class CHpfTreeTable;
 
 namespace test {
 
-/// How often things happened, in words.
-using SafetyCounts = std::map<std::string, long>;
-
 /// The line of a row that is named "SH.600000买入".
 LineKey lineOfRow(const std::string& account, const QString& row);
 
 /// Runs one day; GUI thread, one at a time.
 class CSafetyDay : private IPanelWatcher {
  public:
-  CSafetyDay(std::uint64_t seed, unsigned allowed, bool all, SafetyCounts& counts);
+  CSafetyDay(std::uint64_t seed, unsigned allowed, bool all, DayCounts& counts);
   ~CSafetyDay() override;
 
   void run();
@@ -90,7 +88,7 @@ class CSafetyDay : private IPanelWatcher {
   void checkFresh();
 
   std::uint64_t m_nSeed;
-  SafetyCounts& m_counts;
+  DayCounts& m_counts;
   SDayPlan m_plan;
   Random m_random;
   std::vector<std::string> m_notes;

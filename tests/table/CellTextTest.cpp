@@ -33,22 +33,21 @@ SRow buyRow() {
   return row;
 }
 
-TEST(CellText, ProgressByAmountSwitchesToTenThousands) {
-  SRow row = buyRow();
-  row.figures = {100.5, 9999.8, 1000, 10, 990};
-  EXPECT_EQ(row.progress(EPD_Amount), "100.50 / 9999.80");
-  row.figures.tradedAmount = 0;
-  row.figures.totalAmount = 10000;
-  EXPECT_EQ(row.progress(EPD_Amount), "0.00万 / 1.00万");
-  // Just inside the tolerance of the switch.
-  row.figures.totalAmount = 9999.99;
-  EXPECT_EQ(row.progress(EPD_Amount), "0.00万 / 1.00万");
-}
-
-TEST(CellText, AFullRowShowsItsTradedAmountOnBothSides) {
-  SRow row = buyRow();
-  row.figures = {12345.0, 12000.0, 1000, 1000, 0};
-  EXPECT_EQ(row.progress(EPD_Amount), "1.23万 / 1.23万");
+TEST(CellText, ProgressByAmountSwitchesToTenThousandsAndIsWholeWhenFilled) {
+  struct SCase {
+    SRowFigures figures;
+    const char* shown;
+  };
+  // The third is just inside the tolerance of the switch; of a full row both sides are what was traded.
+  const SCase cases[] = {{{100.5, 9999.8, 1000, 10, 990}, "100.50 / 9999.80"},
+                         {{0, 10000, 1000, 10, 990}, "0.00万 / 1.00万"},
+                         {{0, 9999.99, 1000, 10, 990}, "0.00万 / 1.00万"},
+                         {{12345.0, 12000.0, 1000, 1000, 0}, "1.23万 / 1.23万"}};
+  for (const SCase& each : cases) {
+    SRow row = buyRow();
+    row.figures = each.figures;
+    EXPECT_EQ(row.progress(EPD_Amount), each.shown);
+  }
 }
 
 TEST(CellText, OperationsWithoutAmountShowNone) {
