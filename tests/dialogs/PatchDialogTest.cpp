@@ -141,21 +141,8 @@ TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
   const Params params = {param("SH", "600000", EOT_Buy, 100),   param("SZ", "000001", EOT_Sell, 100),
                          param("SH", "600001", EOT_Buy, 100),   param("SH", "600001", EOT_Sell, 100),
                          param("SZSE", "000002", EOT_Buy, 100), param("HK", "00700", EOT_Buy, 100)};
-  const auto typesWith = [&](const char* choice) {
-    run(params, [&](TC::CBasketPatchDialog& dialog) {
-      runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
-        EXPECT_EQ(trade.press(qs(choice)), QString());
-        EXPECT_EQ(trade.press(qs("保存")), QString());
-      });
-      dialog.press(qs("选中补单"));
-    });
-    std::vector<std::pair<int, double>> types;
-    for (const CCodeOrderParam& taken : take()) types.emplace_back(taken.m_nPriceType, taken.m_dPrice);
-    return types;
-  };
-  using Types = std::vector<std::pair<int, double>>;
-  EXPECT_EQ(typesWith("沪市市价"), (Types{{42, 12}, {47, 12}, {0, 12}, {10, 12}, {42, 12}, {42, 12}}));
-  EXPECT_EQ(typesWith("深市市价"), (Types{{42, 12}, {47, 12}, {0, 12}, {10, 12}, {0, 12}, {47, 12}}))
+  EXPECT_EQ(typesWith(params, "沪市市价"), (Types{{42, 12}, {47, 12}, {0, 12}, {10, 12}, {42, 12}, {42, 12}}));
+  EXPECT_EQ(typesWith(params, "深市市价"), (Types{{42, 12}, {47, 12}, {0, 12}, {10, 12}, {0, 12}, {47, 12}}))
       << "only the markets SH and SZ are given the other exchange's type";
 }
 
@@ -174,32 +161,17 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   run(params, {seller}, "", [&](TC::CBasketPatchDialog& dialog) { dialog.press(qs("选中补单")); });
   EXPECT_EQ(take()[0].m_nPriceType, EPT_Limit);
   EXPECT_EQ(take()[1].m_nPriceType, EPT_SellerLimit);
-  struct SCase {
+  const struct {
     const char* choice;
-    int buyType;
-    double buyPrice;
-    int sellType;
-    double sellPrice;
+    Types types;
+  } cases[] = {
+      {"限价", {{0, 12}, {10, 12}}},
+      {"最新价", {{EPT_Latest, 10}, {EPT_Latest, 10}}},
+      {"对手价", {{14, 11}, {14, 12}}},  // no bid: the price for an order
+      {"涨停价", {{EPT_LimitUp, 15}, {EPT_LimitUp, 15}}},
+      {"跌停价", {{EPT_LimitDown, 12}, {EPT_LimitDown, 12}}},
   };
-  const SCase cases[] = {
-      {"限价", 0, 12, 10, 12},
-      {"最新价", EPT_Latest, 10, EPT_Latest, 10},
-      {"对手价", 14, 11, 14, 12},  // no bid: the price for an order
-      {"涨停价", EPT_LimitUp, 15, EPT_LimitUp, 15},
-      {"跌停价", EPT_LimitDown, 12, EPT_LimitDown, 12},
-  };
-  for (const SCase& each : cases) {
-    SCOPED_TRACE(each.choice);
-    run(params, [&](TC::CBasketPatchDialog& dialog) {
-      runTradeParams(dialog, [&](GV::CCommonDialog& trade) { EXPECT_EQ(trade.press(qs(each.choice)), QString()); });
-      dialog.press(qs("选中补单"));
-    });
-    const Params taken = take();
-    EXPECT_EQ(taken[0].m_nPriceType, each.buyType);
-    EXPECT_EQ(taken[0].m_dPrice, each.buyPrice);
-    EXPECT_EQ(taken[1].m_nPriceType, each.sellType);
-    EXPECT_EQ(taken[1].m_dPrice, each.sellPrice);
-  }
+  for (const auto& each : cases) EXPECT_EQ(typesWith(params, each.choice), each.types) << each.choice;
 }
 
 TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {

@@ -24,6 +24,7 @@ class PatchTest : public testing::Test {
 
  protected:
   using Params = std::vector<ksservice::CCodeOrderParam>;
+  using Types = std::vector<std::pair<int, double>>;
   using Work = std::function<void(TC::CBasketPatchDialog&)>;
 
   PatchTest() {
@@ -79,6 +80,19 @@ class PatchTest : public testing::Test {
   const TC::SPatchOrders& orders() const { return std::get<TC::SPatchOrders>(m_choice); }
   const TC::SPatchBasket& basket() const { return std::get<TC::SPatchBasket>(m_choice); }
   const Params& take() const { return orders().params; }
+  /// The price type and price of each line when the user has chosen a button of the trade parameters.
+  Types typesWith(const Params& params, const char* choice) {
+    run(params, [&](TC::CBasketPatchDialog& dialog) {
+      runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
+        EXPECT_EQ(trade.press(qs(choice)), QString());
+        EXPECT_EQ(trade.press(qs("保存")), QString());
+      });
+      dialog.press(qs("选中补单"));
+    });
+    Types types;
+    for (const ksservice::CCodeOrderParam& taken : take()) types.emplace_back(taken.m_nPriceType, taken.m_dPrice);
+    return types;
+  }
   QString quantity(const char* key) {
     for (const GV::SDialogRow& row : m_dialog.state().rows) {
       if (row.key == qs(key)) return row.editor == row.cells.at(7) ? row.editor : qs("cell and editor differ");

@@ -34,8 +34,7 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   command.m_nType = 6;
   host.setCommand(command);
   host.change([](auto& session) { session.m_settings.m_strOrderSetting = "price=1"; });
-  update(cancelled(200, 0));
-  takeEvents();
+  given(cancelled(200, 0));
   const QString buyRow = row("SH.600000买入").m_strKey;
   task.patch(buyRow, 14);
   EXPECT_EQ(takeEvents(), "") << "a single row's success is announced by its details";
@@ -51,8 +50,7 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   }
   row("SH.600000买入").m_bPatching = true;
   task.patch(buyRow, 14);
-  update(twoLines());
-  takeEvents();
+  given(twoLines());
   task.patch(QString(), 14);
   EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";
 }
@@ -62,15 +60,13 @@ TEST_F(CDirectPatchTest, RowsOfTwoAccountsAreToldApart) {
   DetailPtr other = detail(2);
   other->m_params = {param(secondAccount, "SH", "600000", EOT_Buy, 1000, 10)};
   other->m_nStatus = ETS_Cancelled;
-  update(other);
-  takeEvents();
+  given(other);
   task.patch(row("SH.600000买入", "A2").m_strKey, 0);
   EXPECT_EQ(takeEvents(), "status 组合任务123-1002-SH.600000买入 10001 0\n") << "no stored order setting";
 }
 
 TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
-  update(cancelled(950, 500));
-  takeEvents();
+  given(cancelled(950, 500));
   const QString key = row("SH.600000买入").m_strKey;
   const std::string failed = "status 组合任务123-SH.600000买入 10001 0\n";
   task.patch(key, 14);
@@ -80,8 +76,7 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   EXPECT_EQ(takeEvents(), failed + "status T 10001 0\n");
   messages();
 
-  update(cancelled(200, 500));
-  takeEvents();
+  given(cancelled(200, 500));
   task.patch(key, 0);
   EXPECT_EQ(takeEvents(), failed) << "no stored order setting";
   host.change([](auto& session) { session.m_settings.m_strOrderSetting = "nonsense"; });
@@ -105,8 +100,7 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   instrument("SH", "600000", 100);
   DetailPtr server = next(cancelled(200, 500));
   server->m_bServerTask = true;
-  update(server);
-  takeEvents();
+  given(server);
   task.patch(key, 14);
   EXPECT_EQ(messages(), "可补单量为0 A1/SH.600000买入\n") << "nothing is known of what the server did";
   EXPECT_TRUE(host.takeCreations().empty());

@@ -82,8 +82,7 @@ TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) 
   EXPECT_EQ(task.getHedgeItem()->m_nStatus, ETS_Cancelled);
   EXPECT_FALSE(task.getHedgeItem()->m_bPatching);
 
-  update(cancelled(1000, 500));
-  takeEvents();
+  given(cancelled(1000, 500));
   task.cancel("");
   EXPECT_EQ(takeSends(), "local 123@A1\nhedge stop 123\nlocal 123@A1\n");
   EXPECT_EQ(takeEvents(), "status T 8 0\nstatus T 11 0\n");

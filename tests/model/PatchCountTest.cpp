@@ -105,8 +105,7 @@ TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfil
   DetailPtr own = cancelled(200, 0);
   own->m_params.front().m_nOrderType = EORT_Algo3;
   own->m_params.insert(own->m_params.begin(), sellLine(0));  // the root's type is that of the first line
-  update(own);
-  takeEvents();
+  given(own);
   const auto deliver = [this](const DetailPtr& made) {
     deliverPatch(made);
     return takeEvents();
@@ -131,8 +130,7 @@ TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfil
 TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   addHedge(3);
   task.getHedgeItem()->m_nStatus = ETS_Cancelled;
-  update(cancelled(200, 500));
-  takeEvents();
+  given(cancelled(200, 500));
   takeSends();
   deliverPatch(buyPatch(124, ETS_Finished, 700, 700));
   EXPECT_EQ(takeEvents(), "status T 8 0\n") << "a share is missing besides the hedge";

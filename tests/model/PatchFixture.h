@@ -122,6 +122,11 @@ class CPatchTaskTest : public CTaskTest {
     made->m_orders = {ended(buy("o1", 1000, bought, bought * 10)), ended(sell("o2", 500, sold))};
     return made;
   }
+  /// What it makes the task say is no part of the test.
+  void given(const DetailPtr& made) {
+    update(made);
+    takeEvents();
+  }
   void deliverPatch(DetailPtr made) {
     host.store(made);
     task.updatePatch(made);

@@ -22,10 +22,7 @@ class CPatchTest : public CPatchTaskTest {
     return takeEvents();
   }
   /// The task as one server detail, cancelled; answers are made by answer().
-  void serverTask() {
-    update(onServer(twoLines()->m_params));
-    takeEvents();
-  }
+  void serverTask() { given(onServer(twoLines()->m_params)); }
   std::string answer(const Answer& data) {
     for (const auto& query : host.takeQueries()) query.completion(data, {}, {});
     return takeEvents();
@@ -99,8 +96,7 @@ TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
   unknown->m_nStatus = without->m_nStatus = ETS_Cancelled;
   unknown->m_params = {param(secondAccount, "SH", "600999", EOT_Buy, 100, 10)};
   without->m_params = {param(third, "SH", "600000", EOT_Buy, 100, 10)};
-  for (const DetailPtr& one : {known, unknown, without}) update(one);
-  takeEvents();
+  for (const DetailPtr& one : {known, unknown, without}) given(one);
   EXPECT_EQ(patch(),
             "box 补单|不能补单：\nSH.600999 买入 1002：没有合约信息\nSH.600000 买入 1003：没有账号数据\n"
             "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
@@ -108,12 +104,10 @@ TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
 
 TEST_F(CPatchTest, AUnitBelowOneIsToldAndNothingIsOrderedOfIt) {
   const std::string reason = "box 补单|不能补单：\nSH.600000 买入 1001：没有有效的最小交易单位\n";
-  update(cancelled(200, 0));
-  takeEvents();
+  given(cancelled(200, 0));
   instrument("SH", "600000", 0);
   EXPECT_EQ(patch(), reason + "dialog A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
-  update(cancelled(200, 500));
-  takeEvents();
+  given(cancelled(200, 500));
   EXPECT_EQ(patch(), reason + refuse("可补单量为0"));
 }
 
@@ -123,15 +117,13 @@ TEST_F(CPatchTest, TwentyReasonsAreToldAndTheRestIsCounted) {
   for (int i = 0; i < 23; ++i) {
     made->m_params.push_back(param(mainAccount, "SH", "6001" + std::to_string(10 + i), EOT_Buy, 100, 10));
   }
-  update(made);
-  takeEvents();
+  given(made);
   const std::string events = patch();
   EXPECT_NE(events.find("SH.600129 买入 1001：没有合约信息\n等 3 行\ndialog"), std::string::npos) << events;
 }
 
 TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
-  update(cancelled(200, 0));
-  takeEvents();
+  given(cancelled(200, 0));
   inDialog([](GV::CCommonDialog& dialog) {
     EXPECT_EQ(dialog.press("反选"), "");
     EXPECT_EQ(dialog.press("选中补单"), "");

@@ -13,6 +13,8 @@ namespace {
 
 class Staging : public testing::Test {
  protected:
+  Staging() { test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}}); }
+
   static SStagedTask only(const StagedBatch& batch) {
     if (batch.size() != 1) throw std::logic_error("one task expected");
     return batch.front();
@@ -30,7 +32,6 @@ class Staging : public testing::Test {
 };
 
 TEST_F(Staging, BringsShapeAndTextsOnceAndFiguresAlways) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
   const SStagedTask first = stage(m_task);
   ASSERT_TRUE(first.shape && first.texts && first.figures);
   ASSERT_EQ(first.shape->size(), 3U);
@@ -54,7 +55,6 @@ TEST_F(Staging, BringsShapeAndTextsOnceAndFiguresAlways) {
 }
 
 TEST_F(Staging, BringsTextsWhenOneChanged) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   stage(m_task);
   QString* const texts[] = {&m_root.m_strRemark, &m_root.m_strCommandText, &m_root.m_strLocalInfoKey,
                             &m_root.m_strAccounts, &m_root.childAt(0)->m_strAccountName};
@@ -72,7 +72,6 @@ TEST_F(Staging, BringsTextsWhenOneChanged) {
 
 /// The host is asked again in each refresh, for what it did not know and for what it knew.
 TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   EXPECT_EQ((*stage(m_task).texts)[1].instrumentName, "");
   CCodeInfo info = test::makeInstrument("SH", "600000");
   for (const char* name : {"浦发银行", "ST浦发"}) {
@@ -117,7 +116,6 @@ TEST_F(Staging, KeepsTheFirstStart) {
        }},
   };
   const auto msec = [](const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; };
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   for (const SStep& step : steps) {
     step.before();
     m_root.m_startTime = step.start;
@@ -157,7 +155,6 @@ TEST_F(Staging, AStatusAloneComesWhenItChanged) {
 }
 
 TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   m_staging.stageTask(m_task);
   test::update(m_task, 1, "A1", "1001", {{"600000", 300}});
   const SStagedTask both = stage(m_task);
@@ -167,7 +164,6 @@ TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
 }
 
 TEST_F(Staging, AClearComesWithTheRowsThatFollowIt) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   stage(m_task);
   m_staging.stageClear(m_task->getKey());
   EXPECT_TRUE(m_staging.take().empty()) << "an empty task for who looks in between";
@@ -176,7 +172,6 @@ TEST_F(Staging, AClearComesWithTheRowsThatFollowIt) {
 }
 
 TEST_F(Staging, DropsWhatARefreshOfTheDayBeforeStages) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   m_staging.beginRefresh(0);
   m_staging.stageTask(m_task);
   m_staging.startDay(1);
@@ -188,7 +183,6 @@ TEST_F(Staging, DropsWhatARefreshOfTheDayBeforeStages) {
 }
 
 TEST_F(Staging, ANewTaskUnderAnOldKeyComesWhole) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
   stage(m_task);
   const test::TaskPtr again = test::makeTask(1);
   test::update(again, 1, "A1", "1001", {{"600000", 0}});

@@ -43,6 +43,12 @@ class StatusTable : public testing::Test {
     m_table.filterFinished(*task, hideFinished);
     m_table.endUpdate();
   }
+  /// ... by a detail of the task; see test::update.
+  void show(int number, const char* accountKey, const char* displayId,
+            const std::vector<std::pair<std::string, int>>& traded) {
+    test::update(m_task, number, accountKey, displayId, traded);
+    refresh(m_task);
+  }
   QString cell(const QString& key, int column) const {
     const StatusRowPtr row = m_table.getDataByKey(key);
     return row ? row->text(column) : QStringLiteral("no row");

@@ -49,8 +49,7 @@ TEST_F(StatusTable, EveryNodeHasARowOfItsOwnUnderAllItsNames) {
 /// Another row comes before those that are there, a second account puts a level between a task and its rows, the hedge
 /// another one: the rows stay what they are.
 TEST_F(StatusTable, RowsKeepTheirStateWhenTheTreeTakesAnotherShape) {
-  test::update(m_task, 1, "A1", "1001", {{"600036", 200}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600036", 200}});
   const QString key = keyAt("1/SH.600036买入");
   const StatusRowPtr row = m_table.getDataByKey(key);
   m_table.setSelectedKeys({m_rootKey, key});
@@ -58,8 +57,7 @@ TEST_F(StatusTable, RowsKeepTheirStateWhenTheTreeTakesAnotherShape) {
   ASSERT_EQ(buttons(key), "02");
   m_table.expandItem(m_rootKey, false);
 
-  test::update(m_task, 3, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
+  show(3, "A1", "1001", {{"600000", 0}});
   EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入\n");
   EXPECT_EQ(m_table.getDataByKey(key), row);
   EXPECT_EQ(cell(key, EBC_Unfilled), "800");
@@ -116,30 +114,25 @@ TEST_F(StatusTable, ThePageStaysWhenATaskTakesAnotherShape) {
 }
 
 TEST_F(StatusTable, AmountChangesAreReadOnce) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
   const StatusRowPtr row = m_table.getDataByKey(m_firstRow);
   EXPECT_EQ(row->getChangedValue(EBC_Amount), 2000) << "from nothing";
   EXPECT_EQ(row->getChangedValue(EBC_Amount), 0);
-  test::update(m_task, 1, "A1", "1001", {{"600000", 500}, {"600036", 0}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 500}, {"600036", 0}});
   EXPECT_EQ(row->getChangedValue(EBC_Unfilled), 0);
   EXPECT_EQ(row->getChangedValue(EBC_Amount), 3000);
   EXPECT_EQ(m_table.getDataByKey(m_secondRow)->getChangedValue(EBC_Amount), 0);
-  test::update(m_task, 1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
   EXPECT_EQ(row->getChangedValue(EBC_Amount), -1000);
 }
 
 TEST_F(StatusTable, ARowThatStaysCountsItsChangeFromWhatItShowed) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
   const auto change = [this](const char* path) {
     return m_table.getDataByKey(keyAt(path))->getChangedValue(EBC_Amount);
   };
   EXPECT_EQ(change("1"), 2000);
-  test::update(m_task, 2, "A2", "1002", {{"600000", 100}});
-  refresh(m_task);
+  show(2, "A2", "1002", {{"600000", 100}});
   EXPECT_EQ(change("1"), 1000);
   EXPECT_EQ(change("1/1001/SH.600000买入"), 0);
   EXPECT_EQ(change("1/1001"), 2000) << "a new row";
@@ -153,8 +146,7 @@ TEST_F(StatusTable, ARowThatStaysCountsItsChangeFromWhatItShowed) {
 }
 
 TEST_F(StatusTable, OnlyRootsCountInTheStatisticsOfTheAmount) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 200}, {"600036", 100}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 200}, {"600036", 100}});
   const StatusRowPtr root = m_table.getDataByKey(m_rootKey);
   EXPECT_EQ(root->number(EBC_Amount), 3000);
   EXPECT_EQ(root->number(EBC_Unfilled), 0);
@@ -164,8 +156,7 @@ TEST_F(StatusTable, OnlyRootsCountInTheStatisticsOfTheAmount) {
 }
 
 TEST_F(StatusTable, StatusSignalStandsUntilTheNextRowData) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 0}});
   struct SCase {
     int status;
     const char* shown;
@@ -222,8 +213,7 @@ TEST_F(StatusTable, OnlyTheHedgeRowHasTheButtonsOfAHedge) {
 }
 
 TEST_F(StatusTable, OrderCountsOfASignalStandUntilTheNextRowData) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 100}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 100}});
   CHpfBasketOrderDelegate& orders = *m_table.getTaskOrderDelegate();
   EXPECT_EQ(orders.text(*m_table.getDataByKey(m_rootKey)), " 已报1 收到0 ");
   orders.slotTaskOrder(taskDisplayId(1, 1), 7, 5);

@@ -89,8 +89,7 @@ TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
   m_owner.resize(900, 400);
   m_table.resize(900, 400);
   m_owner.show();
-  test::update(m_task, 1, "A1", "1001", {{"600000", 100}, {"600036", 200}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 100}, {"600036", 200}});
   const auto press = [this](int key, bool held = false) {
     const int before = static_cast<int>(m_owner.m_actions.size());
     QKeyEvent event(QEvent::KeyPress, key & ~int(Qt::KeyboardModifierMask),
@@ -195,8 +194,7 @@ TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
   EXPECT_FALSE(open("1/SH.600000买入"));
   EXPECT_TRUE(open("1/SH.600036买入"));
   EXPECT_EQ(window->getKey(), m_rootKey + m_secondRow);
-  test::update(m_task, 2, "A2", "1002", {{"600000", 100}});
-  refresh(m_task);
+  show(2, "A2", "1002", {{"600000", 100}});
   EXPECT_EQ(window->getKey(), m_rootKey + m_rootKey + QStringLiteral("-1001-SH.600036买入"));
   EXPECT_TRUE(sums->text().contains(QStringLiteral("成交 200"))) << sums->text().toStdString();
   m_table.startDay(1);
@@ -210,8 +208,7 @@ TEST_F(StatusTable, TheWindowOfOrdersKeepsItsPlaceSelectionAndSorting) {
   std::vector<std::pair<std::string, int>> traded;
   traded.reserve(ORDERS);
   for (int i = 0; i < ORDERS; ++i) traded.emplace_back(std::to_string(600000 + i), 1 + i);
-  test::update(m_task, 1, "A1", "1001", traded);
-  refresh(m_task);
+  show(1, "A1", "1001", traded);
   const auto open = [&] { m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, m_rootKey, nullptr); };
   open();
   auto& orders = *m_table.findChild<CTaskOrdersWidget*>()->findChild<GV::CHpfTreeTable*>();
@@ -223,8 +220,7 @@ TEST_F(StatusTable, TheWindowOfOrdersKeepsItsPlaceSelectionAndSorting) {
 
   traded[0].second = 999;
   test::update(m_task, 1, "A1", "1001", traded);
-  test::update(m_task, 2, "A2", "1002", {{"600999", 500}});
-  refresh(m_task);
+  show(2, "A2", "1002", {{"600999", 500}});
   EXPECT_EQ(atTop(), page);
   EXPECT_TRUE(orders.isSelected(QStringLiteral("A1-600100")));
   const auto top = [&](int row) { return orders.baseModel()->rowAt(row).key(); };
@@ -255,8 +251,7 @@ TEST_F(StatusTable, TipsOfTheProgressColumn) {
   m_owner.resize(1600, 400);
   m_table.resize(1600, 400);
   m_owner.show();
-  test::update(m_task, 1, "A1", "1001", {{"600000", 0}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 0}});
   const auto tipAt = [this](int x, int y) {
     QToolTip::showText(QPoint(), QStringLiteral("none"));
     QMouseEvent move(QEvent::MouseMove, QPointF(x, y), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
@@ -278,8 +273,7 @@ TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
   info.m_nTradeUnit = 100;
   m_host.desk().setInstrument(info);
   m_table.setParam(QStringLiteral("/1"));
-  test::update(m_task, 1, "A1", "1001", {{"600000", 250}});
-  refresh(m_task);
+  show(1, "A1", "1001", {{"600000", 250}});
   EXPECT_EQ(cell(m_firstRow, EBC_Progress), "2.50 / 10.00");
   info.m_nTradeUnit = 10;
   m_host.desk().setInstrument(info);
