@@ -66,7 +66,7 @@ TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
   }
 }
 
-TEST(OrderTexts, OrderSettings) {
+TEST(OrderTexts, OnlyAKnownOrderSettingPricesALineAndWithinItsLimit) {
   test::CTestHost host;
   for (const char* text :
        {"", "price", "price=", "price=x", "price=14 ", " price=14", "price=11", "price=5", "price=-1"}) {

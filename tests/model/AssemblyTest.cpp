@@ -70,7 +70,7 @@ TEST_F(CTaskTest, DetailThatMovesToAnotherAccountTakesItsFillsAlong) {
   EXPECT_EQ(row("SH.600000买入", "A2").m_mapOrders.size(), 1);
 }
 
-TEST_F(CTaskTest, KeysOfCommandsAndServerTasks) {
+TEST_F(CTaskTest, ALargeTaskIsKnownToTheServerByItsAlgorithm) {
   COrderCommand command;
   command.m_nCommandId = 77;
   command.m_nNumber = 5;
@@ -98,7 +98,7 @@ TEST_F(CTaskTest, ServerRunIsThatOfTheFirstDetail) {
   EXPECT_TRUE(task.isServerRun());
 }
 
-TEST_F(CTaskTest, ParametersOfANode) {
+TEST_F(CTaskTest, ANodeHasTheParametersOfAllRowsBelowItInDetailOrder) {
   update(twoLines(2));
   DetailPtr made = twoLines(1);
   made->m_params.front().m_nVolume = 700;

@@ -27,7 +27,7 @@ class CCountingTest : public CTaskTest {
   }
 };
 
-TEST_F(CCountingTest, TargetAmountByKindOfInstrument) {
+TEST_F(CCountingTest, TheTargetAmountTakesTheMultiplierOfPlainInstrumentsOnly) {
   TC::CCodeInfo plain;
   plain.m_dMultiplier = 300;
   EXPECT_DOUBLE_EQ(target(plain, EPT_Limit, 10), 200.0 * 10 * 300);
@@ -144,7 +144,7 @@ TEST_F(CCountingTest, ServerTaskWithoutCommandCountsItsOrders) {
   EXPECT_EQ(root.m_strRemark, "");
 }
 
-TEST_F(CCountingTest, RemarkOfAlgorithmRowsOfServerTasks) {
+TEST_F(CCountingTest, OnlyAlgorithmRowsOfServerTasksRemarkTheirInstance) {
   DetailPtr made = twoLines();
   made->m_params[0].m_nOrderType = EORT_Algo;
   made->m_strInstance = "TWAP-7";

@@ -145,7 +145,7 @@ TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   EXPECT_EQ(takeEvents() + takeSends(), "status T 8 0\n") << "dropped once";
 }
 
-TEST_F(CPatchCountTest, StatusOfATaskWithPatches) {
+TEST_F(CPatchCountTest, ATaskRunsWhileAPatchOrItsHedgeDoes) {
   struct SHedge {
     int state = TC::EHS_None;
     int rowStatus = ETS_Cancelled;

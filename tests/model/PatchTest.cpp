@@ -231,7 +231,7 @@ TEST_F(CPatchTest, FinishedNumbersCountForTheAccountAndUnderBothKeys) {
   EXPECT_EQ(available(all, "A2"), "A2/SH.600000买入 400\n");
 }
 
-TEST_F(CPatchTest, RemainderOfARow) {
+TEST_F(CPatchTest, WhatAnOrderMayStillFillIsNotOfferedAndTheRestInLots) {
   instrument("HK", "00700", 100);
   instrument("SZ", "300750", 100, {STOCK_TYPE_NO_LOTS});
   instrument("SH", "688001", 200, {STOCK_TYPE_NO_LOTS});

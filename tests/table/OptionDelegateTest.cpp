@@ -53,7 +53,7 @@ class OptionDelegate : public testing::Test {
                                       nullptr};
 };
 
-TEST_F(OptionDelegate, FirstStatusOfARow) {
+TEST_F(OptionDelegate, ANewRowShowsTheButtonsOfItsStatus) {
   struct SCase {
     int status;
     int type;
@@ -93,7 +93,7 @@ TEST_F(OptionDelegate, FirstStatusOfARow) {
   }
 }
 
-TEST_F(OptionDelegate, StatusesOneAfterAnother) {
+TEST_F(OptionDelegate, AStatusChangesTheButtonsThatAreThere) {
   struct SCase {
     const char* what;
     QString key;
@@ -175,7 +175,7 @@ TEST_F(OptionDelegate, AnnouncesWhatItApplied) {
   EXPECT_EQ(announced, (std::vector<std::pair<QString, int>>{{TASK, 8}, {TASK, 10001}, {HEDGE, 3}, {HEDGE, 3}}));
 }
 
-TEST_F(OptionDelegate, SingleTasks) {
+TEST_F(OptionDelegate, ASingleTaskHasButtonsOnlyWhileItRunsOrIsPaused) {
   EXPECT_EQ(afterSingle({3}), "0 1");
   EXPECT_EQ(afterSingle({4}), "0 2");
   EXPECT_EQ(afterSingle({3, 4}), "0 2");
@@ -190,7 +190,7 @@ TEST_F(OptionDelegate, SingleTasks) {
   EXPECT_EQ(afterSingle({4}), "2");
 }
 
-TEST_F(OptionDelegate, ClickedButtonOfASingleTask) {
+TEST_F(OptionDelegate, AClickedButtonOfASingleTaskComesBackAfterAnotherStatus) {
   m_delegate.slotTaskStatusSingle(TASK, 3, PLAIN);
   m_delegate.disableClicked(TASK, 1);
   m_delegate.slotTaskStatusSingle(TASK, 3, PLAIN);

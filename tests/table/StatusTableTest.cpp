@@ -224,19 +224,13 @@ TEST_F(StatusTable, OrderCountsOfASignalStandUntilTheNextRowData) {
   EXPECT_EQ(orders.text(*m_table.getDataByKey(m_rootKey)), " 已报1 收到0 ");
 }
 
-TEST_F(StatusTable, ARowThatOrderedNothingIsNotFinished) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}});
-  m_task->getRoot()->childAt(0)->m_nTotalVolume = 0;
-  m_task->getRoot()->childAt(0)->m_nFinishedVolume = 0;
+TEST_F(StatusTable, ARowThatOrderedNothingOrAnUnsetVolumeIsNotFinished) {
+  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 1000}, {"600048", 1000}});
+  CBasketTaskItem& nothing = *m_task->getRoot()->childAt(0);
+  nothing.m_nTotalVolume = nothing.m_nFinishedVolume = 0;
+  m_task->getRoot()->childAt(1)->m_bUnset = true;
   refresh(m_task, true);
-  EXPECT_EQ(rows(), "1\n  SH.600000买入\n");
-}
-
-TEST_F(StatusTable, ARowWithAnUnsetVolumeIsNotFinished) {
-  test::update(m_task, 1, "A1", "1001", {{"600000", 1000}, {"600036", 1000}});
-  m_task->getRoot()->childAt(0)->m_bUnset = true;
-  refresh(m_task, true);
-  EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入-\n");
+  EXPECT_EQ(rows(), "1\n  SH.600000买入\n  SH.600036买入\n  SH.600048买入-\n");
 }
 
 /// Which task a pass looks at again: one that was staged, one that announced a status although it is the same, and

@@ -29,7 +29,7 @@ TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
   EXPECT_EQ(prices(CHpfBasketStatusTable(2, &m_owner)), "最新价1 对手价14");
 }
 
-TEST_F(StatusTable, ParameterStrings) {
+TEST_F(StatusTable, AParameterStringBringsModeWidthsAndColumnsBack) {
   struct SCase {
     const char* text;
     EProcessDisplay mode;
@@ -247,7 +247,7 @@ TEST_F(StatusTable, SortsTasksByTheirIdAndTheRestByItsName) {
   EXPECT_EQ(rows(), "9\n  SH.600000买入\n  SH.600036买入\n10\n  SH.600000买入\n  SH.600036买入\n");
 }
 
-TEST_F(StatusTable, TipsOfTheProgressColumn) {
+TEST_F(StatusTable, ProgressTipsTellWhatADoubleClickSwitches) {
   m_owner.resize(1600, 400);
   m_table.resize(1600, 400);
   m_owner.show();
