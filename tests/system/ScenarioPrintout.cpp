@@ -5,7 +5,6 @@
 #include <QTemporaryDir>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 
 #include "CBasketTasksPanel.h"
@@ -75,11 +74,22 @@ void printDialog(const Json& dump, std::ostream& out) {
 }
 
 std::string journalOf(const std::string& fileName) {
-  static const std::regex look(R"(\{"look":(.*)\})");
-  const std::string text = readFile(fileName);
-  const bool alone = text.find(R"("session")") != std::string::npos;
-  return std::regex_replace((alone ? "" : readFile(PBT_SOURCE_DIR "/tests/system/common.jsonl")) + text, look,
-                            "{\"kind\":\"refresh\"}\n{\"kind\":\"dump\",\"name\":$1}");
+  static const std::string look = R"({"look":)";
+  const std::string own = readFile(fileName);
+  const bool alone = own.find(R"("session")") != std::string::npos;
+  std::istringstream in((alone ? "" : readFile(PBT_SOURCE_DIR "/tests/system/common.jsonl")) + own);
+  std::string journal;
+  for (std::string line; std::getline(in, line);) {
+    if (line.rfind(look, 0) == 0) {
+      journal += R"({"kind":"refresh"})"
+                 "\n"
+                 R"({"kind":"dump","name":)" +
+                 line.substr(look.size()) + "\n";
+    } else {
+      journal += line + "\n";
+    }
+  }
+  return journal;
 }
 
 /// What exports left in the folder, file by file.
