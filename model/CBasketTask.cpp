@@ -3,9 +3,9 @@
 #include "CBasketTask.h"
 
 #include "IPatchConfirm.h"
-#include "Notices.h"
 #include "TaskKeys.h"
 #include "TaskParts.h"
+#include "TaskSpeech.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "ksservice/TraderCenter.h"
@@ -65,7 +65,7 @@ QMap<QString, CBasketTaskItem*>& CBasketTask::getStockDetailMap(const QString& a
   return CTaskLock(*m_guard)->tree.stockRows(accountKey);
 }
 
-unsigned CBasketTask::shapeVersion() const { return CTaskLock(*m_guard)->tree.shapeVersion(); }
+unsigned CBasketTask::shapeVersion() const { return CTaskLock(*m_guard)->shape.version(); }
 
 void CBasketTask::getOrders(const QString& key, std::vector<boost::shared_ptr<ksservice::COrderDetail>>& details,
                             std::vector<boost::shared_ptr<ksservice::COrderInfo>>& orders) {
@@ -120,26 +120,25 @@ CBasketTask::ParamList CBasketTask::getParam(const QString& key) const {
 
 // States
 
-ksservice::ETaskStatus CBasketTask::status() { return CTaskLock(*m_guard)->root.ownStatus(); }
-ksservice::ETaskStatus CBasketTask::patchTaskStatus() { return CTaskLock(*m_guard)->root.patchStatus(); }
+ksservice::ETaskStatus CBasketTask::status() { return CTaskLock(*m_guard)->root.takeOwnStatus(); }
+ksservice::ETaskStatus CBasketTask::patchTaskStatus() { return CTaskLock(*m_guard)->root.takePatchStatus(); }
 int CBasketTask::shownStatus() const { return CTaskLock(*m_guard)->root.shownStatus(); }
 
 // What it tells
 
-void CBasketTask::say(const CNotices& notices) {
-  for (const SNotice& notice : notices.list()) {
+CBasketTask::CSpeech::~CSpeech() {
+  for (const SNotice& notice : list()) {
     if (notice.kind == SNotice::Status) {
-      Q_EMIT sigTaskStatus(notice.key, notice.first, notice.second);
+      Q_EMIT m_task.sigTaskStatus(notice.key, notice.first, notice.second);
     } else {
-      Q_EMIT sigTaskOrder(notice.key, notice.first, notice.second);
+      Q_EMIT m_task.sigTaskOrder(notice.key, notice.first, notice.second);
     }
   }
 }
 
 void CBasketTask::announce(int status) {
-  const CTaskLock task(*m_guard);
-  const CBasketTaskItem& root = task->tree.root();
-  Q_EMIT sigTaskStatus(root.m_strHpfTreeKey, status, root.m_nOrderType);
+  const int orderType = getOrderType(getKey());
+  Q_EMIT sigTaskStatus(getRoot()->m_strHpfTreeKey, status, orderType);
 }
 
 void CBasketTask::announceRoot() { announce(shownStatus()); }

@@ -21,7 +21,6 @@
 
 namespace TC {
 
-class CNotices;
 class CTaskGuard;
 class CTaskLock;
 class IPatchConfirm;
@@ -192,8 +191,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
 
  private:
   class CPatchFlow;
+  class CSpeech;
 
-  void say(const CNotices& notices);
   void announce(int status);
   void announceRoot();
   void announceEnded();

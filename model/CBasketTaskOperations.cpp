@@ -1,13 +1,11 @@
 /// What the user asks of a whole task: what is sent, and what its answers announce. Nothing is sent with the mutex
 /// held.
-#include <utility>
-
 #include "CBasketTask.h"
 #include "EHpfBasketTaskStatus.h"
-#include "Notices.h"
 #include "TaskOperations.h"
 #include "TaskParts.h"
 #include "TaskRules.h"
+#include "TaskSpeech.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CMsgService.h"
 #include "tc/Services.h"
@@ -45,6 +43,7 @@ DetailList reachAll(const CTaskLock& task, int operation) {
 
 /// The task is held weakly: the host may answer when it has gone.
 OperationReply replyTo(CBasketTask& task) {
+  Q_ASSERT(!CTaskLock::isHeldHere());
   return [weak = task.weak_from_this()](const utils::KSError& error, const bson::BSONObj& reply, int operation) {
     if (const auto known = weak.lock()) known->onOperateOrbTask(error, reply, operation);
   };
@@ -52,7 +51,7 @@ OperationReply replyTo(CBasketTask& task) {
 
 /// Takes a status that an operation leads to, once the root's is formed so.
 bool settle(const CTaskLock& task, ksservice::ETaskStatus expected, CNotices& notices) {
-  if (task->root.status() != expected) return false;
+  if (task->root.takeStatus() != expected) return false;
   task->root.form(notices);
   return true;
 }
@@ -70,12 +69,11 @@ void CBasketTask::cancel(QString text) {
   {
     const CTaskLock task(*m_guard);
     task->hedge.cancelled();
-    CNotices notices;
+    CSpeech notices(*this);
     cancelled = settle(task, ksservice::ETS_Cancelled, notices);
     if (cancelled) task->tree.root().m_bPatching = false;
-    dropped = task->root.onlyHedgeUnfinished() && task->hedge.dropTask();
+    dropped = task->root.onlyHedgeUnfinished() && task->hedge.takeDrop();
     waiting = task->root.wait().waiting;
-    say(notices);
   }
   if (waiting) {
     giveUpWaiting();
@@ -94,9 +92,8 @@ void CBasketTask::giveUpWaiting() {
     const CTaskLock task(*m_guard);
     CPatchStore::instance().of(task->root.storeKey(),
                                [now](CPatchCreations& creations) { creations.endWait(now, LONG_ENOUGH_MSEC); });
-    CNotices notices;
+    CSpeech notices(*this);
     task->root.form(notices);
-    say(notices);
   }
   announceEnded();
 }
@@ -110,9 +107,8 @@ void CBasketTask::pause(QString /*text*/) {
   {
     const CTaskLock task(*m_guard);
     task->hedge.paused();
-    CNotices notices;
+    CSpeech notices(*this);
     paused = settle(task, ksservice::ETS_Paused, notices);
-    say(notices);
   }
   if (paused) announceRoot();
 }
@@ -125,14 +121,13 @@ void CBasketTask::resume(QString /*text*/) {
   bool formed = false;
   {
     const CTaskLock task(*m_guard);
-    CNotices notices;
+    CSpeech notices(*this);
     formed = !task->patches.details().isEmpty();
     if (formed) {
       task->root.form(notices);
     } else {
       formed = settle(task, ksservice::ETS_Running, notices);
     }
-    say(notices);
   }
   if (formed) announceRoot();
 }
@@ -156,16 +151,16 @@ void CBasketTask::drop(QString /*text*/) {
 void CBasketTask::unpatch(const QString& key) {
   const OpRecordPtr record = makeEndRecord(ksservice::ETO_Drop);
   DetailList patches;
+  bool hedge = false;
   {
     const CTaskLock task(*m_guard);
     task->patch.giveUp();
     patches = reachPatches(task, ksservice::ETO_Drop);
-    if (task->hedge.isRow(key)) {
-      task->hedge.unmark();
-      // The hedge row's key with the root's order type: that is intended.
-      Q_EMIT sigTaskStatus(key, EHBTS_PatchFailed, task->tree.root().m_nOrderType);
-    }
+    hedge = task->hedge.isRow(key);
+    if (hedge) task->hedge.unmark();
   }
+  // The hedge row's key with the root's order type: that is intended.
+  if (hedge) Q_EMIT sigTaskStatus(key, EHBTS_PatchFailed, getOrderType(getKey()));
   for (const auto& detail : patches) sendOperation(*detail, record, replyTo(*this));
 }
 
@@ -190,9 +185,8 @@ void CBasketTask::cancelHedge(const QString& key) {
   }
   getBasketHedgeManager().stopHedge(getGroupId());
   const CTaskLock task(*m_guard);
-  CNotices notices;
+  CSpeech notices(*this);
   task->hedge.cancelledByUser(notices);
-  say(notices);
 }
 
 void CBasketTask::updateHedgeStatus(int /*status*/) {
@@ -214,6 +208,7 @@ void CBasketTask::onOperateOrbTask(const utils::KSError& error, const bson::BSON
 
 void CBasketTask::slotShowOperateOrbTaskError(QString message) {
   const auto self = weak_from_this().lock();  // the box runs an event loop in which the panel may let go of the task
+  Q_ASSERT(!CTaskLock::isHeldHere());
   getMsgService().showBox(QStringLiteral("Operate task fail"), message);
 }
 
@@ -222,9 +217,8 @@ void CBasketTask::letGo(ELetGo why) { CTaskLock(*m_guard)->patch.letGo(why); }
 void CBasketTask::onPatchesChanged() {
   {
     const CTaskLock task(*m_guard);
-    CNotices notices;
+    CSpeech notices(*this);
     task->root.form(notices);
-    say(notices);
   }
   announceRoot();
 }

@@ -5,8 +5,8 @@
 
 #include "CBasketTask.h"
 #include "FigureSums.h"
-#include "Notices.h"
 #include "TaskParts.h"
+#include "TaskSpeech.h"
 #include "ksservice/Helpers.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/Services.h"
@@ -19,7 +19,7 @@ using ksservice::CTaskDetailPtr;
 
 namespace {
 
-using Accounts = std::optional<CTaskTree::Accounts>;
+using Accounts = std::optional<CTaskShape::Accounts>;
 
 void countOwn(const CTaskLock& task, const SDetailFacts& facts, const CTaskDetailPtr& before, const QString& remark) {
   static const CDetailCounter::Orders none;
@@ -27,9 +27,9 @@ void countOwn(const CTaskLock& task, const SDetailFacts& facts, const CTaskDetai
 }
 
 /// Of a detail that was not known.
-void addRows(const CTaskLock& task, const CTaskDetail& detail, const Accounts& accounts) {
+void addRows(const CTaskLock& task, const CTaskDetail& detail) {
   const QString account = accountOf(detail).key;
-  for (CBasketTaskItem* row : task->tree.place(detail, accounts)) {
+  for (CBasketTaskItem* row : task->tree.place(detail)) {
     task->ledger.addRow(*row, false);
     task->counter.onNewRow(*row, account);
   }
@@ -74,7 +74,7 @@ void formRoot(const CTaskLock& task, CNotices& notices) {
 }
 
 /// True, once, when nothing but the hedge is unfinished and the hedge manager does not trade it.
-bool dropsForHedge(const CTaskLock& task) { return task->root.isLeftToHedge() && task->hedge.dropTask(); }
+bool dropsForHedge(const CTaskLock& task) { return task->root.isLeftToHedge() && task->hedge.takeDrop(); }
 
 }  // namespace
 
@@ -87,18 +87,16 @@ void CBasketTask::updateDetail(DetailPtr& d) {
   const bool isNew = !d->m_params.empty() && !task->own.knows(d->getKey());
   Accounts accounts;
   // Rows that are not in the shape yet: those of a load at whose end the host failed.
-  const bool shapes = isNew || (!d->m_params.empty() && task->tree.hasNewRows());
-  if (shapes && !task->load) accounts = task->tree.askAccounts(accountOf(*d).key);
+  const bool shapes = isNew || (!d->m_params.empty() && task->shape.isBehind());
+  if (shapes && !task->load) accounts = task->shape.askAccounts(accountOf(*d).key);
 
   const COwnDetails::STaken taken = task->own.take(d);
   if (d->m_params.empty()) return;
   task->tree.root().m_nOrderType = d->m_params.front().m_nOrderType;
   if (isNew) {
-    addRows(task, *d, accounts);
+    addRows(task, *d);
   } else if (!task->tree.follow(*d)) {
     return;  // it has changed to an account without rows: there is nothing to count
-  } else if (accounts) {
-    task->tree.build(*accounts);
   }
   countOwn(task, facts, taken.before, taken.algorithmRemark);
   if (task->load) {
@@ -106,13 +104,15 @@ void CBasketTask::updateDetail(DetailPtr& d) {
     task->root.noteOwn(*d);
     return;
   }
-  if (accounts) countAwaiting(task);
-  CNotices notices;
+  if (accounts) {
+    countAwaiting(task);
+    task->shape.build(*accounts);
+  }
+  CSpeech notices(*this);
   sumAll(task, notices);
   writeBackFilled(task, d);
   task->root.noteOwn(*d);
   formRoot(task, notices);
-  say(notices);
 }
 
 void CBasketTask::updateOrderDetail() {
@@ -136,17 +136,16 @@ void CBasketTask::endLoad() {
     if (!task->load) return;
     const std::unique_ptr<STaskParts::SLoad> load = std::move(task->load);
     patched = load->patches;
-    if (task->tree.hasNewRows()) {
-      const CTaskTree::Accounts accounts = task->tree.askAccounts();
+    if (task->shape.isBehind()) {
+      const CTaskShape::Accounts accounts = task->shape.askAccounts();
       countAwaiting(task);
-      task->tree.build(accounts);
+      task->shape.build(accounts);
     }
-    CNotices notices;
+    CSpeech notices(*this);
     sumAll(task, notices);
     for (const std::string& key : load->own) writeBackFilled(task, task->own.find(key));
     dropped = patched && dropsForHedge(task);
     task->root.form(notices);
-    say(notices);
   }
   announcePatched(dropped, patched);
 }
@@ -155,14 +154,13 @@ void CBasketTask::endLoad() {
 
 void CBasketTask::reorganize() {
   const CTaskLock task(*m_guard);
-  task->tree.build(task->tree.askAccounts());
+  task->shape.build(task->shape.askAccounts());
 }
 
 void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
   const CTaskLock task(*m_guard);
-  CNotices notices;
+  CSpeech notices(*this);
   sumFigures(*n, notices);
-  say(notices);
 }
 
 void CBasketTask::recursiveClear(CBasketTaskItem* n) {
@@ -172,24 +170,25 @@ void CBasketTask::recursiveClear(CBasketTaskItem* n) {
 
 void CBasketTask::updateRoot() {
   const CTaskLock task(*m_guard);
-  CNotices notices;
+  CSpeech notices(*this);
   sumFigures(task->tree.root(), notices);
   formRoot(task, notices);
-  say(notices);
 }
 
 void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
-  CTaskLock(*m_guard)->tree.noteAccount(accountKey, text);
+  CTaskLock(*m_guard)->shape.noteAccount(accountKey, text);
 }
 
 // Hedge
 
 void CBasketTask::setHedgeParam(const ksservice::CBasketHedgeParam& p, bool start) {
-  const CTaskLock task(*m_guard);
-  CTaskDetailPtr detail = task->hedge.setParam(p);
-  updateHedge(detail);
-  task->hedge.started(start);
-  task->hedge.giveToManager();
+  {
+    const CTaskLock task(*m_guard);
+    CTaskDetailPtr detail = task->hedge.setParam(p);
+    updateHedge(detail);
+    task->hedge.started(start);
+    task->hedge.giveToManager();
+  }
   if (start) getBasketHedgeManager().startHedge(getGroupId());
 }
 
@@ -200,13 +199,12 @@ void CBasketTask::updateHedge(DetailPtr& d) {
   updateHedgeCnt(d);
   task->hedge.price(lot);
   if (task->load) return;
-  CNotices notices;
+  CSpeech notices(*this);
   sumFigures(task->tree.root(), notices);
   // The root's key, not its tree key: that is intended.
   const CBasketTaskItem& root = task->tree.root();
   notices.orders(root.m_strKey, root.m_nOrderCount, root.m_nOrderCount2);
   formRoot(task, notices);
-  say(notices);
 }
 
 bool CBasketTask::updateHedgeCnt(DetailPtr& d) {
@@ -214,18 +212,18 @@ bool CBasketTask::updateHedgeCnt(DetailPtr& d) {
   if (!CTaskHedge::isHedge(d)) return false;
   const CTaskHedge::SFacts facts = task->hedge.ask(d);
   Accounts accounts;
-  if (!task->hedge.row() && !task->load) accounts = task->tree.askAccounts(accountOf(*d).key);
-  task->hedge.take(facts, task->own.all().isEmpty(), accounts);
+  if (!task->hedge.row() && !task->load) accounts = task->shape.askAccounts(accountOf(*d).key);
+  task->hedge.take(facts, task->own.all().isEmpty());
+  if (accounts) task->shape.build(*accounts);
   return true;
 }
 
 void CBasketTask::updateHedgeVolume(int volume) {
   const CTaskLock task(*m_guard);
   if (!task->hedge.raise(volume)) return;
-  CNotices notices;
+  CSpeech notices(*this);
   sumFigures(task->tree.root(), notices);
   task->hedge.noteTarget(notices);
-  say(notices);
 }
 
 // Patches
@@ -247,9 +245,8 @@ void countPatch(const CTaskLock& task, const CTaskDetailPtr& detail, CNotices& n
 void CBasketTask::updatePatchCnt(DetailPtr& detail) {
   if (!detail) return;
   const CTaskLock task(*m_guard);
-  CNotices notices;
+  CSpeech notices(*this);
   countPatch(task, detail, notices);
-  say(notices);
 }
 
 void CBasketTask::updatePatch(DetailPtr& detail) {
@@ -258,7 +255,7 @@ void CBasketTask::updatePatch(DetailPtr& detail) {
   bool loads = false;
   {
     const CTaskLock task(*m_guard);
-    CNotices notices;
+    CSpeech notices(*this);
     countPatch(task, detail, notices);
     if (task->load) {
       task->load->patches = loads = true;
@@ -267,7 +264,6 @@ void CBasketTask::updatePatch(DetailPtr& detail) {
       dropped = dropsForHedge(task);
       task->root.form(notices);
     }
-    say(notices);
   }
   sendOwed(*detail);
   if (!loads) announcePatched(dropped, true);

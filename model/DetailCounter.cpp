@@ -45,9 +45,7 @@ struct CDetailCounter::SRun {
 };
 
 void CDetailCounter::onNewRow(const CBasketTaskItem& row, const QString& accountKey) {
-  QString key = row.m_strStockKey + ksservice::operationText(row.m_vecOperations.front());
-  ksservice::replaceMarketToHK(key);
-  const auto awaited = m_awaited.find({accountKey, key});
+  const auto awaited = m_awaited.find({accountKey, patchLine(row, accountKey).second});
   if (awaited != m_awaited.end()) m_awaiting.insert(awaited->second.begin(), awaited->second.end());
 }
 
@@ -59,10 +57,10 @@ std::set<CDetailCounter::Counted> CDetailCounter::takeAwaiting() {
 void CDetailCounter::count(const SDetailFacts& facts, const Orders& before, const STexts& texts) {
   CDetailShares& shares = m_ledger.detail(facts.part, facts.detail.getKey());
   SRun run{facts, countRules(facts.part), shares, before, {m_rows, facts.detail.m_params, accountsOf(facts.part)}};
-  run.fileAnew = shares.restart(run.rows.accounts(), before);
+  run.fileAnew = shares.restart(run.rows.places(), before);
   countLines(run, texts);
   if (facts.progress) countProgress(run);
-  if (facts.ordersCount) countOrders(run);
+  if (facts.countsOrders) countOrders(run);
   if (texts.messages) showMessages(run);
   for (const CDetailShares::SSlot& slot : shares.m_slots) settleRow(*slot.row);
 }
@@ -93,10 +91,9 @@ std::vector<SLedgerRow*> CDetailCounter::rowsOfLines(const ksservice::CTaskDetai
   return rows;
 }
 
-std::set<std::string> CDetailCounter::patchesSharing(const ksservice::CTaskDetail& patch) const {
-  std::vector<SLedgerRow*> rows = rowsOfLines(patch);
-  for (const CDetailShares::SSlot& slot : m_ledger.detail(EBTT_Patch, patch.getKey()).m_slots) rows.push_back(slot.row);
-  std::set<std::string> keys = {patch.getKey()};
+std::set<std::string> CDetailCounter::patchesSharing(const std::string& patchKey, std::vector<SLedgerRow*> rows) {
+  for (const CDetailShares::SSlot& slot : m_ledger.detail(EBTT_Patch, patchKey).m_slots) rows.push_back(slot.row);
+  std::set<std::string> keys = {patchKey};
   for (const SLedgerRow* row : rows) {
     for (const auto& share : row->patches) keys.insert(share.first->key());
   }

@@ -43,8 +43,8 @@ class CDetailCounter {
   void countHedge(const std::vector<SDetailFacts>& details, CBasketTaskItem& row);
   /// The row of each line of a patch's detail that has one, in the order of the lines.
   std::vector<SLedgerRow*> rowsOfLines(const ksservice::CTaskDetail& patch) const;
-  /// The keys of the patches' details that count on a row of this one, its own among them.
-  std::set<std::string> patchesSharing(const ksservice::CTaskDetail& patch) const;
+  /// The keys of the patches' details that count on one of these rows or on one of its own, and its own key.
+  std::set<std::string> patchesSharing(const std::string& patchKey, std::vector<SLedgerRow*> rows);
 
  private:
   struct SRun;

@@ -71,12 +71,12 @@ SDetailFacts::SDetailFacts(EBasketTaskType itsPart, const ksservice::CTaskDetail
     targets.reserve(detail.m_params.size());
     for (const CCodeOrderParam& param : detail.m_params) targets.push_back(askTarget(param));
   }
-  ordersCount = !isServers(rules.server, detail);
-  if (!ordersCount) {
+  countsOrders = !isServers(rules.server, detail);
+  if (!countsOrders) {
     progress = getTradeClient().getTaskProgress(detail.getKey());
-    ordersCount = !progress && rules.server == EServerCount::ProgressElseOrders;
+    countsOrders = !progress && rules.server == EServerCount::ProgressElseOrders;
   }
-  if (!ordersCount) return;
+  if (!countsOrders) return;
   orders.reserve(detail.m_orders.size());
   for (const ksservice::COrderInfoPtr& order : detail.m_orders) orders.push_back(askOrder(order));
 }

@@ -46,7 +46,7 @@ struct SDetailFacts {
   const ksservice::CTaskDetail& detail;
   std::vector<STarget> targets;                     ///< by parameter, where the part has any
   boost::shared_ptr<const CTaskProgress> progress;  ///< null where none counts
-  bool ordersCount = false;                         ///< of the detail itself: they are not the server's
+  bool countsOrders = false;                        ///< of the detail itself: they are not the server's
   std::vector<EOrder> orders;                       ///< by order, where they count
 };
 

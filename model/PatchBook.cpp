@@ -26,15 +26,18 @@ CTaskDetailPtr newestOf(const CTaskDetailPtr& detail) {
 }  // namespace
 
 void CPatchBook::take(const CTaskDetailPtr& detail) {
+  const std::vector<SLedgerRow*> rows = m_counter.rowsOfLines(*detail);
   // All that the host is asked for comes first: it may fail, and then nothing has changed.
   std::vector<CTaskDetailPtr> newest;
   std::vector<SDetailFacts> counts;
-  for (const std::string& key : m_counter.patchesSharing(*detail)) {
+  for (const std::string& key : m_counter.patchesSharing(detail->getKey(), rows)) {
     newest.push_back(newestOf(key == detail->getKey() ? detail : m_entries.at(key).detail));
     counts.emplace_back(EBTT_Patch, *newest.back());
   }
-  m_entries[detail->getKey()].detail = detail;
-  if (!m_counter.rowsOfLines(*detail).empty()) m_details[detail->getKey()] = detail;
+  SEntry& entry = m_entries[detail->getKey()];
+  entry.detail = detail;
+  entry.rows = rows;
+  if (!rows.empty()) m_details[detail->getKey()] = detail;
   static const CDetailCounter::Orders none;
   for (std::size_t i = 0; i < counts.size(); ++i) {
     CTaskDetailPtr& counted = m_entries.at(newest[i]->getKey()).counted;
@@ -60,7 +63,7 @@ bool CPatchBook::trades() const {
                      [](const CTaskDetailPtr& detail) { return !hasEnded(detail->m_nStatus); });
 }
 
-void CPatchBook::note(const CTaskDetail& detail, std::optional<int> shown, CNotices& notices) const {
+void CPatchBook::note(const CTaskDetail& detail, std::optional<int> shown, CNotices& notices) {
   const bool allEnded = std::all_of(m_details.begin(), m_details.end(),
                                     [](const auto& patch) { return patch->m_nStatus >= ksservice::ETS_Finished; });
   CBasketTaskItem& root = m_tree.root();
@@ -69,7 +72,7 @@ void CPatchBook::note(const CTaskDetail& detail, std::optional<int> shown, CNoti
     notices.status(root.m_strHpfTreeKey, shown.value_or(status), orderType);
   };
   const int status = detail.m_nStatus;
-  for (const SLedgerRow* row : m_counter.rowsOfLines(detail)) {
+  for (const SLedgerRow* row : m_entries.at(detail.getKey()).rows) {
     CBasketTaskItem& item = *row->item;
     if (item.isFilled()) continue;
     if (status == ksservice::ETS_Finished) {
@@ -88,7 +91,7 @@ void CPatchBook::note(const CTaskDetail& detail, std::optional<int> shown, CNoti
   }
 }
 
-void CPatchBook::release(const LineVolumes& lines, bool waiting, CNotices& notices) const {
+void CPatchBook::release(const LineVolumes& lines, bool waiting, CNotices& notices) {
   m_tree.root().m_bPatching = trades() || waiting;
   for (auto rows = m_tree.stocks().cbegin(); rows != m_tree.stocks().cend(); ++rows) {
     for (CBasketTaskItem* item : *rows) {

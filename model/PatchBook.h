@@ -13,6 +13,7 @@ namespace TC {
 class CDetailCounter;
 class CNotices;
 class CTaskTree;
+struct SLedgerRow;
 
 /// The details of the patch tasks of one task, and the rows that they hold.
 class CPatchBook {
@@ -20,7 +21,7 @@ class CPatchBook {
   using DetailMap = COwnDetails::DetailMap;
 
   /// Both must outlive the book.
-  CPatchBook(const CTaskTree& tree, CDetailCounter& counter) : m_tree(tree), m_counter(counter) {}
+  CPatchBook(CTaskTree& tree, CDetailCounter& counter) : m_tree(tree), m_counter(counter) {}
 
   /// Takes a new state of a detail and counts it, and every other detail that shares a row with it, as the host knows
   /// it now. One that comes before its rows is counted when they have come.
@@ -35,19 +36,20 @@ class CPatchBook {
   /// Whether one of the details with rows has not ended.
   bool trades() const;
 
-  /// Notes what a detail's state makes of its rows and the root. shown: what the root shows while a patch is waited
-  /// for, which outweighs it.
-  void note(const ksservice::CTaskDetail& detail, std::optional<int> shown, CNotices& notices) const;
+  /// Notes what the state of a detail that was taken makes of its rows and the root. shown: what the root shows while a
+  /// patch is waited for, which outweighs it.
+  void note(const ksservice::CTaskDetail& detail, std::optional<int> shown, CNotices& notices);
   /// Rows of lines that were ordered and of which nothing comes: their marks go. waiting: for another patch.
-  void release(const LineVolumes& lines, bool waiting, CNotices& notices) const;
+  void release(const LineVolumes& lines, bool waiting, CNotices& notices);
 
  private:
   struct SEntry {
     ksservice::CTaskDetailPtr detail;   ///< as it was given
+    std::vector<SLedgerRow*> rows;      ///< of its lines
     ksservice::CTaskDetailPtr counted;  ///< as the host knew it when it was counted last; null before
   };
 
-  const CTaskTree& m_tree;
+  CTaskTree& m_tree;
   CDetailCounter& m_counter;
   DetailMap m_details;
   std::map<std::string, SEntry> m_entries;  ///< by detail key

@@ -4,7 +4,6 @@
 #include <map>
 
 #include "EHpfBasketTaskStatus.h"
-#include "Notices.h"
 #include "PatchFlow.h"
 #include "TaskParts.h"
 #include "ksservice/Helpers.h"
@@ -54,27 +53,30 @@ ERefusal setPrice(CCodeOrderParam& param, int priceType) {
 void CBasketTask::patch(const QString& key, int priceType) { CPatchFlow(*this).patch(key, priceType); }
 
 bool CBasketTask::patch(CBasketTaskItem* item, AccountPtr account, int priceType) {
-  return CPatchFlow(*this).patchRow(*item, account, priceType);
+  return CPatchFlow(*this).patchRow(item, account, priceType);
 }
 
 void CBasketTask::CPatchFlow::patch(const QString& key, int priceType) {
+  const auto known = CPatchOffers::askDetails();
   {
     const CTaskLock task(*m_task.m_guard);
-    if (!task->offers.isCancelled(task->offers.newest())) return;
+    if (!task->offers.isCancelled(task->offers.newest(known))) return;
   }
   if (!begin()) return refuse();
+  const SEnd ending{*this};
   if (key.isEmpty() || key == m_task.getKey()) {
     patchAll(priceType);
   } else {
     patchOne(key, priceType);
   }
-  end();
 }
 
-std::vector<SLeftRow> CBasketTask::CPatchFlow::left() {
+std::vector<SLeftRow> CBasketTask::CPatchFlow::left(const AccountPtr& given) {
+  const auto known = CPatchOffers::askDetails();
   const CTaskLock task(*m_task.m_guard);
-  noteArrivals(task);
-  return task->offers.left(nullptr);
+  const SNewestDetails details = task->offers.newest(known);
+  noteArrivals(task, details);
+  return task->offers.left(details, nullptr, given);
 }
 
 void CBasketTask::CPatchFlow::patchOne(const QString& key, int priceType) {
@@ -96,25 +98,24 @@ void CBasketTask::CPatchFlow::patchAll(int priceType) {
     if (row.item->hasRemainder()) accounts[row.line.first].push_back(row);
   }
   bool sent = false;
-  CTaskLock(*m_task.m_guard)->tree.root().m_bPatching = false;
+  if (accounts.empty()) CTaskLock(*m_task.m_guard)->tree.root().m_bPatching = false;
   for (const auto& [key, rows] : accounts) {
     const AccountPtr account = getUserConfig().getAccountData(key);
     for (const SLeftRow& row : rows) sent = patchLeft(row, account, priceType) || sent;
-    int shown = sent ? EHBTS_Patching : EHBTS_PatchFailed;
+    int shown = 0;
     {
       const CTaskLock task(*m_task.m_guard);
       task->tree.root().m_bPatching = sent;
-      // What was accepted and has not come outweighs it.
-      if (task->root.wait().waiting) shown = task->root.shownStatus();
+      shown = task->root.shownOr(sent ? EHBTS_Patching : EHBTS_PatchFailed);
     }
     m_task.announce(shown);
   }
   if (sent) m_task.announceRoot();
 }
 
-bool CBasketTask::CPatchFlow::patchRow(const CBasketTaskItem& item, const AccountPtr& account, int priceType) {
-  for (const SLeftRow& row : left()) {
-    if (row.item == &item) return patchLeft(row, account, priceType);
+bool CBasketTask::CPatchFlow::patchRow(const CBasketTaskItem* item, const AccountPtr& account, int priceType) {
+  for (const SLeftRow& row : left(account)) {
+    if (row.item == item) return patchLeft(row, account, priceType);
   }
   return false;
 }

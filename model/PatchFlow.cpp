@@ -1,6 +1,5 @@
 #include "PatchFlow.h"
 
-#include "Notices.h"
 #include "TaskParts.h"
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"
@@ -21,21 +20,6 @@ namespace {
 
 /// The kind of trader that an algorithm's patch is for.
 constexpr auto ALGO_TRADER = static_cast<EMavTraderType>(4);
-
-void tell(const QString& text) {
-  Q_ASSERT(!CTaskLock::isHeldHere());
-  getMsgService().showBox(QStringLiteral("补单"), text);
-}
-
-/// A message for each row that has a remainder and is not offered, and how many more there are.
-void tellRefused(const QStringList& refused) {
-  constexpr int MOST = 20;
-  if (refused.isEmpty()) return;
-  QStringList lines = {QStringLiteral("不能补单：")};
-  lines += refused.mid(0, MOST);
-  if (refused.size() > MOST) lines += QStringLiteral("等 %1 行").arg(refused.size() - MOST);
-  tell(lines.join(QLatin1Char('\n')));
-}
 
 }  // namespace
 
@@ -62,8 +46,9 @@ void CBasketTask::patchWithParam(const QString& key, const OrderProcessMap& fini
 
 void CBasketTask::calcAvailable(CBasketTaskItem* item, AccountPtr account, ParamList& out, const QString& accountKey,
                                 const OrderProcessMap& finished) {
+  const auto known = CPatchOffers::askDetails();
   const CTaskLock task(*m_guard);
-  for (const SLeftRow& left : task->offers.left(&finished)) {
+  for (const SLeftRow& left : task->offers.left(task->offers.newest(known), &finished, account)) {
     if (left.item != item || left.line.first != accountKey.toStdString()) continue;
     task->offers.logLeft(left);
     const auto param = CPatchOffers::paramOf(*item, account, left.remainder.volume);
@@ -74,6 +59,21 @@ void CBasketTask::calcAvailable(CBasketTaskItem* item, AccountPtr account, Param
 int CBasketTask::getFinishedOrderNumForAlgoTask(const QString& accountKey, std::string& securityKey,
                                                 const OrderProcessMap& finished) {
   return CTaskLock(*m_guard)->offers.finishedNumber(accountKey, securityKey, finished);
+}
+
+void CBasketTask::CPatchFlow::tell(const QString& text) {
+  Q_ASSERT(!CTaskLock::isHeldHere());
+  getMsgService().showBox(QStringLiteral("补单"), text);
+}
+
+/// A message for each row that has a remainder and is not offered, and how many more there are.
+void CBasketTask::CPatchFlow::tellRefused(const QStringList& refused) {
+  constexpr int MOST = 20;
+  if (refused.isEmpty()) return;
+  QStringList lines = {QStringLiteral("不能补单：")};
+  lines += refused.mid(0, MOST);
+  if (refused.size() > MOST) lines += QStringLiteral("等 %1 行").arg(refused.size() - MOST);
+  tell(lines.join(QLatin1Char('\n')));
 }
 
 // The query
@@ -97,6 +97,7 @@ void CBasketTask::CPatchFlow::start(const QString& key, EMavTraderType traderTyp
   const std::optional<int> query = ask(serverKeys);
   if (!query) return m_task.patchWithParam(key, {}, traderType);
   logInfo(&m_task, "CBasketTask::checkHasAlgoTask", "task %1% QueryOrderProcess start", m_task.getGroupId());
+  Q_ASSERT(!CTaskLock::isHeldHere());
   getTradeClient().queryOrderProcess(
       serverKeys,
       [weak = m_task.weak_from_this(), key, number = *query](const OrderProcessMap& data, const utils::KSError& error,
@@ -154,8 +155,8 @@ void CBasketTask::CPatchFlow::goOn(const QString& key, bool ok) {
   const std::optional<OrderProcessMap> finished = CTaskLock(*m_task.m_guard)->patch.goOn();
   if (!finished) return;
   if (ok) return m_task.patchWithParam(key, *finished, ALGO_TRADER);
+  const SEnd ending{*this};
   failQuery();
-  end();
 }
 
 void CBasketTask::CPatchFlow::failQuery() {
@@ -173,25 +174,28 @@ void CBasketTask::CPatchFlow::confirm(const QString& key, const OrderProcessMap&
     begun = task->patch.confirm(task->root.wait().waiting, utils::clockMSec());
   }
   if (!begun) return refuse();
+  const SEnd ending{*this};
   offer(key, finished, traderType);
-  end();
 }
 
 void CBasketTask::CPatchFlow::offer(const QString& key, const OrderProcessMap& finished, EMavTraderType traderType) {
   const char* const function = "CBasketTask::patchWithParam";
+  bool cancelled = false;
   bool answered = false;
   SPatchLines offered;
+  const auto known = CPatchOffers::askDetails();
   {
     const CTaskLock task(*m_task.m_guard);
-    const SNewestDetails details = task->offers.newest();
-    if (!task->offers.isCancelled(details)) {
-      logInfo(&m_task, function, "task %1% is not cancel state", m_task.getGroupId());
-      return m_task.announceEnded();
-    }
-    if (key != m_task.getKey()) return;
+    const SNewestDetails details = task->offers.newest(known);
+    cancelled = task->offers.isCancelled(details);
     answered = CPatchOffers::answersAll(details, finished);
-    if (answered) offered = task->offers.offer(finished);
+    if (cancelled && answered && key == m_task.getKey()) offered = task->offers.offer(details, finished);
   }
+  if (!cancelled) {
+    logInfo(&m_task, function, "task %1% is not cancel state", m_task.getGroupId());
+    return m_task.announceEnded();
+  }
+  if (key != m_task.getKey()) return;
   if (!answered) return failQuery();
   tellRefused(offered.refused);
   if (offered.params.empty()) return refuseOffer();
@@ -241,7 +245,11 @@ bool CBasketTask::CPatchFlow::stillHolds() {
 /// Says so when the lines may not be ordered any more.
 bool CBasketTask::CPatchFlow::checkFits(const ParamList& params, const OrderProcessMap& finished) {
   if (!stillHolds()) return false;
-  if (CTaskLock(*m_task.m_guard)->offers.stillFits(params, finished)) return true;
+  const auto known = CPatchOffers::askDetails();
+  {
+    const CTaskLock task(*m_task.m_guard);
+    if (task->offers.stillFits(task->offers.newest(known), params, finished)) return true;
+  }
   tell(QStringLiteral("可补单量已变化，没有补单，请重新操作"));
   logInfo(&m_task, "CBasketTask::patchWithParam", "task %1% patch quantity has changed", m_task.getGroupId());
   m_task.announceEnded();

@@ -32,9 +32,18 @@ class CBasketTask::CPatchFlow {
 
   // Without one
   void patch(const QString& key, int priceType);
-  bool patchRow(const CBasketTaskItem& item, const AccountPtr& account, int priceType);
+  bool patchRow(const CBasketTaskItem* item, const AccountPtr& account, int priceType);
 
  private:
+  /// Ends a patch however its steps are left.
+  struct SEnd {
+    CPatchFlow& flow;
+    ~SEnd() { flow.end(); }
+  };
+
+  static void tell(const QString& text);
+  static void tellRefused(const QStringList& refused);
+
   // The query
   bool begin();
   void end();
@@ -60,13 +69,13 @@ class CBasketTask::CPatchFlow {
   void takeFailure(const LineVolumes& lines, const QString& message);
 
   // Without a confirmation
-  std::vector<SLeftRow> left();
+  std::vector<SLeftRow> left(const AccountPtr& given = nullptr);
   void patchAll(int priceType);
   void patchOne(const QString& key, int priceType);
   bool patchLeft(const SLeftRow& left, const AccountPtr& account, int priceType);
   bool failRow(CBasketTaskItem& item, ERefusal refusal);
 
-  void noteArrivals(const CTaskLock& task);
+  static void noteArrivals(const CTaskLock& task, const SNewestDetails& details);
 
   CBasketTask& m_task;
 };

@@ -7,7 +7,6 @@
 #include "PatchBook.h"
 #include "PatchState.h"
 #include "RootFacts.h"
-#include "TaskKeys.h"
 #include "TaskRules.h"
 #include "TaskTree.h"
 #include "ksservice/Helpers.h"
@@ -61,7 +60,11 @@ QString refusalLine(const QString& stockKey, int operation, const QString& accou
 
 // What is known
 
-SNewestDetails CPatchOffers::newest() const {
+std::vector<CTaskDetailPtr> CPatchOffers::askDetails() {
+  return ksservice::TraderCenter::instance().getDataCenter().taskDetails();
+}
+
+SNewestDetails CPatchOffers::newest(const std::vector<CTaskDetailPtr>& known) const {
   SNewestDetails details;
   std::string login;
   for (const CTaskDetailPtr& detail : m_own.all()) {
@@ -69,7 +72,7 @@ SNewestDetails CPatchOffers::newest() const {
     if (detail->m_pCommand) login = detail->m_pCommand->m_strLogin;
   }
   for (const CTaskDetailPtr& detail : m_patches.all()) details.patches[detail->getKey()] = detail;
-  for (const CTaskDetailPtr& detail : ksservice::TraderCenter::instance().getDataCenter().taskDetails()) {
+  for (const CTaskDetailPtr& detail : known) {
     const auto& command = detail->m_pCommand;
     const auto own = details.own.find(detail->getKey());
     if (own != details.own.end()) own->second = detail;
@@ -198,9 +201,11 @@ const CTaskDetailPtr* CPatchOffers::answeredDetail(const std::string& taskKey) c
 
 // What is offered
 
-std::vector<SLeftRow> CPatchOffers::left(const OrderProcessMap* finished) const {
+std::vector<SLeftRow> CPatchOffers::left(const SNewestDetails& details, const OrderProcessMap* finished,
+                                         const AccountPtr& given) const {
   std::vector<CBasketTaskItem*> items;
-  const SRemainderFacts known = facts(newest(), finished, items);
+  SRemainderFacts known = facts(details, finished, items);
+  for (SRemainderRow& row : known.rows) row.hasAccount = row.hasAccount || given;
   const std::vector<SRemainder> remainders = remaindersOf(known);
   std::vector<SLeftRow> left;
   for (std::size_t i = 0; i < items.size(); ++i) {
@@ -209,9 +214,9 @@ std::vector<SLeftRow> CPatchOffers::left(const OrderProcessMap* finished) const 
   return left;
 }
 
-SPatchLines CPatchOffers::offer(const OrderProcessMap& finished) const {
+SPatchLines CPatchOffers::offer(const SNewestDetails& details, const OrderProcessMap& finished) const {
   SPatchLines offer;
-  for (const SLeftRow& row : left(&finished)) {
+  for (const SLeftRow& row : left(details, &finished)) {
     const CBasketTaskItem& item = *row.item;
     if (!item.hasRemainder()) continue;
     logLeft(row);
@@ -231,8 +236,8 @@ void CPatchOffers::logLeft(const SLeftRow& left) const {
                  m_id.commandId, m_id.groupId, left.item->m_strStockKey, left.orders, left.remainder.rest.free);
 }
 
-bool CPatchOffers::stillFits(const std::vector<CCodeOrderParam>& params, const OrderProcessMap& finished) const {
-  const SNewestDetails details = newest();
+bool CPatchOffers::stillFits(const SNewestDetails& details, const std::vector<CCodeOrderParam>& params,
+                             const OrderProcessMap& finished) const {
   if (!isCancelled(details)) return false;
   std::vector<CBasketTaskItem*> items;
   return fits(facts(details, &finished, items), plannedVolumes(params, ELineAccount::Each));

@@ -48,20 +48,24 @@ class CPatchOffers {
                const CPatchState& state, const CRootFacts& root)
       : m_id(id), m_tree(tree), m_own(own), m_patches(patches), m_state(state), m_root(root) {}
 
-  /// Those that the task has been given and, of the same login, those that are still on their way.
-  SNewestDetails newest() const;
+  /// What the data centre knows. To be asked without the task's mutex.
+  static std::vector<ksservice::CTaskDetailPtr> askDetails();
+  /// Those that the task has been given and, of the same login, those of the data centre that are still on their way.
+  SNewestDetails newest(const std::vector<ksservice::CTaskDetailPtr>& known) const;
   /// Whether these details say that the task was cancelled.
   bool isCancelled(const SNewestDetails& details) const;
   /// Whether the answer speaks of every server task that may still trade.
   static bool answersAll(const SNewestDetails& details, const OrderProcessMap& finished);
 
-  /// Every row with exactly one operation.
-  std::vector<SLeftRow> left(const OrderProcessMap* finished) const;
-  SPatchLines offer(const OrderProcessMap& finished) const;
+  /// Every row with exactly one operation. given: an account that need not be in the user's configuration.
+  std::vector<SLeftRow> left(const SNewestDetails& details, const OrderProcessMap* finished,
+                             const AccountPtr& given = nullptr) const;
+  SPatchLines offer(const SNewestDetails& details, const OrderProcessMap& finished) const;
   /// Logs what is offered of a row.
   void logLeft(const SLeftRow& left) const;
   /// Whether the task may still be patched by these lines. Time has passed since they were offered.
-  bool stillFits(const std::vector<ksservice::CCodeOrderParam>& params, const OrderProcessMap& finished) const;
+  bool stillFits(const SNewestDetails& details, const std::vector<ksservice::CCodeOrderParam>& params,
+                 const OrderProcessMap& finished) const;
   /// What the answer says that the task's server tasks have finished of a security for an account.
   int finishedNumber(const QString& accountKey, const std::string& securityKey, const OrderProcessMap& finished) const;
 

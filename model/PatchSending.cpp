@@ -1,8 +1,7 @@
 /// What was accepted in a patch: the creation, and the host's answer.
-#include "EHpfBasketTaskStatus.h"
-#include "Notices.h"
 #include "PatchFlow.h"
 #include "TaskParts.h"
+#include "TaskSpeech.h"
 #include "ksservice/Operations.h"
 #include "tc/CItCommandCenter.h"
 #include "tc/CMsgService.h"
@@ -36,18 +35,19 @@ void CBasketTask::CPatchFlow::send(const SPatchOrders& chosen) {
     patch.m_strAlgoParams.clear();
     patch.m_nOrderType = ksservice::EORT_Plain;
   }
+  const auto known = CPatchOffers::askDetails();
   {
     const CTaskLock task(*m_task.m_guard);
     task->tree.root().m_bPatching = true;
-    noteArrivals(task);
+    noteArrivals(task, task->offers.newest(known));
   }
   create(patch, chosen.params, CONFIRMED_PATCH);
   m_task.announceRoot();
 }
 
 /// What is there before a patch is sent is not what the host makes of it.
-void CBasketTask::CPatchFlow::noteArrivals(const CTaskLock& task) {
-  for (const auto& patch : task->offers.newest().patches) {
+void CBasketTask::CPatchFlow::noteArrivals(const CTaskLock& task, const SNewestDetails& details) {
+  for (const auto& patch : details.patches) {
     CPatchStore::instance().noteArrival(task->root.storeKey(), *patch.second);
   }
 }
@@ -58,6 +58,7 @@ void CBasketTask::CPatchFlow::create(const COrderCommand& command, const ParamLi
   patch.m_bPatch = true;
   const LineVolumes lines = plannedVolumes(params, ELineAccount::Each);
   const CPatchStore::Task key = CTaskLock(*m_task.m_guard)->root.storeKey();
+  Q_ASSERT(!CTaskLock::isHeldHere());
   getItCommandCenter().createTask(
       patch, params, static_cast<EMavTraderType>(command.m_nTraderType), hedgeType,
       [weak = m_task.weak_from_this(), key, creation = hold(lines), services = servicesNumber(), lines](
@@ -110,12 +111,11 @@ void CBasketTask::CPatchFlow::takeFailure(const LineVolumes& lines, const QStrin
   const auto self = m_task.weak_from_this().lock();  // the message runs an event loop
   {
     const CTaskLock task(*m_task.m_guard);
-    CNotices notices;
+    CSpeech notices(m_task);
     task->patches.release(lines, task->root.wait().waiting, notices);
     task->root.form(notices);
-    m_task.say(notices);
   }
-  getMsgService().showBox(QStringLiteral("补单"), message.isEmpty() ? QStringLiteral("补单失败") : message);
+  tell(message.isEmpty() ? QStringLiteral("补单失败") : message);
   m_task.announceEnded();
 }
 

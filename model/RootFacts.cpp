@@ -56,15 +56,16 @@ SStatusVerdict deriveStatus(const SStatusFacts& facts) {
 
 SStatusVerdict rootVerdict(const SRootFacts& facts) {
   SStatusVerdict own = deriveStatus(facts.own);
+  SStatusVerdict patches = deriveStatus(facts.patches);
+  patches.ofPatches = true;
   if (facts.filled) {
     // What was traded decides, but the end of the details may hand the hedge over all the same.
     own.status = ETS_Finished;
     return own;
   }
   // What still trades under a dropped task can be cancelled.
-  if (facts.own.anyDropped) return facts.patchTrades ? deriveStatus(facts.patches) : own;
+  if (facts.own.anyDropped) return facts.patchTrades ? patches : own;
   if (!facts.own.allEnded || !facts.hasPatches) return own;
-  const SStatusVerdict patches = deriveStatus(facts.patches);
   if (patches.status != ETS_Finished) return patches;
   return {facts.own.hedgeState == EHS_Running ? ETS_Running : ETS_Cancelled};
 }
@@ -106,24 +107,25 @@ SRootFacts CRootFacts::facts() const {
   return facts;
 }
 
-SStatusVerdict CRootFacts::carryOut(const SStatusVerdict& verdict, const char* function) {
+ETaskStatus CRootFacts::carryOut(const SStatusVerdict& verdict) {
+  const char* const function = verdict.ofPatches ? "CBasketTask::patchTaskStatus" : "CBasketTask::status";
   if (verdict.hedgeRowRuns) utils::logInfo(m_id.task, function, "m_pHedgeItem status running");
   if (verdict.ended) m_hedge.handOver();
-  return verdict;
+  return verdict.status;
 }
 
-ETaskStatus CRootFacts::ownStatus() {
-  return carryOut(deriveStatus(statusFacts(m_own.all())), "CBasketTask::status").status;
+ETaskStatus CRootFacts::takeOwnStatus() { return carryOut(deriveStatus(statusFacts(m_own.all()))); }
+
+ETaskStatus CRootFacts::takePatchStatus() {
+  SStatusVerdict verdict = deriveStatus(patchFacts());
+  verdict.ofPatches = true;
+  return carryOut(verdict);
 }
 
-ETaskStatus CRootFacts::patchStatus() {
-  return carryOut(deriveStatus(patchFacts()), "CBasketTask::patchTaskStatus").status;
-}
-
-ETaskStatus CRootFacts::status() { return carryOut(rootVerdict(facts()), "CBasketTask::status").status; }
+ETaskStatus CRootFacts::takeStatus() { return m_tree.isFilled() ? ETS_Finished : carryOut(rootVerdict(facts())); }
 
 void CRootFacts::form(CNotices& notices) {
-  m_tree.root().m_nStatus = status();
+  m_tree.root().m_nStatus = carryOut(rootVerdict(facts()));
   formEndTime();
   if (m_tree.isFilled()) m_hedge.endMark(notices);
 }
@@ -175,17 +177,20 @@ void CRootFacts::noteOwn(const CTaskDetail& detail) {
   const auto& command = detail.m_pCommand;
   if (!command) return;
   root.m_strCommandText = QString::fromStdString(command->m_strText);
-  if (detail.m_bServerTask && !detail.m_strMessage.empty()) {
-    root.m_strRemark = QString::fromStdString(detail.m_strMessage);
-  }
+  if (detail.m_bServerTask) noteMessage(detail);
   if (detail.m_nTaskId < FIRST_COMMAND_KEYED_TASK) return;
   const std::vector<std::string> parts = utils::split(command->m_strLocalInfo, ORDER_LOCAL_INFO_SPLITTER);
   if (parts.size() < 5) return;
   root.m_strLocalInfoKey = QString::fromStdString(parts[4] + ORDER_LOCAL_INFO_SPLITTER + parts[1]);
 }
 
-void CRootFacts::notePatch(const CTaskDetail& detail) {
-  if (!detail.m_strMessage.empty()) m_tree.root().m_strRemark = QString::fromStdString(detail.m_strMessage);
+void CRootFacts::notePatch(const CTaskDetail& detail) { noteMessage(detail); }
+
+void CRootFacts::noteMessage(const CTaskDetail& detail) {
+  const QString text = QString::fromStdString(detail.m_strMessage);
+  QString& remark = m_tree.root().m_strRemark;
+  // An equal one is not exchanged, so that copies of it stay shared.
+  if (!text.isEmpty() && remark != text) remark = text;
 }
 
 }  // namespace TC

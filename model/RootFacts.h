@@ -34,6 +34,7 @@ struct SStatusVerdict {
   ksservice::ETaskStatus status = ksservice::ETS_Running;
   bool hedgeRowRuns = false;  ///< running only because of the hedge row
   bool ended = false;         ///< the details have ended, and the hedge may begin
+  bool ofPatches = false;     ///< it is that of the patches, not of the task's own details
 };
 
 SStatusVerdict deriveStatus(const SStatusFacts& facts);
@@ -68,11 +69,12 @@ class CRootFacts {
   /// Forms status and times of the root from the details as they are. Asks the hedge manager, and hands the hedge's
   /// parameters to it when the details have ended.
   void form(CNotices& notices);
-  /// The status that form would give now. May hand the hedge over, too.
-  ksservice::ETaskStatus status();
+  // Each of these hands the hedge's parameters over, too, when the details have ended.
+  /// The status that form would give now.
+  ksservice::ETaskStatus takeStatus();
   /// The status of the task's own details and the hedge, and that of its patches and the hedge, each taken alone.
-  ksservice::ETaskStatus ownStatus();
-  ksservice::ETaskStatus patchStatus();
+  ksservice::ETaskStatus takeOwnStatus();
+  ksservice::ETaskStatus takePatchStatus();
   /// The same of details that the task does not hold, without handing anything over.
   SStatusVerdict verdictOf(const DetailMap& own) const { return deriveStatus(statusFacts(own)); }
   /// Forms the end time anew: it hangs on what the root shows.
@@ -89,12 +91,15 @@ class CRootFacts {
   /// What the root's row shows: its status, but EHBTS_Patching from the acceptance of a patch until its first detail
   /// has come, or ETS_Dropped when the task was dropped meanwhile.
   int shownStatus() const;
+  /// What of the root is announced beside its own status: a patch that is waited for outweighs it.
+  int shownOr(int status) const { return wait().waiting ? shownStatus() : status; }
 
  private:
   SStatusFacts statusFacts(const DetailMap& details) const;
   SStatusFacts patchFacts() const;
   SRootFacts facts() const;
-  SStatusVerdict carryOut(const SStatusVerdict& verdict, const char* function);
+  void noteMessage(const ksservice::CTaskDetail& detail);
+  ksservice::ETaskStatus carryOut(const SStatusVerdict& verdict);
 
   const STaskIdentity& m_id;
   CTaskTree& m_tree;

@@ -7,13 +7,13 @@
 
 namespace TC {
 
-bool CDetailShares::restart(const std::string& accounts, const std::vector<ksservice::COrderInfoPtr>& orders) {
-  const bool moved = accounts != m_strAccounts;
+bool CDetailShares::restart(const std::string& places, const std::vector<ksservice::COrderInfoPtr>& orders) {
+  const bool moved = places != m_strPlaces;
   const bool fileAnew = moved || m_bLookAgain;
   if (fileAnew) removeOrders(orders);
   if (moved) {
     leaveRows();
-    m_strAccounts = accounts;
+    m_strPlaces = places;
   }
   if (m_bLookAgain) {
     m_paramSlots.clear();

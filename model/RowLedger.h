@@ -79,7 +79,7 @@ class CDetailShares {
 
   EBasketTaskType m_part;
   std::string m_strKey;
-  std::string m_strAccounts;
+  std::string m_strPlaces;
   bool m_bLookAgain = false;
 };
 

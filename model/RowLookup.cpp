@@ -1,5 +1,7 @@
 #include "RowLookup.h"
 
+#include <algorithm>
+
 #include "CBasketTaskItem.h"
 #include "TaskKeys.h"
 #include "ksservice/Helpers.h"
@@ -34,16 +36,18 @@ SFoundRow findRow(const AccountRows& rows, const std::string& market, const std:
 CRowFinder::CRowFinder(const SideRows& rows, const std::vector<CCodeOrderParam>& params, ELineAccount account)
     : m_rows(rows), m_params(params), m_account(account) {
   if (params.empty()) return;
-  m_strAccounts = accountKey(params.front());
+  m_strPlaces = accountKey(params.front());
   if (account == ELineAccount::First) return;
-  std::string last = m_strAccounts;
-  for (std::size_t i = 1; i < params.size(); ++i) {
-    if (params[i].m_pAccount == params[i - 1].m_pAccount) continue;
-    const std::string key = accountKey(params[i]);
-    if (key == last) continue;
-    m_bAccounts = true;
-    m_strAccounts += '\n' + std::to_string(i) + ' ' + key;
-    last = key;
+  m_bAccounts = std::any_of(params.begin(), params.end(), [&params](const CCodeOrderParam& param) {
+    return param.m_pAccount != params.front().m_pAccount && accountKey(param) != accountKey(params.front());
+  });
+  if (!m_bAccounts) return;
+  // Which account an order is of hangs on every line.
+  for (const CCodeOrderParam& param : params) {
+    for (const std::string& part :
+         {accountKey(param), param.m_stock.m_strMarket, param.m_stock.m_strCode, std::to_string(param.m_nOperation)}) {
+      m_strPlaces += '\n' + part;
+    }
   }
 }
 

@@ -30,15 +30,15 @@ class CRowFinder {
   /// All must stay as long as the finder.
   CRowFinder(const SideRows& rows, const std::vector<ksservice::CCodeOrderParam>& params, ELineAccount account);
 
-  /// Of a task's own detail the row that the line has made; of others, as for an order.
+  /// Of a task's own detail the row that the line has made; of a patch's, as for an order, on the line's own account.
   SFoundRow ofLine(const ksservice::CCodeOrderParam& param);
   /// On the account of the line that the order belongs to; where that cannot be told, on the first. mapKey: that of a
   /// progress.
   SFoundRow ofOrder(const std::string& market, const std::string& code, int operation, const std::string& mapKey = {});
   /// Whether the lines are on several accounts.
   bool hasAccounts() const { return m_bAccounts; }
-  /// The accounts of the lines, as one text to compare.
-  const std::string& accounts() const { return m_strAccounts; }
+  /// What the answers hang on beside the rows, as one text to compare.
+  const std::string& places() const { return m_strPlaces; }
 
  private:
   SFoundRow find(const QString& account, const std::string& market, const std::string& code, int operation) const;
@@ -46,7 +46,7 @@ class CRowFinder {
   const SideRows& m_rows;
   const std::vector<ksservice::CCodeOrderParam>& m_params;
   ELineAccount m_account;
-  std::string m_strAccounts;
+  std::string m_strPlaces;
   bool m_bAccounts = false;
   std::optional<CLineAccounts> m_lines;  ///< made when first asked for: most look-ups are remembered
 };

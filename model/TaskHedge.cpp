@@ -6,6 +6,7 @@
 #include "EHpfBasketTaskStatus.h"
 #include "Notices.h"
 #include "RowLedger.h"
+#include "TaskTree.h"
 #include "ksservice/Helpers.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CExchangeClient.h"
@@ -86,9 +87,9 @@ CTaskHedge::SFacts CTaskHedge::ask(const CTaskDetailPtr& detail) const {
   return facts;
 }
 
-void CTaskHedge::take(const SFacts& facts, bool beforeOwn, const std::optional<CTaskTree::Accounts>& accounts) {
+void CTaskHedge::take(const SFacts& facts, bool beforeOwn) {
   if (!m_pRow) {
-    m_pRow = &m_tree.placeHedge(*facts.detail, beforeOwn, accounts);
+    m_pRow = &m_tree.placeHedge(*facts.detail, beforeOwn);
     m_ledger.addRow(*m_pRow, true);
   }
   m_details = facts.details;

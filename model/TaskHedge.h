@@ -6,14 +6,15 @@
 #include "DetailFacts.h"
 #include "OwnDetails.h"
 #include "TaskIdentity.h"
-#include "TaskTree.h"
 #include "ksservice/CBasketHedgeParam.h"
 
 namespace TC {
 
+class CBasketTaskItem;
 class CDetailCounter;
 class CNotices;
 class CRowLedger;
+class CTaskTree;
 
 /// The hedge of a task: futures that the hedge manager trades against the basket. One row of the tree shows it.
 class CTaskHedge {
@@ -52,8 +53,8 @@ class CTaskHedge {
   static bool isHedge(const ksservice::CTaskDetailPtr& detail);
   /// The facts of a hedge's detail.
   SFacts ask(const ksservice::CTaskDetailPtr& detail) const;
-  /// Counts it into the row, which is made when there is none. beforeOwn, accounts: see CTaskTree::placeHedge.
-  void take(const SFacts& facts, bool beforeOwn, const std::optional<CTaskTree::Accounts>& accounts);
+  /// Counts it into the row, which is made when there is none. beforeOwn: the task has no details yet.
+  void take(const SFacts& facts, bool beforeOwn);
   /// What a lot is worth, for the row that was not priced yet; 0 otherwise. Asks the host, before take.
   double askLot(const ksservice::CTaskDetail& detail) const;
   /// Prices the row, once, and takes its remark off when it has filled.
@@ -70,15 +71,15 @@ class CTaskHedge {
   void paused();
   /// False when there is none, or it has ended: that is not started again.
   bool resume();
-  /// By the user through the row of this key; false for any other key.
   bool isRow(const QString& key) const;
+  /// By the user, through the row.
   void cancelledByUser(CNotices& notices);
   /// The patch mark of the row goes without a word.
   void unmark();
   /// Everything has filled: the row offers no end of the hedge any more.
   void endMark(CNotices& notices);
-  /// True once: the task is dropped since nothing but the hedge is unfinished.
-  bool dropTask() { return !std::exchange(m_bTaskDropped, true); }
+  /// True once: the task is to be dropped since nothing but the hedge is unfinished.
+  bool takeDrop() { return !std::exchange(m_bTaskDropped, true); }
 
  private:
   double lotAmount() const;

@@ -4,7 +4,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <functional>
-#include <vector>
+#include <string>
 
 #include "ksservice/CTaskDetail.h"
 #include "ksservice/CTaskOpRecord.h"

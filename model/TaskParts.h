@@ -13,6 +13,7 @@
 #include "RootFacts.h"
 #include "RowLedger.h"
 #include "TaskHedge.h"
+#include "TaskShape.h"
 #include "TaskTree.h"
 
 namespace TC {
@@ -24,6 +25,7 @@ struct STaskParts {
   const STaskIdentity id;
   COwnDetails own;
   CTaskTree tree{id};
+  CTaskShape shape{id, tree};
   CRowLedger ledger;
   CDetailCounter counter{id, ledger, tree.stocks()};
   CTaskHedge hedge{id, tree, ledger, counter};
@@ -67,7 +69,7 @@ class CTaskLock {
   ~CTaskLock() { --heldHere(); }
 
   STaskParts* operator->() const { return &m_parts; }
-  /// Whether this thread holds the lock of any task.
+  /// Whether this thread holds such a lock of any task; what it took through CBasketTask::mutex does not count.
   static bool isHeldHere() { return heldHere() > 0; }
 
  private:

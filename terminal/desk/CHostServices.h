@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "CHostClock.h"
+#include "tc/Services.h"
 
 namespace desk {
 

@@ -16,12 +16,12 @@ class CLedgerTest : public CTaskTest {
     place(*twoLines());
     DetailPtr hedged = detail(9);
     hedged->m_params = {param(mainAccount, "CF", "IF2101", EOT_SellOpen, 5, 0)};
-    hedgeRow = &tree.placeHedge(*hedged, false, std::nullopt);
+    hedgeRow = &tree.placeHedge(*hedged, false);
     ledger.addRow(*hedgeRow, true);
   }
 
   void place(const CTaskDetail& made) {
-    for (CBasketTaskItem* row : tree.place(made, std::nullopt)) {
+    for (CBasketTaskItem* row : tree.place(made)) {
       ledger.addRow(*row, false);
       counter.onNewRow(*row, accountOf(made).key);
     }

@@ -59,19 +59,20 @@ TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
     made->m_nStatus = status;
     update(made);
     root.m_nStatus = ETS_Unknown;
+    root.m_bPatching = true;
     takeEvents();
     operate();
-    return takeEvents() + std::to_string(root.m_nStatus);
+    return takeEvents() + std::to_string(root.m_nStatus) + (root.m_bPatching ? " marked" : "");
   };
   const auto cancel = [this] { task.cancel(""); };
   const auto pause = [this] { task.pause(""); };
   const auto resume = [this] { task.resume(""); };
-  EXPECT_EQ(events(ETS_Running, cancel), "0");
+  EXPECT_EQ(events(ETS_Running, cancel), "0 marked");
   EXPECT_EQ(events(ETS_ExecutionError, cancel), "status T 8 11\n8");
-  EXPECT_EQ(events(ETS_Running, pause), "0");
-  EXPECT_EQ(events(ETS_Paused, pause), "status T 4 11\n4");
-  EXPECT_EQ(events(ETS_Paused, resume), "0");
-  EXPECT_EQ(events(ETS_Running, resume), "status T 3 11\n3");
+  EXPECT_EQ(events(ETS_Running, pause), "0 marked");
+  EXPECT_EQ(events(ETS_Paused, pause), "status T 4 11\n4 marked");
+  EXPECT_EQ(events(ETS_Paused, resume), "0 marked");
+  EXPECT_EQ(events(ETS_Running, resume), "status T 3 11\n3 marked");
 }
 
 TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) {
@@ -86,6 +87,21 @@ TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) 
   task.cancel("");
   EXPECT_EQ(takeSends(), "local 123@A1\nhedge stop 123\nlocal 123@A1\n");
   EXPECT_EQ(takeEvents(), "status T 8 0\nstatus T 11 0\n");
+}
+
+TEST_F(COperationsTest, AFilledTaskIsCancelledWithoutHandingItsHedgeOver) {
+  addHedge(0);
+  given(cancelled(1000, 400));
+  DetailPtr rest = patchDetail(124);
+  rest->m_params = {sellLine(100)};
+  rest->m_orders = {ended(sell("p1", 100, 100))};
+  deliverPatch(rest);
+  ASSERT_EQ(root.m_nStatus, ETS_Finished);
+  host.takeHedgeParams();
+  takeSends();
+  task.cancel("");
+  EXPECT_EQ(takeSends(), "local 123@A1\nlocal 124@A1\nhedge stop 123\nlocal 124@A1\nlocal 123@A1\n");
+  EXPECT_TRUE(host.takeHedgeParams().empty()) << "what has filled needs no hedge any more";
 }
 
 TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {

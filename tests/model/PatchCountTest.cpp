@@ -68,6 +68,24 @@ TEST_F(CPatchCountTest, OrdersOfLocalPatchesCountByInstrumentAndOperation) {
   EXPECT_EQ(figures(row("SH.600000买入")), "250+0=250 of 1000, amount 2500+0=2500 of 10000, orders 1/0/0");
 }
 
+TEST_F(CPatchCountTest, AFillFollowsItsLineToAnotherAccount) {
+  update(twoLinesOf(mainAccount, 1));
+  update(twoLinesOf(secondAccount, 2));
+  const auto linesOn = [this](const AccountPtr& buyer, const AccountPtr& seller) {
+    DetailPtr made = patchDetail(124);
+    made->m_params = {param(buyer, "SH", "600000", EOT_Buy, 500, 10), param(seller, "SZ", "000001", EOT_Sell, 300, 10)};
+    made->m_orders = {buy("p1", 500, 40, 400)};
+    deliverPatch(made);
+    const TC::CBasketTaskItem& first = row("SH.600000买入", "A1");
+    const TC::CBasketTaskItem& second = row("SH.600000买入", "A2");
+    return std::to_string(first.m_nPatchVolume) + "/" + std::to_string(first.m_mapOrders.size()) + " " +
+           std::to_string(second.m_nPatchVolume) + "/" + std::to_string(second.m_mapOrders.size());
+  };
+  EXPECT_EQ(linesOn(mainAccount, secondAccount), "40/1 0/0");
+  EXPECT_EQ(linesOn(secondAccount, mainAccount), "0/0 40/1") << "the accounts change places";
+  EXPECT_EQ(linesOn(mainAccount, mainAccount), "40/1 0/0");
+}
+
 TEST_F(CPatchCountTest, ProgressOfServerPatchesIsCountedAndEstimatesTheTarget) {
   update(cancelled(200, 0));
   DetailPtr made = patchDetail(124);

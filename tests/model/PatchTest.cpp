@@ -90,6 +90,19 @@ TEST_F(CPatchTest, WithoutSomebodyWhoAsksThePatchIsRefused) {
   EXPECT_EQ(host.takeCreations().size(), 1u) << "the next click finds the dialog";
 }
 
+TEST_F(CPatchTest, AHostThatFailsKeepsNobodyFromPatchingAgain) {
+  given(cancelled(0, 0));
+  host.setMeeting([](const std::string& key) {
+    if (key == "A1") throw std::runtime_error("the host fails");
+  });
+  EXPECT_THROW(task.checkHasAlgoTask(task.getKey(), {}), std::runtime_error);
+  EXPECT_THROW(task.patch({}, EPT_Latest), std::runtime_error);
+  host.setMeeting({});
+  takeEvents();
+  task.checkHasAlgoTask(task.getKey(), {});
+  EXPECT_EQ(takeEvents().rfind("dialog ", 0), 0u);
+}
+
 TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
   const AccountPtr third = account("A3", "1003");
   DetailPtr known = cancelled(200, 500), unknown = detail(2), without = detail(3);

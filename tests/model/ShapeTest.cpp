@@ -68,6 +68,20 @@ TEST_F(CShapeTest, KeysAndRowsStayTheSameHoweverOftenTheTreeIsBuilt) {
   EXPECT_EQ(task.shapeVersion(), version + 100);
 }
 
+TEST_F(CShapeTest, RowsOfALoadAtWhoseEndTheHostFailedComeWithTheNextDetail) {
+  task.beginLoad();
+  update(twoLines());
+  host.setMeeting([](const std::string& key) {
+    if (key == "A1") throw std::runtime_error("the host fails");
+  });
+  EXPECT_THROW(task.endLoad(), std::runtime_error);
+  host.setMeeting({});
+  EXPECT_EQ(tree(), "组合任务123\n");
+  update(twoLines());
+  EXPECT_EQ(tree(), "组合任务123\n SH.600000买入\n SZ.000001卖出\n");
+  EXPECT_EQ(root.m_nTotalVolume, 1500);
+}
+
 TEST_F(CShapeTest, EachRefreshAnnouncesInnerNodesThenRootThenStatus) {
   std::vector<std::string> heard;
   QObject::connect(&task, &TC::CBasketTask::sigTaskOrder, [&](const QString& key, int orders, int known) {

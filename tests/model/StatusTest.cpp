@@ -1,4 +1,4 @@
-/// The finish that overrides, and the start.
+/// The finish that overrides, the status of a hedge that has filled, start and end.
 #include "TaskFixture.h"
 
 namespace {
@@ -51,6 +51,37 @@ TEST_F(CStatusTest, StartIsTheEarliestTimeOfDay) {
   EXPECT_EQ(startAfter(1763688600 + 60), QTime(9, 30));
   EXPECT_EQ(startAfter(1763688600 - 60), QTime(9, 29));
   EXPECT_EQ(startAfter(UNSET_INT), QTime(9, 29));
+}
+
+TEST_F(CStatusTest, TheEndIsTheLatestOfWhatHasEnded) {
+  host.change([](auto& session) { session.m_timeZone = QTimeZone("Asia/Shanghai"); });
+  const auto deliver = [this](DetailPtr made, int status, int seconds) {
+    made->m_nStatus = status;
+    made->m_nEndTime = seconds;
+    made->m_pCommand->m_bPatch ? task.updatePatch(made) : update(made);
+    return root.m_endTime;
+  };
+  const int open = 1763688600;  // 09:30
+  EXPECT_TRUE(deliver(twoLines(1), ETS_Running, open + 600).isNull()) << "it trades";
+  EXPECT_TRUE(deliver(twoLines(1), ETS_Cancelled, UNSET_INT).isNull()) << "nobody says when";
+  EXPECT_EQ(deliver(twoLines(2), ETS_Cancelled, open), QTime(9, 30));
+  EXPECT_EQ(deliver(twoLines(3), ETS_ExecutionError, open - 60), QTime(9, 30)) << "whichever came last";
+  DetailPtr patch = patchDetail(900);
+  patch->m_params = twoLines()->m_params;
+  EXPECT_TRUE(deliver(patch, ETS_Running, open + 900).isNull());
+  EXPECT_EQ(deliver(next(patch), ETS_Cancelled, open + 60), QTime(9, 31));
+}
+
+TEST_F(CStatusTest, AHedgeThatHasFilledHoldsNothingUp) {
+  DetailPtr hedged = detail(9);
+  hedged->m_params = {param(futuresAccount, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
+  host.setAccount(*futuresAccount);
+  update(inStatus(ETS_Finished, 900, 500));
+  task.setHedgeParam(hedgeParam(3), false);
+  EXPECT_EQ(task.status(), ETS_Running) << "its row is open";
+  hedged->m_orders = {order("h1", "CFFEX", "IF2612", EOT_SellOpen, 3, 3, 1)};
+  task.updateHedge(hedged);
+  EXPECT_EQ(task.status(), ETS_Finished);
 }
 
 }  // namespace
