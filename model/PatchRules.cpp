@@ -142,7 +142,11 @@ std::optional<int> roundToLots(int remainder, int unit, bool noLots) {
 }
 
 long long finishedNumber(const std::map<std::string, int>& numbers, const std::string& securityKey) {
-  static const std::vector<std::string> hongKong = {"HK", "HGT", "SGT"};
+  static const std::vector<std::string> hongKong = [] {
+    std::vector<std::string> markets = {HONG_KONG};
+    markets.insert(markets.end(), std::begin(CONNECT_MARKETS), std::end(CONNECT_MARKETS));
+    return markets;
+  }();
   std::string market;
   std::string code;
   utils::splitMavStockKey(securityKey, market, code);

@@ -65,7 +65,6 @@ STaskAccount CTaskShape::accountOfRows(const QString& accountKey, const CBasketT
   return {accountKey, m_accountTexts.value(accountKey, firstRow.m_strAccounts), firstRow.m_strAccountName};
 }
 
-
 void clearBelow(CBasketTaskItem& n) {
   for (CBasketTaskItem* child : qAsConst(n.m_children)) clearBelow(*child);
   n.clear();

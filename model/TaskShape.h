@@ -39,7 +39,8 @@ class CTaskShape {
   using NodeList = std::vector<std::unique_ptr<CBasketTaskItem>>;
 
   void hangSide(const SideRows& side, const QString& name, const Accounts& accounts, NodeList& nodes);
-  STaskAccount accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow, const Accounts& accounts) const;
+  STaskAccount accountOfRows(const QString& accountKey, const CBasketTaskItem& firstRow,
+                             const Accounts& accounts) const;
   void logShape(const char* pattern, const SideRows& side) const;
   /// Whether there are rows of securities and of futures.
   bool hasTwoSides() const;

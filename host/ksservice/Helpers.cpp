@@ -83,9 +83,10 @@ void CPriceDataHelper::adaptPriceType(CCodeOrderParam& param) {
 int CPriceDataHelper::limitType(int operation) { return DataHelper::isBuy(operation) ? EPT_Limit : EPT_SellerLimit; }
 
 void replaceMarketToHK(QString& key) {
-  for (const QLatin1String market : {QLatin1String("HGT"), QLatin1String("SGT")}) {
+  for (const char* const name : CONNECT_MARKETS) {
+    const QLatin1String market(name);
     if (!key.contains(market)) continue;
-    key.replace(market, QLatin1String("HK"));
+    key.replace(market, QLatin1String(HONG_KONG));
     return;
   }
 }

@@ -69,6 +69,10 @@ struct CPriceDataHelper {
   static int limitType(int operation);
 };
 
+constexpr const char* HONG_KONG = "HK";
+/// The markets through which Hong Kong instruments are traded, too.
+constexpr const char* CONNECT_MARKETS[] = {"HGT", "SGT"};
+
 /// Turns "HGT", or else "SGT", into "HK" wherever it stands in the key of an instrument or a row, so that orders that
 /// go through a connect market find what is kept of their Hong Kong instruments. A key with both keeps its "SGT": that
 /// is intended.

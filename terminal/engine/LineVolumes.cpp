@@ -1,5 +1,9 @@
 #include "LineVolumes.h"
 
+#include <algorithm>
+#include <iterator>
+
+#include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
 
@@ -8,8 +12,9 @@ namespace engine {
 using namespace ksservice;
 
 LineKey lineKeyOf(const std::string& accountKey, const CStockInfo& stock, int operation) {
-  const bool connect = stock.m_strMarket == "HGT" || stock.m_strMarket == "SGT";
-  return {accountKey, utils::mavStockKey(connect ? "HK" : stock.m_strMarket, stock.m_strCode), operation};
+  const bool connect =
+      std::find(std::begin(CONNECT_MARKETS), std::end(CONNECT_MARKETS), stock.m_strMarket) != std::end(CONNECT_MARKETS);
+  return {accountKey, utils::mavStockKey(connect ? HONG_KONG : stock.m_strMarket, stock.m_strCode), operation};
 }
 
 std::string lineText(const LineKey& line) {
