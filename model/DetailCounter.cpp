@@ -115,7 +115,8 @@ void CDetailCounter::countLines(SRun& run, const STexts& texts) {
   run.shares.m_paramSlots.setLength(params.size());
   for (std::size_t i = 0; i < params.size(); ++i) {
     const CCodeOrderParam& param = params[i];
-    const auto& [market, code, name] = param.m_stock;
+    const std::string& market = param.m_stock.m_strMarket;
+    const std::string& code = param.m_stock.m_strCode;
     const auto resolve = [&] { return slotOn(run, run.rows.ofLine(param), market, code, param.m_nOperation); };
     // Of lines on several accounts one instrument may have several rows.
     const int slot =

@@ -72,6 +72,7 @@ const SButtonSpec* specOf(int buttonId) {
 
 /// What a status does to one button.
 enum EEffect : unsigned char {
+  Missing,
   K,  ///< keep
   H,  ///< hide
   S,  ///< enable and show
@@ -116,6 +117,14 @@ constexpr SStatusRule RULES[] = {
     {Single, ksservice::ETS_Paused, AnyRow, true, {V, H, S, K, K, K, K, H}},
     {Single, ANY_STATUS, AnyRow, false, {K, K, K, K, K, K, K, K}},
 };
+
+/// A button that was added has a value in every rule.
+constexpr bool areRulesComplete() {
+  return std::all_of(std::begin(RULES), std::end(RULES), [](const SStatusRule& rule) {
+    return std::find(std::begin(rule.effects), std::end(rule.effects), Missing) == std::end(rule.effects);
+  });
+}
+static_assert(areRulesComplete());
 
 const SStatusRule& ruleOf(unsigned set, int status, int type, bool hedgeRow) {
   return *std::find_if(std::begin(RULES), std::end(RULES), [=](const SStatusRule& rule) {
