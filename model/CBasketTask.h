@@ -67,8 +67,6 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void endLoad();
   /// Builds the tree anew from the rows.
   void reorganize();
-  /// Sums the whole tree, forms the root's status and times anew, and announces them.
-  void updateRoot();
   /// Sums the figures up the tree below n and announces the order counts of each inner node.
   void recursiveUpdate(CBasketTaskItem* n);
   /// Empties the child lists of n and of all below it.

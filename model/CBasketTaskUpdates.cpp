@@ -168,13 +168,6 @@ void CBasketTask::recursiveClear(CBasketTaskItem* n) {
   clearBelow(*n);
 }
 
-void CBasketTask::updateRoot() {
-  const CTaskLock task(*m_guard);
-  CSpeech notices(*this);
-  sumFigures(task->tree.root(), notices);
-  formRoot(task, notices);
-}
-
 void CBasketTask::noteAccount(const QString& accountKey, const QString& text) {
   CTaskLock(*m_guard)->shape.noteAccount(accountKey, text);
 }

@@ -49,7 +49,7 @@ class CTaskThreadsTest : public CPatchTaskTest {
     task.setHedgeParam(hedge, false);
     task.noteAccount("A1", "1001");
     if (round % 16 == 0) task.updateOrderDetail();
-    if (round % 16 == 8) task.updateRoot();
+    if (round % 16 == 8) task.recursiveUpdate(task.getRoot());
     task.reorganize();
     task.status();
     task.patchTaskStatus();
