@@ -41,7 +41,7 @@ class CTaskHedge {
   // Parameters
   /// Takes parameters; whether they were handed over before is remembered. Gives a detail without identifier and
   /// orders, for the row that is to show them before the first hedge order.
-  ksservice::CTaskDetailPtr setParam(const ksservice::CBasketHedgeParam& param);
+  ksservice::CTaskDetailPtr setParam(const ksservice::CBasketHedgeParam& given);
   /// The manager was told to start, or runs already: the row offers an end of it.
   void started(bool start);
   void giveToManager() const;
