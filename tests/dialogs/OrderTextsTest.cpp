@@ -1,11 +1,9 @@
 // The texts that carry order parameters, and what orders are reckoned from.
 #include <gtest/gtest.h>
 
-#include <boost/make_shared.hpp>
 #include <limits>
 
 #include "TestHost.h"
-#include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 #include "tc/AlgoParams.h"
 #include "tc/OrderSetting.h"
@@ -46,7 +44,7 @@ TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
       {"algo=POV;start=09:30:00;end=14:57:00;slices=1;rate=0.1", "无法识别 \"slices=1\""},
       {"algo=POV;start=09:30:00;end=14:57:00;rate=0.1;rate=0.2", "无法识别 \"rate=0.2\""},
       {"algo=TWAP;start=09:30:00;end=14:57:00;slices=1;", "无法识别 \"\""},
-      {"algo=TWAP;start=9:30:00;end=14:57:00;slices=1", "取值有误 \"start=9:30:00\""},
+      {"algo=TWAP;start=24:00:00;end=14:57:00;slices=1", "取值有误 \"start=24:00:00\""},
       {"algo=TWAP;start=09:60:00;end=14:57:00;slices=1", "取值有误 \"start=09:60:00\""},
       {"algo=TWAP;start=09:30:00;end=09:30:00;slices=1", "结束时间须晚于开始时间"},
       {"algo=TWAP;start=09:30:00;end=14:57:00;slices=0", "拆单笔数须为 1 至 10000"},
@@ -55,6 +53,7 @@ TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
       {"algo=TWAP;start=09:30:00;end=14:57:00;slices=1;limit=-1", "限价须不小于 0"},
       {"algo=TWAP;start=09:30:00;end=14:57:00;slices=1;limit=inf", "限价须不小于 0"},
       {"algo=POV;start=09:30:00;end=14:57:00;rate=nan", "参与率须大于 0 且不大于 1"},
+      {"algo=POV;start=09:30:00;end=14:57:00;rate=0", "参与率须大于 0 且不大于 1"},
       {"algo=POV;start=09:30:00;end=14:57:00;rate=1.5", "参与率须大于 0 且不大于 1"},
   };
   for (const SCase& each : cases) {
@@ -92,17 +91,4 @@ TEST(OrderTexts, OnlyAKnownOrderSettingPricesALineAndWithinItsLimit) {
   param.m_stock = {"SH", "600000", ""};
   TC::orderSettingToParam(*TC::orderSettingFromString("price=47"), param, EOT_Sell, 300, noLimit, quote);
   EXPECT_EQ(param.m_nPriceType, EPT_SellerLimit) << "an instrument without market prices";
-}
-
-TEST(OrderTexts, FinishedOrdersCountWhatMayStillFill) {
-  const auto order = [](int volume, int traded, bool completed) {
-    auto made = boost::make_shared<COrderInfo>();
-    made->m_nVolume = volume;
-    made->m_nTradedVolume = traded;
-    made->m_bCompleted = completed;
-    return made;
-  };
-  const std::vector<COrderInfoPtr> orders = {order(500, 200, true), order(500, 200, false), order(300, 0, true)};
-  EXPECT_EQ(CTaskHelper::getFinishedOrderNum(orders), 700);
-  EXPECT_EQ(CTaskHelper::getFinishedOrderNum(std::vector<COrderInfoPtr>()), 0);
 }

@@ -103,35 +103,6 @@ TEST_F(CCountingTest, OrdersMayChangeTheirPlaces) {
   EXPECT_EQ(row("SH.600000买入").m_mapOrders.keys(), QList<std::string>({"o1", "o3"}));
 }
 
-TEST_F(CCountingTest, ServerTaskIsCountedByItsProgress) {
-  DetailPtr made = twoLines();
-  made->m_bServerTask = true;
-  made->m_strMessage = "running";
-  made->m_orders = {buy("o1", 100, 70, 700)};
-  update(made);
-  EXPECT_EQ(root.m_nTradedVolume, 0) << "no progress yet; its order list does not count";
-  EXPECT_EQ(root.m_strRemark, "running");
-  EXPECT_DOUBLE_EQ(row("SH.600000买入").m_dTotalAmount, 10000);
-
-  TC::CTaskProgress progress;
-  progress.m_orders = {progressOrder("600000", 0, 100, "X1001"), progressOrder("600000", 0, 100, "1002"),
-                       progressOrder("000001", 9, 100, "1001", "SZ"), progressOrder("999999", -1, 100, "1001", "SZ"),
-                       progressOrder("00700", 0, 100, "1001", "HGT")};
-  host.desk().setProgress("123-1", progress);
-  made = next(made);
-  made->m_strMessage.clear();
-  made->m_params.push_back(param(mainAccount, "SH", "600001", EOT_None, 100, 10));
-  update(made);
-  const TC::CBasketTaskItem& bought = row("SH.600000买入");
-  EXPECT_EQ(bought.m_nTradedVolume, 100) << "the map key must hold the row's account";
-  EXPECT_EQ(bought.m_nCurOrderCount2, 1);
-  EXPECT_DOUBLE_EQ(bought.m_dTotalAmount, 1000 * 1100.0 / 100) << "estimated from what was traded";
-  EXPECT_EQ(row("SZ.000001卖出").m_nTradedVolume, 100) << "without a valid index the instrument decides";
-  EXPECT_EQ(root.m_nOrderCount, 2);
-  EXPECT_EQ(root.m_strRemark, "running") << "an empty message changes nothing";
-  EXPECT_EQ(bought.m_mapOrders.size(), 0);
-}
-
 TEST_F(CCountingTest, ServerTaskWithoutCommandCountsItsOrders) {
   DetailPtr made = twoLines();
   made->m_bServerTask = true;
@@ -144,22 +115,19 @@ TEST_F(CCountingTest, ServerTaskWithoutCommandCountsItsOrders) {
   EXPECT_EQ(root.m_strRemark, "");
 }
 
-TEST_F(CCountingTest, OnlyAlgorithmRowsOfServerTasksRemarkTheirInstance) {
-  DetailPtr made = twoLines();
+TEST_F(CCountingTest, AServerTaskRemarksItsInstanceElseWhatItSaidLast) {
+  DetailPtr made = onServer(twoLines()->m_params);
   made->m_params[0].m_nOrderType = EORT_Algo;
-  made->m_strInstance = "TWAP-7";
   made->m_strMessage = "waiting";
   update(made);
-  EXPECT_EQ(row("SH.600000买入").m_strRemark, "") << "a local task";
+  EXPECT_EQ(row("SH.600000买入").m_strRemark, "waiting");
   made = next(made);
-  made->m_bServerTask = true;
+  made->m_strInstance = "TWAP-7";
+  made->m_strMessage.clear();
   update(made);
   EXPECT_EQ(row("SH.600000买入").m_strRemark, "TWAP-7");
   EXPECT_EQ(row("SZ.000001卖出").m_strRemark, "") << "a plain order type";
-  made = next(made);
-  made->m_strInstance.clear();
-  update(made);
-  EXPECT_EQ(row("SH.600000买入").m_strRemark, "waiting");
+  EXPECT_EQ(root.m_strRemark, "waiting") << "an empty message changes nothing";
 }
 
 }  // namespace

@@ -50,19 +50,15 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
   }
   row("SH.600000买入").m_bPatching = true;
   task.patch(buyRow, 14);
+  DetailPtr other = twoLinesOf(secondAccount, 2);
+  other->m_nStatus = ETS_Cancelled;
+  given(other);
+  task.patch(row("SH.600000买入", "A2").m_strKey, 14);
+  EXPECT_EQ(creations(), "A2/SH.600000买入 1000 type 6 price 14:10.1\n") << "rows of two accounts are told apart";
+  takeEvents();
   given(twoLines());
   task.patch(QString(), 14);
   EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";
-}
-
-TEST_F(CDirectPatchTest, RowsOfTwoAccountsAreToldApart) {
-  update(cancelled(200, 500));
-  DetailPtr other = detail(2);
-  other->m_params = {param(secondAccount, "SH", "600000", EOT_Buy, 1000, 10)};
-  other->m_nStatus = ETS_Cancelled;
-  given(other);
-  task.patch(row("SH.600000买入", "A2").m_strKey, 0);
-  EXPECT_EQ(takeEvents(), "status 组合任务123-1002-SH.600000买入 10001 0\n") << "no stored order setting";
 }
 
 TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
@@ -77,12 +73,12 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
   messages();
 
   given(cancelled(200, 500));
-  task.patch(key, 0);
-  EXPECT_EQ(takeEvents(), failed) << "no stored order setting";
-  host.change([](auto& session) { session.m_settings.m_strOrderSetting = "nonsense"; });
-  task.patch(key, 0);
-  EXPECT_EQ(takeEvents(), failed);
-  EXPECT_EQ(messages(), "没有委托设置 A1/SH.600000买入\n没有委托设置 A1/SH.600000买入\n");
+  for (const char* setting : {"", "nonsense"}) {
+    host.change([&](auto& session) { session.m_settings.m_strOrderSetting = setting; });
+    task.patch(key, 0);
+    EXPECT_EQ(takeEvents(), failed);
+    EXPECT_EQ(messages(), "没有委托设置 A1/SH.600000买入\n");
+  }
   host.setCommandsKnown(false);
   task.patch(key, 14);
   EXPECT_EQ(takeEvents(), failed);

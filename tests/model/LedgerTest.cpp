@@ -67,24 +67,25 @@ TEST_F(CLedgerTest, TheSameDetailsGiveTheSameFiguresInWhateverOrderTheyCame) {
   std::mt19937 random(7);
   std::vector<DetailPtr> details;
   for (int number = 1; number <= 8; ++number) {
-    const bool own = number <= 4;
-    DetailPtr made = own ? twoLines(number) : patchDetail(900 + number);
+    const DetailPtr made = number <= 4 ? twoLines(number) : patchDetail(900 + number);
     made->m_params = twoLines()->m_params;
     details.push_back(withOrders(made, {buy("o" + std::to_string(number), 100, 30, 0.1 * number + 1e-9)}));
   }
-  std::string first;
+  std::set<std::string> figures;
   for (int round = 0; round < 20; ++round) {
     std::shuffle(details.begin(), details.end(), random);
-    for (const DetailPtr& made : details) count(made->m_pCommand->m_bPatch ? EBTT_Patch : EBTT_Own, made, made);
+    CRowLedger fresh;
+    CDetailCounter alone{id, fresh, tree.stocks()};
+    for (CBasketTaskItem* row : tree.stockRows("A1")) fresh.addRow(*row, false);
+    for (const DetailPtr& made : details) {
+      alone.count(SDetailFacts(made->m_pCommand->m_bPatch ? EBTT_Patch : EBTT_Own, *made), {}, {});
+    }
     const CBasketTaskItem& row = ledgerRow();
-    const std::string text =
-        QString::asprintf("%a %a %d %d", row.m_dCurAmount, row.m_dPatchAmount, row.m_nFinishedVolume, row.m_nOrderCount)
-            .toStdString();
-    if (first.empty()) first = text;
-    EXPECT_EQ(text, first) << "round " << round;
+    figures.insert(QString::asprintf("%a %a", row.m_dCurAmount, row.m_dPatchAmount).toStdString());
     EXPECT_EQ(row.m_nFinishedVolume, 240);
     EXPECT_EQ(row.m_mapOrders.size(), 8);
   }
+  EXPECT_EQ(figures.size(), 1u) << "sums of doubles hang on their order";
 }
 
 TEST_F(CLedgerTest, FillsFollowRowsThatComeAndLinesThatMove) {

@@ -200,19 +200,6 @@ TEST_F(CPatchCreationsTest, ATaskThatTurnsOutToTradeMoreIsNotTakenForIt) {
   EXPECT_EQ(state(), "");
 }
 
-TEST_F(CPatchCreationsTest, TheUserMayStopWaitingAfterAWhileButTheLinesStayHeld) {
-  creations.add(1, lines(100), 5000);
-  EXPECT_FALSE(creations.endWait(14999, 10000));
-  EXPECT_EQ(state(), "x=100 waits");
-  creations.setDropped(true);
-  EXPECT_TRUE(creations.isDropped());
-  EXPECT_TRUE(creations.endWait(15000, 10000));
-  EXPECT_EQ(state(), "x=100 ");
-  EXPECT_FALSE(creations.isDropped()) << "only while it is waited for";
-  creations.handedOver(lines(7));
-  EXPECT_EQ(creations.taken(), (LineVolumes{{{"A1", "x"}, 7}}));
-}
-
 TEST_F(CPatchCreationsTest, WhatWasAskedForBeforeADetailIsOwedToItOnce) {
   creations.add(1, lines(1000), 0);
   creations.operate(ETO_Pause);

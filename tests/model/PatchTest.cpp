@@ -32,7 +32,7 @@ class CPatchTest : public CPatchTaskTest {
   const std::string offered = "dialog A1/SH.600000买入=800 A1/SZ.000001卖出=500\n";
 };
 
-TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChosen) {
+TEST_F(CPatchTest, APlainTradeThatWasChosenIsOrderedSoWhateverTheTaskIs) {
   const std::string algo = "algo=TWAP;start=09:30:00;end=14:57:00;slices=10";
   command.m_nOrderType = EORT_Algo;
   command.m_strAlgoParams = algo;
@@ -41,14 +41,6 @@ TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChose
   for (CCodeOrderParam& line : made->m_params) line.m_nOrderType = EORT_Algo;
   made->m_pCommand->m_strAlgoParams = algo;
   update(made);
-  patch("选中补单");
-  auto creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  EXPECT_EQ(creations[0].m_command.m_nOrderType, EORT_Algo);
-  EXPECT_EQ(creations[0].m_command.m_strAlgoParams, algo);
-  creations[0].completion(utils::KSError("refused"), 0);
-  takeEvents();
-
   bool chosen = false;
   GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
     const bool params = std::exchange(chosen, true);
@@ -57,7 +49,7 @@ TEST_F(CPatchTest, AlgorithmOfTheTaskIsThatOfThePatchUnlessThePlainTradeWasChose
     }
   });
   task.checkHasAlgoTask(task.getKey(), PLAIN);
-  creations = host.takeCreations();
+  const auto creations = host.takeCreations();
   ASSERT_EQ(creations.size(), 1u);
   EXPECT_EQ(creations[0].m_command.m_nOrderType, EORT_Plain) << "never an order that the user did not confirm";
   EXPECT_EQ(creations[0].m_command.m_strAlgoParams, "");
@@ -103,36 +95,19 @@ TEST_F(CPatchTest, AHostThatFailsKeepsNobodyFromPatchingAgain) {
   EXPECT_EQ(takeEvents().rfind("dialog ", 0), 0u);
 }
 
-TEST_F(CPatchTest, AccountsWithoutDataAndUnknownInstrumentsAreLeftOut) {
-  const AccountPtr third = account("A3", "1003");
+TEST_F(CPatchTest, WhyRowsAreNotOfferedIsToldOfTwentyAndTheRestIsCounted) {
   DetailPtr known = cancelled(200, 500), unknown = detail(2), without = detail(3);
   unknown->m_nStatus = without->m_nStatus = ETS_Cancelled;
-  unknown->m_params = {param(secondAccount, "SH", "600999", EOT_Buy, 100, 10)};
-  without->m_params = {param(third, "SH", "600000", EOT_Buy, 100, 10)};
-  for (const DetailPtr& one : {known, unknown, without}) given(one);
-  EXPECT_EQ(patch(),
-            "box 补单|不能补单：\nSH.600999 买入 1002：没有合约信息\nSH.600000 买入 1003：没有账号数据\n"
-            "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
-}
-
-TEST_F(CPatchTest, AUnitBelowOneIsToldAndNothingIsOrderedOfIt) {
-  const std::string reason = "box 补单|不能补单：\nSH.600000 买入 1001：没有有效的最小交易单位\n";
-  given(cancelled(200, 0));
-  instrument("SH", "600000", 0);
-  EXPECT_EQ(patch(), reason + "dialog A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
-  given(cancelled(200, 500));
-  EXPECT_EQ(patch(), reason + refuse("可补单量为0"));
-}
-
-TEST_F(CPatchTest, TwentyReasonsAreToldAndTheRestIsCounted) {
-  DetailPtr made = twoLines();
-  made->m_nStatus = ETS_Cancelled;
-  for (int i = 0; i < 23; ++i) {
-    made->m_params.push_back(param(mainAccount, "SH", "6001" + std::to_string(10 + i), EOT_Buy, 100, 10));
+  for (int i = 0; i < 20; ++i) {
+    unknown->m_params.push_back(param(secondAccount, "SH", "6001" + std::to_string(10 + i), EOT_Buy, 100, 10));
   }
-  given(made);
+  without->m_params = {param(account("A3", "1003"), "SH", "600000", EOT_Buy, 100, 10)};
+  for (const DetailPtr& one : {known, without}) given(one);
+  EXPECT_EQ(patch(), "box 补单|不能补单：\nSH.600000 买入 1003：没有账号数据\n"
+                     "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
+  given(unknown);
   const std::string events = patch();
-  EXPECT_NE(events.find("SH.600129 买入 1001：没有合约信息\n等 3 行\ndialog"), std::string::npos) << events;
+  EXPECT_NE(events.find("SH.600129 买入 1002：没有合约信息\n等 1 行\ndialog"), std::string::npos) << events;
 }
 
 TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
@@ -149,16 +124,6 @@ TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
 }
 
-TEST_F(CPatchTest, AServerTaskThatHasFilledWholeNeedsNoAnswer) {
-  serverTask();
-  DetailPtr filled = onServer({sellLine(700)}, 2);
-  filled->m_nStatus = ETS_Finished;
-  update(filled);
-  patch();
-  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}}}}),
-            "dialog A1/SH.600000买入=700 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
-}
-
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
   DetailPtr made = onServer(twoLines()->m_params);
   made->m_nStatus = ETS_Running;
@@ -172,19 +137,6 @@ TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
   patch();
   EXPECT_EQ(answer({{"123-1", {{"SH.600000", 600}}}}),
             "dialog A1/SH.600000买入=400 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
-}
-
-TEST_F(CPatchTest, ProgressThatOutrunsTheAnswerCounts) {
-  serverTask();
-  TC::CTaskProgress progress;
-  progress.m_orders.emplace_back();
-  progress.m_orders[0].m_detail.m_strMarket = "SH";
-  progress.m_orders[0].m_detail.m_strCode = "600000";
-  progress.m_orders[0].m_detail.m_nTradedVolume = 420;
-  host.desk().setProgress("123-1", progress);
-  patch();
-  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}, {"SZ.000001", 40}}}}),
-            "dialog A1/SH.600000买入=500 A1/SZ.000001卖出=460\nended T\nstatus T 8 0\n");
 }
 
 TEST_F(CPatchTest, AnswerForATaskThatIsGoneDoesNoHarm) {
@@ -244,29 +196,19 @@ TEST_F(CPatchTest, FinishedNumbersCountForTheAccountAndUnderBothKeys) {
   EXPECT_EQ(available(all, "A2"), "A2/SH.600000买入 400\n");
 }
 
-TEST_F(CPatchTest, WhatAnOrderMayStillFillIsNotOfferedAndTheRestInLots) {
-  instrument("HK", "00700", 100);
+TEST_F(CPatchTest, ARowIsOfferedByItsInstrumentsLotsAndItsOnlyOperation) {
   instrument("SZ", "300750", 100, {STOCK_TYPE_NO_LOTS});
-  instrument("SH", "688001", 200, {STOCK_TYPE_NO_LOTS});
   DetailPtr made = detail();
   made->m_nStatus = ETS_Cancelled;
-  made->m_params = {
-      param(mainAccount, "SH", "600000", EOT_Buy, 1250, 10), param(mainAccount, "SZ", "000001", EOT_Sell, 1250, 10),
-      param(mainAccount, "HK", "00700", EOT_Buy, 1250, 10), param(mainAccount, "SZ", "300750", EOT_Buy, 150, 10),
-      param(mainAccount, "SH", "688001", EOT_Buy, 199, 10)};
+  made->m_params = {buyLine(1250), param(mainAccount, "SZ", "300750", EOT_Buy, 150, 10)};
+  made->m_orders = {buy("o1", 100, 10, 100)};
   update(made);
   host.takeLog();
-  EXPECT_EQ(available(), "A1/HK.00700买入 1250\nA1/SH.600000买入 1200\nA1/SZ.000001卖出 1250\nA1/SZ.300750买入 150\n");
+  EXPECT_EQ(available(), "A1/SH.600000买入 1100\nA1/SZ.300750买入 150\n");
   EXPECT_EQ(takeLog("SH.600000"), std::vector<std::string>{"stk: cmd = 77, task = 123, code = SH.600000, "
-                                                           "patch Finished order num = 0,patch num = 1250"});
-  made = next(made);
-  made->m_orders = {ended(buy("o1", 500, 120, 1200)), buy("o2", 100, 10, 100),
-                    ended(order("o3", "HGT", "00700", EOT_Buy, 250, 250, 2500)), ended(sell("o4", 1250, 1200))};
-  update(made);
-  EXPECT_EQ(available(), "A1/HK.00700买入 1000\nA1/SH.600000买入 1000\nA1/SZ.000001卖出 50\nA1/SZ.300750买入 150\n");
+                                                           "patch Finished order num = 100,patch num = 1150"});
   row("SZ.300750买入").m_vecOperations.append(EOT_Sell);
-  EXPECT_EQ(available(), "A1/HK.00700买入 1000\nA1/SH.600000买入 1000\nA1/SZ.000001卖出 50\n")
-      << "not exactly one operation";
+  EXPECT_EQ(available(), "A1/SH.600000买入 1100\n");
 }
 
 TEST_F(CPatchTest, APatchThatCameAsADetailOfTheTaskItselfIsNotOfferedTwice) {
