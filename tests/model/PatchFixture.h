@@ -19,7 +19,6 @@ class CPatchTaskTest : public CTaskTest {
   }
 
  protected:
-  using Numbers = std::map<std::string, int>;
   using Answer = TC::OrderProcessMap;
 
   CPatchTaskTest() {
@@ -86,15 +85,6 @@ class CPatchTaskTest : public CTaskTest {
         return "hedge stop " + id;
     }
     return {};
-  }
-
-  /// Log lines since the last call that hold the text.
-  std::vector<std::string> takeLog(const std::string& text) {
-    std::vector<std::string> lines;
-    for (const std::string& line : host.takeLog()) {
-      if (line.find(text) != std::string::npos) lines.push_back(line);
-    }
-    return lines;
   }
 
   OrderPtr sell(const std::string& key, int volume, int traded) const {

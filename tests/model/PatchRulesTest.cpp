@@ -200,6 +200,14 @@ TEST_F(CPatchCreationsTest, ATaskThatTurnsOutToTradeMoreIsNotTakenForIt) {
   EXPECT_EQ(state(), "");
 }
 
+TEST_F(CPatchCreationsTest, ADropShowsOnlyWhileThePatchIsWaitedFor) {
+  creations.add(1, lines(100), 5000);
+  creations.setDropped(true);
+  EXPECT_TRUE(creations.isDropped());
+  EXPECT_TRUE(creations.endWait(15000, 10000));
+  EXPECT_FALSE(creations.isDropped());
+}
+
 TEST_F(CPatchCreationsTest, WhatWasAskedForBeforeADetailIsOwedToItOnce) {
   creations.add(1, lines(1000), 0);
   creations.operate(ETO_Pause);

@@ -103,8 +103,9 @@ TEST_F(CPatchTest, WhyRowsAreNotOfferedIsToldOfTwentyAndTheRestIsCounted) {
   }
   without->m_params = {param(account("A3", "1003"), "SH", "600000", EOT_Buy, 100, 10)};
   for (const DetailPtr& one : {known, without}) given(one);
-  EXPECT_EQ(patch(), "box 补单|不能补单：\nSH.600000 买入 1003：没有账号数据\n"
-                     "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
+  EXPECT_EQ(patch(),
+            "box 补单|不能补单：\nSH.600000 买入 1003：没有账号数据\n"
+            "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
   given(unknown);
   const std::string events = patch();
   EXPECT_NE(events.find("SH.600129 买入 1002：没有合约信息\n等 1 行\ndialog"), std::string::npos) << events;

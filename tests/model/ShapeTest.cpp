@@ -5,16 +5,7 @@ namespace {
 
 using namespace ksservice;
 
-class CShapeTest : public CTaskTest {
- protected:
-  std::vector<std::string> logWith(const std::string& begin) {
-    std::vector<std::string> found;
-    for (const std::string& line : host.takeLog()) {
-      if (line.rfind(begin, 0) == 0) found.push_back(line);
-    }
-    return found;
-  }
-};
+class CShapeTest : public CTaskTest {};
 
 TEST_F(CShapeTest, SecondAccountBringsAccountNodes) {
   host.setAccount(*account("A2", "1002-x", "配置的名字"));
@@ -33,7 +24,7 @@ TEST_F(CShapeTest, SecondAccountBringsAccountNodes) {
   EXPECT_EQ(configured.m_strAccountKey, "A2");
   EXPECT_EQ(root.childAt(0)->m_strAccountName, "主账户") << "else the account's first row";
   EXPECT_EQ(configured.m_nTotalVolume, 1500);
-  EXPECT_EQ(logWith("stk: "),
+  EXPECT_EQ(takeLog("stk: "),
             (std::vector<std::string>{"stk: cmd = 77, task = 123, stock_map_size = 2, futures_map_size = 0, multi_type "
                                       "= false, multi_account = true."}));
   const std::string built = tree();

@@ -122,19 +122,6 @@ class CTaskTest : public testing::Test {
     return order;
   }
 
-  /// An entry of a progress, traded at 11 CNY.
-  static TC::CProgressOrder progressOrder(const std::string& code, int index, int traded = 100,
-                                          const std::string& mapKey = "1001", const std::string& market = "SH") {
-    TC::CProgressOrder made;
-    made.m_strMapKey = mapKey;
-    made.m_detail.m_strMarket = market;
-    made.m_detail.m_strCode = code;
-    made.m_detail.m_nTradedVolume = traded;
-    made.m_detail.m_dTradedAmount = traded * 11;
-    made.m_nParamIndex = index;
-    return made;
-  }
-
   /// The next state of a detail: a fresh record, as the host delivers it.
   static DetailPtr next(const DetailPtr& before) { return boost::make_shared<ksservice::CTaskDetail>(*before); }
 
@@ -144,6 +131,15 @@ class CTaskTest : public testing::Test {
     TC::CBasketTaskItem* found = task.getStockDetailMap(accountKey).value(rowKey);
     if (!found) throw std::out_of_range("no row " + rowKey.toStdString());
     return *found;
+  }
+
+  /// Log lines since the last call that hold the text.
+  std::vector<std::string> takeLog(const std::string& text) {
+    std::vector<std::string> lines;
+    for (const std::string& line : host.takeLog()) {
+      if (line.find(text) != std::string::npos) lines.push_back(line);
+    }
+    return lines;
   }
 
   /// The tree as one line a node: its key without the parent's, indented by its depth.

@@ -82,14 +82,12 @@ class CTaskThreadsTest : public CPatchTaskTest {
   /// What the GUI asks of a task.
   std::vector<std::function<void()>> asks() {
     const QString all = task.getKey();
-    return {[this] { m_nSeen += task.contains("123-1", TC::EBTT_Own) + task.contains("500-1", TC::EBTT_Patch); },
-            [this] { m_nSeen += task.contains("900-1", TC::EBTT_Hedge); },
-            [this, all] { m_nSeen += task.getOrderType(all) + task.isAlgoOrderType(all); },
-            [this] { m_nSeen += task.isServerRun(); },
-            [this] { m_nSeen += task.getBasketName().size(); },
-            [this] { m_nSeen += task.getAlgoParams().size(); },
-            [this, all] { m_nSeen += static_cast<int>(task.getParam(all).size()); },
-            [this] { m_nSeen += task.shownStatus(); },
+    return {[this, all] {
+              m_nSeen += task.contains("123-1", TC::EBTT_Own) + task.contains("500-1", TC::EBTT_Patch) +
+                         task.contains("900-1", TC::EBTT_Hedge) + task.isServerRun() + task.shownStatus();
+              m_nSeen += task.getOrderType(all) + task.isAlgoOrderType(all) + task.getBasketName().size() +
+                         task.getAlgoParams().size() + static_cast<int>(task.getParam(all).size());
+            },
             [this, all] {
               std::vector<COrderDetailPtr> details;
               std::vector<COrderInfoPtr> orders;
