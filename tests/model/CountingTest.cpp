@@ -84,20 +84,6 @@ TEST_F(CCountingTest, StoredOrderIsTheLaterOfOneKey) {
   EXPECT_EQ(bought->m_nTradedVolume, 15 + 20 + 1) << "all are counted all the same";
 }
 
-TEST_F(CCountingTest, OrdersMayChangeTheirPlaces) {
-  DetailPtr made = twoLines();
-  made->m_orders = {buy("o1", 100, 10, 100), nullptr, order("o2", "SZ", "000001", EOT_Sell, 100, 20, 200),
-                    order("o4", "SZ", "000001", EOT_Buy, 100, 100, 1000)};
-  update(made);
-  DetailPtr later = next(made);
-  std::swap(later->m_orders[0], later->m_orders[2]);
-  later->m_orders.push_back(buy("o3", 100, 1, 10));
-  update(later);
-  EXPECT_EQ(row("SH.600000买入").m_nTradedVolume, 11);
-  EXPECT_EQ(row("SZ.000001卖出").m_nTradedVolume, 20) << "the buy of the same security has no row";
-  EXPECT_EQ(row("SH.600000买入").m_mapOrders.keys(), QList<std::string>({"o1", "o3"}));
-}
-
 TEST_F(CCountingTest, ServerTaskWithoutCommandCountsItsOrders) {
   DetailPtr made = twoLines();
   made->m_bServerTask = true;

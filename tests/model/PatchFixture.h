@@ -97,11 +97,9 @@ class CPatchTaskTest : public CTaskTest {
     return param(mainAccount, "SZ", "000001", ksservice::EOT_Sell, volume, 10);
   }
 
-  void addHedge(int lots, bool enabled = true) {
+  void addHedge(int lots) {
     host.setAccount(*futuresAccount);
-    ksservice::CBasketHedgeParam hedge = hedgeParam(lots);
-    hedge.m_bEnabled = enabled;
-    task.setHedgeParam(hedge, false);
+    task.setHedgeParam(hedgeParam(lots), false);
     takeEvents();
   }
 
