@@ -2,11 +2,8 @@
 
 #include <algorithm>
 
-#include "CBasketTasksPanel.h"
-#include "TableDump.h"
-#include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "CHpfBasketOptionDelegate.h"
 #include "gv/CCommonDialog.h"
-#include "gv/CHpfTreeTable.h"
 #include "gv/CMessageBox.h"
 #include "ksservice/Operations.h"
 #include "tc/TaskEvents.h"
@@ -121,17 +118,18 @@ void CSafetyDay::learn(const Details& details) {
 
 void CSafetyDay::openPanel() {
   m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
-  m_pTable = journal::tableOf(*m_pPanel);
-  showQuantities(*m_pTable);
-  QObject::connect(m_pPanel.get(), &TC::ITradeDockableWidget::sigPatchCreateTask,
+  m_pTable = &showQuantities(*m_pPanel);
+  QObject::connect(m_pPanel.get(), &TC::CBasketTasksPanel::sigPatchCreateTask,
                    [this](const QString& lines) { onNewBasket(lines); });
   m_known.clear();
   load();
 }
 
 /// In the column of progress.
-void CSafetyDay::showQuantities(GV::CHpfTreeTable& table) {
-  table.handleEvent(GV::EventColumnDoubleClicked, 0, 0, QStringLiteral("8"), nullptr);
+TC::CHpfBasketStatusTable& CSafetyDay::showQuantities(const TC::CBasketTasksPanel& panel) {
+  auto& table = *panel.findChild<TC::CHpfBasketStatusTable*>();
+  table.setParam(QStringLiteral("/1"));
+  return table;
 }
 
 void CSafetyDay::load() {
@@ -183,7 +181,7 @@ int CSafetyDay::anyBasket() {
 void CSafetyDay::clickRowButton() {
   const int basket = anyBasket();
   const auto row = m_pTable->rowByPath(QString::number(basket));
-  const auto* all = journal::buttonsOf(*m_pTable);
+  const auto* all = m_pTable->getTaskOptionDelegate();
   if (!row || !all->getIsItemVisible(row->key())) return;
   const QString key = row->key();
   std::vector<GV::STableButton> shown;
@@ -199,7 +197,7 @@ void CSafetyDay::clickRowButton() {
   for (int clicks = chance(m_random, 20) ? 2 : 1; clicks > 0; --clicks) {
     ++m_counts["clicks"];
     // A dialog that the click before opened may have seen the panel closed and opened.
-    auto* buttons = journal::buttonsOf(*m_pTable);
+    auto* buttons = m_pTable->getTaskOptionDelegate();
     const auto click = [&] { buttons->clickButton(key, button.id); };
     const bool works = buttons->getIsItemVisible(key) && buttons->getIsItemButtonVisible(key, button.id) &&
                        buttons->getIsItemButtonEnabled(key, button.id);

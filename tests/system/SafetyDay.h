@@ -1,13 +1,13 @@
 /// A user who clicks about on a random day, and what must hold whatever he does.
 #pragma once
 
+#include "CBasketTasksPanel.h"
+#include "CHpfBasketStatusTable.h"
 #include "RandomDays.h"
 #include "SafetyHost.h"
-#include "tc/ITradeDockableWidget.h"
 
 namespace GV {
 class CCommonDialog;
-class CHpfTreeTable;
 }  // namespace GV
 
 namespace test {
@@ -47,7 +47,7 @@ class CSafetyDay : private IPanelWatcher {
   void quiet();
   void learn(const Details& details);
   void openPanel();
-  static void showQuantities(GV::CHpfTreeTable& table);
+  static TC::CHpfBasketStatusTable& showQuantities(const TC::CBasketTasksPanel& panel);
   void load();
   void reopen();
   void startNewDay();
@@ -94,8 +94,8 @@ class CSafetyDay : private IPanelWatcher {
   std::vector<std::string> m_notes;
   std::string m_strFault;
   CSafetyHost m_host;
-  std::unique_ptr<TC::ITradeDockableWidget> m_pPanel;
-  GV::CHpfTreeTable* m_pTable = nullptr;
+  std::unique_ptr<TC::CBasketTasksPanel> m_pPanel;
+  TC::CHpfBasketStatusTable* m_pTable = nullptr;
   int m_nLetGo = 0;
 
   Details m_known;                       ///< as the panel saw them last

@@ -1,12 +1,10 @@
 // What must hold on a random day.
 #include <algorithm>
 #include <cmath>
-#include <nlohmann/json.hpp>
 
-#include "CBasketTasksPanel.h"
+#include "BasketColumns.h"
 #include "SafetyDay.h"
-#include "TableDump.h"
-#include "gv/CHpfTreeTable.h"
+#include "ShownRows.h"
 #include "ksservice/Operations.h"
 
 namespace test {
@@ -14,18 +12,7 @@ namespace {
 
 using namespace ksservice;
 
-constexpr int AMOUNT_COLUMN = 7;
-constexpr int PROGRESS_COLUMN = 8;
-constexpr int START_COLUMN = 10;
-constexpr int STATUS_COLUMN = 13;
-
 std::string fraction(long long part, long long whole) { return std::to_string(part) + " / " + std::to_string(whole); }
-
-/// Whether no remark or wait stands in the status cell.
-bool isPlainStatus(const std::string& text) {
-  static const std::set<std::string> texts = {"执行中", "已完成", "已暂停", "已撤销", ""};
-  return texts.contains(text);
-}
 
 }  // namespace
 
@@ -120,7 +107,7 @@ bool CSafetyDay::isWaiting(const SCreation& creation) const {
 
 std::string CSafetyDay::rootStatus(int basket) const {
   const auto row = m_pTable->rowByPath(QString::number(basket));
-  return row ? m_pTable->itemText(*row, STATUS_COLUMN).toStdString() : std::string();
+  return row ? m_pTable->itemText(*row, TC::EBC_Status).toStdString() : std::string();
 }
 
 void CSafetyDay::checkWaits() {
@@ -229,10 +216,10 @@ void CSafetyDay::checkFigures() {
     if (depth == 0 || node) account = node ? accountOf(name) : m_plan.m_accounts.front()->getKey();
     if (node) return;  // the sum of its rows
     SFigures& sum = figures[depth == 0 ? rootKey(name.toStdString()) : figureKey(lineOfRow(account, name))];
-    const QString progress = m_pTable->itemText(row, PROGRESS_COLUMN);
+    const QString progress = m_pTable->itemText(row, TC::EBC_Progress);
     sum.m_shown.m_nTraded += progress.section(" / ", 0, 0).toLongLong();
     sum.m_shown.m_nTarget += progress.section(" / ", 1, 1).toLongLong();
-    sum.m_shown.m_dAmount += m_pTable->itemText(row, AMOUNT_COLUMN).toDouble();
+    sum.m_shown.m_dAmount += m_pTable->itemText(row, TC::EBC_Amount).toDouble();
     ++sum.m_nRows;
     if (depth > 0) return;
     const std::string status = rootStatus(name.toInt());
@@ -269,7 +256,7 @@ void CSafetyDay::checkFresh() {
     return !detail->m_pCommand->m_bPatch && tasks.insert(detail->m_nTaskId).second;
   });
   TC::CBasketTasksPanel fresh(2, nullptr);
-  showQuantities(*journal::tableOf(fresh));
+  const TC::CHpfBasketStatusTable& table = showQuantities(fresh);
   for (auto next = details.begin();;) {
     for (; next != end; ++next) fresh.onTaskDetail(*next);
     m_host.front().fireTimers();
@@ -277,23 +264,10 @@ void CSafetyDay::checkFresh() {
     if (next == details.end()) break;
     end = next + 1 + below(m_random, static_cast<int>(details.end() - next));
   }
-  const auto mine = journal::tableDump(*m_pPanel, {})["rows"];
-  const auto its = journal::tableDump(fresh, {})["rows"];
-  check(mine.size() == its.size(), "the table has other rows than that of a fresh panel");
-  for (std::size_t i = 0; i < mine.size() && i < its.size(); ++i) {
-    ++m_counts["rows compared with a fresh panel"];
-    const std::string row = mine[i]["row"];
-    check(row == its[i]["row"], "row " + row + " stands where a fresh panel has another");
-    for (std::size_t column = 0; column < mine[i]["cells"].size(); ++column) {
-      const std::string cell = mine[i]["cells"][column];
-      const std::string other = its[i]["cells"][column];
-      // The start stays as it was written first; a remark and a wait are known to who was there.
-      const bool told = column == STATUS_COLUMN && !(isPlainStatus(cell) && isPlainStatus(other));
-      if (cell == other || column == START_COLUMN || told) continue;
-      std::string text = "row " + row + ", column " + std::to_string(column) + " shows \"";
-      check(false, text.append(cell).append("\", that of a fresh panel \"").append(other).append("\""));
-    }
-  }
+  const Shown mine = shownBy(*m_pTable);
+  const Shown its = shownBy(table);
+  m_counts["rows compared with a fresh panel"] += m_pTable->rowCount();
+  check(mine == its, "the table shows" + textOf(mine, its) + "\n  a fresh panel" + textOf(its, mine));
 }
 
 }  // namespace test

@@ -18,6 +18,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+const std::string BEGIN = R"({"kind":"session","version":1,"user":"u1","login":"L1","traderType":1,"now":1763683200}
+{"kind":"open"}
+)";
+
 std::string trimmed(const std::string& text) {
   const auto first = text.find_first_not_of(' ');
   return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
@@ -73,11 +77,13 @@ void printDialog(const Json& dump, std::ostream& out) {
   out << "\n";
 }
 
+/// After each session line comes what all journals have in common; one without a session has the usual one, and opens
+/// the panel at once.
 std::string journalOf(const std::string& fileName) {
+  static const std::string session = R"({"kind":"session")";
   static const std::string look = R"({"look":)";
   const std::string own = readFile(fileName);
-  const bool alone = own.find(R"("session")") != std::string::npos;
-  std::istringstream in((alone ? "" : readFile(PBT_SOURCE_DIR "/tests/system/common.jsonl")) + own);
+  std::istringstream in(own.find(session) != std::string::npos ? own : BEGIN + own);
   std::string journal;
   for (std::string line; std::getline(in, line);) {
     if (line.rfind(look, 0) == 0) {
@@ -88,6 +94,7 @@ std::string journalOf(const std::string& fileName) {
     } else {
       journal += line + "\n";
     }
+    if (line.rfind(session, 0) == 0) journal += readFile(PBT_SOURCE_DIR "/tests/system/common.jsonl");
   }
   return journal;
 }

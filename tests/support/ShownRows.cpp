@@ -1,6 +1,7 @@
 #include "ShownRows.h"
 
 #include <QStringList>
+#include <algorithm>
 #include <set>
 
 #include "BasketColumns.h"
@@ -16,32 +17,28 @@ bool SShownRow::isPlain() const {
   return plain.contains(status);
 }
 
-Shown shownBy(const TC::CHpfBasketStatusTable& table) {
+Shown shownBy(const TC::CHpfBasketStatusTable& table, const QString& hedgeAccount) {
   Shown shown;
-  QString root;
   table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool hidden, bool) {
-    if (depth == 0) root = row.key();
+    if (depth == 0) shown.emplace_back(row.key(), std::vector<SShownRow>());
     std::string text = row.key().toStdString() + (hidden ? " hidden" : "");
     for (int column = 0; column < TC::EBC_Count; ++column) {
       if (column == TC::EBC_StartTime || column == TC::EBC_Options || column == TC::EBC_Status) continue;
       QStringList parts = row.text(column).split('/');
-      // A hedge that was there before a lost detail stands before its accounts.
-      if (column == TC::EBC_Account) parts.sort();
+      if (column == TC::EBC_Account && parts.removeAll(hedgeAccount) > 0) parts.append(hedgeAccount);
       text += '|' + parts.join('/').toStdString();
     }
     text += '|' + std::to_string(row.sortNumber(TC::EBC_Amount));
-    shown[root].push_back({text, row.text(TC::EBC_Status).toStdString()});
+    shown.back().second.push_back({text, row.text(TC::EBC_Status).toStdString()});
   });
   return shown;
 }
 
-/// The tasks that another table does not show so.
 std::string textOf(const Shown& shown, const Shown& other) {
   std::string text;
-  for (const auto& [root, rows] : shown) {
-    const auto others = other.find(root);
-    if (others != other.end() && others->second == rows) continue;
-    for (const SShownRow& row : rows) text += "\n    " + row.text + ' ' + row.status;
+  for (const auto& task : shown) {
+    if (std::find(other.begin(), other.end(), task) != other.end()) continue;
+    for (const SShownRow& row : task.second) text += "\n    " + row.text + ' ' + row.status;
   }
   return text;
 }

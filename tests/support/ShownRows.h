@@ -1,10 +1,9 @@
+/// What a table shows, to be compared with another one.
 #pragma once
 
-#include <malloc.h>
-
 #include <QString>
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CHpfBasketStatusTable.h"
@@ -19,20 +18,12 @@ struct SShownRow {
   bool operator==(const SShownRow& other) const;
   bool isPlain() const;
 };
-/// By the root's key, in the order of the table.
-using Shown = std::map<QString, std::vector<SShownRow>>;
+/// The rows of each task behind its root's key, in the order of the table.
+using Shown = std::vector<std::pair<QString, std::vector<SShownRow>>>;
 
-Shown shownBy(const TC::CHpfBasketStatusTable& table);
+/// Where the account of a hedge stands among others hangs on when it came, so that is not told.
+Shown shownBy(const TC::CHpfBasketStatusTable& table, const QString& hedgeAccount = {});
 /// The tasks that another table does not show so.
 std::string textOf(const Shown& shown, const Shown& other);
-
-/// Bytes that the heap has handed out; 0 where a sanitizer has a heap of its own.
-inline std::size_t heapInUse() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return 0;
-#else
-  return mallinfo2().uordblks;
-#endif
-}
 
 }  // namespace test
