@@ -72,17 +72,6 @@ TEST_F(PanelCycle, ARefreshThatTookLongerIsFollowedAtOnceWithoutATimer) {
   EXPECT_EQ(m_runningCounts, std::vector<int>{1});
 }
 
-TEST_F(PanelCycle, NothingIsSaidOrCountedByARefreshWithoutWork) {
-  open();
-  m_host.takeLog();
-  ASSERT_TRUE(refresh());
-  EXPECT_TRUE(m_runningCounts.empty());
-  EXPECT_TRUE(m_host.takeLog().empty());
-  m_host.deliver(test::makeFilled(1, 3, 100));
-  ASSERT_TRUE(refresh());
-  EXPECT_EQ(m_runningCounts, std::vector<int>{1});
-}
-
 /// Whatever the host throws. What else a fault does, CycleDays see.
 TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherTask) {
   open();

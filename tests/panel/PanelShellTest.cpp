@@ -8,9 +8,7 @@
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
 #include "Sizes.h"
-#include "TaskDetails.h"
 #include "TestHost.h"
-#include "gv/CCommonDialog.h"
 #include "gv/Controls.h"
 #include "tc/TaskEvents.h"
 
@@ -114,47 +112,12 @@ TEST_F(PanelShell, AColumnThatIsHiddenOverAChangeOfScaleComesBackInProportion) {
   EXPECT_EQ(table().columnWidth(EBC_Account), 152) << "no scale at all changes nothing";
 }
 
-TEST_F(PanelShell, TheLockClosesTheTable) {
-  m_panel->setUiLock(true);
-  EXPECT_TRUE(table().isUiLocked());
-  m_panel->setUiLock(false);
-  EXPECT_FALSE(table().isUiLocked());
-}
-
 TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {
   QString task = QStringLiteral("组合任务1");
   EXPECT_FALSE(m_panel->handleEvent(4711, 0, 0, QString(), nullptr));
   EXPECT_TRUE(m_panel->handleEvent(EventTaskButton, ETA_Cancel, 0, task, &task)) << "a task that is not there";
   EXPECT_TRUE(m_panel->handleEvent(EventTaskButton, ETA_Cancel, 0, task, nullptr));
   EXPECT_TRUE(m_panel->handleEvent(EventTaskOrders, 0, 0, QString(), nullptr));
-}
-
-/// The host may take the panel away while a dialog of one of its tasks is open.
-TEST_F(PanelShell, APatchThatIsConfirmedAfterThePanelHasGoneIsNotSent) {
-  const auto account = test::makeAccount("A1", "1001");
-  m_host.setAccount(*account);
-  m_host.desk().setInstrument(test::makeInstrument("SH", "600000", 100));
-  m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
-  const ksservice::CTaskDetailPtr detail = test::makeDetail(1);
-  detail->m_nStatus = ksservice::ETS_Cancelled;
-  test::addParam(*detail, account, "600000", 1000, 10.0);
-  m_host.setCommand(*detail->m_pCommand);
-  m_host.deliver(detail);
-  m_host.fireTimers();
-  while (m_host.heldTimers().empty()) QCoreApplication::processEvents();
-
-  int dialogs = 0;
-  GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
-    ++dialogs;
-    m_panel.reset();
-    EXPECT_EQ(dialog.press(QStringLiteral("选中补单")), QString());
-  });
-  QString task = QStringLiteral("组合任务1");
-  m_panel->handleEvent(EventTaskButton, ETA_Patch, 0, task, &task);
-  GV::CCommonDialog::setExecHook({});
-  EXPECT_EQ(dialogs, 1);
-  EXPECT_TRUE(m_host.takeCreations().empty());
-  QCoreApplication::processEvents();
 }
 
 }  // namespace

@@ -155,13 +155,6 @@ TEST_F(OptionDelegate, ClickedButtonComesBackWhenTheOperationCameToNothing) {
   EXPECT_EQ(shown(QStringLiteral("unknown")), "none");
 }
 
-TEST_F(OptionDelegate, TypeThirteenIsAlwaysApplied) {
-  m_delegate.slotTaskStatus(TASK, 3, ALWAYS);
-  m_delegate.disableClicked(TASK, 1);
-  m_delegate.slotTaskStatus(TASK, 3, ALWAYS);
-  EXPECT_EQ(shown(TASK), "0 1");
-}
-
 TEST_F(OptionDelegate, AnnouncesWhatItApplied) {
   qRegisterMetaType<TC::CBasketTask*>("TC::CBasketTask*");
   QSignalSpy spy(&m_delegate, SIGNAL(sigTaskStatus(TC::CBasketTask*, QString, int)));
