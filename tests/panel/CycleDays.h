@@ -4,7 +4,6 @@
 
 #include <map>
 #include <memory>
-#include <random>
 #include <set>
 #include <string>
 #include <thread>
@@ -50,7 +49,7 @@ class CycleDays : public testing::Test {
     if (!holds && m_strFault.empty()) m_strFault = what;
   }
 
-  std::mt19937 m_random;
+  test::Random m_random;
   test::CCycleMarket m_market{m_random};
   test::CAmbush m_ambush;
   std::vector<std::thread> m_feeds;

@@ -20,6 +20,10 @@
 #include "tc/TaskEvents.h"
 
 namespace TC {
+
+using test::below;
+using test::chance;
+
 namespace {
 
 constexpr int SOME_SECONDS_MSEC = 12000;
@@ -77,8 +81,8 @@ void CycleDays::endFeeds() {
 /// At most one version of each detail in a step, so that it is known which one a fault can cost.
 std::vector<ksservice::CTaskDetailPtr> CycleDays::news(int most) {
   std::vector<ksservice::CTaskDetailPtr> details;
-  for (int count = m_market.below(most + 1); count > 0; --count) {
-    const int type = m_market.chance(75) ? m_nType : 1 + m_market.below(TYPES);
+  for (int count = below(m_random, most + 1); count > 0; --count) {
+    const int type = chance(m_random, 75) ? m_nType : 1 + below(m_random, TYPES);
     if (const ksservice::CTaskDetailPtr detail = m_market.next(type, m_told)) details.push_back(detail);
   }
   return details;
@@ -89,7 +93,7 @@ void CycleDays::startDay() {
   ++m_counts["new days"];
   endFeeds();  // nothing of the day before comes on the new one
   forgetRows();
-  m_market.startDay(m_market.firstTask() + test::CYCLE_TASKS, m_market.chance(30));
+  m_market.startDay(m_market.firstTask() + test::CYCLE_TASKS, chance(m_random, 30));
   m_host.desk().forgetTasks();
   m_host.services().announceTradingDay("20261123");
   check(m_pTable->rowCount() == 0 && m_panel->runningCount() == 0, "rows of the day before");
@@ -120,12 +124,12 @@ void CycleDays::clickRow() {
   static const std::map<int, int> WISHES = {
       {0, ksservice::ETS_Cancelled}, {1, ksservice::ETS_Paused}, {2, ksservice::ETS_Running}, {4, 0}, {5, 0},
       {6, ksservice::ETS_Dropped}};
-  const int task = m_market.firstTask() + m_market.below(test::CYCLE_TASKS);
-  const auto wish = std::next(WISHES.begin(), m_market.below(static_cast<int>(WISHES.size())));
-  note("button " + std::to_string(wish->first) + " of " + std::to_string(task));
+  const int task = m_market.firstTask() + below(m_random, test::CYCLE_TASKS);
+  const auto& [button, status] = test::pick(m_random, WISHES);
+  note("button " + std::to_string(button) + " of " + std::to_string(task));
   ++m_counts["clicks"];
-  m_clicked[task] = wish->second;
-  m_pTable->handleEvent(GV::EventRowButtonClicked, wish->first, EBC_Options, taskKey(task), nullptr);
+  m_clicked[task] = status;
+  m_pTable->handleEvent(GV::EventRowButtonClicked, button, EBC_Options, taskKey(task), nullptr);
 }
 
 void CycleDays::clickAll(int button) {
@@ -138,37 +142,37 @@ void CycleDays::clickAll(int button) {
 }
 
 void CycleDays::act() {
-  const int kind = m_market.below(100);
+  const int kind = below(m_random, 100);
   const auto button = [this](int id) { m_panel->handleEvent(GV::EventButtonClicked, id, 0, QString(), nullptr); };
   // How a hedge stands after an operation, a panel alone knows.
   if (kind < 30 && m_market.hasHedges()) return;
   if (kind < 25) return clickRow();
-  if (kind < 30) return clickAll(4 + m_market.below(3));
+  if (kind < 30) return clickAll(4 + below(m_random, 3));
   if (kind < 45) {
-    const int filter = m_market.below(4);
+    const int filter = below(m_random, 4);
     m_panel->findChild<GV::CComboPushButton*>()->setCurrentIndex(filter);
     return button(filter);
   }
   if (kind < 50) return switchDisplay(*m_panel);
   if (kind < 55) {
     QStringList fields = m_panel->param().split('*');
-    fields[1] = m_market.chance(50) ? "1" : "0";
+    fields[1] = chance(m_random, 50) ? "1" : "0";
     return m_panel->setParam(fields.join('*'));
   }
-  if (kind < 65) return button(9 + m_market.below(2));  // folding
+  if (kind < 65) return button(9 + below(m_random, 2));  // folding
   if (kind < 75) {
     note("reload");
-    return m_market.chance(50) ? button(11) : m_panel->requestAccount(*test::makeAccount("A1", "1001"));
+    return chance(m_random, 50) ? button(11) : m_panel->requestAccount(*test::makeAccount("A1", "1001"));
   }
   if (kind < 80) {
-    const QString key = taskKey(m_market.firstTask() + m_market.below(test::CYCLE_TASKS));
+    const QString key = taskKey(m_market.firstTask() + below(m_random, test::CYCLE_TASKS));
     m_panel->handleEvent(EventTaskOrders, 0, 0, CTaskOrdersWidget::keyOf(key, key), nullptr);
     return;
   }
   if (kind < 85) return setType(m_nType);
-  if (kind < 90) return setType(1 + m_market.below(TYPES));
+  if (kind < 90) return setType(1 + below(m_random, TYPES));
   if (kind < 94) return startDay();
-  m_host.moveClock(m_market.below(1500));
+  m_host.moveClock(below(m_random, 1500));
 }
 
 /// The host carries out what the user asked for: it tells of all the task's details anew.
@@ -186,8 +190,8 @@ void CycleDays::answerClicks() {
 void CycleDays::step() {
   m_before = m_market.newest(EMTT_Stock);
   m_before.merge(m_market.newest(EMTT_Stock + 1));
-  const bool held = m_market.chance(60);
-  const bool faulty = m_market.chance(40);
+  const bool held = chance(m_random, 60);
+  const bool faulty = chance(m_random, 40);
   std::vector<ksservice::CTaskDetailPtr> before;
   // What a fault has cost comes with the next version.
   std::set<std::string> lost;
@@ -200,21 +204,21 @@ void CycleDays::step() {
   m_strLost.clear();
   const int stale = std::exchange(m_nStale, -1);
   for (const auto& detail : news(5)) before.push_back(detail);
-  m_ambush.set(held ? m_market.below(25) : -1, faulty ? m_market.below(50) : -1, m_market.below(3));
+  m_ambush.set(held ? below(m_random, 25) : -1, faulty ? below(m_random, 50) : -1, below(m_random, 3));
   feed(before);
-  if (m_market.chance(80)) endFeeds();
-  if (m_market.chance(20)) act();
+  if (chance(m_random, 80)) endFeeds();
+  if (chance(m_random, 20)) act();
   m_nRows = rows();
   m_host.fireTimers();
   const std::vector<ksservice::CTaskDetailPtr> meanwhile = news(3);
   while (held && !m_ambush.isHeld() && m_host.hasJobs()) std::this_thread::yield();
   m_counts["held"] += m_ambush.isHeld();
   feed(meanwhile);
-  for (int acts = m_market.below(4); acts > 0; --acts) {
+  for (int acts = below(m_random, 4); acts > 0; --acts) {
     act();
     check(rows() >= m_nRows, "rows are gone while a refresh goes on");
   }
-  if (m_market.chance(50)) endFeeds();
+  if (chance(m_random, 50)) endFeeds();
   m_ambush.release();
   endFeeds();
   settle();
@@ -334,7 +338,7 @@ void CycleDays::runDay(std::uint32_t seed) {
   m_random.seed(seed);
   m_notes.clear();
   startDay();
-  for (int steps = 3 + m_market.below(10); steps > 0 && m_strFault.empty(); --steps) {
+  for (int steps = 3 + below(m_random, 10); steps > 0 && m_strFault.empty(); --steps) {
     note("step");
     step();
   }

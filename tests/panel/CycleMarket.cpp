@@ -62,11 +62,12 @@ CTaskDetailPtr CCycleMarket::next(int type, std::set<std::string>& told) {
 }
 
 CTaskDetailPtr CCycleMarket::any(int type) {
-  const int task = m_nFirstTask + below(CYCLE_TASKS);
+  const int task = m_nFirstTask + below(m_random, CYCLE_TASKS);
   const std::vector<std::string> keys = keysOf(type, task);
-  if (!keys.empty() && chance(80)) return renew(keys[static_cast<std::size_t>(below(static_cast<int>(keys.size())))]);
-  if (!keys.empty() && chance(30)) return startPatch(type, task);
-  return start(type, task, !keys.empty() && m_bHedges && chance(20) ? HEDGE : 1 + below(OWN_NUMBERS));
+  if (!keys.empty() && chance(m_random, 80)) return renew(pick(m_random, keys));
+  if (!keys.empty() && chance(m_random, 30)) return startPatch(type, task);
+  return start(type, task,
+               !keys.empty() && m_bHedges && chance(m_random, 20) ? HEDGE : 1 + below(m_random, OWN_NUMBERS));
 }
 
 CTaskDetailPtr CCycleMarket::start(int type, int task, int number) {
@@ -92,7 +93,7 @@ CTaskDetailPtr CCycleMarket::startPatch(int type, int task) {
   if (m_newest.contains(patch->getKey())) return renew(patch->getKey());
   const std::vector<std::string> keys = keysOf(type, task);
   const auto runs = [this](const std::string& key) { return !hasEnded(m_newest.at(key)->m_nStatus); };
-  if (std::any_of(keys.begin(), keys.end(), runs)) return start(type, task, 1 + below(OWN_NUMBERS));
+  if (std::any_of(keys.begin(), keys.end(), runs)) return start(type, task, 1 + below(m_random, OWN_NUMBERS));
   const CTaskDetailPtr own = m_newest.at(keys.front());
   if (own->m_nStatus != ETS_Cancelled) return renew(keys.front());
   const auto command = boost::make_shared<COrderCommand>(*own->m_pCommand);
@@ -117,14 +118,14 @@ CTaskDetailPtr CCycleMarket::renew(const std::string& key, int status) {
   bool filled = true;
   for (COrderInfoPtr& order : detail->m_orders) {
     const auto later = boost::make_shared<COrderInfo>(*order);
-    later->m_nTradedVolume = std::min(order->m_nVolume, order->m_nTradedVolume + below(LOTS) * LOT);
+    later->m_nTradedVolume = std::min(order->m_nVolume, order->m_nTradedVolume + below(m_random, LOTS) * LOT);
     later->m_dTradedAmount = later->m_nTradedVolume * order->m_dPrice;
     filled = filled && later->m_nTradedVolume == order->m_nVolume;
     order = later;
   }
-  const int random = chance(10) ? ETS_Cancelled : chance(20) ? ETS_Paused : ETS_Running;
+  const int random = chance(m_random, 10) ? ETS_Cancelled : chance(m_random, 20) ? ETS_Paused : ETS_Running;
   detail->m_nStatus = filled ? ETS_Finished : status > 0 ? status : random;
-  if (hasEnded(detail->m_nStatus)) detail->m_nEndTime = 1700000000 + below(10000);
+  if (hasEnded(detail->m_nStatus)) detail->m_nEndTime = 1700000000 + below(m_random, 10000);
   return add(detail);
 }
 

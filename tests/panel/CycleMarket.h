@@ -2,11 +2,11 @@
 #pragma once
 
 #include <map>
-#include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "RandomDays.h"
 #include "ksservice/CTaskDetail.h"
 
 namespace test {
@@ -16,10 +16,7 @@ class CCycleMarket {
  public:
   using Details = std::map<std::string, ksservice::CTaskDetailPtr>;
 
-  explicit CCycleMarket(std::mt19937& random) : m_random(random) {}
-
-  int below(int end) { return static_cast<int>(m_random() % static_cast<unsigned>(end)); }
-  bool chance(int percent) { return below(100) < percent; }
+  explicit CCycleMarket(Random& random) : m_random(random) {}
 
   /// Forgets everything; tasks are numbered from here on, and are hedged or not.
   void startDay(int firstTask, bool hedges);
@@ -40,7 +37,7 @@ class CCycleMarket {
   ksservice::CTaskDetailPtr startPatch(int type, int task);
   ksservice::CTaskDetailPtr add(const ksservice::CTaskDetailPtr& detail);
 
-  std::mt19937& m_random;
+  Random& m_random;
   int m_nFirstTask = 1;
   bool m_bHedges = false;
   Details m_newest;

@@ -61,8 +61,7 @@ void CSafetyDay::check(bool holds, const std::string& rule) {
 // The day
 
 void CSafetyDay::run() {
-  for (int steps = has(ING_Engine) ? 1000 : 20 + below(m_random, 40); steps > 0 && m_strFault.empty(); --steps) {
-    if (m_host.now() >= exchange::DAY_CLOSES) break;
+  for (int steps = 20 + below(m_random, 40); steps > 0 && m_strFault.empty(); --steps) {
     step();
     if (chance(m_random, 75)) refresh();
     for (int acts = below(m_random, 3); acts > 0 && m_strFault.empty(); --acts) act();
@@ -77,8 +76,8 @@ void CSafetyDay::run() {
 void CSafetyDay::step() {
   m_bConfirmed = false;
   check(m_dropSends.empty(), "a new basket did not send " + textOf(m_dropSends));
-  const std::int64_t lengths[] = {1000, has(ING_Engine) ? 400000 : 4000, 20000, 120000};
-  m_host.step(m_host.now() + lengths[below(m_random, 4)]);
+  static constexpr int LENGTHS[] = {1000, 4000, 20000, 120000};
+  m_host.step(m_host.now() + pick(m_random, LENGTHS));
   checkLimits();
   if (chance(m_random, 30)) m_host.settle();
 }
@@ -174,9 +173,7 @@ void CSafetyDay::act() {
   if (kind == 99 && has(ING_NewDay)) return startNewDay();
 }
 
-int CSafetyDay::anyBasket() {
-  return m_host.baskets()[static_cast<std::size_t>(below(m_random, static_cast<int>(m_host.baskets().size())))];
-}
+int CSafetyDay::anyBasket() { return pick(m_random, m_host.baskets()); }
 
 void CSafetyDay::clickRowButton() {
   const int basket = anyBasket();
@@ -189,7 +186,7 @@ void CSafetyDay::clickRowButton() {
     if (all->getIsItemButtonVisible(key, button.id)) shown.push_back(button);
   }
   if (shown.empty()) return;
-  const GV::STableButton button = shown[static_cast<std::size_t>(below(m_random, static_cast<int>(shown.size())))];
+  const GV::STableButton button = pick(m_random, shown);
   // Dropping ends it all: not too often.
   if (button.text == QStringLiteral("放弃补单") && chance(m_random, 85)) return;
   const std::string words = button.text.toStdString() + " of " + std::to_string(basket);

@@ -25,15 +25,16 @@ std::string operationText(const CTaskDetail& detail, int operation) {
 }
 
 CSafetyHost::CSafetyHost(SDayPlan& plan, Random& random, IPanelWatcher& watcher)
-    : m_plan(plan), m_random(random), m_watcher(watcher) {
+    : m_plan(plan),
+      m_random(random),
+      m_watcher(watcher),
+      m_market(plan, random, [this](const desk::SPublication& publication, const auto& progress) {
+        SSource& source = m_sources[publication.m_pDetail->getKey()];
+        source.m_waiting.push_back(publication);
+        source.m_pProgress = progress;
+      }) {
   utils::CLogCenter::instance().setObserver({});
   for (const auto& account : plan.m_accounts) m_front.setAccount(*account);
-  const auto tell = [this](const desk::SPublication& publication, const auto& progress) {
-    SSource& source = m_sources[publication.m_pDetail->getKey()];
-    source.m_waiting.push_back(publication);
-    source.m_pProgress = progress;
-  };
-  m_pServer = plan.has(ING_Engine) ? makeSafetyEngine(plan, tell) : makeSafetyMarket(plan, random, tell);
   while (m_baskets.size() < plan.m_baskets.size()) startBasket();
 }
 
@@ -45,7 +46,7 @@ void CSafetyHost::startBasket() {
     m_front.desk().setQuote(line.m_stock.m_strMarket, line.m_stock.m_strCode,
                             {price, price - 0.25, price + 0.25, price, price, 2 * price, price / 2});
   }
-  m_baskets.push_back(m_pServer->start(basket));
+  m_baskets.push_back(m_market.start(basket));
 }
 
 // What the server tells
@@ -138,17 +139,16 @@ void CSafetyHost::ask(const CTestHost::SCreation& request) {
   m_creations.push_back(creation);
   findTwins();
   const std::string what = "a patch of " + std::to_string(request.m_nTaskId) + ": ";
-  const auto reply = [=, this, completion = request.completion](const std::string& refusal, int task) {
-    m_watcher.note("reply to " + what + (task ? std::to_string(task) : refusal));
-    creation->m_bTold = true;
-    creation->m_bFailed = !refusal.empty();
-    completion(errorOf(refusal), task);
-  };
   post(EWay::Request, 8, true, [=, this] {
-    m_pServer->create(request, [=, this](const std::string& refusal, int task) {
-      creation->m_nTask = task;
-      m_watcher.note("server makes " + what + (task ? std::to_string(task) : refusal));
-      post(EWay::Reply, 15, m_plan.has(ING_Replies), [=] { reply(refusal, task); });
+    const auto [task, refusal] = m_market.create(request);
+    creation->m_nTask = task;
+    const std::string result = what + (task ? std::to_string(task) : refusal);
+    m_watcher.note("server makes " + result);
+    post(EWay::Reply, 15, m_plan.has(ING_Replies), [=, this, task = task, refusal = refusal] {
+      m_watcher.note("reply to " + result);
+      creation->m_bTold = true;
+      creation->m_bFailed = !refusal.empty();
+      request.completion(errorOf(refusal), task);
     });
   });
 }
@@ -161,12 +161,10 @@ void CSafetyHost::operate(const CTestHost::SCall& call) {
   const int operation = call.record ? call.record->m_nOperation : pauses ? -ETO_Pause : -ETO_Resume;
   m_watcher.onSent((server ? call.key : std::to_string(call.id) + "@" + call.key) + " " + std::to_string(operation));
   if (!call.record) return;  // the record does it
-  if (!server)
-    return post(EWay::Request, 0, true, [=, this] { m_pServer->operateLocal(call.id, call.key, operation); });
+  if (!server) return post(EWay::Request, 0, true, [=, this] { m_market.operateLocal(call.id, call.key, operation); });
   post(EWay::Request, 0, true, [=, this] {
-    m_pServer->operate(call.key, operation, [=, this](const std::string& refusal) {
-      post(EWay::Reply, 15, true, [=] { call.completion(errorOf(refusal), {}); });
-    });
+    const std::string refusal = m_market.operate(call.key, operation);
+    post(EWay::Reply, 15, true, [=] { call.completion(errorOf(refusal), {}); });
   });
 }
 
@@ -176,16 +174,13 @@ void CSafetyHost::query(const CTestHost::SQuery& query) {
   const int number = m_queried[basket] = ++m_nQueries;
   m_watcher.note("query " + std::to_string(number) + " of " + std::to_string(tasks.size()) + " server tasks");
   if (chance(m_random, 8)) tasks.emplace_back("0-0");
-  const auto reply = [=, this, completion = query.completion](const std::string& refusal,
-                                                              const TC::OrderProcessMap& data) {
-    m_watcher.note("answer " + std::to_string(number) + " of " + std::to_string(data.size()) + " tasks " + refusal);
-    if (m_queried.contains(basket) && m_queried.at(basket) == number) m_queried.erase(basket);
-    completion(data, errorOf(refusal), {});
-  };
   post(EWay::Request, 10, true, [=, this] {
-    m_pServer->query(tasks, [=, this](const std::string& refusal, TC::OrderProcessMap data) {
-      if (!data.empty() && chance(m_random, 10)) data.erase(data.begin());
-      post(EWay::Reply, 10, m_plan.has(ING_Queries), [=] { reply(refusal, data); });
+    auto [data, refusal] = m_market.query(tasks);
+    if (!data.empty() && chance(m_random, 10)) data.erase(data.begin());
+    post(EWay::Reply, 10, m_plan.has(ING_Queries), [=, this, data = data, refusal = refusal] {
+      m_watcher.note("answer " + std::to_string(number) + " of " + std::to_string(data.size()) + " tasks " + refusal);
+      if (m_queried.contains(basket) && m_queried.at(basket) == number) m_queried.erase(basket);
+      query.completion(data, errorOf(refusal), {});
     });
   });
 }
@@ -207,14 +202,12 @@ void CSafetyHost::patchElsewhere() {
     param.m_nOperation = std::get<2>(key);
     param.m_nOrderType = chance(m_random, 50) ? request.m_command.m_nOrderType : EORT_Plain;
     param.m_nVolume = static_cast<int>(std::min<long long>(left, 1 + below(m_random, 2000000000)));
-    const std::map<LineKey, long long> lines = {{key, param.m_nVolume}};
-    return m_pServer->create(request, [this, basket, lines](const std::string& refusal, int task) {
-      if (!refusal.empty()) return;
-      m_foreign.insert(task);
-      m_foreignLines.push_back(lines);
-      findTwins();
-      m_watcher.note("another terminal makes a patch of " + std::to_string(basket) + ": " + std::to_string(task));
-    });
+    const int task = m_market.create(request).first;
+    if (task == 0) return;
+    m_foreign.insert(task);
+    m_foreignLines.push_back({{key, param.m_nVolume}});
+    findTwins();
+    return m_watcher.note("another terminal makes a patch of " + std::to_string(basket) + ": " + std::to_string(task));
   }
 }
 
@@ -232,8 +225,8 @@ void CSafetyHost::step(std::int64_t msec) {
   waitForJobs();
   m_front.moveClock(static_cast<double>(msec - m_nNow));
   m_nNow = msec;
-  m_front.desk().setNow(static_cast<int>(m_plan.m_engine.m_nDayStart + m_nNow / 1000));
-  m_pServer->advanceTo(m_nNow);
+  m_front.desk().setNow(static_cast<int>(m_plan.m_nDayStart + m_nNow / 1000));
+  m_market.advanceTo(m_nNow);
   if (m_plan.has(ING_Foreign) && chance(m_random, 10)) patchElsewhere();
   // One letter at a time: what arrives may open a dialog, in which time goes on.
   for (;;) {
@@ -269,7 +262,7 @@ void CSafetyHost::settle() {
 void CSafetyHost::endDay() {
   const auto request = [](const SLetter& letter) { return letter.m_eWay == EWay::Request; };
   m_letters.erase(std::remove_if(m_letters.begin(), m_letters.end(), request), m_letters.end());
-  m_pServer->endDay();
+  m_market.endDay();
 }
 
 void CSafetyHost::startNewDay() {
@@ -285,7 +278,7 @@ void CSafetyHost::startNewDay() {
 }
 
 Truth CSafetyHost::truth(bool knowable) const {
-  return m_pServer->truth([this, knowable](const CTaskDetail& detail) {
+  return m_market.truth([this, knowable](const CTaskDetail& detail) {
     return !knowable || !m_foreign.contains(detail.m_nTaskId) || m_stored.contains(detail.getKey());
   });
 }

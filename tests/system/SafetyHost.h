@@ -1,11 +1,11 @@
-/// The host between the panel and a server: it delays, reorders and loses what they tell each other, and invents
+/// The host between the panel and the market: it delays, reorders and loses what they tell each other, and invents
 /// nothing. Each detail's states come in their order, though not every one.
 #pragma once
 
 #include <deque>
 #include <set>
 
-#include "SafetyServer.h"
+#include "SafetyMarket.h"
 #include "TestHost.h"
 
 namespace test {
@@ -53,7 +53,7 @@ class CSafetyHost {
 
   CTestHost& front() { return m_front; }
   std::int64_t now() const { return m_nNow; }
-  /// Lets the server go on to msec since midnight, and some of what is on its way arrive.
+  /// Lets the market go on to msec since midnight, and some of what is on its way arrive.
   void step(std::int64_t msec);
   /// Delivers the newest state of every detail that has not been delivered.
   void flush();
@@ -61,7 +61,7 @@ class CSafetyHost {
   void settle();
   /// Takes what the panel asked for.
   void pump();
-  /// Everything ends for the server.
+  /// Everything ends in the market.
   void endDay();
   /// All of that is delivered, the panel hears of a new trading day, and a basket is started.
   void startNewDay();
@@ -111,7 +111,7 @@ class CSafetyHost {
   Random& m_random;
   IPanelWatcher& m_watcher;
   CTestHost m_front;
-  std::unique_ptr<ISafetyServer> m_pServer;
+  CSafetyMarket m_market;
   std::int64_t m_nNow = exchange::DAY_OPENS;
   std::vector<int> m_baskets;  ///< by place in the plan
   std::vector<SLetter> m_letters;

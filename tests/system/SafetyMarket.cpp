@@ -1,111 +1,42 @@
+#include "SafetyMarket.h"
+
 #include <algorithm>
 #include <boost/make_shared.hpp>
-#include <list>
+#include <set>
 
-#include "SafetyServer.h"
+#include "TaskDetails.h"
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
 
 namespace test {
-namespace {
 
 using namespace ksservice;
-using Lines = std::vector<CCodeOrderParam>;
 
-struct SOrder {
-  COrderInfoPtr m_pInfo;  ///< never changed
-  std::size_t m_nLine;
-  int m_nParamIndex;  ///< that its progress names
-  bool m_bCancelled = false;
-
-  bool isOpen() const { return !m_pInfo->m_bCompleted; }
-  /// What it has traded or may still.
-  long long claim() const { return isOpen() ? m_pInfo->m_nVolume : m_pInfo->m_nTradedVolume; }
-};
-
-struct SSubTask {
-  CTaskDetail m_state;  ///< but its orders
-  std::vector<SOrder> m_orders;
-  bool m_bStopping = false;  ///< nothing more is sent
-  bool m_bChanged = true;
-
-  bool isOver() const { return m_state.m_nStatus >= ETS_Finished; }
-  bool isPatch() const { return m_state.m_pCommand->m_bPatch; }
-  long long ordered(std::size_t line) const {
-    long long sum = 0;
-    for (const SOrder& order : m_orders) sum += order.m_nLine == line ? order.claim() : 0;
-    return sum;
-  }
-};
+namespace {
 
 LineKey keyOf(const CCodeOrderParam& param) {
   return engine::lineKeyOf(param.m_pAccount->getKey(), param.m_stock, param.m_nOperation);
 }
 
-class CSafetyMarket : public ISafetyServer {
- public:
-  CSafetyMarket(const SDayPlan& plan, Random& random, Tell tell)
-      : m_plan(plan),
-        m_random(random),
-        m_tell(std::move(tell)),
-        m_nEndPercent(5 + below(random, 25)),
-        m_nMessagePercent(chance(random, 50) ? 0 : 10) {}
+}  // namespace
 
-  int start(const engine::SBasketOrder& basket) override;
-  /// Lets something happen to each sub-task, whatever time has passed.
-  void advanceTo(std::int64_t msec) override {
-    m_nNow = msec;
-    for (SSubTask& task : m_subTasks) live(task);
-    publish();
-  }
-  void create(const desk::SCreateRequest& request, Created done) override;
-  void operate(const std::string& serverTaskKey, int operation, Operated done) override {
-    SSubTask* task = find(serverTaskKey);
-    const bool applied = task && chance(m_random, 85) && apply(*task, operation);
-    publish();
-    done(applied ? "" : "任务 " + serverTaskKey + " 不能操作");
-  }
-  void operateLocal(int taskId, const std::string& account, int operation) override;
-  void query(const std::vector<std::string>& serverTaskKeys, Answered done) override;
-  Truth truth(const Counts& counts) const override;
-  void endDay() override;
+long long CSafetyMarket::SSubTask::ordered(std::size_t line) const {
+  long long sum = 0;
+  for (const SOrder& order : m_orders) sum += order.m_nLine == line ? order.claim() : 0;
+  return sum;
+}
 
- private:
-  int make(COrderCommand command, const Lines& lines);
-  std::vector<Lines> partsOf(const Lines& lines, bool together);
-  std::string fault(const desk::SCreateRequest& request) const;
-  void live(SSubTask& task);
-  void send(SSubTask& task, std::size_t line);
-  void trade(SSubTask& task, SOrder& order);
-  void stop(SSubTask& task);
-  void endIfDone(SSubTask& task);
-  void end(SSubTask& task, int status);
-  bool apply(SSubTask& task, int operation);
-  void publish();
-  boost::shared_ptr<TC::CTaskProgress> progressOf(const SSubTask& task) const;
-  SSubTask* find(const std::string& serverTaskKey);
-  int seconds() const { return static_cast<int>(m_plan.m_engine.m_nDayStart + m_nNow / 1000); }
-
-  const SDayPlan& m_plan;
-  Random& m_random;
-  Tell m_tell;
-  std::int64_t m_nNow = exchange::DAY_OPENS;
-  int m_nTasks = 0;
-  int m_nEndPercent;
-  int m_nMessagePercent;
-  std::list<SSubTask> m_subTasks;
-};
+CSafetyMarket::CSafetyMarket(const SDayPlan& plan, Random& random, Tell tell)
+    : m_plan(plan),
+      m_random(random),
+      m_tell(std::move(tell)),
+      m_nEndPercent(5 + below(random, 25)),
+      m_nMessagePercent(chance(random, 50) ? 0 : 10) {}
 
 // Tasks
 
 int CSafetyMarket::start(const engine::SBasketOrder& basket) {
-  COrderCommand command;
-  command.m_nTaskId = m_nTasks + 1;
-  command.m_nTraderType = m_plan.m_engine.m_nTraderType;
-  command.m_strUser = m_plan.m_engine.m_strUser;
-  command.m_strLogin = m_plan.m_engine.m_strLogin;
-  command.m_nBasketType = ECBT_Basket;
-  command.m_strBasketName = basket.m_strName;
+  COrderCommand command = *makeDetail(m_nTasks + 1)->m_pCommand;
   command.m_nOrderType = basket.m_algo ? EORT_Algo : EORT_Plain;
   command.m_strAlgoParams = basket.m_algo ? basket.m_algo->format() : std::string();
   Lines lines;
@@ -148,7 +79,7 @@ int CSafetyMarket::make(COrderCommand command, const Lines& lines) {
 }
 
 /// One part for each account, or all together; some of them in two that share some of the lines.
-std::vector<Lines> CSafetyMarket::partsOf(const Lines& lines, bool together) {
+std::vector<CSafetyMarket::Lines> CSafetyMarket::partsOf(const Lines& lines, bool together) {
   std::map<std::string, Lines> parts;
   for (const CCodeOrderParam& param : lines) {
     const std::string key = together ? std::string() : param.m_pAccount->getKey();
@@ -164,6 +95,12 @@ std::vector<Lines> CSafetyMarket::partsOf(const Lines& lines, bool together) {
 }
 
 // What happens
+
+void CSafetyMarket::advanceTo(std::int64_t msec) {
+  m_nNow = msec;
+  for (SSubTask& task : m_subTasks) live(task);
+  publish();
+}
 
 void CSafetyMarket::live(SSubTask& task) {
   const bool sends = task.m_state.m_nStatus == ETS_Running && !task.m_bStopping;
@@ -181,13 +118,13 @@ void CSafetyMarket::send(SSubTask& task, std::size_t line) {
   const CCodeOrderParam& param = task.m_state.m_params[line];
   const int unsent = static_cast<int>(param.m_nVolume - task.ordered(line));
   if (unsent <= 0) return;
-  static const std::vector<std::string> connected = {"HK", "HGT", "SGT"};
+  static const std::set<std::string> connected = {"HK", "HGT", "SGT"};
   const std::string& market = param.m_stock.m_strMarket;
-  const bool anyMarket = std::count(connected.begin(), connected.end(), market) > 0 && chance(m_random, 60);
+  const bool anyMarket = connected.contains(market) && chance(m_random, 60);
   auto info = boost::make_shared<COrderInfo>();
   info->m_strKey = task.m_state.getKey() + "-" + std::to_string(task.m_orders.size() + 1);
   info->m_tag = CMavOrderTag(info->m_strKey);
-  info->m_strMarket = anyMarket ? connected[static_cast<std::size_t>(below(m_random, 3))] : market;
+  info->m_strMarket = anyMarket ? pick(m_random, connected) : market;
   info->m_strCode = param.m_stock.m_strCode;
   info->m_nOperation = param.m_nOperation;
   info->m_nVolume = chance(m_random, 60) ? unsent : 1 + below(m_random, unsent);
@@ -257,16 +194,16 @@ void CSafetyMarket::endDay() {
 
 // What is asked for
 
-void CSafetyMarket::create(const desk::SCreateRequest& request, Created done) {
+std::pair<int, std::string> CSafetyMarket::create(const desk::SCreateRequest& request) {
   const std::string text = chance(m_random, 10) ? "服务器繁忙" : fault(request);
-  if (!text.empty()) return done(text, 0);
+  if (!text.empty()) return {0, text};
   COrderCommand command = request.m_command;
   command.m_bPatch = true;
   const bool algorithmic = std::all_of(request.m_params.begin(), request.m_params.end(), [](const auto& param) {
     return DataHelper::isAlgoOrderType(param.m_nOrderType);
   });
   if (command.m_strAlgoParams.empty() || !algorithmic) command.m_nOrderType = EORT_Plain;
-  done({}, make(std::move(command), request.m_params));
+  return {make(std::move(command), request.m_params), {}};
 }
 
 std::string CSafetyMarket::fault(const desk::SCreateRequest& request) const {
@@ -281,11 +218,18 @@ std::string CSafetyMarket::fault(const desk::SCreateRequest& request) const {
   return {};
 }
 
-SSubTask* CSafetyMarket::find(const std::string& serverTaskKey) {
+CSafetyMarket::SSubTask* CSafetyMarket::find(const std::string& serverTaskKey) {
   const auto found = std::find_if(m_subTasks.begin(), m_subTasks.end(), [&](const SSubTask& task) {
     return task.m_state.m_bServerTask && task.m_state.getKey() == serverTaskKey;
   });
   return found == m_subTasks.end() ? nullptr : &*found;
+}
+
+std::string CSafetyMarket::operate(const std::string& serverTaskKey, int operation) {
+  SSubTask* task = find(serverTaskKey);
+  const bool applied = task && chance(m_random, 85) && apply(*task, operation);
+  publish();
+  return applied ? "" : "任务 " + serverTaskKey + " 不能操作";
 }
 
 void CSafetyMarket::operateLocal(int taskId, const std::string& account, int operation) {
@@ -315,11 +259,11 @@ bool CSafetyMarket::apply(SSubTask& task, int operation) {
   return true;
 }
 
-void CSafetyMarket::query(const std::vector<std::string>& serverTaskKeys, Answered done) {
+std::pair<TC::OrderProcessMap, std::string> CSafetyMarket::query(const std::vector<std::string>& serverTaskKeys) {
   TC::OrderProcessMap data;
   for (const std::string& key : serverTaskKeys) {
     const SSubTask* task = find(key);
-    if (!task) return done("任务 " + key + " 不存在", {});
+    if (!task) return {{}, "任务 " + key + " 不存在"};
     auto& numbers = data[key];
     const auto add = [&numbers](const std::string& market, const std::string& code, long long claim) {
       int& number = numbers[utils::mavStockKey(market, code)];
@@ -329,7 +273,7 @@ void CSafetyMarket::query(const std::vector<std::string>& serverTaskKeys, Answer
       add(param.m_stock.m_strMarket, param.m_stock.m_strCode, 0);
     for (const SOrder& order : task->m_orders) add(order.m_pInfo->m_strMarket, order.m_pInfo->m_strCode, order.claim());
   }
-  done({}, data);
+  return {data, {}};
 }
 
 // What is told
@@ -387,12 +331,6 @@ Truth CSafetyMarket::truth(const Counts& counts) const {
     }
   }
   return truth;
-}
-
-}  // namespace
-
-std::unique_ptr<ISafetyServer> makeSafetyMarket(const SDayPlan& plan, Random& random, ISafetyServer::Tell tell) {
-  return std::make_unique<CSafetyMarket>(plan, random, std::move(tell));
 }
 
 }  // namespace test

@@ -1,11 +1,11 @@
 #include "SafetyPlan.h"
 
 #include <algorithm>
-#include <boost/make_shared.hpp>
 #include <sstream>
 #include <stdexcept>
 
 #include "SessionSetup.h"
+#include "TaskDetails.h"
 #include "ksservice/Operations.h"
 
 namespace test {
@@ -19,12 +19,9 @@ constexpr int SECURITIES = 5;
 constexpr int HUGE_LINE = 2000000000;
 
 /// In the order of their bits.
-const char* const NAMES[] = {"engine",  "twins",  "sides",     "splits",  "mixed", "connect", "huge",    "openends",
-                             "indices", "late",   "ahead",     "replies", "lost",  "queries", "foreign", "drops",
-                             "reopen",  "newday", "newbasket", "stops",   "waits", "fresh"};
-/// What the terminal's engine cannot do.
-constexpr unsigned MARKET_ONLY =
-    ING_Splits | ING_Mixed | ING_Connect | ING_Huge | ING_OpenEnds | ING_Indices | ING_Foreign | ING_NewDay;
+const char* const NAMES[] = {"twins",   "sides",  "splits", "mixed",     "connect", "huge",    "openends",
+                             "indices", "late",   "ahead",  "replies",   "lost",    "queries", "foreign",
+                             "drops",   "reopen", "newday", "newbasket", "stops",   "waits",   "fresh"};
 constexpr unsigned RULES = ING_Stops | ING_Waits | ING_Fresh;
 
 TC::SAlgoParams makeAlgo(Random& random) {
@@ -58,31 +55,18 @@ std::string ingredientsText(unsigned ingredients) {
   return text;
 }
 
-SDayPlan::SDayPlan(std::uint64_t seed, unsigned allowed, bool all) : m_random(seed), m_nHas(allowed) {
+SDayPlan::SDayPlan(std::uint64_t seed, unsigned allowed, bool all)
+    : m_random(seed), m_nHas(allowed), m_nDayStart(exchange::dayStartOf(DATE)) {
   for (unsigned bit = 1; bit < ING_Stops && !all; bit <<= 1) {
-    if (chance(m_random, bit == ING_Engine ? 90 : 50)) m_nHas &= ~bit;
+    if (chance(m_random, 50)) m_nHas &= ~bit;
   }
   m_nHas |= allowed & RULES;
-  if (has(ING_Engine)) m_nHas &= ~MARKET_ONLY;
   const int accounts = 1 + below(m_random, has(ING_Twins) || has(ING_Mixed) ? 3 : 2);
   for (int i = 1; i <= accounts; ++i) {
-    auto account = boost::make_shared<CAccountInfo>();
-    account->m_strKey = "A" + std::to_string(i);
-    account->m_strDisplayId = std::to_string(1000 + (has(ING_Twins) && i == 2 ? 1 : i));
-    account->m_strName = "N" + std::to_string(i);
-    m_accounts.push_back(account);
+    const int displayId = 1000 + (has(ING_Twins) && i == 2 ? 1 : i);
+    m_accounts.push_back(makeAccount("A" + std::to_string(i), std::to_string(displayId)));
   }
-  m_exchange.m_nSeed = seed;
-  m_exchange.m_nDayStart = exchange::dayStartOf(DATE);
-  m_exchange.m_dRejectRate = chance(m_random, 40) ? 0.1 : 0;
-  m_exchange.m_nLatencyMsec = chance(m_random, 30) ? 20000 : 20;
-  m_engine.m_nDayStart = m_exchange.m_nDayStart;
-  m_engine.m_dOrdersPerSecond = chance(m_random, 50) ? 0.02 : 50;
-  m_engine.m_nPublishMsec = m_engine.m_nProgressMsec = m_engine.m_nReplyMsec = 1000;
-  m_engine.m_strUser = "u1";
-  m_engine.m_strLogin = "L1";
-  const int latencies[] = {200, 5000, 60000, 300000};
-  m_nLatencyMsec = latencies[below(m_random, 4)];
+  m_nLatencyMsec = pick(m_random, std::initializer_list<int>{200, 5000, 60000, 300000});
   m_nDeliverPercent = has(ING_Late) ? 20 + below(m_random, 60) : 100;
   for (int baskets = 1 + below(m_random, 3); baskets > 0; --baskets) planBasket();
 }
@@ -108,12 +92,11 @@ void SDayPlan::addLine(engine::SBasketOrder& basket, int number) {
     int firstCode;
   } KINDS[] = {{"SH", 600000}, {"SZ", 1000}, {"SH", 688000}, {"BJ", 830000}};
   const auto& kind = KINDS[number % 4];
-  exchange::SInstrument& listed = m_listed.emplace_back();
+  exchange::SInstrument listed;
   listed.m_strMarket = kind.market;
   listed.m_strCode = std::to_string(kind.firstCode + 10 * static_cast<int>(m_baskets.size()) + number);
   listed.m_strName = "S" + listed.m_strCode;
   listed.m_dPrevClose = 5 + below(m_random, 80) / 4.0;
-  listed.m_dVolume = chance(m_random, 10) ? 0 : 1e5 * (1 + below(m_random, 300));
   const exchange::SRules rules = exchange::rulesOf(listed);
   m_instruments.push_back(app::toCodeInfo(listed, rules));
   addLines(basket, m_instruments.back(),

@@ -2,46 +2,39 @@
 #pragma once
 
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "CEngine.h"
 #include "CExchange.h"
+#include "RandomDays.h"
 #include "tc/CExchangeClient.h"
 
 namespace test {
 
-using Random = std::mt19937_64;
-
-inline int below(Random& random, int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
-/// True in so many of a hundred cases.
-inline bool chance(Random& random, int percent) { return below(random, 100) < percent; }
-
 /// What may happen on a day, and (from Stops on) what is asked of it beyond the limits of the lines.
 enum EIngredient : unsigned {
-  ING_Engine = 1u << 0,      ///< the terminal's own engine and exchange trade, instead of the test's market
-  ING_Twins = 1u << 1,       ///< two accounts of one display identifier
-  ING_Sides = 1u << 2,       ///< one security bought and sold by one account
-  ING_Splits = 1u << 3,      ///< a line falls on several sub-tasks
-  ING_Mixed = 1u << 4,       ///< a sub-task has lines of several accounts
-  ING_Connect = 1u << 5,     ///< lines of HGT, SGT and of Hong Kong, traded through any of them
-  ING_Huge = 1u << 6,        ///< lines near the end of 32 bits, sums beyond
-  ING_OpenEnds = 1u << 7,    ///< orders that may still fill when their sub-task has ended
-  ING_Indices = 1u << 8,     ///< progress names a wrong line, or none
-  ING_Late = 1u << 9,        ///< details come late, one by one, in any status
-  ING_Ahead = 1u << 10,      ///< the data centre knows details before the feed tells of them
-  ING_Replies = 1u << 11,    ///< replies to creations come late and in any order
-  ING_Lost = 1u << 12,       ///< creations, their replies and answers are lost
-  ING_Queries = 1u << 13,    ///< answers come late and in any order; progress comes behind its detail
-  ING_Foreign = 1u << 14,    ///< another terminal patches the same baskets
-  ING_Drops = 1u << 15,      ///< the user drops the task of a dialog that is open
-  ING_Reopen = 1u << 16,     ///< the panel is closed and opened, loaded again, given another trader type
-  ING_NewDay = 1u << 17,     ///< a new trading day comes
-  ING_NewBasket = 1u << 18,  ///< remainders are handed over as a new basket, and the drop that follows is refused
-  ING_Stops = 1u << 19,      ///< what comes of a patch that was given up is stopped
-  ING_Waits = 1u << 20,  ///< until something comes of a patch its task shows "补单中", or is cancelled after 10 s
-  ING_Fresh = 1u << 21,  ///< the table equals that of a panel that gets the newest details at once
+  ING_Twins = 1u << 0,       ///< two accounts of one display identifier
+  ING_Sides = 1u << 1,       ///< one security bought and sold by one account
+  ING_Splits = 1u << 2,      ///< a line falls on several sub-tasks
+  ING_Mixed = 1u << 3,       ///< a sub-task has lines of several accounts
+  ING_Connect = 1u << 4,     ///< lines of HGT, SGT and of Hong Kong, traded through any of them
+  ING_Huge = 1u << 5,        ///< lines near the end of 32 bits, sums beyond
+  ING_OpenEnds = 1u << 6,    ///< orders that may still fill when their sub-task has ended
+  ING_Indices = 1u << 7,     ///< progress names a wrong line, or none
+  ING_Late = 1u << 8,        ///< details come late, one by one, in any status
+  ING_Ahead = 1u << 9,       ///< the data centre knows details before the feed tells of them
+  ING_Replies = 1u << 10,    ///< replies to creations come late and in any order
+  ING_Lost = 1u << 11,       ///< creations, their replies and answers are lost
+  ING_Queries = 1u << 12,    ///< answers come late and in any order; progress comes behind its detail
+  ING_Foreign = 1u << 13,    ///< another terminal patches the same baskets
+  ING_Drops = 1u << 14,      ///< the user drops the task of a dialog that is open
+  ING_Reopen = 1u << 15,     ///< the panel is closed and opened, loaded again, given another trader type
+  ING_NewDay = 1u << 16,     ///< a new trading day comes
+  ING_NewBasket = 1u << 17,  ///< remainders are handed over as a new basket, and the drop that follows is refused
+  ING_Stops = 1u << 18,      ///< what comes of a patch that was given up is stopped
+  ING_Waits = 1u << 19,  ///< until something comes of a patch its task shows "补单中", or is cancelled after 10 s
+  ING_Fresh = 1u << 20,  ///< the table equals that of a panel that gets the newest details at once
 };
 
 /// The ingredients of a text such as "twins,huge"; throws std::invalid_argument for an unknown word.
@@ -63,11 +56,9 @@ struct SDayPlan {
   Random m_random;
   unsigned m_nHas;
   std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;
-  std::vector<exchange::SInstrument> m_listed;
   std::vector<TC::CCodeInfo> m_instruments;
   std::vector<engine::SBasketOrder> m_baskets;
-  exchange::SExchangeSettings m_exchange;
-  engine::SEngineSettings m_engine;
+  std::int64_t m_nDayStart;   ///< seconds since the epoch
   int m_nLatencyMsec = 0;     ///< of requests and answers, the most
   int m_nDeliverPercent = 0;  ///< how often what the host knows of a detail is delivered
 

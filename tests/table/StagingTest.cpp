@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <utility>
 
 #include "Tasks.h"
 #include "TestHost.h"
@@ -88,42 +88,32 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
 
 /// A start that was shown stays, whatever becomes of the tree; the end is the node's.
 TEST_F(Staging, KeepsTheFirstStart) {
-  struct SStep {
-    QTime start;
-    QTime end;
-    QTime shownStart;
-    std::function<void()> before = [] {};
+  const auto msecs = [](const QTime& start, const QTime& end) {
+    const auto msec = [](const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; };
+    return std::pair(msec(start), msec(end));
   };
+  const auto shown = [&](const QTime& start, const QTime& end) {
+    m_root.m_startTime = start;
+    m_root.m_endTime = end;
+    const SRowFigures figures = stage(m_task).figures->front();
+    return std::pair<int, int>(figures.startMSec, figures.endMSec);
+  };
+  const QTime none;
   const QTime nine(9, 0);
   const QTime ten(10, 0);
   const QTime eleven(11, 0);
-  const SStep steps[] = {
-      {QTime(), QTime(), QTime()},
-      {ten, QTime(), ten},
-      {nine, ten, ten},
-      {eleven, eleven, ten},
-      {nine, nine, ten},
-      {QTime(), QTime(), ten},
-      {nine, nine, ten,
-       [&] {
-         test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
-       }},
-      {nine, nine, ten, [&] { m_staging.stageClear(m_task->getKey()); }},
-      {nine, QTime(), nine,
-       [&] {
-         m_staging.startDay(1);
-         m_staging.beginRefresh(1);
-       }},
-  };
-  const auto msec = [](const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; };
-  for (const SStep& step : steps) {
-    step.before();
-    m_root.m_startTime = step.start;
-    m_root.m_endTime = step.end;
-    const SRowFigures shown = stage(m_task).figures->front();
-    EXPECT_EQ(shown.startMSec, msec(step.shownStart)) << &step - steps;
-    EXPECT_EQ(shown.endMSec, msec(step.end)) << &step - steps;
-  }
+  EXPECT_EQ(shown(none, none), msecs(none, none));
+  EXPECT_EQ(shown(ten, none), msecs(ten, none));
+  EXPECT_EQ(shown(nine, ten), msecs(ten, ten));
+  EXPECT_EQ(shown(eleven, eleven), msecs(ten, eleven));
+  EXPECT_EQ(shown(none, nine), msecs(ten, nine));
+  test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
+  EXPECT_EQ(shown(nine, nine), msecs(ten, nine));
+  m_staging.stageClear(m_task->getKey());
+  EXPECT_EQ(shown(nine, nine), msecs(ten, nine));
+  m_staging.startDay(1);
+  m_staging.beginRefresh(1);
+  EXPECT_EQ(shown(nine, none), msecs(nine, none));
 }
 
 TEST_F(Staging, AStatusAloneComesWhenItChanged) {
