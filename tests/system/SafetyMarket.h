@@ -1,5 +1,5 @@
-/// A market of the test's own, which trades what the panel asks for, and what is true of it: honest, and able to do in a
-/// moment what an exchange needs a day for.
+/// A market of the test's own, which trades what the panel asks for, and what is true of it: honest, and able to do in
+/// a moment what an exchange needs a day for.
 #pragma once
 
 #include <functional>
@@ -81,7 +81,6 @@ class CSafetyMarket {
   boost::shared_ptr<TC::CTaskProgress> progressOf(const SSubTask& task) const;
   SSubTask* find(const std::string& serverTaskKey);
   int seconds() const { return static_cast<int>(m_plan.m_nDayStart + m_nNow / 1000); }
-
 
   const SDayPlan& m_plan;
   Random& m_random;

@@ -15,13 +15,9 @@ struct SRow {
   SRowShape shape;
   SRowTexts texts;
   SRowFigures figures;
-  SRowFigures hedge;
-  bool hedged = false;
 
-  CHpfBasketStatusData data() const {
-    return {facts, shape, texts, figures, hedged ? &hedge : nullptr, texts.statusText};
-  }
-  double amount() const { return shownAmount(shape, texts, figures, hedged ? &hedge : nullptr); }
+  CHpfBasketStatusData data() const { return {facts, shape, texts, figures, nullptr, texts.statusText}; }
+  double amount() const { return shownAmount(shape, texts, figures, nullptr); }
   QString progress(EProcessDisplay mode) const { return progressText(data(), mode); }
 };
 
@@ -87,19 +83,6 @@ TEST(CellText, ProgressBarIsAsLongAsTheShareDone) {
   EXPECT_DOUBLE_EQ(progressFraction("25.00万 / 100.00万"), 0.25);
   EXPECT_DOUBLE_EQ(progressFraction("1 / 4"), 0.25);
   for (const char* stub : {"0 / 5", "5 / 0", "x / y", "-1 / 4", "7"}) EXPECT_EQ(progressFraction(stub), 0) << stub;
-}
-
-TEST(CellText, AmountOfARowAcrossTheHedgeAccountLeavesTheHedgeOut) {
-  SRow row = buyRow();
-  row.figures.tradedAmount = 1000;
-  row.hedge.tradedAmount = 300;
-  row.hedged = true;
-  row.texts.account = "1001";
-  EXPECT_EQ(row.amount(), 1000);
-  row.texts.account = "1001/8001";
-  EXPECT_EQ(row.amount(), 700);
-  row.hedged = false;
-  EXPECT_EQ(row.amount(), 1000);
 }
 
 TEST(CellText, StatusFollowsTheOwnTextThenTheValue) {
