@@ -32,7 +32,7 @@ SRow buyRow() {
 TEST(CellText, ProgressByAmountSwitchesToTenThousandsAndIsWholeWhenFilled) {
   struct SCase {
     SRowFigures figures;
-    const char* shown;
+    const char* shown = "";
   };
   // The third is just inside the tolerance of the switch; of a full row both sides are what was traded.
   const SCase cases[] = {{{100.5, 9999.8, 1000, 10, 990}, "100.50 / 9999.80"},
