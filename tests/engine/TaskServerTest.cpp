@@ -201,6 +201,25 @@ TEST(TaskServer, RefusesMoreThanIsLeftOfALine) {
   EXPECT_EQ(rig.answers(), (Texts{"ok", beyond("A1 SZ.1039卖出", 13901 - traded, 13900 - traded), "106"}));
 }
 
+TEST(TaskServer, AnOpenOrderOfAPatchCountsWhole) {
+  SServerRig rig;
+  const auto left = [&rig] {
+    rig.create(rig.request({rig.param(20, 999999900)}));
+    const std::string text = rig.answers().back();
+    return std::stoi(text.substr(text.rfind(' ')));
+  };
+  const int before = left();
+  CCodeOrderParam open = rig.param(20, 300);
+  open.m_dPrice *= 1.09 / 0.95;
+  rig.create(rig.request({open}));
+  ASSERT_EQ(rig.answers(), Texts{"102"});
+  rig.runTo(9, 31);
+  const auto detail = rig.newest("102-1");
+  ASSERT_EQ(detail.m_orders.size(), 1u);
+  ASSERT_FALSE(detail.m_orders[0]->m_bCompleted);
+  EXPECT_EQ(left(), before - 300);
+}
+
 TEST(TaskServer, LinesOfOneHongKongInstrumentAreOneBeyond32Bits) {
   constexpr int HALF = 2000000000;
   SServerRig rig;

@@ -115,6 +115,9 @@ TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {
   EXPECT_EQ(takeEvents(), "status " + task.getHedgeItem()->m_strKey.toStdString() + " 10001 11\n");
   EXPECT_FALSE(task.getHedgeItem()->m_bPatching);
   EXPECT_EQ(takeSends(), "") << "there is no patch task";
+  task.getHedgeItem()->m_bPatching = true;
+  task.drop("");
+  EXPECT_FALSE(task.getHedgeItem()->m_bPatching) << "a dropped task offers no end of its hedge";
 }
 
 TEST_F(COperationsTest, AnswerFindsItsTaskOnAnotherThreadOrNoTaskAtAll) {

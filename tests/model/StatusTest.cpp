@@ -49,6 +49,25 @@ TEST_F(CStatusTest, StartIsTheEarliestTimeOfDay) {
   EXPECT_EQ(startAfter(UNSET_INT), QTime(9, 29));
 }
 
+TEST_F(CStatusTest, TheEndIsTheLatestOfWhatHasEnded) {
+  host.change([](auto& session) { session.m_timeZone = QTimeZone("Asia/Shanghai"); });
+  const auto deliver = [this](DetailPtr made, int status, int seconds) {
+    made->m_nStatus = status;
+    made->m_nEndTime = seconds;
+    made->m_pCommand->m_bPatch ? task.updatePatch(made) : update(made);
+    return root.m_endTime;
+  };
+  const int open = 1763688600;  // 09:30
+  EXPECT_TRUE(deliver(twoLines(1), ETS_Running, open + 600).isNull()) << "it trades";
+  EXPECT_TRUE(deliver(twoLines(1), ETS_Cancelled, UNSET_INT).isNull()) << "nobody says when";
+  EXPECT_EQ(deliver(twoLines(2), ETS_Cancelled, open), QTime(9, 30));
+  EXPECT_EQ(deliver(twoLines(3), ETS_ExecutionError, open - 60), QTime(9, 30)) << "whichever came last";
+  DetailPtr patch = patchDetail(900);
+  patch->m_params = twoLines()->m_params;
+  EXPECT_TRUE(deliver(patch, ETS_Running, open + 900).isNull());
+  EXPECT_EQ(deliver(next(patch), ETS_Cancelled, open + 60), QTime(9, 31));
+}
+
 TEST_F(CStatusTest, AHedgeThatHasFilledHoldsNothingUp) {
   DetailPtr hedged = detail(9);
   hedged->m_params = {param(futuresAccount, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
