@@ -62,6 +62,7 @@ TEST_F(CStatusTest, TheEndIsTheLatestOfWhatHasEnded) {
   EXPECT_TRUE(deliver(twoLines(1), ETS_Cancelled, UNSET_INT).isNull()) << "nobody says when";
   EXPECT_EQ(deliver(twoLines(2), ETS_Cancelled, open), QTime(9, 30));
   EXPECT_EQ(deliver(twoLines(3), ETS_ExecutionError, open - 60), QTime(9, 30)) << "whichever came last";
+  EXPECT_EQ(deliver(twoLines(4), ETS_Cancelled, UNSET_INT), QTime(9, 30)) << "one that does not say hides no other";
   DetailPtr patch = patchDetail(900);
   patch->m_params = twoLines()->m_params;
   EXPECT_TRUE(deliver(patch, ETS_Running, open + 900).isNull());

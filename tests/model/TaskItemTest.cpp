@@ -76,4 +76,15 @@ TEST(TaskItem, OrdersAreKeptByKeyAndTakenFromLeaves) {
   EXPECT_EQ(orders, (std::vector<ksservice::COrderInfoPtr>{first, again, other}));
 }
 
+TEST(TaskItem, ATargetThatIsUnsetOnceLeavesNoRemainder) {
+  CBasketTaskItem item;
+  ksservice::CCodeOrderParam param;
+  for (const int volume : {100, ksservice::UNSET_INT, 200}) {
+    param.m_nVolume = volume;
+    item.addTarget(param);
+    EXPECT_EQ(item.hasRemainder(), volume == 100) << volume;
+  }
+  EXPECT_EQ(item.totalVolume(), 300) << "what is unset counts nothing";
+}
+
 }  // namespace
