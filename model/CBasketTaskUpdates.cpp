@@ -1,6 +1,6 @@
 /// What the worker brings to a task: details of its own, of its hedge and of its patches. Each update asks the host for
-/// all that it needs before it changes anything, since the host may fail; counts; sums; forms the root; and tells what
-/// has changed.
+/// all that it counts by before a figure changes, since the host may fail; counts; sums; forms the root, for which the
+/// hedge manager is asked; and tells what has changed.
 #include <boost/make_shared.hpp>
 
 #include "CBasketTask.h"
