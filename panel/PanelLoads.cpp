@@ -181,9 +181,11 @@ void CBasketTasksPanel::onPatchesChanged(int traderType, int taskId) {
 /// Has the worker stage a task that the GUI thread changed, so that its rows do not wait for its next detail.
 void CBasketTasksPanel::stageOne(const boost::shared_ptr<CBasketTask>& task) {
   m_workQueue->post(utils::EPanelJob::Staging, [this, task] {
-    const unsigned day = m_caches.day();
-    m_pTable->beginRefresh(day);
-    if (findTask(task->getKey()) == task) m_pTable->updateTask(task);
+    SWork one;
+    one.day = m_caches.day();
+    m_pTable->beginRefresh(one.day);
+    if (findTask(task->getKey()) == task) one.tasks[task->getKey()] = task;
+    stage(one);
     applyStagedLater();
   });
 }

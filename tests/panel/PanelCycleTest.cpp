@@ -1,5 +1,6 @@
 // The refresh cycle by the host's clock and timers.
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <algorithm>
@@ -72,8 +73,8 @@ TEST_F(PanelCycle, ARefreshThatTookLongerIsFollowedAtOnceWithoutATimer) {
   EXPECT_EQ(m_runningCounts, std::vector<int>{1});
 }
 
-/// Whatever the host throws. What else a fault does, CycleDays see.
-TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherTask) {
+/// Whatever the host throws.
+TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherSubTask) {
   open();
   for (const bool standard : {true, false}) {
     m_host.setMeeting([standard](const std::string& key) {
@@ -83,13 +84,41 @@ TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherTask) {
     });
     m_host.takeLog();
     m_host.deliver(test::makeFilled(2, 2, 100));
-    m_host.deliver(test::makeFilled(3, 1, 100));
+    const ksservice::CTaskDetailPtr other = test::makeDetail(2, 2);
+    test::addParam(*other, test::makeAccount("A1", "1001"), "600009", 1000, 10.0);
+    test::addOrder(*other, "o", "600009", 1000, 300, 10.0);
+    m_host.deliver(other);
     ASSERT_TRUE(refresh());
-    EXPECT_FALSE(m_pTable->rowByPath("2"));
-    EXPECT_TRUE(m_pTable->rowByPath("3"));
+    ASSERT_TRUE(m_pTable->rowByPath("2"));
+    EXPECT_EQ(m_pTable->rowByPath("2")->number(EBC_Amount), 3000);
     const std::vector<std::string> log = m_host.takeLog();
     EXPECT_EQ(std::count(log.begin(), log.end(), standard ? "2-1 failed: the host fails" : "2-1 failed: unknown"), 1);
   }
+}
+
+/// What is kept of each day's rows would be a dozen kilobytes a day.
+TEST_F(PanelCycle, NothingIsKeptOfEarlierDays) {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  constexpr int TASKS = 5;
+  constexpr int DAYS = 100;
+  open();
+  const auto run = [this](int first) {
+    for (int task = first * TASKS; task < (first + DAYS) * TASKS; ++task) {
+      m_host.deliver(test::makeFilled(task, 3, 100));
+      if (task % TASKS < TASKS - 1) continue;
+      ASSERT_TRUE(refresh());
+      m_host.desk().forgetTasks();
+      m_host.services().announceTradingDay("20261123");
+      ASSERT_TRUE(refresh());
+      m_host.takeLog();
+      m_runningCounts.clear();
+    }
+  };
+  run(1);
+  const std::size_t before = mallinfo2().uordblks;
+  run(1 + DAYS);
+  EXPECT_LT(mallinfo2().uordblks, before + DAYS * 1000);
+#endif
 }
 
 /// A task of many sub-tasks is built and summed once, not once for each.

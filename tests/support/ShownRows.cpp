@@ -17,7 +17,7 @@ bool SShownRow::isPlain() const {
   return plain.contains(status);
 }
 
-Shown shownBy(const TC::CHpfBasketStatusTable& table, const QString& hedgeAccount) {
+Shown shownBy(const TC::CHpfBasketStatusTable& table, bool hedges) {
   Shown shown;
   table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool hidden, bool) {
     if (depth == 0) shown.emplace_back(row.key(), std::vector<SShownRow>());
@@ -25,7 +25,7 @@ Shown shownBy(const TC::CHpfBasketStatusTable& table, const QString& hedgeAccoun
     for (int column = 0; column < TC::EBC_Count; ++column) {
       if (column == TC::EBC_StartTime || column == TC::EBC_Options || column == TC::EBC_Status) continue;
       QStringList parts = row.text(column).split('/');
-      if (column == TC::EBC_Account && parts.removeAll(hedgeAccount) > 0) parts.append(hedgeAccount);
+      if (hedges && (column == TC::EBC_Account || column == TC::EBC_TradeType)) parts.sort();
       text += '|' + parts.join('/').toStdString();
     }
     text += '|' + std::to_string(row.sortNumber(TC::EBC_Amount));

@@ -21,8 +21,8 @@ struct SShownRow {
 /// The rows of each task behind its root's key, in the order of the table.
 using Shown = std::vector<std::pair<QString, std::vector<SShownRow>>>;
 
-/// Where the account of a hedge stands among others hangs on when it came, so that is not told.
-Shown shownBy(const TC::CHpfBasketStatusTable& table, const QString& hedgeAccount = {});
+/// Where the account and the operation of a hedge stand among others hangs on when it came, so that is not told.
+Shown shownBy(const TC::CHpfBasketStatusTable& table, bool hedges = false);
 /// The tasks that another table does not show so.
 std::string textOf(const Shown& shown, const Shown& other);
 

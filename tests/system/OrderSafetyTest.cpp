@@ -1,7 +1,7 @@
 // Never an order that the user did not confirm, never a share more than the remainder: random days with the panel over
 // a host that delays, reorders and loses. In the environment: ORDER_SAFETY_DAYS and ORDER_SAFETY_SEED run so many days
 // from a seed on, without them as many as fit into a minute; each day has some of the ingredients, with
-// ORDER_SAFETY_WITH all that it names (none: "").
+// ORDER_SAFETY_WITH all that it names (none: ""). A day on which the worker is held hangs on the threads, too.
 #include <gtest/gtest.h>
 
 #include <csignal>

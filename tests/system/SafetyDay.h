@@ -4,6 +4,7 @@
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
 #include "RandomDays.h"
+#include "SafetyAmbush.h"
 #include "SafetyHost.h"
 
 namespace GV {
@@ -40,17 +41,27 @@ class CSafetyDay : private IPanelWatcher {
   void note(const std::string& text) override;
   void check(bool holds, const std::string& rule);
   bool has(EIngredient ingredient) const { return m_plan.has(ingredient); }
+  /// Whether it is known what the panel knows.
+  bool isCertain() const { return !has(ING_Held) && !has(ING_Faults); }
 
   // The day
   void step();
-  void refresh();
+  void refresh(bool amidst = true);
   void quiet();
   void learn(const Details& details);
   void openPanel();
   static TC::CHpfBasketStatusTable& showQuantities(const TC::CBasketTasksPanel& panel);
   void load();
   void reopen();
-  void startNewDay();
+  void startNewDay(bool amidst = false);
+
+  // In the middle of a refresh
+  void refreshAmidst();
+  void lookAround();
+  void letGo();
+  std::size_t rows() const;
+  std::set<QString> readLog();
+  void fail();
 
   // The user
   void act();
@@ -85,7 +96,7 @@ class CSafetyDay : private IPanelWatcher {
   LineKey figureKey(LineKey line) const;
   std::string accountOf(const QString& node) const;
   void checkFigures();
-  void checkFresh();
+  void checkFresh(const std::set<QString>& lost);
 
   std::uint64_t m_nSeed;
   DayCounts& m_counts;
@@ -93,10 +104,12 @@ class CSafetyDay : private IPanelWatcher {
   Random m_random;
   std::vector<std::string> m_notes;
   std::string m_strFault;
+  CAmbush m_ambush;
   CSafetyHost m_host;
   std::unique_ptr<TC::CBasketTasksPanel> m_pPanel;
   TC::CHpfBasketStatusTable* m_pTable = nullptr;
   int m_nLetGo = 0;
+  std::vector<boost::weak_ptr<TC::CBasketTask>> m_gone;  ///< tasks of which nobody must have kept anything
 
   Details m_known;                       ///< as the panel saw them last
   std::map<std::string, int> m_arrived;  ///< details of patches: the status in which it saw them first

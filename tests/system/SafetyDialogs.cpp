@@ -126,7 +126,7 @@ void CSafetyDay::onNewBasket(const QString& lines) {
   }
   check(told == expected, "a new basket of other lines than were confirmed");
   learn(m_host.takeSeen());
-  m_dropSends = sendsOf(basket, ETO_Drop);
+  if (isCertain()) m_dropSends = sendsOf(basket, ETO_Drop);
   giveUp(basket, ETO_Drop);
 }
 

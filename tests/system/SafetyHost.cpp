@@ -24,6 +24,10 @@ std::string operationText(const CTaskDetail& detail, int operation) {
   return (detail.m_bServerTask ? detail.getKey() : local) + " " + std::to_string(operation);
 }
 
+bool isOwn(const CTaskDetail& detail) {
+  return !detail.m_pCommand->m_bPatch && detail.m_pCommand->m_nBasketType != ECBT_Hedge;
+}
+
 CSafetyHost::CSafetyHost(SDayPlan& plan, Random& random, IPanelWatcher& watcher)
     : m_plan(plan),
       m_random(random),
@@ -33,7 +37,7 @@ CSafetyHost::CSafetyHost(SDayPlan& plan, Random& random, IPanelWatcher& watcher)
         source.m_waiting.push_back(publication);
         source.m_pProgress = progress;
       }) {
-  utils::CLogCenter::instance().setObserver({});
+  if (!plan.has(ING_Faults)) utils::CLogCenter::instance().setObserver({});
   for (const auto& account : plan.m_accounts) m_front.setAccount(*account);
   while (m_baskets.size() < plan.m_baskets.size()) startBasket();
 }
@@ -51,11 +55,11 @@ void CSafetyHost::startBasket() {
 
 // What the server tells
 
-/// A patch of a task that the panel has never heard of is no case of a host: the task's own details come first.
+/// A patch or a hedge of a task that the panel has never heard of is no case of a host: its own details come first.
 bool CSafetyHost::canCome(const SSource& source) const {
   if (source.m_waiting.empty()) return false;
-  const COrderCommand& command = *source.m_waiting.front().m_pDetail->m_pCommand;
-  return !command.m_bPatch || m_shown.contains(command.m_nTaskId);
+  const CTaskDetail& detail = *source.m_waiting.front().m_pDetail;
+  return isOwn(detail) || m_shown.contains(detail.m_pCommand->m_nTaskId);
 }
 
 /// newest: leaves out what is older; feed: not only into the data centre.
@@ -74,9 +78,13 @@ void CSafetyHost::deliver(const std::string& key, SSource& source, bool newest, 
                  std::to_string(detail->m_nStatus));
   source.m_bOwed = !feed;
   publication.m_eVia = feed ? desk::EVia::Feed : desk::EVia::Store;
-  m_front.desk().publishTask(publication);
+  if (m_bAside) {
+    m_aside.push_back(publication);
+  } else {
+    m_front.desk().publishTask(publication);
+  }
   if (!feed) return;
-  m_fed[key] = detail;
+  (m_bAside ? m_fedAside : m_fed)[key] = detail;
   m_shown.insert(task);
 }
 
@@ -101,9 +109,35 @@ void CSafetyHost::flush() {
 /// Nothing is delivered while a job of the panel runs, so that a day does not hang on the speed of threads: a refresh
 /// has seen all that was told before.
 void CSafetyHost::waitForJobs() {
+  endFeed();
   const long ended = m_front.waitForJobs();
-  if (ended == std::exchange(m_nRefreshes, ended)) return;
-  for (const auto& [key, detail] : std::exchange(m_fed, {})) m_seen[key] = detail;
+  if (ended != std::exchange(m_nRefreshes, ended)) {
+    for (const auto& [key, detail] : std::exchange(m_fed, {})) m_seen[key] = detail;
+  }
+  for (const auto& [key, detail] : std::exchange(m_fedAside, {})) m_fed[key] = detail;
+}
+
+void CSafetyHost::feedAside() {
+  m_market.advanceTo(m_nNow);
+  m_bAside = true;
+  deliverSome();
+  m_bAside = false;
+  m_feed = std::thread([this, told = std::exchange(m_aside, {})] {
+    for (const desk::SPublication& each : told) m_front.desk().publishTask(each);
+  });
+}
+
+void CSafetyHost::endFeed() {
+  if (m_feed.joinable()) m_feed.join();
+}
+
+void CSafetyHost::renew() {
+  for (auto& [key, source] : m_sources) {
+    const auto stored = m_stored.find(key);
+    if (stored == m_stored.end() || !m_shown.contains(stored->second->m_pCommand->m_nTaskId)) continue;
+    stored->second = boost::make_shared<CTaskDetail>(*stored->second);
+    deliver(key, source, false, true);
+  }
 }
 
 Details CSafetyHost::takeSeen() {
@@ -112,6 +146,8 @@ Details CSafetyHost::takeSeen() {
 }
 
 const Details& CSafetyHost::load() {
+  endFeed();
+  m_fedAside.clear();
   m_fed.clear();
   m_seen.clear();
   m_shown.clear();
@@ -240,6 +276,10 @@ void CSafetyHost::step(std::int64_t msec) {
     if (chance(m_random, 60)) settle();
   }
   waitForJobs();
+  deliverSome();
+}
+
+void CSafetyHost::deliverSome() {
   for (auto& [key, source] : m_sources) {
     if (!source.m_bOwed && !canCome(source)) continue;
     if (!chance(m_random, source.m_bOwed ? 50 : m_plan.m_nDeliverPercent)) continue;
@@ -265,11 +305,17 @@ void CSafetyHost::endDay() {
   m_market.endDay();
 }
 
-void CSafetyHost::startNewDay() {
+void CSafetyHost::startNewDay(bool amidst) {
   endDay();
-  flush();
+  if (!amidst) flush();
+  for (auto& [key, source] : m_sources) {
+    deliverProgress(key, source);
+    if (!source.m_waiting.empty()) deliver(key, source, true, false);
+    source.m_bOwed = false;
+  }
+  m_stored.clear();
+  m_front.desk().forgetTasks();
   load();
-  m_shown.clear();
   m_creations.clear();
   m_watcher.note("a new trading day");
   m_front.services().announceTradingDay("20261124");

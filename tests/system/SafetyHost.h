@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <set>
+#include <thread>
 
 #include "SafetyMarket.h"
 #include "TestHost.h"
@@ -46,6 +47,9 @@ class IPanelWatcher {
 /// "12-1 3" of a server task, "12@A1 3" of the terminal's own; a pause or resume beside the record has a minus.
 std::string operationText(const ksservice::CTaskDetail& detail, int operation);
 
+/// Neither a patch nor a hedge.
+bool isOwn(const ksservice::CTaskDetail& detail);
+
 /// GUI thread.
 class CSafetyHost {
  public:
@@ -57,14 +61,20 @@ class CSafetyHost {
   void step(std::int64_t msec);
   /// Delivers the newest state of every detail that has not been delivered.
   void flush();
+  /// Delivers some of what goes on meanwhile, on a thread of its own.
+  void feedAside();
+  void endFeed();
+  /// Every detail of what the panel shows comes once more, all in one refresh.
+  void renew();
   /// Until no job and no queued call of the panel is left, with what it asked for on its way.
   void settle();
   /// Takes what the panel asked for.
   void pump();
   /// Everything ends in the market.
   void endDay();
-  /// All of that is delivered, the panel hears of a new trading day, and a basket is started.
-  void startNewDay();
+  /// All of that is delivered (in the middle of a refresh only to the data centre), the panel hears of a new trading
+  /// day, and a basket is started.
+  void startNewDay(bool amidst);
 
   /// Every line; knowable: as far as the panel could know of patches that another terminal made.
   Truth truth(bool knowable) const;
@@ -101,6 +111,7 @@ class CSafetyHost {
   void ask(const CTestHost::SCreation& request);
   void query(const CTestHost::SQuery& query);
   void operate(const CTestHost::SCall& call);
+  void deliverSome();
   bool canCome(const SSource& source) const;
   void deliverProgress(const std::string& key, SSource& source);
   void deliver(const std::string& key, SSource& source, bool newest, bool feed);
@@ -123,6 +134,10 @@ class CSafetyHost {
   std::map<std::string, SSource> m_sources;
   Details m_stored;
   Details m_fed;  ///< and not seen
+  std::thread m_feed;
+  bool m_bAside = false;  ///< what is delivered waits for that thread
+  std::vector<desk::SPublication> m_aside;
+  Details m_fedAside;
   Details m_seen;
   std::set<int> m_shown;  ///< baskets of which the panel was told something
   long m_nRefreshes = 0;

@@ -38,6 +38,8 @@ CSafetyMarket::CSafetyMarket(const SDayPlan& plan, Random& random, Tell tell)
 int CSafetyMarket::start(const engine::SBasketOrder& basket) {
   COrderCommand command = *makeDetail(m_nTasks + 1)->m_pCommand;
   command.m_nOrderType = basket.m_algo ? EORT_Algo : EORT_Plain;
+  // The panel of another trader type shows it.
+  if (m_plan.has(ING_Reopen) && m_nTasks > 0 && chance(m_random, 30)) ++command.m_nTraderType;
   command.m_strAlgoParams = basket.m_algo ? basket.m_algo->format() : std::string();
   Lines lines;
   const auto parts = engine::splitLines(basket.m_lines, static_cast<int>(basket.m_accounts.size()));
@@ -63,16 +65,31 @@ int CSafetyMarket::make(COrderCommand command, const Lines& lines) {
   // A task may have parts that the server carries out beside others of the terminal.
   const bool both = !shared->m_bPatch && chance(m_random, 15);
   int number = 0;
-  for (Lines& part : partsOf(lines, shared->m_bPatch && m_plan.has(ING_Mixed) && chance(m_random, 50))) {
+  const auto add = [this, &number](const auto& order, Lines part) {
     CTaskDetail& state = m_subTasks.emplace_back().m_state;
     state.m_nTaskId = m_nTasks;
     state.m_nNumber = ++number;
     state.m_strKey = CTaskDetail::genKey(m_nTasks, number);
     state.m_nStatus = ETS_Running;
     state.m_nStartTime = seconds();
-    state.m_bServerTask = algo && !(both && number == 1);
-    state.m_pCommand = shared;
+    state.m_pCommand = order;
     state.m_params = std::move(part);
+    return &state;
+  };
+  for (Lines& part : partsOf(lines, shared->m_bPatch && m_plan.has(ING_Mixed) && chance(m_random, 50)))
+    add(shared, std::move(part))->m_bServerTask = algo && !(both && number == 1);
+  if (m_plan.has(ING_Hedges) && !shared->m_bPatch) {
+    const auto hedge = boost::make_shared<COrderCommand>(*shared);
+    hedge->m_nBasketType = ECBT_Hedge;
+    const auto account = makeAccount("F1", "2001");
+    account->m_nType = 1;
+    CCodeOrderParam future;
+    future.m_pAccount = account;
+    future.m_stock = {"CFE", "IF2612", "IF2612"};
+    future.m_nOperation = EOT_Sell;
+    future.m_nVolume = 4;
+    future.m_dPrice = 4000;
+    add(hedge, {future});
   }
   publish();
   return m_nTasks;
@@ -281,6 +298,7 @@ std::pair<TC::OrderProcessMap, std::string> CSafetyMarket::query(const std::vect
 void CSafetyMarket::publish() {
   for (SSubTask& task : m_subTasks) {
     if (!std::exchange(task.m_bChanged, false)) continue;
+    ++task.m_state.m_nBusinessNumber;
     desk::SPublication publication;
     publication.m_pDetail = boost::make_shared<CTaskDetail>(task.m_state);
     if (task.m_state.m_bServerTask) {
@@ -317,6 +335,7 @@ boost::shared_ptr<TC::CTaskProgress> CSafetyMarket::progressOf(const SSubTask& t
 Truth CSafetyMarket::truth(const Counts& counts) const {
   Truth truth;
   for (const SSubTask& task : m_subTasks) {
+    if (task.m_state.m_pCommand->m_nBasketType == ECBT_Hedge) continue;
     const Lines& params = task.m_state.m_params;
     const bool counted = counts(task.m_state);
     for (std::size_t i = 0; i < params.size(); ++i) {

@@ -19,9 +19,9 @@ constexpr int SECURITIES = 5;
 constexpr int HUGE_LINE = 2000000000;
 
 /// In the order of their bits.
-const char* const NAMES[] = {"twins",   "sides",  "splits", "mixed",     "connect", "huge",    "openends",
-                             "indices", "late",   "ahead",  "replies",   "lost",    "queries", "foreign",
-                             "drops",   "reopen", "newday", "newbasket", "stops",   "waits",   "fresh"};
+const char* const NAMES[] = {"twins",  "sides",     "splits",  "mixed",  "connect", "huge",    "openends", "indices",
+                             "late",   "ahead",     "replies", "lost",   "queries", "foreign", "drops",    "reopen",
+                             "newday", "newbasket", "held",    "faults", "hedges",  "stops",   "waits",    "fresh"};
 constexpr unsigned RULES = ING_Stops | ING_Waits | ING_Fresh;
 
 TC::SAlgoParams makeAlgo(Random& random) {
@@ -58,9 +58,11 @@ std::string ingredientsText(unsigned ingredients) {
 SDayPlan::SDayPlan(std::uint64_t seed, unsigned allowed, bool all)
     : m_random(seed), m_nHas(allowed), m_nDayStart(exchange::dayStartOf(DATE)) {
   for (unsigned bit = 1; bit < ING_Stops && !all; bit <<= 1) {
-    if (chance(m_random, 50)) m_nHas &= ~bit;
+    if (chance(m_random, bit < ING_Held ? 50 : 85)) m_nHas &= ~bit;
   }
   m_nHas |= allowed & RULES;
+  // What a click meets in mid-refresh is not known, nor what the panel knows after a fault.
+  if (has(ING_Held) || has(ING_Faults)) m_nHas &= ~(ING_Stops | ING_Waits);
   const int accounts = 1 + below(m_random, has(ING_Twins) || has(ING_Mixed) ? 3 : 2);
   for (int i = 1; i <= accounts; ++i) {
     const int displayId = 1000 + (has(ING_Twins) && i == 2 ? 1 : i);

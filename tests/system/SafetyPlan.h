@@ -32,9 +32,12 @@ enum EIngredient : unsigned {
   ING_Reopen = 1u << 15,     ///< the panel is closed and opened, loaded again, given another trader type
   ING_NewDay = 1u << 16,     ///< a new trading day comes
   ING_NewBasket = 1u << 17,  ///< remainders are handed over as a new basket, and the drop that follows is refused
-  ING_Stops = 1u << 18,      ///< what comes of a patch that was given up is stopped
-  ING_Waits = 1u << 19,  ///< until something comes of a patch its task shows "补单中", or is cancelled after 10 s
-  ING_Fresh = 1u << 20,  ///< the table equals that of a panel that gets the newest details at once
+  ING_Held = 1u << 18,       ///< the worker is held in mid-refresh, while the feed and the user go on
+  ING_Faults = 1u << 19,     ///< the host fails at a question of the worker's
+  ING_Hedges = 1u << 20,     ///< baskets are hedged, and nobody operates on them
+  ING_Stops = 1u << 21,      ///< what comes of a patch that was given up is stopped
+  ING_Waits = 1u << 22,  ///< until something comes of a patch its task shows "补单中", or is cancelled after 10 s
+  ING_Fresh = 1u << 23,  ///< the table equals that of a panel that gets the newest details at once
 };
 
 /// The ingredients of a text such as "twins,huge"; throws std::invalid_argument for an unknown word.

@@ -122,7 +122,7 @@ void CSafetyDay::checkWaits() {
 /// What no click asked for is sent to what has arrived of a patch that was given up or paused.
 void CSafetyDay::onSent(const std::string& operation) {
   note("  sent: " + operation);
-  if (m_bOperating) return m_sends.push_back(operation);
+  if (m_bOperating || !isCertain()) return m_sends.push_back(operation);
   if (!m_dropSends.empty()) {
     check(operation == m_dropSends.front(), "a new basket sent " + operation + " instead of " + m_dropSends.front());
     m_dropSends.erase(m_dropSends.begin());
@@ -245,17 +245,18 @@ void CSafetyDay::checkFigures() {
   }
 }
 
-/// The table against that of a panel that gets the same details in a few refreshes, in any order.
-void CSafetyDay::checkFresh() {
+/// The table against that of a panel that gets the same details in a few refreshes, in any order; but what is lost.
+void CSafetyDay::checkFresh(const std::set<QString>& lost) {
   std::vector<CTaskDetailPtr> details;
   for (const auto& entry : m_known) details.push_back(entry.second);
   std::shuffle(details.begin(), details.end(), m_random);
-  // A patch needs its task, of which some own detail comes first.
+  // A patch and a hedge need their task, of which some own detail comes first.
   std::set<int> tasks;
   auto end = std::stable_partition(details.begin(), details.end(), [&tasks](const CTaskDetailPtr& detail) {
-    return !detail->m_pCommand->m_bPatch && tasks.insert(detail->m_nTaskId).second;
+    return isOwn(*detail) && tasks.insert(detail->m_nTaskId).second;
   });
   TC::CBasketTasksPanel fresh(2, nullptr);
+  fresh.setParam(m_pPanel->param());
   const TC::CHpfBasketStatusTable& table = showQuantities(fresh);
   for (auto next = details.begin();;) {
     for (; next != end; ++next) fresh.onTaskDetail(*next);
@@ -264,10 +265,19 @@ void CSafetyDay::checkFresh() {
     if (next == details.end()) break;
     end = next + 1 + below(m_random, static_cast<int>(details.end() - next));
   }
-  const Shown mine = shownBy(*m_pTable);
-  const Shown its = shownBy(table);
+  // Folding everything shows finished sub-tasks until the next pass of the filters.
+  m_pPanel->handleEvent(GV::EventCheckBoxToggled, 0, 0, QString(), nullptr);
+  const auto shown = [this, &lost](const TC::CHpfBasketStatusTable& each) {
+    Shown rows = shownBy(each, has(ING_Hedges));
+    std::erase_if(rows, [&lost](const auto& task) { return lost.contains(task.first); });
+    return rows;
+  };
+  const Shown mine = shown(*m_pTable);
+  const Shown its = shown(table);
   m_counts["rows compared with a fresh panel"] += m_pTable->rowCount();
   check(mine == its, "the table shows" + textOf(mine, its) + "\n  a fresh panel" + textOf(its, mine));
+  const int running = m_pPanel->runningCount();
+  check(!lost.empty() || running == fresh.runningCount(), std::to_string(running) + " tasks run");
 }
 
 }  // namespace test
