@@ -4,10 +4,11 @@
 // ORDER_SAFETY_WITH all that it names (none: ""). A day on which the worker is held hangs on the threads, too.
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
 #include <csignal>
 #include <cstdlib>
+#include <iostream>
 
-#include "RandomDays.h"
 #include "SafetyDay.h"
 
 namespace {
@@ -21,18 +22,32 @@ void onCrash(int signal) {
   std::raise(signal);
 }
 
+long number(const char* name, long otherwise) {
+  const char* text = std::getenv(name);
+  return text ? std::strtol(text, nullptr, 10) : otherwise;
+}
+
 TEST(OrderSafety, HoldsOnRandomDays) {
   const char* with = std::getenv("ORDER_SAFETY_WITH");
   const unsigned allowed = with ? test::parseIngredients(with) : ~0u;
+  const long days = number("ORDER_SAFETY_DAYS", 0);
+  const long first = number("ORDER_SAFETY_SEED", 1);
   test::DayCounts counts;
   std::signal(SIGSEGV, onCrash);
-  const long days = test::runRandomDays("ORDER_SAFETY", MINUTE_MSEC, counts, [&](std::uint32_t seed) {
+  QElapsedTimer timer;
+  timer.start();
+  long day = 0;
+  for (; days > 0 ? day < days : timer.elapsed() < MINUTE_MSEC; ++day) {
+    const auto seed = static_cast<std::uint32_t>(first + day);
     std::snprintf(g_day, sizeof g_day, "crash on the day of seed %u\n", seed);
     test::CSafetyDay each(seed, allowed, with != nullptr, counts);
     each.run();
     ASSERT_TRUE(each.fault().empty()) << each.fault();
-  });
-  EXPECT_GE(counts["patches"], days / 10) << "the days try too little";
+  }
+  std::cout << day << " days";
+  for (const auto& [what, count] : counts) std::cout << ", " << count << " " << what;
+  std::cout << std::endl;
+  EXPECT_GE(counts["patches"], day / 10) << "the days try too little";
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
-#include "RandomDays.h"
 #include "SafetyAmbush.h"
 #include "SafetyHost.h"
 
