@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QDir>
 #include <csignal>
 #include <thread>
 
@@ -14,12 +13,12 @@ namespace {
 const QStringList SHORT_RUN = {"--headless", "--seconds", "1", "--speed", "600"};
 
 TEST_F(Terminal, RefusesTwoOutputsOnOneFileAndAnOutputThatIsAnInput) {
-  writeFile(path("old"), "yesterday");
-  writeFile(path("basket.csv"), "市场,代码,方向,数量\nSH,600000,买入,100\n");
-  ASSERT_EQ(::link(path("old").toUtf8(), path("hard").toUtf8()), 0);
-  ASSERT_EQ(::symlink("old", path("soft").toUtf8()), 0);
-  ASSERT_EQ(::symlink("new", path("dangling").toUtf8()), 0);
-  ASSERT_EQ(::symlink(".", path("folder").toUtf8()), 0);
+  writeFile("old", "yesterday");
+  writeFile("basket.csv", "市场,代码,方向,数量\nSH,600000,买入,100\n");
+  ASSERT_EQ(::link("old", "hard"), 0);
+  ASSERT_EQ(::symlink("old", "soft"), 0);
+  ASSERT_EQ(::symlink("new", "dangling"), 0);
+  ASSERT_EQ(::symlink(".", "folder"), 0);
   const QStringList cases[] = {
       {"--out", "old", "--record", "old"},       {"--out", "old", "--record", "hard"},
       {"--out", "old", "--screenshot", "soft"},  {"--out", "new", "--record", "./new"},
@@ -31,17 +30,14 @@ TEST_F(Terminal, RefusesTwoOutputsOnOneFileAndAnOutputThatIsAnInput) {
     const QStringList run = each.first() == "replay" ? QStringList("--headless") : SHORT_RUN;
     const std::string what = each.join(' ').toStdString();
     EXPECT_TRUE(refusalOf(each + run).contains("is the file of")) << what;
-    EXPECT_EQ(readFile(path("old")), "yesterday") << what;
-    EXPECT_FALSE(QFile::exists(path("new"))) << what;
+    EXPECT_EQ(readFile("old"), "yesterday") << what;
+    EXPECT_FALSE(QFile::exists("new")) << what;
   }
 }
 
 TEST_F(Terminal, SaysWhatItCouldNotWriteInOneLineAndEndsWithStatusOne) {
-  writeFile(path("old"), "yesterday");
-  const struct {
-    QStringList m_arguments;
-    const char* m_pReason = nullptr;
-  } cases[] = {
+  writeFile("old", "yesterday");
+  const std::pair<QStringList, const char*> cases[] = {
       {{"--out", "/dev/full"}, "/dev/full: No space left on device"},
       {{"--record", "/dev/full"}, "/dev/full: No space left on device"},
       {{"--screenshot", "/dev/full"}, "/dev/full: No space left on device"},
@@ -52,28 +48,26 @@ TEST_F(Terminal, SaysWhatItCouldNotWriteInOneLineAndEndsWithStatusOne) {
       {{"--out", "old/x"}, "old/x: Not a directory"},
       {{"--out", "."}, ".: Is a directory"},
   };
-  for (const auto& each : cases) {
-    const SResult result = runTerminal(SHORT_RUN + each.m_arguments, m_folder.path());
-    EXPECT_EQ(result.m_nStatus, 1) << each.m_pReason;
-    EXPECT_EQ(result.m_strErrors.toStdString(), std::string("cannot write ") + each.m_pReason + "\n");
-    EXPECT_EQ(readFile(path("old")), "yesterday") << "nothing is begun where one cannot be";
-    EXPECT_EQ(QDir(m_folder.path()).entryList(QDir::Files), QStringList("old"));
+  for (const auto& [arguments, reason] : cases) {
+    const SResult result = runTerminal(SHORT_RUN + arguments);
+    EXPECT_EQ(result.m_nStatus, 1) << reason;
+    EXPECT_EQ(result.m_strErrors.toStdString(), std::string("cannot write ") + reason + "\n");
+    EXPECT_EQ(readFile("old"), "yesterday") << "nothing is begun where one cannot be";
+    EXPECT_EQ(QDir().entryList(QDir::Files), QStringList("old"));
   }
-  writeFile(path("a.jsonl"), R"({"kind":"session","version":1}
+  writeFile("a.jsonl", R"({"kind":"session","version":1}
 {"kind":"open"}
 {"kind":"dump","name":"d"}
 )");
-  const SResult replay = runTerminal({"replay", "a.jsonl", "--headless", "--out", "/dev/full"}, m_folder.path());
+  const SResult replay = runTerminal({"replay", "a.jsonl", "--headless", "--out", "/dev/full"});
   EXPECT_EQ(replay.m_nStatus, 1);
   EXPECT_EQ(replay.m_strErrors, "cannot write /dev/full: No space left on device\n");
 }
 
 /// No file can grow, as on a full disk; the terminal itself has to say so, and the log must not end it.
 TEST_F(Terminal, OutlivesAFullDiskAndSaysWhatWasNotKept) {
-  writeFile(path("old"), "a picture");
+  writeFile("old", "a picture");
   QProcess process;
-  process.setProcessEnvironment(environmentOf(m_folder.path()));
-  process.setWorkingDirectory(m_folder.path());
   process.start("/bin/sh",
                 QStringList{"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" \"$@\"", PBT_TERMINAL} + SHORT_RUN +
                     QStringList{"--config", "view.ini", "--out", "out", "--record", "journal", "--screenshot", "old"});
@@ -82,15 +76,15 @@ TEST_F(Terminal, OutlivesAFullDiskAndSaysWhatWasNotKept) {
   EXPECT_EQ(result.m_strErrors.toStdString(),
             "cannot write view.ini\ncannot write out: File too large\ncannot write journal: File too large\n"
             "cannot write old: File too large\n");
-  EXPECT_EQ(readFile(path("old")), "a picture");
+  EXPECT_EQ(readFile("old"), "a picture");
 }
 
 TEST_F(Terminal, WritesDevicesAndPipesAsTheyAre) {
-  ASSERT_EQ(::mkfifo(path("pipe").toUtf8(), 0600), 0);
+  ASSERT_EQ(::mkfifo("pipe", 0600), 0);
   QByteArray read;
-  std::thread reader([this, &read] { read = readFile(path("pipe")); });
-  const SResult result = runTerminal(
-      SHORT_RUN + QStringList{"--out", "/dev/stdout", "--record", path("pipe"), "--screenshot", "/dev/null"});
+  std::thread reader([&read] { read = readFile("pipe"); });
+  const SResult result =
+      runTerminal(SHORT_RUN + QStringList{"--out", "/dev/stdout", "--record", "pipe", "--screenshot", "/dev/null"});
   reader.join();
   EXPECT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
   EXPECT_TRUE(read.startsWith("{\"kind\":\"session\"")) << read.left(100).toStdString();
@@ -111,47 +105,46 @@ class EndBySignal : public Terminal, public testing::WithParamInterface<int> {};
 
 TEST_P(EndBySignal, EndsASessionAndAReplayAsTheirNormalEndDoes) {
   QProcess session;
-  startTerminal(session,
-                {"--headless", "--seconds", "600", "--speed", "100", "--start", "09:31", "--out", path("a.jsonl"),
-                 "--record", path("journal.jsonl"), "--screenshot", path("a.png"), "--config", path("view.ini")});
-  ASSERT_TRUE(waitFor([this] { return readFile(path("journal.jsonl")).count("\"refresh\"") > 1; }));
+  startTerminal(session, {"--headless", "--seconds", "600", "--speed", "100", "--start", "09:31", "--out", "a.jsonl",
+                          "--record", "journal.jsonl", "--screenshot", "a.png", "--config", "view.ini"});
+  ASSERT_TRUE(waitFor([] { return readFile("journal.jsonl").count("\"refresh\"") > 1; }));
   send(session, GetParam());
   const SResult live = resultOf(session);
   EXPECT_EQ(live.m_nStatus, 0);
   EXPECT_EQ(live.m_strErrors.toStdString(), "");
-  const nlohmann::json end = lastDump(path("a.jsonl"));
+  const nlohmann::json end = lastDump("a.jsonl");
   ASSERT_TRUE(end.is_object());
   EXPECT_EQ(end["dump"], "end");
   EXPECT_GT(end["rows"].size(), 300u);
-  EXPECT_GT(QFile(path("a.png")).size(), 1000);
-  EXPECT_TRUE(readFile(path("view.ini")).contains("param"));
-  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), end);
+  EXPECT_GT(QFile("a.png").size(), 1000);
+  EXPECT_TRUE(readFile("view.ini").contains("param"));
+  EXPECT_EQ(endOf({"replay", "journal.jsonl"}), end);
 
   // A line for which the replay would wait an hour.
-  QByteArray journal = readFile(path("journal.jsonl"));
+  QByteArray journal = readFile("journal.jsonl");
   journal = journal.left(journal.lastIndexOf("{\"kind\":\"dump\"")) +
             "{\"kind\":\"dump\",\"name\":\"reached\"}\n{\"kind\":\"dump\",\"t\":3600000,\"name\":\"late\"}\n";
-  writeFile(path("journal.jsonl"), journal.constData());
+  writeFile("journal.jsonl", journal.constData());
   QProcess replay;
-  startTerminal(replay, {"replay", path("journal.jsonl"), "--pace", "recorded", "--headless", "--out", path("c.jsonl"),
-                         "--screenshot", path("c.png")});
-  ASSERT_TRUE(waitFor([this] { return readFile(path("c.jsonl")).contains("\"reached\""); }));
+  startTerminal(replay, {"replay", "journal.jsonl", "--pace", "recorded", "--headless", "--out", "c.jsonl",
+                         "--screenshot", "c.png"});
+  ASSERT_TRUE(waitFor([] { return readFile("c.jsonl").contains("\"reached\""); }));
   send(replay, GetParam());
   EXPECT_EQ(resultOf(replay).m_nStatus, 0);
-  EXPECT_EQ(lastDump(path("c.jsonl")), end);
-  EXPECT_GT(QFile(path("c.png")).size(), 1000);
+  EXPECT_EQ(lastDump("c.jsonl"), end);
+  EXPECT_GT(QFile("c.png").size(), 1000);
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, EndBySignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 TEST_F(Terminal, ASecondSignalEndsItAtOnce) {
   // A pipe that is full, and that nobody reads: the end cannot write.
-  ASSERT_EQ(::mkfifo(path("pipe").toUtf8(), 0600), 0);
-  const int pipe = ::open(path("pipe").toUtf8(), O_RDWR | O_NONBLOCK);
+  ASSERT_EQ(::mkfifo("pipe", 0600), 0);
+  const int pipe = ::open("pipe", O_RDWR | O_NONBLOCK);
   while (::write(pipe, "x", 1) == 1) {
   }
   QProcess session;
-  startTerminal(session, {"--headless", "--seconds", "600", "--out", path("pipe")});
+  startTerminal(session, {"--headless", "--seconds", "600", "--out", "pipe"});
   const QString state = QStringLiteral("/proc/%1/status").arg(session.processId());
   ASSERT_TRUE(waitFor([&state] {
     const QByteArray text = readFile(state);
@@ -173,30 +166,25 @@ TEST_F(Terminal, WithoutAWindowItEndsWithTheSimulatedDay) {
 }
 
 TEST_F(Terminal, EachProcessHasALogOfItsOwn) {
-  const auto logs = [this] {
-    return QDir(m_folder.filePath("PanelBasketTasks")).entryInfoList({"terminal.*log"}, QDir::Files, QDir::Time);
-  };
+  const auto logs = [] { return QDir("PanelBasketTasks").entryInfoList({"terminal.*log"}, QDir::Files, QDir::Time); };
   QProcess first;
-  startTerminal(first, {"--headless", "--seconds", "5", "--speed", "600"}, QString(), m_folder.path());
+  startTerminal(first, {"--headless", "--seconds", "5", "--speed", "600"});
   ASSERT_TRUE(waitFor([&] { return logs().size() == 1 && logs().first().size() > 0; }));
   const QString name = logs().first().filePath();
   const QByteArray before = readFile(name);
-  EXPECT_EQ(runTerminal(SHORT_RUN, QString(), m_folder.path()).m_nStatus, 0);
+  EXPECT_EQ(runTerminal(SHORT_RUN).m_nStatus, 0);
   EXPECT_EQ(logs().size(), 2);
   EXPECT_EQ(resultOf(first).m_nStatus, 0);
   EXPECT_TRUE(readFile(name).startsWith(before));
 
   // Those of processes that are gone do not heap up.
-  const QString gone = m_folder.filePath("PanelBasketTasks/terminal.%1.log");
-  for (int i = 0; i < 30; ++i) writeFile(gone.arg(40000000 + i), "old");
-  EXPECT_EQ(runTerminal(SHORT_RUN, QString(), m_folder.path()).m_nStatus, 0);
+  for (int i = 40000000; i < 40000030; ++i) writeFile(QString("PanelBasketTasks/terminal.%1.log").arg(i), "old");
+  EXPECT_EQ(runTerminal(SHORT_RUN).m_nStatus, 0);
   EXPECT_EQ(logs().size(), 21);
 
   // One that has grown long is put aside.
   QProcess process;
-  process.setProcessEnvironment(environmentOf(m_folder.path()));
-  process.setWorkingDirectory(m_folder.filePath("PanelBasketTasks"));
-  const char* const grow = "rm *; truncate -s 10485760 terminal.$$.log; exec \"$0\" \"$@\"";
+  const char* const grow = "cd PanelBasketTasks; rm *; truncate -s 10485760 terminal.$$.log; exec \"$0\" \"$@\"";
   process.start("/bin/sh", QStringList{"-c", grow, PBT_TERMINAL} + SHORT_RUN);
   EXPECT_EQ(resultOf(process).m_nStatus, 0);
   ASSERT_EQ(logs().size(), 1);

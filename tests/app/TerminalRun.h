@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QThread>
 #include <fstream>
@@ -19,43 +19,25 @@ struct SResult {
   QString m_strErrors;
 };
 
-/// Where its display is taken away, and its log is in the folder `home`, where one is named.
-inline QProcessEnvironment environmentOf(const QString& home) {
-  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(QLatin1String(name));
-  // A run in a hundred ends with the leak check itself dying ("Tracer caught signal 11") while a thread of the system
-  // goes. Leaks of a session are looked for where it runs inside a test.
-  environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-  if (!home.isEmpty()) environment.insert(QStringLiteral("XDG_CACHE_HOME"), home);
-  return environment;
-}
-
-inline void startTerminal(QProcess& process, const QStringList& arguments, const QString& folder = QString(),
-                          const QString& home = QString()) {
-  process.setProcessEnvironment(environmentOf(home));
-  if (!folder.isEmpty()) process.setWorkingDirectory(folder);
+inline void startTerminal(QProcess& process, const QStringList& arguments) {
   process.start(QStringLiteral(PBT_TERMINAL), arguments);
   process.waitForStarted();
 }
 
 /// The end of a program that was started; a status of -1 when it does not end, of -2 when it was killed.
 inline SResult resultOf(QProcess& process) {
-  SResult result;
   if (!process.waitForFinished(PATIENCE_MSEC)) {
     process.kill();
     process.waitForFinished();
-    return result;
+    return {};
   }
-  result.m_nStatus = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-  result.m_strOut = QString::fromUtf8(process.readAllStandardOutput());
-  result.m_strErrors = QString::fromUtf8(process.readAllStandardError());
-  return result;
+  return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
+          QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
 }
 
-inline SResult runTerminal(const QStringList& arguments, const QString& folder = QString(),
-                           const QString& home = QString()) {
+inline SResult runTerminal(const QStringList& arguments) {
   QProcess process;
-  startTerminal(process, arguments, folder, home);
+  startTerminal(process, arguments);
   return resultOf(process);
 }
 
@@ -81,8 +63,8 @@ bool waitFor(const Condition& holds) {
 }
 
 /// The last dump of an output, null when there is none.
-inline nlohmann::json lastDump(const QString& file) {
-  std::ifstream in(file.toStdString());
+inline nlohmann::json lastDump(const char* file) {
+  std::ifstream in(file);
   nlohmann::json dump;
   for (std::string line; std::getline(in, line);) {
     nlohmann::json parsed = nlohmann::json::parse(line);
@@ -91,22 +73,30 @@ inline nlohmann::json lastDump(const QString& file) {
   return dump;
 }
 
+/// Test and program work in a folder of their own, where the program's logs are too.
 class Terminal : public testing::Test {
  protected:
-  QString path(const char* name) const { return m_folder.filePath(QString::fromLatin1(name)); }
-  /// The one line by which a run in the test's folder has to refuse what it was asked for.
-  QString refusalOf(const QStringList& arguments) const {
-    const SResult result = runTerminal(arguments, m_folder.path());
+  Terminal() {
+    QDir::setCurrent(m_folder.path());
+    qputenv("XDG_CACHE_HOME", m_folder.path().toUtf8());
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) qunsetenv(name);
+    // A run in a hundred ends with the leak check itself dying ("Tracer caught signal 11") while a thread of the system
+    // goes. Leaks of a session are looked for where it runs inside a test.
+    qputenv("ASAN_OPTIONS", "detect_leaks=0");
+  }
+  /// The one line by which a run has to refuse what it was asked for.
+  static QString refusalOf(const QStringList& arguments) {
+    const SResult result = runTerminal(arguments);
     EXPECT_EQ(result.m_nStatus, 2) << arguments.join(' ').toStdString();
     EXPECT_EQ(result.m_strErrors.count('\n'), 1) << result.m_strErrors.toStdString();
     return result.m_strErrors;
   }
   /// How a run that has to end well ends on the screen.
-  nlohmann::json endOf(const QStringList& arguments) const {
-    const SResult result = runTerminal(arguments + QStringList{"--headless", "--out", path("end.jsonl")});
+  static nlohmann::json endOf(const QStringList& arguments) {
+    const SResult result = runTerminal(arguments + QStringList{"--headless", "--out", "end.jsonl"});
     EXPECT_EQ(result.m_nStatus, 0) << arguments.join(' ').toStdString();
     EXPECT_EQ(result.m_strErrors.toStdString(), "") << arguments.join(' ').toStdString();
-    return lastDump(path("end.jsonl"));
+    return lastDump("end.jsonl");
   }
 
   QTemporaryDir m_folder;

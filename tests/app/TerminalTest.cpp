@@ -9,10 +9,7 @@
 namespace {
 
 TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
-  const struct {
-    QStringList m_arguments;
-    const char* m_pError = nullptr;
-  } cases[] = {
+  const std::pair<QStringList, const char*> cases[] = {
       {{"--sedes", "1"}, "sedes"},
       {{"--seconds"}, "seconds"},
       {{"--seconds", "0"}, "option --seconds needs a number above 0"},
@@ -38,47 +35,45 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"replay", "a", "--seed", "1"}, "option --seed does not go with replay"},
       {{"play"}, "unknown argument 'play'"},
   };
-  for (const auto& each : cases) {
-    const QString refusal = refusalOf(each.m_arguments);
-    EXPECT_TRUE(refusal.contains(each.m_pError)) << each.m_pError << ": " << refusal.toStdString();
+  for (const auto& [arguments, error] : cases) {
+    const QString refusal = refusalOf(arguments);
+    EXPECT_TRUE(refusal.contains(error)) << error << ": " << refusal.toStdString();
   }
   EXPECT_TRUE(runTerminal({"--help"}).m_strOut.contains(QLatin1String("--instruments FILE")));
 }
 
 TEST_F(Terminal, TradesNothingWhenAnInputIsUnreadableOrMalformed) {
-  writeFile(path("bad.csv"),
+  writeFile("bad.csv",
             "市场,代码,名称,方向,数量\nSH,600000,浦发银行,买入,100\nSH,600036,招商银行,买入,0\nXX,1,?,买入,100\n");
   // An output of yesterday is there until the inputs are found good.
-  const QString out = path("out.jsonl");
-  writeFile(out, "yesterday");
-  const SResult basket = runTerminal({"--headless", "--seconds", "1", "--basket", path("bad.csv"), "--out", out});
-  EXPECT_EQ(basket.m_nStatus, 2);
-  EXPECT_TRUE(basket.m_strErrors.contains(path("bad.csv") + ":3: ")) << basket.m_strErrors.toStdString();
-  EXPECT_TRUE(basket.m_strErrors.contains(path("bad.csv") + ":4: "));
-  writeFile(path("bad.jsonl"), "{}\n");
-  EXPECT_EQ(runTerminal({"replay", path("bad.jsonl"), "--headless", "--out", out}).m_nStatus, 2);
-  EXPECT_EQ(readFile(out), "yesterday");
-
+  writeFile("out.jsonl", "yesterday");
   const QStringList run = {"--headless", "--seconds", "1"};
+  const SResult basket = runTerminal(run + QStringList{"--basket", "bad.csv", "--out", "out.jsonl"});
+  EXPECT_EQ(basket.m_nStatus, 2);
+  EXPECT_TRUE(basket.m_strErrors.contains("bad.csv:3: ")) << basket.m_strErrors.toStdString();
+  EXPECT_TRUE(basket.m_strErrors.contains("bad.csv:4: "));
+  writeFile("bad.jsonl", "{}\n");
+  EXPECT_EQ(runTerminal({"replay", "bad.jsonl", "--headless", "--out", "out.jsonl"}).m_nStatus, 2);
+  EXPECT_EQ(readFile("out.jsonl"), "yesterday");
+
   const QString future = refusalOf(run + QStringList{"--hedge", "IF2712:1"});
   EXPECT_TRUE(future.startsWith("option --hedge: 'IF2712' is not listed; listed are IC2612")) << future.toStdString();
   EXPECT_EQ(refusalOf(run + QStringList{"--algo", "twap", "--start", "14:57"}),
             "option --algo: no trading time is left after --start, it ends at 14:57:00\n");
   for (const char* option : {"--basket", "--instruments"}) {
-    EXPECT_TRUE(refusalOf(run + QStringList{option, path("none.csv")}).contains(path("none.csv")));
+    EXPECT_TRUE(refusalOf(run + QStringList{option, "none.csv"}).contains("none.csv"));
   }
-  EXPECT_TRUE(refusalOf({"replay", path("none.jsonl"), "--headless"}).contains(path("none.jsonl")));
+  EXPECT_TRUE(refusalOf({"replay", "none.jsonl", "--headless"}).contains("none.jsonl"));
 }
 
 TEST_F(Terminal, ASeedFixesTheEndAndARecordingReplaysIt) {
   const QStringList common = {"--seconds", "2", "--seed", "7", "--speed", "600", "--accounts", "2"};
-  const nlohmann::json end =
-      endOf(common + QStringList{"--record", path("journal.jsonl"), "--screenshot", path("a.png")});
-  EXPECT_GT(QFile(path("a.png")).size(), 1000);
+  const nlohmann::json end = endOf(common + QStringList{"--record", "journal.jsonl", "--screenshot", "a.png"});
+  EXPECT_GT(QFile("a.png").size(), 1000);
   ASSERT_EQ(end["dump"], "end");
   EXPECT_GT(end["rows"].size(), 300u);
   EXPECT_EQ(endOf(common), end);
-  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), end);
+  EXPECT_EQ(endOf({"replay", "journal.jsonl"}), end);
 }
 
 /// The row of a dump with a path; null when there is none.
@@ -90,8 +85,8 @@ nlohmann::json rowOf(const nlohmann::json& dump, const char* path) {
 }
 
 TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
-  const nlohmann::json end = endOf({"--seconds", "4", "--speed", "600", "--accounts", "2", "--hedge", "IF2612:0.5",
-                                    "--record", path("journal.jsonl")});
+  const nlohmann::json end = endOf(
+      {"--seconds", "4", "--speed", "600", "--accounts", "2", "--hedge", "IF2612:0.5", "--record", "journal.jsonl"});
   const nlohmann::json root = rowOf(end, "1");
   const nlohmann::json futures = rowOf(end, "1/期货");
   const nlohmann::json hedge = rowOf(end, "1/期货/CFFEX.IF2612卖出开仓");
@@ -105,11 +100,11 @@ TEST_F(Terminal, AHedgedBasketShowsItsFuturesAndItsRecordingReplays) {
   EXPECT_NEAR(amount(root), amount(securities), 0.011) << "without the hedge's amount";
   EXPECT_NEAR(amount(hedge), 0.5 * amount(root), 0.02 * amount(root));
 
-  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), end);
+  EXPECT_EQ(endOf({"replay", "journal.jsonl"}), end);
 }
 
 TEST_F(Terminal, AHedgeMaySendWhatItsBasketAndScheduleNeed) {
-  const auto hedge = [this](const QStringList& options) {
+  const auto hedge = [](const QStringList& options) {
     return rowOf(endOf(QStringList{"--hedge", "IF2612:1"} + options), "1/期货/CFFEX.IF2612卖出开仓")["cells"];
   };
   const nlohmann::json day = hedge({"--algo", "vwap", "--speed", "3000", "--seconds", "6.8"});
@@ -121,61 +116,56 @@ TEST_F(Terminal, AHedgeMaySendWhatItsBasketAndScheduleNeed) {
 }
 
 TEST_F(Terminal, KeepsItsViewInAFileAndRestoresIt) {
-  const QString config = path("view.ini");
-  const QStringList common = {"--seconds", "1", "--speed", "600", "--config", config};
+  const QStringList common = {"--seconds", "1", "--speed", "600", "--config", "view.ini"};
   const std::string param = endOf(common)["param"];
   {
-    QSettings kept(config, QSettings::IniFormat);
+    QSettings kept("view.ini", QSettings::IniFormat);
     EXPECT_EQ(kept.value("panel/param").toString().toStdString(), param);
     EXPECT_FALSE(kept.value("window/docks").toByteArray().isEmpty());
     ASSERT_EQ(param.substr(param.size() - 4), "*0*0");
     kept.setValue("panel/param", QString::fromStdString(param.substr(0, param.size() - 4) + "*1*2"));
   }
-  const nlohmann::json restored = endOf(common + QStringList{"--record", path("journal.jsonl")});
+  const nlohmann::json restored = endOf(common + QStringList{"--record", "journal.jsonl"});
   EXPECT_EQ(restored["filter"], 2);
   EXPECT_EQ(restored["param"], param.substr(0, param.size() - 4) + "*1*2");
-  EXPECT_EQ(QSettings(config, QSettings::IniFormat).value("panel/param").toString().toStdString(), restored["param"]);
+  EXPECT_EQ(QSettings("view.ini", QSettings::IniFormat).value("panel/param").toString().toStdString(),
+            restored["param"]);
 
-  EXPECT_EQ(endOf({"replay", path("journal.jsonl")}), restored) << "what was restored is part of the recording";
+  EXPECT_EQ(endOf({"replay", "journal.jsonl"}), restored) << "what was restored is part of the recording";
 
   const QStringList run = {"--headless", "--seconds", "1", "--config"};
   EXPECT_EQ(refusalOf(run + QStringList{m_folder.path()}), "cannot read " + m_folder.path() + "\n");
   refusalOf(run + QStringList{"/dev/zero"});
   // Somebody's own file is left alone; an empty one is taken.
   for (const char* text : {"市场,代码,方向,数量\nSH,600000,买入,100\n", "[other]\nkey=1\n"}) {
-    writeFile(path("own"), text);
-    EXPECT_EQ(refusalOf(run + QStringList{path("own")}), path("own") + " is no file of this terminal's settings\n");
-    EXPECT_EQ(readFile(path("own")), text);
+    writeFile("own", text);
+    EXPECT_EQ(refusalOf(run + QStringList{"own"}), "own is no file of this terminal's settings\n");
+    EXPECT_EQ(readFile("own"), text);
   }
-  writeFile(path("empty"), "");
-  EXPECT_EQ(runTerminal(run + QStringList{path("empty")}).m_nStatus, 0);
+  writeFile("empty", "");
+  EXPECT_EQ(runTerminal(run + QStringList{"empty"}).m_nStatus, 0);
 }
 
 TEST_F(Terminal, ShowsAllInTheScaleThatWasAskedForAndScalesOnce) {
   qputenv("QT_SCALE_FACTOR", "2");
   for (const int percent : {100, 150, 200}) {
-    const QString picture = path("shot.png");
-    const SResult run =
-        runTerminal({"--headless", "--seconds", "0.1", "--scale", QString::number(percent), "--screenshot", picture});
-    EXPECT_EQ(run.m_nStatus, 0) << run.m_strErrors.toStdString();
-    EXPECT_EQ(QImage(picture).size(), QSize(1440, 820) * percent / 100);
+    endOf({"--seconds", "0.1", "--scale", QString::number(percent), "--screenshot", "shot.png"});
+    EXPECT_EQ(QImage("shot.png").size(), QSize(1440, 820) * percent / 100);
   }
   qunsetenv("QT_SCALE_FACTOR");
 }
 
 TEST_F(Terminal, WithoutADisplayItLeavesAPictureAndSaysWhere) {
-  const SResult result = runTerminal({"--seconds", "1", "--speed", "600"}, m_folder.path());
+  const SResult result = runTerminal({"--seconds", "1", "--speed", "600"});
   EXPECT_EQ(result.m_nStatus, 0);
   EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("no display")));
   EXPECT_TRUE(result.m_strErrors.contains(QLatin1String("basket-terminal.png")));
-  EXPECT_TRUE(QFile::exists(path("basket-terminal.png")));
+  EXPECT_TRUE(QFile::exists("basket-terminal.png"));
 }
 
 TEST(Instruments, SayHowTheirBuysAreSized) {
   const auto sizes = [](const char* market, const char* code) {
-    exchange::SInstrument instrument;
-    instrument.m_strMarket = market;
-    instrument.m_strCode = code;
+    const exchange::SInstrument instrument{market, code, {}};
     const TC::CCodeInfo info = app::toCodeInfo(instrument, exchange::rulesOf(instrument));
     const bool byShare = ksservice::StockTypeCenter::isTypedStock(info, ksservice::STOCK_TYPE_NO_LOTS);
     EXPECT_EQ(ksservice::StockTypeCenter::isTypedStock(info, ksservice::STOCK_TYPE_UI_UNIT), byShare) << code;
@@ -199,10 +189,7 @@ TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {
   EXPECT_EQ(malformed, 3);
   QStringList read;
   for (const auto& line : lines) {
-    read += QStringLiteral("%1.%2 %3 %4")
-                .arg(line.m_strMarket, line.m_strCode)
-                .arg(line.m_nQuantity)
-                .arg(line.m_nOperation);
+    read += QString("%1.%2 %3 %4").arg(line.m_strMarket, line.m_strCode).arg(line.m_nQuantity).arg(line.m_nOperation);
   }
   EXPECT_EQ(read, (QStringList{"SH.600000 700 1", "SZ.000001 500 2"}));
 }

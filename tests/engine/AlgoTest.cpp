@@ -1,6 +1,4 @@
 /// Algorithm tasks of the server: when their child orders go out, what bounds them, and how they end.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <numeric>
 
@@ -14,13 +12,9 @@ namespace {
 using namespace ksservice;
 using TC::EAlgorithm;
 
-TC::SAlgoParams params(EAlgorithm algorithm, int slices = 10) {
-  TC::SAlgoParams params;
-  params.m_eAlgorithm = algorithm;
-  params.m_nStart = 9 * 3600 + 30 * 60;
-  params.m_nEnd = 14 * 3600 + 30 * 60;
-  params.m_nSlices = slices;
-  return params;
+/// From the open until half past two.
+TC::SAlgoParams params(EAlgorithm algorithm, int slices = 10, double limit = 0) {
+  return {.m_eAlgorithm = algorithm, .m_nEnd = 14 * 3600 + 30 * 60, .m_nSlices = slices, .m_dLimit = limit};
 }
 
 TEST(AlgoSchedule, SharesATargetOutOverTheTradingTime) {
@@ -65,6 +59,7 @@ struct SAlgoRig : SRig {
   /// Starts the rig's basket; returns the key of its one sub-task.
   std::string start(const TC::SAlgoParams& algo) { return start(basket().m_lines, algo); }
   const engine::CAlgoTask& task(const std::string& key) { return *engine().serverTask(key); }
+  std::size_t children(const std::string& key) { return task(key).progress()->m_orders.size(); }
 
   /// What the published progress says was traded of each line.
   std::vector<int> traded(const std::string& key) const {
@@ -78,7 +73,9 @@ struct SAlgoRig : SRig {
 
 int sum(const std::vector<int>& numbers) { return std::accumulate(numbers.begin(), numbers.end(), 0); }
 
-TEST(AlgoTask, NeverHasMoreFinishedOrOpenThanItsScheduleAndItsTargetAllow) {
+class AlgoTask : public testing::Test, protected SAlgoRig {};
+
+TEST_F(AlgoTask, NeverHasMoreFinishedOrOpenThanItsScheduleAndItsTargetAllow) {
   for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::VWAP, EAlgorithm::POV}) {
     for (std::uint64_t seed = 1; seed <= 4; ++seed) {
       SAlgoRig rig(seed, seed % 2 ? 0 : 0.05);
@@ -88,13 +85,12 @@ TEST(AlgoTask, NeverHasMoreFinishedOrOpenThanItsScheduleAndItsTargetAllow) {
       for (std::int64_t now = exchange::DAY_OPENS; now < exchange::DAY_CLOSES; now += 20000) {
         rig.m_simulation.advanceTo(now);
         const auto process = rig.task(key).orderProcess();
+        exchange::CExchange& market = rig.m_simulation.market();
         for (const engine::SOrderLine& line : rig.task(key).lines()) {
-          const int instrument =
-              rig.m_simulation.market().findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
-          const std::int64_t volume = rig.m_simulation.market().quote(instrument).m_nVolume;
-          const int covered = process.at(utils::mavStockKey(line.m_stock.m_strMarket, line.m_stock.m_strCode));
-          ASSERT_LE(covered, schedule.planned(line.m_nQuantity, now, volume)) << line.m_stock.m_strCode;
-          ASSERT_LE(covered, line.m_nQuantity);
+          const auto& [where, code, name] = line.m_stock;
+          const std::int64_t volume = market.quote(market.findInstrument(where, code)).m_nVolume;
+          const int allowed = std::min(line.m_nQuantity, schedule.planned(line.m_nQuantity, now, volume));
+          ASSERT_LE(process.at(utils::mavStockKey(where, code)), allowed) << code;
         }
       }
       rig.runTo(15, 1);
@@ -122,7 +118,7 @@ int runLine(SAlgoRig& rig, const engine::SOrderLine& line, const TC::SAlgoParams
   return sum(rig.traded(key));
 }
 
-TEST(AlgoTask, AChildLeavesNoBuyThatCannotBeOrdered) {
+TEST_F(AlgoTask, AChildLeavesNoBuyThatCannotBeOrdered) {
   for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::VWAP, EAlgorithm::POV}) {
     for (const int quantity : {200, 250, 350, 399, 400, 1730}) {
       for (std::uint64_t seed = 1; seed <= 3; ++seed) {
@@ -161,7 +157,7 @@ struct SOneChild {
                            {params(EAlgorithm::POV), exchange::MORNING_BEGINS, 1000}};
 };
 
-TEST(AlgoTask, AChildWhoseRestCouldNotBeOrderedAnewIsNotReplaced) {
+TEST_F(AlgoTask, AChildWhoseRestCouldNotBeOrderedAnewIsNotReplaced) {
   SOneChild kept;
   kept.m_task.onFilled(0, 100, 8300, 0);
   kept.advanceTo(90);
@@ -176,78 +172,71 @@ TEST(AlgoTask, AChildWhoseRestCouldNotBeOrderedAnewIsNotReplaced) {
   EXPECT_EQ(unlucky.m_task.message(), "数量低于最小申报数量（1 行不能全部委托）");
 }
 
-TEST(AlgoTask, WhatIsNoWholeLotIsNotOrderedAndTold) {
+TEST_F(AlgoTask, WhatIsNoWholeLotIsNotOrderedAndTold) {
+  const char* const told = "数量低于最小申报数量（1 行不能委托）；数量不是整手（1 行不能全部委托）";
   for (const EAlgorithm algorithm : {EAlgorithm::TWAP, EAlgorithm::POV}) {
     SAlgoRig rig;
     TC::SAlgoParams algo = params(algorithm);
     algo.m_dRate = 1;
-    const std::string key =
-        rig.start({SRig::line("SH", "600010", EOT_Buy, 1050), SRig::line("SH", "688008", EOT_Buy, 150),
-                   SRig::line("SH", "600012", EOT_Sell, 1050)},
-                  algo);
-    EXPECT_EQ(rig.newest(key).m_strMessage, "数量低于最小申报数量（1 行不能委托）；数量不是整手（1 行不能全部委托）");
-    rig.runTo(14, 0);
+    const std::string key = rig.start(
+        {line("SH", "600010", EOT_Buy, 1050), line("SH", "688008", EOT_Buy, 150), line("SH", "600012", EOT_Sell, 1050)},
+        algo);
+    EXPECT_EQ(rig.newest(key).m_strMessage, told);
     rig.runTo(14, 31);
     EXPECT_EQ(rig.traded(key), (std::vector<int>{1000, 0, 1050})) << algorithmName(algorithm);
     EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
-    EXPECT_EQ(rig.newest(key).m_strMessage, "数量低于最小申报数量（1 行不能委托）；数量不是整手（1 行不能全部委托）")
-        << "no order was refused";
+    EXPECT_EQ(rig.newest(key).m_strMessage, told) << "no order was refused";
   }
-  SAlgoRig rig;
-  const std::string key = rig.start({SRig::line("SH", "688008", EOT_Buy, 150)}, params(EAlgorithm::TWAP));
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_ExecutionError) << "nothing of it can ever be ordered";
+  const std::string key = start({line("SH", "688008", EOT_Buy, 150)}, params(EAlgorithm::TWAP));
+  EXPECT_EQ(newest(key).m_nStatus, ETS_ExecutionError) << "nothing of it can ever be ordered";
 }
 
-TEST(AlgoTask, AnOrderThatWouldBeRefusedAgainIsNotSentAgain) {
-  SAlgoRig rig;
+TEST_F(AlgoTask, AnOrderThatWouldBeRefusedAgainIsNotSentAgain) {
   const std::string key =
-      rig.start({SRig::line("SH", "601999", EOT_Buy, 1000), SRig::line("SZ", "009999", EOT_Sell, 1000)},
-                params(EAlgorithm::TWAP));
-  rig.runTo(14, 0);
-  EXPECT_EQ(rig.task(key).progress()->m_orders.size(), 2u);
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_ExecutionError);
-  EXPECT_EQ(rig.newest(key).m_strMessage, "证券停牌（1 笔委托被拒绝）；证券未上市（1 笔委托被拒绝）");
+      start({line("SH", "601999", EOT_Buy, 1000), line("SZ", "009999", EOT_Sell, 1000)}, params(EAlgorithm::TWAP));
+  runTo(14, 0);
+  EXPECT_EQ(children(key), 2u);
+  EXPECT_EQ(newest(key).m_nStatus, ETS_ExecutionError);
+  EXPECT_EQ(newest(key).m_strMessage, "证券停牌（1 笔委托被拒绝）；证券未上市（1 笔委托被拒绝）");
 }
 
-TEST(AlgoTask, ALimitIsWholeTicksAndToldBeyondTheDays) {
-  SAlgoRig rig;
-  TC::SAlgoParams algo = params(EAlgorithm::TWAP);
-  algo.m_dLimit = 9.987;  // the fifth security closed at 9, the sixth at 10, the tenth at 14
-  const std::string key = rig.start({SRig::line("SH", "600004", EOT_Sell, 1000),
-                                     SRig::line("SZ", "1005", EOT_Buy, 1000), SRig::line("SZ", "1009", EOT_Buy, 1000)},
-                                    algo);
-  EXPECT_EQ(rig.newest(key).m_strMessage, "限价低于跌停价（1 行不能委托）；限价高于涨停价（1 行不能委托）");
-  rig.runTo(14, 31);
-  EXPECT_EQ(rig.newest(key).m_strMessage.find("拒绝"), std::string::npos) << rig.newest(key).m_strMessage;
-  EXPECT_GT(rig.task(key).progress()->m_orders.size(), 0u);
-  for (const TC::CProgressOrder& child : rig.m_desk.progress(key)->m_orders) EXPECT_EQ(child.m_nParamIndex, 1);
+TEST_F(AlgoTask, ALimitIsWholeTicksAndToldBeyondTheDays) {
+  // The fifth security closed at 9, the sixth at 10, the tenth at 14.
+  const std::string key = start(
+      {line("SH", "600004", EOT_Sell, 1000), line("SZ", "1005", EOT_Buy, 100000), line("SZ", "1009", EOT_Buy, 1000)},
+      params(EAlgorithm::TWAP, 10, 9.987));
+  EXPECT_EQ(newest(key).m_strMessage, "限价低于跌停价（1 行不能委托）；限价高于涨停价（1 行不能委托）");
+  runTo(14, 31);
+  EXPECT_EQ(newest(key).m_strMessage.find("拒绝"), std::string::npos) << newest(key).m_strMessage;
+  EXPECT_GT(sum(traded(key)), 0);
+  for (const TC::CProgressOrder& child : m_desk.progress(key)->m_orders) {
+    EXPECT_EQ(child.m_nParamIndex, 1);
+    EXPECT_LE(child.m_detail.m_dTradedAmount, 9.98 * child.m_detail.m_nTradedVolume + 0.001) << child.m_strMapKey;
+  }
 }
 
-TEST(AlgoTask, EndsWithItsTimeAndCancelsWhatIsOpen) {
-  SAlgoRig rig;
+TEST_F(AlgoTask, EndsWithItsTimeAndCancelsWhatIsOpen) {
   TC::SAlgoParams algo = params(EAlgorithm::TWAP, 3);
   algo.m_nEnd = 9 * 3600 + 30 * 60 + 30;
-  const std::string key = rig.start(algo);
-  rig.runTo(9, 30, 40);
-  const CTaskDetail& end = rig.newest(key);
+  const std::string key = start(algo);
+  runTo(9, 30, 40);
+  const CTaskDetail& end = newest(key);
   EXPECT_EQ(end.m_nStatus, ETS_Cancelled) << "one security hardly trades";
   EXPECT_EQ(end.m_strMessage, "算法时间已到，余量未成交");
   EXPECT_EQ(end.m_nEndTime - end.m_nStartTime, 30);
-  const auto progress = rig.m_desk.progress(key);
-  EXPECT_TRUE(std::any_of(progress->m_orders.begin(), progress->m_orders.end(),
-                          [](const TC::CProgressOrder& order) { return order.m_detail.m_bCancelled; }));
+  EXPECT_TRUE(std::ranges::any_of(m_desk.progress(key)->m_orders,
+                                  [](const TC::CProgressOrder& order) { return order.m_detail.m_bCancelled; }));
   int covered = 0;
-  for (const auto& [security, number] : rig.task(key).orderProcess()) covered += number;
-  EXPECT_EQ(covered, sum(rig.traded(key))) << "nothing is open";
+  for (const auto& [security, number] : task(key).orderProcess()) covered += number;
+  EXPECT_EQ(covered, sum(traded(key))) << "nothing is open";
 }
 
-TEST(AlgoTask, EndsAtItsTimeWhateverThePhase) {
+TEST_F(AlgoTask, EndsAtItsTimeWhateverThePhase) {
   for (const auto& [hours, minutes] : {std::pair(11, 30), {12, 15}, {13, 0}, {15, 0}, {15, 30}}) {
     SAlgoRig rig;
-    TC::SAlgoParams algo = params(EAlgorithm::TWAP, 70);
+    TC::SAlgoParams algo = params(EAlgorithm::TWAP, 70, 9.1);  // a tenth below the last close: nothing trades
     algo.m_nEnd = hours * 3600 + minutes * 60;
-    algo.m_dLimit = 9.1;  // a tenth below the last close: nothing trades
-    const std::string key = rig.start({SRig::line("SZ", "1005", EOT_Buy, 10000)}, algo);
+    const std::string key = rig.start({line("SZ", "1005", EOT_Buy, 10000)}, algo);
     const int end = std::min<int>(algo.m_nEnd, exchange::DAY_CLOSES / 1000);
     rig.m_simulation.advanceTo(end * std::int64_t{1000} + 1000);
     EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled) << hours;
@@ -255,69 +244,44 @@ TEST(AlgoTask, EndsAtItsTimeWhateverThePhase) {
   }
 }
 
-TEST(AlgoTask, NoPriceIsWorseThanTheLimit) {
-  SAlgoRig rig;
-  engine::SBasketOrder order = rig.basket();
-  order.m_lines.resize(2);  // sells the first, buys the second
-  order.m_lines[1].m_nQuantity = 100000;
-  TC::SAlgoParams algo = params(EAlgorithm::TWAP);
-  algo.m_dLimit = 6.0;  // the second one's last close
-  order.m_algo = algo;
-  const std::string key = std::to_string(rig.engine().startBasket(order)) + "-1";
-  rig.runTo(15, 1);
-  const auto& children = rig.m_desk.progress(key)->m_orders;
-  EXPECT_FALSE(std::any_of(children.begin(), children.end(), [](const auto& child) {
-    return child.m_nParamIndex == 0;
-  })) << "beyond the day's limits";
-  for (const TC::CProgressOrder& child : children) {
-    const double limit = algo.m_dLimit * child.m_detail.m_nTradedVolume;
-    const double over = (child.m_detail.m_dTradedAmount - limit) * (child.m_nParamIndex == 1 ? 1 : -1);
-    EXPECT_LE(over, 0.001) << child.m_strMapKey;
-  }
+TEST_F(AlgoTask, PausesResumesAndStopsWhenItIsTold) {
+  const std::string key = start(params(EAlgorithm::TWAP, 70));
+  runTo(10, 0);
+  EXPECT_EQ(newest(key).m_nStatus, ETS_Running);
+  EXPECT_FALSE(engine().operate(101, "A1", ETO_Pause)) << "not a task of the terminal";
+  EXPECT_TRUE(engine().operate(key, ETO_Pause));
+  EXPECT_EQ(newest(key).m_nStatus, ETS_Paused) << "published at once";
+  const std::size_t sent = children(key);
+  runTo(10, 30);
+  EXPECT_EQ(children(key), sent);
+  EXPECT_TRUE(engine().operate(key, ETO_Resume));
+  runTo(10, 31);
+  EXPECT_GT(children(key), sent + 20) << "what the schedule planned meanwhile is caught up";
+  EXPECT_TRUE(engine().operate(key, ETO_Cancel));
+  EXPECT_EQ(newest(key).m_nStatus, ETS_Running) << "until the cancels are confirmed";
+  runTo(10, 32);
+  EXPECT_EQ(newest(key).m_nStatus, ETS_Cancelled);
+  EXPECT_TRUE(engine().operate(key, ETO_Drop));
+  EXPECT_EQ(newest(key).m_nStatus, ETS_Dropped);
+  EXPECT_FALSE(engine().operate("7-1", ETO_Cancel));
 }
 
-TEST(AlgoTask, PausesResumesAndStopsWhenItIsTold) {
-  SAlgoRig rig;
-  const std::string key = rig.start(params(EAlgorithm::TWAP, 70));
-  rig.runTo(10, 0);
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Running);
-  EXPECT_FALSE(rig.engine().operate(101, "A1", ETO_Pause)) << "not a task of the terminal";
-  EXPECT_TRUE(rig.engine().operate(key, ETO_Pause));
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Paused) << "published at once";
-  const auto count = [&] { return rig.task(key).progress()->m_orders.size(); };
-  const std::size_t sent = count();
-  rig.runTo(10, 30);
-  EXPECT_EQ(count(), sent);
-  EXPECT_TRUE(rig.engine().operate(key, ETO_Resume));
-  rig.runTo(10, 31);
-  EXPECT_GT(count(), sent + 20) << "what the schedule planned meanwhile is caught up";
-  EXPECT_TRUE(rig.engine().operate(key, ETO_Cancel));
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Running) << "until the cancels are confirmed";
-  rig.runTo(10, 32);
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
-  EXPECT_TRUE(rig.engine().operate(key, ETO_Drop));
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Dropped);
-  EXPECT_FALSE(rig.engine().operate("7-1", ETO_Cancel));
-}
-
-TEST(AlgoTask, ProgressIsPublishedBeforeItsDetailAndNotForEachFill) {
-  SAlgoRig rig;
-  const std::string key = rig.start(params(EAlgorithm::VWAP, 210));
+TEST_F(AlgoTask, ProgressIsPublishedBeforeItsDetailAndNotForEachFill) {
+  const std::string key = start(params(EAlgorithm::VWAP, 210));
   int details = 0;
-  const auto subscription = rig.m_desk.subscribeTasks([&](const boost::shared_ptr<IData>&) {
+  const auto subscription = m_desk.subscribeTasks([&](const boost::shared_ptr<IData>&) {
     ++details;
-    const auto progress = rig.m_desk.progress(key);
-    ASSERT_TRUE(progress);
-    EXPECT_EQ(progress->m_orders.size(), rig.task(key).progress()->m_orders.size());
+    ASSERT_TRUE(m_desk.progress(key));
+    EXPECT_EQ(m_desk.progress(key)->m_orders.size(), children(key));
   });
-  rig.runTo(9, 50);
+  runTo(9, 50);
   EXPECT_GT(details, 20);
   EXPECT_LE(details, 20 * 60 / 10 + 1);
-  const TC::CProgressOrder& first = rig.m_desk.progress(key)->m_orders.front();
+  const TC::CProgressOrder& first = m_desk.progress(key)->m_orders.front();
   EXPECT_EQ(first.m_strMapKey, "1001:" + first.m_detail.getKey());
-  EXPECT_EQ(rig.newest(key).m_params[0].m_nOrderType, EORT_Algo2);
-  EXPECT_EQ(rig.newest(key).m_pCommand->m_strAlgoParams, params(EAlgorithm::VWAP, 210).format());
-  EXPECT_EQ(rig.newest(key).m_strInstance, "VWAP-" + key);
+  EXPECT_EQ(newest(key).m_params[0].m_nOrderType, EORT_Algo2);
+  EXPECT_EQ(newest(key).m_pCommand->m_strAlgoParams, params(EAlgorithm::VWAP, 210).format());
+  EXPECT_EQ(newest(key).m_strInstance, "VWAP-" + key);
 }
 
 }  // namespace

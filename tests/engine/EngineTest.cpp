@@ -1,7 +1,5 @@
 #include "CEngine.h"
 
-#include <gtest/gtest.h>
-
 #include <set>
 
 #include "Rig.h"
@@ -25,16 +23,13 @@ std::string print(const CTaskDetail& detail) {
   return text;
 }
 
-/// An exchange that keeps what it said of each order.
+class Engine : public testing::Test, protected SRig {};
+using EngineOperations = Engine;
+using EngineRejects = Engine;
+
+/// An exchange that keeps what it said of each order, as the order is to be shown.
 class CTap : public exchange::CExchange, public exchange::IMarketListener {
  public:
-  struct SFigures {
-    std::string m_strCode;
-    int m_nTraded = 0;
-    double m_dAmount = 0;
-    bool m_bOver = false;
-  };
-
   using CExchange::CExchange;
 
   void setListener(exchange::IMarketListener* listener) override {
@@ -46,20 +41,20 @@ class CTap : public exchange::CExchange, public exchange::IMarketListener {
     CExchange::submit(order);
   }
   void onReport(const exchange::SReport& report) override {
-    SFigures& figures = m_orders[report.m_nId];
-    figures.m_nTraded += report.m_kind == exchange::EReport::Filled ? report.m_nQuantity : 0;
-    figures.m_dAmount += report.m_dAmount;
-    figures.m_bOver = report.m_nLeft == 0;
-    if (m_pListener != nullptr) m_pListener->onReport(report);
+    COrderInfo& order = m_orders[report.m_nId];
+    order.m_nTradedVolume += report.m_kind == exchange::EReport::Filled ? report.m_nQuantity : 0;
+    order.m_dTradedAmount += report.m_dAmount;
+    order.m_bCompleted = report.m_nLeft == 0;
+    m_pListener->onReport(report);
   }
 
-  std::map<std::uint64_t, SFigures> m_orders;
+  std::map<std::uint64_t, COrderInfo> m_orders;
 
  private:
   exchange::IMarketListener* m_pListener = nullptr;
 };
 
-TEST(Engine, DetailsSayWhatTheMarketReported) {
+TEST_F(Engine, DetailsSayWhatTheMarketReported) {
   for (std::uint64_t seed = 1; seed <= 8; ++seed) {
     SRig rig(seed);
     CTap market(SRig::makeInstruments(), SRig::exchangeSettings(seed, 0.1));
@@ -73,30 +68,28 @@ TEST(Engine, DetailsSayWhatTheMarketReported) {
     }
     const CTaskDetail& detail = rig.newest("101-1");
     ASSERT_EQ(detail.m_orders.size(), market.m_orders.size());
-    for (const COrderInfoPtr& order : detail.m_orders) {
-      const std::uint64_t id = static_cast<std::uint64_t>(&order - detail.m_orders.data()) + 1;
-      const CTap::SFigures& figures = market.m_orders.at(id);
-      EXPECT_EQ(order->m_strCode, figures.m_strCode);
-      EXPECT_EQ(order->m_nTradedVolume, figures.m_nTraded);
-      EXPECT_NEAR(order->m_dTradedAmount, figures.m_dAmount, CENT);
-      EXPECT_EQ(order->m_bCompleted, figures.m_bOver);
+    for (const auto& [id, reported] : market.m_orders) {
+      const COrderInfo& order = *detail.m_orders[id - 1];
+      EXPECT_EQ(order.m_strCode, reported.m_strCode);
+      EXPECT_EQ(order.m_nTradedVolume, reported.m_nTradedVolume);
+      EXPECT_NEAR(order.m_dTradedAmount, reported.m_dTradedAmount, CENT);
+      EXPECT_EQ(order.m_bCompleted, reported.m_bCompleted);
     }
   }
 }
 
-TEST(Engine, TradesABasketThroughTheDay) {
-  SRig rig;
-  rig.engine().startBasket(rig.basket());
-  rig.runTo(9, 29, 59);
-  EXPECT_TRUE(rig.newest("101-1").m_orders.empty()) << "sent before the market matches";
-  EXPECT_EQ(rig.newest("101-1").m_nStartTime, UNSET_INT);
-  rig.runTo(9, 30, 1);
-  const CTaskDetail& early = rig.newest("101-1");
+TEST_F(Engine, TradesABasketThroughTheDay) {
+  engine().startBasket(basket());
+  runTo(9, 29, 59);
+  EXPECT_TRUE(newest("101-1").m_orders.empty()) << "sent before the market matches";
+  EXPECT_EQ(newest("101-1").m_nStartTime, UNSET_INT);
+  runTo(9, 30, 1);
+  const CTaskDetail& early = newest("101-1");
   EXPECT_EQ(early.m_nStatus, ETS_Running);
   EXPECT_EQ(early.m_nStartTime, SRig::DAY_START + exchange::MORNING_BEGINS / 1000);
   EXPECT_GT(early.m_orders.size(), 30u);
-  rig.runTo(15, 0, 5);
-  const CTaskDetail& late = rig.newest("101-1");
+  runTo(15, 0, 5);
+  const CTaskDetail& late = newest("101-1");
   EXPECT_EQ(late.m_orders.size(), late.m_params.size());
   EXPECT_GT(tradedOf(late), targetOf(late) * 9 / 10);
   EXPECT_EQ(late.m_nStatus, tradedOf(late) == targetOf(late) ? ETS_Finished : ETS_Cancelled);
@@ -104,20 +97,19 @@ TEST(Engine, TradesABasketThroughTheDay) {
   for (const COrderInfoPtr& order : late.m_orders) {
     EXPECT_TRUE(order->m_bCompleted);
     EXPECT_LE(order->m_nTradedVolume, order->m_nVolume);
-    const COrderDetailPtr detail = rig.m_desk.orderDetail(order->m_tag);
+    const COrderDetailPtr detail = m_desk.orderDetail(order->m_tag);
     ASSERT_TRUE(detail);
     EXPECT_EQ(detail->m_nTradedVolume, order->m_nTradedVolume);
     EXPECT_EQ(detail->m_bCancelled, order->m_nTradedVolume < order->m_nVolume);
-    const bool buy = DataHelper::isBuy(order->m_nOperation);
-    const double limit = order->m_dPrice * order->m_nTradedVolume;
-    EXPECT_TRUE(buy ? order->m_dTradedAmount <= limit + CENT : order->m_dTradedAmount >= limit - CENT);
+    const double over = order->m_dTradedAmount - order->m_dPrice * order->m_nTradedVolume;
+    EXPECT_LE(DataHelper::isBuy(order->m_nOperation) ? over : -over, CENT);
   }
 }
 
-TEST(Engine, ADetailIsFreshAndSharesTheOrdersThatDidNotChange) {
+TEST_F(Engine, ADetailIsFreshAndSharesTheOrdersThatDidNotChange) {
   SRig rig(3, 0.05);
   std::vector<std::string> printed;
-  std::map<std::string, CTaskDetailPtr> newest;
+  std::map<std::string, CTaskDetailPtr> last;
   std::size_t shared = 0;
   std::size_t fresh = 0;
   std::set<std::string> keys;  // of the details of a step
@@ -125,7 +117,7 @@ TEST(Engine, ADetailIsFreshAndSharesTheOrdersThatDidNotChange) {
     const auto detail = boost::dynamic_pointer_cast<CTaskDetail>(data);
     printed.push_back(print(*detail));
     EXPECT_TRUE(keys.insert(detail->getKey()).second) << "a task is published once a step";
-    const CTaskDetailPtr before = std::exchange(newest[detail->getKey()], detail);
+    const CTaskDetailPtr before = std::exchange(last[detail->getKey()], detail);
     for (std::size_t i = 0; before && i < before->m_orders.size(); ++i) {
       const COrderInfo& was = *before->m_orders[i];
       const COrderInfo& is = *detail->m_orders[i];
@@ -147,81 +139,71 @@ TEST(Engine, ADetailIsFreshAndSharesTheOrdersThatDidNotChange) {
   for (std::size_t i = 0; i < printed.size(); ++i) EXPECT_EQ(print(*rig.m_details[i]), printed[i]) << "changed later";
 }
 
-TEST(EngineOperations, PauseHoldsBackWhatWasNotSentAndResumeSendsIt) {
-  SRig rig;
-  rig.engine().startBasket(rig.basket(2));
-  rig.runTo(9, 30);
-  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 500);
-  EXPECT_TRUE(rig.engine().operate(101, "A1", ETO_Pause));
-  EXPECT_FALSE(rig.engine().operate(101, "A1", ETO_Pause)) << "it is paused already";
-  const std::size_t sent = rig.newest("101-1").m_orders.size();
+TEST_F(EngineOperations, PauseHoldsBackWhatWasNotSentAndResumeSendsIt) {
+  engine().startBasket(basket(2));
+  m_simulation.advanceTo(exchange::MORNING_BEGINS + 500);
+  EXPECT_TRUE(engine().operate(101, "A1", ETO_Pause));
+  EXPECT_FALSE(engine().operate(101, "A1", ETO_Pause)) << "it is paused already";
+  const std::size_t sent = newest("101-1").m_orders.size();
   EXPECT_GT(sent, 0u);
-  rig.runTo(9, 40);
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Paused);
-  EXPECT_EQ(rig.newest("101-1").m_orders.size(), sent);
-  EXPECT_GT(tradedOf(rig.newest("101-1")), 0) << "what works goes on working";
-  EXPECT_EQ(rig.newest("101-2").m_orders.size(), rig.newest("101-2").m_params.size()) << "only one account pauses";
-  EXPECT_TRUE(rig.engine().operate(101, "A1", ETO_Resume));
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Running);
-  EXPECT_FALSE(rig.engine().operate(101, "A1", ETO_Resume));
-  rig.runTo(9, 42);
-  EXPECT_EQ(rig.newest("101-1").m_orders.size(), rig.newest("101-1").m_params.size());
+  runTo(9, 40);
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Paused);
+  EXPECT_EQ(newest("101-1").m_orders.size(), sent);
+  EXPECT_GT(tradedOf(newest("101-1")), 0) << "what works goes on working";
+  EXPECT_EQ(newest("101-2").m_orders.size(), newest("101-2").m_params.size()) << "only one account pauses";
+  EXPECT_TRUE(engine().operate(101, "A1", ETO_Resume));
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Running);
+  EXPECT_FALSE(engine().operate(101, "A1", ETO_Resume));
+  runTo(9, 42);
+  EXPECT_EQ(newest("101-1").m_orders.size(), newest("101-1").m_params.size());
 }
 
-TEST(EngineOperations, CancelEndsTheTaskWhenItsOrdersHaveEnded) {
-  SRig rig;
-  rig.engine().startBasket(rig.basket());
-  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 400);
-  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Running) << "orders still work";
-  EXPECT_FALSE(rig.engine().operate(101, "", ETO_Resume));
-  const std::size_t sent = rig.newest("101-1").m_orders.size();
-  rig.runTo(9, 31);
-  const CTaskDetail& detail = rig.newest("101-1");
+TEST_F(EngineOperations, CancelEndsTheTaskWhenItsOrdersHaveEnded) {
+  engine().startBasket(basket());
+  m_simulation.advanceTo(exchange::MORNING_BEGINS + 400);
+  EXPECT_TRUE(engine().operate(101, "", ETO_Cancel));
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Running) << "orders still work";
+  EXPECT_FALSE(engine().operate(101, "", ETO_Resume));
+  const std::size_t sent = newest("101-1").m_orders.size();
+  runTo(9, 31);
+  const CTaskDetail& detail = newest("101-1");
   EXPECT_EQ(detail.m_nStatus, ETS_Cancelled);
   EXPECT_EQ(detail.m_orders.size(), sent) << "nothing is sent after a cancel";
   for (const COrderInfoPtr& order : detail.m_orders) EXPECT_TRUE(order->m_bCompleted);
-  EXPECT_EQ(rig.heard("委托已全部成交（"), 1) << "the orders on their way filled first";
+  EXPECT_EQ(heard("委托已全部成交（"), 1) << "the orders on their way filled first";
   EXPECT_EQ(detail.m_strMessage, "") << "what filled is no fault";
-  const std::size_t delivered = rig.m_details.size();
-  rig.runTo(15, 1);
-  EXPECT_EQ(rig.m_details.size(), delivered) << "an ended task is quiet";
+  const std::size_t delivered = m_details.size();
+  runTo(15, 1);
+  EXPECT_EQ(m_details.size(), delivered) << "an ended task is quiet";
 }
 
-TEST(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndDropHasTheLastWord) {
-  SRig rig;
-  rig.engine().startBasket(rig.basket());
-  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Cancelled);
-  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Drop));
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Dropped);
-  EXPECT_FALSE(rig.engine().operate(101, "", ETO_Drop));
-  EXPECT_FALSE(rig.engine().operate(999, "", ETO_Drop));
-  rig.runTo(9, 35);
-  EXPECT_TRUE(rig.newest("101-1").m_orders.empty());
+TEST_F(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndADropLeavesNoOrderInTheMarket) {
+  engine().startBasket(basket());
+  engine().startBasket(basket());
+  EXPECT_TRUE(engine().operate(101, "", ETO_Cancel));
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Cancelled);
+  EXPECT_TRUE(engine().operate(101, "", ETO_Drop));
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Dropped);
+  EXPECT_FALSE(engine().operate(101, "", ETO_Drop));
+  EXPECT_FALSE(engine().operate(999, "", ETO_Drop));
+  m_simulation.advanceTo(exchange::MORNING_BEGINS + 700);
+  EXPECT_TRUE(engine().operate(102, "", ETO_Drop));
+  EXPECT_EQ(newest("102-1").m_nStatus, ETS_Dropped) << "at once";
+  runTo(9, 35);
+  EXPECT_TRUE(newest("101-1").m_orders.empty());
+  EXPECT_EQ(newest("102-1").m_nStatus, ETS_Dropped);
+  for (const COrderInfoPtr& order : newest("102-1").m_orders) EXPECT_TRUE(order->m_bCompleted);
 }
 
-TEST(EngineOperations, DropOfARunningTaskLeavesNoOrderInTheMarket) {
-  SRig rig;
-  rig.engine().startBasket(rig.basket());
-  rig.m_simulation.advanceTo(exchange::MORNING_BEGINS + 700);
-  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Drop));
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Dropped) << "at once";
-  rig.runTo(9, 31);
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Dropped);
-  for (const COrderInfoPtr& order : rig.newest("101-1").m_orders) EXPECT_TRUE(order->m_bCompleted);
+TEST_F(EngineOperations, AStartAfterTheCloseEndsAtOnceAndWaitsForNothing) {
+  runTo(15, 30);
+  engine().startBasket(basket());
+  runTo(15, 31);
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(heard("等待开盘"), 0);
 }
 
-TEST(EngineOperations, AStartAfterTheCloseEndsAtOnceAndWaitsForNothing) {
-  SRig rig;
-  rig.runTo(15, 30);
-  rig.engine().startBasket(rig.basket());
-  rig.runTo(15, 31);
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Cancelled);
-  EXPECT_EQ(rig.heard("等待开盘"), 0);
-}
-
-TEST(EngineRejects, AreKeptWithTheMarketsWords) {
+TEST_F(EngineRejects, AreKeptWithTheMarketsWords) {
   SRig rig(1, 1);
   rig.engine().startBasket(rig.basket());
   rig.runTo(9, 40);
@@ -234,53 +216,50 @@ TEST(EngineRejects, AreKeptWithTheMarketsWords) {
   }
 }
 
-TEST(EngineRejects, AreToldByReasonWithEachSecurity) {
-  SRig rig;
-  const std::string key = rig.start({SRig::line("SH", "601999", EOT_Buy, 100), SRig::line("SH", "600010", EOT_Buy, 150),
-                                     SRig::line("SZ", "1011", EOT_Buy, 250), SRig::line("SH", "688008", EOT_Buy, 150),
-                                     SRig::line("SH", "601999", EOT_Buy, 200), SRig::line("SH", "600012", EOT_Sell, 1),
-                                     SRig::line("SZ", "009999", EOT_Buy, 100)});
-  rig.runTo(9, 31);
-  const CTaskDetail& detail = rig.newest(key);
+TEST_F(EngineRejects, AreToldByReasonWithEachSecurity) {
+  const std::string key =
+      start({line("SH", "601999", EOT_Buy, 100), line("SH", "600010", EOT_Buy, 150), line("SZ", "1011", EOT_Buy, 250),
+             line("SH", "688008", EOT_Buy, 150), line("SH", "601999", EOT_Buy, 200), line("SH", "600012", EOT_Sell, 1),
+             line("SZ", "009999", EOT_Buy, 100)});
+  runTo(9, 31);
+  const CTaskDetail& detail = newest(key);
   EXPECT_EQ(detail.m_nStatus, ETS_Cancelled) << "a remainder is left to be patched";
   EXPECT_EQ(detail.m_strMessage,
             "数量不是整手（2 笔委托被拒绝）；数量低于最小申报数量（1 笔委托被拒绝）；"
             "证券停牌（2 笔委托被拒绝）；证券未上市（1 笔委托被拒绝）");
   EXPECT_EQ(detail.m_orders[1]->m_strMessage, "数量不是整手");
   EXPECT_FALSE(detail.m_orders[5]->m_bHasMessage);
-  EXPECT_EQ(rig.heard("! 任务 [101-1] 数量不是整手（2 笔委托被拒绝）: SH.600010, SZ.1011"), 1);
-  EXPECT_EQ(rig.heard("任务 [101-1] 数量低于最小申报数量（1 笔委托被拒绝）: SH.688008"), 1);
-  EXPECT_EQ(rig.heard("任务 [101-1] 证券停牌（2 笔委托被拒绝）: SH.601999 ×2"), 1);
-  EXPECT_EQ(rig.heard("任务 [101-1] 证券未上市（1 笔委托被拒绝）: SZ.009999"), 1);
-  EXPECT_EQ(rig.heard("已撤销: 数量不是整手（2 笔委托被拒绝）"), 1);
+  EXPECT_EQ(heard("! 任务 [101-1] 数量不是整手（2 笔委托被拒绝）: SH.600010, SZ.1011"), 1);
+  EXPECT_EQ(heard("任务 [101-1] 数量低于最小申报数量（1 笔委托被拒绝）: SH.688008"), 1);
+  EXPECT_EQ(heard("任务 [101-1] 证券停牌（2 笔委托被拒绝）: SH.601999 ×2"), 1);
+  EXPECT_EQ(heard("任务 [101-1] 证券未上市（1 笔委托被拒绝）: SZ.009999"), 1);
+  EXPECT_EQ(heard("已撤销: 数量不是整手（2 笔委托被拒绝）"), 1);
 }
 
-TEST(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
-  SRig rig;
-  std::vector<engine::SOrderLine> lines = {SRig::line("SH", "600000", EOT_Sell, 2000000),
-                                           SRig::line("SH", "600002", EOT_Sell, 100000000)};
+TEST_F(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
+  std::vector<engine::SOrderLine> lines = {line("SH", "600000", EOT_Sell, 2000000),
+                                           line("SH", "600002", EOT_Sell, 100000000)};
   lines[1].m_bOwnPrice = true;
   lines[1].m_nPriceType = EPT_MarketSH;
-  const std::string key = rig.start(lines);
-  rig.runTo(9, 31);
-  EXPECT_EQ(rig.newest(key).m_orders[1]->m_strMessage, "市价委托剩余部分自动撤销");
-  rig.runTo(15, 1);
-  EXPECT_EQ(rig.newest(key).m_orders[0]->m_strMessage, "收市，未成交部分自动撤销");
-  EXPECT_EQ(rig.newest(key).m_strMessage,
+  const std::string key = start(lines);
+  runTo(9, 31);
+  EXPECT_EQ(newest(key).m_orders[1]->m_strMessage, "市价委托剩余部分自动撤销");
+  runTo(15, 1);
+  EXPECT_EQ(newest(key).m_orders[0]->m_strMessage, "收市，未成交部分自动撤销");
+  EXPECT_EQ(newest(key).m_strMessage,
             "市价委托剩余部分自动撤销（1 笔委托被撤销）；收市，未成交部分自动撤销（1 笔委托被撤销）");
 }
 
-TEST(Engine, TakesQuotesOfTheSecuritiesInUseToTheDesk) {
-  SRig rig;
+TEST_F(Engine, TakesQuotesOfTheSecuritiesInUseToTheDesk) {
   TC::CQuote quote;
-  EXPECT_FALSE(rig.m_desk.quote("SH", "600002", quote));
-  rig.engine().startBasket(rig.basket());
-  rig.engine().watch("CFFEX", "IF2612");
-  rig.runTo(10, 0);
-  ASSERT_TRUE(rig.m_desk.quote("SH", "600002", quote));
+  EXPECT_FALSE(m_desk.quote("SH", "600002", quote));
+  engine().startBasket(basket());
+  engine().watch("CFFEX", "IF2612");
+  runTo(10, 0);
+  ASSERT_TRUE(m_desk.quote("SH", "600002", quote));
   EXPECT_GT(quote.m_dAsk, quote.m_dBid);
   EXPECT_NEAR(quote.m_dLast, 7, 0.7);
-  ASSERT_TRUE(rig.m_desk.quote("CFFEX", "IF2612", quote));
+  ASSERT_TRUE(m_desk.quote("CFFEX", "IF2612", quote));
   EXPECT_GT(quote.m_dLast, 0);
 }
 

@@ -1,9 +1,5 @@
 /// The hedge manager on a simulated day: how the target follows the basket, how the orders follow the target, and what
 /// pause, resume, stop and the limit of orders do.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "Rig.h"
 
 namespace {
@@ -16,10 +12,7 @@ struct SHedgeRig : SRig {
   explicit SHedgeRig(std::uint64_t seed = 1, double rejectRate = 0) : SRig(seed, rejectRate, 4) {
     addAccount("F1", 1);
     addAccount("S1");
-    TC::CCodeInfo info;
-    info.m_strMarket = "CFFEX";
-    info.m_strCode = "IF2612";
-    info.m_strName = "沪深300期指2612";
+    TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
     info.m_dMultiplier = 300;
     m_desk.setInstrument(info);
     hedger().setHooks(
@@ -32,14 +25,14 @@ struct SHedgeRig : SRig {
 
   engine::CHedger& hedger() { return m_simulation.hedger(); }
 
-  /// Starts the rig's basket, every line so many times, and its hedge; returns the basket's number.
-  int startHedged(std::size_t accounts = 1, int times = 1) {
+  static constexpr int TASK = 101;  ///< a rig's first
+  /// Starts the rig's basket, every line so many times, and its hedge.
+  void startHedged(std::size_t accounts = 1, int times = 1) {
     engine::SBasketOrder order = basket(accounts);
     for (engine::SOrderLine& line : order.m_lines) line.m_nQuantity *= times;
-    const int task = engine().startBasket(order);
-    hedger().setParam(task, task, m_param);
-    hedger().start(task);
-    return task;
+    ASSERT_EQ(engine().startBasket(order), TASK);
+    hedger().setParam(TASK, TASK, m_param);
+    hedger().start(TASK);
   }
 
   /// The hedge detail that was published last; null before the first.
@@ -53,11 +46,14 @@ struct SHedgeRig : SRig {
 
   int target() const { return m_targets.empty() ? 0 : m_targets.back(); }
   int traded() const { return tradedOf(*hedge()); }
+  int state() const { return m_desk.hedgeState(TASK); }
 
   CBasketHedgeParam m_param;
   std::vector<int> m_targets;
   std::vector<int> m_limits;
 };
+
+class HedgeTest : public testing::Test, protected SHedgeRig {};
 
 TEST(HedgeLotsTest, AreWholeAndNoneWithoutAPrice) {
   EXPECT_EQ(hedgeLots(1200000, 1, 4000, 300), 1);
@@ -70,189 +66,173 @@ TEST(HedgeLotsTest, AreWholeAndNoneWithoutAPrice) {
   EXPECT_GT(hedgeLots(1e300, 1, 4000, 300), 0) << "beyond any count, but no overflow";
 }
 
-TEST(HedgeTest, FollowsTheBasketToItsEnd) {
-  SHedgeRig rig;
-  const int task = rig.startHedged();
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Running);
-  ASSERT_TRUE(rig.hedge()) << "the panel hears of the hedge before it trades";
-  EXPECT_TRUE(rig.hedge()->m_orders.empty());
-  rig.runTo(10, 0);
+TEST_F(HedgeTest, FollowsTheBasketFromTheStartOnAndKeepsItsTarget) {
+  engine::SBasketOrder order = basket();
+  order.m_hedge = m_param;
+  ASSERT_EQ(engine().startBasket(order), TASK);
+  CBasketHedgeParam param;
+  ASSERT_TRUE(m_desk.hedgeParam(desk::EHedgeSource::Manager, TASK, param));
+  EXPECT_EQ(param.m_strCode, "IF2612");
+  EXPECT_EQ(state(), TC::EHS_None) << "nobody has started it";
+  hedger().setParam(TASK, TASK, param);
+  hedger().start(TASK);
+  EXPECT_EQ(state(), TC::EHS_Running);
+  ASSERT_TRUE(hedge()) << "the panel hears of the hedge before it trades";
+  EXPECT_TRUE(hedge()->m_orders.empty());
+  runTo(10, 0);
 
-  const CTaskDetail& basket = rig.newest("101-1");
+  const CTaskDetail& traded = newest("101-1");
   double amount = 0;
-  for (const COrderInfoPtr& order : basket.m_orders) amount += order->m_dTradedAmount;
-  const double price =
-      rig.m_simulation.market().quote(rig.m_simulation.market().findInstrument("CFFEX", "IF2612")).m_dLast;
-  EXPECT_GE(rig.target(), hedgeLots(amount, 1, price, 300));
-  EXPECT_LE(rig.target(), hedgeLots(amount, 1, price * 0.95, 300));
-  EXPECT_TRUE(std::is_sorted(rig.m_targets.begin(), rig.m_targets.end()));
-  EXPECT_EQ(rig.traded(), rig.target());
+  for (const COrderInfoPtr& each : traded.m_orders) amount += each->m_dTradedAmount;
+  exchange::CExchange& market = m_simulation.market();
+  const double price = market.quote(market.findInstrument("CFFEX", "IF2612")).m_dLast;
+  EXPECT_GE(target(), hedgeLots(amount, 1, price, 300));
+  EXPECT_LE(target(), hedgeLots(amount, 1, price * 0.95, 300));
+  EXPECT_TRUE(std::is_sorted(m_targets.begin(), m_targets.end()));
+  ASSERT_TRUE(m_desk.hedgeParam(desk::EHedgeSource::Stored, TASK, param));
+  EXPECT_EQ(param.m_nVolume, target());
 
-  const CTaskDetail& hedge = *rig.hedge();
-  EXPECT_EQ(hedge.m_pCommand->m_nTaskId, task);
-  EXPECT_EQ(hedge.m_pCommand->m_strUser, "u1");
-  EXPECT_NE(hedge.m_nTaskId, task);
-  EXPECT_NE(hedge.m_pCommand->m_nCommandId, basket.m_pCommand->m_nCommandId);
-  EXPECT_EQ(rig.m_desk.command(task)->m_nBasketType, ECBT_Basket) << "the basket's command is still its own";
-  ASSERT_EQ(hedge.m_params.size(), 1u);
-  EXPECT_EQ(hedge.m_params[0].m_pAccount->m_nType, 1);
-  EXPECT_EQ(hedge.m_params[0].m_nOperation, EOT_SellOpen);
-  EXPECT_EQ(hedge.m_params[0].m_nVolume, rig.target());
-  for (const COrderInfoPtr& order : hedge.m_orders) {
-    EXPECT_LE(order->m_nVolume, rig.m_param.m_nOrderLots);
-    EXPECT_EQ(order->m_nOperation, EOT_SellOpen);
-    EXPECT_NEAR(order->m_dTradedAmount, order->m_nTradedVolume * order->m_dPrice * 300, 0.02 * order->m_dTradedAmount);
-    EXPECT_TRUE(rig.m_desk.orderDetail(order->m_tag));
+  const CTaskDetail& sold = *hedge();
+  EXPECT_EQ(tradedOf(sold), target());
+  EXPECT_EQ(sold.m_pCommand->m_nTaskId, TASK);
+  EXPECT_EQ(sold.m_pCommand->m_strUser, "u1");
+  EXPECT_NE(sold.m_nTaskId, TASK);
+  EXPECT_NE(sold.m_pCommand->m_nCommandId, traded.m_pCommand->m_nCommandId);
+  EXPECT_EQ(m_desk.command(TASK)->m_nBasketType, ECBT_Basket) << "the basket's command is still its own";
+  ASSERT_EQ(sold.m_params.size(), 1u);
+  EXPECT_EQ(sold.m_params[0].m_pAccount->m_nType, 1);
+  EXPECT_EQ(sold.m_params[0].m_nOperation, EOT_SellOpen);
+  EXPECT_EQ(sold.m_params[0].m_nVolume, target());
+  for (const COrderInfoPtr& each : sold.m_orders) {
+    EXPECT_LE(each->m_nVolume, m_param.m_nOrderLots);
+    EXPECT_EQ(each->m_nOperation, EOT_SellOpen);
+    EXPECT_NEAR(each->m_dTradedAmount, each->m_nTradedVolume * each->m_dPrice * 300, 0.02 * each->m_dTradedAmount);
+    EXPECT_TRUE(m_desk.orderDetail(each->m_tag));
   }
 }
 
-TEST(HedgeTest, RestsWhenTheBasketHasEndedUntilAPatchOfItTrades) {
-  SHedgeRig rig;
-  const int task = rig.startHedged();
-  rig.runTo(9, 30, 2);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Running);
-  rig.engine().operate(task, {}, ETO_Cancel);
-  rig.runTo(9, 40);
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Cancelled);
-  const int target = rig.target();
-  EXPECT_EQ(rig.traded(), target);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused) << "any other state would keep the task running";
-  EXPECT_EQ(rig.hedge()->m_nStatus, ETS_Finished);
-  EXPECT_EQ(rig.m_details.back(), rig.hedge()) << "the panel asks for the state once more";
+TEST_F(HedgeTest, RestsWhenTheBasketHasEndedUntilAPatchOfItTrades) {
+  startHedged();
+  runTo(9, 30, 2);
+  EXPECT_EQ(state(), TC::EHS_Running);
+  engine().operate(TASK, {}, ETO_Cancel);
+  runTo(9, 40);
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Cancelled);
+  const int before = target();
+  EXPECT_EQ(traded(), before);
+  EXPECT_EQ(state(), TC::EHS_Paused) << "any other state would keep the task running";
+  EXPECT_EQ(hedge()->m_nStatus, ETS_Finished);
+  EXPECT_EQ(m_details.back(), hedge()) << "the panel asks for the state once more";
 
   std::vector<int> states;  // that the panel finds when it hears of the patch
-  const auto subscription = rig.m_desk.subscribeTasks([&](const boost::shared_ptr<ksservice::IData>& data) {
-    const auto detail = boost::dynamic_pointer_cast<CTaskDetail>(data);
-    if (detail->m_pCommand->m_bPatch) states.push_back(rig.m_desk.hedgeState(task));
+  const auto subscription = m_desk.subscribeTasks([&](const auto&) {
+    if (m_details.back()->m_pCommand->m_bPatch) states.push_back(state());
   });
-  rig.engine().startPatch(*rig.m_desk.command(task), {{rig.m_accounts[0], rig.basket().m_lines}}, std::nullopt);
+  engine().startPatch(*m_desk.command(TASK), {{m_accounts[0], basket().m_lines}}, std::nullopt);
   ASSERT_FALSE(states.empty());
   EXPECT_EQ(states.front(), TC::EHS_Running) << "otherwise the patch would look paused";
-  rig.runTo(10, 10);
-  EXPECT_GT(rig.target(), target);
-  EXPECT_EQ(rig.traded(), rig.target());
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
+  runTo(10, 10);
+  EXPECT_GT(target(), before);
+  EXPECT_EQ(traded(), target());
+  EXPECT_EQ(state(), TC::EHS_Paused);
 }
 
-TEST(HedgeTest, ParametersWaitForThePanelAndTheStoredOnesKeepTheTarget) {
-  SHedgeRig rig;
-  engine::SBasketOrder order = rig.basket();
-  order.m_hedge = rig.m_param;
-  const int task = rig.engine().startBasket(order);
-  CBasketHedgeParam param;
-  ASSERT_TRUE(rig.m_desk.hedgeParam(desk::EHedgeSource::Manager, task, param));
-  EXPECT_EQ(param.m_strCode, "IF2612");
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_None) << "nobody has started it";
-  rig.hedger().setParam(task, task, param);
-  rig.hedger().start(task);
-  rig.runTo(10, 0);
-  ASSERT_TRUE(rig.m_desk.hedgeParam(desk::EHedgeSource::Stored, task, param));
-  EXPECT_EQ(param.m_nVolume, rig.target());
-  EXPECT_GT(param.m_nVolume, 0);
+TEST_F(HedgeTest, PauseKeepsTheTargetAndResumeCatchesUp) {
+  startHedged();
+  runTo(9, 30, 5);
+  hedger().pause(TASK);
+  EXPECT_EQ(state(), TC::EHS_Paused);
+  runTo(9, 30, 6);
+  const auto figures = [this] { return std::pair(target(), traded()); };
+  const auto before = figures();
+  ASSERT_GT(before.second, 0);
+  runTo(9, 45);
+  EXPECT_EQ(figures(), before);
+  hedger().pause(TASK);
+  hedger().start(TASK);
+  EXPECT_EQ(state(), TC::EHS_Running);
+  EXPECT_EQ(traded(), before.second);
+  runTo(9, 50);
+  EXPECT_GT(target(), before.first);
+  EXPECT_EQ(traded(), target());
 }
 
-TEST(HedgeTest, PauseKeepsTheTargetAndResumeCatchesUp) {
-  SHedgeRig rig;
-  const int task = rig.startHedged();
-  rig.runTo(9, 30, 5);
-  rig.hedger().pause(task);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
-  rig.runTo(9, 30, 6);
-  const int target = rig.target();
-  const int traded = rig.traded();
-  ASSERT_GT(traded, 0);
-  rig.runTo(9, 45);
-  EXPECT_EQ(rig.target(), target);
-  EXPECT_EQ(rig.traded(), traded);
-  rig.hedger().pause(task);
+TEST_F(HedgeTest, StopCancelsTheOrderAndIsForGood) {
+  m_param.m_nPriceType = EPT_LimitUp;  // a sale that waits
+  startHedged();
+  runTo(9, 30, 3);
+  ASSERT_FALSE(hedge()->m_orders.empty());
+  ASSERT_FALSE(hedge()->m_orders.back()->m_bCompleted);
+  hedger().stop(TASK);
+  EXPECT_EQ(state(), TC::EHS_None);
+  runTo(9, 30, 4);
+  EXPECT_TRUE(m_desk.orderDetail(hedge()->m_orders.back()->m_tag)->m_bCancelled);
+  EXPECT_EQ(hedge()->m_nStatus, ETS_Cancelled);
+  const std::size_t orders = hedge()->m_orders.size();
 
-  rig.hedger().start(task);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Running);
-  EXPECT_EQ(rig.traded(), traded);
-  rig.runTo(9, 50);
-  EXPECT_GT(rig.target(), target);
-  EXPECT_EQ(rig.traded(), rig.target());
+  hedger().start(TASK);
+  hedger().setParam(TASK, TASK, m_param);
+  hedger().start(TASK);
+  runTo(9, 30, 8);
+  EXPECT_EQ(hedge()->m_orders.size(), orders);
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Running);
+  EXPECT_EQ(state(), TC::EHS_None);
+  runTo(10, 0);
+  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Finished);
+  EXPECT_EQ(state(), TC::EHS_Paused) << "the task must not wait for it";
 }
 
-TEST(HedgeTest, StopCancelsTheOrderAndIsForGood) {
-  SHedgeRig rig;
-  rig.m_param.m_nPriceType = EPT_LimitUp;  // a sale that waits
-  const int task = rig.startHedged();
-  rig.runTo(9, 30, 3);
-  ASSERT_FALSE(rig.hedge()->m_orders.empty());
-  ASSERT_FALSE(rig.hedge()->m_orders.back()->m_bCompleted);
-  rig.hedger().stop(task);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_None);
-  rig.runTo(9, 30, 4);
-  EXPECT_TRUE(rig.m_desk.orderDetail(rig.hedge()->m_orders.back()->m_tag)->m_bCancelled);
-  EXPECT_EQ(rig.hedge()->m_nStatus, ETS_Cancelled);
-  const std::size_t orders = rig.hedge()->m_orders.size();
-
-  rig.hedger().start(task);
-  rig.hedger().setParam(task, task, rig.m_param);
-  rig.hedger().start(task);
-  rig.runTo(9, 30, 8);
-  EXPECT_EQ(rig.hedge()->m_orders.size(), orders);
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Running);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_None);
-  rig.runTo(10, 0);
-  EXPECT_EQ(rig.newest("101-1").m_nStatus, ETS_Finished);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused) << "the task must not wait for it";
-}
-
-TEST(HedgeTest, OrdersAreReplacedWhenThePriceLeavesThem) {
-  SHedgeRig rig;
-  rig.m_param.m_nPriceType = EPT_Latest;
-  rig.startHedged(1, 10);
-  rig.runTo(10, 0);
+TEST_F(HedgeTest, OrdersAreReplacedWhenThePriceLeavesThem) {
+  m_param.m_nPriceType = EPT_Latest;
+  startHedged(1, 10);
+  runTo(10, 0);
   int replaced = 0;
-  for (const COrderInfoPtr& order : rig.hedge()->m_orders) {
+  for (const COrderInfoPtr& order : hedge()->m_orders) {
     EXPECT_TRUE(order->m_bCompleted);
-    if (!rig.m_desk.orderDetail(order->m_tag)->m_bCancelled) continue;
+    if (!m_desk.orderDetail(order->m_tag)->m_bCancelled) continue;
     EXPECT_LT(order->m_nTradedVolume, order->m_nVolume);
     ++replaced;
   }
   EXPECT_GT(replaced, 0);
-  EXPECT_EQ(rig.traded(), rig.target());
+  EXPECT_EQ(traded(), target());
 }
 
-TEST(HedgeTest, StopsAtItsLimitOfOrdersAndAResumeGrantsThemAnew) {
-  SHedgeRig rig;
-  rig.m_param.m_nOrderLimit = 3;
-  rig.m_param.m_nOrderLots = 1;
-  const int task = rig.startHedged();
-  rig.runTo(9, 40);
-  EXPECT_EQ(rig.hedge()->m_orders.size(), 3u);
-  EXPECT_EQ(rig.m_limits, std::vector<int>{task}) << "told once";
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
-  EXPECT_TRUE(rig.heard("已达到最大委托次数"));
-  EXPECT_EQ(rig.heard("已用 2 笔委托, 上限 3 笔"), 1) << "told before";
-  const int target = rig.target();
-  EXPECT_GT(target, rig.traded());
+TEST_F(HedgeTest, StopsAtItsLimitOfOrdersAndAResumeGrantsThemAnew) {
+  m_param.m_nOrderLimit = 3;
+  m_param.m_nOrderLots = 1;
+  startHedged();
+  runTo(9, 40);
+  EXPECT_EQ(hedge()->m_orders.size(), 3u);
+  EXPECT_EQ(m_limits, std::vector<int>{TASK}) << "told once";
+  EXPECT_EQ(state(), TC::EHS_Paused);
+  EXPECT_TRUE(heard("已达到最大委托次数"));
+  EXPECT_EQ(heard("已用 2 笔委托, 上限 3 笔"), 1) << "told before";
+  const int before = target();
+  EXPECT_GT(before, traded());
 
-  rig.hedger().start(task);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Running);
-  rig.runTo(9, 50);
-  EXPECT_GT(rig.target(), target);
-  EXPECT_EQ(rig.hedge()->m_orders.size(), 6u);
-  EXPECT_EQ(rig.m_limits.size(), 2u);
-  EXPECT_EQ(rig.heard("已用 2 笔委托, 上限 3 笔"), 2);
+  hedger().start(TASK);
+  EXPECT_EQ(state(), TC::EHS_Running);
+  runTo(9, 50);
+  EXPECT_GT(target(), before);
+  EXPECT_EQ(hedge()->m_orders.size(), 6u);
+  EXPECT_EQ(m_limits.size(), 2u);
+  EXPECT_EQ(heard("已用 2 笔委托, 上限 3 笔"), 2);
 }
 
-TEST(HedgeTest, ARefusedOrderIsTriedAgainASecondLaterAndUsesUpTheLimit) {
+TEST_F(HedgeTest, ARefusedOrderIsTriedAgainASecondLaterAndUsesUpTheLimit) {
   SHedgeRig rig(1, 0.5);
   rig.m_param.m_nOrderLimit = 10;
   rig.m_param.m_nOperation = EOT_BuyOpen;
-  const int task = rig.startHedged(1, 10);
+  rig.startHedged(1, 10);
   rig.runTo(9, 29, 59);
   EXPECT_TRUE(rig.hedge()->m_orders.empty()) << "an order wasted on a refusal outside the sessions";
   int refused = 0;
   std::int64_t sentAt = 0;
   for (std::int64_t now = exchange::MORNING_BEGINS; now < exchange::clockTime(9, 40); now += 100) {
-    const CTaskDetailPtr before = rig.hedge();
+    const std::vector<COrderInfoPtr> before = rig.hedge()->m_orders;
     rig.m_simulation.advanceTo(now);
-    if (rig.hedge()->m_orders.size() == before->m_orders.size()) continue;
-    if (!before->m_orders.empty() && before->m_orders.back()->m_bHasMessage) {
+    if (rig.hedge()->m_orders.size() == before.size()) continue;
+    if (!before.empty() && before.back()->m_bHasMessage) {
       ++refused;
       EXPECT_GE(now - sentAt, 1000);
     }
@@ -261,27 +241,26 @@ TEST(HedgeTest, ARefusedOrderIsTriedAgainASecondLaterAndUsesUpTheLimit) {
   EXPECT_GT(refused, 1);
   EXPECT_EQ(rig.hedge()->m_orders.front()->m_nOperation, EOT_BuyOpen);
   EXPECT_EQ(rig.hedge()->m_orders.size(), 10U);
-  EXPECT_EQ(rig.m_desk.hedgeState(task), TC::EHS_Paused);
+  EXPECT_EQ(rig.state(), TC::EHS_Paused);
 }
 
-TEST(HedgeTest, WhatCannotBeTradedStartsNothing) {
-  SHedgeRig rig;
+TEST_F(HedgeTest, WhatCannotBeTradedStartsNothing) {
   const auto refused = [&](auto change, const char* told) {
-    CBasketHedgeParam param = rig.m_param;
+    CBasketHedgeParam param = m_param;
     change(param);
-    rig.hedger().setParam(7, 7, param);
-    rig.hedger().start(7);
-    EXPECT_TRUE(rig.m_desk.hedgeState(7) == TC::EHS_None && !rig.hedge()) << told;
-    EXPECT_TRUE(rig.heard(told)) << told;
+    hedger().setParam(7, 7, param);
+    hedger().start(7);
+    EXPECT_TRUE(m_desk.hedgeState(7) == TC::EHS_None && !hedge()) << told;
+    EXPECT_TRUE(heard(told)) << told;
   };
   refused([](CBasketHedgeParam& param) { param.m_strAccount = "S1"; }, "S1 不是期货账户");
   refused([](CBasketHedgeParam& param) { param.m_strAccount = "X"; }, "X 不存在");
   refused([](CBasketHedgeParam& param) { param.m_strCode = "IF2712"; }, "IF2712 不存在");
   refused([](CBasketHedgeParam& param) { param.m_bEnabled = false; }, "");
-  rig.hedger().start(8);
-  rig.hedger().pause(8);
-  rig.hedger().stop(8);
-  EXPECT_FALSE(rig.hedge());
+  hedger().start(8);
+  hedger().pause(8);
+  hedger().stop(8);
+  EXPECT_FALSE(hedge());
 }
 
 /// Two hundred days, in parts that may run side by side.
@@ -293,16 +272,17 @@ TEST_P(HedgeDays, NeverExceedTheTargetNorLagByMoreThanARound) {
   int lots = 0;
   for (int day = 1; day <= DAYS_OF_PART; ++day) {
     const std::uint64_t seed = std::uint64_t(GetParam()) * DAYS_OF_PART + std::uint64_t(day);
+    SCOPED_TRACE(seed);
     SHedgeRig rig(seed);
     rig.startHedged(1 + seed % 2, 10);
     // The basket trades within a minute; afterwards nothing moves but the market.
     for (std::int64_t now = exchange::MORNING_BEGINS; now <= exchange::clockTime(9, 31); now += 100) {
       rig.m_simulation.advanceTo(now);
-      ASSERT_GE(rig.target(), rig.traded()) << "day " << seed;
-      ASSERT_LE(rig.target() - rig.traded(), rig.m_param.m_nOrderLots) << "day " << seed;
+      ASSERT_GE(rig.target(), rig.traded());
+      ASSERT_LE(rig.target() - rig.traded(), rig.m_param.m_nOrderLots);
     }
     rig.runTo(15, 1);
-    ASSERT_EQ(rig.traded(), rig.target()) << "at the end of day " << seed;
+    ASSERT_EQ(rig.traded(), rig.target()) << "at the end of the day";
     lots += rig.target();
   }
   EXPECT_GT(lots, 50 * DAYS_OF_PART);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <boost/make_shared.hpp>
 #include <map>
@@ -7,6 +9,7 @@
 #include <vector>
 
 #include "CSimulation.h"
+#include "TaskDetails.h"
 #include "ksservice/TraderCenter.h"
 
 /// What the orders of a detail have traded, and what its parameters want.
@@ -38,32 +41,21 @@ struct SRig {
   }
 
   void addAccount(const std::string& key, int type = 0) {
-    auto info = boost::make_shared<ksservice::CAccountInfo>();
-    info->m_strKey = key;
-    info->m_nType = type;
-    info->m_strDisplayId = std::to_string(1001 + m_accounts.size());
-    m_accounts.push_back(info);
-    desk::SAccount account;
-    account.m_pInfo = info;
-    m_desk.addAccount(account);
+    m_accounts.push_back(test::makeAccount(key, std::to_string(1001 + m_accounts.size())));
+    m_accounts.back()->m_nType = type;
+    m_desk.addAccount({m_accounts.back()});
   }
 
-  static constexpr int SECURITIES = 40;
   static constexpr std::int64_t DAY_START = 1795363200;  ///< 2026-11-23 at the exchange
 
   static exchange::SInstrument makeInstrument(std::string_view market, const std::string& code, double prevClose,
                                               double volume) {
-    exchange::SInstrument instrument;
-    instrument.m_strMarket = market;
-    instrument.m_strCode = instrument.m_strName = code;
-    instrument.m_dPrevClose = prevClose;
-    instrument.m_dVolume = volume;
-    return instrument;
+    return {std::string(market), code, code, prevClose, 0, volume};
   }
 
   static std::vector<exchange::SInstrument> makeInstruments() {
     std::vector<exchange::SInstrument> instruments;
-    for (int i = 0; i < SECURITIES; ++i) {
+    for (int i = 0; i < 40; ++i) {
       const double volume = i == 0 ? 2e5 : 1e7 + 1e6 * i;  // one that hardly trades
       instruments.push_back(
           makeInstrument(i % 2 ? "SZ" : "SH", std::to_string(i % 2 ? 1000 + i : 600000 + i), 5 + i, volume));
@@ -84,21 +76,15 @@ struct SRig {
   }
 
   static exchange::SExchangeSettings exchangeSettings(std::uint64_t seed, double rejectRate) {
-    exchange::SExchangeSettings settings;
-    settings.m_nSeed = seed;
-    settings.m_nDayStart = DAY_START;
-    settings.m_dRejectRate = rejectRate;
-    return settings;
+    return {.m_nSeed = seed, .m_nDayStart = DAY_START, .m_dRejectRate = rejectRate};
   }
 
   static engine::SEngineSettings engineSettings(double ordersPerSecond) {
-    engine::SEngineSettings settings;
-    settings.m_dOrdersPerSecond = ordersPerSecond;
-    settings.m_nDayStart = DAY_START;
-    settings.m_nFirstTaskId = 101;
-    settings.m_strUser = "u1";
-    settings.m_strLogin = "L1";
-    return settings;
+    return {.m_nDayStart = DAY_START,
+            .m_dOrdersPerSecond = ordersPerSecond,
+            .m_nFirstTaskId = 101,
+            .m_strUser = "u1",
+            .m_strLogin = "L1"};
   }
 
   /// Buys and sells of every security, for the first accounts of the rig.
@@ -106,25 +92,19 @@ struct SRig {
     engine::SBasketOrder basket;
     basket.m_strName = "test";
     for (const exchange::SInstrument& instrument : makeInstruments()) {
-      engine::SOrderLine line;
-      line.m_stock = {instrument.m_strMarket, instrument.m_strCode, instrument.m_strName};
-      line.m_nOperation = basket.m_lines.size() % 3 ? ksservice::EOT_Buy : ksservice::EOT_Sell;
-      line.m_nQuantity = 10000 + 100 * static_cast<int>(basket.m_lines.size());
-      line.m_dReference = instrument.m_dPrevClose;
-      basket.m_lines.push_back(line);
+      const int number = static_cast<int>(basket.m_lines.size());
+      basket.m_lines.push_back(line(instrument.m_strMarket, instrument.m_strCode,
+                                    number % 3 ? ksservice::EOT_Buy : ksservice::EOT_Sell, 10000 + 100 * number));
+      basket.m_lines.back().m_dReference = instrument.m_dPrevClose;
     }
     basket.m_accounts.assign(m_accounts.begin(), m_accounts.begin() + static_cast<std::ptrdiff_t>(accounts));
     return basket;
   }
 
-  static engine::SOrderLine line(const char* market, const char* code, int operation, int quantity) {
-    engine::SOrderLine line;
-    line.m_stock = {market, code, code};
-    line.m_nOperation = operation;
-    line.m_nQuantity = quantity;
-    return line;
+  static engine::SOrderLine line(const std::string& market, const std::string& code, int operation, int quantity) {
+    return {.m_stock = {market, code, code}, .m_nOperation = operation, .m_nQuantity = quantity, .m_rules = {}};
   }
-  /// Starts a basket of these lines for the first account; returns the key of its sub-task.
+  /// Starts a basket of these lines, or of the rig's, for the first account; returns the key of its sub-task.
   std::string start(std::vector<engine::SOrderLine> lines, const std::optional<TC::SAlgoParams>& algo = std::nullopt) {
     engine::SBasketOrder order = basket();
     order.m_lines = std::move(lines);

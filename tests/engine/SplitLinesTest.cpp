@@ -8,13 +8,9 @@
 namespace {
 
 engine::SOrderLine makeLine(int number, int quantity, int lot, int minimum) {
-  engine::SOrderLine line;
-  line.m_stock.m_strMarket = "SH";
-  line.m_stock.m_strCode = std::to_string(600000 + number);
-  line.m_nQuantity = quantity;
-  line.m_rules.m_nBuyStep = lot;
-  line.m_rules.m_nBuyMinimum = minimum;
-  return line;
+  return {.m_stock = {"SH", std::to_string(600000 + number), {}},
+          .m_nQuantity = quantity,
+          .m_rules = {.m_nBuyMinimum = minimum, .m_nBuyStep = lot}};
 }
 
 TEST(SplitLines, KeepsEveryShareInWholeLotsForAllButTheFirstAccount) {
@@ -29,14 +25,13 @@ TEST(SplitLines, KeepsEveryShareInWholeLotsForAllButTheFirstAccount) {
     const auto parts = engine::splitLines(lines, accounts);
     ASSERT_EQ(parts.size(), static_cast<std::size_t>(accounts));
     std::map<std::string, int> sums;
-    for (std::size_t account = 0; account < parts.size(); ++account) {
-      for (const engine::SOrderLine& part : parts[account]) {
+    for (const auto& account : parts) {
+      for (const engine::SOrderLine& part : account) {
         EXPECT_GT(part.m_nQuantity, 0);
-        if (account > 0) {
-          EXPECT_EQ(part.m_nQuantity % part.m_rules.m_nBuyStep, 0);
-          EXPECT_GE(part.m_nQuantity, part.m_rules.m_nBuyMinimum);
-        }
         sums[part.m_stock.m_strCode] += part.m_nQuantity;
+        if (&account == &parts[0]) continue;
+        EXPECT_EQ(part.m_nQuantity % part.m_rules.m_nBuyStep, 0);
+        EXPECT_GE(part.m_nQuantity, part.m_rules.m_nBuyMinimum);
       }
     }
     for (const engine::SOrderLine& line : lines) EXPECT_EQ(sums[line.m_stock.m_strCode], line.m_nQuantity);

@@ -1,18 +1,9 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "Market.h"
 
 using namespace markets;
 
 TEST(Rules, PriceLimitsFollowMarketBoardAndName) {
-  struct SCase {
-    SInstrument m_instrument;
-    double m_dUp;
-    double m_dDown;
-  };
-  const std::vector<SCase> cases{
+  const std::tuple<SInstrument, double, double> cases[] = {
       {share("SH", "600000", 10.05, 1e8), 11.06, 9.05},  // 11.055 and 9.045: half goes up
       {share("SZ", "002024", 1.91, 1e8, "*ST样本"), 2.01, 1.81},
       {share("SZ", "300750", 10.05, 1e8), 12.06, 8.04},
@@ -23,10 +14,10 @@ TEST(Rules, PriceLimitsFollowMarketBoardAndName) {
       {share("SZ", "000300", 10.00, 1e8), 11.00, 9.00},            // 300 counts at the front only
       {share("SH", "600001", 0.03, 1e8), 0.04, 0.02},              // never less than a tick
   };
-  for (const SCase& listed : cases) {
-    const SRules rules = rulesOf(listed.m_instrument);
-    EXPECT_EQ(rules.toPrice(rules.m_nLimitUp), listed.m_dUp) << listed.m_instrument.m_strCode;
-    EXPECT_EQ(rules.toPrice(rules.m_nLimitDown), listed.m_dDown) << listed.m_instrument.m_strCode;
+  for (const auto& [instrument, up, down] : cases) {
+    const SRules rules = rulesOf(instrument);
+    EXPECT_EQ(rules.toPrice(rules.m_nLimitUp), up) << instrument.m_strCode;
+    EXPECT_EQ(rules.toPrice(rules.m_nLimitDown), down) << instrument.m_strCode;
   }
 }
 
@@ -36,9 +27,7 @@ TEST(Rules, PricesAreWholeTicks) {
   EXPECT_EQ(shares.toTicks(0.1 + 0.2), 30);
   EXPECT_EQ(shares.toTicks(10.055), -1);
   for (const double nonsense : {0.0, -1.0, std::nan(""), 1e300, HUGE_VAL}) EXPECT_EQ(shares.toTicks(nonsense), -1);
-  SInstrument future = share("CFFEX", "IF2612", 4000, 1e9);
-  future.m_kind = EKind::IndexFuture;
-  const SRules futures = rulesOf(future);
+  const SRules futures = rulesOf({"CFFEX", "IF2612", "", 4000, 0, 1e5, EKind::IndexFuture});
   EXPECT_EQ(futures.toTicks(4000.2), 20001);
   EXPECT_EQ(futures.toTicks(4000.3), -1);
   EXPECT_EQ(futures.toPrice(20001), 4000.2);
@@ -46,30 +35,24 @@ TEST(Rules, PricesAreWholeTicks) {
 }
 
 TEST(IndexFutures, ListFourMonthsAroundTheThirdFriday) {
-  struct SCase {
-    SDate m_date;
-    std::vector<std::string> m_months;
+  const std::pair<SDate, const char*> cases[] = {
+      {{2026, 11, 20}, "IF2611 IF2612 IF2703 IF2706 "},  // the third Friday itself still trades
+      {{2026, 11, 23}, "IF2612 IF2701 IF2703 IF2706 "}, {{2026, 12, 1}, "IF2612 IF2701 IF2703 IF2706 "},
+      {{2026, 12, 21}, "IF2701 IF2702 IF2703 IF2706 "}, {{2027, 2, 22}, "IF2703 IF2704 IF2706 IF2709 "},
   };
-  const std::vector<SCase> cases{
-      {{2026, 11, 20}, {"2611", "2612", "2703", "2706"}},  // the third Friday itself still trades
-      {{2026, 11, 23}, {"2612", "2701", "2703", "2706"}}, {{2026, 12, 1}, {"2612", "2701", "2703", "2706"}},
-      {{2026, 12, 21}, {"2701", "2702", "2703", "2706"}}, {{2027, 2, 22}, {"2703", "2704", "2706", "2709"}},
-  };
-  for (const SCase& day : cases) {
-    const auto futures = listedIndexFutures(day.m_date);
+  for (const auto& [date, codes] : cases) {
+    const auto futures = listedIndexFutures(date);
     ASSERT_EQ(futures.size(), 16u);
-    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(futures[i].m_strCode, "IF" + day.m_months[i]);
+    std::string found;
+    for (std::size_t i = 0; i < 4; ++i) found += futures[i].m_strCode + " ";
+    EXPECT_EQ(found, codes);
   }
 }
 
 TEST(IndexFutures, TakeTheirReferenceFromTheListAndAreAlwaysThere) {
-  SInstrument kind = share("CFFEX", "IC", 7000, 0);
-  kind.m_kind = EKind::IndexFuture;
-  kind.m_dVolume = 1000;
-  SInstrument contract = kind;
-  contract.m_strCode = "IM2612";
-  contract.m_nMultiplier = 200;
-  CExchange exchange({kind, contract}, settings(1));
+  CExchange exchange({{"CFFEX", "IC", "", 7000, 0, 1000, EKind::IndexFuture},
+                      {"CFFEX", "IM2612", "", 7000, 0, 1000, EKind::IndexFuture, 200}},
+                     settings(1));
   EXPECT_EQ(exchange.instruments().size(), 16u);
   EXPECT_EQ(exchange.findInstrument("CFFEX", "IC"), -1);
   EXPECT_EQ(exchange.findInstrument("SH", "IC2612"), -1);
@@ -92,12 +75,12 @@ TEST(Dates, AreTheExchangesOwn) {
 }
 
 TEST(Sessions, BeginWithTheirFirstMillisecond) {
-  const std::vector<std::pair<std::int64_t, EPhase>> begins{
-      {DAY_OPENS, EPhase::Waiting},          {MORNING_BEGINS, EPhase::Morning}, {MORNING_ENDS, EPhase::Lunch},
-      {AFTERNOON_BEGINS, EPhase::Afternoon}, {DAY_CLOSES, EPhase::Closed},
-  };
   EPhase before = EPhase::BeforeOpen;
-  for (const auto& [at, phase] : begins) {
+  for (const auto& [at, phase] : {std::pair(DAY_OPENS, EPhase::Waiting),
+                                  {MORNING_BEGINS, EPhase::Morning},
+                                  {MORNING_ENDS, EPhase::Lunch},
+                                  {AFTERNOON_BEGINS, EPhase::Afternoon},
+                                  {DAY_CLOSES, EPhase::Closed}}) {
     EXPECT_EQ(phaseAt(at - 1), before);
     EXPECT_EQ(phaseAt(at), phase);
     before = phase;
