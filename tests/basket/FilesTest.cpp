@@ -1,16 +1,13 @@
-#include <gtest/gtest.h>
-
 #include "BasketFiles.h"
+
+#include <algorithm>
+
 #include "CExchange.h"
 #include "TestFile.h"
 
 using namespace basket;
 
 namespace {
-
-using Texts = std::vector<std::string>;
-
-const std::string SAMPLES = PBT_SOURCE_DIR "/data/";
 
 /// Knows what an exchange lists of these instruments, and the index futures that it always lists.
 auto listingOf(const std::vector<exchange::SInstrument>& instruments) {
@@ -20,20 +17,7 @@ auto listingOf(const std::vector<exchange::SInstrument>& instruments) {
   return [market](std::string_view where, std::string_view code) { return market->findInstrument(where, code) >= 0; };
 }
 
-bool isListed(std::string_view where, std::string_view code) {
-  static const auto listed = [] {
-    const CTestFile file("market,code,name,prevClose,volume\nSH,600000,浦发银行,10,1000\nSZ,000001,平安银行,11,1000\n");
-    return listingOf(readInstrumentFile(file.path()).m_instruments);
-  }();
-  return listed(where, code);
-}
-
-Texts basketFaults(const std::string& rows) {
-  const CTestFile file("市场,代码,方向,数量\n" + rows);
-  const SBasketFile basket = readBasketFile(file.path(), isListed);
-  EXPECT_TRUE(basket.m_faults.empty() || basket.m_lines.empty()) << "a faulty basket has no line to trade";
-  return file.told(basket.m_faults);
-}
+const auto isListed = listingOf({{"SH", "600000", "浦发银行", 10, 0, 1000}, {"SZ", "000001", "平安银行", 11, 0, 1000}});
 
 }  // namespace
 
@@ -54,14 +38,12 @@ TEST(BasketFile, TakesEverySpellingOfItsColumns) {
   }
   EXPECT_EQ(lines, (Texts{"2 buy 100 SH.600000 浦发银行", "3 sell 1000000000 SZ.000001 ", "4 buy 1 CFFEX.IF2612 期指",
                           "5 sell 7 SH.600000 "}));
+  const CTestFile unlisted("market,code,side,quantity\nSH,600001,buy,100\n");
+  EXPECT_TRUE(readBasketFile(unlisted.path()).isGood()) << "without a list of instruments";
 }
 
 TEST(BasketFile, NamesEveryFaultAndTradesNothing) {
-  struct SCase {
-    std::string m_rows;
-    Texts m_faults;
-  };
-  const std::vector<SCase> cases{
+  const std::pair<std::string, Texts> cases[] = {
       {"", {"F: no line in the basket"}},
       {"XX,600000,买入,100\n", {"F:2: unknown market \"XX\""}},
       {",600000,买入,100\n", {"F:2: unknown market \"\""}},
@@ -93,12 +75,12 @@ TEST(BasketFile, NamesEveryFaultAndTradesNothing) {
        {"F:3: unknown market \"XX\"", "F:3: unknown side \"hold\": it is 买入 or 卖出", "F:3: the quantity is 0",
         "F:4: 3 fields where the header has 4"}},
   };
-  for (const SCase& basket : cases) EXPECT_EQ(basketFaults(basket.m_rows), basket.m_faults) << basket.m_rows;
-}
-
-TEST(BasketFile, NeedsNoListOfInstruments) {
-  const CTestFile file("market,code,side,quantity\nSH,600001,buy,100\n");
-  EXPECT_TRUE(readBasketFile(file.path()).isGood());
+  for (const auto& [rows, faults] : cases) {
+    const CTestFile file("市场,代码,方向,数量\n" + rows);
+    const SBasketFile basket = readBasketFile(file.path(), isListed);
+    EXPECT_EQ(file.told(basket.m_faults), faults) << rows;
+    EXPECT_TRUE(basket.m_lines.empty()) << "a faulty basket has no line to trade";
+  }
 }
 
 TEST(InstrumentFile, ReadsFiguresAndFillsInWhatIsKnownOfAKind) {
@@ -142,15 +124,15 @@ TEST(InstrumentFile, NamesEveryFault) {
 }
 
 TEST(Samples, AreGoodAndFitEachOther) {
-  const SInstrumentFile read = readInstrumentFile(SAMPLES + "instruments.csv");
+  const SInstrumentFile read = readInstrumentFile(PBT_SOURCE_DIR "/data/instruments.csv");
   ASSERT_TRUE(read.isGood()) << read.m_faults.front().toString();
   EXPECT_GE(read.m_instruments.size(), 324u);  // 320 shares and the four kinds of futures
-  for (const auto& [name, size] : {std::pair("basket50.csv", 50u), {"basket300.csv", 300u}}) {
-    const SBasketFile basket = readBasketFile(SAMPLES + "baskets/" + name, listingOf(read.m_instruments));
+  for (const auto& [name, size] : {std::pair("basket50.csv", 50), {"basket300.csv", 300}}) {
+    const SBasketFile basket =
+        readBasketFile(std::string(PBT_SOURCE_DIR "/data/baskets/") + name, listingOf(read.m_instruments));
     ASSERT_TRUE(basket.isGood()) << basket.m_faults.front().toString();
-    EXPECT_EQ(basket.m_lines.size(), size);
-    const auto buys = static_cast<unsigned>(std::count_if(basket.m_lines.begin(), basket.m_lines.end(),
-                                                          [](const SBasketLine& line) { return line.m_bBuy; }));
+    EXPECT_EQ(std::ssize(basket.m_lines), size);
+    const auto buys = std::ranges::count(basket.m_lines, true, &SBasketLine::m_bBuy);
     EXPECT_GT(buys, size / 2);
     EXPECT_LT(buys, size);
   }

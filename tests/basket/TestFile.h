@@ -1,15 +1,17 @@
 /// A file that lives as long as its test.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "TextTable.h"
+
+using Texts = std::vector<std::string>;
 
 class CTestFile {
  public:
@@ -19,19 +21,19 @@ class CTestFile {
     if (handle >= 0) close(handle);
     std::ofstream(m_strPath, std::ios::binary) << bytes;
   }
-  ~CTestFile() { std::remove(m_strPath.c_str()); }
+  ~CTestFile() { std::filesystem::remove(m_strPath); }
   CTestFile(const CTestFile&) = delete;
   CTestFile& operator=(const CTestFile&) = delete;
 
   const std::string& path() const { return m_strPath; }
 
   /// The faults as they are told, the file's name shortened to F.
-  std::vector<std::string> told(const std::vector<basket::SFault>& faults) const {
-    std::vector<std::string> texts;
+  Texts told(const std::vector<basket::SFault>& faults) const {
+    Texts texts;
     for (const basket::SFault& fault : faults) {
-      const std::string text = fault.toString();
-      EXPECT_EQ(text.substr(0, m_strPath.size()), m_strPath);
-      texts.push_back(std::string("F").append(text, m_strPath.size()));
+      texts.push_back(fault.toString());
+      EXPECT_TRUE(texts.back().starts_with(m_strPath)) << texts.back();
+      texts.back().replace(0, m_strPath.size(), "F");
     }
     return texts;
   }

@@ -1,15 +1,21 @@
+#include "CDesk.h"
+
 #include <gtest/gtest.h>
 
-#include "Samples.h"
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "TaskDetails.h"
 
 namespace {
 
+using namespace std::chrono_literals;
 using desk::CDesk;
 
 TC::CCodeInfo instrument(const std::string& market, const std::string& name) {
-  TC::CCodeInfo info;
-  info.m_strMarket = market;
-  info.m_strCode = "600000";
+  TC::CCodeInfo info = test::makeInstrument(market, "600000");
   info.m_strName = name;
   return info;
 }
@@ -41,53 +47,111 @@ TEST(Desk, OrderDetailsComeAndGoWithPublications) {
   const ksservice::CMavOrderTag tag("t1");
   auto known = boost::make_shared<ksservice::COrderDetail>();
   known->m_bCancelled = true;
-  desk::SPublication publication = sample::publication("1-1");
-  publication.m_orderDetails = {{tag, known}};
-  desk.publishTask(publication);
+  desk.publishTask({test::makeDetail(1), {{tag, known}}});
   EXPECT_EQ(desk.orderDetail(ksservice::CMavOrderTag("t1")), known);
   EXPECT_FALSE(desk.orderDetail(ksservice::CMavOrderTag("t2")));
 
   // Not named: as before. Named with none: gone.
-  publication.m_orderDetails.clear();
-  desk.publishTask(publication);
+  desk.publishTask({test::makeDetail(1), {}});
   EXPECT_EQ(desk.orderDetail(tag), known);
-  publication.m_orderDetails = {{tag, nullptr}};
-  desk.publishTask(publication);
+  desk.publishTask({test::makeDetail(1), {{tag, nullptr}}});
   EXPECT_FALSE(desk.orderDetail(tag));
 }
 
 TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   CDesk desk;
-  desk::SPublication first = sample::publication("1-1");
-  first.m_pDetail->m_orders = {boost::make_shared<ksservice::COrderInfo>()};
-  desk.publishTask(first);
-  const auto corrected = boost::make_shared<ksservice::CTaskDetail>(*first.m_pDetail);
+  const auto first = test::makeFilled(1, 1, 100);
+  desk.publishTask({first, {}});
+  const auto corrected = boost::make_shared<ksservice::CTaskDetail>(*first);
   corrected->m_nStatus = ksservice::ETS_Finished;
   desk.updateData(corrected);
   EXPECT_EQ(desk.taskDetail("1-1"), corrected);
 
   // A detail with newer orders was published meanwhile: the correction would take its fills away.
-  desk::SPublication second = sample::publication("1-1");
-  second.m_pDetail->m_orders = {boost::make_shared<ksservice::COrderInfo>()};
-  desk.publishTask(second);
+  const auto second = test::makeFilled(1, 1, 200);
+  desk.publishTask({second, {}});
   desk.updateData(corrected);
-  EXPECT_EQ(desk.taskDetail("1-1"), second.m_pDetail);
+  EXPECT_EQ(desk.taskDetail("1-1"), second);
 }
 
 TEST(Desk, AccountsKeepTheirOrderAndAreReplacedByKey) {
   CDesk desk;
-  for (const char* key : {"B", "A", "B"}) {
-    auto info = boost::make_shared<ksservice::CAccountInfo>();
-    info->m_strKey = key;
-    desk::SAccount account;
-    account.m_pInfo = info;
-    account.m_bFiltered = desk.accounts().size() == 2;
-    desk.addAccount(account);
-  }
+  for (const char* key : {"B", "A", "B"})
+    desk.addAccount({.m_pInfo = test::makeAccount(key, {}), .m_bFiltered = desk.accounts().size() == 2});
   ASSERT_EQ(desk.accounts().size(), 2u);
   EXPECT_EQ(desk.accounts()[0].m_pInfo->getKey(), "B");
   EXPECT_TRUE(desk.accounts()[0].m_bFiltered);
   EXPECT_FALSE(desk.accounts()[1].m_bFiltered);
+}
+
+TEST(Subscription, TheHandleWaitsForARunningCallback) {
+  CDesk desk;
+  std::promise<void> entered;
+  std::promise<void> leave;
+  std::atomic<bool> left{false};
+  auto handle = desk.subscribeTasks([&](const auto&) {
+    entered.set_value();
+    leave.get_future().wait();
+    left = true;
+  });
+  std::thread feed([&] { desk.publishTask({test::makeDetail(1), {}}); });
+  entered.get_future().wait();
+  std::future<bool> ended = std::async(std::launch::async, [&] {
+    handle.reset();
+    return left.load();
+  });
+  EXPECT_EQ(ended.wait_for(50ms), std::future_status::timeout);
+  leave.set_value();
+  EXPECT_TRUE(ended.get()) << "the handle went while its callback ran";
+  feed.join();
+}
+
+TEST(Subscription, ACallbackMayEndItsOwnSubscription) {
+  CDesk desk;
+  int calls = 0;
+  utils::CSubscriptionHandle handle;
+  handle = desk.subscribeTasks([&](const auto&) {
+    ++calls;
+    handle.reset();
+  });
+  desk.publishTask({test::makeDetail(1), {}});
+  desk.publishTask({test::makeDetail(1), {}});
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(Subscription, AHandleMayOutliveItsDesk) {
+  auto gone = std::make_unique<CDesk>();
+  utils::CSubscriptionHandle handle = gone->subscribeTasks([](const auto&) { FAIL() << "nothing was published"; });
+  gone.reset();
+  handle.reset();
+}
+
+/// Subscribers that come and go while two threads publish: no callback comes after its handle went.
+TEST(Subscription, NoCallbackComesAfterTheHandle) {
+  CDesk desk;
+  std::atomic<bool> stop{false};
+  std::atomic<int> late{0};
+  std::atomic<int> received{0};
+  const auto feed = [&](int task) {
+    while (!stop) desk.publishTask({test::makeDetail(task), {}});
+  };
+  std::thread first(feed, 1);
+  std::thread second(feed, 2);
+  for (int round = 0; round < 200; ++round) {
+    auto alive = std::make_shared<std::atomic<bool>>(true);
+    auto handle = desk.subscribeTasks([&, alive](const auto&) {
+      ++received;
+      if (!*alive) ++late;
+    });
+    const int before = received;
+    while (received == before) std::this_thread::yield();
+    handle.reset();
+    *alive = false;
+  }
+  stop = true;
+  first.join();
+  second.join();
+  EXPECT_EQ(late, 0);
 }
 
 }  // namespace

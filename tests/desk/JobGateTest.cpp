@@ -6,7 +6,8 @@
 #include <future>
 #include <thread>
 
-#include "Samples.h"
+#include "CDesk.h"
+#include "TaskDetails.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ class JobGate : public testing::Test {
  protected:
   /// Publishes on a host thread.
   std::future<void> publishElsewhere() {
-    return std::async(std::launch::async, [this] { m_desk.publishTask(sample::publication("1-1")); });
+    return std::async(std::launch::async, [this] { m_desk.publishTask({test::makeDetail(1), {}}); });
   }
   void post() { m_gate.jobPosted(EPanelJob::Refresh); }
   std::future<void> beginElsewhere() {
@@ -106,7 +107,7 @@ TEST_F(JobGate, NobodyWaitsWithoutARecordingNorTheGuiThreadWithOne) {
   std::future<void> delivery = publishElsewhere();
   EXPECT_TRUE(isDone(delivery));
   m_gate.setRecording(true);
-  m_desk.publishTask(sample::publication("2-1"));
+  m_desk.publishTask({test::makeDetail(2), {}});
   EXPECT_TRUE(m_desk.taskDetail("2-1"));
   end();
 }

@@ -4,8 +4,9 @@
 #include <QThread>
 #include <thread>
 
+#include "CDesk.h"
 #include "CHostServices.h"
-#include "Samples.h"
+#include "ksservice/TraderCenter.h"
 #include "tc/CBasketHedgeManager.h"
 #include "tc/CStockUnitConfig.h"
 #include "tc/CTradingCalendar.h"
@@ -50,7 +51,6 @@ TEST_F(ServicesTest, TheManualClockMovesForwardOnlyAndFiresWhatIsPending) {
 TEST_F(ServicesTest, SignalsComeOnTheGuiThreadWhoeverAnnounces) {
   std::vector<std::string> heard;
   const QThread* gui = QThread::currentThread();
-  QObject context;
   const auto note = [&](const std::string& what) {
     heard.push_back(QThread::currentThread() == gui ? what : "on another thread");
   };
@@ -60,13 +60,12 @@ TEST_F(ServicesTest, SignalsComeOnTheGuiThreadWhoeverAnnounces) {
                    [&](int task, int status) { note(std::to_string(task) + "/" + std::to_string(status)); });
   QObject::connect(&TC::getTradingCalendar(), &TC::CTradingCalendar::sigNewTradingDate, note);
   QObject::connect(&TC::getStockUnitConfig(), &TC::CStockUnitConfig::sigStockUnitChange, [&] { note("units"); });
-  std::thread elsewhere([this] {
+  std::thread([this] {
     m_services.announceHedgeVolume(123, 5);
     m_services.announceHedgeStatus(123, 1);
     m_services.announceTradingDay("20261123");
     m_services.announceStockUnitChange();
-  });
-  elsewhere.join();
+  }).join();
   EXPECT_TRUE(heard.empty());
   QCoreApplication::processEvents();
   EXPECT_EQ(heard, (std::vector<std::string>{"123:5", "123/1", "20261123", "units"}));
@@ -74,7 +73,6 @@ TEST_F(ServicesTest, SignalsComeOnTheGuiThreadWhoeverAnnounces) {
 
 TEST_F(ServicesTest, AreTakenWholeOrNotAtAll) {
   TC::SServices some;
-  some.clock = nullptr;
   some.dataCenter = &ksservice::TraderCenter::instance().getDataCenter();
   some.userConfig = &TC::getUserConfig();
   const unsigned before = TC::servicesNumber();
