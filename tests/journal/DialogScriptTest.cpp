@@ -14,8 +14,7 @@ namespace {
 
 using namespace journal;
 
-constexpr int ACCEPT = 1;
-constexpr int OPEN_INNER = 2;
+enum EButton { ACCEPT = 1, OPEN_INNER };
 
 /// "确定" accepts, "内部" opens another dialog of its kind inside it.
 class CDialog : public GV::CCommonDialog {
@@ -23,7 +22,7 @@ class CDialog : public GV::CCommonDialog {
   explicit CDialog(const QString& title, QWidget* parent = nullptr) : CCommonDialog(parent) {
     setWindowTitle(title);
     auto* row = new QHBoxLayout(this);
-    for (const auto& [text, id] : {std::pair{"确定", ACCEPT}, std::pair{"内部", OPEN_INNER}}) {
+    for (const auto& [text, id] : {std::pair{"确定", ACCEPT}, {"内部", OPEN_INNER}}) {
       auto* button = new GV::CPushButton(id, this);
       button->setText(QString::fromUtf8(text));
       row->addWidget(button);
@@ -88,14 +87,22 @@ TEST_F(DialogScript, NamesTheLineOfAnActThatCannotBeDoneAndStops) {
 
 class LineSequence : public testing::Test {
  protected:
-  static SLine named(const char* name) {
-    SLine line;
-    line.m_body = SDumpLine{name};
-    return line;
+  /// Works words off. A line is put, held where an act may follow from it, or asked for; a dialog opens or ends,
+  /// something is pressed in it; what is held settles.
+  void work(const QString& words) {
+    for (const QString& each : words.split(QStringLiteral(", "))) {
+      const std::string what = each.section(' ', 0, 0).toStdString();
+      const std::string name = each.section(' ', 1).toStdString();
+      SLine line;
+      line.m_body = SDumpLine{name};
+      if (what == "put" || what == "hold") m_lines.put(std::move(line), what == "hold");
+      if (what == "ask") m_lines.putAsked(std::move(line));
+      if (what == "press") m_lines.add(press(name));
+      if (what == "open") m_lines.dialogOpens();
+      if (what == "end") m_lines.dialogEnded();
+      if (what == "settle") m_lines.settle();
+    }
   }
-  /// A line of this name; one that an act may follow from is held.
-  void put(const char* name, bool held = false) { m_lines.put(named(name), held); }
-  void putAsked(const char* name) { m_lines.putAsked(named(name)); }
 
   /// What was written: names, and the acts of dialogs.
   std::string order() const {
@@ -113,49 +120,21 @@ class LineSequence : public testing::Test {
 };
 
 TEST_F(LineSequence, PutsADialogsActsBeforeTheLineThatOpenedItAndWhatCameMeanwhileBehind) {
-  put("before");
-  put("held", true);
+  work("put before, hold held");
   EXPECT_EQ(order(), "before, ");
-  put("opener", true);
-  m_lines.dialogOpens();
-  m_lines.settle();
-  m_lines.add(press("a"));
-  put("1", true);
-  put("2");
-  m_lines.dialogOpens();
-  m_lines.add(press("b"));
-  m_lines.dialogEnded();
-  m_lines.add(press("c"));
-  put("3");
+  work("hold opener, open, settle, press a, hold 1, put 2, open, press b, end, press c, put 3");
   EXPECT_EQ(order(), "before, ");
-  m_lines.dialogEnded();
-  m_lines.settle();
-  put("after");
+  work("end, settle, put after");
   EXPECT_EQ(order(),
             "before, held, [{\"press\":\"a\"},{\"play\":2},{\"press\":\"b\"},{\"press\":\"c\"}], "
             "opener, 1, 2, 3, after, ");
 }
 
 TEST_F(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
-  putAsked("at once");
-  put("refresh", true);
-  putAsked("its quote");
-  put("behind");
-  m_lines.settle();
-  put("opener", true);
-  m_lines.dialogOpens();
-  putAsked("opener's quote");
-  m_lines.settle();
-  m_lines.add(press("a"));
-  m_lines.settle();
-  put("refresh inside", true);
-  putAsked("inside's quote");
-  m_lines.settle();
-  m_lines.add(press("b"));
-  putAsked("b's quote");
-  m_lines.dialogEnded();
-  putAsked("what b confirmed asks for");
-  m_lines.settle();
+  work(
+      "ask at once, hold refresh, ask its quote, put behind, settle, hold opener, open, ask opener's quote, settle, "
+      "press a, settle, hold refresh inside, ask inside's quote, settle, press b, ask b's quote, end, "
+      "ask what b confirmed asks for, settle");
   EXPECT_EQ(order(),
             "at once, its quote, refresh, behind, opener's quote, "
             "[{\"press\":\"a\"},{\"play\":4},{\"press\":\"b\"}], opener, inside's quote, refresh inside, "
@@ -163,9 +142,7 @@ TEST_F(LineSequence, PutsWhatAnActAsksForBeforeTheActAndBehindWhatHadSettled) {
 }
 
 TEST_F(LineSequence, LosesNothingWhenTheSessionEndsInsideADialog) {
-  put("opener", true);
-  m_lines.dialogOpens();
-  put("1");
+  work("hold opener, open, put 1");
   m_lines.finish();
   EXPECT_EQ(order(), "opener, 1, ");
 }

@@ -19,19 +19,9 @@ inline const std::string SETUP =
 {"kind":"quote","market":"SH","code":"600000","last":10.0}
 )";
 
-/// A line of task 123: 200 of 1000 traded.
-inline std::string task(int status) {
-  return R"({"kind":"task","via":"feed","id":123,"number":1,"status":)" + std::to_string(status) +
-         R"(,"command":{"id":1123,"taskId":123,"traderType":1,"user":"u1","login":"L1","basketType":1},)"
-         R"("params":[{"account":"A1","operation":1,"market":"SH","code":"600000","price":10.0,"volume":1000}],)"
-         R"("orders":[{"key":"o1","market":"SH","code":"600000","operation":1,"volume":1000,"traded":200,)"
-         R"("price":10.0,"amount":2000.0,"completed":true}]})";
-}
-
 /// A replay with everything that it takes.
-class CReplay {
- public:
-  CReplay()
+struct SReplay {
+  SReplay()
       : m_services(m_desk, desk::CHostServices::EClock::Manual),
         m_output(m_out),
         m_player(
@@ -55,10 +45,7 @@ class CReplay {
     return found;
   }
   std::string errors() const { return m_errors.str(); }
-  std::string out() const { return m_out.str(); }
-  journal::CPlayer& player() { return m_player; }
 
- private:
   desk::CDesk m_desk;
   desk::CHostServices m_services;
   std::ostringstream m_out;

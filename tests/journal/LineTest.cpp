@@ -2,16 +2,22 @@
 
 #include <boost/make_shared.hpp>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
+#include "COutput.h"
 #include "LineRecords.h"
+#include "utils/Log.h"
 
 namespace {
 
 using nlohmann::json;
 using namespace journal;
 
-/// Throws where there is a fault.
-SLine parse(const std::string& text) { return std::get<SLine>(parseLine(text)); }
+SLine parse(const std::string& text) {
+  const auto parsed = parseLine(text);
+  if (const auto* fault = std::get_if<std::string>(&parsed)) throw std::runtime_error(*fault + "\n" + text);
+  return std::get<SLine>(parsed);
+}
 
 template <typename Body>
 Body parseAs(const std::string& text) {
@@ -136,6 +142,35 @@ TEST(TaskLine, CarriesAPublicationThere) {
   SLine line;
   line.m_body = toTaskLine(first, desk);
   EXPECT_EQ(json::parse(writeLine(line)), json::parse(WHOLE_TASK));
+}
+
+TEST(Output, NamesWhatDiffersFromItsDefaultAndNothingThatComesBehindTheEnd) {
+  std::ostringstream out;
+  desk::CDesk desk;
+  {
+    COutput output(out);
+    desk.addObserver(&output);
+    ksservice::CBasketHedgeParam param;
+    param.m_strCode = "IF2612";
+    param.m_nOrderLots = 2;
+    desk.giveHedgeParam(123, 77, param);
+    desk.removeObserver(&output);
+  }
+  utils::logInfo(&out, "f", "after the end");
+  EXPECT_EQ(out.str(),
+            "{\"call\":\"setHedgeParam\",\"group\":123,\"command\":77,\"param\":{\"enabled\":false,\"market\":\"\","
+            "\"code\":\"IF2612\",\"account\":\"\",\"operation\":4,\"volume\":0,\"orderLots\":2}}\n");
+}
+
+TEST(Output, OutlivesATextThatIsNoUtf8AndSaysWhenALineCouldNotBeWritten) {
+  std::ostringstream out;
+  COutput output(out);
+  output.put({{"log", "info"}, {"text", "broken \xff bytes"}});
+  EXPECT_EQ(json::parse(out.str()).at("text"), "broken \xEF\xBF\xBD bytes");
+  EXPECT_TRUE(output.isGood());
+  out.setstate(std::ios::badbit);
+  output.put({{"log", "info"}});
+  EXPECT_FALSE(output.isGood());
 }
 
 }  // namespace

@@ -4,14 +4,16 @@
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
+#include <chrono>
 #include <future>
 #include <nlohmann/json.hpp>
 
+#include "CInputDelay.h"
 #include "CRecorder.h"
-#include "JournalReader.h"
 #include "JournalRig.h"
-#include "LineRecords.h"
 #include "TableDump.h"
+#include "TaskDetails.h"
 #include "gv/CCommonDialog.h"
 #include "gv/CFileDialog.h"
 #include "gv/CHpfTreeTable.h"
@@ -22,6 +24,7 @@ namespace {
 
 using nlohmann::json;
 using namespace journal;
+using namespace std::chrono_literals;
 
 /// A journal's lines without their times: all of them, or those of a kind.
 std::vector<json> linesOf(const std::string& journal, const std::string& kind = {}) {
@@ -40,9 +43,13 @@ class CLiveSession {
  public:
   CLiveSession() : m_services(m_desk, desk::CHostServices::EClock::Live), m_recorder(m_desk, m_journal) {
     m_services.install();
-    std::istringstream in(SETUP);
-    for (const SLine& line : readJournal(in, "setup").m_lines)
-      std::visit([this](const auto& body) { set(body); }, line.m_body);
+    desk::SSession session;
+    session.m_strUser = "u1";
+    session.m_strLogin = "L1";
+    m_desk.setSession(session);
+    m_desk.addAccount({test::makeAccount("A1", "1001")});
+    m_desk.setInstrument(test::makeInstrument("SH", "600000"));
+    setQuote(10);
     m_recorder.recordOpen();
     m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
     m_recorder.watch(*m_pPanel);
@@ -57,7 +64,7 @@ class CLiveSession {
   void run() {
     // On a thread of the host, which waits for the end of the first load.
     const auto published = std::async(std::launch::async, [this] {
-      m_desk.publishTask(toPublication(std::get<STaskLine>(std::get<SLine>(parseLine(task(3))).m_body), m_desk));
+      m_desk.publishTask({test::makeFilled(123, 1, 200), {}});
     });
     ASSERT_TRUE(QTest::qWaitFor([this] { return table().rowCount() == 2; }));
     m_pPanel->findChild<GV::CComboPushButton*>()->choose(1);
@@ -78,7 +85,6 @@ class CLiveSession {
     m_recorder.recordDump("end");
     return tableDump(*m_pPanel, "end");
   }
-  std::string journal() const { return m_journal.str(); }
   void setQuote(double last) {
     TC::CQuote quote;
     quote.m_dLast = quote.m_dCalc = quote.m_dOrder = last;
@@ -86,19 +92,11 @@ class CLiveSession {
   }
   GV::CHpfTreeTable& table() { return *tableOf(*m_pPanel); }
 
- private:
-  void set(const SSessionLine& line) { m_desk.setSession(line.m_session); }
-  void set(const SAccountLine& line) { m_desk.addAccount(toAccount(line)); }
-  void set(const SInstrumentLine& line) { m_desk.setInstrument(line.m_info); }
-  void set(const SQuoteLine& line) { m_desk.setQuotes({toQuote(line)}); }
-  template <typename Other>
-  void set(const Other&) {
-    FAIL() << "not a line of the setup";
-  }
+  std::ostringstream m_journal;
 
+ private:
   desk::CDesk m_desk;
   desk::CHostServices m_services;
-  std::ostringstream m_journal;
   CRecorder m_recorder;
   std::unique_ptr<TC::CBasketTasksPanel> m_pPanel;
 };
@@ -110,16 +108,14 @@ TEST(Recording, ReplayedGivesTheSameTableCellForCell) {
     CLiveSession session;
     session.run();
     live = session.end();
-    journal = session.journal();
+    journal = session.m_journal.str();
   }
   ASSERT_EQ(live["rows"].size(), 2u);
   EXPECT_EQ(live["rows"][0]["expanded"], true);
   EXPECT_EQ(live["filter"], 1);
-  CReplay replay;
+  SReplay replay;
   ASSERT_EQ(replay.play(journal), 0) << replay.errors();
-  const std::vector<json> dumps = replay.lines("dump");
-  ASSERT_EQ(dumps.size(), 1u);
-  const json& played = dumps[0];
+  const json played = replay.lines("dump").at(0);
   for (const char* field : {"rows", "filter", "running", "param"}) EXPECT_EQ(played[field], live[field]) << field;
 }
 
@@ -132,9 +128,7 @@ TEST(Recording, NothingChangesBesideAnAct) {
   const auto change = [&desk](int group) {
     return std::async(std::launch::async, [&desk, group] { desk.setHedgeState(group, 3); });
   };
-  const auto isDone = [](const std::future<void>& each) {
-    return each.wait_for(std::chrono::milliseconds(30)) == std::future_status::ready;
-  };
+  const auto isDone = [](const std::future<void>& each) { return each.wait_for(30ms) == std::future_status::ready; };
   recorder.recordSetParam(QStringLiteral("act"));
   std::future<void> before = change(1);
   std::future<void> inside;
@@ -160,6 +154,53 @@ TEST(Recording, NothingChangesBesideAnAct) {
              (line.contains("group") ? std::to_string(line["group"].get<int>()) : "") + " ";
   }
   EXPECT_EQ(order, "user host hedgeState1 hedgeState2 dump hedgeState3 ");
+}
+
+/// Tells, when it is clicked, whether a host thread changes something before it has worked the click off.
+class CClickedWindow : public QWindow {
+ public:
+  explicit CClickedWindow(desk::CJobGate& gate) : m_gate(gate) {}
+
+  int clicks = 0;
+  int changesBeside = 0;
+  std::vector<std::future<void>> changes;
+
+ protected:
+  void mousePressEvent(QMouseEvent*) override {
+    ++clicks;
+    changes.push_back(std::async(std::launch::async, [this] { const desk::CJobGate::CChange change(m_gate); }));
+    changesBeside += changes.back().wait_for(30ms) == std::future_status::ready;
+  }
+
+ private:
+  desk::CJobGate& m_gate;
+};
+
+/// An answer that came between a click and its line opened its dialog behind that line.
+TEST(InputDelay, NothingChangesBesideAClickThatGoesOnAtOnceOrLater) {
+  desk::CJobGate gate;
+  CInputDelay delay(gate);
+  gate.setRecording(true, {}, [&delay] {
+    delay.release();
+    return true;
+  });
+  CClickedWindow window(gate);
+  window.show();
+  QTest::mousePress(&window, Qt::LeftButton);
+  EXPECT_EQ(window.clicks, 1);
+  QCoreApplication::processEvents();
+  window.changes.back().get();
+
+  gate.jobPosted(utils::EPanelJob::Refresh);
+  QTest::mouseRelease(&window, Qt::LeftButton);
+  QTest::mousePress(&window, Qt::LeftButton);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(window.clicks, 1) << "what the job saw does not show";
+  gate.jobEnded(utils::EPanelJob::Refresh);
+  for (int i = 0; i < 3; ++i) QCoreApplication::processEvents();
+  ASSERT_EQ(window.clicks, 2);
+  window.changes.back().get();
+  EXPECT_EQ(window.changesBeside, 0);
 }
 
 TC::CProgressOrder childOrder(const char* key, int traded) {
@@ -204,7 +245,8 @@ TEST(Recording, TellsOfAQuoteWhenThePanelAsksForIt) {
   ask(10.2);
   for (const double price : {10.3, 10.4}) session.setQuote(price);
   std::string told;
-  for (const json& line : linesOf(session.journal(), "quote")) told += std::to_string(line["last"].get<double>()) + " ";
+  for (const json& line : linesOf(session.m_journal.str(), "quote"))
+    told += std::to_string(line["last"].get<double>()) + " ";
   EXPECT_EQ(told, "10.000000 10.200000 ");
 }
 
@@ -227,7 +269,7 @@ TEST(Recording, TellsOfExportsByTheFileWithoutItsFolderAndOfCopies) {
   EXPECT_TRUE(QFile::exists(folder.filePath("out.csv")));
 
   std::string acts;
-  for (const json& line : linesOf(session.journal(), "user")) {
+  for (const json& line : linesOf(session.m_journal.str(), "user")) {
     acts += line["do"].get<std::string>() + " " + line.value("file", "-") + ", ";
   }
   EXPECT_EQ(acts, "export out.csv, export , copy -, ");
