@@ -1,5 +1,6 @@
 #include "CEngine.h"
 
+#include <random>
 #include <set>
 
 #include "Rig.h"
@@ -78,8 +79,11 @@ TEST_F(Engine, DetailsSayWhatTheMarketReported) {
   }
 }
 
-TEST_F(Engine, TradesABasketThroughTheDay) {
+TEST_F(Engine, TradesABasketThroughTheDayAndTakesItsQuotesToTheDesk) {
+  TC::CQuote quote;
+  EXPECT_FALSE(m_desk.quote("SH", "600002", quote));
   engine().startBasket(basket());
+  engine().watch("CFFEX", "IF2612");
   runTo(9, 29, 59);
   EXPECT_TRUE(newest("101-1").m_orders.empty()) << "sent before the market matches";
   EXPECT_EQ(newest("101-1").m_nStartTime, UNSET_INT);
@@ -88,6 +92,12 @@ TEST_F(Engine, TradesABasketThroughTheDay) {
   EXPECT_EQ(early.m_nStatus, ETS_Running);
   EXPECT_EQ(early.m_nStartTime, SRig::DAY_START + exchange::MORNING_BEGINS / 1000);
   EXPECT_GT(early.m_orders.size(), 30u);
+  runTo(10, 0);
+  ASSERT_TRUE(m_desk.quote("SH", "600002", quote));
+  EXPECT_GT(quote.m_dAsk, quote.m_dBid);
+  EXPECT_NEAR(quote.m_dLast, 7, 0.7);
+  ASSERT_TRUE(m_desk.quote("CFFEX", "IF2612", quote));
+  EXPECT_GT(quote.m_dLast, 0);
   runTo(15, 0, 5);
   const CTaskDetail& late = newest("101-1");
   EXPECT_EQ(late.m_orders.size(), late.m_params.size());
@@ -104,6 +114,12 @@ TEST_F(Engine, TradesABasketThroughTheDay) {
     const double over = order->m_dTradedAmount - order->m_dPrice * order->m_nTradedVolume;
     EXPECT_LE(DataHelper::isBuy(order->m_nOperation) ? over : -over, CENT);
   }
+
+  // A start after the close ends at once.
+  engine().startBasket(basket());
+  runTo(15, 31);
+  EXPECT_EQ(newest("102-1").m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(heard("任务 [102] 等待开盘"), 0);
 }
 
 TEST_F(Engine, ADetailIsFreshAndSharesTheOrdersThatDidNotChange) {
@@ -195,14 +211,6 @@ TEST_F(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndADropLeavesNoOrderInThe
   for (const COrderInfoPtr& order : newest("102-1").m_orders) EXPECT_TRUE(order->m_bCompleted);
 }
 
-TEST_F(EngineOperations, AStartAfterTheCloseEndsAtOnceAndWaitsForNothing) {
-  runTo(15, 30);
-  engine().startBasket(basket());
-  runTo(15, 31);
-  EXPECT_EQ(newest("101-1").m_nStatus, ETS_Cancelled);
-  EXPECT_EQ(heard("等待开盘"), 0);
-}
-
 TEST_F(EngineRejects, AreKeptWithTheMarketsWords) {
   SRig rig(1, 1);
   rig.engine().startBasket(rig.basket());
@@ -250,17 +258,46 @@ TEST_F(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
             "市价委托剩余部分自动撤销（1 笔委托被撤销）；收市，未成交部分自动撤销（1 笔委托被撤销）");
 }
 
-TEST_F(Engine, TakesQuotesOfTheSecuritiesInUseToTheDesk) {
-  TC::CQuote quote;
-  EXPECT_FALSE(m_desk.quote("SH", "600002", quote));
-  engine().startBasket(basket());
-  engine().watch("CFFEX", "IF2612");
-  runTo(10, 0);
-  ASSERT_TRUE(m_desk.quote("SH", "600002", quote));
-  EXPECT_GT(quote.m_dAsk, quote.m_dBid);
-  EXPECT_NEAR(quote.m_dLast, 7, 0.7);
-  ASSERT_TRUE(m_desk.quote("CFFEX", "IF2612", quote));
-  EXPECT_GT(quote.m_dLast, 0);
+engine::SOrderLine makeLine(int number, int quantity, int lot, int minimum) {
+  return {.m_stock = {"SH", std::to_string(600000 + number), {}},
+          .m_nQuantity = quantity,
+          .m_rules = {.m_nBuyMinimum = minimum, .m_nBuyStep = lot}};
+}
+
+TEST(SplitLines, KeepsEveryShareInWholeLotsForAllButTheFirstAccount) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 500; ++round) {
+    const int accounts = 1 + static_cast<int>(random() % 7);
+    std::vector<engine::SOrderLine> lines;
+    for (int i = 0; i < 10; ++i) {
+      const int lot = random() % 3 ? 100 : 1;
+      lines.push_back(makeLine(i, 1 + static_cast<int>(random() % 5000), lot, random() % 2 ? 2 * lot : lot));
+    }
+    const auto parts = engine::splitLines(lines, accounts);
+    ASSERT_EQ(parts.size(), static_cast<std::size_t>(accounts));
+    std::map<std::string, int> sums;
+    for (const auto& account : parts) {
+      for (const engine::SOrderLine& part : account) {
+        EXPECT_GT(part.m_nQuantity, 0);
+        sums[part.m_stock.m_strCode] += part.m_nQuantity;
+        if (&account == &parts[0]) continue;
+        EXPECT_EQ(part.m_nQuantity % part.m_rules.m_nBuyStep, 0);
+        EXPECT_GE(part.m_nQuantity, part.m_rules.m_nBuyMinimum);
+      }
+    }
+    for (const engine::SOrderLine& line : lines) EXPECT_EQ(sums[line.m_stock.m_strCode], line.m_nQuantity);
+  }
+}
+
+TEST(SplitLines, SharesEvenlyAndGivesTheRemainderToTheFirst) {
+  const auto parts = engine::splitLines({makeLine(0, 1050, 100, 100), makeLine(1, 250, 100, 200)}, 3);
+  ASSERT_EQ(parts[0].size(), 2u);
+  EXPECT_EQ(parts[0][0].m_nQuantity, 450);
+  EXPECT_EQ(parts[1][0].m_nQuantity, 300);
+  EXPECT_EQ(parts[2][0].m_nQuantity, 300);
+  // A third of 250 is below the smallest quantity that may be bought: the line stays whole.
+  EXPECT_EQ(parts[0][1].m_nQuantity, 250);
+  EXPECT_EQ(parts[1].size(), 1u);
 }
 
 }  // namespace

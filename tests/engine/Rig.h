@@ -48,9 +48,9 @@ struct SRig {
 
   static constexpr std::int64_t DAY_START = 1795363200;  ///< 2026-11-23 at the exchange
 
-  static exchange::SInstrument makeInstrument(std::string_view market, const std::string& code, double prevClose,
+  static exchange::SInstrument makeInstrument(const char* market, const std::string& code, double close,
                                               double volume) {
-    return {std::string(market), code, code, prevClose, 0, volume};
+    return {market, code, code, close, 0, volume};
   }
 
   static std::vector<exchange::SInstrument> makeInstruments() {
@@ -67,11 +67,10 @@ struct SRig {
   /// than usual.
   static std::vector<exchange::SInstrument> makeListed() {
     std::vector<exchange::SInstrument> listed = makeInstruments();
-    listed.push_back(makeInstrument("SH", "688008", 60, 2e7));
-    listed.push_back(makeInstrument("BJ", "830008", 12, 5e6));
-    listed.push_back(makeInstrument("SH", "601999", 8, 0));
-    listed.push_back(makeInstrument(exchange::FUTURES_MARKET, "IF", 4000, 1e6));
-    listed.back().m_kind = exchange::EKind::IndexFuture;
+    listed.insert(listed.end(), {makeInstrument("SH", "688008", 60, 2e7),
+                                 makeInstrument("BJ", "830008", 12, 5e6),
+                                 makeInstrument("SH", "601999", 8, 0),
+                                 {"CFFEX", "IF", "IF", 4000, 0, 1e6, exchange::EKind::IndexFuture}});
     return listed;
   }
 

@@ -68,19 +68,18 @@ TEST(IndexFutures, TakeTheirReferenceFromTheListAndAreAlwaysThere) {
 TEST(Dates, AreTheExchangesOwn) {
   EXPECT_EQ(dayStartOf({1970, 1, 1}), -8 * 3600);
   EXPECT_EQ(dayStartOf(MONDAY), 1795363200);
-  const SDate date = dateOf(dayStartOf({2028, 2, 29}) + 86399);
-  EXPECT_EQ(date.m_nYear, 2028);
-  EXPECT_EQ(date.m_nMonth, 2u);
-  EXPECT_EQ(date.m_nDay, 29u);
+  const auto& [year, month, day] = dateOf(dayStartOf({2028, 2, 29}) + 86399);
+  EXPECT_EQ(std::tuple(year, month, day), std::tuple(2028, 2u, 29u));
 }
 
 TEST(Sessions, BeginWithTheirFirstMillisecond) {
+  const std::map<std::int64_t, EPhase> begins{{DAY_OPENS, EPhase::Waiting},
+                                              {MORNING_BEGINS, EPhase::Morning},
+                                              {MORNING_ENDS, EPhase::Lunch},
+                                              {AFTERNOON_BEGINS, EPhase::Afternoon},
+                                              {DAY_CLOSES, EPhase::Closed}};
   EPhase before = EPhase::BeforeOpen;
-  for (const auto& [at, phase] : {std::pair(DAY_OPENS, EPhase::Waiting),
-                                  {MORNING_BEGINS, EPhase::Morning},
-                                  {MORNING_ENDS, EPhase::Lunch},
-                                  {AFTERNOON_BEGINS, EPhase::Afternoon},
-                                  {DAY_CLOSES, EPhase::Closed}}) {
+  for (const auto& [at, phase] : begins) {
     EXPECT_EQ(phaseAt(at - 1), before);
     EXPECT_EQ(phaseAt(at), phase);
     before = phase;

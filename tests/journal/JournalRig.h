@@ -19,6 +19,13 @@ inline const std::string SETUP =
 {"kind":"quote","market":"SH","code":"600000","last":10.0}
 )";
 
+inline std::vector<nlohmann::json> jsonLines(const std::string& text) {
+  std::vector<nlohmann::json> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(nlohmann::json::parse(line));
+  return lines;
+}
+
 /// A replay with everything that it takes.
 struct SReplay {
   SReplay()
@@ -36,12 +43,8 @@ struct SReplay {
 
   /// Lines put out that have a field of this name.
   std::vector<nlohmann::json> lines(const std::string& field) const {
-    std::vector<nlohmann::json> found;
-    std::istringstream in(m_out.str());
-    for (std::string text; std::getline(in, text);) {
-      nlohmann::json line = nlohmann::json::parse(text);
-      if (line.contains(field)) found.push_back(std::move(line));
-    }
+    std::vector<nlohmann::json> found = jsonLines(m_out.str());
+    std::erase_if(found, [&field](const nlohmann::json& line) { return !line.contains(field); });
     return found;
   }
   std::string errors() const { return m_errors.str(); }

@@ -26,15 +26,10 @@ using nlohmann::json;
 using namespace journal;
 using namespace std::chrono_literals;
 
-/// A journal's lines without their times: all of them, or those of a kind.
-std::vector<json> linesOf(const std::string& journal, const std::string& kind = {}) {
-  std::vector<json> lines;
-  std::istringstream in(journal);
-  for (std::string text; std::getline(in, text);) {
-    json line = json::parse(text);
-    for (const char* field : {"t", "now"}) line.erase(field);
-    if (kind.empty() || line["kind"] == kind) lines.push_back(std::move(line));
-  }
+/// A journal's lines of a kind.
+std::vector<json> linesOf(const std::string& journal, const std::string& kind) {
+  std::vector<json> lines = jsonLines(journal);
+  std::erase_if(lines, [&kind](const json& line) { return line["kind"] != kind; });
   return lines;
 }
 
@@ -149,7 +144,7 @@ TEST(Recording, NothingChangesBesideAnAct) {
   QCoreApplication::processEvents();
   behind.get();
   std::string order;
-  for (const json& line : linesOf(journal.str())) {
+  for (const json& line : jsonLines(journal.str())) {
     order += line["kind"].get<std::string>() +
              (line.contains("group") ? std::to_string(line["group"].get<int>()) : "") + " ";
   }
