@@ -28,13 +28,7 @@ inline std::vector<nlohmann::json> jsonLines(const std::string& text) {
 
 /// A replay with everything that it takes.
 struct SReplay {
-  SReplay()
-      : m_services(m_desk, desk::CHostServices::EClock::Manual),
-        m_output(m_out),
-        m_player(
-            m_desk, m_services, [] { return new TC::CBasketTasksPanel(1, nullptr); }, m_output, m_errors) {
-    m_services.install();
-  }
+  SReplay() { m_services.install(); }
 
   int play(const std::string& text) {
     std::istringstream in(text);
@@ -47,12 +41,12 @@ struct SReplay {
     std::erase_if(found, [&field](const nlohmann::json& line) { return !line.contains(field); });
     return found;
   }
-  std::string errors() const { return m_errors.str(); }
 
   desk::CDesk m_desk;
-  desk::CHostServices m_services;
+  desk::CHostServices m_services{m_desk, desk::CHostServices::EClock::Manual};
   std::ostringstream m_out;
   std::ostringstream m_errors;
-  journal::COutput m_output;
-  journal::CPlayer m_player;
+  journal::COutput m_output{m_out};
+  journal::CPlayer m_player{m_desk, m_services, [] { return new TC::CBasketTasksPanel(1, nullptr); }, m_output,
+                            m_errors};
 };

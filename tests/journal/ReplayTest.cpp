@@ -47,7 +47,7 @@ TEST(Replay, EndsAtALineThatCannotBeDone) {
   for (const auto& [lines, fault] : cases) {
     SReplay replay;
     EXPECT_EQ(replay.play(SETUP + lines + "\n{\"kind\":\"dump\",\"name\":\"never\"}\n"), 2);
-    EXPECT_EQ(replay.errors(), std::string("test.jsonl:") + fault + "\n");
+    EXPECT_EQ(replay.m_errors.str(), std::string("test.jsonl:") + fault + "\n");
     EXPECT_TRUE(replay.lines("dump").empty()) << "the journal ends there";
     for (const json& dialog : replay.lines("dialog")) dialogs += dialog["result"].get<std::string>() + " ";
   }
@@ -57,7 +57,7 @@ TEST(Replay, EndsAtALineThatCannotBeDone) {
 TEST(Replay, NothingOfAMalformedJournalIsPlayed) {
   SReplay replay;
   EXPECT_EQ(replay.play(SETUP + "{\"kind\":\"open\"}\n{\"kind\":\"opne\"}\n"), 2);
-  EXPECT_EQ(replay.errors(), "test.jsonl:7: unknown kind 'opne'\n");
+  EXPECT_EQ(replay.m_errors.str(), "test.jsonl:7: unknown kind 'opne'\n");
   EXPECT_FALSE(replay.m_player.panel());
   EXPECT_EQ(replay.m_out.str(), "");
 }
@@ -76,7 +76,7 @@ TEST(Replay, ExportsOnlyWhereItWasStartedAndOverNothing) {
     for (int i = 0; i < times; ++i) acts += R"({"kind":"user","do":"export","file":")" + file + "\"}\n";
     SReplay replay;
     const int status = replay.play(SETUP + "{\"kind\":\"open\"}\n" + acts);
-    return std::to_string(status) + " " + replay.errors();
+    return std::to_string(status) + " " + replay.m_errors.str();
   };
   EXPECT_EQ(play("sub/new.csv", 2), "0 ") << "what it made itself may be made again";
   EXPECT_TRUE(QFile::exists("sub/new.csv"));
@@ -99,7 +99,7 @@ TEST(Replay, PartialProgressChangesOnlyWhatItNames) {
 {"kind":"progress","task":"1-1","partial":true,"orderDetails":[{"key":"c3","traded":3},{"key":"c1","traded":9}]}
 )"),
             0)
-      << replay.errors();
+      << replay.m_errors.str();
   std::string stands;
   for (const TC::CProgressOrder& order : TC::getTradeClient().getTaskProgress("1-1")->m_orders) {
     stands += order.m_detail.m_strKey + ":" + std::to_string(order.m_detail.m_nTradedVolume) + " ";

@@ -12,6 +12,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using desk::CDesk;
 using utils::EPanelJob;
 
 bool isDone(const std::future<void>& future) { return future.wait_for(30ms) == std::future_status::ready; }
@@ -28,7 +29,7 @@ class JobGate : public testing::Test {
   }
   void end() { m_gate.jobEnded(EPanelJob::Refresh); }
 
-  desk::CDesk m_desk;
+  CDesk m_desk;
   desk::CJobGate& m_gate = m_desk.gate();
 };
 
@@ -155,6 +156,76 @@ TEST_F(JobGate, AnActionForAnIdleMomentGoesBehindWhatTheJobQueued) {
     std::this_thread::sleep_for(1ms);
   }
   EXPECT_EQ(order, "queued by the job, action");
+}
+
+TEST(Subscription, TheHandleWaitsForARunningCallback) {
+  CDesk desk;
+  std::promise<void> entered;
+  std::promise<void> leave;
+  std::atomic<bool> left{false};
+  auto handle = desk.subscribeTasks([&](const auto&) {
+    entered.set_value();
+    leave.get_future().wait();
+    left = true;
+  });
+  std::thread feed([&] { desk.publishTask({test::makeDetail(1), {}}); });
+  entered.get_future().wait();
+  std::future<bool> ended = std::async(std::launch::async, [&] {
+    handle.reset();
+    return left.load();
+  });
+  EXPECT_EQ(ended.wait_for(50ms), std::future_status::timeout);
+  leave.set_value();
+  EXPECT_TRUE(ended.get()) << "the handle went while its callback ran";
+  feed.join();
+}
+
+TEST(Subscription, ACallbackMayEndItsOwnSubscription) {
+  CDesk desk;
+  int calls = 0;
+  utils::CSubscriptionHandle handle;
+  handle = desk.subscribeTasks([&](const auto&) {
+    ++calls;
+    handle.reset();
+  });
+  desk.publishTask({test::makeDetail(1), {}});
+  desk.publishTask({test::makeDetail(1), {}});
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(Subscription, AHandleMayOutliveItsDesk) {
+  auto gone = std::make_unique<CDesk>();
+  utils::CSubscriptionHandle handle = gone->subscribeTasks([](const auto&) { FAIL() << "nothing was published"; });
+  gone.reset();
+  handle.reset();
+}
+
+/// Subscribers that come and go while two threads publish: no callback comes after its handle went.
+TEST(Subscription, NoCallbackComesAfterTheHandle) {
+  CDesk desk;
+  std::atomic<bool> stop{false};
+  std::atomic<int> late{0};
+  std::atomic<int> received{0};
+  const auto feed = [&](int task) {
+    while (!stop) desk.publishTask({test::makeDetail(task), {}});
+  };
+  std::thread first(feed, 1);
+  std::thread second(feed, 2);
+  for (int round = 0; round < 200; ++round) {
+    auto alive = std::make_shared<std::atomic<bool>>(true);
+    auto handle = desk.subscribeTasks([&, alive](const auto&) {
+      ++received;
+      if (!*alive) ++late;
+    });
+    const int before = received;
+    while (received == before) std::this_thread::yield();
+    handle.reset();
+    *alive = false;
+  }
+  stop = true;
+  first.join();
+  second.join();
+  EXPECT_EQ(late, 0);
 }
 
 }  // namespace
