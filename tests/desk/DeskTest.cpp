@@ -72,7 +72,7 @@ TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   EXPECT_EQ(desk.taskDetail("1-1"), corrected);
 
   // A detail with newer orders was published meanwhile: the correction would take its fills away.
-  const auto second = test::makeFilled(1, 1, 200);
+  const auto second = test::makeFilled(1, 1, 100);
   desk.publishTask({second, {}});
   desk.updateData(corrected);
   EXPECT_EQ(desk.taskDetail("1-1"), second);

@@ -245,6 +245,8 @@ TEST_F(AlgoTask, PausesResumesAndStopsWhenItIsTold) {
   EXPECT_GT(children(key), sent + 20) << "what the schedule planned meanwhile is caught up";
   EXPECT_TRUE(engine().operate(key, ETO_Cancel));
   EXPECT_EQ(newest(key).m_nStatus, ETS_Running) << "until the cancels are confirmed";
+  runTo(10, 32);
+  EXPECT_EQ(newest(key).m_nStatus, ETS_Cancelled);
   EXPECT_FALSE(engine().operate("7-1", ETO_Cancel));
 }
 

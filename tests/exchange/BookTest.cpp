@@ -25,13 +25,13 @@ class CBookBench {
   }
   CBook& book() { return m_book; }
   int filled(int order) { return m_filled[order]; }
-  std::int64_t lastPrice() const { return m_nLastPrice; }
+  std::int64_t price(int order) { return m_price[order]; }
 
  private:
   void collect() {
     for (const SFill& fill : m_fills) {
       m_filled[fill.m_nOrder] += fill.m_nQuantity;
-      m_nLastPrice = fill.m_nPrice;
+      m_price[fill.m_nOrder] = fill.m_nPrice;
     }
     m_fills.clear();
   }
@@ -39,7 +39,7 @@ class CBookBench {
   inline static const SInstrument LISTED = share("SH", "600000", 10, 1e8);
   CBook m_book;
   std::vector<SFill> m_fills;
-  std::int64_t m_nLastPrice = 0;
+  std::map<int, std::int64_t> m_price;  ///< of the last fill
   std::map<int, int> m_filled;
 };
 
@@ -74,7 +74,8 @@ TEST(Book, BetterPriceThenEarlierTimeGoesFirst) {
   EXPECT_EQ(bench.filled(1), everything + 200);
   EXPECT_EQ(bench.filled(2), 150);
   EXPECT_EQ(bench.filled(3), 0);
-  EXPECT_EQ(bench.lastPrice(), ask) << "the resting order's price counts";
+  EXPECT_EQ(bench.price(2), ask) << "the resting order's price counts";
+  EXPECT_EQ(bench.price(4), ask);
   EXPECT_FALSE(bench.book().remove(1));
   EXPECT_TRUE(bench.book().remove(2));
   EXPECT_FALSE(bench.book().remove(2));
