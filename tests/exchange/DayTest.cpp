@@ -175,6 +175,7 @@ TEST(Day, TheCrowdTradesAboutTheUsualVolumeAndMovesThePriceALittle) {
 
 TEST(Day, AMillionAtTheOppositeBestLargelyFillsInHalfAnHour) {
   std::vector<SInstrument> listed;
+  listed.reserve(100);
   for (int i = 0; i < 100; ++i) {
     // From 20 million to 2 billion a day, at prices from 3 to 200.
     listed.push_back(share("SH", std::to_string(600000 + i), std::round(3 * std::pow(1.043, i) * 100) / 100,

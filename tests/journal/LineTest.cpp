@@ -7,6 +7,7 @@
 #include "COutput.h"
 #include "JournalReader.h"
 #include "LineRecords.h"
+#include "TaskDetails.h"
 #include "utils/Log.h"
 
 namespace {
@@ -134,9 +135,7 @@ TEST(TaskLine, KeepsTheTypeThatTheCommandCentreKnows) {
 /// A publication that goes into a line and comes back from it publishes the same.
 TEST(TaskLine, CarriesAPublicationThere) {
   desk::CDesk desk;
-  SAccountLine account;
-  account.m_info.m_strKey = "A1";
-  desk.addAccount(toAccount(account));
+  desk.addAccount({test::makeAccount("A1", {})});
   const desk::SPublication first = toPublication(parseAs<STaskLine>(WHOLE_TASK), desk);
   ASSERT_TRUE(first.m_pDetail->m_params[0].m_pAccount);
   desk.publishTask(first);
