@@ -186,8 +186,8 @@ class LineSequence : public testing::Test {
       const std::string name = each.section(' ', 1).toStdString();
       SLine line;
       line.m_body = SDumpLine{name};
-      if (what == "put" || what == "hold") m_lines.put(std::move(line), what == "hold");
-      if (what == "ask") m_lines.putAsked(std::move(line));
+      if (what == "put" || what == "hold") m_lines.put(line, what == "hold");
+      if (what == "ask") m_lines.putAsked(line);
       if (what == "press") m_lines.add(press(name));
       if (what == "open") m_lines.dialogOpens();
       if (what == "end") m_lines.dialogEnded();
