@@ -14,40 +14,42 @@ class CHedgeTest : public CTaskTest {
     TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
     info.m_dMultiplier = 300;
     host.desk().setInstrument(info);
+    quote(4000);
+    update(twoLines());
+  }
+  /// Tells the price for calculation, in points.
+  void quote(double calc) {
     TC::CQuote quote;
     quote.m_dLast = 3990;
-    quote.m_dCalc = 4000;
+    quote.m_dCalc = calc;
     host.desk().setQuote("CFFEX", "IF2612", quote);
   }
 
-  /// A hedge detail of an identifier of its own, with a target of 3 lots on an account.
-  static DetailPtr hedgeDetail(int id, const AccountPtr& account) {
-    DetailPtr made = detail();
-    made->m_nTaskId = id;
-    made->m_strKey = CTaskDetail::genKey(id, 1);
+  /// A hedge detail of an identifier of its own, with a target of 3 lots.
+  DetailPtr hedgeDetail(int id = 900, std::vector<OrderPtr> orders = {}) const {
+    DetailPtr made = detailOf(id);
     made->m_pCommand->m_nBasketType = ECBT_Hedge;
-    made->m_params = {param(account, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
+    made->m_params = {param(futuresAccount, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
+    made->m_orders = std::move(orders);
     return made;
   }
-  DetailPtr hedgeDetail(int id = 900) const { return hedgeDetail(id, futuresAccount); }
-
   /// One lot at 4,000 points for each that is traded.
-  static OrderPtr sale(const std::string& key, int lots, int traded, double amount = 0) {
-    return order(key, "CFFEX", "IF2612", EOT_SellOpen, lots, traded, amount != 0 ? amount : traded * 1200000.0);
+  static OrderPtr sale(const std::string& key, int lots, int traded, double more = 0) {
+    return order(key, "CFFEX", "IF2612", EOT_SellOpen, lots, traded, traded * 1200000.0 + more);
   }
 
   void updateHedge(DetailPtr made) { task.updateHedge(made); }
-  bool updateHedgeCnt(DetailPtr made) { return task.updateHedgeCnt(made); }
   TC::CBasketTaskItem& hedge() { return *task.getHedgeItem(); }
 };
 
 TEST_F(CHedgeTest, OnlyWhatIsOfAFuturesAccountMakesTheRow) {
-  update(twoLines());
-  DetailPtr empty = hedgeDetail();
-  empty->m_params.clear();
-  for (const DetailPtr& made : {hedgeDetail(900, mainAccount), hedgeDetail(900, nullptr), empty, DetailPtr()}) {
-    EXPECT_FALSE(updateHedgeCnt(made));
+  DetailPtr made = hedgeDetail(), none;
+  for (const AccountPtr& account : {mainAccount, AccountPtr()}) {
+    made->m_params[0].m_pAccount = account;
+    EXPECT_FALSE(task.updateHedgeCnt(made));
   }
+  made->m_params.clear();
+  EXPECT_FALSE(task.updateHedgeCnt(made) || task.updateHedgeCnt(none));
   CBasketHedgeParam param = hedgeParam();
   param.m_strAccount = "unknown";
   task.setHedgeParam(param, true);
@@ -57,12 +59,9 @@ TEST_F(CHedgeTest, OnlyWhatIsOfAFuturesAccountMakesTheRow) {
 }
 
 TEST_F(CHedgeTest, TheRowSumsEveryHedgeDetailHoweverOftenTheyCome) {
-  update(twoLines());
   task.setHedgeParam(hedgeParam(10), true);
-  DetailPtr first = hedgeDetail(900);
-  DetailPtr second = hedgeDetail(901);
-  first->m_orders = {sale("h1", 2, 2, 2400000.1), sale("h2", 2, 1, 1200000.2)};
-  second->m_orders = {sale("h3", 1, 1, 1200000.3)};
+  const DetailPtr first = hedgeDetail(900, {sale("h1", 2, 2, 0.1), sale("h2", 2, 1, 0.2)});
+  const DetailPtr second = hedgeDetail(901, {sale("h3", 1, 1, 0.3)});
   host.setOrderDetail("h1", false);
   host.setOrderDetail("h2", true);
   for (const DetailPtr& made : {second, first, second}) updateHedge(made);
@@ -75,26 +74,21 @@ TEST_F(CHedgeTest, TheRowSumsEveryHedgeDetailHoweverOftenTheyCome) {
 }
 
 TEST_F(CHedgeTest, ACountAloneRaisesTheCancelledCountOfTheRootOnce) {
-  update(twoLines());
-  DetailPtr made = hedgeDetail();
-  made->m_orders = {sale("h1", 2, 1)};
+  DetailPtr made = hedgeDetail(900, {sale("h1", 2, 1)});
   host.setOrderDetail("h1", true);
-  for (int i = 0; i < 2; ++i) EXPECT_TRUE(updateHedgeCnt(made));
+  for (int i = 0; i < 2; ++i) EXPECT_TRUE(task.updateHedgeCnt(made));
   EXPECT_EQ(hedge().m_nCanceledCount, 1);
   EXPECT_EQ(root.m_nCanceledCount, 1);
   EXPECT_EQ(hedge().m_nTotalVolume, 3) << "the detail's own target, where no parameters came before";
 }
 
 TEST_F(CHedgeTest, TheRowsAmountLeavesPatchesOut) {
-  update(twoLines());
   updateHedge(hedgeDetail());
   hedge().m_nPatchVolume = 2;
   hedge().m_dPatchAmount = 7;
   hedge().m_nPatchOrderCount = 4;
   hedge().m_nPatchOrderCount2 = 5;
-  DetailPtr made = hedgeDetail();
-  made->m_orders = {sale("h1", 1, 1)};
-  updateHedge(made);
+  updateHedge(hedgeDetail(900, {sale("h1", 1, 1)}));
   EXPECT_EQ(hedge().m_nFinishedVolume, 3);
   EXPECT_EQ(hedge().m_nOrderCount, 5);
   EXPECT_EQ(hedge().m_nOrderCount2, 5);
@@ -102,12 +96,9 @@ TEST_F(CHedgeTest, TheRowsAmountLeavesPatchesOut) {
 }
 
 TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
-  update(twoLines());
   updateHedge(hedgeDetail());
   EXPECT_EQ(hedge().m_dTotalAmount, 3 * 4000.0 * 300);
-  TC::CQuote quote;
-  quote.m_dCalc = 5000;
-  host.desk().setQuote("CFFEX", "IF2612", quote);
+  quote(5000);
   updateHedge(hedgeDetail());
   EXPECT_EQ(hedge().m_dTotalAmount, 3 * 4000.0 * 300);
   EXPECT_EQ(root.m_dTotalAmount, 15000 + 3 * 4000.0 * 300);
@@ -115,8 +106,7 @@ TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
   task.updateHedgeVolume(5);
   EXPECT_EQ(hedge().m_nTotalVolume, 3) << "the hedge is not enabled";
   task.setHedgeParam(hedgeParam(), false);
-  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus);
-  Spy orders(&task, &TC::CBasketTask::sigTaskOrder);
+  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus), orders(&task, &TC::CBasketTask::sigTaskOrder);
   for (const int volume : {0, 2, 3}) task.updateHedgeVolume(volume);
   EXPECT_EQ(hedge().m_nTotalVolume, 3);
   EXPECT_TRUE(orders.isEmpty());
@@ -129,11 +119,8 @@ TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
 }
 
 TEST_F(CHedgeTest, AGrowingTargetShowsHowTheHedgeStandsOnceHandedOver) {
-  update(twoLines());
   task.setHedgeParam(hedgeParam(0, true), true);
-  DetailPtr made = hedgeDetail();
-  made->m_orders = {sale("h1", 4, 4)};
-  updateHedge(made);
+  updateHedge(hedgeDetail(900, {sale("h1", 4, 4)}));
   Spy statuses(&task, &TC::CBasketTask::sigTaskStatus);
   const auto shownFor = [&](int volume) {
     statuses.clear();
@@ -151,7 +138,6 @@ TEST_F(CHedgeTest, AGrowingTargetShowsHowTheHedgeStandsOnceHandedOver) {
 }
 
 TEST_F(CHedgeTest, TheRowIsBeingPatchedWhileItsHedgeRuns) {
-  update(twoLines());
   task.setHedgeParam(hedgeParam(), true);
   EXPECT_TRUE(hedge().m_bPatching);
   task.updateHedgeStatus(1);

@@ -9,8 +9,8 @@ using namespace ksservice;
 
 class COperationsTest : public CPatchTaskTest {
  protected:
-  /// A local and a server detail, a server patch 124 and a local patch 125.
-  void mixedTask() {
+  /// A local and a server detail, a server patch 124 and a local patch 125; cancelled by the user.
+  std::vector<test::CTestHost::SCall> cancelMixedTask() {
     DetailPtr serverPatch = patchDetail(124), localPatch = patchDetail(125);
     serverPatch->m_bServerTask = true;
     serverPatch->m_params = localPatch->m_params = {buyLine(100)};
@@ -18,14 +18,13 @@ class COperationsTest : public CPatchTaskTest {
     update(onServer(twoLines()->m_params, 2));
     deliverPatch(serverPatch);
     deliverPatch(localPatch);
-    takeEvents();
+    task.cancel("event");
+    return host.takeCalls();
   }
 };
 
 TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
-  mixedTask();
-  task.cancel("event");
-  const auto calls = host.takeCalls();
+  const auto calls = cancelMixedTask();
   std::string sends;
   for (const auto& call : calls) sends += nameOf(call) + "\n";
   EXPECT_EQ(sends, "local 123@A1\nserver 123-2\nserver 124-1\nlocal 125@A1\nhedge stop 123\n");
@@ -53,7 +52,7 @@ TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
 }
 
 TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
-  const auto events = [this](int status, const std::function<void()>& operate) {
+  const auto events = [this](int status, void (TC::CBasketTask::*operate)(QString)) {
     DetailPtr made = twoLines();
     made->m_params.front().m_nOrderType = EORT_Algo;
     made->m_nStatus = status;
@@ -61,18 +60,15 @@ TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
     root.m_nStatus = ETS_Unknown;
     root.m_bPatching = true;
     takeEvents();
-    operate();
+    (task.*operate)("");
     return takeEvents() + std::to_string(root.m_nStatus) + (root.m_bPatching ? " marked" : "");
   };
-  const auto cancel = [this] { task.cancel(""); };
-  const auto pause = [this] { task.pause(""); };
-  const auto resume = [this] { task.resume(""); };
-  EXPECT_EQ(events(ETS_Running, cancel), "0 marked");
-  EXPECT_EQ(events(ETS_ExecutionError, cancel), "status T 8 11\n8");
-  EXPECT_EQ(events(ETS_Running, pause), "0 marked");
-  EXPECT_EQ(events(ETS_Paused, pause), "status T 4 11\n4 marked");
-  EXPECT_EQ(events(ETS_Paused, resume), "0 marked");
-  EXPECT_EQ(events(ETS_Running, resume), "status T 3 11\n3 marked");
+  EXPECT_EQ(events(ETS_Running, &TC::CBasketTask::cancel), "0 marked");
+  EXPECT_EQ(events(ETS_ExecutionError, &TC::CBasketTask::cancel), "status T 8 11\n8");
+  EXPECT_EQ(events(ETS_Running, &TC::CBasketTask::pause), "0 marked");
+  EXPECT_EQ(events(ETS_Paused, &TC::CBasketTask::pause), "status T 4 11\n4 marked");
+  EXPECT_EQ(events(ETS_Paused, &TC::CBasketTask::resume), "0 marked");
+  EXPECT_EQ(events(ETS_Running, &TC::CBasketTask::resume), "status T 3 11\n3 marked");
 }
 
 TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) {
@@ -82,7 +78,6 @@ TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) 
   EXPECT_EQ(takeSends(), "local 123@A1\nhedge stop 123\n") << "a share is missing";
   EXPECT_EQ(task.getHedgeItem()->m_nStatus, ETS_Cancelled);
   EXPECT_FALSE(task.getHedgeItem()->m_bPatching);
-
   given(cancelled(1000, 500));
   task.cancel("");
   EXPECT_EQ(takeSends(), "local 123@A1\nhedge stop 123\nlocal 123@A1\n");
@@ -108,38 +103,31 @@ TEST_F(COperationsTest, UnpatchOfTheHedgeRowAnnouncesItWithTheRootsType) {
   addHedge(3);
   DetailPtr made = twoLines();
   made->m_params.front().m_nOrderType = EORT_Algo;
-  update(made);
-  task.getHedgeItem()->m_bPatching = true;
-  takeEvents();
-  task.unpatch(task.getHedgeItem()->m_strKey);
-  EXPECT_EQ(takeEvents(), "status " + task.getHedgeItem()->m_strKey.toStdString() + " 10001 11\n");
-  EXPECT_FALSE(task.getHedgeItem()->m_bPatching);
+  given(made);
+  TC::CBasketTaskItem& row = *task.getHedgeItem();
+  row.m_bPatching = true;
+  task.unpatch(row.m_strKey);
+  EXPECT_EQ(takeEvents(), "status " + row.m_strKey.toStdString() + " 10001 11\n");
+  EXPECT_FALSE(row.m_bPatching);
   EXPECT_EQ(takeSends(), "") << "there is no patch task";
-  task.getHedgeItem()->m_bPatching = true;
+  row.m_bPatching = true;
   task.drop("");
-  EXPECT_FALSE(task.getHedgeItem()->m_bPatching) << "a dropped task offers no end of its hedge";
+  EXPECT_FALSE(row.m_bPatching) << "a dropped task offers no end of its hedge";
 }
 
 TEST_F(COperationsTest, AnswerFindsItsTaskOnAnotherThreadOrNoTaskAtAll) {
-  mixedTask();
-  task.cancel("");
-  std::vector<TC::CItCommandCenter::OperateCompletion> completions;
-  for (const auto& call : host.takeCalls()) {
-    if (call.completion) completions.push_back(call.completion);
-  }
-  ASSERT_EQ(completions.size(), 2u);
+  const auto calls = cancelMixedTask();
   QObject::disconnect(&task, nullptr, nullptr, nullptr);
   QSignalSpy told(&task, &TC::CBasketTask::sigShowOperateOrbTaskError);
-  std::thread(completions[0], utils::KSError("late"), bson::BSONObj()).join();
+  std::thread(calls[1].completion, utils::KSError("late"), bson::BSONObj()).join();
   EXPECT_EQ(told.count(), 1);
-
   auto passing = boost::make_shared<TC::CBasketTask>("组合任务9", 9, 9);
   DetailPtr server = onServer(twoLines()->m_params);
   passing->updateDetail(server);
   passing->cancel("");
-  completions = {host.takeCalls().front().completion};
+  const auto completion = host.takeCalls().front().completion;
   passing.reset();
-  completions[0](utils::KSError("too late"), bson::BSONObj());
+  completion(utils::KSError("too late"), bson::BSONObj());
 }
 
 }  // namespace

@@ -20,13 +20,15 @@ class CPatchCountTest : public CPatchTaskTest {
     made->m_orders = {ended(buy("p" + std::to_string(id), volume, traded, traded * 11))};
     return made;
   }
-  static std::string figures(const TC::CBasketTaskItem& item) {
-    std::ostringstream out;
-    out << item.m_nTradedVolume << "+" << item.m_nPatchVolume << "=" << item.m_nFinishedVolume << " of "
-        << item.m_nTotalVolume << ", amount " << item.m_dCurAmount << "+" << item.m_dPatchAmount << "="
-        << item.m_dTradedAmount << " of " << item.m_dTotalAmount << ", orders " << item.m_nOrderCount << "/"
-        << item.m_nOrderCount2 << "/" << item.m_nCanceledCount;
-    return out.str();
+  static QString figures(const TC::CBasketTaskItem& item) {
+    return QString::asprintf("%d+%d=%d of %d, amount %g+%g=%g of %g, orders %d/%d/%d", item.m_nTradedVolume,
+                             item.m_nPatchVolume, item.m_nFinishedVolume, item.m_nTotalVolume, item.m_dCurAmount,
+                             item.m_dPatchAmount, item.m_dTradedAmount, item.m_dTotalAmount, item.m_nOrderCount,
+                             item.m_nOrderCount2, item.m_nCanceledCount);
+  }
+  std::string said(const DetailPtr& made) {
+    deliverPatch(made);
+    return takeEvents();
   }
 };
 
@@ -60,17 +62,16 @@ TEST_F(CPatchCountTest, OrdersOfLocalPatchesCountByInstrumentAndOperation) {
 }
 
 TEST_F(CPatchCountTest, AFillFollowsItsLineToAnotherAccount) {
-  update(twoLinesOf(mainAccount, 1));
+  update(twoLines(1));
   update(twoLinesOf(secondAccount, 2));
   const auto linesOn = [this](const AccountPtr& buyer, const AccountPtr& seller) {
     DetailPtr made = patchDetail(124);
     made->m_params = {param(seller, "SZ", "000001", EOT_Sell, 300, 10), param(buyer, "SH", "600000", EOT_Buy, 500, 10)};
     made->m_orders = {buy("p1", 500, 40, 400)};
     deliverPatch(made);
-    const TC::CBasketTaskItem& first = row("SH.600000买入", "A1");
-    const TC::CBasketTaskItem& second = row("SH.600000买入", "A2");
-    return std::to_string(first.m_nPatchVolume) + "/" + std::to_string(first.m_mapOrders.size()) + " " +
-           std::to_string(second.m_nPatchVolume) + "/" + std::to_string(second.m_mapOrders.size());
+    const TC::CBasketTaskItem &first = row("SH.600000买入", "A1"), &second = row("SH.600000买入", "A2");
+    return QString::asprintf("%d/%d %d/%d", first.m_nPatchVolume, first.m_mapOrders.size(), second.m_nPatchVolume,
+                             second.m_mapOrders.size());
   };
   EXPECT_EQ(linesOn(mainAccount, secondAccount), "40/1 0/0");
   EXPECT_EQ(linesOn(secondAccount, mainAccount), "0/0 40/1") << "the accounts change places";
@@ -117,25 +118,21 @@ TEST_F(CPatchCountTest, RowsAndRootAreAnnouncedWhileAPatchRunsAndWhenItEndsUnfil
   own->m_params.front().m_nOrderType = EORT_Algo3;
   own->m_params.insert(own->m_params.begin(), sellLine(0));  // the root's type is that of the first line
   given(own);
-  const auto deliver = [this](const DetailPtr& made) {
-    deliverPatch(made);
-    return takeEvents();
-  };
-  EXPECT_EQ(deliver(buyPatch(124, ETS_Running, 800, 0)), "status T 10000 13\nstatus T 3 0\n");
+  EXPECT_EQ(said(buyPatch(124, ETS_Running, 800, 0)), "status T 10000 13\nstatus T 3 0\n");
   EXPECT_TRUE(root.m_bPatching);
   row("SH.600000买入").m_bPatching = true;
-  EXPECT_EQ(deliver(buyPatch(125, ETS_Cancelled, 100, 0)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 3 0\n")
+  EXPECT_EQ(said(buyPatch(125, ETS_Cancelled, 100, 0)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 3 0\n")
       << "another patch still runs";
   EXPECT_FALSE(row("SH.600000买入").m_bPatching);
   EXPECT_TRUE(root.m_bPatching);
-  EXPECT_EQ(deliver(buyPatch(124, ETS_ExecutionError, 800, 100)),
+  EXPECT_EQ(said(buyPatch(124, ETS_ExecutionError, 800, 100)),
             "status 组合任务123-SH.600000买入 10001 13\nstatus T 10001 13\nstatus T 8 0\n");
   EXPECT_FALSE(root.m_bPatching);
   row("SH.600000买入").m_bPatching = true;
-  EXPECT_EQ(deliver(buyPatch(126, ETS_Finished, 100, 100)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 8 0\n")
+  EXPECT_EQ(said(buyPatch(126, ETS_Finished, 100, 100)), "status 组合任务123-SH.600000买入 10001 13\nstatus T 8 0\n")
       << "it filled, the row did not";
   EXPECT_FALSE(row("SH.600000买入").m_bPatching);
-  EXPECT_EQ(deliver(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";
+  EXPECT_EQ(said(buyPatch(127, ETS_Running, 600, 600)), "status T 3 0\n") << "the row is full";
 }
 
 TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
@@ -143,17 +140,14 @@ TEST_F(CPatchCountTest, TaskWithNothingButItsHedgeUnfinishedIsDroppedByAPatch) {
   task.getHedgeItem()->m_nStatus = ETS_Cancelled;
   given(cancelled(200, 500));
   takeSends();
-  deliverPatch(buyPatch(124, ETS_Finished, 700, 700));
-  EXPECT_EQ(takeEvents(), "status T 8 0\n") << "a share is missing besides the hedge";
+  EXPECT_EQ(said(buyPatch(124, ETS_Finished, 700, 700)), "status T 8 0\n") << "not only the hedge is missing";
   host.desk().setHedgeState(123, TC::EHS_Running);
-  deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
-  EXPECT_EQ(takeEvents() + takeSends(), "status T 3 0\n") << "the hedge still trades";
+  const DetailPtr rest = buyPatch(125, ETS_Finished, 100, 100);
+  EXPECT_EQ(said(rest) + takeSends(), "status T 3 0\n") << "the hedge still trades";
   host.desk().setHedgeState(123, TC::EHS_Paused);
-  deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
-  EXPECT_EQ(takeEvents(), "status T 11 0\n");
+  EXPECT_EQ(said(next(rest)), "status T 11 0\n");
   EXPECT_EQ(takeSends(), "local 124@A1\nlocal 125@A1\nlocal 123@A1\n");
-  deliverPatch(buyPatch(125, ETS_Finished, 100, 100));
-  EXPECT_EQ(takeEvents() + takeSends(), "status T 8 0\n") << "dropped once";
+  EXPECT_EQ(said(next(rest)) + takeSends(), "status T 8 0\n") << "dropped once";
 }
 
 TEST_F(CPatchCountTest, PatchesHaveAStatusOfTheirOwnWhichTheHedgeHoldsUp) {

@@ -27,10 +27,6 @@ class CPatchTaskTest : public CTaskTest {
     host.desk().setNow(1763683200);
     instrument("SH", "600000", 100);
     instrument("SZ", "000001", 100);
-    command.m_nCommandId = 77;
-    command.m_nTaskId = 123;
-    command.m_nTraderType = 1;
-    command.m_nBasketType = ksservice::ECBT_Basket;
     host.setCommand(command);
     listen();
     TC::CBasketPatchDialog::install();
@@ -68,28 +64,12 @@ class CPatchTaskTest : public CTaskTest {
     return text;
   }
   static std::string nameOf(const test::CTestHost::SCall& call) {
-    using ECall = test::CTestHost::ECall;
-    const std::string id = std::to_string(call.id);
-    switch (call.kind) {
-      case ECall::OperateLocal:
-        return "local " + id + "@" + call.key;
-      case ECall::PauseLocal:
-        return "pause " + id + "@" + call.key;
-      case ECall::ResumeLocal:
-        return "resume " + id + "@" + call.key;
-      case ECall::OperateServer:
-        return "server " + call.key;
-      case ECall::PauseHedge:
-        return "hedge pause " + id;
-      case ECall::StopHedge:
-        return "hedge stop " + id;
-    }
-    return {};
+    static const char* const KINDS[] = {"local ", "pause ", "resume ", "server ", "hedge pause ", "hedge stop "};
+    const std::string kind = KINDS[static_cast<int>(call.kind)];
+    if (call.kind == test::CTestHost::ECall::OperateServer) return kind + call.key;
+    return kind + std::to_string(call.id) + (call.key.empty() ? "" : "@" + call.key);
   }
 
-  OrderPtr sell(const std::string& key, int volume, int traded) const {
-    return order(key, "SZ", "000001", ksservice::EOT_Sell, volume, traded, traded * 10);
-  }
   ksservice::CCodeOrderParam buyLine(int volume) const {
     return param(mainAccount, "SH", "600000", ksservice::EOT_Buy, volume, 10);
   }
@@ -123,16 +103,11 @@ class CPatchTaskTest : public CTaskTest {
   /// "SH.600000买入 500" of each line that calcAvailable offers of the account.
   std::string available(const Answer& finished = {}, const QString& accountKey = "A1") {
     std::vector<ksservice::CCodeOrderParam> out;
-    const QMap<QString, TC::CBasketTaskItem*> rows = task.getStockDetailMap(accountKey);
-    const AccountPtr& used = accountKey == "A1" ? mainAccount : secondAccount;
-    for (TC::CBasketTaskItem* item : rows) task.calcAvailable(item, used, out, accountKey, finished);
-    return textOf(out);
-  }
-  static std::string textOf(const std::vector<ksservice::CCodeOrderParam>& params) {
-    std::string text;
-    for (const auto& line : params) {
-      text += line.getKey() + " " + std::to_string(line.m_nVolume) + "\n";
+    for (TC::CBasketTaskItem* item : task.getStockDetailMap(accountKey)) {
+      task.calcAvailable(item, accountKey == "A1" ? mainAccount : secondAccount, out, accountKey, finished);
     }
+    std::string text;
+    for (const auto& line : out) text += line.getKey() + " " + std::to_string(line.m_nVolume) + "\n";
     return text;
   }
 
@@ -150,7 +125,7 @@ class CPatchTaskTest : public CTaskTest {
     return [button](GV::CCommonDialog& dialog) { EXPECT_EQ(dialog.press(button), ""); };
   }
 
-  ksservice::COrderCommand command;
+  ksservice::COrderCommand command = *detail()->m_pCommand;
 
  private:
   void listen() {

@@ -1,7 +1,10 @@
-/// Remainders in values: lots, what an answer says, what a detail has taken, patches that have not shown up.
+/// Patches in values: lots, what an answer says, what a detail has taken, what is left of a line and why a row is not
+/// offered, patches that have not shown up, the steps of a patch.
 #include "PatchRules.h"
 
 #include "PatchCreations.h"
+#include "PatchState.h"
+#include "Remainder.h"
 #include "TaskFixture.h"
 #include "TaskKeys.h"
 
@@ -29,16 +32,14 @@ TEST(PatchRules, RemaindersAreRoundedDownToLots) {
   EXPECT_EQ(roundToLots(50, 100, true), 0);
   EXPECT_EQ(roundToLots(100, 100, true), 100);
   EXPECT_EQ(roundToLots(150, 100, true), 150);
-  EXPECT_EQ(roundToLots(1250, 0, false), std::nullopt);
-  EXPECT_EQ(roundToLots(1250, -100, false), std::nullopt);
+  for (const int unit : {0, -100}) EXPECT_EQ(roundToLots(1250, unit, false), std::nullopt);
 }
 
 TEST(PatchRules, AnswerCountsByInstrumentThroughEveryConnectMarket) {
   const std::map<std::string, int> numbers = {
       {"SH.600000", 300}, {"SH.6000001", 7}, {"HGT.00700", 20}, {"SGT.00700", 5}, {"SZ.000001", -50}};
   EXPECT_EQ(finishedNumber(numbers, "SH.600000"), 300);
-  EXPECT_EQ(finishedNumber(numbers, "HK.00700"), 25);
-  EXPECT_EQ(finishedNumber(numbers, "HGT.00700"), 25);
+  for (const char* market : {"HK", "HGT"}) EXPECT_EQ(finishedNumber(numbers, market + std::string(".00700")), 25);
   EXPECT_EQ(finishedNumber(numbers, "SZ.000001"), 0) << "a number below 0 frees nothing";
   EXPECT_EQ(finishedNumber(numbers, "SZ.600000"), 0);
 }
@@ -52,50 +53,48 @@ class CPatchRulesTest : public CTaskTest {
     }
     return text;
   }
+  static std::string taken(const SPatchSource& source) { return textOf(takenVolumes(source)); }
 };
 
 TEST_F(CPatchRulesTest, OpenOrdersCountWholeAndEndedOnesWhatTheyTraded) {
   DetailPtr made = twoLines();
   made->m_orders = {ended(buy("o1", 300, 120, 0)), buy("o2", 200, 50, 0), nullptr, ended(buy("o3", 100, 0, 0))};
-  EXPECT_EQ(textOf(takenVolumes({*made})), "A1/SH.600000买入=320 ");
+  EXPECT_EQ(taken({*made}), "A1/SH.600000买入=320 ");
   SPatchSource running{*made};
   running.maySend = true;
-  EXPECT_EQ(textOf(takenVolumes(running)), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ");
+  EXPECT_EQ(taken(running), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ");
   made->m_orders.push_back(ended(buy("o4", 900, 900, 0)));
-  EXPECT_EQ(textOf(takenVolumes(running)), "A1/SH.600000买入=1220 A1/SZ.000001卖出=500 ") << "more than was planned";
+  EXPECT_EQ(taken(running), "A1/SH.600000买入=1220 A1/SZ.000001卖出=500 ") << "more than was planned";
 }
 
 TEST_F(CPatchRulesTest, OfAServerTaskTheHighestFigureCounts) {
   DetailPtr made = twoLines();
   made->m_bServerTask = true;
   SPatchSource source{*made};
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ") << "nothing is known";
-
+  EXPECT_EQ(taken(source), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ") << "nothing is known";
   std::map<std::string, int> answer = {{"SH.600000", 300}};
   source.answer = &answer;
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=300 A1/SZ.000001卖出=0 ");
-
+  EXPECT_EQ(taken(source), "A1/SH.600000买入=300 A1/SZ.000001卖出=0 ");
   const auto progress = boost::make_shared<CTaskProgress>();
-  CProgressOrder order;
-  order.m_detail.m_strMarket = "SH";
-  order.m_detail.m_strCode = "600000";
-  order.m_detail.m_nTradedVolume = 280;
-  progress->m_orders = {order};
   source.progress = progress;
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=300 A1/SZ.000001卖出=0 ");
-  order.m_detail.m_nTradedVolume = 40;
-  progress->m_orders.push_back(order);
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=320 A1/SZ.000001卖出=0 ") << "the answer came too early";
+  for (const int traded : {280, 40}) {
+    COrderDetail& order = progress->m_orders.emplace_back().m_detail;
+    order.m_strMarket = "SH";
+    order.m_strCode = "600000";
+    order.m_nTradedVolume = traded;
+    EXPECT_EQ(taken(source),
+              traded == 280 ? "A1/SH.600000买入=300 A1/SZ.000001卖出=0 " : "A1/SH.600000买入=320 A1/SZ.000001卖出=0 ")
+        << "the answer came too early";
+  }
   source.maySend = true;
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ");
-
+  EXPECT_EQ(taken(source), "A1/SH.600000买入=1000 A1/SZ.000001卖出=500 ");
   source.maySend = false;
   made->m_params = {param(mainAccount, "SH", "600000", EOT_Buy, 2000000000, 10),
                     param(mainAccount, "SH", "600000", EOT_Buy, 1500000000, 10)};
   answer = {{"SH.600000", 2147483646}};
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=2147483646 ");
+  EXPECT_EQ(taken(source), "A1/SH.600000买入=2147483646 ");
   answer = {{"SH.600000", 2147483647}};
-  EXPECT_EQ(textOf(takenVolumes(source)), "A1/SH.600000买入=3500000000 ") << "as much as it can say, or more";
+  EXPECT_EQ(taken(source), "A1/SH.600000买入=3500000000 ") << "as much as it can say, or more";
 }
 
 TEST_F(CPatchRulesTest, LinesAreThoseOfTheFirstAccountOrEachOfItsOwn) {
@@ -107,22 +106,106 @@ TEST_F(CPatchRulesTest, LinesAreThoseOfTheFirstAccountOrEachOfItsOwn) {
   EXPECT_EQ(textOf(plannedVolumes(made->m_params, ELineAccount::Each)),
             "A1/SH.600000买入=100 A2/HK.00700买入=0 A2/SH.600000买入=40 ");
   made->m_orders = {ended(buy("o1", 60, 60, 0))};
-  EXPECT_EQ(textOf(takenVolumes({*made})), "A1/SH.600000买入=60 A2/SH.600000买入=60 ") << "either account may have it";
+  EXPECT_EQ(taken({*made}), "A1/SH.600000买入=60 A2/SH.600000买入=60 ") << "either account may have it";
   SPatchSource own{*made};
   own.account = ELineAccount::First;
-  EXPECT_EQ(textOf(takenVolumes(own)), "A1/SH.600000买入=60 ");
+  EXPECT_EQ(taken(own), "A1/SH.600000买入=60 ");
 }
 
-/// Creations of basket 123, told in one line each.
+const PatchLine LINE = {"A1", "SH.600000买入"};
+
+/// A row of 1000 in lots of 100.
+SRemainderRow rowOf(long long finished = 0, bool first = true) {
+  SRemainderRow row;
+  row.line = LINE;
+  row.first = first;
+  row.target = 1000;
+  row.finished = finished;
+  row.lots = SLots{100, false};
+  return row;
+}
+
+SRemainderFacts factsOf(const std::vector<SRemainderRow>& rows) {
+  SRemainderFacts facts;
+  facts.rows = rows;
+  return facts;
+}
+
+std::string only(const SRemainderFacts& facts) {
+  const SRemainder left = remaindersOf(facts).front();
+  return std::to_string(left.rest.open) + "/" + std::to_string(left.rest.free) + " " + std::to_string(left.volume) +
+         " " + refusalText(left.refusal).toStdString();
+}
+
+TEST(Remainder, TheHighestOfWhatIsKnownIsTakenOff) {
+  SRemainderFacts facts = factsOf({rowOf(250)});
+  EXPECT_EQ(only(facts), "750/750 700 ");
+  facts.rows[0].orders = 100;
+  facts.rows[0].answered = 200;
+  EXPECT_EQ(only(facts), "700/700 700 ") << "the answer and the row's own orders are of different tasks";
+  facts.taken = {{LINE, 650}, {{"A2", LINE.second}, 900}};
+  EXPECT_EQ(only(facts), "350/350 300 ");
+  facts.accepted = {{LINE, 100}};
+  facts.handedOver = {{LINE, 50}};
+  facts.unknown = {{LINE, 25}};
+  EXPECT_EQ(only(facts), "350/175 100 ") << "what is not known is taken off beside it";
+  EXPECT_TRUE(fits(facts, {{LINE, 175}, {{"A1", "SZ.000001卖出"}, 0}}));
+  EXPECT_FALSE(fits(facts, {{LINE, 176}}));
+  EXPECT_FALSE(fits(facts, {{{"A1", "SZ.000001卖出"}, 1}})) << "a line without a row";
+  facts.taken = {{LINE, 5000000000}};
+  EXPECT_EQ(only(facts), "-4999999000/-4999999175 0 ") << "more than the target was traded";
+}
+
+TEST(Remainder, EachReasonIsToldOnlyOfWhatCouldBeOrdered) {
+  const auto refused = [](const auto& change, const SRemainderRow& row = rowOf()) {
+    SRemainderFacts facts = factsOf({row});
+    change(facts, facts.rows[0]);
+    return remaindersOf(facts).front().refusal;
+  };
+  const auto noAccount = [](auto&, auto& row) { row.hasAccount = row.hasInstrument = false; };
+  const auto noProgress = [](auto& facts, auto&) { facts.unanswered = {LINE}; };
+  EXPECT_EQ(refused([](auto&, auto&) {}), ERefusal::None);
+  EXPECT_EQ(refused(noAccount), ERefusal::NoAccount);
+  EXPECT_EQ(refused([](auto&, auto& row) { row.hasInstrument = false; }), ERefusal::NoInstrument);
+  EXPECT_EQ(refused([](auto&, auto& row) { row.lots->unit = 0; }), ERefusal::NoUnit);
+  EXPECT_EQ(refused(noProgress), ERefusal::NoProgress);
+  EXPECT_EQ(refused([](auto& facts, auto&) { facts.accepted = facts.handedOver = {{LINE, 500}}; }), ERefusal::Accepted);
+  EXPECT_EQ(refused([](auto& facts, auto&) { facts.handedOver = {{LINE, 950}}; }), ERefusal::HandedOver);
+  EXPECT_EQ(refused([](auto& facts, auto&) { facts.handedOver = {{LINE, 900}}; }), ERefusal::None) << "a lot is left";
+  EXPECT_EQ(refused(noAccount, rowOf(1000)), ERefusal::None) << "filled";
+  EXPECT_EQ(refused(noProgress, rowOf(950)), ERefusal::None) << "below a lot";
+  SRemainderRow unset = rowOf();
+  unset.unset = true;
+  EXPECT_EQ(refused(noProgress, unset), ERefusal::None) << "nothing is left of a target that is not known";
+}
+
+TEST(Remainder, RowsOfOneLineShareWhatIsLeft) {
+  SRemainderFacts facts = factsOf({rowOf(400, false), rowOf(100)});
+  facts.taken = {{LINE, 700}};
+  std::vector<SRemainder> left = remaindersOf(facts);
+  EXPECT_EQ(left[1].rest.open, 900) << "the line's own row first";
+  EXPECT_EQ(left[0].rest.open, 400);
+  facts.accepted = {{LINE, 1000}};
+  left = remaindersOf(facts);
+  EXPECT_EQ(left[1].rest.free, 300);
+  EXPECT_EQ(left[0].rest.free, 0);
+  facts.rows[0].answered = facts.rows[1].answered = 1900;
+  EXPECT_EQ(remaindersOf(facts)[1].rest.open, 100) << "an answer speaks of the security once";
+}
+
+/// Creations of basket 123, told in one line each. What happens gives "x=100 y=50 waits": what is held, and whether it
+/// is waited for.
 class CPatchCreationsTest : public testing::Test {
  protected:
-  static constexpr int REPLIED_NONE = CPatchCreations::NO_TASK;
-
   static LineVolumes lines(long long one, long long two = 0) { return {{{"A1", "x"}, one}, {{"A1", "y"}, two}}; }
-  void arrive(const std::string& key, int task, long long one, long long two = 0) {
+  std::string arrive(const std::string& key, int task, long long one, long long two = 0) {
     creations.arrived(key, task, lines(one, two));
+    return state();
   }
-  /// "x=100 y=50, waits": what is held, and whether it is waited for.
+  std::string answer(int creation, int task) {
+    creations.answered(creation, task);
+    return state();
+  }
   std::string state() const {
     std::string text;
     for (const auto& [line, volume] : creations.held()) {
@@ -137,18 +220,12 @@ class CPatchCreationsTest : public testing::Test {
 TEST_F(CPatchCreationsTest, EachLineIsHeldUntilDetailsOfTheNamedTaskAreToTradeIt) {
   arrive("190-1", 190, 30);
   creations.add(1, lines(1000, 500), 0);
-  creations.answered(1, 201);
-  EXPECT_EQ(state(), "x=1000 y=500 waits");
-  arrive("190-2", 190, 1000);
-  EXPECT_EQ(state(), "x=1000 y=500 waits") << "another's patch";
-  arrive("201-1", 201, 600);
-  EXPECT_EQ(state(), "x=400 y=500 ");
-  arrive("201-1", 201, 600);
-  EXPECT_EQ(state(), "x=400 y=500 ") << "once for each detail";
-  arrive("201-2", 201, 700);
-  EXPECT_EQ(state(), "y=500 ") << "never more than is left";
-  arrive("201-3", 201, 0, 500);
-  EXPECT_EQ(state(), "");
+  EXPECT_EQ(answer(1, 201), "x=1000 y=500 waits");
+  EXPECT_EQ(arrive("190-2", 190, 1000), "x=1000 y=500 waits") << "another's patch";
+  EXPECT_EQ(arrive("201-1", 201, 600), "x=400 y=500 ");
+  EXPECT_EQ(arrive("201-1", 201, 600), "x=400 y=500 ") << "once for each detail";
+  EXPECT_EQ(arrive("201-2", 201, 700), "y=500 ") << "never more than is left";
+  EXPECT_EQ(arrive("201-3", 201, 0, 500), "");
   EXPECT_EQ(creations.failed(1), lines(1000, 500));
   EXPECT_TRUE(creations.failed(1).empty());
 }
@@ -157,22 +234,14 @@ TEST_F(CPatchCreationsTest, WithoutAnAnswerATaskIsTakenForTheOldestThatItCanBe) 
   arrive("190-1", 190, 10);
   creations.add(1, lines(100), 0);
   creations.add(2, lines(100, 50), 0);
-  arrive("190-2", 190, 100);
-  EXPECT_EQ(state(), "x=200 y=50 waits") << "it was there before";
-  arrive("201-1", 201, 0, 50);
-  EXPECT_EQ(state(), "x=200 y=50 waits") << "of the second one, which frees nothing yet";
-  arrive("202-1", 202, 101);
-  EXPECT_EQ(state(), "x=200 y=50 waits") << "more than any ordered";
-  arrive("203-1", 203, 100);
-  EXPECT_EQ(state(), "x=100 y=50 ") << "just what the first one ordered";
-  arrive("201-2", 201, 100);
-  EXPECT_EQ(state(), "") << "all that the second one ordered, in two pieces";
-  creations.answered(2, 204);
-  EXPECT_EQ(state(), "x=100 y=50 waits") << "that was somebody else's";
-  creations.answered(1, 201);
-  EXPECT_EQ(state(), "x=100 y=50 waits") << "but it was the first one's";
-  arrive("204-1", 204, 40);
-  EXPECT_EQ(state(), "x=60 y=50 ");
+  EXPECT_EQ(arrive("190-2", 190, 100), "x=200 y=50 waits") << "it was there before";
+  EXPECT_EQ(arrive("201-1", 201, 0, 50), "x=200 y=50 waits") << "of the second one, which frees nothing yet";
+  EXPECT_EQ(arrive("202-1", 202, 101), "x=200 y=50 waits") << "more than any ordered";
+  EXPECT_EQ(arrive("203-1", 203, 100), "x=100 y=50 ") << "just what the first one ordered";
+  EXPECT_EQ(arrive("201-2", 201, 100), "") << "all that the second one ordered, in two pieces";
+  EXPECT_EQ(answer(2, 204), "x=100 y=50 waits") << "that was somebody else's";
+  EXPECT_EQ(answer(1, 201), "x=100 y=50 waits") << "but it was the first one's";
+  EXPECT_EQ(arrive("204-1", 204, 40), "x=60 y=50 ");
   creations.failed(2);
   EXPECT_EQ(state(), "");
 }
@@ -180,24 +249,20 @@ TEST_F(CPatchCreationsTest, WithoutAnAnswerATaskIsTakenForTheOldestThatItCanBe) 
 TEST_F(CPatchCreationsTest, ATaskThatIsToTradeJustWhatWasOrderedIsThatOrders) {
   creations.add(1, lines(100, 50), 0);
   creations.add(2, lines(100), 0);
-  arrive("201-1", 201, 100);
-  EXPECT_EQ(state(), "x=100 y=50 waits") << "the second one's, though it could be a part of the first";
+  EXPECT_EQ(arrive("201-1", 201, 100), "x=100 y=50 waits") << "the second one's, though it could be of the first";
 }
 
 TEST_F(CPatchCreationsTest, ATaskThatTurnsOutToTradeMoreIsNotTakenForIt) {
   creations.add(1, lines(100), 0);
-  creations.answered(1, REPLIED_NONE);
-  arrive("201-1", 201, 60);
-  EXPECT_EQ(state(), "x=100 ");
-  arrive("201-2", 201, 60);
-  EXPECT_EQ(state(), "x=100 waits");
+  answer(1, CPatchCreations::NO_TASK);
+  EXPECT_EQ(arrive("201-1", 201, 60), "x=100 ");
+  EXPECT_EQ(arrive("201-2", 201, 60), "x=100 waits");
   // Details of patches may bear the basket's number; those that were there before are not meant.
   creations.failed(1);
   arrive("p1", 123, 100);
   creations.add(2, lines(70), 0);
   EXPECT_EQ(state(), "x=70 waits");
-  arrive("p2", 123, 70);
-  EXPECT_EQ(state(), "");
+  EXPECT_EQ(arrive("p2", 123, 70), "");
 }
 
 TEST_F(CPatchCreationsTest, ADropShowsOnlyWhileThePatchIsWaitedFor) {
@@ -225,12 +290,71 @@ TEST_F(CPatchCreationsTest, WhatWasAskedForBeforeADetailIsOwedToItOnce) {
   EXPECT_EQ(creations.owed("201-1"), 0);
   arrive("205-1", 205, 5000);
   EXPECT_EQ(creations.owed("205-1"), 0) << "somebody else's";
-  creations.answered(1, 205);
+  answer(1, 205);
   EXPECT_EQ(creations.owed("205-1"), ETO_Drop) << "it was ours after all";
   creations.add(2, lines(10), 0);
-  creations.answered(2, 206);
+  answer(2, 206);
   arrive("206-1", 206, 10);
   EXPECT_EQ(creations.owed("206-1"), 0) << "accepted later";
+}
+
+const OrderProcessMap ANSWER = {{"server", {{"SH.600000", 100}}}};
+
+class CPatchStateTest : public testing::Test {
+ protected:
+  bool begin(double now = 0) { return state.begin(false, now); }
+  EPatchStep step() const { return state.step(false); }
+
+  CPatchState state;
+};
+
+TEST_F(CPatchStateTest, NothingBeginsBesideAPatchThatIsUnderWay) {
+  EXPECT_FALSE(state.begin(true, 0)) << "one that was sent is awaited";
+  EXPECT_EQ(state.step(true), EPatchStep::Awaited);
+  ASSERT_TRUE(begin());
+  EXPECT_FALSE(begin()) << "begun";
+  ASSERT_TRUE(state.confirm(false, 0));
+  EXPECT_FALSE(begin() || state.confirm(false, 0)) << "being confirmed";
+  state.end();
+  EXPECT_TRUE(state.confirm(false, 0)) << "a confirmation begins a patch of its own";
+  state.end();
+  for (const ELetGo why : {ELetGo::NewTradingDay, ELetGo::Closed}) {
+    state.letGo(why);
+    EXPECT_FALSE(begin() || state.holds());
+  }
+}
+
+TEST_F(CPatchStateTest, OnlyTheNewestAnswerGoesOnAndOnlyOnce) {
+  begin();
+  const int first = state.ask({"server"}, 1000);
+  EXPECT_FALSE(state.goOn()) << "not answered";
+  EXPECT_FALSE(begin(1000 + CPatchState::ANSWER_MSEC - 1));
+  ASSERT_TRUE(begin(1000 + CPatchState::ANSWER_MSEC)) << "without an answer the user may ask again";
+  const int second = state.ask({}, 20000);
+  EXPECT_TRUE(state.isNewest(second) && !state.isNewest(first));
+  EXPECT_FALSE(state.ranWhenAsked("server")) << "what ran when the newest was asked counts";
+  state.answer(ANSWER);
+  EXPECT_EQ(state.goOn(), ANSWER);
+  EXPECT_FALSE(state.goOn()) << "a second answer opens no second dialog";
+  EXPECT_EQ(step(), EPatchStep::Begun);
+}
+
+TEST_F(CPatchStateTest, WhatEndsAQueryLeavesAConfirmationToBeJudged) {
+  for (const auto end : {&CPatchState::giveUp, &CPatchState::drop}) {
+    begin();
+    state.ask({}, 0);
+    (state.*end)();
+    state.answer(ANSWER);
+    EXPECT_FALSE(state.goOn()) << "the answer comes too late";
+    EXPECT_EQ(step(), EPatchStep::Idle);
+  }
+  state.confirm(false, 0);
+  EXPECT_TRUE(state.holds()) << "a drop from before the question";
+  state.giveUp();
+  EXPECT_TRUE(state.holds() && step() == EPatchStep::Confirming);
+  state.drop();
+  EXPECT_FALSE(state.holds());
+  EXPECT_EQ(step(), EPatchStep::Confirming) << "until the dialog has closed";
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-/// A patch from the click to the task that is sent, and what is left of a line.
+/// A patch from the click to the task that is sent, what is left of a line, and patches without a dialog: what is
+/// ordered at which price, and what is said of a row of which nothing is.
 #include <thread>
 
 #include "PatchFixture.h"
@@ -12,17 +13,20 @@ constexpr auto PLAIN = static_cast<EMavTraderType>(1);
 class CPatchTest : public CPatchTaskTest {
  protected:
   /// A click on "补单", with everything that follows it.
-  std::string patch(const std::string& act = {}) {
-    if (act.empty()) {
-      inDialog([](GV::CCommonDialog& dialog) { dialog.closeByUser(); });
-    } else {
-      inDialog(press(QString::fromStdString(act)));
-    }
+  std::string patch(const QString& act = {}) {
+    inDialog([act](GV::CCommonDialog& dialog) {
+      if (act.isEmpty()) return dialog.closeByUser();
+      EXPECT_EQ(dialog.press(act), "");
+    });
     task.checkHasAlgoTask(task.getKey(), PLAIN);
     return takeEvents();
   }
-  /// The task as one server detail, cancelled; answers are made by answer().
-  void serverTask() { given(onServer(twoLines()->m_params)); }
+  /// The task as one server detail; answers are made by answer().
+  void serverTask(int status = ETS_Cancelled) {
+    DetailPtr made = onServer(twoLines()->m_params);
+    made->m_nStatus = status;
+    given(made);
+  }
   std::string answer(const Answer& data) {
     for (const auto& query : host.takeQueries()) query.completion(data, {}, {});
     return takeEvents();
@@ -55,10 +59,12 @@ TEST_F(CPatchTest, APlainTradeThatWasChosenIsOrderedSoWhateverTheTaskIs) {
   EXPECT_EQ(creations[0].m_command.m_strAlgoParams, "");
 }
 
-TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
-  update(cancelled(200, 0));
+TEST_F(CPatchTest, NothingIsSentWithoutACommandOrSomebodyWhoAsksOrWhileAPatchIsOnItsWay) {
+  given(cancelled(200, 0));
+  TC::setPatchConfirmFactory({});
+  EXPECT_EQ(patch("选中补单"), refuse("没有补单确认窗口，没有补单"));
+  TC::CBasketPatchDialog::install();
   host.setCommandsKnown(false);
-  takeEvents();
   EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
   EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
   EXPECT_TRUE(host.takeCreations().empty());
@@ -71,17 +77,6 @@ TEST_F(CPatchTest, NothingIsSentWithoutACommandOrWhileAPatchIsOnItsWay) {
   EXPECT_EQ(host.takeCreations().size(), 1u);
 }
 
-TEST_F(CPatchTest, WithoutSomebodyWhoAsksThePatchIsRefused) {
-  update(cancelled(200, 0));
-  TC::setPatchConfirmFactory({});
-  takeEvents();
-  EXPECT_EQ(patch("选中补单"), refuse("没有补单确认窗口，没有补单"));
-  EXPECT_TRUE(host.takeCreations().empty());
-  TC::CBasketPatchDialog::install();
-  patch("选中补单");
-  EXPECT_EQ(host.takeCreations().size(), 1u) << "the next click finds the dialog";
-}
-
 TEST_F(CPatchTest, AHostThatFailsKeepsNobodyFromPatchingAgain) {
   given(cancelled(0, 0));
   host.setMeeting([](const std::string& key) {
@@ -91,18 +86,17 @@ TEST_F(CPatchTest, AHostThatFailsKeepsNobodyFromPatchingAgain) {
   EXPECT_THROW(task.patch({}, EPT_Latest), std::runtime_error);
   host.setMeeting({});
   takeEvents();
-  task.checkHasAlgoTask(task.getKey(), {});
-  EXPECT_EQ(takeEvents().rfind("dialog ", 0), 0u);
+  EXPECT_EQ(patch().rfind("dialog ", 0), 0u);
 }
 
 TEST_F(CPatchTest, WhyRowsAreNotOfferedIsToldOfTwentyAndTheRestIsCounted) {
-  DetailPtr known = cancelled(200, 500), unknown = detail(2), without = detail(3);
+  DetailPtr unknown = detail(2), without = detail(3);
   unknown->m_nStatus = without->m_nStatus = ETS_Cancelled;
   for (int i = 0; i < 20; ++i) {
     unknown->m_params.push_back(param(secondAccount, "SH", "6001" + std::to_string(10 + i), EOT_Buy, 100, 10));
   }
   without->m_params = {param(account("A3", "1003"), "SH", "600000", EOT_Buy, 100, 10)};
-  for (const DetailPtr& one : {known, without}) given(one);
+  for (const DetailPtr& one : {cancelled(200, 500), without}) given(one);
   EXPECT_EQ(patch(),
             "box 补单|不能补单：\nSH.600000 买入 1003：没有账号数据\n"
             "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
@@ -114,8 +108,7 @@ TEST_F(CPatchTest, WhyRowsAreNotOfferedIsToldOfTwentyAndTheRestIsCounted) {
 TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
   given(cancelled(200, 0));
   inDialog([](GV::CCommonDialog& dialog) {
-    EXPECT_EQ(dialog.press("反选"), "");
-    EXPECT_EQ(dialog.press("选中补单"), "");
+    for (const char* button : {"反选", "选中补单"}) EXPECT_EQ(dialog.press(button), "");
   });
   task.checkHasAlgoTask(task.getKey(), PLAIN);
   const auto creations = host.takeCreations();
@@ -126,15 +119,10 @@ TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
 }
 
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
-  DetailPtr made = onServer(twoLines()->m_params);
-  made->m_nStatus = ETS_Running;
-  update(made);
+  serverTask(ETS_Running);
   task.checkHasAlgoTask(task.getKey(), PLAIN);
-  const auto queries = host.takeQueries();
-  ASSERT_EQ(queries.size(), 1u);
   serverTask();
-  queries[0].completion({{"123-1", {{"SH.600000", 300}}}}, {}, {});
-  EXPECT_EQ(takeEvents(), refuse("可补单量为0")) << "it went on trading after it was asked";
+  EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}}}}), refuse("可补单量为0")) << "it went on trading";
   patch();
   EXPECT_EQ(answer({{"123-1", {{"SH.600000", 600}}}}),
             "dialog A1/SH.600000买入=400 A1/SZ.000001卖出=500\nended T\nstatus T 8 0\n");
@@ -190,7 +178,6 @@ TEST_F(CPatchTest, FinishedNumbersCountForTheAccountAndUnderBothKeys) {
   update(onServer({}, 4));
   EXPECT_EQ(number("A1", {{"123-4", {{"SH.600000", 100}}}}), 0);
   EXPECT_EQ(takeLog("m_param"), std::vector<std::string>{"taskDetalPtr m_param.m_params is 0"});
-
   const Answer all = {
       {"123-1", {{"SH.600000", 100}}}, {"123-2", {{"SH.600000", 250}}}, {"ALGO", {{"SH.600000", 1050}}}};
   EXPECT_EQ(available(all), "A1/SH.600000买入 1800\nA1/SZ.000001卖出 500\n") << "1850 in lots";
@@ -222,6 +209,91 @@ TEST_F(CPatchTest, APatchThatCameAsADetailOfTheTaskItselfIsNotOfferedTwice) {
   EXPECT_EQ(available(), "A1/SH.600000买入 500\n");
   update(again);
   EXPECT_EQ(available(), "A1/SH.600000买入 500\n") << "although the target is 1600 now";
+}
+
+class CDirectPatchTest : public CPatchTaskTest {
+ protected:
+  std::string creations() {
+    QString text;
+    for (const auto& created : host.takeCreations()) {
+      EXPECT_EQ(created.m_nHedgeType, 0);
+      EXPECT_EQ(created.m_nTaskId, 123);
+      EXPECT_TRUE(created.m_command.m_bPatch);
+      for (const auto& line : created.m_params) {
+        text += QString::asprintf("%s %d type %d price %d:%g\n", line.getKey().c_str(), line.m_nVolume, line.m_nType,
+                                  line.m_nPriceType, line.m_dPrice);
+      }
+      created.completion(utils::KSError("gone"), 0);
+    }
+    QCoreApplication::processEvents();
+    return text.toStdString();
+  }
+  /// A patch of a row from which nothing comes: what is said of it.
+  std::string refusal(const QString& of, int priceType) {
+    task.patch(of, priceType);
+    std::string text;
+    for (const auto& message : host.takeMessages()) text += message.first.toStdString() + "\n";
+    return text + takeEvents();
+  }
+
+  const QString key = "组合任务123-SH.600000买入";
+};
+
+TEST_F(CDirectPatchTest, OneRowOrEveryRowIsOrderedAtAPrice) {
+  command.m_nType = 6;
+  host.setCommand(command);
+  host.change([](auto& session) { session.m_settings.m_strOrderSetting = "price=1"; });
+  given(cancelled(200, 0));
+  task.patch(key, 14);
+  EXPECT_EQ(takeEvents(), "") << "a single row's success is announced by its details";
+  EXPECT_TRUE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 14:10.1\n");
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  EXPECT_EQ(takeEvents(), "status 组合任务123-SH.600000买入 10001 0\nbox 补单|gone\nended T\nstatus T 8 0\n");
+  for (const QString& all : {QString(), task.getKey()}) {
+    task.patch(all, 0);
+    EXPECT_EQ(takeEvents(), "status T 10000 0\nstatus T 10000 0\n");
+    EXPECT_EQ(creations(), "A1/SH.600000买入 800 type 6 price 1:10\nA1/SZ.000001卖出 500 type 6 price 1:10\n");
+    takeEvents();
+  }
+  DetailPtr other = twoLinesOf(secondAccount, 2);
+  other->m_nStatus = ETS_Cancelled;
+  given(other);
+  task.patch(row("SH.600000买入", "A2").m_strKey, 14);
+  EXPECT_EQ(creations(), "A2/SH.600000买入 1000 type 6 price 14:10.1\n") << "rows of two accounts are told apart";
+  takeEvents();
+  row("SH.600000买入").m_bPatching = true;
+  task.patch(row("SH.600000买入").m_strKey, 14);
+  given(twoLines());
+  task.patch(QString(), 14);
+  EXPECT_EQ(takeEvents() + creations(), "") << "patched already; not cancelled";
+}
+
+TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
+  const std::string failed = " A1/SH.600000买入\nstatus 组合任务123-SH.600000买入 10001 0\n";
+  given(cancelled(950, 500));
+  EXPECT_EQ(refusal(key, 14), "可补单量为0" + failed);
+  EXPECT_EQ(refusal(task.getKey(), 14), "可补单量为0" + failed + "status T 10001 0\n");
+  given(cancelled(200, 500));
+  for (const char* setting : {"", "nonsense"}) {
+    host.change([&](auto& session) { session.m_settings.m_strOrderSetting = setting; });
+    EXPECT_EQ(refusal(key, 0), "没有委托设置" + failed);
+  }
+  host.setCommandsKnown(false);
+  EXPECT_EQ(refusal(key, 14), "没有指令" + failed);
+  EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
+  host.setCommandsKnown(true);
+  host.desk().setQuote("SH", "600000", TC::CQuote());
+  EXPECT_EQ(refusal(key, 14), "没有价格" + failed);
+  instrument("SH", "600000", 0);
+  EXPECT_EQ(refusal(key, 14), "没有有效的最小交易单位" + failed);
+  EXPECT_FALSE(row("SH.600000买入").m_bPatching);
+  instrument("SH", "600000", 100);
+  DetailPtr server = next(cancelled(200, 500));
+  server->m_bServerTask = true;
+  given(server);
+  EXPECT_EQ(refusal(key, 14), "可补单量为0" + failed) << "nothing is known of what the server did";
+  EXPECT_TRUE(host.takeCreations().empty());
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
-#include <algorithm>
-#include <boost/make_shared.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,75 +20,68 @@ class CTaskTest : public testing::Test {
 
   CTaskTest() { task.getRoot()->setHpfTreeKey("T"); }
 
-  static AccountPtr account(const std::string& key, const std::string& displayId, const std::string& name = "主账户") {
+  static AccountPtr account(const std::string& key, const std::string& displayId, const std::string& name = "主账户",
+                            int type = 0) {
     AccountPtr made = test::makeAccount(key, displayId);
     made->m_strName = name;
+    made->m_nType = type;
     return made;
   }
 
   /// A running detail of command 77 without parameters and orders.
   static DetailPtr detail(int number = 1) {
-    auto made = boost::make_shared<ksservice::CTaskDetail>();
-    made->m_nTaskId = 123;
-    made->m_nNumber = number;
-    made->m_strKey = ksservice::CTaskDetail::genKey(123, number);
-    made->m_nStatus = ksservice::ETS_Running;
-    made->m_pCommand = boost::make_shared<ksservice::COrderCommand>();
+    DetailPtr made = test::makeDetail(123, number);
     made->m_pCommand->m_nCommandId = 77;
-    made->m_pCommand->m_nTaskId = 123;
     made->m_pCommand->m_strBasketName = "篮子";
     return made;
   }
-
-  /// A running detail of patch task `id` of task 123, without parameters and orders.
-  static DetailPtr patchDetail(int id, int number = 1) {
+  /// The same of a task with an identifier of its own.
+  static DetailPtr detailOf(int id, int number = 1) {
     DetailPtr made = detail(number);
     made->m_nTaskId = id;
     made->m_strKey = ksservice::CTaskDetail::genKey(id, number);
+    return made;
+  }
+  static DetailPtr patchDetail(int id, int number = 1) {
+    DetailPtr made = detailOf(id, number);
     made->m_pCommand->m_bPatch = true;
-    made->m_pCommand->m_nBasketType = ksservice::ECBT_Basket;
     return made;
   }
 
   static ksservice::CCodeOrderParam param(const AccountPtr& account, const std::string& market, const std::string& code,
                                           int operation, int volume, double price) {
-    ksservice::CCodeOrderParam made;
-    made.m_pAccount = account;
-    made.m_stock.m_strMarket = market;
-    made.m_stock.m_strCode = code;
-    made.m_nOperation = operation;
-    made.m_nVolume = volume;
-    made.m_dPrice = price;
-    return made;
+    ksservice::CTaskDetail holder;
+    test::addParam(holder, account, code, volume, price, operation);
+    holder.m_params.front().m_stock.m_strMarket = market;
+    return holder.m_params.front();
   }
 
   /// An order at a price of 10 CNY; its tag is its key.
   static OrderPtr order(const std::string& key, const std::string& market, const std::string& code, int operation,
                         int volume, int traded, double amount) {
-    auto made = boost::make_shared<ksservice::COrderInfo>();
-    made->m_strKey = key;
-    made->m_tag = ksservice::CMavOrderTag(key);
+    ksservice::CTaskDetail holder;
+    OrderPtr made = test::addOrder(holder, key, code, volume, traded, 10, operation);
     made->m_strMarket = market;
-    made->m_strCode = code;
-    made->m_nOperation = operation;
-    made->m_nVolume = volume;
-    made->m_nTradedVolume = traded;
     made->m_dTradedAmount = amount;
-    made->m_dPrice = 10;
     return made;
   }
+  static OrderPtr buy(const std::string& key, int volume, int traded, double amount) {
+    return order(key, "SH", "600000", ksservice::EOT_Buy, volume, traded, amount);
+  }
+  static OrderPtr sell(const std::string& key, int volume, int traded) {
+    return order(key, "SZ", "000001", ksservice::EOT_Sell, volume, traded, traded * 10);
+  }
+  static OrderPtr ended(OrderPtr order) {
+    order->m_bCompleted = true;
+    return order;
+  }
 
-  /// Detail `number` of account A1: a buy of 1000 SH.600000 and a sell of 500 SZ.000001, both at 10 CNY.
-  DetailPtr twoLines(int number = 1) const {
+  /// Detail `number`, by default of account A1: a buy of 1000 SH.600000 and a sell of 500 SZ.000001, both at 10 CNY.
+  DetailPtr twoLines(int number = 1) const { return twoLinesOf(mainAccount, number); }
+  static DetailPtr twoLinesOf(const AccountPtr& account, int number) {
     DetailPtr made = detail(number);
-    made->m_params = {param(mainAccount, "SH", "600000", ksservice::EOT_Buy, 1000, 10),
-                      param(mainAccount, "SZ", "000001", ksservice::EOT_Sell, 500, 10)};
-    return made;
-  }
-
-  DetailPtr twoLinesOf(const AccountPtr& account, int number) const {
-    DetailPtr made = twoLines(number);
-    for (ksservice::CCodeOrderParam& line : made->m_params) line.m_pAccount = account;
+    made->m_params = {param(account, "SH", "600000", ksservice::EOT_Buy, 1000, 10),
+                      param(account, "SZ", "000001", ksservice::EOT_Sell, 500, 10)};
     return made;
   }
   /// Detail `number` of the server, cancelled.
@@ -103,23 +94,12 @@ class CTaskTest : public testing::Test {
   }
   /// Of so many lots, of the account F1.
   static ksservice::CBasketHedgeParam hedgeParam(int volume = 3, bool handedOver = false) {
-    ksservice::CBasketHedgeParam made;
-    made.m_bEnabled = true;
-    made.m_bHandedOver = handedOver;
-    made.m_strMarket = "CFFEX";
-    made.m_strCode = "IF2612";
-    made.m_strAccount = "F1";
-    made.m_nVolume = volume;
-    return made;
-  }
-
-  OrderPtr buy(const std::string& key, int volume, int traded, double amount) const {
-    return order(key, "SH", "600000", ksservice::EOT_Buy, volume, traded, amount);
-  }
-
-  static OrderPtr ended(OrderPtr order) {
-    order->m_bCompleted = true;
-    return order;
+    return {.m_bEnabled = true,
+            .m_bHandedOver = handedOver,
+            .m_strMarket = "CFFEX",
+            .m_strCode = "IF2612",
+            .m_strAccount = "F1",
+            .m_nVolume = volume};
   }
 
   /// The next state of a detail: a fresh record, as the host delivers it.
@@ -135,10 +115,8 @@ class CTaskTest : public testing::Test {
 
   /// Log lines since the last call that hold the text.
   std::vector<std::string> takeLog(const std::string& text) {
-    std::vector<std::string> lines;
-    for (const std::string& line : host.takeLog()) {
-      if (line.find(text) != std::string::npos) lines.push_back(line);
-    }
+    std::vector<std::string> lines = host.takeLog();
+    std::erase_if(lines, [&](const std::string& line) { return line.find(text) == std::string::npos; });
     return lines;
   }
 
@@ -147,18 +125,13 @@ class CTaskTest : public testing::Test {
 
   const AccountPtr mainAccount = account("A1", "1001");
   const AccountPtr secondAccount = account("A2", "1002", "二号");
-  const AccountPtr futuresAccount = futures();
+  const AccountPtr futuresAccount = account("F1", "8001", "期货账户", 1);
   test::CTestHost host;
   boost::shared_ptr<TC::CBasketTask> held = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
   TC::CBasketTask& task = *held;
   TC::CBasketTaskItem& root = *task.getRoot();
 
  private:
-  static AccountPtr futures() {
-    AccountPtr made = account("F1", "8001", "期货账户");
-    made->m_nType = 1;
-    return made;
-  }
   static std::string treeOf(const TC::CBasketTaskItem& node, int depth) {
     const QString key = node.parent() ? node.getKey().mid(node.parent()->getKey().size() + 1) : node.getKey();
     std::string text = std::string(static_cast<std::size_t>(depth), ' ') + key.toStdString() + "\n";

@@ -41,9 +41,7 @@ class CTaskThreadsTest : public CPatchTaskTest {
     update(ownDetail(round % 8 == 0 ? 6 + round / 8 % (DETAILS - 5) : 1 + round % 5, ETS_Cancelled));
     if (round % 64 == 0) update(ownDetail(5, ETS_Running));
     deliverPatch(patchOf(500 + round % 7, round));
-    DetailPtr sale = detail();
-    sale->m_strKey = "900-1";
-    sale->m_nTaskId = 900;
+    DetailPtr sale = detailOf(900);
     sale->m_params = {param(futuresAccount, "CFFEX", "IF2612", EOT_SellOpen, 3, 0)};
     task.updateHedge(sale);
     task.setHedgeParam(hedge, false);
@@ -101,13 +99,13 @@ class CTaskThreadsTest : public CPatchTaskTest {
             [this] { task.updateHedgeVolume(++m_nTarget); },
             [this] { task.updateHedgeStatus(1); },
             [this] { task.cancelHedge(QString()); },
-            [this] { task.cancelHedge(hedgeKey()); },
+            [this] { task.cancelHedge(keyOf(task.getHedgeItem())); },
             [this, all] { patchAgain([&] { task.checkHasAlgoTask(all, EMTT_Stock); }); },
             [this, all] { patchAgain([&] { task.patch(all, 0); }); },
-            [this] { patchAgain([&] { task.patch(rowKey(), EPT_Latest); }); },
+            [this] { patchAgain([&] { task.patch(keyOf(anyRow()), EPT_Latest); }); },
             [this] { m_nSeen += available(); },
             [this] { task.onPatchesChanged(); },
-            [this] { task.unpatch(rowKey()); },
+            [this] { task.unpatch(keyOf(anyRow())); },
             [this, all] { task.drop(all); },
             [this, all] { task.slotPatchTask(all, true); },
             [this, all] { patchAgain([&] { task.patchWithParam(all, {}, EMTT_Stock); }); }};
@@ -119,25 +117,19 @@ class CTaskThreadsTest : public CPatchTaskTest {
     patch();
     QCoreApplication::processEvents();
   }
-  QString hedgeKey() {
+  QString keyOf(const CBasketTaskItem* row) {
     const boost::recursive_mutex::scoped_lock lock(task.mutex());
-    return task.getHedgeItem() ? task.getHedgeItem()->m_strKey : QString();
+    return row ? row->m_strKey : QString();
+  }
+  /// The first of an account. Rows live as long as their task.
+  CBasketTaskItem* anyRow() {
+    const boost::recursive_mutex::scoped_lock lock(task.mutex());
+    return task.getStockDetailMap("A2").isEmpty() ? nullptr : task.getStockDetailMap("A2").first();
   }
   int available() {
     std::vector<CCodeOrderParam> params;
-    const QString key = rowKey();
-    CBasketTaskItem* row = nullptr;
-    {
-      const boost::recursive_mutex::scoped_lock lock(task.mutex());
-      row = task.getItem(key);
-    }
-    // Rows live as long as their task.
-    if (row) task.calcAvailable(row, secondAccount, params, "A2", {});
+    if (CBasketTaskItem* row = anyRow()) task.calcAvailable(row, secondAccount, params, "A2", {});
     return static_cast<int>(params.size());
-  }
-  QString rowKey() {
-    const boost::recursive_mutex::scoped_lock lock(task.mutex());
-    return task.getStockDetailMap("A2").isEmpty() ? QString() : task.getStockDetailMap("A2").first()->m_strKey;
   }
 
   const CBasketHedgeParam hedge = hedgeParam();
@@ -168,25 +160,26 @@ TEST_F(CTaskThreadsTest, EveryoneAsksAtOnce) {
   stop = true;
   worker.join();
   answers.join();
-  // What so many wrote at once is what one writes alone.
   EXPECT_GT(m_nPatches, 0);
-  for (int number = 1; number <= DETAILS; ++number) update(ownDetail(number, ETS_Cancelled));
+  // What so many wrote at once is what one writes alone.
   const auto alone = boost::make_shared<TC::CBasketTask>(task.getKey(), 123, 77);
-  alone->getRoot()->setHpfTreeKey("T");
   alone->setHedgeParam(hedge, false);
-  for (int number = 1; number <= DETAILS; ++number) {
-    DetailPtr made = ownDetail(number, ETS_Cancelled);
-    alone->updateDetail(made);
+  for (TC::CBasketTask* one : {&task, alone.get()}) {
+    for (int number = 1; number <= DETAILS; ++number) {
+      DetailPtr made = ownDetail(number, ETS_Cancelled);
+      one->updateDetail(made);
+    }
+    for (int id = 500; id < 507; ++id) {
+      DetailPtr made = patchOf(id, 0);
+      one->updatePatch(made);
+    }
   }
-  for (int id = 500; id < 507; ++id) {
-    DetailPtr made = patchOf(id, 0);
-    for (auto* one : {&task, alone.get()}) one->updatePatch(made);
-  }
-  EXPECT_EQ(root.m_nTotalVolume - task.getHedgeItem()->m_nTotalVolume,
-            alone->getRoot()->m_nTotalVolume - alone->getHedgeItem()->m_nTotalVolume);
-  EXPECT_EQ(root.m_nFinishedVolume, alone->getRoot()->m_nFinishedVolume);
-  EXPECT_EQ(root.m_nOrderCount, alone->getRoot()->m_nOrderCount);
-  EXPECT_EQ(root.m_strAccounts, alone->getRoot()->m_strAccounts);
+  const auto figures = [](const TC::CBasketTask& one) {
+    const CBasketTaskItem& all = *one.getRoot();
+    return std::tuple(all.m_nTotalVolume - one.getHedgeItem()->m_nTotalVolume, all.m_nFinishedVolume, all.m_nOrderCount,
+                      all.m_strAccounts);
+  };
+  EXPECT_EQ(figures(task), figures(*alone));
 }
 
 }  // namespace

@@ -22,18 +22,14 @@ struct SSelector : IAccountGroupSelector {
 
 class PanelShell : public ::testing::Test {
  protected:
-  PanelShell() : m_panel(std::make_unique<CBasketTasksPanel>(1, nullptr)) {}
-
-  CHpfBasketStatusTable& table() { return *m_panel->findChild<CHpfBasketStatusTable*>(); }
-
   test::CTestHost m_host;
-  std::unique_ptr<CBasketTasksPanel> m_panel;
+  const std::unique_ptr<CBasketTasksPanel> m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
+  CHpfBasketStatusTable& m_table = *m_panel->findChild<CHpfBasketStatusTable*>();
 };
 
 TEST_F(PanelShell, ItsAccountGroupsComeFromTwoSettingsAndStandOnZeroWhereOneIsMissing) {
   m_panel->loadAccountGroupSettings();  // a host that shows no selectors
-  SSelector first;
-  SSelector second;
+  SSelector first, second;
   m_host.change([](auto& session) { session.m_settings.m_tradeSettings[7] = 4; });
   m_panel->setAccountGroupSelectors(&first, &second);
   m_panel->loadAccountGroupSettings();
@@ -44,72 +40,55 @@ TEST_F(PanelShell, ItsAccountGroupsComeFromTwoSettingsAndStandOnZeroWhereOneIsMi
   EXPECT_EQ(second.groups, (std::vector<int>{0}));
 }
 
-TEST_F(PanelShell, ActivationTellsTheRunningTasksUnlessTheUserWantsItQuiet) {
-  std::vector<int> told;
-  QObject::connect(m_panel.get(), &CBasketTasksPanel::sigRunningTasks,
-                   [&told](EMavTraderType type, int count) { told.push_back(int(type) * 100 + count); });
-  m_panel->prepareActive();
-  m_host.change([](auto& session) { session.m_settings.m_bQuietActivation = true; });
-  m_panel->prepareActive();
-  EXPECT_EQ(told, std::vector<int>{100});
-}
-
 TEST_F(PanelShell, ShowRunningIsSeenInTheComboAndKeptInTheParameterString) {
   m_panel->showRunning();
   EXPECT_EQ(m_panel->findChild<GV::CComboPushButton*>()->currentIndex(), 1);
-  EXPECT_TRUE(m_panel->param().endsWith(QLatin1String("*0*1"))) << m_panel->param().toStdString();
+  EXPECT_TRUE(m_panel->param().endsWith(QLatin1String("*0*1")));
 }
 
 TEST_F(PanelShell, AllColumnsButTheTreeProgressOrdersAndOptionsCanBeFiltered) {
   std::vector<int> unfiltered;
   for (int column = 0; column < EBC_Count; ++column) {
-    if (!table().isColumnFilterable(column)) unfiltered.push_back(column);
+    if (!m_table.isColumnFilterable(column)) unfiltered.push_back(column);
   }
   EXPECT_EQ(unfiltered, (std::vector<int>{0, 8, 9, 12}));
-}
-
-TEST_F(PanelShell, TheTableFillsItBelowTheToolBar) {
-  m_panel->resize(900, 400);
-  m_panel->show();
-  const auto* bar = m_panel->findChild<GV::CAutoExpandToolBar*>();
-  EXPECT_EQ(bar->geometry().topLeft(), QPoint(0, 0));
-  EXPECT_EQ(bar->width(), 900);
-  EXPECT_EQ(table().geometry(), QRect(0, bar->height(), 900, 400 - bar->height()));
 }
 
 TEST_F(PanelShell, EverySizeFollowsTheScaleOfTheHost) {
   m_panel->resize(1200, 400);
   m_panel->show();
+  const auto* bar = m_panel->findChild<GV::CAutoExpandToolBar*>();
+  EXPECT_EQ(bar->geometry(), QRect(0, 0, 1200, bar->height()));
+  EXPECT_EQ(m_table.geometry(), QRect(0, bar->height(), 1200, 400 - bar->height())) << "fills the rest";
   const QString kept = m_panel->param();
   const test::Sizes atOne = test::sizesOf(*m_panel);
-  EXPECT_EQ(table().itemHeight(), 21);
+  EXPECT_EQ(m_table.itemHeight(), 21);
   for (const double scale : {1.5, 2.0, 3.0}) {
     const test::CScaled scaled(scale);
     EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(*m_panel), scale), "") << "live, " << scale;
-    EXPECT_EQ(table().itemHeight(), qRound(21 * scale));
-    EXPECT_EQ(table().cellRect(1, EBC_Tree).height(), table().itemHeight());
-    EXPECT_EQ(table().getColumnAdjustedWidth(EBC_Tree), qRound(120 * scale));
+    EXPECT_EQ(m_table.itemHeight(), qRound(21 * scale));
+    EXPECT_EQ(m_table.cellRect(1, EBC_Tree).height(), m_table.itemHeight());
+    EXPECT_EQ(m_table.getColumnAdjustedWidth(EBC_Tree), qRound(120 * scale));
     EXPECT_EQ(test::cutTexts(*m_panel), "");
-    EXPECT_EQ(m_panel->param().toStdString(), kept.toStdString())
-        << "what is kept of a view does not hang on the screen";
+    EXPECT_EQ(m_panel->param(), kept) << "what is kept of a view does not hang on the screen";
     CBasketTasksPanel made(2, nullptr);
     made.setParam(kept);
     made.resize(m_panel->size());
     made.show();
     EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(made), scale), "") << "made at " << scale;
-    EXPECT_EQ(made.param().toStdString(), kept.toStdString());
+    EXPECT_EQ(made.param(), kept);
   }
   EXPECT_EQ(test::outOfProportion(atOne, test::sizesOf(*m_panel), 1), "") << "and back";
 }
 
 TEST_F(PanelShell, AColumnThatIsHiddenOverAChangeOfScaleComesBackInProportion) {
-  table().setColumnVisible(EBC_Account, false);
+  m_table.setColumnVisible(EBC_Account, false);
   const test::CScaled scaled(2);
-  table().setColumnVisible(EBC_Account, true);
-  EXPECT_EQ(table().columnWidth(EBC_Account), 152);
+  m_table.setColumnVisible(EBC_Account, true);
+  EXPECT_EQ(m_table.columnWidth(EBC_Account), 152);
   GV::CUiResource::setScale(0);
   GV::CUiResource::setScale(std::nan(""));
-  EXPECT_EQ(table().columnWidth(EBC_Account), 152) << "no scale at all changes nothing";
+  EXPECT_EQ(m_table.columnWidth(EBC_Account), 152) << "no scale at all changes nothing";
 }
 
 TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {

@@ -37,22 +37,19 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   panel.show();
   auto* table = panel.findChild<CHpfBasketStatusTable*>();
   std::atomic<bool> stop{false};
-  std::vector<std::thread> feeds;
-  feeds.reserve(2);
   std::atomic<int> filled{0};
-  for (int feed = 0; feed < 2; ++feed) {
-    feeds.emplace_back([&, feed] {
-      while (!stop) {
-        const int volume = std::min(999, ++filled);
-        for (int task = feed; task < TASKS; task += 2) host.deliver(test::makeFilled(task + 1, ROWS, volume));
-        const ksservice::CTaskDetailPtr failed = test::makeFilled(1 + feed, ROWS, volume);
-        failed->m_nStatus = ksservice::ETS_ExecutionError;
-        failed->m_strMessage = std::to_string(volume);
-        host.deliver(failed);
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      }
-    });
-  }
+  const auto feed = [&](int first) {
+    while (!stop) {
+      const int volume = std::min(999, ++filled);
+      for (int task = first; task <= TASKS; task += 2) host.deliver(test::makeFilled(task, ROWS, volume));
+      const ksservice::CTaskDetailPtr failed = test::makeFilled(first, ROWS, volume);
+      failed->m_nStatus = ksservice::ETS_ExecutionError;
+      failed->m_strMessage = std::to_string(volume);
+      host.deliver(failed);
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  };
+  std::thread odd(feed, 1), even(feed, 2);
   int step = 0;
   runGui(8000, [&] {
     ++step;
@@ -67,8 +64,9 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
     if (step % 13 == 0) table->grab();
   });
   stop = true;
-  for (std::thread& feed : feeds) feed.join();
-  for (int task = 0; task < TASKS; ++task) host.deliver(test::makeFilled(task + 1, ROWS, 1000));
+  odd.join();
+  even.join();
+  for (int task = 1; task <= TASKS; ++task) host.deliver(test::makeFilled(task, ROWS, 1000));
   panel.handleEvent(5, 0, 0, QString(), nullptr);
   runGui(3000, [] {});
   int roots = 0;
@@ -86,10 +84,8 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
 TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
   constexpr int ROUNDS = 1000;
   test::CTestHost host;
-  std::vector<ksservice::CTaskDetailPtr> details;
-  details.reserve(TASKS);
-  for (int task = 0; task < TASKS; ++task) details.push_back(test::makeFilled(1 + task, ROWS, 100 + task));
-  std::unique_ptr<CBasketTasksPanel> panel;
+  std::vector<ksservice::CTaskDetailPtr> details(TASKS);
+  for (int task = 0; auto& detail : details) detail = test::makeFilled(++task, ROWS, 100);
   std::atomic<bool> stop{false};
   std::thread feed([&] {
     for (std::size_t next = 0; !stop; ++next) {
@@ -98,7 +94,7 @@ TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
     }
   });
   for (int round = 0; round < ROUNDS; ++round) {
-    panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
+    auto panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
     if (round % 3 == 0) panel->setTradeType(EMTT_Stock);
     for (int refresh = 0; refresh < 1 + round % 3; ++refresh) {
       host.fireTimers();

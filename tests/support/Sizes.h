@@ -35,16 +35,14 @@ inline void addSizes(const QWidget& widget, const std::string& path, Sizes& size
     for (int i = 0; i < header->count(); ++i) add(("column " + std::to_string(i)).c_str(), header->sectionSize(i));
   }
   int number = 0;
-  for (const QObject* child : widget.children()) {
-    const auto* inner = qobject_cast<const QWidget*>(child);
-    if (inner == nullptr) continue;
+  for (const QWidget* inner : widget.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
     addSizes(*inner, path + "/" + inner->metaObject()->className() + std::to_string(number++), sizes);
   }
 }
 
 inline Sizes sizesOf(const QWidget& window) {
   Sizes sizes;
-  addSizes(window, window.metaObject()->className(), sizes);
+  addSizes(window, "window", sizes);
   return sizes;
 }
 
@@ -52,8 +50,7 @@ inline Sizes sizesOf(const QWidget& window) {
 inline std::string outOfProportion(const Sizes& before, const Sizes& after, double by) {
   std::string faults;
   for (const auto& [name, size] : before) {
-    const auto found = after.find(name);
-    const int now = found == after.end() ? 0 : found->second;
+    const int now = after.contains(name) ? after.at(name) : 0;
     if (std::abs(now - size * by) > 1)
       faults += name + ": " + std::to_string(size) + " became " + std::to_string(now) + "\n";
   }
@@ -79,8 +76,7 @@ class CScaled {
  public:
   explicit CScaled(double scale) { set(scale); }
   ~CScaled() { set(1); }
-  CScaled(const CScaled&) = delete;
-  CScaled& operator=(const CScaled&) = delete;
+  Q_DISABLE_COPY(CScaled)
 
   static void set(double scale) {
     GV::CUiResource::setScale(scale);
