@@ -32,44 +32,14 @@ class CPatchTest : public CPatchTaskTest {
     return takeEvents();
   }
   std::string refuse(const std::string& text) const { return "box 补单|" + text + "\nended T\nstatus T 8 0\n"; }
-
-  const std::string offered = "dialog A1/SH.600000买入=800 A1/SZ.000001卖出=500\n";
 };
 
-TEST_F(CPatchTest, APlainTradeThatWasChosenIsOrderedSoWhateverTheTaskIs) {
-  const std::string algo = "algo=TWAP;start=09:30:00;end=14:57:00;slices=10";
-  command.m_nOrderType = EORT_Algo;
-  command.m_strAlgoParams = algo;
-  host.setCommand(command);
-  DetailPtr made = cancelled(200, 0);
-  for (CCodeOrderParam& line : made->m_params) line.m_nOrderType = EORT_Algo;
-  made->m_pCommand->m_strAlgoParams = algo;
-  update(made);
-  bool chosen = false;
-  GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
-    const bool params = std::exchange(chosen, true);
-    for (const QString& button : params ? QStringList{"普通交易", "保存"} : QStringList{"智能算法", "选中补单"}) {
-      EXPECT_EQ(dialog.press(button), "");
-    }
-  });
-  task.checkHasAlgoTask(task.getKey(), PLAIN);
-  const auto creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  EXPECT_EQ(creations[0].m_command.m_nOrderType, EORT_Plain) << "never an order that the user did not confirm";
-  EXPECT_EQ(creations[0].m_command.m_strAlgoParams, "");
-}
-
-TEST_F(CPatchTest, NothingIsSentWithoutACommandOrSomebodyWhoAsksOrWhileAPatchIsOnItsWay) {
+TEST_F(CPatchTest, NothingIsSentWithoutSomebodyWhoAsksOrWhileAPatchIsOnItsWay) {
   given(cancelled(200, 0));
   TC::setPatchConfirmFactory({});
   EXPECT_EQ(patch("选中补单"), refuse("没有补单确认窗口，没有补单"));
   TC::CBasketPatchDialog::install();
-  host.setCommandsKnown(false);
-  EXPECT_EQ(patch("选中补单"), offered + "ended T\nstatus T 8 0\n");
-  EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
   EXPECT_TRUE(host.takeCreations().empty());
-  EXPECT_FALSE(root.m_bPatching);
-  host.setCommandsKnown(true);
   patch("选中补单");
   EXPECT_TRUE(root.m_bPatching);
   task.patchWithParam(task.getKey(), {}, PLAIN);
@@ -87,35 +57,6 @@ TEST_F(CPatchTest, AHostThatFailsKeepsNobodyFromPatchingAgain) {
   host.setMeeting({});
   takeEvents();
   EXPECT_EQ(patch().rfind("dialog ", 0), 0u);
-}
-
-TEST_F(CPatchTest, WhyRowsAreNotOfferedIsToldOfTwentyAndTheRestIsCounted) {
-  DetailPtr unknown = detail(2), without = detail(3);
-  unknown->m_nStatus = without->m_nStatus = ETS_Cancelled;
-  for (int i = 0; i < 20; ++i) {
-    unknown->m_params.push_back(param(secondAccount, "SH", "6001" + std::to_string(10 + i), EOT_Buy, 100, 10));
-  }
-  without->m_params = {param(account("A3", "1003"), "SH", "600000", EOT_Buy, 100, 10)};
-  for (const DetailPtr& one : {cancelled(200, 500), without}) given(one);
-  EXPECT_EQ(patch(),
-            "box 补单|不能补单：\nSH.600000 买入 1003：没有账号数据\n"
-            "dialog A1/SH.600000买入=800\nended T\nstatus T 8 0\n");
-  given(unknown);
-  const std::string events = patch();
-  EXPECT_NE(events.find("SH.600129 买入 1002：没有合约信息\n等 1 行\ndialog"), std::string::npos) << events;
-}
-
-TEST_F(CPatchTest, AnEmptyChoiceIsLeftToTheCommandCentre) {
-  given(cancelled(200, 0));
-  inDialog([](GV::CCommonDialog& dialog) {
-    for (const char* button : {"反选", "选中补单"}) EXPECT_EQ(dialog.press(button), "");
-  });
-  task.checkHasAlgoTask(task.getKey(), PLAIN);
-  const auto creations = host.takeCreations();
-  ASSERT_EQ(creations.size(), 1u);
-  EXPECT_TRUE(creations[0].m_params.empty());
-  creations[0].completion(utils::KSError("没有委托"), 0);
-  EXPECT_EQ(takeEvents(), offered + "status T 10000 0\n" + refuse("没有委托"));
 }
 
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
@@ -279,10 +220,6 @@ TEST_F(CDirectPatchTest, NothingIsOrderedOfWhatCannotBe) {
     host.change([&](auto& session) { session.m_settings.m_strOrderSetting = setting; });
     EXPECT_EQ(refusal(key, 0), "没有委托设置" + failed);
   }
-  host.setCommandsKnown(false);
-  EXPECT_EQ(refusal(key, 14), "没有指令" + failed);
-  EXPECT_EQ(takeLog("get command"), std::vector<std::string>{"get command fail"});
-  host.setCommandsKnown(true);
   host.desk().setQuote("SH", "600000", TC::CQuote());
   EXPECT_EQ(refusal(key, 14), "没有价格" + failed);
   instrument("SH", "600000", 0);

@@ -61,8 +61,7 @@ struct CTestHost::SGates {
   struct SCommands : TGate<TC::CItCommandCenter> {
     using TGate::TGate;
     boost::shared_ptr<const COrderCommand> getCommand(const std::string& commandKey) const override {
-      const Lock lock(m_host.m_mutex);
-      return m_host.m_bCommandsKnown ? m_desk.getCommand(commandKey) : nullptr;
+      return m_desk.getCommand(commandKey);
     }
     void createTask(const COrderCommand& command, const std::vector<CCodeOrderParam>& params, EMavTraderType traderType,
                     int hedgeType, CreateCompletion completion, int taskId) override {
@@ -155,11 +154,6 @@ void CTestHost::setAccount(const CAccountInfo& account) {
 
 void CTestHost::setCommand(const COrderCommand& command) {
   m_desk.setCommand(boost::make_shared<const COrderCommand>(command));
-}
-
-void CTestHost::setCommandsKnown(bool known) {
-  const Lock lock(m_mutex);
-  m_bCommandsKnown = known;
 }
 
 /// What the desk knows of orders comes with some task.

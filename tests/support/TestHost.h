@@ -55,8 +55,6 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   void change(const std::function<void(desk::SSession&)>& what);
   void setAccount(const ksservice::CAccountInfo& account);
   void setCommand(const ksservice::COrderCommand& command);
-  /// Whether the command centre finds any command; true at first.
-  void setCommandsKnown(bool known);
   /// An order detail for the tag, cancelled or not.
   void setOrderDetail(const std::string& tag, bool cancelled);
   /// Called with the code, account or detail key for which the host is asked ("order" and "hedge" where there is
@@ -116,7 +114,6 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   desk::CHostServices m_services;
   mutable std::mutex m_mutex;  ///< guards the rest
   std::function<void(const std::string&)> m_meeting;
-  bool m_bCommandsKnown = true;
   long m_nRefreshes = 0;
   std::vector<ksservice::CTaskDetailPtr> m_updated;
   std::vector<SHedgeCall> m_hedgeParams;
