@@ -1,9 +1,7 @@
 /// What parameters, orders and progress add to rows, and what must hold however the details come.
 #include <random>
 
-#include "DetailCounter.h"
 #include "TaskFixture.h"
-#include "TaskTree.h"
 #include "tc/CTradeClient.h"
 
 namespace {
@@ -110,95 +108,26 @@ TEST_F(CCountingTest, AServerTaskRemarksItsInstanceElseWhatItSaidLast) {
   EXPECT_EQ(root.m_strRemark, "waiting") << "an empty message changes nothing";
 }
 
-class CLedgerTest : public CTaskTest {
- protected:
-  CLedgerTest() {
-    place(*twoLines());
-    DetailPtr hedged = detail(9);
-    hedged->m_params = {param(mainAccount, "CF", "IF2101", EOT_SellOpen, 5, 0)};
-    hedgeRow = &tree.placeHedge(*hedged, false);
-    ledger.addRow(*hedgeRow, true);
-  }
-
-  void place(const CTaskDetail& made) {
-    for (CBasketTaskItem* row : tree.place(made)) {
-      ledger.addRow(*row, false);
-      counter.onNewRow(*row, accountOf(made).key);
-    }
-  }
-  void count(EBasketTaskType part, const DetailPtr& made, const DetailPtr& before = detail()) {
-    counter.count(SDetailFacts(part, *made), before->m_orders, {});
-  }
-  /// With the lines of both rows.
-  DetailPtr withOrders(DetailPtr made, std::vector<OrderPtr> orders) const {
-    made->m_params = twoLines()->m_params;
-    made->m_orders = std::move(orders);
-    return made;
-  }
-  CBasketTaskItem& rowOf(const QString& key = "SH.600000买入") { return *tree.stockRows("A1").value(key); }
-
-  const STaskIdentity id = {this, "组合任务123", 123, 77};
-  CTaskTree tree{id};
-  CRowLedger ledger;
-  CDetailCounter counter{id, ledger, tree.stocks()};
-  CBasketTaskItem* hedgeRow = nullptr;
-};
-
-TEST_F(CLedgerTest, AnOrderCountsAlikeWhosesoeverItIs) {
-  const std::vector<OrderPtr> orders = {buy("o1", 300, 100, 1000), ended(buy("o2", 200, 50, 0))};
-  count(EBTT_Own, withOrders(detail(), orders));
-  EXPECT_EQ(rowOf().m_nTradedVolume, 150);
-  EXPECT_EQ(rowOf().m_nCurOrderCount, 2);
-  EXPECT_DOUBLE_EQ(rowOf().m_dTradedAmount, 1500) << "a fill without an amount counts at its order's price";
-  const DetailPtr patch = withOrders(patchDetail(900), orders);
-  count(EBTT_Patch, patch);
-  EXPECT_EQ(rowOf().m_nPatchVolume, 150);
-  EXPECT_EQ(rowOf().m_nFinishedVolume, 300);
-  EXPECT_DOUBLE_EQ(rowOf().m_dPatchAmount, 1000) << "of a patch it counts as it is";
-  counter.countHedge({SDetailFacts(EBTT_Hedge, *patch)}, *hedgeRow);
-  EXPECT_EQ(hedgeRow->m_nFinishedVolume, 150) << "whatever instrument it names";
-  EXPECT_EQ(hedgeRow->m_nOrderCount, 2);
-}
-
-TEST_F(CLedgerTest, TheSameDetailsGiveTheSameFiguresInWhateverOrderTheyCame) {
+TEST_F(CCountingTest, TheSameDetailsGiveTheSameFiguresInWhateverOrderTheyCame) {
   std::mt19937 random(7);
   std::vector<DetailPtr> details;
   for (int number = 1; number <= 8; ++number) {
-    details.push_back(withOrders(number <= 4 ? detail(number) : patchDetail(900 + number),
-                                 {buy("o" + std::to_string(number), 100, 30, number % 3 == 0 ? 1e16 : 1)}));
+    DetailPtr made = number <= 4 ? twoLines(number) : patchDetail(900 + number);
+    made->m_params = twoLines()->m_params;
+    made->m_orders = {buy("o" + std::to_string(number), 100, 30, number % 3 == 0 ? 1e16 : 1)};
+    details.push_back(made);
   }
   std::set<std::string> figures;
   for (int round = 0; round < 20; ++round) {
     std::shuffle(details.begin(), details.end(), random);
-    CRowLedger fresh;
-    CDetailCounter alone{id, fresh, tree.stocks()};
-    for (CBasketTaskItem* row : tree.stockRows("A1")) fresh.addRow(*row, false);
-    for (const DetailPtr& made : details) {
-      alone.count(SDetailFacts(made->m_pCommand->m_bPatch ? EBTT_Patch : EBTT_Own, *made), {}, {});
-    }
-    figures.insert(QString::asprintf("%a %a", rowOf().m_dCurAmount, rowOf().m_dPatchAmount).toStdString());
-    EXPECT_EQ(rowOf().m_nFinishedVolume, 240);
-    EXPECT_EQ(rowOf().m_mapOrders.size(), 8);
+    CBasketTask fresh("t", 1, 1);
+    for (DetailPtr& made : details) made->m_pCommand->m_bPatch ? fresh.updatePatch(made) : fresh.updateDetail(made);
+    const CBasketTaskItem& row = *fresh.getStockDetailMap("A1").value("SH.600000买入");
+    figures.insert(QString::asprintf("%a %a", row.m_dCurAmount, row.m_dPatchAmount).toStdString());
+    EXPECT_EQ(row.m_nFinishedVolume, 240);
+    EXPECT_EQ(row.m_mapOrders.size(), 8);
   }
   EXPECT_EQ(figures.size(), 1u) << "sums of doubles hang on their order";
-}
-
-TEST_F(CLedgerTest, FillsFollowRowsThatComeAndLinesThatMove) {
-  const DetailPtr made = withOrders(detail(), {order("h", "HGT", "00700", EOT_Buy, 100, 40, 400)});
-  count(EBTT_Own, made);
-  EXPECT_TRUE(counter.takeAwaiting().empty()) << "no row is better yet";
-  DetailPtr later = detail(2);
-  later->m_params = {param(mainAccount, "HK", "00700", EOT_Buy, 200, 10)};
-  place(*later);
-  ASSERT_EQ(counter.takeAwaiting(), (std::set<CDetailCounter::Counted>{{EBTT_Own, made->getKey()}}));
-  count(EBTT_Own, made, made);
-  EXPECT_EQ(rowOf("HK.00700买入").m_nTradedVolume, 40);
-  // The detail's lines move to another account: what they gave here goes.
-  const DetailPtr moved = next(made);
-  for (CCodeOrderParam& line : moved->m_params) line.m_pAccount = secondAccount;
-  count(EBTT_Own, moved, made);
-  EXPECT_EQ(rowOf("HK.00700买入").m_nTradedVolume, 0);
-  EXPECT_TRUE(rowOf("HK.00700买入").m_mapOrders.isEmpty());
 }
 
 }  // namespace

@@ -61,11 +61,11 @@ TEST_F(CHedgeTest, OnlyWhatIsOfAFuturesAccountMakesTheRow) {
 TEST_F(CHedgeTest, TheRowSumsEveryHedgeDetailHoweverOftenTheyCome) {
   task.setHedgeParam(hedgeParam(10), true);
   const DetailPtr first = hedgeDetail(900, {sale("h1", 2, 2, 0.1), sale("h2", 2, 1, 0.2)});
-  const DetailPtr second = hedgeDetail(901, {sale("h3", 1, 1, 0.3)});
+  const DetailPtr second = hedgeDetail(901, {order("h3", "SH", "600000", EOT_Buy, 1, 1, 1200000.3)});
   host.setOrderDetail("h1", false);
   host.setOrderDetail("h2", true);
   for (const DetailPtr& made : {second, first, second}) updateHedge(made);
-  EXPECT_EQ(hedge().m_nFinishedVolume, 4);
+  EXPECT_EQ(hedge().m_nFinishedVolume, 4) << "whatever instrument they name";
   EXPECT_EQ(hedge().m_dCurAmount, 0 + 2400000.1 + 1200000.2 + 1200000.3) << "in the order of the details' keys";
   EXPECT_EQ(hedge().m_nCurOrderCount2, 2);
   EXPECT_EQ(hedge().m_mapOrders.size(), 3);

@@ -38,7 +38,7 @@ TEST_F(CPatchCountTest, OrdersOfLocalPatchesCountByInstrumentAndOperation) {
   made->m_params = {buyLine(800), sellLine(400)};
   // The last one has ended without a word: the word before stands.
   made->m_orders = {reported(ended(buy("p1", 500, 300, 3300)), "价格超限"),
-                    sell("p2", 400, 50),
+                    order("p2", "SZ", "000001", EOT_Sell, 400, 50, 0),  // counts as it is
                     order("p3", "SH", "600000", EOT_Sell, 70, 70, 700),
                     reported(buy("p4", 100, 0, 0), "open"),
                     ended(buy("p5", 100, 0, 0)),
@@ -49,8 +49,8 @@ TEST_F(CPatchCountTest, OrdersOfLocalPatchesCountByInstrumentAndOperation) {
   for (int i = 0; i < 2; ++i) {
     deliverPatch(next(made));
     EXPECT_EQ(figures(row("SH.600000买入")), "200+300=500 of 1000, amount 2000+3300=5300 of 10000, orders 4/1/1");
-    EXPECT_EQ(figures(row("SZ.000001卖出")), "100+50=150 of 500, amount 1000+500=1500 of 5000, orders 2/1/0");
-    EXPECT_EQ(figures(root), "300+350=650 of 1500, amount 3000+3800=6800 of 15000, orders 6/2/1");
+    EXPECT_EQ(figures(row("SZ.000001卖出")), "100+50=150 of 500, amount 1000+0=1000 of 5000, orders 2/1/0");
+    EXPECT_EQ(figures(root), "300+350=650 of 1500, amount 3000+3300=6300 of 15000, orders 6/2/1");
   }
   EXPECT_EQ(row("SH.600000买入").m_strRemark, "价格超限");
   EXPECT_EQ(root.m_strRemark, "补单任务");
