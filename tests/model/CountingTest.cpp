@@ -108,6 +108,16 @@ TEST_F(CCountingTest, AServerTaskRemarksItsInstanceElseWhatItSaidLast) {
   EXPECT_EQ(root.m_strRemark, "waiting") << "an empty message changes nothing";
 }
 
+TEST_F(CCountingTest, ADetailWhoseLinesMoveToAnotherAccountLeavesItsRows) {
+  DetailPtr made = twoLines(), other = detail(2), moved = twoLinesOf(secondAccount, 1);
+  made->m_orders = moved->m_orders = {buy("o1", 100, 30, 300), sell("o2", 100, 40)};
+  other->m_params = {param(secondAccount, "SH", "600000", EOT_Buy, 100, 10)};
+  for (const DetailPtr& one : {made, other, moved}) update(one);
+  EXPECT_EQ(row("SH.600000买入", "A2").m_nTradedVolume, 30);
+  EXPECT_EQ(root.m_nTradedVolume, 30) << "the other account has no row for the sale";
+  EXPECT_TRUE(row("SH.600000买入").m_mapOrders.isEmpty() && row("SZ.000001卖出").m_mapOrders.isEmpty());
+}
+
 TEST_F(CCountingTest, TheSameDetailsGiveTheSameFiguresInWhateverOrderTheyCame) {
   std::mt19937 random(7);
   std::vector<DetailPtr> details;

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <mutex>
-#include <sstream>
 
 #include "CBasketPatchWidget.h"
 #include "TaskFixture.h"
@@ -30,7 +29,7 @@ class CPatchTaskTest : public CTaskTest {
     host.setCommand(command);
     listen();
     TC::CBasketPatchDialog::install();
-    inDialog([](GV::CCommonDialog& dialog) { dialog.closeByUser(); });
+    inDialog(press());
   }
 
   void instrument(const std::string& market, const std::string& code, int unit, std::vector<int> types = {}) {
@@ -121,8 +120,12 @@ class CPatchTaskTest : public CTaskTest {
       acts(dialog);
     });
   }
-  static std::function<void(GV::CCommonDialog&)> press(const QString& button) {
-    return [button](GV::CCommonDialog& dialog) { EXPECT_EQ(dialog.press(button), ""); };
+  /// Without a button the dialog is closed.
+  static std::function<void(GV::CCommonDialog&)> press(const QString& button = {}) {
+    return [button](GV::CCommonDialog& dialog) {
+      if (button.isEmpty()) return dialog.closeByUser();
+      EXPECT_EQ(dialog.press(button), "");
+    };
   }
 
   ksservice::COrderCommand command = *detail()->m_pCommand;
