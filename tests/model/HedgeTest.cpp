@@ -5,7 +5,6 @@
 namespace {
 
 using namespace ksservice;
-using Spy = QSignalSpy;
 
 class CHedgeTest : public CTaskTest {
  protected:
@@ -106,7 +105,7 @@ TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
   task.updateHedgeVolume(5);
   EXPECT_EQ(hedge().m_nTotalVolume, 3) << "the hedge is not enabled";
   task.setHedgeParam(hedgeParam(), false);
-  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus), orders(&task, &TC::CBasketTask::sigTaskOrder);
+  QSignalSpy statuses(&task, &TC::CBasketTask::sigTaskStatus), orders(&task, &TC::CBasketTask::sigTaskOrder);
   for (const int volume : {0, 2, 3}) task.updateHedgeVolume(volume);
   EXPECT_EQ(hedge().m_nTotalVolume, 3);
   EXPECT_TRUE(orders.isEmpty());
@@ -121,7 +120,7 @@ TEST_F(CHedgeTest, TheTargetIsPricedOnceThenWithEachGrowth) {
 TEST_F(CHedgeTest, AGrowingTargetShowsHowTheHedgeStandsOnceHandedOver) {
   task.setHedgeParam(hedgeParam(0, true), true);
   updateHedge(hedgeDetail(900, {sale("h1", 4, 4)}));
-  Spy statuses(&task, &TC::CBasketTask::sigTaskStatus);
+  QSignalSpy statuses(&task, &TC::CBasketTask::sigTaskStatus);
   const auto shownFor = [&](int volume) {
     statuses.clear();
     task.updateHedgeVolume(volume);

@@ -8,14 +8,12 @@ namespace {
 
 using namespace ksservice;
 
-constexpr auto PLAIN = static_cast<EMavTraderType>(1);
-
 class CPatchTest : public CPatchTaskTest {
  protected:
   /// A click on "补单", with everything that follows it.
   std::string patch(const QString& act = {}) {
     inDialog(press(act));
-    task.checkHasAlgoTask(task.getKey(), PLAIN);
+    task.checkHasAlgoTask(task.getKey(), EMTT_Stock);
     return takeEvents();
   }
   /// The task as one server detail; answers are made by answer().
@@ -39,7 +37,7 @@ TEST_F(CPatchTest, NothingIsSentWithoutSomebodyWhoAsksOrWhileAPatchIsOnItsWay) {
   EXPECT_TRUE(host.takeCreations().empty());
   patch("选中补单");
   EXPECT_TRUE(root.m_bPatching);
-  task.patchWithParam(task.getKey(), {}, PLAIN);
+  task.patchWithParam(task.getKey(), {}, EMTT_Stock);
   EXPECT_EQ(takeEvents(), "box 补单|补单中\nended T\nstatus T 10000 0\n");
   EXPECT_EQ(host.takeCreations().size(), 1u);
 }
@@ -58,7 +56,7 @@ TEST_F(CPatchTest, AHostThatFailsKeepsNobodyFromPatchingAgain) {
 
 TEST_F(CPatchTest, AnAnswerToAQueryFromBeforeTheEndFreesNothing) {
   serverTask(ETS_Running);
-  task.checkHasAlgoTask(task.getKey(), PLAIN);
+  task.checkHasAlgoTask(task.getKey(), EMTT_Stock);
   serverTask();
   EXPECT_EQ(answer({{"123-1", {{"SH.600000", 300}}}}), refuse("可补单量为0")) << "it went on trading";
   patch();
@@ -70,10 +68,9 @@ TEST_F(CPatchTest, AnswerForATaskThatIsGoneDoesNoHarm) {
   auto passing = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
   DetailPtr made = onServer(twoLines()->m_params);
   passing->updateDetail(made);
-  passing->checkHasAlgoTask("组合任务123", PLAIN);
-  const auto queries = host.takeQueries();
-  ASSERT_EQ(queries.size(), 1u);
-  std::thread answering(queries[0].completion, Answer{{"123-1", {}}}, utils::KSError(), bson::BSONObj());
+  passing->checkHasAlgoTask("组合任务123", EMTT_Stock);
+  const auto query = host.takeQueries().at(0);
+  std::thread answering(query.completion, Answer{{"123-1", {}}}, utils::KSError(), bson::BSONObj());
   passing.reset();
   answering.join();
   EXPECT_EQ(takeEvents(), "");
@@ -89,7 +86,7 @@ TEST_F(CPatchTest, TaskIsHeldWhileItsDialogIsOpen) {
     dialog.closeByUser();
   });
   TC::CBasketTask* const bare = held.get();
-  bare->checkHasAlgoTask("组合任务123", PLAIN);
+  bare->checkHasAlgoTask("组合任务123", EMTT_Stock);
   EXPECT_TRUE(watched.expired());
 }
 

@@ -94,12 +94,7 @@ class CTaskTest : public testing::Test {
   }
   /// Of so many lots, of the account F1.
   static ksservice::CBasketHedgeParam hedgeParam(int volume = 3, bool handedOver = false) {
-    return {.m_bEnabled = true,
-            .m_bHandedOver = handedOver,
-            .m_strMarket = "CFFEX",
-            .m_strCode = "IF2612",
-            .m_strAccount = "F1",
-            .m_nVolume = volume};
+    return {true, handedOver, "CFFEX", "IF2612", "F1", ksservice::EOT_SellOpen, volume};
   }
 
   /// The next state of a detail: a fresh record, as the host delivers it.

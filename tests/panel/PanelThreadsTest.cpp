@@ -19,8 +19,7 @@ constexpr int TASKS = 20;
 constexpr int ROWS = 30;
 constexpr int SETTINGS = 7;  ///< the tool bar's button that opens a window
 
-template <typename Step>
-void runGui(int msec, Step step) {
+void runGui(int msec, const std::function<void()>& step) {
   QElapsedTimer timer;
   timer.start();
   while (timer.elapsed() < msec) {

@@ -55,7 +55,6 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   void change(const std::function<void(desk::SSession&)>& what);
   void setAccount(const ksservice::CAccountInfo& account);
   void setCommand(const ksservice::COrderCommand& command);
-  /// An order detail for the tag, cancelled or not.
   void setOrderDetail(const std::string& tag, bool cancelled);
   /// Called with the code, account or detail key for which the host is asked ("order" and "hedge" where there is
   /// none), on the asking thread: a test holds who asks, or throws at him. Empty: nothing.
