@@ -71,10 +71,7 @@ TEST(OrderTexts, OnlyAKnownOrderSettingPricesALineAndWithinItsLimit) {
        {"", "price", "price=", "price=x", "price=14 ", " price=14", "price=11", "price=5", "price=-1"}) {
     EXPECT_FALSE(TC::orderSettingFromString(text).has_value()) << text;
   }
-  TC::CQuote quote;
-  quote.m_dBid = 9;
-  quote.m_dAsk = 11;
-  quote.m_dOrder = 12;
+  const TC::CQuote quote = {.m_dBid = 9, .m_dAsk = 11, .m_dOrder = 12};
   const auto setting = TC::orderSettingFromString("price=14");
   ASSERT_TRUE(setting.has_value());
   CCodeOrderParam param;

@@ -56,16 +56,14 @@ TEST_F(PatchTest, AnEntryIsRoundedForABuyAndNeverAboveWhatIsOpen) {
   for (const SCase& each : cases) {
     SCOPED_TRACE(std::string(each.market) + " " + std::to_string(each.operation) + " " + each.typed);
     instrument(each.market, "600000", each.unit);
-    const Params params = {param(each.market, "600000", each.operation, each.available)};
-    const QString key = GV::sToQs(params[0].getKey());
+    const CCodeOrderParam line = param(each.market, "600000", each.operation, each.available);
     m_host.takeLog();
-    run(params, [&](TC::CBasketPatchDialog& dialog) {
-      EXPECT_EQ(dialog.edit(key, qs(each.typed)), QString());
-      EXPECT_EQ(quantity(key.toUtf8()), QString::number(each.accepted));
-      EXPECT_EQ(dialog.press(qs("选中补单")), QString());
+    run({line}, [&](TC::CBasketPatchDialog& dialog) {
+      EXPECT_EQ(dialog.edit(GV::sToQs(line.getKey()), each.typed), QString());
+      EXPECT_EQ(quantity(line.getKey().c_str()), QString::number(each.accepted));
+      EXPECT_EQ(dialog.press("选中补单"), QString());
     });
-    ASSERT_EQ(take().size(), 1u);
-    EXPECT_EQ(take()[0].m_nVolume, each.accepted);
+    EXPECT_EQ(take().at(0).m_nVolume, each.accepted);
     EXPECT_EQ(m_host.takeLog(), std::vector<std::string>{"user modify " + std::string(each.market) +
                                                          ".600000 m_nPatchNum to " + std::to_string(each.accepted)});
     EXPECT_EQ(m_boxes, QStringList());
@@ -76,20 +74,19 @@ TEST_F(PatchTest, WithoutAUnitNothingIsOrderedAndTheUserIsTold) {
   instrument("SH", "600000", 0);
   run({param("SH", "600000", EOT_Buy, 1000), param("SH", "999999", EOT_Buy, 1000)}, [&](auto& dialog) {
     for (const char* key : {"A1/SH.600000买入", "A1/SH.999999买入"}) {
-      EXPECT_EQ(dialog.edit(qs(key), qs("500")), QString());
-      EXPECT_EQ(quantity(key), qs("0"));
+      EXPECT_EQ(dialog.edit(key, "500"), QString());
+      EXPECT_EQ(quantity(key), "0");
     }
-    dialog.press(qs("选中补单"));
+    dialog.press("选中补单");
   });
-  EXPECT_EQ(m_boxes, (QStringList{qs("SH.600000 没有有效的最小委托单位，不能补单"),
-                                  qs("SH.999999 没有有效的最小委托单位，不能补单")}));
+  EXPECT_EQ(m_boxes,
+            (QStringList{"SH.600000 没有有效的最小委托单位，不能补单", "SH.999999 没有有效的最小委托单位，不能补单"}));
   EXPECT_EQ(take()[0].m_nVolume, 0);
 }
 
 TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   instrument("SH", "600000", 100);
-  const auto other = boost::make_shared<CAccountInfo>();
-  other->m_strKey = "A2";
+  const auto other = test::makeAccount("A2", "1002");
   const auto given = [&](const char* market, const char* code, int operation, double price) {
     CCodeOrderParam line = param(market, code, operation, 1000);
     line.m_nPriceType = EPT_User;
@@ -105,7 +102,7 @@ TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
                  given("HGT", "00700", EOT_Buy, 300), given("SGT", "00005", EOT_Buy, 60),
                  given("SH", "600000", EOT_Buy, 10.7)};
   const auto prices = [&] {
-    run(params, task, "", [](auto& dialog) { dialog.press(qs("选中补单")); });
+    run(params, task, "", [](auto& dialog) { dialog.press("选中补单"); });
     std::vector<double> found;
     for (const CCodeOrderParam& taken : take()) {
       EXPECT_EQ(taken.m_nPriceType, EPT_User);
@@ -125,7 +122,7 @@ TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   task.front().m_nPriceType = EPT_Latest;
   EXPECT_EQ(prices(), (std::vector<double>{11.1, 60})) << "nor is the task to trade 00700 any more";
   EXPECT_EQ(orders().unpriced.size(), 4u);
-  run(params, task, "", [](auto& dialog) { dialog.press(qs("新建篮子补单")); });
+  run(params, task, "", [](auto& dialog) { dialog.press("新建篮子补单"); });
   EXPECT_EQ(basket().params.size(), 3u) << "a new basket needs no price, only an instrument";
 }
 
@@ -145,22 +142,16 @@ TEST_F(PatchTest, MarketPricesAreThoseOfTheExchangeOrALimit) {
 
 TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   instrument("SH", "600000", 100);
-  TC::CQuote quote;
-  quote.m_dLast = 10;
-  quote.m_dBid = 0;
-  quote.m_dAsk = 11;
-  quote.m_dOrder = 12;
-  quote.m_dLimitUp = 15;
-  m_host.desk().setQuote("SH", "600000", quote);
+  m_host.desk().setQuote("SH", "600000", {.m_dLast = 10, .m_dAsk = 11, .m_dOrder = 12, .m_dLimitUp = 15});
   const Params params = {param("SH", "600000", EOT_Buy, 100), param("SH", "600000", EOT_Sell, 100)};
   CCodeOrderParam seller;
   seller.m_nPriceType = EPT_SellerLimit;  // each line's limit is its own side's
-  run(params, {seller}, "", [&](TC::CBasketPatchDialog& dialog) { dialog.press(qs("选中补单")); });
+  run(params, {seller}, "", [&](TC::CBasketPatchDialog& dialog) { dialog.press("选中补单"); });
   EXPECT_EQ(take()[0].m_nPriceType, EPT_Limit);
   EXPECT_EQ(take()[1].m_nPriceType, EPT_SellerLimit);
   const struct {
     const char* choice;
-    Types types;
+    Types shown;
   } cases[] = {
       {"限价", {{0, 12}, {10, 12}}},
       {"最新价", {{EPT_Latest, 10}, {EPT_Latest, 10}}},
@@ -168,7 +159,7 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
       {"涨停价", {{EPT_LimitUp, 15}, {EPT_LimitUp, 15}}},
       {"跌停价", {{EPT_LimitDown, 12}, {EPT_LimitDown, 12}}},
   };
-  for (const auto& each : cases) EXPECT_EQ(typesWith(params, each.choice), each.types) << each.choice;
+  for (const auto& each : cases) EXPECT_EQ(typesWith(params, each.choice), each.shown) << each.choice;
 }
 
 TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
@@ -179,8 +170,7 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   instrument("SH", "600001", 100);
   instrument("SH", "600002", 0);
   instrument("CFFEX", "IF2612", 1);
-  const auto futures = boost::make_shared<CAccountInfo>();
-  futures->m_strKey = "F1";
+  const auto futures = test::makeAccount("F1", "8001");
   futures->m_nType = 5;
 
   Params params = {
@@ -202,29 +192,27 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   params[9].m_pAccount = futures;
   params[11].m_pAccount = nullptr;
   params[12].m_nHandled = 100;
-  run(params, [](auto& dialog) { dialog.press(qs("新建篮子补单")); });
+  run(params, [](auto& dialog) { dialog.press("新建篮子补单"); });
   EXPECT_EQ(basket().lines,
-            (QStringList{qs("SH.600000\tN600000\t990\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1200\t0\t1\t2\t49"),
-                         qs("SH.600001\tN600001\t800\t0\t0\t1\t49"), qs("SH.600001\tN600001\t1250\t0\t1\t23\t49"),
-                         qs("XX.IF2612\tNIF2612\t3\t0\t1\t4\t49")}));
-  std::vector<std::pair<std::string, int>> handed;
-  for (const CCodeOrderParam& line : basket().params) handed.emplace_back(line.getKey(), line.m_nVolume);
-  EXPECT_EQ(handed, (std::vector<std::pair<std::string, int>>{{params[0].getKey(), 990},
-                                                              {params[1].getKey(), 1200},
-                                                              {params[2].getKey(), 800},
-                                                              {params[3].getKey(), 1250},
-                                                              {params[9].getKey(), 3}}));
-  EXPECT_EQ(m_boxes, QStringList{qs("SH.600002 没有有效的最小交易单位，没有列入新篮子")});
+            (QStringList{"SH.600000\tN600000\t990\t0\t0\t1\t49", "SH.600001\tN600001\t1200\t0\t1\t2\t49",
+                         "SH.600001\tN600001\t800\t0\t0\t1\t49", "SH.600001\tN600001\t1250\t0\t1\t23\t49",
+                         "XX.IF2612\tNIF2612\t3\t0\t1\t4\t49"}));
+  std::string handed;
+  for (const CCodeOrderParam& line : basket().params)
+    handed += line.getKey() + " " + std::to_string(line.m_nVolume) + " ";
+  EXPECT_EQ(handed,
+            "A1/SH.600000买入 990 A1/SH.600001卖出 1200 A1/SH.600001买入 800 A1/SH.600001融券还券 1250 "
+            "F1/XX.IF2612卖出开仓 3 ");
+  EXPECT_EQ(m_boxes, QStringList{"SH.600002 没有有效的最小交易单位，没有列入新篮子"});
 }
 
 TEST_F(PatchTest, RowsThatShareAKeyAreEditedOneByOne) {
   instrument("SH", "600000", 1);
   const CCodeOrderParam twin = param("SH", "600000", EOT_Sell, 500);
   run({twin, twin}, [](auto& dialog) {
-    dialog.edit(qs("A1/SH.600000卖出"), qs("1"));
-    dialog.edit(qs("A1/SH.600000卖出#2"), qs("2"));
-    dialog.press(qs("选中补单"));
+    dialog.edit("A1/SH.600000卖出", "1");
+    dialog.edit("A1/SH.600000卖出#2", "2");
+    dialog.press("选中补单");
   });
-  EXPECT_EQ(take()[0].m_nVolume, 1);
-  EXPECT_EQ(take()[1].m_nVolume, 2);
+  EXPECT_EQ(take()[0].m_nVolume * 10 + take()[1].m_nVolume, 12);
 }

@@ -13,8 +13,6 @@
 #include "gv/CStandardHpfTable.h"
 #include "gv/Helpers.h"
 
-inline QString qs(const char* text) { return QString::fromUtf8(text); }
-
 class PatchTest : public testing::Test {
  public:
   ~PatchTest() override {
@@ -37,23 +35,16 @@ class PatchTest : public testing::Test {
     info.m_strName = std::string("N") + code;
     info.m_marketPriceTypes = std::move(marketPrices);
     m_host.desk().setInstrument(info);
-    TC::CQuote quote;
-    quote.m_dLast = 10;
-    quote.m_dBid = 9;
-    quote.m_dAsk = 11;
-    quote.m_dOrder = 12;
-    m_host.desk().setQuote(market, code, quote);
+    m_host.desk().setQuote(market, code, {.m_dLast = 10, .m_dBid = 9, .m_dAsk = 11, .m_dOrder = 12});
     return info;
   }
 
   ksservice::CCodeOrderParam param(const char* market, const char* code, int operation, int volume) const {
-    ksservice::CCodeOrderParam made;
-    made.m_pAccount = m_pAccount;
-    made.m_nType = 49;
-    made.m_nOperation = operation;
-    made.m_stock = {market, code, std::string("N") + code};
-    made.m_nVolume = volume;
-    return made;
+    return {.m_pAccount = m_pAccount,
+            .m_nType = 49,
+            .m_nOperation = operation,
+            .m_stock = {market, code, std::string("N") + code},
+            .m_nVolume = volume};
   }
 
   /// Offers the lines of an algorithm's task with the work in the user's place.
@@ -61,11 +52,7 @@ class PatchTest : public testing::Test {
   void run(const Params& params, const Params& taskParams, const std::string& algoText, const Work& work) {
     GV::CCommonDialog::setExecHook([&](GV::CCommonDialog& dialog) {
       auto* patch = dynamic_cast<TC::CBasketPatchDialog*>(&dialog);
-      if (patch != nullptr) {
-        work(*patch);
-      } else {
-        m_tradeWork(dialog);
-      }
+      patch != nullptr ? work(*patch) : m_tradeWork(dialog);
     });
     m_choice = m_dialog.confirm({params, taskParams, algoText, true});
   }
@@ -84,10 +71,10 @@ class PatchTest : public testing::Test {
   Types typesWith(const Params& params, const char* choice) {
     run(params, [&](TC::CBasketPatchDialog& dialog) {
       runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
-        EXPECT_EQ(trade.press(qs(choice)), QString());
-        EXPECT_EQ(trade.press(qs("保存")), QString());
+        EXPECT_EQ(trade.press(choice), QString());
+        EXPECT_EQ(trade.press("保存"), QString());
       });
-      dialog.press(qs("选中补单"));
+      dialog.press("选中补单");
     });
     Types types;
     for (const ksservice::CCodeOrderParam& taken : take()) types.emplace_back(taken.m_nPriceType, taken.m_dPrice);
@@ -95,9 +82,9 @@ class PatchTest : public testing::Test {
   }
   QString quantity(const char* key) {
     for (const GV::SDialogRow& row : m_dialog.state().rows) {
-      if (row.key == qs(key)) return row.editor == row.cells.at(7) ? row.editor : qs("cell and editor differ");
+      if (row.key == key) return row.editor == row.cells.at(7) ? row.editor : "cell and editor differ";
     }
-    return qs("no row");
+    return "no row";
   }
 
   test::CTestHost m_host;

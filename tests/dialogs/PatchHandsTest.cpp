@@ -20,17 +20,17 @@ struct Witness : GV::IDialogObserver {
   Witness() { GV::CCommonDialog::setObserver(this); }
   ~Witness() override { GV::CCommonDialog::setObserver(nullptr); }
   void note(GV::CCommonDialog& dialog, const QString& what) { m_told.append(dialog.windowTitle() + ' ' + what); }
-  void dialogOpens(GV::CCommonDialog& dialog) override { note(dialog, qs("opens")); }
-  void buttonPressed(GV::CCommonDialog& dialog, const QString& text) override { note(dialog, qs("press ") + text); }
+  void dialogOpens(GV::CCommonDialog& dialog) override { note(dialog, "opens"); }
+  void buttonPressed(GV::CCommonDialog& dialog, const QString& text) override { note(dialog, "press " + text); }
   void rowChecked(GV::CCommonDialog& dialog, const QString& key, bool on) override {
-    note(dialog, qs("check ") + key + (on ? qs(" on") : qs(" off")));
+    note(dialog, "check " + key + (on ? " on" : " off"));
   }
   void rowEdited(GV::CCommonDialog& dialog, const QString& key, const QString& text) override {
-    note(dialog, qs("edit ") + key + ' ' + text);
+    note(dialog, "edit " + key + ' ' + text);
   }
-  void dialogClosed(GV::CCommonDialog& dialog) override { note(dialog, qs("closed")); }
+  void dialogClosed(GV::CCommonDialog& dialog) override { note(dialog, "closed"); }
   void dialogEnded(GV::CCommonDialog& dialog, bool accepted) override {
-    note(dialog, accepted ? qs("accepted") : qs("rejected"));
+    note(dialog, accepted ? "accepted" : "rejected");
   }
   QStringList m_told;
 };
@@ -52,13 +52,18 @@ class PatchHandsTest : public PatchTest {
   }
   void clickButton(const char* text) {
     for (QPushButton* button : m_dialog.findChildren<QPushButton*>()) {
-      if (button->text() == qs(text)) QTest::mouseClick(button, Qt::LeftButton);
+      if (button->text() == text) QTest::mouseClick(button, Qt::LeftButton);
     }
   }
   QString shown(int row) { return table().itemText(row, 7); }
-  /// A key where the focus is, as the window system brings it.
-  static void type(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key), modifiers);
+  /// Keys where the focus is, as the window system brings them.
+  template <typename... Keys>
+  static void type(Keys... keys) {
+    for (const int key : {static_cast<int>(keys)...}) {
+      const bool back = key == Qt::Key_Backtab;
+      QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key),
+                      back ? Qt::ShiftModifier : Qt::NoModifier);
+    }
   }
   /// The text of the button that has the focus, else the class of what has it.
   static QString focus() {
@@ -80,12 +85,12 @@ TEST_F(PatchHandsTest, AButtonCommitsTheOpenEditorFirst) {
   run(m_params, [&](auto&) {
     click(1, 7);
     QTest::keyClicks(&editor(), "1250");
-    EXPECT_EQ(shown(1), qs("3000")) << "not committed yet";
+    EXPECT_EQ(shown(1), "3000") << "not committed yet";
     clickButton("选中补单");
   });
   EXPECT_EQ(take()[1].m_nVolume, 1200);
-  EXPECT_EQ(witness.m_told, (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600001买入 1250"),
-                                         qs("补单 press 选中补单"), qs("补单 accepted")}));
+  EXPECT_EQ(witness.m_told,
+            (QStringList{"补单 opens", "补单 edit A1/SH.600001买入 1250", "补单 press 选中补单", "补单 accepted"}));
 }
 
 /// Clicks and keys that are under way when a dialog ends still come to its window.
@@ -99,7 +104,7 @@ TEST_F(PatchHandsTest, WhatComesBehindTheEndChangesNothing) {
     QTest::keyClick(&dialog, Qt::Key_Escape);
   });
   EXPECT_EQ(take().size(), 2u);
-  EXPECT_EQ(witness.m_told, (QStringList{qs("补单 opens"), qs("补单 press 选中补单"), qs("补单 accepted")}));
+  EXPECT_EQ(witness.m_told, (QStringList{"补单 opens", "补单 press 选中补单", "补单 accepted"}));
   run(m_params, [&](auto&) { clickButton("新建篮子补单"); });
   EXPECT_EQ(basket().lines.size(), 2) << "opened again";
 }
@@ -107,81 +112,70 @@ TEST_F(PatchHandsTest, WhatComesBehindTheEndChangesNothing) {
 TEST_F(PatchHandsTest, EditorsOpenAndCommitByKeyboard) {
   Witness witness;
   run(m_params, [&](GV::CCommonDialog& dialog) {
-    QTest::keyClick(&table(), Qt::Key_Down);
-    QTest::keyClick(&table(), Qt::Key_Return);
-    EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入"));
-    EXPECT_EQ(editor().selectedText(), qs("3000"));
-    QTest::keyClicks(&editor(), "700");
-    QTest::keyClick(&editor(), Qt::Key_Return);
+    activate(dialog);
+    type(Qt::Key_Down, Qt::Key_Return);
+    EXPECT_EQ(table().editedKey(), "A1/SH.600001买入");
+    EXPECT_EQ(editor().selectedText(), "3000");
+    type('7', '0', '0', Qt::Key_Return);
     EXPECT_TRUE(dialog.isOpen()) << "an Enter in an editor presses no button";
-    EXPECT_EQ(shown(1), qs("700"));
+    EXPECT_EQ(shown(1), "700");
     EXPECT_EQ(table().editedKey(), QString());
 
-    QTest::keyClick(&table(), '8');  // typing opens it too, in place of the text
-    QTest::keyClicks(&editor(), "00");
-    QTest::keyClick(&editor(), Qt::Key_Up);
-    EXPECT_EQ(shown(1), qs("800"));
-    EXPECT_EQ(table().currentKey(), qs("A1/SH.600000买入"));
+    type('8', '0', '0', Qt::Key_Up);  // typing opens it too, in place of the text
+    EXPECT_EQ(shown(1), "800");
+    EXPECT_EQ(table().currentKey(), "A1/SH.600000买入");
 
-    QTest::keyClick(&table(), Qt::Key_F2);
-    QTest::keyClicks(&editor(), "5");
-    QTest::keyClick(&editor(), Qt::Key_Escape);
+    type(Qt::Key_F2, '5', Qt::Key_Escape);
     EXPECT_TRUE(dialog.isOpen()) << "Esc gives up the edit, not the dialog";
-    EXPECT_EQ(shown(0), qs("3000"));
-    QTest::keyClick(&table(), Qt::Key_Space);
+    EXPECT_EQ(shown(0), "3000");
+    type(Qt::Key_Space);
     EXPECT_FALSE(dialog.state().rows[0].checked);
-    QTest::keyClick(&table(), Qt::Key_Escape);
+    type(Qt::Key_Escape);
     EXPECT_FALSE(dialog.isOpen());
   });
   EXPECT_EQ(witness.m_told,
-            (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600001买入 700"), qs("补单 edit A1/SH.600001买入 800"),
-                         qs("补单 check A1/SH.600000买入 off"), qs("补单 closed"), qs("补单 rejected")}));
+            (QStringList{"补单 opens", "补单 edit A1/SH.600001买入 700", "补单 edit A1/SH.600001买入 800",
+                         "补单 check A1/SH.600000买入 off", "补单 closed", "补单 rejected"}));
 }
 
 TEST_F(PatchHandsTest, EnterOrdersOnlyBesideEverythingElse) {
   run(m_params, [&](GV::CCommonDialog& dialog) {
     activate(dialog);
     for (const int enter : {Qt::Key_Return, Qt::Key_Enter}) {
-      type('7');
-      QTest::keyClicks(QApplication::focusWidget(), "00");
-      type(Qt::Key_Tab);
-      EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入")) << "Tab goes to the next field";
+      type('7', '0', '0', Qt::Key_Tab);
+      EXPECT_EQ(table().editedKey(), "A1/SH.600001买入") << "Tab goes to the next field";
       type(enter);
-      EXPECT_EQ(focus(), qs("GV::CStandardHpfTable"));
+      EXPECT_EQ(focus(), "GV::CStandardHpfTable");
       type(enter);
       QKeyEvent held(QEvent::KeyPress, enter, Qt::NoModifier, QString(), true);
       QApplication::sendEvent(&editor(), &held);
-      EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入")) << "a key that is held down opens it and no more";
+      EXPECT_EQ(table().editedKey(), "A1/SH.600001买入") << "a key that is held down opens it and no more";
       type(Qt::Key_Tab);
-      EXPECT_EQ(focus(), qs("GV::CStandardHpfTable")) << "behind the last field the edit just ends";
-      type(Qt::Key_F2);
-      type(Qt::Key_Backtab, Qt::ShiftModifier);
-      EXPECT_EQ(table().editedKey(), qs("A1/SH.600000买入"));
-      type(Qt::Key_Backtab, Qt::ShiftModifier);
-      EXPECT_EQ(shown(0), qs("700"));
+      EXPECT_EQ(focus(), "GV::CStandardHpfTable") << "behind the last field the edit just ends";
+      type(Qt::Key_F2, Qt::Key_Backtab);
+      EXPECT_EQ(table().editedKey(), "A1/SH.600000买入");
+      type(Qt::Key_Backtab);
+      EXPECT_EQ(shown(0), "700");
 
-      type(Qt::Key_Tab);
-      type(Qt::Key_Tab);
-      EXPECT_EQ(focus(), qs("反选"));
+      type(Qt::Key_Tab, Qt::Key_Tab);
+      EXPECT_EQ(focus(), "反选");
       type(enter);
       EXPECT_FALSE(dialog.state().rows[1].checked);
-      type(Qt::Key_Backtab, Qt::ShiftModifier);
-      type(enter);
+      type(Qt::Key_Backtab, enter);
       EXPECT_TRUE(dialog.state().rows[1].checked) << "Enter presses 全选";
       type(Qt::Key_Tab);
       QApplication::sendEvent(QApplication::focusWidget(), &held);
       EXPECT_TRUE(dialog.state().rows[1].checked) << "nor does it press again";
-      type(Qt::Key_Tab);
       int opened = 0;
       m_tradeWork = [&](GV::CCommonDialog&) { ++opened; };
-      type(enter);
+      type(Qt::Key_Tab, enter);
       EXPECT_EQ(opened, 1);
       ASSERT_TRUE(dialog.isOpen());
       activate(dialog);
       table().setFocus();
     }
-    type(Qt::Key_Backtab, Qt::ShiftModifier);
-    EXPECT_EQ(focus(), qs("GV::CDialogButtonRow")) << "before the first stop is the last";
+    type(Qt::Key_Backtab);
+    EXPECT_EQ(focus(), "GV::CDialogButtonRow") << "before the first stop is the last";
     QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
     QApplication::sendEvent(QApplication::focusWidget(), &held);
     ASSERT_TRUE(dialog.isOpen());
@@ -199,33 +193,32 @@ TEST_F(PatchHandsTest, AnEditorCommitsWhenItLosesTheFocusAndOnlyWhatChanged) {
     ASSERT_TRUE(editor().hasFocus());
     QTest::keyClicks(&editor(), "900");
     click(1, 7);
-    EXPECT_EQ(shown(0), qs("900"));
-    EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入"));
+    EXPECT_EQ(shown(0), "900");
+    EXPECT_EQ(table().editedKey(), "A1/SH.600001买入");
     table().setFocus();
     EXPECT_EQ(table().editedKey(), QString());
     click(1, 7);
     QTest::keyClicks(&editor(), "5000");
     QTest::mouseClick(table().header()->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(100, 5));
-    EXPECT_EQ(shown(1), qs("3000")) << "the cell shows what was accepted";
+    EXPECT_EQ(shown(1), "3000") << "the cell shows what was accepted";
     click(0, 0);
     EXPECT_FALSE(dialog.state().rows[0].checked);
   });
   EXPECT_EQ(witness.m_told,
-            (QStringList{qs("补单 opens"), qs("补单 edit A1/SH.600000买入 900"), qs("补单 edit A1/SH.600001买入 5000"),
-                         qs("补单 check A1/SH.600000买入 off"), qs("补单 rejected")}));
+            (QStringList{"补单 opens", "补单 edit A1/SH.600000买入 900", "补单 edit A1/SH.600001买入 5000",
+                         "补单 check A1/SH.600000买入 off", "补单 rejected"}));
 }
 
 TEST_F(PatchHandsTest, KeysInTheTradeParametersStayInTheirField) {
   TC::CTradeParamDialog dialog(CCodeOrderParam(), "", nullptr);
   dialog.show();
   activate(dialog);
-  EXPECT_EQ(focus(), qs("GV::CDialogButtonRow"));
-  type(Qt::Key_Tab);
-  type(Qt::Key_Tab);
-  EXPECT_EQ(focus(), qs("智能算法"));
+  EXPECT_EQ(focus(), "GV::CDialogButtonRow");
+  type(Qt::Key_Tab, Qt::Key_Tab);
+  EXPECT_EQ(focus(), "智能算法");
   type(Qt::Key_Return);
   EXPECT_EQ(dialog.table().orderType(), EORT_Algo);
-  for (int i = 0; i < 4; ++i) type(Qt::Key_Tab);
+  type(Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab);
   auto* start = qobject_cast<QLineEdit*>(QApplication::focusWidget());
   ASSERT_NE(start, nullptr);
   start->selectAll();
@@ -239,10 +232,10 @@ TEST_F(PatchHandsTest, KeysInTheTradeParametersStayInTheirField) {
   EXPECT_NE(dialog.table().inputError(), QString());
   type(Qt::Key_Escape);
   EXPECT_TRUE(dialog.isOpen()) << "Esc ends the edit first";
-  EXPECT_EQ(start->text(), qs("10:00:00"));
+  EXPECT_EQ(start->text(), "10:00:00");
   EXPECT_EQ(dialog.table().inputError(), QString());
-  for (int i = 0; i < 4; ++i) type(Qt::Key_Tab);
-  EXPECT_EQ(focus(), qs("GV::CDialogButtonRow"));
+  type(Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab);
+  EXPECT_EQ(focus(), "GV::CDialogButtonRow");
   type(Qt::Key_Return);
   EXPECT_EQ(dialog.result(), QDialog::Accepted);
   dialog.show();
@@ -254,24 +247,23 @@ TEST_F(PatchHandsTest, KeysInTheTradeParametersStayInTheirField) {
 TEST_F(PatchHandsTest, AScreenReaderReadsAndWorksTheRows) {
   run(m_params, [&](GV::CCommonDialog& dialog) {
     auto* reader = QAccessible::queryAccessibleInterface(&table());
-    ASSERT_NE(reader, nullptr);
     QAccessibleInterface* box = reader->tableInterface()->cellAt(1, 0);
     EXPECT_EQ(box->role(), QAccessible::CheckBox);
-    EXPECT_EQ(box->text(QAccessible::Name), qs("选择"));
+    EXPECT_EQ(box->text(QAccessible::Name), "选择");
     EXPECT_TRUE(box->state().checked);
     box->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
     EXPECT_FALSE(box->state().checked);
     EXPECT_FALSE(dialog.state().rows[1].checked);
-    EXPECT_EQ(reader->tableInterface()->cellAt(1, 4)->text(QAccessible::Name), qs("N600001"));
+    EXPECT_EQ(reader->tableInterface()->cellAt(1, 4)->text(QAccessible::Name), "N600001");
 
     QAccessibleInterface* quantity = reader->tableInterface()->cellAt(1, 7);
     EXPECT_EQ(quantity->role(), QAccessible::EditableText);
-    EXPECT_EQ(quantity->text(QAccessible::Description), qs("补单数量"));
+    EXPECT_EQ(quantity->text(QAccessible::Description), "补单数量");
     EXPECT_FALSE(quantity->state().readOnly);
-    quantity->setText(QAccessible::Value, qs("1250"));
-    EXPECT_EQ(quantity->text(QAccessible::Value), qs("1200"));
+    quantity->setText(QAccessible::Value, "1250");
+    EXPECT_EQ(quantity->text(QAccessible::Value), "1200");
     quantity->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    EXPECT_EQ(table().editedKey(), qs("A1/SH.600001买入"));
+    EXPECT_EQ(table().editedKey(), "A1/SH.600001买入");
   });
 }
 
@@ -279,16 +271,16 @@ TEST_F(PatchHandsTest, ALongListScrollsUnderItsEditor) {
   Params params;
   for (int i = 0; i < 40; ++i) params.push_back(param("SH", std::to_string(600100 + i).c_str(), EOT_Sell, 100));
   run(params, [&](GV::CCommonDialog& dialog) {
-    EXPECT_EQ(dialog.edit(qs("A1/SH.600139卖出"), qs("40")), QString());
-    EXPECT_EQ(shown(39), qs("40"));
-    ASSERT_TRUE(table().openEditor(qs("A1/SH.600139卖出")));
+    EXPECT_EQ(dialog.edit("A1/SH.600139卖出", "40"), QString());
+    EXPECT_EQ(shown(39), "40");
+    ASSERT_TRUE(table().openEditor("A1/SH.600139卖出"));
     const int before = editor().y();
     table().scrollToRow(0);
     EXPECT_GT(editor().y(), before) << "the editor stays with its row";
     QTest::keyClicks(&editor(), "50");
     table().sortByColumn(3, Qt::DescendingOrder);
-    EXPECT_EQ(shown(0), qs("40")) << "an editor whose row moves away by itself is given up";
-    dialog.press(qs("选中补单"));
+    EXPECT_EQ(shown(0), "40") << "an editor whose row moves away by itself is given up";
+    dialog.press("选中补单");
   });
   EXPECT_EQ(take().back().m_stock.m_strCode, "600139") << "taken in the order in which they were given";
 }

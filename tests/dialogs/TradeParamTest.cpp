@@ -12,16 +12,7 @@ using namespace ksservice;
 namespace {
 
 CCodeOrderParam taskParam(int orderType, int priceType = EPT_Limit) {
-  CCodeOrderParam param;
-  param.m_nOrderType = orderType;
-  param.m_nPriceType = priceType;
-  return param;
-}
-
-QStringList fields(const GV::CCommonDialog& dialog) {
-  QStringList found;
-  for (const GV::SDialogRow& row : dialog.state().rows) found.append(row.key + '=' + row.editor);
-  return found;
+  return {.m_pAccount = {}, .m_nOrderType = orderType, .m_stock = {}, .m_nPriceType = priceType};
 }
 
 QStringList chosen(const GV::CCommonDialog& dialog) {
@@ -36,19 +27,19 @@ bool canSave(const GV::CCommonDialog& dialog) { return dialog.state().buttons.ba
 
 }  // namespace
 
-class TradeParamTest : public PatchTest {};
+using TradeParamTest = PatchTest;
 
 TEST_F(TradeParamTest, StartsFromTheTask) {
   TC::CTradeParamDialog plain(taskParam(EORT_Plain, EPT_Counterpart), "", nullptr);
   EXPECT_EQ(plain.size(), QSize(270, 430));
-  EXPECT_EQ(plain.windowTitle(), qs("交易参数设置"));
-  EXPECT_EQ(chosen(plain), (QStringList{qs("普通交易"), qs("对手价")}));
+  EXPECT_EQ(plain.windowTitle(), "交易参数设置");
+  EXPECT_EQ(chosen(plain), (QStringList{"普通交易", "对手价"}));
   // What is not offered to everybody is offered to a task that has it; an odd number too.
   for (const int type : {static_cast<int>(EPT_User), -1, UNSET_INT}) {
     TC::CTradeParamDialog odd(taskParam(EORT_Plain, type), "", nullptr);
     const QString text = CEnumsDataHelper::priceTypeToFormatString(type);
-    EXPECT_EQ(chosen(odd), (QStringList{qs("普通交易"), text}));
-    odd.press(qs("限价"));
+    EXPECT_EQ(chosen(odd), (QStringList{"普通交易", text}));
+    odd.press("限价");
     odd.press(text);
     CCodeOrderParam filled;
     odd.widget().fillParams("", 1, filled, 0);
@@ -57,9 +48,10 @@ TEST_F(TradeParamTest, StartsFromTheTask) {
 
   const char* text = "algo=POV;start=10:00:00;end=11:00:00;limit=10.5;rate=0.25";
   TC::CTradeParamDialog smart(taskParam(13), text, nullptr);
-  EXPECT_EQ(chosen(smart), (QStringList{qs("智能算法"), qs("POV")}));
-  EXPECT_EQ(fields(smart),
-            (QStringList{qs("开始时间=10:00:00"), qs("结束时间=11:00:00"), qs("参与率=0.25"), qs("限价=10.5")}));
+  EXPECT_EQ(chosen(smart), (QStringList{"智能算法", "POV"}));
+  QStringList fields;
+  for (const GV::SDialogRow& row : smart.state().rows) fields.append(row.key + '=' + row.editor);
+  EXPECT_EQ(fields, (QStringList{"开始时间=10:00:00", "结束时间=11:00:00", "参与率=0.25", "限价=10.5"}));
   EXPECT_EQ(smart.table().getAlgParamsStr(), text);
   EXPECT_EQ(smart.table().orderType(), 13);
 
@@ -71,35 +63,33 @@ TEST_F(TradeParamTest, StartsFromTheTask) {
 TEST_F(TradeParamTest, AnAlgorithmThatCannotBeReadIsKeptUntilAnotherIsChosen) {
   instrument("SH", "600000", 100);
   const Params params = {param("SH", "600000", EOT_Sell, 1000)};
-  const QString note = qs("原算法参数无法显示，补单沿用原参数。");
+  const QString note = "原算法参数无法显示，补单沿用原参数。";
   const auto patchBy = [&](const char* choice) {
     run(params, {taskParam(13, EPT_Latest)}, "algo=POV", [&](TC::CBasketPatchDialog& dialog) {
       runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
-        EXPECT_EQ(trade.press(qs(choice)), QString());
+        EXPECT_EQ(trade.press(choice), QString());
         EXPECT_TRUE(canSave(trade));
-        EXPECT_EQ(trade.state().labels.contains(note), chosen(trade) == QStringList{qs("智能算法")});
+        EXPECT_EQ(trade.state().labels.contains(note), chosen(trade) == QStringList{"智能算法"});
       });
-      dialog.press(qs("选中补单"));
+      dialog.press("选中补单");
     });
     const CCodeOrderParam& taken = take().at(0);
     EXPECT_EQ(taken.m_nOrderType, orders().orderType);
-    return std::make_pair(taken.m_nOrderType, taken.m_nPriceType);
+    EXPECT_EQ(taken.m_nPriceType, EPT_Latest);
+    return std::to_string(taken.m_nOrderType) + ' ' + orders().algoParams;
   };
-  EXPECT_EQ(patchBy("智能算法"), std::make_pair(13, int{EPT_Latest}));
-  EXPECT_EQ(orders().algoParams, "") << "the task's own stay";
-  EXPECT_EQ(patchBy("普通交易"), std::make_pair(int{EORT_Plain}, int{EPT_Latest}));
-  EXPECT_EQ(patchBy("智能算法"), std::make_pair(13, int{EPT_Latest})) << "back to its own, not to any";
-  EXPECT_EQ(orders().algoParams, "") << "the task's own stay";
-  EXPECT_EQ(patchBy("VWAP"), std::make_pair(13, int{EPT_Latest}));
-  EXPECT_EQ(orders().algoParams, "algo=VWAP;start=09:30:00;end=14:57:00;slices=10");
+  EXPECT_EQ(patchBy("智能算法"), "13 ") << "the task's own parameters stay";
+  EXPECT_EQ(patchBy("普通交易"), "0 ");
+  EXPECT_EQ(patchBy("智能算法"), "13 ") << "back to its own, not to any";
+  EXPECT_EQ(patchBy("VWAP"), "13 algo=VWAP;start=09:30:00;end=14:57:00;slices=10");
 }
 
 TEST_F(TradeParamTest, WrongInputIsShownAndNeverLeavesTheDialog) {
   TC::CTradeParamDialog dialog(taskParam(EORT_Plain), "", nullptr);
   dialog.show();
-  dialog.press(qs("智能算法"));
-  const std::string right = "algo=TWAP;start=09:30:00;end=14:57:00;slices=10";
-  EXPECT_EQ(dialog.table().getAlgParamsStr(), right) << "a smart trade always has an algorithm";
+  dialog.press("智能算法");
+  EXPECT_EQ(dialog.table().getAlgParamsStr(), "algo=TWAP;start=09:30:00;end=14:57:00;slices=10")
+      << "a smart trade always has an algorithm";
   struct SCase {
     const char* algorithm;
     const char* field;
@@ -117,40 +107,35 @@ TEST_F(TradeParamTest, WrongInputIsShownAndNeverLeavesTheDialog) {
   };
   for (const SCase& each : cases) {
     SCOPED_TRACE(std::string(each.field) + " " + each.text);
-    dialog.press(qs(each.algorithm));
+    dialog.press(each.algorithm);
     const std::string before = dialog.table().getAlgParamsStr();
-    EXPECT_EQ(dialog.edit(qs(each.field), qs(each.text)), QString());
-    EXPECT_EQ(dialog.table().inputError(), qs(each.message));
-    EXPECT_TRUE(dialog.state().labels.contains(qs(each.message)));
+    EXPECT_EQ(dialog.edit(each.field, each.text), QString());
+    EXPECT_EQ(dialog.table().inputError(), each.message);
+    EXPECT_TRUE(dialog.state().labels.contains(each.message));
     EXPECT_FALSE(canSave(dialog));
     EXPECT_EQ(dialog.table().getAlgParamsStr(), before);
     dialog.hide();
     dialog.show();
     EXPECT_TRUE(canSave(dialog)) << "shown again, the fields hold what counts";
   }
-  dialog.press(qs("TWAP"));
-  dialog.edit(qs("开始时间"), qs("15:00:00"));
-  dialog.edit(qs("结束时间"), qs("15:30:00"));
+  dialog.press("TWAP");
+  dialog.edit("开始时间", "15:00:00");
+  dialog.edit("结束时间", "15:30:00");
   EXPECT_TRUE(canSave(dialog)) << "wrong on the way, right together";
-  dialog.edit(qs("限价"), qs("8.25"));
+  dialog.edit("限价", "8.25");
   EXPECT_EQ(dialog.table().getAlgParamsStr(), "algo=TWAP;start=15:00:00;end=15:30:00;slices=10;limit=8.25");
 }
 
 TEST_F(TradeParamTest, OffersWhatTheAccountTakes) {
-  const auto offered = [](int accountType) {
-    CCodeOrderParam param = taskParam(EORT_Plain);
-    const auto account = boost::make_shared<CAccountInfo>();
-    account->m_nType = accountType;
-    param.m_pAccount = account;
-    QStringList texts;
-    const TC::CTradeParamDialog dialog(param, "", nullptr);
-    for (const GV::SDialogButton& button : dialog.state().buttons) {
-      if (button.visible) texts.append(button.text);
-    }
-    return texts;
+  const auto offered = [this](int accountType) {
+    m_pAccount->m_nType = accountType;
+    const std::vector<GV::SDialogButton> buttons =
+        TC::CTradeParamDialog(param("SH", "600000", EOT_Buy, 1), "", nullptr).state().buttons;
+    return std::any_of(buttons.begin(), buttons.end(),
+                       [](const auto& button) { return button.visible && button.text == "沪市市价"; });
   };
-  EXPECT_TRUE(offered(0).contains(qs("沪市市价")));
-  EXPECT_FALSE(offered(5).contains(qs("沪市市价"))) << "futures have no market prices of SH and SZ";
+  EXPECT_TRUE(offered(0));
+  EXPECT_FALSE(offered(5)) << "futures have no market prices of SH and SZ";
 }
 
 TEST_F(TradeParamTest, FillsVolumeAndCapsThePrice) {
@@ -163,7 +148,7 @@ TEST_F(TradeParamTest, FillsVolumeAndCapsThePrice) {
   EXPECT_EQ(filled.m_dPrice, 11.5);
   EXPECT_EQ(filled.m_nPriceType, EPT_Limit) << "never what nobody chose";
 
-  widget.load(taskParam(EORT_Algo), qs("algo=TWAP;start=10:00:00;end=11:00:00;slices=5"));
+  widget.load(taskParam(EORT_Algo), "algo=TWAP;start=10:00:00;end=11:00:00;slices=5");
   EXPECT_EQ(widget.table().algorithmIndex(), 0);
   widget.setSaveParam(false);
   widget.show();

@@ -1,5 +1,4 @@
 #include <QLineEdit>
-#include <QMenu>
 #include <QTest>
 #include <QVBoxLayout>
 #include <cmath>
@@ -14,89 +13,92 @@
 
 namespace {
 
+/// Notes the events that reach it: "event id value".
 struct Recorder : GV::CBaseWidget {
-  explicit Recorder(bool handles = true, QWidget* parent = nullptr) : CBaseWidget(parent), m_bHandles(handles) {}
+  using CBaseWidget::CBaseWidget;
   bool handleEvent(int eventId, int id, int value, QString /*key*/, void* /*data*/) override {
-    m_events.push_back({eventId, id, value});
+    m_events.append(QString("%1 %2 %3").arg(eventId).arg(id).arg(value));
     return m_bHandles;
   }
-  bool m_bHandles;
-  std::vector<std::vector<int>> m_events;
+  bool m_bHandles = true;
+  QStringList m_events;
 };
-
-using Events = std::vector<std::vector<int>>;
 
 }  // namespace
 
 TEST(Controls, EventsGoUpToTheFirstThatHandlesThem) {
   Recorder outer;
-  Recorder middle(false, &outer);
+  Recorder middle(&outer);
   QWidget plain(&middle);
-  GV::CSmallNoNormalButton button(4, QStringLiteral("全部撤销"), &plain);
-  QTest::mouseClick(&button, Qt::LeftButton);
-  EXPECT_EQ(middle.m_events, (Events{{5, 4, 0}}));
-  EXPECT_EQ(outer.m_events, (Events{{5, 4, 0}}));
-  middle.m_bHandles = true;
-  QTest::mouseClick(&button, Qt::LeftButton);
-  EXPECT_EQ(middle.m_events.size(), 2u);
-  EXPECT_EQ(outer.m_events.size(), 1u);
+  GV::CSmallNoNormalButton button(4, "全部撤销", &plain);
+  for (const bool handles : {false, true}) {
+    middle.m_bHandles = handles;
+    QTest::mouseClick(&button, Qt::LeftButton);
+  }
+  EXPECT_EQ(middle.m_events, (QStringList{"5 4 0", "5 4 0"}));
+  EXPECT_EQ(outer.m_events, QStringList("5 4 0"));
   EXPECT_FALSE(GV::CEventDeliverer::deliverEvent(&outer, 5, 0, 0, QString(), nullptr)) << "nobody above";
 }
 
 TEST(Controls, CheckBoxAndComboTellOnlyWhatTheUserDoes) {
   Recorder owner;
-  GV::CCheckBox check(8, QStringLiteral("过滤"), &owner);
+  GV::CCheckBox check(8, "过滤", &owner);
   check.setChecked(true);
-  EXPECT_TRUE(owner.m_events.empty());
+  EXPECT_EQ(owner.m_events, QStringList());
   QTest::mouseClick(&check, Qt::LeftButton, Qt::NoModifier, QPoint(8, check.height() / 2));
-  EXPECT_EQ(owner.m_events, (Events{{67, 8, 0}}));
+  EXPECT_EQ(owner.m_events, QStringList("67 8 0"));
 
-  owner.m_events.clear();
   GV::CComboPushButton combo(&owner);
   EXPECT_EQ(combo.currentIndex(), -1);
   for (int item = 0; item < 4; ++item) combo.addItem(item + 10, QString::number(item));
   combo.setCurrentIndex(2);
   combo.setCurrentIndex(9);
   EXPECT_EQ(combo.currentIndex(), 2);
-  EXPECT_EQ(combo.text(), QStringLiteral("2"));
-  EXPECT_TRUE(owner.m_events.empty());
+  EXPECT_EQ(combo.text(), "2");
   combo.menu()->actions()[1]->trigger();
-  EXPECT_EQ(owner.m_events, (Events{{5, 11, 0}}));
+  EXPECT_EQ(owner.m_events, (QStringList{"67 8 0", "5 11 0"}));
   EXPECT_EQ(combo.currentIndex(), 1);
 }
 
 TEST(Controls, TheFocusShowsOnEachInBothThemes) {
   for (const char* theme : {"light", "dark"}) {
-    ASSERT_TRUE(GV::CUiResource::setTheme(QString::fromLatin1(theme)));
+    ASSERT_TRUE(GV::CUiResource::setTheme(theme));
     GV::CUiResource::applyToApplication();
     GV::CCommonDialog window;
-    auto* layout = new QVBoxLayout(&window);
-    auto* plain = new GV::CSmallNoNormalButton(1, QStringLiteral("全选"), &window);
-    auto* chosen = new GV::CSmallNoNormalButton(1, QStringLiteral("全选"), &window);
+    auto* chosen = new GV::CSmallNoNormalButton(1, "全选");
     chosen->setCheckable(true);
     chosen->setChecked(true);
-    auto* picture = new GV::CPushButton(2, &window);
-    picture->setImageKey(QStringLiteral("tc_img_btn_set_small"));
-    auto* combo = new GV::CComboPushButton(&window);
-    combo->addItem(3, QStringLiteral("全部任务"));
-    auto* check = new GV::CCheckBox(4, QStringLiteral("过滤"), &window);
-    auto* field = new QLineEdit(&window);
-    auto* wrong = new QLineEdit(&window);
+    auto* picture = new GV::CPushButton(2);
+    picture->setImageKey("tc_img_btn_set_small");
+    auto* combo = new GV::CComboPushButton;
+    combo->addItem(3, "全部任务");
+    auto* wrong = new QLineEdit;
     wrong->setProperty("invalid", true);
-    auto* table = new GV::CStandardHpfTable(&window);
+    auto* table = new GV::CStandardHpfTable;
     table->setDataModel(new GV::CStandardHpfTableModel({GV::SColumn()}, table));
     auto* bottom = new GV::CDialogButtonRow(&window);
-    bottom->addButton(5, QStringLiteral("选中补单"))->setDefault(true);
-    const std::vector<QWidget*> stops = {plain, chosen, picture, combo, check, field, wrong, table, bottom};
+    bottom->addButton(5, "选中补单")->setDefault(true);
+    const std::vector<QWidget*> stops = {new GV::CSmallNoNormalButton(1, "全选"),
+                                         chosen,
+                                         picture,
+                                         combo,
+                                         new GV::CCheckBox(4, "过滤"),
+                                         new QLineEdit,
+                                         wrong,
+                                         table,
+                                         bottom};
+    auto* layout = new QVBoxLayout(&window);
     for (QWidget* stop : stops) layout->addWidget(stop);
     window.show();
     window.activateWindow();
     QApplication::processEvents();
     for (QWidget* stop : stops) {
-      stop->setFocus(Qt::TabFocusReason);
-      const QImage with = window.grab(stop->geometry()).toImage();
-      stops[stop == stops.front() ? 1 : 0]->setFocus(Qt::TabFocusReason);
-      const QImage without = window.grab(stop->geometry()).toImage();
+      const auto grab = [&](QWidget* focus) {
+        focus->setFocus(Qt::TabFocusReason);
+        return window.grab(stop->geometry()).toImage();
+      };
+      const QImage with = grab(stop);
+      const QImage without = grab(stops[stop == stops.front() ? 1 : 0]);
       // More than the caret of a field.
       EXPECT_GT(differingPixels(with, without, with.rect()), 60) << theme << ' ' << stop->metaObject()->className();
     }
@@ -105,28 +107,28 @@ TEST(Controls, TheFocusShowsOnEachInBothThemes) {
 }
 
 TEST(Resources, ThemesHaveTheSameKeysAndColoursStayPut) {
-  const QColor* text = GV::CUiResource::getColor(QStringLiteral("clr_text_default"));
+  const QColor* text = GV::CUiResource::getColor("clr_text_default");
   const QColor dark = *text;
-  ASSERT_TRUE(GV::CUiResource::setTheme(QStringLiteral("light")));
-  EXPECT_EQ(GV::CUiResource::getColor(QStringLiteral("clr_text_default")), text);
+  ASSERT_TRUE(GV::CUiResource::setTheme("light"));
+  EXPECT_EQ(GV::CUiResource::getColor("clr_text_default"), text);
   EXPECT_NE(*text, dark);
-  EXPECT_FALSE(GV::CUiResource::styleSheet().contains(QLatin1String("@clr"))) << "a colour of the sheet is missing";
-  EXPECT_FALSE(GV::CUiResource::setTheme(QStringLiteral("pink")));
-  EXPECT_EQ(GV::CUiResource::theme(), QStringLiteral("light"));
-  ASSERT_TRUE(GV::CUiResource::setTheme(QStringLiteral("dark")));
+  EXPECT_FALSE(GV::CUiResource::styleSheet().contains("@clr")) << "a colour of the sheet is missing";
+  EXPECT_FALSE(GV::CUiResource::setTheme("pink"));
+  EXPECT_EQ(GV::CUiResource::theme(), "light");
+  ASSERT_TRUE(GV::CUiResource::setTheme("dark"));
   EXPECT_EQ(*text, dark);
 }
 
 TEST(Resources, UnknownKeysCatchTheEye) {
-  EXPECT_EQ(*GV::CUiResource::getColor(QStringLiteral("clr_nothing")), QColor(Qt::magenta));
-  EXPECT_TRUE(GV::CUiResource::getPixmap(QStringLiteral("tc_img_nothing")).isNull());
+  EXPECT_EQ(*GV::CUiResource::getColor("clr_nothing"), QColor(Qt::magenta));
+  EXPECT_TRUE(GV::CUiResource::getPixmap("tc_img_nothing").isNull());
   for (const char* key : {"tc_img_combo_btn_small_nonormal", "tc_img_btn_set_small", "tc_img_op_hedge_type_bg"}) {
-    EXPECT_FALSE(GV::CUiResource::getPixmap(QString::fromLatin1(key)).isNull()) << key;
+    EXPECT_FALSE(GV::CUiResource::getPixmap(key).isNull()) << key;
   }
-  GV::CUiResource::setScale(2.0);
-  EXPECT_EQ(GV::CUiResource::getFont(QStringLiteral("fnt_default_normal")).pixelSize(), 24);
-  GV::CUiResource::setScale(1.0);
-  EXPECT_EQ(GV::CUiResource::getFont(QStringLiteral("fnt_default_normal")).pixelSize(), 12);
+  for (const int scale : {2, 1}) {
+    GV::CUiResource::setScale(scale);
+    EXPECT_EQ(GV::CUiResource::getFont("fnt_default_normal").pixelSize(), 12 * scale);
+  }
 }
 
 TEST(Helpers, ColoursAreReadableOnTheirGround) {
@@ -147,12 +149,10 @@ TEST(Helpers, ColoursAreReadableOnTheirGround) {
 }
 
 TEST(Helpers, FormatsNumbersAsTheScreenDoes) {
-  const QString invalid = QStringLiteral("非法值");
-  const auto format = [&](double value, int precision) {
-    return GV::formatDoubleNumber(value, precision, 0, false, invalid).toStdString();
+  const auto format = [](double value, int precision) {
+    return GV::formatDoubleNumber(value, precision, 0, false, "非法值");
   };
   EXPECT_EQ(format(1234567.125, 2), "1234567.13") << "a tie goes up";
-  EXPECT_EQ(format(-0.5, 0), QString::number(-0.5, 'f', 0).toStdString());
-  EXPECT_EQ(format(std::nan(""), 2), invalid.toStdString());
-  EXPECT_EQ(format(HUGE_VAL, 2), invalid.toStdString());
+  EXPECT_EQ(format(-0.5, 0), QString::number(-0.5, 'f', 0));
+  for (const double number : {std::nan(""), HUGE_VAL}) EXPECT_EQ(format(number, 2), "非法值");
 }

@@ -1,33 +1,16 @@
 #include "gv/CExcelReader.h"
 
-#include <gtest/gtest.h>
-
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <array>
+
+#include "FolderTest.h"
 
 namespace {
 
-QByteArray contentOf(const QString& name) {
-  QFile file(name);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-void put(const QString& name, const QByteArray& content) {
-  QFile file(name);
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(content);
-}
-
 /// With a sheet, and nothing in it.
-class ExcelReader : public testing::Test {
+class ExcelReader : public test::CFolderTest {
  protected:
   ExcelReader() { EXPECT_TRUE(m_writer.newfile() && m_writer.addSheet()); }
-  QString path(const char* name) const { return m_folder.filePath(QString::fromUtf8(name)); }
-  QStringList files() const { return QDir(m_folder.path()).entryList(QDir::Files | QDir::Hidden); }
 
-  QTemporaryDir m_folder;
   GV::CExcelReader m_writer{false};
 };
 
@@ -38,7 +21,6 @@ TEST_F(ExcelReader, CountsFromOneAndRefusesWhatIsNoPlace) {
   ASSERT_TRUE(writer.newfile());
   EXPECT_FALSE(writer.saveAs(path("none.xlsx"))) << "without a sheet";
   EXPECT_FALSE(writer.setData(1, 1, 1, "x"));
-  EXPECT_TRUE(m_writer.setData(1, 1, 1, "x"));
   EXPECT_TRUE(m_writer.setData(1, 1048576, 1, "last"));
   EXPECT_TRUE(m_writer.setData(1, 1, 16384, "last"));
   for (const auto& [sheet, row, column] : {std::array{0, 1, 1}, std::array{2, 1, 1}, std::array{1, 0, 1},
@@ -51,40 +33,40 @@ TEST_F(ExcelReader, CountsFromOneAndRefusesWhatIsNoPlace) {
 
 TEST_F(ExcelReader, SeparatedTextIsQuotedWhateverTheCaseOfTheName) {
   ASSERT_TRUE(m_writer.addSheet());
-  m_writer.setData(1, 1, 1, QStringLiteral("账号,\"甲\""));
-  m_writer.setData(1, 1, 3, QStringLiteral("two\nlines"));
-  m_writer.setData(1, 3, 1, QStringLiteral("00012"));
-  m_writer.setNumber(1, 3, 2, QStringLiteral("-1.50"));
-  m_writer.setData(2, 1, 1, QStringLiteral("second"));
+  m_writer.setData(1, 1, 1, "账号,\"甲\"");
+  m_writer.setData(1, 1, 3, "two\nlines");
+  m_writer.setData(1, 3, 1, "00012");
+  m_writer.setNumber(1, 3, 2, "-1.50");
+  m_writer.setData(2, 1, 1, "second");
   const QByteArray csv = "\"账号,\"\"甲\"\"\",\"\",\"two\nlines\"\n\n\"00012\",\"-1.50\"\n\"second\"\n";
   ASSERT_TRUE(m_writer.saveAs(path("中文 名.CSV")));
-  EXPECT_EQ(contentOf(path("中文 名.CSV")), csv);
+  EXPECT_EQ(contentOf("中文 名.CSV"), csv);
   ASSERT_TRUE(m_writer.saveAs(path("out.Txt")));
-  EXPECT_EQ(contentOf(path("out.Txt")), QByteArray(csv).replace("\",\"", "\"\t\""));
+  EXPECT_EQ(contentOf("out.Txt"), QByteArray(csv).replace("\",\"", "\"\t\""));
 }
 
 TEST_F(ExcelReader, AnyOtherNameIsAWorkbookThatTakesThePlaceOfTheOldFile) {
   m_writer.setData(1, 1, 1, "x");
   for (const char* name : {"out.xlsx", "out.dat", "out", "名 称.XLSX"}) {
-    put(path(name), QByteArray(100000, '-'));
+    put(name, QByteArray(100000, '-'));
     ASSERT_TRUE(m_writer.saveAs(path(name))) << name;
-    EXPECT_EQ(contentOf(path(name)).left(4), QByteArray("PK\3\4")) << name;
-    EXPECT_LT(QFile(path(name)).size(), 100000) << name;
+    EXPECT_EQ(contentOf(name).left(4), QByteArray("PK\3\4")) << name;
+    EXPECT_LT(contentOf(name).size(), 100000) << name;
   }
   EXPECT_EQ(files().size(), 4) << "nothing is left beside";
 }
 
 TEST_F(ExcelReader, ATextThatAWorkbookCannotHoldLeavesTheOldFile) {
   m_writer.setData(1, 1, 1, QString(40000, 'x'));
-  put(path("out.xlsx"), "old");
+  put("out.xlsx", "old");
   EXPECT_FALSE(m_writer.saveAs(path("out.xlsx")));
-  EXPECT_EQ(contentOf(path("out.xlsx")), "old");
+  EXPECT_EQ(contentOf("out.xlsx"), "old");
   EXPECT_FALSE(m_writer.saveAs(path("missing folder/out.xlsx")));
   EXPECT_FALSE(m_writer.saveAs(path("missing folder/out.CSV")));
 }
 
 TEST_F(ExcelReader, IsInvalidWithoutAFolderForIntermediateFiles) {
-  put(path("file"), {});
+  put("file", {});
   const QByteArray before = qgetenv("TMPDIR");
   qputenv("TMPDIR", path("file").toLocal8Bit());
   GV::CExcelReader writer(false);

@@ -13,7 +13,7 @@
 
 namespace {
 
-const QString MARKUP = QStringLiteral("<img src=\"x\"><a href=\"y\">z</a>");
+const QString MARKUP = "<img src=\"x\"><a href=\"y\">z</a>";
 
 TEST(PlainText, InMessageBoxesAndPopups) {
   Qt::TextFormat format = Qt::AutoText;
@@ -23,14 +23,13 @@ TEST(PlainText, InMessageBoxesAndPopups) {
     format = box->textFormat();
     box->close();
   });
-  GV::CMessageBox::information(nullptr, QStringLiteral("t"), MARKUP);
+  GV::CMessageBox::information(nullptr, "t", MARKUP);
   EXPECT_EQ(format, Qt::PlainText);
 
   TC::CHpfBasketTaskParamWidget popup;
   popup.setAlgoParams(MARKUP);
-  const auto labels = popup.findChildren<QLabel*>();
-  ASSERT_FALSE(labels.isEmpty());
-  for (const QLabel* label : labels) EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->text().toStdString();
+  ASSERT_TRUE(popup.findChild<QLabel*>());
+  for (const QLabel* label : popup.findChildren<QLabel*>()) EXPECT_EQ(label->textFormat(), Qt::PlainText);
 }
 
 TEST(PlainText, InTheBoxOfAHostThatShowsNoneOfItsOwn) {
@@ -44,17 +43,17 @@ TEST(PlainText, InTheBoxOfAHostThatShowsNoneOfItsOwn) {
   QStringList boxes;
   GV::CMessageBox::setPresenter([&](QWidget* parent, const QString& title, const QString& text) {
     EXPECT_EQ(parent, &window) << "the active one";
-    boxes << title + QLatin1Char('|') + text;
+    boxes << title + '|' + text;
   });
-  host.showBox(QStringLiteral("补单"), MARKUP);
+  host.showBox("补单", MARKUP);
   GV::CMessageBox::setPresenter({});
-  EXPECT_EQ(boxes, QStringList{QStringLiteral("补单|") + MARKUP});
+  EXPECT_EQ(boxes, QStringList{"补单|" + MARKUP});
 }
 
 TEST(PlainText, InALogLine) {
   std::vector<std::string> log;
   utils::CLogCenter::instance().setObserver([&log](const std::string& message) { log.push_back(message); });
-  utils::logInfo(&log, "test", "%1%|%2%|%3%", std::string("a\nINFO forged"), "b\r\t\x1b[2J", QStringLiteral("补单"));
+  utils::logInfo(&log, "test", "%1%|%2%|%3%", std::string("a\nINFO forged"), "b\r\t\x1b[2J", QString("补单"));
   utils::CLogCenter::instance().setObserver({});
   EXPECT_EQ(log, std::vector<std::string>{"a\\nINFO forged|b\\x0d\\x09\\x1b[2J|补单"});
 }

@@ -1,50 +1,41 @@
-#include <QMenu>
+// The table under mouse, keys and a screen reader.
+#include <QAccessible>
 #include <QTest>
 
 #include "TableFixture.h"
 
-namespace {
-
-using TableInput = TableTest;
-
-const std::vector<GV::STableButton> kSet = {{0, k("stop"), 3}, {1, k("pause"), 2}, {2, k("go"), 1}};
-
-}  // namespace
+class TableInput : public TableTest {
+ protected:
+  void click(const QPoint& point, Qt::KeyboardModifiers modifiers = {}, Qt::MouseButton button = Qt::LeftButton) {
+    QTest::mouseClick(m_table.viewport(), button, modifiers, point);
+  }
+  QPoint at(int row, int column) const { return m_table.cellRect(row, column).center(); }
+};
 
 TEST_F(TableInput, ClicksReachTheTable) {
-  const QPoint cell = m_table.cellRect(4, 1).center();
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-  ASSERT_EQ(m_table.of(GV::EventCellClicked).size(), 1u);
-  EXPECT_EQ(m_table.of(GV::EventCellClicked)[0].id, 1);
-  EXPECT_EQ(m_table.of(GV::EventCellClicked)[0].key, k("r4"));
-  EXPECT_EQ(m_table.currentKey(), k("r4"));
-
-  QTest::mouseDClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-  ASSERT_EQ(m_table.of(GV::EventColumnDoubleClicked).size(), 1u);
-  EXPECT_EQ(m_table.of(GV::EventColumnDoubleClicked)[0].key, k("1"));
-
-  QMouseEvent move(QEvent::MouseMove, m_table.cellRect(6, 3).center(), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+  click(at(4, 1));
+  EXPECT_EQ(m_table.take(GV::EventCellClicked), QStringList("1 r4"));
+  EXPECT_EQ(m_table.currentKey(), "r4");
+  QTest::mouseDClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, at(4, 1));
+  EXPECT_EQ(m_table.take(GV::EventColumnDoubleClicked), QStringList("1 1"));
+  QMouseEvent move(QEvent::MouseMove, at(6, 3), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
   QApplication::sendEvent(m_table.viewport(), &move);
-  ASSERT_FALSE(m_table.of(GV::EventColumnMouse).empty());
-  EXPECT_EQ(m_table.of(GV::EventColumnMouse).back().id, 3);
-  EXPECT_EQ(m_table.of(GV::EventColumnMouse).back().key, k("r6"));
+  EXPECT_TRUE(m_table.take(GV::EventColumnMouse).endsWith("3 r6"));
 
   // A press that ends in another cell is no click.
   m_table.m_events.clear();
-  QTest::mousePress(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, cell);
-  QTest::mouseRelease(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, m_table.cellRect(5, 1).center());
-  EXPECT_TRUE(m_table.of(GV::EventCellClicked).empty());
+  QTest::mousePress(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, at(4, 1));
+  QTest::mouseRelease(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, at(5, 1));
+  EXPECT_EQ(m_table.take(GV::EventCellClicked), QStringList());
 }
 
 TEST_F(TableInput, BranchFoldsByMouseAndKeyboard) {
-  const QPoint branch = m_table.cellRect(0, 0).topLeft() + QPoint(9, 10);
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, branch);
-  EXPECT_TRUE(m_table.isExpanded(k("r0")));
-  EXPECT_TRUE(m_table.m_events.empty()) << "folding is no click on the cell";
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, branch);
-  EXPECT_FALSE(m_table.isExpanded(k("r0")));
-
-  m_table.setCurrentKey(k("r0"));
+  for (const bool expanded : {true, false}) {
+    click(m_table.cellRect(0, 0).topLeft() + QPoint(9, 10));
+    EXPECT_EQ(m_table.isExpanded("r0"), expanded);
+    EXPECT_TRUE(m_table.m_events.empty()) << "folding is no click on the cell";
+  }
+  m_table.setCurrentKey("r0");
   const struct {
     int key;
     const char* current;
@@ -57,64 +48,110 @@ TEST_F(TableInput, BranchFoldsByMouseAndKeyboard) {
   ASSERT_EQ(m_table.pageRows(), 20);
   for (const auto& step : steps) {
     QTest::keyClick(&m_table, static_cast<Qt::Key>(step.key));
-    EXPECT_EQ(m_table.currentKey(), k(step.current)) << step.key;
-    EXPECT_EQ(m_table.isExpanded(k("r0")), step.expanded) << step.key;
+    EXPECT_EQ(m_table.currentKey(), step.current) << step.key;
+    EXPECT_EQ(m_table.isExpanded("r0"), step.expanded) << step.key;
   }
 }
 
 TEST_F(TableInput, ShiftAndControlSelect) {
-  const auto click = [&](int row, Qt::KeyboardModifiers modifiers) {
-    QTest::mouseClick(m_table.viewport(), Qt::LeftButton, modifiers, m_table.cellRect(row, 1).center());
-  };
-  click(2, Qt::NoModifier);
-  click(4, Qt::ShiftModifier);
-  EXPECT_EQ(m_table.selectedKeys(), (QStringList{k("r2"), k("r3"), k("r4")}));
-  click(3, Qt::ControlModifier);
-  click(6, Qt::ControlModifier);
-  EXPECT_EQ(m_table.selectedKeys(), (QStringList{k("r2"), k("r4"), k("r6")}));
+  click(at(2, 1));
+  click(at(4, 1), Qt::ShiftModifier);
+  EXPECT_EQ(m_table.selectedKeys(), (QStringList{"r2", "r3", "r4"}));
+  click(at(3, 1), Qt::ControlModifier);
+  click(at(6, 1), Qt::ControlModifier);
+  EXPECT_EQ(m_table.selectedKeys(), (QStringList{"r2", "r4", "r6"}));
   // A right click on the selection keeps it for the menu; elsewhere it selects the row.
-  QTest::mouseClick(m_table.viewport(), Qt::RightButton, Qt::NoModifier, m_table.cellRect(4, 1).center());
+  click(at(4, 1), {}, Qt::RightButton);
   EXPECT_EQ(m_table.selectedKeys().size(), 3);
-  QTest::mouseClick(m_table.viewport(), Qt::RightButton, Qt::NoModifier, m_table.cellRect(9, 1).center());
-  EXPECT_EQ(m_table.selectedKeys(), QStringList{k("r9")});
+  click(at(9, 1), {}, Qt::RightButton);
+  EXPECT_EQ(m_table.selectedKeys(), QStringList("r9"));
   QTest::keySequence(&m_table, QKeySequence::SelectAll);
   EXPECT_EQ(m_table.selectedKeys().size(), kRoots);
 }
 
 TEST_F(TableInput, ButtonsAreLaidOutAndPressed) {
-  m_buttons.setItemButtons(k("r1"), kSet);
-  EXPECT_TRUE(m_buttons.getIsItemButtonEnabled(k("r1"), 2));
-  EXPECT_FALSE(m_buttons.getIsItemButtonVisible(k("r1"), 2)) << "a new set is hidden";
-  EXPECT_FALSE(m_buttons.clickButton(k("r1"), 2));
-  m_buttons.setItemButtonVisible(k("r1"), 2, true);
-  EXPECT_TRUE(m_buttons.clickButton(k("r1"), 2));
-  ASSERT_EQ(m_table.of(GV::EventRowButtonClicked).size(), 1u);
+  const auto pressed = [this] { return m_table.take(GV::EventRowButtonClicked).join(','); };
+  m_buttons.setItemButtons("r1", {{0, "stop", 3}, {1, "pause", 2}, {2, "go", 1}});
+  EXPECT_TRUE(m_buttons.getIsItemButtonEnabled("r1", 2));
+  EXPECT_FALSE(m_buttons.getIsItemButtonVisible("r1", 2)) << "a new set is hidden";
+  EXPECT_FALSE(m_buttons.clickButton("r1", 2));
+  m_buttons.setItemButtonVisible("r1", 2, true);
+  EXPECT_TRUE(m_buttons.clickButton("r1", 2));
+  EXPECT_EQ(pressed(), "2 r1");
 
   // The only one that shows stands at the left, whatever its place in the set.
   const QPoint first = m_table.cellRect(1, 3).topLeft() + QPoint(12, 10);
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, first);
-  ASSERT_EQ(m_table.of(GV::EventRowButtonClicked).size(), 2u);
-  EXPECT_EQ(m_table.of(GV::EventRowButtonClicked)[1].id, 2);
-  EXPECT_EQ(m_table.of(GV::EventRowButtonClicked)[1].key, k("r1"));
-  m_buttons.setItemButtonVisible(k("r1"), 0, true);
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, first);
-  EXPECT_EQ(m_table.of(GV::EventRowButtonClicked).back().id, 0);
-  EXPECT_TRUE(m_table.of(GV::EventCellClicked).empty()) << "a press on a button is no click on the cell";
+  click(first);
+  EXPECT_EQ(pressed(), "2 r1");
+  m_buttons.setItemButtonVisible("r1", 0, true);
+  click(first);
+  EXPECT_EQ(pressed(), "0 r1");
+  EXPECT_EQ(m_table.take(GV::EventCellClicked), QStringList()) << "a press on a button is no click on the cell";
 
-  m_table.m_events.clear();
-  m_buttons.setItemButtonEnabled(k("r1"), 0, false);
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, first);
-  m_buttons.setItemButtonEnabled(k("r1"), 0, true);
+  m_buttons.setItemButtonEnabled("r1", 0, false);
+  click(first);
+  m_buttons.setItemButtonEnabled("r1", 0, true);
   m_table.setUiLock(true);
-  QTest::mouseClick(m_table.viewport(), Qt::LeftButton, Qt::NoModifier, first);
+  click(first);
   m_table.setUiLock(false);
-  m_buttons.setItemVisible(k("r1"), false);
-  EXPECT_FALSE(m_buttons.clickButton(k("r1"), 0));
-  EXPECT_TRUE(m_table.of(GV::EventRowButtonClicked).empty());
+  m_buttons.setItemVisible("r1", false);
+  EXPECT_FALSE(m_buttons.clickButton("r1", 0));
+  EXPECT_EQ(pressed(), "");
 
-  m_buttons.setItemVisible(k("r1"), true);
-  EXPECT_TRUE(m_buttons.getIsItemButtonVisible(k("r1"), 0)) << "the set's hiding kept the buttons' own";
-  m_buttons.setItemButtonVisible(k("r1"), 77, true);
-  m_buttons.setItemButtonVisible(k("nobody"), 0, true);
-  EXPECT_EQ(m_buttons.itemButtons(k("r1")).size(), kSet.size());
+  m_buttons.setItemVisible("r1", true);
+  EXPECT_TRUE(m_buttons.getIsItemButtonVisible("r1", 0)) << "the set's hiding kept the buttons' own";
+  m_buttons.setItemButtonVisible("r1", 77, true);
+  m_buttons.setItemButtonVisible("nobody", 0, true);
+  EXPECT_EQ(m_buttons.itemButtons("r1").size(), 3u);
+}
+
+TEST_F(TableInput, AScreenReaderReadsRowsAndCells) {
+  QAccessibleInterface* table = QAccessible::queryAccessibleInterface(&m_table);
+  EXPECT_EQ(table->role(), QAccessible::Tree);
+  QAccessibleTableInterface* cells = table->tableInterface();
+  EXPECT_EQ(cells->rowCount(), kRoots);
+  EXPECT_EQ(table->childCount(), kRoots * 4);
+  EXPECT_EQ(cells->columnDescription(2), "Figure");
+  EXPECT_EQ(cells->cellAt(5, 0)->text(QAccessible::Name), "name r5");
+  EXPECT_EQ(cells->cellAt(kRoots, 0), nullptr);
+  EXPECT_EQ(table->indexOfChild(table->child(23)), 23);
+
+  QAccessibleInterface* cell = cells->cellAt(5, 2);
+  EXPECT_EQ(table->childAt(cell->rect().center().x(), cell->rect().center().y()), cell);
+  EXPECT_FALSE(cell->state().offscreen);
+  EXPECT_TRUE(cells->cellAt(50, 2)->state().offscreen);
+
+  // A cell that a reader holds goes with its row.
+  m_table.expandItem("r1", true);
+  EXPECT_EQ(cell->tableCellInterface()->rowIndex(), 5 + kChildren);
+  EXPECT_EQ(cell->text(QAccessible::Name), "5.00");
+  m_table.hideItem("r5", true);
+  EXPECT_FALSE(cell->isValid());
+  EXPECT_EQ(cell->text(QAccessible::Name), "");
+}
+
+TEST_F(TableInput, AScreenReaderFoldsRowsAndPressesButtons) {
+  QAccessibleTableInterface* cells = QAccessible::queryAccessibleInterface(&m_table)->tableInterface();
+  QAccessibleInterface* tree = cells->cellAt(2, 0);
+  EXPECT_TRUE(tree->state().collapsed);
+  tree->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+  EXPECT_TRUE(m_table.isExpanded("r2"));
+  EXPECT_TRUE(tree->state().expanded);
+  cells->cellAt(3, 1)->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+  EXPECT_EQ(m_table.currentKey(), "r2.c0");
+  EXPECT_EQ(cells->selectedRows(), QList<int>{3});
+
+  m_buttons.setItemButtons("r0", {{0, "stop", 3}, {1, "go", 1}});
+  EXPECT_EQ(cells->cellAt(0, 3)->childCount(), 0);
+  m_buttons.setItemButtonVisible("r0", 1, true);
+  ASSERT_EQ(cells->cellAt(0, 3)->childCount(), 1);
+  QAccessibleInterface* button = cells->cellAt(0, 3)->child(0);
+  EXPECT_EQ(button->text(QAccessible::Name), "go");
+  EXPECT_TRUE(cells->cellAt(0, 3)->rect().contains(button->rect()));
+  for (const bool locked : {false, true}) {
+    m_table.setUiLock(locked);
+    EXPECT_EQ(button->state().disabled, locked);
+    button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(m_table.take(GV::EventRowButtonClicked), locked ? QStringList() : QStringList("1 r0"));
+  }
 }

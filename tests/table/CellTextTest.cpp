@@ -6,28 +6,26 @@
 #include "TaskDetails.h"
 #include "TestHost.h"
 
-namespace TC {
+using namespace TC;
+
 namespace {
 
-/// A row to form cells from.
+/// A row of SH.600000 to form cells from.
 struct SRow {
+  SRow(const QVector<int>& operations, const SRowFigures& itsFigures) : figures(itsFigures) {
+    shape.operations = operations;
+    shape.code = "600000";
+    texts.market = "SH";
+  }
+  CHpfBasketStatusData data() const { return {facts, shape, texts, figures, nullptr, texts.statusText}; }
+  double amount() const { return shownAmount(shape, texts, figures, nullptr); }
+  QString progress(EProcessDisplay mode) const { return progressText(data(), mode); }
+
   STaskFacts facts;
   SRowShape shape;
   SRowTexts texts;
   SRowFigures figures;
-
-  CHpfBasketStatusData data() const { return {facts, shape, texts, figures, nullptr, texts.statusText}; }
-  double amount() const { return shownAmount(shape, texts, figures, nullptr); }
-  QString progress(EProcessDisplay mode) const { return progressText(data(), mode); }
 };
-
-SRow buyRow() {
-  SRow row;
-  row.shape.operations = {ksservice::EOT_Buy};
-  row.texts.market = "SH";
-  row.shape.code = "600000";
-  return row;
-}
 
 TEST(CellText, ProgressByAmountSwitchesToTenThousandsAndIsWholeWhenFilled) {
   struct SCase {
@@ -40,24 +38,18 @@ TEST(CellText, ProgressByAmountSwitchesToTenThousandsAndIsWholeWhenFilled) {
                          {{0, 9999.99, 1000, 10, 990}, "0.00万 / 1.00万"},
                          {{12345.0, 12000.0, 1000, 1000, 0}, "1.23万 / 1.23万"}};
   for (const SCase& each : cases) {
-    SRow row = buyRow();
-    row.figures = each.figures;
-    EXPECT_EQ(row.progress(EPD_Amount), each.shown);
+    EXPECT_EQ(SRow({ksservice::EOT_Buy}, each.figures).progress(EPD_Amount), each.shown);
   }
 }
 
 TEST(CellText, OperationsWithoutAmountShowNone) {
+  const SRowFigures figures = {500.0, 1000.0, 10, 5, 5};
   for (int operation : {1004, 1005, 1109, 1110, 1111, 1112}) {
-    SRow row = buyRow();
-    row.shape.operations = {operation, ksservice::EOT_Buy};
-    row.figures = {500.0, 1000.0, 10, 5, 5};
+    const SRow row({operation, ksservice::EOT_Buy}, figures);
     EXPECT_EQ(row.progress(EPD_Amount), "0.00 / 0.00") << operation;
     EXPECT_EQ(row.amount(), 0) << operation;
   }
-  SRow later = buyRow();
-  later.shape.operations = {ksservice::EOT_Buy, 1004};
-  later.figures = {500.0, 1000.0, 10, 5, 5};
-  EXPECT_EQ(later.amount(), 500.0);
+  EXPECT_EQ(SRow({ksservice::EOT_Buy, 1004}, figures).amount(), 500.0);
 }
 
 TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
@@ -65,9 +57,7 @@ TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
   CCodeInfo info = test::makeInstrument("SH", "600000");
   info.m_nTradeUnit = 100;
   host.desk().setInstrument(info);
-  SRow row = buyRow();
-  row.figures.totalVolume = 1000;
-  row.figures.tradedVolume = 250;
+  const SRow row({ksservice::EOT_Buy}, {0, 0, 1000, 250});
   EXPECT_EQ(row.progress(EPD_Quantity), "250 / 1000");
   for (int type : {ksservice::STOCK_TYPE_SH_UNITS, ksservice::STOCK_TYPE_SZ_UNITS}) {
     info.m_types = {type};
@@ -90,8 +80,8 @@ TEST(CellText, StatusFollowsTheOwnTextThenTheValue) {
   EXPECT_EQ(statusText("资金不足", ksservice::ETS_Finished), "已完成");
   EXPECT_EQ(statusText("", ksservice::ETS_Running), "执行中");
   EXPECT_EQ(statusText("", ksservice::ETS_Paused), "已暂停");
-  EXPECT_EQ(statusText("", ksservice::ETS_Cancelled), "已撤销");
-  EXPECT_EQ(statusText("", ksservice::ETS_Dropped), "已撤销");
+  for (const int status : {ksservice::ETS_Cancelled, ksservice::ETS_Dropped})
+    EXPECT_EQ(statusText("", status), "已撤销");
   EXPECT_EQ(statusText("", EHBTS_Patching), "补单中");
   EXPECT_EQ(statusText("", EHBTS_PatchFailed), "");
   EXPECT_EQ(statusText("补单失败", ksservice::ETS_Cancelled), "补单失败");
@@ -107,4 +97,3 @@ TEST(CellText, TradeTypesJoinAndColour) {
 }
 
 }  // namespace
-}  // namespace TC

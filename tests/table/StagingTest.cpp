@@ -3,26 +3,23 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
 #include "Tasks.h"
 #include "TestHost.h"
 
-namespace TC {
+using namespace TC;
+
 namespace {
 
 class Staging : public testing::Test {
  protected:
   Staging() { test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}}); }
 
-  static SStagedTask only(const StagedBatch& batch) {
-    if (batch.size() != 1) throw std::logic_error("one task expected");
-    return batch.front();
-  }
-  /// Stages the task and takes the batch, which must be this task alone.
+  /// The task as it was staged, which must be this one alone.
   SStagedTask stage(const test::TaskPtr& task) {
     m_staging.stageTask(task);
-    return only(m_staging.take());
+    const StagedBatch batch = m_staging.take();
+    EXPECT_EQ(batch.size(), 1u);
+    return batch.at(0);
   }
 
   test::CTestHost m_host;
@@ -59,7 +56,7 @@ TEST_F(Staging, BringsTextsWhenOneChanged) {
   QString* const texts[] = {&m_root.m_strRemark, &m_root.m_strCommandText, &m_root.m_strLocalInfoKey,
                             &m_root.m_strAccounts, &m_root.childAt(0)->m_strAccountName};
   for (QString* text : texts) {
-    *text += QStringLiteral("!");
+    *text += "!";
     EXPECT_TRUE(stage(m_task).texts) << text->toStdString();
     EXPECT_FALSE(stage(m_task).texts) << text->toStdString();
   }
@@ -86,62 +83,54 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   EXPECT_FALSE(stage(m_task).texts) << "it says the same";
 }
 
-/// A start that was shown stays, whatever becomes of the tree; the end is the node's.
+/// A start that was shown stays, whatever becomes of the tree; the end is the node's. In hours, -1 for none.
 TEST_F(Staging, KeepsTheFirstStart) {
-  const auto msecs = [](const QTime& start, const QTime& end) {
-    const auto msec = [](const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; };
-    return std::pair(msec(start), msec(end));
-  };
-  const auto shown = [&](const QTime& start, const QTime& end) {
-    m_root.m_startTime = start;
-    m_root.m_endTime = end;
+  using Hours = std::pair<double, double>;
+  const auto shown = [this](int start, int end) {
+    m_root.m_startTime = QTime(start, 0);
+    m_root.m_endTime = QTime(end, 0);
     const SRowFigures figures = stage(m_task).figures->front();
-    return std::pair<int, int>(figures.startMSec, figures.endMSec);
+    const auto hours = [](int msec) { return msec < 0 ? msec : msec / 3600000.0; };
+    return Hours(hours(figures.startMSec), hours(figures.endMSec));
   };
-  const QTime none;
-  const QTime nine(9, 0);
-  const QTime ten(10, 0);
-  const QTime eleven(11, 0);
-  EXPECT_EQ(shown(none, none), msecs(none, none));
-  EXPECT_EQ(shown(ten, none), msecs(ten, none));
-  EXPECT_EQ(shown(nine, ten), msecs(ten, ten));
-  EXPECT_EQ(shown(eleven, eleven), msecs(ten, eleven));
-  EXPECT_EQ(shown(none, nine), msecs(ten, nine));
+  EXPECT_EQ(shown(-1, -1), Hours(-1, -1));
+  EXPECT_EQ(shown(10, -1), Hours(10, -1));
+  EXPECT_EQ(shown(9, 10), Hours(10, 10));
+  EXPECT_EQ(shown(11, 11), Hours(10, 11));
+  EXPECT_EQ(shown(-1, 9), Hours(10, 9));
   test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
-  EXPECT_EQ(shown(nine, nine), msecs(ten, nine));
+  EXPECT_EQ(shown(9, 9), Hours(10, 9));
   m_staging.stageClear(m_task->getKey());
-  EXPECT_EQ(shown(nine, nine), msecs(ten, nine));
+  EXPECT_EQ(shown(9, 9), Hours(10, 9));
   m_staging.startDay(1);
   m_staging.beginRefresh(1);
-  EXPECT_EQ(shown(nine, none), msecs(nine, none));
+  EXPECT_EQ(shown(9, -1), Hours(9, -1));
 }
 
 TEST_F(Staging, AStatusAloneComesWhenItChanged) {
-  const QString account = QStringLiteral("A1");
-  const QString row = QStringLiteral("SH.600036买入");
+  const auto staged = [this](const char* account) {
+    m_staging.stageStatus(m_task, account, "SH.600036买入");
+    StagedBatch batch = m_staging.take();
+    EXPECT_LE(batch.size(), 1u);
+    return batch;
+  };
   test::update(m_task, 1, "A1", "1001", {{"600000", 0}, {"600036", 200}});
-  m_staging.stageStatus(m_task, account, row);
-  EXPECT_TRUE(m_staging.take().empty()) << "not staged yet";
+  EXPECT_TRUE(staged("A1").empty()) << "not staged yet";
   const SStagedTask before = stage(m_task);
-  m_staging.stageStatus(m_task, account, row);
-  EXPECT_TRUE(m_staging.take().empty()) << "the same";
+  EXPECT_TRUE(staged("A1").empty()) << "the same";
 
   CBasketTaskItem& node = *m_root.childAt(1);
   node.m_nStatus = 4;
-  m_staging.stageStatus(m_task, QStringLiteral("A2"), row);
-  EXPECT_TRUE(m_staging.take().empty()) << "another account";
-  m_staging.stageStatus(m_task, account, row);
-  const SStagedTask changed = only(m_staging.take());
+  EXPECT_TRUE(staged("A2").empty()) << "another account";
+  const SStagedTask changed = staged("A1").at(0);
   EXPECT_FALSE(changed.shape || changed.texts);
   EXPECT_EQ((*changed.figures)[2].status, 4);
   EXPECT_EQ((*changed.figures)[2].tradedVolume, 200);
   EXPECT_EQ((*changed.figures)[1].status, (*before.figures)[1].status);
 
-  node.m_strRemark = QStringLiteral("资金不足");
-  m_staging.stageStatus(m_task, account, row);
-  const SStagedTask renamed = only(m_staging.take());
-  EXPECT_EQ((*renamed.texts)[2].statusText, "资金不足");
-  EXPECT_EQ((*renamed.texts)[1].statusText, "");
+  node.m_strRemark = "资金不足";
+  const SStagedTask renamed = staged("A1").at(0);
+  EXPECT_EQ((*renamed.texts)[2].statusText + (*renamed.texts)[1].statusText, "资金不足");
 }
 
 TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
@@ -184,4 +173,3 @@ TEST_F(Staging, ANewTaskUnderAnOldKeyComesWhole) {
 }
 
 }  // namespace
-}  // namespace TC

@@ -11,25 +11,19 @@
 #include "TestHost.h"
 #include "tc/TaskEvents.h"
 
-namespace TC {
+using namespace TC;
 
 /// Stands where the panel stands: takes the events and keys that the table lets through.
 class CTableOwner : public GV::CEventWidgetT<QWidget> {
  public:
-  struct SAction {
-    int code;
-    QString nodeKey;
-    QString taskKey;
-  };
-
-  bool handleEvent(int eventId, int id, int, QString key, void* payload) override {
+  bool handleEvent(int eventId, int id, int /*value*/, QString /*key*/, void* /*payload*/) override {
     if (eventId != EventTaskButton) return false;
-    m_actions.push_back({id, key, *static_cast<QString*>(payload)});
+    m_actions.push_back(id);
     return true;
   }
   void keyPressEvent(QKeyEvent*) override { ++m_nKeys; }
 
-  std::vector<SAction> m_actions;
+  std::vector<int> m_actions;
   int m_nKeys = 0;
 };
 
@@ -51,7 +45,7 @@ class StatusTable : public testing::Test {
   }
   QString cell(const QString& key, int column) const {
     const StatusRowPtr row = m_table.getDataByKey(key);
-    return row ? row->text(column) : QStringLiteral("no row");
+    return row ? row->text(column) : "no row";
   }
   /// Every row in order, two blanks a level, "-" behind a hidden one.
   std::string rows() const {
@@ -65,8 +59,8 @@ class StatusTable : public testing::Test {
 
   /// The key of the row under a path of made keys; "no row" for none.
   QString keyAt(const char* path) const {
-    const GV::CHpfTreeTableDataPtr row = m_table.rowByPath(QString::fromUtf8(path));
-    return row ? row->key() : QStringLiteral("no row");
+    const GV::CHpfTreeTableDataPtr row = m_table.rowByPath(path);
+    return row ? row->key() : "no row";
   }
   /// The ids of the buttons that a row shows.
   std::string buttons(const QString& key) const {
@@ -94,8 +88,6 @@ class StatusTable : public testing::Test {
   const QAbstractItemModelTester m_tester{m_table.dataModel(), QAbstractItemModelTester::FailureReportingMode::Fatal};
   const test::TaskPtr m_task = test::makeTask(1);
   const QString m_rootKey = m_task->getKey();
-  const QString m_firstRow = m_rootKey + QStringLiteral("-SH.600000买入");
-  const QString m_secondRow = m_rootKey + QStringLiteral("-SH.600036买入");
+  const QString m_firstRow = m_rootKey + "-SH.600000买入";
+  const QString m_secondRow = m_rootKey + "-SH.600036买入";
 };
-
-}  // namespace TC

@@ -4,7 +4,6 @@
 #include "CHpfBasketDelegates.h"
 #include "StatusTableFixture.h"
 
-namespace TC {
 namespace {
 
 /// Accounts whose keys hold what separates keys, nothing, the name of a side, or the display id of another; all that
@@ -20,14 +19,14 @@ TEST_F(StatusTable, EveryNodeHasARowOfItsOwnUnderAllItsNames) {
   test::addHedge(m_task, "A", "D", "600000", ksservice::EOT_Buy);
   refresh(m_task);
 
+  boost::shared_ptr<CBasketTask> task;
+  QString nodeKey;
   std::set<QString> keys;
   for (const CBasketTaskItem* node : nodes()) {
     const StatusRowPtr row = m_table.getDataByKey(node->m_strKey);
     ASSERT_TRUE(row) << node->m_strKey.toStdString();
     keys.insert(row->key());
     EXPECT_EQ(row->data().figures.tradedVolume, node->m_nFinishedVolume) << node->m_strKey.toStdString();
-    boost::shared_ptr<CBasketTask> task;
-    QString nodeKey;
     EXPECT_TRUE(m_table.getBasketTaskItemByKey(row->key(), task, nodeKey));
     EXPECT_EQ(nodeKey, node->m_strKey);
     EXPECT_EQ(task, m_task);
@@ -35,14 +34,11 @@ TEST_F(StatusTable, EveryNodeHasARowOfItsOwnUnderAllItsNames) {
   EXPECT_EQ(keys.size(), nodes().size());
   EXPECT_EQ(m_table.getDataByKey(taskDisplayId(1, 1)), m_table.getDataByKey(m_rootKey));
 
-  const QString treeKey = m_task->getRoot()->find(m_rootKey + QStringLiteral("-证券-E-SH.600036买入"))->m_strHpfTreeKey;
-  ASSERT_TRUE(m_table.getDataByKey(treeKey));
+  const QString treeKey = m_task->getRoot()->find(m_rootKey + "-证券-E-SH.600036买入")->m_strHpfTreeKey;
   EXPECT_EQ(m_table.getDataByKey(treeKey)->scriptName(), "SH.600036买入");
-  boost::shared_ptr<CBasketTask> task;
-  QString found;
   for (const char* unknown : {"", "x", "-", "0100000002", "010000000100000009", "组合任务1-", "组合任务12"}) {
-    EXPECT_FALSE(m_table.getDataByKey(QString::fromUtf8(unknown))) << unknown;
-    EXPECT_FALSE(m_table.getBasketTaskItemByKey(QString::fromUtf8(unknown), task, found)) << unknown;
+    EXPECT_FALSE(m_table.getDataByKey(unknown)) << unknown;
+    EXPECT_FALSE(m_table.getBasketTaskItemByKey(unknown, task, nodeKey)) << unknown;
   }
 }
 
@@ -113,25 +109,18 @@ TEST_F(StatusTable, ThePageStaysWhenATaskTakesAnotherShape) {
   }
 }
 
-TEST_F(StatusTable, AmountChangesAreReadOnce) {
-  show(1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
-  const StatusRowPtr row = m_table.getDataByKey(m_firstRow);
-  EXPECT_EQ(row->getChangedValue(EBC_Amount), 2000) << "from nothing";
-  EXPECT_EQ(row->getChangedValue(EBC_Amount), 0);
-  show(1, "A1", "1001", {{"600000", 500}, {"600036", 0}});
-  EXPECT_EQ(row->getChangedValue(EBC_Unfilled), 0);
-  EXPECT_EQ(row->getChangedValue(EBC_Amount), 3000);
-  EXPECT_EQ(m_table.getDataByKey(m_secondRow)->getChangedValue(EBC_Amount), 0);
-  show(1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
-  EXPECT_EQ(row->getChangedValue(EBC_Amount), -1000);
-}
-
-TEST_F(StatusTable, ARowThatStaysCountsItsChangeFromWhatItShowed) {
-  show(1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
-  const auto change = [this](const char* path) {
-    return m_table.getDataByKey(keyAt(path))->getChangedValue(EBC_Amount);
+TEST_F(StatusTable, AmountChangesAreReadOnceAndCountFromWhatTheRowShowed) {
+  const auto change = [this](const char* path, int column = EBC_Amount) {
+    return m_table.getDataByKey(keyAt(path))->getChangedValue(column);
   };
-  EXPECT_EQ(change("1"), 2000);
+  show(1, "A1", "1001", {{"600000", 300}, {"600036", 0}});
+  EXPECT_EQ(change("1/SH.600000买入"), 3000) << "from nothing";
+  EXPECT_EQ(change("1/SH.600000买入"), 0);
+  show(1, "A1", "1001", {{"600000", 200}, {"600036", 0}});
+  EXPECT_EQ(change("1/SH.600000买入", EBC_Unfilled), 0);
+  EXPECT_EQ(change("1/SH.600000买入"), -1000);
+  EXPECT_EQ(change("1/SH.600036买入"), 0);
+  EXPECT_EQ(change("1"), -1000);
   show(2, "A2", "1002", {{"600000", 100}});
   EXPECT_EQ(change("1"), 1000);
   EXPECT_EQ(change("1/1001/SH.600000买入"), 0);
@@ -167,10 +156,9 @@ TEST_F(StatusTable, StatusSignalStandsUntilTheNextRowData) {
     m_table.slotTaskStatus(m_task.get(), m_rootKey, c.status);
     EXPECT_EQ(cell(m_rootKey, EBC_Status), c.shown) << c.status;
   }
-  for (const int patchWalk : {8, 11}) {
-    m_table.slotTaskStatus(m_task.get(), m_rootKey, 10001);
-    m_table.slotTaskStatus(m_task.get(), m_rootKey, patchWalk);
-    EXPECT_EQ(cell(m_rootKey, EBC_Status), "补单失败") << "changes no text: " << patchWalk;
+  for (const int status : {10001, 8, 11}) {
+    m_table.slotTaskStatus(m_task.get(), m_rootKey, status);
+    EXPECT_EQ(cell(m_rootKey, EBC_Status), "补单失败") << "the other two change no text: " << status;
   }
   refresh(m_task);
   EXPECT_EQ(cell(m_rootKey, EBC_Status), "执行中");
@@ -191,9 +179,9 @@ TEST_F(StatusTable, StatusesThatComeBeforeTheRowFindIt) {
   EXPECT_EQ(buttons(keyAt("1/SH.600036买入")), "");
 
   test::update(m_task, 2, "A2", "1002", {{"600000", 0}});
-  options.slotTaskStatus(m_rootKey + QStringLiteral("-1001-SH.600000买入"), 4, 0);
-  options.slotTaskStatus(m_rootKey + QStringLiteral("-1009-SH.600000买入"), 4, 0);
-  options.slotTaskStatus(m_rootKey + QStringLiteral("-1002-SH.600000买入"), 10001, 0);
+  options.slotTaskStatus(m_rootKey + "-1001-SH.600000买入", 4, 0);
+  options.slotTaskStatus(m_rootKey + "-1009-SH.600000买入", 4, 0);
+  options.slotTaskStatus(m_rootKey + "-1002-SH.600000买入", 10001, 0);
   refresh(m_task);
   EXPECT_EQ(buttons(keyAt("1/1001/SH.600000买入")), "02");
   EXPECT_EQ(cell(m_rootKey, EBC_Status), "执行中") << "the row data has the last word";
@@ -219,7 +207,7 @@ TEST_F(StatusTable, OrderCountsOfASignalStandUntilTheNextRowData) {
   orders.slotTaskOrder(taskDisplayId(1, 1), 7, 5);
   EXPECT_EQ(orders.text(*m_table.getDataByKey(m_rootKey)), " 已报7 收到5 ");
   EXPECT_EQ(orders.text(*m_table.getDataByKey(m_firstRow)), " 已报1 收到0 ");
-  orders.slotTaskOrder(QStringLiteral("unknown"), 9, 9);
+  orders.slotTaskOrder("unknown", 9, 9);
   refresh(m_task);
   EXPECT_EQ(orders.text(*m_table.getDataByKey(m_rootKey)), " 已报1 收到0 ");
 }
@@ -272,4 +260,3 @@ TEST_F(StatusTable, APassOfTheFilterFollowsStatusesAndFinishedRows) {
 }
 
 }  // namespace
-}  // namespace TC

@@ -13,16 +13,13 @@
 #include "tc/CTaskOrdersWidget.h"
 #include "tc/CTaskParamWidget.h"
 
-namespace TC {
 namespace {
 
 TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
   const auto prices = [](const CHpfBasketStatusTable& table) {
     QStringList texts;
-    for (const QAction* action : table.priceMenu()->actions()) {
-      texts.append(action->text() + QString::number(action->data().toInt()));
-    }
-    return texts.join(' ').toStdString();
+    for (const QAction* action : table.priceMenu()->actions()) texts += action->text() + action->data().toString();
+    return texts.join(' ');
   };
   EXPECT_EQ(prices(m_table), "最新价1 对手价14 涨跌停价2");
   m_host.change([](auto& session) { session.m_settings.m_bHasUpStopPrice = false; });
@@ -32,32 +29,20 @@ TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
 TEST_F(StatusTable, AParameterStringBringsModeWidthsAndColumnsBack) {
   struct SCase {
     const char* text;
-    EProcessDisplay mode;
+    int mode;
   };
-  // The mode is read from the second part, whatever the third says: intended. It is any number.
-  const SCase cases[] = {{"x/1", EPD_Quantity},
-                         {"x/0", EPD_Amount},
-                         {"x/1/0", EPD_Quantity},
-                         {"x/0/1", EPD_Amount},
-                         {"/1", EPD_Quantity},
-                         {"x/no number/1", EPD_Amount},
-                         {"/1/", EPD_Quantity},
-                         {"//1", EPD_Amount},
-                         {"/7", static_cast<EProcessDisplay>(7)},
-                         {"/-1", static_cast<EProcessDisplay>(-1)}};
+  // The mode is read from the second part, whatever the third says: intended. It is any number. One part changes none.
+  const SCase cases[] = {{"x/1", 1},           {"x/0", 0}, {"x/1/0", 1}, {"x/0/1", 0}, {"/1", 1},
+                         {"x/no number/1", 0}, {"/1/", 1}, {"//1", 0},   {"/7", 7},    {"/-1", -1},
+                         {"x/1", 1},           {"", 1},    {"x", 1}};
   for (const SCase& c : cases) {
-    m_table.setParam(QString::fromLatin1(c.text));
+    m_table.setParam(c.text);
     EXPECT_EQ(m_table.processDisplayMode(), c.mode) << c.text;
     EXPECT_TRUE(m_table.param().endsWith('/' + QString::number(c.mode))) << c.text;
   }
-  m_table.setParam(QStringLiteral("x/1"));
-  for (const char* tooShort : {"", "x"}) {
-    m_table.setParam(QString::fromLatin1(tooShort));
-    EXPECT_EQ(m_table.processDisplayMode(), EPD_Quantity) << "unchanged by one part";
-  }
   const QString own = m_table.param();
   ASSERT_EQ(own.split('/').size(), 3);
-  EXPECT_TRUE(own.endsWith(QStringLiteral("/1")));
+  EXPECT_TRUE(own.endsWith("/1"));
   EXPECT_FALSE(own.contains('*'));
   m_table.header()->resizeSection(EBC_Name, 133);
   m_table.setColumnVisible(EBC_AlgoTag, false);
@@ -71,17 +56,11 @@ TEST_F(StatusTable, AParameterStringBringsModeWidthsAndColumnsBack) {
 }
 
 TEST_F(StatusTable, OnlyShiftWReachesTheOwner) {
-  const auto reaches = [this](Qt::Key key, Qt::KeyboardModifiers modifiers) {
-    const int before = m_owner.m_nKeys;
-    QTest::keyClick(&m_table, key, modifiers);
-    return m_owner.m_nKeys > before;
-  };
-  EXPECT_TRUE(reaches(Qt::Key_W, Qt::ShiftModifier));
-  EXPECT_FALSE(reaches(Qt::Key_W, Qt::ControlModifier));
-  EXPECT_FALSE(reaches(Qt::Key_W, Qt::ShiftModifier | Qt::ControlModifier));
-  EXPECT_FALSE(reaches(Qt::Key_W, Qt::NoModifier));
-  EXPECT_FALSE(reaches(Qt::Key_Q, Qt::ShiftModifier));
-  EXPECT_FALSE(reaches(Qt::Key_Escape, Qt::NoModifier));
+  for (const char* keys : {"Ctrl+W", "Ctrl+Shift+W", "W", "Shift+Q", "Esc", "Shift+W"}) {
+    EXPECT_EQ(m_owner.m_nKeys, 0) << "before " << keys;
+    QTest::keySequence(&m_table, QKeySequence(keys));
+  }
+  EXPECT_EQ(m_owner.m_nKeys, 1);
 }
 
 /// Whatever the mouse can press in a row the keyboard can, in the row that the user sees as the current one.
@@ -95,7 +74,7 @@ TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
     QKeyEvent event(QEvent::KeyPress, key & ~int(Qt::KeyboardModifierMask),
                     Qt::KeyboardModifiers(key & int(Qt::KeyboardModifierMask)), QString(), held);
     QApplication::sendEvent(&m_table, &event);
-    return static_cast<int>(m_owner.m_actions.size()) > before ? m_owner.m_actions.back().code : 0;
+    return static_cast<int>(m_owner.m_actions.size()) > before ? m_owner.m_actions.back() : 0;
   };
   const auto menu = [this] {
     QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint());
@@ -150,18 +129,16 @@ TEST_F(StatusTable, AKeyNeverActsOnARowThatIsOutOfSight) {
   m_owner.show();
   std::vector<test::TaskPtr> tasks;
   for (int id = 10; id < 40; ++id) {
-    const test::TaskPtr& task = tasks.emplace_back(test::makeTask(id));
-    test::update(task, 1, "A1", "1001", {{"600000", 0}});
-    refresh(task);
-    m_table.getTaskOptionDelegate()->slotTaskStatus(task->getKey(), ksservice::ETS_Running, 0);
+    tasks.push_back(test::makeTask(id));
+    test::update(tasks.back(), 1, "A1", "1001", {{"600000", 0}});
+    refresh(tasks.back());
+    m_table.getTaskOptionDelegate()->slotTaskStatus(tasks.back()->getKey(), ksservice::ETS_Running, 0);
   }
-  GV::CHpfTreeTable& keys = m_table;
-  const std::vector<CTableOwner::SAction>& actions = m_owner.m_actions;
-  const auto cancels = [&keys, &actions] {
-    QTest::keyClick(&keys, Qt::Key_Delete, Qt::ControlModifier);
-    return actions.size();
+  const auto cancels = [this] {
+    QTest::keyClick(&m_table, Qt::Key_Delete, Qt::ControlModifier);
+    return m_owner.m_actions.size();
   };
-  const QString key = QStringLiteral("组合任务10");
+  const QString key = "组合任务10";
   m_table.setCurrentKey(key);
   m_table.verticalScrollBar()->setValue(30);
   EXPECT_EQ(cancels(), 0u);
@@ -172,10 +149,9 @@ TEST_F(StatusTable, AKeyNeverActsOnARowThatIsOutOfSight) {
   EXPECT_EQ(cancels(), 1u);
 
   // The menu is about the row that was clicked, though more are selected.
-  m_table.setSelectedKeys({key, QStringLiteral("组合任务11")});
-  const QPoint other = m_table.cellRect(2, EBC_Name).center();
-  QTest::mouseClick(m_table.viewport(), Qt::RightButton, Qt::NoModifier, other);
-  EXPECT_EQ(m_table.currentKey(), QStringLiteral("组合任务11"));
+  m_table.setSelectedKeys({key, "组合任务11"});
+  QTest::mouseClick(m_table.viewport(), Qt::RightButton, Qt::NoModifier, m_table.cellRect(2, EBC_Name).center());
+  EXPECT_EQ(m_table.currentKey(), "组合任务11");
   EXPECT_EQ(m_table.selectedKeys().size(), 2);
 }
 
@@ -195,41 +171,36 @@ TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
   EXPECT_TRUE(open("1/SH.600036买入"));
   EXPECT_EQ(window->getKey(), m_rootKey + m_secondRow);
   show(2, "A2", "1002", {{"600000", 100}});
-  EXPECT_EQ(window->getKey(), m_rootKey + m_rootKey + QStringLiteral("-1001-SH.600036买入"));
-  EXPECT_TRUE(sums->text().contains(QStringLiteral("成交 200"))) << sums->text().toStdString();
+  EXPECT_EQ(window->getKey(), m_rootKey + m_rootKey + "-1001-SH.600036买入");
+  EXPECT_TRUE(sums->text().contains("成交 200")) << sums->text().toStdString();
   m_table.startDay(1);
   EXPECT_FALSE(window->isVisible());
 }
 
 /// A refresh changes what the orders say, not where the user looks.
 TEST_F(StatusTable, TheWindowOfOrdersKeepsItsPlaceSelectionAndSorting) {
-  constexpr int TRADED = 5;
   constexpr int ORDERS = 200;
   std::vector<std::pair<std::string, int>> traded;
-  traded.reserve(ORDERS);
   for (int i = 0; i < ORDERS; ++i) traded.emplace_back(std::to_string(600000 + i), 1 + i);
   show(1, "A1", "1001", traded);
   const auto open = [&] { m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, m_rootKey, nullptr); };
   open();
   auto& orders = *m_table.findChild<CTaskOrdersWidget*>()->findChild<GV::CHpfTreeTable*>();
-  orders.sortByColumn(TRADED, Qt::DescendingOrder);
-  orders.setSelectedKeys({QStringLiteral("A1-600100")});
+  orders.sortByColumn(5, Qt::DescendingOrder);  // by what was traded
+  orders.setSelectedKeys({"A1-600100"});
   orders.verticalScrollBar()->setValue(ORDERS / 2);
-  const auto atTop = [&] { return orders.baseModel()->rowAt(orders.verticalScrollBar()->value()).key(); };
-  const QString page = atTop();
+  const auto keyAtRow = [&](int row) { return orders.baseModel()->rowAt(row).key(); };
+  const QString page = keyAtRow(orders.verticalScrollBar()->value());
 
   traded[0].second = 999;
   test::update(m_task, 1, "A1", "1001", traded);
   show(2, "A2", "1002", {{"600999", 500}});
-  EXPECT_EQ(atTop(), page);
-  EXPECT_TRUE(orders.isSelected(QStringLiteral("A1-600100")));
-  const auto top = [&](int row) { return orders.baseModel()->rowAt(row).key(); };
+  EXPECT_EQ(keyAtRow(orders.verticalScrollBar()->value()), page);
+  EXPECT_TRUE(orders.isSelected("A1-600100"));
   for (const bool again : {false, true}) {
     if (again) open();
     EXPECT_EQ(orders.rowCount(), ORDERS + 1);
-    EXPECT_EQ(top(0), "A1-600000") << again;
-    EXPECT_EQ(top(1), "A2-600999") << again;
-    EXPECT_EQ(top(2), "A1-600199") << again;
+    EXPECT_EQ(keyAtRow(0) + ' ' + keyAtRow(1) + ' ' + keyAtRow(2), "A1-600000 A2-600999 A1-600199") << again;
   }
 }
 
@@ -239,10 +210,10 @@ TEST_F(StatusTable, SortsTasksByTheirIdAndTheRestByItsName) {
     test::update(task, 1, "A1", "1001", {{"600000", 0}, {"600036", 0}});
     refresh(task);
   }
-  const QString stored = QStringLiteral("x/1|0:120:0|0:%1");
+  const QString stored = "x/1|0:120:0|0:%1";
   m_table.setParam(stored.arg(1));
   EXPECT_EQ(rows(), "10\n  SH.600036买入\n  SH.600000买入\n9\n  SH.600036买入\n  SH.600000买入\n");
-  EXPECT_TRUE(m_table.param().contains(QStringLiteral("|0:1/")));
+  EXPECT_TRUE(m_table.param().contains("|0:1/"));
   m_table.setParam(stored.arg(0));
   EXPECT_EQ(rows(), "9\n  SH.600000买入\n  SH.600036买入\n10\n  SH.600000买入\n  SH.600036买入\n");
 }
@@ -253,7 +224,7 @@ TEST_F(StatusTable, ProgressTipsTellWhatADoubleClickSwitches) {
   m_owner.show();
   show(1, "A1", "1001", {{"600000", 0}});
   const auto tipAt = [this](int x, int y) {
-    QToolTip::showText(QPoint(), QStringLiteral("none"));
+    QToolTip::showText(QPoint(), "none");
     QMouseEvent move(QEvent::MouseMove, QPointF(x, y), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
     QApplication::sendEvent(m_table.viewport(), &move);
     return QToolTip::text();
@@ -272,7 +243,7 @@ TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
   info.m_types = {ksservice::STOCK_TYPE_SH_UNITS};
   info.m_nTradeUnit = 100;
   m_host.desk().setInstrument(info);
-  m_table.setParam(QStringLiteral("/1"));
+  m_table.setParam("/1");
   show(1, "A1", "1001", {{"600000", 250}});
   EXPECT_EQ(cell(m_firstRow, EBC_Progress), "2.50 / 10.00");
   info.m_nTradeUnit = 10;
@@ -284,4 +255,3 @@ TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
 }
 
 }  // namespace
-}  // namespace TC
