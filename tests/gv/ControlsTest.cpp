@@ -65,6 +65,7 @@ TEST(Controls, TheFocusShowsOnEachInBothThemes) {
     ASSERT_TRUE(GV::CUiResource::setTheme(theme));
     GV::CUiResource::applyToApplication();
     GV::CCommonDialog window;
+    auto* plain = new GV::CSmallNoNormalButton(1, "全选");
     auto* chosen = new GV::CSmallNoNormalButton(1, "全选");
     chosen->setCheckable(true);
     chosen->setChecked(true);
@@ -72,21 +73,15 @@ TEST(Controls, TheFocusShowsOnEachInBothThemes) {
     picture->setImageKey("tc_img_btn_set_small");
     auto* combo = new GV::CComboPushButton;
     combo->addItem(3, "全部任务");
+    auto* check = new GV::CCheckBox(4, "过滤");
+    auto* field = new QLineEdit;
     auto* wrong = new QLineEdit;
     wrong->setProperty("invalid", true);
     auto* table = new GV::CStandardHpfTable;
     table->setDataModel(new GV::CStandardHpfTableModel({GV::SColumn()}, table));
     auto* bottom = new GV::CDialogButtonRow(&window);
     bottom->addButton(5, "选中补单")->setDefault(true);
-    const std::vector<QWidget*> stops = {new GV::CSmallNoNormalButton(1, "全选"),
-                                         chosen,
-                                         picture,
-                                         combo,
-                                         new GV::CCheckBox(4, "过滤"),
-                                         new QLineEdit,
-                                         wrong,
-                                         table,
-                                         bottom};
+    QWidget* const stops[] = {plain, chosen, picture, combo, check, field, wrong, table, bottom};
     auto* layout = new QVBoxLayout(&window);
     for (QWidget* stop : stops) layout->addWidget(stop);
     window.show();
@@ -98,7 +93,7 @@ TEST(Controls, TheFocusShowsOnEachInBothThemes) {
         return window.grab(stop->geometry()).toImage();
       };
       const QImage with = grab(stop);
-      const QImage without = grab(stops[stop == stops.front() ? 1 : 0]);
+      const QImage without = grab(stops[stop == plain ? 1 : 0]);
       // More than the caret of a field.
       EXPECT_GT(differingPixels(with, without, with.rect()), 60) << theme << ' ' << stop->metaObject()->className();
     }

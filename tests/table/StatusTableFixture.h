@@ -43,6 +43,13 @@ class StatusTable : public testing::Test {
     test::update(m_task, number, accountKey, displayId, traded);
     refresh(m_task);
   }
+  /// Another task with a detail of the first account.
+  test::TaskPtr addTask(int id, const std::vector<std::pair<std::string, int>>& traded) {
+    test::TaskPtr task = test::makeTask(id);
+    test::update(task, 1, "A1", "1001", traded);
+    refresh(task);
+    return task;
+  }
   QString cell(const QString& key, int column) const {
     const StatusRowPtr row = m_table.getDataByKey(key);
     return row ? row->text(column) : "no row";

@@ -94,11 +94,7 @@ TEST_F(StatusTable, RowsKeepTheirStateWhenTheTreeTakesAnotherShape) {
 TEST_F(StatusTable, ThePageStaysWhenATaskTakesAnotherShape) {
   m_table.resize(800, 200);
   std::vector<test::TaskPtr> tasks;
-  for (int id = 1; id <= 20; ++id) {
-    tasks.push_back(test::makeTask(id));
-    test::update(tasks.back(), 1, "A1", "1001", {{"600000", 0}, {"600036", 0}, {"600048", 0}});
-    refresh(tasks.back());
-  }
+  for (int id = 1; id <= 20; ++id) tasks.push_back(addTask(id, {{"600000", 0}, {"600036", 0}, {"600048", 0}}));
   const QString top = keyAt("10");
   m_table.scrollToRow(m_table.rowCount() - 1);
   m_table.scrollToRow(m_table.dataModel()->positionOf(top));
@@ -146,19 +142,12 @@ TEST_F(StatusTable, OnlyRootsCountInTheStatisticsOfTheAmount) {
 
 TEST_F(StatusTable, StatusSignalStandsUntilTheNextRowData) {
   show(1, "A1", "1001", {{"600000", 0}});
-  struct SCase {
-    int status;
-    const char* shown;
-  };
-  // The root runs: what a signal leaves empty shows the status of the row.
-  const SCase cases[] = {{10000, "补单中"}, {10001, "补单失败"}, {10002, "补单完成"}, {3, "执行中"}, {4, "执行中"}};
-  for (const SCase& c : cases) {
-    m_table.slotTaskStatus(m_task.get(), m_rootKey, c.status);
-    EXPECT_EQ(cell(m_rootKey, EBC_Status), c.shown) << c.status;
-  }
-  for (const int status : {10001, 8, 11}) {
+  // The root runs: what a signal leaves empty shows the status of the row. 8 and 11 change no text.
+  const std::pair<int, const char*> cases[] = {{10000, "补单中"},   {10002, "补单完成"}, {3, "执行中"},   {4, "执行中"},
+                                               {10001, "补单失败"}, {8, "补单失败"},     {11, "补单失败"}};
+  for (const auto& [status, shown] : cases) {
     m_table.slotTaskStatus(m_task.get(), m_rootKey, status);
-    EXPECT_EQ(cell(m_rootKey, EBC_Status), "补单失败") << "the other two change no text: " << status;
+    EXPECT_EQ(cell(m_rootKey, EBC_Status), shown) << status;
   }
   refresh(m_task);
   EXPECT_EQ(cell(m_rootKey, EBC_Status), "执行中");
