@@ -11,12 +11,9 @@
 using namespace ksservice;
 
 TEST(OrderTexts, AlgorithmParametersSurviveTheirText) {
-  for (const char* text : {
-           "algo=TWAP;start=09:30:00;end=14:57:00;slices=10;limit=10.5",
-           "algo=VWAP;start=00:00:00;end=23:59:59;slices=1",
-           "algo=POV;start=09:30:00;end=14:57:00;rate=0.1",
-           "algo=POV;start=09:30:00;end=14:57:00;limit=0.00001;rate=1",
-       }) {
+  for (const char* text :
+       {"algo=TWAP;start=09:30:00;end=14:57:00;slices=10;limit=10.5", "algo=VWAP;start=00:00:00;end=23:59:59;slices=1",
+        "algo=POV;start=09:30:00;end=14:57:00;rate=0.1", "algo=POV;start=09:30:00;end=14:57:00;limit=0.00001;rate=1"}) {
     TC::SAlgoParams params;
     EXPECT_EQ(TC::SAlgoParams::parse(text, params), "");
     EXPECT_EQ(params.format(), text);
@@ -30,11 +27,7 @@ TEST(OrderTexts, AlgorithmParametersSurviveTheirText) {
 }
 
 TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
-  struct SCase {
-    const char* text;
-    const char* fault;
-  };
-  const SCase cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"", "缺少 algo"},
       {"algo=twap;start=09:30:00;end=14:57:00;slices=1", "取值有误 \"algo=twap\""},
       {"start=09:30:00;algo=TWAP", "缺少 algo"},
@@ -56,11 +49,10 @@ TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
       {"algo=POV;start=09:30:00;end=14:57:00;rate=0", "参与率须大于 0 且不大于 1"},
       {"algo=POV;start=09:30:00;end=14:57:00;rate=1.5", "参与率须大于 0 且不大于 1"},
   };
-  for (const SCase& each : cases) {
+  for (const auto& [text, fault] : cases) {
     TC::SAlgoParams params;
     params.m_nSlices = 77;
-    const std::string error = TC::SAlgoParams::parse(each.text, params);
-    EXPECT_EQ(error, std::string("算法参数 \"") + each.text + "\"：" + each.fault);
+    EXPECT_EQ(TC::SAlgoParams::parse(text, params), "算法参数 \"" + text + "\"：" + fault);
     EXPECT_EQ(params.m_nSlices, 77);
   }
 }

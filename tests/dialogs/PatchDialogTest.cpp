@@ -101,16 +101,9 @@ TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   Params task = {given("SH", "600000", EOT_Buy, 10.5), given("SH", "600000", EOT_Sell, 10.9),
                  given("HGT", "00700", EOT_Buy, 300), given("SGT", "00005", EOT_Buy, 60),
                  given("SH", "600000", EOT_Buy, 10.7)};
-  const auto prices = [&] {
-    run(params, task, "", [](auto& dialog) { dialog.press("选中补单"); });
-    std::vector<double> found;
-    for (const CCodeOrderParam& taken : take()) {
-      EXPECT_EQ(taken.m_nPriceType, EPT_User);
-      found.push_back(taken.m_dPrice);
-    }
-    return found;
-  };
-  EXPECT_EQ(prices(), (std::vector<double>{10.7, 10.9, 300, 60})) << "the last of each line";
+  run(params, task, "", [](auto& dialog) { dialog.press("选中补单"); });
+  EXPECT_EQ(types(), (Types{{EPT_User, 10.7}, {EPT_User, 10.9}, {EPT_User, 300}, {EPT_User, 60}}))
+      << "the last of each";
   ASSERT_EQ(orders().unpriced.size(), 2u) << "nothing was given for them";
   EXPECT_EQ(orders().unpriced[0].m_pAccount, other);
   EXPECT_EQ(orders().unpriced[0].m_dPrice, 0);
@@ -120,7 +113,8 @@ TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   task[2] = given("SH", "600000", EOT_Buy, 0);
   task[4] = given("SH", "600000", EOT_Sell, 11.1);
   task.front().m_nPriceType = EPT_Latest;
-  EXPECT_EQ(prices(), (std::vector<double>{11.1, 60})) << "nor is the task to trade 00700 any more";
+  run(params, task, "", [](auto& dialog) { dialog.press("选中补单"); });
+  EXPECT_EQ(types(), (Types{{EPT_User, 11.1}, {EPT_User, 60}})) << "nor is the task to trade 00700 any more";
   EXPECT_EQ(orders().unpriced.size(), 4u);
   run(params, task, "", [](auto& dialog) { dialog.press("新建篮子补单"); });
   EXPECT_EQ(basket().params.size(), 3u) << "a new basket needs no price, only an instrument";
@@ -147,19 +141,15 @@ TEST_F(PatchTest, PriceTypesTakeTheirPriceFromTheQuote) {
   CCodeOrderParam seller;
   seller.m_nPriceType = EPT_SellerLimit;  // each line's limit is its own side's
   run(params, {seller}, "", [&](TC::CBasketPatchDialog& dialog) { dialog.press("选中补单"); });
-  EXPECT_EQ(take()[0].m_nPriceType, EPT_Limit);
-  EXPECT_EQ(take()[1].m_nPriceType, EPT_SellerLimit);
-  const struct {
-    const char* choice;
-    Types shown;
-  } cases[] = {
+  EXPECT_EQ(types(), (Types{{EPT_Limit, 12}, {EPT_SellerLimit, 12}}));
+  const std::pair<const char*, Types> cases[] = {
       {"限价", {{0, 12}, {10, 12}}},
       {"最新价", {{EPT_Latest, 10}, {EPT_Latest, 10}}},
       {"对手价", {{14, 11}, {14, 12}}},  // no bid: the price for an order
       {"涨停价", {{EPT_LimitUp, 15}, {EPT_LimitUp, 15}}},
       {"跌停价", {{EPT_LimitDown, 12}, {EPT_LimitDown, 12}}},
   };
-  for (const auto& each : cases) EXPECT_EQ(typesWith(params, each.choice), each.shown) << each.choice;
+  for (const auto& [choice, shown] : cases) EXPECT_EQ(typesWith(params, choice), shown) << choice;
 }
 
 TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {

@@ -67,7 +67,13 @@ class PatchTest : public testing::Test {
   const TC::SPatchOrders& orders() const { return std::get<TC::SPatchOrders>(m_choice); }
   const TC::SPatchBasket& basket() const { return std::get<TC::SPatchBasket>(m_choice); }
   const Params& take() const { return orders().params; }
-  /// The price type and price of each line when the user has chosen a button of the trade parameters.
+  /// The price type and price of each line.
+  Types types() const {
+    Types types;
+    for (const ksservice::CCodeOrderParam& taken : take()) types.emplace_back(taken.m_nPriceType, taken.m_dPrice);
+    return types;
+  }
+  /// ... when the user has chosen a button of the trade parameters.
   Types typesWith(const Params& params, const char* choice) {
     run(params, [&](TC::CBasketPatchDialog& dialog) {
       runTradeParams(dialog, [&](GV::CCommonDialog& trade) {
@@ -76,9 +82,7 @@ class PatchTest : public testing::Test {
       });
       dialog.press("选中补单");
     });
-    Types types;
-    for (const ksservice::CCodeOrderParam& taken : take()) types.emplace_back(taken.m_nPriceType, taken.m_dPrice);
-    return types;
+    return types();
   }
   QString quantity(const char* key) {
     for (const GV::SDialogRow& row : m_dialog.state().rows) {

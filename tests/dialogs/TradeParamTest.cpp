@@ -90,13 +90,7 @@ TEST_F(TradeParamTest, WrongInputIsShownAndNeverLeavesTheDialog) {
   dialog.press("智能算法");
   EXPECT_EQ(dialog.table().getAlgParamsStr(), "algo=TWAP;start=09:30:00;end=14:57:00;slices=10")
       << "a smart trade always has an algorithm";
-  struct SCase {
-    const char* algorithm;
-    const char* field;
-    const char* text;
-    const char* message;
-  };
-  const SCase cases[] = {
+  const char* const cases[][4] = {
       {"TWAP", "开始时间", "15:00:00", "结束时间须晚于开始时间"},
       {"TWAP", "开始时间", "9:30", "开始时间须为 hh:mm:ss"},
       {"VWAP", "拆单笔数", "0", "拆单笔数须为 1 至 10000"},
@@ -105,13 +99,13 @@ TEST_F(TradeParamTest, WrongInputIsShownAndNeverLeavesTheDialog) {
       {"TWAP", "限价", "abc", "限价须为 数字"},
       {"POV", "参与率", "1.01", "参与率须大于 0 且不大于 1"},
   };
-  for (const SCase& each : cases) {
-    SCOPED_TRACE(std::string(each.field) + " " + each.text);
-    dialog.press(each.algorithm);
+  for (const auto& [algorithm, field, text, message] : cases) {
+    SCOPED_TRACE(std::string(field) + " " + text);
+    dialog.press(algorithm);
     const std::string before = dialog.table().getAlgParamsStr();
-    EXPECT_EQ(dialog.edit(each.field, each.text), QString());
-    EXPECT_EQ(dialog.table().inputError(), each.message);
-    EXPECT_TRUE(dialog.state().labels.contains(each.message));
+    EXPECT_EQ(dialog.edit(field, text), QString());
+    EXPECT_EQ(dialog.table().inputError(), message);
+    EXPECT_TRUE(dialog.state().labels.contains(message));
     EXPECT_FALSE(canSave(dialog));
     EXPECT_EQ(dialog.table().getAlgParamsStr(), before);
     dialog.hide();

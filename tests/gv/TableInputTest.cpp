@@ -36,20 +36,17 @@ TEST_F(TableInput, BranchFoldsByMouseAndKeyboard) {
     EXPECT_TRUE(m_table.m_events.empty()) << "folding is no click on the cell";
   }
   m_table.setCurrentKey("r0");
-  const struct {
-    int key;
-    const char* current;
-    bool expanded;
-  } steps[] = {{Qt::Key_Right, "r0", true},   {Qt::Key_Right, "r0.c0", true}, {Qt::Key_Down, "r0.c1", true},
-               {Qt::Key_Left, "r0", true},    {Qt::Key_Left, "r0", false},    {Qt::Key_Plus, "r0", true},
-               {Qt::Key_Minus, "r0", false},  {Qt::Key_Down, "r1", false},    {Qt::Key_PageDown, "r21", false},
-               {Qt::Key_PageUp, "r1", false}, {Qt::Key_End, "r59", false},    {Qt::Key_Down, "r59", false},
-               {Qt::Key_Home, "r0", false},   {Qt::Key_Up, "r0", false}};
+  const std::tuple<Qt::Key, const char*, bool> steps[] = {
+      {Qt::Key_Right, "r0", true},   {Qt::Key_Right, "r0.c0", true}, {Qt::Key_Down, "r0.c1", true},
+      {Qt::Key_Left, "r0", true},    {Qt::Key_Left, "r0", false},    {Qt::Key_Plus, "r0", true},
+      {Qt::Key_Minus, "r0", false},  {Qt::Key_Down, "r1", false},    {Qt::Key_PageDown, "r21", false},
+      {Qt::Key_PageUp, "r1", false}, {Qt::Key_End, "r59", false},    {Qt::Key_Down, "r59", false},
+      {Qt::Key_Home, "r0", false},   {Qt::Key_Up, "r0", false}};
   ASSERT_EQ(m_table.pageRows(), 20);
-  for (const auto& step : steps) {
-    QTest::keyClick(&m_table, static_cast<Qt::Key>(step.key));
-    EXPECT_EQ(m_table.currentKey(), step.current) << step.key;
-    EXPECT_EQ(m_table.isExpanded("r0"), step.expanded) << step.key;
+  for (const auto& [key, current, expanded] : steps) {
+    QTest::keyClick(&m_table, key);
+    EXPECT_EQ(m_table.currentKey(), current) << key;
+    EXPECT_EQ(m_table.isExpanded("r0"), expanded) << key;
   }
 }
 

@@ -3,23 +3,21 @@
 #include "BasketColumns.h"
 #include "CHpfBasketStatusData.h"
 #include "EHpfBasketTaskStatus.h"
-#include "TaskDetails.h"
-#include "TestHost.h"
+#include "ksservice/Enumerations.h"
 
 using namespace TC;
 
 namespace {
 
-/// A row of SH.600000 to form cells from.
+/// A row to form cells from.
 struct SRow {
   SRow(const QVector<int>& operations, const SRowFigures& itsFigures) : figures(itsFigures) {
     shape.operations = operations;
-    shape.code = "600000";
-    texts.market = "SH";
   }
-  CHpfBasketStatusData data() const { return {facts, shape, texts, figures, nullptr, texts.statusText}; }
   double amount() const { return shownAmount(shape, texts, figures, nullptr); }
-  QString progress(EProcessDisplay mode) const { return progressText(data(), mode); }
+  QString progress() const {
+    return progressText({facts, shape, texts, figures, nullptr, texts.statusText}, EPD_Amount);
+  }
 
   STaskFacts facts;
   SRowShape shape;
@@ -28,45 +26,22 @@ struct SRow {
 };
 
 TEST(CellText, ProgressByAmountSwitchesToTenThousandsAndIsWholeWhenFilled) {
-  struct SCase {
-    SRowFigures figures;
-    const char* shown = "";
-  };
   // The third is just inside the tolerance of the switch; of a full row both sides are what was traded.
-  const SCase cases[] = {{{100.5, 9999.8, 1000, 10, 990}, "100.50 / 9999.80"},
-                         {{0, 10000, 1000, 10, 990}, "0.00万 / 1.00万"},
-                         {{0, 9999.99, 1000, 10, 990}, "0.00万 / 1.00万"},
-                         {{12345.0, 12000.0, 1000, 1000, 0}, "1.23万 / 1.23万"}};
-  for (const SCase& each : cases) {
-    EXPECT_EQ(SRow({ksservice::EOT_Buy}, each.figures).progress(EPD_Amount), each.shown);
-  }
+  const std::pair<SRowFigures, const char*> cases[] = {{{100.5, 9999.8, 1000, 10, 990}, "100.50 / 9999.80"},
+                                                       {{0, 10000, 1000, 10, 990}, "0.00万 / 1.00万"},
+                                                       {{0, 9999.99, 1000, 10, 990}, "0.00万 / 1.00万"},
+                                                       {{12345.0, 12000.0, 1000, 1000, 0}, "1.23万 / 1.23万"}};
+  for (const auto& [figures, shown] : cases) EXPECT_EQ(SRow({ksservice::EOT_Buy}, figures).progress(), shown);
 }
 
 TEST(CellText, OperationsWithoutAmountShowNone) {
   const SRowFigures figures = {500.0, 1000.0, 10, 5, 5};
   for (int operation : {1004, 1005, 1109, 1110, 1111, 1112}) {
     const SRow row({operation, ksservice::EOT_Buy}, figures);
-    EXPECT_EQ(row.progress(EPD_Amount), "0.00 / 0.00") << operation;
+    EXPECT_EQ(row.progress(), "0.00 / 0.00") << operation;
     EXPECT_EQ(row.amount(), 0) << operation;
   }
   EXPECT_EQ(SRow({ksservice::EOT_Buy, 1004}, figures).amount(), 500.0);
-}
-
-TEST(CellText, ProgressByQuantityUsesTradeUnitsOfTheTwoTypesOnly) {
-  test::CTestHost host;
-  CCodeInfo info = test::makeInstrument("SH", "600000");
-  info.m_nTradeUnit = 100;
-  host.desk().setInstrument(info);
-  const SRow row({ksservice::EOT_Buy}, {0, 0, 1000, 250});
-  EXPECT_EQ(row.progress(EPD_Quantity), "250 / 1000");
-  for (int type : {ksservice::STOCK_TYPE_SH_UNITS, ksservice::STOCK_TYPE_SZ_UNITS}) {
-    info.m_types = {type};
-    host.desk().setInstrument(info);
-    EXPECT_EQ(row.progress(EPD_Quantity), "2.50 / 10.00") << type;
-  }
-  info.m_nTradeUnit = 0;  // a unit below 1 counts as 1
-  host.desk().setInstrument(info);
-  EXPECT_EQ(row.progress(EPD_Quantity), "250.00 / 1000.00");
 }
 
 TEST(CellText, ProgressBarIsAsLongAsTheShareDone) {

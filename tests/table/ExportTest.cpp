@@ -1,20 +1,23 @@
 /// Exports: the lines of given cells, and the status table's from the user's act to the file and the clipboard.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <QClipboard>
 #include <QCryptographicHash>
 #include <QMenu>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
+#include <csignal>
 #include <optional>
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
-#include "FileTraps.h"
 #include "FolderTest.h"
 #include "TableExport.h"
 #include "Tasks.h"
@@ -24,6 +27,27 @@
 using namespace TC;
 
 namespace {
+
+/// While what it gives lives, root is an ordinary user, who may not write everywhere.
+[[nodiscard]] auto asOrdinaryUser() {
+  constexpr uid_t NOBODY = 65534;
+  const bool switched = geteuid() == 0 && seteuid(NOBODY) == 0;
+  return qScopeGuard([switched] {
+    if (switched && seteuid(0) != 0) std::abort();
+  });
+}
+
+/// ... no file can grow beyond a size: a write beyond it fails as on a full disk.
+[[nodiscard]] auto withFilesUpTo(rlim_t bytes) {
+  rlimit before = {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit limit = {bytes, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  return qScopeGuard([before, handler = std::signal(SIGXFSZ, SIG_IGN)] {
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+  });
+}
 
 bool always(int /*rows*/) { return true; }
 
@@ -97,7 +121,7 @@ TEST_F(ExportSpreadsheet, IsWholeOrNotThereWhereverTheDiskIsFull) {
   ASSERT_TRUE(QFile::remove(path("out.xlsx")));
   rlim_t limit = 15000;
   for (bool whole = false; !whole && limit < 100000; limit += 64) {
-    const auto full = test::withFilesUpTo(limit);
+    const auto full = withFilesUpTo(limit);
     whole = exportSpreadsheet(rows, path("out.xlsx"), always);
     EXPECT_EQ(files().size(), whole ? 1 : 0) << limit;
   }
@@ -270,7 +294,7 @@ TEST_F(Export, AReadOnlyFolderStaysAsItIs) {
   ASSERT_EQ(chmod(path("old.txt").toLocal8Bit(), 0666), 0);
   ASSERT_EQ(chmod(m_folder.path().toLocal8Bit(), 0555), 0);
   {
-    const auto user = test::asOrdinaryUser();
+    const auto user = asOrdinaryUser();
     for (const char* name : {"old.txt", "new.txt", "new.csv", "new.CSV", "new.xlsx", "missing/new.txt"}) {
       EXPECT_FALSE(exportTo(name)) << name;
     }
@@ -289,7 +313,7 @@ TEST_F(Export, AFileThatCannotGrowLeavesTheOldOneOrNone) {
     QFile::remove(path(name));
     // Also where there is no room for the last bytes alone.
     for (const rlim_t room : {whole / 2, whole - 100}) {
-      const auto limit = test::withFilesUpTo(room);
+      const auto limit = withFilesUpTo(room);
       EXPECT_FALSE(exportTo(name)) << name;
       EXPECT_EQ(files().join(' '), "") << name;
       put(name, "old");

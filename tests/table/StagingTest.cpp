@@ -42,7 +42,8 @@ TEST_F(Staging, BringsShapeAndTextsOnceAndFiguresAlways) {
   EXPECT_EQ((*first.texts)[1].accountName, "name of A1");
 
   test::update(m_task, 1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
-  const SStagedTask second = stage(m_task);
+  m_staging.stageTask(m_task);
+  const SStagedTask second = stage(m_task);  // what waited is one with it
   EXPECT_FALSE(second.shape);
   EXPECT_FALSE(second.texts);
   EXPECT_EQ((*second.figures)[0].tradedVolume, 400);
@@ -133,36 +134,13 @@ TEST_F(Staging, AStatusAloneComesWhenItChanged) {
   EXPECT_EQ((*renamed.texts)[2].statusText + (*renamed.texts)[1].statusText, "资金不足");
 }
 
-TEST_F(Staging, NothingIsLostBetweenTwoTakes) {
-  m_staging.stageTask(m_task);
-  test::update(m_task, 1, "A1", "1001", {{"600000", 300}});
-  const SStagedTask both = stage(m_task);
-  EXPECT_TRUE(both.shape && both.texts);
-  EXPECT_EQ(both.figures->front().tradedVolume, 300);
-  EXPECT_TRUE(m_staging.take().empty());
-}
-
-TEST_F(Staging, AClearComesWithTheRowsThatFollowIt) {
+TEST_F(Staging, AClearedTaskAndANewOneUnderItsKeyComeWhole) {
   stage(m_task);
   m_staging.stageClear(m_task->getKey());
   EXPECT_TRUE(m_staging.take().empty()) << "an empty task for who looks in between";
   const SStagedTask anew = stage(m_task);
   EXPECT_TRUE(anew.shape && anew.texts && anew.figures);
-}
 
-TEST_F(Staging, DropsWhatARefreshOfTheDayBeforeStages) {
-  m_staging.beginRefresh(0);
-  m_staging.stageTask(m_task);
-  m_staging.startDay(1);
-  EXPECT_TRUE(m_staging.take().empty());
-  m_staging.stageTask(m_task);
-  EXPECT_TRUE(m_staging.take().empty()) << "the refresh that began on the old day";
-  m_staging.beginRefresh(1);
-  EXPECT_TRUE(stage(m_task).shape) << "the table knows nothing any more";
-}
-
-TEST_F(Staging, ANewTaskUnderAnOldKeyComesWhole) {
-  stage(m_task);
   const test::TaskPtr again = test::makeTask(1);
   test::update(again, 1, "A1", "1001", {{"600000", 0}});
   const SStagedTask staged = stage(again);

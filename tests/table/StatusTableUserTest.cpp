@@ -27,18 +27,14 @@ TEST_F(StatusTable, PricesOfADirectPatchLeaveTheLimitOutWhereTheUserHasNone) {
 }
 
 TEST_F(StatusTable, AParameterStringBringsModeWidthsAndColumnsBack) {
-  struct SCase {
-    const char* text;
-    int mode;
-  };
   // The mode is read from the second part, whatever the third says: intended. It is any number. One part changes none.
-  const SCase cases[] = {{"x/1", 1},           {"x/0", 0}, {"x/1/0", 1}, {"x/0/1", 0}, {"/1", 1},
-                         {"x/no number/1", 0}, {"/1/", 1}, {"//1", 0},   {"/7", 7},    {"/-1", -1},
-                         {"x/1", 1},           {"", 1},    {"x", 1}};
-  for (const SCase& c : cases) {
-    m_table.setParam(c.text);
-    EXPECT_EQ(m_table.processDisplayMode(), c.mode) << c.text;
-    EXPECT_TRUE(m_table.param().endsWith('/' + QString::number(c.mode))) << c.text;
+  const std::pair<const char*, int> cases[] = {
+      {"x/1", 1}, {"x/0", 0},  {"x/1/0", 1}, {"x/0/1", 0}, {"/1", 1}, {"x/no number/1", 0}, {"/1/", 1}, {"//1", 0},
+      {"/7", 7},  {"/-1", -1}, {"x/1", 1},   {"", 1},      {"x", 1}};
+  for (const auto& [text, mode] : cases) {
+    m_table.setParam(text);
+    EXPECT_EQ(m_table.processDisplayMode(), mode) << text;
+    EXPECT_TRUE(m_table.param().endsWith('/' + QString::number(mode))) << text;
   }
   const QString own = m_table.param();
   ASSERT_EQ(own.split('/').size(), 3);
@@ -231,20 +227,26 @@ TEST_F(StatusTable, ProgressTipsTellWhatADoubleClickSwitches) {
   EXPECT_EQ(tipAt(cell.right() + 5, cell.center().y()), "none");
 }
 
-TEST_F(StatusTable, QuantitiesFollowANewTradeUnit) {
+TEST_F(StatusTable, QuantitiesAreInTheTradeUnitsOfNowOfTheTwoTypesOnly) {
+  const std::tuple<int, int, const char*> cases[] = {
+      {ksservice::STOCK_TYPE_SH_UNITS, 100, "2.50 / 10.00"},
+      {ksservice::STOCK_TYPE_SH_UNITS, 10, "25.00 / 100.00"},
+      {ksservice::STOCK_TYPE_SZ_UNITS, 100, "2.50 / 10.00"},
+      {ksservice::STOCK_TYPE_SZ_UNITS, 0, "250.00 / 1000.00"},  // a unit below 1 counts as 1
+      {ksservice::STOCK_TYPE_UI_UNIT, 100, "250 / 1000"}};
   CCodeInfo info = test::makeInstrument("SH", "600000");
-  info.m_types = {ksservice::STOCK_TYPE_SH_UNITS};
-  info.m_nTradeUnit = 100;
   m_host.desk().setInstrument(info);
   m_table.setParam("/1");
   show(1, "A1", "1001", {{"600000", 250}});
-  EXPECT_EQ(cell(m_firstRow, EBC_Progress), "2.50 / 10.00");
-  info.m_nTradeUnit = 10;
-  m_host.desk().setInstrument(info);
-  const QSignalSpy repaint(m_table.dataModel(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
-  m_host.services().announceStockUnitChange();
-  EXPECT_EQ(cell(m_firstRow, EBC_Progress), "25.00 / 100.00");
-  EXPECT_GT(repaint.count(), 0);
+  for (const auto& [type, unit, shown] : cases) {
+    info.m_types = {type};
+    info.m_nTradeUnit = unit;
+    m_host.desk().setInstrument(info);
+    QSignalSpy repaint(m_table.dataModel(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
+    m_host.services().announceStockUnitChange();
+    EXPECT_EQ(cell(m_firstRow, EBC_Progress), shown);
+    EXPECT_GT(repaint.count(), 0);
+  }
 }
 
 }  // namespace
