@@ -43,6 +43,7 @@ void sortAndCompare(int count, bool figures, bool descending) {
   }
   std::shuffle(rows.begin(), rows.end(), random);
   std::vector<GV::SSortKey> keys;
+  keys.reserve(rows.size());
   for (const SRow& row : rows) {
     keys.push_back({GV::figureKey(row.figure, descending), GV::ownOrderKey(row.order, row.rank), row.rank});
   }

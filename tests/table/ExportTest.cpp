@@ -165,6 +165,7 @@ class Export : public test::CFolderTest {
 
   test::TaskPtr addTask(int id, int rows) {
     std::vector<std::pair<std::string, int>> traded;
+    traded.reserve(static_cast<std::size_t>(rows));
     for (int i = 0; i < rows; ++i) traded.emplace_back(std::to_string(600000 + i), i % 3 == 0 ? 1000 : i % 1000);
     test::TaskPtr task = test::makeTask(id);
     test::update(task, 1, "A1", "00" + std::to_string(id), traded);

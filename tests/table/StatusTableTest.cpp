@@ -135,6 +135,7 @@ TEST_F(StatusTable, OnlyRootsCountInTheStatisticsOfTheAmount) {
   EXPECT_EQ(m_table.getDataByKey(m_rootKey)->number(EBC_Amount), 3000);
   EXPECT_EQ(m_table.getDataByKey(m_rootKey)->number(EBC_Unfilled), 0);
   EXPECT_EQ(m_table.getDataByKey(m_firstRow)->number(EBC_Amount), 0);
+  EXPECT_EQ(m_table.getDataByKey(m_firstRow)->sortOrder(), 2147483647) << "and they alone have a place by their task";
 }
 
 TEST_F(StatusTable, StatusSignalStandsUntilTheNextRowData) {

@@ -174,6 +174,7 @@ TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
 TEST_F(StatusTable, TheWindowOfOrdersKeepsItsPlaceSelectionAndSorting) {
   constexpr int ORDERS = 200;
   std::vector<std::pair<std::string, int>> traded;
+  traded.reserve(ORDERS);
   for (int i = 0; i < ORDERS; ++i) traded.emplace_back(std::to_string(600000 + i), 1 + i);
   show(1, "A1", "1001", traded);
   const auto open = [&] { m_table.handleEvent(GV::EventCellClicked, EBC_Orders, Qt::LeftButton, m_rootKey, nullptr); };
