@@ -27,7 +27,7 @@ TEST(OrderTexts, AlgorithmParametersSurviveTheirText) {
 }
 
 TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
-  const std::pair<std::string, std::string> cases[] = {
+  const char* const cases[][2] = {
       {"", "缺少 algo"},
       {"algo=twap;start=09:30:00;end=14:57:00;slices=1", "取值有误 \"algo=twap\""},
       {"start=09:30:00;algo=TWAP", "缺少 algo"},
@@ -52,7 +52,7 @@ TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
   for (const auto& [text, fault] : cases) {
     TC::SAlgoParams params;
     params.m_nSlices = 77;
-    EXPECT_EQ(TC::SAlgoParams::parse(text, params), "算法参数 \"" + text + "\"：" + fault);
+    EXPECT_EQ(TC::SAlgoParams::parse(text, params), std::string("算法参数 \"") + text + "\"：" + fault);
     EXPECT_EQ(params.m_nSlices, 77);
   }
 }
