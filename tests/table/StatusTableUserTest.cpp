@@ -127,9 +127,10 @@ TEST_F(StatusTable, AKeyNeverActsOnARowThatIsOutOfSight) {
     tasks.push_back(addTask(id, {{"600000", 0}}));
     m_table.getTaskOptionDelegate()->slotTaskStatus(tasks.back()->getKey(), ksservice::ETS_Running, 0);
   }
-  const auto cancels = [this] {
-    QTest::keyClick(&m_table, Qt::Key_Delete, Qt::ControlModifier);
-    return m_owner.m_actions.size();
+  const std::vector<int>& actions = m_owner.m_actions;
+  const auto cancels = [&keys = m_table, &actions] {
+    QTest::keyClick(&keys, Qt::Key_Delete, Qt::ControlModifier);
+    return actions.size();
   };
   const QString key = "组合任务10";
   m_table.setCurrentKey(key);
