@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "RandomDays.h"
+#include "Random.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <optional>
 
-#include "RandomDays.h"
+#include "Random.h"
 #include "TableFixture.h"
 #include "gv/CStandardHpfTableModel.h"
 
