@@ -1,5 +1,6 @@
 #include "SafetyDay.h"
 
+#include <QAbstractItemModelTester>
 #include <algorithm>
 
 #include "CHpfBasketOptionDelegate.h"
@@ -131,6 +132,8 @@ void CSafetyDay::learn(const Details& details) {
 void CSafetyDay::openPanel() {
   m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
   m_pTable = &showQuantities(*m_pPanel);
+  using Tester = QAbstractItemModelTester;
+  new Tester(m_pTable->dataModel(), Tester::FailureReportingMode::Fatal, m_pPanel.get());
   QObject::connect(m_pPanel.get(), &TC::CBasketTasksPanel::sigPatchCreateTask,
                    [this](const QString& lines) { onNewBasket(lines); });
   m_known.clear();
