@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "TaskDetails.h"
+#include "TaskKeys.h"
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"
 
@@ -98,6 +99,13 @@ TEST(TaskRules, AccountsAreJoinedOnceEach) {
   EXPECT_EQ(joinAccount("1001", "1002"), "1001/1002");
   EXPECT_EQ(joinAccount("1001/1002", "1002"), "1001/1002");
   EXPECT_EQ(joinAccount("1001", "100"), "1001/100") << "a part counts only whole";
+}
+
+TEST(TaskKeys, ARowOfTheTableIsNoTaskByItsTreeKey) {
+  for (const int task : {1, 99999999, 2147483647}) EXPECT_EQ(taskIdOfDisplayId(taskDisplayId(1, task)), task);
+  for (const char* other : {"", "010000001", "0100000001000000002", "01-0000001", "012147483648"}) {
+    EXPECT_EQ(taskIdOfDisplayId(other), -1) << other;
+  }
 }
 
 TEST(TaskRules, ZeroHasATolerance) {
