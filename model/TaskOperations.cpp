@@ -9,6 +9,7 @@
 #include "tc/CTimeService.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
+#include "utils/Guarded.h"
 
 namespace TC {
 
@@ -35,17 +36,7 @@ std::string serverKeyFor(const CTaskDetail& detail, int operation) {
                                           : COwnDetails::progressKeyOf(detail);
 }
 
-}  // namespace
-
-OpRecordPtr makeRecord(int operation) { return newRecord(operation); }
-
-OpRecordPtr makeEndRecord(int operation) {
-  auto record = newRecord(operation);
-  record->m_strRemark = record->m_strOperator + "终止任务";
-  return record;
-}
-
-void sendOperation(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply) {
+void send(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply) {
   const int operation = record->m_nOperation;
   if (!detail.m_bServerTask) {
     ksservice::TraderCenter::instance().getTaskCenter().operateTask(record, detail.m_nTaskId, firstAccount(detail));
@@ -57,8 +48,8 @@ void sendOperation(const CTaskDetail& detail, const OpRecordPtr& record, const O
                                          });
 }
 
-void carryOut(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply) {
-  sendOperation(detail, record, reply);
+/// What the local tasks of an account do beside the record.
+void pauseOrResume(const CTaskDetail& detail, const OpRecordPtr& record) {
   if (detail.m_bServerTask) return;
   ksservice::ITaskCenter& tasks = ksservice::TraderCenter::instance().getTaskCenter();
   if (record->m_nOperation == ksservice::ETO_Pause && detail.m_nStatus == ksservice::ETS_Running) {
@@ -66,6 +57,34 @@ void carryOut(const CTaskDetail& detail, const OpRecordPtr& record, const Operat
   } else if (record->m_nOperation == ksservice::ETO_Resume && detail.m_nStatus == ksservice::ETS_Paused) {
     tasks.resumeTask(detail.m_nTaskId, firstAccount(detail));
   }
+}
+
+/// A host that fails at one detail must not keep the others from their operation.
+void orTell(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply,
+            const std::function<void()>& work) {
+  if (utils::guarded("CBasketTask::sendOperation", detail.getKey(), work)) return;
+  reply(utils::KSError("任务 " + detail.getKey() + " 的操作未能发出"), {}, record->m_nOperation);
+}
+
+}  // namespace
+
+OpRecordPtr makeRecord(int operation) { return newRecord(operation); }
+
+OpRecordPtr makeEndRecord(int operation) {
+  auto record = newRecord(operation);
+  record->m_strRemark = record->m_strOperator + "终止任务";
+  return record;
+}
+
+void sendOperation(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply) {
+  orTell(detail, record, reply, [&] { send(detail, record, reply); });
+}
+
+void carryOut(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply) {
+  orTell(detail, record, reply, [&] {
+    send(detail, record, reply);
+    pauseOrResume(detail, record);
+  });
 }
 
 std::string failureOf(const utils::KSError& error, const bson::BSONObj& reply) {

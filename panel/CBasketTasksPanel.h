@@ -136,6 +136,9 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   static const std::vector<STaskAction>& taskActions();
   void fillToolBar(GV::CAutoExpandToolBar& bar);
   void addFilter(GV::CAutoExpandToolBar& bar);
+  bool onEvent(int eventId, int buttonId, int value, const QString& text, void* payload);
+  static void act(const char* function, const std::function<void()>& work);
+  void operateAll(const std::function<void(CBasketTask&)>& operate);
   void onToolBarButton(int id);
   void chooseFilter(int index);
   void cancelAll();

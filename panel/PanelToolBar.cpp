@@ -6,11 +6,13 @@
 #include "TaskFilter.h"
 #include "gv/Controls.h"
 #include "gv/Scaling.h"
+#include "tc/CMsgService.h"
 #include "tc/CSettingDialogNew.h"
 #include "tc/CTaskOrdersWidget.h"
 #include "tc/CUserConfig.h"
 #include "tc/Services.h"
 #include "tc/TaskEvents.h"
+#include "utils/Guarded.h"
 #include "utils/Log.h"
 
 namespace TC {
@@ -117,6 +119,20 @@ void CBasketTasksPanel::addFilter(GV::CAutoExpandToolBar& bar) {
 }
 
 bool CBasketTasksPanel::handleEvent(int eventId, int buttonId, int value, QString text, void* payload) {
+  bool handled = true;
+  act("CBasketTasksPanel::handleEvent", [&] { handled = onEvent(eventId, buttonId, value, text, payload); });
+  return handled;
+}
+
+/// Does what the user asked for. Where the host fails at it, he is told, and nothing is thrown at whoever delivers his
+/// events. The panel may be gone afterwards.
+void CBasketTasksPanel::act(const char* function, const std::function<void()>& work) {
+  if (utils::guarded(function, "user's act", work)) return;
+  utils::guarded(function, "message",
+                 [] { getMsgService().showMsg(QStringLiteral("操作未能完成，原因见日志"), EMK_TaskError); });
+}
+
+bool CBasketTasksPanel::onEvent(int eventId, int buttonId, int value, const QString& text, void* payload) {
   switch (eventId) {
     case GV::EventButtonClicked:
       onToolBarButton(buttonId);
@@ -155,18 +171,25 @@ void CBasketTasksPanel::chooseFilter(int index) {
 
 // Cancelling everything filters the table again; pausing and resuming everything does not: intended.
 void CBasketTasksPanel::cancelAll() {
-  for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->cancel(QString());
+  operateAll([](CBasketTask& task) { task.cancel(QString()); });
   // What the tasks announced is still queued.
   m_pTable->askTasks();
   updateTable(m_nFilter, false);
 }
 
 void CBasketTasksPanel::pauseAll() {
-  for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->pause(QString());
+  operateAll([](CBasketTask& task) { task.pause(QString()); });
 }
 
 void CBasketTasksPanel::resumeAll() {
-  for (const boost::shared_ptr<CBasketTask>& task : tasks()) task->resume(QString());
+  operateAll([](CBasketTask& task) { task.resume(QString()); });
+}
+
+/// One task at which the host fails keeps no other from its operation.
+void CBasketTasksPanel::operateAll(const std::function<void(CBasketTask&)>& operate) {
+  for (const boost::shared_ptr<CBasketTask>& task : tasks()) {
+    act("CBasketTasksPanel::operateAll", [&] { operate(*task); });
+  }
 }
 
 void CBasketTasksPanel::showSettings() {
@@ -193,7 +216,8 @@ void CBasketTasksPanel::onTaskButton(int action, const QString& text, const QStr
 }
 
 void CBasketTasksPanel::patch(int taskId, const QString& nodeKey, int priceType) {
-  if (const boost::shared_ptr<CBasketTask> task = findTask(taskKey(taskId))) task->patch(nodeKey, priceType);
+  const boost::shared_ptr<CBasketTask> task = findTask(taskKey(taskId));
+  if (task) act("CBasketTasksPanel::patch", [&] { task->patch(nodeKey, priceType); });
 }
 
 void CBasketTasksPanel::updateOrders(const QString& key) {

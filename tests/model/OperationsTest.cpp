@@ -35,6 +35,20 @@ TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
   EXPECT_EQ(calls[0].record->m_strRemark, "u1终止任务");
 }
 
+/// What a host does not take reaches the others all the same, and the user is told.
+TEST_F(COperationsTest, AHostThatFailsAtOneDetailKeepsNoneFromItsCancel) {
+  host.setMeeting([](const std::string& key) {
+    if (key == "operate 123" || key == "operate 123-2") throw std::runtime_error("the host fails");
+  });
+  std::vector<QString> faults;
+  QObject::connect(&task, &TC::CBasketTask::sigShowOperateOrbTaskError,
+                   [&faults](const QString& text) { faults.push_back(text); });
+  std::string sends;
+  for (const auto& call : cancelMixedTask()) sends += nameOf(call) + "\n";
+  EXPECT_EQ(sends, "server 124-1\nlocal 125@A1\nhedge stop 123\n");
+  EXPECT_EQ(faults, (std::vector<QString>{"任务 123-1 的操作未能发出", "任务 123-2 的操作未能发出"}));
+}
+
 TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
   DetailPtr large = onServer(twoLines()->m_params);
   large->m_nTaskId = 100000;

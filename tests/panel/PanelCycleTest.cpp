@@ -11,6 +11,8 @@
 #include "CHpfBasketStatusTable.h"
 #include "TaskDetails.h"
 #include "TestHost.h"
+#include "gv/CEventWidget.h"
+#include "tc/CMsgService.h"
 
 namespace TC {
 namespace {
@@ -94,6 +96,20 @@ TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherSubTask) {
     const std::vector<std::string> log = m_host.takeLog();
     EXPECT_EQ(std::count(log.begin(), log.end(), standard ? "2-1 failed: the host fails" : "2-1 failed: unknown"), 1);
   }
+}
+
+/// A trader who cancels everything must not be left with the tasks behind the one at which the host failed.
+TEST_F(PanelCycle, AHostThatFailsAtAClickIsToldOfAndKeepsNoOtherTaskFromIt) {
+  open();
+  for (const int task : {2, 3}) m_host.deliver(test::makeFilled(task, 1, 100));
+  ASSERT_TRUE(refresh());
+  m_host.takeMessages();
+  m_host.setMeeting([](const std::string& key) {
+    if (key == "stop hedge") throw std::runtime_error("the host fails");
+  });
+  EXPECT_NO_THROW(m_panel->handleEvent(GV::EventButtonClicked, 4, 0, QString(), nullptr));
+  EXPECT_EQ(m_host.takeCalls().size(), 2u);
+  EXPECT_EQ(m_host.takeMessages(), decltype(m_host.takeMessages())(2, {"操作未能完成，原因见日志", EMK_TaskError}));
 }
 
 /// What is kept of each day's rows would be a dozen kilobytes a day.

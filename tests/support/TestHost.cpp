@@ -69,6 +69,7 @@ struct CTestHost::SGates {
     }
     void operateServerTask(const std::string& serverTaskKey, const desk::OpRecordPtr& record,
                            OperateCompletion completion) override {
+      m_host.meet("operate " + serverTaskKey);
       m_host.add(m_host.m_calls, {ECall::OperateServer, serverTaskKey, 0, record, std::move(completion)});
     }
   };
@@ -192,6 +193,7 @@ long CTestHost::waitForJobs() {
 void CTestHost::deliver(const CTaskDetailPtr& detail, desk::EVia via) { m_desk.publishTask({detail, {}, via, false}); }
 
 void CTestHost::operateLocalTask(int taskId, const desk::AccountPtr& account, const desk::OpRecordPtr& record) {
+  meet("operate " + std::to_string(taskId));
   add(m_calls, {ECall::OperateLocal, account ? account->getKey() : "", taskId, record, {}});
 }
 

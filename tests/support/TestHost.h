@@ -57,7 +57,8 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   void setCommand(const ksservice::COrderCommand& command);
   void setOrderDetail(const std::string& tag, bool cancelled);
   /// Called with the code, account or detail key for which the host is asked ("order" and "hedge" where there is
-  /// none), on the asking thread: a test holds who asks, or throws at him. Empty: nothing.
+  /// none), with "operate 123" or "operate 123-1" before an operation and with "stop hedge", on the asking thread: a
+  /// test holds who asks, or throws at him. Empty: nothing.
   void setMeeting(std::function<void(const std::string& key)> meeting);
   void moveClock(double msec);
   /// Milliseconds of the timers that wait and whose context lives, in the order in which they were asked for.
@@ -93,7 +94,10 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   void setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override;
   void startHedge(int groupId) override { add(m_startedHedges, groupId); }
   void pauseHedge(int groupId) override { add(m_calls, {ECall::PauseHedge, {}, groupId, {}, {}}); }
-  void stopHedge(int groupId) override { add(m_calls, {ECall::StopHedge, {}, groupId, {}, {}}); }
+  void stopHedge(int groupId) override {
+    meet("stop hedge");
+    add(m_calls, {ECall::StopHedge, {}, groupId, {}, {}});
+  }
   void onUpdateData(const ksservice::CTaskDetailPtr& detail) override { add(m_updated, detail); }
   void onShowMsg(const QString& text, int kind) override { add(m_messages, {text, kind}); }
   void meet(const std::string& key) const;
