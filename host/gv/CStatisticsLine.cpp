@@ -17,6 +17,8 @@ constexpr int LABEL_MARGIN = 6;
 }  // namespace
 
 CStatisticsLine::CStatisticsLine(CBaseHighPerformanceTable* table) : QWidget(table), m_pTable(table) {
+  // It fills its ground itself: what lies below it is not painted first.
+  setAttribute(Qt::WA_OpaquePaintEvent);
   m_timer.setSingleShot(true);
   connect(&m_timer, &QTimer::timeout, this, [this] { update(); });
 }
