@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <optional>
 
+#include "ModelRun.h"
+#include "TableRun.h"
+#include "TurnRun.h"
+#include "WorkerRun.h"
 #include "Works.h"
 
 namespace bench {
@@ -10,6 +14,7 @@ namespace {
 
 const QString PANEL = QStringLiteral("panel");
 const QString FLOOR = QStringLiteral("floor");
+const QString MODEL = QStringLiteral("updateDetail");
 
 /// A bar is a multiple of the floor (or of the page's repaint, whichever is more) and a distance to the best peer; 0
 /// for none. A refresh is held against a repaint that finds the caches as a refresh finds them.
@@ -23,18 +28,52 @@ struct SBar {
 
 const std::vector<SBar>& bars() {
   static const std::vector<SBar> list = {
-      {work::REFRESH, 6, 0, 50},
-      {work::SPARSE_TASKS, 0, 1.2, 0, work::REPAINT_COLD},
-      {work::SPARSE_ROWS, 0, 1.2, 0, work::REPAINT_COLD},
-      {work::HIDE, 3, 3, 15},
-      {work::SHOW, 3, 3, 15},
-      {work::FOLD, 3, 3, 15},
-      {work::UNFOLD, 3, 3, 15},
-      {work::SORT, 3, 3, 15},
-      {work::EXPORT, 1.5, 0, 0},
+      {work::REFRESH, 6, 0, 50}, {work::HIDE, 3, 3, 15},   {work::SHOW, 3, 3, 15},    {work::FOLD, 3, 3, 15},
+      {work::UNFOLD, 3, 3, 15},  {work::SORT, 1.5, 0, 15}, {work::EXPORT, 1.2, 0, 1},
   };
   return list;
 }
+
+/// One measure as a multiple of another, at most.
+struct SRatio {
+  QString work;
+  QString subject;
+  QString ofWork;
+  QString ofSubject;
+  double most;
+};
+
+const std::vector<SRatio>& ratios() {
+  static const std::vector<SRatio> list = {
+      {work::ALL_FRESH, MODEL, work::ALL_FRESH, FLOOR, 1.5},
+      {work::SOME_FRESH, MODEL, work::SOME_FRESH, FLOOR, 0.3},
+      {work::WORKER_ROWS, PANEL, work::WORKER_FULL, PANEL, 0.08},
+      {work::WORKER_TASKS, PANEL, work::WORKER_FULL, PANEL, 0.05},
+  };
+  return list;
+}
+
+/// A measure that has a limit by itself, in its own unit.
+struct SLimit {
+  QString work;
+  QString subject;
+  double most;
+};
+
+const std::vector<SLimit>& limits() {
+  static const std::vector<SLimit> list = {
+      {work::PAIRED_TASKS, PANEL, 1.1},
+      {work::PAIRED_ROWS, PANEL, 1.1},
+      {work::STEADY_BYTES, PANEL, 200},
+      {work::MODEL_BYTES_ONE, MODEL, 900},
+  };
+  return list;
+}
+
+constexpr int MILLION = 1000000;
+/// Of the event loop, in milliseconds, up to a million rows and from there on.
+constexpr double LONGEST_TURN = 16;
+constexpr double LONGEST_TURN_OF_A_MILLION = 33;
 
 std::optional<double> cpu(const CReport& report, const QString& name, const QString& subject) {
   const SMedian* found = report.find(name, subject);
@@ -52,7 +91,7 @@ std::optional<double> bestPeer(const CReport& report, const QString& name) {
 }
 
 QString verdict(const QString& name, const QString& asked, double measured, bool holds) {
-  return padded(name, 34) + padded(asked, 48) + padded(QString::number(measured, 'f', 2), 10) +
+  return padded(name, 42) + padded(asked, 48) + padded(QString::number(measured, 'f', 2), 10) +
          (holds ? QStringLiteral("holds") : QStringLiteral("MISSED")) + QLatin1Char('\n');
 }
 
@@ -74,7 +113,7 @@ QString judgeCost(const CReport& report, const SBar& bar, double panel) {
 
 }  // namespace
 
-QString judge(const CReport& report) {
+QString judge(const CReport& report, int rows) {
   QString text;
   for (const SBar& bar : bars()) {
     const auto panel = cpu(report, bar.work, PANEL);
@@ -86,9 +125,23 @@ QString judge(const CReport& report) {
     text += verdict(bar.work, QStringLiteral("at least %1 times faster than the best peer").arg(bar.fasterThanPeers),
                     factor, factor >= bar.fasterThanPeers);
   }
-  constexpr double MAX_BYTES = 600;
-  if (const auto bytes = cpu(report, work::BYTES, PANEL)) {
-    text += verdict(work::BYTES, QStringLiteral("at most %1").arg(MAX_BYTES), *bytes, *bytes <= MAX_BYTES);
+  for (const SRatio& bar : ratios()) {
+    const auto of = cpu(report, bar.ofWork, bar.ofSubject);
+    const auto mine = cpu(report, bar.work, bar.subject);
+    if (!of || !mine) continue;
+    const QString whole = bar.ofSubject == FLOOR ? QStringLiteral("its floor") : bar.ofWork;
+    text += verdict(bar.work, QStringLiteral("at most %1 of %2").arg(bar.most).arg(whole), *mine / *of,
+                    *mine <= bar.most * *of);
+  }
+  for (const SLimit& limit : limits()) {
+    const auto mine = cpu(report, limit.work, limit.subject);
+    if (mine) text += verdict(limit.work, QStringLiteral("at most %1").arg(limit.most), *mine, *mine <= limit.most);
+  }
+  const double turn = rows < MILLION ? LONGEST_TURN : LONGEST_TURN_OF_A_MILLION;
+  for (const QString& each : report.works()) {
+    const auto mine = cpu(report, each, PANEL);
+    if (!mine || !each.startsWith(work::TURN)) continue;
+    text += verdict(each, QStringLiteral("at most %1 ms").arg(turn), *mine, *mine <= turn);
   }
   return text;
 }

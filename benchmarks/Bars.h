@@ -6,6 +6,6 @@
 namespace bench {
 
 /// One line for each bar: what was asked, what was measured, whether it holds.
-QString judge(const CReport& report);
+QString judge(const CReport& report, int rows);
 
 }  // namespace bench

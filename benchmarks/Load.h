@@ -28,13 +28,14 @@ class CLoad {
   const SLoadSize& size() const { return m_size; }
   /// The task's detail in a second, with fresh orders: no order is shared with the detail of another second.
   ksservice::CTaskDetailPtr detail(int task, int second, EProgress progress = EProgress::Running) const;
+  /// One of its orders.
+  ksservice::COrderInfoPtr order(int task, int number, int second, EProgress progress = EProgress::Running) const;
   /// The row of an order of a detail: what a dense index over the orders holds.
   int rowOfOrder(int order) const { return order % m_size.rows; }
 
  private:
   void enterInstruments(desk::CDesk& desk);
   void enterOrderDetails(desk::CDesk& desk);
-  ksservice::COrderInfoPtr order(int task, int number, int second, EProgress progress) const;
   const ksservice::CMavOrderTag& tag(int task, int number) const;
 
   SLoadSize m_size;

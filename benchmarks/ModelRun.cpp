@@ -13,6 +13,7 @@ using ksservice::COrderDetailHelper;
 
 const QString MODEL = QStringLiteral("updateDetail");
 const QString FLOOR = QStringLiteral("floor");
+constexpr int SPARSE = 100;  ///< one order of so many is fresh
 
 /// The figures of a row that come from its orders.
 struct SSum {
@@ -49,16 +50,42 @@ class CModelRun {
     for (auto& detail : m_details) detail = boost::make_shared<ksservice::CTaskDetail>(*detail);
   }
 
+  /// ... but one in a hundred of them, as a host publishes fills.
+  void publishFills() {
+    ++m_nSecond;
+    for (int task = 0; task < m_load.size().tasks; ++task) {
+      auto& detail = m_details[static_cast<std::size_t>(task)];
+      detail = boost::make_shared<ksservice::CTaskDetail>(*detail);
+      const int orders = static_cast<int>(detail->m_orders.size());
+      for (int i = m_nSecond % SPARSE; i < orders; i += SPARSE) {
+        detail->m_orders[static_cast<std::size_t>(i)] = m_load.order(task, i, m_nSecond);
+      }
+    }
+  }
+
+  /// The floor has details of its own, so that freeing those before is part of its work as it is of the model's.
+  void publishToFloor() {
+    m_next.clear();
+    for (const auto& detail : m_details) {
+      const auto copy = boost::make_shared<ksservice::CTaskDetail>(*detail);
+      for (ksservice::COrderInfoPtr& order : copy->m_orders) order = boost::make_shared<ksservice::COrderInfo>(*order);
+      m_next.push_back(copy);
+    }
+    if (m_floor.empty()) m_floor.resize(m_next.size());
+  }
+
   void update(std::size_t tasks) {
     for (std::size_t task = 0; task < tasks; ++task) m_tasks[task]->updateDetail(m_details[task]);
   }
 
+  /// Takes the details that were published to it, one after the other.
   void sum() {
-    for (std::size_t task = 0; task < m_details.size(); ++task) {
+    for (std::size_t task = 0; task < m_next.size(); ++task) {
       SSum* sums = &m_sums[task * static_cast<std::size_t>(m_load.size().rows)];
       std::fill(sums, sums + m_load.size().rows, SSum());
-      const auto& orders = m_details[task]->m_orders;
+      const auto& orders = m_next[task]->m_orders;
       for (std::size_t i = 0; i < orders.size(); ++i) add(*orders[i], sums[m_rowOfOrder[i]]);
+      m_floor[task] = std::move(m_next[task]);
     }
   }
 
@@ -93,6 +120,8 @@ class CModelRun {
   const CLoad& m_load;
   int m_nSecond = 0;
   std::vector<ksservice::CTaskDetailPtr> m_details;
+  std::vector<ksservice::CTaskDetailPtr> m_next;   ///< published to the floor
+  std::vector<ksservice::CTaskDetailPtr> m_floor;  ///< ... and taken
   std::vector<boost::shared_ptr<TC::CBasketTask>> m_tasks;
   std::vector<int> m_rowOfOrder;
   std::vector<SSum> m_sums;
@@ -108,17 +137,40 @@ void runModel(const CLoad& load, int runs, CReport& report) {
     report.add(name, subject, measure(runs, limit, prepare, work));
   };
   const auto fresh = [&] { run.publishFresh(); };
-  const auto shared = [&] { run.publishShared(); };
   const auto update = [&] { run.update(run.tasks()); };
   const auto sum = [&] { run.sum(); };
-  add(QStringLiteral("every task, fresh orders"), MODEL, fresh, update);
+  add(work::ALL_FRESH, MODEL, fresh, update);
+  run.publishToFloor();
   run.sum();
   run.check();
-  add(QStringLiteral("every task, fresh orders"), FLOOR, fresh, sum);
-  run.update(run.tasks());
-  add(QStringLiteral("every task, shared orders"), MODEL, shared, update);
-  add(QStringLiteral("every task, shared orders"), FLOOR, shared, sum);
-  add(QStringLiteral("one task, fresh orders"), MODEL, fresh, [&] { run.update(1); });
+  add(
+      work::ALL_FRESH, FLOOR, [&] { run.publishToFloor(); }, sum);
+  add(
+      work::SOME_FRESH, MODEL, [&] { run.publishFills(); }, update);
+  add(
+      work::SOME_FRESH, FLOOR, [&] { run.publishToFloor(); }, sum);
+  run.check();
+  add(
+      work::NONE_FRESH, MODEL, [&] { run.publishShared(); }, update);
+  add(work::ONE_TASK, MODEL, fresh, [&] { run.update(1); });
+}
+
+void measureModelBytes(const CLoad& load, CReport& report) {
+  std::vector<ksservice::CTaskDetailPtr> details;
+  for (int second = 0; second < 2; ++second) {
+    for (int task = 0; task < load.size().tasks; ++task) details.push_back(load.detail(task, second));
+  }
+  std::vector<boost::shared_ptr<TC::CBasketTask>> tasks;
+  for (int task = 0; task < load.size().tasks; ++task) {
+    const int id = details[static_cast<std::size_t>(task)]->m_nTaskId;
+    tasks.push_back(boost::make_shared<TC::CBasketTask>(TC::taskKey(id), id, id));
+  }
+  for (std::size_t i = 0; i < details.size(); ++i) tasks[i % tasks.size()]->updateDetail(details[i]);
+  const double with = heapBytes();
+  tasks.clear();
+  const double rows = static_cast<double>(load.size().tasks) * load.size().rows;
+  report.addValue(load.size().ordersPerRow == 1 ? work::MODEL_BYTES_ONE : work::MODEL_BYTES_TEN, MODEL,
+                  (with - heapBytes()) / rows, QStringLiteral("bytes"));
 }
 
 }  // namespace bench

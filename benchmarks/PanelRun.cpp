@@ -1,13 +1,11 @@
 #include "PanelRun.h"
 
-#include <QApplication>
+#include <QElapsedTimer>
 #include <QTimer>
 #include <algorithm>
 #include <ctime>
 
-#include "CBasketTasksPanel.h"
-#include "CHpfBasketStatusTable.h"
-#include "View.h"
+#include "PanelDriver.h"
 
 namespace bench {
 namespace {
@@ -48,63 +46,13 @@ class CGapWatch {
   double m_dLongest = 0;
 };
 
-class CPanelRun {
- public:
-  CPanelRun(desk::CDesk& desk, desk::CHostServices& services, const CLoad& load)
-      : m_desk(desk), m_services(services), m_load(load), m_panel(1, nullptr) {
-    m_panel.setTradeType(EMTT_Stock);
-    m_pTable = m_panel.findChild<TC::CHpfBasketStatusTable*>();
-    m_panel.resize(1600, 900);
-    m_panel.show();
-    QObject::connect(&m_panel, &TC::CBasketTasksPanel::sigRunningTasks, [this] { ++m_nRefreshes; });
-    publish();
-    refresh();
-  }
-
-  /// Publishes the next second of every task; not part of a refresh.
-  void publish() {
-    ++m_nSecond;
-    for (int task = 0; task < m_load.size().tasks; ++task) {
-      desk::SPublication publication;
-      publication.m_pDetail = m_load.detail(task, m_nSecond);
-      m_desk.publishTask(publication);
-    }
-  }
-
-  /// One refresh, from the timer to the repaint. Gives its wall time in milliseconds.
-  double refresh() {
-    QElapsedTimer wall;
-    wall.start();
-    const int before = m_nRefreshes;
-    m_services.manualClock()->advanceTo(m_services.manualClock()->clockMSec() + 1001);
-    m_services.manualClock()->firePendingTimer();
-    while (m_nRefreshes == before) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    m_pTable->viewport()->repaint();
-    return static_cast<double>(wall.nsecsElapsed()) / 1e6;
-  }
-
-  static void idle(double msec) {
-    QElapsedTimer wall;
-    wall.start();
-    while (static_cast<double>(wall.nsecsElapsed()) / 1e6 < msec) {
-      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-  }
-
- private:
-  desk::CDesk& m_desk;
-  desk::CHostServices& m_services;
-  const CLoad& m_load;
-  TC::CBasketTasksPanel m_panel;
-  TC::CHpfBasketStatusTable* m_pTable = nullptr;
-  int m_nSecond = 0;
-  int m_nRefreshes = 0;
-};
-
 }  // namespace
 
 void runPanel(desk::CDesk& desk, desk::CHostServices& services, const CLoad& load, int runs, CReport& report) {
-  CPanelRun run(desk, services, load);
+  CPanelDriver run(desk, services, load);
+  run.open();
+  run.publish();
+  run.refresh();
   std::vector<double> gui;
   std::vector<double> worker;
   std::vector<double> gaps;
@@ -125,7 +73,7 @@ void runPanel(desk::CDesk& desk, desk::CHostServices& services, const CLoad& loa
       gaps.push_back(gap.longest());
     }
     CGapWatch gap;
-    CPanelRun::idle(wall);
+    CPanelDriver::idle(wall);
     idleGaps.push_back(gap.longest());
   }
   const auto add = [&](const QString& name, const std::vector<double>& values) {

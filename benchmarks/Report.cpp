@@ -7,7 +7,7 @@ namespace bench {
 namespace {
 
 const QString MILLISECONDS = QStringLiteral("ms");
-constexpr int WORK_WIDTH = 38;
+constexpr int WORK_WIDTH = 42;
 constexpr int CELL_WIDTH = 23;
 
 QString number(double value) { return QString::number(value, 'f', value < 10 ? 2 : value < 100 ? 1 : 0); }

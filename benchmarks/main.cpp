@@ -13,6 +13,9 @@
 #include "FeedRun.h"
 #include "ModelRun.h"
 #include "PanelRun.h"
+#include "TableRun.h"
+#include "TurnRun.h"
+#include "WorkerRun.h"
 #include "Works.h"
 #include "utils/Log.h"
 
@@ -99,12 +102,16 @@ class CBench {
     CLimit limit;
     {
       CBoard board(load);
+      runTable(board, RUNS, report);
       runWorks([&] { return makePanelTable(board); }, board, limit, RUNS, report);
       runWorks([&] { return makeFloor(board); }, board, limit, RUNS, report);
       if (!m_options.tableOnly) runPeers(board, limit, report);
     }
     runPanel(desk, services, load, RUNS, report);
-    finish(report, judge(report));
+    runTurns(desk, services, load, RUNS, report);
+    runWorker(load, RUNS, report);
+    measureModelBytes(load, report);
+    finish(report, judge(report, tasks * ROWS_PER_TASK));
   }
 
   void runPeers(CBoard& board, CLimit& limit, CReport& report) const {
@@ -127,7 +134,8 @@ class CBench {
                         .arg(ROWS_PER_TASK * ORDERS_PER_ROW)
                         .arg(RUNS));
     runModel(load, RUNS, report);
-    finish(report, QString());
+    measureModelBytes(load, report);
+    finish(report, judge(report, tasks * ROWS_PER_TASK));
   }
 
   /// False when the screen fell behind the feed.
