@@ -109,9 +109,7 @@ class CTurnRun {
     m_driver.refresh();
     m_desk.forgetTasks();
   }
-  void startDay() {
-    m_services.announceTradingDay("20261124");
-  }
+  void startDay() { m_services.announceTradingDay("20261124"); }
 
   void time(const char* name, const std::function<void()>& prepare, const std::function<void()>& act) {
     std::vector<double> turns;

@@ -48,6 +48,18 @@ double CHpfBasketStatusTableData::sortNumber(int column) const {
   return figure ? figure(data()) : 0;
 }
 
+bool CHpfBasketStatusTableData::childFigures(int column, std::vector<ChildFigure>& out) const {
+  const SortFigure figure =
+      column >= 0 && column < EBC_Count ? basketColumns()[static_cast<std::size_t>(column)].sortFigure : nullptr;
+  const std::vector<SRowShape>& shape = m_pBlock->shape();
+  if (!figure || m_pBlock->nodes.size() != shape.size()) return false;
+  for (std::size_t row = static_cast<std::size_t>(m_nRow) + 1; row < shape.size(); ++row) {
+    if (shape[row].parent == m_nRow)
+      out.emplace_back(m_pBlock->nodes[row], figure(m_pBlock->data(static_cast<int>(row))));
+  }
+  return true;
+}
+
 double CHpfBasketStatusTableData::getChangedValue(int column) {
   if (column != EBC_Amount || m_nReadVersion == m_pBlock->version()) return 0;
   m_nReadVersion = m_pBlock->version();

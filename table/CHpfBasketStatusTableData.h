@@ -27,6 +27,7 @@ class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
   QString scriptName() const override;
   QString nodeKey() const override;
   int sortOrder() const override;
+  bool childFigures(int column, std::vector<ChildFigure>& out) const override;
   QString text(int column) const override;
   /// The amount of a root; 0 for every other cell, so that the statistics line counts each task once.
   double number(int column) const override;

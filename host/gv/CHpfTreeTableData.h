@@ -3,6 +3,8 @@
 
 #include <boost/shared_ptr.hpp>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "gv/IBaseHpfTableData.h"
 
@@ -23,6 +25,11 @@ class CHpfTreeTableData : public IBaseHpfTableData {
   virtual QString nodeKey() const { return key(); }
   /// Place among the roots while no column is sorted; roots of equal order keep their arrival.
   virtual int sortOrder() const { return std::numeric_limits<int>::max(); }
+  /// A child's node, as CHpfTreeTableModel::nodeOf names it, and its sortNumber.
+  using ChildFigure = std::pair<int, double>;
+  /// Appends the figures by which all rows right below sort, in any order; false for a row that does not know them
+  /// together, whose children are asked one by one then. A sort is mostly made of fetching scattered records.
+  virtual bool childFigures(int /*column*/, std::vector<ChildFigure>& /*out*/) const { return false; }
 
   /// Null for a root and for a row that is in no table.
   const CHpfTreeTableData* parent() const { return m_pParent; }

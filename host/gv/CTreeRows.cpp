@@ -262,15 +262,40 @@ bool CTreeRows::textLess(const STextKey& a, const STextKey& b) const {
   return a.own < b.own;
 }
 
-bool CTreeRows::sortByNumber(std::vector<int>& children) const {
-  static thread_local std::vector<SSortKey> keys;
-  keys.clear();
+/// The keys of all children in their order of now, by the parent's word; false, and none, where it does not know them.
+bool CTreeRows::gatherTogether(int parent, std::vector<SSortKey>& keys) const {
+  if (parent == kTop || m_nSortColumn < 0 || m_eSortBy != ESortBy::Number) return false;
+  static thread_local std::vector<CHpfTreeTableData::ChildFigure> figures;
+  static thread_local std::vector<double> byRank;
+  figures.clear();
+  if (!row(parent)->childFigures(m_nSortColumn, figures)) return false;
+  const SFamily& own = m_families[static_cast<std::size_t>(at(parent).family)];
+  if (figures.size() != own.children.size()) return false;
+  byRank.resize(static_cast<std::size_t>(own.nextRank));
+  for (const auto& [node, figure] : figures) {
+    if (node < 1 || at(node).parent != parent) return false;
+    byRank[static_cast<std::size_t>(at(node).rank)] = figure;
+  }
+  const bool descending = m_eSortOrder == Qt::DescendingOrder;
+  for (const int child : own.children) {
+    keys.push_back({figureKey(byRank[static_cast<std::size_t>(at(child).rank)], descending), ownKey(child), child});
+  }
+  return true;
+}
+
+void CTreeRows::gatherOneByOne(const std::vector<int>& children, std::vector<SSortKey>& keys) const {
   const std::size_t count = children.size();
   for (std::size_t i = 0; i < count; ++i) {
     // The records lie scattered in memory; asking for them ahead halves the time of this loop.
     if (i + kPrefetch < count) __builtin_prefetch(row(children[i + kPrefetch]).get());
     keys.push_back(sortKey(children[i]));
   }
+}
+
+bool CTreeRows::sortByNumber(int parent, std::vector<int>& children) const {
+  static thread_local std::vector<SSortKey> keys;
+  keys.clear();
+  if (!gatherTogether(parent, keys)) gatherOneByOne(children, keys);
   if (std::is_sorted(keys.begin(), keys.end())) return false;
   sortByKey(keys);
   std::transform(keys.begin(), keys.end(), children.begin(), [](const SSortKey& key) { return key.node; });
@@ -294,7 +319,7 @@ bool CTreeRows::ensureSorted(int parent) {
   if (entry.sortStamp == m_nSortStamp) return false;
   entry.sortStamp = m_nSortStamp;
   if (entry.children.size() < 2) return false;
-  return sortsByNumber(parent) ? sortByNumber(entry.children) : sortByText(entry.children);
+  return sortsByNumber(parent) ? sortByNumber(parent, entry.children) : sortByText(entry.children);
 }
 
 bool CTreeRows::refreshOrder(int node) {

@@ -126,7 +126,9 @@ class CTreeRows {
   STextKey textKey(int node) const;
   SSortKey sortKey(int node) const;
   bool textLess(const STextKey& a, const STextKey& b) const;
-  bool sortByNumber(std::vector<int>& children) const;
+  bool gatherTogether(int parent, std::vector<SSortKey>& keys) const;
+  void gatherOneByOne(const std::vector<int>& children, std::vector<SSortKey>& keys) const;
+  bool sortByNumber(int parent, std::vector<int>& children) const;
   bool sortByText(std::vector<int>& children) const;
   std::uint64_t ownKey(int node) const { return ownOrderKey(orderOf(node), at(node).rank); }
   bool isBeforeInOwnOrder(int a, int b) const;

@@ -38,7 +38,7 @@ TEST_F(COperationsTest, OneRecordGoesToEveryDetailWhereItRuns) {
 /// What a host does not take reaches the others all the same, and the user is told.
 TEST_F(COperationsTest, AHostThatFailsAtOneDetailKeepsNoneFromItsCancel) {
   host.setMeeting([](const std::string& key) {
-    if (key == "operate 123" || key == "operate 123-2") throw std::runtime_error("the host fails");
+    if (key.rfind("operate 123", 0) == 0) throw std::runtime_error("the host fails");
   });
   std::vector<QString> faults;
   QObject::connect(&task, &TC::CBasketTask::sigShowOperateOrbTaskError,
@@ -66,7 +66,7 @@ TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
 }
 
 TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
-  const auto events = [this](int status, void (TC::CBasketTask::*operate)(QString)) {
+  const auto events = [this](int status, const auto& operate) {
     DetailPtr made = twoLines();
     made->m_params.front().m_nOrderType = EORT_Algo;
     made->m_nStatus = status;
@@ -74,15 +74,18 @@ TEST_F(COperationsTest, StatusIsTakenOnceTheDetailsAgree) {
     root.m_nStatus = ETS_Unknown;
     root.m_bPatching = true;
     takeEvents();
-    (task.*operate)("");
+    operate();
     return takeEvents() + std::to_string(root.m_nStatus) + (root.m_bPatching ? " marked" : "");
   };
-  EXPECT_EQ(events(ETS_Running, &TC::CBasketTask::cancel), "0 marked");
-  EXPECT_EQ(events(ETS_ExecutionError, &TC::CBasketTask::cancel), "status T 8 11\n8");
-  EXPECT_EQ(events(ETS_Running, &TC::CBasketTask::pause), "0 marked");
-  EXPECT_EQ(events(ETS_Paused, &TC::CBasketTask::pause), "status T 4 11\n4 marked");
-  EXPECT_EQ(events(ETS_Paused, &TC::CBasketTask::resume), "0 marked");
-  EXPECT_EQ(events(ETS_Running, &TC::CBasketTask::resume), "status T 3 11\n3 marked");
+  const auto cancel = [this] { task.cancel(""); };
+  const auto pause = [this] { task.pause(""); };
+  const auto resume = [this] { task.resume(""); };
+  EXPECT_EQ(events(ETS_Running, cancel), "0 marked");
+  EXPECT_EQ(events(ETS_ExecutionError, cancel), "status T 8 11\n8");
+  EXPECT_EQ(events(ETS_Running, pause), "0 marked");
+  EXPECT_EQ(events(ETS_Paused, pause), "status T 4 11\n4 marked");
+  EXPECT_EQ(events(ETS_Paused, resume), "0 marked");
+  EXPECT_EQ(events(ETS_Running, resume), "status T 3 11\n3 marked");
 }
 
 TEST_F(COperationsTest, CancelledTaskWithNothingButItsHedgeUnfinishedIsDropped) {

@@ -1,7 +1,9 @@
 /// The rows of the status table: their names, their state, what they show and which of them are hidden.
+#include <optional>
 #include <set>
 
 #include "CHpfBasketDelegates.h"
+#include "Random.h"
 #include "StatusTableFixture.h"
 
 namespace {
@@ -220,6 +222,33 @@ TEST_F(StatusTable, APassOfTheFilterLooksAgainAtATaskThatAnnouncedAStatus) {
     EXPECT_EQ(running(), status == ksservice::ETS_Running ? 1 : 0);
   }
   EXPECT_EQ(rows(), "1\n  SH.600000买入\n");
+}
+
+/// Under every parent, whatever the amounts become and whichever way it is sorted; equal ones in their own order.
+TEST_F(StatusTable, RowsStandByTheirAmountsInARefreshToo) {
+  test::Random random(7);
+  std::vector<std::pair<std::string, int>> first, second;
+  for (int i = 0; i < 90; ++i) (i % 3 ? first : second).emplace_back(std::to_string(600000 + i), 0);
+  for (int round = 0; round < 12; ++round) {
+    for (auto* account : {&first, &second}) {
+      for (auto& row : *account) row.second = test::chance(random, 30) ? test::below(random, 20) * 10 : row.second;
+    }
+    const bool descending = round % 4 < 2;
+    m_table.sortByColumn(EBC_Amount, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    show(1, "A1", "1001", first);
+    show(2, "A2", "1002", second);
+    int rows = 0;
+    std::optional<std::pair<double, QString>> last;
+    m_table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
+      if (depth == 1) last.reset();
+      if (depth != 2) return;
+      ++rows;
+      const std::pair<double, QString> mine(row.sortNumber(EBC_Amount) * (descending ? -1 : 1), row.scriptName());
+      EXPECT_TRUE(!last || *last < mine) << round << " " << mine.second.toStdString();
+      last = mine;
+    });
+    EXPECT_EQ(rows, 90);
+  }
 }
 
 }  // namespace
