@@ -133,7 +133,7 @@ TEST_F(PanelCycle, NothingIsKeptOfEarlierDays) {
   run(1);
   const std::size_t before = mallinfo2().uordblks;
   run(1 + DAYS);
-  EXPECT_LT(mallinfo2().uordblks, before + DAYS * 1000);
+  EXPECT_LT(mallinfo2().uordblks, before + DAYS * std::size_t{1000});
 #endif
 }
 

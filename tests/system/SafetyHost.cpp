@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <boost/make_shared.hpp>
 
 #include "ksservice/Operations.h"
 #include "utils/Keys.h"
