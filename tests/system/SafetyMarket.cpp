@@ -69,6 +69,7 @@ int CSafetyMarket::make(COrderCommand command, const Lines& lines) {
     CTaskDetail& state = m_subTasks.emplace_back().m_state;
     state.m_nTaskId = m_nTasks;
     state.m_nNumber = ++number;
+    state.m_nBusinessNumber = 0;
     state.m_strKey = CTaskDetail::genKey(m_nTasks, number);
     state.m_nStatus = ETS_Running;
     state.m_nStartTime = seconds();
