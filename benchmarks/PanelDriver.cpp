@@ -22,7 +22,6 @@ double millisecondsOf(const QElapsedTimer& timer) { return static_cast<double>(t
 
 void CPanelDriver::open() {
   m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
-  m_pPanel->setTradeType(EMTT_Stock);
   m_pTable = m_pPanel->findChild<TC::CHpfBasketStatusTable*>();
   m_pPanel->resize(1600, 900);
   m_pPanel->show();

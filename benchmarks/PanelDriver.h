@@ -17,8 +17,10 @@ class CPanelDriver {
   CPanelDriver(desk::CDesk& desk, desk::CHostServices& services, const CLoad& load)
       : m_desk(desk), m_services(services), m_load(load) {}
 
-  /// Opens a panel, shown, which loads what the desk knows.
+  /// Opens a panel, shown and empty.
   void open();
+  /// Has it load what the desk knows.
+  void load() { m_pPanel->setTradeType(EMTT_Stock); }
   void close() { m_pPanel.reset(); }
   TC::CBasketTasksPanel& panel() { return *m_pPanel; }
   TC::CHpfBasketStatusTable& table() { return *m_pTable; }

@@ -51,6 +51,7 @@ class CGapWatch {
 void runPanel(desk::CDesk& desk, desk::CHostServices& services, const CLoad& load, int runs, CReport& report) {
   CPanelDriver run(desk, services, load);
   run.open();
+  run.load();
   run.publish();
   run.refresh();
   std::vector<double> gui;

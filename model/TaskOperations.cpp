@@ -1,5 +1,6 @@
 #include "TaskOperations.h"
 
+#include <QCoreApplication>
 #include <boost/make_shared.hpp>
 
 #include "OwnDetails.h"
@@ -59,11 +60,14 @@ void pauseOrResume(const CTaskDetail& detail, const OpRecordPtr& record) {
   }
 }
 
-/// A host that fails at one detail must not keep the others from their operation.
+/// A host that fails at one detail must not keep the others from their operation. It is told as a refusal is, when the
+/// operation has done its part: a drop that could not be sent must undo what the drop has announced.
 void orTell(const CTaskDetail& detail, const OpRecordPtr& record, const OperationReply& reply,
             const std::function<void()>& work) {
   if (utils::guarded("CBasketTask::sendOperation", detail.getKey(), work)) return;
-  reply(utils::KSError("任务 " + detail.getKey() + " 的操作未能发出"), {}, record->m_nOperation);
+  const utils::KSError fault("任务 " + detail.getKey() + " 的操作未能发出");
+  QMetaObject::invokeMethod(
+      QCoreApplication::instance(), [=] { reply(fault, {}, record->m_nOperation); }, Qt::QueuedConnection);
 }
 
 }  // namespace

@@ -8,6 +8,15 @@
 #include "gv/CUiResource.h"
 
 namespace TC {
+namespace {
+
+/// Null for a column that sorts by its text, and for none.
+SortFigure sortFigureOf(int column) {
+  if (column < 0 || column >= EBC_Count) return nullptr;
+  return basketColumns()[static_cast<std::size_t>(column)].sortFigure;
+}
+
+}  // namespace
 
 void CHpfBasketStatusTableData::bind(CTaskBlock* block, int row) {
   m_pBlock = block;
@@ -43,19 +52,19 @@ double CHpfBasketStatusTableData::number(int column) const {
 }
 
 double CHpfBasketStatusTableData::sortNumber(int column) const {
-  if (column < 0 || column >= EBC_Count) return 0;
-  const SortFigure figure = basketColumns()[static_cast<std::size_t>(column)].sortFigure;
+  const SortFigure figure = sortFigureOf(column);
   return figure ? figure(data()) : 0;
 }
 
 bool CHpfBasketStatusTableData::childFigures(int column, std::vector<ChildFigure>& out) const {
-  const SortFigure figure =
-      column >= 0 && column < EBC_Count ? basketColumns()[static_cast<std::size_t>(column)].sortFigure : nullptr;
+  const SortFigure figure = sortFigureOf(column);
   const std::vector<SRowShape>& shape = m_pBlock->shape();
   if (!figure || m_pBlock->nodes.size() != shape.size()) return false;
-  for (std::size_t row = static_cast<std::size_t>(m_nRow) + 1; row < shape.size(); ++row) {
-    if (shape[row].parent == m_nRow)
-      out.emplace_back(m_pBlock->nodes[row], figure(m_pBlock->data(static_cast<int>(row))));
+  const auto own = static_cast<std::size_t>(m_nRow);
+  // What stands below a row follows it.
+  for (std::size_t row = own + 1; row < shape.size() && shape[row].depth > shape[own].depth; ++row) {
+    if (shape[row].parent != m_nRow) continue;
+    out.emplace_back(m_pBlock->nodes[row], figure(m_pBlock->data(static_cast<int>(row))));
   }
   return true;
 }

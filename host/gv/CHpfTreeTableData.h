@@ -28,7 +28,8 @@ class CHpfTreeTableData : public IBaseHpfTableData {
   /// A child's node, as CHpfTreeTableModel::nodeOf names it, and its sortNumber.
   using ChildFigure = std::pair<int, double>;
   /// Appends the figures by which all rows right below sort, in any order; false for a row that does not know them
-  /// together, whose children are asked one by one then. A sort is mostly made of fetching scattered records.
+  /// together, whose children are asked one by one then. It spares a refresh of a sorted table the fetching of
+  /// scattered records.
   virtual bool childFigures(int /*column*/, std::vector<ChildFigure>& /*out*/) const { return false; }
 
   /// Null for a root and for a row that is in no table.

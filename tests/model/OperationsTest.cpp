@@ -46,7 +46,18 @@ TEST_F(COperationsTest, AHostThatFailsAtOneDetailKeepsNoneFromItsCancel) {
   std::string sends;
   for (const auto& call : cancelMixedTask()) sends += nameOf(call) + "\n";
   EXPECT_EQ(sends, "server 124-1\nlocal 125@A1\nhedge stop 123\n");
+  QCoreApplication::processEvents();
   EXPECT_EQ(faults, (std::vector<QString>{"任务 123-1 的操作未能发出", "任务 123-2 的操作未能发出"}));
+}
+
+/// A drop that was not sent is none, on screen and for the patches that are on their way.
+TEST_F(COperationsTest, ADropThatCouldNotBeSentIsUndone) {
+  update(cancelled(1000, 400));
+  host.setMeeting([](const std::string&) { throw std::runtime_error("the host fails"); });
+  takeEvents();
+  task.drop("");
+  QCoreApplication::processEvents();
+  EXPECT_EQ(takeEvents(), "status T 11 0\nended T\nstatus T 8 0\nbox Operate task fail|任务 123-1 的操作未能发出\n");
 }
 
 TEST_F(COperationsTest, ServerKnowsALargeTaskByItsAlgorithmButForADrop) {
