@@ -23,7 +23,7 @@ CBoard::CBoard(const CLoad& load) : m_load(load) {
     task->getRoot()->setHpfTreeKey(TC::taskDisplayId(detail->m_pCommand->m_nTraderType, id));
     task->updateDetail(detail);
     m_tasks.push_back(task);
-    m_blocks.push_back(std::make_unique<TC::CTaskBlock>());
+    m_blocks.push_back(std::make_unique<TC::CTaskBlock>(TC::EPD_Amount));
   }
   snapshot();
 }

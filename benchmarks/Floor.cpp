@@ -21,7 +21,7 @@ class CFloor : public ISubject {
     m_figures.shrink_to_fit();
     m_figures.reserve(static_cast<std::size_t>(m_board.rowCount()));
     for (int task = 0; task < m_board.taskCount(); ++task) {
-      const auto& figures = m_board.rows(task).figures();
+      const auto& figures = (*m_board.rows(task).rows().figures);
       m_figures.insert(m_figures.end(), figures.begin(), figures.end());
     }
     setExpanded(true);
@@ -32,7 +32,7 @@ class CFloor : public ISubject {
     auto to = m_figures.begin();
     std::size_t next = 0;
     for (int task = 0; task < m_board.taskCount() && next < change.tasks.size(); ++task) {
-      const auto& figures = m_board.rows(task).figures();
+      const auto& figures = (*m_board.rows(task).rows().figures);
       if (change.tasks[next] == task) {
         const auto rows = change.rows > 0 ? static_cast<std::ptrdiff_t>(change.rows) : figures.end() - figures.begin();
         std::copy(figures.begin(), figures.begin() + rows, to);
@@ -116,14 +116,14 @@ class CFloor : public ISubject {
     std::vector<SKey> keys;
     keys.reserve(static_cast<std::size_t>(m_board.taskCount()));
     for (int task = 0; task < m_board.taskCount(); ++task) {
-      keys.push_back({m_board.rows(task).figures().front().tradedAmount, task, 0});
+      keys.push_back({(*m_board.rows(task).rows().figures).front().tradedAmount, task, 0});
     }
     return keys;
   }
 
   std::vector<SKey> children(int task) const {
     std::vector<SKey> keys;
-    const auto& figures = m_board.rows(task).figures();
+    const auto& figures = (*m_board.rows(task).rows().figures);
     keys.reserve(figures.size());
     for (std::size_t row = 1; row < figures.size(); ++row) {
       keys.push_back({figures[row].tradedAmount, task, static_cast<int>(row)});

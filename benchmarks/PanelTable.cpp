@@ -33,7 +33,7 @@ class CPanelTable : public ISubject {
   void unsort() override { m_table.sortByColumn(-1, Qt::AscendingOrder); }
   QString exportText() override {
     QString text;
-    const TC::CTableSnapshot snapshot(*m_table.dataModel(), m_table.processDisplayMode());
+    const TC::CTableSnapshot snapshot(*m_table.dataModel());
     const auto append = [&text](const QString& lines) {
       text += lines;
       return true;

@@ -17,17 +17,19 @@ struct SSpec {
   SortFigure sortFigure = nullptr;
 };
 
-QString nameText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.instrumentName; }
+QString nameText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.instrument.name; }
 QString tradeParamText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.tradeParam; }
 QString investRemarkText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.investRemark; }
 QString accountText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.account; }
 QString accountNameText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.accountName; }
 QString typeText(const CHpfBasketStatusData& row, EProcessDisplay) { return tradeTypeText(row.shape.operations); }
-QString amountText(const CHpfBasketStatusData& row, EProcessDisplay) {
-  return QString::number(row.figures.amount, 'f', 2);
+QString amountText(const CHpfBasketStatusData& row, EProcessDisplay) { return QString::number(row.amount(), 'f', 2); }
+QString startText(const CHpfBasketStatusData& row, EProcessDisplay) {
+  return timeText(row.isRoot() ? row.facts.startMSec : -1);
 }
-QString startText(const CHpfBasketStatusData& row, EProcessDisplay) { return timeText(row.figures.startMSec); }
-QString endText(const CHpfBasketStatusData& row, EProcessDisplay) { return timeText(row.figures.endMSec); }
+QString endText(const CHpfBasketStatusData& row, EProcessDisplay) {
+  return timeText(row.isRoot() ? row.facts.endMSec : -1);
+}
 QString stateText(const CHpfBasketStatusData& row, EProcessDisplay) {
   return statusText(row.statusText, row.figures.status);
 }
@@ -37,7 +39,7 @@ QString sourceText(const CHpfBasketStatusData& row, EProcessDisplay) {
 QString unfilledText(const CHpfBasketStatusData& row, EProcessDisplay) { return QString::number(row.figures.unfilled); }
 QString algoTagText(const CHpfBasketStatusData& row, EProcessDisplay) { return row.texts.algoTag; }
 
-double amountFigure(const CHpfBasketStatusData& row) { return row.figures.amount; }
+double amountFigure(const CHpfBasketStatusData& row) { return row.amount(); }
 double unfilledFigure(const CHpfBasketStatusData& row) { return row.figures.unfilled; }
 double progressFigure(const CHpfBasketStatusData& row) {
   return row.figures.totalVolume > 0 ? static_cast<double>(row.figures.tradedVolume) / row.figures.totalVolume : 0;

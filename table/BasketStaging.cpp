@@ -1,6 +1,5 @@
 #include "BasketStaging.h"
 
-#include <QHash>
 #include <algorithm>
 #include <utility>
 
@@ -11,24 +10,37 @@
 namespace TC {
 namespace {
 
-void keepStart(int shown, SRowFigures& figures) {
-  if (shown >= 0) figures.startMSec = shown;
+/// Where each row of a shape was in the one before.
+std::vector<int> placesBefore(const ShapePtr& before, const IndexPtr& index, const std::vector<SRowShape>& shape) {
+  std::vector<int> places(shape.size(), -1);
+  if (!before) return places;
+  for (std::size_t i = 0; i < shape.size(); ++i) places[i] = index->find(*before, rowKey(shape[i]));
+  return places;
 }
 
-/// A start time that a row showed stays, whatever becomes of the node's and of the tree. shown: figures of the rows of
-/// before, which have the same places unless the shape is another.
-void keepStarts(const std::vector<SRowShape>& before, const std::vector<SRowFigures>& shown,
-                const std::vector<SRowShape>& shape, std::vector<SRowFigures>& figures) {
-  if (&before == &shape) {
-    for (std::size_t i = 0; i < figures.size(); ++i) keepStart(shown[i].startMSec, figures[i]);
+/// values in the places of the rows now; 0 for a row that is new.
+AmountsPtr moved(const AmountsPtr& values, const std::vector<int>& before) {
+  if (!values) return nullptr;
+  auto placed = std::make_shared<std::vector<double>>(before.size());
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    if (before[i] >= 0) (*placed)[i] = (*values)[static_cast<std::size_t>(before[i])];
+  }
+  return placed;
+}
+
+/// What the GUI thread has not taken yet stays valid where the newer copy brings nothing of its own.
+void join(SStagedTask& waiting, SStagedTask& newer) {
+  if (!newer.texts) newer.texts = std::move(waiting.texts);
+  if (!newer.shape) {
+    newer.amountsBefore = std::move(waiting.amountsBefore);
+    newer.shape = std::move(waiting.shape);
+    newer.index = std::move(waiting.index);
+    newer.before = std::move(waiting.before);
     return;
   }
-  QHash<QString, int> starts;
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    if (shown[i].startMSec >= 0) starts.insert(rowKey(before[i]), shown[i].startMSec);
-  }
-  if (starts.isEmpty()) return;
-  for (std::size_t i = 0; i < figures.size(); ++i) keepStart(starts.value(rowKey(shape[i]), -1), figures[i]);
+  newer.amountsBefore = moved(waiting.amountsBefore, newer.before);
+  if (!waiting.shape) return;
+  for (int& place : newer.before) place = place < 0 ? -1 : waiting.before[static_cast<std::size_t>(place)];
 }
 
 }  // namespace
@@ -61,7 +73,15 @@ void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
   {
     const boost::recursive_mutex::scoped_lock lock(task->mutex());
     SLast& last = lastOf(task->getKey());
-    SLast now = last.task.lock() == task ? last : SLast(last.slot);
+    SLast now = last;
+    if (last.task.lock() != task) {
+      // Its rows come anew, in the place of those that stand there.
+      now = SLast(last.slot);
+      now.shape = last.shape;
+      now.index = last.index;
+      now.amounts = last.amounts;
+      now.cleared = true;
+    }
     now.task = task;
     walk(*task, now, staged);
     // Only what will arrive is known from now on: whatever failed before this is staged anew.
@@ -78,38 +98,46 @@ CBasketStaging::SLast& CBasketStaging::lastOf(const QString& taskKey) {
 }
 
 void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& staged) {
-  const std::vector<SNode> nodes = nodesOf(task, last.figures ? last.figures->size() : 0);
+  const std::vector<SNode> nodes = nodesOf(task, last.shape ? last.shape->size() : 0);
   auto figures = std::make_shared<std::vector<SRowFigures>>(figuresOf(nodes));
-  const ShapePtr before = last.shape;
-  const bool sameShape = before && !last.cleared && last.shapeVersion == task.shapeVersion();
-  if (!sameShape) {
-    staged.shape = last.shape = std::make_shared<const std::vector<SRowShape>>(shapeOf(task, nodes, m_sharedTexts));
-    last.shapeVersion = task.shapeVersion();
-    last.cleared = false;
-    last.hedgeRow = hedgeRowOf(task, nodes);
-    last.instruments = std::make_shared<const std::vector<int>>(instrumentsOf(nodes, *last.shape, m_instruments));
-  }
-  if (before) keepStarts(*before, *last.figures, *last.shape, *figures);
+  staged.amountsBefore = last.amounts;
+  const bool sameShape = last.shape && !last.cleared && last.shapeVersion == task.shapeVersion();
+  if (!sameShape) reshape(task, nodes, last, staged);
   if (!sameShape || !sameTexts(nodes, *last.instruments, m_instruments, *last.texts)) {
-    staged.texts = last.texts =
-        std::make_shared<const std::vector<SRowTexts>>(textsOf(nodes, *last.instruments, m_instruments));
+    staged.texts = last.texts = std::make_shared<const STaskTexts>(textsOf(nodes, *last.instruments, m_instruments));
   }
-  fillAmounts(*last.shape, *last.texts, last.hedgeRow, *figures);
+  last.amounts =
+      std::make_shared<const std::vector<double>>(amountsOf(*last.shape, *last.texts, last.hedgeRow, *figures));
   last.figures = std::move(figures);
   RowFlags finished = finishedRows(nodes, *last.figures);
   if (!last.finished || *last.finished != finished) {
     last.finished = std::make_shared<const RowFlags>(std::move(finished));
   }
+  // A start time that was shown stays, whatever becomes of the node's.
+  if (last.startMSec < 0) last.startMSec = msecOfDay(task.getRoot()->m_startTime);
   fillIn(task, last, staged);
+}
+
+void CBasketStaging::reshape(const CBasketTask& task, const std::vector<SNode>& nodes, SLast& last,
+                             SStagedTask& staged) {
+  staged.shape = std::make_shared<const std::vector<SRowShape>>(shapeOf(task, nodes, m_sharedTexts));
+  staged.before = placesBefore(last.shape, last.index, *staged.shape);
+  staged.amountsBefore = moved(last.amounts, staged.before);
+  staged.index = last.index = std::make_shared<const CRowIndex>(*staged.shape);
+  last.shape = staged.shape;
+  last.shapeVersion = task.shapeVersion();
+  last.cleared = false;
+  last.hedgeRow = hedgeRowOf(task, nodes);
+  last.instruments = std::make_shared<const std::vector<int>>(instrumentsOf(nodes, *last.shape, m_instruments));
 }
 
 /// What every staged copy of a task has beside the arrays that changed.
 void CBasketStaging::fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged) {
-  const SRowFigures& root = last.figures->front();
   staged.slot = last.slot;
   staged.task = last.task;
-  staged.facts = {task.getKey(), task.getRoot()->m_strHpfTreeKey, task.getBasketName(), task.getGroupId(),
-                  last.hedgeRow, task.getRoot()->m_nStatus,       root.amount};
+  const CBasketTaskItem& root = *task.getRoot();
+  staged.facts = {task.getKey(),  root.m_strHpfTreeKey,  task.getBasketName(), task.getGroupId(),        last.hedgeRow,
+                  root.m_nStatus, last.amounts->front(), last.startMSec,       msecOfDay(root.m_endTime)};
   staged.figures = last.figures;
   staged.finished = last.finished;
 }
@@ -133,16 +161,20 @@ void CBasketStaging::stageStatus(const boost::shared_ptr<CBasketTask>& task, con
 }
 
 void CBasketStaging::putStatus(const CBasketTask& task, SLast& last, std::size_t row, const CBasketTaskItem& node) {
-  const bool sameText = (*last.texts)[row].statusText == node.m_strRemark;
+  const bool sameText = last.texts->of(row).statusText == node.m_strRemark;
   if (sameText && (*last.figures)[row].status == node.m_nStatus) return;
   SLast now = last;
   SStagedTask staged;
   auto figures = std::make_shared<std::vector<SRowFigures>>(*last.figures);
   (*figures)[row].status = node.m_nStatus;
   now.figures = std::move(figures);
+  staged.amountsBefore = last.amounts;
   if (!sameText) {
-    auto texts = std::make_shared<std::vector<SRowTexts>>(*last.texts);
-    (*texts)[row].statusText = node.m_strRemark;
+    auto texts = std::make_shared<STaskTexts>(*last.texts);
+    SRowTexts own = texts->of(row);
+    own.statusText = node.m_strRemark;
+    texts->setOf[row] = static_cast<int>(texts->sets.size());
+    texts->sets.push_back(std::move(own));
     staged.texts = now.texts = std::move(texts);
   }
   fillIn(task, now, staged);
@@ -166,9 +198,7 @@ void CBasketStaging::put(SStagedTask staged) {
     return;
   }
   SStagedTask& waiting = m_staged[m_waiting[slot].place];
-  // What the GUI thread has not taken yet stays valid where the newer copy brings nothing of its own.
-  if (!staged.shape) staged.shape = std::move(waiting.shape);
-  if (!staged.texts) staged.texts = std::move(waiting.texts);
+  join(waiting, staged);
   waiting = std::move(staged);
 }
 

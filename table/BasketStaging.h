@@ -46,10 +46,13 @@ class CBasketStaging {
     unsigned shapeVersion = 0;
     bool cleared = false;  ///< the rows are to come anew
     int hedgeRow = -1;
+    int startMSec = -1;
     std::shared_ptr<const std::vector<int>> instruments;  ///< of the rows, by number
     ShapePtr shape;
+    IndexPtr index;
     TextsPtr texts;
     FiguresPtr figures;
+    AmountsPtr amounts;  ///< what the amount column shows of the figures
     FlagsPtr finished;
   };
 
@@ -60,6 +63,7 @@ class CBasketStaging {
   };
 
   void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
+  void reshape(const CBasketTask& task, const std::vector<SNode>& nodes, SLast& last, SStagedTask& staged);
   SLast& lastOf(const QString& taskKey);
   static void fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged);
   void putStatus(const CBasketTask& task, SLast& last, std::size_t row, const CBasketTaskItem& node);

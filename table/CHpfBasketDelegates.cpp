@@ -34,7 +34,7 @@ int CHpfBasketProgressDelegate::preferredWidth() const { return GV::CUiResource:
 
 QString CHpfBasketOrderDelegate::text(const GV::IBaseHpfTableData& row) const {
   const auto& data = static_cast<const CHpfBasketStatusTableData&>(row);
-  const std::pair<int, int> counts = data.block()->orderCounts(data.row());
+  const std::pair<int, int> counts = data.taskBlock()->rows().orderCounts(data.row());
   return orderText(counts.first, counts.second);
 }
 

@@ -18,26 +18,10 @@ const QString SEPARATOR = QStringLiteral(" / ");
 const QString TEN_THOUSAND = QStringLiteral("万");
 const QString INVALID_NUMBER = QStringLiteral("非法值");
 
-/// Operations that move or vote securities and so have no amount.
-bool isAmountFree(const QVector<int>& operations) {
-  if (operations.isEmpty()) return false;
-  switch (operations.first()) {
-    case ksservice::EOT_CollateralIn:
-    case ksservice::EOT_CollateralOut:
-    case ksservice::EOT_BondRights:
-    case ksservice::EOT_ShareRights:
-    case ksservice::EOT_Vote:
-    case ksservice::EOT_CancelCommand:
-      return true;
-    default:
-      return false;
-  }
-}
-
 QString number(double value) { return GV::formatDoubleNumber(value, 2, 0, false, INVALID_NUMBER); }
 
 QString amountProgress(const CHpfBasketStatusData& row) {
-  if (isAmountFree(row.shape.operations)) return QStringLiteral("0.00 / 0.00");
+  if (row.shape.amountFree) return QStringLiteral("0.00 / 0.00");
   const SRowFigures& f = row.figures;
   const double right = f.unfilled == 0 ? f.tradedAmount : f.totalAmount;
   if (f.totalAmount / 10000 - 1 < -0.00001) return number(f.tradedAmount) + SEPARATOR + number(right);
@@ -46,8 +30,8 @@ QString amountProgress(const CHpfBasketStatusData& row) {
 
 bool isShownInUnits(const CHpfBasketStatusData& row) {
   // An empty market would be taken for any.
-  if (row.texts.market.isEmpty()) return false;
-  const std::string market = utils::exchangeShortCode(row.texts.market.toStdString());
+  if (row.instrument.market.isEmpty()) return false;
+  const std::string market = utils::exchangeShortCode(row.instrument.market.toStdString());
   const std::string code = row.shape.code.toStdString();
   return ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_SH_UNITS) ||
          ksservice::StockTypeCenter::isTypedStock(market, code, ksservice::STOCK_TYPE_SZ_UNITS);
@@ -58,7 +42,7 @@ QString quantityProgress(const CHpfBasketStatusData& row) {
   if (getUserConfig().isRawQuantity() || !isShownInUnits(row)) {
     return QString::number(f.tradedVolume) + SEPARATOR + QString::number(f.totalVolume);
   }
-  const double unit = ksservice::getStockTradeUnit(row.texts.market.toStdString(), row.shape.code.toStdString());
+  const double unit = ksservice::getStockTradeUnit(row.instrument.market.toStdString(), row.shape.code.toStdString());
   return QString::number(f.tradedVolume / unit, 'f', 2) + SEPARATOR + QString::number(f.totalVolume / unit, 'f', 2);
 }
 
@@ -92,6 +76,21 @@ QString statusTextIn(EToldIn where, int status) {
 
 }  // namespace
 
+bool isAmountFree(const QVector<int>& operations) {
+  if (operations.isEmpty()) return false;
+  switch (operations.first()) {
+    case ksservice::EOT_CollateralIn:
+    case ksservice::EOT_CollateralOut:
+    case ksservice::EOT_BondRights:
+    case ksservice::EOT_ShareRights:
+    case ksservice::EOT_Vote:
+    case ksservice::EOT_CancelCommand:
+      return true;
+    default:
+      return false;
+  }
+}
+
 QString batchStatusToString(int status) { return statusTextIn(InSignals, status); }
 
 QString tradeTypeText(const QVector<int>& operations) {
@@ -119,8 +118,10 @@ bool spansHedge(const SRowTexts& texts, const SRowFigures* hedge) {
 double shownAmount(const SRowShape& shape, const SRowTexts& texts, const SRowFigures& figures,
                    const SRowFigures* hedge) {
   if (spansHedge(texts, hedge)) return figures.tradedAmount - hedge->tradedAmount;
-  return isAmountFree(shape.operations) ? 0 : figures.tradedAmount;
+  return shape.amountFree ? 0 : figures.tradedAmount;
 }
+
+double CHpfBasketStatusData::amount() const { return shownAmount(shape, texts, figures, hedge); }
 
 QString progressText(const CHpfBasketStatusData& row, EProcessDisplay mode) {
   return mode == EPD_Quantity ? quantityProgress(row) : amountProgress(row);

@@ -19,11 +19,14 @@ struct CHpfBasketStatusData {
   const STaskFacts& facts;
   const SRowShape& shape;
   const SRowTexts& texts;
+  const SInstrumentInfo& instrument;
   const SRowFigures& figures;
   const SRowFigures* hedge;   ///< figures of the task's hedge row, null without one
   const QString& statusText;  ///< the node's own status text, or what a status signal put in its place
 
   bool isRoot() const { return shape.parent < 0; }
+  /// What the amount column shows.
+  double amount() const;
 };
 
 // The texts of the cells. Free functions of values: they are called for each cell that is painted, exported or asked
@@ -32,6 +35,8 @@ struct CHpfBasketStatusData {
 QString tradeTypeText(const QVector<int>& operations);
 /// Buy red, sell green, and blue for a mixed or empty list. Lives as long as the program.
 const QColor* tradeTypeColor(const QVector<int>& operations);
+/// Whether an operation moves or votes securities and so has no amount; of several the first decides.
+bool isAmountFree(const QVector<int>& operations);
 /// The amount that column 7 shows; without the hedge's for a row that spans the stock and the hedge account. hedge:
 /// figures of the task's hedge row, null without one.
 double shownAmount(const SRowShape& shape, const SRowTexts& texts, const SRowFigures& figures,

@@ -10,7 +10,14 @@ class CHpfBasketStatusModel : public GV::CHpfTreeTableModel {
   Q_OBJECT
 
  public:
-  explicit CHpfBasketStatusModel(QObject* parent) : GV::CHpfTreeTableModel(columns(), parent) {}
+  /// The block in which a row with the key would be, by its number; -1 for none.
+  using BlockOfKey = std::function<int(const QString& key)>;
+
+  CHpfBasketStatusModel(BlockOfKey blockOf, QObject* parent)
+      : GV::CHpfTreeTableModel(columns(), parent), m_blockOf(std::move(blockOf)) {}
+
+ protected:
+  int blockOfKey(const QString& key) const override { return m_blockOf(key); }
 
  private:
   static std::vector<GV::SColumn> columns() {
@@ -18,6 +25,8 @@ class CHpfBasketStatusModel : public GV::CHpfTreeTableModel {
     for (const SBasketColumn& entry : basketColumns()) list.push_back(entry.column);
     return list;
   }
+
+  BlockOfKey m_blockOf;
 };
 
 }  // namespace TC

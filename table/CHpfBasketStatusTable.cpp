@@ -1,7 +1,5 @@
 #include "CHpfBasketStatusTable.h"
 
-#include <boost/make_shared.hpp>
-
 #include "CBasketTask.h"
 #include "CHpfBasketStatusModel.h"
 #include "TaskKeys.h"
@@ -12,19 +10,26 @@ namespace TC {
 namespace {
 
 void logRow(const char* what, const STaskRows& rows, int row) {
-  auto& log = utils::CLogCenter::instance();
-  if (!log.isDebugEnabled()) return;
-  log.debug("m_statusMap " + std::string(what) + " key " + rows.key(row).toStdString() + ".");
+  utils::CLogCenter::instance().debug("m_statusMap " + std::string(what) + " key " + rows.key(row).toStdString() + ".");
 }
 
-/// Whether a row that stays gets another parent.
-bool movesRows(const CTaskBlock& block, const std::vector<SRowShape>& shape, const std::vector<int>& before) {
-  for (std::size_t i = 0; i < shape.size(); ++i) {
-    if (before[i] < 0) continue;
-    const int parent = shape[i].parent < 0 ? -1 : before[static_cast<std::size_t>(shape[i].parent)];
-    if (block.shape()[static_cast<std::size_t>(before[i])].parent != parent) return true;
+/// Tells of the rows that go with a new shape, and of those that come.
+void logGoing(const STaskRows& rows, const std::vector<int>& before) {
+  if (!utils::CLogCenter::instance().isDebugEnabled()) return;
+  RowFlags stays(static_cast<std::size_t>(rows.size()));
+  for (const int place : before) {
+    if (place >= 0) stays.set(static_cast<std::size_t>(place));
   }
-  return false;
+  for (int row = 0; row < rows.size(); ++row) {
+    if (!stays[static_cast<std::size_t>(row)]) logRow("remove", rows, row);
+  }
+}
+
+void logComing(const STaskRows& rows, const std::vector<int>& before) {
+  if (!utils::CLogCenter::instance().isDebugEnabled()) return;
+  for (int row = 0; row < rows.size(); ++row) {
+    if (before[static_cast<std::size_t>(row)] < 0) logRow("insert", rows, row);
+  }
 }
 
 }  // namespace
@@ -34,7 +39,7 @@ CHpfBasketStatusTable::CHpfBasketStatusTable(int id, QWidget* parent) : GV::CHpf
   createUi();
 }
 
-// The rows view the blocks, so they go first.
+// The model views the blocks, so it goes first.
 CHpfBasketStatusTable::~CHpfBasketStatusTable() { dataModel()->clear(); }
 
 void CHpfBasketStatusTable::clearTask(const CBasketTask& task) { m_staging.stageClear(task.getKey()); }
@@ -42,25 +47,17 @@ void CHpfBasketStatusTable::clearTask(const CBasketTask& task) { m_staging.stage
 void CHpfBasketStatusTable::applyStaged() {
   StagedBatch batch = m_staging.take();
   if (batch.empty()) return;
-  reserveRows(batch);
   {
     const GV::CModelBatch guard(*dataModel());
     // Where most tasks changed, to name each would cost more than to look at all.
     const bool most = batch.size() * 2 > m_blocks.size();
     for (SStagedTask& staged : batch) {
       const CTaskBlock& block = apply(staged);
-      if (!most) dataModel()->rowsChanged(block.nodes.front());
+      if (!most) dataModel()->blockChanged(block);
     }
     if (most) allRowsChanged();
   }
   m_staging.giveBack(std::move(batch));
-}
-
-/// A first load brings most rows at once: room for just these instead of up to twice as many.
-void CHpfBasketStatusTable::reserveRows(const StagedBatch& batch) {
-  int rows = 0;
-  for (const SStagedTask& staged : batch) rows += staged.shape ? static_cast<int>(staged.shape->size()) : 0;
-  if (rows > dataModel()->rows().count()) dataModel()->reserve(dataModel()->rows().count() + rows);
 }
 
 CTaskBlock& CHpfBasketStatusTable::apply(SStagedTask& staged) {
@@ -68,10 +65,10 @@ CTaskBlock& CHpfBasketStatusTable::apply(SStagedTask& staged) {
   if (slot >= m_blocks.size()) m_blocks.resize(slot + 1);
   std::unique_ptr<CTaskBlock>& block = m_blocks[slot];
   if (!block) {
-    block = std::make_unique<CTaskBlock>();
+    block = std::make_unique<CTaskBlock>(m_eProcessDisplay);
     m_slots.insert(staged.facts.taskKey, staged.slot);
-  }
-  if (staged.shape) {
+    begin(*block, staged);
+  } else if (staged.shape) {
     reshape(*block, staged);
   } else {
     block->take(staged);
@@ -82,100 +79,23 @@ CTaskBlock& CHpfBasketStatusTable::apply(SStagedTask& staged) {
   return *block;
 }
 
-/// Brings the rows in line with a new shape: those whose key stays keep their record, and with it folding, selection
-/// and buttons.
+/// The first rows of a task.
+void CHpfBasketStatusTable::begin(CTaskBlock& block, SStagedTask& staged) {
+  block.take(staged);
+  logComing(block.rows(), staged.before);
+  block.hidden = block.wantHidden = RowFlags(static_cast<std::size_t>(block.size()));
+  dataModel()->addBlock(block, true);
+}
+
+/// Brings the rows in line with a new shape: those whose key stays keep folding, selection and buttons.
 void CHpfBasketStatusTable::reshape(CTaskBlock& block, SStagedTask& staged) {
-  const ShapePtr shape = staged.shape;
-  const std::vector<int> before = block.placesIn(*shape);
-  const bool isNew = block.nodes.empty();
-  const bool moved = !isNew && movesRows(block, *shape, before);
-  const RowFlags unfoldedBefore = unfoldedRows(block);
-  std::vector<StatusRowPtr> rows;
-  RowFlags hidden(shape->size());
-  RowFlags unfolded(shape->size());
-  unfolded[0] = true;  // a new root
-  rows.reserve(shape->size());
-  for (std::size_t i = 0; i < shape->size(); ++i) {
-    if (before[i] < 0) {
-      rows.push_back(boost::make_shared<CHpfBasketStatusTableData>(m_eProcessDisplay));
-      continue;
-    }
-    const auto place = static_cast<std::size_t>(before[i]);
-    rows.push_back(rowOf(block.nodes[place]));
-    hidden[i] = block.hidden[place];
-    unfolded[i] = unfoldedBefore[place];
-  }
-  if (!isNew) removeRows(block, before, moved);
-  block.take(staged, before);
-  block.hidden = block.wantHidden = hidden;
-  block.allShown = hidden.none();
-  for (std::size_t i = 0; i < rows.size(); ++i) rows[i]->bind(&block, static_cast<int>(i));
-  insertMissing(block, rows, unfolded);
-  if (!isNew && !moved) putInOrder(block);
-}
-
-/// Removes the rows that are not in the places of a new shape; all: also those that are, which come anew elsewhere.
-void CHpfBasketStatusTable::removeRows(const CTaskBlock& block, const std::vector<int>& before, bool all) {
-  RowFlags stays(block.nodes.size());
-  for (const int place : before) {
-    if (place >= 0) stays.set(static_cast<std::size_t>(place));
-  }
-  for (int row = 0; row < block.size(); ++row) {
-    if (stays[static_cast<std::size_t>(row)]) continue;
-    logRow("remove", block.state(), row);
-    if (!all) dataModel()->removeDataByKey(block.state().key(row));
-  }
-  if (!all) return;
   dataModel()->announceByReset();
-  dataModel()->removeDataByKey(block.state().key(0));
-}
-
-/// unfolded: of the rows that come into the table, those that are expanded.
-void CHpfBasketStatusTable::insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows,
-                                          const RowFlags& unfolded) {
-  std::vector<int> hidden;
-  QString parentKey;
-  int parent = -1;
-  block.nodes.clear();
-  block.nodes.reserve(rows.size());
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const StatusRowPtr& row = rows[i];
-    const bool missing = !row->isInTable();
-    if (missing) {
-      const int above = block.shape()[i].parent;
-      if (above != parent) parentKey = block.state().key(above);
-      parent = above;
-      dataModel()->insertData(row, parentKey);
-      logRow("insert", block.state(), static_cast<int>(i));
-    }
-    block.nodes.push_back(dataModel()->nodeOf(*row));
-    if (missing && unfolded[i]) dataModel()->setExpanded(block.nodes.back(), true);
-    if (missing && block.hidden[i]) hidden.push_back(block.nodes.back());
-  }
-  if (!hidden.empty()) dataModel()->setHidden(hidden, true);
-}
-
-/// Children that came stand behind those that were there.
-void CHpfBasketStatusTable::putInOrder(const CTaskBlock& block) {
-  QHash<int, QStringList> order;  // children's keys by parent row
-  for (int row = 1; row < block.size(); ++row) {
-    order[block.shape()[static_cast<std::size_t>(row)].parent].append(block.state().key(row));
-  }
-  for (auto children = order.constBegin(); children != order.constEnd(); ++children) {
-    dataModel()->reorderChildren(block.state().key(children.key()), children.value());
-  }
-}
-
-RowFlags CHpfBasketStatusTable::unfoldedRows(const CTaskBlock& block) const {
-  RowFlags unfolded(block.nodes.size());
-  for (std::size_t i = 0; i < block.nodes.size(); ++i) {
-    unfolded[i] = dataModel()->rows().has(block.nodes[i], GV::CTreeRows::Expanded);
-  }
-  return unfolded;
-}
-
-StatusRowPtr CHpfBasketStatusTable::rowOf(int node) const {
-  return boost::static_pointer_cast<CHpfBasketStatusTableData>(dataModel()->rows().row(node));
+  logGoing(block.rows(), staged.before);
+  block.take(staged);
+  logComing(block.rows(), staged.before);
+  dataModel()->reshapeBlock(block, staged.before);
+  block.hidden = block.wantHidden = dataModel()->tree().flags(block.number(), GV::CTreeBlocks::Hidden);
+  block.allShown = block.hidden.none();
 }
 
 void CHpfBasketStatusTable::startDay(unsigned day) {
@@ -184,6 +104,11 @@ void CHpfBasketStatusTable::startDay(unsigned day) {
   m_touched.clear();
   m_pending.clear();
   m_nRunning = 0;
+  StagedBatch rest;
+  for (const std::unique_ptr<CTaskBlock>& block : m_blocks) {
+    if (block) rest.push_back(block->letGo());
+  }
+  m_staging.giveBack(std::move(rest));
   m_blocks.clear();
   m_slots.clear();
   m_pOptionDelegate->clear();
@@ -197,17 +122,27 @@ CTaskBlock* CHpfBasketStatusTable::blockOf(const QString& taskKey) const {
 
 CTaskBlock* CHpfBasketStatusTable::blockOf(const CBasketTask& task) const { return blockOf(task.getKey()); }
 
+/// A root has its task's key; every other row's begins with its task's number.
+int CHpfBasketStatusTable::blockNumberOf(const QString& rowKey) const {
+  const CTaskBlock* block = blockOf(rowKey);
+  const int end = block ? -1 : rowKey.indexOf(NODE_KEY_SEPARATOR);
+  bool isNumber = false;
+  const int task = end < 0 ? 0 : rowKey.leftRef(end).toInt(&isNumber);
+  if (isNumber) block = blockOf(taskKey(task));
+  return block ? block->number() : -1;
+}
+
 StatusRowPtr CHpfBasketStatusTable::getDataByKey(const QString& key) const {
-  const int node = dataModel()->find(rowKeyOf(key));
-  return node < 0 ? nullptr : rowOf(node);
+  const GV::STreeRow row = dataModel()->find(rowKeyOf(key));
+  return row.isValid() ? boost::static_pointer_cast<CHpfBasketStatusTableData>(dataModel()->record(row)) : nullptr;
 }
 
 bool CHpfBasketStatusTable::getBasketTaskItemByKey(const QString& key, boost::shared_ptr<CBasketTask>& task,
                                                    QString& nodeKey) const {
   const StatusRowPtr row = getDataByKey(key);
   if (!row) return false;
-  task = row->block()->task();
-  nodeKey = row->block()->state().nodeKey(row->row());
+  task = row->taskBlock()->task();
+  nodeKey = row->nodeKey();
   return task != nullptr;
 }
 
@@ -224,20 +159,20 @@ const CTaskBlock* CHpfBasketStatusTable::blockNaming(const QString& name) const 
 /// Rows are named by their own key, their node's key, the display id of a task or the tree key of a row: gives the
 /// first, which for a root is known before the row exists; empty for a name that no row has.
 QString CHpfBasketStatusTable::rowKeyOf(const QString& name) const {
-  if (name.isEmpty() || dataModel()->find(name) >= 0) return name;
+  if (name.isEmpty() || dataModel()->find(name).isValid()) return name;
   const int taskId = taskIdOfDisplayId(name);
   if (taskId >= 0) return taskKey(taskId);
   const CTaskBlock* block = blockNaming(name);
   const int row = block ? block->rowNamed(name) : -1;
-  return row < 0 ? QString() : block->state().key(row);
+  return row < 0 ? QString() : block->key(row);
 }
 
 CHpfBasketOptionDelegate::SRowRef CHpfBasketStatusTable::resolve(const QString& name) const {
   const QString key = rowKeyOf(name);
-  const int node = dataModel()->find(key);
-  if (node < 0) return {key};
-  const StatusRowPtr row = rowOf(node);
-  return {key, row->block()->task().get(), row->row() == row->block()->facts().hedgeRow};
+  const GV::STreeRow row = dataModel()->find(key);
+  if (!row.isValid()) return {key};
+  const auto& block = static_cast<const CTaskBlock&>(dataModel()->tree().source(row.block));
+  return {key, block.task().get(), row.row == block.facts().hedgeRow};
 }
 
 void CHpfBasketStatusTable::slotTaskStatus(CBasketTask* task, QString, int status) {
@@ -246,23 +181,23 @@ void CHpfBasketStatusTable::slotTaskStatus(CBasketTask* task, QString, int statu
   // The walks over the patch marks change nothing of their own: for these two the rows are only formed again.
   if (status == ksservice::ETS_Cancelled || status == ksservice::ETS_Dropped) return canceledTaskDoNext(*task);
   block->setRootStatusText(batchStatusToString(status));
-  dataModel()->rowsChanged(block->nodes.front());
+  dataModel()->blockChanged(*block);
 }
 
 void CHpfBasketStatusTable::canceledTaskDoNext(const CBasketTask& task) {
-  if (const CTaskBlock* block = blockOf(task)) dataModel()->rowsChanged(block->nodes.front());
+  if (const CTaskBlock* block = blockOf(task)) dataModel()->blockChanged(*block);
 }
 
 bool CHpfBasketStatusTable::checkRootTaskItem(const CBasketTask& task, const QString& key) const {
   const CTaskBlock* block = blockOf(task);
-  return block && rowOf(block->nodes.front())->key() == key;
+  return block && block->key(0) == key;
 }
 
 void CHpfBasketStatusTable::onOrderCounts(const QString& key, int reported, int received) {
   const StatusRowPtr row = getDataByKey(key);
   if (!row) return;
-  row->block()->setOrderCounts(row->row(), reported, received);
-  dataModel()->rowChanged(dataModel()->nodeOf(*row));
+  row->taskBlock()->setOrderCounts(row->row(), reported, received);
+  dataModel()->rowChanged(GV::CHpfTreeTableModel::treeRowOf(*row));
 }
 
 void CHpfBasketStatusTable::slotUpdateStockUnit() { allRowsChanged(); }

@@ -142,18 +142,14 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void onOrderCounts(const QString& key, int reported, int received);
 
   CTaskBlock& apply(SStagedTask& staged);
-  void reserveRows(const StagedBatch& batch);
+  void begin(CTaskBlock& block, SStagedTask& staged);
   void reshape(CTaskBlock& block, SStagedTask& staged);
-  void removeRows(const CTaskBlock& block, const std::vector<int>& before, bool all);
-  void insertMissing(CTaskBlock& block, const std::vector<StatusRowPtr>& rows, const RowFlags& unfolded);
-  void putInOrder(const CTaskBlock& block);
-  RowFlags unfoldedRows(const CTaskBlock& block) const;
   /// Has the next pass look at a task, resp. also ask it for its root's status.
   void touch(CTaskBlock& block);
   void touchStatus(CTaskBlock& block);
   void filterBlock(CTaskBlock& block);
   void noteWish(CTaskBlock& block);
-  StatusRowPtr rowOf(int node) const;
+  int blockNumberOf(const QString& rowKey) const;
   /// Null for a task without rows.
   CTaskBlock* blockOf(const CBasketTask& task) const;
   CTaskBlock* blockOf(const QString& taskKey) const;

@@ -44,7 +44,7 @@ int treeColumnWidth() { return GV::CUiResource::scaled(basketColumns()[EBC_Tree]
 }  // namespace
 
 void CHpfBasketStatusTable::createUi() {
-  setDataModel(new CHpfBasketStatusModel(this));
+  setDataModel(new CHpfBasketStatusModel([this](const QString& key) { return blockNumberOf(key); }, this));
   setHeaderHeight(HEADER_HEIGHT);
   setItemHeight(ROW_HEIGHT);
   setOptions((options() & ~OptionVerticalGrid) | OptionColumnMenu | OptionFlash);
@@ -163,6 +163,9 @@ void CHpfBasketStatusTable::onOptionClicked(const QString& rowKey, int buttonId)
 
 void CHpfBasketStatusTable::setProcessDisplay(EProcessDisplay mode) {
   m_eProcessDisplay = mode;
+  for (const std::unique_ptr<CTaskBlock>& block : m_blocks) {
+    if (block) block->setMode(mode);
+  }
   allRowsChanged();
 }
 

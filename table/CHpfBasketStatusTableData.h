@@ -1,5 +1,8 @@
 #pragma once
 
+#include <boost/enable_shared_from_this.hpp>
+#include <boost/make_shared.hpp>
+
 #include "CHpfBasketStatusData.h"
 #include "gv/CHpfTreeTableData.h"
 
@@ -7,27 +10,23 @@ namespace TC {
 
 class CTaskBlock;
 
-/// One row of the status table: a view on its task's block. Its texts and its key are formed when they are asked for,
-/// only while it is bound and the block stands. GUI thread.
-class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
+/// One row of the status table: a view on its task's block, made when somebody asks for the row. Its texts and its key
+/// are formed when they are asked for, only while the row is in the table. GUI thread.
+class CHpfBasketStatusTableData : public GV::CHpfTreeTableData,
+                                  public boost::enable_shared_from_this<CHpfBasketStatusTableData> {
  public:
-  /// mode: how the table shows progress; outlives the row.
-  explicit CHpfBasketStatusTableData(const EProcessDisplay& mode) : m_mode(mode) {}
+  CHpfBasketStatusTableData() = default;
+  ~CHpfBasketStatusTableData() override;
 
-  /// Binds the row to a place in its task's block; done anew whenever the block's shape changes.
-  void bind(CTaskBlock* block, int row);
-  CTaskBlock* block() const { return m_pBlock; }
-  int row() const { return m_nRow; }
+  CTaskBlock* taskBlock() const;
   /// What the cells are formed from.
   CHpfBasketStatusData data() const;
 
   QString key() const override;
-  bool hasKey(const QString& key) const override;
   QString displayName() const override;
   QString scriptName() const override;
   QString nodeKey() const override;
   int sortOrder() const override;
-  bool childFigures(int column, std::vector<ChildFigure>& out) const override;
   QString text(int column) const override;
   /// The amount of a root; 0 for every other cell, so that the statistics line counts each task once.
   double number(int column) const override;
@@ -38,10 +37,10 @@ class CHpfBasketStatusTableData : public GV::CHpfTreeTableData {
   bool inStatistics() const override;
 
  private:
-  const EProcessDisplay& m_mode;
-  CTaskBlock* m_pBlock = nullptr;
-  int m_nRow = 0;
-  unsigned m_nReadVersion = 0;  ///< version of the block whose change was read
+  friend class CTaskBlock;
+  void bindTo(CTaskBlock& block, int row);
+  void unbind() { bind(nullptr, -1); }
+  boost::shared_ptr<CHpfBasketStatusTableData> self() { return shared_from_this(); }
 };
 
 using StatusRowPtr = boost::shared_ptr<CHpfBasketStatusTableData>;

@@ -51,7 +51,7 @@ bool CHpfBasketStatusTable::exportData() {
   if (!self || m_bExporting) return false;
   GV::CEventDeliverer::tellTap(this, GV::EventTableExport, 0, 0, fileName);
   if (fileName.isEmpty()) return false;
-  const CTableSnapshot snapshot(*dataModel(), m_eProcessDisplay);
+  const CTableSnapshot snapshot(*dataModel());
   const QString refusal = exportRefusal(fileName, snapshot.rowCount());
   if (!refusal.isEmpty()) {
     GV::CMessageBox::information(this, CAPTION, refusal);
@@ -65,7 +65,7 @@ bool CHpfBasketStatusTable::exportData() {
 void CHpfBasketStatusTable::copyData() {
   if (m_bExporting) return;
   GV::CEventDeliverer::tellTap(this, GV::EventTableCopy, 0, 0, QString());
-  const CTableSnapshot snapshot(*dataModel(), m_eProcessDisplay);
+  const CTableSnapshot snapshot(*dataModel());
   QString text;
   const bool whole = runExport(QStringLiteral("正在复制…"), [&](GV::CWorkProgress& progress) {
     return clipboardText(snapshot.rows(), text, stepOf(progress, snapshot.rowCount()));

@@ -1,6 +1,5 @@
 // Which rows of the status table a filter takes out of sight, and the count of running tasks that goes with the pass.
 #include <algorithm>
-#include <bit>
 #include <utility>
 
 #include "CBasketTask.h"
@@ -24,18 +23,6 @@ int rootStatus(const CTaskBlock& block) {
   if (!task) return shown;
   const boost::unique_lock<boost::recursive_mutex> lock(task->mutex(), boost::try_to_lock);
   return lock.owns_lock() ? task->getRoot()->m_nStatus : shown;
-}
-
-/// Appends the nodes whose flag is set.
-void gather(const RowFlags& flags, const std::vector<int>& nodes, std::vector<int>& out) {
-  std::vector<RowFlags::block_type> words(flags.num_blocks());
-  boost::to_block_range(flags, words.begin());
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    for (RowFlags::block_type word = words[i]; word != 0; word &= word - 1) {
-      const std::size_t row = i * RowFlags::bits_per_block + static_cast<std::size_t>(std::countr_zero(word));
-      out.push_back(nodes[row]);
-    }
-  }
 }
 
 }  // namespace
@@ -116,21 +103,16 @@ void CHpfBasketStatusTable::filterFinished(const CBasketTask& task, bool on) {
 }
 
 void CHpfBasketStatusTable::endUpdate() {
-  std::vector<int> gone;
-  std::vector<int> back;
+  if (m_pending.isEmpty()) return;
+  const GV::CModelBatch guard(*dataModel());
   for (CTaskBlock* block : qAsConst(m_pending)) {
     block->pending = false;
     block->allShown = block->wantHidden.none();
     if (block->hidden == block->wantHidden) continue;
-    gather(block->wantHidden - block->hidden, block->nodes, gone);
-    gather(block->hidden - block->wantHidden, block->nodes, back);
+    dataModel()->setHidden(*block, block->wantHidden);
     block->hidden = block->wantHidden;
   }
   m_pending.resize(0);
-  if (gone.empty() && back.empty()) return;
-  const GV::CModelBatch guard(*dataModel());
-  dataModel()->setHidden(gone, true);
-  dataModel()->setHidden(back, false);
 }
 
 }  // namespace TC

@@ -68,7 +68,7 @@ void CHpfBasketStatusTable::followOrders(const CTaskBlock& block) {
   if (!m_pOrdersWidget->isVisible()) return;
   const boost::shared_ptr<CBasketTask> task = block.task();
   const StatusRowPtr row = getDataByKey(m_strOrdersRow);
-  if (task && row && row->block() == &block) fillOrders(*task, block.state().nodeKey(row->row()), FOLLOW_ORDERS);
+  if (task && row && row->taskBlock() == &block) fillOrders(*task, row->nodeKey(), FOLLOW_ORDERS);
 }
 
 void CHpfBasketStatusTable::showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey) {

@@ -18,15 +18,16 @@ int CInstruments::numberOf(const QString& market, const QString& code) {
   return number;
 }
 
-void CInstruments::ask(SInstrument& instrument) const {
+void CInstruments::ask(SInstrument& instrument) {
   instrument.refresh = m_nRefresh;
+  if (instrument.info == nullptr) instrument.info = &m_infos->front();
   if (instrument.code.empty()) return;
   const auto said = getExchangeClient().getCodeInfo(instrument.market, instrument.code);
   const QString market = said ? QString::fromStdString(said->m_strMarket) : QString();
   const QString name = said ? QString::fromStdString(said->m_strName) : QString();
-  // What is the same stays the same copy: rows compare with it, and most share it.
-  if (instrument.info.market != market) instrument.info.market = market;
-  if (instrument.info.name != name) instrument.info.name = name;
+  if (instrument.info->market == market && instrument.info->name == name) return;
+  m_infos->push_back({market, name});
+  instrument.info = &m_infos->back();
 }
 
 }  // namespace TC

@@ -3,9 +3,20 @@
 #include <QHash>
 #include <QPair>
 #include <QString>
+#include <deque>
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace TC {
+
+/// Both empty while the exchange client does not know the instrument.
+struct SInstrumentInfo {
+  QString market;  ///< as the exchange client names it
+  QString name;
+};
+/// Grows, and keeps what stands in it where it is and as it is, so that any thread may read what it knows of.
+using InstrumentInfos = std::deque<SInstrumentInfo>;
 
 /// What the exchange client says of the instruments of rows.
 ///
@@ -13,20 +24,15 @@ namespace TC {
 /// asked for once in a refresh; a row knows its instrument by a number. One thread at a time.
 class CInstruments {
  public:
-  /// Both empty while the exchange client does not know the instrument.
-  struct SInfo {
-    QString market;
-    QString name;
-  };
-
   /// The number of an instrument, the same for good; that of an empty code stands for none.
   int numberOf(const QString& market, const QString& code);
-  /// Valid until the next call of any operation.
-  const SInfo& info(int number) {
+  /// The same one while the same is said. It stands in infos().
+  const SInstrumentInfo& info(int number) {
     SInstrument& instrument = m_instruments[static_cast<std::size_t>(number)];
     if (instrument.refresh != m_nRefresh) ask(instrument);
-    return instrument.info;
+    return *instrument.info;
   }
+  std::shared_ptr<const InstrumentInfos> infos() const { return m_infos; }
   /// From now on everything is asked for anew.
   void beginRefresh() { ++m_nRefresh; }
 
@@ -34,12 +40,13 @@ class CInstruments {
   struct SInstrument {
     std::string market;
     std::string code;
-    SInfo info;
+    const SInstrumentInfo* info = nullptr;
     unsigned refresh = 0;  ///< in which it was asked for last
   };
 
-  void ask(SInstrument& instrument) const;
+  void ask(SInstrument& instrument);
 
+  std::shared_ptr<InstrumentInfos> m_infos = std::make_shared<InstrumentInfos>(1);  ///< the first: of no instrument
   std::vector<SInstrument> m_instruments;
   QHash<QPair<QString, QString>, int> m_numbers;
   unsigned m_nRefresh = 1;

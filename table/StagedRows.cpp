@@ -12,8 +12,6 @@
 namespace TC {
 namespace {
 
-int msecOfDay(const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; }
-
 SRowFigures figuresOf(const SNode& place) {
   const CBasketTaskItem& node = *place.item;
   SRowFigures figures;
@@ -25,8 +23,6 @@ SRowFigures figuresOf(const SNode& place) {
   figures.orderCount = node.m_nOrderCount;
   figures.orderCount2 = node.m_nOrderCount2;
   figures.status = place.status;
-  figures.startMSec = msecOfDay(node.m_startTime);
-  figures.endMSec = msecOfDay(node.m_endTime);
   return figures;
 }
 
@@ -48,13 +44,11 @@ void flatten(const CBasketTaskItem& node, int parent, int depth, std::vector<SNo
   for (const CBasketTaskItem* child : node.m_children) flatten(*child, index, depth + 1, out);
 }
 
-SRowTexts textsOf(const SNode& place, const CInstruments::SInfo& instrument) {
+SRowTexts textsOf(const SNode& place) {
   const CBasketTaskItem& node = *place.item;
   SRowTexts texts;
   texts.account = node.m_strAccounts;
   if (node.isEmpty()) texts.accountName = node.m_strAccountName;
-  texts.market = instrument.market;
-  texts.instrumentName = instrument.name;
   texts.statusText = *place.statusText;
   texts.investRemark = node.m_strCommandText;
   texts.algoTag = node.m_strLocalInfoKey;
@@ -66,13 +60,22 @@ SRowTexts textsOf(const SNode& place, const CInstruments::SInfo& instrument) {
 bool same(const QString& a, const QString& b) { return a.constData() == b.constData() || a == b; }
 
 /// Compares in place.
-bool sameTexts(const SNode& place, const CInstruments::SInfo& instrument, const SRowTexts& shown) {
+bool sameTexts(const SNode& place, const SRowTexts& shown) {
   const CBasketTaskItem& node = *place.item;
   return same(shown.account, node.m_strAccounts) && same(shown.statusText, *place.statusText) &&
          same(shown.investRemark, node.m_strCommandText) && same(shown.algoTag, node.m_strLocalInfoKey) &&
          (!node.isEmpty() || same(shown.accountName, node.m_strAccountName)) &&
-         (place.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType)) &&
-         same(shown.instrumentName, instrument.name) && same(shown.market, instrument.market);
+         (place.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType));
+}
+
+/// The place of a row's texts among the sets: one of the last few that are the same, else new.
+int setOf(std::vector<SRowTexts>& sets, SRowTexts texts) {
+  constexpr std::ptrdiff_t LOOKED_AT = 8;
+  const auto last = sets.rbegin() + std::min(LOOKED_AT, static_cast<std::ptrdiff_t>(sets.size()));
+  const auto known = std::find(sets.rbegin(), last, texts);
+  if (known != last) return static_cast<int>(sets.rend() - known) - 1;
+  sets.push_back(std::move(texts));
+  return static_cast<int>(sets.size()) - 1;
 }
 
 /// A row is finished when all that it ordered was filled; one that ordered nothing is not, nor one that is to order
@@ -108,6 +111,7 @@ std::vector<SRowShape> shapeOf(const CBasketTask& task, const std::vector<SNode>
     row.displayName = item.m_strName;
     row.code = shared.one(codeOf(item));
     row.operations = item.m_vecOperations;
+    row.amountFree = isAmountFree(row.operations);
     row.parent = node.parent;
     row.depth = static_cast<short>(node.depth);
     row.leaf = node.parent >= 0 && item.isEmpty();
@@ -132,18 +136,23 @@ std::vector<int> instrumentsOf(const std::vector<SNode>& nodes, const std::vecto
   return numbers;
 }
 
-std::vector<SRowTexts> textsOf(const std::vector<SNode>& nodes, const std::vector<int>& numbers,
-                               CInstruments& instruments) {
-  std::vector<SRowTexts> texts;
-  texts.reserve(nodes.size());
-  for (std::size_t i = 0; i < nodes.size(); ++i) texts.push_back(textsOf(nodes[i], instruments.info(numbers[i])));
+STaskTexts textsOf(const std::vector<SNode>& nodes, const std::vector<int>& numbers, CInstruments& instruments) {
+  STaskTexts texts;
+  texts.setOf.reserve(nodes.size());
+  texts.infoOf.reserve(nodes.size());
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    texts.setOf.push_back(setOf(texts.sets, textsOf(nodes[i])));
+    texts.infoOf.push_back(&instruments.info(numbers[i]));
+  }
+  texts.sets.shrink_to_fit();
+  texts.infos = instruments.infos();
   return texts;
 }
 
 bool sameTexts(const std::vector<SNode>& nodes, const std::vector<int>& numbers, CInstruments& instruments,
-               const std::vector<SRowTexts>& shown) {
+               const STaskTexts& shown) {
   for (std::size_t i = 0; i < nodes.size(); ++i) {
-    if (!sameTexts(nodes[i], instruments.info(numbers[i]), shown[i])) return false;
+    if (!sameTexts(nodes[i], shown.of(i)) || shown.infoOf[i] != &instruments.info(numbers[i])) return false;
   }
   return true;
 }
@@ -155,13 +164,18 @@ std::vector<SRowFigures> figuresOf(const std::vector<SNode>& nodes) {
   return figures;
 }
 
-void fillAmounts(const std::vector<SRowShape>& shape, const std::vector<SRowTexts>& texts, int hedgeRow,
-                 std::vector<SRowFigures>& figures) {
+std::vector<double> amountsOf(const std::vector<SRowShape>& shape, const STaskTexts& texts, int hedgeRow,
+                              const std::vector<SRowFigures>& figures) {
   const SRowFigures* hedge = hedgeRow < 0 ? nullptr : &figures[static_cast<std::size_t>(hedgeRow)];
+  std::vector<double> amounts;
+  amounts.reserve(figures.size());
   for (std::size_t i = 0; i < figures.size(); ++i) {
-    figures[i].amount = shownAmount(shape[i], texts[i], figures[i], hedge);
+    amounts.push_back(shownAmount(shape[i], texts.of(i), figures[i], hedge));
   }
+  return amounts;
 }
+
+int msecOfDay(const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; }
 
 RowFlags finishedRows(const std::vector<SNode>& nodes, const std::vector<SRowFigures>& figures) {
   RowFlags flags(nodes.size());

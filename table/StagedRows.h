@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QSet>
+#include <QTime>
 
 #include "Instruments.h"
 #include "StagedTask.h"
@@ -38,18 +39,18 @@ int hedgeRowOf(const CBasketTask& task, const std::vector<SNode>& nodes);
 std::vector<int> instrumentsOf(const std::vector<SNode>& nodes, const std::vector<SRowShape>& shape,
                                CInstruments& instruments);
 
-std::vector<SRowTexts> textsOf(const std::vector<SNode>& nodes, const std::vector<int>& numbers,
-                               CInstruments& instruments);
+STaskTexts textsOf(const std::vector<SNode>& nodes, const std::vector<int>& numbers, CInstruments& instruments);
 /// Whether textsOf would give just what is shown. Texts seldom change, and to copy them for every row of every refresh
 /// would be most of its cost.
 bool sameTexts(const std::vector<SNode>& nodes, const std::vector<int>& numbers, CInstruments& instruments,
-               const std::vector<SRowTexts>& shown);
+               const STaskTexts& shown);
 
-/// All but the amounts.
 std::vector<SRowFigures> figuresOf(const std::vector<SNode>& nodes);
-/// The figures of the amount column, once all that they hang on is known.
-void fillAmounts(const std::vector<SRowShape>& shape, const std::vector<SRowTexts>& texts, int hedgeRow,
-                 std::vector<SRowFigures>& figures);
+/// What the amount column shows.
+std::vector<double> amountsOf(const std::vector<SRowShape>& shape, const STaskTexts& texts, int hedgeRow,
+                              const std::vector<SRowFigures>& figures);
+/// -1 for a time that is not known.
+int msecOfDay(const QTime& time);
 /// The finished children of the root, and of each child the leading run of finished ones.
 RowFlags finishedRows(const std::vector<SNode>& nodes, const std::vector<SRowFigures>& figures);
 

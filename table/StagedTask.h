@@ -4,17 +4,20 @@
 
 #include <QString>
 #include <QVector>
-#include <boost/dynamic_bitset.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/weak_ptr.hpp>
 #include <memory>
 #include <vector>
 
+#include "Instruments.h"
+#include "RowIndex.h"
+#include "gv/TreeOrder.h"
+
 namespace TC {
 
 class CBasketTask;
 
-/// The figures of one row. Volumes in shares or lots, amounts in CNY, times in milliseconds of the day (-1: none).
+/// The figures of one row. Volumes in shares or lots, amounts in CNY.
 struct SRowFigures {
   double tradedAmount = 0;
   double totalAmount = 0;
@@ -24,21 +27,28 @@ struct SRowFigures {
   int orderCount = 0;
   int orderCount2 = 0;
   int status = 0;
-  int startMSec = -1;
-  int endMSec = -1;
-  double amount = 0;  ///< what the amount column shows, see shownAmount
 };
 
 /// The texts of one row that may change without a change of the tree.
 struct SRowTexts {
   QString account;
-  QString accountName;     ///< empty for a row with children
-  QString market;          ///< as the exchange client names it; empty while the instrument is unknown to it
-  QString instrumentName;  ///< alike
+  QString accountName;  ///< empty for a row with children
   QString statusText;
   QString investRemark;
   QString algoTag;
   QString tradeParam;
+
+  bool operator==(const SRowTexts& other) const = default;
+};
+
+/// The texts of a task's rows: most rows share one of few sets.
+struct STaskTexts {
+  std::vector<SRowTexts> sets;
+  std::vector<int> setOf;                        ///< by row
+  std::vector<const SInstrumentInfo*> infoOf;    ///< by row
+  std::shared_ptr<const InstrumentInfos> infos;  ///< where these stand
+
+  const SRowTexts& of(std::size_t row) const { return sets[static_cast<std::size_t>(setOf[row])]; }
 };
 
 /// What a row is: fixed until the task's tree changes its shape.
@@ -51,7 +61,8 @@ struct SRowShape {
   QVector<int> operations;  ///< EOperationType values
   int parent = -1;          ///< index of the parent row, -1 for the root
   short depth = 0;
-  bool leaf = false;  ///< an instrument's row, or the hedge's
+  bool leaf = false;        ///< an instrument's row, or the hedge's
+  bool amountFree = false;  ///< its operations have no amount
 };
 
 /// Facts of the whole task; with what is asked of its root in every refresh, so that the arrays need not be fetched.
@@ -62,26 +73,33 @@ struct STaskFacts {
   int taskId = 0;
   int hedgeRow = -1;  ///< index of the hedge row, -1 without one
   int rootStatus = 0;
-  double rootAmount = 0;  ///< SRowFigures::amount of the root
+  double rootAmount = 0;  ///< shownAmount of the root
+  int startMSec = -1;     ///< of the root, in milliseconds of the day; -1 for none
+  int endMSec = -1;       ///< alike
 };
 
 /// A yes or no for each row of a task.
-using RowFlags = boost::dynamic_bitset<>;
+using GV::RowFlags;
 
 using FiguresPtr = std::shared_ptr<const std::vector<SRowFigures>>;
-using TextsPtr = std::shared_ptr<const std::vector<SRowTexts>>;
+using TextsPtr = std::shared_ptr<const STaskTexts>;
 using ShapePtr = std::shared_ptr<const std::vector<SRowShape>>;
 using FlagsPtr = std::shared_ptr<const RowFlags>;
+using AmountsPtr = std::shared_ptr<const std::vector<double>>;
+using IndexPtr = std::shared_ptr<const CRowIndex>;
 
 /// One task of a batch. Rows stand in pre-order: entry 0 is the root, a parent comes before its children.
 struct SStagedTask {
   int slot = 0;  ///< a small number that the task's key has for good, from 0
   boost::weak_ptr<CBasketTask> task;
   STaskFacts facts;
-  ShapePtr shape;  ///< null while the tree kept its shape
-  TextsPtr texts;  ///< null while no text changed
+  ShapePtr shape;  ///< null while the tree kept its shape; with it come the next two
+  IndexPtr index;
+  std::vector<int> before;  ///< where each row was in the shape before, -1 for a new row
+  TextsPtr texts;           ///< null while no text changed
   FiguresPtr figures;
-  FlagsPtr finished;  ///< rows that the filter of finished sub-tasks takes away; with figures always
+  AmountsPtr amountsBefore;  ///< what the amounts of the rows were in the figures before; with figures always
+  FlagsPtr finished;         ///< rows that the filter of finished sub-tasks takes away; with figures always
 };
 
 /// Each task once. In task-key order where a task's tree changed.

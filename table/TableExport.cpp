@@ -53,25 +53,27 @@ bool putRow(GV::CExcelReader& writer, const SExportRows& rows, int row) {
 
 // The snapshot
 
-CTableSnapshot::CTableSnapshot(const GV::CHpfTreeTableModel& model, EProcessDisplay mode) : m_mode(mode) {
-  const int count = model.rowCount();
-  m_rows.reserve(static_cast<std::size_t>(count));
-  const CTaskBlock* block = nullptr;
-  for (int position = 0; position < count; ++position) {
-    const auto& row = static_cast<const CHpfBasketStatusTableData&>(model.rowAt(position));
-    // The rows of a task stand together.
-    if (row.block() != block) {
-      block = row.block();
-      m_tasks.push_back(block->state());
-    }
-    m_rows.push_back({static_cast<int>(m_tasks.size()) - 1, row.row()});
+CTableSnapshot::CTableSnapshot(const GV::CHpfTreeTableModel& model) {
+  const GV::CTreeBlocks& tree = model.tree();
+  m_tasks.reserve(tree.blocks().size());
+  for (const int block : tree.blocks()) {
+    if (tree.shownCount(block) == 0) continue;
+    m_tasks.push_back({static_cast<const CTaskBlock&>(tree.source(block)).rows(), tree.shownRows(block), m_nRows});
+    m_nRows += tree.shownCount(block);
   }
 }
 
+void CTableSnapshot::open(int row) const {
+  if (m_pOpen && row >= m_pOpen->first && row < m_pOpen->first + m_pOpen->shown.count()) return;
+  const auto behind =
+      std::upper_bound(m_tasks.begin(), m_tasks.end(), row, [](int at, const STask& task) { return at < task.first; });
+  m_pOpen = &*std::prev(behind);
+  m_open = m_pOpen->shown.rows(m_pOpen->rows);
+}
+
 QString CTableSnapshot::text(int row, int column) const {
-  const SRow& place = m_rows[static_cast<std::size_t>(row)];
-  const CellText form = basketColumns()[static_cast<std::size_t>(column)].text;
-  return form ? form(m_tasks[static_cast<std::size_t>(place.task)].data(place.row), m_mode) : QString();
+  open(row);
+  return m_pOpen->rows.sortText(m_open[static_cast<std::size_t>(row - m_pOpen->first)], column);
 }
 
 SExportRows CTableSnapshot::rows() const {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "TaskBlock.h"
+#include "gv/CTreeBlocks.h"
 
 namespace GV {
 class CHpfTreeTableModel;
@@ -24,23 +25,29 @@ struct SExportRows {
 /// The rows that a status table shows at one moment, in its order, each of their cells as the table shows it then.
 class CTableSnapshot {
  public:
-  /// Costs a few bytes a row; no text is formed. GUI thread.
-  CTableSnapshot(const GV::CHpfTreeTableModel& model, EProcessDisplay mode);
+  /// Costs a few bits a row; no text is formed, and what is sorted is sorted when it is asked for. GUI thread.
+  explicit CTableSnapshot(const GV::CHpfTreeTableModel& model);
 
-  int rowCount() const { return static_cast<int>(m_rows.size()); }
+  int rowCount() const { return m_nRows; }
+  /// One thread at a time.
   QString text(int row, int column) const;
   /// Views this snapshot, which must outlive them.
   SExportRows rows() const;
 
  private:
-  struct SRow {
-    int task;
-    int row;
+  struct STask {
+    STaskRows rows;
+    GV::CShownRows shown;
+    int first = 0;  ///< the row of the snapshot that its first one is
   };
 
-  std::vector<STaskRows> m_tasks;
-  std::vector<SRow> m_rows;
-  EProcessDisplay m_mode;
+  void open(int row) const;
+
+  std::vector<STask> m_tasks;
+  int m_nRows = 0;
+  // The task that was asked for last, since rows are asked for one after the other.
+  mutable const STask* m_pOpen = nullptr;
+  mutable std::vector<int> m_open;
 };
 
 /// Columns of the table in the order of the exports.

@@ -1,23 +1,27 @@
 #pragma once
 
 #include <QHash>
+#include <QSet>
 #include <vector>
 
 #include "CHpfBasketStatusData.h"
 #include "CHpfBasketStatusTableData.h"
 #include "StagedTask.h"
+#include "gv/ITreeBlock.h"
 
 namespace TC {
 
 /// A state of a task's rows: immutable arrays, shared, so that a copy costs a few pointers and stays as it is whatever
 /// the table takes in later. Any thread.
-struct STaskRows {
+struct STaskRows : GV::ITreeState {
   STaskFacts facts;
   ShapePtr shape;
   TextsPtr texts;
   FiguresPtr figures;
+  EProcessDisplay mode = EPD_Amount;  ///< how progress is shown
   QString rootStatusText;
   bool rootStatusTextSet = false;  ///< rootStatusText stands in the place of the root's own status text
+  QHash<int, std::pair<int, int>> announcedOrders;  ///< by row: order counts that were announced after the figures
 
   int size() const { return shape ? static_cast<int>(shape->size()) : 0; }
   /// See RowKeys.h.
@@ -26,51 +30,66 @@ struct STaskRows {
   QString nodeKey(int row) const;
   /// Valid while this stands.
   CHpfBasketStatusData data(int row) const;
+  std::pair<int, int> orderCounts(int row) const;
+
+  int rowCount() const override { return size(); }
+  int parentOf(int row) const override { return (*shape)[static_cast<std::size_t>(row)].parent; }
+  int sortOrder(int row) const override;
+  QString name(int row) const override { return (*shape)[static_cast<std::size_t>(row)].displayName; }
+  QString text(int row, int column) const override;
+  double sortNumber(int row, int column) const override;
+  QString sortText(int row, int column) const override;
 };
 
-/// The rows of one task as the table holds them: the arrays that the worker staged last, and the places of the rows
-/// that view them. GUI thread only.
-class CTaskBlock {
+/// The rows of one task as the table holds them: the arrays that the worker staged last, and the records of the rows
+/// that somebody asked for. GUI thread only.
+class CTaskBlock : public GV::ITreeBlock {
  public:
-  CTaskBlock() = default;
+  explicit CTaskBlock(EProcessDisplay mode) { m_state.mode = mode; }
+  ~CTaskBlock() override;
   CTaskBlock(const CTaskBlock&) = delete;
   CTaskBlock& operator=(const CTaskBlock&) = delete;
 
   /// Takes a batch in by exchanging pointers; the row data of a refresh has the last word over earlier signals. What is
-  /// needed no more is left in the batch: to free it is the worker's. before: of a new shape, placesIn of it.
-  void take(SStagedTask& staged, const std::vector<int>& before = {});
-  /// For each row of a shape the place of the same row in this block, -1 for a row that it does not have.
-  std::vector<int> placesIn(const std::vector<SRowShape>& shape) const;
+  /// needed no more is left in the batch: to free it is the worker's.
+  void take(SStagedTask& staged);
+  /// Leaves everything in a batch, for the same reason. The block is of no use afterwards.
+  SStagedTask letGo();
   /// The row with this node key or tree key, -1 for none. Rows of two accounts may have one tree key, since these count
   /// within an account; then it is the first in the table's order. Nothing hangs on which: a task announces its root
   /// by its tree key, every other node by its key.
   int rowNamed(const QString& name) const;
 
   boost::shared_ptr<CBasketTask> task() const { return m_task.lock(); }
-  const STaskRows& state() const { return m_state; }
+  const STaskRows& rows() const { return m_state; }
   const STaskFacts& facts() const { return m_state.facts; }
   const std::vector<SRowShape>& shape() const { return *m_state.shape; }
-  const std::vector<SRowFigures>& figures() const { return *m_state.figures; }
   int size() const { return m_state.size(); }
   /// Rows that the filter of finished sub-tasks takes away.
   const RowFlags& finished() const { return *m_finished; }
 
   CHpfBasketStatusData data(int row) const { return m_state.data(row); }
-  /// The amount's change by the batch that was taken last, from what the row showed before it; from nothing for a row
-  /// that is new.
-  double amountChange(int row) const;
-  /// Grows with each batch.
-  unsigned version() const { return m_nVersion; }
+  /// How far the amount of a row moved by the batch that was taken last, from what the row showed before it, from
+  /// nothing for a row that is new; 0 once it was asked.
+  double takeAmountChange(int row);
 
   /// Puts a text in the place of the root's own status text until the next batch.
   void setRootStatusText(const QString& text);
   void resetRootStatusText() { m_state.rootStatusTextSet = false; }
   /// Order counts that were announced after the last batch.
-  void setOrderCounts(int row, int reported, int received) { m_orderCounts[row] = {reported, received}; }
-  std::pair<int, int> orderCounts(int row) const;
+  void setOrderCounts(int row, int reported, int received) { m_state.announcedOrders[row] = {reported, received}; }
+  void setMode(EProcessDisplay mode) { m_state.mode = mode; }
 
-  /// The nodes of the rows in the tree table, in the order of the arrays.
-  std::vector<int> nodes;
+  const GV::ITreeState& state() const override { return m_state; }
+  std::shared_ptr<const GV::ITreeState> freeze() const override { return std::make_shared<const STaskRows>(m_state); }
+  QString key(int row) const override { return m_state.key(row); }
+  int find(const QString& key) const override { return m_index->find(shape(), key); }
+  QString scriptName(int row) const override { return shape()[static_cast<std::size_t>(row)].scriptName; }
+  GV::CHpfTreeTableDataPtr record(int row) override { return statusRow(row); }
+  StatusRowPtr statusRow(int row);
+  /// The root alone counts.
+  void visitCounted(int column, const CountedVisitor& visit) const override;
+
   /// Whether a filter hides the row: what the table shows now, and what it is to show after the current pass.
   RowFlags hidden;
   RowFlags wantHidden;
@@ -81,12 +100,17 @@ class CTaskBlock {
   bool pending = false;  ///< noted for the end of the pass
 
  private:
+  friend class CHpfBasketStatusTableData;
+  void forget(int row) { m_records.remove(row); }
+  void rebind(const std::vector<int>& before);
+
   boost::weak_ptr<CBasketTask> m_task;
   STaskRows m_state;
+  IndexPtr m_index;
   FlagsPtr m_finished;
-  FiguresPtr m_previous;  ///< figures before the last batch, in the places of the rows now; null when there were none
-  QHash<int, std::pair<int, int>> m_orderCounts;
-  unsigned m_nVersion = 0;
+  AmountsPtr m_amountsBefore;  ///< null where there were none
+  QSet<int> m_readChanges;     ///< rows whose change was asked for
+  QHash<int, CHpfBasketStatusTableData*> m_records;
 
   /// A name of a row, by its hash.
   struct SName {

@@ -86,7 +86,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   QString currentKey() const { return m_strCurrentKey; }
   /// Selects the row alone and scrolls to it; an unknown or hidden key changes nothing.
   void setCurrentKey(const QString& key);
-  bool isSelected(const QString& key) const { return m_selectedKeys.contains(key); }
+  bool isSelected(const QString& key) const { return m_pModel != nullptr && m_pModel->isSelected(key); }
   /// Of the selected rows that show, in the order of the table.
   QStringList selectedKeys() const;
   void setSelectedKeys(const QStringList& keys);
@@ -196,12 +196,13 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void paintRow(QPainter& painter, CTextRuns& texts, int row, const std::vector<SVisibleColumn>& columns);
   void paintCell(QPainter& painter, CTextRuns& texts, int row, const QString& key, const SVisibleColumn& column);
   void paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const;
-  void paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect);
+  void paintFlash(QPainter& painter, IBaseHpfTableData& row, const QString& key, int column, const QRect& rect);
   void paintFocus(QPainter& painter) const;
   void slotFlashStep();
   SCell cellAt(int row, int column, const QPoint& mouse) const;
   SCell cellAt(int row, int column, const QPoint& mouse, const QString& key) const;
   void selectRange(int from, int to);
+  void selectionChanged();
   void makeCurrent(int row, const QString& key);
   bool runCommand(const QKeyEvent& event);
   void prepareRowCommands();
@@ -228,8 +229,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   bool m_bUpdateScheduled = false;
 
   QString m_strCurrentKey;
-  QString m_strRangeKey;  ///< where a selection by Shift starts
-  QSet<QString> m_selectedKeys;
+  QString m_strRangeKey;   ///< where a selection by Shift starts
   QStringList m_pageKeys;  ///< of the rows on screen, while the model resets
   QPoint m_mouse = QPoint(-1, -1);
   QString m_strPressedKey;
@@ -238,7 +238,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   int m_nSortColumn = -1;
   QHash<int, int> m_hiddenWidths;  ///< of hidden columns, from when they were hidden
 
-  QHash<QPair<const void*, int>, SFlash> m_flashes;
+  QHash<QPair<QString, int>, SFlash> m_flashes;  ///< by row key and column
   QElapsedTimer m_flashClock;
   QTimer m_flashTimer;
 };

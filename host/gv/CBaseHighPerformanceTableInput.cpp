@@ -37,31 +37,33 @@ void CBaseHighPerformanceTable::setCurrentKey(const QString& key) {
 }
 
 QStringList CBaseHighPerformanceTable::selectedKeys() const {
-  std::vector<std::pair<int, QString>> shown;
-  for (const QString& key : m_selectedKeys) {
-    const int row = m_pModel->positionOf(key);
-    if (row >= 0) shown.emplace_back(row, key);
-  }
-  std::sort(shown.begin(), shown.end());
   QStringList keys;
-  for (const auto& [row, key] : shown) keys.append(key);
+  if (m_pModel == nullptr) return keys;
+  for (const int row : m_pModel->selectedPositions()) keys.append(m_pModel->rowAt(row).key());
   return keys;
 }
 
-void CBaseHighPerformanceTable::setSelectedKeys(const QStringList& keys) {
-  m_selectedKeys = QSet<QString>(keys.begin(), keys.end());
+void CBaseHighPerformanceTable::selectionChanged() {
   Q_EMIT sigSelectionChanged();
   scheduleUpdate();
 }
 
+void CBaseHighPerformanceTable::setSelectedKeys(const QStringList& keys) {
+  if (m_pModel == nullptr) return;
+  m_pModel->clearSelection();
+  for (const QString& key : keys) m_pModel->select(key, true);
+  selectionChanged();
+}
+
 void CBaseHighPerformanceTable::clearSelection() { setSelectedKeys({}); }
 
-void CBaseHighPerformanceTable::selectAll() { selectRange(0, rowCount() - 1); }
+void CBaseHighPerformanceTable::selectAll() {
+  if (rowCount() > 0) selectRange(0, rowCount() - 1);
+}
 
 void CBaseHighPerformanceTable::selectRange(int from, int to) {
-  QStringList keys;
-  for (int row = std::min(from, to); row <= std::max(from, to); ++row) keys.append(m_pModel->rowAt(row).key());
-  setSelectedKeys(keys);
+  m_pModel->selectRange(std::min(from, to), std::max(from, to));
+  selectionChanged();
 }
 
 /// Shift selects up to the row, Ctrl turns its selection over, neither selects it alone.
@@ -71,9 +73,9 @@ void CBaseHighPerformanceTable::moveCurrent(int row, Qt::KeyboardModifiers modif
   if (start >= 0) {
     selectRange(start, row);
   } else if ((modifiers & Qt::ControlModifier) != 0) {
-    if (!m_selectedKeys.remove(key)) m_selectedKeys.insert(key);
+    m_pModel->select(key, !m_pModel->isSelectedAt(row));
     m_strRangeKey = key;
-    Q_EMIT sigSelectionChanged();
+    selectionChanged();
   } else {
     m_strRangeKey = key;
     setSelectedKeys({key});

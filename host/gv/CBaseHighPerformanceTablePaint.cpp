@@ -75,7 +75,7 @@ void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QS
   if (const QColor* own = m_pModel->backgroundColor(row)) ground = own;
   if (isHeading(row)) ground = m_colors->heading;
   if (rect.contains(QPoint(rect.left(), m_mouse.y()))) ground = m_colors->hover;
-  if (isSelected(key)) ground = m_colors->selection;
+  if (m_pModel->isSelectedAt(row)) ground = m_colors->selection;
   painter.fillRect(rect, *ground);
   painter.fillRect(rect.left(), rect.bottom(), rect.width(), 1, *m_colors->grid);
   if (current)
@@ -97,7 +97,7 @@ void CBaseHighPerformanceTable::paintCell(QPainter& painter, CTextRuns& texts, i
   const SColumn& description = m_pModel->column(column.index);
   QRect rect(column.rect.left(), (row - topRow()) * itemHeight(), column.rect.width(), itemHeight());
   if (description.kind == ColumnTree) rect = paintBranch(painter, row, rect);
-  if (description.kind == ColumnNumber) paintFlash(painter, record, column.index, rect);
+  if (description.kind == ColumnNumber) paintFlash(painter, record, key, column.index, rect);
   if (column.delegate != nullptr) column.delegate->paint(painter, cellAt(row, column.index, m_mouse, key));
   const QString text =
       column.delegate != nullptr ? column.delegate->text(record) : m_pModel->cellText(record, column.index);
@@ -114,17 +114,18 @@ SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse
 
 SCell CBaseHighPerformanceTable::cellAt(int row, int column, const QPoint& mouse, const QString& key) const {
   SCell cell{m_pModel->rowAt(row), cellRect(row, column)};
-  cell.selected = isSelected(key);
+  cell.selected = m_pModel->isSelectedAt(row);
   cell.pressed = m_nPressedColumn == column && m_strPressedKey == key;
   cell.mouse = mouse;
   return cell;
 }
 
 /// Asking for the change resets it, so a figure flashes once, when its new value first comes on screen.
-void CBaseHighPerformanceTable::paintFlash(QPainter& painter, IBaseHpfTableData& row, int column, const QRect& rect) {
+void CBaseHighPerformanceTable::paintFlash(QPainter& painter, IBaseHpfTableData& row, const QString& key, int column,
+                                           const QRect& rect) {
   const double change = row.getChangedValue(column);
   if ((m_nOptions & OptionFlash) == 0) return;
-  const QPair<const void*, int> cell(&row, column);
+  const QPair<QString, int> cell(key, column);
   const qint64 now = m_flashClock.elapsed();
   if (change != 0.0) m_flashes.insert(cell, {now, change > 0.0});
   const auto flash = m_flashes.constFind(cell);

@@ -31,12 +31,12 @@ void CHpfTreeTable::setDataModel(CHpfTreeTableModel* model) {
 
 bool CHpfTreeTable::updateData(const CHpfTreeTableDataPtr& row, const QString& parentKey) {
   if (!row) return false;
-  const int node = m_pTreeModel->nodeOf(*row);
-  if (node != CTreeRows::kNone) {
-    m_pTreeModel->rowChanged(node);
+  const STreeRow known = m_pTreeModel->find(row->key());
+  if (known.isValid() && known == CHpfTreeTableModel::treeRowOf(*row)) {
+    m_pTreeModel->rowChanged(known);
     return true;
   }
-  if (m_pTreeModel->find(row->key()) != CTreeRows::kNone) return m_pTreeModel->replaceData(row);
+  if (known.isValid()) return m_pTreeModel->replaceData(row);
   if (m_pTreeModel->insertData(row, parentKey)) return true;
   qWarning("table: row \"%s\" has the unknown parent \"%s\"", qPrintable(row->key()), qPrintable(parentKey));
   return false;
@@ -49,42 +49,27 @@ void CHpfTreeTable::clear() {
 
 // Hiding and folding
 
-void CHpfTreeTable::showBelow(int node) {
-  m_pTreeModel->setHidden(node, false);
-  for (const int child : m_pTreeModel->rows().children(node)) showBelow(child);
-}
-
 void CHpfTreeTable::showItem(const QString& key, bool recursive) {
-  const int node = m_pTreeModel->find(key);
-  if (node == CTreeRows::kNone) return;
+  const STreeRow row = m_pTreeModel->find(key);
+  if (!row.isValid()) return;
   const CModelBatch batch(*m_pTreeModel);
-  if (recursive) {
-    showBelow(node);
-  } else {
-    m_pTreeModel->setHidden(node, false);
-  }
+  const int end = recursive ? m_pTreeModel->tree().endOf(row) : row.row + 1;
+  for (int each = row.row; each < end; ++each) m_pTreeModel->setHidden({row.block, each}, false);
 }
 
 void CHpfTreeTable::showItemNoRecursive(const QString& key, bool expand) {
-  const int node = m_pTreeModel->find(key);
-  if (node == CTreeRows::kNone) return;
-  m_pTreeModel->setHidden(node, false);
-  if (expand) m_pTreeModel->setExpanded(node, true);
+  showItem(key, false);
+  if (expand) expandItem(key, true);
 }
 
 void CHpfTreeTable::hideItem(const QString& key, bool hide) {
-  const int node = m_pTreeModel->find(key);
-  if (node != CTreeRows::kNone) m_pTreeModel->setHidden(node, hide);
-}
-
-void CHpfTreeTable::expandItem(const CHpfTreeTableData& row, bool expand) {
-  const int node = m_pTreeModel->nodeOf(row);
-  if (node != CTreeRows::kNone) m_pTreeModel->setExpanded(node, expand);
+  const STreeRow row = m_pTreeModel->find(key);
+  if (row.isValid()) m_pTreeModel->setHidden(row, hide);
 }
 
 void CHpfTreeTable::expandItem(const QString& key, bool expand) {
-  const int node = m_pTreeModel->find(key);
-  if (node != CTreeRows::kNone) m_pTreeModel->setExpanded(node, expand);
+  const STreeRow row = m_pTreeModel->find(key);
+  if (row.isValid()) m_pTreeModel->setExpanded(row, expand);
 }
 
 void CHpfTreeTable::expandItems(const QStringList& keys, bool expand) {
@@ -93,8 +78,8 @@ void CHpfTreeTable::expandItems(const QStringList& keys, bool expand) {
 }
 
 bool CHpfTreeTable::isExpanded(const QString& key) const {
-  const int node = m_pTreeModel->find(key);
-  return node != CTreeRows::kNone && m_pTreeModel->rows().has(node, CTreeRows::Expanded);
+  const STreeRow row = m_pTreeModel->find(key);
+  return row.isValid() && m_pTreeModel->tree().has(row, CTreeBlocks::Expanded);
 }
 
 // Filters
@@ -126,16 +111,11 @@ void CHpfTreeTable::applyFilters() {
     const QString text = columnFilter(column);
     markColumn(column, text.isEmpty() ? text : plainTip(QStringLiteral("筛选：“%1”").arg(text)));
   }
-  if (m_filters.isEmpty()) {
-    m_pTreeModel->setFilter({});
-    return;
+  std::vector<SColumnFilter> columns;
+  for (auto filter = m_filters.begin(); filter != m_filters.end(); ++filter) {
+    columns.push_back({filter.key(), filter.value()});
   }
-  m_pTreeModel->setFilter([this](const CHpfTreeTableData& row) {
-    for (auto filter = m_filters.begin(); filter != m_filters.end(); ++filter) {
-      if (!itemText(row, filter.key()).contains(filter.value(), Qt::CaseInsensitive)) return false;
-    }
-    return true;
-  });
+  m_pTreeModel->setFilter(std::move(columns));
 }
 
 void CHpfTreeTable::askFilter(int column) {
@@ -163,38 +143,45 @@ void CHpfTreeTable::fillHeaderMenu(QMenu& menu, int column) {
 
 // Paths
 
-int CHpfTreeTable::findByPath(int parent, const QStringRef& path) const {
-  for (const int child : m_pTreeModel->rows().children(parent)) {
-    const QString name = m_pTreeModel->rows().row(child)->scriptName();
-    if (path == name) return child;
+/// Below a row, or, where parent is -1, among the roots of a block.
+STreeRow CHpfTreeTable::findByPath(int block, int parent, const QStringRef& path) const {
+  const CTreeBlocks& tree = m_pTreeModel->tree();
+  const ITreeBlock& source = tree.source(block);
+  const int end = parent < 0 ? tree.size(block) : tree.endOf({block, parent});
+  for (int row = parent + 1; row < end; row = tree.endOf({block, row})) {
+    const QString name = source.scriptName(row);
+    if (path == name) return {block, row};
     if (path.size() <= name.size() || !path.startsWith(name) || path.at(name.size()) != QLatin1Char('/')) continue;
-    const int found = findByPath(child, path.mid(name.size() + 1));
-    if (found != CTreeRows::kNone) return found;
+    const STreeRow found = findByPath(block, row, path.mid(name.size() + 1));
+    if (found.isValid()) return found;
   }
-  return CTreeRows::kNone;
+  return {};
 }
 
 CHpfTreeTableDataPtr CHpfTreeTable::rowByPath(const QString& path) const {
-  const int node = findByPath(CTreeRows::kTop, QStringRef(&path));
-  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_pTreeModel->rows().row(node);
+  for (const int block : m_pTreeModel->tree().blocks()) {
+    const STreeRow row = findByPath(block, -1, QStringRef(&path));
+    if (row.isValid()) return m_pTreeModel->record(row);
+  }
+  return {};
 }
 
 // The tree column
 
 QRect CHpfTreeTable::branchRect(int row, const QRect& cell) const {
-  const int depth = m_pTreeModel->rows().depth(m_pTreeModel->nodeAt(row));
+  const int depth = m_pTreeModel->tree().depth(m_pTreeModel->treeRowAt(row));
   return {cell.left() + CUiResource::scaled(kBranchMargin) + (depth - 1) * CUiResource::scaled(kIndent), cell.top(),
           CUiResource::scaled(kBranchWidth), cell.height()};
 }
 
 QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) {
-  const CTreeRows& rows = m_pTreeModel->rows();
-  const int node = m_pTreeModel->nodeAt(row);
+  const CTreeBlocks& tree = m_pTreeModel->tree();
+  const STreeRow place = m_pTreeModel->treeRowAt(row);
   const QRect branch = branchRect(row, cell);
-  if (rows.hasChildren(node) && branch.right() < cell.right()) {
+  if (tree.hasChildren(place) && branch.right() < cell.right()) {
     const QPointF middle = QRectF(branch).center();
     const double unit = CUiResource::scale();
-    const bool open = rows.has(node, CTreeRows::Expanded);
+    const bool open = tree.has(place, CTreeBlocks::Expanded);
     QPolygonF arrow;
     if (open) {
       arrow << middle + QPointF(-4, -2) * unit << middle + QPointF(4, -2) * unit << middle + QPointF(0, 3) * unit;
@@ -211,46 +198,47 @@ QRect CHpfTreeTable::paintBranch(QPainter& painter, int row, const QRect& cell) 
 }
 
 bool CHpfTreeTable::pressBranch(int row, const QRect& cell, const QPoint& point) {
-  const int node = m_pTreeModel->nodeAt(row);
-  if (!m_pTreeModel->rows().hasChildren(node) || !branchRect(row, cell).contains(point)) return false;
-  foldByUser(node, !m_pTreeModel->rows().has(node, CTreeRows::Expanded));
+  const STreeRow place = m_pTreeModel->treeRowAt(row);
+  if (!m_pTreeModel->tree().hasChildren(place) || !branchRect(row, cell).contains(point)) return false;
+  foldByUser(place, !m_pTreeModel->tree().has(place, CTreeBlocks::Expanded));
   return true;
 }
 
-void CHpfTreeTable::foldByUser(int node, bool unfold) {
-  CEventDeliverer::tellTap(this, EventRowFolded, unfold ? 1 : 0, 0, m_pTreeModel->rows().row(node)->key());
-  m_pTreeModel->setExpanded(node, unfold);
+void CHpfTreeTable::foldByUser(const STreeRow& row, bool unfold) {
+  CEventDeliverer::tellTap(this, EventRowFolded, unfold ? 1 : 0, 0, m_pTreeModel->record(row)->key());
+  m_pTreeModel->setExpanded(row, unfold);
 }
 
 bool CHpfTreeTable::isHeading(int row) const {
-  const int node = m_pTreeModel->nodeAt(row);
-  return m_pTreeModel->rows().depth(node) == 1 && m_pTreeModel->rows().hasChildren(node);
+  const STreeRow place = m_pTreeModel->treeRowAt(row);
+  return m_pTreeModel->tree().depth(place) == 1 && m_pTreeModel->tree().hasChildren(place);
 }
 
 // Keyboard
 
-int CHpfTreeTable::currentNode() const {
-  const int node = m_pTreeModel == nullptr ? CTreeRows::kNone : m_pTreeModel->find(currentKey());
-  return node != CTreeRows::kNone && m_pTreeModel->positionOfNode(node) >= 0 ? node : CTreeRows::kNone;
+/// Not valid while the current row does not show.
+STreeRow CHpfTreeTable::currentRow() const {
+  const STreeRow row = m_pTreeModel == nullptr ? STreeRow() : m_pTreeModel->find(currentKey());
+  return row.isValid() && m_pTreeModel->positionOf(row) >= 0 ? row : STreeRow();
 }
 
 void CHpfTreeTable::keyPressEvent(QKeyEvent* event) {
-  const int node = currentNode();
+  const STreeRow row = currentRow();
   const bool unfold = event->key() == Qt::Key_Right || event->key() == Qt::Key_Plus;
   const bool fold = event->key() == Qt::Key_Left || event->key() == Qt::Key_Minus;
-  if (node == CTreeRows::kNone || (!fold && !unfold)) {
+  if (!row.isValid() || (!fold && !unfold)) {
     CBaseHighPerformanceTable::keyPressEvent(event);
     return;
   }
-  const CTreeRows& rows = m_pTreeModel->rows();
-  const bool parent = rows.hasChildren(node);
-  const bool expanded = rows.has(node, CTreeRows::Expanded);
+  const CTreeBlocks& tree = m_pTreeModel->tree();
+  const bool parent = tree.hasChildren(row);
+  const bool expanded = tree.has(row, CTreeBlocks::Expanded);
   if (parent && expanded != unfold) {
-    foldByUser(node, unfold);
-  } else if (event->key() == Qt::Key_Left && rows.parent(node) != CTreeRows::kTop) {
-    moveCurrent(m_pTreeModel->positionOfNode(rows.parent(node)), Qt::NoModifier);
+    foldByUser(row, unfold);
+  } else if (event->key() == Qt::Key_Left && tree.parent(row).isValid()) {
+    moveCurrent(m_pTreeModel->positionOf(tree.parent(row)), Qt::NoModifier);
   } else if (event->key() == Qt::Key_Right && parent) {
-    moveCurrent(m_pTreeModel->positionOfNode(node) + 1, Qt::NoModifier);
+    moveCurrent(m_pTreeModel->positionOf(row) + 1, Qt::NoModifier);
   }
 }
 

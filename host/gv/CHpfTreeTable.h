@@ -22,7 +22,7 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   /// and said in the log, for an unknown parent.
   bool updateData(const CHpfTreeTableDataPtr& row, const QString& parentKey);
   /// The figures of every row changed.
-  void allRowsChanged() { m_pTreeModel->rowsChanged(CTreeRows::kTop); }
+  void allRowsChanged() { m_pTreeModel->allChanged(); }
   /// Removes a row with all below it; unknown keys do nothing, here and below.
   void removeDataByKey(const QString& key) { m_pTreeModel->removeDataByKey(key); }
   void clear();
@@ -33,7 +33,6 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void showItemNoRecursive(const QString& key, bool expand);
   void hideItem(const QString& key, bool hide);
   void expandItem(const QString& key, bool expand);
-  void expandItem(const CHpfTreeTableData& row, bool expand);
   /// The same for many rows, as one change of what shows. Unknown keys are passed over.
   void expandItems(const QStringList& keys, bool expand);
   void expandAll(bool expand) { m_pTreeModel->setAllExpanded(expand); }
@@ -64,10 +63,9 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void applyFilters();
   void askFilter(int column);
   QRect branchRect(int row, const QRect& cell) const;
-  int currentNode() const;
-  void showBelow(int node);
-  void foldByUser(int node, bool unfold);
-  int findByPath(int parent, const QStringRef& path) const;
+  STreeRow currentRow() const;
+  void foldByUser(const STreeRow& row, bool unfold);
+  STreeRow findByPath(int block, int parent, const QStringRef& path) const;
 
   CHpfTreeTableModel* m_pTreeModel = nullptr;
   QSet<int> m_filterable;

@@ -3,10 +3,9 @@
 
 #include <boost/shared_ptr.hpp>
 #include <limits>
-#include <utility>
-#include <vector>
 
 #include "gv/IBaseHpfTableData.h"
+#include "gv/ITreeBlock.h"
 
 namespace GV {
 
@@ -25,23 +24,30 @@ class CHpfTreeTableData : public IBaseHpfTableData {
   virtual QString nodeKey() const { return key(); }
   /// Place among the roots while no column is sorted; roots of equal order keep their arrival.
   virtual int sortOrder() const { return std::numeric_limits<int>::max(); }
-  /// A child's node, as CHpfTreeTableModel::nodeOf names it, and its sortNumber.
-  using ChildFigure = std::pair<int, double>;
-  /// Appends the figures by which all rows right below sort, in any order; false for a row that does not know them
-  /// together, whose children are asked one by one then. It spares a refresh of a sorted table the fetching of
-  /// scattered records.
-  virtual bool childFigures(int /*column*/, std::vector<ChildFigure>& /*out*/) const { return false; }
 
   /// Null for a root and for a row that is in no table.
-  const CHpfTreeTableData* parent() const { return m_pParent; }
-  bool isInTable() const { return m_nNode > 0; }
+  CHpfTreeTableDataPtr parent() const {
+    const int row = m_pBlock == nullptr ? -1 : m_pBlock->state().parentOf(m_nRow);
+    return row < 0 ? CHpfTreeTableDataPtr() : m_pBlock->record(row);
+  }
+  bool isInTable() const { return m_pBlock != nullptr; }
+  /// The block that the row is one of, and its number there; null, and of no meaning, for a row that is in no table.
+  ITreeBlock* block() const { return m_pBlock; }
+  int row() const { return m_nRow; }
+
+ protected:
+  /// For blocks that make their records themselves.
+  void bind(ITreeBlock* block, int row) {
+    m_pBlock = block;
+    m_nRow = row;
+  }
 
  private:
-  friend class CTreeRows;
-  const CHpfTreeTableData* m_pParent = nullptr;
-  int m_nNode = -1;  ///< the row's place in CTreeRows
+  friend class CRowBlock;
+  friend class CHpfTreeTableModel;
+  ITreeBlock* m_pBlock = nullptr;
+  int m_nRow = -1;
+  unsigned m_nKept = 0;  ///< when the model was asked for it; 0 for never
 };
-
-using CHpfTreeTableDataPtr = boost::shared_ptr<CHpfTreeTableData>;
 
 }  // namespace GV

@@ -1,73 +1,75 @@
 #include "gv/CHpfTreeTableModel.h"
 
-#include <QStringList>
 #include <algorithm>
+
+#include "gv/CTreeWorks.h"
 
 namespace GV {
 
 namespace {
-/// A batch with more changes of structure than this, or that moved more rows, rebuilds the flat list instead of mending
-/// it.
+/// A batch with more changes of structure than this, or of a block with more rows, is announced by a reset.
 constexpr int kIncrementalOperations = 32;
-constexpr int kMaxDisplacement = 512;
+constexpr int kIncrementalRows = 4000;
+
+constexpr unsigned kKept = 512;  ///< records that were asked for lately
 }  // namespace
 
 CHpfTreeTableModel::CHpfTreeTableModel(std::vector<SColumn> columns, QObject* parent)
-    : IBaseHpfTableModel(std::move(columns), parent) {}
-
-int CHpfTreeTableModel::rowCount(const QModelIndex& parent) const {
-  if (parent.isValid()) return 0;
-  ensureFlat();
-  return static_cast<int>(m_flat.size());
+    : IBaseHpfTableModel(std::move(columns), parent), m_recent(kKept), m_pWorks(new CTreeWorks(this)) {
+  for (int column = 0; column < columnCount(); ++column) {
+    if (columnKind(column) == ColumnTree) m_filter.nameColumn = column;
+  }
 }
 
-CHpfTreeTableData& CHpfTreeTableModel::rowAt(int position) const { return *m_rows.row(nodeAt(position)); }
+// The works may know the rows until they have ended.
+CHpfTreeTableModel::~CHpfTreeTableModel() { delete m_pWorks; }
 
-int CHpfTreeTableModel::nodeAt(int position) const {
-  ensureFlat();
-  return m_flat[static_cast<std::size_t>(position)];
+int CHpfTreeTableModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : m_tree.shownCount(); }
+
+// Rows
+
+/// Holds a record, so that it is good for a while. One that is in use goes to the end of the queue in time.
+void CHpfTreeTableModel::keep(const CHpfTreeTableDataPtr& record) const {
+  if (record->m_nKept != 0 && m_nRecent - record->m_nKept < kKept / 2) return;
+  m_recent[m_nRecent % kKept] = record;
+  record->m_nKept = ++m_nRecent;
+}
+
+CHpfTreeTableData& CHpfTreeTableModel::rowAt(int position) const {
+  const CHpfTreeTableDataPtr record = this->record(treeRowAt(position));
+  keep(record);
+  return *record;
+}
+
+STreeRow CHpfTreeTableModel::find(const QString& key) const {
+  const int row = m_rows.find(key);
+  if (row >= 0) return {m_nRowsBlock, row};
+  const int block = blockOfKey(key);
+  return m_tree.isBlock(block) ? STreeRow{block, m_tree.source(block).find(key)} : STreeRow();
+}
+
+STreeRow CHpfTreeTableModel::treeRowOf(const CHpfTreeTableData& row) {
+  return row.isInTable() ? STreeRow{row.block()->number(), row.row()} : STreeRow();
+}
+
+CHpfTreeTableDataPtr CHpfTreeTableModel::record(const STreeRow& row) const {
+  return m_tree.source(row.block).record(row.row);
+}
+
+CHpfTreeTableDataPtr CHpfTreeTableModel::dataByKey(const QString& key) const {
+  const STreeRow row = find(key);
+  return row.isValid() ? record(row) : CHpfTreeTableDataPtr();
 }
 
 int CHpfTreeTableModel::positionOf(const QString& key) const {
-  const int node = m_rows.find(key);
-  return node == CTreeRows::kNone ? -1 : positionOfNode(node);
+  const STreeRow row = find(key);
+  return row.isValid() ? positionOf(row) : -1;
 }
 
 int CHpfTreeTableModel::nearestPosition(const QString& key) const {
-  int node = m_rows.find(key);
-  while (node > CTreeRows::kTop && !m_rows.isShown(node)) node = m_rows.parent(node);
-  return node > CTreeRows::kTop ? positionOfNode(node) : -1;
-}
-
-/// Of a node that shows. Since the positions were last set, none is further off than the rows that came and went; -1
-/// when these are many.
-int CHpfTreeTableModel::findNear(int node) const {
-  const int position = m_rows.position(node);
-  const int rows = static_cast<int>(m_flat.size());
-  const auto isAt = [&](int place) {
-    return place >= 0 && place < rows && m_flat[static_cast<std::size_t>(place)] == node;
-  };
-  if (isAt(position)) return position;
-  if (m_nDisplacement > kMaxDisplacement) return -1;
-  for (int distance = 1; distance <= m_nDisplacement; ++distance) {
-    for (const int place : {position - distance, position + distance}) {
-      if (!isAt(place)) continue;
-      m_rows.setPosition(node, place);
-      return place;
-    }
-  }
-  return -1;
-}
-
-int CHpfTreeTableModel::positionOfNode(int node) const {
-  ensureFlat();
-  if (!m_rows.isShown(node)) return -1;
-  const int found = findNear(node);
-  if (found >= 0) return found;
-  for (std::size_t i = m_nPositionsValid; i < m_flat.size(); ++i) m_rows.setPosition(m_flat[i], static_cast<int>(i));
-  m_nPositionsValid = m_flat.size();
-  m_nDisplacement = 0;
-  return m_rows.position(node);
+  STreeRow row = find(key);
+  while (row.isValid() && !m_tree.isShown(row)) row = m_tree.parent(row);
+  return row.isValid() ? m_tree.positionOf(row) : -1;
 }
 
 QString CHpfTreeTableModel::cellText(const IBaseHpfTableData& row, int column) const {
@@ -75,305 +77,260 @@ QString CHpfTreeTableModel::cellText(const IBaseHpfTableData& row, int column) c
   return static_cast<const CHpfTreeTableData&>(row).displayName();
 }
 
-double CHpfTreeTableModel::statistic(int column) const { return m_rows.sum(column); }
+double CHpfTreeTableModel::statistic(int column) const {
+  double total = 0.0;
+  for (const int block : m_tree.blocksInOwnOrder()) {
+    m_tree.source(block).visitCounted(column, [&](int row, double figure) {
+      if (m_tree.isUnhidden({block, row})) total += figure;
+    });
+  }
+  return total;
+}
 
-CHpfTreeTableDataPtr CHpfTreeTableModel::dataByKey(const QString& key) const {
-  const int node = m_rows.find(key);
-  return node == CTreeRows::kNone ? CHpfTreeTableDataPtr() : m_rows.row(node);
+void CHpfTreeTableModel::forEachRow(const RowVisitor& visit) const {
+  for (const int block : m_tree.blocks()) {
+    int hidden = 0;  // depth from which on all is hidden; 0 for none
+    for (const int number : m_tree.rowsInOrder(block)) {
+      const STreeRow row{block, number};
+      const int depth = m_tree.depth(row);
+      if (depth <= hidden) hidden = 0;
+      if (hidden == 0 && m_tree.isOut(row)) hidden = depth;
+      visit(*record(row), depth - 1, hidden != 0, m_tree.has(row, CTreeBlocks::Expanded));
+    }
+  }
+}
+
+// Selection
+
+bool CHpfTreeTableModel::isSelected(const QString& key) const {
+  const STreeRow row = find(key);
+  return row.isValid() && m_tree.has(row, CTreeBlocks::Selected);
+}
+
+void CHpfTreeTableModel::select(const QString& key, bool on) {
+  const STreeRow row = find(key);
+  if (row.isValid()) m_tree.set(row, CTreeBlocks::Selected, on);
+}
+
+void CHpfTreeTableModel::selectRange(int first, int last) {
+  clearSelection();
+  for (int position = first; position <= last;) {
+    const int block = m_tree.blockAt(position);
+    const int start = m_tree.startOf(block);
+    const int end = start + m_tree.shownCount(block);
+    if (position == start && end <= last + 1) {
+      m_tree.selectShown(block);
+      position = end;
+    } else {
+      m_tree.set(treeRowAt(position++), CTreeBlocks::Selected, true);
+    }
+  }
+}
+
+void CHpfTreeTableModel::clearSelection() {
+  for (const int block : m_tree.blocks()) {
+    m_tree.setAll(block, CTreeBlocks::Selected, RowFlags(static_cast<std::size_t>(m_tree.size(block))));
+  }
+}
+
+std::vector<int> CHpfTreeTableModel::selectedPositions() const {
+  std::vector<int> positions;
+  for (int position = 0; position < rowCount(); ++position) {
+    if (isSelectedAt(position)) positions.push_back(position);
+  }
+  return positions;
 }
 
 // Batches
 
-void CHpfTreeTableModel::beginBatch() {
-  if (m_nBatch++ > 0) return;
-  m_nBatchOperations = 0;
-  m_nBatchRows = 0;
-}
-
 void CHpfTreeTableModel::endBatch() {
   if (m_nBatch == 1) filterChanges();
   if (--m_nBatch > 0) return;
+  restoreOrder();
   if (m_bResetting) {
-    restoreOrder();
     m_changes.clear();
-    ensureFlat();
     m_bResetting = false;
     endResetModel();
-    return;
+  } else {
+    applyChanges();
   }
-  applyChanges();
+  m_tree.trim();
+  startWorks();
 }
 
-bool CHpfTreeTableModel::showsChildren(int node) const {
-  return m_rows.has(node, CTreeRows::Expanded) && m_rows.isShown(node);
+bool CHpfTreeTableModel::showsChildren(const STreeRow& row) const {
+  return !row.isValid() || (m_tree.has(row, CTreeBlocks::Expanded) && m_tree.isShown(row));
 }
 
-/// Whether this change of structure is still mended in place.
+/// Whether this change of structure is still announced by itself.
 bool CHpfTreeTableModel::goesIncremental() {
   if (m_bResetting) return false;
-  const bool few = ++m_nBatchOperations <= kIncrementalOperations && m_nBatchRows <= kMaxDisplacement;
-  if (m_nBatch == 0 || few) return true;
-  startReset();
+  if (m_nBatch == 0 || ++m_nBatchOperations <= kIncrementalOperations) return true;
+  announceByReset();
   return false;
 }
 
-/// Until the batch ends the flat list is left as it is, and all changes are announced at once by then.
-void CHpfTreeTableModel::startReset() {
+void CHpfTreeTableModel::announceByReset() {
   if (m_bResetting) return;
   beginResetModel();
   m_bResetting = true;
 }
 
-void CHpfTreeTableModel::ensureFlat() const {
-  if (!m_bFlatStale) return;
-  m_bFlatStale = false;
-  m_flat.clear();
-  m_rows.collectShown(CTreeRows::kTop, 0, m_flat);
-  m_nDisplacement = 0;
-  m_nPositionsValid = m_flat.size();
-}
-
-// The flat list
-
-/// The position behind everything that shows below the row at a position.
-int CHpfTreeTableModel::endOf(int position) const {
-  const std::size_t first = static_cast<std::size_t>(position);
-  const int depth = m_rows.depth(m_flat[first]);
-  std::size_t end = first + 1;
-  while (end < m_flat.size() && m_rows.depth(m_flat[end]) > depth) ++end;
-  return static_cast<int>(end);
-}
-
-/// The last row that shows at or below a node that shows.
-int CHpfTreeTableModel::lastShown(int node) const {
-  while (m_rows.has(node, CTreeRows::Expanded)) {
-    const std::vector<int>& children = m_rows.children(node);
-    const auto shown =
-        std::find_if(children.rbegin(), children.rend(), [this](int child) { return !m_rows.isOut(child); });
-    if (shown == children.rend()) return node;
-    node = *shown;
-  }
-  return node;
-}
-
-/// The position of the row after which a node that is to show belongs; -1 for the very first.
-int CHpfTreeTableModel::positionBefore(int node) const {
-  const int parent = m_rows.parent(node);
-  const std::vector<int>& siblings = m_rows.children(parent);
-  auto place = std::find(siblings.rbegin(), siblings.rend(), node);
-  const auto before =
-      std::find_if(std::next(place), siblings.rend(), [this](int sibling) { return !m_rows.isOut(sibling); });
-  if (before != siblings.rend()) return positionOfNode(lastShown(*before));
-  return parent == CTreeRows::kTop ? -1 : positionOfNode(parent);
-}
-
-/// The nodes know their positions already.
-void CHpfTreeTableModel::showRows(int position, const std::vector<int>& nodes) {
-  if (nodes.empty()) return;
-  beginInsertRows(QModelIndex(), position, position + static_cast<int>(nodes.size()) - 1);
-  m_flat.insert(m_flat.begin() + position, nodes.begin(), nodes.end());
-  noteDisplacement(position, static_cast<int>(nodes.size()));
-  endInsertRows();
-}
-
-void CHpfTreeTableModel::hideRows(int first, int end) {
-  if (first >= end) return;
-  beginRemoveRows(QModelIndex(), first, end - 1);
-  m_flat.erase(m_flat.begin() + first, m_flat.begin() + end);
-  noteDisplacement(first, end - first);
-  endRemoveRows();
-}
-
-void CHpfTreeTableModel::noteDisplacement(int first, int rows) {
-  m_nPositionsValid = std::min(m_nPositionsValid, static_cast<std::size_t>(first));
-  m_nBatchRows += rows;
-  m_nDisplacement = std::min(m_nDisplacement + rows, kMaxDisplacement + 1);
-}
-
-/// Puts what shows below a node into the order that its parents' children have now.
-void CHpfTreeTableModel::relayout(int node) {
-  if (m_bResetting) {
-    m_bFlatStale = true;
-    return;
-  }
-  const bool top = node == CTreeRows::kTop;
-  const int position = top ? -1 : positionOfNode(node);
-  if (!top && (position < 0 || !m_rows.has(node, CTreeRows::Expanded))) return;
-
-  Q_EMIT layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-  const QModelIndexList before = persistentIndexList();
-  std::vector<int> persistent;
-  for (const QModelIndex& index : before) persistent.push_back(nodeAt(index.row()));
-
-  std::vector<int> nodes;
-  m_rows.collectShown(node, position + 1, nodes);
-  std::copy(nodes.begin(), nodes.end(), m_flat.begin() + (position + 1));  // position may be -1 of an empty list
-
-  QModelIndexList after;
-  for (int i = 0; i < before.size(); ++i) {
-    after.append(index(positionOfNode(persistent[static_cast<std::size_t>(i)]), before[i].column()));
-  }
-  changePersistentIndexList(before, after);
-  Q_EMIT layoutChanged({}, QAbstractItemModel::VerticalSortHint);
-}
-
 // Structure
 
-bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey,
-                                    const QString& beforeKey) {
-  if (!row || row->isInTable() || m_rows.find(row->key()) != CTreeRows::kNone) return false;
-  const int parent = parentKey.isEmpty() ? CTreeRows::kTop : m_rows.find(parentKey);
-  if (parent == CTreeRows::kNone) return false;
-  const int before = m_rows.find(beforeKey);
-  if (!beforeKey.isEmpty() && (before == CTreeRows::kNone || m_rows.parent(before) != parent)) return false;
-  const bool first = m_rows.children(parent).empty();
-  const bool shown = showsChildren(parent);
-  const bool incremental = shown && goesIncremental();
-  const int node = m_rows.insert(parent, row, before);
-  if (incremental) {
-    const int position = positionBefore(node) + 1;
-    m_rows.setPosition(node, position);
-    showRows(position, {node});
-  } else if (shown) {
-    m_bFlatStale = true;
+void CHpfTreeTableModel::addBlock(ITreeBlock& block, bool unfolded) {
+  const CModelBatch batch(*this);
+  if (block.state().rowCount() >= kIncrementalRows) announceByReset();
+  const int number = m_tree.add(block);
+  // Where it will show is seen, and told, once it is there.
+  std::vector<int> roots;
+  for (int row = 0; row < m_tree.size(number); row = m_tree.endOf({number, row})) roots.push_back(row);
+  const bool hides = !m_bResetting;
+  for (const int root : roots) {
+    if (hides) m_tree.set({number, root}, CTreeBlocks::Hidden, true);
+    if (unfolded) m_tree.set({number, root}, CTreeBlocks::Expanded, true);
   }
-  if (first && parent != CTreeRows::kTop) noteChange(parent, false);  // it has a branch arrow now
-  if (m_filter) noteChange(node, false);
+  noteChange({number, kAllRows, true});
+  if (!hides) return;
+  for (const int root : roots) setHidden({number, root}, false);
+}
+
+void CHpfTreeTableModel::removeBlock(ITreeBlock& block) {
+  const CModelBatch batch(*this);
+  const int shown = m_tree.shownCount(block.number());
+  const bool incremental = shown > 0 && goesIncremental();
+  const int position = m_tree.startOf(block.number());
+  if (incremental) beginRemoveRows(QModelIndex(), position, position + shown - 1);
+  m_tree.remove(block.number());
+  if (incremental) endRemoveRows();
+}
+
+void CHpfTreeTableModel::reshapeBlock(ITreeBlock& block, const std::vector<int>& before) {
+  m_tree.reshape(block.number(), before);
+  noteChange({block.number(), kAllRows, true});
+}
+
+bool CHpfTreeTableModel::insertData(const CHpfTreeTableDataPtr& row, const QString& parentKey) {
+  if (!row || row->isInTable() || find(row->key()).isValid()) return false;
+  const int parent = parentKey.isEmpty() ? -1 : m_rows.find(parentKey);
+  if (parent < 0 && !parentKey.isEmpty()) return false;
+  const CModelBatch batch(*this);
+  if (m_nRowsBlock < 0) m_nRowsBlock = m_tree.add(m_rows);
+  const STreeRow above{m_nRowsBlock, parent};
+  const bool first = parent >= 0 && !m_tree.hasChildren(above);
+  if (m_rows.rowCount() >= kIncrementalRows) announceByReset();
+  const bool incremental = showsChildren(above) && goesIncremental();
+  const STreeRow place{m_nRowsBlock, m_rows.placeUnder(parent)};
+  // The changes that were noted name rows by their numbers.
+  for (SChange& change : m_changes) {
+    if (change.block == place.block && change.row >= place.row) ++change.row;
+  }
+  m_rows.insert(place.row, parent, row);
+  m_tree.insertRow(place, !m_bResetting, incremental);
+  // Where it shows is seen, and told, once it is there.
+  if (incremental) setHidden(place, false);
+  if (first) noteChange({above.block, above.row, false});  // it has a branch arrow now
+  noteChange({place.block, place.row, false});
   return true;
 }
 
 bool CHpfTreeTableModel::replaceData(const CHpfTreeTableDataPtr& row) {
-  const int node = row ? m_rows.find(row->key()) : CTreeRows::kNone;
-  if (node == CTreeRows::kNone || (row->isInTable() && m_rows.row(node) != row)) return false;
-  m_rows.replace(node, row);
-  rowChanged(node);
+  const int place = row ? m_rows.find(row->key()) : -1;
+  if (place < 0 || (row->isInTable() && m_rows.record(place) != row)) return false;
+  m_rows.replace(place, row);
+  rowChanged({m_nRowsBlock, place});
   return true;
 }
 
 bool CHpfTreeTableModel::removeDataByKey(const QString& key) {
-  const int node = m_rows.find(key);
-  if (node == CTreeRows::kNone) return false;
-  const int parent = m_rows.parent(node);
-  if (m_rows.isShown(node)) {
-    if (goesIncremental()) {
-      const int position = positionOfNode(node);
-      hideRows(position, endOf(position));
-    } else {
-      m_bFlatStale = true;
-    }
+  const STreeRow row{m_nRowsBlock, m_rows.find(key)};
+  if (!row.isValid()) return false;
+  const CModelBatch batch(*this);
+  const STreeRow above = m_tree.parent(row);
+  const int count = m_tree.endOf(row) - row.row;
+  const bool incremental = m_tree.isShown(row) && goesIncremental();
+  if (incremental) {
+    const int position = m_tree.positionOf(row);
+    const int below = m_tree.has(row, CTreeBlocks::Expanded) ? m_tree.shownBelow(row) : 0;
+    beginRemoveRows(QModelIndex(), position, position + below);
   }
-  m_rows.erase(node);
-  if (parent != CTreeRows::kTop && (m_filter || m_rows.children(parent).empty())) noteChange(parent, false);
+  for (SChange& change : m_changes) {
+    if (change.block == row.block) change = {row.block, kAllRows, true};
+  }
+  m_tree.eraseRows(row, count);
+  m_rows.erase(row.row, count);
+  if (incremental) endRemoveRows();
+  noteChange(above.isValid() ? SChange{above.block, above.row, false} : SChange{row.block, kAllRows, true});
   return true;
 }
 
 void CHpfTreeTableModel::clear() {
   if (!m_bResetting) beginResetModel();
   m_changes.clear();
+  m_unsorted.clear();
+  m_unfiltered.clear();
+  m_tree.clear();
   m_rows.clear();
-  m_flat.clear();
-  m_nPositionsValid = 0;
-  m_bFlatStale = false;
+  m_nRowsBlock = -1;
+  m_recent.assign(kKept, nullptr);
   if (!m_bResetting) endResetModel();
 }
 
-bool CHpfTreeTableModel::reorderChildren(const QString& parentKey, const QStringList& keys) {
-  const int parent = parentKey.isEmpty() ? CTreeRows::kTop : m_rows.find(parentKey);
-  if (parent == CTreeRows::kNone) return false;
-  std::vector<int> nodes;
-  for (const QString& key : keys) nodes.push_back(m_rows.find(key));
-  if (!m_rows.reorder(parent, nodes)) return false;
-  relayout(parent);
-  return true;
-}
+// What shows
 
-void CHpfTreeTableModel::setExpanded(int node, bool on) {
-  if (m_rows.has(node, CTreeRows::Expanded) == on) return;
-  const bool shown = !m_rows.children(node).empty() && m_rows.isShown(node);
-  if (!shown) {
-    m_rows.set(node, CTreeRows::Expanded, on);
-  } else if (!goesIncremental()) {
-    m_rows.set(node, CTreeRows::Expanded, on);
-    m_bFlatStale = true;
-  } else if (on) {
-    const int position = positionOfNode(node);
-    m_rows.set(node, CTreeRows::Expanded, true);
-    std::vector<int> nodes;
-    m_rows.collectShown(node, position + 1, nodes);
-    showRows(position + 1, nodes);
-  } else {
-    const int position = positionOfNode(node);
-    const int end = endOf(position);
-    m_rows.set(node, CTreeRows::Expanded, false);
-    hideRows(position + 1, end);
-  }
-  noteChange(node, false);
-}
-
-void CHpfTreeTableModel::setOut(int node, CTreeRows::EFlag flag, bool on) {
-  if (m_rows.has(node, flag) == on) return;
-  // A row that is folded away, or out of sight for the other reason too, only notes the flag.
-  const CTreeRows::EFlag other = flag == CTreeRows::Hidden ? CTreeRows::Filtered : CTreeRows::Hidden;
-  if (m_rows.has(node, other) || !showsChildren(m_rows.parent(node))) {
-    m_rows.set(node, flag, on);
-    return;
-  }
-  if (!goesIncremental()) {
-    m_rows.set(node, flag, on);
-    m_bFlatStale = true;
-  } else if (on) {
-    const int position = positionOfNode(node);
-    const int end = endOf(position);
-    m_rows.set(node, flag, true);
-    hideRows(position, end);
-  } else {
-    m_rows.set(node, flag, false);
-    const int position = positionBefore(node) + 1;
-    m_rows.setPosition(node, position);
-    std::vector<int> nodes = {node};
-    if (m_rows.has(node, CTreeRows::Expanded)) m_rows.collectShown(node, position, nodes);
-    showRows(position, nodes);
-  }
-}
-
-void CHpfTreeTableModel::setHidden(const std::vector<int>& nodes, bool on) {
+void CHpfTreeTableModel::setExpanded(const STreeRow& row, bool on) {
+  if (m_tree.has(row, CTreeBlocks::Expanded) == on) return;
   const CModelBatch batch(*this);
-  if (static_cast<int>(nodes.size()) <= kIncrementalOperations) {
-    for (const int node : nodes) setHidden(node, on);
-    return;
+  const int below = m_tree.isShown(row) ? m_tree.shownBelow(row) : 0;
+  if (below == 0 || !goesIncremental()) {
+    m_tree.set(row, CTreeBlocks::Expanded, on);
+  } else {
+    const int first = m_tree.positionOf(row) + 1;
+    on ? beginInsertRows(QModelIndex(), first, first + below - 1)
+       : beginRemoveRows(QModelIndex(), first, first + below - 1);
+    m_tree.set(row, CTreeBlocks::Expanded, on);
+    on ? endInsertRows() : endRemoveRows();
   }
-  startReset();
-  for (const int node : nodes) m_rows.set(node, CTreeRows::Hidden, on);
-  m_bFlatStale = true;
+  m_changes.push_back({row.block, row.row, false});
 }
 
 void CHpfTreeTableModel::setAllExpanded(bool on) {
   const CModelBatch batch(*this);
-  for (const int node : m_rows.parents()) setExpanded(node, on);
+  announceByReset();
+  for (const int block : m_tree.blocks()) m_tree.expandAll(block, on);
 }
 
-void CHpfTreeTableModel::sort(int column, Qt::SortOrder order) {
-  if (column >= 0 && !hasColumn(column)) return;
-  m_nSortColumn = column;
-  m_eSortOrder = order;
-  CTreeRows::ESortBy by = CTreeRows::ESortBy::Text;
-  if (column < 0 || this->column(column).sortsByNumber()) by = CTreeRows::ESortBy::Number;
-  if (columnKind(column) == ColumnTree) by = CTreeRows::ESortBy::Name;
-  m_rows.setSort(column, order, by);
-  relayout(CTreeRows::kTop);
+void CHpfTreeTableModel::setOut(const STreeRow& row, CTreeBlocks::EFlag flag, bool on) {
+  if (m_tree.has(row, flag) == on) return;
+  // A row that is folded away, or out of sight for the other reason too, only notes the flag.
+  const CTreeBlocks::EFlag other = flag == CTreeBlocks::Hidden ? CTreeBlocks::Filtered : CTreeBlocks::Hidden;
+  if (m_tree.has(row, other) || !showsChildren(m_tree.parent(row)) || !goesIncremental()) {
+    m_tree.set(row, flag, on);
+    return;
+  }
+  // Where it stands is seen while it shows.
+  m_tree.set(row, flag, false);
+  const int first = m_tree.positionOf(row);
+  const int last = first + (m_tree.has(row, CTreeBlocks::Expanded) ? m_tree.shownBelow(row) : 0);
+  m_tree.set(row, flag, !on);
+  on ? beginRemoveRows(QModelIndex(), first, last) : beginInsertRows(QModelIndex(), first, last);
+  m_tree.set(row, flag, on);
+  on ? endRemoveRows() : endInsertRows();
 }
 
-// Walks
-
-void CHpfTreeTableModel::visitBelow(int node, bool hidden, const RowVisitor& visit) const {
-  m_rows.ensureSorted(node);
-  for (const int child : m_rows.children(node)) {
-    const bool gone = hidden || m_rows.isOut(child);
-    visit(*m_rows.row(child), m_rows.depth(child) - 1, gone, m_rows.has(child, CTreeRows::Expanded));
-    visitBelow(child, gone, visit);
+void CHpfTreeTableModel::setOut(int block, CTreeBlocks::EFlag flag, const RowFlags& rows) {
+  const RowFlags differ = m_tree.flags(block, flag) ^ rows;
+  const std::size_t count = differ.count();
+  if (count == 0) return;
+  const CModelBatch batch(*this);
+  if (m_bResetting || m_nBatchOperations + static_cast<int>(count) > kIncrementalOperations) {
+    announceByReset();
+    m_tree.setAll(block, flag, rows);
+    return;
+  }
+  for (std::size_t row = differ.find_first(); row != RowFlags::npos; row = differ.find_next(row)) {
+    setOut({block, static_cast<int>(row)}, flag, rows[row]);
   }
 }
-
-void CHpfTreeTableModel::forEachRow(const RowVisitor& visit) const { visitBelow(CTreeRows::kTop, false, visit); }
 
 }  // namespace GV

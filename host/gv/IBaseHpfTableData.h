@@ -14,8 +14,6 @@ class IBaseHpfTableData {
 
   /// Names the row in its table; must not change while the row is in a table.
   virtual QString key() const = 0;
-  /// Whether that is the row's key; for rows that can tell without forming it.
-  virtual bool hasKey(const QString& key) const { return this->key() == key; }
   /// What a cell shows.
   virtual QString text(int /*column*/) const { return {}; }
   /// The figure behind a cell, as the statistics line sums it.

@@ -1,6 +1,7 @@
 #include "gv/IBaseHpfTableModel.h"
 
 #include <QColor>
+#include <algorithm>
 
 namespace GV {
 
@@ -42,6 +43,29 @@ QString IBaseHpfTableModel::columnTitle(int column) const {
 
 int IBaseHpfTableModel::columnKind(int column) const {
   return hasColumn(column) ? this->column(column).kind : ColumnDelegate;
+}
+
+void IBaseHpfTableModel::select(const QString& key, bool on) {
+  if (on) {
+    m_selected.insert(key);
+  } else {
+    m_selected.remove(key);
+  }
+}
+
+void IBaseHpfTableModel::selectRange(int first, int last) {
+  m_selected.clear();
+  for (int position = first; position <= last; ++position) m_selected.insert(rowAt(position).key());
+}
+
+std::vector<int> IBaseHpfTableModel::selectedPositions() const {
+  std::vector<int> positions;
+  for (const QString& key : m_selected) {
+    const int position = positionOf(key);
+    if (position >= 0) positions.push_back(position);
+  }
+  std::sort(positions.begin(), positions.end());
+  return positions;
 }
 
 void IBaseHpfTableModel::setColumnStatEnable(int column, bool on) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QSet>
 #include <vector>
 
 #include "gv/IBaseHpfTableData.h"
@@ -47,11 +48,22 @@ class IBaseHpfTableModel : public QAbstractTableModel {
   /// Sum of a column over all rows that are not hidden.
   virtual double statistic(int column) const = 0;
 
+  // Which rows are selected: it stays with a row, wherever that goes. Positions are those of rows that show.
+  virtual bool isSelectedAt(int position) const { return isSelected(rowAt(position).key()); }
+  virtual bool isSelected(const QString& key) const { return m_selected.contains(key); }
+  virtual void select(const QString& key, bool on);
+  /// Selects the rows from first to last, and no others.
+  virtual void selectRange(int first, int last);
+  virtual void clearSelection() { m_selected.clear(); }
+  /// In the order of the table.
+  virtual std::vector<int> selectedPositions() const;
+
  Q_SIGNALS:
   void sigColumnsChanged();
 
  private:
   std::vector<SColumn> m_columns;
+  QSet<QString> m_selected;
 };
 
 }  // namespace GV

@@ -96,13 +96,13 @@ class CTableAccessible : public QAccessibleWidget, public QAccessibleTableInterf
   QString columnDescription(int column) const override { return gvTable().columnHeader(column).trimmed(); }
   QString rowDescription(int row) const override { return gvTable().itemText(row, 0); }
   int selectedColumnCount() const override { return 0; }
-  int selectedRowCount() const override { return gvTable().selectedKeys().size(); }
+  int selectedRowCount() const override { return static_cast<int>(gvTable().baseModel()->selectedPositions().size()); }
   int columnCount() const override;
   int rowCount() const override { return gvTable().rowCount(); }
   QList<int> selectedColumns() const override { return {}; }
   QList<int> selectedRows() const override;
   bool isColumnSelected(int /*column*/) const override { return false; }
-  bool isRowSelected(int row) const override { return hasRow(row) && gvTable().isSelected(keyOf(row)); }
+  bool isRowSelected(int row) const override { return hasRow(row) && gvTable().baseModel()->isSelectedAt(row); }
   bool selectRow(int row) override;
   bool selectColumn(int /*column*/) override { return false; }
   bool unselectRow(int row) override;
@@ -133,8 +133,8 @@ std::vector<STableButton> CPartAccessible::shownButtons() const {
 CHpfTreeTable* CPartAccessible::foldable() const {
   auto* tree = qobject_cast<CHpfTreeTable*>(m_pTable.data());
   if (tree == nullptr || tree->baseModel()->columnKind(m_nColumn) != ColumnTree) return nullptr;
-  const int node = tree->dataModel()->find(m_strKey);
-  return node != CTreeRows::kNone && tree->dataModel()->rows().hasChildren(node) ? tree : nullptr;
+  const STreeRow row = tree->dataModel()->find(m_strKey);
+  return row.isValid() && tree->dataModel()->tree().hasChildren(row) ? tree : nullptr;
 }
 
 /// The column's boxes when this is a cell with one.
@@ -334,7 +334,7 @@ QList<QAccessibleInterface*> CTableAccessible::selectedCells() const {
 
 QList<int> CTableAccessible::selectedRows() const {
   QList<int> rows;
-  for (const QString& key : gvTable().selectedKeys()) rows.append(gvTable().baseModel()->positionOf(key));
+  for (const int row : gvTable().baseModel()->selectedPositions()) rows.append(row);
   return rows;
 }
 

@@ -157,7 +157,7 @@ void CTaskOrdersWidget::followOrders(const QString& key, const Orders& orders) {
       row = boost::make_shared<COrderRow>(orders[i]);
       m_pTable->updateData(row, QString());
     } else if (row->take(orders[i])) {
-      model.rowChanged(model.nodeOf(*row));
+      model.rowChanged(GV::CHpfTreeTableModel::treeRowOf(*row));
     }
     m_rows.push_back(std::move(row));
   }

@@ -100,9 +100,10 @@ GV::CBaseTableColumnMultiButtonsDelegate* buttonsOf(const GV::CHpfTreeTable& tab
 }
 
 QString rowPath(const GV::CHpfTreeTable& table, const QString& key) {
-  const GV::CHpfTreeTableDataPtr row = table.dataByKey(key);
   QStringList path;
-  for (const GV::CHpfTreeTableData* each = row.get(); each; each = each->parent()) path.prepend(each->scriptName());
+  for (GV::CHpfTreeTableDataPtr each = table.dataByKey(key); each; each = each->parent()) {
+    path.prepend(each->scriptName());
+  }
   return path.join('/');
 }
 

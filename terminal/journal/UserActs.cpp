@@ -88,7 +88,7 @@ void pressKey(TC::ITradeDockableWidget& panel, const SUserLine& line) {
 
 void fold(TC::ITradeDockableWidget& panel, const SUserLine& line) {
   GV::CHpfTreeTable& table = needTable(panel);
-  table.expandItem(*needRow(table, line.m_strRow), line.m_eAct == EUserAct::Expand);
+  table.expandItem(needRow(table, line.m_strRow)->key(), line.m_eAct == EUserAct::Expand);
 }
 
 void exportTable(TC::ITradeDockableWidget& panel, const SUserLine& line) {

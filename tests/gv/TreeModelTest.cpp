@@ -61,7 +61,7 @@ struct Node {
   QString key() const { return row ? row->m_strKey : QString(); }
 };
 
-bool accepts(const GV::CHpfTreeTableData& row) { return row.number(2) >= 3.0; }
+bool accepts(const GV::CHpfTreeTableData& row) { return row.text(2).contains('3'); }
 
 bool acceptedAbove(const Node& node) { return node.row && (accepts(*node.row) || acceptedAbove(*node.parent)); }
 
@@ -81,7 +81,7 @@ class RandomTree {
     static constexpr Action ACTIONS[] = {&RandomTree::insert, &RandomTree::insert, &RandomTree::insert,
                                          &RandomTree::remove, &RandomTree::hide,   &RandomTree::expand,
                                          &RandomTree::expand, &RandomTree::change, &RandomTree::change,
-                                         &RandomTree::sort,   &RandomTree::filter, &RandomTree::reorder};
+                                         &RandomTree::sort,   &RandomTree::filter};
     (this->*test::pick(m_random, ACTIONS))();
   }
 
@@ -141,13 +141,9 @@ class RandomTree {
     Node& parent = anyParent();
     const auto row = boost::make_shared<TestRow>(QString("k%1").arg(++m_nKeys), anyFigure(), test::below(m_random, 3));
     row->m_bCounted = m_bCountRoots ? &parent == &m_top : test::chance(m_random, 50);
-    auto at = parent.children.end();
-    const auto siblings = static_cast<int>(parent.children.size());
-    if (siblings > 0 && test::chance(m_random, 50)) at -= 1 + test::below(m_random, siblings);
-    const QString before = at == parent.children.end() ? QString() : (*at)->key();
-    ASSERT_TRUE(m_model.insertData(row, parent.key(), before));
-    at = parent.children.insert(at, std::make_unique<Node>(Node{row, &parent}));
-    m_nodes.push_back(at->get());
+    ASSERT_TRUE(m_model.insertData(row, parent.key()));
+    parent.children.push_back(std::make_unique<Node>(Node{row, &parent}));
+    m_nodes.push_back(parent.children.back().get());
   }
 
   void forget(const Node& node) {
@@ -165,16 +161,18 @@ class RandomTree {
 
   /// One, or many at once.
   void hide() {
+    if (m_nodes.empty()) return;
     const bool on = test::chance(m_random, 50);
-    std::vector<int> nodes;
-    const auto count = static_cast<int>(m_nodes.size());
-    for (int i = test::below(m_random, count + 1); i < count; i += 1 + test::below(m_random, 8)) {
-      Node& node = *m_nodes[static_cast<std::size_t>(i)];
+    const GV::STreeRow first = m_model.find(m_nodes.front()->key());
+    GV::RowFlags hidden = m_model.tree().flags(first.block, GV::CTreeBlocks::Hidden);
+    const bool many = test::chance(m_random, 50);
+    for (int i = many ? 1 + test::below(m_random, 40) : 1; i > 0; --i) {
+      Node& node = *any();
       node.hidden = on;
-      nodes.push_back(m_model.find(node.key()));
-      if (test::chance(m_random, 50)) break;
+      const GV::STreeRow row = m_model.find(node.key());
+      many ? void(hidden.set(static_cast<std::size_t>(row.row), on)) : m_model.setHidden(row, on);
     }
-    nodes.size() == 1 ? m_model.setHidden(nodes.front(), on) : m_model.setHidden(nodes, on);
+    if (many) m_model.setHidden(*m_model.record(first)->block(), hidden);
   }
 
   void expand() {
@@ -198,8 +196,7 @@ class RandomTree {
     if (node == nullptr) return;
     if (test::chance(m_random, 25)) node->row->m_nOrder = test::below(m_random, 3);
     changeBelow(*node);
-    const int place = m_model.find(node->key());
-    node->children.empty() ? m_model.rowChanged(place) : m_model.rowsChanged(place);
+    m_model.rowChanged(m_model.find(node->key()), true);
   }
 
   void sort() {
@@ -208,23 +205,9 @@ class RandomTree {
     m_model.sort(m_nSortColumn, m_bDescending ? Qt::DescendingOrder : Qt::AscendingOrder);
   }
 
-  void reorder() {
-    Node& parent = anyParent();
-    QStringList keys;
-    const auto count = static_cast<int>(parent.children.size());
-    const int named = test::below(m_random, std::max(1, count));
-    for (int i = 0; i < named; ++i) {
-      const auto place = parent.children.begin() + i;
-      const auto other = place + test::below(m_random, count - i);
-      std::rotate(place, other, other + 1);
-      keys.append((*place)->key());
-    }
-    ASSERT_TRUE(m_model.reorderChildren(parent.key(), keys));
-  }
-
   void filter() {
     m_bFilter = test::chance(m_random, 50);
-    m_model.setFilter(m_bFilter ? &accepts : GV::CHpfTreeTableModel::RowFilter());
+    m_model.setFilter(m_bFilter ? std::vector<GV::SColumnFilter>{{2, "3"}} : std::vector<GV::SColumnFilter>());
   }
 
   const bool m_bCountRoots;
@@ -273,9 +256,7 @@ TEST(TreeModel, RefusesWhatItCannotPlace) {
   EXPECT_TRUE(model.insertData(row, QString()));
   EXPECT_FALSE(model.insertData(row, QString()));
   EXPECT_FALSE(model.insertData(boost::make_shared<TestRow>("a"), QString()));
-  EXPECT_FALSE(model.insertData(boost::make_shared<TestRow>("b"), QString(), "nobody"));
   EXPECT_FALSE(model.removeDataByKey("b"));
-  EXPECT_FALSE(model.reorderChildren(QString(), {"b"}));
   EXPECT_EQ(model.rowCount(), 1);
   EXPECT_TRUE(model.removeDataByKey("a"));
   EXPECT_FALSE(row->isInTable());

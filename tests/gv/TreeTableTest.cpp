@@ -31,7 +31,7 @@ TEST_F(TreeTable, UpdatesByKey) {
   EXPECT_EQ(m_table.itemText(0, 2), "7.50");
   EXPECT_TRUE(m_table.updateData(boost::make_shared<TestRow>("r0", 8.0), QString())) << "another record of a row";
   EXPECT_EQ(m_table.itemText(0, 2), "8.00");
-  EXPECT_EQ(m_table.dataByKey("r0.c0")->parent(), m_table.dataByKey("r0").get());
+  EXPECT_EQ(m_table.dataByKey("r0.c0")->parent(), m_table.dataByKey("r0"));
   EXPECT_FALSE(m_table.updateData(boost::make_shared<TestRow>("x"), "nobody"));
 }
 

@@ -13,15 +13,17 @@ namespace {
 struct SRow {
   SRow(const QVector<int>& operations, const SRowFigures& itsFigures) : figures(itsFigures) {
     shape.operations = operations;
+    shape.amountFree = isAmountFree(operations);
   }
   double amount() const { return shownAmount(shape, texts, figures, nullptr); }
   QString progress() const {
-    return progressText({facts, shape, texts, figures, nullptr, texts.statusText}, EPD_Amount);
+    return progressText({facts, shape, texts, instrument, figures, nullptr, texts.statusText}, EPD_Amount);
   }
 
   STaskFacts facts;
   SRowShape shape;
   SRowTexts texts;
+  SInstrumentInfo instrument;
   SRowFigures figures;
 };
 

@@ -38,8 +38,8 @@ TEST_F(Staging, BringsShapeAndTextsOnceAndFiguresAlways) {
   EXPECT_EQ((*first.shape)[1].code, "600000");
   EXPECT_EQ(first.facts.displayId, taskDisplayId(1, 1));
   EXPECT_EQ(first.facts.basketName, "basket");
-  EXPECT_EQ((*first.texts)[0].accountName, "") << "a row with children";
-  EXPECT_EQ((*first.texts)[1].accountName, "name of A1");
+  EXPECT_EQ(first.texts->of(0).accountName, "") << "a row with children";
+  EXPECT_EQ(first.texts->of(1).accountName, "name of A1");
 
   test::update(m_task, 1, "A1", "1001", {{"600000", 400}, {"600036", 0}});
   m_staging.stageTask(m_task);
@@ -64,13 +64,13 @@ TEST_F(Staging, BringsTextsWhenOneChanged) {
   m_root.m_nOrderType = ksservice::EORT_Algo;
   const SStagedTask algo = stage(m_task);
   ASSERT_TRUE(algo.texts);
-  EXPECT_EQ((*algo.texts)[0].tradeParam, "智能算法");
-  EXPECT_EQ((*algo.texts)[1].tradeParam, "") << "on root rows only";
+  EXPECT_EQ(algo.texts->of(0).tradeParam, "智能算法");
+  EXPECT_EQ(algo.texts->of(1).tradeParam, "") << "on root rows only";
 }
 
 /// The host is asked again in each refresh, for what it did not know and for what it knew.
 TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
-  EXPECT_EQ((*stage(m_task).texts)[1].instrumentName, "");
+  EXPECT_EQ(stage(m_task).texts->infoOf[1]->name, "");
   CCodeInfo info = test::makeInstrument("SH", "600000");
   for (const char* name : {"浦发银行", "ST浦发"}) {
     info.m_strName = name;
@@ -78,7 +78,7 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
     m_staging.beginRefresh(0);
     const SStagedTask known = stage(m_task);
     ASSERT_TRUE(known.texts) << name;
-    EXPECT_EQ((*known.texts)[1].instrumentName, name);
+    EXPECT_EQ(known.texts->infoOf[1]->name, name);
   }
   m_staging.beginRefresh(0);
   EXPECT_FALSE(stage(m_task).texts) << "it says the same";
@@ -90,9 +90,9 @@ TEST_F(Staging, KeepsTheFirstStart) {
   const auto shown = [this](int start, int end) {
     m_root.m_startTime = QTime(start, 0);
     m_root.m_endTime = QTime(end, 0);
-    const SRowFigures figures = stage(m_task).figures->front();
+    const STaskFacts facts = stage(m_task).facts;
     const auto hours = [](int msec) { return msec < 0 ? msec : msec / 3600000.0; };
-    return Hours(hours(figures.startMSec), hours(figures.endMSec));
+    return Hours(hours(facts.startMSec), hours(facts.endMSec));
   };
   EXPECT_EQ(shown(-1, -1), Hours(-1, -1));
   EXPECT_EQ(shown(10, -1), Hours(10, -1));
@@ -131,7 +131,7 @@ TEST_F(Staging, AStatusAloneComesWhenItChanged) {
 
   node.m_strRemark = "资金不足";
   const SStagedTask renamed = staged("A1").at(0);
-  EXPECT_EQ((*renamed.texts)[2].statusText + (*renamed.texts)[1].statusText, "资金不足");
+  EXPECT_EQ(renamed.texts->of(2).statusText + renamed.texts->of(1).statusText, "资金不足");
 }
 
 TEST_F(Staging, AClearedTaskAndANewOneUnderItsKeyComeWhole) {
