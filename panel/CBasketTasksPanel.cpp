@@ -55,6 +55,8 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
   createUi();
   utils::singleShot(REFRESH_MSEC, this, [this] { slotTimeout(); });
   connect(this, SIGNAL(sigTaskDetail(ksservice::CTaskDetailPtr)), SLOT(slotTaskDetail(ksservice::CTaskDetailPtr)));
+  connect(m_pAnnouncements.get(), &CTaskAnnouncements::sigWaiting, this, &CBasketTasksPanel::deliverAnnouncements,
+          Qt::QueuedConnection);
   // Before the panel's own part in a new day: a task that is made on it must find nothing of the day before.
   CPatchStore::instance().attach();
   connect(&CPatchStore::instance(), &CPatchStore::sigChanged, this, &CBasketTasksPanel::onPatchesChanged,
@@ -140,7 +142,7 @@ void CBasketTasksPanel::setTradeType(EMavTraderType type) {
   ITradeDockableWidget::setTradeType(type);
   m_nTraderType = type;
   if (changed) startOver(ELetGo::Closed);
-  m_workQueue->post(utils::EPanelJob::FirstLoad, [this] { initTasks(); });
+  postLoad(utils::EPanelJob::FirstLoad, [this] { initTasks(); });
 }
 
 // By value: the signature of a slot that may be queued.
@@ -166,6 +168,7 @@ void CBasketTasksPanel::startOver(ELetGo why) {
     m_announced.clear();
   }
   m_nRunningCount = 0;
+  m_pAnnouncements->startDay(day);
   m_pTable->startDay(day);
   m_caches.startDay(day);
 }

@@ -13,6 +13,7 @@
 
 #include "CJobQueue.h"
 #include "DetailCaches.h"
+#include "TaskAnnouncements.h"
 #include "tc/ITradeDockableWidget.h"
 #include "utils/Subscription.h"
 
@@ -116,8 +117,9 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   boost::shared_ptr<CBasketTask> findTask(const QString& key) const;
   boost::shared_ptr<CBasketTask> findTask(const ksservice::CTaskDetail& detail, unsigned jobDay) const;
   boost::shared_ptr<CBasketTask> findOrCreateTask(const ksservice::CTaskDetail& detail, unsigned jobDay);
-  boost::shared_ptr<CBasketTask> createTask(const ksservice::CTaskDetail& detail);
+  boost::shared_ptr<CBasketTask> createTask(const ksservice::CTaskDetail& detail, unsigned jobDay);
   void stage(const SWork& done);
+  void stageTask(const boost::shared_ptr<CBasketTask>& task);
   TaskMap tasks() const;
 
   // Loads (worker)
@@ -127,7 +129,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   static void beginLoad(const boost::shared_ptr<CBasketTask>& task, SWork& loaded);
   static void endLoads(SWork& loaded);
   void stageInOrder(const SWork& loaded);
-  void applyStagedLater();
+  void postLoad(utils::EPanelJob kind, std::function<void()> load);
 
   // Shell (GUI thread)
   struct SToolBarControl;
@@ -154,6 +156,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void startOver(ELetGo why);
   static void letGo(const TaskMap& tasks, ELetGo why);
   void finishRefresh();
+  void deliverAnnouncements();
 
   std::atomic<int> m_nTraderType;  ///< EMavTraderType as the feed compares it; written by the GUI thread
   int m_nFilter = 0;
@@ -164,6 +167,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   GV::CCheckBox* m_pFilterFinishedCheck = nullptr;
 
   CDetailCaches m_caches;
+  std::shared_ptr<CTaskAnnouncements> m_pAnnouncements = std::make_shared<CTaskAnnouncements>();
   std::mutex m_announcedMutex;                               ///< guards the next; nothing else is locked under it
   std::map<std::string, std::set<std::string>> m_announced;  ///< shown texts of execution errors, by detail key
 

@@ -64,7 +64,6 @@ void CBasketTasksPanel::initTasks() {
   endLoads(loaded);
   stageInOrder(loaded);
   forEachOf([&](const ksservice::CTaskDetailPtr& detail) { setTableStatus(detail, loaded); });
-  applyStagedLater();
 }
 
 void CBasketTasksPanel::loadOwn(ksservice::CTaskDetailPtr detail, SWork& loaded) {
@@ -94,22 +93,26 @@ void CBasketTasksPanel::stageInOrder(const SWork& loaded) {
     return basketTaskIdLessThan(a->getRoot()->m_strHpfTreeKey, b->getRoot()->m_strHpfTreeKey);
   });
   for (const boost::shared_ptr<CBasketTask>& task : order) {
-    utils::guarded("CBasketTasksPanel::stageInOrder", task->getKey().toStdString(),
-                   [&] { m_pTable->updateTask(task); });
+    utils::guarded("CBasketTasksPanel::stageInOrder", task->getKey().toStdString(), [&] { stageTask(task); });
   }
 }
 
-void CBasketTasksPanel::applyStagedLater() {
-  QMetaObject::invokeMethod(
-      this,
-      [this] {
-        utils::guarded("CBasketTasksPanel::applyStagedLater", "table", [this] { updateTable(m_nFilter, false); });
-      },
-      Qt::QueuedConnection);
+/// Posts a job of which the GUI thread gets what was announced and then the rows.
+void CBasketTasksPanel::postLoad(utils::EPanelJob kind, std::function<void()> load) {
+  m_workQueue->post(kind, [this, load = std::move(load)] {
+    {
+      const CTaskAnnouncements::CHold hold(*m_pAnnouncements);
+      load();
+    }
+    const auto apply = [this] {
+      utils::guarded("CBasketTasksPanel::postLoad", "table", [this] { updateTable(m_nFilter, false); });
+    };
+    QMetaObject::invokeMethod(this, apply, Qt::QueuedConnection);
+  });
 }
 
 void CBasketTasksPanel::requestAccount(const ksservice::CAccountInfo& account) {
-  m_workQueue->post(utils::EPanelJob::AccountReload, [this, account] { doRequestAccount(account); });
+  postLoad(utils::EPanelJob::AccountReload, [this, account] { doRequestAccount(account); });
 }
 
 void CBasketTasksPanel::refreshAccounts() {
@@ -121,7 +124,7 @@ void CBasketTasksPanel::refreshAccounts() {
       keys.insert(account->getKey());
   }
   if (keys.empty()) return;
-  m_workQueue->post(utils::EPanelJob::AccountReload, [this, keys] { doRequestAccounts(keys); });
+  postLoad(utils::EPanelJob::AccountReload, [this, keys] { doRequestAccounts(keys); });
 }
 
 void CBasketTasksPanel::doRequestAccount(const ksservice::CAccountInfo& account) {
@@ -138,7 +141,6 @@ void CBasketTasksPanel::doRequestAccounts(const std::set<std::string>& accountKe
   }
   endLoads(loaded);
   stageInOrder(loaded);
-  applyStagedLater();
 }
 
 /// Patches and hedges are only counted; the sums and the status follow at the end of the load.
@@ -180,13 +182,12 @@ void CBasketTasksPanel::onPatchesChanged(int traderType, int taskId) {
 
 /// Has the worker stage a task that the GUI thread changed, so that its rows do not wait for its next detail.
 void CBasketTasksPanel::stageOne(const boost::shared_ptr<CBasketTask>& task) {
-  m_workQueue->post(utils::EPanelJob::Staging, [this, task] {
+  postLoad(utils::EPanelJob::Staging, [this, task] {
     SWork one;
     one.day = m_caches.day();
     m_pTable->beginRefresh(one.day);
     if (findTask(task->getKey()) == task) one.tasks[task->getKey()] = task;
     stage(one);
-    applyStagedLater();
   });
 }
 

@@ -58,7 +58,10 @@ void CBasketTasksPanel::finishRefresh() {
 // A queued call to this panel is dropped by Qt when the panel goes first, and the destructor ends the worker before.
 void CBasketTasksPanel::doUpdateTasks() {
   bool worked = false;
-  utils::guarded("CBasketTasksPanel::doUpdateTasks", "refresh", [&] { worked = refreshTasks(); });
+  {
+    const CTaskAnnouncements::CHold hold(*m_pAnnouncements);
+    utils::guarded("CBasketTasksPanel::doUpdateTasks", "refresh", [&] { worked = refreshTasks(); });
+  }
   // Whatever became of it: the next one is armed, once.
   QMetaObject::invokeMethod(
       this, [this, worked] { worked ? finishRefresh() : retartTimer(); }, Qt::QueuedConnection);
@@ -170,33 +173,27 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::findTask(const ksservice::CTas
 boost::shared_ptr<CBasketTask> CBasketTasksPanel::findOrCreateTask(const ksservice::CTaskDetail& detail,
                                                                    unsigned jobDay) {
   if (boost::shared_ptr<CBasketTask> known = findTask(detail, jobDay)) return known;
-  boost::shared_ptr<CBasketTask> task = createTask(detail);
+  boost::shared_ptr<CBasketTask> task = createTask(detail, jobDay);
   const std::lock_guard<std::mutex> lock(m_tasksMutex);
   if (m_nTasksDay != jobDay) return nullptr;
   m_tasks.insert(task->getKey(), task);
   return task;
 }
 
-boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CTaskDetail& detail) {
+boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CTaskDetail& detail, unsigned jobDay) {
   const ksservice::COrderCommand& command = *detail.m_pCommand;
   boost::shared_ptr<CBasketTask> task(
       new CBasketTask(taskKey(command.m_nTaskId), command.m_nTaskId, command.m_nCommandId), releaseTask);
   const QString displayId = taskDisplayId(command.m_nTraderType, command.m_nTaskId);
   task->getRoot()->setHpfTreeKey(displayId);
   task->moveToThread(thread());
-  // Queued: a task announces with its mutex held, on whatever thread.
-  CHpfBasketOptionDelegate* options = m_pTable->getTaskOptionDelegate();
-  connect(task.get(), SIGNAL(sigOperationEnded(QString)), options, SLOT(slotOperationEnded(QString)),
-          Qt::QueuedConnection);
-  connect(task.get(), SIGNAL(sigTaskStatus(QString, int, int)), options, SLOT(slotTaskStatus(QString, int, int)),
-          Qt::QueuedConnection);
-  connect(task.get(), SIGNAL(sigTaskOrder(QString, int, int)), m_pTable->getTaskOrderDelegate(),
-          SLOT(slotTaskOrder(QString, int, int)), Qt::QueuedConnection);
+  m_pAnnouncements->listen(*task, jobDay);
   connect(task.get(), &CBasketTask::sigShowOperateOrbTaskError, task.get(), &CBasketTask::slotShowOperateOrbTaskError,
           Qt::QueuedConnection);
   // Direct: it comes on the GUI thread without the mutex, and the host has the lines before the task is dropped.
   connect(task.get(), SIGNAL(sigPatchCreateTask(QString)), this, SIGNAL(sigPatchCreateTask(QString)));
   if (detail.m_nTaskId >= FIRST_COMMAND_KEYED_TASK) {
+    CHpfBasketOptionDelegate* options = m_pTable->getTaskOptionDelegate();
     QMetaObject::invokeMethod(
         options, [options, displayId] { options->registerCommandKeyed(displayId); }, Qt::QueuedConnection);
   }
@@ -205,7 +202,24 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CT
 
 void CBasketTasksPanel::stage(const SWork& done) {
   for (const auto& entry : done.tasks) {
-    utils::guarded("CBasketTasksPanel::stage", entry.first.toStdString(), [&] { m_pTable->updateTask(entry.second); });
+    utils::guarded("CBasketTasksPanel::stage", entry.first.toStdString(), [&] { stageTask(entry.second); });
+  }
+}
+
+void CBasketTasksPanel::stageTask(const boost::shared_ptr<CBasketTask>& task) {
+  m_pTable->updateTask(task);
+  m_pAnnouncements->onStaged(*task);
+}
+
+/// What tasks announced reaches the delegates before the rows of the job in which they did, which have the last word.
+void CBasketTasksPanel::deliverAnnouncements() {
+  CHpfBasketOptionDelegate& options = *m_pTable->getTaskOptionDelegate();
+  CHpfBasketOrderDelegate& orders = *m_pTable->getTaskOrderDelegate();
+  for (const STaskAnnouncements& task : m_pAnnouncements->take()) {
+    for (const auto& [name, ended, status, type] : task.statuses) {
+      ended ? options.slotOperationEnded(name) : options.slotTaskStatus(name, status, type);
+    }
+    for (const auto& [name, count, knownCount] : task.orders) orders.slotTaskOrder(name, count, knownCount);
   }
 }
 

@@ -54,7 +54,7 @@ constexpr SButtonSpec BUTTONS[] = {
 };
 constexpr std::size_t BUTTON_COUNT = std::size(BUTTONS);
 
-std::vector<GV::STableButton> buttonSet(unsigned set) {
+std::vector<GV::STableButton> makeButtonSet(unsigned set) {
   std::vector<GV::STableButton> buttons;
   for (const SButtonSpec& spec : BUTTONS) {
     if ((spec.sets & set) == 0) continue;
@@ -62,6 +62,12 @@ std::vector<GV::STableButton> buttonSet(unsigned set) {
     buttons.push_back({spec.id, text, spec.style, commandHint(text, spec.key)});
   }
   return buttons;
+}
+
+const std::vector<GV::STableButton>& buttonSet(unsigned set) {
+  static const std::vector<GV::STableButton> basket = makeButtonSet(Basket);
+  static const std::vector<GV::STableButton> single = makeButtonSet(Single);
+  return set == Basket ? basket : single;
 }
 
 const SButtonSpec* specOf(int buttonId) {
@@ -151,6 +157,8 @@ const std::vector<CHpfBasketOptionDelegate::SCommand>& CHpfBasketOptionDelegate:
   return list;
 }
 
+bool CHpfBasketOptionDelegate::isAlwaysApplied(int type) { return type == TYPE_ALWAYS; }
+
 ETaskAction CHpfBasketOptionDelegate::actionOf(int buttonId) {
   const SButtonSpec* spec = specOf(buttonId);
   return spec ? spec->action : ETA_None;
@@ -173,7 +181,7 @@ bool CHpfBasketOptionDelegate::accept(const QString& key, unsigned set, int stat
     setItemVisible(key, false);
   }
   SState& state = m_states[key];
-  if (!state.stale && state.status == status && state.type == type && type != TYPE_ALWAYS) return false;
+  if (!state.stale && state.status == status && state.type == type && !isAlwaysApplied(type)) return false;
   state = {status, type, false};
   return true;
 }

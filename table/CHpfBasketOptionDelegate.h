@@ -41,6 +41,8 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
   /// Every button once, with the key that presses it in the current row.
   static const std::vector<SCommand>& commands();
 
+  /// Whether every announcement for a row of that order type is applied, also of the status that the row has.
+  static bool isAlwaysApplied(int type);
   /// What a click on a button asks for; none for an unknown button.
   static ETaskAction actionOf(int buttonId);
   /// Disables what a click on a button disables.
