@@ -52,15 +52,16 @@ class PanelAnnouncements : public ::testing::Test {
   }
 
   /// A detail of a server task, since only its operations are answered.
-  static ksservice::CTaskDetailPtr makeServerDetail(int status) {
+  static ksservice::CTaskDetailPtr makeServerDetail(int status, int orderType = ksservice::EORT_Plain) {
     const ksservice::CTaskDetailPtr detail = test::makeFilled(1, 2, 100);
     detail->m_bServerTask = true;
     detail->m_nStatus = status;
+    for (auto& param : detail->m_params) param.m_nOrderType = orderType;
     return detail;
   }
 
-  bool show(int status) {
-    m_host.deliver(makeServerDetail(status));
+  bool show(int status, int orderType = ksservice::EORT_Plain) {
+    m_host.deliver(makeServerDetail(status, orderType));
     return refresh();
   }
 
@@ -159,6 +160,13 @@ TEST_F(PanelAnnouncements, OfOneRefreshTakeEffectInTheirOrder) {
     EXPECT_TRUE(m_buttons.getIsItemButtonEnabled(ROOT, idOf("暂停"))) << "it was running when the click was refused";
     EXPECT_EQ(works("暂停"), next == ksservice::ETS_Running);
     EXPECT_EQ(works("补单"), next == ksservice::ETS_Cancelled);
+  }
+}
+
+TEST_F(PanelAnnouncements, OfAnOrderTypeThatIsAlwaysAppliedBringTheButtonsBackEachTime) {
+  for (int refreshes = 0; refreshes < 3; ++refreshes) {
+    ASSERT_TRUE(show(ksservice::ETS_Running, ksservice::EORT_Algo3));
+    click("暂停");
   }
 }
 
