@@ -65,9 +65,7 @@ STaskAnnouncements* CTaskAnnouncements::of(std::size_t place, unsigned day) {
   return &m_tasks[place].announced;
 }
 
-bool CTaskAnnouncements::mustTell() {
-  return std::this_thread::get_id() != m_holder && !std::exchange(m_bTold, true);
-}
+bool CTaskAnnouncements::mustTell() { return std::this_thread::get_id() != m_holder && !std::exchange(m_bTold, true); }
 
 void CTaskAnnouncements::startDay(unsigned day) {
   const std::lock_guard<std::mutex> lock(m_mutex);

@@ -65,7 +65,8 @@ class CTaskAnnouncements : public QObject, public std::enable_shared_from_this<C
   };
 
  Q_SIGNALS:
-  /// Something waits to be taken; once until then. Any thread, perhaps with a task's mutex held: to be connected queued.
+  /// Something waits to be taken; once until then. Any thread, perhaps with a task's mutex held: to be connected
+  /// queued.
   void sigWaiting();
 
  private:

@@ -31,10 +31,10 @@ class CQueuedCalls : public QObject {
 
 class PanelAnnouncements : public ::testing::Test {
  protected:
-  PanelAnnouncements() {
+  void SetUp() override {
     GV::CMessageBox::setPresenter([](QWidget*, const QString&, const QString&) {});
   }
-  ~PanelAnnouncements() override {
+  void TearDown() override {
     release();
     GV::CMessageBox::setPresenter({});
   }
@@ -53,7 +53,7 @@ class PanelAnnouncements : public ::testing::Test {
 
   /// A detail of a server task, since only its operations are answered.
   static ksservice::CTaskDetailPtr makeServerDetail(int status, int orderType = ksservice::EORT_Plain) {
-    const ksservice::CTaskDetailPtr detail = test::makeFilled(1, 2, 100);
+    ksservice::CTaskDetailPtr detail = test::makeFilled(1, 2, 100);
     detail->m_bServerTask = true;
     detail->m_nStatus = status;
     for (auto& param : detail->m_params) param.m_nOrderType = orderType;
