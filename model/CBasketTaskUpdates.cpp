@@ -101,6 +101,7 @@ void CBasketTask::updateDetail(DetailPtr& d) {
   countOwn(task, facts, taken.before, taken.algorithmRemark);
   if (task->load) {
     task->load->own.insert(d->getKey());
+    task->load->isNew = task->load->isNew || isNew;
     task->root.noteOwn(*d);
     return;
   }
@@ -136,7 +137,7 @@ void CBasketTask::endLoad() {
     if (!task->load) return;
     const std::unique_ptr<STaskParts::SLoad> load = std::move(task->load);
     patched = load->patches;
-    if (task->shape.isBehind()) {
+    if (load->isNew || task->shape.isBehind()) {
       const CTaskShape::Accounts accounts = task->shape.askAccounts();
       countAwaiting(task);
       task->shape.build(accounts);

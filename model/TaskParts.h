@@ -38,6 +38,7 @@ struct STaskParts {
   struct SLoad {
     std::set<std::string> own;  ///< keys of details
     bool patches = false;
+    bool isNew = false;  ///< a detail was not known: the root may name accounts and operations in another order
   };
   std::unique_ptr<SLoad> load;
 };

@@ -176,5 +176,24 @@ TEST_F(PanelCycle, ALoadBuildsEachTaskOnce) {
   EXPECT_EQ(m_pTable->rowByPath("1")->number(EBC_Amount), DETAILS * 1000 + 3000);
 }
 
+/// The root names operations in the order of the details, whenever each came.
+TEST_F(PanelCycle, ADetailThatAReloadBringsIsNamedByTheRootEvenWithoutARowOfItsOwn) {
+  open();
+  const auto deliver = [this](int number, int first, int second, desk::EVia via) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
+    for (const int operation : {first, second}) {
+      test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 1000, 10.0, operation);
+    }
+    m_host.deliver(detail, via);
+  };
+  deliver(2, ksservice::EOT_Buy, ksservice::EOT_Sell, desk::EVia::Feed);
+  ASSERT_TRUE(refresh());
+  deliver(1, ksservice::EOT_Sell, ksservice::EOT_Buy, desk::EVia::Store);
+  m_panel->requestAccount(*test::makeAccount("A1", "1001"));
+  m_host.waitForJobs();
+  QCoreApplication::processEvents();
+  EXPECT_EQ(m_pTable->itemText(0, EBC_TradeType), "卖出/买入");
+}
+
 }  // namespace
 }  // namespace TC

@@ -17,21 +17,40 @@ bool SShownRow::isPlain() const {
   return plain.contains(status);
 }
 
+namespace {
+
+SShownRow shownRow(const TC::CHpfBasketStatusTable& table, const GV::IBaseHpfTableData& row, bool hedges) {
+  std::string text = row.key().toStdString();
+  for (int column = 0; column < TC::EBC_Count; ++column) {
+    if (column == TC::EBC_StartTime || column == TC::EBC_Options || column == TC::EBC_Status) continue;
+    QStringList parts = table.itemText(row, column).split('/');
+    if (hedges && (column == TC::EBC_Account || column == TC::EBC_TradeType)) parts.sort();
+    text += '|' + parts.join('/').toStdString();
+  }
+  return {text, table.itemText(row, TC::EBC_Status).toStdString()};
+}
+
+}  // namespace
+
 Shown shownBy(const TC::CHpfBasketStatusTable& table, bool hedges) {
   Shown shown;
   table.forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool hidden, bool) {
     if (depth == 0) shown.emplace_back(row.key(), std::vector<SShownRow>());
-    std::string text = row.key().toStdString() + (hidden ? " hidden" : "");
-    for (int column = 0; column < TC::EBC_Count; ++column) {
-      if (column == TC::EBC_StartTime || column == TC::EBC_Options || column == TC::EBC_Status) continue;
-      QStringList parts = row.text(column).split('/');
-      if (hedges && (column == TC::EBC_Account || column == TC::EBC_TradeType)) parts.sort();
-      text += '|' + parts.join('/').toStdString();
-    }
-    text += '|' + std::to_string(row.sortNumber(TC::EBC_Amount));
-    shown.back().second.push_back({text, row.text(TC::EBC_Status).toStdString()});
+    SShownRow each = shownRow(table, row, hedges);
+    each.text +=
+        '|' + std::to_string(depth) + (hidden ? "|hidden|" : "||") + std::to_string(row.sortNumber(TC::EBC_Amount));
+    shown.back().second.push_back(each);
   });
   return shown;
+}
+
+std::vector<SShownRow> onScreen(const TC::CHpfBasketStatusTable& table, bool hedges) {
+  std::vector<SShownRow> rows;
+  for (int row = 0; row < table.rowCount(); ++row) {
+    rows.push_back(shownRow(table, table.dataModel()->rowAt(row), hedges));
+  }
+  rows.push_back({QString::number(table.dataModel()->statistic(TC::EBC_Amount), 'g', 17).toStdString(), {}});
+  return rows;
 }
 
 std::string textOf(const Shown& shown, const Shown& other) {

@@ -23,6 +23,8 @@ using Shown = std::vector<std::pair<QString, std::vector<SShownRow>>>;
 
 /// Where the account and the operation of a hedge stand among others hangs on when it came, so that is not told.
 Shown shownBy(const TC::CHpfBasketStatusTable& table, bool hedges = false);
+/// The rows that are not hidden or folded away, and last the sum in the line of statistics.
+std::vector<SShownRow> onScreen(const TC::CHpfBasketStatusTable& table, bool hedges = false);
 /// The tasks that another table does not show so.
 std::string textOf(const Shown& shown, const Shown& other);
 

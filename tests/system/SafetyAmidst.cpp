@@ -67,7 +67,8 @@ void CSafetyDay::lookAround() {
     showQuantities(*m_pPanel);
     return;
   }
-  if (kind < 60) return button(9 + below(m_random, 2));  // folding
+  if (kind < 45) return foldTasks();
+  if (kind < 60) return changeView();
   if (kind < 75) return button(11);
   if (kind < 85) return m_pPanel->requestAccount(*m_plan.m_accounts.front());
   if (kind < 95) {
@@ -87,6 +88,7 @@ std::size_t CSafetyDay::rows() const {
 /// The panel lets go of its tasks.
 void CSafetyDay::letGo() {
   ++m_nLetGo;
+  m_view.m_unfolded.clear();
   for (const auto& entry : shownBy(*m_pTable)) {
     boost::shared_ptr<TC::CBasketTask> task;
     QString nodeKey;

@@ -65,6 +65,7 @@ void CSafetyDay::check(bool holds, const std::string& rule) {
 void CSafetyDay::run() {
   for (int steps = 20 + below(m_random, 40); steps > 0 && m_strFault.empty(); --steps) {
     step();
+    while (m_pPanel && chance(m_random, 50)) changeView();
     if (chance(m_random, 75)) refresh();
     for (int acts = below(m_random, 3); acts > 0 && m_strFault.empty(); --acts) act();
     if (chance(m_random, isCertain() ? 5 : 15)) quiet();
@@ -96,6 +97,7 @@ void CSafetyDay::refresh(bool amidst) {
   }
   learn(m_host.takeSeen());
   checkLimits();
+  checkFolding();
   // Time may have passed in a dialog.
   if (m_host.now() != before || !m_strFault.empty()) return;
   checkStops();
@@ -132,6 +134,7 @@ void CSafetyDay::learn(const Details& details) {
 void CSafetyDay::openPanel() {
   m_pPanel = std::make_unique<TC::CBasketTasksPanel>(1, nullptr);
   m_pTable = &showQuantities(*m_pPanel);
+  m_view = {};
   using Tester = QAbstractItemModelTester;
   new Tester(m_pTable->dataModel(), Tester::FailureReportingMode::Fatal, m_pPanel.get());
   QObject::connect(m_pPanel.get(), &TC::CBasketTasksPanel::sigPatchCreateTask,

@@ -27,6 +27,12 @@ class CSafetyDay : private IPanelWatcher {
 
  private:
   using Sends = std::vector<std::string>;
+  struct SView {
+    int m_nSortColumn = -1;
+    Qt::SortOrder m_eOrder = Qt::AscendingOrder;
+    QMap<int, QString> m_filters;        ///< by column
+    std::map<QString, bool> m_unfolded;  ///< by row
+  };
   /// A dialog of a patch.
   struct SConfirmation {
     int m_nBasket = 0;
@@ -53,6 +59,15 @@ class CSafetyDay : private IPanelWatcher {
   void load();
   void reopen();
   void startNewDay(bool amidst = false);
+
+  // How he looks at the table
+  int anyColumn();
+  void changeView();
+  void fold(const QString& key, bool all);
+  void foldTasks();
+  void checkFolding();
+  void putView(TC::CHpfBasketStatusTable& table) const;
+  void compare(const TC::CBasketTasksPanel& fresh, const std::set<QString>& lost);
 
   // In the middle of a refresh
   void refreshAmidst();
@@ -107,6 +122,7 @@ class CSafetyDay : private IPanelWatcher {
   CSafetyHost m_host;
   std::unique_ptr<TC::CBasketTasksPanel> m_pPanel;
   TC::CHpfBasketStatusTable* m_pTable = nullptr;
+  SView m_view;
   int m_nLetGo = 0;
   std::vector<boost::weak_ptr<TC::CBasketTask>> m_gone;  ///< tasks of which nobody must have kept anything
 

@@ -257,7 +257,7 @@ void CSafetyDay::checkFresh(const std::set<QString>& lost) {
   });
   TC::CBasketTasksPanel fresh(2, nullptr);
   fresh.setParam(m_pPanel->param());
-  const TC::CHpfBasketStatusTable& table = showQuantities(fresh);
+  putView(showQuantities(fresh));
   for (auto next = details.begin();;) {
     for (; next != end; ++next) fresh.onTaskDetail(*next);
     m_host.front().fireTimers();
@@ -265,19 +265,10 @@ void CSafetyDay::checkFresh(const std::set<QString>& lost) {
     if (next == details.end()) break;
     end = next + 1 + below(m_random, static_cast<int>(details.end() - next));
   }
+  putView(*fresh.findChild<TC::CHpfBasketStatusTable*>());
   // Folding everything shows finished sub-tasks until the next pass of the filters.
   m_pPanel->handleEvent(GV::EventCheckBoxToggled, 0, 0, QString(), nullptr);
-  const auto shown = [this, &lost](const TC::CHpfBasketStatusTable& each) {
-    Shown rows = shownBy(each, has(ING_Hedges));
-    std::erase_if(rows, [&lost](const auto& task) { return lost.contains(task.first); });
-    return rows;
-  };
-  const Shown mine = shown(*m_pTable);
-  const Shown its = shown(table);
-  m_counts["rows compared with a fresh panel"] += m_pTable->rowCount();
-  check(mine == its, "the table shows" + textOf(mine, its) + "\n  a fresh panel" + textOf(its, mine));
-  const int running = m_pPanel->runningCount();
-  check(!lost.empty() || running == fresh.runningCount(), std::to_string(running) + " tasks run");
+  compare(fresh, lost);
 }
 
 }  // namespace test
