@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,6 +14,13 @@ namespace ksservice {
 
 /// Called with each record of a data type, on a thread of the host.
 using DataCallback = std::function<void(const boost::shared_ptr<IData>&)>;
+
+/// What has changed of what the data centre knows of orders.
+struct SOrderChanges {
+  bool all = true;                ///< anything may have changed
+  std::uint64_t version = 0;      ///< of the answer: what to ask with next
+  std::vector<std::size_t> tags;  ///< CMavOrderTag::hash of each order of which something else is known now
+};
 
 /// The host's store of records. Any thread; a record that it hands out is never changed afterwards.
 class IDataCenter {
@@ -31,6 +39,11 @@ class IDataCenter {
   virtual int commandNumber(int commandId) const = 0;
   /// Null when no detail is known for the tag.
   virtual COrderDetailPtr orderDetail(const CMavOrderTag& tag) const = 0;
+  /// Of which orders orderDetail may answer otherwise than when a version was the newest; 0 is older than every
+  /// version. A host that keeps no such list is asked for every order each time.
+  virtual SOrderChanges orderChanges(std::uint64_t /*since*/) const { return {}; }
+  /// A number that is not 0 and the same for two details of one key only if their parameters are equal; 0: unknown.
+  virtual std::uint64_t paramsVersion(const CTaskDetail& /*detail*/) const { return 0; }
   /// Takes a detail back that the panel has corrected: the store's copy is replaced by it.
   virtual void updateData(const CTaskDetailPtr& detail) = 0;
 };

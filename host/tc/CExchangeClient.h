@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,8 @@ class CExchangeClient {
   /// Null for an unknown instrument. market may be a market, an exchange short code, or empty: then the code alone
   /// decides, and of several instruments with it the one that was made known last is given.
   virtual boost::shared_ptr<const CCodeInfo> getCodeInfo(const std::string& market, const std::string& code) const = 0;
+  /// As long as it is the same, and not 0, every answer of getCodeInfo is. 0: unknown.
+  virtual std::uint64_t version() const { return 0; }
 };
 
 }  // namespace TC

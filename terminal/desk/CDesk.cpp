@@ -61,6 +61,7 @@ void CDesk::setInstrument(const TC::CCodeInfo& info) {
   {
     const WriteLock lock(m_mutex);
     m_instruments.set(info.m_strMarket, info.m_strCode, stored);
+    ++m_nInstruments;
   }
   tellObservers([&](IDeskObserver& observer) { observer.onInstrument(*stored); });
 }
@@ -135,13 +136,17 @@ void CDesk::forgetTasks() {
   const WriteLock lock(m_mutex);
   m_details.clear();
   m_orderDetails.clear();
+  m_orderLog.forget();
 }
 
 void CDesk::store(const SPublication& publication) {
   const ksservice::CTaskDetailPtr& detail = publication.m_pDetail;
-  m_details[detail->getKey()] = detail;
+  SStored& stored = m_details[detail->getKey()];
+  if (!publication.m_bSameParams || stored.m_nParams == 0) stored.m_nParams = ++m_nParams;
+  stored.m_pDetail = detail;
   if (publication.m_bCommandKnown && detail->m_pCommand) enterCommand(detail->m_pCommand);
   for (const auto& [tag, orderDetail] : publication.m_orderDetails) {
+    m_orderLog.add(tag.hash());
     if (orderDetail) {
       m_orderDetails[tag] = orderDetail;
     } else {
@@ -253,20 +258,37 @@ std::vector<ksservice::CTaskDetailPtr> CDesk::taskDetails() const {
   const ReadLock lock(m_mutex);
   std::vector<ksservice::CTaskDetailPtr> details;
   details.reserve(m_details.size());
-  for (const auto& entry : m_details) details.push_back(entry.second);
+  for (const auto& entry : m_details) details.push_back(entry.second.m_pDetail);
   return details;
 }
 
 ksservice::CTaskDetailPtr CDesk::taskDetail(const std::string& key) const {
   const ReadLock lock(m_mutex);
   const auto found = m_details.find(key);
-  return found != m_details.end() ? found->second : nullptr;
+  return found != m_details.end() ? found->second.m_pDetail : nullptr;
 }
 
 ksservice::COrderDetailPtr CDesk::orderDetail(const ksservice::CMavOrderTag& tag) const {
   const ReadLock lock(m_mutex);
   const auto found = m_orderDetails.find(tag);
   return found != m_orderDetails.end() ? found->second : nullptr;
+}
+
+ksservice::SOrderChanges CDesk::orderChanges(std::uint64_t since) const {
+  const ReadLock lock(m_mutex);
+  return m_orderLog.since(since);
+}
+
+std::uint64_t CDesk::paramsVersion(const ksservice::CTaskDetail& detail) const {
+  const ReadLock lock(m_mutex);
+  const auto found = m_details.find(detail.getKey());
+  // Of an older record nothing is known any more.
+  return found != m_details.end() && found->second.m_pDetail.get() == &detail ? found->second.m_nParams : 0;
+}
+
+std::uint64_t CDesk::instrumentsVersion() const {
+  const ReadLock lock(m_mutex);
+  return m_nInstruments;
 }
 
 utils::CSubscriptionHandle CDesk::subscribeTasks(ksservice::DataCallback callback) {
@@ -276,9 +298,9 @@ utils::CSubscriptionHandle CDesk::subscribeTasks(ksservice::DataCallback callbac
 void CDesk::updateData(const ksservice::CTaskDetailPtr& detail) {
   {
     const WriteLock lock(m_mutex);
-    ksservice::CTaskDetailPtr& stored = m_details[detail->getKey()];
+    SStored& stored = m_details[detail->getKey()];
     // A correction of a detail that was replaced in the meantime is too late: it would take newer fills away.
-    if (!stored || isOfSameState(*stored, *detail)) stored = detail;
+    if (!stored.m_pDetail || isOfSameState(*stored.m_pDetail, *detail)) stored = {detail, 0};
   }
   tellObservers([&](IDeskObserver& observer) { observer.onUpdateData(detail); });
 }

@@ -2,6 +2,7 @@
 
 #include <QTimeZone>
 #include <boost/shared_ptr.hpp>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "CJobGate.h"
+#include "COrderLog.h"
 #include "CRequests.h"
 #include "CSubscribers.h"
 #include "IDeskObserver.h"
@@ -70,6 +72,7 @@ struct SPublication {
   std::vector<OrderDetailEntry> m_orderDetails;  ///< those that changed since the last publication
   EVia m_eVia = EVia::Feed;
   bool m_bCommandKnown = true;  ///< the command record is entered in the command centre too
+  bool m_bSameParams = false;   ///< the parameters are those of the detail that was published under the key before
 };
 
 /// The state behind every host service, filled by one driver (an engine, a journal player). Any thread may read at any
@@ -130,6 +133,10 @@ class CDesk {
   /// Null for an unknown key.
   ksservice::CTaskDetailPtr taskDetail(const std::string& key) const;
   ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const;
+  /// As the services of these names say it.
+  ksservice::SOrderChanges orderChanges(std::uint64_t since) const;
+  std::uint64_t paramsVersion(const ksservice::CTaskDetail& detail) const;
+  std::uint64_t instrumentsVersion() const;
 
   // What the panel asks for, through the services. Any thread; never waits for a job.
   utils::CSubscriptionHandle subscribeTasks(ksservice::DataCallback callback);
@@ -159,6 +166,11 @@ class CDesk {
     std::size_t operator()(const ksservice::CMavOrderTag& tag) const { return tag.hash(); }
   };
 
+  struct SStored {
+    ksservice::CTaskDetailPtr m_pDetail;
+    std::uint64_t m_nParams = 0;  ///< version of the parameters; 0: unknown
+  };
+
   void enterCommand(const boost::shared_ptr<const ksservice::COrderCommand>& command);
   void store(const SPublication& publication);
 
@@ -180,8 +192,11 @@ class CDesk {
   std::unordered_map<int, SGivenHedge> m_givenHedges;  ///< by group: what it was given last
   std::unordered_map<int, int> m_hedgeStates;
   std::unordered_map<std::string, boost::shared_ptr<const TC::CTaskProgress>> m_progress;
-  std::map<std::string, ksservice::CTaskDetailPtr> m_details;
+  std::map<std::string, SStored> m_details;
   std::unordered_map<ksservice::CMavOrderTag, ksservice::COrderDetailPtr, STagHash> m_orderDetails;
+  COrderLog m_orderLog;
+  std::uint64_t m_nParams = 0;       ///< the newest version of parameters
+  std::uint64_t m_nInstruments = 1;  ///< grows with each instrument that is set
   SignalHook m_signalHook;
 
   mutable std::mutex m_observerMutex;

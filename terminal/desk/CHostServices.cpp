@@ -35,6 +35,10 @@ class CDataCenterFace : public ksservice::IDataCenter {
   ksservice::COrderDetailPtr orderDetail(const ksservice::CMavOrderTag& tag) const override {
     return m_desk.orderDetail(tag);
   }
+  ksservice::SOrderChanges orderChanges(std::uint64_t since) const override { return m_desk.orderChanges(since); }
+  std::uint64_t paramsVersion(const ksservice::CTaskDetail& detail) const override {
+    return m_desk.paramsVersion(detail);
+  }
   void updateData(const ksservice::CTaskDetailPtr& detail) override { m_desk.updateData(detail); }
 
  private:
@@ -48,6 +52,7 @@ class CExchangeFace : public TC::CExchangeClient {
                                                      const std::string& code) const override {
     return m_desk.codeInfo(market, code);
   }
+  std::uint64_t version() const override { return m_desk.instrumentsVersion(); }
 
  private:
   const CDesk& m_desk;

@@ -161,6 +161,7 @@ desk::SPublication CSubTask::publish() {
   detail->m_nEndTime = m_nEndTime;
   detail->m_pCommand = m_identity.m_pCommand;
   detail->m_params = m_params;
+  publication.m_bSameParams = m_nPublishedStatus != 0;
   m_orders.publish(*detail, publication.m_orderDetails);
   publication.m_pDetail = std::move(detail);
   m_nPublishedStatus = status();

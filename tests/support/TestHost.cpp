@@ -34,6 +34,12 @@ struct CTestHost::SGates {
       m_host.meet("order");
       return m_desk.orderDetail(tag);
     }
+    SOrderChanges orderChanges(std::uint64_t since) const override {
+      return m_host.m_bTellsChanges ? m_desk.orderChanges(since) : IDataCenter::orderChanges(since);
+    }
+    std::uint64_t paramsVersion(const CTaskDetail& detail) const override {
+      return m_host.m_bTellsChanges ? m_desk.paramsVersion(detail) : IDataCenter::paramsVersion(detail);
+    }
     void updateData(const CTaskDetailPtr& detail) override { m_desk.updateData(detail); }
   };
 
@@ -43,6 +49,9 @@ struct CTestHost::SGates {
                                                        const std::string& code) const override {
       m_host.meet(code);
       return m_desk.getCodeInfo(market, code);
+    }
+    std::uint64_t version() const override {
+      return m_host.m_bTellsChanges ? m_desk.version() : CExchangeClient::version();
     }
   };
 

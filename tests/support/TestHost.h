@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -60,6 +61,8 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   /// none), with "operate 123" or "operate 123-1" before an operation and with "stop hedge", on the asking thread: a
   /// test holds who asks, or throws at him. Empty: nothing.
   void setMeeting(std::function<void(const std::string& key)> meeting);
+  /// Whether it tells what has changed, so that it need not be asked for everything: it does at first.
+  void tellChanges(bool tells) { m_bTellsChanges = tells; }
   void moveClock(double msec);
   /// Milliseconds of the timers that wait and whose context lives, in the order in which they were asked for.
   std::vector<int> heldTimers() { return m_services.manualClock()->pendingTimers(); }
@@ -115,6 +118,7 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
 
   desk::CDesk m_desk;
   desk::CHostServices m_services;
+  std::atomic<bool> m_bTellsChanges = true;
   mutable std::mutex m_mutex;  ///< guards the rest
   std::function<void(const std::string&)> m_meeting;
   long m_nRefreshes = 0;
