@@ -21,7 +21,7 @@ int tradedVolume(int task, int number, int second) {
 }  // namespace
 
 CLoad::CLoad(desk::CDesk& desk, const SLoadSize& size)
-    : m_size(size), m_pAccount(boost::make_shared<ksservice::CAccountInfo>()) {
+    : m_desk(desk), m_size(size), m_pAccount(boost::make_shared<ksservice::CAccountInfo>()) {
   m_pAccount->m_strKey = "stock/1001";
   m_pAccount->m_strDisplayId = "1001";
   m_pAccount->m_strName = "first account";
@@ -63,6 +63,10 @@ void CLoad::enterOrderDetails(desk::CDesk& desk) {
     publication.m_eVia = desk::EVia::Store;
     desk.publishTask(publication);
   }
+}
+
+void CLoad::publish(const ksservice::CTaskDetailPtr& detail) const {
+  m_desk.publishTask({detail, {}, desk::EVia::Store, true, true});
 }
 
 const ksservice::CMavOrderTag& CLoad::tag(int task, int number) const {

@@ -22,7 +22,7 @@ class CLoad {
  public:
   enum class EProgress { Running, HalfFinished };  ///< HalfFinished: every other row is traded in full
 
-  /// Enters accounts, instruments and the order details of every order at the desk.
+  /// Enters accounts, instruments and the order details of every order at the desk, which must outlive the load.
   CLoad(desk::CDesk& desk, const SLoadSize& size);
 
   const SLoadSize& size() const { return m_size; }
@@ -30,6 +30,8 @@ class CLoad {
   ksservice::CTaskDetailPtr detail(int task, int second, EProgress progress = EProgress::Running) const;
   /// One of its orders.
   ksservice::COrderInfoPtr order(int task, int number, int second, EProgress progress = EProgress::Running) const;
+  /// Places a detail of this load in the data centre alone: the parameters of a task's details never change.
+  void publish(const ksservice::CTaskDetailPtr& detail) const;
   /// The row of an order of a detail: what a dense index over the orders holds.
   int rowOfOrder(int order) const { return order % m_size.rows; }
 
@@ -38,6 +40,7 @@ class CLoad {
   void enterOrderDetails(desk::CDesk& desk);
   const ksservice::CMavOrderTag& tag(int task, int number) const;
 
+  desk::CDesk& m_desk;
   SLoadSize m_size;
   boost::shared_ptr<ksservice::CAccountInfo> m_pAccount;
   std::vector<std::string> m_codes;

@@ -30,6 +30,7 @@ class CModelRun {
       : m_load(load), m_sums(static_cast<std::size_t>(load.size().tasks) * static_cast<std::size_t>(load.size().rows)) {
     for (int task = 0; task < load.size().tasks; ++task) {
       m_details.push_back(load.detail(task, m_nSecond));
+      load.publish(m_details.back());
       const int id = m_details.back()->m_nTaskId;
       m_tasks.push_back(boost::make_shared<TC::CBasketTask>(TC::taskKey(id), id, id));
       m_tasks.back()->updateDetail(m_details.back());
@@ -42,12 +43,16 @@ class CModelRun {
     ++m_nSecond;
     for (int task = 0; task < m_load.size().tasks; ++task) {
       m_details[static_cast<std::size_t>(task)] = m_load.detail(task, m_nSecond);
+      m_load.publish(m_details[static_cast<std::size_t>(task)]);
     }
   }
 
   /// New details whose orders are those of the details before, as a host publishes a change of status.
   void publishShared() {
-    for (auto& detail : m_details) detail = boost::make_shared<ksservice::CTaskDetail>(*detail);
+    for (auto& detail : m_details) {
+      detail = boost::make_shared<ksservice::CTaskDetail>(*detail);
+      m_load.publish(detail);
+    }
   }
 
   /// ... but one in a hundred of them, as a host publishes fills.
@@ -60,6 +65,7 @@ class CModelRun {
       for (int i = m_nSecond % SPARSE; i < orders; i += SPARSE) {
         detail->m_orders[static_cast<std::size_t>(i)] = m_load.order(task, i, m_nSecond);
       }
+      m_load.publish(detail);
     }
   }
 

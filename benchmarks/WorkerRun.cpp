@@ -19,6 +19,7 @@ class CWorkerRun {
   explicit CWorkerRun(const CLoad& load) : m_load(load) {
     for (int task = 0; task < load.size().tasks; ++task) {
       m_details.push_back(load.detail(task, 0));
+      load.publish(m_details.back());
       const int id = m_details.back()->m_nTaskId;
       m_tasks.push_back(boost::make_shared<TC::CBasketTask>(TC::taskKey(id), id, id));
       m_tasks.back()->getRoot()->setHpfTreeKey(TC::taskDisplayId(EMTT_Stock, id));
@@ -36,6 +37,7 @@ class CWorkerRun {
       for (int i = 0; i < (rows > 0 ? rows : orders); ++i) {
         detail->m_orders[static_cast<std::size_t>(i)] = m_load.order(task, i, m_nSecond);
       }
+      m_load.publish(detail);
     }
   }
 

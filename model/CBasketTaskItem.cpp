@@ -73,12 +73,12 @@ CBasketTaskItem* CBasketTaskItem::find(const QString& key) {
 }
 
 void CBasketTaskItem::insertOrder(boost::shared_ptr<ksservice::COrderInfo>& o) {
-  if (o) m_mapOrders[o->getKey()] = o;
+  if (o) m_mapOrders.insert(o);
 }
 
 void CBasketTaskItem::getOrders(std::vector<boost::shared_ptr<ksservice::COrderInfo>>& out) {
   if (m_children.isEmpty()) {
-    out.insert(out.end(), m_mapOrders.cbegin(), m_mapOrders.cend());
+    out.insert(out.end(), m_mapOrders.begin(), m_mapOrders.end());
     return;
   }
   for (CBasketTaskItem* child : qAsConst(m_children)) child->getOrders(out);

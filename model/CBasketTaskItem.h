@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "RowOrders.h"
 #include "ksservice/COrderInfo.h"
 #include "ksservice/CTaskDetail.h"
 #include "ksservice/Enumerations.h"
@@ -127,7 +128,7 @@ class CBasketTaskItem {
   boost::shared_ptr<ksservice::IData> m_pShared;  ///< a record that the node keeps; shared by copies
   CBasketTaskItem* m_pParent = nullptr;           ///< not owned; null for the root
   QList<CBasketTaskItem*> m_children;             ///< not owned; in display order
-  QMap<std::string, boost::shared_ptr<ksservice::COrderInfo>> m_mapOrders;  ///< by order key
+  CRowOrders m_mapOrders;                         ///< by order key
   QString m_strHpfTreeKey;      ///< the task's name for the node's row in the tree table; see CBasketTask
   std::string m_strAccountKey;  ///< key of the account of an account node or row; display ids are not unique
   CWideVolume m_total;          ///< the sum behind m_nTotalVolume

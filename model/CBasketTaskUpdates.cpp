@@ -21,9 +21,8 @@ namespace {
 
 using Accounts = std::optional<CTaskShape::Accounts>;
 
-void countOwn(const CTaskLock& task, const SDetailFacts& facts, const CTaskDetailPtr& before, const QString& remark) {
-  static const CDetailCounter::Orders none;
-  task->counter.count(facts, before ? before->m_orders : none, {remark});
+SDetailFacts askOwn(const CTaskLock& task, const CTaskDetailPtr& detail) {
+  return {EBTT_Own, detail, task->counter.counted(EBTT_Own, detail->getKey())};
 }
 
 /// Of a detail that was not known.
@@ -45,9 +44,8 @@ void countAwaiting(const CTaskLock& task) {
     }
     const CTaskDetailPtr detail = task->own.find(key);
     if (!detail) continue;
-    utils::guarded("CBasketTask::countAwaiting", key, [&, part = part] {
-      countOwn(task, SDetailFacts(part, *detail), detail, task->own.algorithmRemark(*detail));
-    });
+    utils::guarded("CBasketTask::countAwaiting", key,
+                   [&] { task->counter.count(askOwn(task, detail), {task->own.algorithmRemark(*detail)}); });
   }
 }
 
@@ -64,6 +62,7 @@ void writeBackFilled(const CTaskLock& task, const CTaskDetailPtr& detail) {
   const auto finished = boost::make_shared<CTaskDetail>(*detail);
   finished->m_nStatus = ksservice::ETS_Finished;
   task->own.replace(finished);
+  task->counter.exchange(EBTT_Own, finished);
   ksservice::CAccountData::updateData(finished);
 }
 
@@ -83,14 +82,14 @@ bool dropsForHedge(const CTaskLock& task) { return task->root.isLeftToHedge() &&
 void CBasketTask::updateDetail(DetailPtr& d) {
   if (!d) return;
   const CTaskLock task(*m_guard);
-  const SDetailFacts facts(EBTT_Own, *d);
+  const SDetailFacts facts = askOwn(task, d);
   const bool isNew = !d->m_params.empty() && !task->own.knows(d->getKey());
   Accounts accounts;
   // Rows that are not in the shape yet: those of a load at whose end the host failed.
   const bool shapes = isNew || (!d->m_params.empty() && task->shape.isBehind());
   if (shapes && !task->load) accounts = task->shape.askAccounts(accountOf(*d).key);
 
-  const COwnDetails::STaken taken = task->own.take(d);
+  const QString algorithmRemark = task->own.take(d);
   if (d->m_params.empty()) return;
   task->tree.root().m_nOrderType = d->m_params.front().m_nOrderType;
   if (isNew) {
@@ -98,7 +97,7 @@ void CBasketTask::updateDetail(DetailPtr& d) {
   } else if (!task->tree.follow(*d)) {
     return;  // it has changed to an account without rows: there is nothing to count
   }
-  countOwn(task, facts, taken.before, taken.algorithmRemark);
+  task->counter.count(facts, {algorithmRemark});
   if (task->load) {
     task->load->own.insert(d->getKey());
     task->load->isNew = task->load->isNew || isNew;

@@ -1,5 +1,8 @@
 #include "DetailCounter.h"
 
+#include <optional>
+#include <tuple>
+
 #include "TaskKeys.h"
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"
@@ -20,29 +23,338 @@ void setText(QString& text, const QString& value) {
   if (text != value) text = value;
 }
 
-/// Stores an order under its key. Where two places of the order lists bear one key, the row remembers it: then its
-/// orders are stored in list order on every refresh, so that the later one stands as if all had been stored anew.
-void storeOrder(SLedgerRow& row, const COrderInfoPtr& order, const COrderInfo* before) {
-  COrderInfoPtr& stored = row.item->m_mapOrders[order->getKey()];
-  if (stored == order) return;
-  if (stored && stored.get() != before) row.repeatedKeys = true;
-  stored = order;
+ELineAccount accountsOf(EBasketTaskType part) { return part == EBTT_Own ? ELineAccount::First : ELineAccount::Each; }
+
+/// Whether an order that ended unfilled says why.
+bool tells(const COrderInfo& order, const SCountRules& rules) {
+  if (!COrderDetailHelper::completed(order) || order.m_nTradedVolume >= order.m_nVolume) return false;
+  return rules.everyTextIsMessage ? !order.m_strMessage.empty() : order.m_bHasMessage;
 }
 
-ELineAccount accountsOf(EBasketTaskType part) { return part == EBTT_Own ? ELineAccount::First : ELineAccount::Each; }
+bool isUnpricedFill(const COrderInfo& order) { return isZero(order.m_dTradedAmount) && order.m_nTradedVolume >= 1; }
+
+void addOrder(SOrderShare& share, const COrderInfo& order, EKnownOrder known, const SCountRules& rules) {
+  share.traded += order.m_nTradedVolume;
+  share.amount += order.m_dTradedAmount;
+  ++share.orders;
+  if (known != EKnownOrder::Unknown) ++share.knownOrders;
+  if (known == EKnownOrder::Cancelled) ++share.cancelled;
+  if (rules.pricesFills && isUnpricedFill(order)) share.amount += order.m_nTradedVolume * order.m_dPrice;
+}
 
 }  // namespace
 
-/// One count of one detail.
-struct CDetailCounter::SRun {
-  const SDetailFacts& facts;
-  const SCountRules& rules;
-  CDetailShares& shares;
-  const Orders& before;
-  CRowFinder rows;
-  bool fileAnew = false;
-  SLedgerRow* hedge = nullptr;  ///< the one row on which all of a hedge counts
+/// One count of one detail. What a slot has is never adjusted by differences but summed anew in list order, so that it
+/// is the same however the detail came to be what it is.
+class CDetailCounter::CRun {
+ public:
+  CRun(CDetailCounter& counter, const SDetailFacts& facts, CDetailShares& shares)
+      : m_counter(counter),
+        m_facts(facts),
+        m_detail(*facts.detail),
+        m_rules(countRules(facts.part)),
+        m_shares(shares),
+        m_counted(shares.m_counted) {}
+
+  void count(const STexts& texts);
+
+ private:
+  void countLines(const STexts& texts);
+  void addLine(std::size_t place, const QString& algorithm);
+  void countProgress();
+  void addProgress(const CProgressOrder& entry);
+  void countOrders(bool fileAnew);
+  void unlistGone();
+  void placeChanged();
+  void file();
+  void sumTouched();
+  void showMessages() const;
+  void logUnpriced() const;
+  void keep();
+
+  CRowFinder& rows();
+  int slotOn(const SFoundRow& found, const std::string& market, const std::string& code, int operation);
+  int slotOf(const COrderInfo& order);
+  void rememberSlots();
+  void touch(int slot);
+  bool isTouched(int slot) const {
+    return slot != NO_SLOT && static_cast<std::size_t>(slot) < m_isTouched.size() &&
+           m_isTouched[static_cast<std::size_t>(slot)] != 0;
+  }
+
+  CDetailCounter& m_counter;
+  const SDetailFacts& m_facts;
+  const ksservice::CTaskDetail& m_detail;
+  const SCountRules& m_rules;
+  CDetailShares& m_shares;
+  SCountedDetail& m_counted;
+  std::optional<CRowFinder> m_rows;  ///< made when first asked for: most runs find no row
+  CSlotMemo m_slots;                 ///< of instruments that new orders have
+  std::vector<char> m_isTouched;     ///< by slot: whether its share, and its row with it, is another
+  std::vector<int> m_touched;
 };
+
+// The steps
+
+void CDetailCounter::CRun::count(const STexts& texts) {
+  // Whatever happens from here on, what was counted fits no more until all is done.
+  m_counted.stands = false;
+  const bool fileAnew = m_facts.whole && m_shares.restart(rows().places());
+  if (m_facts.countsLines) countLines(texts);
+  if (m_facts.countsOrders) {
+    countOrders(fileAnew);
+  } else {
+    countProgress();
+  }
+  if (m_facts.whole) {
+    for (int slot = 0; slot < static_cast<int>(m_shares.m_slots.size()); ++slot) touch(slot);
+  }
+  logUnpriced();
+  if (texts.messages) showMessages();
+  for (const int slot : m_touched) settleRow(*m_shares.slot(slot).row);
+  keep();
+}
+
+void CDetailCounter::CRun::keep() {
+  m_counted.detail = m_facts.detail;
+  m_counted.countsOrders = m_facts.countsOrders;
+  m_counted.host = m_facts.host;
+  m_counted.stands = true;
+}
+
+/// With each count, whether or not it looked at them.
+void CDetailCounter::CRun::logUnpriced() const {
+  const void* const task = m_counter.m_id.task;
+  for (int i = 0; i < m_counted.unpriced; ++i) {
+    utils::logInfo(task, "CBasketTask::updateDetail", "basket panel total money error");
+  }
+  for (std::size_t i = 0; i < m_counted.priced.size(); ++i) {
+    utils::logInfo(task, "CBasketTask::updateDetail", "[basket panel] fix task money by biz num %1%-%2%",
+                   m_detail.m_nTaskId, m_detail.m_nBusinessNumber);
+  }
+}
+
+/// Another detail on the row may have said something else meanwhile: the one that was counted last has the word.
+void CDetailCounter::CRun::showMessages() const {
+  for (const int number : m_counted.told) {
+    const CDetailShares::SSlot& slot = m_shares.slot(number);
+    const COrderInfo& order = *m_detail.m_orders[static_cast<std::size_t>(slot.message)];
+    setText(slot.row->item->m_strRemark, QString::fromStdString(order.m_strMessage));
+  }
+}
+
+// Slots
+
+CRowFinder& CDetailCounter::CRun::rows() {
+  if (!m_rows) m_rows.emplace(m_counter.m_rows, m_detail.m_params, accountsOf(m_facts.part));
+  return *m_rows;
+}
+
+/// The detail's slot on the row that was found; remembers where a better one may come.
+int CDetailCounter::CRun::slotOn(const SFoundRow& found, const std::string& market, const std::string& code,
+                                 int operation) {
+  if (!found.best) {
+    m_counter.m_awaited[{found.account, orderRowKey(market, code, operation)}].insert(
+        {m_shares.part(), m_shares.key()});
+  }
+  return found.row ? m_shares.slotOn(m_counter.m_ledger.row(found.row)) : NO_SLOT;
+}
+
+int CDetailCounter::CRun::slotOf(const COrderInfo& order) {
+  if (m_slots.isEmpty()) rememberSlots();
+  const auto& [market, code, operation] = std::tie(order.m_strMarket, order.m_strCode, order.m_nOperation);
+  return m_slots.at(market, code, operation,
+                    [&] { return slotOn(rows().ofOrder(market, code, operation), market, code, operation); });
+}
+
+/// Of one order of each slot.
+void CDetailCounter::CRun::rememberSlots() {
+  std::vector<bool> known(m_shares.m_slots.size());
+  for (std::size_t i = 0; i < m_counted.orderSlots.size(); ++i) {
+    const int slot = m_counted.orderSlots[i];
+    if (slot == NO_SLOT || known[static_cast<std::size_t>(slot)]) continue;
+    known[static_cast<std::size_t>(slot)] = true;
+    const COrderInfo& order = *m_detail.m_orders[i];
+    m_slots.learn(order.m_strMarket, order.m_strCode, order.m_nOperation, slot);
+  }
+}
+
+void CDetailCounter::CRun::touch(int slot) {
+  if (slot == NO_SLOT || isTouched(slot)) return;
+  m_isTouched.resize(m_shares.m_slots.size());
+  m_isTouched[static_cast<std::size_t>(slot)] = 1;
+  m_touched.push_back(slot);
+}
+
+// Lines
+
+void CDetailCounter::CRun::countLines(const STexts& texts) {
+  std::vector<SLineShare> before;
+  for (CDetailShares::SSlot& slot : m_shares.m_slots) before.push_back(std::exchange(slot.lines, {}));
+  m_counted.quoted.clear();
+  m_counted.unpriced = 0;
+  m_counted.lineSlots.reserve(m_detail.m_params.size());
+  m_shares.m_slots.reserve(m_facts.whole ? m_detail.m_params.size() : 0);
+  for (std::size_t i = 0; i < m_detail.m_params.size(); ++i) {
+    const CCodeOrderParam& param = m_detail.m_params[i];
+    if (m_facts.whole) {
+      const auto& [market, code, name] = param.m_stock;
+      m_counted.lineSlots.push_back(slotOn(rows().ofLine(param), market, code, param.m_nOperation));
+    }
+    if (m_counted.lineSlots[i] != NO_SLOT) addLine(i, texts.algorithm);
+  }
+  for (std::size_t slot = 0; slot < before.size(); ++slot) {
+    if (m_shares.m_slots[slot].lines != before[slot]) touch(static_cast<int>(slot));
+  }
+}
+
+void CDetailCounter::CRun::addLine(std::size_t place, const QString& algorithm) {
+  const CCodeOrderParam& param = m_detail.m_params[place];
+  CDetailShares::SSlot& slot = m_shares.slot(m_counted.lineSlots[place]);
+  if (m_rules.estimatesEverything) slot.lines.estimate = m_detail.m_bServerTask;
+  if (!m_rules.targets) return;
+  const STarget& target = m_facts.targets[place];
+  slot.lines.target += target.amount;
+  if (target.quoted) m_counted.quoted.push_back({static_cast<int>(place), target});
+  if (target.unpriced) ++m_counted.unpriced;
+  if (param.m_nOrderType != ksservice::EORT_Plain) slot.lines.orderType = param.m_nOrderType;
+  if (m_detail.m_bServerTask && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
+    setText(slot.row->item->m_strRemark, algorithm);
+  }
+}
+
+// Progress
+
+void CDetailCounter::CRun::countProgress() {
+  for (auto* places : {&m_counted.orderSlots, &m_counted.priced, &m_counted.told}) places->clear();
+  m_counted.known.clear();
+  m_counted.tags.clear();
+  for (std::size_t slot = 0; slot < m_shares.m_slots.size(); ++slot) {
+    m_shares.m_slots[slot].orders = {};
+    touch(static_cast<int>(slot));
+  }
+  if (!m_facts.progress) return;
+  for (const CProgressOrder& entry : m_facts.progress->m_orders) addProgress(entry);
+}
+
+void CDetailCounter::CRun::addProgress(const CProgressOrder& entry) {
+  const CCodeOrderParam* param = paramOf(m_detail, entry).param;
+  if (!param) return;
+  const ksservice::COrderDetail& order = entry.m_detail;
+  const int operation = param->m_nOperation;
+  const auto resolve = [&] {
+    const SFoundRow found = rows().ofOrder(order.m_strMarket, order.m_strCode, operation, entry.m_strMapKey);
+    return slotOn(found, order.m_strMarket, order.m_strCode, operation);
+  };
+  // Which account an entry is of hangs on its key too.
+  const int number = rows().hasAccounts()
+                         ? resolve()
+                         : m_shares.m_progressSlots.at(order.m_strMarket, order.m_strCode, operation, resolve);
+  touch(number);
+  if (number == NO_SLOT) return;
+  CDetailShares::SSlot& slot = m_shares.slot(number);
+  if (m_rules.progressNamesRow && entry.m_strMapKey.find(slot.row->accounts) == std::string::npos) return;
+  SOrderShare& share = slot.orders;
+  share.traded += order.m_nTradedVolume;
+  share.amount += order.m_dTradedAmount;
+  ++share.orders;
+  ++share.knownOrders;
+  if (m_rules.progressCancels && COrderDetailHelper::isOrderCanceled(order)) ++share.cancelled;
+  share.estimate = true;
+}
+
+// Orders
+
+void CDetailCounter::CRun::countOrders(bool fileAnew) {
+  if (!fileAnew) unlistGone();
+  if (m_facts.whole) m_counted.orderSlots.clear();
+  placeChanged();
+  for (const auto& [place, known] : m_facts.answers) {
+    EKnownOrder& before = m_counted.known[static_cast<std::size_t>(place)];
+    if (std::exchange(before, known) != known) touch(m_counted.orderSlots[static_cast<std::size_t>(place)]);
+  }
+  file();
+  if (!m_touched.empty()) sumTouched();
+}
+
+/// The orders that have left the list are still on their rows.
+void CDetailCounter::CRun::unlistGone() {
+  if (!m_counted.detail) return;
+  const auto& before = m_counted.detail->m_orders;
+  const auto unlist = [&](std::size_t place) {
+    if (place >= m_counted.orderSlots.size() || m_counted.orderSlots[place] == NO_SLOT) return;
+    m_counter.m_ledger.unlist(*before[place]);
+  };
+  for (const int changed : m_facts.changed) {
+    const auto place = static_cast<std::size_t>(changed);
+    if (place >= before.size()) break;
+    const COrderInfoPtr& order = m_detail.m_orders[place];
+    if (before[place] && (!order || order->getKey() != before[place]->getKey())) unlist(place);
+  }
+  for (std::size_t place = m_detail.m_orders.size(); place < before.size(); ++place) unlist(place);
+}
+
+/// Gives each order that is new in its place its slot, and touches the slots of those that are new or gone.
+void CDetailCounter::CRun::placeChanged() {
+  const auto& orders = m_detail.m_orders;
+  for (std::size_t i = orders.size(); i < m_counted.orderSlots.size(); ++i) touch(m_counted.orderSlots[i]);
+  if (m_counted.orderSlots.size() > orders.size()) m_counted.orderSlots.resize(orders.size());
+  const std::size_t known = m_counted.orderSlots.size();
+  m_counted.known.resize(orders.size());
+  m_counted.tags.resize(orders.size());
+  m_counted.orderSlots.reserve(orders.size());
+  for (const int changed : m_facts.changed) {
+    const auto place = static_cast<std::size_t>(changed);
+    const COrderInfoPtr& order = orders[place];
+    if (place >= known) m_counted.orderSlots.push_back(order ? slotOf(*order) : NO_SLOT);
+    if (!order) continue;
+    m_counted.tags[place] = COrderChanges::tagOf(*order);
+    touch(m_counted.orderSlots[place]);
+  }
+}
+
+void CDetailCounter::CRun::file() {
+  static const std::vector<COrderInfoPtr> none;
+  const auto& before = m_counted.detail ? m_counted.detail->m_orders : none;
+  const auto fileAt = [&](std::size_t place) {
+    const int slot = m_counted.orderSlots[place];
+    if (slot == NO_SLOT) return;
+    const COrderInfo* const earlier = place < before.size() ? before[place].get() : nullptr;
+    m_counter.m_ledger.fileOrder(*m_shares.slot(slot).row, m_detail.m_orders[place], earlier);
+  };
+  for (const int place : m_facts.changed) fileAt(static_cast<std::size_t>(place));
+  if (!m_counter.m_ledger.hasRepeatedKeys()) return;
+  for (std::size_t place = 0; place < m_detail.m_orders.size(); ++place) fileAt(place);
+}
+
+void CDetailCounter::CRun::sumTouched() {
+  const auto& orders = m_detail.m_orders;
+  for (const int number : m_touched) {
+    CDetailShares::SSlot& slot = m_shares.slot(number);
+    slot.orders = {};
+    slot.message = CDetailShares::NO_ORDER;
+  }
+  std::erase_if(m_counted.told, [this](int slot) { return isTouched(slot); });
+  std::erase_if(m_counted.priced, [this](int place) {
+    const auto i = static_cast<std::size_t>(place);
+    return i >= m_counted.orderSlots.size() || isTouched(m_counted.orderSlots[i]);
+  });
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    const int number = m_counted.orderSlots[i];
+    if (!isTouched(number)) continue;
+    CDetailShares::SSlot& slot = m_shares.slot(number);
+    const COrderInfo& order = *orders[i];
+    addOrder(slot.orders, order, m_counted.known[i], m_rules);
+    if (m_rules.estimatesEverything) slot.orders.estimate = m_detail.m_bServerTask;
+    if (m_rules.pricesFills && isUnpricedFill(order)) m_counted.priced.push_back(static_cast<int>(i));
+    if (tells(order, m_rules)) slot.message = static_cast<int>(i);
+  }
+  for (const int number : m_touched) {
+    if (m_shares.slot(number).message != CDetailShares::NO_ORDER) m_counted.told.push_back(number);
+  }
+}
+
+// The counter
 
 void CDetailCounter::onNewRow(const CBasketTaskItem& row, const QString& accountKey) {
   const auto awaited = m_awaited.find({accountKey, patchLine(row, accountKey).second});
@@ -54,30 +366,31 @@ std::set<CDetailCounter::Counted> CDetailCounter::takeAwaiting() {
   return std::exchange(m_awaiting, {});
 }
 
-void CDetailCounter::count(const SDetailFacts& facts, const Orders& before, const STexts& texts) {
-  CDetailShares& shares = m_ledger.detail(facts.part, facts.detail.getKey());
-  SRun run{facts, countRules(facts.part), shares, before, {m_rows, facts.detail.m_params, accountsOf(facts.part)}};
-  run.fileAnew = shares.restart(run.rows.places(), before);
-  countLines(run, texts);
-  if (facts.progress) countProgress(run);
-  if (facts.countsOrders) countOrders(run);
-  if (texts.messages) showMessages(run);
-  for (const CDetailShares::SSlot& slot : shares.m_slots) settleRow(*slot.row);
+void CDetailCounter::count(const SDetailFacts& facts, const STexts& texts) {
+  CRun(*this, facts, m_ledger.detail(facts.part, facts.detail->getKey())).count(texts);
+}
+
+void CDetailCounter::exchange(EBasketTaskType part, const ksservice::CTaskDetailPtr& detail) {
+  ksservice::CTaskDetailPtr& counted = m_ledger.detail(part, detail->getKey()).m_counted.detail;
+  if (counted && counted->m_orders == detail->m_orders) counted = detail;
 }
 
 void CDetailCounter::countHedge(const std::vector<SDetailFacts>& details, CBasketTaskItem& row) {
-  static const Orders none;
   // All of them as one, so that their order is that of their keys, whichever came last.
   CDetailShares& shares = m_ledger.detail(EBTT_Hedge, {});
-  shares.restart({}, none);
   SLedgerRow& at = m_ledger.row(&row);
-  shares.slotOn(at);
+  SOrderShare& share = shares.slot(shares.slotOn(at)).orders;
+  share = {};
   for (const SDetailFacts& facts : details) {
-    SRun run{facts, countRules(EBTT_Hedge), shares, none, {m_rows, facts.detail.m_params, ELineAccount::Each}};
-    run.hedge = &at;
-    countOrders(run);
+    const COrderInfo* teller = nullptr;
+    for (const auto& [place, known] : facts.answers) {
+      const COrderInfoPtr& order = facts.detail->m_orders[static_cast<std::size_t>(place)];
+      addOrder(share, *order, known, countRules(EBTT_Hedge));
+      row.m_mapOrders.insert(order);
+      if (tells(*order, countRules(EBTT_Hedge))) teller = order.get();
+    }
     // An order says nothing over what the user was told of the end of automatic hedging.
-    if (row.m_bHedge) showMessages(run);
+    if (teller && row.m_bHedge) setText(row.m_strRemark, QString::fromStdString(teller->m_strMessage));
   }
   settleRow(at);
 }
@@ -98,115 +411,6 @@ std::set<std::string> CDetailCounter::patchesSharing(const std::string& patchKey
     for (const auto& share : row->patches) keys.insert(share.first->key());
   }
   return keys;
-}
-
-/// The detail's slot on the row that was found; remembers where a better one may come.
-int CDetailCounter::slotOn(SRun& run, const SFoundRow& found, const std::string& market, const std::string& code,
-                           int operation) {
-  if (!found.best) {
-    m_awaited[{found.account, orderRowKey(market, code, operation)}].insert({run.shares.part(), run.shares.key()});
-  }
-  return found.row ? run.shares.slotOn(m_ledger.row(found.row)) : CSlotMemo::NO_ROW;
-}
-
-void CDetailCounter::countLines(SRun& run, const STexts& texts) {
-  const auto& params = run.facts.detail.m_params;
-  const bool server = run.facts.detail.m_bServerTask;
-  run.shares.m_paramSlots.setLength(params.size());
-  for (std::size_t i = 0; i < params.size(); ++i) {
-    const CCodeOrderParam& param = params[i];
-    const std::string& market = param.m_stock.m_strMarket;
-    const std::string& code = param.m_stock.m_strCode;
-    const auto resolve = [&] { return slotOn(run, run.rows.ofLine(param), market, code, param.m_nOperation); };
-    // Of lines on several accounts one instrument may have several rows.
-    const int slot =
-        run.rows.hasAccounts() ? resolve() : run.shares.m_paramSlots.at(i, market, code, param.m_nOperation, resolve);
-    if (slot == CSlotMemo::NO_ROW) continue;
-    CDetailShares::SSlot& at = run.shares.m_slots[static_cast<std::size_t>(slot)];
-    if (run.rules.estimatesEverything) at.share.estimate = server;
-    if (!run.rules.targets) continue;
-    at.share.target += run.facts.targets[i].amount;
-    if (run.facts.targets[i].unpriced) {
-      utils::logInfo(m_id.task, "CBasketTask::updateDetail", "basket panel total money error");
-    }
-    if (param.m_nOrderType != ksservice::EORT_Plain) at.share.orderType = param.m_nOrderType;
-    if (server && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
-      setText(at.row->item->m_strRemark, texts.algorithm);
-    }
-  }
-}
-
-void CDetailCounter::countProgress(SRun& run) {
-  const auto& orders = run.facts.progress->m_orders;
-  run.shares.m_orderSlots.setLength(orders.size());
-  for (std::size_t i = 0; i < orders.size(); ++i) {
-    const ksservice::COrderDetail& order = orders[i].m_detail;
-    const CCodeOrderParam* param = paramOf(run.facts.detail, orders[i]).param;
-    if (!param) continue;
-    const int operation = param->m_nOperation;
-    const auto resolve = [&] {
-      const SFoundRow found = run.rows.ofOrder(order.m_strMarket, order.m_strCode, operation, orders[i].m_strMapKey);
-      return slotOn(run, found, order.m_strMarket, order.m_strCode, operation);
-    };
-    // Which account an entry is of hangs on its key too.
-    const int slot = run.rows.hasAccounts()
-                         ? resolve()
-                         : run.shares.m_orderSlots.at(i, order.m_strMarket, order.m_strCode, operation, resolve);
-    if (slot == CSlotMemo::NO_ROW) continue;
-    CDetailShares::SSlot& at = run.shares.m_slots[static_cast<std::size_t>(slot)];
-    if (run.rules.progressNamesRow && orders[i].m_strMapKey.find(at.row->accounts) == std::string::npos) continue;
-    at.share.traded += order.m_nTradedVolume;
-    at.share.amount += order.m_dTradedAmount;
-    ++at.share.orders;
-    ++at.share.knownOrders;
-    if (run.rules.progressCancels && COrderDetailHelper::isOrderCanceled(order)) ++at.share.cancelled;
-    at.share.estimate = true;
-  }
-}
-
-void CDetailCounter::countOrders(SRun& run) {
-  const auto& orders = run.facts.detail.m_orders;
-  run.shares.m_orderSlots.setLength(orders.size());
-  for (std::size_t i = 0; i < orders.size(); ++i) {
-    if (!orders[i]) continue;
-    const COrderInfo& order = *orders[i];
-    const int slot = run.shares.m_orderSlots.at(i, order.m_strMarket, order.m_strCode, order.m_nOperation, [&] {
-      if (run.hedge) return run.shares.slotOn(*run.hedge);
-      const SFoundRow found = run.rows.ofOrder(order.m_strMarket, order.m_strCode, order.m_nOperation);
-      return slotOn(run, found, order.m_strMarket, order.m_strCode, order.m_nOperation);
-    });
-    if (slot == CSlotMemo::NO_ROW) continue;
-    CDetailShares::SSlot& at = run.shares.m_slots[static_cast<std::size_t>(slot)];
-    addOrder(run, i, at);
-    const COrderInfo* earlier = i < run.before.size() ? run.before[i].get() : nullptr;
-    if (run.fileAnew || earlier != &order || at.row->repeatedKeys) storeOrder(*at.row, orders[i], earlier);
-  }
-}
-
-void CDetailCounter::addOrder(const SRun& run, std::size_t place, CDetailShares::SSlot& slot) const {
-  const COrderInfo& order = *run.facts.detail.m_orders[place];
-  const SDetailFacts::EOrder known = run.facts.orders[place];
-  SRowShare& share = slot.share;
-  share.traded += order.m_nTradedVolume;
-  share.amount += order.m_dTradedAmount;
-  ++share.orders;
-  if (known != SDetailFacts::EOrder::Unknown) ++share.knownOrders;
-  if (known == SDetailFacts::EOrder::Cancelled) ++share.cancelled;
-  if (run.rules.estimatesEverything) share.estimate = run.facts.detail.m_bServerTask;
-  if (run.rules.pricesFills && isZero(order.m_dTradedAmount) && order.m_nTradedVolume >= 1) {
-    share.amount += order.m_nTradedVolume * order.m_dPrice;
-    utils::logInfo(m_id.task, "CBasketTask::updateDetail", "[basket panel] fix task money by biz num %1%-%2%",
-                   run.facts.detail.m_nTaskId, run.facts.detail.m_nBusinessNumber);
-  }
-  const bool unfilled = COrderDetailHelper::completed(order) && order.m_nTradedVolume < order.m_nVolume;
-  const bool told = run.rules.everyTextIsMessage ? !order.m_strMessage.empty() : order.m_bHasMessage;
-  if (unfilled && told) slot.message = &order.m_strMessage;
-}
-
-void CDetailCounter::showMessages(const SRun& run) const {
-  for (const CDetailShares::SSlot& slot : run.shares.m_slots) {
-    if (slot.message) setText(slot.row->item->m_strRemark, QString::fromStdString(*slot.message));
-  }
 }
 
 }  // namespace TC

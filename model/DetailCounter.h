@@ -18,7 +18,6 @@ namespace TC {
 /// of a refresh: it builds no text for each order.
 class CDetailCounter {
  public:
-  using Orders = std::vector<ksservice::COrderInfoPtr>;
   /// A detail: its part and its key.
   using Counted = std::pair<EBasketTaskType, std::string>;
 
@@ -36,9 +35,14 @@ class CDetailCounter {
     QString algorithm;     ///< remark of the rows that a server's algorithm trades
     bool messages = true;  ///< the messages of orders that ended unfilled become remarks
   };
-  /// Counts an own or a patch's detail anew and forms the figures of its rows. before: the orders of the detail as it
-  /// was counted last.
-  void count(const SDetailFacts& facts, const Orders& before, const STexts& texts);
+  /// Counts what has changed of an own or a patch's detail, and forms the figures of the rows on which that falls.
+  void count(const SDetailFacts& facts, const STexts& texts);
+  /// What of a detail was counted last; null where nothing was. To be asked for the facts of its next count.
+  const SCountedDetail* counted(EBasketTaskType part, const std::string& detailKey) const {
+    return m_ledger.counted(part, detailKey);
+  }
+  /// Another record took the place of one that was counted, in which nothing is different that counts.
+  void exchange(EBasketTaskType part, const ksservice::CTaskDetailPtr& detail);
   /// Counts all that is known of the hedge into its row.
   void countHedge(const std::vector<SDetailFacts>& details, CBasketTaskItem& row);
   /// The row of each line of a patch's detail that has one, in the order of the lines.
@@ -47,14 +51,7 @@ class CDetailCounter {
   std::set<std::string> patchesSharing(const std::string& patchKey, std::vector<SLedgerRow*> rows);
 
  private:
-  struct SRun;
-
-  void countLines(SRun& run, const STexts& texts);
-  void countProgress(SRun& run);
-  void countOrders(SRun& run);
-  int slotOn(SRun& run, const SFoundRow& found, const std::string& market, const std::string& code, int operation);
-  void addOrder(const SRun& run, std::size_t place, CDetailShares::SSlot& slot) const;
-  void showMessages(const SRun& run) const;
+  class CRun;
 
   const STaskIdentity& m_id;
   CRowLedger& m_ledger;

@@ -5,6 +5,7 @@
 #include <boost/shared_ptr.hpp>
 #include <vector>
 
+#include "CountedDetail.h"
 #include "EBasketTaskType.h"
 #include "ksservice/CTaskDetail.h"
 #include "tc/CTradeClient.h"
@@ -31,23 +32,35 @@ struct SCountRules {
 
 const SCountRules& countRules(EBasketTaskType part);
 
-/// For the time of one count: it refers to the detail.
+/// What of a detail has to be counted, and what the host says of it.
 struct SDetailFacts {
-  enum class EOrder : char { Unknown, Known, Cancelled };
-  struct STarget {
-    double amount;  ///< CNY
-    bool unpriced;  ///< a volume without a price
+  struct SAnswer {
+    int place;  ///< in the list of orders
+    EKnownOrder known;
   };
 
-  /// Asks the host. Worker thread, with or without the task's mutex.
-  SDetailFacts(EBasketTaskType itsPart, const ksservice::CTaskDetail& itsDetail);
+  /// Asks the host. counted: what of the detail was counted last; null where nothing was. Worker thread, with or
+  /// without the task's mutex.
+  SDetailFacts(EBasketTaskType itsPart, ksservice::CTaskDetailPtr itsDetail, const SCountedDetail* counted);
 
-  const EBasketTaskType part;
-  const ksservice::CTaskDetail& detail;
-  std::vector<STarget> targets;                     ///< by parameter, where the part has any
+  EBasketTaskType part;
+  ksservice::CTaskDetailPtr detail;
+  SHostState host;
+  bool whole = true;                                ///< nothing that was counted before stands
+  bool countsLines = true;                          ///< the parameters are to be counted
+  std::vector<STarget> targets;                     ///< by parameter, where they are counted and the part has any
   boost::shared_ptr<const CTaskProgress> progress;  ///< null where none counts
   bool countsOrders = false;                        ///< of the detail itself: they are not the server's
-  std::vector<EOrder> orders;                       ///< by order, where they count
+  std::vector<int> changed;      ///< places of the orders that are others than before, in list order; of a whole all
+  std::vector<SAnswer> answers;  ///< of the orders that were asked for
+
+ private:
+  bool stands(const SCountedDetail& counted) const;
+  bool targetsStand(const SCountedDetail& counted) const;
+  bool findChanged(const SCountedDetail& counted);
+  void askTargets();
+  void askOrders(const SCountedDetail& counted);
+  void askOrder(int place);
 };
 
 }  // namespace TC

@@ -8,7 +8,7 @@ namespace TC {
 using ksservice::CTaskDetail;
 using ksservice::CTaskDetailPtr;
 
-COwnDetails::STaken COwnDetails::take(const CTaskDetailPtr& detail) {
+QString COwnDetails::take(const CTaskDetailPtr& detail) {
   m_bReached = true;
   takeServerTask(detail);
   if (const auto& command = detail->m_pCommand) {
@@ -16,8 +16,8 @@ COwnDetails::STaken COwnDetails::take(const CTaskDetailPtr& detail) {
     m_nTraderType = command->m_nTraderType;
   }
   if (detail->m_params.empty()) return {};
-  CTaskDetailPtr& known = m_details[detail->getKey()];
-  return {std::exchange(known, detail), algorithmRemark(*detail)};
+  m_details[detail->getKey()] = detail;
+  return algorithmRemark(*detail);
 }
 
 void COwnDetails::replace(const CTaskDetailPtr& detail) {

@@ -13,13 +13,9 @@ class COwnDetails {
  public:
   using DetailMap = QMap<std::string, ksservice::CTaskDetailPtr>;
 
-  struct STaken {
-    ksservice::CTaskDetailPtr before;  ///< the state before; null for a detail that was not known
-    /// What the rows say that a server's algorithm trades: the algorithm's instance, else what the detail says.
-    QString algorithmRemark;
-  };
-  /// Takes a new state of a detail; one without parameters tells of its command and its server task alone.
-  STaken take(const ksservice::CTaskDetailPtr& detail);
+  /// Takes a new state of a detail; one without parameters tells of its command and its server task alone. Gives what
+  /// the rows say that a server's algorithm trades.
+  QString take(const ksservice::CTaskDetailPtr& detail);
   /// Takes a state that replaces one that was taken.
   void replace(const ksservice::CTaskDetailPtr& detail);
   /// A detail of the task or of one of its patches, by the key of its progress where it runs on the server.
@@ -40,7 +36,7 @@ class COwnDetails {
   bool isServerRun() const;
   /// The algorithm parameters of the command, as the host wrote them; empty without a command.
   QString algoParams() const;
-  /// See STaken.
+  /// What the rows say that a server's algorithm trades: the algorithm's instance, else what the detail says.
   QString algorithmRemark(const ksservice::CTaskDetail& detail) const;
 
   /// The key under which the server's progress queries know a detail.

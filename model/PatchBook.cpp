@@ -28,22 +28,18 @@ CTaskDetailPtr newestOf(const CTaskDetailPtr& detail) {
 void CPatchBook::take(const CTaskDetailPtr& detail) {
   const std::vector<SLedgerRow*> rows = m_counter.rowsOfLines(*detail);
   // All that the host is asked for comes first: it may fail, and then nothing has changed.
-  std::vector<CTaskDetailPtr> newest;
   std::vector<SDetailFacts> counts;
   for (const std::string& key : m_counter.patchesSharing(detail->getKey(), rows)) {
-    newest.push_back(newestOf(key == detail->getKey() ? detail : m_entries.at(key).detail));
-    counts.emplace_back(EBTT_Patch, *newest.back());
+    counts.emplace_back(EBTT_Patch, newestOf(key == detail->getKey() ? detail : m_entries.at(key).detail),
+                        m_counter.counted(EBTT_Patch, key));
   }
   SEntry& entry = m_entries[detail->getKey()];
   entry.detail = detail;
   entry.rows = rows;
   if (!rows.empty()) m_details[detail->getKey()] = detail;
-  static const CDetailCounter::Orders none;
-  for (std::size_t i = 0; i < counts.size(); ++i) {
-    CTaskDetailPtr& counted = m_entries.at(newest[i]->getKey()).counted;
-    const bool isNew = newest[i]->getKey() == detail->getKey();
-    m_counter.count(counts[i], counted ? counted->m_orders : none, {QString(), isNew && !detail->m_bServerTask});
-    counted = newest[i];
+  for (const SDetailFacts& facts : counts) {
+    const bool isNew = facts.detail->getKey() == detail->getKey();
+    m_counter.count(facts, {QString(), isNew && !detail->m_bServerTask});
   }
 }
 

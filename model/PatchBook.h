@@ -44,9 +44,8 @@ class CPatchBook {
 
  private:
   struct SEntry {
-    ksservice::CTaskDetailPtr detail;   ///< as it was given
-    std::vector<SLedgerRow*> rows;      ///< of its lines
-    ksservice::CTaskDetailPtr counted;  ///< as the host knew it when it was counted last; null before
+    ksservice::CTaskDetailPtr detail;  ///< as it was given
+    std::vector<SLedgerRow*> rows;     ///< of its lines
   };
 
   CTaskTree& m_tree;

@@ -1,52 +1,49 @@
 #include "RowLedger.h"
 
-#include <algorithm>
 #include <set>
 
 #include "TaskRules.h"
 
 namespace TC {
 
-bool CDetailShares::restart(const std::string& places, const std::vector<ksservice::COrderInfoPtr>& orders) {
+bool CDetailShares::restart(const std::string& places) {
   const bool moved = places != m_strPlaces;
   const bool fileAnew = moved || m_bLookAgain;
-  if (fileAnew) removeOrders(orders);
+  if (fileAnew) {
+    removeOrders();
+    m_progressSlots.clear();
+  }
   if (moved) {
     leaveRows();
     m_strPlaces = places;
   }
-  if (m_bLookAgain) {
-    m_paramSlots.clear();
-    m_orderSlots.clear();
-  }
   m_bLookAgain = false;
-  for (SSlot& slot : m_slots) {
-    slot.share = SRowShare();
-    slot.message = nullptr;
-  }
+  for (SSlot& slot : m_slots) slot = {slot.row, {}, {}};
+  for (auto* list : {&m_counted.lineSlots, &m_counted.priced, &m_counted.told}) list->clear();
   return fileAnew;
 }
 
-void CDetailShares::removeOrders(const std::vector<ksservice::COrderInfoPtr>& orders) const {
+void CDetailShares::lookAgain() {
+  m_bLookAgain = true;
+  m_counted.stands = false;
+}
+
+void CDetailShares::removeOrders() const {
+  if (!m_counted.detail) return;
+  const auto& orders = m_counted.detail->m_orders;
   const std::set<ksservice::COrderInfoPtr> filed(orders.begin(), orders.end());
   for (const SSlot& slot : m_slots) {
-    auto& known = slot.row->item->m_mapOrders;
-    for (auto order = known.begin(); order != known.end();) {
-      order = filed.contains(*order) ? known.erase(order) : std::next(order);
-    }
+    slot.row->item->m_mapOrders.removeIf([&filed](const auto& order) { return filed.contains(order); });
   }
 }
 
 void CDetailShares::leaveRows() {
   for (const SSlot& slot : m_slots) {
     SLedgerRow::Shares& shares = slot.row->of(m_part);
-    shares.erase(std::remove_if(shares.begin(), shares.end(), [this](const auto& s) { return s.first == this; }),
-                 shares.end());
+    std::erase_if(shares, [this](const auto& share) { return share.first == this; });
     settleRow(*slot.row);
   }
   m_slots.clear();
-  m_paramSlots.clear();
-  m_orderSlots.clear();
 }
 
 int CDetailShares::slotOn(SLedgerRow& row) {
@@ -56,7 +53,7 @@ int CDetailShares::slotOn(SLedgerRow& row) {
   if (place != shares.end() && place->first == this) return place->second;
   const int slot = static_cast<int>(m_slots.size());
   shares.insert(place, {this, slot});
-  m_slots.push_back({&row, SRowShare(), nullptr});
+  m_slots.push_back({&row, {}, {}});
   return slot;
 }
 
@@ -77,31 +74,49 @@ CDetailShares& CRowLedger::detail(EBasketTaskType part, const std::string& detai
       .first->second;
 }
 
-void SRowShare::add(const SRowShare& other) {
-  amount += other.amount;
-  target += other.target;
-  traded += other.traded;
-  orders += other.orders;
-  knownOrders += other.knownOrders;
-  cancelled += other.cancelled;
-  if (other.orderType != 0) orderType = other.orderType;
-  estimate = estimate || other.estimate;
+const SCountedDetail* CRowLedger::counted(EBasketTaskType part, const std::string& detailKey) const {
+  const auto known = m_details.find({part, detailKey});
+  return known == m_details.end() ? nullptr : &known->second.m_counted;
+}
+
+void CRowLedger::fileOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order,
+                           const ksservice::COrderInfo* before) {
+  CRowOrders& orders = row.item->m_mapOrders;
+  if (before && before->getKey() == order->getKey() && orders.replace(*before, order)) return;
+  const ksservice::COrderInfoPtr replaced = orders.insert(order);
+  const bool wasListed = replaced && m_unlisted.erase(replaced.get()) == 0;
+  if (wasListed && replaced != order && replaced.get() != before) m_bRepeatedKeys = true;
 }
 
 namespace {
 
-SRowShare sumOf(const SLedgerRow::Shares& shares) {
-  SRowShare sum;
-  for (const auto& [detail, slot] : shares) sum.add(detail->m_slots[static_cast<std::size_t>(slot)].share);
-  return sum;
-}
+/// What all details of a part add to a row.
+struct SRowSum : SLineShare, SOrderShare {
+  explicit SRowSum(const SLedgerRow::Shares& shares) {
+    for (const auto& [detail, number] : shares) add(detail->slot(number));
+  }
+  bool isEstimated() const { return SLineShare::estimate || SOrderShare::estimate; }
+
+ private:
+  void add(const CDetailShares::SSlot& slot) {
+    target += slot.lines.target;
+    if (slot.lines.orderType != 0) orderType = slot.lines.orderType;
+    SLineShare::estimate = SLineShare::estimate || slot.lines.estimate;
+    amount += slot.orders.amount;
+    traded += slot.orders.traded;
+    orders += slot.orders.orders;
+    knownOrders += slot.orders.knownOrders;
+    cancelled += slot.orders.cancelled;
+    SOrderShare::estimate = SOrderShare::estimate || slot.orders.estimate;
+  }
+};
 
 }  // namespace
 
 void settleRow(const SLedgerRow& row) {
   CBasketTaskItem& item = *row.item;
-  const SRowShare own = sumOf(row.own);
-  const SRowShare patched = sumOf(row.patches);
+  const SRowSum own(row.own);
+  const SRowSum patched(row.patches);
   item.m_nTradedVolume = item.m_traded.set(own.traded);
   item.m_dCurAmount = own.amount;
   item.m_nCurOrderCount = own.orders;
@@ -124,7 +139,7 @@ void settleRow(const SLedgerRow& row) {
   }
   item.m_dTradedAmount = item.m_dPatchAmount + own.amount;
   item.m_nOrderType = own.orderType;
-  const bool estimate = (own.estimate || patched.estimate) && finished != 0;
+  const bool estimate = (own.isEstimated() || patched.isEstimated()) && finished != 0;
   item.m_dTotalAmount = estimate ? estimateAmount(item.totalVolume(), item.m_dTradedAmount, finished) : own.target;
 }
 

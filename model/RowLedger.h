@@ -6,10 +6,12 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "CBasketTaskItem.h"
+#include "CountedDetail.h"
 #include "EBasketTaskType.h"
 #include "SlotMemo.h"
 
@@ -17,18 +19,23 @@ namespace TC {
 
 class CDetailShares;
 
-/// What one detail adds to one row.
-struct SRowShare {
+/// What the parameters of one detail add to one row.
+struct SLineShare {
+  double target = 0;      ///< target amount, CNY
+  int orderType = 0;      ///< of the last parameter that names another than the plain one
+  bool estimate = false;  ///< the target is estimated from what was traded
+
+  bool operator==(const SLineShare& other) const = default;
+};
+
+/// What its orders add, or the server's progress.
+struct SOrderShare {
   double amount = 0;     ///< traded amount, CNY
-  double target = 0;     ///< target amount, CNY
   long long traded = 0;  ///< traded volume
   int orders = 0;
   int knownOrders = 0;  ///< orders whose order detail is known
   int cancelled = 0;
-  int orderType = 0;      ///< of the last parameter that names another than the plain one
-  bool estimate = false;  ///< the target is estimated from what was traded
-
-  void add(const SRowShare& other);
+  bool estimate = false;
 };
 
 /// An instrument row, or the hedge row, and the details that add to it.
@@ -40,7 +47,6 @@ struct SLedgerRow {
   bool hedge = false;
   Shares own;  ///< of the hedge row: the hedge's
   Shares patches;
-  bool repeatedKeys = false;  ///< orders from several places of the order lists bear one key
 
   Shares& of(EBasketTaskType part) { return part == EBTT_Patch ? patches : own; }
 };
@@ -50,32 +56,35 @@ class CDetailShares {
  public:
   struct SSlot {
     SLedgerRow* row = nullptr;
-    SRowShare share;
-    const std::string* message = nullptr;  ///< of the last order that ended unfilled; valid during a count
+    SLineShare lines;
+    SOrderShare orders;
+    int message = NO_ORDER;  ///< place of the last order that ended unfilled with a message
   };
+  static constexpr int NO_ORDER = -1;
 
   CDetailShares(EBasketTaskType part, std::string detailKey) : m_part(part), m_strKey(std::move(detailKey)) {}
   CDetailShares(const CDetailShares&) = delete;
   CDetailShares& operator=(const CDetailShares&) = delete;
 
-  /// Starts a recount: every share is 0. accounts: those of the detail's lines; orders: those of the detail as it was
-  /// counted last. With other accounts than last time the rows lose what this detail gave them; true when the orders
-  /// are to be filed on their rows anew.
-  bool restart(const std::string& accounts, const std::vector<ksservice::COrderInfoPtr>& orders);
-  /// Rows have come on which orders may belong: the next recount looks for all of them again.
-  void lookAgain() { m_bLookAgain = true; }
+  /// Starts a count of the whole detail: every share is 0. accounts: those of the detail's lines. With other accounts
+  /// than last time the rows lose what this detail gave them; true when its orders were taken off its rows, to be filed
+  /// anew.
+  bool restart(const std::string& accounts);
+  /// Rows have come on which orders may belong: the next count looks for all of them again.
+  void lookAgain();
   /// The detail's slot on a row, made when it has none.
   int slotOn(SLedgerRow& row);
+  SSlot& slot(int number) { return m_slots[static_cast<std::size_t>(number)]; }
   EBasketTaskType part() const { return m_part; }
   const std::string& key() const { return m_strKey; }
 
   std::vector<SSlot> m_slots;
-  CSlotMemo m_paramSlots;
-  CSlotMemo m_orderSlots;
+  SCountedDetail m_counted;
+  CSlotMemo m_progressSlots;
 
  private:
   void leaveRows();
-  void removeOrders(const std::vector<ksservice::COrderInfoPtr>& orders) const;
+  void removeOrders() const;
 
   EBasketTaskType m_part;
   std::string m_strKey;
@@ -96,10 +105,22 @@ class CRowLedger {
   SLedgerRow& row(const CBasketTaskItem* item) { return *m_rows.at(item); }
   /// The shares of a detail, made when it has none.
   CDetailShares& detail(EBasketTaskType part, const std::string& detailKey);
+  /// What of a detail was counted last; null where nothing was.
+  const SCountedDetail* counted(EBasketTaskType part, const std::string& detailKey) const;
+
+  /// Stores an order on its row. before: the order that had its place in the list; null for a new place.
+  void fileOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& order, const ksservice::COrderInfo* before);
+  /// An order is in no list any more. Its row keeps it until another one of its key comes.
+  void unlist(const ksservice::COrderInfo& order) { m_unlisted.insert(&order); }
+  /// Orders from several places of the lists bear one key: all of them are to be filed in list order with each count,
+  /// so that the later one stands as if all had been filed anew.
+  bool hasRepeatedKeys() const { return m_bRepeatedKeys; }
 
  private:
   std::unordered_map<const CBasketTaskItem*, std::unique_ptr<SLedgerRow>> m_rows;
   std::map<std::pair<EBasketTaskType, std::string>, CDetailShares> m_details;
+  std::unordered_set<const ksservice::COrderInfo*> m_unlisted;  ///< each is kept by a row
+  bool m_bRepeatedKeys = false;
 };
 
 /// Forms a row's figures from the shares of its details and its patch tasks, and everything that is derived from them.

@@ -4,29 +4,26 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <utility>
-#include <vector>
 
 namespace TC {
 
-/// Remembers in which slot of a detail an instrument's operation counts, so that a refresh builds no key: the places
-/// of a list mostly hold the instruments that they held last time, and the others are found by hash.
+/// In which slot of a detail an instrument's operation counts, so that its row is looked for once.
 class CSlotMemo {
  public:
-  static constexpr int NO_ROW = -1;
-
-  /// The slot of the list's place, NO_ROW when no row exists. resolve() is asked once for each instrument and
-  /// operation.
+  /// resolve() is asked for what is not known.
   template <typename Resolve>
-  int at(std::size_t place, const std::string& market, const std::string& code, int operation, const Resolve& resolve) {
-    Entry*& entry = m_places[place];
-    if (!entry || !same(entry->first, market, code, operation)) entry = &find(market, code, operation);
-    if (entry->second == UNRESOLVED) entry->second = resolve();
-    return entry->second;
+  int at(const std::string& market, const std::string& code, int operation, const Resolve& resolve) {
+    const auto known = m_slots.find(SView{market, code, operation});
+    if (known != m_slots.end()) return known->second;
+    const int slot = resolve();
+    learn(market, code, operation, slot);
+    return slot;
   }
-  /// Makes room for a list of this length; to be called before at().
-  void setLength(std::size_t length) { m_places.resize(length, nullptr); }
-  void clear();
+  void learn(const std::string& market, const std::string& code, int operation, int slot) {
+    m_slots.emplace(SKey{market, code, operation}, slot);
+  }
+  bool isEmpty() const { return m_slots.empty(); }
+  void clear() { m_slots.clear(); }
 
  private:
   struct SView {
@@ -42,7 +39,11 @@ class CSlotMemo {
   };
   struct SHash {
     using is_transparent = void;
-    std::size_t operator()(const SView& key) const;
+    std::size_t operator()(const SView& key) const {
+      constexpr std::size_t MIX = 0x9e3779b97f4a7c15u;
+      const std::hash<std::string_view> hash;
+      return ((hash(key.code) * MIX) ^ hash(key.market)) * MIX + static_cast<std::size_t>(key.operation);
+    }
   };
   struct SEqual {
     using is_transparent = void;
@@ -50,16 +51,8 @@ class CSlotMemo {
       return a.operation == b.operation && a.code == b.code && a.market == b.market;
     }
   };
-  using Entry = std::pair<const SKey, int>;
-  static constexpr int UNRESOLVED = -2;
 
-  static bool same(const SKey& key, const std::string& market, const std::string& code, int operation) {
-    return key.operation == operation && key.code == code && key.market == market;
-  }
-  Entry& find(const std::string& market, const std::string& code, int operation);
-
-  std::unordered_map<SKey, int, SHash, SEqual> m_entries;
-  std::vector<Entry*> m_places;  ///< entries keep their address
+  std::unordered_map<SKey, int, SHash, SEqual> m_slots;
 };
 
 }  // namespace TC

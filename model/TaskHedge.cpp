@@ -83,7 +83,7 @@ CTaskHedge::SFacts CTaskHedge::ask(const CTaskDetailPtr& detail) const {
   SFacts facts{detail, m_details, {}};
   if (detail->m_nTaskId != ksservice::UNSET_INT) facts.details[detail->getKey()] = detail;
   facts.counts.reserve(static_cast<std::size_t>(facts.details.size()));
-  for (const CTaskDetailPtr& one : qAsConst(facts.details)) facts.counts.emplace_back(EBTT_Hedge, *one);
+  for (const CTaskDetailPtr& one : qAsConst(facts.details)) facts.counts.emplace_back(EBTT_Hedge, one, nullptr);
   return facts;
 }
 
