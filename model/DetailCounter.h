@@ -1,11 +1,11 @@
 #pragma once
 
-#include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "AwaitedRows.h"
+#include "CountRun.h"
 #include "DetailFacts.h"
 #include "RowLedger.h"
 #include "RowLookup.h"
@@ -19,22 +19,18 @@ namespace TC {
 class CDetailCounter {
  public:
   /// A detail: its part and its key.
-  using Counted = std::pair<EBasketTaskType, std::string>;
+  using Counted = CAwaitedRows::Counted;
+  using STexts = CCountRun::STexts;
 
   /// Both must outlive the counter; rows: of the securities, on which all but the hedge counts.
   CDetailCounter(const STaskIdentity& id, CRowLedger& ledger, const SideRows& rows)
       : m_id(id), m_ledger(ledger), m_rows(rows) {}
 
   /// A row has come: orders that belong on it may have been counted on another one.
-  void onNewRow(const CBasketTaskItem& row, const QString& accountKey);
+  void onNewRow(const CBasketTaskItem& row, const QString& accountKey) { m_awaited.onNewRow(row, accountKey); }
   /// The details whose orders belong on rows that have come since they were counted. Their next count finds them.
   std::set<Counted> takeAwaiting();
 
-  /// What a count does beside the figures.
-  struct STexts {
-    QString algorithm;     ///< remark of the rows that a server's algorithm trades
-    bool messages = true;  ///< the messages of orders that ended unfilled become remarks
-  };
   /// Counts what has changed of an own or a patch's detail, and forms the figures of the rows on which that falls.
   void count(const SDetailFacts& facts, const STexts& texts);
   /// What of a detail was counted last; null where nothing was. To be asked for the facts of its next count.
@@ -51,14 +47,10 @@ class CDetailCounter {
   std::set<std::string> patchesSharing(const std::string& patchKey, std::vector<SLedgerRow*> rows);
 
  private:
-  class CRun;
-
   const STaskIdentity& m_id;
   CRowLedger& m_ledger;
   const SideRows& m_rows;
-  /// Details with orders for which a better row may come, by account key and the row key that it would have.
-  std::map<std::pair<QString, QString>, std::set<Counted>> m_awaited;
-  std::set<Counted> m_awaiting;  ///< those for which it has come
+  CAwaitedRows m_awaited;
 };
 
 }  // namespace TC

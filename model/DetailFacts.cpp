@@ -4,6 +4,7 @@
 #include <numeric>
 #include <utility>
 
+#include "CountRules.h"
 #include "TaskRules.h"
 #include "ksservice/Helpers.h"
 #include "ksservice/TraderCenter.h"
@@ -58,31 +59,6 @@ bool isServers(EServerCount count, const ksservice::CTaskDetail& detail) {
 }
 
 }  // namespace
-
-const SCountRules& countRules(EBasketTaskType part) {
-  static const SCountRules own = {.targets = true,
-                                  .server = EServerCount::Progress,
-                                  .pricesFills = true,
-                                  .progressCancels = false,
-                                  .progressNamesRow = true,
-                                  .everyTextIsMessage = false,
-                                  .estimatesEverything = false};
-  static const SCountRules patch = {.targets = false,
-                                    .server = EServerCount::ProgressElseOrders,
-                                    .pricesFills = false,
-                                    .progressCancels = true,
-                                    .progressNamesRow = false,
-                                    .everyTextIsMessage = true,
-                                    .estimatesEverything = true};
-  static const SCountRules hedge = {.targets = false,
-                                    .server = EServerCount::Orders,
-                                    .pricesFills = false,
-                                    .progressCancels = false,
-                                    .progressNamesRow = false,
-                                    .everyTextIsMessage = false,
-                                    .estimatesEverything = false};
-  return part == EBTT_Own ? own : part == EBTT_Patch ? patch : hedge;
-}
 
 SDetailFacts::SDetailFacts(EBasketTaskType itsPart, ksservice::CTaskDetailPtr itsDetail, const SCountedDetail* counted)
     : part(itsPart), detail(std::move(itsDetail)) {

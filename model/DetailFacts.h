@@ -12,26 +12,6 @@
 
 namespace TC {
 
-/// What counts of a server's detail.
-enum class EServerCount {
-  Orders,             ///< its orders, as of any other
-  Progress,           ///< where it has a command, the server's progress alone
-  ProgressElseOrders  ///< the server's progress; its orders while there is none
-};
-
-/// How the details of a part of a task count. The differences are intended.
-struct SCountRules {
-  bool targets;  ///< their parameters have target amounts
-  EServerCount server;
-  bool pricesFills;          ///< a fill that came without an amount counts at its order's price
-  bool progressCancels;      ///< of a server's progress the cancelled orders count too
-  bool progressNamesRow;     ///< an entry of a progress counts where its key holds the row's account
-  bool everyTextIsMessage;   ///< a message counts although it is not marked as one
-  bool estimatesEverything;  ///< a server's detail has the target estimated on each of its rows, whatever was traded
-};
-
-const SCountRules& countRules(EBasketTaskType part);
-
 /// What of a detail has to be counted, and what the host says of it.
 struct SDetailFacts {
   struct SAnswer {

@@ -1,4 +1,5 @@
-/// However its details came to be what they are, a task has what one has that counts them from nothing, to the last bit.
+/// However its details came to be what they are, a task has what one has that counts them from nothing, to the last
+/// bit.
 #include <algorithm>
 #include <map>
 #include <random>
@@ -69,7 +70,7 @@ class CSparseCountTest : public CTaskTest, public testing::WithParamInterface<in
     if (kind == 1) orders.resize(static_cast<std::size_t>(pick(static_cast<int>(orders.size()) + 1)));
     if (kind == 2 || kind == 3) orders.push_back(randomOrder(number, static_cast<int>(orders.size())));
     if (kind == 2) orders.push_back(isRare() ? nullptr : randomOrder(number, static_cast<int>(orders.size())));
-    if (kind == 4 && number == 2) made.m_bServerTask = !made.m_bServerTask;
+    if (kind == 4 && number % 2 == 0) made.m_bServerTask = !made.m_bServerTask;
     const bool all = kind == 5;
     for (std::size_t i = 0; i < orders.size(); ++i) {
       if (orders[i] && (all || isRare())) orders[i] = change(orders[i]);
@@ -155,10 +156,10 @@ class CSparseCountTest : public CTaskTest, public testing::WithParamInterface<in
   }
   static void write(const CBasketTaskItem& node, std::ostream& out) {
     out << node.m_strKey.toStdString();
-    for (const int figure : {node.m_nTotalVolume, node.m_nFinishedVolume, node.m_nTradedVolume, node.m_nPatchVolume,
-                             node.m_nOrderCount, node.m_nOrderCount2, node.m_nCurOrderCount, node.m_nCurOrderCount2,
-                             node.m_nPatchOrderCount, node.m_nPatchOrderCount2, node.m_nCanceledCount,
-                             node.isEmpty() ? node.m_nOrderType : 0, node.m_nStatus}) {
+    for (const int figure :
+         {node.m_nTotalVolume, node.m_nFinishedVolume, node.m_nTradedVolume, node.m_nPatchVolume, node.m_nOrderCount,
+          node.m_nOrderCount2, node.m_nCurOrderCount, node.m_nCurOrderCount2, node.m_nPatchOrderCount,
+          node.m_nPatchOrderCount2, node.m_nCanceledCount, node.isEmpty() ? node.m_nOrderType : 0, node.m_nStatus}) {
       out << ' ' << figure;
     }
     for (const double amount : {node.m_dTradedAmount, node.m_dTotalAmount, node.m_dCurAmount, node.m_dPatchAmount}) {
