@@ -65,6 +65,16 @@ QMap<QString, CBasketTaskItem*>& CBasketTask::getStockDetailMap(const QString& a
   return CTaskLock(*m_guard)->tree.stockRows(accountKey);
 }
 
+SChangedRows CBasketTask::takeChanges() {
+  const CTaskLock task(*m_guard);
+  CRowChanges& changes = task->ledger.changes();
+  // These are few, and written by many.
+  changes.noteShown(task->tree.root());
+  for (CBasketTaskItem* node : task->shape.innerNodes()) changes.noteShown(*node);
+  if (CBasketTaskItem* hedge = task->hedge.row()) changes.noteShown(*hedge);
+  return changes.takeForTable();
+}
+
 unsigned CBasketTask::shapeVersion() const { return CTaskLock(*m_guard)->shape.version(); }
 
 void CBasketTask::getOrders(const QString& key, std::vector<boost::shared_ptr<ksservice::COrderDetail>>& details,

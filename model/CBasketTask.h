@@ -13,6 +13,7 @@
 #include "CBasketTaskItem.h"
 #include "EBasketTaskType.h"
 #include "ELetGo.h"
+#include "RowChanges.h"
 #include "ksservice/CBasketHedgeParam.h"
 #include "ksservice/CTaskDetail.h"
 #include "tc/CTradeClient.h"
@@ -125,6 +126,11 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// Grows with each reorganize: as long as it stands, every node stays and keeps its place and keys. With mutex()
   /// held.
   unsigned shapeVersion() const;
+
+  /// The nodes of which something that a table shows may be another than at the last call, and the only ones: inner
+  /// nodes, rows and hedge row. The first call, and whatever changes the tree, names none but tells that all may be.
+  /// For one table alone. With mutex() held.
+  SChangedRows takeChanges();
 
   // Operations: GUI thread. text: that of the event that caused the call, empty for the tool bar.
   void cancel(QString text);

@@ -52,6 +52,7 @@ void CBasketTaskItem::setParent(CBasketTaskItem* p) {
 void CBasketTaskItem::addChild(CBasketTaskItem* c) {
   if (!c) return;
   c->setParent(this);
+  c->m_nPlace = m_children.size();
   m_children.append(c);
 }
 

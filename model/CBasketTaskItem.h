@@ -136,6 +136,8 @@ class CBasketTaskItem {
   CWideVolume m_traded;         ///< the sum behind m_nTradedVolume
   CWideVolume m_patched;        ///< the sum behind m_nPatchVolume
   bool m_bUnset = false;        ///< a parameter that falls on the node has no volume: it has no remainder
+  unsigned char m_nNoted = 0;   ///< in which lists of changed rows the row stands; the task's own affair
+  int m_nPlace = 0;             ///< among the parent's children
 };
 
 }  // namespace TC

@@ -32,6 +32,7 @@ void addRows(const CTaskLock& task, const CTaskDetail& detail) {
     task->ledger.addRow(*row, false);
     task->counter.onNewRow(*row, account);
   }
+  task->ledger.changes().noteAll();
 }
 
 /// Counts the details again of which something belongs on rows that have come since. A host that fails costs the
@@ -49,9 +50,21 @@ void countAwaiting(const CTaskLock& task) {
   }
 }
 
+/// Hangs the rows anew.
+void build(const CTaskLock& task, const CTaskShape::Accounts& accounts) {
+  task->ledger.changes().noteAll();
+  task->shape.build(accounts);
+}
+
+void sum(const CTaskLock& task, CNotices& notices) {
+  CRowChanges& changes = task->ledger.changes();
+  if (CBasketTaskItem* hedge = task->hedge.row()) changes.note(*hedge);
+  task->sums.sum(task->tree.root(), changes.takeForSums(), notices);
+}
+
 void sumAll(const CTaskLock& task, CNotices& notices) {
   const CBasketTaskItem& root = task->tree.root();
-  sumFigures(task->tree.root(), notices);
+  sum(task, notices);
   notices.orders(root.m_strHpfTreeKey, root.m_nOrderCount, root.m_nOrderCount2);
 }
 
@@ -106,7 +119,7 @@ void CBasketTask::updateDetail(DetailPtr& d) {
   }
   if (accounts) {
     countAwaiting(task);
-    task->shape.build(*accounts);
+    build(task, *accounts);
   }
   CSpeech notices(*this);
   sumAll(task, notices);
@@ -139,7 +152,7 @@ void CBasketTask::endLoad() {
     if (load->isNew || task->shape.isBehind()) {
       const CTaskShape::Accounts accounts = task->shape.askAccounts();
       countAwaiting(task);
-      task->shape.build(accounts);
+      build(task, accounts);
     }
     CSpeech notices(*this);
     sumAll(task, notices);
@@ -154,17 +167,19 @@ void CBasketTask::endLoad() {
 
 void CBasketTask::reorganize() {
   const CTaskLock task(*m_guard);
-  task->shape.build(task->shape.askAccounts());
+  build(task, task->shape.askAccounts());
 }
 
 void CBasketTask::recursiveUpdate(CBasketTaskItem* n) {
   const CTaskLock task(*m_guard);
   CSpeech notices(*this);
-  sumFigures(*n, notices);
+  task->ledger.changes().noteAll();
+  CFigureSums().sum(*n, {}, notices);
 }
 
 void CBasketTask::recursiveClear(CBasketTaskItem* n) {
   const CTaskLock task(*m_guard);
+  task->ledger.changes().noteAll();
   clearBelow(*n);
 }
 
@@ -193,7 +208,7 @@ void CBasketTask::updateHedge(DetailPtr& d) {
   task->hedge.price(lot);
   if (task->load) return;
   CSpeech notices(*this);
-  sumFigures(task->tree.root(), notices);
+  sum(task, notices);
   // The root's key, not its tree key: that is intended.
   const CBasketTaskItem& root = task->tree.root();
   notices.orders(root.m_strKey, root.m_nOrderCount, root.m_nOrderCount2);
@@ -207,7 +222,7 @@ bool CBasketTask::updateHedgeCnt(DetailPtr& d) {
   Accounts accounts;
   if (!task->hedge.row() && !task->load) accounts = task->shape.askAccounts(accountOf(*d).key);
   task->hedge.take(facts, task->own.all().isEmpty());
-  if (accounts) task->shape.build(*accounts);
+  if (accounts) build(task, *accounts);
   return true;
 }
 
@@ -215,7 +230,7 @@ void CBasketTask::updateHedgeVolume(int volume) {
   const CTaskLock task(*m_guard);
   if (!task->hedge.raise(volume)) return;
   CSpeech notices(*this);
-  sumFigures(task->tree.root(), notices);
+  sum(task, notices);
   task->hedge.noteTarget(notices);
 }
 

@@ -32,8 +32,10 @@ const SCountRules& countRules(EBasketTaskType part) {
   return part == EBTT_Own ? own : part == EBTT_Patch ? patch : hedge;
 }
 
-void setRemark(CBasketTaskItem& row, const QString& text) {
-  if (row.m_strRemark != text) row.m_strRemark = text;
+void setRemark(CBasketTaskItem& row, const QString& text, CRowChanges& changes) {
+  if (row.m_strRemark == text) return;
+  row.m_strRemark = text;
+  changes.note(row);
 }
 
 bool isUnpricedFill(const COrderInfo& order) { return isZero(order.m_dTradedAmount) && order.m_nTradedVolume >= 1; }

@@ -28,7 +28,7 @@ struct SCountRules {
 const SCountRules& countRules(EBasketTaskType part);
 
 /// Exchanges a row's remark where it is another: copies of an equal one stay shared.
-void setRemark(CBasketTaskItem& row, const QString& text);
+void setRemark(CBasketTaskItem& row, const QString& text, CRowChanges& changes);
 /// Whether a fill came without an amount.
 bool isUnpricedFill(const ksservice::COrderInfo& order);
 /// Adds one order to what the orders of a detail add to a row.

@@ -24,7 +24,7 @@ ELineAccount accountsOf(EBasketTaskType part) { return part == EBTT_Own ? ELineA
 void CCountRun::count(const STexts& texts) {
   // Whatever happens from here on, what was counted fits no more until all is done.
   m_counted.stands = false;
-  const bool fileAnew = m_facts.whole && m_shares.restart(rows().places());
+  const bool fileAnew = m_facts.whole && m_shares.restart(rows().places(), m_place.ledger.changes());
   if (m_facts.countsLines) countLines(texts);
   if (m_facts.countsOrders) {
     countOrders(fileAnew);
@@ -36,7 +36,7 @@ void CCountRun::count(const STexts& texts) {
   }
   logUnpriced();
   if (texts.messages) showMessages();
-  for (const int slot : m_touched) settleRow(*m_shares.slot(slot).row);
+  for (const int slot : m_touched) settleRow(*m_shares.slot(slot).row, m_place.ledger.changes());
   keep();
 }
 
@@ -64,7 +64,7 @@ void CCountRun::showMessages() const {
   for (const int number : m_counted.told) {
     const CDetailShares::SSlot& slot = m_shares.slot(number);
     const COrderInfo& order = *m_detail.m_orders[static_cast<std::size_t>(slot.message)];
-    setRemark(*slot.row->item, QString::fromStdString(order.m_strMessage));
+    setRemark(*slot.row->item, QString::fromStdString(order.m_strMessage), m_place.ledger.changes());
   }
 }
 
@@ -76,8 +76,7 @@ CRowFinder& CCountRun::rows() {
 }
 
 /// The detail's slot on the row that was found; remembers where a better one may come.
-int CCountRun::slotOn(const SFoundRow& found, const std::string& market, const std::string& code,
-                                 int operation) {
+int CCountRun::slotOn(const SFoundRow& found, const std::string& market, const std::string& code, int operation) {
   m_place.awaited.note(found, market, code, operation, {m_shares.part(), m_shares.key()});
   return found.row ? m_shares.slotOn(m_place.ledger.row(found.row)) : NO_SLOT;
 }
@@ -141,7 +140,7 @@ void CCountRun::addLine(std::size_t place, const QString& algorithm) {
   if (target.unpriced) ++m_counted.unpriced;
   if (param.m_nOrderType != ksservice::EORT_Plain) slot.lines.orderType = param.m_nOrderType;
   if (m_detail.m_bServerTask && ksservice::DataHelper::isAlgoOrderType(param.m_nOrderType)) {
-    setRemark(*slot.row->item, algorithm);
+    setRemark(*slot.row->item, algorithm, m_place.ledger.changes());
   }
 }
 

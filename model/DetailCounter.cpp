@@ -39,9 +39,9 @@ void CDetailCounter::countHedge(const std::vector<SDetailFacts>& details, CBaske
       if (tells(*order, countRules(EBTT_Hedge))) teller = order.get();
     }
     // An order says nothing over what the user was told of the end of automatic hedging.
-    if (teller && row.m_bHedge) setRemark(row, QString::fromStdString(teller->m_strMessage));
+    if (teller && row.m_bHedge) setRemark(row, QString::fromStdString(teller->m_strMessage), m_ledger.changes());
   }
-  settleRow(at);
+  settleRow(at, m_ledger.changes());
 }
 
 std::vector<SLedgerRow*> CDetailCounter::rowsOfLines(const ksservice::CTaskDetail& patch) const {

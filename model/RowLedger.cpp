@@ -1,12 +1,13 @@
 #include "RowLedger.h"
 
 #include <set>
+#include <tuple>
 
 #include "TaskRules.h"
 
 namespace TC {
 
-bool CDetailShares::restart(const std::string& places) {
+bool CDetailShares::restart(const std::string& places, CRowChanges& changes) {
   const bool moved = places != m_strPlaces;
   const bool fileAnew = moved || m_bLookAgain;
   if (fileAnew) {
@@ -14,7 +15,7 @@ bool CDetailShares::restart(const std::string& places) {
     m_progressSlots.clear();
   }
   if (moved) {
-    leaveRows();
+    leaveRows(changes);
     m_strPlaces = places;
   }
   m_bLookAgain = false;
@@ -37,11 +38,11 @@ void CDetailShares::removeOrders() const {
   }
 }
 
-void CDetailShares::leaveRows() {
+void CDetailShares::leaveRows(CRowChanges& changes) {
   for (const SSlot& slot : m_slots) {
     SLedgerRow::Shares& shares = slot.row->of(m_part);
     std::erase_if(shares, [this](const auto& share) { return share.first == this; });
-    settleRow(*slot.row);
+    settleRow(*slot.row, changes);
   }
   m_slots.clear();
 }
@@ -111,10 +112,16 @@ struct SRowSum : SLineShare, SOrderShare {
   }
 };
 
-}  // namespace
+/// What formFigures forms.
+auto figuresOf(const CBasketTaskItem& item) {
+  return std::make_tuple(item.m_dTradedAmount, item.m_dTotalAmount, item.m_dCurAmount, item.m_dPatchAmount,
+                         item.finishedVolume(), item.m_traded.of(item.m_nTradedVolume),
+                         item.m_patched.of(item.m_nPatchVolume), item.m_nCurOrderCount, item.m_nCurOrderCount2,
+                         item.m_nPatchOrderCount, item.m_nPatchOrderCount2, item.m_nOrderCount, item.m_nOrderCount2,
+                         item.m_nCanceledCount, item.m_nOrderType);
+}
 
-void settleRow(const SLedgerRow& row) {
-  CBasketTaskItem& item = *row.item;
+void formFigures(const SLedgerRow& row, CBasketTaskItem& item) {
   const SRowSum own(row.own);
   const SRowSum patched(row.patches);
   item.m_nTradedVolume = item.m_traded.set(own.traded);
@@ -141,6 +148,14 @@ void settleRow(const SLedgerRow& row) {
   item.m_nOrderType = own.orderType;
   const bool estimate = (own.isEstimated() || patched.isEstimated()) && finished != 0;
   item.m_dTotalAmount = estimate ? estimateAmount(item.totalVolume(), item.m_dTradedAmount, finished) : own.target;
+}
+
+}  // namespace
+
+void settleRow(const SLedgerRow& row, CRowChanges& changes) {
+  const auto before = figuresOf(*row.item);
+  formFigures(row, *row.item);
+  if (figuresOf(*row.item) != before) changes.note(*row.item);
 }
 
 }  // namespace TC

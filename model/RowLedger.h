@@ -13,6 +13,7 @@
 #include "CBasketTaskItem.h"
 #include "CountedDetail.h"
 #include "EBasketTaskType.h"
+#include "RowChanges.h"
 #include "SlotMemo.h"
 
 namespace TC {
@@ -69,7 +70,7 @@ class CDetailShares {
   /// Starts a count of the whole detail: every share is 0. accounts: those of the detail's lines. With other accounts
   /// than last time the rows lose what this detail gave them; true when its orders were taken off its rows, to be filed
   /// anew.
-  bool restart(const std::string& accounts);
+  bool restart(const std::string& accounts, CRowChanges& changes);
   /// Rows have come on which orders may belong: the next count looks for all of them again.
   void lookAgain();
   /// The detail's slot on a row, made when it has none.
@@ -83,7 +84,7 @@ class CDetailShares {
   CSlotMemo m_progressSlots;
 
  private:
-  void leaveRows();
+  void leaveRows(CRowChanges& changes);
   void removeOrders() const;
 
   EBasketTaskType m_part;
@@ -115,15 +116,19 @@ class CRowLedger {
   /// Orders from several places of the lists bear one key: all of them are to be filed in list order with each count,
   /// so that the later one stands as if all had been filed anew.
   bool hasRepeatedKeys() const { return m_bRepeatedKeys; }
+  /// The rows whose figures or texts have changed.
+  CRowChanges& changes() { return m_changes; }
 
  private:
   std::unordered_map<const CBasketTaskItem*, std::unique_ptr<SLedgerRow>> m_rows;
   std::map<std::pair<EBasketTaskType, std::string>, CDetailShares> m_details;
   std::unordered_set<const ksservice::COrderInfo*> m_unlisted;  ///< each is kept by a row
   bool m_bRepeatedKeys = false;
+  CRowChanges m_changes;
 };
 
 /// Forms a row's figures from the shares of its details and its patch tasks, and everything that is derived from them.
-void settleRow(const SLedgerRow& row);
+/// Notes the row where one is another than before.
+void settleRow(const SLedgerRow& row, CRowChanges& changes);
 
 }  // namespace TC

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "DetailCounter.h"
+#include "FigureSums.h"
 #include "OwnDetails.h"
 #include "PatchBook.h"
 #include "PatchOffers.h"
@@ -27,6 +28,7 @@ struct STaskParts {
   CTaskTree tree{id};
   CTaskShape shape{id, tree};
   CRowLedger ledger;
+  CFigureSums sums;
   CDetailCounter counter{id, ledger, tree.stocks()};
   CTaskHedge hedge{id, tree, ledger, counter};
   CPatchBook patches{tree, counter};

@@ -98,6 +98,13 @@ void CTaskShape::build(const Accounts& accounts) {
   m_nRows = m_tree.rowCount();
 }
 
+std::vector<CBasketTaskItem*> CTaskShape::innerNodes() const {
+  std::vector<CBasketTaskItem*> nodes;
+  nodes.reserve(m_innerNodes.size());
+  for (const auto& node : m_innerNodes) nodes.push_back(node.get());
+  return nodes;
+}
+
 void CTaskShape::hangSide(const SideRows& side, const QString& name, const Accounts& accounts, NodeList& nodes) {
   const bool multiType = hasTwoSides();
   CBasketTaskItem* parent = &m_tree.root();

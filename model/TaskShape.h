@@ -32,6 +32,8 @@ class CTaskShape {
   void noteAccount(const QString& accountKey, const QString& text);
   /// Hangs the rows anew. accounts: as askAccounts gave them.
   void build(const Accounts& accounts);
+  /// The groups and accounts of the last build.
+  std::vector<CBasketTaskItem*> innerNodes() const;
   /// Grows with each build: as long as it stands, every node stays and keeps its place and keys.
   unsigned version() const { return m_nVersion; }
 
