@@ -45,8 +45,8 @@ void CBasketTaskItem::setParent(CBasketTaskItem* p) {
   m_pParent = p;
   if (!p) return;
   const QString prefix = p->m_strKey + NODE_KEY_SEPARATOR;
-  m_strKey.prepend(prefix);
-  for (CBasketTaskItem* child : qAsConst(m_children)) child->m_strKey.prepend(prefix);
+  m_strKey = joined(prefix, m_strKey);
+  for (CBasketTaskItem* child : qAsConst(m_children)) child->m_strKey = joined(prefix, child->m_strKey);
 }
 
 void CBasketTaskItem::addChild(CBasketTaskItem* c) {

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QMap>
+#include <QSharedData>
 #include <QString>
 #include <QTime>
 #include <QVector>
@@ -28,6 +29,19 @@ class CWideVolume {
 
  private:
   long long m_nVolume = 0;
+};
+
+/// What a host may keep with a node. It is copied with the node, and read by nobody here.
+struct SNodeExtras : QSharedData {
+  int m_nReserved = 0;
+  int m_nFlagValue = 0;
+  QMap<QString, QString> m_mapExtra;
+  std::string m_strExtra1;
+  std::string m_strExtra2;
+  std::string m_strExtra3;
+  int m_nExtra1 = 0;
+  int m_nExtra2 = 0;
+  boost::shared_ptr<ksservice::IData> m_pShared;
 };
 
 /// One node of the tree by which a basket task is shown: root, group, account, instrument row or hedge row.
@@ -93,43 +107,35 @@ class CBasketTaskItem {
   QString m_strMarket;           ///< market of the instrument
   QVector<int> m_vecOperations;  ///< EOperationType values, each once, in the order in which they were met
   int m_nTotalVolume = 0;        ///< target volume
-  int m_nReserved = 0;           ///< copied, not read
   QTime m_startTime;             ///< time of day of the start (root); null until known
   QTime m_endTime;               ///< time of day of the end (root); null while the task has not ended
   int m_nStatus = 0;             ///< ETaskStatus
   QString m_strRemark;           ///< remark shown with the node
   int m_nCommandId = ksservice::UNSET_INT;
-  QString m_strCommandText;           ///< text of the command record
-  int m_nOrderType = 0;               ///< EOrderType
-  int m_nFinishedVolume = 0;          ///< traded volume, patches included
-  double m_dTradedAmount = 0;         ///< traded amount, patches included
-  double m_dTotalAmount = 0;          ///< target amount
-  int m_nOrderCount = 0;              ///< orders, patches included
-  int m_nOrderCount2 = 0;             ///< orders whose order detail is known, patches included
-  int m_nTradedVolume = 0;            ///< volume traded by the task's own orders
-  double m_dCurAmount = 0;            ///< amount traded by the task's own orders
-  int m_nCurOrderCount = 0;           ///< the task's own orders
-  int m_nCurOrderCount2 = 0;          ///< the task's own orders whose order detail is known
-  int m_nPatchVolume = 0;             ///< volume traded by patch tasks
-  int m_nCanceledCount = 0;           ///< orders whose order detail is cancelled, patches included
-  double m_dPatchAmount = 0;          ///< amount traded by patch tasks
-  int m_nPatchOrderCount = 0;         ///< orders of patch tasks
-  int m_nPatchOrderCount2 = 0;        ///< orders of patch tasks whose order detail is known
-  bool m_bPatching = false;           ///< a patch of the node is under way
-  bool m_bHedge = false;              ///< set on a hedge row while automatic hedging runs
-  int m_nFlagValue = 0;               ///< copied, not read
-  QString m_strLocalInfoKey;          ///< root of a task of 100000 and above: two fields of the command's local info
-  QMap<QString, QString> m_mapExtra;  ///< copied, not read
-  std::string m_strExtra1;            ///< copied, not read
-  std::string m_strExtra2;            ///< copied, not read
-  std::string m_strExtra3;            ///< copied, not read
-  int m_nExtra1 = 0;                  ///< copied, not read
-  int m_nExtra2 = 0;                  ///< copied, not read
-  boost::shared_ptr<ksservice::IData> m_pShared;  ///< a record that the node keeps; shared by copies
-  CBasketTaskItem* m_pParent = nullptr;           ///< not owned; null for the root
-  QList<CBasketTaskItem*> m_children;             ///< not owned; in display order
-  CRowOrders m_mapOrders;                         ///< by order key
-  QString m_strHpfTreeKey;      ///< the task's name for the node's row in the tree table; see CBasketTask
+  QString m_strCommandText;              ///< text of the command record
+  int m_nOrderType = 0;                  ///< EOrderType
+  int m_nFinishedVolume = 0;             ///< traded volume, patches included
+  double m_dTradedAmount = 0;            ///< traded amount, patches included
+  double m_dTotalAmount = 0;             ///< target amount
+  int m_nOrderCount = 0;                 ///< orders, patches included
+  int m_nOrderCount2 = 0;                ///< orders whose order detail is known, patches included
+  int m_nTradedVolume = 0;               ///< volume traded by the task's own orders
+  double m_dCurAmount = 0;               ///< amount traded by the task's own orders
+  int m_nCurOrderCount = 0;              ///< the task's own orders
+  int m_nCurOrderCount2 = 0;             ///< the task's own orders whose order detail is known
+  int m_nPatchVolume = 0;                ///< volume traded by patch tasks
+  int m_nCanceledCount = 0;              ///< orders whose order detail is cancelled, patches included
+  double m_dPatchAmount = 0;             ///< amount traded by patch tasks
+  int m_nPatchOrderCount = 0;            ///< orders of patch tasks
+  int m_nPatchOrderCount2 = 0;           ///< orders of patch tasks whose order detail is known
+  bool m_bPatching = false;              ///< a patch of the node is under way
+  bool m_bHedge = false;                 ///< set on a hedge row while automatic hedging runs
+  QString m_strLocalInfoKey;             ///< root of a task of 100000 and above: two fields of the command's local info
+  CBasketTaskItem* m_pParent = nullptr;  ///< not owned; null for the root
+  QList<CBasketTaskItem*> m_children;    ///< not owned; in display order
+  CRowOrders m_mapOrders;                ///< by order key
+  QSharedDataPointer<SNodeExtras> m_extras;  ///< null while there are none
+  QString m_strHpfTreeKey;                   ///< the task's name for the node's row in the tree table; see CBasketTask
   std::string m_strAccountKey;  ///< key of the account of an account node or row; display ids are not unique
   CWideVolume m_total;          ///< the sum behind m_nTotalVolume
   CWideVolume m_finished;       ///< the sum behind m_nFinishedVolume
@@ -137,6 +143,7 @@ class CBasketTaskItem {
   CWideVolume m_patched;        ///< the sum behind m_nPatchVolume
   bool m_bUnset = false;        ///< a parameter that falls on the node has no volume: it has no remainder
   unsigned char m_nNoted = 0;   ///< in which lists of changed rows the row stands; the task's own affair
+  int m_nLedger = 0;            ///< the row's number in the task's ledger
   int m_nPlace = 0;             ///< among the parent's children
 };
 

@@ -174,7 +174,7 @@ void CCountRun::addProgress(const CProgressOrder& entry) {
   touch(number);
   if (number == NO_SLOT) return;
   CDetailShares::SSlot& slot = m_shares.slot(number);
-  if (m_rules.progressNamesRow && entry.m_strMapKey.find(slot.row->accounts) == std::string::npos) return;
+  if (m_rules.progressNamesRow && entry.m_strMapKey.find(*slot.row->accounts) == std::string::npos) return;
   SOrderShare& share = slot.orders;
   share.traded += order.m_nTradedVolume;
   share.amount += order.m_dTradedAmount;

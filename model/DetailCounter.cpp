@@ -57,7 +57,9 @@ std::set<std::string> CDetailCounter::patchesSharing(const std::string& patchKey
   for (const CDetailShares::SSlot& slot : m_ledger.detail(EBTT_Patch, patchKey).m_slots) rows.push_back(slot.row);
   std::set<std::string> keys = {patchKey};
   for (const SLedgerRow* row : rows) {
-    for (const auto& share : row->patches) keys.insert(share.first->key());
+    eachShare(*row, [&keys](const CDetailShares& detail, const CDetailShares::SSlot&) {
+      if (detail.part() == EBTT_Patch) keys.insert(detail.key());
+    });
   }
   return keys;
 }

@@ -2,6 +2,7 @@
 
 #include <set>
 #include <tuple>
+#include <utility>
 
 #include "TaskRules.h"
 
@@ -19,7 +20,7 @@ bool CDetailShares::restart(const std::string& places, CRowChanges& changes) {
     m_strPlaces = places;
   }
   m_bLookAgain = false;
-  for (SSlot& slot : m_slots) slot = {slot.row, {}, {}};
+  for (SSlot& slot : m_slots) slot = {slot.row, {}, {}, NO_ORDER, slot.next};
   for (auto* list : {&m_counted.lineSlots, &m_counted.priced, &m_counted.told}) list->clear();
   return fileAnew;
 }
@@ -40,31 +41,37 @@ void CDetailShares::removeOrders() const {
 
 void CDetailShares::leaveRows(CRowChanges& changes) {
   for (const SSlot& slot : m_slots) {
-    SLedgerRow::Shares& shares = slot.row->of(m_part);
-    std::erase_if(shares, [this](const auto& share) { return share.first == this; });
+    placeOn(*slot.row) = slot.next;
     settleRow(*slot.row, changes);
   }
   m_slots.clear();
 }
 
+bool CDetailShares::isBefore(const CDetailShares& other) const {
+  const bool patch = m_part == EBTT_Patch;
+  const bool otherPatch = other.m_part == EBTT_Patch;
+  return patch != otherPatch ? otherPatch : m_strKey < other.m_strKey;
+}
+
+SRowShare& CDetailShares::placeOn(SLedgerRow& row) const {
+  SRowShare* share = &row.first;
+  while (share->detail && share->detail->isBefore(*this)) share = &share->detail->slot(share->slot).next;
+  return *share;
+}
+
 int CDetailShares::slotOn(SLedgerRow& row) {
-  SLedgerRow::Shares& shares = row.of(m_part);
-  auto place = shares.begin();
-  while (place != shares.end() && place->first->m_strKey < m_strKey) ++place;
-  if (place != shares.end() && place->first == this) return place->second;
-  const int slot = static_cast<int>(m_slots.size());
-  shares.insert(place, {this, slot});
-  m_slots.push_back({&row, {}, {}});
-  return slot;
+  SRowShare& place = placeOn(row);
+  if (place.detail == this) return place.slot;
+  const int number = static_cast<int>(m_slots.size());
+  const SRowShare next = std::exchange(place, {this, number});
+  m_slots.push_back({&row, {}, {}, NO_ORDER, next});
+  return number;
 }
 
 SLedgerRow& CRowLedger::addRow(CBasketTaskItem& item, bool hedge) {
-  std::unique_ptr<SLedgerRow>& row = m_rows[&item];
-  row = std::make_unique<SLedgerRow>();
-  row->item = &item;
-  row->accounts = item.m_strAccounts.toStdString();
-  row->hedge = hedge;
-  return *row;
+  item.m_nLedger = static_cast<int>(m_rows.size());
+  m_rows.push_back({&item, &*m_accounts.insert(item.m_strAccounts.toStdString()).first, hedge, {}});
+  return m_rows.back();
 }
 
 CDetailShares& CRowLedger::detail(EBasketTaskType part, const std::string& detailKey) {
@@ -91,10 +98,12 @@ void CRowLedger::fileOrder(SLedgerRow& row, const ksservice::COrderInfoPtr& orde
 
 namespace {
 
-/// What all details of a part add to a row.
+/// What all details add to a row, those of patches or the others.
 struct SRowSum : SLineShare, SOrderShare {
-  explicit SRowSum(const SLedgerRow::Shares& shares) {
-    for (const auto& [detail, number] : shares) add(detail->slot(number));
+  SRowSum(const SLedgerRow& row, bool patches) {
+    eachShare(row, [&](const CDetailShares& detail, const CDetailShares::SSlot& slot) {
+      if ((detail.part() == EBTT_Patch) == patches) add(slot);
+    });
   }
   bool isEstimated() const { return SLineShare::estimate || SOrderShare::estimate; }
 
@@ -122,8 +131,8 @@ auto figuresOf(const CBasketTaskItem& item) {
 }
 
 void formFigures(const SLedgerRow& row, CBasketTaskItem& item) {
-  const SRowSum own(row.own);
-  const SRowSum patched(row.patches);
+  const SRowSum own(row, false);
+  const SRowSum patched(row, true);
   item.m_nTradedVolume = item.m_traded.set(own.traded);
   item.m_dCurAmount = own.amount;
   item.m_nCurOrderCount = own.orders;

@@ -2,10 +2,10 @@
 
 #include <QString>
 #include <boost/shared_ptr.hpp>
+#include <deque>
 #include <map>
-#include <memory>
+#include <set>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -39,17 +39,20 @@ struct SOrderShare {
   bool estimate = false;
 };
 
+/// A detail and its slot on a row; of no detail behind the last one.
+struct SRowShare {
+  CDetailShares* detail = nullptr;
+  int slot = NO_SLOT;
+};
+
 /// An instrument row, or the hedge row, and the details that add to it.
 struct SLedgerRow {
-  using Shares = std::vector<std::pair<CDetailShares*, int>>;  ///< detail and its slot, in detail-key order
-
   CBasketTaskItem* item = nullptr;
-  std::string accounts;  ///< the row's m_strAccounts as bytes
+  const std::string* accounts = nullptr;  ///< the row's m_strAccounts as bytes
   bool hedge = false;
-  Shares own;  ///< of the hedge row: the hedge's
-  Shares patches;
-
-  Shares& of(EBasketTaskType part) { return part == EBTT_Patch ? patches : own; }
+  /// The first of a list through the slots, since most rows have one. Patches stand behind the others (of the hedge row
+  /// the hedge's), each in detail-key order.
+  SRowShare first;
 };
 
 /// A detail's part in the rows.
@@ -60,6 +63,7 @@ class CDetailShares {
     SLineShare lines;
     SOrderShare orders;
     int message = NO_ORDER;  ///< place of the last order that ended unfilled with a message
+    SRowShare next;          ///< of the row
   };
   static constexpr int NO_ORDER = -1;
 
@@ -85,6 +89,9 @@ class CDetailShares {
 
  private:
   void leaveRows(CRowChanges& changes);
+  bool isBefore(const CDetailShares& other) const;
+  /// Where the row's list has this detail, or is to have it.
+  SRowShare& placeOn(SLedgerRow& row) const;
   void removeOrders() const;
 
   EBasketTaskType m_part;
@@ -92,6 +99,16 @@ class CDetailShares {
   std::string m_strPlaces;
   bool m_bLookAgain = false;
 };
+
+/// Calls the action with each detail that adds to a row and its slot there.
+template <typename Action>
+void eachShare(const SLedgerRow& row, const Action& action) {
+  for (SRowShare share = row.first; share.detail;) {
+    const CDetailShares::SSlot& slot = share.detail->slot(share.slot);
+    action(*share.detail, slot);
+    share = slot.next;
+  }
+}
 
 /// What each detail adds to each row of a task.
 ///
@@ -103,7 +120,7 @@ class CRowLedger {
   /// A row of the tree, which must stay as long as the ledger.
   SLedgerRow& addRow(CBasketTaskItem& item, bool hedge);
   /// The row of a node that addRow took.
-  SLedgerRow& row(const CBasketTaskItem* item) { return *m_rows.at(item); }
+  SLedgerRow& row(const CBasketTaskItem* item) { return m_rows.at(static_cast<std::size_t>(item->m_nLedger)); }
   /// The shares of a detail, made when it has none.
   CDetailShares& detail(EBasketTaskType part, const std::string& detailKey);
   /// What of a detail was counted last; null where nothing was.
@@ -120,7 +137,8 @@ class CRowLedger {
   CRowChanges& changes() { return m_changes; }
 
  private:
-  std::unordered_map<const CBasketTaskItem*, std::unique_ptr<SLedgerRow>> m_rows;
+  std::deque<SLedgerRow> m_rows;
+  std::set<std::string> m_accounts;  ///< as rows name them
   std::map<std::pair<EBasketTaskType, std::string>, CDetailShares> m_details;
   std::unordered_set<const ksservice::COrderInfo*> m_unlisted;  ///< each is kept by a row
   bool m_bRepeatedKeys = false;

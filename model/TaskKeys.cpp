@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
+#include "InstrumentTexts.h"
 #include "ksservice/Helpers.h"
-#include "ksservice/Operations.h"
-#include "utils/Keys.h"
 
 namespace TC {
 namespace {
@@ -32,13 +31,19 @@ int taskIdOfDisplayId(const QString& displayId) {
 }
 
 QString rowKey(const std::string& market, const std::string& code, int operation) {
-  return QString::fromStdString(utils::mavStockKey(market, code)) + ksservice::operationText(operation);
+  return instrumentTexts(market, code, operation).rowKey;
 }
 
 QString orderRowKey(const std::string& market, const std::string& code, int operation) {
   QString key = rowKey(market, code, operation);
   ksservice::replaceMarketToHK(key);
   return key;
+}
+
+QString joined(const QString& before, const QString& after) {
+  QString text(before.size() + after.size(), Qt::Uninitialized);
+  std::copy(after.cbegin(), after.cend(), std::copy(before.cbegin(), before.cend(), text.begin()));
+  return text;
 }
 
 QString sideName(ETaskSide side) {

@@ -28,6 +28,9 @@ constexpr QLatin1Char NODE_KEY_SEPARATOR('-');
 enum class ETaskSide { Stock, Futures };
 QString sideName(ETaskSide side);
 
+/// Both texts as one that takes no more memory than it needs: every row keeps some.
+QString joined(const QString& before, const QString& after);
+
 /// Digits that a row's tree key has behind its root's.
 constexpr int TREE_KEY_ORDINAL_DIGITS = 8;
 

@@ -45,8 +45,8 @@ std::vector<CBasketTaskItem*> CTaskTree::place(const CTaskDetail& detail) {
 CBasketTaskItem* CTaskTree::placeLine(const CTaskDetail& detail, const CCodeOrderParam& param,
                                       const STaskAccount& account, AccountRows& rows) {
   const auto& [market, code, name] = param.m_stock;
-  const QString key = rowKey(market, code, param.m_nOperation);
-  if (CBasketTaskItem* row = rows.value(key)) {
+  const SInstrumentTexts& texts = instrumentTexts(market, code, param.m_nOperation);
+  if (CBasketTaskItem* row = rows.value(texts.rowKey)) {
     row->addTarget(param);
     if (const auto& command = detail.m_pCommand) {
       row->setCommandId(command->m_nCommandId);
@@ -54,20 +54,19 @@ CBasketTaskItem* CTaskTree::placeLine(const CTaskDetail& detail, const CCodeOrde
     }
     return nullptr;
   }
-  CBasketTaskItem* row = addRow(QString::fromStdString(market + code), key,
-                                QString::fromStdString(utils::mavStockKey(market, code)), param, account);
-  rows.insert(key, row);
+  CBasketTaskItem* row = addRow(texts.name, texts.stockKey, texts, param, account);
+  rows.insert(texts.rowKey, row);
   const QString ordinal = QStringLiteral("%1").arg(rows.size(), TREE_KEY_ORDINAL_DIGITS, 10, QLatin1Char('0'));
-  row->setHpfTreeKey(m_pRoot->m_strHpfTreeKey + ordinal);
+  row->setHpfTreeKey(joined(m_pRoot->m_strHpfTreeKey, ordinal));
   return row;
 }
 
-CBasketTaskItem* CTaskTree::addRow(const QString& name, const QString& rowKey, const QString& stockKey,
+CBasketTaskItem* CTaskTree::addRow(const QString& name, const QString& stockKey, const SInstrumentTexts& texts,
                                    const CCodeOrderParam& param, const STaskAccount& account) {
-  auto row = std::make_unique<CBasketTaskItem>(name, rowKey, account.displayId, stockKey,
-                                               QString::fromStdString(param.m_stock.m_strMarket), account.name, 0);
+  auto row =
+      std::make_unique<CBasketTaskItem>(name, texts.rowKey, account.displayId, stockKey, texts.market, account.name, 0);
   row->addTarget(param);
-  row->m_vecOperations.append(param.m_nOperation);
+  row->m_vecOperations = texts.operations;
   row->m_strAccountKey = account.key.toStdString();
   m_rows.push_back(std::move(row));
   return m_rows.back().get();
@@ -87,12 +86,13 @@ CBasketTaskItem& CTaskTree::placeHedge(const CTaskDetail& detail, bool beforeOwn
   const CRootNames::Place place{beforeOwn ? CRootNames::BeforeOwn : CRootNames::BehindOwn, detail.getKey(), 0};
   m_names.addOperation(place, param.m_nOperation);
   nameAccount(place, account);
-  const QString key = rowKey(market, code, param.m_nOperation);
-  CBasketTaskItem* row = addRow(QString::fromStdString(code), key, QString::fromStdString(code), param, account);
+  const SInstrumentTexts& texts = instrumentTexts(market, code, param.m_nOperation);
+  const QString plainCode = QString::fromStdString(code);
+  CBasketTaskItem* row = addRow(plainCode, plainCode, texts, param, account);
   row->m_bHedge = true;
   AccountRows& rows = m_futures[account.key];
   const int before = rows.size();
-  rows.insert(key, row);
+  rows.insert(texts.rowKey, row);
   utils::logInfo(m_id.task, "CBasketTask::updateHedgeCnt", "futures_map %1% : size %2% -> %3%.", account.key, before,
                  rows.size());
   return *row;

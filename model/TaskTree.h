@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "CBasketTaskItem.h"
+#include "InstrumentTexts.h"
 #include "RootNames.h"
 #include "RowLookup.h"
 #include "TaskIdentity.h"
@@ -38,7 +39,7 @@ class CTaskTree {
  private:
   CBasketTaskItem* placeLine(const ksservice::CTaskDetail& detail, const ksservice::CCodeOrderParam& param,
                              const STaskAccount& account, AccountRows& rows);
-  CBasketTaskItem* addRow(const QString& name, const QString& rowKey, const QString& stockKey,
+  CBasketTaskItem* addRow(const QString& name, const QString& stockKey, const SInstrumentTexts& texts,
                           const ksservice::CCodeOrderParam& param, const STaskAccount& account);
   void nameAccount(const CRootNames::Place& place, const STaskAccount& account);
 
