@@ -15,8 +15,11 @@ using Instrument = std::tuple<const std::string&, const std::string&, int>;
 
 SInstrumentTexts makeTexts(const std::string& market, const std::string& code, int operation) {
   const QString stockKey = QString::fromStdString(utils::mavStockKey(market, code));
-  return {QString::fromStdString(market + code), stockKey, QString::fromStdString(market),
-          stockKey + ksservice::operationText(operation), {operation}};
+  return {QString::fromStdString(market + code),
+          stockKey,
+          QString::fromStdString(market),
+          stockKey + ksservice::operationText(operation),
+          {operation}};
 }
 
 }  // namespace

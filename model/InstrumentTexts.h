@@ -8,11 +8,11 @@ namespace TC {
 
 /// The texts of the rows of one instrument and operation: one copy for the rows of all tasks.
 struct SInstrumentTexts {
-  QString name;              ///< market and code
-  QString stockKey;          ///< key of the instrument
+  QString name;      ///< market and code
+  QString stockKey;  ///< key of the instrument
   QString market;
-  QString rowKey;            ///< instrument key and operation text
-  QVector<int> operations;   ///< the one
+  QString rowKey;           ///< instrument key and operation text
+  QVector<int> operations;  ///< the one
 };
 
 /// Stays for ever: instruments are few. Any thread.

@@ -62,6 +62,51 @@ TEST(Desk, OrderDetailsComeAndGoWithPublications) {
   EXPECT_FALSE(desk.orderDetail(tag));
 }
 
+TEST(Desk, TellsOfWhichOrdersSomethingElseIsKnownSinceAVersion) {
+  CDesk desk;
+  const auto publish = [&desk](const std::string& tag, const ksservice::COrderDetailPtr& known) {
+    desk.publishTask({test::makeDetail(1), {{ksservice::CMavOrderTag(tag), known}}, desk::EVia::Store});
+  };
+  const auto hash = [](const std::string& tag) { return ksservice::CMavOrderTag(tag).hash(); };
+  EXPECT_TRUE(desk.orderChanges(0).all);
+  const std::uint64_t empty = desk.orderChanges(0).version;
+  publish("t1", boost::make_shared<ksservice::COrderDetail>());
+  const std::uint64_t one = desk.orderChanges(empty).version;
+  publish("t2", nullptr);
+  EXPECT_EQ(desk.orderChanges(empty).tags, (std::vector<std::size_t>{hash("t1"), hash("t2")}));
+  EXPECT_EQ(desk.orderChanges(one).tags, std::vector<std::size_t>{hash("t2")});
+  EXPECT_FALSE(desk.orderChanges(one).all);
+  EXPECT_TRUE(desk.orderChanges(desk.orderChanges(one).version + 1).all) << "a version of another host";
+
+  for (int i = 0; i < (1 << 16); ++i) publish("t3", nullptr);
+  EXPECT_TRUE(desk.orderChanges(one).all) << "too long ago";
+  const std::uint64_t last = desk.orderChanges(0).version;
+  EXPECT_TRUE(desk.orderChanges(last).tags.empty() && !desk.orderChanges(last).all);
+  desk.forgetTasks();
+  EXPECT_TRUE(desk.orderChanges(last).all);
+}
+
+TEST(Desk, KnowsOfTheNewestDetailAloneWhetherItsParametersAreThoseOfTheOneBefore) {
+  CDesk desk;
+  const auto publish = [&desk](bool same) {
+    ksservice::CTaskDetailPtr made = test::makeDetail(1);
+    desk.publishTask({made, {}, desk::EVia::Store, true, same});
+    return made;
+  };
+  const auto first = publish(true);
+  const std::uint64_t version = desk.paramsVersion(*first);
+  EXPECT_NE(version, 0u);
+  const auto second = publish(true);
+  EXPECT_EQ(desk.paramsVersion(*second), version);
+  EXPECT_EQ(desk.paramsVersion(*first), 0u) << "nobody knows any more";
+  EXPECT_NE(desk.paramsVersion(*publish(false)), version);
+  const auto corrected = test::makeDetail(1);
+  desk.updateData(corrected);
+  EXPECT_EQ(desk.paramsVersion(*corrected), 0u);
+  const auto behind = publish(true);
+  EXPECT_FALSE(desk.paramsVersion(*behind) == version || desk.paramsVersion(*behind) == 0);
+}
+
 TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   CDesk desk;
   const auto first = test::makeFilled(1, 1, 100);
