@@ -260,9 +260,12 @@ void CCountRun::sumTouched() {
     const auto i = static_cast<std::size_t>(place);
     return i >= m_counted.orderSlots.size() || isTouched(m_counted.orderSlots[i]);
   });
+  m_isTouched.resize(m_shares.m_slots.size());
+  const char* const touched = m_isTouched.data();
+  const int* const slots = m_counted.orderSlots.data();
   for (std::size_t i = 0; i < orders.size(); ++i) {
-    const int number = m_counted.orderSlots[i];
-    if (!isTouched(number)) continue;
+    const int number = slots[i];
+    if (number == NO_SLOT || touched[number] == 0) continue;
     CDetailShares::SSlot& slot = m_shares.slot(number);
     const COrderInfo& order = *orders[i];
     addOrder(slot.orders, order, m_counted.known[i], m_rules);

@@ -106,13 +106,13 @@ void SDetailFacts::askTargets() {
 bool SDetailFacts::findChanged(const SCountedDetail& counted) {
   const auto& orders = detail->m_orders;
   const auto& before = counted.detail->m_orders;
-  for (std::size_t i = 0; i < orders.size(); ++i) {
-    if (i < before.size()) {
-      if (orders[i] == before[i]) continue;
-      if (!orders[i] || !before[i] || !isSameInstrument(*orders[i], *before[i])) return false;
-    }
+  const std::size_t common = std::min(orders.size(), before.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    if (orders[i].get() == before[i].get()) continue;
+    if (!orders[i] || !before[i] || !isSameInstrument(*orders[i], *before[i])) return false;
     changed.push_back(static_cast<int>(i));
   }
+  for (std::size_t i = common; i < orders.size(); ++i) changed.push_back(static_cast<int>(i));
   return true;
 }
 
