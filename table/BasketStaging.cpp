@@ -5,6 +5,7 @@
 
 #include "CBasketTask.h"
 #include "CBasketTaskItem.h"
+#include "CHpfBasketStatusData.h"
 #include "RowKeys.h"
 
 namespace TC {
@@ -70,24 +71,28 @@ void CBasketStaging::giveBack(StagedBatch outdated) {
 void CBasketStaging::stageTask(const boost::shared_ptr<CBasketTask>& task) {
   if (!task || !task->getRoot() || !task->isReached()) return;
   SStagedTask staged;
-  {
-    const boost::recursive_mutex::scoped_lock lock(task->mutex());
-    SLast& last = lastOf(task->getKey());
-    SLast now = last;
-    if (last.task.lock() != task) {
-      // Its rows come anew, in the place of those that stand there.
-      now = SLast(last.slot);
-      now.shape = last.shape;
-      now.index = last.index;
-      now.amounts = last.amounts;
-      now.cleared = true;
-    }
-    now.task = task;
-    walk(*task, now, staged);
-    // Only what will arrive is known from now on: whatever failed before this is staged anew.
-    put(std::move(staged));
-    last = std::move(now);
+  const boost::recursive_mutex::scoped_lock lock(task->mutex());
+  SLast& last = lastOf(task->getKey());
+  SLast now = last;
+  if (last.task.lock() != task) {
+    // Its rows come anew, in the place of those that stand there.
+    now = SLast(last.slot);
+    now.shape = last.shape;
+    now.index = last.index;
+    now.amounts = last.amounts;
+    now.whole = true;
   }
+  now.task = task;
+  // Only what will arrive is known from now on: whatever fails before that is staged anew as a whole.
+  last.whole = true;
+  const SChangedRows changed = task->takeChanges();
+  if (changed.all || now.whole || now.shapeVersion != task->shapeVersion() ||
+      now.instrumentsRefresh != m_instruments.refresh() || !follow(*task, changed.rows, now, staged)) {
+    walk(*task, now, staged);
+  }
+  fillIn(*task, now, staged);
+  put(std::move(staged));
+  last = std::move(now);
 }
 
 /// What was staged last under a key; its slot alone before the first time.
@@ -101,21 +106,82 @@ void CBasketStaging::walk(const CBasketTask& task, SLast& last, SStagedTask& sta
   const std::vector<SNode> nodes = nodesOf(task, last.shape ? last.shape->size() : 0);
   auto figures = std::make_shared<std::vector<SRowFigures>>(figuresOf(nodes));
   staged.amountsBefore = last.amounts;
-  const bool sameShape = last.shape && !last.cleared && last.shapeVersion == task.shapeVersion();
+  const bool sameShape = last.shape && !last.cleared && last.texts && last.shapeVersion == task.shapeVersion();
   if (!sameShape) reshape(task, nodes, last, staged);
   if (!sameShape || !sameTexts(nodes, *last.instruments, m_instruments, *last.texts)) {
     staged.texts = last.texts = std::make_shared<const STaskTexts>(textsOf(nodes, *last.instruments, m_instruments));
   }
+  last.instrumentsRefresh = m_instruments.refresh();
   last.amounts =
       std::make_shared<const std::vector<double>>(amountsOf(*last.shape, *last.texts, last.hedgeRow, *figures));
   last.figures = std::move(figures);
-  RowFlags finished = finishedRows(nodes, *last.figures);
+  last.filled.resize(nodes.size());
+  for (std::size_t row = 0; row < nodes.size(); ++row) {
+    last.filled.set(row, isFilled((*last.figures)[row], *nodes[row].item));
+  }
+  RowFlags finished = finishedRows(*last.shape, last.filled);
   if (!last.finished || *last.finished != finished) {
     last.finished = std::make_shared<const RowFlags>(std::move(finished));
   }
-  // A start time that was shown stays, whatever becomes of the node's.
-  if (last.startMSec < 0) last.startMSec = msecOfDay(task.getRoot()->m_startTime);
-  fillIn(task, last, staged);
+  last.whole = false;
+}
+
+/// Where a node stands among the rows that were staged last; -1 where it does not.
+int CBasketStaging::rowOf(const CBasketTaskItem& item, const SLast& last) {
+  const auto inner =
+      std::find_if(last.inner.begin(), last.inner.end(), [&](const auto& each) { return each.first == &item; });
+  if (inner != last.inner.end()) return inner->second;
+  const auto parent =
+      std::find_if(last.inner.begin(), last.inner.end(), [&](const auto& each) { return each.first == item.parent(); });
+  if (parent == last.inner.end()) return -1;
+  // Those beside a row are rows, too.
+  const int row = parent->second + 1 + item.m_nPlace;
+  const bool fits = row < static_cast<int>(last.shape->size()) &&
+                    (*last.shape)[static_cast<std::size_t>(row)].parent == parent->second;
+  return fits ? row : -1;
+}
+
+/// Stages what has changed alone; false, and nothing done, where more has changed than the figures of some rows.
+bool CBasketStaging::follow(const CBasketTask& task, const std::vector<CBasketTaskItem*>& changed, SLast& last,
+                            SStagedTask& staged) {
+  auto figures = std::make_shared<std::vector<SRowFigures>>(*last.figures);
+  RowFlags filled = last.filled;
+  std::vector<std::size_t> rows;
+  rows.reserve(changed.size());
+  for (const CBasketTaskItem* item : changed) {
+    const int place = rowOf(*item, last);
+    if (place < 0) return false;
+    const auto row = static_cast<std::size_t>(place);
+    const SNode node = nodeOf(task, *item, (*last.shape)[row].parent, (*last.shape)[row].depth);
+    if (!sameTexts(node, last.texts->of(row))) return false;
+    (*figures)[row] = figuresOf(node);
+    filled.set(row, isFilled((*figures)[row], *item));
+    rows.push_back(row);
+  }
+  staged.amountsBefore = last.amounts;
+  last.amounts = amountsAfter(last, *figures, rows);
+  last.figures = std::move(figures);
+  if (filled == last.filled) return true;
+  last.filled = std::move(filled);
+  RowFlags finished = finishedRows(*last.shape, last.filled);
+  if (*last.finished != finished) last.finished = std::make_shared<const RowFlags>(std::move(finished));
+  return true;
+}
+
+/// The amounts of the rows that changed anew; of all where the hedge's has, since others are shown without it.
+AmountsPtr CBasketStaging::amountsAfter(const SLast& last, const std::vector<SRowFigures>& figures,
+                                        const std::vector<std::size_t>& rows) {
+  const auto hedgeRow = static_cast<std::size_t>(last.hedgeRow);
+  const bool hedges = last.hedgeRow >= 0;
+  if (hedges && figures[hedgeRow].tradedAmount != (*last.figures)[hedgeRow].tradedAmount) {
+    return std::make_shared<const std::vector<double>>(amountsOf(*last.shape, *last.texts, last.hedgeRow, figures));
+  }
+  auto amounts = std::make_shared<std::vector<double>>(*last.amounts);
+  for (const std::size_t row : rows) {
+    (*amounts)[row] =
+        shownAmount((*last.shape)[row], last.texts->of(row), figures[row], hedges ? &figures[hedgeRow] : nullptr);
+  }
+  return amounts;
 }
 
 void CBasketStaging::reshape(const CBasketTask& task, const std::vector<SNode>& nodes, SLast& last,
@@ -128,11 +194,17 @@ void CBasketStaging::reshape(const CBasketTask& task, const std::vector<SNode>& 
   last.shapeVersion = task.shapeVersion();
   last.cleared = false;
   last.hedgeRow = hedgeRowOf(task, nodes);
+  last.inner.clear();
+  for (std::size_t row = 0; row < nodes.size(); ++row) {
+    if (!nodes[row].item->isEmpty()) last.inner.emplace_back(nodes[row].item, static_cast<int>(row));
+  }
   last.instruments = std::make_shared<const std::vector<int>>(instrumentsOf(nodes, *last.shape, m_instruments));
 }
 
 /// What every staged copy of a task has beside the arrays that changed.
-void CBasketStaging::fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged) {
+void CBasketStaging::fillIn(const CBasketTask& task, SLast& last, SStagedTask& staged) {
+  // A start time that was shown stays, whatever becomes of the node's.
+  if (last.startMSec < 0) last.startMSec = msecOfDay(task.getRoot()->m_startTime);
   staged.slot = last.slot;
   staged.task = last.task;
   const CBasketTaskItem& root = *task.getRoot();
@@ -184,7 +256,7 @@ void CBasketStaging::putStatus(const CBasketTask& task, SLast& last, std::size_t
 
 void CBasketStaging::stageClear(const QString& taskKey) {
   const auto known = m_last.find(taskKey);
-  if (known != m_last.end()) known->second.cleared = true;
+  if (known != m_last.end()) known->second.cleared = known->second.whole = true;
 }
 
 void CBasketStaging::put(SStagedTask staged) {

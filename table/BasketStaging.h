@@ -14,7 +14,8 @@ namespace TC {
 /// Why: the worker must never touch what the view paints, and the GUI thread must never wait for a refresh. The
 /// worker walks a changed task under the task's mutex and stages copies; the GUI thread takes everything that was
 /// staged by one swap. Figures are staged on each call, texts and the shape of the tree only when they changed, by
-/// comparison with what was staged last, which is shared with the table and not copied.
+/// comparison with what was staged last, which is shared with the table and not copied. Of a task that tells which rows
+/// changed only these are looked at.
 class CBasketStaging {
  public:
   /// Stages the task's rows as they are now. Worker thread (or any, one at a time for one task).
@@ -44,15 +45,19 @@ class CBasketStaging {
     int slot;
     boost::weak_ptr<CBasketTask> task;
     unsigned shapeVersion = 0;
+    bool whole = true;     ///< all rows are to be looked at
     bool cleared = false;  ///< the rows are to come anew
     int hedgeRow = -1;
     int startMSec = -1;
-    std::shared_ptr<const std::vector<int>> instruments;  ///< of the rows, by number
+    std::shared_ptr<const std::vector<int>> instruments;        ///< of the rows, by number
+    unsigned instrumentsRefresh = 0;                            ///< of what is known of these
+    std::vector<std::pair<const CBasketTaskItem*, int>> inner;  ///< nodes with children, and their rows
     ShapePtr shape;
     IndexPtr index;
     TextsPtr texts;
     FiguresPtr figures;
     AmountsPtr amounts;  ///< what the amount column shows of the figures
+    RowFlags filled;     ///< see isFilled
     FlagsPtr finished;
   };
 
@@ -63,9 +68,14 @@ class CBasketStaging {
   };
 
   void walk(const CBasketTask& task, SLast& last, SStagedTask& staged);
+  static bool follow(const CBasketTask& task, const std::vector<CBasketTaskItem*>& changed, SLast& last,
+                     SStagedTask& staged);
+  static int rowOf(const CBasketTaskItem& item, const SLast& last);
+  static AmountsPtr amountsAfter(const SLast& last, const std::vector<SRowFigures>& figures,
+                                 const std::vector<std::size_t>& rows);
   void reshape(const CBasketTask& task, const std::vector<SNode>& nodes, SLast& last, SStagedTask& staged);
   SLast& lastOf(const QString& taskKey);
-  static void fillIn(const CBasketTask& task, const SLast& last, SStagedTask& staged);
+  static void fillIn(const CBasketTask& task, SLast& last, SStagedTask& staged);
   void putStatus(const CBasketTask& task, SLast& last, std::size_t row, const CBasketTaskItem& node);
   void put(SStagedTask staged);
 

@@ -18,6 +18,13 @@ int CInstruments::numberOf(const QString& market, const QString& code) {
   return number;
 }
 
+void CInstruments::beginRefresh() {
+  const unsigned long long version = getExchangeClient().version();
+  const bool same = version != 0 && version == m_nVersion;
+  m_nVersion = version;
+  if (!same) ++m_nRefresh;
+}
+
 void CInstruments::ask(SInstrument& instrument) {
   instrument.refresh = m_nRefresh;
   if (instrument.info == nullptr) instrument.info = &m_infos->front();

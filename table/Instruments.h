@@ -33,8 +33,10 @@ class CInstruments {
     return *instrument.info;
   }
   std::shared_ptr<const InstrumentInfos> infos() const { return m_infos; }
-  /// From now on everything is asked for anew.
-  void beginRefresh() { ++m_nRefresh; }
+  /// From now on everything is asked for anew, unless the host says that nothing has changed.
+  void beginRefresh();
+  /// Another number, greater than 0, whenever the host may say something else.
+  unsigned refresh() const { return m_nRefresh; }
 
  private:
   struct SInstrument {
@@ -50,6 +52,7 @@ class CInstruments {
   std::vector<SInstrument> m_instruments;
   QHash<QPair<QString, QString>, int> m_numbers;
   unsigned m_nRefresh = 1;
+  unsigned long long m_nVersion = 0;  ///< of what the host says; 0 while it does not tell
 };
 
 }  // namespace TC

@@ -12,20 +12,6 @@
 namespace TC {
 namespace {
 
-SRowFigures figuresOf(const SNode& place) {
-  const CBasketTaskItem& node = *place.item;
-  SRowFigures figures;
-  figures.tradedAmount = node.m_dTradedAmount;
-  figures.totalAmount = node.m_dTotalAmount;
-  figures.totalVolume = node.m_nTotalVolume;
-  figures.tradedVolume = node.m_nFinishedVolume;
-  figures.unfilled = CWideVolume::held(node.totalVolume() - node.finishedVolume());
-  figures.orderCount = node.m_nOrderCount;
-  figures.orderCount2 = node.m_nOrderCount2;
-  figures.status = place.status;
-  return figures;
-}
-
 /// The code of a node's instrument: its stock key without the market, or, for a hedge row, the key as it is.
 QString codeOf(const CBasketTaskItem& node) {
   const QString prefix = node.m_strMarket + QLatin1Char('.');
@@ -38,10 +24,10 @@ QString madeKey(const CBasketTaskItem& node, int taskId) {
   return parent ? node.m_strKey.mid(parent->m_strKey.size() + 1) : QString::number(taskId);
 }
 
-void flatten(const CBasketTaskItem& node, int parent, int depth, std::vector<SNode>& out) {
+void flatten(const CBasketTask& task, const CBasketTaskItem& node, int parent, int depth, std::vector<SNode>& out) {
   const int index = static_cast<int>(out.size());
-  out.push_back({&node, parent, depth, node.m_nStatus, &node.m_strRemark});
-  for (const CBasketTaskItem* child : node.m_children) flatten(*child, index, depth + 1, out);
+  out.push_back(nodeOf(task, node, parent, depth));
+  for (const CBasketTaskItem* child : node.m_children) flatten(task, *child, index, depth + 1, out);
 }
 
 SRowTexts textsOf(const SNode& place) {
@@ -59,15 +45,6 @@ SRowTexts textsOf(const SNode& place) {
 /// Most texts are one copy: they were taken from where they are compared with.
 bool same(const QString& a, const QString& b) { return a.constData() == b.constData() || a == b; }
 
-/// Compares in place.
-bool sameTexts(const SNode& place, const SRowTexts& shown) {
-  const CBasketTaskItem& node = *place.item;
-  return same(shown.account, node.m_strAccounts) && same(shown.statusText, *place.statusText) &&
-         same(shown.investRemark, node.m_strCommandText) && same(shown.algoTag, node.m_strLocalInfoKey) &&
-         (!node.isEmpty() || same(shown.accountName, node.m_strAccountName)) &&
-         (place.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType));
-}
-
 /// The place of a row's texts among the sets: one of the last few that are the same, else new.
 int setOf(std::vector<SRowTexts>& sets, SRowTexts texts) {
   constexpr std::ptrdiff_t LOOKED_AT = 8;
@@ -78,23 +55,22 @@ int setOf(std::vector<SRowTexts>& sets, SRowTexts texts) {
   return static_cast<int>(sets.size()) - 1;
 }
 
-/// A row is finished when all that it ordered was filled; one that ordered nothing is not, nor one that is to order
-/// what nobody has said yet.
-bool isFinished(const SRowFigures& figures, const CBasketTaskItem& node) {
-  return figures.unfilled == 0 && figures.totalVolume != 0 && !node.m_bUnset;
-}
-
 }  // namespace
+
+SNode nodeOf(const CBasketTask& task, const CBasketTaskItem& item, int parent, int depth) {
+  static const QString none;
+  SNode node{&item, parent, depth, item.m_nStatus, &item.m_strRemark};
+  if (parent >= 0) return node;
+  // While a patch that was accepted has not shown up, the root's own text gives way to what is shown of it.
+  node.status = task.shownStatus();
+  if (node.status != item.m_nStatus) node.statusText = &none;
+  return node;
+}
 
 std::vector<SNode> nodesOf(const CBasketTask& task, std::size_t rows) {
   std::vector<SNode> nodes;
   nodes.reserve(rows);
-  flatten(*task.getRoot(), -1, 0, nodes);
-  // While a patch that was accepted has not shown up, the root's own text gives way to what is shown of it.
-  static const QString none;
-  SNode& root = nodes.front();
-  root.status = task.shownStatus();
-  if (root.status != task.getRoot()->m_nStatus) root.statusText = &none;
+  flatten(task, *task.getRoot(), -1, 0, nodes);
   return nodes;
 }
 
@@ -157,6 +133,28 @@ bool sameTexts(const std::vector<SNode>& nodes, const std::vector<int>& numbers,
   return true;
 }
 
+bool sameTexts(const SNode& place, const SRowTexts& shown) {
+  const CBasketTaskItem& node = *place.item;
+  return same(shown.account, node.m_strAccounts) && same(shown.statusText, *place.statusText) &&
+         same(shown.investRemark, node.m_strCommandText) && same(shown.algoTag, node.m_strLocalInfoKey) &&
+         (!node.isEmpty() || same(shown.accountName, node.m_strAccountName)) &&
+         (place.parent >= 0 || shown.tradeParam == orderTypeToString(node.m_nOrderType));
+}
+
+SRowFigures figuresOf(const SNode& place) {
+  const CBasketTaskItem& node = *place.item;
+  SRowFigures figures;
+  figures.tradedAmount = node.m_dTradedAmount;
+  figures.totalAmount = node.m_dTotalAmount;
+  figures.totalVolume = node.m_nTotalVolume;
+  figures.tradedVolume = node.m_nFinishedVolume;
+  figures.unfilled = CWideVolume::held(node.totalVolume() - node.finishedVolume());
+  figures.orderCount = node.m_nOrderCount;
+  figures.orderCount2 = node.m_nOrderCount2;
+  figures.status = place.status;
+  return figures;
+}
+
 std::vector<SRowFigures> figuresOf(const std::vector<SNode>& nodes) {
   std::vector<SRowFigures> figures;
   figures.reserve(nodes.size());
@@ -177,16 +175,19 @@ std::vector<double> amountsOf(const std::vector<SRowShape>& shape, const STaskTe
 
 int msecOfDay(const QTime& time) { return time.isValid() ? time.msecsSinceStartOfDay() : -1; }
 
-RowFlags finishedRows(const std::vector<SNode>& nodes, const std::vector<SRowFigures>& figures) {
-  RowFlags flags(nodes.size());
+bool isFilled(const SRowFigures& figures, const CBasketTaskItem& node) {
+  return figures.unfilled == 0 && figures.totalVolume != 0 && !node.m_bUnset;
+}
+
+RowFlags finishedRows(const std::vector<SRowShape>& shape, const RowFlags& filled) {
+  RowFlags flags(shape.size());
   bool leading = true;  // among the grandchildren under the current child
-  for (std::size_t i = 1; i < nodes.size(); ++i) {
-    if (nodes[i].depth == 1) leading = true;
-    if (nodes[i].depth > 2) continue;
-    const bool finished = isFinished(figures[i], *nodes[i].item);
-    // The run ends at the first unfinished one: intended.
-    if (nodes[i].depth == 2) leading = leading && finished;
-    if (finished && leading) flags.set(i);
+  for (std::size_t i = 1; i < shape.size(); ++i) {
+    if (shape[i].depth == 1) leading = true;
+    if (shape[i].depth > 2) continue;
+    // The run ends at the first unfilled one: intended.
+    if (shape[i].depth == 2) leading = leading && filled[i];
+    if (filled[i] && leading) flags.set(i);
   }
   return flags;
 }

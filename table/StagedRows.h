@@ -29,6 +29,8 @@ struct SNode {
   const QString* statusText;  ///< the status text that the row shows; the node's own, but for the root
 };
 
+/// A node as the table shows it.
+SNode nodeOf(const CBasketTask& task, const CBasketTaskItem& item, int parent, int depth);
 /// rows: about how many nodes there will be, 0 for unknown.
 std::vector<SNode> nodesOf(const CBasketTask& task, std::size_t rows);
 
@@ -44,14 +46,20 @@ STaskTexts textsOf(const std::vector<SNode>& nodes, const std::vector<int>& numb
 /// would be most of its cost.
 bool sameTexts(const std::vector<SNode>& nodes, const std::vector<int>& numbers, CInstruments& instruments,
                const STaskTexts& shown);
+/// The same for one row, but for what is known of its instrument.
+bool sameTexts(const SNode& node, const SRowTexts& shown);
 
+SRowFigures figuresOf(const SNode& node);
 std::vector<SRowFigures> figuresOf(const std::vector<SNode>& nodes);
 /// What the amount column shows.
 std::vector<double> amountsOf(const std::vector<SRowShape>& shape, const STaskTexts& texts, int hedgeRow,
                               const std::vector<SRowFigures>& figures);
 /// -1 for a time that is not known.
 int msecOfDay(const QTime& time);
-/// The finished children of the root, and of each child the leading run of finished ones.
-RowFlags finishedRows(const std::vector<SNode>& nodes, const std::vector<SRowFigures>& figures);
+/// Whether all that a row ordered was filled: never of one that ordered nothing, nor of one that is to order what
+/// nobody has said yet.
+bool isFilled(const SRowFigures& figures, const CBasketTaskItem& node);
+/// The filled children of the root, and of each child the leading run of filled ones.
+RowFlags finishedRows(const std::vector<SRowShape>& shape, const RowFlags& filled);
 
 }  // namespace TC

@@ -252,7 +252,8 @@ bool CTreeBlocks::isShown(STreeRow row) const {
 
 int CTreeBlocks::shownBelow(const STreeRow& row) const {
   int shown = 0;
-  visitShown(at(row.block), [&shown](int) { ++shown; }, row.row + 1, endOf(row));
+  visitShown(
+      at(row.block), [&shown](int) { ++shown; }, row.row + 1, endOf(row));
   return shown;
 }
 

@@ -127,9 +127,9 @@ class CTreeBlocks {
     std::vector<int> next;   ///< the order to take; nothing unless hasNext
     std::vector<int> page;   ///< the rows that show, in order; nothing unless paged
     int shown = 0;
-    int tops = 0;      ///< rows without one above them
-    int rank = 0;      ///< place among the blocks' arrivals
-    int place = 0;     ///< in m_order
+    int tops = 0;   ///< rows without one above them
+    int rank = 0;   ///< place among the blocks' arrivals
+    int place = 0;  ///< in m_order
     unsigned shapeVersion = 0;
     bool ordered = false;
     bool stale = false;  ///< the order may no longer hold

@@ -130,7 +130,8 @@ std::vector<int> orderOf(const ITreeState& state, const STreeSort& sort) {
 std::vector<int> orderOf(const std::vector<STopRow>& tops, const STreeSort& sort) {
   std::vector<int> places(tops.size());
   std::iota(places.begin(), places.end(), 0);
-  sortFamily(places, [&tops](int place) -> const STopRow& { return tops[static_cast<std::size_t>(place)]; }, sort, true);
+  sortFamily(
+      places, [&tops](int place) -> const STopRow& { return tops[static_cast<std::size_t>(place)]; }, sort, true);
   return places;
 }
 

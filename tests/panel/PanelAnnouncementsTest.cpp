@@ -75,6 +75,7 @@ class PanelAnnouncements : public ::testing::Test {
     });
     m_asked = false;
     m_bHeld = true;
+    m_host.desk().setInstrument(test::makeInstrument("SH", "600009"));  // so that it is asked for anew
     m_host.deliver(makeServerDetail(status));
     const ksservice::CTaskDetailPtr next = test::makeDetail(2);
     test::addParam(*next, test::makeAccount("A1", "1001"), "600009", 1000, 10.0);
