@@ -20,7 +20,9 @@ CBasketTask::CBasketTask(const QString& key, int groupId, int commandId)
   connect(this, &CBasketTask::sigPatchTask, this, &CBasketTask::slotPatchTask, Qt::QueuedConnection);
 }
 
-CBasketTask::~CBasketTask() = default;
+CBasketTask::~CBasketTask() {
+  if (m_disposal) m_disposal(std::shared_ptr<CTaskGuard>(std::move(m_guard)));
+}
 
 // Whose it is
 

@@ -6,6 +6,7 @@
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -121,6 +122,11 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   QString getAlgoParams() const;
   /// The key under which the server's progress queries know a detail.
   static void getAlgoTaskKey(const ksservice::CTaskDetail& detail, std::string& out);
+  /// Takes what a task is made of when it is deleted, on the thread that deletes it, to be freed somewhere else: of a
+  /// large task that takes a while. Throws nothing.
+  using Disposal = std::function<void(std::shared_ptr<void>)>;
+  /// Before others know the task. Without it the task frees everything itself.
+  void setDisposal(Disposal disposal) { m_disposal = std::move(disposal); }
   /// The task's mutex, recursive. Never hold it across a dialog or a wait.
   boost::recursive_mutex& mutex() const;
   /// Grows with each reorganize: as long as it stands, every node stays and keeps its place and keys. With mutex()
@@ -204,7 +210,8 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   void giveUpWaiting();
   void sendOwed(const ksservice::CTaskDetail& detail);
 
-  const std::unique_ptr<CTaskGuard> m_guard;
+  std::unique_ptr<CTaskGuard> m_guard;  ///< null in the destructor alone
+  Disposal m_disposal;
   std::unique_ptr<IPatchConfirm> m_pPatchConfirm;  ///< made for the first patch; GUI thread
 };
 

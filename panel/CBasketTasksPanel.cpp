@@ -49,7 +49,8 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
     : ITradeDockableWidget(getTradeDockableWidgetCopiable(TYPE_KEY), TYPE_KEY, id,
                            getTradeDockableWidgetMavTraderType(TYPE_KEY), parent),
       m_nTraderType(tradeType()),
-      m_workQueue(std::make_unique<CJobQueue>()) {
+      m_workQueue(std::make_unique<CJobQueue>()),
+      m_pDisposal(std::make_shared<CTaskDisposal>(*m_workQueue)) {
   qRegisterMetaType<ksservice::CTaskDetailPtr>("ksservice::CTaskDetailPtr");
   CBasketPatchDialog::install();
   createUi();
@@ -73,6 +74,7 @@ CBasketTasksPanel::CBasketTasksPanel(int id, QWidget* parent)
 // signals reach still stands.
 CBasketTasksPanel::~CBasketTasksPanel() {
   m_subscription.reset();
+  m_pDisposal->end();
   m_workQueue.reset();
   letGo(m_tasks, ELetGo::Closed);
   m_tasks.clear();

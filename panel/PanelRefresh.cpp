@@ -187,6 +187,7 @@ boost::shared_ptr<CBasketTask> CBasketTasksPanel::createTask(const ksservice::CT
   const QString displayId = taskDisplayId(command.m_nTraderType, command.m_nTaskId);
   task->getRoot()->setHpfTreeKey(displayId);
   task->moveToThread(thread());
+  task->setDisposal([disposal = m_pDisposal](std::shared_ptr<void> rest) { disposal->take(std::move(rest)); });
   m_pAnnouncements->listen(*task, jobDay);
   connect(task.get(), &CBasketTask::sigShowOperateOrbTaskError, task.get(), &CBasketTask::slotShowOperateOrbTaskError,
           Qt::QueuedConnection);

@@ -29,6 +29,7 @@ struct TestRow : GV::CHpfTreeTableData {
   double number(int column) const override { return column == 2 ? m_dValue : 0.0; }
   bool inStatistics() const override { return m_bCounted; }
   double getChangedValue(int /*column*/) override { return std::exchange(m_dChange, 0.0); }
+  using GV::CHpfTreeTableData::bind;
 
   QString m_strKey;
   double m_dValue;

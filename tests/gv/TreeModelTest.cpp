@@ -70,11 +70,90 @@ bool acceptedBelow(const Node& node) {
                      [](const auto& child) { return accepts(*child->row) || acceptedBelow(*child); });
 }
 
+/// What rows hold, copied out of them.
+struct State : GV::ITreeState {
+  struct Row {
+    int parent;
+    int order;
+    double value;
+    QString name;
+    QString text;
+  };
+
+  int rowCount() const override { return static_cast<int>(rows.size()); }
+  const Row& at(int row) const { return rows[static_cast<std::size_t>(row)]; }
+  int parentOf(int row) const override { return at(row).parent; }
+  int sortOrder(int row) const override { return at(row).order; }
+  QString name(int row) const override { return at(row).name; }
+  QString text(int row, int column) const override {
+    return column == 2 ? QString::number(at(row).value, 'f', 2) : sortText(row, column);
+  }
+  double sortNumber(int row, int column) const override { return column == 2 ? at(row).value : 0.0; }
+  QString sortText(int row, int column) const override { return column == 1 ? at(row).text : QString(); }
+
+  std::vector<Row> rows;
+};
+
+/// A root with all below it.
+class Block : public GV::ITreeBlock {
+ public:
+  /// Takes the rows as they are now; gives where each of them was before, -1 for a new one.
+  std::vector<int> take(const std::vector<TestRowPtr>& rows, const std::vector<int>& parents) {
+    std::vector<int> before;
+    for (const TestRowPtr& row : rows) before.push_back(find(row->m_strKey));
+    for (const TestRowPtr& row : m_rows) row->bind(nullptr, -1);
+    m_rows = rows;
+    m_state.rows.clear();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      rows[i]->bind(this, static_cast<int>(i));
+      m_state.rows.push_back(
+          {parents[i], rows[i]->m_nOrder, rows[i]->m_dValue, rows[i]->displayName(), rows[i]->text(1)});
+    }
+    return before;
+  }
+
+  const GV::ITreeState& state() const override { return m_state; }
+  std::shared_ptr<const GV::ITreeState> freeze() const override { return std::make_shared<State>(m_state); }
+  QString key(int row) const override { return m_rows[static_cast<std::size_t>(row)]->m_strKey; }
+  int find(const QString& key) const override {
+    const auto isIt = [&key](const TestRowPtr& row) { return row->m_strKey == key; };
+    const auto found = std::find_if(m_rows.begin(), m_rows.end(), isIt);
+    return found == m_rows.end() ? -1 : static_cast<int>(found - m_rows.begin());
+  }
+  QString scriptName(int row) const override { return key(row); }
+  GV::CHpfTreeTableDataPtr record(int row) override { return m_rows[static_cast<std::size_t>(row)]; }
+  void visitCounted(int column, const CountedVisitor& visit) const override {
+    for (int row = 0; row < m_state.rowCount(); ++row) {
+      const TestRow& each = *m_rows[static_cast<std::size_t>(row)];
+      if (each.m_bCounted) visit(row, each.number(column));
+    }
+  }
+
+ private:
+  std::vector<TestRowPtr> m_rows;
+  State m_state;
+};
+
+class BlockModel : public GV::CHpfTreeTableModel {
+ public:
+  BlockModel() : GV::CHpfTreeTableModel(testColumns()) {}
+
+  std::map<const Node*, std::unique_ptr<Block>> m_blocks;  ///< by root
+
+ protected:
+  int blockOfKey(const QString& key) const override {
+    for (const auto& [root, block] : m_blocks) {
+      if (block->find(key) >= 0) return block->number();
+    }
+    return -1;
+  }
+};
+
 /// Does the same random things to a model and to a plain tree.
 class RandomTree {
  public:
-  /// Every other seed counts roots alone.
-  explicit RandomTree(unsigned seed) : m_random(seed), m_bCountRoots(seed % 2 == 0) {}
+  /// blocks: the rows of a root come as a block, else one by one. Every other seed counts roots alone.
+  explicit RandomTree(unsigned seed, bool blocks) : m_random(seed), m_bCountRoots(seed % 2 == 0), m_bBlocks(blocks) {}
 
   void step() {
     using Action = void (RandomTree::*)();
@@ -99,9 +178,37 @@ class RandomTree {
   }
 
   test::Random m_random;
-  GV::CHpfTreeTableModel m_model{testColumns()};
+  BlockModel m_model;
 
  private:
+  /// Brings the block of a node's root in line with the plain tree; shape: with other rows than before.
+  void bring(const Node& node, bool shape) {
+    const Node* root = &node;
+    while (root->parent != &m_top) root = root->parent;
+    std::vector<TestRowPtr> rows;
+    std::vector<int> parents;
+    gather(*root, -1, rows, parents);
+    std::unique_ptr<Block>& block = m_model.m_blocks[root];
+    if (block && !shape) {
+      block->take(rows, parents);
+      m_model.blockChanged(*block);
+    } else if (block) {
+      const GV::CModelBatch batch(m_model);
+      m_model.announceByReset();
+      m_model.reshapeBlock(*block, block->take(rows, parents));
+    } else {
+      block = std::make_unique<Block>();
+      block->take(rows, parents);
+      m_model.addBlock(*block, false);
+    }
+  }
+  void gather(const Node& node, int parent, std::vector<TestRowPtr>& rows, std::vector<int>& parents) const {
+    const auto row = static_cast<int>(rows.size());
+    rows.push_back(node.row);
+    parents.push_back(parent);
+    for (const auto& child : node.children) gather(*child, row, rows, parents);
+  }
+
   void walk(const Node& node, bool shown, const std::function<void(const TestRow&)>& visit) const {
     if (node.row) visit(*node.row);
     if (shown && !node.expanded) return;
@@ -141,9 +248,10 @@ class RandomTree {
     Node& parent = anyParent();
     const auto row = boost::make_shared<TestRow>(QString("k%1").arg(++m_nKeys), anyFigure(), test::below(m_random, 3));
     row->m_bCounted = m_bCountRoots ? &parent == &m_top : test::chance(m_random, 50);
-    ASSERT_TRUE(m_model.insertData(row, parent.key()));
+    ASSERT_TRUE(m_bBlocks || m_model.insertData(row, parent.key()));
     parent.children.push_back(std::make_unique<Node>(Node{row, &parent}));
     m_nodes.push_back(parent.children.back().get());
+    if (m_bBlocks) bring(*m_nodes.back(), true);
   }
 
   void forget(const Node& node) {
@@ -154,25 +262,32 @@ class RandomTree {
   void remove() {
     Node* node = test::chance(m_random, 33) ? any() : nullptr;
     if (node == nullptr) return;
-    ASSERT_TRUE(m_model.removeDataByKey(node->key()));
+    ASSERT_TRUE(m_bBlocks || m_model.removeDataByKey(node->key()));
     forget(*node);
-    std::erase_if(node->parent->children, [node](const auto& child) { return child.get() == node; });
+    Node& parent = *node->parent;
+    if (m_bBlocks && &parent == &m_top) {
+      m_model.removeBlock(*m_model.m_blocks.at(node));
+      m_model.m_blocks.erase(node);
+    }
+    std::erase_if(parent.children, [node](const auto& child) { return child.get() == node; });
+    if (m_bBlocks && &parent != &m_top) bring(parent, true);
   }
 
   /// One, or many at once.
   void hide() {
     if (m_nodes.empty()) return;
     const bool on = test::chance(m_random, 50);
-    const GV::STreeRow first = m_model.find(m_nodes.front()->key());
+    const GV::STreeRow first = m_model.find(any()->key());
     GV::RowFlags hidden = m_model.tree().flags(first.block, GV::CTreeBlocks::Hidden);
     const bool many = test::chance(m_random, 50);
     for (int i = many ? 1 + test::below(m_random, 40) : 1; i > 0; --i) {
       Node& node = *any();
-      node.hidden = on;
       const GV::STreeRow row = m_model.find(node.key());
+      if (many && row.block != first.block) continue;
+      node.hidden = on;
       many ? void(hidden.set(static_cast<std::size_t>(row.row), on)) : m_model.setHidden(row, on);
     }
-    if (many) m_model.setHidden(*m_model.record(first)->block(), hidden);
+    if (many) m_model.setHidden(m_model.tree().source(first.block), hidden);
   }
 
   void expand() {
@@ -196,7 +311,7 @@ class RandomTree {
     if (node == nullptr) return;
     if (test::chance(m_random, 25)) node->row->m_nOrder = test::below(m_random, 3);
     changeBelow(*node);
-    m_model.rowChanged(m_model.find(node->key()), true);
+    m_bBlocks ? bring(*node, false) : m_model.rowChanged(m_model.find(node->key()), true);
   }
 
   void sort() {
@@ -211,6 +326,7 @@ class RandomTree {
   }
 
   const bool m_bCountRoots;
+  const bool m_bBlocks;
   int m_nKeys = 0;
   Node m_top = {.row = nullptr, .expanded = true};
   std::vector<Node*> m_nodes;  ///< all, in the order of their making
@@ -224,8 +340,8 @@ class RandomTree {
 /// Whatever is done in whatever order, alone or in batches small and large: the flat list is the plain tree printed,
 /// and whoever listens to the notices alone arrives at the same.
 TEST(TreeModel, RandomChangesMatchAPlainTree) {
-  for (unsigned seed = 1; seed <= 40; ++seed) {
-    RandomTree random(seed);
+  for (unsigned seed = 1; seed <= 80; ++seed) {
+    RandomTree random(seed, seed % 4 > 1);
     const QAbstractItemModelTester tester(&random.m_model, FATAL);
     Follower follower(random.m_model);
     for (int round = 0; round < 60; ++round) {
@@ -246,6 +362,47 @@ TEST(TreeModel, RandomChangesMatchAPlainTree) {
       }
     }
   }
+}
+
+/// A sort and a filter of very many rows are worked out elsewhere: until then what stood stands as a whole.
+TEST(TreeModel, SortsAndFiltersVeryManyRowsALittleLater) {
+  constexpr int ROWS = 9000;
+  BlockModel model;
+  const QAbstractItemModelTester tester(&model, FATAL);
+  Block& block = *(model.m_blocks[nullptr] = std::make_unique<Block>());
+  std::vector<TestRowPtr> rows;
+  std::vector<int> parents;
+  for (int row = 0; row < ROWS; ++row) {
+    rows.push_back(boost::make_shared<TestRow>(QString("k%1").arg(row), row * 7919 % ROWS));
+    parents.push_back(row == 0 ? -1 : 0);
+  }
+  block.take(rows, parents);
+  model.addBlock(block, true);
+  const auto figureAt = [&model](int position) { return model.rowAt(position).number(2); };
+  const auto waitFor = [](const std::function<bool()>& stands) {
+    QElapsedTimer clock;
+    for (clock.start(); !stands() && clock.elapsed() < 10000;) QApplication::processEvents();
+    return stands();
+  };
+  model.sort(2, Qt::AscendingOrder);
+  EXPECT_EQ(model.rowAt(2).key(), "k2") << "what stood";
+  rows[1]->m_dValue = -5;  // while it is worked out
+  block.take(rows, parents);
+  model.blockChanged(block);
+  ASSERT_TRUE(waitFor([&] { return figureAt(1) == -5 && figureAt(2) == 1; }));
+  EXPECT_EQ(figureAt(ROWS - 1), ROWS - 1);
+  model.setFilter({{2, "77"}});
+  EXPECT_EQ(model.rowCount(), ROWS);
+  rows[1]->m_dValue = 1177;
+  block.take(rows, parents);
+  model.blockChanged(block);
+  ASSERT_TRUE(waitFor([&] { return model.rowCount() < ROWS && figureAt(1) == 77; }));
+  ASSERT_TRUE(waitFor([&] { return model.positionOf("k1") > 1; })) << "in its new place";
+  model.setFilter({});
+  EXPECT_EQ(model.rowCount(), ROWS) << "at once";
+  model.sort(-1);
+  EXPECT_EQ(model.rowAt(1).key(), "k1");
+  model.removeBlock(block);
 }
 
 TEST(TreeModel, RefusesWhatItCannotPlace) {
