@@ -1,6 +1,5 @@
 #include "CountRun.h"
 
-#include <tuple>
 #include <utility>
 
 #include "TaskRules.h"
@@ -83,9 +82,11 @@ int CCountRun::slotOn(const SFoundRow& found, const std::string& market, const s
 
 int CCountRun::slotOf(const COrderInfo& order) {
   if (m_slots.isEmpty()) rememberSlots();
-  const auto& [market, code, operation] = std::tie(order.m_strMarket, order.m_strCode, order.m_nOperation);
-  return m_slots.at(market, code, operation,
-                    [&] { return slotOn(rows().ofOrder(market, code, operation), market, code, operation); });
+  const auto resolve = [&] {
+    const SFoundRow found = rows().ofOrder(order.m_strMarket, order.m_strCode, order.m_nOperation);
+    return slotOn(found, order.m_strMarket, order.m_strCode, order.m_nOperation);
+  };
+  return m_slots.at(order.m_strMarket, order.m_strCode, order.m_nOperation, resolve);
 }
 
 /// Of one order of each slot.

@@ -34,7 +34,7 @@ class CRowChanges {
 
  private:
   struct SList {
-    unsigned char mark;  ///< of the rows that are in it
+    unsigned char mark = 0;  ///< of the rows that are in it
     SChangedRows changed;
 
     void note(CBasketTaskItem& row) {

@@ -71,10 +71,10 @@ class CDetailShares {
   CDetailShares(const CDetailShares&) = delete;
   CDetailShares& operator=(const CDetailShares&) = delete;
 
-  /// Starts a count of the whole detail: every share is 0. accounts: those of the detail's lines. With other accounts
-  /// than last time the rows lose what this detail gave them; true when its orders were taken off its rows, to be filed
-  /// anew.
-  bool restart(const std::string& accounts, CRowChanges& changes);
+  /// Starts a count of the whole detail: every share is 0. places: on what its rows hang (CRowFinder). With another
+  /// text than last time the rows lose what this detail gave them; true when its orders were taken off its rows, to be
+  /// filed anew.
+  bool restart(const std::string& places, CRowChanges& changes);
   /// Rows have come on which orders may belong: the next count looks for all of them again.
   void lookAgain();
   /// The detail's slot on a row, made when it has none.

@@ -77,8 +77,8 @@ class CSparseCountTest : public CTaskTest, public testing::WithParamInterface<in
     if (kind == 2) orders.push_back(isRare() ? nullptr : randomOrder(number, static_cast<int>(orders.size())));
     if (kind == 4 && number % 2 == 0) made.m_bServerTask = !made.m_bServerTask;
     const bool all = kind == 5;
-    for (std::size_t i = 0; i < orders.size(); ++i) {
-      if (orders[i] && (all || isRare())) orders[i] = change(orders[i]);
+    for (OrderPtr& one : orders) {
+      if (one && (all || isRare())) one = change(one);
     }
     if (kind == 6 && !orders.empty()) orders.back() = randomOrder(number, static_cast<int>(orders.size()) - 1);
     if (kind != 7) return true;
