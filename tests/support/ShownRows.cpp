@@ -46,6 +46,7 @@ Shown shownBy(const TC::CHpfBasketStatusTable& table, bool hedges) {
 
 std::vector<SShownRow> onScreen(const TC::CHpfBasketStatusTable& table, bool hedges) {
   std::vector<SShownRow> rows;
+  rows.reserve(static_cast<std::size_t>(table.rowCount()) + 1);
   for (int row = 0; row < table.rowCount(); ++row) {
     rows.push_back(shownRow(table, table.dataModel()->rowAt(row), hedges));
   }

@@ -102,9 +102,9 @@ void CSafetyDay::refresh(bool amidst) {
   if (m_host.now() != before || !m_strFault.empty()) return;
   checkStops();
   checkWaits();
-  if (!has(ING_Late) && !has(ING_Ahead) && !has(ING_Queries) && !has(ING_Hedges) && isCertain() && m_nLetGo == 0) {
-    checkFigures();
-  }
+  if (!isCertain() || has(ING_Late) || has(ING_Ahead) || has(ING_Queries)) return;
+  if (!has(ING_Hedges) && m_nLetGo == 0) checkFigures();
+  if (has(ING_Fresh) && amidst) checkFresh({});
 }
 
 /// The host delivers what it owes, and the table must show it.
