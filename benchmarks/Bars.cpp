@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "ModelRun.h"
+#include "SoakRun.h"
 #include "TableRun.h"
 #include "TurnRun.h"
 #include "WorkerRun.h"
@@ -58,14 +59,14 @@ struct SLimit {
   QString work;
   QString subject;
   double most;
+  bool isLeast = false;  ///< the measure may not be less
 };
 
 const std::vector<SLimit>& limits() {
   static const std::vector<SLimit> list = {
-      {work::PAIRED_TASKS, PANEL, 1.1},
-      {work::PAIRED_ROWS, PANEL, 1.1},
-      {work::STEADY_BYTES, PANEL, 200},
-      {work::MODEL_BYTES_ONE, MODEL, 900},
+      {work::PAIRED_TASKS, PANEL, 1.1},    {work::PAIRED_ROWS, PANEL, 1.1}, {work::STEADY_BYTES, PANEL, 200},
+      {work::MODEL_BYTES_ONE, MODEL, 900}, {work::FIRST_ROW, PANEL, 2000},  {work::SOAK_RATE, PANEL, 50000, true},
+      {work::SOAK_AGE, PANEL, 3},          {work::SOAK_WRONG, PANEL, 0},    {work::SOAK_GROWTH, PANEL, 1.01},
   };
   return list;
 }
@@ -135,13 +136,30 @@ QString judge(const CReport& report, int rows) {
   }
   for (const SLimit& limit : limits()) {
     const auto mine = cpu(report, limit.work, limit.subject);
-    if (mine) text += verdict(limit.work, QStringLiteral("at most %1").arg(limit.most), *mine, *mine <= limit.most);
+    if (!mine) continue;
+    const QString asked =
+        (limit.isLeast ? QStringLiteral("at least %1") : QStringLiteral("at most %1")).arg(limit.most);
+    text += verdict(limit.work, asked, *mine, limit.isLeast ? *mine >= limit.most : *mine <= limit.most);
   }
   const double turn = rows < MILLION ? LONGEST_TURN : LONGEST_TURN_OF_A_MILLION;
   for (const QString& each : report.works()) {
     const auto mine = cpu(report, each, PANEL);
     if (!mine || !each.startsWith(work::TURN)) continue;
     text += verdict(each, QStringLiteral("at most %1 ms").arg(turn), *mine, *mine <= turn);
+  }
+  return text;
+}
+
+QString judgeGrowth(const CReport& small, const CReport& large) {
+  constexpr double MOST = 4;
+  QString text;
+  for (const QString& each : large.works()) {
+    const auto before = cpu(small, each, PANEL);
+    const auto after = cpu(large, each, PANEL);
+    // A turn has a limit of its own.
+    if (!before || !after || !large.isDuration(each, PANEL) || each.startsWith(work::TURN)) continue;
+    text += verdict(each.trimmed(), QStringLiteral("at most %1 times that of fewer rows").arg(MOST), *after / *before,
+                    *after <= MOST * *before);
   }
   return text;
 }

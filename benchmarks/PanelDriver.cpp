@@ -28,6 +28,15 @@ void CPanelDriver::open() {
   QObject::connect(m_pPanel.get(), &TC::CBasketTasksPanel::sigRunningTasks, [this] { ++m_nRefreshes; });
 }
 
+double CPanelDriver::loadFirstRow() {
+  QElapsedTimer wall;
+  wall.start();
+  load();
+  while (m_pTable->rowCount() == 0) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  m_pTable->viewport()->repaint();
+  return millisecondsOf(wall);
+}
+
 void CPanelDriver::publish() {
   ++m_nSecond;
   for (int task = 0; task < m_load.size().tasks; ++task) {

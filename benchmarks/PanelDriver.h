@@ -21,6 +21,8 @@ class CPanelDriver {
   void open();
   /// Has it load what the desk knows.
   void load() { m_pPanel->setTradeType(EMTT_Stock); }
+  /// The same until a row is on screen. Gives its wall time in milliseconds.
+  double loadFirstRow();
   void close() { m_pPanel.reset(); }
   TC::CBasketTasksPanel& panel() { return *m_pPanel; }
   TC::CHpfBasketStatusTable& table() { return *m_pTable; }

@@ -35,6 +35,11 @@ const SMedian* CReport::find(const QString& work, const QString& subject) const 
   return found == m_entries.end() ? nullptr : &found->second.median;
 }
 
+bool CReport::isDuration(const QString& work, const QString& subject) const {
+  const auto found = m_entries.find({work, subject});
+  return found != m_entries.end() && found->second.unit == MILLISECONDS;
+}
+
 QString CReport::cell(const QString& work, const QString& subject) const {
   const auto found = m_entries.find({work, subject});
   if (found == m_entries.end()) return QStringLiteral("-");

@@ -20,6 +20,7 @@ class CReport {
 
   /// Null for what was not measured.
   const SMedian* find(const QString& work, const QString& subject) const;
+  bool isDuration(const QString& work, const QString& subject) const;
   const QStringList& works() const { return m_works; }
   const QStringList& subjects() const { return m_subjects; }
 

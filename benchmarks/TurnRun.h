@@ -9,6 +9,7 @@ namespace bench {
 
 namespace work {
 const QString TURN = QStringLiteral("turn: ");  ///< begins the works' names
+const QString FIRST_ROW = QStringLiteral("first load, until a row is on screen");
 }  // namespace work
 
 /// GUI thread; clock as for runPanel.

@@ -1,5 +1,5 @@
-// basket-bench [--rows N] [--json FILE] [--quick] [--table] [--feed SECONDS]: how the panel's table and model stand
-// beside the stock ones.
+// basket-bench [--rows N] [--json FILE] [--quick] [--table] [--feed SECONDS] [--million] [--soak [MINUTES]]: how the
+// panel's table and model stand beside the stock ones.
 #include <log4cxx/logger.h>
 
 #include <QApplication>
@@ -13,6 +13,7 @@
 #include "FeedRun.h"
 #include "ModelRun.h"
 #include "PanelRun.h"
+#include "SoakRun.h"
 #include "TableRun.h"
 #include "TurnRun.h"
 #include "WorkerRun.h"
@@ -30,12 +31,16 @@ constexpr int FEED_SECONDS = 60;
 constexpr int QUICK_FEED_SECONDS = 10;
 constexpr int FEED_TASKS = 1000;
 constexpr int FEED_ROWS_PER_TASK = 100;
+constexpr int MILLION_TASKS = 3334;  ///< a million rows and some
+constexpr int SOAK_MINUTES = 10;
 
 struct SOptions {
   int rows = DEFAULT_ROWS;
   QString jsonFile;
   bool quick = false;
   bool tableOnly = false;
+  bool million = false;
+  int soakMinutes = 0;  ///< 0: no soak
   int feedSeconds = 0;  ///< 0: the whole bench, with a feed of its own length
   int feedRowsPerTask = FEED_ROWS_PER_TASK;
 };
@@ -55,6 +60,12 @@ bool parse(const QStringList& arguments, SOptions& options) {
   parser.addOption({QStringLiteral("feed"),
                     QStringLiteral("Only the panel under a feed of 200,000 details a second, for this long."),
                     QStringLiteral("SECONDS"), QStringLiteral("0")});
+  parser.addOption({QStringLiteral("million"), QStringLiteral("Only the panel, with a million rows beside 300,000.")});
+  parser.addOption({QStringLiteral("soak"),
+                    QStringLiteral("Only the panel with a million rows under 50,000 details a second, for MINUTES.")});
+  parser.addPositionalArgument(QStringLiteral("MINUTES"),
+                               QStringLiteral("Of --soak; %1 unless told otherwise.").arg(SOAK_MINUTES),
+                               QStringLiteral("[MINUTES]"));
   parser.process(arguments);
   bool ok = false;
   options.rows = parser.value(QStringLiteral("rows")).toInt(&ok);
@@ -64,6 +75,15 @@ bool parse(const QStringList& arguments, SOptions& options) {
   if (!ok || options.rows < ROWS_PER_TASK) {
     QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
     return false;
+  }
+  options.million = parser.isSet(QStringLiteral("million"));
+  if (parser.isSet(QStringLiteral("soak"))) {
+    const QString minutes = parser.positionalArguments().value(0, QString::number(SOAK_MINUTES));
+    options.soakMinutes = minutes.toInt(&ok);
+    if (!ok || options.soakMinutes < 1) {
+      QTextStream(stderr) << "basket-bench: --soak takes a number of minutes\n";
+      return false;
+    }
   }
   if (parser.isSet(QStringLiteral("rows"))) options.feedRowsPerTask = std::max(1, options.rows / FEED_TASKS);
   options.feedSeconds = parser.value(QStringLiteral("feed")).toInt(&ok);
@@ -77,19 +97,24 @@ class CBench {
   explicit CBench(const SOptions& options) : m_options(options) {}
 
   bool run() {
+    if (m_options.soakMinutes > 0) return runSoaking() && writeJson();
+    if (m_options.million) return runMillion() && writeJson();
     if (m_options.feedSeconds > 0) return runFeeds(m_options.feedSeconds, m_options.feedRowsPerTask) && writeJson();
     const int rows = m_options.quick ? m_options.rows / GROWTH : m_options.rows;
     const int tasks = std::max(1, rows / ROWS_PER_TASK);
-    if (!m_options.quick && !m_options.tableOnly && tasks >= GROWTH) runTables(tasks / GROWTH);
-    runTables(tasks);
-    if (m_options.tableOnly) return writeJson();
-    runModels(tasks);
-    const bool current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS, FEED_ROWS_PER_TASK);
+    bool current = true;
+    if (!m_options.tableOnly) {
+      if (!m_options.quick && tasks >= GROWTH) runTables(tasks / GROWTH, true);
+      runModels(tasks);
+      current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS, FEED_ROWS_PER_TASK);
+    }
+    // What most is asked of comes last, where it is seen.
+    runTables(tasks, !m_options.tableOnly);
     return writeJson() && current;
   }
 
  private:
-  void runTables(int tasks) {
+  CReport runTables(int tasks, bool peers) {
     desk::CDesk desk;
     desk::CHostServices services(desk, desk::CHostServices::EClock::Manual);
     services.install();
@@ -105,13 +130,38 @@ class CBench {
       runTable(board, RUNS, report);
       runWorks([&] { return makePanelTable(board); }, board, limit, RUNS, report);
       runWorks([&] { return makeFloor(board); }, board, limit, RUNS, report);
-      if (!m_options.tableOnly) runPeers(board, limit, report);
+      if (peers) runPeers(board, limit, report);
     }
     runPanel(desk, services, load, RUNS, report);
     runTurns(desk, services, load, RUNS, report);
     runWorker(load, RUNS, report);
     measureModelBytes(load, report);
     finish(report, judge(report, tasks * ROWS_PER_TASK));
+    return report;
+  }
+
+  bool runMillion() {
+    const CReport small = runTables(DEFAULT_ROWS / ROWS_PER_TASK, false);
+    const CReport large = runTables(MILLION_TASKS, false);
+    QTextStream(stdout) << QStringLiteral("%1 rows beside %2\n").arg(MILLION_TASKS * ROWS_PER_TASK).arg(DEFAULT_ROWS)
+                        << judgeGrowth(small, large) << '\n';
+    return true;
+  }
+
+  bool runSoaking() {
+    desk::CDesk desk;
+    desk::CHostServices services(desk, desk::CHostServices::EClock::Live);
+    services.install();
+    const CLoad load(desk, {MILLION_TASKS, ROWS_PER_TASK, 1});
+    CReport report;
+    report.setTitle(QStringLiteral("50,000 details a second, one order of each fresh, for %1 min; %2 tasks of %3 rows")
+                        .arg(m_options.soakMinutes)
+                        .arg(MILLION_TASKS)
+                        .arg(ROWS_PER_TASK));
+    constexpr int SECONDS_PER_MINUTE = 60;
+    runSoak(desk, load, m_options.soakMinutes * SECONDS_PER_MINUTE, report);
+    finish(report, judge(report, MILLION_TASKS * ROWS_PER_TASK));
+    return true;
   }
 
   void runPeers(CBoard& board, CLimit& limit, CReport& report) const {
