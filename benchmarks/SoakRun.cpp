@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <atomic>
 #include <boost/make_shared.hpp>
+#include <boost/range/adaptor/reversed.hpp>
 #include <chrono>
 #include <cmath>
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <ranges>
 #include <thread>
 
 #include "BasketColumns.h"
@@ -79,8 +79,9 @@ class CSample {
     QStringList paths{QString::number(detail.m_nTaskId)};
     for (const int row : m_rows) {
       const auto& stock = detail.m_params[static_cast<std::size_t>(row)].m_stock;
-      paths += QStringLiteral("%1/%2.%3买入")
-                   .arg(paths.front(), QString::fromStdString(stock.m_strMarket), QString::fromStdString(stock.m_strCode));
+      paths +=
+          QStringLiteral("%1/%2.%3买入")
+              .arg(paths.front(), QString::fromStdString(stock.m_strMarket), QString::fromStdString(stock.m_strCode));
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_paths = paths;
@@ -88,7 +89,7 @@ class CSample {
 
   int age(std::size_t figure, double shown, int refreshes) const {
     int sinceNewer = refreshes;
-    for (const SPublished& each : std::views::reverse(m_published)) {
+    for (const SPublished& each : boost::adaptors::reverse(m_published)) {
       const double amount = each.amounts[figure];
       if (std::fabs(amount - shown) <= 1e-9 * amount) return refreshes - sinceNewer;
       sinceNewer = each.refreshes;
@@ -282,7 +283,7 @@ class CSoakRun {
   int m_nWrong = 0;
   int m_nBehind = 0;
   std::int64_t m_nSampled = 0;
-  std::vector<double> m_refreshTimes;               ///< seconds
+  std::vector<double> m_refreshTimes;             ///< seconds
   std::vector<std::pair<double, double>> m_heap;  ///< minutes, megabytes
 };
 
