@@ -27,6 +27,7 @@ constexpr int ROWS_PER_TASK = 300;
 constexpr int DEFAULT_ROWS = 300000;
 constexpr int GROWTH = 10;  ///< the smaller board beside the asked one
 constexpr int RUNS = 5;
+constexpr int PEER_RUNS = 3;  ///< their seconds add up
 constexpr int FEED_SECONDS = 60;
 constexpr int QUICK_FEED_SECONDS = 10;
 constexpr int FEED_TASKS = 1000;
@@ -120,10 +121,13 @@ class CBench {
     services.install();
     const CLoad load(desk, {tasks, ROWS_PER_TASK, 1});
     CReport report;
-    report.setTitle(QStringLiteral("%1 rows in %2 tasks; CPU milliseconds of the working thread, medians of %3 runs")
-                        .arg(tasks * ROWS_PER_TASK)
-                        .arg(tasks)
-                        .arg(RUNS));
+    report.setTitle(
+        QStringLiteral(
+            "%1 rows in %2 tasks; CPU milliseconds of the working thread, medians of %3 runs, of the peers %4")
+            .arg(tasks * ROWS_PER_TASK)
+            .arg(tasks)
+            .arg(RUNS)
+            .arg(PEER_RUNS));
     CLimit limit;
     {
       CBoard board(load);
@@ -165,10 +169,10 @@ class CBench {
   }
 
   void runPeers(CBoard& board, CLimit& limit, CReport& report) const {
-    runWorks([&] { return makeStandardItemPeer(board, limit, true); }, board, limit, RUNS, report);
-    runWorks([&] { return makeTreeWidgetPeer(board, limit); }, board, limit, RUNS, report);
+    runWorks([&] { return makeStandardItemPeer(board, limit, true); }, board, limit, PEER_RUNS, report);
+    runWorks([&] { return makeTreeWidgetPeer(board, limit); }, board, limit, PEER_RUNS, report);
     if (m_options.quick) return;
-    runWorks([&] { return makeStandardItemPeer(board, limit, false); }, board, limit, RUNS, report);
+    runWorks([&] { return makeStandardItemPeer(board, limit, false); }, board, limit, PEER_RUNS, report);
   }
 
   void runModels(int tasks) {
