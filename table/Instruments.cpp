@@ -26,10 +26,11 @@ void CInstruments::beginRefresh() {
 }
 
 void CInstruments::ask(SInstrument& instrument) {
-  instrument.refresh = m_nRefresh;
   if (instrument.info == nullptr) instrument.info = &m_infos->front();
-  if (instrument.code.empty()) return;
-  const auto said = getExchangeClient().getCodeInfo(instrument.market, instrument.code);
+  const auto said =
+      instrument.code.empty() ? nullptr : getExchangeClient().getCodeInfo(instrument.market, instrument.code);
+  // Not before the host has answered: one that fails is asked again.
+  instrument.refresh = m_nRefresh;
   const QString market = said ? QString::fromStdString(said->m_strMarket) : QString();
   const QString name = said ? QString::fromStdString(said->m_strName) : QString();
   if (instrument.info->market == market && instrument.info->name == name) return;
