@@ -8,8 +8,8 @@ namespace TC {
 
 class CJobQueue;
 
-/// Has the panel's worker free what tasks leave behind, since a trading day leaves hundreds of thousands of rows. Shared
-/// with the tasks, which may outlive the panel. Any thread.
+/// Has the panel's worker free what tasks leave behind, since a trading day leaves hundreds of thousands of rows.
+/// Shared with the tasks, which may outlive the panel. Any thread.
 class CTaskDisposal : public std::enable_shared_from_this<CTaskDisposal> {
  public:
   explicit CTaskDisposal(CJobQueue& queue) : m_pQueue(&queue) {}

@@ -63,17 +63,23 @@ CTableSnapshot::CTableSnapshot(const GV::CHpfTreeTableModel& model) {
   }
 }
 
-void CTableSnapshot::open(int row) const {
-  if (m_pOpen && row >= m_pOpen->first && row < m_pOpen->first + m_pOpen->shown.count()) return;
-  const auto behind =
-      std::upper_bound(m_tasks.begin(), m_tasks.end(), row, [](int at, const STask& task) { return at < task.first; });
-  m_pOpen = &*std::prev(behind);
-  m_open = m_pOpen->shown.rows(m_pOpen->rows);
+const CHpfBasketStatusData& CTableSnapshot::dataOf(int row) const {
+  if (row == m_nRow) return *m_data;
+  if (!m_pTask || row < m_pTask->first || row >= m_pTask->first + m_pTask->shown.count()) {
+    const auto isBefore = [](int at, const STask& task) { return at < task.first; };
+    m_pTask = &*std::prev(std::upper_bound(m_tasks.begin(), m_tasks.end(), row, isBefore));
+    m_shown = m_pTask->shown.rows(m_pTask->rows);
+  }
+  m_data.emplace(m_pTask->rows.data(m_shown[static_cast<std::size_t>(row - m_pTask->first)]));
+  m_nRow = row;
+  return *m_data;
 }
 
 QString CTableSnapshot::text(int row, int column) const {
-  open(row);
-  return m_pOpen->rows.sortText(m_open[static_cast<std::size_t>(row - m_pOpen->first)], column);
+  const CellText form = basketColumns()[static_cast<std::size_t>(column)].text;
+  if (!form) return {};
+  const CHpfBasketStatusData& data = dataOf(row);
+  return form(data, m_pTask->rows.mode);
 }
 
 SExportRows CTableSnapshot::rows() const {

@@ -5,6 +5,7 @@
 #include <QChar>
 #include <QString>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "TaskBlock.h"
@@ -41,13 +42,15 @@ class CTableSnapshot {
     int first = 0;  ///< the row of the snapshot that its first one is
   };
 
-  void open(int row) const;
+  const CHpfBasketStatusData& dataOf(int row) const;
 
   std::vector<STask> m_tasks;
   int m_nRows = 0;
-  // The task that was asked for last, since rows are asked for one after the other.
-  mutable const STask* m_pOpen = nullptr;
-  mutable std::vector<int> m_open;
+  // What was asked for last, since rows are asked for one after the other, and each for all of its cells.
+  mutable const STask* m_pTask = nullptr;
+  mutable std::vector<int> m_shown;  ///< of the task
+  mutable int m_nRow = -1;
+  mutable std::optional<CHpfBasketStatusData> m_data;  ///< of the row
 };
 
 /// Columns of the table in the order of the exports.
