@@ -159,6 +159,7 @@ class CSoakFeed {
     desk::SPublication publication;
     publication.m_pDetail = m_newest[place];
     publication.m_eVia = via;
+    publication.m_bSameParams = via == desk::EVia::Feed;
     if (CSample* sample = m_samples[place]) sample->note(*m_newest[place], m_refreshes);
     m_desk.publishTask(publication);
   }
