@@ -29,8 +29,8 @@ struct SBar {
 
 const std::vector<SBar>& bars() {
   static const std::vector<SBar> list = {
-      {work::REFRESH, 6, 0, 50}, {work::HIDE, 3, 3, 15},   {work::SHOW, 3, 3, 15},    {work::FOLD, 3, 3, 15},
-      {work::UNFOLD, 3, 3, 15},  {work::SORT, 1.5, 0, 15}, {work::EXPORT, 1.2, 0, 1},
+      {work::REFRESH, 6, 0, 50}, {work::HIDE, 3, 3, 15},   {work::SHOW, 3, 3, 15},  {work::FOLD, 3, 3, 15},
+      {work::UNFOLD, 3, 3, 15},  {work::SORT, 1.5, 0, 15}, {work::EXPORT, 0, 0, 1},
   };
   return list;
 }
@@ -67,6 +67,7 @@ const std::vector<SLimit>& limits() {
       {work::PAIRED_TASKS, PANEL, 1.1},    {work::PAIRED_ROWS, PANEL, 1.1}, {work::STEADY_BYTES, PANEL, 200},
       {work::MODEL_BYTES_ONE, MODEL, 900}, {work::FIRST_ROW, PANEL, 2000},  {work::SOAK_RATE, PANEL, 50000, true},
       {work::SOAK_AGE, PANEL, 3},          {work::SOAK_WRONG, PANEL, 0},    {work::SOAK_GROWTH, PANEL, 1.01},
+      {work::PAIRED_EXPORT, PANEL, 1.2},
   };
   return list;
 }

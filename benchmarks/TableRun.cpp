@@ -4,6 +4,8 @@
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
+#include "Subject.h"
+#include "TableExport.h"
 #include "View.h"
 
 namespace bench {
@@ -71,6 +73,31 @@ class CTableRun {
     m_report.addValue(name, PANEL, median(ratios), QStringLiteral("x"));
   }
 
+  /// The table's export and the floor's, in turns.
+  void pairExport() {
+    const std::unique_ptr<ISubject> floor = makeFloor(m_board);
+    floor->build();
+    const auto append = [](QString& text) {
+      return [&text](const QString& lines) {
+        text += lines;
+        return true;
+      };
+    };
+    std::vector<double> ratios;
+    for (int i = 0; i < m_nRuns; ++i) {
+      QString text;
+      const CStopwatch own;
+      const TC::CTableSnapshot snapshot(*m_table.dataModel());
+      TC::exportLines(snapshot.rows(), QLatin1Char('\t'), append(text), [](int) { return true; });
+      const double exported = own.elapsed().cpu;
+      text = QString();
+      const CStopwatch other;
+      text = floor->exportText();
+      ratios.push_back(exported / other.elapsed().cpu);
+    }
+    m_report.addValue(work::PAIRED_EXPORT, PANEL, median(ratios), QStringLiteral("x"));
+  }
+
   void bytes() {
     for (int i = 0; i < STEADY_REFRESHES; ++i) {
       stage(m_board.everything());
@@ -130,6 +157,7 @@ void runTable(CBoard& board, int runs, CReport& report) {
   run.bytes();
   run.pair(work::PAIRED_TASKS, board.someTasks());
   run.pair(work::PAIRED_ROWS, board.someRows());
+  run.pairExport();
   run.sort(TC::EBC_Amount);
   run.refresh(work::SORTED_FIGURE);
   run.sort(TC::EBC_Tree);

@@ -17,6 +17,7 @@ const QString SELECT_ALL = QStringLiteral("select all");
 const QString SELECTED_KEYS = QStringLiteral("  keys of the selection, as a copy");
 const QString PAIRED_TASKS = QStringLiteral("1 %, whole tasks, in repaints");
 const QString PAIRED_ROWS = QStringLiteral("1 %, some of every task, in repaints");
+const QString PAIRED_EXPORT = QStringLiteral("text export, in floors");
 const QString SOME_CODES = QStringLiteral("6001");  ///< filters: a part of the code that a third of the rows has
 const QString STEADY_BYTES = QStringLiteral("bytes a row, from the second refresh on");
 }  // namespace work

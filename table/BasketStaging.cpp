@@ -245,8 +245,9 @@ void CBasketStaging::putStatus(const CBasketTask& task, SLast& last, std::size_t
     auto texts = std::make_shared<STaskTexts>(*last.texts);
     SRowTexts own = texts->of(row);
     own.statusText = node.m_strRemark;
-    texts->setOf[row] = static_cast<int>(texts->sets.size());
-    texts->sets.push_back(std::move(own));
+    const auto known = std::find(texts->sets.begin(), texts->sets.end(), own);
+    texts->setOf[row] = static_cast<int>(known - texts->sets.begin());
+    if (known == texts->sets.end()) texts->sets.push_back(std::move(own));
     staged.texts = now.texts = std::move(texts);
   }
   fillIn(task, now, staged);
