@@ -269,6 +269,7 @@ void CHpfTreeTableModel::clear() {
   m_changes.clear();
   m_unsorted.clear();
   m_unfiltered.clear();
+  m_filtering.clear();
   m_tree.clear();
   m_rows.clear();
   m_nRowsBlock = -1;

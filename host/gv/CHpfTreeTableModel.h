@@ -146,6 +146,7 @@ class CHpfTreeTableModel : public IBaseHpfTableModel {
   CTreeWorks* m_pWorks;
   std::vector<int> m_unsorted;    ///< large blocks whose order is to be worked out
   std::vector<int> m_unfiltered;  ///< blocks that are to be looked at
+  std::vector<int> m_filtering;   ///< blocks that the works look at by the filter of now
   unsigned m_nSortStamp = 0;      ///< grows with each sort, resp. filter
   unsigned m_nFilterStamp = 0;
   bool m_bFilterWaits = false;  ///< no row has been looked at by the filter of now

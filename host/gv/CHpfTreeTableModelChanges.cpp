@@ -45,6 +45,7 @@ void CHpfTreeTableModel::setFilter(std::vector<SColumnFilter> columns) {
   m_filter.columns = std::move(columns);
   ++m_nFilterStamp;
   m_unfiltered.clear();
+  m_filtering.clear();
   m_bFilterWaits = false;
   const CModelBatch batch(*this);
   if (!m_filter.isEmpty()) return lookAt(m_tree.blocks());
@@ -73,7 +74,11 @@ void CHpfTreeTableModel::lookAt(const std::vector<int>& blocks) {
     m_bFilterWaits = m_bFilterWaits || blocks.size() == m_tree.blocks().size();
     return addUnique(m_unfiltered, blocks);
   }
-  for (const int block : blocks) filterBlock(block);
+  for (const int block : blocks) {
+    // What the works find of it is older, and comes later.
+    const bool waits = std::binary_search(m_filtering.begin(), m_filtering.end(), block);
+    waits ? addUnique(m_unfiltered, {block}) : filterBlock(block);
+  }
 }
 
 void CHpfTreeTableModel::filterBlock(int block) {
@@ -139,7 +144,7 @@ void CHpfTreeTableModel::startWorks() {
     asked->push_back(std::move(each));
   }
   m_unsorted.clear();
-  m_unfiltered.clear();
+  m_filtering = std::exchange(m_unfiltered, {});
   const auto takes = [this, asked, sorts = m_nSortStamp, filters = m_nFilterStamp] {
     takeFound(*asked, sorts == m_nSortStamp, filters == m_nFilterStamp);
   };
@@ -158,6 +163,7 @@ void CHpfTreeTableModel::startWorks() {
 void CHpfTreeTableModel::takeFound(std::vector<SFound>& found, bool sorted, bool filtered) {
   const CModelBatch batch(*this);
   bool moves = false;
+  m_filtering.clear();
   if (filtered) m_bFilterWaits = false;
   for (SFound& each : found) {
     if (!m_tree.isBlock(each.block)) continue;

@@ -81,7 +81,7 @@ void CTreeBlocks::reshape(int number, const std::vector<int>& before) {
   block.rows.swap(rows);
   block.tops = topsOf(block.rows, 0, static_cast<int>(block.rows.size()));
   block.ordered = block.hasNext = false;
-  ++block.shapeVersion;
+  block.shapeVersion = ++m_nShapes;
   showChanged(block);
   touch(number);
 }
@@ -93,7 +93,7 @@ bool CTreeBlocks::insertRow(const STreeRow& row, bool keepOrder, bool hidden) {
   made.depth = static_cast<unsigned short>(parent.isValid() ? depth(parent) + 1 : 1);
   made.flags = hidden ? Hidden : 0;
   block.rows.insert(block.rows.begin() + row.row, made);
-  ++block.shapeVersion;
+  block.shapeVersion = ++m_nShapes;
   if (made.depth == 1) ++block.tops;
   if (!hidden && (!parent.isValid() || (has(parent, Expanded) && isShown(parent)))) ++block.shown;
   block.paged = block.hasNext = false;
@@ -146,7 +146,7 @@ void CTreeBlocks::eraseRows(const STreeRow& first, int count) {
   block.rows.erase(block.rows.begin() + first.row, block.rows.begin() + end);
   cut(block.order, first.row, end);
   block.hasNext = false;
-  ++block.shapeVersion;
+  block.shapeVersion = ++m_nShapes;
   showChanged(block);
   touch(first.block);
 }

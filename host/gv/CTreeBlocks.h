@@ -111,7 +111,7 @@ class CTreeBlocks {
   /// In the rows' own order.
   const std::vector<int>& blocksInOwnOrder() const;
 
-  /// Grows with each change of the rows of a block.
+  /// Another number with each change of the rows of a block, never that of a block that has had this number before.
   unsigned shapeVersion(int block) const { return at(block).shapeVersion; }
   bool isLarge(int block) const { return size(block) > kInPlace; }
 
@@ -162,6 +162,7 @@ class CTreeBlocks {
   mutable int m_nMade = 0;  ///< blocks that were ordered or paged since the last trim
   STreeSort m_sort;
   int m_nRank = 0;
+  unsigned m_nShapes = 0;  ///< shape versions that were given
   mutable bool m_bStartsStale = false;
   mutable bool m_bOwnStale = false;
   bool m_bOrderStale = false;

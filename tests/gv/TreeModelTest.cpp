@@ -364,45 +364,93 @@ TEST(TreeModel, RandomChangesMatchAPlainTree) {
   }
 }
 
+constexpr int MANY_ROWS = 9000;
+
+/// A root of very many rows, k1... whose figures are these; they are in no order.
+struct ManyRows : Block {
+  explicit ManyRows(int factor = 7919) {
+    for (int row = 0; row < MANY_ROWS; ++row) {
+      m_list.push_back(boost::make_shared<TestRow>(QString("k%1").arg(row), row * factor % MANY_ROWS));
+      m_parents.push_back(row == 0 ? -1 : 0);
+    }
+    take(m_list, m_parents);
+  }
+  void change(GV::CHpfTreeTableModel& model, double figure) {
+    m_list[1]->m_dValue = figure;
+    take(m_list, m_parents);
+    model.blockChanged(*this);
+  }
+
+  std::vector<TestRowPtr> m_list;
+  std::vector<int> m_parents;
+};
+
+bool shows(const GV::CHpfTreeTableModel& model, const GV::ITreeBlock& block, int row) {
+  return model.positionOf(GV::STreeRow{block.number(), row}) >= 0;
+}
+
+bool waitFor(const std::function<bool()>& stands) {
+  QElapsedTimer clock;
+  for (clock.start(); !stands() && clock.elapsed() < 10000;) QApplication::processEvents();
+  return stands();
+}
+
 /// A sort and a filter of very many rows are worked out elsewhere: until then what stood stands as a whole.
 TEST(TreeModel, SortsAndFiltersVeryManyRowsALittleLater) {
-  constexpr int ROWS = 9000;
-  BlockModel model;
+  GV::CHpfTreeTableModel model(testColumns());
   const QAbstractItemModelTester tester(&model, FATAL);
-  Block& block = *(model.m_blocks[nullptr] = std::make_unique<Block>());
-  std::vector<TestRowPtr> rows;
-  std::vector<int> parents;
-  for (int row = 0; row < ROWS; ++row) {
-    rows.push_back(boost::make_shared<TestRow>(QString("k%1").arg(row), row * 7919 % ROWS));
-    parents.push_back(row == 0 ? -1 : 0);
-  }
-  block.take(rows, parents);
+  ManyRows block;
   model.addBlock(block, true);
   const auto figureAt = [&model](int position) { return model.rowAt(position).number(2); };
-  const auto waitFor = [](const std::function<bool()>& stands) {
-    QElapsedTimer clock;
-    for (clock.start(); !stands() && clock.elapsed() < 10000;) QApplication::processEvents();
-    return stands();
-  };
   model.sort(2, Qt::AscendingOrder);
   EXPECT_EQ(model.rowAt(2).key(), "k2") << "what stood";
-  rows[1]->m_dValue = -5;  // while it is worked out
-  block.take(rows, parents);
-  model.blockChanged(block);
+  block.change(model, -5);  // while it is worked out
   ASSERT_TRUE(waitFor([&] { return figureAt(1) == -5 && figureAt(2) == 1; }));
-  EXPECT_EQ(figureAt(ROWS - 1), ROWS - 1);
+  EXPECT_EQ(figureAt(MANY_ROWS - 1), MANY_ROWS - 1);
   model.setFilter({{2, "77"}});
-  EXPECT_EQ(model.rowCount(), ROWS);
-  rows[1]->m_dValue = 1177;
-  block.take(rows, parents);
-  model.blockChanged(block);
-  ASSERT_TRUE(waitFor([&] { return model.rowCount() < ROWS && figureAt(1) == 77; }));
-  ASSERT_TRUE(waitFor([&] { return model.positionOf("k1") > 1; })) << "in its new place";
+  EXPECT_EQ(model.rowCount(), MANY_ROWS);
+  block.change(model, 1177);
+  ASSERT_TRUE(waitFor([&] { return model.rowCount() < MANY_ROWS && figureAt(1) == 77; }));
+  ASSERT_TRUE(waitFor([&] { return model.positionOf(GV::STreeRow{block.number(), 1}) > 1; })) << "in its new place";
   model.setFilter({});
-  EXPECT_EQ(model.rowCount(), ROWS) << "at once";
+  EXPECT_EQ(model.rowCount(), MANY_ROWS) << "at once";
   model.sort(-1);
   EXPECT_EQ(model.rowAt(1).key(), "k1");
   model.removeBlock(block);
+}
+
+/// What was worked out elsewhere is for the rows that were looked at, as they were then.
+TEST(TreeModel, TakesNothingForOtherRowsThanWereLookedAt) {
+  GV::CHpfTreeTableModel model(testColumns());
+  ManyRows gone;
+  model.addBlock(gone, true);
+  model.sort(2, Qt::AscendingOrder);
+  model.clear();
+  ManyRows block(4001);
+  model.addBlock(block, true);
+  double first = -1;
+  QObject::connect(&model, &QAbstractItemModel::layoutChanged, [&] { first = model.rowAt(1).number(2); });
+  ASSERT_TRUE(waitFor([&] { return first >= 0; }));
+  EXPECT_EQ(first, 1) << "of the rows of now";
+
+  Block few[2];
+  const auto row = boost::make_shared<TestRow>("few");
+  few[0].take({row}, {-1});
+  few[1].take({boost::make_shared<TestRow>("other")}, {-1});
+  for (Block& each : few) model.addBlock(each, true);
+  model.setFilter({{2, "777"}});
+  ASSERT_TRUE(waitFor([&] { return !shows(model, few[0], 0) && !shows(model, block, 1); }));
+  {
+    const GV::CModelBatch batch(model);
+    block.change(model, 7777);
+    model.blockChanged(few[0]);
+  }
+  row->m_dValue = 777;  // while both are looked at
+  few[0].take({row}, {-1});
+  model.blockChanged(few[0]);
+  ASSERT_TRUE(waitFor([&] { return shows(model, block, 1); }));
+  EXPECT_TRUE(waitFor([&] { return shows(model, few[0], 0); }));
+  model.clear();
 }
 
 TEST(TreeModel, RefusesWhatItCannotPlace) {
