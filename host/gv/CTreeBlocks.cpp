@@ -277,6 +277,7 @@ int CTreeBlocks::shownCount() const {
 }
 
 void CTreeBlocks::ensurePaged(SBlock& block) const {
+  if (block.asked != m_nAsked) block.asked = ++m_nAsked;
   if (block.paged) return;
   ensureOrdered(block);
   block.paged = true;

@@ -106,7 +106,8 @@ class CTreeBlocks {
   /// An order for a large block, worked out elsewhere; true when it is another.
   bool offerOrder(int number, std::vector<int> order);
   void takeOrder();
-  /// Forgets orders that have not been asked for lately. Not while prepareOrder would find something.
+  /// Forgets orders that have not been asked for lately: of what is on screen a move must be told. Not while
+  /// prepareOrder would find something.
   void trim();
   /// In the rows' own order.
   const std::vector<int>& blocksInOwnOrder() const;
@@ -131,6 +132,7 @@ class CTreeBlocks {
     int rank = 0;   ///< place among the blocks' arrivals
     int place = 0;  ///< in m_order
     unsigned shapeVersion = 0;
+    unsigned asked = 0;  ///< when somebody asked for a row, see m_nAsked
     bool ordered = false;
     bool stale = false;  ///< the order may no longer hold
     bool hasNext = false;
@@ -159,7 +161,8 @@ class CTreeBlocks {
   std::vector<int> m_nextOrder;       ///< to take; nothing unless m_bHasNext
   mutable std::vector<int> m_starts;  ///< the position of the first row of each block of m_order, and behind the last
   mutable std::vector<int> m_own;
-  mutable int m_nMade = 0;  ///< blocks that were ordered or paged since the last trim
+  mutable int m_nMade = 0;        ///< blocks that were ordered since the last trim
+  mutable unsigned m_nAsked = 1;  ///< how often a row was asked for in another block than the one before
   STreeSort m_sort;
   int m_nRank = 0;
   unsigned m_nShapes = 0;  ///< shape versions that were given

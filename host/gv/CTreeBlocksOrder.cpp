@@ -7,7 +7,7 @@
 namespace GV {
 
 namespace {
-constexpr int kKeptOrders = 64;
+constexpr unsigned kKeptOrders = 64;
 }  // namespace
 
 std::vector<int> CShownRows::rows(const ITreeState& state) const {
@@ -125,11 +125,11 @@ void CTreeBlocks::takeOrder() {
 }
 
 void CTreeBlocks::trim() {
-  if (m_nMade <= kKeptOrders) return;
+  if (m_nMade <= static_cast<int>(kKeptOrders)) return;
   m_nMade = 0;
   for (std::size_t number = 0; number < m_blocks.size(); ++number) {
     SBlock& block = m_blocks[number];
-    if (isLarge(static_cast<int>(number))) continue;
+    if (isLarge(static_cast<int>(number)) || m_nAsked - block.asked < kKeptOrders) continue;
     block.ordered = block.paged = false;
     block.order = block.page = std::vector<int>();
   }

@@ -453,6 +453,26 @@ TEST(TreeModel, TakesNothingForOtherRowsThanWereLookedAt) {
   model.clear();
 }
 
+/// Sorted anew again and again: the order of what somebody has seen is known all the same.
+TEST(TreeModel, TellsOfAMoveHoweverOftenItSorted) {
+  GV::CHpfTreeTableModel model(testColumns());
+  const QAbstractItemModelTester tester(&model, FATAL);
+  Follower follower(model);
+  model.sort(2, Qt::AscendingOrder);
+  const auto moving = boost::make_shared<TestRow>("moving");
+  ASSERT_TRUE(model.insertData(moving, QString()));
+  for (int i = 1; i < 100; ++i) {
+    {
+      const GV::CModelBatch batch(model);
+      model.announceByReset();
+      ASSERT_TRUE(model.insertData(boost::make_shared<TestRow>(QString("k%1").arg(i), i), QString()));
+    }
+    moving->m_dValue = i % 2 * 1000;
+    model.rowChanged(GV::CHpfTreeTableModel::treeRowOf(*moving));
+    ASSERT_EQ(joined(follower.m_lines), joined(linesOf(model, 0, model.rowCount() - 1)));
+  }
+}
+
 TEST(TreeModel, RefusesWhatItCannotPlace) {
   GV::CHpfTreeTableModel model(testColumns());
   const auto row = boost::make_shared<TestRow>("a");
