@@ -124,9 +124,11 @@ TEST_F(StatusTable, AmountChangesAreReadOnceAndCountFromWhatTheRowShowed) {
   EXPECT_EQ(change("1/1001/SH.600000买入"), 0);
   EXPECT_EQ(change("1/1001"), 2000) << "a new row";
   EXPECT_EQ(change("1/1002/SH.600000买入"), 1000) << "another new row";
+  test::update(m_task, 1, "A1", "1001", {{"600000", 250}, {"600036", 0}});
+  m_table.updateTask(m_task);  // taken with what follows, not by itself
   test::update(m_task, 1, "A1", "1001", {{"600000", 300}, {"600036", 0}});
+  m_table.updateTask(m_task);
   m_table.clearTask(*m_task);
-  m_table.applyStaged();
   refresh(m_task);
   EXPECT_EQ(change("1/1001/SH.600000买入"), 1000);
   EXPECT_EQ(change("1/1002/SH.600000买入"), 0);
