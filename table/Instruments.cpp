@@ -2,6 +2,7 @@
 
 #include "tc/CExchangeClient.h"
 #include "tc/Services.h"
+#include "utils/Guarded.h"
 
 namespace TC {
 
@@ -19,7 +20,9 @@ int CInstruments::numberOf(const QString& market, const QString& code) {
 }
 
 void CInstruments::beginRefresh() {
-  const unsigned long long version = getExchangeClient().version();
+  // A host that fails has not told: everything is asked for.
+  unsigned long long version = 0;
+  utils::guarded("CInstruments::beginRefresh", "exchange client", [&] { version = getExchangeClient().version(); });
   const bool same = version != 0 && version == m_nVersion;
   m_nVersion = version;
   if (!same) ++m_nRefresh;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "utils/Guarded.h"
+
 namespace GV {
 
 CTreeWorks::~CTreeWorks() {
@@ -31,14 +33,16 @@ void CTreeWorks::loop() {
     if (m_bEnd) return;
     Work work = std::exchange(m_work, nullptr);
     lock.unlock();
-    Done done = work();
+    // Whoever forms the rows' texts may fail; then what stood stands until the rows change again.
+    Done done;
+    utils::guarded("CTreeWorks::loop", "rows", [&] { done = work(); });
     work = nullptr;  // what it holds is freed here
     // A call that is still queued goes with its receiver.
     QMetaObject::invokeMethod(
         this,
         [this, done = std::move(done)] {
           m_bBusy = false;
-          done();
+          if (done) done();
         },
         Qt::QueuedConnection);
     lock.lock();

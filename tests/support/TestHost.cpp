@@ -35,6 +35,7 @@ struct CTestHost::SGates {
       return m_desk.orderDetail(tag);
     }
     SOrderChanges orderChanges(std::uint64_t since) const override {
+      m_host.meet("changes");
       return m_host.m_bTellsChanges ? m_desk.orderChanges(since) : IDataCenter::orderChanges(since);
     }
     std::uint64_t paramsVersion(const CTaskDetail& detail) const override {
@@ -51,6 +52,7 @@ struct CTestHost::SGates {
       return m_desk.getCodeInfo(market, code);
     }
     std::uint64_t version() const override {
+      m_host.meet("version");
       return m_host.m_bTellsChanges ? m_desk.version() : CExchangeClient::version();
     }
   };

@@ -82,6 +82,26 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   }
   m_staging.beginRefresh(0);
   EXPECT_FALSE(stage(m_task).texts) << "it says the same";
+
+  info = test::makeInstrument("SH", "600036");
+  info.m_strName = "招商银行";
+  m_host.desk().setInstrument(info);
+  m_host.setMeeting([](const std::string& key) {
+    if (key == "600036") throw std::runtime_error("the host fails");
+  });
+  m_staging.beginRefresh(0);
+  EXPECT_THROW(m_staging.stageTask(m_task), std::runtime_error);
+  m_host.setMeeting({});
+  m_staging.beginRefresh(0);
+  const SStagedTask said = stage(m_task);
+  ASSERT_TRUE(said.texts) << "what it failed to say";
+  EXPECT_EQ(said.texts->infoOf[2]->name, "招商银行");
+
+  m_host.setMeeting([](const std::string& key) {
+    if (key == "version") throw std::runtime_error("the host fails");
+  });
+  EXPECT_NO_THROW(m_staging.beginRefresh(0)) << "a refresh holds details that would be lost";
+  m_host.setMeeting({});
 }
 
 /// A start that was shown stays, whatever becomes of the tree; the end is the node's. In hours, -1 for none.
