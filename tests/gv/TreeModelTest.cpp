@@ -100,6 +100,7 @@ class Block : public GV::ITreeBlock {
   /// Takes the rows as they are now; gives where each of them was before, -1 for a new one.
   std::vector<int> take(const std::vector<TestRowPtr>& rows, const std::vector<int>& parents) {
     std::vector<int> before;
+    before.reserve(rows.size());
     for (const TestRowPtr& row : rows) before.push_back(find(row->m_strKey));
     for (const TestRowPtr& row : m_rows) row->bind(nullptr, -1);
     m_rows = rows;
