@@ -171,7 +171,11 @@ void CHpfTreeTableModel::takeFound(std::vector<SFound>& found, bool sorted, bool
     const bool known = static_cast<int>(each.filtered.size()) == m_tree.size(each.block);
     if (each.sort && sorted && fits) moves = m_tree.offerOrder(each.block, std::move(each.order)) || moves;
     if (!each.filter || !filtered) continue;
-    fits&& known ? setOut(each.block, CTreeBlocks::Filtered, each.filtered) : filterBlock(each.block);
+    if (fits && known) {
+      setOut(each.block, CTreeBlocks::Filtered, each.filtered);
+    } else {
+      filterBlock(each.block);
+    }
   }
   if (moves) relayout();
 }
