@@ -86,7 +86,7 @@ void CTreeBlocks::reshape(int number, const std::vector<int>& before) {
   touch(number);
 }
 
-bool CTreeBlocks::insertRow(const STreeRow& row, bool keepOrder, bool hidden) {
+void CTreeBlocks::insertRow(const STreeRow& row, bool keepOrder, bool hidden) {
   SBlock& block = at(row.block);
   const STreeRow parent = this->parent(row);
   SRow made;
@@ -100,10 +100,10 @@ bool CTreeBlocks::insertRow(const STreeRow& row, bool keepOrder, bool hidden) {
   m_bStartsStale = true;
   touch(row.block);
   block.ordered = block.ordered && keepOrder;
-  return !block.ordered || placeInOrder(block, row);
+  if (block.ordered) placeInOrder(block, row);
 }
 
-bool CTreeBlocks::placeInOrder(SBlock& block, const STreeRow& row) const {
+void CTreeBlocks::placeInOrder(SBlock& block, const STreeRow& row) const {
   const auto ownOrder = [&block] {
     std::vector<int> rows(block.rows.size());
     std::iota(rows.begin(), rows.end(), 0);
@@ -120,11 +120,10 @@ bool CTreeBlocks::placeInOrder(SBlock& block, const STreeRow& row) const {
   }
   if (others == standing) {
     block.order = order;
-    return true;
+    return;
   }
   block.order = std::move(standing);
   insertLast(block, row);
-  return false;
 }
 
 /// Behind what is beside it.
@@ -199,7 +198,7 @@ void CTreeBlocks::set(const STreeRow& row, EFlag flag, bool on) {
   if (flag != Selected) showChanged(at(row.block));
 }
 
-bool CTreeBlocks::setAll(int number, EFlag flag, const RowFlags& rows) {
+void CTreeBlocks::setAll(int number, EFlag flag, const RowFlags& rows) {
   SBlock& block = at(number);
   bool changed = false;
   for (std::size_t i = 0; i < block.rows.size(); ++i) {
@@ -208,7 +207,6 @@ bool CTreeBlocks::setAll(int number, EFlag flag, const RowFlags& rows) {
     block.rows[i].flags = flags;
   }
   if (changed && flag != Selected) showChanged(block);
-  return changed;
 }
 
 RowFlags CTreeBlocks::flags(int number, EFlag flag) const {

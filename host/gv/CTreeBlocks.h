@@ -55,9 +55,9 @@ class CTreeBlocks {
 
   /// The block has other rows. before: where each of them was, -1 for a new one.
   void reshape(int number, const std::vector<int>& before);
-  /// The block has one row more, resp. has lost some. With keepOrder the order of the others stands; false when the row
-  /// found no place in it, and stands behind those beside it until the order is taken anew.
-  bool insertRow(const STreeRow& row, bool keepOrder, bool hidden);
+  /// The block has one row more, resp. has lost some. With keepOrder the order of the others stands; a row that finds
+  /// no place in it stands behind those beside it until the order is taken anew.
+  void insertRow(const STreeRow& row, bool keepOrder, bool hidden);
   void eraseRows(const STreeRow& first, int count);
 
   STreeRow parent(const STreeRow& row) const { return {row.block, source(row.block).state().parentOf(row.row)}; }
@@ -69,8 +69,8 @@ class CTreeBlocks {
   bool has(const STreeRow& row, EFlag flag) const { return (ref(row).flags & flag) != 0; }
   bool isOut(const STreeRow& row) const { return (ref(row).flags & (Hidden | Filtered)) != 0; }
   void set(const STreeRow& row, EFlag flag, bool on);
-  /// Of all rows of a block; false when they stood so.
-  bool setAll(int number, EFlag flag, const RowFlags& rows);
+  /// Of all rows of a block.
+  void setAll(int number, EFlag flag, const RowFlags& rows);
   RowFlags flags(int number, EFlag flag) const;
   /// Selects all rows of a block that show.
   void selectShown(int number);
@@ -152,7 +152,7 @@ class CTreeBlocks {
   void ensureStarts() const;
   std::size_t placeAt(int position) const;
   std::vector<int> sortedBlocks(const STreeSort& sort) const;
-  bool placeInOrder(SBlock& block, const STreeRow& row) const;
+  void placeInOrder(SBlock& block, const STreeRow& row) const;
   static void insertLast(SBlock& block, const STreeRow& row);
 
   mutable std::vector<SBlock> m_blocks;
