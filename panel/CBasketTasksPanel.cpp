@@ -144,7 +144,7 @@ void CBasketTasksPanel::setTradeType(EMavTraderType type) {
   ITradeDockableWidget::setTradeType(type);
   m_nTraderType = type;
   if (changed) startOver(ELetGo::Closed);
-  postLoad(utils::EPanelJob::FirstLoad, [this] { initTasks(); });
+  m_workQueue->post(utils::EPanelJob::FirstLoad, [this] { initTasks(); });
 }
 
 // By value: the signature of a slot that may be queued.

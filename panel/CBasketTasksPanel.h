@@ -125,12 +125,14 @@ class CBasketTasksPanel : public ITradeDockableWidget {
 
   // Loads (worker)
   std::vector<ksservice::CTaskDetailPtr> readDetails(unsigned& day);
+  void loadTasks(const std::vector<ksservice::CTaskDetailPtr>& details, unsigned day);
   void loadOwn(ksservice::CTaskDetailPtr detail, SWork& loaded);
   void reload(ksservice::CTaskDetailPtr detail, const std::set<std::string>& accountKeys, SWork& loaded);
   static void beginLoad(const boost::shared_ptr<CBasketTask>& task, SWork& loaded);
   static void endLoads(SWork& loaded);
   void stageInOrder(const SWork& loaded);
-  void postLoad(utils::EPanelJob kind, std::function<void()> load);
+  void postLoad(utils::EPanelJob kind, std::function<void()> work);
+  void load(const std::function<void()>& work);
 
   // Shell (GUI thread)
   struct SToolBarControl;

@@ -19,6 +19,8 @@
 namespace TC {
 namespace {
 
+using Details = std::vector<ksservice::CTaskDetailPtr>;
+
 /// A detail is of the account of its first line; a patch of those of all its lines.
 bool fallsOn(const ksservice::CTaskDetail& detail, EDetailKind kind, const std::set<std::string>& accountKeys) {
   const auto isOneOf = [&accountKeys](const ksservice::CCodeOrderParam& param) {
@@ -27,6 +29,32 @@ bool fallsOn(const ksservice::CTaskDetail& detail, EDetailKind kind, const std::
   const auto& params = detail.m_params;
   const auto end = kind == EDetailKind::Patch || params.empty() ? params.end() : params.begin() + 1;
   return std::any_of(params.begin(), end, isOneOf);
+}
+
+/// Details of so many tasks come first in a load; each further portion has twice as many, up to the largest.
+constexpr std::size_t FIRST_PORTION = 64;
+constexpr std::size_t LARGEST_PORTION = 512;
+
+/// The details of tasks of one trader type in portions, all details of a task in one, the tasks in the order of their
+/// rows: whoever waits for thousands sees the first at once. In a portion the details keep their order.
+std::vector<Details> portionsOf(const Details& details) {
+  std::map<int, std::size_t> portionOf;  // by task
+  for (const ksservice::CTaskDetailPtr& detail : details) portionOf[detail->m_pCommand->m_nTaskId];
+  std::size_t portion = 0;
+  std::size_t room = FIRST_PORTION;
+  for (std::size_t size = room; auto& entry : portionOf) {
+    if (room == 0) {
+      ++portion;
+      room = size = std::min(size * 2, LARGEST_PORTION);
+    }
+    entry.second = portion;
+    --room;
+  }
+  std::vector<Details> portions(portion + 1);
+  for (const ksservice::CTaskDetailPtr& detail : details) {
+    portions[portionOf[detail->m_pCommand->m_nTaskId]].push_back(detail);
+  }
+  return portions;
 }
 
 }  // namespace
@@ -40,14 +68,21 @@ std::vector<ksservice::CTaskDetailPtr> CBasketTasksPanel::readDetails(unsigned& 
 }
 
 void CBasketTasksPanel::initTasks() {
+  unsigned day = 0;
+  Details details = readDetails(day);
+  m_pTable->beginRefresh(day);
+  std::erase_if(details, [this](const ksservice::CTaskDetailPtr& detail) { return !isOwn(*detail); });
+  for (const Details& portion : portionsOf(details)) {
+    load([&] { loadTasks(portion, day); });
+  }
+}
+
+void CBasketTasksPanel::loadTasks(const Details& details, unsigned day) {
   SWork loaded;
-  std::vector<ksservice::CTaskDetailPtr> details = readDetails(loaded.day);
-  m_pTable->beginRefresh(loaded.day);
-  const auto isForeign = [this](const ksservice::CTaskDetailPtr& detail) { return !isOwn(*detail); };
-  details.erase(std::remove_if(details.begin(), details.end(), isForeign), details.end());
-  const auto forEachOf = [&details](const std::function<void(const ksservice::CTaskDetailPtr&)>& load) {
+  loaded.day = day;
+  const auto forEachOf = [&details](const std::function<void(const ksservice::CTaskDetailPtr&)>& take) {
     for (const ksservice::CTaskDetailPtr& detail : details) {
-      utils::guarded("CBasketTasksPanel::initTasks", detail->getKey(), [&] { load(detail); });
+      utils::guarded("CBasketTasksPanel::initTasks", detail->getKey(), [&] { take(detail); });
     }
   };
   // A hedge or a patch needs its task, so each kind has a pass of its own.
@@ -55,7 +90,7 @@ void CBasketTasksPanel::initTasks() {
     forEachOf([&](ksservice::CTaskDetailPtr detail) {
       if (kindOf(*detail, EDetailWay::Load) != kind) return;
       if (kind == EDetailKind::Own) return loadOwn(detail, loaded);
-      const boost::shared_ptr<CBasketTask> task = findTask(*detail, loaded.day);
+      const boost::shared_ptr<CBasketTask> task = findTask(*detail, day);
       if (!task) return;
       beginLoad(task, loaded);
       kind == EDetailKind::Hedge ? task->updateHedge(detail) : task->updatePatch(detail);
@@ -97,18 +132,20 @@ void CBasketTasksPanel::stageInOrder(const SWork& loaded) {
   }
 }
 
-/// Posts a job of which the GUI thread gets what was announced and then the rows.
-void CBasketTasksPanel::postLoad(utils::EPanelJob kind, std::function<void()> load) {
-  m_workQueue->post(kind, [this, load = std::move(load)] {
-    {
-      const CTaskAnnouncements::CHold hold(*m_pAnnouncements);
-      load();
-    }
-    const auto apply = [this] {
-      utils::guarded("CBasketTasksPanel::postLoad", "table", [this] { updateTable(m_nFilter, false); });
-    };
-    QMetaObject::invokeMethod(this, apply, Qt::QueuedConnection);
-  });
+void CBasketTasksPanel::postLoad(utils::EPanelJob kind, std::function<void()> work) {
+  m_workQueue->post(kind, [this, work = std::move(work)] { load(work); });
+}
+
+/// Does a load's work, of which the GUI thread then gets what was announced and after that the rows.
+void CBasketTasksPanel::load(const std::function<void()>& work) {
+  {
+    const CTaskAnnouncements::CHold hold(*m_pAnnouncements);
+    work();
+  }
+  const auto apply = [this] {
+    utils::guarded("CBasketTasksPanel::postLoad", "table", [this] { updateTable(m_nFilter, false); });
+  };
+  QMetaObject::invokeMethod(this, apply, Qt::QueuedConnection);
 }
 
 void CBasketTasksPanel::requestAccount(const ksservice::CAccountInfo& account) {

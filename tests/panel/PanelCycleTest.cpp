@@ -4,7 +4,9 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <algorithm>
+#include <atomic>
 #include <stdexcept>
+#include <thread>
 
 #include "BasketColumns.h"
 #include "CBasketTasksPanel.h"
@@ -28,14 +30,16 @@ class PanelCycle : public ::testing::Test {
     m_pTable = m_panel->findChild<CHpfBasketStatusTable*>();
   }
 
-  /// Until a timer waits again; false when none comes.
-  bool waitForTimer() {
+  static bool waitUntil(const std::function<bool()>& holds) {
     QElapsedTimer timer;
     timer.start();
-    while (m_host.heldTimers().empty() && timer.elapsed() < GIVE_UP_MSEC) {
-      QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
-    }
-    return !m_host.heldTimers().empty();
+    while (!holds() && timer.elapsed() < GIVE_UP_MSEC) QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+    return holds();
+  }
+
+  /// Until a timer waits again; false when none comes.
+  bool waitForTimer() {
+    return waitUntil([this] { return !m_host.heldTimers().empty(); });
   }
 
   bool refresh() {
@@ -174,6 +178,48 @@ TEST_F(PanelCycle, ALoadBuildsEachTaskOnce) {
   m_panel->requestAccount(*test::makeAccount("A1", "1001"));
   EXPECT_EQ(builds(), 0);
   EXPECT_EQ(m_pTable->rowByPath("1")->number(EBC_Amount), DETAILS * 1000 + 3000);
+}
+
+/// Whoever waits for thousands of tasks sees the first at once; and what a day's load still brings is not the next's.
+TEST_F(PanelCycle, ALongLoadShowsItsFirstTasksWhileItIsAtTheLast) {
+  constexpr int TASKS = 200;
+  open();
+  for (int task = 1; task <= TASKS; ++task) m_host.store(test::makeFilled(task, 2, 100));
+  std::atomic<bool> held{true};
+  std::atomic<int> asked{0};
+  m_host.setMeeting([&](const std::string& key) {
+    if (key == "hedge" && ++asked % TASKS == 0)
+      while (held) std::this_thread::yield();
+  });
+  const auto roots = [this] {
+    QStringList names;
+    m_pTable->forEachRow([&](const GV::CHpfTreeTableData& row, int depth, bool, bool) {
+      if (depth == 0) names += row.text(EBC_Amount) + row.key();
+    });
+    return names;
+  };
+  QStringList whole;
+  for (int task = 1; task <= TASKS; ++task) whole += QStringLiteral("2000.00组合任务%1").arg(task);
+  const auto expectWhole = [&whole](const QStringList& shown) {
+    EXPECT_EQ(shown.join(' ').toStdString(), whole.mid(0, shown.size()).join(' ').toStdString());
+  };
+  m_panel->setTradeType(EMTT_Stock);
+  EXPECT_TRUE(waitUntil([&] { return roots().size() > TASKS / 2; }));
+  EXPECT_TRUE(m_host.hasJobs());
+  EXPECT_LT(roots().size(), TASKS);
+  expectWhole(roots());
+  held = false;
+  EXPECT_TRUE(waitUntil([&] { return roots().size() == TASKS; }));
+  expectWhole(roots());
+
+  held = true;
+  m_panel->setTradeType(EMTT_Stock);
+  EXPECT_TRUE(waitUntil([&asked] { return asked == 2 * TASKS; }));
+  m_host.services().announceTradingDay("20261123");
+  held = false;
+  m_host.waitForJobs();
+  QCoreApplication::processEvents();
+  EXPECT_EQ(m_pTable->rowCount(), 0);
 }
 
 /// The root names operations in the order of the details, whenever each came.
