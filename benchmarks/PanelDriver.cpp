@@ -37,11 +37,12 @@ double CPanelDriver::loadFirstRow() {
   return millisecondsOf(wall);
 }
 
-void CPanelDriver::publish() {
+void CPanelDriver::publish(int status) {
   ++m_nSecond;
   for (int task = 0; task < m_load.size().tasks; ++task) {
     desk::SPublication publication;
     publication.m_pDetail = m_load.detail(task, m_nSecond);
+    publication.m_pDetail->m_nStatus = status;
     m_desk.publishTask(publication);
   }
 }

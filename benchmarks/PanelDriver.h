@@ -27,8 +27,8 @@ class CPanelDriver {
   TC::CBasketTasksPanel& panel() { return *m_pPanel; }
   TC::CHpfBasketStatusTable& table() { return *m_pTable; }
 
-  /// Publishes the next second of every task; not part of a refresh.
-  void publish();
+  /// Publishes the next second of every task, in a status of ETaskStatus; not part of a refresh.
+  void publish(int status = ksservice::ETS_Running);
   void fireTimer();
   /// One refresh, from the timer to the repaint. Gives its wall time in milliseconds.
   double refresh();

@@ -34,6 +34,8 @@ class CTurnRun {
     firstRow();
     time(
         "refresh", [&] { m_driver.publish(); }, [&] { m_driver.fireTimer(); });
+    time(
+        "refresh, every status another", [&] { changeStatus(); }, [&] { m_driver.fireTimer(); });
     sorts();
     filters();
     selections();
@@ -54,6 +56,11 @@ class CTurnRun {
       m_driver.longestTurn([] {});  // the rest of it
     }
     m_report.addValue(work::FIRST_ROW, PANEL, median(waits), QStringLiteral("ms, wall"));
+  }
+
+  void changeStatus() {
+    m_bPaused = !m_bPaused;
+    m_driver.publish(m_bPaused ? ksservice::ETS_Paused : ksservice::ETS_Running);
   }
 
   void sorts() {
@@ -141,6 +148,7 @@ class CTurnRun {
   CPanelDriver m_driver;
   const int m_nRuns;
   CReport& m_report;
+  bool m_bPaused = false;
 };
 
 }  // namespace

@@ -214,6 +214,7 @@ void CBasketTasksPanel::stageTask(const boost::shared_ptr<CBasketTask>& task) {
 
 /// What tasks announced reaches the delegates before the rows of the job in which they did, which have the last word.
 void CBasketTasksPanel::deliverAnnouncements() {
+  const GV::CModelBatch batch(*m_pTable->dataModel());
   CHpfBasketOptionDelegate& options = *m_pTable->getTaskOptionDelegate();
   CHpfBasketOrderDelegate& orders = *m_pTable->getTaskOrderDelegate();
   for (const STaskAnnouncements& task : m_pAnnouncements->take()) {

@@ -189,7 +189,7 @@ bool CHpfBasketOptionDelegate::accept(const QString& key, unsigned set, int stat
 void CHpfBasketOptionDelegate::slotTaskStatus(QString key, int status, int type) {
   const SRowRef row = m_resolver(key);
   if (row.key.isEmpty()) {
-    m_waiting.push_back({key, status, type});
+    m_waiting.emplace(key, SWaiting{status, type});
     return;
   }
   if (row.task) Q_EMIT sigAnnounced(row.task);
@@ -198,19 +198,21 @@ void CHpfBasketOptionDelegate::slotTaskStatus(QString key, int status, int type)
 
 void CHpfBasketOptionDelegate::rowsCame(const QString& taskKey) {
   if (m_waiting.empty()) return;
+  applyWaiting(m_waiting.lower_bound(taskKey), m_waiting.upper_bound(taskKey));
   const QString prefix = taskKey + NODE_KEY_SEPARATOR;
-  std::vector<SWaiting> waiting;
-  waiting.swap(m_waiting);
-  for (const SWaiting& status : waiting) {
-    if (status.name != taskKey && !status.name.startsWith(prefix)) {
-      m_waiting.push_back(status);
-      continue;
-    }
-    SRowRef row = m_resolver(status.name);
+  const auto first = m_waiting.lower_bound(prefix);
+  applyWaiting(first, std::find_if_not(first, m_waiting.end(),
+                                       [&prefix](const auto& entry) { return entry.first.startsWith(prefix); }));
+}
+
+void CHpfBasketOptionDelegate::applyWaiting(Waiting::const_iterator first, Waiting::const_iterator last) {
+  for (auto entry = first; entry != last; ++entry) {
+    SRowRef row = m_resolver(entry->first);
     // The data that has come with the row is newer: what the row's cells show is not for this status to say.
     row.task = nullptr;
-    if (!row.key.isEmpty()) apply(row, Basket, status.status, status.type);
+    if (!row.key.isEmpty()) apply(row, Basket, entry->second.status, entry->second.type);
   }
+  m_waiting.erase(first, last);
 }
 
 void CHpfBasketOptionDelegate::apply(const SRowRef& row, unsigned set, int status, int type) {

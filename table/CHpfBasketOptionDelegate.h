@@ -4,6 +4,7 @@
 #include <QSet>
 #include <QString>
 #include <functional>
+#include <map>
 #include <vector>
 
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
@@ -88,13 +89,14 @@ class CHpfBasketOptionDelegate : public GV::CBaseTableColumnMultiButtonsDelegate
 
   /// A status of a node that has no row yet.
   struct SWaiting {
-    QString name;
     int status;
     int type;
   };
+  using Waiting = std::multimap<QString, SWaiting>;
+  void applyWaiting(Waiting::const_iterator first, Waiting::const_iterator last);
 
   Resolver m_resolver;
-  std::vector<SWaiting> m_waiting;  ///< in the order in which they came
+  Waiting m_waiting;  ///< by name; those of one name in the order in which they came
   QHash<QString, SState> m_states;
   QSet<QString> m_commandKeyed;  ///< display ids
 };
