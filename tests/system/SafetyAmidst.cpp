@@ -89,6 +89,7 @@ std::size_t CSafetyDay::rows() const {
 void CSafetyDay::letGo() {
   ++m_nLetGo;
   m_view.m_unfolded.clear();
+  m_view.m_selected.clear();
   for (const auto& entry : shownBy(*m_pTable)) {
     boost::shared_ptr<TC::CBasketTask> task;
     QString nodeKey;

@@ -97,7 +97,7 @@ void CSafetyDay::refresh(bool amidst) {
   }
   learn(m_host.takeSeen());
   checkLimits();
-  checkFolding();
+  checkView();
   // Time may have passed in a dialog.
   if (m_host.now() != before || !m_strFault.empty()) return;
   checkStops();

@@ -32,6 +32,7 @@ class CSafetyDay : private IPanelWatcher {
     Qt::SortOrder m_eOrder = Qt::AscendingOrder;
     QMap<int, QString> m_filters;        ///< by column
     std::map<QString, bool> m_unfolded;  ///< by row
+    std::set<QString> m_selected;
   };
   /// A dialog of a patch.
   struct SConfirmation {
@@ -65,7 +66,8 @@ class CSafetyDay : private IPanelWatcher {
   void changeView();
   void fold(const QString& key, bool all);
   void foldTasks();
-  void checkFolding();
+  void selectRows(const QStringList& keys);
+  void checkView();
   void putView(TC::CHpfBasketStatusTable& table) const;
   void compare(const TC::CBasketTasksPanel& fresh, const std::set<QString>& lost);
 

@@ -68,7 +68,15 @@ void CSafetyDay::changeView() {
     m_view.m_filters.clear();
     return m_pTable->clearColumnFilters();
   }
-  fold(rows[static_cast<std::size_t>(below(m_random, static_cast<int>(rows.size())))].m_key, kind >= 92);
+  if (kind < 75) return selectRows({pick(m_random, rows).m_key, pick(m_random, rows).m_key});
+  fold(pick(m_random, rows).m_key, kind >= 92);
+}
+
+void CSafetyDay::selectRows(const QStringList& keys) {
+  note("select " + keys.join(' ').toStdString());
+  m_pTable->clearSelection();
+  m_view.m_selected = {keys.begin(), keys.end()};
+  for (const QString& key : keys) m_pTable->dataModel()->select(key, true);
 }
 
 void CSafetyDay::fold(const QString& key, bool all) {
@@ -89,18 +97,23 @@ void CSafetyDay::foldTasks() {
   m_pPanel->handleEvent(GV::EventButtonClicked, button, 0, QString(), nullptr);
 }
 
-/// What the user folded stays so; of what comes, the tasks are unfolded.
-void CSafetyDay::checkFolding() {
+/// What the user folded or selected stays so; of what comes, the tasks are unfolded.
+void CSafetyDay::checkView() {
   if (!m_pPanel) return;
   std::map<QString, bool> unfolded;
+  std::set<QString> selected;
   for (const SRow& row : rowsOf(*m_pTable)) {
     const auto known = m_view.m_unfolded.find(row.m_key);
     const bool expected = known == m_view.m_unfolded.end() ? row.m_bRoot : known->second;
     unfolded[row.m_key] = expected;
     check(!row.m_bParent || row.m_bUnfolded == expected,
           row.m_key.toStdString() + (expected ? " was folded" : " was unfolded") + " by nobody");
+    const bool isSelected = m_pTable->dataModel()->isSelected(row.m_key);
+    check(isSelected == m_view.m_selected.contains(row.m_key), row.m_key.toStdString() + " is not selected as it was");
+    if (isSelected) selected.insert(row.m_key);
   }
   m_view.m_unfolded = std::move(unfolded);
+  m_view.m_selected = std::move(selected);
 }
 
 /// Has another table sort, filter and fold its rows in the same way.
