@@ -131,10 +131,12 @@ int CAlgoTask::dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeO
 int CAlgoTask::childOf(std::size_t line, int due) const {
   const exchange::SRules& rules = lines()[line].m_rules;
   const int rest = left(line);
-  if (due == rest && !isBuy(line)) return due;
-  const int child = rules.orderable(due, true);
-  if (lost(line, rest - child) <= lost(line, rest)) return child;
-  return rules.orderable(std::min(due, rest - rules.m_nBuyMinimum), true);
+  if (due == rest && !isBuy(line)) return lines()[line].inOneOrder(due);
+  int child = rules.orderable(due, true);
+  if (lost(line, rest - child) > lost(line, rest)) {
+    child = rules.orderable(std::min(due, rest - rules.m_nBuyMinimum), true);
+  }
+  return lines()[line].inOneOrder(child);
 }
 
 bool CAlgoTask::isStale(std::size_t order) const {

@@ -207,7 +207,7 @@ exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask:
   order.m_bBuy = DataHelper::isBuy(line.m_nOperation);
   order.m_nQuantity = due.m_nQuantity;
   order.m_dPrice = line.m_dReference;
-  order.m_bMarketPrice = line.m_bOwnPrice && isRealMarketPrice(line.m_nPriceType);
+  order.m_bMarketPrice = line.isAtMarketPrice();
   if (order.m_nInstrument < 0 || line.m_bOwnPrice) return order;
   order.m_dPrice = task.boundPrice(due.m_nLine, oppositePrice(order.m_nInstrument, order.m_bBuy, line.m_dReference));
   return order;

@@ -41,11 +41,30 @@ int CSubTask::status() const {
   return m_bPaused ? ETS_Paused : ETS_Running;
 }
 
-// Each line sent is one order, so they have the same index.
 int CSubTask::claimed(std::size_t line) const {
-  if (line >= m_nSent) return m_bStopped ? 0 : m_lines[line].m_nQuantity;
-  const COrderInfo& order = m_orders.orders()[line].m_info;
-  return order.m_bCompleted ? order.m_nTradedVolume : order.m_nVolume;
+  int claimed = 0;
+  if (line >= m_nSent && !m_bStopped) claimed = m_lines[line].m_nQuantity - (line == m_nSent ? m_nSentOfNext : 0);
+  if (line >= m_firstOrders.size()) return claimed;
+  const bool last = line + 1 == m_firstOrders.size();
+  const auto end = last ? m_orders.orders().size() : static_cast<std::size_t>(m_firstOrders[line + 1]);
+  for (auto order = static_cast<std::size_t>(m_firstOrders[line]); order < end; ++order) {
+    const COrderInfo& info = m_orders.orders()[order].m_info;
+    claimed += info.m_bCompleted ? info.m_nTradedVolume : info.m_nVolume;
+  }
+  return claimed;
+}
+
+CSubTask::SOrderDue CSubTask::nextOrder() const {
+  const SOrderLine& line = m_lines[m_nSent];
+  return {static_cast<int>(m_nSent), line.inOneOrder(line.m_nQuantity - m_nSentOfNext)};
+}
+
+void CSubTask::onSent(int order, const SOrderDue& due) {
+  if (m_nSentOfNext == 0) m_firstOrders.push_back(order);
+  m_nSentOfNext += due.m_nQuantity;
+  if (m_nSentOfNext < m_lines[m_nSent].m_nQuantity) return;
+  m_nSentOfNext = 0;
+  ++m_nSent;
 }
 
 int CSubTask::send(std::uint64_t marketId, double price, int seconds) {

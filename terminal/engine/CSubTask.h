@@ -16,9 +16,9 @@
 
 namespace engine {
 
-/// One account's part of a basket: its lines, its orders and what becomes of them. Sends each line whole, one after the
-/// other. Knows no market and no clock: the engine tells it what happened. Everything on the engine's thread; what
-/// publish() handed out is never changed.
+/// One account's part of a basket: its lines, its orders and what becomes of them. Sends each line whole, in as many
+/// orders as it takes, one after the other. Knows no market and no clock: the engine tells it what happened. Everything
+/// on the engine's thread; what publish() handed out is never changed.
 class CSubTask : public IOrderOwner {
  public:
   struct SIdentity {
@@ -63,7 +63,7 @@ class CSubTask : public IOrderOwner {
   virtual bool hasUnsent() const { return !m_bStopped && !isAllSent(); }
   bool hasStarted() const { return !m_orders.isEmpty(); }
   /// The order that is sent next; only while canSend().
-  virtual SOrderDue nextOrder() const { return {static_cast<int>(m_nSent), m_lines[m_nSent].m_nQuantity}; }
+  virtual SOrderDue nextOrder() const;
   /// The price at which the task lets an order go out that would go out at this one, CNY.
   virtual double boundPrice(int /*line*/, double price) const { return price; }
   /// The next order went out at a price under a number that the market knows; returns its index. seconds: since the
@@ -118,7 +118,7 @@ class CSubTask : public IOrderOwner {
   const COrderSheet& orders() const { return m_orders; }
   void note(CIncidents::EKind kind, const std::string& reason, const ksservice::CStockInfo& stock);
   /// An order went out, whose index is told.
-  virtual void onSent(int /*order*/, const SOrderDue&) { ++m_nSent; }
+  virtual void onSent(int order, const SOrderDue& due);
   virtual bool isAllSent() const { return m_nSent == m_lines.size(); }
   virtual bool isAllFilled() const { return isAllSent() && m_orders.areAllFilled(); }
 
@@ -132,8 +132,10 @@ class CSubTask : public IOrderOwner {
   std::string m_strKey;
   std::vector<SOrderLine> m_lines;
   std::vector<ksservice::CCodeOrderParam> m_params;
-  COrderSheet m_orders;  ///< in the order in which they were sent
-  std::size_t m_nSent = 0;
+  COrderSheet m_orders;            ///< in the order in which they were sent
+  std::size_t m_nSent = 0;         ///< lines of which nothing is to be sent any more
+  int m_nSentOfNext = 0;           ///< what of the next one was sent
+  std::vector<int> m_firstOrders;  ///< by line that was begun; those of a line stand together
   bool m_bPaused = false;
   bool m_bStopped = false;
   bool m_bDropped = false;

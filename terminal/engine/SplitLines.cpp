@@ -1,6 +1,16 @@
 #include "SplitLines.h"
 
+#include "ksservice/Helpers.h"
+#include "ksservice/Operations.h"
+
 namespace engine {
+
+bool SOrderLine::isAtMarketPrice() const { return m_bOwnPrice && ksservice::isRealMarketPrice(m_nPriceType); }
+
+int SOrderLine::inOneOrder(int quantity) const {
+  return m_rules.inOneOrder(quantity, ksservice::DataHelper::isBuy(m_nOperation), isAtMarketPrice());
+}
+
 namespace {
 
 /// What every account but the first gets of a line.

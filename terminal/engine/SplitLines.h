@@ -17,6 +17,11 @@ struct SOrderLine {
   int m_nPriceType = ksservice::EPT_Limit;
   bool m_bOwnPrice = false;  ///< goes out at its own price or as its price type says; else at the opposite best price
   exchange::SRules m_rules;  ///< of the market that trades it, which the engine asks for them
+
+  /// Whether its orders go out without a limit.
+  bool isAtMarketPrice() const;
+  /// What of a quantity goes out in one order; the rest in others.
+  int inOneOrder(int quantity) const;
 };
 
 /// The lines of each account, in the accounts' order. Each line is divided evenly into what may be bought in one order;

@@ -133,7 +133,7 @@ const char* CExchange::lastingRefusal(const SMarketOrder& order) const {
   const auto instrument = static_cast<std::size_t>(order.m_nInstrument);
   if (m_books[instrument].nextEvent() == CBook::NEVER) return "证券停牌";
   const SRules& listed = m_rules[instrument];
-  if (const char* text = listed.quantityFault(order.m_nQuantity, order.m_bBuy)) return text;
+  if (const char* text = listed.orderFault(order.m_nQuantity, order.m_bBuy, order.m_bMarketPrice)) return text;
   return order.m_bMarketPrice ? nullptr : listed.priceFault(order.m_dPrice);
 }
 

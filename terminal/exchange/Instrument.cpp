@@ -1,8 +1,9 @@
 #include "Instrument.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+
+#include "Boards.h"
 
 namespace exchange {
 namespace {
@@ -10,12 +11,7 @@ namespace {
 constexpr double TICK_TOLERANCE = 1e-4;  // of a tick: above what a double loses, below what anybody means
 constexpr double MOST_TICKS = 1e12;
 
-bool startsWith(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
-
-bool isWideBoard(std::string_view code) {
-  constexpr std::array<std::string_view, 4> prefixes{"300", "301", "688", "689"};
-  return std::any_of(prefixes.begin(), prefixes.end(), [code](auto prefix) { return startsWith(code, prefix); });
-}
+constexpr int FUTURE_PERCENT = 10;
 
 /// percent of a price, rounded half up to the tick.
 std::int64_t percentOf(std::int64_t ticks, int percent) { return (ticks * percent + 50) / 100; }
@@ -51,32 +47,43 @@ const char* SRules::quantityFault(int quantity, bool buy) const {
   return taken < quantity ? "数量不是整手" : nullptr;
 }
 
+const char* SRules::orderFault(int quantity, bool buy, bool marketPrice) const {
+  if (const char* fault = quantityFault(quantity, buy)) return fault;
+  return quantity > (marketPrice ? m_nLargestMarket : m_nLargestLimit) ? "数量超过单笔最大申报数量" : nullptr;
+}
+
+int SRules::inOneOrder(int quantity, bool buy, bool marketPrice) const {
+  const int largest = marketPrice ? m_nLargestMarket : m_nLargestLimit;
+  if (quantity <= largest || !buy) return std::min(quantity, largest);
+  const auto lostAfter = [this, quantity](int first) { return quantity - first - orderable(quantity - first, true); };
+  const int most = orderable(largest, true);
+  // Less, where what is left would be too small for an order of its own.
+  const int less = std::min(most, orderable(quantity - m_nBuyMinimum, true));
+  return lostAfter(less) < lostAfter(most) ? less : most;
+}
+
 const char* SRules::priceFault(double limit) const {
   const std::int64_t ticks = toTicks(limit);
   if (ticks < 0) return "价格不是最小变动价位的整数倍";
   return ticks > m_nLimitUp || ticks < m_nLimitDown ? "价格超出涨跌幅限制" : nullptr;
 }
 
-int limitPercent(const SInstrument& instrument) {
-  if (instrument.m_strMarket == "BJ") return 30;
-  if (instrument.m_kind == EKind::IndexFuture) return 10;
-  if (isWideBoard(instrument.m_strCode)) return 20;
-  return instrument.m_strName.find("ST") != std::string::npos ? 5 : 10;
-}
-
 SRules rulesOf(const SInstrument& instrument) {
   SRules rules;
+  int percent = FUTURE_PERCENT;
   if (instrument.m_kind == EKind::IndexFuture) {
     rules.m_nTicksPerUnit = 5;
     rules.m_nBuyMinimum = rules.m_nBuyStep = 1;
-  } else if (startsWith(instrument.m_strCode, "688") || startsWith(instrument.m_strCode, "689")) {
-    rules.m_nBuyMinimum = 200;
-    rules.m_nBuyStep = 1;
-  } else if (instrument.m_strMarket == "BJ") {
-    rules.m_nBuyStep = 1;
+  } else {
+    const SBoard& board = boardOf(instrument.m_strMarket, instrument.m_strCode);
+    const bool atRisk = instrument.m_strName.find("ST") != std::string::npos;
+    percent = atRisk ? board.m_nRiskPercent : board.m_nLimitPercent;
+    rules.m_nBuyMinimum = board.m_nBuyMinimum;
+    rules.m_nBuyStep = board.m_nBuyStep;
+    rules.m_nLargestLimit = board.m_nLargestLimit;
+    rules.m_nLargestMarket = board.m_nLargestMarket;
   }
   rules.m_nPrevClose = std::max<std::int64_t>(1, std::llround(instrument.m_dPrevClose * rules.m_nTicksPerUnit));
-  const int percent = limitPercent(instrument);
   rules.m_nLimitUp = std::max(percentOf(rules.m_nPrevClose, 100 + percent), rules.m_nPrevClose + 1);
   rules.m_nLimitDown = std::min(percentOf(rules.m_nPrevClose, 100 - percent), rules.m_nPrevClose - 1);
   rules.m_nLimitDown = std::max<std::int64_t>(1, rules.m_nLimitDown);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,8 +31,10 @@ struct SRules {
   std::int64_t m_nPrevClose = 0;  ///< ticks, as all prices here
   std::int64_t m_nLimitUp = 0;
   std::int64_t m_nLimitDown = 0;
-  int m_nBuyMinimum = 100;  ///< smallest quantity that may be bought
-  int m_nBuyStep = 100;     ///< what is bought above it comes in multiples of this
+  int m_nBuyMinimum = 100;                                 ///< smallest quantity that may be bought
+  int m_nBuyStep = 100;                                    ///< what is bought above it comes in multiples of this
+  int m_nLargestLimit = std::numeric_limits<int>::max();   ///< that one limit order takes
+  int m_nLargestMarket = std::numeric_limits<int>::max();  ///< that one order at a market price takes
 
   /// The price in ticks; -1 when it is no multiple of the tick or not above 0.
   std::int64_t toTicks(double price) const;
@@ -39,21 +42,23 @@ struct SRules {
   std::int64_t toLimitTicks(double price, bool buy) const;
   double toPrice(std::int64_t ticks) const;
 
-  /// The most of a quantity that one order may have; 0: none. Whatever is held may be sold, an odd remainder too.
+  /// The most of a quantity that may be ordered, in one order or more; 0: none. Whatever is held may be sold, an odd
+  /// remainder too.
   int orderable(int quantity, bool buy) const;
-  /// Why an order is refused for its quantity, or for its limit; null when it is not. Chinese, UTF-8, lives for ever.
+  /// What of a quantity goes out in the first of as many orders as it takes; what is left can be ordered, too, as far
+  /// as the quantity can be.
+  int inOneOrder(int quantity, bool buy, bool marketPrice) const;
+  /// Why a quantity cannot be ordered as it is; null when it can. Chinese, UTF-8, lives for ever, as the next two.
   const char* quantityFault(int quantity, bool buy) const;
+  /// Why an order is refused for its quantity, or for its limit.
+  const char* orderFault(int quantity, bool buy, bool marketPrice) const;
   const char* priceFault(double limit) const;
   /// Whether buys go by single shares above a minimum of more.
   bool hasMinimumAlone() const { return m_nBuyStep < m_nBuyMinimum; }
 };
 
-/// Percent that a price may move from the previous close: 30 in the market BJ, 20 for the codes 300, 301, 688 and 689
-/// (there a name with ST changes nothing), 5 for other names with ST, else 10.
-int limitPercent(const SInstrument& instrument);
-
-/// Limits are the previous close moved by limitPercent, rounded half up to the tick, and at least one tick away from
-/// it.
+/// Of a share those of its board. Price limits are the previous close moved by the board's percent, rounded half up to
+/// the tick, and at least one tick away from it.
 SRules rulesOf(const SInstrument& instrument);
 
 /// CNY per point of the index future that a code ("IF2612", or the kind "IF") names; 0 for none.

@@ -193,6 +193,35 @@ TEST_F(EngineOperations, CancelEndsTheTaskWhenItsOrdersHaveEnded) {
   EXPECT_EQ(m_details.size(), delivered) << "an ended task is quiet";
 }
 
+/// What is left of a line is known at each moment, also between two of its orders.
+TEST_F(EngineOperations, OfALineThatTakesSeveralOrders) {
+  const auto left = [](SRig& rig) {
+    long long sum = 0;
+    for (const auto& [line, volume] : rig.engine().remainders(101)) sum += volume;
+    return sum;
+  };
+  const std::vector<engine::SOrderLine> lines = {line("SH", "600002", EOT_Buy, 2500000),
+                                                 line("SH", "688008", EOT_Buy, 100150),
+                                                 line("BJ", "830008", EOT_Sell, 1000050)};
+  start(lines);
+  runTo(9, 31);
+  std::vector<int> volumes;
+  for (const COrderInfoPtr& order : newest("101-1").m_orders) volumes.push_back(order->m_nVolume);
+  EXPECT_EQ(volumes, (std::vector<int>{1000000, 1000000, 500000, 99950, 200, 1000000, 50}));
+  EXPECT_EQ(heard("委托被拒绝"), 0);
+  EXPECT_EQ(left(*this), 0);
+
+  SRig slow(1, 0, 1);
+  slow.start(lines);
+  slow.runTo(9, 30, 2);
+  EXPECT_EQ(left(slow), 0);
+  ASSERT_TRUE(slow.engine().operate(101, "", ETO_Cancel));
+  EXPECT_EQ(slow.newest("101-1").m_orders.size(), 2u);
+  EXPECT_EQ(left(slow), targetOf(slow.newest("101-1")) - 2000000);
+  slow.runTo(9, 31);
+  EXPECT_EQ(left(slow), targetOf(slow.newest("101-1")) - tradedOf(slow.newest("101-1")));
+}
+
 TEST_F(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndADropLeavesNoOrderInTheMarket) {
   engine().startBasket(basket());
   engine().startBasket(basket());
@@ -245,8 +274,8 @@ TEST_F(EngineRejects, AreToldByReasonWithEachSecurity) {
 }
 
 TEST_F(EngineRejects, OrdersThatTheMarketCancelsKeepItsWords) {
-  std::vector<engine::SOrderLine> lines = {line("SH", "600000", EOT_Sell, 2000000),
-                                           line("SH", "600002", EOT_Sell, 100000000)};
+  std::vector<engine::SOrderLine> lines = {line("SH", "600000", EOT_Sell, 1000000),
+                                           line("SH", "600002", EOT_Sell, 1000000)};
   lines[1].m_bOwnPrice = true;
   lines[1].m_nPriceType = EPT_MarketSH;
   const std::string key = start(lines);

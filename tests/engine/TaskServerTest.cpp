@@ -270,12 +270,12 @@ TEST_F(TaskServer, AnOrderProcessCountsOpenChildOrdersWhole) {
   query({"103-1"});
   answers();
   EXPECT_EQ(m_process, (TC::OrderProcessMap{{"103-1", {{"SZ.1001", 300}}}}));
-  // What 32 bits do not hold is held at their end.
+  // What 32 bits do not hold is held at their end. A million goes out in one order, and a line has one a second.
   const engine::SOrderLine large = line("SZ", "1001", EOT_Sell, 2000000000);
   setParent({large, large});
   const CCodeOrderParam half = param(1, 2000000000);
   create(request({half, half}, algo.m_command.m_strAlgoParams));
-  ASSERT_EQ(answers(5000), Texts{"105"});
+  ASSERT_EQ(answers(1200000), Texts{"105"});
   query({"105-1"});
   answers();
   EXPECT_EQ(m_process, (TC::OrderProcessMap{{"105-1", {{"SZ.1001", UNSET_INT}}}}));

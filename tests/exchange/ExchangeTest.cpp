@@ -28,6 +28,7 @@ TEST(Exchange, RefusesWhatTheRulesForbidAndSaysWhy) {
   SBench bench(clockTime(10, 0));
   const int main = bench.findInstrument("SH", "600000");
   const int star = bench.findInstrument("SH", "688981");
+  const int chiNext = bench.findInstrument("SZ", "300750");
   const int beijing = bench.findInstrument("BJ", "832982");
   const int future = bench.findInstrument("CFFEX", "IF2612");
   const std::pair<SMarketOrder, const char*> cases[] = {
@@ -49,6 +50,13 @@ TEST(Exchange, RefusesWhatTheRulesForbidAndSaysWhy) {
       {limitOrder(16, beijing, true, 370, 101), ""},
       {limitOrder(17, future, true, 4000.2, 1), ""},
       {limitOrder(17, main, true, 10, 100), "委托编号重复"},
+      {limitOrder(18, main, true, 10, 1000000), ""},
+      {limitOrder(19, main, false, 10, 1000001), "数量超过单笔最大申报数量"},
+      {limitOrder(20, chiNext, true, 250, 300000), ""},
+      {limitOrder(21, chiNext, true, 250, 300100), "数量超过单笔最大申报数量"},
+      {limitOrder(22, star, false, 88, 100001), "数量超过单笔最大申报数量"},
+      {marketOrder(23, star, true, 50001), "数量超过单笔最大申报数量"},
+      {marketOrder(24, chiNext, true, 150100), "数量超过单笔最大申报数量"},
   };
   for (const auto& [order, refusal] : cases) EXPECT_EQ(bench.refusalOf(order), refusal) << order.m_nId;
 }
@@ -105,7 +113,7 @@ TEST(Exchange, ALateCancelIsToldWhatBecameOfTheOrder) {
   for (const SMarketOrder& order :
        {limitOrder(1, 0, true, quote.m_dLimitUp, 100), limitOrder(2, 0, true, quote.m_dLimitDown, 100),
         limitOrder(3, 0, true, quote.m_dLimitDown, 150), limitOrder(4, 0, false, 0, 50000000),
-        marketOrder(5, 1, false, 50000000), limitOrder(6, 0, true, quote.m_dLimitDown, 100)}) {
+        marketOrder(5, 1, false, 1000000), limitOrder(6, 0, true, quote.m_dLimitDown, 100)}) {
     bench.submit(order);
   }
   bench.cancel(2);
@@ -147,6 +155,8 @@ TEST(Rules, PriceLimitsFollowMarketBoardAndName) {
       {share("SZ", "002024", 1.91, 1e8, "*ST样本"), 2.01, 1.81},
       {share("SZ", "300750", 10.05, 1e8), 12.06, 8.04},
       {share("SZ", "301001", 10.05, 1e8, "ST样本"), 12.06, 8.04},  // ST changes nothing on a 20 % board
+      {share("SZ", "302132", 10.05, 1e8), 12.06, 8.04},
+      {share("SZ", "688981", 10.05, 1e8), 11.06, 9.05},  // of another market
       {share("SH", "688981", 10.05, 1e8), 12.06, 8.04},
       {share("SH", "689009", 10.05, 1e8), 12.06, 8.04},
       {share("BJ", "832982", 10.05, 1e8, "ST样本"), 13.07, 7.04},  // 13.065 and 7.035
@@ -158,6 +168,26 @@ TEST(Rules, PriceLimitsFollowMarketBoardAndName) {
     EXPECT_EQ(rules.toPrice(rules.m_nLimitUp), up) << instrument.m_strCode;
     EXPECT_EQ(rules.toPrice(rules.m_nLimitDown), down) << instrument.m_strCode;
   }
+}
+
+TEST(Rules, WhatOneOrderDoesNotTakeGoesOutInMore) {
+  const auto orders = [](const char* market, const char* code, int quantity, bool buy, bool marketPrice = false) {
+    const SRules rules = rulesOf(share(market, code, 10, 1e8));
+    std::vector<int> sent;
+    for (int left = quantity; left > 0; left -= sent.back()) {
+      sent.push_back(rules.inOneOrder(left, buy, marketPrice));
+    }
+    return sent;
+  };
+  using Orders = std::vector<int>;
+  EXPECT_EQ(orders("SH", "600000", 1000000, true), Orders{1000000});
+  EXPECT_EQ(orders("SH", "600000", 2500000, true), (Orders{1000000, 1000000, 500000}));
+  EXPECT_EQ(orders("SH", "600000", 1000050, true), (Orders{1000000, 50})) << "which cannot be bought anyhow";
+  EXPECT_EQ(orders("SH", "600000", 1000050, false), (Orders{1000000, 50}));
+  EXPECT_EQ(orders("SH", "688981", 100150, true), (Orders{99950, 200})) << "150 could not be bought";
+  EXPECT_EQ(orders("SH", "688981", 100150, false), (Orders{100000, 150}));
+  EXPECT_EQ(orders("SZ", "300750", 400000, true, true), (Orders{150000, 150000, 100000}));
+  EXPECT_EQ(orders("BJ", "920002", 1000099, true), (Orders{999999, 100}));
 }
 
 TEST(Rules, PricesAreWholeTicks) {
