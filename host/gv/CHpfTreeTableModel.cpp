@@ -127,11 +127,7 @@ void CHpfTreeTableModel::selectRange(int first, int last) {
   }
 }
 
-void CHpfTreeTableModel::clearSelection() {
-  for (const int block : m_tree.blocks()) {
-    m_tree.setAll(block, CTreeBlocks::Selected, RowFlags(static_cast<std::size_t>(m_tree.size(block))));
-  }
-}
+void CHpfTreeTableModel::clearSelection() { m_tree.deselectAll(); }
 
 std::vector<int> CHpfTreeTableModel::selectedPositions() const {
   std::vector<int> positions;

@@ -206,7 +206,7 @@ void CTreeBlocks::setAll(int number, EFlag flag, const RowFlags& rows) {
     changed = changed || flags != block.rows[i].flags;
     block.rows[i].flags = flags;
   }
-  if (changed && flag != Selected) showChanged(block);
+  if (changed) showChanged(block);
 }
 
 RowFlags CTreeBlocks::flags(int number, EFlag flag) const {
@@ -221,6 +221,12 @@ RowFlags CTreeBlocks::flags(int number, EFlag flag) const {
 void CTreeBlocks::selectShown(int number) {
   SBlock& block = at(number);
   visitShown(block, [&block](int row) { block.rows[static_cast<std::size_t>(row)].flags |= Selected; });
+}
+
+void CTreeBlocks::deselectAll() {
+  for (SBlock& block : m_blocks) {
+    for (SRow& row : block.rows) row.flags = flagged(row.flags, Selected, false);
+  }
 }
 
 void CTreeBlocks::expandAll(int number, bool on) {

@@ -74,6 +74,8 @@ class CTreeBlocks {
   RowFlags flags(int number, EFlag flag) const;
   /// Selects all rows of a block that show.
   void selectShown(int number);
+  /// Of all blocks.
+  void deselectAll();
   /// Of all rows of a block that have rows below them.
   void expandAll(int number, bool on);
   /// Neither the row nor one above it is hidden or filtered out.
