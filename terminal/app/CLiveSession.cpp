@@ -25,6 +25,10 @@ QString phaseText(exchange::EPhase phase) {
   switch (phase) {
     case exchange::EPhase::BeforeOpen:
       return QStringLiteral("未开市");
+    case exchange::EPhase::OpeningAuction:
+      return QStringLiteral("开盘集合竞价");
+    case exchange::EPhase::OpeningNoCancel:
+      return QStringLiteral("开盘集合竞价，不可撤单");
     case exchange::EPhase::Waiting:
       return QStringLiteral("等待开盘");
     case exchange::EPhase::Morning:
@@ -33,6 +37,8 @@ QString phaseText(exchange::EPhase phase) {
       return QStringLiteral("午间休市");
     case exchange::EPhase::Afternoon:
       return QStringLiteral("下午连续竞价");
+    case exchange::EPhase::ClosingAuction:
+      return QStringLiteral("收盘集合竞价，不可撤单");
     case exchange::EPhase::Closed:
       return QStringLiteral("已收市");
   }
@@ -211,7 +217,7 @@ void CLiveSession::showClock() {
   SClockState state;
   state.m_nMsec = m_pThread->now();
   state.m_date = QDateTime::fromSecsSinceEpoch(tradingDayStart(), exchangeTimeZone()).date();
-  state.m_strPhase = phaseText(exchange::phaseAt(state.m_nMsec));
+  state.m_strPhase = phaseText(exchange::phaseAt(exchange::EKind::Share, state.m_nMsec));
   state.m_strSpeed = QStringLiteral("×%1").arg(speedOf(m_options));
   state.m_dDetailsPerSecond = m_dDetailsPerSecond;
   m_window.showClock(state);

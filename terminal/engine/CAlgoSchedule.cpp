@@ -11,9 +11,17 @@ namespace {
 
 /// How long an order of a participation stays in the market.
 constexpr std::int64_t PARTICIPATION_SLICE_MSEC = 60000;
+/// In which the cancels of a schedule that ends with continuous trading still come in time: the closing auction takes
+/// none.
+constexpr std::int64_t CANCELLING_MSEC = 10000;
 /// Percent of a day's volume in each half hour of trading.
 constexpr std::array<int, 8> VOLUME_PROFILE = {20, 13, 11, 10, 10, 10, 11, 15};
 constexpr std::int64_t PROFILE_STEP = exchange::TRADING_TIME / std::int64_t{VOLUME_PROFILE.size()};
+
+std::int64_t endOf(const TC::SAlgoParams& params) {
+  const std::int64_t end = params.m_nEnd * std::int64_t{1000};
+  return end > exchange::CLOSING_BEGINS ? end : std::min(end, exchange::CLOSING_BEGINS - CANCELLING_MSEC);
+}
 
 }  // namespace
 
@@ -30,7 +38,7 @@ double usualVolumeShare(std::int64_t trading) {
 CAlgoSchedule::CAlgoSchedule(const TC::SAlgoParams& params, std::int64_t made)
     : m_params(params),
       m_nBegin(std::max<std::int64_t>(params.m_nStart * std::int64_t{1000}, made)),
-      m_nEnd(params.m_nEnd * std::int64_t{1000}),
+      m_nEnd(endOf(params)),
       m_nTradingBegin(exchange::tradingTime(m_nBegin)) {
   const std::int64_t trading = exchange::tradingTime(m_nEnd) - m_nTradingBegin;
   const bool byTime = params.m_eAlgorithm != TC::EAlgorithm::POV;
@@ -39,7 +47,7 @@ CAlgoSchedule::CAlgoSchedule(const TC::SAlgoParams& params, std::int64_t made)
 
 std::string CAlgoSchedule::fault(const TC::SAlgoParams& params, std::int64_t now) {
   const std::int64_t begin = std::max<std::int64_t>(params.m_nStart * std::int64_t{1000}, now);
-  const std::int64_t end = params.m_nEnd * std::int64_t{1000};
+  const std::int64_t end = endOf(params);
   if (end <= now) return "算法结束时间已过";
   return exchange::tradingTime(end) <= exchange::tradingTime(begin) ? "算法时段内没有交易时间" : "";
 }

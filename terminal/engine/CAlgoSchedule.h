@@ -7,8 +7,9 @@
 
 namespace engine {
 
-/// When an algorithm wants how much of a line to have been sent. Time counts only while the market matches. Times are
-/// milliseconds since midnight.
+/// When an algorithm wants how much of a line to have been sent. Time counts only in the sessions. A schedule that is
+/// to end with continuous trading ends a little before, so that what it leaves open can be cancelled; one that is to
+/// end later goes on in the closing auction. Times are milliseconds since midnight.
 class CAlgoSchedule {
  public:
   /// made: when the task was made; what the parameters say of the time before is over. Without a fault at that time.

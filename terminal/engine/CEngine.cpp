@@ -130,8 +130,9 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
         command->m_strBasketName % lines % parts.size())
            .str());
   for (std::size_t i = m_active.size() - started; i < m_active.size(); ++i) tellIncidents(*m_active[i]);
-  const bool over = m_market.phase() == exchange::EPhase::Closed;
-  if (!over && !m_market.isMatching()) tell((boost::format("任务 [%1%] 等待开盘") % taskId).str());
+  const exchange::EPhase phase = m_market.phase(exchange::EKind::Share);
+  const bool goes = exchange::isMatchingPhase(phase) || (!algo && exchange::isAuction(phase));
+  if (!goes && phase != exchange::EPhase::Closed) tell((boost::format("任务 [%1%] 等待开盘") % taskId).str());
   publishChanges();
 }
 
@@ -139,11 +140,12 @@ void CEngine::advanceTo(std::int64_t msec) {
   const std::int64_t elapsed = msec - m_nNow;
   m_nNow = msec;
   endSchedules();
-  if (m_market.phase() == exchange::EPhase::Closed) {
-    stopAll();
-  } else if (m_market.isMatching()) {
+  const exchange::EPhase phase = m_market.phase(exchange::EKind::Share);
+  const bool continuous = exchange::isMatchingPhase(phase);
+  if (phase == exchange::EPhase::Closed) stopAll();
+  if (continuous || phase == exchange::EPhase::ClosingAuction) runSchedules();
+  if (continuous || std::any_of(m_active.begin(), m_active.end(), [this](auto* task) { return maySend(*task); })) {
     m_dSendCredit += static_cast<double>(elapsed) * m_settings.m_dOrdersPerSecond / 1000;
-    runSchedules();
     sendDue();
   }
   if (m_nNow >= m_nNextQuotes) publishQuotes();
@@ -176,13 +178,22 @@ void CEngine::runSchedules() {
   }
 }
 
+/// Limit orders go into the auctions, too. A schedule plans nothing in those of the open; an order that takes whatever
+/// price there is waits for continuous trading.
+bool CEngine::maySend(const CSubTask& task) const {
+  if (!task.canSend()) return false;
+  const SOrderLine& line = task.lines()[static_cast<std::size_t>(task.nextOrder().m_nLine)];
+  const exchange::EPhase phase = m_market.phase(exchange::kindOf(line.m_stock.m_strMarket));
+  return exchange::isMatchingPhase(phase) || (exchange::isAuction(phase) && !line.isAtMarketPrice());
+}
+
 /// Sends in turn for every task that has something to send, so that the accounts of a basket advance side by side.
 void CEngine::sendDue() {
   bool sent = true;
   while (sent && m_dSendCredit >= 1) {
     sent = false;
     for (CSubTask* task : m_active) {
-      if (m_dSendCredit < 1 || !task->canSend()) continue;
+      if (m_dSendCredit < 1 || !maySend(*task)) continue;
       m_dSendCredit -= 1;
       sendNext(*task);
       sent = true;

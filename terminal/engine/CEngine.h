@@ -70,7 +70,8 @@ class CEngine : public exchange::IMarketListener {
   /// Takes every event from now on; an empty hook ends it.
   void setEventHook(EventHook hook) { m_eventHook = std::move(hook); }
 
-  /// Starts a task: its details are published at once, its orders go out as the clock moves, while the market matches.
+  /// Starts a task: its details are published at once, its orders go out as the clock moves, while the market trades
+  /// continuously or holds a call auction that the task takes part in.
   /// Lines of which the market knows no instrument are rejected like orders. Returns the task's identifier.
   int startBasket(const SBasketOrder& basket);
 
@@ -143,6 +144,7 @@ class CEngine : public exchange::IMarketListener {
   void knowRules(std::vector<SOrderLine>& lines) const;
   void endSchedules();
   void runSchedules();
+  bool maySend(const CSubTask& task) const;
   void sendDue();
   void sendNext(CSubTask& task);
   exchange::SMarketOrder priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due);

@@ -115,7 +115,7 @@ void CHedger::beforePublishing() {
 
 void CHedger::afterPublishing() {
   for (const auto& [groupId, hedge] : m_hedges) {
-    if (m_market.isMatching()) trade(*hedge);
+    if (m_market.isMatching(exchange::EKind::IndexFuture)) trade(*hedge);
     if (hedge->takeWarning()) tellUsed(groupId, *hedge);
     if (hedge->checkLimit()) {
       tell(groupId, "已达到最大委托次数", true);
@@ -188,7 +188,7 @@ int CHedger::stateOf(int groupId, const CHedge& hedge) const {
     default:
       return TC::EHS_Paused;
   }
-  const bool canTrade = m_market.phase() != exchange::EPhase::Closed;
+  const bool canTrade = m_market.phase(exchange::EKind::IndexFuture) != exchange::EPhase::Closed;
   const bool busy = trading || hedge.hasWorkingOrder() || (hedge.missing() > 0 && canTrade);
   return busy ? TC::EHS_Running : TC::EHS_Paused;
 }

@@ -16,7 +16,7 @@ class CIncidents {
     NotOrdered,     ///< a line of which nothing can be ordered
     PartlyOrdered,  ///< a line of which a part cannot be ordered
     Cancelled,      ///< an order that the market cancelled, though nobody asked for it
-    LateCancel,     ///< a cancel that came too late; for the log alone
+    LateCancel,     ///< a cancel that came too late, or that was refused; for the log alone
     Hint            ///< something else about a line that is worth knowing; for the log alone
   };
 

@@ -102,9 +102,15 @@ void CSubTask::onCancelled(int order, const std::string& message, int seconds) {
   endIfDone(seconds);
 }
 
-/// Of the cancels by which a task ends; a schedule that replaces an order finds it filled as a matter of course.
+/// Of the cancels by which a task ends, and of what the market will not cancel just now; a schedule that replaces an
+/// order finds it filled as a matter of course.
 void CSubTask::onCancelRejected(int order, const std::string& message) {
-  if (m_bStopped) noteOrder(CIncidents::EKind::LateCancel, message, order);
+  const bool open = !m_orders.orders()[static_cast<std::size_t>(order)].m_info.m_bCompleted;
+  if (open || m_bStopped) noteOrder(CIncidents::EKind::LateCancel, message, order);
+  if (!open || !m_bStoppedByUser || m_bDropped) return;
+  // The user may ask again, or let the task go on: until then it rests.
+  m_bStopped = m_bStoppedByUser = false;
+  m_bPaused = m_bDirty = true;
 }
 
 void CSubTask::noteOrder(CIncidents::EKind kind, const std::string& reason, int order) {
@@ -153,6 +159,7 @@ bool CSubTask::resume() {
 bool CSubTask::stop(const std::string& message, int seconds) {
   if (isEnded() || m_bStopped) return false;
   m_bStopped = true;
+  m_bStoppedByUser = message.empty();
   m_strMessage = message;
   m_bDirty = true;
   endIfDone(seconds);

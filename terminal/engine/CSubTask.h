@@ -93,7 +93,8 @@ class CSubTask : public IOrderOwner {
   /// Each returns whether the operation changed anything.
   bool pause();
   bool resume();
-  /// No further line is sent; the task ends when its working orders have ended. The engine cancels those.
+  /// No further line is sent; the task ends when its working orders have ended. The engine cancels those; where the
+  /// market refuses that while they are open, a task that its user stopped is paused. message: why; empty for the user.
   bool stop(const std::string& message, int seconds);
   /// Gives the task up: as stop, and its status is "dropped" at once.
   bool drop(int seconds);
@@ -138,6 +139,7 @@ class CSubTask : public IOrderOwner {
   std::vector<int> m_firstOrders;  ///< by line that was begun; those of a line stand together
   bool m_bPaused = false;
   bool m_bStopped = false;
+  bool m_bStoppedByUser = false;
   bool m_bDropped = false;
   bool m_bDirty = true;
   int m_nPublishedStatus = 0;

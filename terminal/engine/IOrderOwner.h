@@ -21,7 +21,7 @@ class IOrderOwner {
   virtual void onFilled(int order, int quantity, double amount, int seconds) = 0;
   /// message: why, when nobody asked for it.
   virtual void onCancelled(int order, const std::string& message, int seconds) = 0;
-  /// A cancel came too late. message: what had become of the order.
+  /// A cancel came to nothing. message: what had become of the order, or why the market takes no cancel.
   virtual void onCancelRejected(int order, const std::string& message) = 0;
 };
 

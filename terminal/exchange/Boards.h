@@ -17,6 +17,7 @@ struct SBoard {
   int m_nLargestMarket;                      ///< shares that one order at a market price takes
   int m_nLimitPercent;                       ///< that a price may move from the previous close
   int m_nRiskPercent;                        ///< the same where the name is marked ST
+  int m_nBandPercent;                        ///< that a limit may lie beyond the best price in continuous trading
 };
 
 /// Of a market the main board comes first.

@@ -5,12 +5,8 @@
 #include <boost/random/normal_distribution.hpp>
 #include <cmath>
 
-#include "Sessions.h"
-
 namespace exchange {
 namespace {
-
-constexpr int CROWD = -1;  // the taker when it is no client's order
 
 constexpr double TRADE_VALUE = 50000;           // CNY of a usual trade; sets how many a day has
 constexpr double FEWEST_TRADES = 240;           // a day: one a minute
@@ -20,7 +16,9 @@ constexpr double DEPTH_OF_TAKE = 1.5;           // and no less than this many us
 constexpr double LARGEST_DEPTH = 1e8;           // keeps whole quantities far from overflowing
 constexpr double DAY_WANDER = 0.02;             // how far a price moves in a day, of the price
 constexpr double FUTURE_WANDER = 0.012;
-constexpr double OPENING_GAP = 0.004;  // how far the day opens from the previous close
+constexpr double OPENING_GAP = 0.004;     // how far the day opens from the previous close
+constexpr double AUCTION_TAKE = 0.002;    // of a day's volume, what an order of an auction has
+constexpr double AUCTION_SPREAD = 0.002;  // of the price
 
 }  // namespace
 
@@ -34,6 +32,8 @@ CBook::SCrowd CBook::crowdOf(const SInstrument& instrument, const SRules& rules)
   const double depth = std::max(instrument.m_dVolume * DEPTH_OF_VOLUME, crowd.m_dMeanTake * DEPTH_OF_TAKE);
   crowd.m_dDepth = std::min(depth, LARGEST_DEPTH);
   crowd.m_dWander = (future ? FUTURE_WANDER : DAY_WANDER) * static_cast<double>(rules.m_nPrevClose) / std::sqrt(trades);
+  crowd.m_dAuctionTake = std::min(instrument.m_dVolume * AUCTION_TAKE, LARGEST_DEPTH);
+  crowd.m_dAuctionSpread = 1 + AUCTION_SPREAD * static_cast<double>(rules.m_nPrevClose);
   crowd.m_nSpread = 1 + std::lround(crowd.m_dWander * 0.6);
   crowd.m_nLevelStep = 1 + std::lround(crowd.m_dWander * 0.2);
   crowd.m_nLot = future ? 1 : 100;
@@ -46,6 +46,7 @@ CBook::CBook(const SInstrument& instrument, const SRules& rules, std::uint64_t s
       m_crowd(crowdOf(instrument, rules)),
       m_random(seed),
       m_dFair(static_cast<double>(rules.m_nPrevClose)),
+      m_nSeed(seed),
       m_nLast(rules.m_nPrevClose) {
   if (!(instrument.m_dVolume > 0)) {
     m_nNextEvent = NEVER;
@@ -196,10 +197,10 @@ void CBook::fillFront(SSide& side, int quantity, std::vector<SFill>& fills) {
   if (front.m_nLeft == 0) side.m_resting.erase(side.m_resting.begin());
 }
 
-void CBook::recordTrade(std::int64_t price, int quantity) {
+void CBook::recordTrade(std::int64_t price, std::int64_t quantity) {
   m_nLast = price;
   m_nVolume += quantity;
-  m_dTurnover += static_cast<double>(price) * quantity;
+  m_dTurnover += static_cast<double>(price) * static_cast<double>(quantity);
 }
 
 int CBook::enter(const SIncoming& order, bool rest, std::vector<SFill>& fills) {
@@ -224,7 +225,7 @@ bool CBook::remove(int order) {
     side->m_resting.erase(found);
     return true;
   }
-  return false;
+  return std::erase_if(m_collected, [order](const SAuctionOrder& each) { return each.m_nOrder == order; }) > 0;
 }
 
 CBook::SBest CBook::best(const SSide& side) const {

@@ -7,7 +7,15 @@
 namespace exchange {
 namespace {
 
-constexpr std::array<std::int64_t, 3> SESSION_EVENTS{MORNING_BEGINS, AFTERNOON_BEGINS, DAY_CLOSES};
+constexpr std::array KINDS{EKind::Share, EKind::IndexFuture};
+
+std::int64_t nextChange(std::int64_t msec) {
+  std::int64_t next = CBook::NEVER;
+  for (const EKind kind : KINDS) next = std::min(next, nextPhaseBegin(kind, msec));
+  return next;
+}
+
+EAuction auctionIn(EPhase phase) { return isOpeningAuction(phase) ? EAuction::Opening : EAuction::Closing; }
 
 std::string numberKey(std::string_view market, std::string_view code) {
   std::string key;
@@ -66,21 +74,17 @@ void CExchange::submit(const SMarketOrder& order) {
 
 void CExchange::cancel(std::uint64_t id) { m_arrivals.push_back({arrivalTime(), id, -1}); }
 
-std::int64_t CExchange::nextSessionEvent() const {
-  const auto next = std::upper_bound(SESSION_EVENTS.begin(), SESSION_EVENTS.end(), m_nSessionsUntil);
-  return next == SESSION_EVENTS.end() ? CBook::NEVER : *next;
-}
-
 void CExchange::advanceTo(std::int64_t msec) {
   for (;;) {
-    const std::int64_t session = nextSessionEvent();
+    const std::int64_t phases = nextChange(m_nPhasesUntil);
     const std::int64_t arrival = m_arrivals.empty() ? CBook::NEVER : m_arrivals.front().m_nTime;
     const std::int64_t bookEvent = m_bookEvents.empty() ? CBook::NEVER : m_bookEvents.top().first;
-    const std::int64_t next = std::min({session, arrival, bookEvent});
+    const std::int64_t next = std::min({phases, arrival, bookEvent});
     if (next > msec) break;
     m_nNow = std::max(m_nNow, next);
-    if (next == session) {
-      handleSessionEvent();
+    if (next == phases) {
+      m_nPhasesUntil = next;
+      changePhases();
     } else if (next == arrival) {
       const SArrival arrived = m_arrivals.front();
       m_arrivals.pop_front();
@@ -92,18 +96,30 @@ void CExchange::advanceTo(std::int64_t msec) {
   m_nNow = std::max(m_nNow, msec);
 }
 
-void CExchange::handleSessionEvent() {
-  m_nSessionsUntil = nextSessionEvent();
-  if (m_nSessionsUntil == DAY_CLOSES) {
-    expireAll();
-  } else {
-    matchWaiting();
-  }
+/// Phases begin for all instruments before anything is reported, since who hears of it may look at any of them.
+void CExchange::changePhases() {
+  for (int instrument = 0; instrument < static_cast<int>(m_books.size()); ++instrument) changePhase(instrument);
+  reportFills();
+  matchWaiting();
+  if (m_nNow == DAY_CLOSES) expireAll();
+}
+
+void CExchange::changePhase(int instrument) {
+  const EPhase before = phaseAt(kind(instrument), m_nNow - 1);
+  const EPhase begins = phaseOf(instrument);
+  if (begins == EPhase::ClosingAuction && before != begins) book(instrument).collectResting();
+  // What nobody waits for is caught up when somebody looks.
+  if (isAuction(before) && !isAuction(begins) && book(instrument).hasCollected()) catchUp(instrument);
 }
 
 void CExchange::matchWaiting() {
   for (const int number : std::exchange(m_waiting, {})) {
-    if (order(number).m_state == EState::Waiting) match(number);
+    if (order(number).m_state != EState::Waiting) continue;
+    if (isMatchingPhase(phaseOf(order(number).m_order.m_nInstrument))) {
+      match(number);
+    } else {
+      m_waiting.push_back(number);
+    }
   }
 }
 
@@ -138,10 +154,25 @@ const char* CExchange::lastingRefusal(const SMarketOrder& order) const {
 }
 
 const char* CExchange::passingRefusal(const SMarketOrder& order) {
-  if (!acceptsOrders(phase())) return "非交易时段";
-  if (order.m_bMarketPrice && !isMatching()) return "非连续交易时段不接受市价委托";
+  const EPhase now = phaseOf(order.m_nInstrument);
+  if (!acceptsOrders(now)) return "非交易时段";
+  if (order.m_bMarketPrice && !isMatchingPhase(now)) return "非连续交易时段不接受市价委托";
+  if (!order.m_bMarketPrice && isMatchingPhase(now)) {
+    if (const char* text = bandRefusal(order)) return text;
+  }
   const bool unlucky = m_settings.m_dRejectRate > 0 && m_random.uniform() < m_settings.m_dRejectRate;
   return unlucky ? "交易所流量控制，委托被拒绝" : nullptr;
+}
+
+/// A limit is held against the best price that it could trade at, or else the nearest to that there is.
+const char* CExchange::bandRefusal(const SMarketOrder& order) {
+  catchUp(order.m_nInstrument);
+  const CBook& traded = book(order.m_nInstrument);
+  const std::int64_t opposite = (order.m_bBuy ? traded.bestAsk() : traded.bestBid()).m_nPrice;
+  const std::int64_t own = (order.m_bBuy ? traded.bestBid() : traded.bestAsk()).m_nPrice;
+  const std::int64_t reference = opposite > 0 ? opposite : own > 0 ? own : traded.last();
+  const SRules& listed = rules(order.m_nInstrument);
+  return listed.bandFault(listed.toTicks(order.m_dPrice), order.m_bBuy, reference);
 }
 
 void CExchange::arriveOrder(int number) {
@@ -154,11 +185,18 @@ void CExchange::arriveOrder(int number) {
   order(number).m_nLimit = arrived.m_bMarketPrice ? reach : listed.toTicks(arrived.m_dPrice);
   order(number).m_state = EState::Waiting;
   report(EReport::Accepted, number, arrived.m_nQuantity);
-  if (isMatching()) {
-    match(number);
-  } else {
-    m_waiting.push_back(number);
-  }
+  const EPhase now = phaseOf(arrived.m_nInstrument);
+  if (isMatchingPhase(now)) return match(number);
+  m_waiting.push_back(number);
+  if (!isAuction(now)) return;
+  const SIncoming collected{number, arrived.m_bBuy, order(number).m_nLimit, arrived.m_nQuantity};
+  book(arrived.m_nInstrument).collect(collected, auctionShare(kind(arrived.m_nInstrument)));
+}
+
+/// What part of the auction that is being held is over.
+double CExchange::auctionShare(EKind kind) const {
+  const auto [begin, end] = auctionOf(kind, auctionIn(phase(kind)));
+  return static_cast<double>(m_nNow - begin) / static_cast<double>(end - begin);
 }
 
 void CExchange::reject(int number, const char* message, bool lasting) {
@@ -204,13 +242,16 @@ void CExchange::arriveCancel(std::uint64_t id) {
   if (order(number).m_state == EState::Over) {
     return report(EReport::CancelRejected, number, 0, order(number).m_pBecame);
   }
+  if (!acceptsCancels(phaseOf(order(number).m_order.m_nInstrument))) {
+    return report(EReport::CancelRejected, number, 0, "集合竞价此时段不接受撤单");
+  }
   book(order(number).m_order.m_nInstrument).remove(number);
   report(EReport::Cancelled, number, end(number, "委托已撤销"));
 }
 
 void CExchange::scheduleBook(int instrument) {
   const std::int64_t next = book(instrument).nextEvent();
-  if (next < TRADING_TIME) m_bookEvents.push({clockOfTradingTime(next), instrument});
+  if (next < continuousEnd(kind(instrument))) m_bookEvents.push({clockOfTradingTime(next), instrument});
 }
 
 void CExchange::wake(int instrument) {
@@ -234,18 +275,24 @@ void CExchange::runBook() {
 
 /// Runs what has happened meanwhile in a book of which nobody waited for anything.
 void CExchange::catchUp(int instrument) {
-  if (m_awake[static_cast<std::size_t>(instrument)]) return;
-  CBook& sleeping = book(instrument);
-  const std::int64_t until = std::min(tradingTime(m_nNow), TRADING_TIME - 1);
-  while (sleeping.nextEvent() <= until) sleeping.step(m_fills);
+  CBook& seen = book(instrument);
+  const EKind kind = this->kind(instrument);
+  if (m_nNow >= auctionOf(kind, EAuction::Opening).m_nEnd) seen.endAuction(EAuction::Opening, m_fills);
+  if (!m_awake[static_cast<std::size_t>(instrument)]) {
+    const std::int64_t until = std::min(tradingTime(m_nNow), continuousEnd(kind) - 1);
+    while (seen.nextEvent() <= until) seen.step(m_fills);
+  }
+  const std::int64_t closed = auctionOf(kind, EAuction::Closing).m_nEnd;
+  if (closed > 0 && m_nNow >= closed) seen.endAuction(EAuction::Closing, m_fills);
 }
 
 SQuote CExchange::quote(int instrument) {
   catchUp(instrument);
   const CBook& quoted = book(instrument);
   const SRules& listed = rules(instrument);
-  const CBook::SBest bid = quoted.bestBid();
-  const CBook::SBest ask = quoted.bestAsk();
+  const EPhase now = phaseOf(instrument);
+  const auto [bid, ask] = isAuction(now) ? quoted.indication(auctionIn(now), auctionShare(kind(instrument)))
+                                         : std::pair(quoted.bestBid(), quoted.bestAsk());
   SQuote result;
   result.m_dLast = listed.toPrice(quoted.last());
   result.m_dBid = listed.toPrice(bid.m_nPrice);

@@ -20,7 +20,8 @@ struct SExchangeSettings {
   double m_dRejectRate = 0;       ///< part of the orders that is refused for no fault of theirs, 0 to 1
 };
 
-/// The simulated exchange: one book an instrument, orders and cancels with latency, the sessions of one trading day.
+/// The simulated exchange: one book an instrument, orders and cancels with latency, the phases of one trading day: call
+/// auctions of one price (shares at the open and at the close, index futures at the open) and continuous trading.
 /// Stepped by a virtual clock; it starts no thread and waits for nothing. The same instruments, settings and calls at
 /// the same times give the same reports; in how many steps the clock is advanced between the calls makes no
 /// difference. All operations on one thread.
@@ -44,7 +45,7 @@ class CExchange : public IMarket {
   void cancel(std::uint64_t id) override;
   SQuote quote(int instrument) override;
   const SRules& rules(int instrument) const override { return m_rules[static_cast<std::size_t>(instrument)]; }
-  EPhase phase() const override { return phaseAt(m_nNow); }
+  EPhase phase(EKind kind) const override { return phaseAt(kind, m_nNow); }
 
  private:
   enum class EState { Sent, Waiting, Resting, Over };
@@ -65,8 +66,8 @@ class CExchange : public IMarket {
 
   void list(const SInstrument& instrument);
   std::int64_t arrivalTime();
-  std::int64_t nextSessionEvent() const;
-  void handleSessionEvent();
+  void changePhases();
+  void changePhase(int instrument);
   void matchWaiting();
   void expireAll();
   void arrive(const SArrival& arrival);
@@ -74,6 +75,7 @@ class CExchange : public IMarket {
   void arriveCancel(std::uint64_t id);
   const char* lastingRefusal(const SMarketOrder& order) const;
   const char* passingRefusal(const SMarketOrder& order);
+  const char* bandRefusal(const SMarketOrder& order);
   void reject(int number, const char* message, bool lasting);
   int end(int number, const char* became);
   void match(int number);
@@ -87,12 +89,15 @@ class CExchange : public IMarket {
   void deliver(SReport report);
   SOrder& order(int number) { return m_orders[static_cast<std::size_t>(number)]; }
   CBook& book(int instrument) { return m_books[static_cast<std::size_t>(instrument)]; }
+  EKind kind(int instrument) const { return m_instruments[static_cast<std::size_t>(instrument)].m_kind; }
+  EPhase phaseOf(int instrument) const { return phase(kind(instrument)); }
+  double auctionShare(EKind kind) const;
 
   SExchangeSettings m_settings;
   CRandom m_random;  ///< latencies and refusals; the books have their own
   IMarketListener* m_pListener = nullptr;
   std::int64_t m_nNow = 0;
-  std::int64_t m_nSessionsUntil = -1;  ///< session events up to this time are handled
+  std::int64_t m_nPhasesUntil = 0;  ///< phases that begin up to this time have begun
   std::int64_t m_nLastArrival = 0;
   std::vector<SInstrument> m_instruments;
   std::vector<SRules> m_rules;
@@ -101,7 +106,7 @@ class CExchange : public IMarket {
   std::unordered_map<std::string, int> m_numbers;  ///< instruments by market and code
   std::vector<SOrder> m_orders;
   std::unordered_map<std::uint64_t, int> m_orderNumbers;
-  std::vector<int> m_waiting;  ///< orders accepted while nothing is matched, in the order of time
+  std::vector<int> m_waiting;  ///< orders accepted outside continuous trading, in the order of time
   std::deque<SArrival> m_arrivals;
   std::priority_queue<BookEvent, std::vector<BookEvent>, std::greater<>> m_bookEvents;
   std::vector<SFill> m_fills;

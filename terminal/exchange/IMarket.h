@@ -23,7 +23,7 @@ enum class EReport {
   Rejected,       ///< the order is over; the message says why
   Filled,         ///< m_nQuantity at m_dPrice; m_nLeft is still open
   Cancelled,      ///< m_nQuantity is cancelled, the order is over; the message says why if nobody asked for it
-  CancelRejected  ///< a cancel came to nothing; the order is as it was, the message says what became of it
+  CancelRejected  ///< a cancel came to nothing; the order is as it was, the message says why, or what became of it
 };
 
 struct SReport {
@@ -38,7 +38,8 @@ struct SReport {
   bool m_bLasting = false;      ///< of a rejection: the same order would be rejected all day
 };
 
-/// What a market shows of an instrument. Prices are CNY or index points, 0 for none.
+/// What a market shows of an instrument. Prices are CNY or index points, 0 for none. In a call auction bid and ask are
+/// the price at which it would end, and their sizes what would trade at it; where nothing would, its best prices.
 struct SQuote {
   double m_dLast = 0;  ///< the previous close until the day's first trade
   double m_dBid = 0;
@@ -70,15 +71,16 @@ class IMarket {
   virtual int findInstrument(std::string_view market, std::string_view code) const = 0;
   /// Sends an order. Its first report is Accepted or Rejected.
   virtual void submit(const SMarketOrder& order) = 0;
-  /// Asks for the cancelling of an order. The answer is Cancelled or CancelRejected.
+  /// Asks for the cancelling of an order. The answer is Cancelled or CancelRejected; an order that is open then stays
+  /// so until it is asked again in a phase that takes cancels.
   virtual void cancel(std::uint64_t id) = 0;
   /// instrument: a number that findInstrument gave.
   virtual SQuote quote(int instrument) = 0;
   virtual const SRules& rules(int instrument) const = 0;
-  virtual EPhase phase() const = 0;
+  virtual EPhase phase(EKind kind) const = 0;
 
-  /// Whether orders are matched now.
-  bool isMatching() const { return isMatchingPhase(phase()); }
+  /// Whether a kind is traded continuously now.
+  bool isMatching(EKind kind) const { return isMatchingPhase(phase(kind)); }
 };
 
 }  // namespace exchange

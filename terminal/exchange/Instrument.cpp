@@ -12,6 +12,7 @@ constexpr double TICK_TOLERANCE = 1e-4;  // of a tick: above what a double loses
 constexpr double MOST_TICKS = 1e12;
 
 constexpr int FUTURE_PERCENT = 10;
+constexpr std::int64_t LEAST_BAND = 10;  // ticks
 
 /// percent of a price, rounded half up to the tick.
 std::int64_t percentOf(std::int64_t ticks, int percent) { return (ticks * percent + 50) / 100; }
@@ -68,6 +69,12 @@ const char* SRules::priceFault(double limit) const {
   return ticks > m_nLimitUp || ticks < m_nLimitDown ? "价格超出涨跌幅限制" : nullptr;
 }
 
+const char* SRules::bandFault(std::int64_t limit, bool buy, std::int64_t reference) const {
+  const std::int64_t beyond = buy ? limit - reference : reference - limit;
+  const bool tooFar = beyond > LEAST_BAND && beyond * 100 > reference * m_nBandPercent;
+  return m_nBandPercent > 0 && tooFar ? "限价超出有效申报价格范围" : nullptr;
+}
+
 SRules rulesOf(const SInstrument& instrument) {
   SRules rules;
   int percent = FUTURE_PERCENT;
@@ -78,6 +85,7 @@ SRules rulesOf(const SInstrument& instrument) {
     const SBoard& board = boardOf(instrument.m_strMarket, instrument.m_strCode);
     const bool atRisk = instrument.m_strName.find("ST") != std::string::npos;
     percent = atRisk ? board.m_nRiskPercent : board.m_nLimitPercent;
+    rules.m_nBandPercent = board.m_nBandPercent;
     rules.m_nBuyMinimum = board.m_nBuyMinimum;
     rules.m_nBuyStep = board.m_nBuyStep;
     rules.m_nLargestLimit = board.m_nLargestLimit;

@@ -12,6 +12,7 @@ namespace exchange {
 enum class EKind { Share, IndexFuture };
 
 inline constexpr std::string_view FUTURES_MARKET = "CFFEX";
+constexpr EKind kindOf(std::string_view market) { return market == FUTURES_MARKET ? EKind::IndexFuture : EKind::Share; }
 
 /// One instrument as listed on a trading day.
 struct SInstrument {
@@ -31,8 +32,9 @@ struct SRules {
   std::int64_t m_nPrevClose = 0;  ///< ticks, as all prices here
   std::int64_t m_nLimitUp = 0;
   std::int64_t m_nLimitDown = 0;
-  int m_nBuyMinimum = 100;                                 ///< smallest quantity that may be bought
-  int m_nBuyStep = 100;                                    ///< what is bought above it comes in multiples of this
+  int m_nBandPercent = 0;   ///< that a limit may lie beyond the best price in continuous trading; 0: as far as it likes
+  int m_nBuyMinimum = 100;  ///< smallest quantity that may be bought
+  int m_nBuyStep = 100;     ///< what is bought above it comes in multiples of this
   int m_nLargestLimit = std::numeric_limits<int>::max();   ///< that one limit order takes
   int m_nLargestMarket = std::numeric_limits<int>::max();  ///< that one order at a market price takes
 
@@ -53,6 +55,8 @@ struct SRules {
   /// Why an order is refused for its quantity, or for its limit.
   const char* orderFault(int quantity, bool buy, bool marketPrice) const;
   const char* priceFault(double limit) const;
+  /// Why a limit (ticks) is refused in continuous trading; reference: the price that it is held against, ticks.
+  const char* bandFault(std::int64_t limit, bool buy, std::int64_t reference) const;
   /// Whether buys go by single shares above a minimum of more.
   bool hasMinimumAlone() const { return m_nBuyStep < m_nBuyMinimum; }
 };

@@ -26,9 +26,9 @@ inline int targetOf(const ksservice::CTaskDetail& detail) {
 
 /// A desk, a simulated exchange of a few dozen securities and an engine on it, with everything that is published kept.
 struct SRig {
-  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, double ordersPerSecond = 50)
-      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond),
-                     exchange::DAY_OPENS) {
+  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, double ordersPerSecond = 50,
+                std::int64_t begin = exchange::DAY_OPENS)
+      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond), begin) {
     m_subscription = m_desk.subscribeTasks([this](const boost::shared_ptr<ksservice::IData>& data) {
       m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
       m_newest[data->getKey()] = m_details.back();

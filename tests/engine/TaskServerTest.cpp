@@ -40,7 +40,7 @@ class TaskServer : public testing::Test, protected SRig {
             .m_nOperation = EOT_Sell,
             .m_stock = {instrument.m_strMarket, instrument.m_strCode, instrument.m_strName},
             .m_nPriceType = EPT_User,
-            .m_dPrice = instrument.m_dPrevClose * 0.95,
+            .m_dPrice = instrument.m_dPrevClose * 0.99,
             .m_nVolume = volume};
   }
 
@@ -118,7 +118,7 @@ TEST_F(TaskServer, APatchIsSizedByTheExchangesRules) {
   CCodeOrderParam bought = param(1, 350);
   bought.m_stock = {"SH", "688008", {}};
   bought.m_nOperation = EOT_Buy;
-  bought.m_dPrice = 65;
+  bought.m_dPrice = 61;
   create(request({bought}));
   create(request({bought}, "algo=TWAP;start=09:30:00;end=09:40:00;slices=3"));
   EXPECT_EQ(answers(), (Texts{"103", "104"}));
@@ -196,7 +196,7 @@ TEST_F(TaskServer, AnOpenOrderOfAPatchCountsWhole) {
   };
   const int before = left();
   CCodeOrderParam open = param(20, 300);
-  open.m_dPrice *= 1.09 / 0.95;
+  open.m_dPrice *= 1.09 / 0.99;
   create(request({open}));
   ASSERT_EQ(answers(), Texts{"102"});
   runTo(9, 31);

@@ -14,7 +14,7 @@ class CRandomDay {
   explicit CRandomDay(std::uint64_t seed, std::int64_t stepMsec = 60000)
       : m_exchange(assortment(), settings(seed, 0.02)), m_listener(m_exchange), m_random(seed + 1000) {
     constexpr std::int64_t actEvery = 60000;
-    for (std::int64_t at = clockTime(9, 20); at <= clockTime(15, 10); at += actEvery) {
+    for (std::int64_t at = clockTime(9, 10); at <= clockTime(15, 10); at += actEvery) {
       act();
       for (std::int64_t on = stepMsec; on <= actEvery; on += stepMsec) m_exchange.advanceTo(at + on);
       checkQuotes();
@@ -52,7 +52,9 @@ class CRandomDay {
       for (const double price : {quote.m_dBid, quote.m_dAsk, quote.m_dLast}) {
         ASSERT_TRUE(price == 0 || (price <= quote.m_dLimitUp && price >= quote.m_dLimitDown)) << price;
       }
-      ASSERT_TRUE(quote.m_dBid == 0 || quote.m_dAsk == 0 || quote.m_dBid < quote.m_dAsk) << quote.m_dBid;
+      // An auction shows its price as both.
+      const bool auction = isAuction(m_exchange.phase(m_exchange.instruments()[i].m_kind));
+      ASSERT_TRUE(quote.m_dBid == 0 || quote.m_dAsk == 0 || quote.m_dBid < quote.m_dAsk + auction) << quote.m_dBid;
       ASSERT_EQ(quote.m_dBid > 0, quote.m_nBidSize > 0);
       ASSERT_EQ(quote.m_dAsk > 0, quote.m_nAskSize > 0);
     }
@@ -68,8 +70,14 @@ struct SLife {
   int m_nLeft = 0;
 };
 
-void checkFill(const SHeard& report, const SMarketOrder& order, const SLife& life, const SRules& rules) {
-  EXPECT_TRUE(isMatchingPhase(report.m_phase));
+/// Trades come while trading is continuous, and with the end of an auction.
+bool isTradingTime(EKind kind, std::int64_t msec) {
+  const bool ends =
+      msec == auctionOf(kind, EAuction::Opening).m_nEnd || msec == auctionOf(kind, EAuction::Closing).m_nEnd;
+  return ends || isMatchingPhase(phaseAt(kind, msec));
+}
+
+void checkFill(const SReport& report, const SMarketOrder& order, const SLife& life, const SRules& rules) {
   EXPECT_GT(report.m_nQuantity, 0);
   EXPECT_EQ(report.m_nLeft, life.m_nLeft - report.m_nQuantity);
   EXPECT_GE(report.m_nLeft, 0);
@@ -83,15 +91,19 @@ void checkLives(CRandomDay& day) {
   std::map<std::uint64_t, SLife> lives;
   for (const SMarketOrder& order : day.m_sent) lives[order.m_nId].m_nLeft = order.m_nQuantity;
   std::int64_t last = 0;
-  for (const SHeard& report : day.m_listener.heard()) {
+  for (const SReport& report : day.m_listener.heard()) {
     const SMarketOrder& order = day.m_sent[report.m_nId - 1];
     SLife& life = lives[report.m_nId];
     ASSERT_LE(last, report.m_nTime);
     last = report.m_nTime;
+    const EKind kind = kindOf(day.m_exchange.instruments()[static_cast<std::size_t>(order.m_nInstrument)].m_strMarket);
+    const bool cancels = acceptsCancels(phaseAt(kind, report.m_nTime));
     if (report.m_kind == EReport::CancelRejected) {
-      ASSERT_TRUE(life.m_bOver) << "only what is over cannot be cancelled";
+      ASSERT_TRUE(life.m_bOver || !cancels) << report.m_nTime;
       continue;
     }
+    ASSERT_TRUE(report.m_kind != EReport::Cancelled || cancels) << report.m_nTime;
+    ASSERT_TRUE(report.m_kind != EReport::Filled || isTradingTime(kind, report.m_nTime)) << report.m_nTime;
     ASSERT_FALSE(life.m_bOver) << report.m_nId;
     ASSERT_EQ(life.m_bAccepted, report.m_kind != EReport::Accepted && report.m_kind != EReport::Rejected);
     if (report.m_kind == EReport::Filled) checkFill(report, order, life, day.m_exchange.rules(order.m_nInstrument));
@@ -111,7 +123,7 @@ TEST(Day, EveryOrderLivesByTheRulesWhateverHappens) {
     SCOPED_TRACE(seed);
     CRandomDay day(seed);
     checkLives(day);
-    for (const SHeard& heard : day.m_listener.heard()) fills += heard.m_kind == EReport::Filled ? 1 : 0;
+    for (const SReport& heard : day.m_listener.heard()) fills += heard.m_kind == EReport::Filled ? 1 : 0;
   }
   EXPECT_GT(fills, 10000u) << "a day without trades would show nothing";
 }
@@ -142,14 +154,16 @@ TEST(Day, LookingChangesNothing) {
   const auto heardOf = [](bool watched) {
     CExchange exchange(assortment(), settings(9));
     const CListener listener(exchange);
-    for (std::int64_t at = MORNING_BEGINS; watched && at < clockTime(14, 0); at += 1000) {
-      exchange.advanceTo(at);
-      exchange.quote(2);
+    const double limitUp = exchange.rules(2).toPrice(exchange.rules(2).m_nLimitUp);
+    for (const std::int64_t until : {clockTime(9, 24), clockTime(12, 30), clockTime(14, 58), DAY_CLOSES}) {
+      for (std::int64_t at = exchange.now(); watched && at < until; at += 1000) {
+        exchange.advanceTo(at);
+        exchange.quote(2);
+      }
+      exchange.advanceTo(until);
+      exchange.submit(limitOrder(static_cast<std::uint64_t>(until), 2, true, limitUp, 100000));
     }
-    exchange.advanceTo(clockTime(14, 0));
-    exchange.submit(limitOrder(1, 2, true, exchange.rules(2).toPrice(exchange.rules(2).m_nLimitUp), 100000));
-    exchange.advanceTo(DAY_CLOSES);
-    return listener.told(1) + listener.text();
+    return listener.told(static_cast<std::uint64_t>(clockTime(12, 30))) + listener.text();
   };
   EXPECT_EQ(heardOf(true).substr(0, 2), "af");
   EXPECT_EQ(heardOf(true), heardOf(false));
@@ -194,7 +208,7 @@ TEST(Day, AMillionAtTheOppositeBestLargelyFillsInHalfAnHour) {
   }
   const auto traded = [&listener] {
     double amount = 0;
-    for (const SHeard& heard : listener.heard()) amount += heard.m_dAmount;
+    for (const SReport& heard : listener.heard()) amount += heard.m_dAmount;
     return amount;
   };
   exchange.advanceTo(MORNING_BEGINS + 1000);

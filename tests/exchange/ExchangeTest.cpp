@@ -25,7 +25,7 @@ struct SBench : CExchange, CListener {
 }  // namespace
 
 TEST(Exchange, RefusesWhatTheRulesForbidAndSaysWhy) {
-  SBench bench(clockTime(10, 0));
+  SBench bench(clockTime(12, 0));  // with the market in motion there would be other reasons, too
   const int main = bench.findInstrument("SH", "600000");
   const int star = bench.findInstrument("SH", "688981");
   const int chiNext = bench.findInstrument("SZ", "300750");
@@ -61,18 +61,67 @@ TEST(Exchange, RefusesWhatTheRulesForbidAndSaysWhy) {
   for (const auto& [order, refusal] : cases) EXPECT_EQ(bench.refusalOf(order), refusal) << order.m_nId;
 }
 
-TEST(Exchange, TakesOrdersOnlyInItsHours) {
-  // An order needs 20 to 40 ms: what is sent at 14:59:59.990 comes too late.
-  const std::map<std::int64_t, const char*> refusals{{clockTime(9, 20), "非交易时段"},
-                                                     {clockTime(9, 25), ""},
-                                                     {clockTime(11, 30), ""},
-                                                     {clockTime(12, 59), ""},
-                                                     {clockTime(15, 0) - 10, "非交易时段"},
-                                                     {clockTime(16, 0), "非交易时段"}};
-  for (const auto& [at, refusal] : refusals) {
-    EXPECT_EQ(SBench(at).refusalOf(limitOrder(1, 0, true, 9.5, 100)), refusal) << at;
+TEST(Exchange, RefusesALimitFarBeyondTheBestPriceWhileTradingIsContinuous) {
+  const char* const refusal = "限价超出有效申报价格范围";
+  SBench bench(clockTime(10, 0));
+  std::uint64_t id = 0;
+  const auto told = [&](int instrument, bool buy, double percent) {
+    const SRules& rules = bench.rules(instrument);
+    const SQuote quote = bench.quote(instrument);
+    const std::int64_t best = rules.toTicks(buy ? quote.m_dAsk : quote.m_dBid);
+    const std::int64_t beyond = std::llround(percent / 100 * static_cast<double>(best));
+    return bench.refusalOf(limitOrder(++id, instrument, buy, rules.toPrice(buy ? best + beyond : best - beyond), 100));
+  };
+  const int dear = bench.findInstrument("SH", "600519");
+  const int beijing = bench.findInstrument("BJ", "832982");
+  const int cheap = bench.findInstrument("SZ", "002024");
+  for (const bool buy : {true, false}) {
+    EXPECT_EQ(told(dear, buy, 1.8), "");
+    EXPECT_EQ(told(dear, buy, 2.2), refusal);
+    EXPECT_EQ(told(beijing, buy, 4.8), "");
+    EXPECT_EQ(told(beijing, buy, 5.2), refusal);
+    EXPECT_EQ(told(cheap, !buy, -3), "") << "far from any trade";
+    EXPECT_EQ(told(bench.findInstrument("CFFEX", "IF2612"), buy, 5), "");
   }
-  EXPECT_EQ(SBench(clockTime(12, 0)).refusalOf(marketOrder(1, 0, true, 100)), "非连续交易时段不接受市价委托");
+  const SRules penny = bench.rules(cheap);
+  EXPECT_EQ(penny.bandFault(210, true, 200), nullptr) << "ten ticks, which are 5 %";
+  EXPECT_STREQ(penny.bandFault(211, true, 200), refusal);
+  EXPECT_EQ(penny.bandFault(190, false, 200), nullptr);
+  EXPECT_STREQ(penny.bandFault(189, false, 200), refusal);
+  EXPECT_EQ(penny.bandFault(1020, true, 1000), nullptr);
+  EXPECT_STREQ(penny.bandFault(1021, true, 1000), refusal);
+}
+
+TEST(Exchange, TakesOrdersAndCancelsOnlyInTheirHours) {
+  const char* const closed = "非交易时段";
+  const char* const noCancel = "aX集合竞价此时段不接受撤单";
+  // An order needs 20 to 40 ms: what is sent at 14:59:59.990 comes too late.
+  const std::tuple<std::int64_t, const char*, const char*, const char*> cases[] = {
+      {clockTime(9, 14), closed, "rX委托已被拒绝", "rX委托已被拒绝"},
+      {clockTime(9, 15), "", "ac", "rX委托已被拒绝"},
+      {clockTime(9, 20), "", noCancel, "rX委托已被拒绝"},
+      {clockTime(9, 25), "", "ac", "ac"},
+      {clockTime(9, 29), "", "ac", noCancel},
+      {clockTime(9, 30), "", "ac", "ac"},
+      {clockTime(11, 30), "", "ac", "ac"},
+      {clockTime(14, 56), "", "ac", "ac"},
+      {clockTime(14, 57), "", noCancel, "ac"},
+      {clockTime(15, 0) - 10, closed, "rX委托已被拒绝", "rX委托已被拒绝"},
+  };
+  for (const auto& [at, refusal, ofShare, ofFuture] : cases) {
+    SBench bench(at);
+    const int future = bench.findInstrument("CFFEX", "IF2612");
+    EXPECT_EQ(bench.refusalOf(limitOrder(1, 0, true, 9.5, 100)), refusal) << at;
+    bench.submit(limitOrder(2, future, true, bench.quote(future).m_dLimitDown, 1));
+    for (const std::uint64_t id : {1, 2}) bench.cancel(id);
+    bench.advanceTo(at + 200);
+    EXPECT_EQ(bench.told(1), ofShare) << at;
+    EXPECT_EQ(bench.told(2), ofFuture) << at;
+  }
+  for (const auto& [hours, minutes] : {std::pair(9, 18), {12, 0}, {14, 58}}) {
+    EXPECT_EQ(SBench(clockTime(hours, minutes)).refusalOf(marketOrder(1, 0, true, 100)),
+              "非连续交易时段不接受市价委托");
+  }
 }
 
 TEST(Exchange, OrdersWaitForTheSessionAndThenTradeInTheirOrder) {
@@ -94,7 +143,7 @@ TEST(Exchange, CancelsTakeTimeAndMayComeTooLate) {
   SBench bench(clockTime(10, 0));
   const SQuote quote = bench.quote(0);
   bench.submit(limitOrder(1, 0, true, quote.m_dLimitDown, 5000));  // far from any trade
-  bench.submit(limitOrder(2, 0, true, quote.m_dLimitUp, 100));     // fills at once
+  bench.submit(limitOrder(2, 0, true, quote.m_dAsk + 0.05, 100));  // fills at once
   for (const std::uint64_t id : {1, 2, 99}) bench.cancel(id);
   EXPECT_TRUE(bench.heard().empty()) << "nothing is reported while the clock stands";
   bench.advanceTo(clockTime(10, 0) + 19);
@@ -108,10 +157,10 @@ TEST(Exchange, CancelsTakeTimeAndMayComeTooLate) {
 }
 
 TEST(Exchange, ALateCancelIsToldWhatBecameOfTheOrder) {
-  SBench bench(clockTime(14, 59));
+  SBench bench(clockTime(14, 56));
   const SQuote quote = bench.quote(0);
   for (const SMarketOrder& order :
-       {limitOrder(1, 0, true, quote.m_dLimitUp, 100), limitOrder(2, 0, true, quote.m_dLimitDown, 100),
+       {limitOrder(1, 0, true, quote.m_dAsk + 0.05, 100), limitOrder(2, 0, true, quote.m_dLimitDown, 100),
         limitOrder(3, 0, true, quote.m_dLimitDown, 150), limitOrder(4, 0, false, 0, 50000000),
         marketOrder(5, 1, false, 1000000), limitOrder(6, 0, true, quote.m_dLimitDown, 100)}) {
     bench.submit(order);
@@ -145,7 +194,7 @@ TEST(Exchange, RefusesAsManyByChanceAsItIsTold) {
   for (std::uint64_t id = 1; id <= orders; ++id) bench.submit(limitOrder(id, 0, false, 11, 100));
   bench.advanceTo(clockTime(10, 1));
   int refused = 0;
-  for (const SHeard& heard : bench.heard()) refused += heard.m_kind == EReport::Rejected ? 1 : 0;
+  for (const SReport& heard : bench.heard()) refused += heard.m_kind == EReport::Rejected ? 1 : 0;
   EXPECT_NEAR(refused, orders * 0.1, 50);
 }
 
@@ -242,17 +291,20 @@ TEST(Dates, AreTheExchangesOwn) {
 }
 
 TEST(Sessions, BeginWithTheirFirstMillisecond) {
-  const std::map<std::int64_t, EPhase> begins{{DAY_OPENS, EPhase::Waiting},
-                                              {MORNING_BEGINS, EPhase::Morning},
-                                              {MORNING_ENDS, EPhase::Lunch},
-                                              {AFTERNOON_BEGINS, EPhase::Afternoon},
-                                              {DAY_CLOSES, EPhase::Closed}};
-  EPhase before = EPhase::BeforeOpen;
-  for (const auto& [at, phase] : begins) {
-    EXPECT_EQ(phaseAt(at - 1), before);
-    EXPECT_EQ(phaseAt(at), phase);
-    before = phase;
+  for (const EKind kind : {EKind::Share, EKind::IndexFuture}) {
+    EPhase before = EPhase::BeforeOpen;
+    for (const SPhaseBegin& begin : dayOf(kind)) {
+      EXPECT_EQ(phaseAt(kind, begin.m_nTime - 1), before);
+      EXPECT_EQ(phaseAt(kind, begin.m_nTime), begin.m_phase);
+      before = begin.m_phase;
+    }
   }
+  EXPECT_EQ(auctionOf(EKind::Share, EAuction::Opening).m_nEnd, clockTime(9, 25));
+  EXPECT_EQ(auctionOf(EKind::Share, EAuction::Closing).m_nBegin, clockTime(14, 57));
+  EXPECT_EQ(auctionOf(EKind::IndexFuture, EAuction::Opening).m_nEnd, clockTime(9, 30));
+  EXPECT_EQ(auctionOf(EKind::IndexFuture, EAuction::Closing).m_nEnd, 0);
+  EXPECT_EQ(clockOfTradingTime(continuousEnd(EKind::Share)), clockTime(14, 57));
+  EXPECT_EQ(continuousEnd(EKind::IndexFuture), TRADING_TIME);
   constexpr std::int64_t morning = MORNING_ENDS - MORNING_BEGINS;
   EXPECT_EQ(clockOfTradingTime(morning - 1), MORNING_ENDS - 1);
   EXPECT_EQ(clockOfTradingTime(morning), AFTERNOON_BEGINS);

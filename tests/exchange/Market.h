@@ -41,22 +41,18 @@ inline SMarketOrder marketOrder(std::uint64_t id, int instrument, bool buy, int 
   return {id, instrument, buy, true, 0, quantity};
 }
 
-struct SHeard : SReport {
-  EPhase m_phase;
-};
-
 class CListener : public IMarketListener {
  public:
-  explicit CListener(CExchange& exchange) : m_exchange(exchange) { exchange.setListener(this); }
-  void onReport(const SReport& report) override { m_heard.push_back({report, m_exchange.phase()}); }
+  explicit CListener(CExchange& exchange) { exchange.setListener(this); }
+  void onReport(const SReport& report) override { m_heard.push_back(report); }
 
-  const std::vector<SHeard>& heard() const { return m_heard; }
+  const std::vector<SReport>& heard() const { return m_heard; }
   /// The reports about an order, a letter each: accepted, rejected, filled, cancelled, or X for a rejected cancel;
   /// behind them the message of the last one.
   std::string told(std::uint64_t id) const {
     std::string kinds;
     std::string message;
-    for (const SHeard& heard : m_heard) {
+    for (const SReport& heard : m_heard) {
       if (heard.m_nId != id) continue;
       kinds += "arfcX"[static_cast<int>(heard.m_kind)];
       message = heard.m_pMessage;
@@ -67,7 +63,7 @@ class CListener : public IMarketListener {
   std::string text() const {
     std::ostringstream text;
     text.precision(17);
-    for (const SHeard& heard : m_heard) {
+    for (const SReport& heard : m_heard) {
       text << heard.m_nTime << ' ' << heard.m_nId << ' ' << static_cast<int>(heard.m_kind) << ' ' << heard.m_nQuantity
            << ' ' << heard.m_nLeft << ' ' << heard.m_dPrice << ' ' << heard.m_dAmount << ' ' << heard.m_pMessage
            << '\n';
@@ -76,8 +72,7 @@ class CListener : public IMarketListener {
   }
 
  private:
-  CExchange& m_exchange;
-  std::vector<SHeard> m_heard;
+  std::vector<SReport> m_heard;
 };
 
 }  // namespace markets
