@@ -83,6 +83,14 @@ TEST(Exchange, RefusesALimitFarBeyondTheBestPriceWhileTradingIsContinuous) {
     EXPECT_EQ(told(cheap, !buy, -3), "") << "far from any trade";
     EXPECT_EQ(told(bench.findInstrument("CFFEX", "IF2612"), buy, 5), "");
   }
+  // Held against the best price that it could trade at, however far that is.
+  const double far = bench.rules(dear).toPrice(bench.rules(dear).m_nLimitUp) - 50;
+  EXPECT_EQ(bench.refusalOf(limitOrder(++id, dear, false, far, 100)), "");
+  const SQuote swept = bench.quote(dear);
+  bench.submit(limitOrder(++id, dear, true, std::round(swept.m_dAsk * 1.01), 1000000));
+  bench.cancel(id);
+  EXPECT_EQ(bench.refusalOf(limitOrder(++id, dear, true, far, 100)), "");
+  EXPECT_TRUE(bench.told(id).starts_with("af"));
   const SRules penny = bench.rules(cheap);
   EXPECT_EQ(penny.bandFault(210, true, 200), nullptr) << "ten ticks, which are 5 %";
   EXPECT_STREQ(penny.bandFault(211, true, 200), refusal);
