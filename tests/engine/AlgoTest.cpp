@@ -216,11 +216,17 @@ TEST_F(AlgoTask, ALimitIsWholeTicksAndToldBeyondTheDays) {
 TEST_F(AlgoTask, EndsAtItsTimeWhateverThePhaseAndCancelsWhatIsOpen) {
   for (const auto& [hours, minutes] : {std::pair(9, 31), {11, 30}, {12, 15}, {13, 0}, {14, 57}, {15, 0}, {15, 30}}) {
     SAlgoRig rig;
-    TC::SAlgoParams algo = params(EAlgorithm::TWAP, 70, 9.1);  // a tenth below the last close: nothing trades
+    TC::SAlgoParams algo = params(EAlgorithm::TWAP, 140, 9.1);  // a tenth below the last close: nothing trades
     algo.m_nEnd = hours * 3600 + minutes * 60;
-    const std::string key = rig.start({line("SZ", "1005", EOT_Buy, 10000)}, algo);
+    const std::string key = rig.start({line("SZ", "1005", EOT_Buy, 20000)}, algo);
     // The closing auction would not let its orders go.
     const int end = std::min<int>(hours == 14 ? algo.m_nEnd - 10 : algo.m_nEnd, exchange::DAY_CLOSES / 1000);
+    if (hours == 15) {
+      rig.runTo(14, 57);
+      const std::size_t before = rig.children(key);
+      rig.runTo(14, 59, 50);
+      EXPECT_GT(rig.children(key), before) << "who trades on until then goes into the closing auction";
+    }
     rig.m_simulation.advanceTo(end * std::int64_t{1000} + 1000);
     EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled) << hours;
     EXPECT_TRUE(hours == 15 || rig.newest(key).m_strMessage == "算法时间已到，余量未成交")
