@@ -69,9 +69,29 @@ void CEngineThread::run() {
   }
 }
 
+std::vector<engine::SOrderUse> CEngineThread::takeOrderUse() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_bUseTaken = true;
+  return m_orderUse;
+}
+
+void CEngineThread::stepSimulation(std::int64_t target) {
+  engine::COrderRates& rates = m_simulation.engine().router().rates();
+  rates.restartSeconds(m_simulation.now());
+  m_simulation.advanceTo(target);
+  std::vector<engine::SOrderUse> use = rates.use();
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  // What nobody has taken yet still counts. Accounts are added at the end.
+  if (std::exchange(m_bUseTaken, false)) m_orderUse.clear();
+  for (std::size_t i = 0; i < m_orderUse.size(); ++i) {
+    use[i].m_nSecond = std::max(use[i].m_nSecond, m_orderUse[i].m_nSecond);
+  }
+  m_orderUse.swap(use);
+}
+
 /// True when the clock has reached its end.
 bool CEngineThread::runStep(std::int64_t target) {
-  m_simulation.advanceTo(target);
+  stepSimulation(target);
   const std::int64_t before = m_nNow;
   m_nNow = target;
   m_nPublished = m_simulation.engine().publishedCount();

@@ -38,12 +38,15 @@ class CEngineThread {
   void post(std::function<void(engine::CSimulation&)> operation);
   /// The simulated time, milliseconds since midnight. Any thread.
   std::int64_t now() const { return m_nNow; }
+  /// What each account has sent; its seconds are those since the last call. Any thread.
+  std::vector<engine::SOrderUse> takeOrderUse();
   /// Task details published so far. Any thread.
   std::uint64_t publishedCount() const { return m_nPublished; }
 
  private:
   void run();
   bool runStep(std::int64_t target);
+  void stepSimulation(std::int64_t target);
   std::int64_t targetTime() const;
 
   engine::CSimulation& m_simulation;
@@ -56,10 +59,12 @@ class CEngineThread {
   std::atomic<std::int64_t> m_nNow;
   std::atomic<std::uint64_t> m_nPublished{0};
 
-  std::mutex m_mutex;  ///< guards the two below
+  std::mutex m_mutex;  ///< guards what stands below, but for the thread
   std::condition_variable m_changed;
   bool m_bStopping = false;
   std::vector<std::function<void(engine::CSimulation&)>> m_operations;
+  std::vector<engine::SOrderUse> m_orderUse;
+  bool m_bUseTaken = false;
   std::thread m_thread;
 };
 

@@ -220,7 +220,21 @@ void CLiveSession::showClock() {
   state.m_strPhase = phaseText(exchange::phaseAt(exchange::EKind::Share, state.m_nMsec));
   state.m_strSpeed = QStringLiteral("×%1").arg(speedOf(m_options));
   state.m_dDetailsPerSecond = m_dDetailsPerSecond;
+  const std::vector<SAccountUse> use = orderUse();
+  state.m_strOrderUse = orderUseText(use, m_options.m_orderLimits);
+  state.m_strOrderUseTip = orderUseTip(use, m_options.m_orderLimits);
   m_window.showClock(state);
+}
+
+std::vector<SAccountUse> CLiveSession::orderUse() {
+  std::vector<SAccountUse> accounts;
+  for (const engine::SOrderUse& use : m_pThread->takeOrderUse()) {
+    desk::SAccount account;
+    m_desk.findAccount(use.m_strAccount, account);
+    accounts.push_back(
+        {QString::fromStdString(account.m_pInfo ? account.m_pInfo->m_strDisplayId : use.m_strAccount), use});
+  }
+  return accounts;
 }
 
 /// The engine has ended: what it delivered is in the panel's caches. One refresh more shows it all.

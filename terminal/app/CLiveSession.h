@@ -14,6 +14,7 @@
 #include "CNewBasketWindow.h"
 #include "CPanelServices.h"
 #include "CStateStore.h"
+#include "OrderUse.h"
 #include "SessionSetup.h"
 #include "tc/PanelPlugin.h"
 
@@ -54,6 +55,7 @@ class CLiveSession : public QObject {
   void measureFeed();
   void warnOfLoss();
   void showClock();
+  std::vector<SAccountUse> orderUse();
   void settle();
 
   const SOptions m_options;

@@ -40,6 +40,7 @@ CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
   m_pPhase = addField("phase", 110);
   m_pRunning = addField("running", 90);
   m_pFeed = addField("feed", 110);
+  m_pOrderUse = addField("orderUse", 0);
   statusBar()->addWidget(new QLabel(this), 1);
   slotRunningTasks(EMTT_Stock, 0);
 }
@@ -81,6 +82,8 @@ void CMainWindow::showClock(const SClockState& state) {
   m_pClock->setText(QStringLiteral("%1  %2  %3").arg(date, time, state.m_strSpeed).trimmed());
   m_pPhase->setText(state.m_strPhase);
   m_pFeed->setText(QStringLiteral("推送 %1 条/秒").arg(state.m_dDetailsPerSecond, 0, 'f', 1));
+  m_pOrderUse->setText(state.m_strOrderUse);
+  m_pOrderUse->setToolTip(state.m_strOrderUseTip);
 }
 
 std::string CMainWindow::picture() {

@@ -23,6 +23,8 @@ struct SClockState {
   QString m_strPhase;  ///< session phase
   QString m_strSpeed;  ///< how fast the clock runs, empty in a replay
   double m_dDetailsPerSecond = 0;
+  QString m_strOrderUse;  ///< of the account that has sent most; empty in a replay
+  QString m_strOrderUseTip;
 };
 
 /// The terminal's window: the panel as a dock, the log below it, the status bar. GUI thread only.
@@ -50,6 +52,7 @@ class CMainWindow : public QMainWindow {
   QLabel* m_pPhase;
   QLabel* m_pRunning;
   QLabel* m_pFeed;
+  QLabel* m_pOrderUse;
 };
 
 }  // namespace app

@@ -26,12 +26,24 @@ constexpr double MAX_SPEED = 100000;
 constexpr int MAX_ACCOUNTS = 100;
 constexpr double MAX_HEDGE_RATIO = 10;
 constexpr int MAX_HEDGE_ORDERS = 1000000;
+constexpr int MAX_ORDERS_PER_SECOND = 100000;
+constexpr int MAX_ORDERS_PER_DAY = 10000000;
 
 QString setPositive(std::optional<double>& target, const QString& value, double limit) {
   bool ok = false;
   const double number = value.toDouble(&ok);
   if (!ok || !std::isfinite(number) || number <= 0 || number > limit) {
     return QStringLiteral("needs a number above 0 and up to %1, not '%2'").arg(limit, 0, 'f', 0).arg(value);
+  }
+  target = number;
+  return {};
+}
+
+QString setWhole(int& target, const QString& value, int least, int most) {
+  bool ok = false;
+  const int number = value.toInt(&ok);
+  if (!ok || number < least || number > most) {
+    return QStringLiteral("needs a whole number from %1 to %2, not '%3'").arg(least).arg(most).arg(value);
   }
   target = number;
   return {};
@@ -71,10 +83,15 @@ QString setSeed(SOptions& options, const QString& value) {
 }
 
 QString setAccounts(SOptions& options, const QString& value) {
-  bool ok = false;
-  options.m_nAccounts = value.toInt(&ok);
-  if (ok && options.m_nAccounts >= 1 && options.m_nAccounts <= MAX_ACCOUNTS) return {};
-  return QStringLiteral("needs a whole number from 1 to %1, not '%2'").arg(MAX_ACCOUNTS).arg(value);
+  return setWhole(options.m_nAccounts, value, 1, MAX_ACCOUNTS);
+}
+
+QString setOrdersPerSecond(SOptions& options, const QString& value) {
+  return setWhole(options.m_orderLimits.m_nPerSecond, value, 1, MAX_ORDERS_PER_SECOND);
+}
+
+QString setOrdersPerDay(SOptions& options, const QString& value) {
+  return setWhole(options.m_orderLimits.m_nPerDay, value, 1, MAX_ORDERS_PER_DAY);
 }
 
 QString setHedge(SOptions& options, const QString& value) {
@@ -91,13 +108,7 @@ QString setHedge(SOptions& options, const QString& value) {
 }
 
 QString setHedgeOrders(SOptions& options, const QString& value) {
-  bool ok = false;
-  const int orders = value.toInt(&ok);
-  if (!ok || orders < 1 || orders > MAX_HEDGE_ORDERS) {
-    return QStringLiteral("needs a whole number from 1 to %1, not '%2'").arg(MAX_HEDGE_ORDERS).arg(value);
-  }
-  options.m_nHedgeOrders = orders;
-  return {};
+  return setWhole(options.m_nHedgeOrders.emplace(), value, 1, MAX_HEDGE_ORDERS);
 }
 
 QString setAlgo(SOptions& options, const QString& value) {
@@ -118,16 +129,7 @@ QString setTheme(SOptions& options, const QString& value) {
 }
 
 QString setScale(SOptions& options, const QString& value) {
-  bool ok = false;
-  const int percent = value.toInt(&ok);
-  if (!ok || percent < MIN_SCALE_PERCENT || percent > MAX_SCALE_PERCENT) {
-    return QStringLiteral("needs a whole number from %1 to %2, not '%3'")
-        .arg(MIN_SCALE_PERCENT)
-        .arg(MAX_SCALE_PERCENT)
-        .arg(value);
-  }
-  options.m_nScalePercent = percent;
-  return {};
+  return setWhole(options.m_nScalePercent.emplace(), value, MIN_SCALE_PERCENT, MAX_SCALE_PERCENT);
 }
 
 QString setStart(SOptions& options, const QString& value) {
@@ -151,6 +153,10 @@ const SOptionRow OPTIONS[] = {
     {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},
     {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
     {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
+    {"orders-per-second", "N", "most orders and cancels of an account in a second (280)", LiveMode, false,
+     setOrdersPerSecond},
+    {"orders-per-day", "N", "most orders and cancels of an account in a day (19000); cancels go on beyond", LiveMode,
+     false, setOrdersPerDay},
     {"hedge", "CODE:RATIO", "hedge the baskets by an index future, like IF2612:1.0", LiveMode, false, setHedge},
     {"hedge-orders", "N", "pause a hedge after N orders (as many as fit basket and schedule)", LiveMode, false,
      setHedgeOrders},

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "COrderRates.h"
 #include "tc/AlgoParams.h"
 
 namespace app {
@@ -33,6 +34,7 @@ struct SOptions {
   int m_nAccounts = 1;
   std::optional<SHedgeOption> m_hedge;   ///< none: baskets are not hedged
   std::optional<int> m_nHedgeOrders;     ///< after which a hedge pauses; none: what fits its basket and the schedule
+  engine::SOrderLimits m_orderLimits;    ///< of each account
   std::optional<TC::EAlgorithm> m_algo;  ///< baskets run as algorithm tasks of the server; none: of the terminal
   std::string m_strConfig;               ///< file that keeps the view; empty: the user's own
   QString m_strTheme = QStringLiteral("dark");

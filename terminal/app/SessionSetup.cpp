@@ -90,6 +90,7 @@ engine::SEngineSettings makeEngineSettings(const SOptions& options) {
   const desk::SSession session = makeSession(options);
   engine::SEngineSettings settings;
   settings.m_nDayStart = tradingDayStart();
+  settings.m_limits = options.m_orderLimits;
   settings.m_strUser = session.m_strUser;
   settings.m_strLogin = session.m_strLogin;
   settings.m_nTraderType = session.m_nTraderType;

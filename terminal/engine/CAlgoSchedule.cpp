@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "Sessions.h"
+#include "ksservice/Enumerations.h"
 
 namespace engine {
 namespace {
@@ -24,6 +25,18 @@ std::int64_t endOf(const TC::SAlgoParams& params) {
 }
 
 }  // namespace
+
+int orderTypeOf(TC::EAlgorithm algorithm) {
+  switch (algorithm) {
+    case TC::EAlgorithm::TWAP:
+      return ksservice::EORT_Algo;
+    case TC::EAlgorithm::VWAP:
+      return ksservice::EORT_Algo2;
+    case TC::EAlgorithm::POV:
+      return ksservice::EORT_Algo3;
+  }
+  return ksservice::EORT_Plain;
+}
 
 double usualVolumeShare(std::int64_t trading) {
   double percent = 0;

@@ -37,6 +37,9 @@ class CAlgoSchedule {
   std::int64_t m_nSliceMsec;     ///< trading time of a slice, above 0
 };
 
+/// The order type (EOrderType) of what trades by an algorithm.
+int orderTypeOf(TC::EAlgorithm algorithm);
+
 /// The part of a day's volume that is usually traded up to a moment of trading time, 0 to 1: much at the open, less
 /// about noon, more again at the close.
 double usualVolumeShare(std::int64_t trading);

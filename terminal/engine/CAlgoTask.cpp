@@ -97,7 +97,7 @@ void CAlgoTask::advanceTo(std::int64_t now, const VolumeOf& volumeOf) {
   m_nNextPlan = now + PLAN_MSEC;
   if (const int slice = m_schedule.slice(now); slice != m_nSlice) {
     m_nSlice = slice;
-    cancelStale();
+    findStale();
   }
   plan(now, volumeOf);
 }
@@ -145,22 +145,31 @@ bool CAlgoTask::isStale(std::size_t order) const {
 }
 
 /// What could not be ordered anew stays in the market.
-void CAlgoTask::cancelStale() {
+void CAlgoTask::findStale() {
+  m_stale.clear();
   const auto& sheet = orders().orders();
   std::vector<int> open(m_states.size());
   for (std::size_t order = 0; order < m_children.size(); ++order) {
     if (isStale(order)) open[static_cast<std::size_t>(m_children[order].m_nLine)] += sheet[order].left();
   }
-  for (std::size_t order = 0; order < m_children.size(); ++order) {
+  for (std::size_t order = m_children.size(); order-- > 0;) {
     const auto line = static_cast<std::size_t>(m_children[order].m_nLine);
     if (!isStale(order) || m_states[line].m_bClosed) continue;
     if (lost(line, left(line) + open[line]) > lost(line, left(line))) continue;
-    m_children[order].m_bCancelling = true;
-    m_cancels.push_back(sheet[order].m_nMarketId);
+    m_stale.push_back(order);
   }
 }
 
-std::vector<std::uint64_t> CAlgoTask::takeCancels() { return std::exchange(m_cancels, {}); }
+std::uint64_t CAlgoTask::takeStale() {
+  while (hasStale()) {
+    const std::size_t order = m_stale.back();
+    m_stale.pop_back();
+    if (!isStale(order)) continue;
+    m_children[order].m_bCancelling = true;
+    return orders().orders()[order].m_nMarketId;
+  }
+  return 0;
+}
 
 void CAlgoTask::onSent(int, const SOrderDue& due) {
   m_due.pop_back();

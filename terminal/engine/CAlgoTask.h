@@ -30,7 +30,9 @@ class CAlgoTask : public CSubTask {
   double boundPrice(int line, double price) const override;
   void advanceTo(std::int64_t now, const VolumeOf& volumeOf) override;
   bool isOver(std::int64_t now) const override { return m_schedule.hasEnded(now); }
-  std::vector<std::uint64_t> takeCancels() override;
+  /// What a pause leaves in the market is not replaced meanwhile.
+  bool hasStale() const override { return !m_stale.empty() && isOpen(); }
+  std::uint64_t takeStale() override;
   bool isDue(std::int64_t now) const override;
   desk::SPublication publish() override;
   std::unique_ptr<TC::CTaskProgress> progress() const override;
@@ -72,7 +74,7 @@ class CAlgoTask : public CSubTask {
   bool isStale(std::size_t order) const;
   void plan(std::int64_t now, const VolumeOf& volumeOf);
   int dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeOf);
-  void cancelStale();
+  void findStale();
 
   CAlgoSchedule m_schedule;
   std::int64_t m_nProgressMsec;
@@ -83,7 +85,7 @@ class CAlgoTask : public CSubTask {
   std::vector<SLineState> m_states;  ///< by line
   std::vector<SChild> m_children;    ///< by order
   std::vector<SOrderDue> m_due;      ///< the next one last
-  std::vector<std::uint64_t> m_cancels;
+  std::vector<std::size_t> m_stale;  ///< orders that are to be replaced, the next one last
 };
 
 }  // namespace engine

@@ -15,18 +15,6 @@ using namespace ksservice;
 
 namespace {
 
-int orderTypeOf(TC::EAlgorithm algorithm) {
-  switch (algorithm) {
-    case TC::EAlgorithm::TWAP:
-      return EORT_Algo;
-    case TC::EAlgorithm::VWAP:
-      return EORT_Algo2;
-    case TC::EAlgorithm::POV:
-      return EORT_Algo3;
-  }
-  return EORT_Plain;
-}
-
 /// The price for calculation and for an order is the last price.
 TC::CQuote toHostQuote(const exchange::SQuote& quote) {
   return {quote.m_dLast, quote.m_dBid,     quote.m_dAsk,      quote.m_dLast,
@@ -40,11 +28,10 @@ bool isSame(const TC::CQuote& a, const TC::CQuote& b) {
 }  // namespace
 
 CEngine::CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings settings)
-    : m_desk(desk), m_market(market), m_settings(std::move(settings)) {
-  m_market.setListener(this);
-}
-
-CEngine::~CEngine() { m_market.setListener(nullptr); }
+    : m_desk(desk),
+      m_market(market),
+      m_settings(std::move(settings)),
+      m_router(market, m_settings.m_limits, m_settings.m_nDayStart) {}
 
 boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket) {
   auto command = boost::make_shared<COrderCommand>();
@@ -121,6 +108,8 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
     }
     m_active.push_back(m_subTasks.back().get());
     m_active.back()->begin(seconds());
+    // Shown from now on.
+    m_router.rates().numberOf(m_active.back()->accountKey());
     ++started;
     lines += part.m_lines.size();
     for (const SOrderLine& line : part.m_lines) watch(line.m_stock.m_strMarket, line.m_stock.m_strCode);
@@ -137,22 +126,20 @@ void CEngine::start(const boost::shared_ptr<COrderCommand>& command, int taskId,
 }
 
 void CEngine::advanceTo(std::int64_t msec) {
-  const std::int64_t elapsed = msec - m_nNow;
   m_nNow = msec;
+  m_router.advanceTo(msec);
   endSchedules();
   const exchange::EPhase phase = m_market.phase(exchange::EKind::Share);
-  const bool continuous = exchange::isMatchingPhase(phase);
   if (phase == exchange::EPhase::Closed) stopAll();
-  if (continuous || phase == exchange::EPhase::ClosingAuction) runSchedules();
-  if (continuous || std::any_of(m_active.begin(), m_active.end(), [this](auto* task) { return maySend(*task); })) {
-    m_dSendCredit += static_cast<double>(elapsed) * m_settings.m_dOrdersPerSecond / 1000;
-    sendDue();
-  }
+  if (exchange::isMatchingPhase(phase) || phase == exchange::EPhase::ClosingAuction) runSchedules();
+  sendDue();
+  haltAtDayLimit();
   if (m_nNow >= m_nNextQuotes) publishQuotes();
   if (m_nNow >= m_nNextTell) {
     m_nNextTell = m_nNow + m_settings.m_nTellMsec;
     // Also those that have ended: a cancel may come too late after its task's end.
     for (const auto& task : m_subTasks) tellIncidents(*task);
+    tellBeyond();
   }
   publishChanges();
 }
@@ -160,7 +147,7 @@ void CEngine::advanceTo(std::int64_t msec) {
 /// A schedule ends at its time, whether the market matches then or not.
 void CEngine::endSchedules() {
   for (CSubTask* task : m_active) {
-    if (task->isEnded() || task->isStopped() || !task->isOver(m_nNow)) continue;
+    if (task->isEnded() || task->isCancelling() || !task->isOver(m_nNow)) continue;
     task->stop("算法时间已到，余量未成交", seconds());
     cancelWorking(*task);
   }
@@ -174,46 +161,51 @@ void CEngine::runSchedules() {
   for (CSubTask* task : m_active) {
     if (task->isEnded() || task->isStopped()) continue;
     task->advanceTo(m_nNow, volumeOf);
-    for (const std::uint64_t id : task->takeCancels()) m_market.cancel(id);
+    replaceStale(*task);
+  }
+}
+
+void CEngine::replaceStale(CSubTask& task) {
+  while (task.hasStale() && m_router.mayReplace(task.accountKey())) {
+    if (const std::uint64_t id = task.takeStale()) m_router.cancel(id);
   }
 }
 
 /// Limit orders go into the auctions, too. A schedule plans nothing in those of the open; an order that takes whatever
 /// price there is waits for continuous trading.
-bool CEngine::maySend(const CSubTask& task) const {
-  if (!task.canSend()) return false;
+bool CEngine::maySend(const CSubTask& task) {
+  if (!task.canSend() || !m_router.mayOrder(task.accountKey())) return false;
   const SOrderLine& line = task.lines()[static_cast<std::size_t>(task.nextOrder().m_nLine)];
   const exchange::EPhase phase = m_market.phase(exchange::kindOf(line.m_stock.m_strMarket));
   return exchange::isMatchingPhase(phase) || (exchange::isAuction(phase) && !line.isAtMarketPrice());
 }
 
-/// Sends in turn for every task that has something to send, so that the accounts of a basket advance side by side.
+/// Sends in turn for every task that may send something, the one first whose last order is the oldest, so that the
+/// tasks of an account advance side by side however few orders it has left.
 void CEngine::sendDue() {
-  bool sent = true;
-  while (sent && m_dSendCredit >= 1) {
-    sent = false;
-    for (CSubTask* task : m_active) {
-      if (m_dSendCredit < 1 || !maySend(*task)) continue;
-      m_dSendCredit -= 1;
-      sendNext(*task);
-      sent = true;
+  const auto cannot = [this](const CSubTask* task) { return !maySend(*task); };
+  std::vector<CSubTask*> due = m_active;
+  std::erase_if(due, cannot);
+  std::stable_sort(due.begin(), due.end(),
+                   [](const CSubTask* a, const CSubTask* b) { return a->lastOrder() < b->lastOrder(); });
+  for (; !due.empty(); std::erase_if(due, cannot)) {
+    for (CSubTask* task : due) {
+      if (maySend(*task)) sendNext(*task);
     }
   }
-  // What was not used while nothing was to be sent is not saved up for a burst.
-  if (!sent) m_dSendCredit = std::min(m_dSendCredit, 1.0);
 }
 
 void CEngine::sendNext(CSubTask& task) {
   if (!task.hasStarted()) tell((boost::format("任务 [%1%] 开始委托") % task.key()).str());
   const exchange::SMarketOrder order = priceOrder(task, task.nextOrder());
   const int index = task.send(order.m_nId, order.m_dPrice, seconds());
-  submit(task, index, order);
+  m_router.submit(task, index, order);
 }
 
 exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due) {
   const SOrderLine& line = task.lines()[static_cast<std::size_t>(due.m_nLine)];
   exchange::SMarketOrder order;
-  order.m_nId = nextOrderId();
+  order.m_nId = m_router.nextId();
   order.m_nInstrument = m_market.findInstrument(line.m_stock.m_strMarket, line.m_stock.m_strCode);
   order.m_bBuy = DataHelper::isBuy(line.m_nOperation);
   order.m_nQuantity = due.m_nQuantity;
@@ -224,37 +216,11 @@ exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask:
   return order;
 }
 
-void CEngine::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order) {
-  m_orders.push_back({&owner, index});
-  if (order.m_nInstrument < 0) {
-    owner.onRejected(index, {"证券未上市", true}, seconds());
-    return;
-  }
-  m_market.submit(order);
-}
-
 double CEngine::oppositePrice(int instrument, bool buy, double fallback) {
   const exchange::SQuote quote = m_market.quote(instrument);
   const double opposite = buy ? quote.m_dAsk : quote.m_dBid;
   if (opposite > 0) return opposite;
   return quote.m_dLast > 0 ? quote.m_dLast : fallback;
-}
-
-void CEngine::onReport(const exchange::SReport& report) {
-  // Copied: an owner that is told may send an order, which moves the list.
-  const SOrderRef ref = m_orders[report.m_nId - 1];
-  switch (report.m_kind) {
-    case exchange::EReport::Accepted:
-      return ref.m_pOwner->onAccepted(ref.m_nOrder);
-    case exchange::EReport::Rejected:
-      return ref.m_pOwner->onRejected(ref.m_nOrder, {report.m_pMessage, report.m_bLasting}, seconds(report));
-    case exchange::EReport::Filled:
-      return ref.m_pOwner->onFilled(ref.m_nOrder, report.m_nQuantity, report.m_dAmount, seconds(report));
-    case exchange::EReport::Cancelled:
-      return ref.m_pOwner->onCancelled(ref.m_nOrder, report.m_pMessage, seconds(report));
-    case exchange::EReport::CancelRejected:
-      return ref.m_pOwner->onCancelRejected(ref.m_nOrder, report.m_pMessage);
-  }
 }
 
 bool CEngine::operate(int taskId, const std::string& accountKey, int operation) {
@@ -307,13 +273,26 @@ bool CEngine::apply(CSubTask& task, int operation) {
 }
 
 bool CEngine::cancelWorking(const CSubTask& task) {
-  for (const std::uint64_t id : task.workingOrders()) m_market.cancel(id);
+  for (const std::uint64_t id : task.workingOrders()) m_router.cancel(id);
   return true;
 }
 
 void CEngine::stopAll() {
   for (CSubTask* task : m_active) {
     if (task->hasUnsent()) task->stop("收市，余量未委托", seconds());
+  }
+}
+
+/// What an account may not send any more today is given up: the rest can be handed to another account at once. What
+/// works goes on working, and can be cancelled. A paused task waits for its user, who is told when it is resumed.
+void CEngine::haltAtDayLimit() {
+  if (!m_router.rates().isAnyDayOver()) return;
+  tellReached();
+  for (CSubTask* task : m_active) {
+    if (task->status() != ETS_Running || !task->hasUnsent() || !m_router.isDayOver(task->accountKey())) continue;
+    task->halt("账户今日报撤已达上限，余量未委托", seconds());
+    // The end of a task is told with its message.
+    if (!task->isEnded()) tell((boost::format("任务 [%1%] %2%") % task->key() % task->message()).str(), true);
   }
 }
 
@@ -388,8 +367,21 @@ void CEngine::publishQuotes() {
   if (!changed.empty()) m_desk.setQuotes(changed);
 }
 
-int CEngine::seconds(const exchange::SReport& report) const {
-  return static_cast<int>(m_settings.m_nDayStart + report.m_nTime / 1000);
+std::string CEngine::displayId(const std::string& account) const {
+  desk::SAccount entry;
+  return m_desk.findAccount(account, entry) ? entry.m_pInfo->m_strDisplayId : account;
+}
+
+void CEngine::tellReached() {
+  for (const std::string& account : m_router.rates().takeReached()) {
+    tell(dayOverText(displayId(account), m_settings.m_limits.m_nPerDay), true);
+  }
+}
+
+void CEngine::tellBeyond() {
+  for (const SOrderUse& use : m_router.rates().takeBeyond()) {
+    tell(beyondText(displayId(use.m_strAccount), use.m_nBeyond), true);
+  }
 }
 
 void CEngine::tell(const std::string& text, bool warning) const {

@@ -9,6 +9,7 @@
 
 #include "CAlgoTask.h"
 #include "CDesk.h"
+#include "COrderRouter.h"
 #include "IMarket.h"
 #include "IOrderOwner.h"
 #include "LineVolumes.h"
@@ -16,13 +17,13 @@
 namespace engine {
 
 struct SEngineSettings {
-  std::int64_t m_nDayStart = 0;    ///< 00:00 of the trading day at the exchange, seconds since the epoch
-  double m_dOrdersPerSecond = 50;  ///< of all tasks together
-  int m_nPublishMsec = 100;        ///< a task publishes at most one detail in this time
-  int m_nProgressMsec = 10000;     ///< a server task publishes its progress at most once in this time
-  int m_nReplyMsec = 200;          ///< until a request to the server is carried out and answered
-  int m_nTellMsec = 10000;         ///< how often refusals and the like are told in the log
-  int m_nQuoteMsec = 3000;         ///< how often the quotes of the securities in use are taken to the desk
+  std::int64_t m_nDayStart = 0;  ///< 00:00 of the trading day at the exchange, seconds since the epoch
+  SOrderLimits m_limits;         ///< of each account
+  int m_nPublishMsec = 100;      ///< a task publishes at most one detail in this time
+  int m_nProgressMsec = 10000;   ///< a server task publishes its progress at most once in this time
+  int m_nReplyMsec = 200;        ///< until a request to the server is carried out and answered
+  int m_nTellMsec = 10000;       ///< how often refusals and the like are told in the log
+  int m_nQuoteMsec = 3000;       ///< how often the quotes of the securities in use are taken to the desk
   int m_nFirstTaskId = 1;
   std::string m_strUser;
   std::string m_strLogin;
@@ -57,13 +58,13 @@ struct SEngineEvent {
 /// algorithm's schedule; one task detail for each account, a fresh detail for each change. Stepped by a virtual clock:
 /// it waits for nothing and starts no thread, and the same calls give the same details in the same order. All on one
 /// thread, the one that steps it.
-class CEngine : public exchange::IMarketListener {
+class CEngine {
  public:
   using EventHook = std::function<void(const SEngineEvent&)>;
 
   /// Listens to the market from now on; both must outlive the engine.
   CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings settings);
-  ~CEngine() override;
+  ~CEngine() = default;
   CEngine(const CEngine&) = delete;
   CEngine& operator=(const CEngine&) = delete;
 
@@ -103,10 +104,8 @@ class CEngine : public exchange::IMarketListener {
   void setFollower(ITaskFollower* follower) { m_pFollower = follower; }
   /// A number that no other task of the session has.
   int newTaskId() { return m_settings.m_nFirstTaskId + m_nTasks++; }
-  /// The number that submit() wants for the next order.
-  std::uint64_t nextOrderId() const { return m_orders.size() + 1; }
-  /// Sends an order; its owner, which must outlive the engine, is told of it by the index that it has there.
-  void submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order);
+  /// For what it sends and cancels itself.
+  COrderRouter& router() { return m_router; }
   /// Delivers a detail that is not a basket's.
   void deliver(const desk::SPublication& publication);
   /// What all sub-tasks of a basket and of its patches have traded, CNY, bought and sold alike.
@@ -122,14 +121,7 @@ class CEngine : public exchange::IMarketListener {
   /// Task details published so far.
   std::uint64_t publishedCount() const { return m_nPublished; }
 
-  void onReport(const exchange::SReport& report) override;
-
  private:
-  struct SOrderRef {
-    IOrderOwner* m_pOwner;
-    int m_nOrder;
-  };
-
   /// An instrument and the quote of it that the desk knows.
   struct SWatched {
     int m_nInstrument;
@@ -144,7 +136,8 @@ class CEngine : public exchange::IMarketListener {
   void knowRules(std::vector<SOrderLine>& lines) const;
   void endSchedules();
   void runSchedules();
-  bool maySend(const CSubTask& task) const;
+  void replaceStale(CSubTask& task);
+  bool maySend(const CSubTask& task);
   void sendDue();
   void sendNext(CSubTask& task);
   exchange::SMarketOrder priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due);
@@ -153,28 +146,30 @@ class CEngine : public exchange::IMarketListener {
   bool apply(CSubTask& task, int operation);
   bool cancelWorking(const CSubTask& task);
   void stopAll();
+  void haltAtDayLimit();
   void activate(CSubTask& task);
   void publishChanges();
   void publish(CSubTask& task);
   void tellIncidents(CSubTask& task) const;
   void publishQuotes();
-  int seconds(const exchange::SReport& report) const;
+  void tellReached();
+  void tellBeyond();
+  std::string displayId(const std::string& account) const;
 
   desk::CDesk& m_desk;
   exchange::IMarket& m_market;
   SEngineSettings m_settings;
+  COrderRouter m_router;
   EventHook m_eventHook;
   ITaskFollower* m_pFollower = nullptr;
   std::int64_t m_nNow = 0;
   std::int64_t m_nNextQuotes = 0;
   std::int64_t m_nNextTell = 0;
-  double m_dSendCredit = 0;
   int m_nTasks = 0;
   std::uint64_t m_nPublished = 0;
   std::vector<std::unique_ptr<CSubTask>> m_subTasks;
   std::vector<CSubTask*> m_active;  ///< those that are not settled
   std::vector<SWatched> m_watched;  ///< instruments in use
-  std::vector<SOrderRef> m_orders;  ///< by the order's number at the market, less 1
 };
 
 }  // namespace engine

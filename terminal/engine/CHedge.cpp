@@ -65,8 +65,9 @@ int CHedge::nextOrder() const {
   return std::max(0, std::min(missing(), room));
 }
 
-bool CHedge::checkLimit() {
-  if (m_eMode != EMode::Running || m_nUsed < m_param.m_nOrderLimit || missing() <= 0 || hasWorkingOrder()) return false;
+bool CHedge::checkLimit(bool dayOver) {
+  const bool usedUp = dayOver || m_nUsed >= m_param.m_nOrderLimit;
+  if (m_eMode != EMode::Running || !usedUp || missing() <= 0 || hasWorkingOrder()) return false;
   m_eMode = EMode::AtLimit;
   return m_bDirty = true;
 }
@@ -86,16 +87,15 @@ int CHedge::send(std::uint64_t marketId, int lots, double price, std::int64_t ms
   return m_orders.add({marketId, m_identity.m_stock, m_param.m_nOperation, lots, price});
 }
 
-std::vector<std::uint64_t> CHedge::takeStale(std::int64_t since, double price) {
-  std::vector<std::uint64_t> stale;
-  if (!hasWorkingOrder()) return stale;
+std::uint64_t CHedge::takeStale(std::int64_t since, double price) {
+  if (!hasWorkingOrder()) return 0;
   for (std::size_t i = 0; i < m_sent.size(); ++i) {
     const COrderSheet::SOrder& order = m_orders.orders()[i];
     if (order.m_info.m_bCompleted || m_sent[i] > since || order.m_info.m_dPrice == price) continue;
     m_sent[i] = CANCELLING;
-    stale.push_back(order.m_nMarketId);
+    return order.m_nMarketId;
   }
-  return stale;
+  return 0;
 }
 
 bool CHedge::wasRejectedAfter(std::int64_t msec) const {

@@ -34,13 +34,14 @@ class CHedge : public IOrderOwner {
   enum class EMode {
     Running,
     Paused,   ///< until the user resumes the task
-    AtLimit,  ///< its orders are used up: paused, and a resume grants them anew
+    AtLimit,  ///< its orders, or its account's of the day, are used up: paused, and a resume grants its own anew
     Stopped   ///< for good
   };
 
   CHedge(SHedgeIdentity identity, const ksservice::CBasketHedgeParam& param);
 
   const SHedgeIdentity& identity() const { return m_identity; }
+  const std::string& accountKey() const override { return m_identity.m_pAccount->getKey(); }
   const ksservice::CBasketHedgeParam& param() const { return m_param; }
   /// Takes new settings; what is traded, for whom and how stays as it was.
   void setParam(const ksservice::CBasketHedgeParam& param);
@@ -59,8 +60,9 @@ class CHedge : public IOrderOwner {
   /// Lots of the next order, so that no more than the lots at a time are in the market; 0 while the hedge does not run,
   /// nothing is missing, or the orders are used up.
   int nextOrder() const;
-  /// Becomes AtLimit when something is missing for which it may send no order any more. Returns whether it did.
-  bool checkLimit();
+  /// Becomes AtLimit when something is missing for which it may send no order any more, which is so, too, when its
+  /// account's day is over. Returns whether it did.
+  bool checkLimit(bool dayOver);
   /// Whether most of the orders are used up; true once for each grant of orders.
   bool takeWarning();
   /// Orders sent since the hedge was started, or resumed after its limit.
@@ -69,9 +71,9 @@ class CHedge : public IOrderOwner {
   int send(std::uint64_t marketId, int lots, double price, std::int64_t msec, int seconds);
   bool hasWorkingOrder() const { return m_orders.workingCount() > 0; }
   std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
-  /// The market's numbers of the orders that work since a time, milliseconds since midnight, or longer at another price
-  /// than this; each once.
-  std::vector<std::uint64_t> takeStale(std::int64_t since, double price);
+  /// The market's number of an order that works since a time, milliseconds since midnight, or longer at another price
+  /// than this; each once, 0 for none.
+  std::uint64_t takeStale(std::int64_t since, double price);
   /// Whether the market has refused an order that was sent after a time, milliseconds since midnight.
   bool wasRejectedAfter(std::int64_t msec) const;
 

@@ -97,7 +97,7 @@ void CHedger::pause(int groupId) {
 void CHedger::stop(int groupId) {
   CHedge* hedge = find(groupId);
   if (!hedge || !hedge->stop()) return;
-  cancel(hedge->workingOrders());
+  for (const std::uint64_t id : hedge->workingOrders()) m_engine.router().cancel(id);
   tell(groupId, "停止");
   report(groupId, *hedge);
 }
@@ -114,15 +114,31 @@ void CHedger::beforePublishing() {
 }
 
 void CHedger::afterPublishing() {
+  if (m_market.isMatching(exchange::EKind::IndexFuture)) tradeInTurn();
   for (const auto& [groupId, hedge] : m_hedges) {
-    if (m_market.isMatching(exchange::EKind::IndexFuture)) trade(*hedge);
     if (hedge->takeWarning()) tellUsed(groupId, *hedge);
-    if (hedge->checkLimit()) {
-      tell(groupId, "已达到最大委托次数", true);
-      if (m_hooks.m_status) m_hooks.m_status(groupId, TC::EHS_Paused);
-    }
+    checkLimit(groupId, *hedge);
     report(groupId, *hedge);
   }
+}
+
+/// The first one that its account's pace holds back is the first one next time.
+void CHedger::tradeInTurn() {
+  bool held = false;
+  auto next = m_hedges.lower_bound(m_nFirstGroup);
+  for (std::size_t i = 0; i < m_hedges.size(); ++i, ++next) {
+    if (next == m_hedges.end()) next = m_hedges.begin();
+    if (trade(*next->second) || held) continue;
+    held = true;
+    m_nFirstGroup = next->first;
+  }
+}
+
+void CHedger::checkLimit(int groupId, CHedge& hedge) {
+  const bool dayOver = m_engine.router().isDayOver(hedge.accountKey());
+  if (!hedge.checkLimit(dayOver)) return;
+  tell(groupId, dayOver ? "已暂停: 账户今日报撤已达上限" : "已达到最大委托次数", true);
+  if (m_hooks.m_status) m_hooks.m_status(groupId, TC::EHS_Paused);
 }
 
 void CHedger::follow(int groupId, CHedge& hedge) {
@@ -142,24 +158,33 @@ void CHedger::storeTarget(int groupId, const CHedge& hedge) {
   m_desk.setHedgeParam(desk::EHedgeSource::Stored, given.m_nCommandId, given.m_param);
 }
 
-void CHedger::trade(CHedge& hedge) {
-  if (hedge.mode() != CHedge::EMode::Running) return;
+/// False when there is an order that the pace of the account holds back.
+bool CHedger::trade(CHedge& hedge) {
+  if (hedge.mode() != CHedge::EMode::Running) return true;
   const double price = orderPrice(hedge);
-  cancel(hedge.takeStale(m_engine.now() - STALE_MSEC, price));
+  replaceStale(hedge, price);
   const int lots = hedge.nextOrder();
-  if (lots == 0 || hedge.wasRejectedAfter(m_engine.now() - RETRY_MSEC)) return;
+  if (lots == 0 || hedge.wasRejectedAfter(m_engine.now() - RETRY_MSEC)) return true;
+  COrderRouter& router = m_engine.router();
+  if (!router.mayOrder(hedge.accountKey())) return false;
   exchange::SMarketOrder order;
-  order.m_nId = m_engine.nextOrderId();
+  order.m_nId = router.nextId();
   order.m_nInstrument = hedge.identity().m_nInstrument;
   order.m_bBuy = DataHelper::isBuy(hedge.param().m_nOperation);
   order.m_dPrice = price;
   order.m_nQuantity = lots;
   const int index = hedge.send(order.m_nId, lots, order.m_dPrice, m_engine.now(), m_engine.seconds());
-  m_engine.submit(hedge, index, order);
+  router.submit(hedge, index, order);
+  return true;
 }
 
-void CHedger::cancel(const std::vector<std::uint64_t>& orders) {
-  for (const std::uint64_t id : orders) m_market.cancel(id);
+void CHedger::replaceStale(CHedge& hedge, double price) {
+  COrderRouter& router = m_engine.router();
+  while (router.mayReplace(hedge.accountKey())) {
+    const std::uint64_t id = hedge.takeStale(m_engine.now() - STALE_MSEC, price);
+    if (id == 0) return;
+    router.cancel(id);
+  }
 }
 
 double CHedger::orderPrice(const CHedge& hedge) const {

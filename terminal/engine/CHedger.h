@@ -60,8 +60,10 @@ class CHedger : public ITaskFollower {
   boost::shared_ptr<ksservice::COrderCommand> makeCommand(int groupId, int basketCommandId, int taskId) const;
   void follow(int groupId, CHedge& hedge);
   void storeTarget(int groupId, const CHedge& hedge);
-  void trade(CHedge& hedge);
-  void cancel(const std::vector<std::uint64_t>& orders);
+  void tradeInTurn();
+  bool trade(CHedge& hedge);
+  void replaceStale(CHedge& hedge, double price);
+  void checkLimit(int groupId, CHedge& hedge);
   double orderPrice(const CHedge& hedge) const;
   int stateOf(int groupId, const CHedge& hedge) const;
   void report(int groupId, CHedge& hedge);
@@ -74,6 +76,7 @@ class CHedger : public ITaskFollower {
   SHooks m_hooks;
   std::map<int, SGiven> m_params;                   ///< by group
   std::map<int, std::unique_ptr<CHedge>> m_hedges;  ///< those that were started, by group
+  int m_nFirstGroup = 0;                            ///< from which on it is their turn to trade
 };
 
 }  // namespace engine

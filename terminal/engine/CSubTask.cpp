@@ -106,10 +106,10 @@ void CSubTask::onCancelled(int order, const std::string& message, int seconds) {
 /// order finds it filled as a matter of course.
 void CSubTask::onCancelRejected(int order, const std::string& message) {
   const bool open = !m_orders.orders()[static_cast<std::size_t>(order)].m_info.m_bCompleted;
-  if (open || m_bStopped) noteOrder(CIncidents::EKind::LateCancel, message, order);
-  if (!open || !m_bStoppedByUser || m_bDropped) return;
+  if (open || m_bCancelling) noteOrder(CIncidents::EKind::LateCancel, message, order);
+  if (!open || !m_bCancelledByUser || m_bDropped) return;
   // The user may ask again, or let the task go on: until then it rests.
-  m_bStopped = m_bStoppedByUser = false;
+  m_bStopped = m_bCancelling = m_bCancelledByUser = false;
   m_bPaused = m_bDirty = true;
 }
 
@@ -156,13 +156,20 @@ bool CSubTask::resume() {
   return true;
 }
 
-bool CSubTask::stop(const std::string& message, int seconds) {
+bool CSubTask::halt(const std::string& message, int seconds) {
   if (isEnded() || m_bStopped) return false;
   m_bStopped = true;
-  m_bStoppedByUser = message.empty();
   m_strMessage = message;
   m_bDirty = true;
   endIfDone(seconds);
+  return true;
+}
+
+bool CSubTask::stop(const std::string& message, int seconds) {
+  if (isEnded() || m_bCancelling) return false;
+  m_bCancelling = true;
+  m_bCancelledByUser = message.empty();
+  halt(message, seconds);
   return true;
 }
 

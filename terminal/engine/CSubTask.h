@@ -41,7 +41,7 @@ class CSubTask : public IOrderOwner {
   int basketId() const { return m_identity.m_pCommand->m_nTaskId; }
   const std::string& key() const { return m_strKey; }
   const ksservice::CAccountInfo& account() const { return *m_identity.m_pAccount; }
-  const std::string& accountKey() const { return m_identity.m_pAccount->getKey(); }
+  const std::string& accountKey() const override { return m_identity.m_pAccount->getKey(); }
   /// Whether it runs on the server: its orders are not the terminal's.
   virtual bool isServerTask() const { return false; }
   /// Whether it trades what its basket left over.
@@ -62,6 +62,8 @@ class CSubTask : public IOrderOwner {
   /// Whether something is left that may still be sent, now or later.
   virtual bool hasUnsent() const { return !m_bStopped && !isAllSent(); }
   bool hasStarted() const { return !m_orders.isEmpty(); }
+  /// The market's number of the order that it sent last; 0 before the first.
+  std::uint64_t lastOrder() const { return hasStarted() ? m_orders.orders().back().m_nMarketId : 0; }
   /// The order that is sent next; only while canSend().
   virtual SOrderDue nextOrder() const;
   /// The price at which the task lets an order go out that would go out at this one, CNY.
@@ -75,8 +77,10 @@ class CSubTask : public IOrderOwner {
   virtual void advanceTo(std::int64_t /*now*/, const VolumeOf&) {}
   /// Whether its time is over: what is left is not traded.
   virtual bool isOver(std::int64_t /*now*/) const { return false; }
-  /// The market's numbers of orders that it wants to be cancelled, each once.
-  virtual std::vector<std::uint64_t> takeCancels() { return {}; }
+  /// Whether it wants orders to be cancelled, because others are to take their place.
+  virtual bool hasStale() const { return false; }
+  /// The market's number of the next one of these, each once; 0 when all of them have ended.
+  virtual std::uint64_t takeStale() { return 0; }
 
   /// The market's numbers of the orders that may still fill.
   std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
@@ -93,15 +97,20 @@ class CSubTask : public IOrderOwner {
   /// Each returns whether the operation changed anything.
   bool pause();
   bool resume();
-  /// No further line is sent; the task ends when its working orders have ended. The engine cancels those; where the
-  /// market refuses that while they are open, a task that its user stopped is paused. message: why; empty for the user.
+  /// No further line is sent; the task ends when its working orders have ended.
+  bool halt(const std::string& message, int seconds);
+  /// As halt, and the engine cancels the working orders; where the market refuses that while they are open, a task that
+  /// its user stopped is paused. It may follow a halt, whose message stays. message: why; empty for the user.
   bool stop(const std::string& message, int seconds);
   /// Gives the task up: as stop, and its status is "dropped" at once.
   bool drop(int seconds);
 
   /// Whether its last order has ended and no further one is sent.
   bool isEnded() const { return m_nEndStatus != 0; }
+  /// Whether no further line is sent.
   bool isStopped() const { return m_bStopped; }
+  /// Whether its working orders were cancelled, or are about to be.
+  bool isCancelling() const { return m_bCancelling; }
   bool isDirty() const { return m_bDirty; }
   /// Whether a fresh detail may be published now.
   virtual bool isDue(std::int64_t /*now*/) const { return m_bDirty; }
@@ -139,7 +148,8 @@ class CSubTask : public IOrderOwner {
   std::vector<int> m_firstOrders;  ///< by line that was begun; those of a line stand together
   bool m_bPaused = false;
   bool m_bStopped = false;
-  bool m_bStoppedByUser = false;
+  bool m_bCancelling = false;
+  bool m_bCancelledByUser = false;
   bool m_bDropped = false;
   bool m_bDirty = true;
   int m_nPublishedStatus = 0;

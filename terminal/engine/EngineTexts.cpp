@@ -34,4 +34,12 @@ const char* operationText(int operation) {
   }
 }
 
+std::string dayOverText(const std::string& account, int limit) {
+  return "账户 " + account + " 今日报撤已达上限 " + std::to_string(limit) + " 笔: 不再委托, 撤单照常";
+}
+
+std::string beyondText(const std::string& account, int cancels) {
+  return "账户 " + account + " 超出今日报撤上限的撤单: " + std::to_string(cancels) + " 笔";
+}
+
 }  // namespace engine

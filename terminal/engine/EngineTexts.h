@@ -1,5 +1,7 @@
-/// What the log calls a task's status and the operations on it. Any thread.
+/// What the log calls a task's status and the operations on it, and what it says of accounts. Any thread.
 #pragma once
+
+#include <string>
 
 namespace engine {
 
@@ -7,5 +9,10 @@ namespace engine {
 const char* statusText(int status);
 /// Of an ETaskOperation.
 const char* operationText(int operation);
+
+/// Of an account that has come to its limit of orders and cancels of the day.
+std::string dayOverText(const std::string& account, int limit);
+/// Of an account of which so many cancels went beyond it.
+std::string beyondText(const std::string& account, int cancels);
 
 }  // namespace engine

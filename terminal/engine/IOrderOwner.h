@@ -15,6 +15,8 @@ struct SRefusal {
 class IOrderOwner {
  public:
   virtual ~IOrderOwner() = default;
+  /// Key of the account whose orders they are.
+  virtual const std::string& accountKey() const = 0;
   virtual void onAccepted(int order) = 0;
   virtual void onRejected(int order, const SRefusal& refusal, int seconds) = 0;
   /// amount: CNY of this fill.

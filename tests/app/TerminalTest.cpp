@@ -2,6 +2,7 @@
 #include <QSettings>
 
 #include "CNewBasketWindow.h"
+#include "OrderUse.h"
 #include "SessionSetup.h"
 #include "TerminalRun.h"
 #include "ksservice/Helpers.h"
@@ -17,6 +18,8 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--speed", "fast"}, "option --speed needs a number above 0"},
       {{"--seed", "-3"}, "option --seed needs a whole number from 0, not '-3'"},
       {{"--accounts", "0"}, "option --accounts needs a whole number from 1"},
+      {{"--orders-per-second", "0"}, "option --orders-per-second needs a whole number from 1 to 100000, not '0'"},
+      {{"--orders-per-day", "many"}, "option --orders-per-day needs a whole number from 1 to 10000000, not 'many'"},
       {{"--hedge", "IF2612"}, "option --hedge needs a future and a ratio like IF2612:1.0, not 'IF2612'"},
       {{"--hedge", ":1"}, "option --hedge needs a future and a ratio"},
       {{"--hedge", "IF2612:0"}, "option --hedge for its ratio needs a number above 0"},
@@ -176,6 +179,18 @@ TEST(Instruments, SayHowTheirBuysAreSized) {
   EXPECT_EQ(sizes("BJ", "830008"), "100, 1 by one");
   EXPECT_EQ(sizes("SZ", "300750"), "100, 100");
   EXPECT_EQ(sizes("SH", "600000"), "100, 100");
+}
+
+TEST(OrderUse, ShowsTheAccountThatHasSentMostAndAllInItsTip) {
+  std::vector<app::SAccountUse> accounts;
+  for (int i = 1; i <= 60; ++i) accounts.push_back({QString::number(1000 + i), {"A", i, i == 30 ? 19000 : 10 * i, 0}});
+  EXPECT_EQ(app::orderUseText({}, {}), "");
+  EXPECT_EQ(app::orderUseText({accounts[0]}, {}), QStringLiteral("报撤 1001: 每秒 1/280 今日 10/19000"));
+  EXPECT_EQ(app::orderUseText(accounts, {}),
+            QStringLiteral("报撤 1030: 每秒 30/280 今日 19000/19000 已达上限 (共 60 户)"));
+  const QString tip = app::orderUseTip(accounts, {});
+  EXPECT_EQ(tip.count("<td"), 3) << "more than fit below each other";
+  for (const app::SAccountUse& each : accounts) EXPECT_EQ(tip.count(each.m_strDisplayId + ": "), 1);
 }
 
 TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {

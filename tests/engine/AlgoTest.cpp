@@ -159,11 +159,11 @@ TEST_F(AlgoTask, AChildWhoseRestCouldNotBeOrderedAnewIsNotReplaced) {
   SOneChild kept;
   kept.m_task.onFilled(0, 100, 8300, 0);
   kept.advanceTo(90);
-  EXPECT_TRUE(kept.m_task.takeCancels().empty());
+  EXPECT_EQ(kept.m_task.takeStale(), 0U);
 
   SOneChild unlucky;
   unlucky.advanceTo(90);
-  EXPECT_EQ(unlucky.m_task.takeCancels(), std::vector<std::uint64_t>{1});
+  EXPECT_EQ(unlucky.m_task.takeStale(), 1U);
   unlucky.m_task.onFilled(0, 100, 8300, 0);
   unlucky.m_task.onCancelled(0, "", 0);
   EXPECT_EQ(unlucky.m_task.status(), ETS_Cancelled) << "nothing can follow";

@@ -9,7 +9,8 @@ using engine::hedgeLots;
 
 /// A rig whose baskets can be hedged with an index future on the account F1.
 struct SHedgeRig : SRig {
-  explicit SHedgeRig(std::uint64_t seed = 1, double rejectRate = 0) : SRig(seed, rejectRate, 4) {
+  explicit SHedgeRig(std::uint64_t seed = 1, double rejectRate = 0, int perDay = 19000)
+      : SRig(seed, rejectRate, {.m_nPerSecond = 10, .m_nPerDay = perDay}) {
     addAccount("F1", 1);
     addAccount("S1");
     TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
@@ -24,6 +25,15 @@ struct SHedgeRig : SRig {
   }
 
   engine::CHedger& hedger() { return m_simulation.hedger(); }
+
+  /// The rig's basket in five parts, for which its account needs twenty seconds.
+  engine::SBasketOrder basket(std::size_t accounts = 1) const {
+    engine::SBasketOrder basket = SRig::basket(accounts);
+    for (engine::SOrderLine& line : basket.m_lines) line.m_nQuantity = line.m_nQuantity / 500 * 100;
+    const std::vector<engine::SOrderLine> part = basket.m_lines;
+    for (int i = 1; i < 5; ++i) basket.m_lines.insert(basket.m_lines.end(), part.begin(), part.end());
+    return basket;
+  }
 
   static constexpr int TASK = 101;  ///< a rig's first
   /// Starts the rig's basket, every line so many times, and its hedge.
@@ -143,7 +153,7 @@ TEST_F(HedgeTest, PauseKeepsTheTargetAndResumeCatchesUp) {
   const auto figures = [this] { return std::pair(target(), traded()); };
   const auto before = figures();
   ASSERT_GT(before.second, 0);
-  runTo(9, 45);
+  runTo(9, 30, 15);
   EXPECT_EQ(figures(), before);
   hedger().pause(TASK);
   hedger().start(TASK);
@@ -216,6 +226,24 @@ TEST_F(HedgeTest, StopsAtItsLimitOfOrdersAndAResumeGrantsThemAnew) {
   EXPECT_EQ(heard("已用 2 笔委托, 上限 3 笔"), 2);
 }
 
+TEST_F(HedgeTest, AtItsAccountsLimitOfADayItAsksForHedgingByHand) {
+  SHedgeRig rig(1, 0, 12);
+  rig.m_param.m_nOrderLots = 1;
+  rig.startHedged(1, 200);
+  rig.runTo(9, 50);
+  EXPECT_EQ(rig.newest("101-1").m_orders.size(), 12U) << "the basket's account has a limit of its own";
+  EXPECT_EQ(rig.hedge()->m_orders.size(), 12U);
+  EXPECT_GT(rig.target(), rig.traded());
+  EXPECT_EQ(rig.state(), TC::EHS_Paused);
+  EXPECT_EQ(rig.m_limits, std::vector<int>{TASK});
+  EXPECT_EQ(rig.heard("! 任务 [101] 套利已暂停: 账户今日报撤已达上限"), 1);
+  EXPECT_EQ(rig.heard("今日报撤已达上限 12 笔"), 2);
+  rig.hedger().start(TASK);
+  rig.runTo(9, 51);
+  EXPECT_EQ(rig.hedge()->m_orders.size(), 12U);
+  EXPECT_EQ(rig.m_limits.size(), 2U) << "told anew";
+}
+
 TEST_F(HedgeTest, ARefusedOrderIsTriedAgainASecondLaterAndUsesUpTheLimit) {
   SHedgeRig rig(1, 0.5);
   rig.m_param.m_nOrderLimit = 10;
@@ -265,7 +293,7 @@ TEST(HedgeDays, NeverExceedTheTargetNorLagByMoreThanARound) {
   for (std::uint64_t seed = 1; seed <= days; ++seed) {
     SCOPED_TRACE(seed);
     SHedgeRig rig(seed);
-    rig.startHedged(1 + seed % 2, 10);
+    rig.startHedged(1 + seed % 2, 4);
     // The basket trades within a minute; afterwards nothing moves but the market.
     for (std::int64_t now = exchange::MORNING_BEGINS; now <= exchange::clockTime(9, 31); now += 100) {
       rig.m_simulation.advanceTo(now);
@@ -276,7 +304,7 @@ TEST(HedgeDays, NeverExceedTheTargetNorLagByMoreThanARound) {
     ASSERT_EQ(rig.traded(), rig.target()) << "at the end of the day";
     lots += rig.target();
   }
-  EXPECT_GT(lots, 50 * days);
+  EXPECT_GT(lots, 20 * days);
 }
 
 }  // namespace

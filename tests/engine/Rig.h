@@ -26,9 +26,9 @@ inline int targetOf(const ksservice::CTaskDetail& detail) {
 
 /// A desk, a simulated exchange of a few dozen securities and an engine on it, with everything that is published kept.
 struct SRig {
-  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, double ordersPerSecond = 50,
+  explicit SRig(std::uint64_t seed = 1, double rejectRate = 0, engine::SOrderLimits limits = {},
                 std::int64_t begin = exchange::DAY_OPENS)
-      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(ordersPerSecond), begin) {
+      : m_simulation(m_desk, makeListed(), exchangeSettings(seed, rejectRate), engineSettings(limits), begin) {
     m_subscription = m_desk.subscribeTasks([this](const boost::shared_ptr<ksservice::IData>& data) {
       m_details.push_back(boost::dynamic_pointer_cast<ksservice::CTaskDetail>(data));
       m_newest[data->getKey()] = m_details.back();
@@ -78,12 +78,8 @@ struct SRig {
     return {.m_nSeed = seed, .m_nDayStart = DAY_START, .m_dRejectRate = rejectRate};
   }
 
-  static engine::SEngineSettings engineSettings(double ordersPerSecond) {
-    return {.m_nDayStart = DAY_START,
-            .m_dOrdersPerSecond = ordersPerSecond,
-            .m_nFirstTaskId = 101,
-            .m_strUser = "u1",
-            .m_strLogin = "L1"};
+  static engine::SEngineSettings engineSettings(engine::SOrderLimits limits = {}) {
+    return {.m_nDayStart = DAY_START, .m_limits = limits, .m_nFirstTaskId = 101, .m_strUser = "u1", .m_strLogin = "L1"};
   }
 
   /// Buys and sells of every security, for the first accounts of the rig.

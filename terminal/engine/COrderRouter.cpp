@@ -1,0 +1,71 @@
+#include "COrderRouter.h"
+
+#include <utility>
+
+namespace engine {
+
+COrderRouter::COrderRouter(exchange::IMarket& market, SOrderLimits limits, std::int64_t dayStart)
+    : m_market(market), m_nDayStart(dayStart), m_rates(limits) {
+  m_market.setListener(this);
+}
+
+COrderRouter::~COrderRouter() { m_market.setListener(nullptr); }
+
+void COrderRouter::advanceTo(std::int64_t msec) {
+  m_nNow = msec;
+  for (int account = 0; account < m_rates.accountCount(); ++account) sendCancels(account);
+}
+
+void COrderRouter::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order) {
+  const int account = m_rates.numberOf(owner.accountKey());
+  m_orders.push_back({&owner, index, account});
+  if (order.m_nInstrument < 0) {
+    m_orders.back().m_bOver = true;
+    owner.onRejected(index, {"证券未上市", true}, seconds(m_nNow));
+    return;
+  }
+  m_rates.count(account, m_nNow);
+  m_market.submit(order);
+}
+
+void COrderRouter::cancel(std::uint64_t id) {
+  SOrderRef& order = ref(id);
+  if (order.m_bOver || std::exchange(order.m_bCancelling, true)) return;
+  m_rates.addCancel(order.m_nAccount, id);
+  sendCancels(order.m_nAccount);
+}
+
+void COrderRouter::sendCancels(int account) {
+  while (const std::uint64_t id = m_rates.takeCancel(account, m_nNow)) {
+    if (ref(id).m_bOver) continue;
+    m_rates.count(account, m_nNow);
+    m_market.cancel(id);
+  }
+}
+
+void COrderRouter::onReport(const exchange::SReport& report) {
+  SOrderRef& order = ref(report.m_nId);
+  if (report.m_kind == exchange::EReport::CancelRejected) {
+    // Whether it has ended its other reports say; until then it may be cancelled again.
+    order.m_bCancelling = false;
+  } else {
+    order.m_bOver = report.m_nLeft == 0 || report.m_kind == exchange::EReport::Rejected;
+  }
+  // An owner that is told may send an order, which moves the list.
+  IOrderOwner& owner = *order.m_pOwner;
+  const int index = order.m_nOrder;
+  switch (report.m_kind) {
+    case exchange::EReport::Accepted:
+      return owner.onAccepted(index);
+    case exchange::EReport::Rejected:
+      return owner.onRejected(index, {report.m_pMessage, report.m_bLasting}, seconds(report.m_nTime));
+    case exchange::EReport::Filled:
+      return owner.onFilled(index, report.m_nQuantity, report.m_dAmount, seconds(report.m_nTime));
+    case exchange::EReport::Cancelled:
+      return owner.onCancelled(index, report.m_pMessage, seconds(report.m_nTime));
+    case exchange::EReport::CancelRejected:
+      return owner.onCancelRejected(index, report.m_pMessage);
+  }
+}
+
+}  // namespace engine
