@@ -245,33 +245,36 @@ TEST_F(EngineOperations, CancelBeforeTheOpenEndsAtOnceAndADropLeavesNoOrderInThe
   for (const COrderInfoPtr& order : newest("102-1").m_orders) EXPECT_TRUE(order->m_bCompleted);
 }
 
+/// Also when it has given up already what its account may not send any more.
 TEST_F(EngineOperations, ACancelThatAnAuctionRefusesPausesTheTaskUntilItsUserAsksAgain) {
-  SRig rig(1, 0, {}, exchange::clockTime(9, 15));
-  std::vector<engine::SOrderLine> lines = rig.basket().m_lines;
-  lines.push_back(line("SH", "600000", EOT_Buy, 1000));
-  lines.back().m_bOwnPrice = true;
-  lines.back().m_nPriceType = EPT_MarketSH;
-  const std::string key = rig.start(lines);
-  EXPECT_EQ(rig.heard("等待开盘"), 0);
-  rig.runTo(9, 21);
-  EXPECT_EQ(rig.newest(key).m_orders.size(), 40u) << "a market price waits for continuous trading";
-  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
-  EXPECT_FALSE(rig.engine().operate(101, "", ETO_Cancel)) << "while it is on its way";
-  rig.runTo(9, 24, 59);
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Paused);
-  EXPECT_EQ(rig.heard("集合竞价此时段不接受撤单（40 笔撤单未成）"), 1) << "asked once";
-  EXPECT_EQ(rig.newest(key).m_strMessage, "");
-  EXPECT_EQ(tradedOf(rig.newest(key)), 0);
-  rig.runTo(9, 25);
-  const int traded = tradedOf(rig.newest(key));
-  EXPECT_GT(traded, targetOf(rig.newest(key)) / 10);
-  rig.runTo(9, 29);
-  EXPECT_EQ(tradedOf(rig.newest(key)), traded);
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Paused);
-  EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
-  rig.runTo(9, 29, 1);
-  EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
-  EXPECT_EQ(tradedOf(rig.newest(key)), traded);
+  for (const int perDay : {19000, 40}) {
+    SRig rig(1, 0, {.m_nPerDay = perDay}, exchange::clockTime(9, 15));
+    std::vector<engine::SOrderLine> lines = rig.basket().m_lines;
+    lines.push_back(line("SH", "600000", EOT_Buy, 1000));
+    lines.back().m_bOwnPrice = true;
+    lines.back().m_nPriceType = EPT_MarketSH;
+    const std::string key = rig.start(lines);
+    EXPECT_EQ(rig.heard("等待开盘"), 0);
+    rig.runTo(9, 21);
+    EXPECT_EQ(rig.newest(key).m_orders.size(), 40u) << "a market price waits for continuous trading";
+    EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
+    EXPECT_FALSE(rig.engine().operate(101, "", ETO_Cancel)) << "while it is on its way";
+    rig.runTo(9, 24, 59);
+    EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Paused);
+    EXPECT_EQ(rig.heard("集合竞价此时段不接受撤单（40 笔撤单未成）"), 1) << "asked once";
+    EXPECT_EQ(rig.newest(key).m_strMessage, perDay > 40 ? "" : "账户今日报撤已达上限，余量未委托");
+    EXPECT_EQ(tradedOf(rig.newest(key)), 0);
+    rig.runTo(9, 25);
+    const int traded = tradedOf(rig.newest(key));
+    EXPECT_GT(traded, targetOf(rig.newest(key)) / 10);
+    rig.runTo(9, 29);
+    EXPECT_EQ(tradedOf(rig.newest(key)), traded);
+    EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Paused);
+    EXPECT_TRUE(rig.engine().operate(101, "", ETO_Cancel));
+    rig.runTo(9, 29, 1);
+    EXPECT_EQ(rig.newest(key).m_nStatus, ETS_Cancelled);
+    EXPECT_EQ(tradedOf(rig.newest(key)), traded);
+  }
 }
 
 TEST_F(EngineRejects, AreKeptWithTheMarketsWords) {
