@@ -113,7 +113,8 @@ TEST_F(Terminal, AHedgeMaySendWhatItsBasketAndScheduleNeed) {
   const nlohmann::json day = hedge({"--algo", "vwap", "--speed", "3000", "--seconds", "6.8"});
   EXPECT_EQ(day[15], "0") << "unhedged lots at the end of the day";
   EXPECT_EQ(day[13], "");
-  const nlohmann::json limited = hedge({"--hedge-orders", "5", "--speed", "600", "--seconds", "1"});
+  // The panel starts the hedge with its first refresh, a second after the begin.
+  const nlohmann::json limited = hedge({"--hedge-orders", "5", "--speed", "300", "--seconds", "3"});
   EXPECT_EQ(limited[9], " 已报5 收到5 ");
   EXPECT_NE(limited[13], "");
 }
