@@ -143,7 +143,7 @@ void CBasketTasksPanel::load(const std::function<void()>& work) {
     work();
   }
   const auto apply = [this] {
-    utils::guarded("CBasketTasksPanel::postLoad", "table", [this] { updateTable(m_nFilter, false); });
+    utils::guarded("CBasketTasksPanel::load", "table", [this] { updateTable(m_nFilter, false); });
   };
   QMetaObject::invokeMethod(this, apply, Qt::QueuedConnection);
 }

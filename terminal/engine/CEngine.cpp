@@ -165,7 +165,9 @@ void CEngine::runSchedules() {
   }
 }
 
+/// What the market would not let go stays as it is.
 void CEngine::replaceStale(CSubTask& task) {
+  if (!exchange::acceptsCancels(m_market.phase(exchange::EKind::Share))) return;
   while (task.hasStale() && m_router.mayReplace(task.accountKey())) {
     if (const std::uint64_t id = task.takeStale()) m_router.cancel(id);
   }
@@ -290,7 +292,7 @@ void CEngine::haltAtDayLimit() {
   tellReached();
   for (CSubTask* task : m_active) {
     if (task->status() != ETS_Running || !task->hasUnsent() || !m_router.isDayOver(task->accountKey())) continue;
-    task->halt("账户今日报撤已达上限，余量未委托", seconds());
+    task->halt("账户" + DAY_OVER + "，余量未委托", seconds());
     // The end of a task is told with its message.
     if (!task->isEnded()) tell((boost::format("任务 [%1%] %2%") % task->key() % task->message()).str(), true);
   }

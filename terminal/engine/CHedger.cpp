@@ -3,6 +3,7 @@
 #include <boost/format.hpp>
 #include <boost/make_shared.hpp>
 
+#include "EngineTexts.h"
 #include "ksservice/Operations.h"
 
 namespace engine {
@@ -137,7 +138,7 @@ void CHedger::tradeInTurn() {
 void CHedger::checkLimit(int groupId, CHedge& hedge) {
   const bool dayOver = m_engine.router().isDayOver(hedge.accountKey());
   if (!hedge.checkLimit(dayOver)) return;
-  tell(groupId, dayOver ? "已暂停: 账户今日报撤已达上限" : "已达到最大委托次数", true);
+  tell(groupId, dayOver ? "已暂停: 账户" + DAY_OVER : "已达到最大委托次数", true);
   if (m_hooks.m_status) m_hooks.m_status(groupId, TC::EHS_Paused);
 }
 

@@ -35,7 +35,7 @@ const char* operationText(int operation) {
 }
 
 std::string dayOverText(const std::string& account, int limit) {
-  return "账户 " + account + " 今日报撤已达上限 " + std::to_string(limit) + " 笔: 不再委托, 撤单照常";
+  return "账户 " + account + " " + DAY_OVER + " " + std::to_string(limit) + " 笔: 不再委托, 撤单照常";
 }
 
 std::string beyondText(const std::string& account, int cancels) {

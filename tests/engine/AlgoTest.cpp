@@ -233,6 +233,8 @@ TEST_F(AlgoTask, EndsAtItsTimeWhateverThePhaseAndCancelsWhatIsOpen) {
         << rig.newest(key).m_strMessage;
     EXPECT_EQ(rig.newest(key).m_nStartTime, SRig::DAY_START + exchange::MORNING_BEGINS / 1000);
     EXPECT_EQ(rig.newest(key).m_nEndTime, SRig::DAY_START + end);
+    rig.runTo(15, 31);
+    EXPECT_EQ(rig.heard("不接受撤单"), 0) << "nothing is replaced that cannot be taken back";
     EXPECT_TRUE(rig.m_desk.progress(key)->m_orders.back().m_detail.m_bCancelled);
   }
 }
