@@ -22,10 +22,10 @@ struct SLine {
   std::string m_strName;  ///< as it was given; may be empty
   ESide m_side = ESide::None;
   basket::EMeasure m_measure = basket::EMeasure::Shares;
-  double m_dQuantity = 0;   ///< in its measure: shares (lots of a future), CNY, a part of the whole weight
-  double m_dPrice = 0;      ///< limit; 0: none
-  std::string m_strFault;   ///< what could not be read; an edit of the line clears it
-  int m_nSourceLine = 0;    ///< 0: none
+  double m_dQuantity = 0;  ///< in its measure: shares (lots of a future), CNY, a part of the whole weight
+  double m_dPrice = 0;     ///< limit; 0: none
+  std::string m_strFault;  ///< what could not be read; an edit of the line clears it
+  int m_nSourceLine = 0;   ///< 0: none
 };
 
 /// How what lines say becomes shares.
@@ -40,8 +40,8 @@ struct SMarketFacts {
   std::string m_strName;
   exchange::EKind m_kind = exchange::EKind::Share;
   exchange::SRules m_rules;
-  double m_dLast = 0;         ///< or the previous close; CNY or index points, as all prices
-  double m_dBid = 0;          ///< 0: nobody
+  double m_dLast = 0;  ///< or the previous close; CNY or index points, as all prices
+  double m_dBid = 0;   ///< 0: nobody
   double m_dAsk = 0;
   double m_dUsualVolume = 0;  ///< shares or lots of a usual day
   int m_nMultiplier = 1;
@@ -54,8 +54,9 @@ struct SMarketFacts {
 struct SAccountFacts {
   std::string m_strKey;
   std::string m_strText;  ///< as the user knows it
-  double m_dCash = 0;
-  std::map<std::string, int> m_sellable;  ///< by utils::mavStockKey; shares
+  bool m_bKnown = true;   ///< false: nobody told its cash and positions, so nothing is found against them
+  double m_dCash = 0;     ///< CNY
+  std::map<std::string, int> m_sellable;  ///< by market, ".", code (as utils::mavStockKey); shares
 };
 
 }  // namespace draft

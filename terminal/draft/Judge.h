@@ -63,6 +63,7 @@ struct STotals {
 struct SJudgement {
   std::vector<std::vector<SFinding>> m_findings;  ///< by line, errors first
   std::vector<SFinding> m_ofBasket;               ///< of the whole: beyond its amount, an account's amount or cash
+  std::vector<std::string> m_near;                ///< limits that are kept, but hardly; Chinese, UTF-8
   STotals m_totals;
 };
 
