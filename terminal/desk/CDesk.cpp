@@ -118,6 +118,12 @@ void CDesk::setProgress(const std::string& detailKey, const TC::CTaskProgress& p
   tellObservers([&](IDeskObserver& observer) { observer.onProgress(detailKey, *stored); });
 }
 
+void CDesk::setHoldings(const std::string& account, std::shared_ptr<const SHoldings> holdings) {
+  // What it takes the place of is freed after the lock.
+  const WriteLock lock(m_mutex);
+  m_holdings[account].swap(holdings);
+}
+
 void CDesk::publishTask(const SPublication& publication) {
   const CJobGate::CChange change(m_gate);
   SignalHook hook;
@@ -208,6 +214,12 @@ bool CDesk::findAccount(const std::string& key, SAccount& account) const {
   if (known == m_accounts.end()) return false;
   account = *known;
   return true;
+}
+
+std::shared_ptr<const SHoldings> CDesk::holdings(const std::string& account) const {
+  const ReadLock lock(m_mutex);
+  const auto known = m_holdings.find(account);
+  return known == m_holdings.end() ? nullptr : known->second;
 }
 
 boost::shared_ptr<const TC::CCodeInfo> CDesk::codeInfo(const std::string& market, const std::string& code) const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <shared_mutex>
 #include <string>
@@ -16,6 +17,7 @@
 #include "COrderLog.h"
 #include "CRequests.h"
 #include "CSubscribers.h"
+#include "Holdings.h"
 #include "IDeskObserver.h"
 #include "InstrumentMap.h"
 #include "ksservice/CBasketHedgeParam.h"
@@ -100,6 +102,8 @@ class CDesk {
   void setProgress(const std::string& detailKey, const TC::CTaskProgress& progress);
   /// Stores the detail and what came with it, then tells the panel on the calling thread.
   void publishTask(const SPublication& publication);
+  /// Money and positions of an account; no observer is told.
+  void setHoldings(const std::string& account, std::shared_ptr<const SHoldings> holdings);
   /// Every task detail and what is known of their orders, as at the end of a trading day; no observer is told.
   void forgetTasks();
 
@@ -117,6 +121,8 @@ class CDesk {
   std::vector<SAccount> accounts() const;
   /// False for an account that nobody added.
   bool findAccount(const std::string& key, SAccount& account) const;
+  /// Null while nothing is known of the account's money and positions.
+  std::shared_ptr<const SHoldings> holdings(const std::string& account) const;
   /// Null for an unknown instrument; market may be a market or an exchange short code.
   boost::shared_ptr<const TC::CCodeInfo> codeInfo(const std::string& market, const std::string& code) const;
   bool quote(const std::string& market, const std::string& code, TC::CQuote& quote) const;
@@ -181,6 +187,7 @@ class CDesk {
   mutable std::shared_mutex m_mutex;  ///< guards everything below but the observers
   SSession m_session;
   std::vector<SAccount> m_accounts;
+  std::unordered_map<std::string, std::shared_ptr<const SHoldings>> m_holdings;  ///< by account
   CInstrumentMap<boost::shared_ptr<const TC::CCodeInfo>> m_instruments;
   CInstrumentMap<TC::CQuote> m_quotes;
   std::unordered_map<int, boost::shared_ptr<const ksservice::COrderCommand>> m_commands;

@@ -14,6 +14,8 @@ namespace {
 
 /// How often a schedule looks at the market.
 constexpr std::int64_t PLAN_MSEC = 1000;
+/// For how long nothing is sent of a line for which money or position was lacking, however short the slices are.
+constexpr std::int64_t SHORTAGE_MSEC = 300000;
 
 }  // namespace
 
@@ -115,7 +117,7 @@ void CAlgoTask::plan(std::int64_t now, const VolumeOf& volumeOf) {
 int CAlgoTask::dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeOf) {
   const SOrderLine& order = lines()[line];
   SLineState& state = m_states[line];
-  if (!mayOrder(line) || state.m_nRefusedSlice == m_nSlice) return 0;
+  if (!mayOrder(line) || state.m_nRefusedSlice == m_nSlice || now < state.m_nRestUntil) return 0;
   std::int64_t volume = 0;
   if (m_schedule.params().m_eAlgorithm == TC::EAlgorithm::POV) {
     const std::int64_t traded = volumeOf(order);
@@ -181,6 +183,7 @@ void CAlgoTask::onRejected(int order, const SRefusal& refusal, int seconds) {
   SLineState& state = stateOf(order);
   state.m_nWorking -= orders().orders()[static_cast<std::size_t>(order)].left();
   state.m_nRefusedSlice = m_nSlice;
+  if (refusal.m_bBroker) state.m_nRestUntil = m_nNow + SHORTAGE_MSEC;
   state.m_bClosed = state.m_bClosed || refusal.m_bLasting;
   CSubTask::onRejected(order, refusal, seconds);
 }

@@ -52,7 +52,8 @@ class CAlgoTask : public CSubTask {
   struct SLineState {
     int m_nTraded = 0;
     int m_nWorking = 0;                 ///< may still fill
-    int m_nRefusedSlice = -1;           ///< in which the market refused a child order: none follows in it
+    int m_nRefusedSlice = -1;           ///< in which a child order was refused: none follows in it
+    std::int64_t m_nRestUntil = 0;      ///< nor before this time, milliseconds since midnight
     bool m_bClosed = false;             ///< no child order follows: it would be refused
     std::int64_t m_nVolumeBefore = -1;  ///< of the market, when the schedule began; -1: it has not
   };

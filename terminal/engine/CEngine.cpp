@@ -31,7 +31,12 @@ CEngine::CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings s
     : m_desk(desk),
       m_market(market),
       m_settings(std::move(settings)),
-      m_router(market, m_settings.m_limits, m_settings.m_nDayStart) {}
+      m_router(market, m_settings.m_limits, m_settings.m_fees, m_settings.m_nDayStart) {}
+
+void CEngine::openAccount(const std::string& account, const SAccountStart& start) {
+  m_router.ledger().open(account, start);
+  publishHoldings();
+}
 
 boost::shared_ptr<COrderCommand> CEngine::makeCommand(const SBasketOrder& basket) {
   auto command = boost::make_shared<COrderCommand>();
@@ -135,6 +140,7 @@ void CEngine::advanceTo(std::int64_t msec) {
   sendDue();
   haltAtDayLimit();
   if (m_nNow >= m_nNextQuotes) publishQuotes();
+  if (m_nNow >= m_nNextHoldings) publishHoldings();
   if (m_nNow >= m_nNextTell) {
     m_nNextTell = m_nNow + m_settings.m_nTellMsec;
     // Also those that have ended: a cancel may come too late after its task's end.
@@ -199,9 +205,11 @@ void CEngine::sendDue() {
 
 void CEngine::sendNext(CSubTask& task) {
   if (!task.hasStarted()) tell((boost::format("任务 [%1%] 开始委托") % task.key()).str());
-  const exchange::SMarketOrder order = priceOrder(task, task.nextOrder());
+  const CSubTask::SOrderDue due = task.nextOrder();
+  const SOrderLine& line = task.lines()[static_cast<std::size_t>(due.m_nLine)];
+  const exchange::SMarketOrder order = priceOrder(task, due);
   const int index = task.send(order.m_nId, order.m_dPrice, seconds());
-  m_router.submit(task, index, order);
+  m_router.submit(task, index, order, line.m_stock, line.m_nOperation);
 }
 
 exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due) {
@@ -367,6 +375,13 @@ void CEngine::publishQuotes() {
     changed.push_back({watched.m_strMarket, watched.m_strCode, quote});
   }
   if (!changed.empty()) m_desk.setQuotes(changed);
+}
+
+void CEngine::publishHoldings() {
+  m_nNextHoldings = m_nNow + m_settings.m_nHoldingsMsec;
+  m_router.ledger().publishChanges([this](const std::string& account, std::shared_ptr<const desk::SHoldings> holdings) {
+    m_desk.setHoldings(account, std::move(holdings));
+  });
 }
 
 std::string CEngine::displayId(const std::string& account) const {

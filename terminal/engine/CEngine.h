@@ -19,11 +19,13 @@ namespace engine {
 struct SEngineSettings {
   std::int64_t m_nDayStart = 0;  ///< 00:00 of the trading day at the exchange, seconds since the epoch
   SOrderLimits m_limits;         ///< of each account
-  int m_nPublishMsec = 100;      ///< a task publishes at most one detail in this time
-  int m_nProgressMsec = 10000;   ///< a server task publishes its progress at most once in this time
-  int m_nReplyMsec = 200;        ///< until a request to the server is carried out and answered
-  int m_nTellMsec = 10000;       ///< how often refusals and the like are told in the log
-  int m_nQuoteMsec = 3000;       ///< how often the quotes of the securities in use are taken to the desk
+  exchange::SFeeRates m_fees{};  ///< that all accounts pay
+  int m_nPublishMsec = 100;     ///< a task publishes at most one detail in this time
+  int m_nProgressMsec = 10000;  ///< a server task publishes its progress at most once in this time
+  int m_nReplyMsec = 200;       ///< until a request to the server is carried out and answered
+  int m_nTellMsec = 10000;      ///< how often refusals and the like are told in the log
+  int m_nQuoteMsec = 3000;      ///< how often the quotes of the securities in use are taken to the desk
+  int m_nHoldingsMsec = 1000;   ///< an account's money and positions go to the desk at most once in this time
   int m_nFirstTaskId = 1;
   std::string m_strUser;
   std::string m_strLogin;
@@ -70,6 +72,9 @@ class CEngine {
 
   /// Takes every event from now on; an empty hook ends it.
   void setEventHook(EventHook hook) { m_eventHook = std::move(hook); }
+
+  /// Gives an account money and positions, before it trades; one without is not limited by any.
+  void openAccount(const std::string& account, const SAccountStart& start);
 
   /// Starts a task: its details are published at once, its orders go out as the clock moves, while the market trades
   /// continuously or holds a call auction that the task takes part in.
@@ -152,6 +157,7 @@ class CEngine {
   void publish(CSubTask& task);
   void tellIncidents(CSubTask& task) const;
   void publishQuotes();
+  void publishHoldings();
   void tellReached();
   void tellBeyond();
   std::string displayId(const std::string& account) const;
@@ -165,6 +171,7 @@ class CEngine {
   std::int64_t m_nNow = 0;
   std::int64_t m_nNextQuotes = 0;
   std::int64_t m_nNextTell = 0;
+  std::int64_t m_nNextHoldings = 0;
   int m_nTasks = 0;
   std::uint64_t m_nPublished = 0;
   std::vector<std::unique_ptr<CSubTask>> m_subTasks;

@@ -105,11 +105,13 @@ bool CHedge::wasRejectedAfter(std::int64_t msec) const {
 
 void CHedge::onAccepted(int order) {
   m_orders.accept(order);
+  m_strShortage.clear();
   m_bDirty = true;
 }
 
 void CHedge::onRejected(int order, const SRefusal& refusal, int seconds) {
   m_orders.reject(order, refusal.m_strText);
+  m_strShortage = refusal.m_bBroker ? refusal.m_strText : std::string();
   orderEnded(seconds);
 }
 

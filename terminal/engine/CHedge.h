@@ -74,8 +74,10 @@ class CHedge : public IOrderOwner {
   /// The market's number of an order that works since a time, milliseconds since midnight, or longer at another price
   /// than this; each once, 0 for none.
   std::uint64_t takeStale(std::int64_t since, double price);
-  /// Whether the market has refused an order that was sent after a time, milliseconds since midnight.
+  /// Whether an order that was sent after a time, milliseconds since midnight, was refused.
   bool wasRejectedAfter(std::int64_t msec) const;
+  /// Why its orders do not get to the market, for want of money or position; empty when the last one did.
+  const std::string& shortage() const { return m_strShortage; }
 
   void onAccepted(int order) override;
   void onRejected(int order, const SRefusal& refusal, int seconds) override;
@@ -107,6 +109,7 @@ class CHedge : public IOrderOwner {
   int m_nTarget = 0;
   int m_nUsed = 0;  ///< orders since the hedge was started, or resumed after its limit
   bool m_bWarned = false;
+  std::string m_strShortage;
   int m_nState = TC::EHS_None;
   bool m_bDirty = true;
   int m_nStartTime = ksservice::UNSET_INT;

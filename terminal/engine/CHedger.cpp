@@ -19,6 +19,8 @@ constexpr int HEDGE_ACCOUNT_TYPE = 1;
 constexpr std::int64_t STALE_MSEC = 300;
 /// After an order that the market refused, the next one waits so long.
 constexpr std::int64_t RETRY_MSEC = 1000;
+/// After one for which its account lacks money or position, so long: these do not come back in a moment.
+constexpr std::int64_t SHORTAGE_MSEC = 60000;
 
 }  // namespace
 
@@ -165,7 +167,8 @@ bool CHedger::trade(CHedge& hedge) {
   const double price = orderPrice(hedge);
   replaceStale(hedge, price);
   const int lots = hedge.nextOrder();
-  if (lots == 0 || hedge.wasRejectedAfter(m_engine.now() - RETRY_MSEC)) return true;
+  const bool lacked = !hedge.shortage().empty();
+  if (lots == 0 || hedge.wasRejectedAfter(m_engine.now() - (lacked ? SHORTAGE_MSEC : RETRY_MSEC))) return true;
   COrderRouter& router = m_engine.router();
   if (!router.mayOrder(hedge.accountKey())) return false;
   exchange::SMarketOrder order;
@@ -175,7 +178,10 @@ bool CHedger::trade(CHedge& hedge) {
   order.m_dPrice = price;
   order.m_nQuantity = lots;
   const int index = hedge.send(order.m_nId, lots, order.m_dPrice, m_engine.now(), m_engine.seconds());
-  router.submit(hedge, index, order);
+  const SHedgeIdentity& identity = hedge.identity();
+  router.submit(hedge, index, order, identity.m_stock, hedge.param().m_nOperation);
+  // Once: it is tried again and again.
+  if (!lacked && !hedge.shortage().empty()) tell(identity.m_pCommand->m_nTaskId, hedge.shortage(), true);
   return true;
 }
 

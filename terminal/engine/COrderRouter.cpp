@@ -4,8 +4,9 @@
 
 namespace engine {
 
-COrderRouter::COrderRouter(exchange::IMarket& market, SOrderLimits limits, std::int64_t dayStart)
-    : m_market(market), m_nDayStart(dayStart), m_rates(limits) {
+COrderRouter::COrderRouter(exchange::IMarket& market, SOrderLimits limits, const exchange::SFeeRates& fees,
+                           std::int64_t dayStart)
+    : m_market(market), m_nDayStart(dayStart), m_rates(limits), m_ledger(fees) {
   m_market.setListener(this);
 }
 
@@ -16,12 +17,26 @@ void COrderRouter::advanceTo(std::int64_t msec) {
   for (int account = 0; account < m_rates.accountCount(); ++account) sendCancels(account);
 }
 
-void COrderRouter::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order) {
+/// A buy pays its limit at most; what is sold may bring the day's highest price.
+double COrderRouter::worstPrice(const exchange::SMarketOrder& order) const {
+  if (order.m_bBuy && !order.m_bMarketPrice) return order.m_dPrice;
+  const exchange::SRules& rules = m_market.rules(order.m_nInstrument);
+  return rules.toPrice(rules.m_nLimitUp);
+}
+
+void COrderRouter::submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order,
+                          const ksservice::CStockInfo& stock, int operation) {
   const int account = m_rates.numberOf(owner.accountKey());
   m_orders.push_back({&owner, index, account});
   if (order.m_nInstrument < 0) {
     m_orders.back().m_bOver = true;
     owner.onRejected(index, {"证券未上市", true}, seconds(m_nNow));
+    return;
+  }
+  const SLedgerOrder asks{stock, operation, order.m_nQuantity, worstPrice(order)};
+  if (const auto refusal = m_ledger.take(order.m_nId, owner.accountKey(), asks)) {
+    m_orders.back().m_bOver = true;
+    owner.onRejected(index, *refusal, seconds(m_nNow));
     return;
   }
   m_rates.count(account, m_nNow);
@@ -43,7 +58,17 @@ void COrderRouter::sendCancels(int account) {
   }
 }
 
+/// Before its owner hears of it, who may send an order for which it makes room.
+void COrderRouter::enter(const exchange::SReport& report) {
+  if (report.m_kind == exchange::EReport::Filled) {
+    m_ledger.fill(report.m_nId, report.m_nQuantity, report.m_dAmount);
+  } else if (report.m_kind == exchange::EReport::Rejected || report.m_kind == exchange::EReport::Cancelled) {
+    m_ledger.end(report.m_nId);
+  }
+}
+
 void COrderRouter::onReport(const exchange::SReport& report) {
+  enter(report);
   SOrderRef& order = ref(report.m_nId);
   if (report.m_kind == exchange::EReport::CancelRejected) {
     // Whether it has ended its other reports say; until then it may be cancelled again.

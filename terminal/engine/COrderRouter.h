@@ -4,20 +4,22 @@
 #include <string>
 #include <vector>
 
+#include "CLedger.h"
 #include "COrderRates.h"
 #include "IMarket.h"
 #include "IOrderOwner.h"
 
 namespace engine {
 
-/// The way of orders and cancels to a market, each account's no faster than it may send, and of the market's reports to
-/// the owners of the orders. An order never waits here, or its price would be old by the time it goes: who has one asks
-/// first whether it may go. A cancel waits until it may. All on one thread, the one that steps the engine.
+/// The way of orders and cancels to a market, each account's no faster than it may send and within its money and
+/// positions, and of the market's reports to the owners of the orders. An order never waits here, or its price would be
+/// old by the time it goes: who has one asks first whether it may go. A cancel waits until it may. All on one thread,
+/// the one that steps the engine.
 class COrderRouter : public exchange::IMarketListener {
  public:
   /// Listens to the market from now on, which must outlive the router. dayStart: 00:00 of the trading day, seconds
   /// since the epoch.
-  COrderRouter(exchange::IMarket& market, SOrderLimits limits, std::int64_t dayStart);
+  COrderRouter(exchange::IMarket& market, SOrderLimits limits, const exchange::SFeeRates& fees, std::int64_t dayStart);
   ~COrderRouter() override;
   COrderRouter(const COrderRouter&) = delete;
   COrderRouter& operator=(const COrderRouter&) = delete;
@@ -34,13 +36,16 @@ class COrderRouter : public exchange::IMarketListener {
   /// Whether no order of an account may go out any more today.
   bool isDayOver(const std::string& account) { return m_rates.isDayOver(m_rates.numberOf(account)); }
   /// Sends an order; its owner, which must outlive the router, is told of it by the index that it has there. Only while
-  /// its account mayOrder().
-  void submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order);
+  /// its account mayOrder(). One that its account cannot pay or deliver is rejected within the call, and counts for no
+  /// limit. operation: EOperationType.
+  void submit(IOrderOwner& owner, int index, const exchange::SMarketOrder& order, const ksservice::CStockInfo& stock,
+              int operation);
   /// Cancels an order as soon as its account may send a cancel; nothing for one that has ended by then or that is being
   /// cancelled already.
   void cancel(std::uint64_t id);
 
   COrderRates& rates() { return m_rates; }
+  CLedger& ledger() { return m_ledger; }
 
   void onReport(const exchange::SReport& report) override;
 
@@ -54,6 +59,8 @@ class COrderRouter : public exchange::IMarketListener {
   };
 
   SOrderRef& ref(std::uint64_t id) { return m_orders[id - 1]; }
+  double worstPrice(const exchange::SMarketOrder& order) const;
+  void enter(const exchange::SReport& report);
   void sendCancels(int account);
   int seconds(std::int64_t msec) const { return static_cast<int>(m_nDayStart + msec / 1000); }
 
@@ -61,6 +68,7 @@ class COrderRouter : public exchange::IMarketListener {
   std::int64_t m_nDayStart;
   std::int64_t m_nNow = 0;
   COrderRates m_rates;
+  CLedger m_ledger;
   std::vector<SOrderRef> m_orders;  ///< by the order's number at the market, less 1
 };
 

@@ -84,7 +84,7 @@ void CSubTask::onAccepted(int order) {
 
 void CSubTask::onRejected(int order, const SRefusal& refusal, int seconds) {
   m_orders.reject(order, refusal.m_strText);
-  noteOrder(CIncidents::EKind::Refused, refusal.m_strText, order);
+  noteOrder(CIncidents::EKind::Refused, refusal.reason(), order);
   m_bDirty = true;
   endIfDone(seconds);
 }

@@ -4,10 +4,15 @@
 
 namespace engine {
 
-/// Why a market took no order.
+/// Why an order was not taken.
 struct SRefusal {
-  std::string m_strText;    ///< the market's words
+  std::string m_strText;    ///< for the user
   bool m_bLasting = false;  ///< the same order would be refused all day
+  /// The text without an order's own figures, where it has any: by it refusals are summed up.
+  std::string m_strReason{};
+  bool m_bBroker = false;  ///< for want of money or position: it never went to the market
+
+  const std::string& reason() const { return m_strReason.empty() ? m_strText : m_strReason; }
 };
 
 /// Has orders in the market, which it knows by an index of its own, and is told what becomes of each of them. On the

@@ -14,7 +14,7 @@ struct SFeeRates {
   double m_dMargin = 0.12;          ///< of a future's amount: held, not paid
 };
 
-/// CNY, for one order that has traded that amount (CNY) in all.
+/// CNY, for one order that has traded that amount (CNY) in all; each fee in whole fen. Never falls as the amount grows.
 double feesOf(const SFeeRates& rates, EKind kind, bool buy, double amount);
 
 }  // namespace exchange

@@ -307,4 +307,15 @@ TEST(HedgeDays, NeverExceedTheTargetNorLagByMoreThanARound) {
   EXPECT_GT(lots, 20 * days);
 }
 
+TEST(Hedge, WithoutMoneyItSaysSoOnceAndRestsBetweenItsOrders) {
+  SHedgeRig rig;
+  rig.engine().openAccount("F1", {200'000, {}});
+  rig.startHedged(1, 4);
+  rig.runTo(9, 33);
+  EXPECT_EQ(rig.traded(), 1);
+  EXPECT_LE(rig.hedge()->m_orders.size(), 6U);
+  EXPECT_EQ(rig.heard("! 任务 [101] 套利可用资金不足：需 "), 1);
+  EXPECT_EQ(rig.state(), TC::EHS_Running);
+}
+
 }  // namespace
