@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 
+#include "AccountStart.h"
 #include "SessionSetup.h"
 #include "tc/ITradeDockableWidget.h"
 
@@ -89,8 +90,9 @@ void CLiveSession::fillDesk(const SInputs& inputs) {
   m_accounts = addAccounts(m_desk, m_options);
   m_pSimulation =
       std::make_unique<engine::CSimulation>(m_desk, inputs.m_instruments, makeExchangeSettings(m_options),
-                                            makeEngineSettings(m_options), m_options.m_nStartMinute * 60000);
+                                            makeEngineSettings(m_options, inputs), m_options.m_nStartMinute * 60000);
   addInstruments(m_desk, *m_pSimulation);
+  openAccounts(m_options, inputs, *m_pSimulation);
 }
 
 void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -24,12 +25,17 @@ void addFaults(const std::vector<basket::SFault>& faults, SInputs& inputs) {
   for (const basket::SFault& fault : faults) inputs.m_faults.push_back(fault.toString());
 }
 
+/// An entry of a file that only carries the reference price of a kind of futures.
+bool isKind(const exchange::SInstrument& instrument) {
+  return instrument.m_kind == exchange::EKind::IndexFuture && instrument.m_strCode.size() == 2;
+}
+
 std::set<std::string> listedKeys(const std::vector<exchange::SInstrument>& instruments, std::int64_t dayStart) {
   std::set<std::string> keys;
   const auto futures = exchange::listedIndexFutures(exchange::dateOf(dayStart), instruments);
   for (const auto* list : {&instruments, &futures}) {
     for (const exchange::SInstrument& instrument : *list) {
-      keys.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
+      if (!isKind(instrument)) keys.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
     }
   }
   return keys;
@@ -43,7 +49,7 @@ std::set<std::string> listedFutures(const std::vector<exchange::SInstrument>& in
   for (const auto* list : {&instruments, &always}) {
     for (const exchange::SInstrument& instrument : *list) {
       const bool future = instrument.m_kind == exchange::EKind::IndexFuture;
-      if (future && instrument.m_strCode.size() > 2) codes.insert(instrument.m_strCode);
+      if (future && !isKind(instrument)) codes.insert(instrument.m_strCode);
     }
   }
   return codes;
@@ -81,6 +87,21 @@ void readBasket(const std::string& file, const std::string& instruments, const b
   inputs.m_baskets.push_back({name.toStdString(), std::move(read.m_lines)});
 }
 
+void readAccountFiles(const SOptions& options, const basket::ListedTest& isListed, SInputs& inputs) {
+  if (!options.m_strPositions.empty()) {
+    const auto isAccount = [names = accountNames(options)](const std::string& text) {
+      return std::any_of(names.begin(), names.end(), [&text](const SAccountName& name) { return name.fits(text); });
+    };
+    basket::SPositionFile file = basket::readPositionFile(options.m_strPositions, isAccount, isListed);
+    addFaults(file.m_faults, inputs);
+    inputs.m_positions = std::move(file.m_lines);
+  }
+  if (options.m_strFees.empty()) return;
+  const basket::SFeeFile file = basket::readFeeFile(options.m_strFees);
+  addFaults(file.m_faults, inputs);
+  inputs.m_fees = file.m_rates;
+}
+
 }  // namespace
 
 std::string instrumentFileOf(const SOptions& options) {
@@ -109,6 +130,7 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
     };
   }
   for (const std::string& each : basketFilesOf(options)) readBasket(each, instruments, isListed, inputs);
+  readAccountFiles(options, isListed, inputs);
   return inputs;
 }
 

@@ -1,9 +1,10 @@
-/// The instruments and baskets of a live session, read before anything is traded.
+/// The instruments, baskets, positions and fees of a live session, read before anything is traded.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "AccountFiles.h"
 #include "BasketFiles.h"
 #include "Options.h"
 
@@ -17,6 +18,8 @@ struct SNamedBasket {
 struct SInputs {
   std::vector<exchange::SInstrument> m_instruments;  ///< as in the file; without the futures that are always listed
   std::vector<SNamedBasket> m_baskets;
+  std::vector<basket::SPositionLine> m_positions;  ///< accounts by their keys or display identifiers
+  exchange::SFeeRates m_fees;
   std::vector<std::string> m_faults;  ///< "FILE:LINE: fault"; when there are any, nothing may be traded
 };
 

@@ -26,6 +26,7 @@ constexpr double MAX_SPEED = 100000;
 constexpr int MAX_ACCOUNTS = 100;
 constexpr double MAX_HEDGE_RATIO = 10;
 constexpr int MAX_HEDGE_ORDERS = 1000000;
+constexpr double MAX_CASH = 1e12;
 constexpr int MAX_ORDERS_PER_SECOND = 100000;
 constexpr int MAX_ORDERS_PER_DAY = 10000000;
 
@@ -85,6 +86,19 @@ QString setSeed(SOptions& options, const QString& value) {
 QString setAccounts(SOptions& options, const QString& value) {
   return setWhole(options.m_nAccounts, value, 1, MAX_ACCOUNTS);
 }
+
+QString setCash(SOptions& options, const QString& value) {
+  bool ok = false;
+  const double number = value.toDouble(&ok);
+  if (!ok || !(number >= 0) || number > MAX_CASH) {
+    return QStringLiteral("needs a number from 0 to %1, not '%2'").arg(MAX_CASH, 0, 'f', 0).arg(value);
+  }
+  options.m_dCash = number;
+  return {};
+}
+
+QString setPositions(SOptions& options, const QString& value) { return setFile(options.m_strPositions, value); }
+QString setFees(SOptions& options, const QString& value) { return setFile(options.m_strFees, value); }
 
 QString setOrdersPerSecond(SOptions& options, const QString& value) {
   return setWhole(options.m_orderLimits.m_nPerSecond, value, 1, MAX_ORDERS_PER_SECOND);
@@ -153,6 +167,9 @@ const SOptionRow OPTIONS[] = {
     {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},
     {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
     {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
+    {"cash", "CNY", "money of each account at the start (enough for the baskets)", LiveMode, false, setCash},
+    {"positions", "FILE", "what the accounts hold at the start (what the baskets sell)", LiveMode, false, setPositions},
+    {"fees", "FILE", "commission, duty, transfer fee and margin", LiveMode, false, setFees},
     {"orders-per-second", "N", "most orders and cancels of an account in a second (280)", LiveMode, false,
      setOrdersPerSecond},
     {"orders-per-day", "N", "most orders and cancels of an account in a day (19000); cancels go on beyond", LiveMode,

@@ -32,6 +32,9 @@ struct SOptions {
   std::string m_strInstruments;        ///< empty: the project's own
   std::vector<std::string> m_baskets;  ///< empty: the project's own
   int m_nAccounts = 1;
+  std::optional<double> m_dCash;         ///< CNY of each account; none: enough for the baskets
+  std::string m_strPositions;            ///< file of what accounts hold; empty: what the baskets sell
+  std::string m_strFees;                 ///< file of the table of fees; empty: that of exchange::SFeeRates
   std::optional<SHedgeOption> m_hedge;   ///< none: baskets are not hedged
   std::optional<int> m_nHedgeOrders;     ///< after which a hedge pauses; none: what fits its basket and the schedule
   engine::SOrderLimits m_orderLimits;    ///< of each account

@@ -35,6 +35,8 @@ std::vector<SUse> usesOf(const SOptions& options) {
   if (options.keepsView()) uses.push_back({"--config", CStateStore::fileOf(options.m_strConfig), true});
   uses.push_back({"--instruments", instrumentFileOf(options), false});
   for (const std::string& file : basketFilesOf(options)) uses.push_back({"--basket", file, false});
+  uses.push_back({"--positions", options.m_strPositions, false});
+  uses.push_back({"--fees", options.m_strFees, false});
   return uses;
 }
 

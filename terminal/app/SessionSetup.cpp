@@ -15,19 +15,13 @@ const char* const FUTURES_ACCOUNT = "F1";
 constexpr int ALGO_SLICES = 48;
 constexpr int MOST_HEDGE_LOTS = 500000;
 
-boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string& key, const std::string& displayId,
-                                                       const std::string& name) {
+boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const SAccountName& name) {
   auto account = boost::make_shared<ksservice::CAccountInfo>();
-  account->m_strKey = key;
-  account->m_strDisplayId = displayId;
-  account->m_strName = name;
+  account->m_strKey = name.m_strKey;
+  account->m_strDisplayId = name.m_strDisplayId;
+  account->m_strName = name.m_strName;
+  if (name.m_bFutures) account->m_nType = FUTURES_ACCOUNT_TYPE;
   return account;
-}
-
-void addAccount(desk::CDesk& desk, const boost::shared_ptr<ksservice::CAccountInfo>& account) {
-  desk::SAccount entry;
-  entry.m_pInfo = account;
-  desk.addAccount(entry);
 }
 
 /// How many orders a hedge may send for a basket: what it needs on a usual day, and as much again for what is replaced.
@@ -86,11 +80,12 @@ exchange::SExchangeSettings makeExchangeSettings(const SOptions& options) {
   return settings;
 }
 
-engine::SEngineSettings makeEngineSettings(const SOptions& options) {
+engine::SEngineSettings makeEngineSettings(const SOptions& options, const SInputs& inputs) {
   const desk::SSession session = makeSession(options);
   engine::SEngineSettings settings;
   settings.m_nDayStart = tradingDayStart();
   settings.m_limits = options.m_orderLimits;
+  settings.m_fees = inputs.m_fees;
   settings.m_strUser = session.m_strUser;
   settings.m_strLogin = session.m_strLogin;
   settings.m_nTraderType = session.m_nTraderType;
@@ -106,17 +101,24 @@ std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options) {
   return algo;
 }
 
-AccountList addAccounts(desk::CDesk& desk, const SOptions& options) {
-  AccountList accounts;
+std::vector<SAccountName> accountNames(const SOptions& options) {
+  std::vector<SAccountName> names;
   for (int i = 1; i <= options.m_nAccounts; ++i) {
     const std::string number = std::to_string(i);
-    accounts.push_back(makeAccount("A" + number, std::to_string(1000 + i), "模拟账户" + number));
-    addAccount(desk, accounts.back());
+    names.push_back({"A" + number, std::to_string(1000 + i), "模拟账户" + number});
   }
-  if (options.m_hedge) {
-    const auto futures = makeAccount(FUTURES_ACCOUNT, "8001", "模拟期货账户");
-    futures->m_nType = FUTURES_ACCOUNT_TYPE;
-    addAccount(desk, futures);
+  if (options.m_hedge) names.push_back({FUTURES_ACCOUNT, "8001", "模拟期货账户", true});
+  return names;
+}
+
+AccountList addAccounts(desk::CDesk& desk, const SOptions& options) {
+  AccountList accounts;
+  for (const SAccountName& name : accountNames(options)) {
+    const auto account = makeAccount(name);
+    desk::SAccount entry;
+    entry.m_pInfo = account;
+    desk.addAccount(entry);
+    if (!name.m_bFutures) accounts.push_back(account);
   }
   return accounts;
 }

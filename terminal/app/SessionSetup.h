@@ -18,8 +18,18 @@ QTimeZone exchangeTimeZone();
 
 desk::SSession makeSession(const SOptions& options);
 exchange::SExchangeSettings makeExchangeSettings(const SOptions& options);
-engine::SEngineSettings makeEngineSettings(const SOptions& options);
+engine::SEngineSettings makeEngineSettings(const SOptions& options, const SInputs& inputs);
 
+/// How an account of the session is called.
+struct SAccountName {
+  std::string m_strKey;
+  std::string m_strDisplayId;
+  std::string m_strName;
+  bool m_bFutures = false;  ///< trades hedges, and no baskets
+
+  bool fits(const std::string& text) const { return text == m_strKey || text == m_strDisplayId; }
+};
+std::vector<SAccountName> accountNames(const SOptions& options);
 using AccountList = std::vector<boost::shared_ptr<ksservice::CAccountInfo>>;
 /// What the baskets' algorithm goes by: the day, from the start of the run; none without one.
 std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options);

@@ -20,12 +20,12 @@ struct SEngineSettings {
   std::int64_t m_nDayStart = 0;  ///< 00:00 of the trading day at the exchange, seconds since the epoch
   SOrderLimits m_limits;         ///< of each account
   exchange::SFeeRates m_fees{};  ///< that all accounts pay
-  int m_nPublishMsec = 100;     ///< a task publishes at most one detail in this time
-  int m_nProgressMsec = 10000;  ///< a server task publishes its progress at most once in this time
-  int m_nReplyMsec = 200;       ///< until a request to the server is carried out and answered
-  int m_nTellMsec = 10000;      ///< how often refusals and the like are told in the log
-  int m_nQuoteMsec = 3000;      ///< how often the quotes of the securities in use are taken to the desk
-  int m_nHoldingsMsec = 1000;   ///< an account's money and positions go to the desk at most once in this time
+  int m_nPublishMsec = 100;      ///< a task publishes at most one detail in this time
+  int m_nProgressMsec = 10000;   ///< a server task publishes its progress at most once in this time
+  int m_nReplyMsec = 200;        ///< until a request to the server is carried out and answered
+  int m_nTellMsec = 10000;       ///< how often refusals and the like are told in the log
+  int m_nQuoteMsec = 3000;       ///< how often the quotes of the securities in use are taken to the desk
+  int m_nHoldingsMsec = 1000;    ///< an account's money and positions go to the desk at most once in this time
   int m_nFirstTaskId = 1;
   std::string m_strUser;
   std::string m_strLogin;

@@ -212,7 +212,8 @@ std::shared_ptr<const desk::SHoldings> CLedger::holdings(const std::string& acco
   holdings->m_dRealised = toCny(of.m_nRealised);
   for (const auto& [key, held] : of.m_held) {
     if (held.m_nTotal == 0) continue;
-    desk::SPosition& position = holdings->m_positions.emplace_hint(holdings->m_positions.end(), key, desk::SPosition())->second;
+    desk::SPosition& position =
+        holdings->m_positions.emplace_hint(holdings->m_positions.end(), key, desk::SPosition())->second;
     position.m_strMarket = held.m_strMarket;
     position.m_strCode = held.m_strCode;
     position.m_bShort = held.m_bShort;

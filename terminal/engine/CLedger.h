@@ -37,10 +37,10 @@ struct SAccountStart {
 /// worst is frozen when it is taken, so neither money nor a position is ever below zero. An account that was not opened
 /// knows no limit. Knows no market and no clock. Engine's thread.
 ///
-/// Shares: a buy freezes its amount and fees, a sell its shares; proceeds are cash at once; what was bought today is not
-/// sold today. Futures: opening freezes margin and fees, closing the position; margin is a part of the amount at which
-/// the position was opened, and a position is worth something else only when it is closed. A sale that does not bring
-/// its fees, and a close whose loss is more than margin and cash, take the cash that is there.
+/// Shares: a buy freezes its amount and fees, a sell its shares; proceeds are cash at once; what was bought today is
+/// not sold today. Futures: opening freezes margin and fees, closing the position; margin is a part of the amount at
+/// which the position was opened, and a position is worth something else only when it is closed. A sale that does not
+/// bring its fees, and a close whose loss is more than margin and cash, take the cash that is there.
 class CLedger {
  public:
   using Publish = std::function<void(const std::string& account, std::shared_ptr<const desk::SHoldings> holdings)>;

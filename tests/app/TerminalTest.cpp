@@ -26,6 +26,7 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--hedge", "IF2612:1:2"}, "option --hedge for its ratio needs a number above 0"},
       {{"--hedge", "IF2612:1", "--hedge-orders", "0"}, "option --hedge-orders needs a whole number from 1 to 1000000"},
       {{"--headless", "--hedge-orders", "5"}, "option --hedge-orders goes only with --hedge"},
+      {{"--cash", "-1"}, "option --cash needs a number from 0 to 1000000000000, not '-1'"},
       {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
       {{"--theme", "pink"}, "option --theme is dark or light"},
       {{"--scale", "99"}, "option --scale needs a whole number from 100 to 300, not '99'"},
@@ -63,7 +64,7 @@ TEST_F(Terminal, TradesNothingWhenAnInputIsUnreadableOrMalformed) {
   EXPECT_TRUE(future.startsWith("option --hedge: 'IF2712' is not listed; listed are IC2612")) << future.toStdString();
   EXPECT_EQ(refusalOf(run + QStringList{"--algo", "twap", "--start", "14:57"}),
             "option --algo: no trading time is left after --start, it ends at 14:57:00\n");
-  for (const char* option : {"--basket", "--instruments"}) {
+  for (const char* option : {"--basket", "--instruments", "--positions", "--fees"}) {
     EXPECT_TRUE(refusalOf(run + QStringList{option, "none.csv"}).contains("none.csv"));
   }
   EXPECT_TRUE(refusalOf({"replay", "none.jsonl", "--headless"}).contains("none.jsonl"));
@@ -77,6 +78,21 @@ TEST_F(Terminal, ASeedFixesTheEndAndARecordingReplaysIt) {
   EXPECT_GT(end["rows"].size(), 300u);
   EXPECT_EQ(endOf(common), end);
   EXPECT_EQ(endOf({"replay", "journal.jsonl"}), end);
+}
+
+TEST_F(Terminal, AnAccountTradesWhatItCanPayAndDeliver) {
+  writeFile("basket.csv",
+            "市场,代码,方向,数量\nSH,600000,买入,1000\nSH,600036,买入,10000\nSH,600009,卖出,100\nSH,600010,卖出,100\n");
+  writeFile("positions.csv", "市场,代码,数量,账户\nSH,600009,100,1001\nSH,600010,50,\n");
+  writeFile("fees.csv", "费用,费率\n最低佣金,0.01\n");
+  const nlohmann::json end = endOf({"--seconds", "1", "--speed", "600", "--basket", "basket.csv", "--cash", "100000",
+                                    "--positions", "positions.csv", "--fees", "fees.csv"});
+  std::map<std::string, std::string> messages;
+  for (const nlohmann::json& row : end["rows"]) messages[row["row"]] = row["cells"][13];
+  EXPECT_EQ(messages.at("1/SH.600000买入"), "");
+  EXPECT_EQ(messages.at("1/SH.600036买入").find("可用资金不足：需 "), 0U) << messages.at("1/SH.600036买入");
+  EXPECT_EQ(messages.at("1/SH.600009卖出"), "");
+  EXPECT_EQ(messages.at("1/SH.600010卖出"), "可卖数量不足：需 100，可卖 50");
 }
 
 /// The row of a dump with a path; null when there is none.

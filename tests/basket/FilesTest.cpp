@@ -1,3 +1,4 @@
+#include "AccountFiles.h"
 #include "BasketFiles.h"
 
 #include <gtest/gtest.h>
@@ -140,6 +141,48 @@ TEST(BasketFile, NamesEveryFaultAndTradesNothing) {
     EXPECT_EQ(file.told(basket.m_faults), faults) << rows;
     EXPECT_TRUE(basket.m_lines.empty()) << "a faulty basket has no line to trade";
   }
+}
+
+TEST(AccountFiles, ReadPositionsAndFeesAndNameEveryFault) {
+  const auto isAccount = [](const std::string& text) { return text == "A1" || text == "1001"; };
+  const auto read = [&](const std::string& rows) {
+    const CTestFile file("市场,代码,持仓,账户,方向,昨仓,今仓,成本\n" + rows);
+    const SPositionFile positions = readPositionFile(file.path(), isAccount, isListed);
+    Texts told = file.told(positions.m_faults);
+    for (const SPositionLine& line : positions.m_lines) {
+      told.push_back(line.m_strAccount + " " + line.m_strMarket + "." + line.m_strCode + (line.m_bShort ? "-" : "") +
+                     " " + std::to_string(line.m_nQuantity) + " " + std::to_string(line.m_nToday) + " " +
+                     (line.m_dCost ? std::to_string(*line.m_dCost) : "?"));
+    }
+    return told;
+  };
+  EXPECT_EQ(read("上海,600000,300,A1,,,,9.5\nSH,600000,300,1001,多,200,,\nsz,000001,5,,,2,3,0\n"
+                 "CFFEX,IF2612,2,,空,,2,4000\nCFFEX,IF2612,2,,Long,,,\n"),
+            (Texts{"A1 SH.600000 300 0 9.500000", "1001 SH.600000 300 100 ?", " SZ.000001 5 3 0.000000",
+                   " CFFEX.IF2612- 2 2 4000.000000", " CFFEX.IF2612 2 0 ?"}));
+  EXPECT_EQ(read("SH,600001,0,B,空,,,x\nSH,600000,5,,空,6,,\nSZ,000001,5,A1,,1,2,\nSZ,000001,5,A1,,,-1,\nSZ,000001,5,,"
+                 "hold,,,\n"),
+            (Texts{"F:2: there is no account \"B\"", "F:2: the market SH lists no instrument 600001",
+                   "F:2: quantity \"0\" is no whole number from 1 to 1000000000",
+                   "F:2: the cost \"x\" is no number from 0 to 1000000", "F:3: only futures are held short",
+                   "F:3: yesterday and today are not together the quantity 5",
+                   "F:4: yesterday and today are not together the quantity 5",
+                   "F:5: SZ 000001 stands in line 4 already, for the same account",
+                   "F:5: today \"-1\" is no whole number from 0 to 1000000000",
+                   "F:6: unknown side \"hold\": it is 多 or 空"}));
+
+  const CTestFile fees("项目,费率\n佣金,0.03%\nmargin,0.15\n最低佣金,0\n");
+  const SFeeFile given = readFeeFile(fees.path());
+  EXPECT_TRUE(given.m_faults.empty());
+  EXPECT_DOUBLE_EQ(given.m_rates.m_dCommission, 0.0003);
+  EXPECT_DOUBLE_EQ(given.m_rates.m_dMargin, 0.15);
+  EXPECT_DOUBLE_EQ(given.m_rates.m_dLeastCommission, 0);
+  EXPECT_DOUBLE_EQ(given.m_rates.m_dStampDuty, 0.0005) << "what is not named stays";
+  const CTestFile wrong("fee,rate\ntax,1\n佣金,2%\n佣金,20%\nmargin,%\n");
+  EXPECT_EQ(wrong.told(readFeeFile(wrong.path()).m_faults),
+            (Texts{"F:2: unknown fee \"tax\": there are commission, leastCommission, stampDuty, transferFee, margin",
+                   "F:4: commission stands in line 3 already", "F:4: commission \"20%\" is no number from 0 to 0.1",
+                   "F:5: margin \"%\" is no number from 0 to 1"}));
 }
 
 TEST(InstrumentFile, ReadsFiguresAndFillsInWhatIsKnownOfAKind) {

@@ -103,9 +103,9 @@ TEST(Ledger, AFutureHoldsMarginUntilItIsClosed) {
 struct SRandomAccount {
   struct SOrder {
     std::string m_strCode;
-    bool m_bBuy;
-    int m_nLeft;
-    double m_dLimit;
+    bool m_bBuy = true;
+    int m_nLeft = 0;
+    double m_dLimit = 0;
     double m_dTraded = 0;
     int m_nFilled = 0;
     bool m_bOpen = true;
