@@ -34,7 +34,7 @@ double fittingCash(const SOptions& options, const SInputs& inputs, const exchang
       all += amount;
     }
   }
-  const double needed = futures ? all * options.m_hedge->m_dRatio : bought;
+  const double needed = futures ? all * (options.m_hedge ? options.m_hedge->m_dRatio : 1) : bought;
   return std::max(LEAST_CASH, TIMES * needed);
 }
 

@@ -75,6 +75,11 @@ std::vector<engine::SOrderUse> CEngineThread::takeOrderUse() {
   return m_orderUse;
 }
 
+std::vector<engine::SOrderUse> CEngineThread::orderUse() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_orderUse;
+}
+
 void CEngineThread::stepSimulation(std::int64_t target) {
   engine::COrderRates& rates = m_simulation.engine().router().rates();
   rates.restartSeconds(m_simulation.now());

@@ -40,6 +40,8 @@ class CEngineThread {
   std::int64_t now() const { return m_nNow; }
   /// What each account has sent; its seconds are those since the last call. Any thread.
   std::vector<engine::SOrderUse> takeOrderUse();
+  /// The same without beginning those seconds anew. Any thread.
+  std::vector<engine::SOrderUse> orderUse() const;
   /// Task details published so far. Any thread.
   std::uint64_t publishedCount() const { return m_nPublished; }
 
@@ -59,7 +61,7 @@ class CEngineThread {
   std::atomic<std::int64_t> m_nNow;
   std::atomic<std::uint64_t> m_nPublished{0};
 
-  std::mutex m_mutex;  ///< guards what stands below, but for the thread
+  mutable std::mutex m_mutex;  ///< guards what stands below, but for the thread
   std::condition_variable m_changed;
   bool m_bStopping = false;
   std::vector<std::function<void(engine::CSimulation&)>> m_operations;

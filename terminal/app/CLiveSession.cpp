@@ -64,6 +64,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
   m_services.install();
   fillDesk(inputs);
   makeThread();
+  makeBasketDesk(inputs);
   openPanel(createPanel);
   startBaskets(inputs);
   m_clockTimer.setInterval(CLOCK_TIMER_MSEC);
@@ -105,7 +106,10 @@ void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
   m_desk.setSignalHook(
       [panel = m_pPanel](const ksservice::CTaskDetailPtr& detail) { panel->deliverTaskDetail(detail); });
   connect(m_pPanel, &TC::ITradeDockableWidget::sigPatchCreateTask, this,
-          [this](const QString& lines) { openNewBasket(lines); });
+          [this](const QString& lines) {
+            // A recording goes on without the window, as a replay does.
+            if (!m_options.m_bHeadless) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
+          });
   m_pPanel->setTradeType(EMavTraderType(m_desk.session().m_nTraderType));
   restoreState();
 }
@@ -126,42 +130,15 @@ void CLiveSession::restoreState() {
   m_pPanel->prepareActive();
 }
 
-void CLiveSession::openNewBasket(const QString& text) {
-  int malformed = 0;
-  const std::vector<SNewLine> lines = parseNewLines(text, malformed);
-  if (malformed > 0) {
-    m_pLog->append(m_pThread->now(), QStringLiteral("新建篮子: %1 行无法识别").arg(malformed),
-                   CLogDock::ELevel::Warning);
-  }
-  // A recording goes on without the window, as a replay does.
-  if (m_options.m_bHeadless) return;
-  std::vector<CNewBasketWindow::SAccountChoice> accounts;
-  for (const auto& account : m_accounts) {
-    accounts.push_back({QString::fromStdString(account->getKey()),
-                        QString::fromStdString(account->m_strDisplayId + " " + account->m_strName)});
-  }
-  auto* window = new CNewBasketWindow(lines, QStringLiteral("补单篮子"), accounts, &m_window);
-  connect(window, &CNewBasketWindow::sigStart, this, [this](const SNewBasket& basket) { startNewBasket(basket); });
-  window->open();
-}
-
-void CLiveSession::startNewBasket(const SNewBasket& basket) {
-  engine::SBasketOrder order;
-  order.m_strName = basket.m_strName.toStdString();
-  for (const auto& account : m_accounts) {
-    if (account->getKey() == basket.m_strAccount.toStdString()) order.m_accounts.push_back(account);
-  }
-  const exchange::CExchange& market = m_pSimulation->market();
-  for (const SNewLine& line : basket.m_lines) {
-    const int instrument = market.findInstrument(line.m_strMarket.toStdString(), line.m_strCode.toStdString());
-    if (instrument < 0) {
-      m_pLog->append(m_pThread->now(), QStringLiteral("新建篮子: 证券 %1 不存在").arg(line.m_strCode),
-                     CLogDock::ELevel::Warning);
-      return;
-    }
-    order.m_lines.push_back(makeOrderLine(market, instrument, line.m_nOperation, line.m_nQuantity));
-  }
-  m_pThread->post([order](engine::CSimulation& simulation) { simulation.engine().startBasket(order); });
+/// Drafts live beside the view that is kept.
+void CLiveSession::makeBasketDesk(const SInputs& inputs) {
+  auto host = std::make_unique<CDraftHost>(m_desk, m_pSimulation->market(), *m_pThread, m_accounts, m_options, inputs.m_fees);
+  const QString folder = m_pState ? QString::fromStdString(CStateStore::draftFolderOf(m_options.m_strConfig)) : QString();
+  m_pBasketDesk = std::make_unique<CBasketDesk>(m_window, std::move(host), folder);
+  const int drafts = m_pBasketDesk->openDraftCount();
+  if (drafts == 0) return;
+  m_pLog->append(m_pThread->now(), QStringLiteral("有 %1 个未发送的篮子草稿，在“新建篮子”的“草稿”里打开").arg(drafts),
+                 CLogDock::ELevel::Info);
 }
 
 void CLiveSession::makeThread() {

@@ -6,12 +6,12 @@
 #include <memory>
 #include <ostream>
 
+#include "CBasketDesk.h"
 #include "CDeskLog.h"
 #include "CEngineDriver.h"
 #include "CEngineThread.h"
 #include "CHostServices.h"
 #include "CMainWindow.h"
-#include "CNewBasketWindow.h"
 #include "CPanelServices.h"
 #include "CStateStore.h"
 #include "OrderUse.h"
@@ -50,8 +50,7 @@ class CLiveSession : public QObject {
   void makeThread();
   void startBaskets(const SInputs& inputs);
   void restoreState();
-  void openNewBasket(const QString& text);
-  void startNewBasket(const SNewBasket& basket);
+  void makeBasketDesk(const SInputs& inputs);
   void measureFeed();
   void warnOfLoss();
   void showClock();
@@ -71,6 +70,7 @@ class CLiveSession : public QObject {
   std::unique_ptr<CEngineThread> m_pThread;
   CEngineDriver m_driver{[this](CEngineDriver::Operation operation) { m_pThread->post(std::move(operation)); }};
   AccountList m_accounts;
+  std::unique_ptr<CBasketDesk> m_pBasketDesk;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
   bool m_bFinished = false;
   bool m_bViewKept = true;

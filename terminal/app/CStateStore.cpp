@@ -24,6 +24,8 @@ std::string CStateStore::fileOf(const std::string& given) {
   return folder.toStdString() + "/terminal.ini";
 }
 
+std::string CStateStore::draftFolderOf(const std::string& given) { return fileOf(given) + ".drafts"; }
+
 CStateStore::CStateStore(const std::string& given) : m_strFile(fileOf(given)) {
   const std::string& name = m_strFile;
   const QFileInfo file(QString::fromStdString(name));

@@ -17,6 +17,9 @@ class CStateStore {
   /// The file by the name that was given.
   static std::string fileOf(const std::string& given);
 
+  /// The folder beside it in which drafts of baskets are kept.
+  static std::string draftFolderOf(const std::string& given);
+
   /// Why the file cannot be used, and then nothing else may be asked; empty: it can, or it is not there yet. A file
   /// with something else than what was kept is left alone.
   const std::string& fault() const { return m_strFault; }

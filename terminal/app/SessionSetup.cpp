@@ -35,24 +35,6 @@ int fittingOrders(const ksservice::CBasketHedgeParam& hedge, double amount, bool
   return std::max(hedge.m_nOrderLimit, 2 * std::min(needed, MOST_HEDGE_LOTS));
 }
 
-/// Futures are sold short against what a basket of that amount buys and sells.
-std::optional<ksservice::CBasketHedgeParam> makeHedge(const SOptions& options, double amount,
-                                                      const exchange::CExchange& market) {
-  if (!options.m_hedge) return std::nullopt;
-  ksservice::CBasketHedgeParam hedge;
-  hedge.m_bEnabled = true;
-  // The hedge manager has them from the start, so the panel shows from the first lot how the hedge stands.
-  hedge.m_bHandedOver = true;
-  hedge.m_strMarket = exchange::FUTURES_MARKET;
-  hedge.m_strCode = options.m_hedge->m_strCode;
-  hedge.m_strAccount = FUTURES_ACCOUNT;
-  hedge.m_nOperation = ksservice::EOT_SellOpen;
-  hedge.m_dRatio = options.m_hedge->m_dRatio;
-  hedge.m_nOrderLimit =
-      options.m_nHedgeOrders.value_or(fittingOrders(hedge, amount, options.m_algo.has_value(), market));
-  return hedge;
-}
-
 int operationOf(const exchange::SInstrument& instrument, bool buy) {
   if (instrument.m_kind == exchange::EKind::Share) return buy ? ksservice::EOT_Buy : ksservice::EOT_Sell;
   return buy ? ksservice::EOT_BuyOpen : ksservice::EOT_SellOpen;
@@ -107,7 +89,8 @@ std::vector<SAccountName> accountNames(const SOptions& options) {
     const std::string number = std::to_string(i);
     names.push_back({"A" + number, std::to_string(1000 + i), "模拟账户" + number});
   }
-  if (options.m_hedge) names.push_back({FUTURES_ACCOUNT, "8001", "模拟期货账户", true});
+  // Who has a window may hedge a basket of his own.
+  if (options.m_hedge || !options.m_bHeadless) names.push_back({FUTURES_ACCOUNT, "8001", "模拟期货账户", true});
   return names;
 }
 
@@ -150,6 +133,21 @@ void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation) {
   }
 }
 
+ksservice::CBasketHedgeParam makeHedge(const SHedgeOption& option, double amount, bool scheduled,
+                                       std::optional<int> orders, const exchange::CExchange& market) {
+  ksservice::CBasketHedgeParam hedge;
+  hedge.m_bEnabled = true;
+  // The hedge manager has them from the start, so the panel shows from the first lot how the hedge stands.
+  hedge.m_bHandedOver = true;
+  hedge.m_strMarket = exchange::FUTURES_MARKET;
+  hedge.m_strCode = option.m_strCode;
+  hedge.m_strAccount = FUTURES_ACCOUNT;
+  hedge.m_nOperation = ksservice::EOT_SellOpen;
+  hedge.m_dRatio = option.m_dRatio;
+  hedge.m_nOrderLimit = orders.value_or(fittingOrders(hedge, amount, scheduled, market));
+  return hedge;
+}
+
 std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SInputs& inputs,
                                               const exchange::CExchange& market, const AccountList& accounts) {
   std::vector<engine::SBasketOrder> baskets;
@@ -165,7 +163,10 @@ std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SIn
       basket.m_lines.push_back(makeOrderLine(market, number, operationOf(instrument, line.m_bBuy), line.m_nQuantity));
       amount += line.m_nQuantity * instrument.m_dPrevClose * instrument.m_nMultiplier;
     }
-    basket.m_hedge = makeHedge(options, amount, market);
+    if (options.m_hedge) {
+      basket.m_hedge =
+          makeHedge(*options.m_hedge, amount, options.m_algo.has_value(), options.m_nHedgeOrders, market);
+    }
   }
   return baskets;
 }

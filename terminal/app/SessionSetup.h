@@ -42,6 +42,10 @@ void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation);
 
 std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SInputs& inputs,
                                               const exchange::CExchange& market, const AccountList& accounts);
+/// Futures of the session's account are sold short against what a basket of that amount (CNY) buys and sells. orders:
+/// after which the hedge pauses; none: what fits.
+ksservice::CBasketHedgeParam makeHedge(const SHedgeOption& option, double amount, bool scheduled,
+                                       std::optional<int> orders, const exchange::CExchange& market);
 /// A line at the opposite best price. The market must list the instrument. Any thread.
 engine::SOrderLine makeOrderLine(const exchange::CExchange& market, int instrument, int operation, int quantity);
 

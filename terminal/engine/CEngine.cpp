@@ -72,14 +72,20 @@ int CEngine::startBasket(const SBasketOrder& basket) {
       m_desk.setHedgeParam(source, command->m_nCommandId, *basket.m_hedge);
     }
   }
-  std::vector<SAccountLines> parts;
+  start(command, command->m_nTaskId, partsOf(basket), basket.m_algo);
+  return command->m_nTaskId;
+}
+
+std::vector<SAccountLines> CEngine::partsOf(const SBasketOrder& basket) const {
+  std::vector<SAccountLines> parts = basket.m_parts;
+  for (SAccountLines& part : parts) knowRules(part.m_lines);
+  if (!parts.empty()) return parts;
   std::vector<SOrderLine> whole = basket.m_lines;
   knowRules(whole);
   for (std::vector<SOrderLine>& lines : splitLines(whole, static_cast<int>(basket.m_accounts.size()))) {
     parts.push_back({basket.m_accounts[parts.size()], std::move(lines)});
   }
-  start(command, command->m_nTaskId, parts, basket.m_algo);
-  return command->m_nTaskId;
+  return parts;
 }
 
 int CEngine::startPatch(const COrderCommand& command, const std::vector<SAccountLines>& parts,
@@ -222,6 +228,10 @@ exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask:
   order.m_dPrice = line.m_dReference;
   order.m_bMarketPrice = line.isAtMarketPrice();
   if (order.m_nInstrument < 0 || line.m_bOwnPrice) return order;
+  if (line.m_bPricedByType) {
+    order.m_dPrice = priceByType(order.m_nInstrument, line);
+    return order;
+  }
   order.m_dPrice = task.boundPrice(due.m_nLine, oppositePrice(order.m_nInstrument, order.m_bBuy, line.m_dReference));
   return order;
 }
@@ -231,6 +241,19 @@ double CEngine::oppositePrice(int instrument, bool buy, double fallback) {
   const double opposite = buy ? quote.m_dAsk : quote.m_dBid;
   if (opposite > 0) return opposite;
   return quote.m_dLast > 0 ? quote.m_dLast : fallback;
+}
+
+/// A whole tick within the day's limits.
+double CEngine::priceByType(int instrument, const SOrderLine& line) {
+  const exchange::SQuote quote = m_market.quote(instrument);
+  const exchange::SRules& rules = m_market.rules(instrument);
+  const bool buy = DataHelper::isBuy(line.m_nOperation);
+  double price = quote.m_dLast > 0 ? quote.m_dLast : line.m_dReference;
+  if (line.m_nPriceType == EPT_Counterpart) price = oppositePrice(instrument, buy, line.m_dReference);
+  if (line.m_nPriceType == EPT_LimitUp) price = quote.m_dLimitUp;
+  if (line.m_nPriceType == EPT_LimitDown) price = quote.m_dLimitDown;
+  const std::int64_t ticks = rules.toLimitTicks(price, buy) + (buy ? line.m_nOffsetTicks : -line.m_nOffsetTicks);
+  return rules.toPrice(std::clamp(ticks, rules.m_nLimitDown, rules.m_nLimitUp));
 }
 
 bool CEngine::operate(int taskId, const std::string& accountKey, int operation) {

@@ -32,21 +32,22 @@ struct SEngineSettings {
   int m_nTraderType = EMTT_Stock;
 };
 
+/// What one account is to trade.
+struct SAccountLines {
+  boost::shared_ptr<const ksservice::CAccountInfo> m_pAccount;
+  std::vector<SOrderLine> m_lines;
+};
+
 /// A basket to trade at once.
 struct SBasketOrder {
   std::string m_strName;
   std::string m_strText;  ///< the command's text
   std::vector<SOrderLine> m_lines;
-  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;  ///< at least one
+  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;  ///< share the lines evenly
+  std::vector<SAccountLines> m_parts;                                  ///< what each is to trade instead, if not empty
   std::optional<TC::SAlgoParams> m_algo;                               ///< none: one order a security at once
   /// What the hedge manager and the user's settings offer the panel for this basket; none: it is not hedged.
   std::optional<ksservice::CBasketHedgeParam> m_hedge;
-};
-
-/// What one account is to trade.
-struct SAccountLines {
-  boost::shared_ptr<const ksservice::CAccountInfo> m_pAccount;
-  std::vector<SOrderLine> m_lines;
 };
 
 /// Something that a user may want to read in the log.
@@ -138,6 +139,7 @@ class CEngine {
   boost::shared_ptr<ksservice::COrderCommand> makeCommand(const SBasketOrder& basket);
   void start(const boost::shared_ptr<ksservice::COrderCommand>& command, int taskId,
              const std::vector<SAccountLines>& parts, const std::optional<TC::SAlgoParams>& algo);
+  std::vector<SAccountLines> partsOf(const SBasketOrder& basket) const;
   void knowRules(std::vector<SOrderLine>& lines) const;
   void endSchedules();
   void runSchedules();
@@ -147,6 +149,7 @@ class CEngine {
   void sendNext(CSubTask& task);
   exchange::SMarketOrder priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due);
   double oppositePrice(int instrument, bool buy, double fallback);
+  double priceByType(int instrument, const SOrderLine& line);
   bool carryOut(CSubTask& task, int operation);
   bool apply(CSubTask& task, int operation);
   bool cancelWorking(const CSubTask& task);

@@ -5,7 +5,9 @@
 
 namespace engine {
 
-bool SOrderLine::isAtMarketPrice() const { return m_bOwnPrice && ksservice::isRealMarketPrice(m_nPriceType); }
+bool SOrderLine::isAtMarketPrice() const {
+  return (m_bOwnPrice || m_bPricedByType) && ksservice::isRealMarketPrice(m_nPriceType);
+}
 
 int SOrderLine::inOneOrder(int quantity) const {
   return m_rules.inOneOrder(quantity, ksservice::DataHelper::isBuy(m_nOperation), isAtMarketPrice());

@@ -16,6 +16,8 @@ struct SOrderLine {
   double m_dReference = 0;  ///< price that the parameter shows, CNY
   int m_nPriceType = ksservice::EPT_Limit;
   bool m_bOwnPrice = false;  ///< goes out at its own price or as its price type says; else at the opposite best price
+  bool m_bPricedByType = false;  ///< goes out at what its price type gives when it is sent, not at its own price
+  int m_nOffsetTicks = 0;        ///< that such a price goes towards the other side, below 0: away from it
   exchange::SRules m_rules;  ///< of the market that trades it, which the engine asks for them
 
   /// Whether its orders go out without a limit.

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QAction>
+#include <QMainWindow>
+#include <memory>
+
+#include "CDraftHost.h"
+#include "CDraftStore.h"
+
+namespace app {
+
+/// Opens the windows of new baskets in a live session: by "新建篮子" (Ctrl+N), by a file that is dropped on the terminal's
+/// window, by lines that a panel offers. GUI thread.
+class CBasketDesk : public QObject {
+  Q_OBJECT
+
+ public:
+  /// All must outlive this object. folder: where drafts are kept; empty: nowhere.
+  CBasketDesk(QMainWindow& window, std::unique_ptr<CDraftHost> host, const QString& folder);
+  /// Closes the windows; their drafts are kept.
+  ~CBasketDesk() override;
+
+  /// For menus.
+  QAction* newBasketAction() { return m_pNewBasket; }
+  /// Drafts that were neither sent nor thrown away.
+  int openDraftCount() const;
+  /// bytes: lines as a panel offers them, or any other text.
+  void openText(const QByteArray& bytes, const QString& name);
+
+ protected:
+  bool eventFilter(QObject* object, QEvent* event) override;
+
+ private:
+  preview::CNewBasketWindow* openWindow();
+
+  QMainWindow& m_window;
+  std::unique_ptr<CDraftHost> m_pHost;
+  preview::CDraftStore m_store;
+  QAction* m_pNewBasket;
+};
+
+}  // namespace app

@@ -1,0 +1,377 @@
+#include "CDraft.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "Changes.h"
+#include "Sentence.h"
+#include "SentLines.h"
+
+namespace preview {
+namespace {
+
+constexpr int PRICE_MSEC = 1000;
+
+SDraftLine lineOf(const basket::SReadLine& read) {
+  SDraftLine line;
+  line.m_strRead = read.m_strText;
+  line.m_nOperation = read.m_nOperation;
+  line.m_line.m_strMarket = read.m_strMarket;
+  line.m_line.m_strCode = read.m_strCode;
+  line.m_line.m_strName = read.m_strName;
+  if (read.m_bBuy) line.m_line.m_side = *read.m_bBuy ? draft::ESide::Buy : draft::ESide::Sell;
+  line.m_line.m_measure = read.m_measure;
+  line.m_line.m_dQuantity = read.m_dQuantity;
+  line.m_line.m_dPrice = read.m_dPrice.value_or(0);
+  line.m_line.m_strFault = read.m_strFault;
+  line.m_line.m_nSourceLine = read.m_nLine;
+  return line;
+}
+
+/// Puts back what the user made of lines of which the source still says the same.
+void keepEdits(const std::vector<SDraftLine>& before, std::vector<SDraftLine>& after) {
+  std::multimap<std::string, const SDraftLine*> edited;
+  for (const SDraftLine& line : before) {
+    if (line.m_bEdited || !line.m_line.m_bChecked) edited.emplace(line.m_strRead, &line);
+  }
+  for (SDraftLine& line : after) {
+    const auto kept = edited.find(line.m_strRead);
+    if (kept == edited.end()) continue;
+    const int sourceLine = line.m_line.m_nSourceLine;
+    line = *kept->second;
+    line.m_line.m_nSourceLine = sourceLine;
+    edited.erase(kept);
+  }
+  // What the user added himself was never in the source.
+  for (const auto& [read, line] : edited) {
+    if (read.empty()) after.push_back(*line);
+  }
+}
+
+std::vector<draft::SLine> plainLines(const std::vector<SDraftLine>& lines) {
+  std::vector<draft::SLine> plain;
+  plain.reserve(lines.size());
+  for (const SDraftLine& line : lines) plain.push_back(line.m_line);
+  return plain;
+}
+
+int largestSheet(const basket::SSource& source) {
+  const auto smaller = [](const basket::SSheet& a, const basket::SSheet& b) { return a.m_rows.size() < b.m_rows.size(); };
+  const auto largest = std::max_element(source.m_sheets.begin(), source.m_sheets.end(), smaller);
+  return static_cast<int>(largest - source.m_sheets.begin());
+}
+
+}  // namespace
+
+CDraft::CDraft(IDraftHost& host, QObject* parent) : QObject(parent), m_host(host) {
+  m_priceTimer.setInterval(PRICE_MSEC);
+  connect(&m_priceTimer, &QTimer::timeout, this, [this] {
+    // Cash and positions move, too.
+    askPrices();
+    judgeAll();
+  });
+  m_accounts = m_host.accounts();
+  if (!m_accounts.empty()) m_state.m_deal.m_ratios[m_accounts.front().m_strKey] = 1;
+  judgeAll();
+}
+
+void CDraft::restore(const SDraftState& state) {
+  m_state = state;
+  changed(true);
+  Q_EMIT sigSourceChanged();
+}
+
+void CDraft::setSource(basket::SSource source, const basket::SLayout* layout, bool again) {
+  if (source.m_sheets.empty()) return;
+  const int sheets = static_cast<int>(source.m_sheets.size());
+  m_source = std::move(source);
+  if (!again || m_state.m_nSheet >= sheets) m_state.m_nSheet = largestSheet(m_source);
+  m_state.m_layout = layout ? *layout : basket::guessLayout(sheet(), m_host.securities());
+  readAgain(again);
+}
+
+void CDraft::readAgain(bool again) {
+  basket::SReadBasket read = basket::readLines(sheet(), m_state.m_layout, m_host.securities());
+  m_leftOut = std::move(read.m_leftOut);
+  std::vector<SDraftLine> lines;
+  lines.reserve(read.m_lines.size());
+  for (const basket::SReadLine& line : read.m_lines) lines.push_back(lineOf(line));
+  if (again) {
+    keepEdits(m_state.m_lines, lines);
+    const draft::SChanges changes = draft::changesOf(plainLines(m_state.m_lines), plainLines(lines));
+    for (std::size_t i = 0; i < lines.size(); ++i) lines[i].m_strChange = QString::fromStdString(changes.m_marks[i]);
+  }
+  m_state.m_lines = std::move(lines);
+  changed(true);
+  Q_EMIT sigSourceChanged();
+}
+
+void CDraft::append(const basket::SSource& source) {
+  for (const basket::SSheet& added : source.m_sheets) {
+    const basket::SLayout layout = basket::guessLayout(added, m_host.securities());
+    for (const basket::SReadLine& line : basket::readLines(added, layout, m_host.securities()).m_lines) {
+      m_state.m_lines.push_back(lineOf(line));
+      // Of another source than the one that can be read again.
+      m_state.m_lines.back().m_strRead.clear();
+      m_state.m_lines.back().m_bEdited = true;
+      m_state.m_lines.back().m_line.m_nSourceLine = 0;
+    }
+  }
+  changed(true);
+}
+
+void CDraft::setSheet(int sheetIndex) {
+  if (!hasSource() || sheetIndex == m_state.m_nSheet) return;
+  m_state.m_nSheet = sheetIndex;
+  m_state.m_layout = basket::guessLayout(sheet(), m_host.securities());
+  readAgain(false);
+}
+
+void CDraft::setRole(int column, basket::ERole role) {
+  if (!hasSource() || column < 0 || column >= static_cast<int>(m_state.m_layout.m_columns.size())) return;
+  std::vector<basket::SColumn>& columns = m_state.m_layout.m_columns;
+  for (basket::SColumn& each : columns) {
+    // Of each but what counts for nothing there is one.
+    if (each.m_role == role) each.m_role = basket::ERole::None;
+  }
+  columns[static_cast<std::size_t>(column)].m_role = role;
+  readAgain(true);
+}
+
+void CDraft::setLayout(const basket::SLayout& layout) {
+  if (!hasSource()) return;
+  m_state.m_layout = layout;
+  readAgain(true);
+}
+
+void CDraft::setName(const QString& name) {
+  if (std::exchange(m_state.m_strName, name) != name) changed(false);
+}
+
+void CDraft::setLine(int index, const draft::SLine& line) {
+  SDraftLine& own = m_state.m_lines[static_cast<std::size_t>(index)];
+  const bool otherSide = own.m_line.m_side != line.m_side;
+  own.m_line = line;
+  own.m_line.m_strFault.clear();
+  own.m_bEdited = true;
+  if (otherSide) own.m_nOperation = ksservice::EOT_None;
+  findSecurity(index);
+  changed(false);
+}
+
+void CDraft::setChecked(const std::vector<int>& indices, bool checked) {
+  for (const int index : indices) m_state.m_lines[static_cast<std::size_t>(index)].m_line.m_bChecked = checked;
+  changed(false);
+}
+
+int CDraft::addLine() {
+  SDraftLine line;
+  line.m_bEdited = true;
+  line.m_line.m_side = draft::ESide::Buy;
+  m_state.m_lines.push_back(line);
+  changed(true);
+  return static_cast<int>(m_state.m_lines.size()) - 1;
+}
+
+void CDraft::removeLines(const std::vector<int>& indices) {
+  const std::set<int> gone(indices.begin(), indices.end());
+  std::vector<SDraftLine> kept;
+  for (std::size_t i = 0; i < m_state.m_lines.size(); ++i) {
+    if (!gone.contains(static_cast<int>(i))) kept.push_back(std::move(m_state.m_lines[i]));
+  }
+  m_state.m_lines = std::move(kept);
+  changed(true);
+}
+
+void CDraft::mergeTwice() {
+  const std::vector<draft::SMerged> merged = draft::merge(m_lines);
+  std::vector<SDraftLine> lines;
+  lines.reserve(merged.size());
+  for (const draft::SMerged& each : merged) {
+    lines.push_back(m_state.m_lines[static_cast<std::size_t>(each.m_lines.front())]);
+    if (each.m_lines.size() < 2) continue;
+    lines.back().m_line = each.m_line;
+    lines.back().m_bEdited = true;
+  }
+  m_state.m_lines = std::move(lines);
+  changed(true);
+}
+
+void CDraft::uncheckErrors() {
+  std::vector<int> wrong;
+  for (std::size_t i = 0; i < m_judgement.m_findings.size(); ++i) {
+    const auto& findings = m_judgement.m_findings[i];
+    if (!findings.empty() && findings.front().m_level == draft::ELevel::Error) wrong.push_back(static_cast<int>(i));
+  }
+  setChecked(wrong, false);
+}
+
+void CDraft::setCode(int index, const QString& text) {
+  draft::SLine line = m_state.m_lines[static_cast<std::size_t>(index)].m_line;
+  basket::SSheet typed;
+  typed.m_rows.push_back({1, {text.trimmed().toStdString()}});
+  const basket::SLayout layout{-1, {{std::string(), basket::ERole::Code, basket::EUnit::One}}};
+  const basket::SReadBasket read = basket::readLines(typed, layout, m_host.securities());
+  line.m_strMarket = read.m_lines.empty() ? std::string() : read.m_lines.front().m_strMarket;
+  line.m_strCode = read.m_lines.empty() ? typed.m_rows.front().m_cells.front() : read.m_lines.front().m_strCode;
+  // It was the name of what stood there before.
+  line.m_strName.clear();
+  setLine(index, line);
+}
+
+void CDraft::chooseSecurity(int index, int security) {
+  draft::SLine line = m_state.m_lines[static_cast<std::size_t>(index)].m_line;
+  const basket::SSecurity& listed = m_host.securities()[security];
+  line.m_strMarket = listed.m_strMarket;
+  line.m_strCode = listed.m_strCode;
+  line.m_strName = listed.m_strName;
+  setLine(index, line);
+}
+
+void CDraft::setSizing(const draft::SSizing& sizing) {
+  m_state.m_sizing = sizing;
+  changed(false);
+}
+
+void CDraft::setDeal(const SDealChoice& deal) {
+  m_state.m_deal = deal;
+  changed(false);
+}
+
+void CDraft::setTrade(const STradeParams& trade) {
+  if (m_state.m_trade == trade) return;
+  m_state.m_trade = trade;
+  changed(false);
+}
+
+void CDraft::setHedge(const SHedgeChoice& hedge) {
+  if (m_state.m_hedge == hedge) return;
+  m_state.m_hedge = hedge;
+  changed(false);
+}
+
+void CDraft::setLimits(const draft::SLimits& limits) {
+  m_state.m_limits = limits;
+  changed(false);
+}
+
+/// The lines may have been edited meanwhile.
+void CDraft::changed(bool reset) {
+  if (reset) {
+    findSecurities();
+    askPrices();
+  }
+  judgeAll();
+  if (reset) Q_EMIT sigLinesReset();
+  Q_EMIT sigEdited();
+}
+
+void CDraft::findSecurities() {
+  m_securities.assign(m_state.m_lines.size(), -1);
+  m_market.m_facts.assign(m_state.m_lines.size(), {});
+  for (std::size_t i = 0; i < m_state.m_lines.size(); ++i) findSecurity(static_cast<int>(i));
+}
+
+void CDraft::findSecurity(int index) {
+  const auto at = static_cast<std::size_t>(index);
+  SDraftLine& line = m_state.m_lines[at];
+  const int security = m_host.securities().find(line.m_line.m_strMarket, line.m_line.m_strCode);
+  m_securities[at] = security;
+  draft::SMarketFacts& facts = m_market.m_facts[at];
+  facts = security < 0 ? draft::SMarketFacts() : m_host.listed(security);
+  const auto known = m_prices.find(security);
+  if (known == m_prices.end()) return;
+  facts.m_dLast = known->second.m_dLast;
+  facts.m_dBid = known->second.m_dBid;
+  facts.m_dAsk = known->second.m_dAsk;
+}
+
+std::vector<double> CDraft::ratios() const {
+  std::vector<double> ratios;
+  for (const draft::SAccountFacts& account : m_accounts) {
+    const auto found = m_state.m_deal.m_ratios.find(account.m_strKey);
+    ratios.push_back(found == m_state.m_deal.m_ratios.end() ? 0 : found->second);
+  }
+  return ratios;
+}
+
+void CDraft::judgeAll() {
+  m_accounts = m_host.accounts();
+  m_market.m_fees = m_host.fees();
+  m_lines = plainLines(m_state.m_lines);
+  double missed = 0;
+  const std::vector<int> quantities = draft::quantitiesOf(m_lines, m_market.m_facts, m_state.m_sizing, &missed);
+  m_dealt = draft::dealOut(m_lines, quantities, m_market.m_facts, m_accounts, m_state.m_deal.m_by, ratios());
+  m_dealt.m_dMissed = missed;
+  m_judgement = draft::judge(m_lines, m_market, m_accounts, m_dealt, m_state.m_limits);
+  m_accountAmounts.assign(m_accounts.size(), 0);
+  for (std::size_t i = 0; i < m_dealt.m_lines.size(); ++i) {
+    const double price = m_market.m_facts[i].price() * m_market.m_facts[i].m_nMultiplier;
+    for (const draft::SDealPart& part : m_dealt.m_lines[i].m_parts) {
+      m_accountAmounts[static_cast<std::size_t>(part.m_nAccount)] += part.m_nQuantity * price;
+    }
+  }
+  Q_EMIT sigJudged();
+}
+
+double CDraft::amountOf(int line) const {
+  const auto at = static_cast<std::size_t>(line);
+  return m_dealt.m_lines[at].m_nQuantity * m_market.m_facts[at].price() * m_market.m_facts[at].m_nMultiplier;
+}
+
+std::vector<int> CDraft::candidates(int line, std::size_t most) const {
+  const draft::SLine& own = m_state.m_lines[static_cast<std::size_t>(line)].m_line;
+  return m_host.securities().nearest(own.m_strCode, own.m_strName, most);
+}
+
+bool CDraft::hasWeights() const {
+  return std::any_of(m_lines.begin(), m_lines.end(),
+                     [](const draft::SLine& line) { return line.m_measure == basket::EMeasure::Weight; });
+}
+
+QString CDraft::refusal() const {
+  const draft::STotals& totals = m_judgement.m_totals;
+  if (totals.m_nErrors > 0) return QStringLiteral("%1 行有错误：改正或取消勾选后才能发送").arg(totals.m_nErrors);
+  for (const draft::SFinding& finding : m_judgement.m_ofBasket) {
+    if (finding.m_level == draft::ELevel::Error) return QString::fromStdString(finding.m_strText);
+  }
+  if (totals.m_nLines == 0) return QStringLiteral("没有可发送的行");
+  if (m_state.m_strName.trimmed().isEmpty()) return QStringLiteral("篮子名称不能为空");
+  return {};
+}
+
+QString CDraft::sentence() const {
+  const SRateUse rates = m_host.rates();
+  return QString::fromStdString(draft::sentence(m_lines, m_market, m_accounts, m_dealt, m_judgement,
+                                                {rates.m_nSecondLimit, rates.m_nDayLimit, rates.m_sentToday}));
+}
+
+SSentBasket CDraft::toSend() const { return sentBasket(m_state, m_market, m_accounts, m_dealt); }
+
+void CDraft::setWatched(bool watched) {
+  if (!watched) return m_priceTimer.stop();
+  m_priceTimer.start();
+  askPrices();
+}
+
+/// One question at a time: a slow answer must not make them pile up.
+void CDraft::askPrices() {
+  std::set<int> wanted(m_securities.begin(), m_securities.end());
+  wanted.erase(-1);
+  if (m_bAsked || wanted.empty()) return;
+  m_bAsked = true;
+  std::vector<int> securities(wanted.begin(), wanted.end());
+  m_host.askPrices(securities, [self = QPointer<CDraft>(this), securities](const std::vector<SPrices>& prices) {
+    if (self) self->takePrices(securities, prices);
+  });
+}
+
+void CDraft::takePrices(const std::vector<int>& securities, const std::vector<SPrices>& prices) {
+  m_bAsked = false;
+  for (std::size_t i = 0; i < securities.size() && i < prices.size(); ++i) m_prices[securities[i]] = prices[i];
+  for (std::size_t i = 0; i < m_securities.size(); ++i) findSecurity(static_cast<int>(i));
+  judgeAll();
+}
+
+}  // namespace preview

@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+
+#include <QMessageBox>
+
+#include "CLineModel.h"
+#include "PreviewRig.h"
+
+namespace {
+
+using preview::LineCode;
+using preview::LineQuantity;
+
+constexpr auto MIXED = "代码,名称,方向,数量\n600000,浦发银行,买入,1000\n60003,招商银行,买入,500\n000001,,卖出,200\n合计,,,1700\n";
+
+TEST(NewBasket, AWrongLineIsJudgedWithEachKeyAndHoldsTheBasketBack) {
+  CPreviewRig rig;
+  rig.paste(MIXED);
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 3U);
+  EXPECT_EQ(rig.draft().leftOut().size(), 1U);
+  EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+  // The likeliest one is offered.
+  ASSERT_FALSE(rig.draft().candidates(1, 3).empty());
+  EXPECT_EQ(rig.m_host.securities()[rig.draft().candidates(1, 3).front()].m_strCode, "600036");
+
+  QLineEdit* editor = rig.type(1, LineCode, QStringLiteral("60003"));
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+  QTest::keyClicks(editor, QStringLiteral("6"));
+  // Before the edit has ended.
+  EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+  QTest::keyClick(editor, Qt::Key_Escape);
+  EXPECT_EQ(rig.cell(1, LineCode), QStringLiteral("60003"));
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+
+  rig.button(QStringLiteral("取消勾选全部错误行")).click();
+  EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+  rig.send(QStringLiteral("发送"));
+  ASSERT_EQ(rig.m_host.m_sent.size(), 1U);
+  ASSERT_EQ(rig.m_host.m_sent[0].m_parts.size(), 1U);
+  EXPECT_EQ(rig.m_host.m_sent[0].m_parts[0].m_lines.size(), 2U);
+}
+
+TEST(NewBasket, OnlyTheQuestionsOwnButtonSends) {
+  CPreviewRig rig;
+  rig.paste("600000 买入 1000\n");
+  QTest::keyClick(rig.m_pWindow.get(), Qt::Key_Return);
+  QTest::keyClick(rig.m_pWindow->findChild<QLineEdit*>(), Qt::Key_Return);
+  QTest::keyClick(rig.type(0, LineQuantity, QStringLiteral("2000")), Qt::Key_Return);
+  EXPECT_TRUE(rig.m_host.m_sent.empty());
+  // Enter in the question is "取消".
+  const QString question = rig.send(QString());
+  EXPECT_TRUE(rig.m_host.m_sent.empty());
+  EXPECT_TRUE(question.contains(QStringLiteral("1001"))) << question.toStdString();
+  rig.send(QStringLiteral("发送"));
+  ASSERT_EQ(rig.m_host.m_sent.size(), 1U);
+  EXPECT_EQ(rig.m_host.m_sent[0].m_parts[0].m_lines[0].m_nQuantity, 2000);
+  EXPECT_EQ(rig.m_host.m_sent[0].m_parts[0].m_lines[0].m_nOperation, ksservice::EOT_Buy);
+}
+
+TEST(NewBasket, IsSharedOutOverTheAccountsThatHaveARatio) {
+  CPreviewRig rig;
+  rig.paste("600000 买入 1000\n688001 买入 601\n");
+  QAbstractItemModel& accounts = *rig.table(QStringLiteral("账户分配")).model();
+  ASSERT_EQ(accounts.rowCount(), 3);
+  accounts.setData(accounts.index(1, 2), QStringLiteral("2"));
+  accounts.setData(accounts.index(2, 0), Qt::Checked, Qt::CheckStateRole);
+  const preview::SSentBasket basket = rig.draft().toSend();
+  ASSERT_EQ(basket.m_parts.size(), 3U);
+  std::map<std::string, int> sums;
+  for (const preview::SSendPart& part : basket.m_parts) {
+    for (const preview::SSendLine& line : part.m_lines) sums[line.m_strCode] += line.m_nQuantity;
+  }
+  EXPECT_EQ(sums["600000"], 1000);
+  EXPECT_EQ(sums["688001"], 601);
+}
+
+TEST(NewBasket, AFileThatIsReadAgainKeepsEditsAndMarksWhatIsNew) {
+  CPreviewRig rig;
+  const QString file = rig.writeFile(QStringLiteral("篮子.csv"), "code,side,quantity\n600000,B,100\n600036,B,200\n");
+  rig.m_pWindow->openFile(file);
+  QTest::keyClick(rig.type(0, LineQuantity, QStringLiteral("900")), Qt::Key_Return);
+  rig.writeFile(QStringLiteral("篮子.csv"), "code,side,quantity\n600000,B,100\n600036,B,300\n300750,S,100\n");
+  rig.button(QStringLiteral("重新读入")).click();
+  const auto& lines = rig.draft().state().m_lines;
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines[0].m_line.m_dQuantity, 900);
+  EXPECT_TRUE(lines[0].m_strChange.isEmpty());
+  EXPECT_EQ(lines[1].m_line.m_dQuantity, 300);
+  EXPECT_FALSE(lines[1].m_strChange.isEmpty());
+  EXPECT_FALSE(lines[2].m_strChange.isEmpty());
+}
+
+TEST(NewBasket, DraftsOutliveTheWindowAndWhatWasSentOpensAsANewOne) {
+  CPreviewRig rig;
+  rig.paste(MIXED);
+  QTest::keyClick(rig.type(1, LineCode, QStringLiteral("600036")), Qt::Key_Return);
+  QTRY_COMPARE_WITH_TIMEOUT(int(rig.m_pStore->list().size()), 1, 5000);
+  rig.open();
+  std::vector<preview::SKeptDraft> kept = rig.m_pStore->list();
+  ASSERT_EQ(kept.size(), 1U);
+  EXPECT_FALSE(kept[0].m_bSent);
+  EXPECT_EQ(kept[0].m_nLines, 3);
+  rig.m_pWindow->openDraft(kept[0].m_strId);
+  EXPECT_EQ(rig.cell(1, LineCode), QStringLiteral("600036"));
+  rig.send(QStringLiteral("发送"));
+  ASSERT_EQ(rig.m_host.m_sent.size(), 1U);
+
+  rig.open();
+  kept = rig.m_pStore->list();
+  ASSERT_EQ(kept.size(), 1U);
+  EXPECT_TRUE(kept[0].m_bSent);
+  rig.m_pWindow->openDraft(kept[0].m_strId);
+  QTest::keyClick(rig.type(0, LineQuantity, QStringLiteral("300")), Qt::Key_Return);
+  rig.m_pWindow->close();
+  rig.m_pStore->finish();
+  // What was sent is still there as it was.
+  EXPECT_EQ(rig.m_pStore->list().size(), 2U);
+  EXPECT_EQ(rig.m_pStore->load(kept[0].m_strId)->m_lines[0].m_line.m_dQuantity, 1000);
+}
+
+TEST(NewBasket, TheChoiceOfAColumnIsRememberedForItsTitles) {
+  CPreviewRig rig;
+  const QString file = rig.writeFile(QStringLiteral("a.csv"), "code,side,甲,乙\n600000,B,100,200\n");
+  rig.m_pWindow->openFile(file);
+  const_cast<preview::CDraft&>(rig.draft()).setRole(3, basket::ERole::Quantity);
+  Q_EMIT rig.m_pWindow->findChild<preview::CSourceView*>()->sigRoleChosen();
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 200);
+  rig.open();
+  rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("b.csv"), "code,side,甲,乙\n600036,B,300,400\n"));
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 400);
+}
+
+}  // namespace

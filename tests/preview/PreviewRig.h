@@ -1,0 +1,134 @@
+#pragma once
+
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include "CNewBasketWindow.h"
+
+/// A terminal of five securities and three accounts.
+class CTestDraftHost : public preview::IDraftHost {
+ public:
+  const basket::CSecurities& securities() const override { return m_securities; }
+
+  draft::SMarketFacts listed(int security) const override {
+    exchange::SInstrument instrument;
+    instrument.m_strMarket = m_securities[security].m_strMarket;
+    instrument.m_strCode = m_securities[security].m_strCode;
+    instrument.m_strName = m_securities[security].m_strName;
+    instrument.m_dPrevClose = 10;
+    draft::SMarketFacts facts;
+    facts.m_bListed = true;
+    facts.m_strName = instrument.m_strName;
+    facts.m_rules = exchange::rulesOf(instrument);
+    facts.m_dLast = 10;
+    facts.m_dUsualVolume = 10'000'000;
+    return facts;
+  }
+
+  void askPrices(const std::vector<int>& securities,
+                 std::function<void(std::vector<preview::SPrices>)> answer) override {
+    const std::vector<preview::SPrices> prices(securities.size(), {m_dPrice, m_dPrice - 0.01, m_dPrice + 0.01});
+    QTimer::singleShot(0, [answer, prices] { answer(prices); });
+  }
+
+  std::vector<draft::SAccountFacts> accounts() const override { return m_accounts; }
+  exchange::SFeeRates fees() const override { return {}; }
+  preview::SRateUse rates() const override { return {280, 19000, {}}; }
+  std::vector<std::string> hedgeFutures() const override { return {"IF2612", "IM2612"}; }
+  void send(const preview::SSentBasket& basket) override { m_sent.push_back(basket); }
+
+  double m_dPrice = 10;
+  std::vector<preview::SSentBasket> m_sent;
+  std::vector<draft::SAccountFacts> m_accounts{{"A1", "1001", 1e8, {{"SZ.000001", 100000}}},
+                                               {"A2", "1002", 1e8, {}},
+                                               {"A3", "1003", 1e8, {}}};
+
+ private:
+  basket::CSecurities m_securities{{{"SH", "600000", "浦发银行"},
+                                    {"SZ", "000001", "平安银行"},
+                                    {"SH", "688001", "华兴源创"},
+                                    {"SZ", "300750", "宁德时代"},
+                                    {"SH", "600036", "招商银行"}}};
+};
+
+/// A window on a terminal, with a folder of its own for drafts.
+class CPreviewRig {
+ public:
+  CPreviewRig() { open(); }
+
+  /// As after a crash: another window, and a store that knows the folder alone.
+  void open() {
+    m_pWindow.reset();
+    m_pStore.reset();
+    m_pStore = std::make_unique<preview::CDraftStore>(m_folder.path() + QStringLiteral("/drafts"));
+    m_pWindow = std::make_unique<preview::CNewBasketWindow>(m_host, *m_pStore, nullptr);
+    m_pWindow->setAttribute(Qt::WA_DeleteOnClose, false);
+    m_pWindow->show();
+    QCoreApplication::processEvents();
+  }
+
+  void paste(const char* text) {
+    m_pWindow->takeText(QByteArray(text), QStringLiteral("篮子"));
+    QCoreApplication::processEvents();
+  }
+
+  QString writeFile(const QString& name, const QByteArray& bytes) const {
+    QFile file(m_folder.filePath(name));
+    file.open(QIODevice::WriteOnly);
+    file.write(bytes);
+    return file.fileName();
+  }
+
+  template <class Widget>
+  Widget* find(const QString& text) const {
+    for (Widget* each : m_pWindow->findChildren<Widget*>()) {
+      if (each->text() == text) return each;
+    }
+    return nullptr;
+  }
+  QPushButton& button(const QString& text) const { return *find<QPushButton>(text); }
+  QTableView& table(const QString& name) const {
+    for (auto* each : m_pWindow->findChildren<QTableView*>()) {
+      if (each->accessibleName() == name) return *each;
+    }
+    return *m_pWindow->findChild<QTableView*>();
+  }
+  QTableView& lines() const { return table(QStringLiteral("篮子明细")); }
+  QString cell(int row, int column) const {
+    return lines().model()->index(row, column).data().toString();
+  }
+  const preview::CDraft& draft() const { return m_pWindow->draft(); }
+
+  /// Types into a cell as a user does, without ending it.
+  QLineEdit* type(int row, int column, const QString& text) const {
+    const QModelIndex index = lines().model()->index(row, column);
+    lines().setCurrentIndex(index);
+    lines().edit(index);
+    auto* editor = lines().findChild<QLineEdit*>();
+    editor->selectAll();
+    QTest::keyClicks(editor, text);
+    return editor;
+  }
+
+  /// Presses "发送" and answers the question by the button with that text; the question is told.
+  QString send(const QString& answer) const {
+    QString question;
+    QTimer::singleShot(0, [&] {
+      auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (!box) return;
+      question = box->text();
+      for (QAbstractButton* each : box->buttons()) {
+        if (each->text() == answer) return each->click();
+      }
+      QTest::keyClick(box, Qt::Key_Return);
+    });
+    button(QStringLiteral("发送")).click();
+    return question;
+  }
+
+  CTestDraftHost m_host;
+  QTemporaryDir m_folder;
+  std::unique_ptr<preview::CDraftStore> m_pStore;
+  std::unique_ptr<preview::CNewBasketWindow> m_pWindow;
+};
