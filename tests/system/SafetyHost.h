@@ -78,6 +78,7 @@ class CSafetyHost {
 
   /// Every line; knowable: as far as the panel could know of patches that another terminal made.
   Truth truth(bool knowable) const;
+  std::string accountFault() const { return m_market.accountFault(); }
   /// The patches that were asked for on this trading day.
   const std::vector<CreationPtr>& creations() const { return m_creations; }
   /// What the panel has seen since the last call of what the feed told.

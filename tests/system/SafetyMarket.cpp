@@ -36,6 +36,7 @@ CSafetyMarket::CSafetyMarket(const SDayPlan& plan, Random& random, Tell tell)
 // Tasks
 
 int CSafetyMarket::start(const engine::SBasketOrder& basket) {
+  if (std::exchange(m_bDayOver, false)) m_pBroker = std::make_unique<CSafetyBroker>(m_plan, m_random);
   COrderCommand command = *makeDetail(m_nTasks + 1)->m_pCommand;
   command.m_nOrderType = basket.m_algo ? EORT_Algo : EORT_Plain;
   // The panel of another trader type shows it.
@@ -116,6 +117,7 @@ std::vector<CSafetyMarket::Lines> CSafetyMarket::partsOf(const Lines& lines, boo
 
 void CSafetyMarket::advanceTo(std::int64_t msec) {
   m_nNow = msec;
+  m_pBroker->sendCancels(m_nNow);
   for (SSubTask& task : m_subTasks) live(task);
   publish();
 }
@@ -125,6 +127,7 @@ void CSafetyMarket::live(SSubTask& task) {
   for (std::size_t line = 0; line < task.m_state.m_params.size(); ++line) {
     if (sends && chance(m_random, 50)) send(task, line);
   }
+  if (task.m_bStopping) cancelOrders(task);
   for (SOrder& order : task.m_orders) {
     if (order.isOpen() && chance(m_random, 40)) trade(task, order);
   }
@@ -147,11 +150,16 @@ void CSafetyMarket::send(SSubTask& task, std::size_t line) {
   info->m_nOperation = param.m_nOperation;
   info->m_nVolume = chance(m_random, 60) ? unsent : 1 + below(m_random, unsent);
   info->m_dPrice = param.m_dPrice > 0 ? param.m_dPrice : 10;
+  const auto [id, refusal] = m_pBroker->order(param, info->m_nVolume, info->m_dPrice, m_nNow);
+  info->m_bCompleted = info->m_bHasMessage = id == 0;
+  info->m_strMessage = refusal;
+  // A refused line may be tried again: money may have come. One refused order shows it.
+  if (id == 0 && (refusal.empty() || !task.m_refused.insert(line).second)) return;
   int index = static_cast<int>(line);
   if (m_plan.has(ING_Indices) && chance(m_random, 50)) {
     index = chance(m_random, 50) ? 0 : below(m_random, static_cast<int>(task.m_state.m_params.size()) + 2) - 1;
   }
-  task.m_orders.push_back({info, line, index});
+  task.m_orders.push_back({info, line, index, id, id == 0});
   task.m_bChanged = true;
 }
 
@@ -159,7 +167,7 @@ void CSafetyMarket::send(SSubTask& task, std::size_t line) {
 void CSafetyMarket::trade(SSubTask& task, SOrder& order) {
   const auto info = boost::make_shared<COrderInfo>(*order.m_pInfo);
   const int left = info->m_nVolume - info->m_nTradedVolume;
-  const int kind = task.m_bStopping ? 100 : below(m_random, 100);
+  const int kind = m_pBroker->isCancelled(order.m_nId) ? 100 : below(m_random, 100);
   const int fill = kind < 45 ? left : kind < 85 || chance(m_random, 20) ? 1 + below(m_random, left) : 0;
   info->m_nTradedVolume += fill;
   info->m_dTradedAmount += fill * info->m_dPrice;
@@ -168,11 +176,22 @@ void CSafetyMarket::trade(SSubTask& task, SOrder& order) {
   info->m_bHasMessage = order.m_bCancelled && chance(m_random, m_nMessagePercent);
   if (info->m_bHasMessage) info->m_strMessage = "rejected";
   order.m_pInfo = info;
+  m_pBroker->fill(order.m_nId, fill, fill * info->m_dPrice);
+  if (info->m_bCompleted) m_pBroker->end(order.m_nId);
   task.m_bChanged = true;
+}
+
+/// Each as soon as its account may send a cancel.
+void CSafetyMarket::cancelOrders(SSubTask& task) {
+  for (const SOrder& order : task.m_orders) {
+    if (order.isOpen())
+      m_pBroker->cancel(task.m_state.m_params[order.m_nLine].m_pAccount->getKey(), order.m_nId, m_nNow);
+  }
 }
 
 void CSafetyMarket::stop(SSubTask& task) {
   task.m_bStopping = task.m_bChanged = true;
+  cancelOrders(task);
   for (SOrder& order : task.m_orders) {
     if (order.isOpen() && chance(m_random, 50)) trade(task, order);
   }
@@ -207,6 +226,8 @@ void CSafetyMarket::endDay() {
     }
     endIfDone(task);
   }
+  m_strDayFault = m_pBroker->fault();
+  m_bDayOver = true;
   publish();
 }
 

@@ -4,8 +4,9 @@
 
 #include <functional>
 #include <list>
+#include <memory>
 
-#include "SafetyPlan.h"
+#include "SafetyBroker.h"
 
 namespace test {
 
@@ -41,6 +42,8 @@ class CSafetyMarket {
   /// Every line as it stands now; may trade: by the details that count.
   Truth truth(const Counts& counts) const;
   void endDay();
+  /// What is wrong with the accounts' money, positions and rates; empty: nothing.
+  std::string accountFault() const { return m_strDayFault.empty() ? m_pBroker->fault() : m_strDayFault; }
 
  private:
   using Lines = std::vector<ksservice::CCodeOrderParam>;
@@ -48,8 +51,9 @@ class CSafetyMarket {
   struct SOrder {
     ksservice::COrderInfoPtr m_pInfo;  ///< never changed
     std::size_t m_nLine;
-    int m_nParamIndex;  ///< that its progress names
-    bool m_bCancelled = false;
+    int m_nParamIndex;          ///< that its progress names
+    std::uint64_t m_nId = 0;    ///< at the broker; 0: it was refused
+    bool m_bCancelled = false;  ///< or refused
 
     bool isOpen() const { return !m_pInfo->m_bCompleted; }
     /// What it has traded or may still.
@@ -59,7 +63,8 @@ class CSafetyMarket {
   struct SSubTask {
     ksservice::CTaskDetail m_state;  ///< but its orders
     std::vector<SOrder> m_orders;
-    bool m_bStopping = false;  ///< nothing more is sent
+    std::set<std::size_t> m_refused;  ///< lines of which the account could not pay or deliver an order
+    bool m_bStopping = false;         ///< nothing more is sent
     bool m_bChanged = true;
 
     bool isOver() const { return m_state.m_nStatus >= ksservice::ETS_Finished; }
@@ -73,6 +78,7 @@ class CSafetyMarket {
   void live(SSubTask& task);
   void send(SSubTask& task, std::size_t line);
   void trade(SSubTask& task, SOrder& order);
+  void cancelOrders(SSubTask& task);
   void stop(SSubTask& task);
   void endIfDone(SSubTask& task);
   void end(SSubTask& task, int status);
@@ -90,6 +96,9 @@ class CSafetyMarket {
   int m_nEndPercent;
   int m_nMessagePercent;
   std::list<SSubTask> m_subTasks;
+  std::unique_ptr<CSafetyBroker> m_pBroker;  ///< of a day, from its first basket on
+  bool m_bDayOver = true;
+  std::string m_strDayFault;
 };
 
 }  // namespace test

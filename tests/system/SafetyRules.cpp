@@ -16,7 +16,7 @@ std::string fraction(long long part, long long whole) { return std::to_string(pa
 
 }  // namespace
 
-// Quantities
+// Quantities, money, pace
 
 void CSafetyDay::checkLimits() {
   for (const auto& [key, line] : m_host.truth(false)) {
@@ -24,6 +24,7 @@ void CSafetyDay::checkLimits() {
     check(within, engine::lineText(key) + " traded " + fraction(line.m_nTraded, line.m_nTarget) + " and may trade " +
                       std::to_string(line.m_nMayTrade));
   }
+  check(m_host.accountFault().empty(), m_host.accountFault());
 }
 
 /// What is taken of each line as far as the panel could know.
