@@ -7,6 +7,10 @@
 #include "CDraftHost.h"
 #include "CDraftStore.h"
 
+namespace preview {
+class CNewBasketWindow;
+}
+
 namespace app {
 
 /// Opens the windows of new baskets in a live session: by "新建篮子" (Ctrl+N), by a file that is dropped on the terminal's

@@ -14,6 +14,7 @@ namespace basket {
 struct SSheetRow {
   int m_nLine = 0;                   ///< of the file, row of the sheet, from 1
   std::vector<std::string> m_cells;  ///< UTF-8, without blanks around
+  std::string m_strFault;            ///< the row could not be decoded; Chinese
 };
 
 /// One table of a source.
@@ -21,6 +22,7 @@ struct SSheet {
   std::string m_strName;  ///< of a workbook's sheet; else empty
   std::vector<SSheetRow> m_rows;
   bool m_bProse = false;  ///< no table: each row is one cell, a sentence
+  bool m_bText = false;   ///< split at separators: a row with too many cells has one that was torn, as 1,000 is
 };
 
 struct SSource {
@@ -43,13 +45,14 @@ struct SColumn {
   std::string m_strTitle;  ///< empty without a header
   ERole m_role = ERole::None;
   EUnit m_unit = EUnit::One;
+  std::optional<bool> m_bBuy{};  ///< of a quantity, amount or weight: the side that it alone is of, as "买入数量"
 
   bool operator==(const SColumn&) const = default;
 };
 
 /// How a sheet is read.
 struct SLayout {
-  int m_nHeader = -1;              ///< index of the row of titles; -1: none
+  int m_nHeader = -1;              ///< index of the (last) row of titles; -1: none
   std::vector<SColumn> m_columns;  ///< as many as the widest row has cells; none of prose
 
   /// Under which a user's choice of roles is remembered: the titles, or how many columns there are without any.
@@ -70,6 +73,7 @@ struct SReadLine {
   std::string m_strCode;          ///< as listed where it is; else as it is written
   std::string m_strName;          ///< as it is written; may be empty
   std::optional<bool> m_bBuy;     ///< none: the line does not say
+  int m_nOperation = -1;          ///< the host's number, as a panel's lines and "买入开仓" have it; -1: none
   EMeasure m_measure = EMeasure::None;
   double m_dQuantity = 0;         ///< shares (lots of a future), CNY, or a weight as it is written; above 0
   std::optional<double> m_dPrice; ///< CNY or index points, above 0
@@ -88,7 +92,7 @@ struct SReadBasket {
   std::vector<SLeftOut> m_leftOut;
 };
 
-/// Each row that is not blank becomes a line or is left out.
+/// Each row that is not blank, but for the titles, becomes a line or is left out.
 SReadBasket readLines(const SSheet& sheet, const SLayout& layout, const CSecurities& securities);
 
 }  // namespace basket

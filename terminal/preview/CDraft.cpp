@@ -210,8 +210,10 @@ void CDraft::uncheckErrors() {
 void CDraft::setCode(int index, const QString& text) {
   draft::SLine line = m_state.m_lines[static_cast<std::size_t>(index)].m_line;
   basket::SSheet typed;
-  typed.m_rows.push_back({1, {text.trimmed().toStdString()}});
-  const basket::SLayout layout{-1, {{std::string(), basket::ERole::Code, basket::EUnit::One}}};
+  typed.m_rows.resize(1);
+  typed.m_rows.front().m_nLine = 1;
+  typed.m_rows.front().m_cells = {text.trimmed().toStdString()};
+  const basket::SLayout layout{-1, {{std::string(), basket::ERole::Code, basket::EUnit::One, {}}}};
   const basket::SReadBasket read = basket::readLines(typed, layout, m_host.securities());
   line.m_strMarket = read.m_lines.empty() ? std::string() : read.m_lines.front().m_strMarket;
   line.m_strCode = read.m_lines.empty() ? typed.m_rows.front().m_cells.front() : read.m_lines.front().m_strCode;

@@ -13,7 +13,7 @@ struct SDraftLine {
   draft::SLine m_line;
   std::string m_strRead;      ///< as it stood in its source; empty for a line that the user added
   bool m_bEdited = false;     ///< by hand
-  std::string m_strChange;    ///< what is new of it since the source was read before; Chinese; empty: nothing
+  QString m_strChange;        ///< what is new of it since the source was read before; Chinese; empty: nothing
   int m_nOperation = ksservice::EOT_None;  ///< where the source said more than buy or sell
 };
 
