@@ -14,8 +14,8 @@ struct SMerged {
   std::vector<int> m_lines;  ///< indices, rising; one where nothing was merged
 };
 
-/// Makes one line of the checked lines of a security that have the same side, measure and limit: where the first of them
-/// stood, with their quantities added up. All others stay as they are.
+/// Makes one line of the checked lines of a security that have the same side, measure and limit: where the first of
+/// them stood, with their quantities added up. All others stay as they are.
 std::vector<SMerged> merge(const std::vector<SLine>& lines);
 
 struct SChanges {

@@ -1,0 +1,21 @@
+#include "Orders.h"
+
+namespace draft {
+
+SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity) {
+  SOrders orders;
+  const double value = facts.price() * facts.m_nMultiplier;
+  while (quantity > 0) {
+    // Limits carry most: of what a market price takes less in one order, there may be a few more.
+    const int first = facts.m_rules.inOneOrder(quantity, buy, false);
+    // What no board takes as it is goes out as it is and is refused there; here it counts once.
+    const int size = first > 0 ? first : quantity;
+    ++orders.m_nCount;
+    orders.m_dAmount += size * value;
+    orders.m_dFees += exchange::feesOf(rates, facts.m_kind, buy, size * value);
+    quantity -= size;
+  }
+  return orders;
+}
+
+}  // namespace draft

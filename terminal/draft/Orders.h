@@ -1,0 +1,17 @@
+/// The orders that a quantity becomes at the market. Any thread.
+#pragma once
+
+#include "Draft.h"
+
+namespace draft {
+
+struct SOrders {
+  int m_nCount = 0;
+  double m_dAmount = 0;  ///< CNY, at the last price
+  double m_dFees = 0;    ///< CNY: each order has its least commission
+};
+
+/// What a part of a line goes out as: split where one order does not take it.
+SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity);
+
+}  // namespace draft
