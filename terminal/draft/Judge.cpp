@@ -61,6 +61,8 @@ bool isError(const SFinding& finding) { return finding.m_level == ELevel::Error;
 void count(const SLine& line, const std::vector<SFinding>& findings, STotals& totals) {
   if (!line.m_bChecked) return;
   ++totals.m_nLines;
+  if (line.m_side == ESide::Buy) ++totals.m_nBuyLines;
+  if (line.m_side == ESide::Sell) ++totals.m_nSellLines;
   if (findings.empty()) return;
   ++(isError(findings.front()) ? totals.m_nErrors : totals.m_nWarnings);
 }

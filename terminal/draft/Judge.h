@@ -51,6 +51,8 @@ struct SFinding {
 /// Of the lines that are checked; an unchecked line has findings, but counts nowhere.
 struct STotals {
   int m_nLines = 0;
+  int m_nBuyLines = 0;
+  int m_nSellLines = 0;
   int m_nErrors = 0;    ///< lines with an error
   int m_nWarnings = 0;  ///< lines with a warning and no error
   double m_dBuy = 0;    ///< CNY

@@ -7,6 +7,8 @@
 #include "Changes.h"
 #include "Sentence.h"
 #include "SentLines.h"
+#include "ksservice/Operations.h"
+#include "tc/AlgoParams.h"
 
 namespace preview {
 namespace {
@@ -60,6 +62,27 @@ int largestSheet(const basket::SSource& source) {
   const auto smaller = [](const basket::SSheet& a, const basket::SSheet& b) { return a.m_rows.size() < b.m_rows.size(); };
   const auto largest = std::max_element(source.m_sheets.begin(), source.m_sheets.end(), smaller);
   return static_cast<int>(largest - source.m_sheets.begin());
+}
+
+/// "；对手价，让 2 跳", "；TWAP 09:30:00 至 14:57:00".
+QString tradeText(const STradeParams& trade) {
+  TC::SAlgoParams algo;
+  if (!trade.m_strAlgo.empty() && TC::SAlgoParams::parse(trade.m_strAlgo, algo).empty()) {
+    return QStringLiteral("；%1 %2 至 %3")
+        .arg(QLatin1String(TC::algorithmName(algo.m_eAlgorithm)),
+             QString::fromStdString(TC::formatSecondOfDay(algo.m_nStart)),
+             QString::fromStdString(TC::formatSecondOfDay(algo.m_nEnd)));
+  }
+  const QString price = ksservice::CEnumsDataHelper::priceTypeToFormatString(trade.m_nPriceType);
+  if (trade.m_nOffsetTicks == 0) return QStringLiteral("；") + price;
+  return QStringLiteral("；%1，%2 %3 跳")
+      .arg(price, trade.m_nOffsetTicks > 0 ? QStringLiteral("让") : QStringLiteral("挂远"))
+      .arg(std::abs(trade.m_nOffsetTicks));
+}
+
+QString hedgeText(const SHedgeChoice& hedge) {
+  if (!hedge.m_bEnabled) return {};
+  return QStringLiteral("；用 %1 对冲，比例 %2").arg(QString::fromStdString(hedge.m_strCode)).arg(hedge.m_dRatio);
 }
 
 }  // namespace
@@ -345,8 +368,9 @@ QString CDraft::refusal() const {
 
 QString CDraft::sentence() const {
   const SRateUse rates = m_host.rates();
-  return QString::fromStdString(draft::sentence(m_lines, m_market, m_accounts, m_dealt, m_judgement,
-                                                {rates.m_nSecondLimit, rates.m_nDayLimit, rates.m_sentToday}));
+  const std::string text = draft::sentence(m_lines, m_market, m_accounts, m_dealt, m_judgement,
+                                           {rates.m_nSecondLimit, rates.m_nDayLimit, rates.m_sentToday});
+  return QString::fromStdString(text) + tradeText(m_state.m_trade) + hedgeText(m_state.m_hedge);
 }
 
 SSentBasket CDraft::toSend() const { return sentBasket(m_state, m_market, m_accounts, m_dealt); }
