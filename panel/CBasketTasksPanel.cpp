@@ -98,6 +98,7 @@ void CBasketTasksPanel::createUi() {
     const bool unfiltered = std::count(UNFILTERED_COLUMNS.begin(), UNFILTERED_COLUMNS.end(), column) > 0;
     m_pTable->setColumnFilterable(column, !unfiltered);
   }
+  connect(m_pTable, &CHpfBasketStatusTable::sigRowChosen, this, &CBasketTasksPanel::sigRowChosen);
   QMenu* menu = m_pTable->contextMenu();
   menu->addSeparator();
   connect(menu->addAction(QStringLiteral("全部收起")), SIGNAL(triggered(bool)), SLOT(onFoldAll(bool)));

@@ -220,6 +220,11 @@ void CBasketTasksPanel::patch(int taskId, const QString& nodeKey, int priceType)
   if (task) act("CBasketTasksPanel::patch", [&] { task->patch(nodeKey, priceType); });
 }
 
+void CBasketTasksPanel::showRow(int taskId, const QString& nodeKey) {
+  const QString task = taskKey(taskId);
+  m_pTable->showRow(task, nodeKey.isEmpty() ? task : nodeKey);
+}
+
 void CBasketTasksPanel::updateOrders(const QString& key) {
   for (const auto& task : tasks()) {
     if (CTaskOrdersWidget::keyOf(task->getKey(), task->getRoot()->getKey()) == key) m_pTable->updateOrdersWidget(*task);

@@ -73,6 +73,9 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
 
   /// Finds the task and the node's key of a row by its key, the node's key, its tree key or a display id.
   bool getBasketTaskItemByKey(const QString& key, boost::shared_ptr<CBasketTask>& task, QString& nodeKey) const;
+  /// Unfolds down to the row of a task that is named so, as above, chooses it alone and scrolls to it. Nothing for a
+  /// row that is not there, is another task's, or is hidden or filtered out with one above it.
+  void showRow(const QString& taskKey, const QString& name);
   /// Null for an unknown key; the key may be any of those above.
   StatusRowPtr getDataByKey(const QString& key) const;
 
@@ -111,6 +114,10 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   int getColumnAdjustedWidth(int column) const override;
   int getAdjustVisibleRowsColumnWidth(int column) const override;
 
+ Q_SIGNALS:
+  /// Another row became the current one. nodeKey: empty for a root.
+  void sigRowChosen(int taskId, QString nodeKey);
+
  public Q_SLOTS:
   /// A status that the option delegate applied; task is null while its row does not exist.
   void slotTaskStatus(TC::CBasketTask* task, QString key, int status);
@@ -131,6 +138,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void createOrdersWidget();
   void createPriceMenu();
   void createRowCommands();
+  void tellChosen(const QString& rowKey);
   void onCellClicked(const QString& rowKey, int column);
   void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);
   void followOrders(const CTaskBlock& block);

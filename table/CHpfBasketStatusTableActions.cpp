@@ -53,7 +53,30 @@ void CHpfBasketStatusTable::createUi() {
   createPriceMenu();
   createRowCommands();
   offerCommands();
+  connect(this, &CHpfBasketStatusTable::sigCurrentChanged, this, &CHpfBasketStatusTable::tellChosen);
   connect(&getStockUnitConfig(), SIGNAL(sigStockUnitChange()), SLOT(slotUpdateStockUnit()));
+}
+
+void CHpfBasketStatusTable::tellChosen(const QString& rowKey) {
+  const GV::STreeRow row = dataModel()->find(rowKey);
+  if (!row.isValid()) return;
+  const auto& block = static_cast<const CTaskBlock&>(dataModel()->tree().source(row.block));
+  Q_EMIT sigRowChosen(block.facts().taskId, row.row == 0 ? QString() : block.rows().nodeKey(row.row));
+}
+
+void CHpfBasketStatusTable::showRow(const QString& taskKey, const QString& name) {
+  const GV::CHpfTreeTableModel& model = *dataModel();
+  const GV::STreeRow row = model.find(rowKeyOf(name));
+  const CTaskBlock* block = blockOf(taskKey);
+  if (!block || !row.isValid() || row.block != block->number() || !model.tree().isUnhidden(row)) return;
+  {
+    const GV::CModelBatch batch(*dataModel());
+    const GV::CTreeBlocks& tree = model.tree();
+    for (GV::STreeRow above = tree.parent(row); above.isValid(); above = tree.parent(above)) {
+      dataModel()->setExpanded(above, true);
+    }
+  }
+  setCurrentKey(block->key(row.row));
 }
 
 void CHpfBasketStatusTable::createPriceMenu() {

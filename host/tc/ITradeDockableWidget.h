@@ -46,6 +46,9 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   /// Patches a node of a task directly, without a dialog: the root, where nodeKey is empty, or one row. priceType:
   /// EPriceType, 0 for the stored order setting.
   virtual void patch(int taskId, const QString& nodeKey, int priceType) = 0;
+  /// Unfolds down to a row, chooses it alone and scrolls to it: the root, where nodeKey is empty, or the row of a node.
+  /// Nothing for a row that is not there, and for one that a filter takes away: filters are the user's.
+  virtual void showRow(int /*taskId*/, const QString& /*nodeKey*/) {}
   /// The host's two selectors of account groups, where it shows them; null for none. Not owned.
   void setAccountGroupSelectors(IAccountGroupSelector* first, IAccountGroupSelector* second);
 
@@ -65,6 +68,8 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   void sigRunningTasks(EMavTraderType type, int count);
   /// Lines for the host's new-basket window: one security a line, fields separated by tabs.
   void sigPatchCreateTask(QString lines);
+  /// Another row became the current one, whoever chose it; nodeKey is empty for a root.
+  void sigRowChosen(int taskId, QString nodeKey);
 
  private:
   bool m_bCopiable;

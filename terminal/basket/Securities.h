@@ -30,7 +30,8 @@ class CSecurities {
   /// Those whose name, without blanks and whatever the width of its letters, is that name.
   std::vector<int> withName(std::string_view name) const;
   /// Those that may be meant by a code or a name that is not listed (either may be empty), the likeliest first: a digit
-  /// wrong, missing, too many, or two changed places; the other market; a name that contains it or differs by a character.
+  /// wrong, missing, too many, or two changed places; the other market; a name that contains it or differs by a
+  /// character.
   std::vector<int> nearest(std::string_view code, std::string_view name, std::size_t most) const;
 
  private:

@@ -241,5 +241,46 @@ TEST_F(PanelCycle, ADetailThatAReloadBringsIsNamedByTheRootEvenWithoutARowOfItsO
   EXPECT_EQ(m_pTable->itemText(0, EBC_TradeType), "卖出/买入");
 }
 
+/// What the one tells as chosen, the other shows.
+TEST_F(PanelCycle, AHostIsToldOfTheRowThatIsChosenAndShowsOneThatIsFolded) {
+  open();
+  for (const int task : {1, 12}) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
+    for (int i = 0; i < 80; ++i) {
+      test::addParam(*detail, test::makeAccount("A1", "1001"), std::to_string(600000 + i), 1000, 10.0);
+    }
+    m_host.deliver(detail);
+  }
+  ASSERT_TRUE(refresh());
+  m_panel->resize(1000, 300);
+  m_panel->show();
+  std::vector<std::pair<int, QString>> chosen;
+  QObject::connect(m_panel.get(), &ITradeDockableWidget::sigRowChosen,
+                   [&](int task, const QString& node) { chosen.emplace_back(task, node); });
+  m_pTable->expandAll(true);
+  m_pTable->setCurrentKey(m_pTable->dataModel()->rowAt(m_pTable->rowCount() - 1).key());
+  ASSERT_EQ(chosen.size(), 1u);
+  const auto [task, node] = chosen[0];
+  EXPECT_FALSE(node.isEmpty());
+
+  m_panel->showRow(task, QString());
+  EXPECT_EQ(chosen.back(), std::make_pair(task, QString())) << "the root";
+  m_pTable->expandAll(false);
+  m_panel->showRow(task == 1 ? 12 : 1, node);
+  m_panel->showRow(77, QString());
+  EXPECT_EQ(m_pTable->rowCount(), 2) << "neither another task's row nor that of none";
+  m_panel->showRow(task, node);
+  EXPECT_EQ(chosen.back(), chosen[0]);
+  EXPECT_GT(m_pTable->topRow(), 0);
+  EXPECT_EQ(m_pTable->selectedKeys(), QStringList{m_pTable->currentKey()});
+  m_panel->showRow(task == 1 ? 12 : 1, QString());
+  const std::size_t told = chosen.size();
+  ASSERT_TRUE(refresh());
+  EXPECT_EQ(chosen.size(), told) << "a refresh chooses nothing";
+  m_pTable->hideItem(taskKey(task), true);
+  m_panel->showRow(task, node);
+  EXPECT_EQ(chosen.size(), told) << "filters are the user's";
+}
+
 }  // namespace
 }  // namespace TC
