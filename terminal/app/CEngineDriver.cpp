@@ -38,6 +38,10 @@ void CEngineDriver::operate(int taskId, const desk::AccountPtr& account, int ope
   });
 }
 
+void CEngineDriver::cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys) {
+  m_post([detailKey, orderKeys](CSimulation& simulation) { simulation.engine().cancelOrders(detailKey, orderKeys); });
+}
+
 void CEngineDriver::setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
   m_post([groupId, commandId, param](CSimulation& simulation) {
     simulation.hedger().setParam(groupId, commandId, param);

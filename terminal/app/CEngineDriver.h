@@ -24,6 +24,7 @@ class CEngineDriver : public desk::IDeskDriver {
   /// The record of the operation has paused the task already; so this changes nothing, or pauses a task that it missed.
   void pauseLocalTask(int taskId, const desk::AccountPtr& account) override;
   void resumeLocalTask(int taskId, const desk::AccountPtr& account) override;
+  void cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys) override;
   void setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) override;
   void startHedge(int groupId) override;
   void pauseHedge(int groupId) override;

@@ -75,6 +75,9 @@ struct SPublication {
   EVia m_eVia = EVia::Feed;
   bool m_bCommandKnown = true;  ///< the command record is entered in the command centre too
   bool m_bSameParams = false;   ///< the parameters are those of the detail that was published under the key before
+  /// Of a server task: its orders and which of their details changed, which no panel knows; for observers alone.
+  std::vector<ksservice::COrderInfoPtr> m_serverOrders{};
+  std::vector<OrderDetailEntry> m_serverOrderDetails{};
 };
 
 /// The state behind every host service, filled by one driver (an engine, a journal player). Any thread may read at any

@@ -54,6 +54,10 @@ void CRequests::resumeLocalTask(int taskId, const AccountPtr& account) {
   if (m_pDriver) m_pDriver->resumeLocalTask(taskId, account);
 }
 
+void CRequests::cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys) {
+  if (m_pDriver) m_pDriver->cancelOrders(detailKey, orderKeys);
+}
+
 void CRequests::setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
   m_tell([&](IDeskObserver& observer) { observer.onSetHedgeParam(groupId, commandId, param); });
   if (m_pDriver) m_pDriver->setHedgeParam(groupId, commandId, param);

@@ -36,6 +36,8 @@ class CRequests {
   void operateLocalTask(int taskId, const AccountPtr& account, const OpRecordPtr& record);
   void pauseLocalTask(int taskId, const AccountPtr& account);
   void resumeLocalTask(int taskId, const AccountPtr& account);
+  /// By the user of the terminal, not by the panel: no observer is told.
+  void cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys);
   void setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param);
   void startHedge(int groupId);
   void pauseHedge(int groupId);

@@ -38,6 +38,8 @@ class IDeskDriver {
   virtual void operateLocalTask(int /*taskId*/, const AccountPtr&, const OpRecordPtr&) {}
   virtual void pauseLocalTask(int /*taskId*/, const AccountPtr&) {}
   virtual void resumeLocalTask(int /*taskId*/, const AccountPtr&) {}
+  /// Cancels orders of a task's detail, known by their keys. An unknown one and one that has ended are passed over.
+  virtual void cancelOrders(const std::string& /*detailKey*/, const std::vector<std::string>& /*orderKeys*/) {}
   virtual void setHedgeParam(int /*groupId*/, int /*commandId*/, const ksservice::CBasketHedgeParam&) {}
   virtual void startHedge(int /*groupId*/) {}
   virtual void pauseHedge(int /*groupId*/) {}

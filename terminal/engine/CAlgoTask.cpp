@@ -50,9 +50,9 @@ void CAlgoTask::examine(std::size_t line) {
 
 bool CAlgoTask::isBuy(std::size_t line) const { return DataHelper::isBuy(lines()[line].m_nOperation); }
 
-/// What was neither traded nor may still fill.
+/// What was neither traded nor given up, nor may still fill.
 int CAlgoTask::left(std::size_t line) const {
-  return lines()[line].m_nQuantity - m_states[line].m_nTraded - m_states[line].m_nWorking;
+  return lines()[line].m_nQuantity - m_states[line].m_nTraded - m_states[line].m_nWorking - m_states[line].m_nGivenUp;
 }
 
 bool CAlgoTask::mayOrder(std::size_t line) const {
@@ -68,7 +68,8 @@ int CAlgoTask::lost(std::size_t line, int quantity) const {
 bool CAlgoTask::hasUnsent() const { return !isStopped() && !isAllSent(); }
 
 int CAlgoTask::claimed(std::size_t line) const {
-  return isStopped() || isEnded() ? m_states[line].m_nTraded + m_states[line].m_nWorking : lines()[line].m_nQuantity;
+  return isStopped() || isEnded() ? m_states[line].m_nTraded + m_states[line].m_nWorking
+                                  : lines()[line].m_nQuantity - m_states[line].m_nGivenUp;
 }
 
 bool CAlgoTask::isAllSent() const {
@@ -125,7 +126,8 @@ int CAlgoTask::dueOf(std::size_t line, std::int64_t now, const VolumeOf& volumeO
     volume = traded - state.m_nVolumeBefore;
   }
   const int planned = m_schedule.planned(order.m_nQuantity, now, volume);
-  return childOf(line, std::min(left(line), planned - state.m_nTraded - state.m_nWorking));
+  // What the user took out of the market was planned, too.
+  return childOf(line, std::min(left(line), planned - state.m_nTraded - state.m_nWorking - state.m_nGivenUp));
 }
 
 /// The most of what is due that the market takes, and after which it takes the rest too. Sells go out in lots as well,
@@ -195,8 +197,18 @@ void CAlgoTask::onFilled(int order, int quantity, double amount, int seconds) {
   CSubTask::onFilled(order, quantity, amount, seconds);
 }
 
+void CAlgoTask::onGivenUp(int order) { child(order).m_bCancelling = child(order).m_bGivenUp = true; }
+
+/// A market that takes no cancel now leaves the order to the schedule, as before.
+void CAlgoTask::onCancelRejected(int order, const std::string& message) {
+  if (std::exchange(child(order).m_bGivenUp, false)) child(order).m_bCancelling = false;
+  CSubTask::onCancelRejected(order, message);
+}
+
 void CAlgoTask::onCancelled(int order, const std::string& message, int seconds) {
-  stateOf(order).m_nWorking -= orders().orders()[static_cast<std::size_t>(order)].left();
+  const int open = orders().orders()[static_cast<std::size_t>(order)].left();
+  stateOf(order).m_nWorking -= open;
+  if (child(order).m_bGivenUp) stateOf(order).m_nGivenUp += open;
   noteLost(static_cast<std::size_t>(child(order).m_nLine));
   CSubTask::onCancelled(order, message, seconds);
 }
@@ -218,8 +230,8 @@ desk::SPublication CAlgoTask::publish() {
   desk::SPublication publication = CSubTask::publish();
   publication.m_pDetail->m_bServerTask = true;
   publication.m_pDetail->m_strInstance = std::string(algorithmName(m_schedule.params().m_eAlgorithm)) + "-" + key();
-  publication.m_pDetail->m_orders.clear();
-  publication.m_orderDetails.clear();
+  publication.m_serverOrders = std::exchange(publication.m_pDetail->m_orders, {});
+  publication.m_serverOrderDetails = std::exchange(publication.m_orderDetails, {});
   return publication;
 }
 

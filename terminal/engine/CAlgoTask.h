@@ -42,8 +42,10 @@ class CAlgoTask : public CSubTask {
   void onRejected(int order, const SRefusal& refusal, int seconds) override;
   void onFilled(int order, int quantity, double amount, int seconds) override;
   void onCancelled(int order, const std::string& message, int seconds) override;
+  void onCancelRejected(int order, const std::string& message) override;
 
  protected:
+  void onGivenUp(int order) override;
   void onSent(int order, const SOrderDue& due) override;
   bool isAllSent() const override;
   bool isAllFilled() const override;
@@ -52,6 +54,7 @@ class CAlgoTask : public CSubTask {
   struct SLineState {
     int m_nTraded = 0;
     int m_nWorking = 0;                 ///< may still fill
+    int m_nGivenUp = 0;                 ///< left open by orders that the user cancelled
     int m_nRefusedSlice = -1;           ///< in which a child order was refused: none follows in it
     std::int64_t m_nRestUntil = 0;      ///< nor before this time, milliseconds since midnight
     bool m_bClosed = false;             ///< no child order follows: it would be refused
@@ -61,6 +64,7 @@ class CAlgoTask : public CSubTask {
     int m_nLine = 0;
     int m_nSlice = 0;
     bool m_bCancelling = false;
+    bool m_bGivenUp = false;  ///< the user cancels it
   };
 
   SLineState& stateOf(int order) { return m_states[static_cast<std::size_t>(child(order).m_nLine)]; }

@@ -276,6 +276,20 @@ bool CEngine::operate(const std::string& serverTaskKey, int operation) {
   return false;
 }
 
+void CEngine::cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys) {
+  const auto task = std::find_if(m_subTasks.begin(), m_subTasks.end(),
+                                 [&detailKey](const auto& each) { return each->key() == detailKey; });
+  if (task == m_subTasks.end()) return;
+  int cancelled = 0;
+  for (const std::string& key : orderKeys) {
+    const std::uint64_t id = (*task)->giveUp(key);
+    if (id == 0) continue;
+    m_router.cancel(id);
+    ++cancelled;
+  }
+  if (cancelled > 0) tell((boost::format("任务 [%1%] 撤销 %2% 笔委托") % detailKey % cancelled).str());
+}
+
 bool CEngine::carryOut(CSubTask& task, int operation) {
   if (!apply(task, operation)) return false;
   activate(task);

@@ -99,6 +99,9 @@ class CEngine {
   bool operate(int taskId, const std::string& accountKey, int operation);
   /// The same on one sub-task of the server.
   bool operate(const std::string& serverTaskKey, int operation);
+  /// Cancels orders of one sub-task, by their keys, as its user's wish: what they leave open is not sent again. Those
+  /// that have ended are passed over.
+  void cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys);
   /// What may still be ordered of each line of a basket.
   LineVolumes remainders(int basketId) const { return remaindersOf(basketId, m_subTasks); }
   /// The server's sub-task with a key; null for an unknown one.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <charconv>
+#include <system_error>
 #include <utility>
 
 namespace engine {
@@ -22,6 +24,14 @@ int COrderSheet::add(const SNewOrder& order) {
   m_orders.push_back(std::move(added));
   ++m_nWorking;
   return index;
+}
+
+int COrderSheet::find(const std::string& key) const {
+  std::size_t number = 0;
+  const char* const digits = key.c_str() + key.rfind('-') + 1;
+  const auto [end, error] = std::from_chars(digits, key.c_str() + key.size(), number);
+  const bool known = error == std::errc() && number > 0 && number <= m_orders.size();
+  return known && m_orders[number - 1].m_info.getKey() == key ? static_cast<int>(number - 1) : -1;
 }
 
 std::vector<std::uint64_t> COrderSheet::workingOrders() const {

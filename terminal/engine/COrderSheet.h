@@ -49,6 +49,8 @@ class COrderSheet {
 
   bool isEmpty() const { return m_orders.empty(); }
   const std::vector<SOrder>& orders() const { return m_orders; }
+  /// Of the order with a key; -1 for none.
+  int find(const std::string& key) const;
   /// Orders that may still fill.
   int workingCount() const { return m_nWorking; }
   /// The market's numbers of the orders that may still fill.

@@ -77,6 +77,15 @@ int CSubTask::send(std::uint64_t marketId, double price, int seconds) {
   return order;
 }
 
+std::uint64_t CSubTask::giveUp(const std::string& orderKey) {
+  const int order = m_orders.find(orderKey);
+  if (order < 0) return 0;
+  const COrderSheet::SOrder& known = m_orders.orders()[static_cast<std::size_t>(order)];
+  if (known.m_info.m_bCompleted) return 0;
+  onGivenUp(order);
+  return known.m_nMarketId;
+}
+
 void CSubTask::onAccepted(int order) {
   m_orders.accept(order);
   m_bDirty = true;

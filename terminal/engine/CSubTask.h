@@ -85,6 +85,10 @@ class CSubTask : public IOrderOwner {
   /// The market's numbers of the orders that may still fill.
   std::vector<std::uint64_t> workingOrders() const { return m_orders.workingOrders(); }
 
+  /// The user cancels one of its orders, known by its key: the market's number of it; 0 when it is none that may still
+  /// fill. What it leaves open is not sent again.
+  std::uint64_t giveUp(const std::string& orderKey);
+
   void onAccepted(int order) override;
   void onRejected(int order, const SRefusal& refusal, int seconds) override;
   void onFilled(int order, int quantity, double amount, int seconds) override;
@@ -129,6 +133,8 @@ class CSubTask : public IOrderOwner {
   void note(CIncidents::EKind kind, const std::string& reason, const ksservice::CStockInfo& stock);
   /// An order went out, whose index is told.
   virtual void onSent(int order, const SOrderDue& due);
+  /// The user cancels an order that may still fill.
+  virtual void onGivenUp(int /*order*/) {}
   virtual bool isAllSent() const { return m_nSent == m_lines.size(); }
   virtual bool isAllFilled() const { return isAllSent() && m_orders.areAllFilled(); }
 

@@ -259,6 +259,35 @@ TEST_F(AlgoTask, PausesResumesAndStopsWhenItIsTold) {
   EXPECT_FALSE(engine().operate("7-1", ETO_Cancel));
 }
 
+/// A schedule or one order a line: what the user takes out of the market himself stays out, and is left to be patched.
+TEST_F(AlgoTask, AnOrderThatTheUserCancelsIsNotSentAgain) {
+  // The second security closed at 6: neither order can fill.
+  engine::SOrderLine low = line("SZ", "1001", EOT_Buy, 10000);
+  const std::string algo = start({low}, params(EAlgorithm::TWAP, 10, 5.41));
+  low.m_bOwnPrice = true;
+  low.m_dReference = 5.41;
+  const std::string plain = start({low, low});
+  runTo(9, 40);
+  const int slice = 10000 - task(algo).orderProcess().at("SZ.1001") == 9000 ? 1000 : 0;
+  ASSERT_EQ(slice, 1000) << "in the market";
+  engine().cancelOrders(algo, {algo + "-1", algo + "-2", algo + "-01", "", "x"});
+  engine().cancelOrders(plain, {plain + "-2"});
+  engine().cancelOrders("7-1", {plain + "-1"});
+  EXPECT_EQ(heard("撤销 1 笔委托"), 2);
+  runTo(9, 41);
+  EXPECT_EQ(task(algo).orderProcess().at("SZ.1001"), 0);
+  EXPECT_EQ(task(algo).claimed(0), 9000);
+  EXPECT_FALSE(newest(plain).m_orders[0]->m_bCompleted);
+  EXPECT_TRUE(newest(plain).m_orders[1]->m_bCompleted);
+  EXPECT_EQ(newest(plain).m_nStatus, ETS_Running);
+  runTo(14, 29);
+  EXPECT_EQ(task(algo).orderProcess().at("SZ.1001"), 9000) << "the schedule goes on with the rest";
+  engine().cancelOrders(plain, {plain + "-1"});
+  runTo(14, 31);
+  EXPECT_EQ(newest(algo).m_nStatus, ETS_Cancelled);
+  EXPECT_EQ(newest(plain).m_nStatus, ETS_Cancelled);
+}
+
 TEST_F(AlgoTask, ProgressIsPublishedBeforeItsDetailAndNotForEachFill) {
   const std::string key = start(params(EAlgorithm::VWAP, 210));
   int details = 0;
