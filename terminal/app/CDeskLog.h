@@ -3,8 +3,8 @@
 #include <QObject>
 #include <functional>
 
-#include "CLogDock.h"
 #include "IDeskObserver.h"
+#include "docks/CLogDock.h"
 
 namespace app {
 

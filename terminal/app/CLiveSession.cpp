@@ -10,6 +10,7 @@
 #include "AccountStart.h"
 #include "SessionSetup.h"
 #include "tc/ITradeDockableWidget.h"
+#include "utils/Keys.h"
 
 namespace app {
 namespace {
@@ -21,6 +22,12 @@ constexpr std::int64_t AFTER_CLOSE_MSEC = 60000;
 constexpr int PANEL_WIDGET_ID = 1;
 
 double speedOf(const SOptions& options) { return options.m_dSpeed.value_or(DEFAULT_SPEED); }
+
+bool quoteOf(exchange::CExchange& market, const std::string& name, const std::string& code, exchange::SQuote& quote) {
+  const int instrument = market.findInstrument(name, code);
+  if (instrument >= 0) quote = market.quote(instrument);
+  return instrument >= 0;
+}
 
 QString phaseText(exchange::EPhase phase) {
   switch (phase) {
@@ -57,14 +64,19 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
       // The journal begins with the session, so the recorder is there before the desk is filled.
       m_pRecorder(record ? std::make_unique<journal::CRecorder>(m_desk, *record) : nullptr),
       m_pOutput(out ? std::make_unique<journal::COutput>(*out) : nullptr),
-      m_panelServices(window, m_pRecorder.get(), m_pOutput.get(), options.m_bHeadless) {
+      m_panelServices(window, m_pRecorder.get(), m_pOutput.get(), options.m_bHeadless),
+      m_blotter(m_desk, [this](const std::string& market, const std::string& code, exchange::SQuote& quote) {
+        return quoteOf(m_pSimulation->market(), market, code, quote);
+      }) {
   if (m_pOutput) m_desk.addObserver(m_pOutput.get());
   m_pLog = std::make_unique<CDeskLog>(window.log(), [this] { return m_pThread ? m_pThread->now() : 0; });
   m_desk.addObserver(m_pLog.get());
+  m_desk.addObserver(&m_blotter);
   m_services.install();
   fillDesk(inputs);
   makeThread();
   makeBasketDesk(inputs);
+  feedDocks(inputs);
   openPanel(createPanel);
   startBaskets(inputs);
   m_clockTimer.setInterval(CLOCK_TIMER_MSEC);
@@ -79,9 +91,11 @@ CLiveSession::~CLiveSession() {
   // From now on this thread waits for the others.
   m_desk.gate().dropFences();
   m_pThread->stop();
+  m_window.docks().attach({});
   if (m_pRecorder) m_pRecorder->recordClose();
   delete m_pPanel;
   m_desk.requests().setDriver(nullptr);
+  m_desk.removeObserver(&m_blotter);
   m_desk.removeObserver(m_pLog.get());
   if (m_pOutput) m_desk.removeObserver(m_pOutput.get());
 }
@@ -94,6 +108,27 @@ void CLiveSession::fillDesk(const SInputs& inputs) {
                                             makeEngineSettings(m_options, inputs), m_options.m_nStartMinute * 60000);
   addInstruments(m_desk, *m_pSimulation);
   openAccounts(m_options, inputs, *m_pSimulation);
+}
+
+void CLiveSession::feedDocks(const SInputs& inputs) {
+  SDockSources sources;
+  sources.m_pDesk = &m_desk;
+  sources.m_pBlotter = &m_blotter;
+  sources.m_askMarket = [this](const InstrumentNames& names, const std::shared_ptr<CMarketAnswer>& answer) {
+    m_pThread->post([names, answer](engine::CSimulation& simulation) {
+      std::vector<exchange::SQuote> quotes(names.size());
+      for (std::size_t i = 0; i < names.size(); ++i) {
+        quoteOf(simulation.market(), names[i].first, names[i].second, quotes[i]);
+      }
+      answer->put(std::move(quotes));
+    });
+  };
+  for (const exchange::SInstrument& instrument : inputs.m_instruments) {
+    if (instrument.m_dVolume > 0) continue;
+    sources.m_suspended.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
+  }
+  sources.m_showRow = [this](int taskId, const QString& row) { m_pPanel->showRow(taskId, row); };
+  m_window.docks().attach(sources);
 }
 
 void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
@@ -110,6 +145,7 @@ void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
             // A recording goes on without the window, as a replay does.
             if (!m_options.m_bHeadless) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
           });
+  connect(m_pPanel, &TC::ITradeDockableWidget::sigRowChosen, &m_window.docks(), &CDocks::choose);
   m_pPanel->setTradeType(EMavTraderType(m_desk.session().m_nTraderType));
   restoreState();
 }

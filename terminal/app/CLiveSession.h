@@ -16,6 +16,7 @@
 #include "CStateStore.h"
 #include "OrderUse.h"
 #include "SessionSetup.h"
+#include "docks/CDocks.h"
 #include "tc/PanelPlugin.h"
 
 namespace app {
@@ -48,6 +49,7 @@ class CLiveSession : public QObject {
   void fillDesk(const SInputs& inputs);
   void openPanel(TC::CreatePanelFunction createPanel);
   void makeThread();
+  void feedDocks(const SInputs& inputs);
   void startBaskets(const SInputs& inputs);
   void restoreState();
   void makeBasketDesk(const SInputs& inputs);
@@ -66,6 +68,7 @@ class CLiveSession : public QObject {
   std::unique_ptr<journal::COutput> m_pOutput;
   CPanelServices m_panelServices;
   std::unique_ptr<CDeskLog> m_pLog;
+  CBlotter m_blotter;
   std::unique_ptr<engine::CSimulation> m_pSimulation;
   std::unique_ptr<CEngineThread> m_pThread;
   CEngineDriver m_driver{[this](CEngineDriver::Operation operation) { m_pThread->post(std::move(operation)); }};

@@ -8,7 +8,8 @@
 #include <QScreen>
 #include <QStatusBar>
 
-#include "CLogDock.h"
+#include "docks/CDocks.h"
+#include "docks/CLogDock.h"
 #include "gv/CUiResource.h"
 #include "gv/Scaling.h"
 #include "tc/ITradeDockableWidget.h"
@@ -35,6 +36,7 @@ CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
   resize(size);
   setDockNestingEnabled(true);
   addDockWidget(Qt::BottomDockWidgetArea, m_pLog);
+  m_pDocks = std::make_unique<CDocks>(*this, *m_pLog);
   statusBar()->setSizeGripEnabled(false);
   m_pClock = addField("clock", 200);
   m_pPhase = addField("phase", 110);
@@ -44,6 +46,8 @@ CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
   statusBar()->addWidget(new QLabel(this), 1);
   slotRunningTasks(EMTT_Stock, 0);
 }
+
+CMainWindow::~CMainWindow() = default;
 
 QLabel* CMainWindow::addField(const char* objectName, int minimumWidth) {
   auto* label = new QLabel(this);
@@ -65,6 +69,7 @@ void CMainWindow::setPanel(TC::ITradeDockableWidget* panel) {
   dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
   dock->setWidget(panel);
   addDockWidget(Qt::TopDockWidgetArea, dock);
+  m_pDocks->setPanel(*dock);
   resizeDocks({dock, m_pLog}, {CUiResource::scaled(WINDOW_HEIGHT - LOG_HEIGHT), CUiResource::scaled(LOG_HEIGHT)},
               Qt::Vertical);
   panel->setFocus();

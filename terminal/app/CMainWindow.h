@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QMainWindow>
+#include <memory>
 #include <string>
 
 #include "ksservice/Enumerations.h"
@@ -14,6 +15,7 @@ class ITradeDockableWidget;
 
 namespace app {
 
+class CDocks;
 class CLogDock;
 
 /// What the status bar shows of a running session.
@@ -27,16 +29,18 @@ struct SClockState {
   QString m_strOrderUseTip;
 };
 
-/// The terminal's window: the panel as a dock, the log below it, the status bar. GUI thread only.
+/// The terminal's window: the panel as a dock, the log below it, the other docks, the status bar. GUI thread only.
 class CMainWindow : public QMainWindow {
   Q_OBJECT
 
  public:
   CMainWindow();
+  ~CMainWindow() override;
 
   /// Shows the panel as a dock; the window owns it from now on.
   void setPanel(TC::ITradeDockableWidget* panel);
   CLogDock& log() { return *m_pLog; }
+  CDocks& docks() const { return *m_pDocks; }
   void showClock(const SClockState& state);
   /// A picture of the window, PNG.
   std::string picture();
@@ -48,6 +52,7 @@ class CMainWindow : public QMainWindow {
   QLabel* addField(const char* objectName, int minimumWidth);
 
   CLogDock* m_pLog;
+  std::unique_ptr<CDocks> m_pDocks;
   QLabel* m_pClock;
   QLabel* m_pPhase;
   QLabel* m_pRunning;

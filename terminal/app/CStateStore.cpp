@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <QFileInfo>
-#include <QMainWindow>
 #include <QStandardPaths>
 #include <cerrno>
 #include <iostream>
 #include <system_error>
+
+#include "CMainWindow.h"
+#include "docks/CDocks.h"
 
 namespace app {
 namespace {
@@ -15,6 +17,7 @@ namespace {
 const char PARAM_KEY[] = "panel/param";
 const char GEOMETRY_KEY[] = "window/geometry";
 const char DOCKS_KEY[] = "window/docks";
+const char DOCK_PARAMS[] = "docks";  ///< a group: a text for each dock, by its name
 
 }  // namespace
 
@@ -61,15 +64,24 @@ std::string CStateStore::writeFault() const {
 
 QString CStateStore::panelParam() const { return m_pSettings->value(QLatin1String(PARAM_KEY)).toString(); }
 
-void CStateStore::restoreLayout(QMainWindow& window) const {
+void CStateStore::restoreLayout(CMainWindow& window) const {
+  QMap<QString, QString> params;
+  m_pSettings->beginGroup(QLatin1String(DOCK_PARAMS));
+  for (const QString& name : m_pSettings->childKeys()) params[name] = m_pSettings->value(name).toString();
+  m_pSettings->endGroup();
+  window.docks().setParams(params);
   window.restoreGeometry(m_pSettings->value(QLatin1String(GEOMETRY_KEY)).toByteArray());
   window.restoreState(m_pSettings->value(QLatin1String(DOCKS_KEY)).toByteArray());
 }
 
-bool CStateStore::save(const QString& panelParam, const QMainWindow& window) {
+bool CStateStore::save(const QString& panelParam, const CMainWindow& window) {
   m_pSettings->setValue(QLatin1String(PARAM_KEY), panelParam);
   m_pSettings->setValue(QLatin1String(GEOMETRY_KEY), window.saveGeometry());
   m_pSettings->setValue(QLatin1String(DOCKS_KEY), window.saveState());
+  const QMap<QString, QString> params = window.docks().params();
+  for (auto each = params.begin(); each != params.end(); ++each) {
+    m_pSettings->setValue(QLatin1String(DOCK_PARAMS) + QLatin1Char('/') + each.key(), each.value());
+  }
   m_pSettings->sync();
   if (m_pSettings->status() == QSettings::NoError) return true;
   std::cerr << "cannot write " << m_strFile << std::endl;

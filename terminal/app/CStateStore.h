@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-class QMainWindow;
-
 namespace app {
+
+class CMainWindow;
 
 /// What the terminal keeps between its runs: the panel's parameter text and the layout of the window. GUI thread.
 class CStateStore {
@@ -30,9 +30,9 @@ class CStateStore {
   /// Empty when none was kept.
   QString panelParam() const;
   /// The window's docks must be there. What cannot be restored stays as it is.
-  void restoreLayout(QMainWindow& window) const;
+  void restoreLayout(CMainWindow& window) const;
   /// False, and a line on standard error, when it could not be written.
-  bool save(const QString& panelParam, const QMainWindow& window);
+  bool save(const QString& panelParam, const CMainWindow& window);
 
  private:
   std::string m_strFile;

@@ -11,6 +11,7 @@
 #include "COutput.h"
 #include "CPlayer.h"
 #include "DisplayScale.h"
+#include "docks/CDocks.h"
 
 namespace app {
 namespace {
@@ -36,12 +37,24 @@ int runReplay(const SOptions& options, journal::SJournal journal, COutputs& outp
   services.install();
   CDeskLog log(window.log(), [&desk] { return timeOfDay(desk); });
   desk.addObserver(&log);
+  CBlotter blotter(desk);
+  desk.addObserver(&blotter);
   std::ostream nowhere(nullptr);
   std::ostream* const out = outputs.out();
   journal::COutput output(out ? *out : nowhere);
-  const auto makePanel = [&window, createPanel] {
+  SDockSources sources;
+  sources.m_pDesk = &desk;
+  sources.m_pBlotter = &blotter;
+  QPointer<TC::ITradeDockableWidget> shown;
+  sources.m_showRow = [&shown](int taskId, const QString& row) {
+    if (shown) shown->showRow(taskId, row);
+  };
+  window.docks().attach(sources);
+  const auto makePanel = [&window, &shown, createPanel] {
     TC::ITradeDockableWidget* panel = createPanel(PANEL_WIDGET_ID, &window);
     window.setPanel(panel);
+    QObject::connect(panel, &TC::ITradeDockableWidget::sigRowChosen, &window.docks(), &CDocks::choose);
+    shown = panel;
     return panel;
   };
   int status = 0;
@@ -64,6 +77,8 @@ int runReplay(const SOptions& options, journal::SJournal journal, COutputs& outp
     if (status == 0) outputs.writePicture(window.picture());
     if (status == 0 && !options.m_bHeadless && !ended && window.isVisible()) QApplication::exec();
   }
+  window.docks().attach({});
+  desk.removeObserver(&blotter);
   desk.removeObserver(&log);
   return status;
 }

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QDockWidget>
+#include <deque>
 
+class QComboBox;
+class QLineEdit;
 class QPlainTextEdit;
 
 namespace app {
@@ -10,7 +13,8 @@ inline constexpr qint64 DAY_MSEC = 24LL * 3600 * 1000;
 /// HH:mm:ss of a time in milliseconds since some midnight, on whatever day.
 QString timeOfDayText(qint64 msec);
 
-/// The host's messages and the engine's events, newest last, each with the simulated time of day. GUI thread only.
+/// The host's messages and the engine's events, newest last, each with the simulated time of day; those of a level,
+/// and with a text, that the user asks for. Takes them while it is hidden, too. GUI thread only.
 class CLogDock : public QDockWidget {
   Q_OBJECT
 
@@ -22,6 +26,19 @@ class CLogDock : public QDockWidget {
   void append(qint64 time, const QString& text, ELevel level);
 
  private:
+  struct SLine {
+    qint64 m_nTime;
+    QString m_strText;
+    ELevel m_eLevel;
+  };
+
+  bool passes(const SLine& line) const;
+  void showLine(const SLine& line);
+  void showAll();
+
+  std::deque<SLine> m_lines;  ///< the newest ones
+  QComboBox* m_pLevel;
+  QLineEdit* m_pSearch;
   QPlainTextEdit* m_pText;
 };
 

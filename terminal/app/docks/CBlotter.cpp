@@ -1,0 +1,177 @@
+#include "docks/CBlotter.h"
+
+#include <utility>
+
+#include "ksservice/Operations.h"
+
+namespace app {
+
+using ksservice::COrderInfoPtr;
+using ksservice::CTaskDetail;
+
+CBlotter::SDetail& CBlotter::detailOf(const CTaskDetail& detail) {
+  SDetail& known = m_details[detail.getKey()];
+  if (known.m_pDetail) return known;
+  auto facts = std::make_shared<SBlotterDetail>();
+  facts->m_strKey = detail.getKey();
+  facts->m_nTaskId = detail.m_pCommand->m_nTaskId;
+  facts->m_bHedge = detail.m_pCommand->m_nBasketType == ksservice::ECBT_Hedge;
+  if (!detail.m_params.empty() && detail.m_params[0].m_pAccount) {
+    facts->m_strAccount = detail.m_params[0].m_pAccount->getKey();
+    facts->m_strDisplayId = detail.m_params[0].m_pAccount->m_strDisplayId;
+  }
+  if (!facts->m_bHedge) m_tasks[detail.m_pCommand->m_nCommandId] = facts->m_nTaskId;
+  known.m_pDetail = std::move(facts);
+  begin(courseOf(detail), detail);
+  return known;
+}
+
+CTaskCourse& CBlotter::courseOf(const CTaskDetail& detail) {
+  return m_courses.try_emplace(detail.m_pCommand->m_nTaskId).first->second;
+}
+
+/// The first detail of an account brings its lines, at the prices of that moment.
+void CBlotter::begin(CTaskCourse& course, const CTaskDetail& detail) {
+  const ksservice::COrderCommand& command = *detail.m_pCommand;
+  if (command.m_nBasketType == ksservice::ECBT_Hedge) return;
+  course.start(m_nNow, command.m_strAlgoParams);
+  for (const ksservice::CCodeOrderParam& param : detail.m_params) {
+    const auto& [market, code, name] = param.m_stock;
+    SArrival arrival;
+    TC::CQuote quote;
+    if (m_desk.quote(market, code, quote)) arrival.m_dPrice = quote.m_dLast;
+    if (arrival.m_dPrice <= 0) arrival.m_dPrice = param.m_dPrice;
+    if (const auto info = m_desk.codeInfo(market, code)) arrival.m_dMultiplier = info->m_dMultiplier;
+    exchange::SQuote shown;
+    if (m_market && m_market(market, code, shown)) {
+      arrival.m_nVolume = shown.m_nVolume;
+      arrival.m_dAmount = shown.m_dAmount;
+    }
+    course.addLine(market, code, ksservice::DataHelper::isBuy(param.m_nOperation), arrival,
+                   command.m_bPatch ? 0 : param.m_nVolume);
+  }
+}
+
+void CBlotter::onTask(const desk::SPublication& publication) {
+  const CTaskDetail& detail = *publication.m_pDetail;
+  if (!detail.m_pCommand) return;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_nNow = static_cast<int>(m_desk.now());
+  SDetail& known = detailOf(detail);
+  CTaskCourse& course = courseOf(detail);
+  if (detail.m_bServerTask) {
+    takeOrders(known, course, publication.m_serverOrders, publication.m_serverOrderDetails);
+  } else {
+    takeOrders(known, course, detail.m_orders, publication.m_orderDetails);
+  }
+  if (!known.m_pDetail->m_bHedge) course.setEnded(detail.getKey(), detail.m_nEndTime);
+  course.sample(m_nNow);
+}
+
+/// The changes stand in the order of the orders, as their sheet gives them.
+void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const std::vector<COrderInfoPtr>& orders,
+                          const std::vector<desk::OrderDetailEntry>& changes) {
+  auto change = changes.begin();
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    if (i == known.m_orders.size()) {
+      known.m_orders.push_back(static_cast<int>(m_orders.size()));
+      known.m_traded.push_back(0);
+      known.m_amounts.push_back(0);
+      m_orders.push_back({{known.m_pDetail, nullptr, m_nNow}});
+    }
+    const int number = known.m_orders[i];
+    SBlotterOrder& order = m_orders[static_cast<std::size_t>(number)].m_order;
+    const bool changed = change != changes.end() && change->first == orders[i]->m_tag;
+    if (order.m_pInfo == orders[i] && !changed) continue;
+    order.m_pInfo = orders[i];
+    if (changed) {
+      order.m_bAccepted = change->second != nullptr;
+      order.m_bCancelled = change->second && change->second->m_bCancelled;
+      ++change;
+    }
+    noteFill(known, i, course, orders[i]);
+    note(number);
+  }
+}
+
+void CBlotter::noteFill(SDetail& known, std::size_t index, CTaskCourse& course, const COrderInfoPtr& info) {
+  const int quantity = info->m_nTradedVolume - std::exchange(known.m_traded[index], info->m_nTradedVolume);
+  const double amount = info->m_dTradedAmount - std::exchange(known.m_amounts[index], info->m_dTradedAmount);
+  if (quantity == 0) return;
+  m_fills.push_back({known.m_pDetail, info, m_nNow, quantity, amount});
+  const bool buy = ksservice::DataHelper::isBuy(info->m_nOperation);
+  if (known.m_pDetail->m_bHedge) {
+    course.addHedged(buy ? -quantity : quantity);
+  } else {
+    course.addFill(info->m_strMarket, info->m_strCode, buy, quantity, amount);
+  }
+}
+
+void CBlotter::note(int number) {
+  if (!m_bFollowed || std::exchange(m_orders[static_cast<std::size_t>(number)].m_bNoted, true)) return;
+  m_noted.push_back(number);
+}
+
+void CBlotter::setHedgeTarget(int taskId, int lots) {
+  const auto course = m_courses.find(taskId);
+  if (course == m_courses.end()) return;
+  m_nNow = static_cast<int>(m_desk.now());
+  course->second.setHedgeTarget(lots);
+  course->second.sample(m_nNow);
+}
+
+void CBlotter::onHedgeVolume(int taskId, int lots) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  setHedgeTarget(taskId, lots);
+}
+
+void CBlotter::onHedgeParam(desk::EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param) {
+  if (source != desk::EHedgeSource::Stored) return;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  if (const auto task = m_tasks.find(commandId); task != m_tasks.end()) setHedgeTarget(task->second, param.m_nVolume);
+}
+
+void CBlotter::onTradingDay(const std::string&) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_details.clear();
+  m_courses.clear();
+  m_tasks.clear();
+  m_orders.clear();
+  m_fills.clear();
+  m_noted.clear();
+  m_nFillsTaken = 0;
+  m_bAnew = true;
+}
+
+void CBlotter::follow(bool on) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_bFollowed = on;
+  m_bAnew = true;
+  m_noted.clear();
+  m_nFillsTaken = 0;
+  for (SOrder& order : m_orders) order.m_bNoted = false;
+  for (int number = 0; on && number < static_cast<int>(m_orders.size()); ++number) note(number);
+}
+
+SBlotterNews CBlotter::take() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  SBlotterNews news;
+  news.m_bAnew = std::exchange(m_bAnew, false);
+  news.m_orders.reserve(m_noted.size());
+  for (const int number : std::exchange(m_noted, {})) {
+    SOrder& order = m_orders[static_cast<std::size_t>(number)];
+    order.m_bNoted = false;
+    news.m_orders.emplace_back(number, order.m_order);
+  }
+  news.m_fills.assign(m_fills.begin() + static_cast<std::ptrdiff_t>(m_nFillsTaken), m_fills.end());
+  m_nFillsTaken = m_fills.size();
+  return news;
+}
+
+std::shared_ptr<const STaskCourse> CBlotter::course(int taskId) const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const auto found = m_courses.find(taskId);
+  return found == m_courses.end() ? nullptr : std::make_shared<STaskCourse>(found->second.course());
+}
+
+}  // namespace app

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "CDesk.h"
+#include "IDeskObserver.h"
+#include "IMarket.h"
+#include "docks/TaskCourse.h"
+
+namespace app {
+
+/// A detail whose orders the blotter has.
+struct SBlotterDetail {
+  std::string m_strKey;
+  int m_nTaskId = 0;  ///< of the basket
+  bool m_bHedge = false;
+  std::string m_strAccount;    ///< its key
+  std::string m_strDisplayId;  ///< of the account
+};
+using BlotterDetailPtr = std::shared_ptr<const SBlotterDetail>;
+
+/// An order as it was published last. Times are seconds since the epoch.
+struct SBlotterOrder {
+  BlotterDetailPtr m_pDetail;          ///< never null
+  ksservice::COrderInfoPtr m_pInfo;    ///< never null
+  int m_nSent = 0;                     ///< when it was published first
+  bool m_bAccepted = false;
+  bool m_bCancelled = false;
+};
+
+/// What an order traded between two publications.
+struct SBlotterFill {
+  BlotterDetailPtr m_pDetail;
+  ksservice::COrderInfoPtr m_pInfo;
+  int m_nTime = 0;
+  int m_nQuantity = 0;
+  double m_dAmount = 0;  ///< CNY
+};
+
+/// Orders by the number of their place in the day, which they keep.
+struct SBlotterNews {
+  bool m_bAnew = false;  ///< what was told before is over
+  std::vector<std::pair<int, SBlotterOrder>> m_orders;
+  std::vector<SBlotterFill> m_fills;
+};
+
+/// What became of the day's orders and tasks, noted as it is published: the desk has the newest state alone, and of a
+/// server task no orders. Told on the driver's thread; everything else may be asked on any thread. A publication costs
+/// a look at a pointer for each of its orders.
+class CBlotter : public desk::IDeskObserver {
+ public:
+  /// What the market shows of an instrument; false for an unknown one. On the driver's thread.
+  using MarketQuote = std::function<bool(const std::string& market, const std::string& code, exchange::SQuote& quote)>;
+
+  /// The desk must outlive the blotter. market may be empty: then a task's course has no market in it.
+  explicit CBlotter(const desk::CDesk& desk, MarketQuote market = {}) : m_desk(desk), m_market(std::move(market)) {}
+
+  void onTask(const desk::SPublication& publication) override;
+  void onHedgeVolume(int taskId, int lots) override;
+  /// Those that are stored hold the target, and come with it, while its announcement waits for another thread.
+  void onHedgeParam(desk::EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param) override;
+  void onTradingDay(const std::string& date) override;
+
+  /// While it is followed, what changes is kept to be taken; from the start on that is all there is. One follower.
+  void follow(bool on);
+  SBlotterNews take();
+  /// How a basket went so far; null for an unknown one.
+  std::shared_ptr<const STaskCourse> course(int taskId) const;
+
+ private:
+  struct SOrder {
+    SBlotterOrder m_order;
+    bool m_bNoted = false;  ///< among what is to be taken
+  };
+  struct SDetail {
+    BlotterDetailPtr m_pDetail;
+    std::vector<int> m_orders;  ///< their numbers
+    std::vector<int> m_traded;  ///< of each, so far
+    std::vector<double> m_amounts;
+  };
+
+  SDetail& detailOf(const ksservice::CTaskDetail& detail);
+  CTaskCourse& courseOf(const ksservice::CTaskDetail& detail);
+  void begin(CTaskCourse& course, const ksservice::CTaskDetail& detail);
+  void takeOrders(SDetail& known, CTaskCourse& course, const std::vector<ksservice::COrderInfoPtr>& orders,
+                  const std::vector<desk::OrderDetailEntry>& changes);
+  void setHedgeTarget(int taskId, int lots);
+  void note(int number);
+  void noteFill(SDetail& known, std::size_t index, CTaskCourse& course, const ksservice::COrderInfoPtr& info);
+
+  const desk::CDesk& m_desk;
+  MarketQuote m_market;
+
+  mutable std::mutex m_mutex;  ///< guards the rest; the desk may be read under it
+  std::unordered_map<std::string, SDetail> m_details;
+  std::map<int, CTaskCourse> m_courses;
+  std::map<int, int> m_tasks;  ///< by the basket's command
+  std::vector<SOrder> m_orders;
+  std::vector<SBlotterFill> m_fills;
+  std::vector<int> m_noted;
+  std::size_t m_nFillsTaken = 0;
+  bool m_bFollowed = false;
+  bool m_bAnew = true;
+  int m_nNow = 0;
+};
+
+}  // namespace app
