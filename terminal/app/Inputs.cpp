@@ -9,7 +9,6 @@
 
 #include "CAlgoSchedule.h"
 #include "SessionSetup.h"
-#include "utils/Keys.h"
 
 namespace app {
 namespace {
@@ -30,15 +29,16 @@ bool isKind(const exchange::SInstrument& instrument) {
   return instrument.m_kind == exchange::EKind::IndexFuture && instrument.m_strCode.size() == 2;
 }
 
-std::set<std::string> listedKeys(const std::vector<exchange::SInstrument>& instruments, std::int64_t dayStart) {
-  std::set<std::string> keys;
+basket::CSecurities securitiesOf(const std::vector<exchange::SInstrument>& instruments, std::int64_t dayStart) {
+  std::vector<basket::SSecurity> securities;
   const auto futures = exchange::listedIndexFutures(exchange::dateOf(dayStart), instruments);
   for (const auto* list : {&instruments, &futures}) {
     for (const exchange::SInstrument& instrument : *list) {
-      if (!isKind(instrument)) keys.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
+      if (isKind(instrument)) continue;
+      securities.push_back({instrument.m_strMarket, instrument.m_strCode, instrument.m_strName});
     }
   }
-  return keys;
+  return basket::CSecurities(std::move(securities));
 }
 
 /// The futures that baskets can be hedged by: those of the file, but for entries that only carry a kind's reference
@@ -75,9 +75,9 @@ void checkAlgo(const SOptions& options, SInputs& inputs) {
 }
 
 /// instruments: the file that lists them.
-void readBasket(const std::string& file, const std::string& instruments, const basket::ListedTest& isListed,
+void readBasket(const std::string& file, const std::string& instruments, const basket::CSecurities& securities,
                 SInputs& inputs) {
-  basket::SBasketFile read = basket::readBasketFile(file, isListed);
+  basket::SBasketFile read = basket::readBasketFile(file, securities);
   addFaults(read.m_faults, inputs);
   if (read.m_nUnlisted > 0) {
     inputs.m_faults.push_back(file + ": what is listed stands in " + instruments +
@@ -123,13 +123,15 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   checkAlgo(options, inputs);
 
   // Without a list of instruments nothing is known of any, so the baskets are only read for their own faults.
+  const basket::CSecurities securities =
+      file.isGood() ? securitiesOf(inputs.m_instruments, dayStart) : basket::CSecurities();
+  for (const std::string& each : basketFilesOf(options)) readBasket(each, instruments, securities, inputs);
   basket::ListedTest isListed;
   if (file.isGood()) {
-    isListed = [keys = listedKeys(inputs.m_instruments, dayStart)](std::string_view market, std::string_view code) {
-      return keys.contains(utils::mavStockKey(std::string(market), std::string(code)));
+    isListed = [&securities](std::string_view market, std::string_view code) {
+      return securities.find(market, code) >= 0;
     };
   }
-  for (const std::string& each : basketFilesOf(options)) readBasket(each, instruments, isListed, inputs);
   readAccountFiles(options, isListed, inputs);
   return inputs;
 }

@@ -1,58 +1,37 @@
 #include <algorithm>
-#include <array>
 #include <map>
 #include <tuple>
 #include <utility>
 
 #include "BasketFiles.h"
+#include "BasketReader.h"
 #include "Fields.h"
 
 namespace basket {
 namespace {
 
-constexpr long long MOST_SHARES = 1'000'000'000;  // of one line; sums of several still fit the panel's counters
-
-enum EColumn { Market, Code, Side, Quantity, Name };
-
-const std::vector<SColumnTitles>& columns() {
-  static const std::vector<SColumnTitles> titles{MARKET_COLUMN,
-                                                 CODE_COLUMN,
-                                                 {{"side", "方向", "买卖方向", "direction"}},
-                                                 {{"quantity", "数量", "委托数量", "volume"}},
-                                                 {{"name", "名称", "证券名称"}, false}};
-  return titles;
-}
-
-struct SSideText {
-  std::string_view m_text;
-  bool m_bBuy;
-};
-
-constexpr std::array<SSideText, 8> SIDES{{{"买入", true},
-                                          {"卖出", false},
-                                          {"买", true},
-                                          {"卖", false},
-                                          {"buy", true},
-                                          {"sell", false},
-                                          {"b", true},
-                                          {"s", false}}};
-
+constexpr double MOST_SHARES = 1'000'000'000;  // of one line; sums of several still fit the panel's counters
 /// A basket for another list of instruments may hold nothing else: the first lines show what is meant.
 constexpr int UNLISTED_NAMED = 5;
 
-class CBasketRows {
+class CBasketLines {
  public:
-  CBasketRows(const ListedTest& isListed, CFaults& faults) : m_isListed(isListed), m_faults(faults) {}
+  CBasketLines(const CSecurities& securities, CFaults& faults) : m_securities(securities), m_faults(faults) {}
 
-  void read(const STextRow& row) {
+  void read(const SReadLine& read) {
     SBasketLine line;
-    line.m_nLine = row.m_nLine;
-    line.m_strCode = row.m_fields[Code];
-    line.m_strName = row.m_fields[Name];
-    const bool known = readInstrument(row, line);
-    const bool sided = readSide(row, line);
-    readQuantity(row, line);
-    if (known && sided) checkRepeated(line);
+    line.m_nLine = read.m_nLine;
+    line.m_strMarket = read.m_strMarket;
+    line.m_strCode = read.m_strCode;
+    line.m_strName = read.m_strName;
+    line.m_bBuy = read.m_bBuy.value_or(true);
+    // What is wrong with the rest follows from what could not be read.
+    if (!read.m_strFault.empty()) return m_faults.add(read.m_nLine, read.m_strFault);
+    const bool known = checkInstrument(line);
+    if (!read.m_bBuy) m_faults.add(read.m_nLine, "no side: it is 买入 or 卖出");
+    checkQuantity(read);
+    if (known && read.m_bBuy) checkRepeated(line);
+    line.m_nQuantity = read.m_dQuantity <= MOST_SHARES ? static_cast<int>(read.m_dQuantity) : 0;
     m_lines.push_back(std::move(line));
   }
 
@@ -68,59 +47,37 @@ class CBasketRows {
   }
 
  private:
-  void complain(const STextRow& row, const std::string& text) { m_faults.add(row.m_nLine, text); }
-
-  bool readInstrument(const STextRow& row, SBasketLine& line) {
-    line.m_strMarket = marketOf(row.m_fields[Market]);
+  bool checkInstrument(const SBasketLine& line) {
     std::string fault;
     if (line.m_strMarket.empty()) {
-      fault = "unknown market " + quoted(row.m_fields[Market]);
+      fault = line.m_strCode.empty() ? "no instrument is named " + quoted(line.m_strName)
+                                     : "no market lists an instrument " + line.m_strCode;
     } else {
       fault = codeFault(line.m_strMarket, line.m_strCode);
-      if (fault.empty() && m_isListed && !m_isListed(line.m_strMarket, line.m_strCode)) {
-        if (++m_nUnlisted == UNLISTED_NAMED + 1) m_nUnnamed = line.m_nLine;
-        if (m_nUnlisted > UNLISTED_NAMED) return false;
-        fault = unlistedText(line);
-      }
     }
-    if (!fault.empty()) complain(row, fault);
-    return fault.empty();
+    const bool listed = m_securities.size() == 0 || m_securities.find(line.m_strMarket, line.m_strCode) >= 0;
+    if (fault.empty() && listed) return true;
+    if (!listed && ++m_nUnlisted == UNLISTED_NAMED + 1) m_nUnnamed = line.m_nLine;
+    if (!listed && m_nUnlisted > UNLISTED_NAMED) return false;
+    m_faults.add(line.m_nLine, fault.empty() ? unlistedText(line) : fault);
+    return false;
   }
 
   std::string unlistedText(const SBasketLine& line) const {
     std::string text = "the market " + line.m_strMarket + " lists no instrument " + line.m_strCode;
-    for (const std::string_view market : allMarkets()) {
-      if (m_isListed(market, line.m_strCode)) text += ", the market " + std::string(market) + " does";
+    for (const int each : m_securities.withCode(line.m_strCode)) {
+      text += ", the market " + m_securities[each].m_strMarket + " does";
     }
     return text;
   }
 
-  bool readSide(const STextRow& row, SBasketLine& line) {
-    std::string text = row.m_fields[Side];
-    std::transform(text.begin(), text.end(), text.begin(), [](char letter) {
-      return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-    });
-    const auto side =
-        std::find_if(SIDES.begin(), SIDES.end(), [&text](const SSideText& known) { return known.m_text == text; });
-    if (side == SIDES.end()) {
-      complain(row, "unknown side " + quoted(row.m_fields[Side]) + ": it is 买入 or 卖出");
-      return false;
-    }
-    line.m_bBuy = side->m_bBuy;
-    return true;
-  }
-
-  void readQuantity(const STextRow& row, SBasketLine& line) {
-    const std::string& field = row.m_fields[Quantity];
-    const auto quantity = wholeNumberOf(field);
-    if (!quantity) {
-      complain(row, "the quantity " + quoted(field) + " is no whole number above 0");
-    } else if (*quantity == 0) {
-      complain(row, "the quantity is 0");
-    } else if (*quantity > MOST_SHARES) {
-      complain(row, "the quantity " + field + " is above " + std::to_string(MOST_SHARES));
-    } else {
-      line.m_nQuantity = static_cast<int>(*quantity);
+  void checkQuantity(const SReadLine& line) {
+    if (line.m_measure == EMeasure::None) {
+      m_faults.add(line.m_nLine, "no quantity");
+    } else if (line.m_measure != EMeasure::Shares) {
+      m_faults.add(line.m_nLine, "the quantity is no number of shares");
+    } else if (line.m_dQuantity > MOST_SHARES) {
+      m_faults.add(line.m_nLine, "the quantity is above 1000000000");
     }
   }
 
@@ -131,7 +88,7 @@ class CBasketRows {
                                    std::to_string(earlier->second) + " already, with the same side");
   }
 
-  const ListedTest& m_isListed;
+  const CSecurities& m_securities;
   CFaults& m_faults;
   std::map<std::tuple<std::string, std::string, bool>, int> m_seen;
   std::vector<SBasketLine> m_lines;
@@ -139,17 +96,39 @@ class CBasketRows {
   int m_nUnnamed = 0;  ///< the first line of those that are only counted
 };
 
+/// The lines of the one sheet that has any. Sheets of which none can be told to be the basket are a fault.
+std::vector<SReadLine> basketLines(const SSource& source, const CSecurities& securities, CFaults& faults) {
+  std::vector<SReadLine> lines;
+  for (const SSheet& sheet : source.m_sheets) {
+    const SLayout layout = guessLayout(sheet, securities);
+    const auto meant = [](const SColumn& column) {
+      return column.m_role == ERole::Code || column.m_role == ERole::Name;
+    };
+    // A sheet beside the basket's, with something else.
+    if (source.m_sheets.size() > 1 && std::none_of(layout.m_columns.begin(), layout.m_columns.end(), meant)) continue;
+    std::vector<SReadLine> read = readLines(sheet, layout, securities).m_lines;
+    if (!read.empty() && !lines.empty()) {
+      faults.add(0, "more than one sheet has lines");
+      return {};
+    }
+    if (!read.empty()) lines = std::move(read);
+  }
+  return lines;
+}
+
 }  // namespace
 
-SBasketFile readBasketFile(const std::string& path, const ListedTest& isListed) {
+SBasketFile readBasketFile(const std::string& path, const CSecurities& securities) {
   CFaults faults(path);
-  CBasketRows rows(isListed, faults);
-  const std::vector<STextRow> table = readTextTable(path, columns(), faults);
-  for (const STextRow& row : table) rows.read(row);
-  if (faults.isEmpty() && table.empty()) faults.add(0, "no line in the basket");
+  CBasketLines lines(securities, faults);
+  const SSource source = readSourceFile(path);
+  if (!source.m_strFault.empty()) faults.add(0, source.m_strFault);
+  const std::vector<SReadLine> read = basketLines(source, securities, faults);
+  for (const SReadLine& line : read) lines.read(line);
+  if (faults.isEmpty() && read.empty()) faults.add(0, "no line in the basket");
   SBasketFile file;
-  file.m_nUnlisted = rows.endUnlisted();
-  if (faults.isEmpty()) file.m_lines = rows.take();
+  file.m_nUnlisted = lines.endUnlisted();
+  if (faults.isEmpty()) file.m_lines = lines.take();
   file.m_faults = faults.take();
   return file;
 }

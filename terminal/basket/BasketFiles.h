@@ -1,12 +1,12 @@
 /// Instrument and basket files. Any thread; nothing is thrown for bad input.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Instrument.h"
+#include "Securities.h"
 #include "TextTable.h"
 
 namespace basket {
@@ -40,11 +40,9 @@ struct SBasketFile {
   bool isGood() const { return m_faults.empty(); }
 };
 
-/// Whether an instrument is listed.
-using ListedTest = std::function<bool(std::string_view market, std::string_view code)>;
-
-/// Reads a basket. Each of its instruments must pass isListed, if one is given. Two lines of one instrument with the
-/// same side are a fault: it is more often a mistake than meant.
-SBasketFile readBasketFile(const std::string& path, const ListedTest& isListed = {});
+/// Reads a basket that nobody looks at before it is traded: each of its lines must be read whole, in shares, with a
+/// side, and be of a security that is listed (unless none are given). Two lines of one instrument with the same side
+/// are a fault: it is more often a mistake than meant.
+SBasketFile readBasketFile(const std::string& path, const CSecurities& securities = CSecurities());
 
 }  // namespace basket

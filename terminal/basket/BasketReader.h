@@ -70,14 +70,14 @@ struct SReadLine {
   int m_nLine = 0;        ///< of the source, from 1
   std::string m_strText;  ///< as it stands there, cells separated by TABs
   std::string m_strMarket;
-  std::string m_strCode;          ///< as listed where it is; else as it is written
-  std::string m_strName;          ///< as it is written; may be empty
-  std::optional<bool> m_bBuy;     ///< none: the line does not say
-  int m_nOperation = -1;          ///< the host's number, as a panel's lines and "买入开仓" have it; -1: none
+  std::string m_strCode;       ///< as listed where it is; else as it is written
+  std::string m_strName;       ///< as it is written; may be empty
+  std::optional<bool> m_bBuy;  ///< none: the line does not say
+  int m_nOperation = -1;       ///< the host's number, as a panel's lines and "买入开仓" have it; -1: none
   EMeasure m_measure = EMeasure::None;
-  double m_dQuantity = 0;         ///< shares (lots of a future), CNY, or a weight as it is written; above 0
-  std::optional<double> m_dPrice; ///< CNY or index points, above 0
-  std::string m_strFault;         ///< what could not be read; Chinese; empty: nothing
+  double m_dQuantity = 0;          ///< shares (lots of a future), CNY, or a weight as it is written; above 0
+  std::optional<double> m_dPrice;  ///< CNY or index points, above 0
+  std::string m_strFault;          ///< what could not be read; Chinese; empty: nothing
 };
 
 /// A row that is no line of the basket, and why.

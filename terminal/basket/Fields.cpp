@@ -7,6 +7,7 @@
 #include <charconv>
 
 #include "Instrument.h"
+#include "Text.h"
 
 namespace basket {
 namespace {
@@ -18,8 +19,6 @@ struct SMarketName {
 
 constexpr std::array<SMarketName, 4> MARKETS{
     {{"SH", "上海"}, {"SZ", "深圳"}, {"BJ", "北京"}, {exchange::FUTURES_MARKET, "中金所"}}};
-
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 }  // namespace
 

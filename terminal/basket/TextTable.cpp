@@ -4,18 +4,14 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
-#include <optional>
 #include <utility>
 
+#include "FileBytes.h"
 #include "TextDecoding.h"
 
 namespace basket {
 namespace {
-
-constexpr std::uintmax_t MOST_BYTES = 50'000'000;
 
 /// libcsv, fed line by line so that a row knows its line.
 class CRowParser {
@@ -54,26 +50,15 @@ class CRowParser {
 
 bool isBlank(const std::string& text) { return text.find_first_not_of(" \t") == std::string::npos; }
 
-/// Why the file is not read at all; empty: it is. Looked at first, since a device or a pipe has no end.
-std::string refusalOf(const std::string& path) {
-  std::error_code error;
-  const auto status = std::filesystem::status(path, error);
-  if (!std::filesystem::exists(status) || std::filesystem::is_directory(status)) return "cannot be read";
-  if (!std::filesystem::is_regular_file(status)) return "is no regular file";
-  const std::uintmax_t size = std::filesystem::file_size(path, error);
-  return !error && size > MOST_BYTES ? "is larger than 50 MB" : std::string();
-}
-
-std::optional<std::string> readAll(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes;
-  std::vector<char> block(1 << 16);
-  while (file.read(block.data(), static_cast<std::streamsize>(block.size())) || file.gcount() > 0) {
-    bytes.append(block.data(), static_cast<std::size_t>(file.gcount()));
+/// Adds a fault for every line that is broken in the file's encoding, and leaves that line out.
+std::vector<STextLine> goodLines(const std::string& bytes, CFaults& faults) {
+  std::vector<STextLine> lines = decodeLines(bytes);
+  for (const STextLine& line : lines) {
+    if (line.m_pBroken == nullptr) continue;
+    faults.add(line.m_nLine, std::string("broken text encoding: this line is no ") + line.m_pBroken);
   }
-  // A directory opens like a file, and then cannot be read.
-  if (!file.is_open() || file.bad()) return std::nullopt;
-  return bytes;
+  std::erase_if(lines, [](const STextLine& line) { return line.m_pBroken != nullptr; });
+  return lines;
 }
 
 /// Every row of the lines, fields as they stand.
@@ -159,16 +144,12 @@ std::vector<SFault> CFaults::take() {
 
 std::vector<STextRow> readTextTable(const std::string& path, const std::vector<SColumnTitles>& columns,
                                     CFaults& faults) {
-  if (const std::string refusal = refusalOf(path); !refusal.empty()) {
-    faults.add(0, refusal);
+  const SFileBytes file = readFileBytes(path);
+  if (file.m_refusal != ERefusal::None) {
+    faults.add(0, refusalText(file.m_refusal));
     return {};
   }
-  const auto bytes = readAll(path);
-  if (!bytes) {
-    faults.add(0, "cannot be read");
-    return {};
-  }
-  std::vector<STextRow> rows = parseRows(decodeLines(*bytes, faults), faults);
+  std::vector<STextRow> rows = parseRows(goodLines(file.m_strBytes, faults), faults);
   if (rows.empty()) {
     if (faults.isEmpty()) faults.add(1, "the file is empty");
     return {};

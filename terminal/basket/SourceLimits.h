@@ -1,0 +1,9 @@
+/// How much of a source is read.
+#pragma once
+
+namespace basket {
+
+constexpr int MOST_LINES = 200'000;
+constexpr const char* TOO_MANY_LINES = "超过 200000 行";
+
+}  // namespace basket
