@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "BasketFiles.h"
@@ -27,6 +28,8 @@ struct SPositionFile {
   std::vector<SFault> m_faults;
 };
 
+/// Whether an instrument is listed.
+using ListedTest = std::function<bool(std::string_view market, std::string_view code)>;
 /// Whether there is an account of a name.
 using AccountTest = std::function<bool(const std::string& account)>;
 

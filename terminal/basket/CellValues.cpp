@@ -243,7 +243,7 @@ std::optional<SCodeText> codeIn(std::string_view text) {
   for (const std::string_view ending : {"equity", "ch"}) {  // "600000 CH Equity"
     if (word.size() > ending.size() + 5 && word.ends_with(ending)) word.resize(word.size() - ending.size());
   }
-  if (word.size() < 1 || word.size() > 14) return std::nullopt;
+  if (word.empty() || word.size() > 14) return std::nullopt;
   if (auto code = bareCode(word)) return code;
   if (auto code = numericCode(word)) return code;
   constexpr std::string_view joints = ".:-_";

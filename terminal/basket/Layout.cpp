@@ -56,7 +56,7 @@ STitleRows titleRows(const SSheet& sheet) {
   if (best < 0) return {};
   const auto& cells = sheet.m_rows[static_cast<std::size_t>(best)].m_cells;
   if (isTitleRow(sheet, best + 1)) {
-    const SSheetRow& below = sheet.m_rows[static_cast<std::size_t>(best + 1)];
+    const SSheetRow& below = sheet.m_rows[static_cast<std::size_t>(best) + 1];
     if (knownTitles(below.m_cells) > 0 && below.m_cells != cells) return {best, best + 1};
   }
   return {isTitleRow(sheet, best - 1) ? best - 1 : -1, best};
@@ -86,7 +86,7 @@ std::vector<STitle> readTitles(const SSheet& sheet, const STitleRows& rows, std:
 }
 
 bool isColumnEmpty(const SSheet& sheet, int header, std::size_t column) {
-  for (std::size_t i = static_cast<std::size_t>(header + 1); i < sheet.m_rows.size(); ++i) {
+  for (auto i = static_cast<std::size_t>(header) + 1; i < sheet.m_rows.size(); ++i) {
     if (!cellOf(sheet.m_rows[i], column).empty()) return false;
   }
   return true;
@@ -126,7 +126,7 @@ void applyUnitColumn(const SSheet& sheet, SLayout& layout) {
     if (title != "单位" && title != "数量单位" && title != "unit") continue;
     layout.m_columns[i].m_role = ERole::None;
     std::map<std::string, int> units;
-    for (std::size_t row = static_cast<std::size_t>(layout.m_nHeader + 1); row < sheet.m_rows.size(); ++row) {
+    for (auto row = static_cast<std::size_t>(layout.m_nHeader) + 1; row < sheet.m_rows.size(); ++row) {
       if (!cellOf(sheet.m_rows[row], i).empty()) ++units[folded(cellOf(sheet.m_rows[row], i))];
     }
     for (SColumn& column : layout.m_columns) {

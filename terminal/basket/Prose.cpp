@@ -187,9 +187,8 @@ class CSentenceReader {
     const bool money = number.m_measure == EMeasure::Amount && number.m_unit == EUnit::One;
     const bool sized = !m_sentence.m_numbers.empty();
     const bool bare = !number.m_bUnit;
-    if (std::exchange(m_bPriceNext, false) && (bare || money)) {
-      m_sentence.m_dPrice = number.m_dValue;
-    } else if (sized && (bare || money) && !m_sentence.m_dPrice) {
+    const bool told = std::exchange(m_bPriceNext, false);
+    if ((bare || money) && (told || (sized && !m_sentence.m_dPrice))) {
       m_sentence.m_dPrice = number.m_dValue;
     } else {
       m_sentence.m_numbers.push_back(number);

@@ -74,7 +74,9 @@ class CSheetReader {
     const int column = columnOf(role);
     return column < 0 || role == ERole::None ? none : cellOf(row, static_cast<std::size_t>(column));
   }
-  std::size_t firstData() const { return static_cast<std::size_t>(m_layout.m_nHeader + 1); }
+  std::size_t firstData() const {
+    return m_layout.m_nHeader < 0 ? 0 : static_cast<std::size_t>(m_layout.m_nHeader) + 1;
+  }
 
   void addSizes(ERole role) {
     for (std::size_t i = 0; i < m_layout.m_columns.size(); ++i) {
