@@ -13,6 +13,8 @@ namespace engine {
 namespace {
 
 constexpr double UNITS_PER_CNY = 10000;
+/// More than any account has, and little enough to be counted with.
+constexpr double LARGEST_AMOUNT = 1e14;
 
 Money toMoney(double cny) { return std::llround(cny * UNITS_PER_CNY); }
 double toCny(Money money) { return static_cast<double>(money) / UNITS_PER_CNY; }
@@ -31,6 +33,10 @@ int toInt(std::int64_t quantity) {
 
 SRefusal refusal(const std::string& reason, const std::string& figures) {
   return {.m_strText = reason + "：" + figures, .m_strReason = reason, .m_bBroker = true};
+}
+
+SRefusal shortOfMoney(double needed, Money there) {
+  return refusal("可用资金不足", (boost::format("需 %.2f，可用 %.2f") % needed % toCny(there)).str());
 }
 
 }  // namespace
@@ -82,7 +88,8 @@ Money CLedger::needOf(const SOpen& order) const {
 
 std::optional<SRefusal> CLedger::take(std::uint64_t id, const std::string& account, const SLedgerOrder& order) {
   const auto known = m_accounts.find(account);
-  if (known == m_accounts.end()) return std::nullopt;
+  // What is no quantity, or no price, is the market's affair.
+  if (known == m_accounts.end() || order.m_nQuantity <= 0) return std::nullopt;
   const std::string& market = order.m_stock.m_strMarket;
   const std::string& code = order.m_stock.m_strCode;
   const bool future = exchange::kindOf(market) == exchange::EKind::IndexFuture;
@@ -92,7 +99,12 @@ std::optional<SRefusal> CLedger::take(std::uint64_t id, const std::string& accou
   open.m_pAccount = &known->second;
   open.m_pHeld = &held(known->second, market, code, future && open.m_bAdds != open.m_bBuy);
   open.m_nLeft = order.m_nQuantity;
-  open.m_nWorst = toMoney(order.m_dWorstPrice * (future ? exchange::futureMultiplier(code) : 1));
+  const double worst = std::max(0.0, order.m_dWorstPrice) * (future ? exchange::futureMultiplier(code) : 1);
+  const double whole = worst * order.m_nQuantity;
+  if (open.m_bAdds && whole > LARGEST_AMOUNT) {
+    return shortOfMoney(future ? whole * m_rates.m_dMargin : whole, known->second.m_nCash);
+  }
+  open.m_nWorst = open.m_bAdds ? toMoney(worst) : 0;
   if (open.m_bAdds) open.m_nFrozen = needOf(open);
   if (auto refused = freeze(open)) return refused;
   open.m_pAccount->m_bChanged = m_bChanged = true;
@@ -104,10 +116,7 @@ std::optional<SRefusal> CLedger::freeze(SOpen& order) {
   SAccount& account = *order.m_pAccount;
   SHeld& held = *order.m_pHeld;
   if (order.m_bAdds) {
-    if (order.m_nFrozen > account.m_nCash) {
-      const auto figures = boost::format("需 %.2f，可用 %.2f") % toCny(order.m_nFrozen) % toCny(account.m_nCash);
-      return refusal("可用资金不足", figures.str());
-    }
+    if (order.m_nFrozen > account.m_nCash) return shortOfMoney(toCny(order.m_nFrozen), account.m_nCash);
     account.m_nCash -= order.m_nFrozen;
     account.m_nFrozen += order.m_nFrozen;
     return std::nullopt;

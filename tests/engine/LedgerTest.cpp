@@ -60,6 +60,7 @@ TEST(Ledger, AShareFreezesWhatItMayTakeAndPaysWhatItTook) {
   EXPECT_DOUBLE_EQ(book.now().m_positions.at("SH.600000").m_dCost, 99'025.74);
   EXPECT_EQ(book.take(SHARE, EOT_Sell, 100, 20), "可卖数量不足：需 100，可卖 0（今日买入 5000 不可卖）");
   EXPECT_EQ(book.take(SHARE, EOT_Buy, 100000, 9.01), "可用资金不足：需 901234.26，可用 900974.26");
+  EXPECT_EQ(book.take(FUTURE, EOT_BuyOpen, 1'000'000'000, 4000), "可用资金不足：需 144000000000000.00，可用 900974.26");
   EXPECT_FALSE(book.m_ledger.take(9, "B", {SHARE, EOT_Sell, 1, 1})) << "an account that nobody has opened";
 
   SBook seller(0, {position(SHARE, 1000, 200, 9000)});
