@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "DraftRun.h"
 #include "ModelRun.h"
 #include "SoakRun.h"
 #include "TableRun.h"
@@ -16,6 +17,7 @@ namespace {
 const QString PANEL = QStringLiteral("panel");
 const QString FLOOR = QStringLiteral("floor");
 const QString MODEL = QStringLiteral("updateDetail");
+const QString DRAFT = QStringLiteral("draft");
 
 /// A bar is a multiple of the floor (or of the page's repaint, whichever is more) and a distance to the best peer; 0
 /// for none. A refresh is held against a repaint that finds the caches as a refresh finds them.
@@ -50,6 +52,8 @@ const std::vector<SRatio>& ratios() {
       {work::SOME_FRESH, MODEL, work::SOME_FRESH, FLOOR, 0.3},
       {work::WORKER_ROWS, PANEL, work::WORKER_FULL, PANEL, 0.08},
       {work::WORKER_TASKS, PANEL, work::WORKER_FULL, PANEL, 0.05},
+      {work::SHARED_OUT, DRAFT, work::SHARED_OUT, FLOOR, 40},
+      {work::PREVIEW, DRAFT, work::PREVIEW, FLOOR, 4},
   };
   return list;
 }
@@ -67,7 +71,7 @@ const std::vector<SLimit>& limits() {
       {work::PAIRED_TASKS, PANEL, 1.1},    {work::PAIRED_ROWS, PANEL, 1.1}, {work::STEADY_BYTES, PANEL, 200},
       {work::MODEL_BYTES_ONE, MODEL, 900}, {work::FIRST_ROW, PANEL, 2000},  {work::SOAK_RATE, PANEL, 50000, true},
       {work::SOAK_AGE, PANEL, 3},          {work::SOAK_WRONG, PANEL, 0},    {work::SOAK_GROWTH, PANEL, 1.01},
-      {work::PAIRED_EXPORT, PANEL, 1.2},
+      {work::PAIRED_EXPORT, PANEL, 1.2},   {work::SHARED_OUT, DRAFT, 100},  {work::PREVIEW, DRAFT, 16},
   };
   return list;
 }

@@ -10,6 +10,7 @@
 
 #include "Bars.h"
 #include "CHostServices.h"
+#include "DraftRun.h"
 #include "FeedRun.h"
 #include "ModelRun.h"
 #include "PanelRun.h"
@@ -107,6 +108,7 @@ class CBench {
     if (!m_options.tableOnly) {
       if (!m_options.quick && tasks >= GROWTH) runTables(tasks / GROWTH, true);
       runModels(tasks);
+      runDrafts();
       current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS, FEED_ROWS_PER_TASK);
     }
     // What most is asked of comes last, where it is seen.
@@ -190,6 +192,13 @@ class CBench {
     runModel(load, RUNS, report);
     measureModelBytes(load, report);
     finish(report, judge(report, tasks * ROWS_PER_TASK));
+  }
+
+  void runDrafts() {
+    CReport report;
+    report.setTitle(QStringLiteral("A basket before it is sent; CPU milliseconds, medians of %1 runs").arg(RUNS));
+    runDraft(RUNS, report);
+    finish(report, judge(report, 0));
   }
 
   /// False when the screen fell behind the feed.

@@ -64,6 +64,7 @@ CDealer::CDealer(const std::vector<SLine>& lines, const std::vector<SMarketFacts
 
 void CDealer::deal(const std::vector<SStake>& stakes) {
   std::vector<const SStake*> dearestFirst;
+  dearestFirst.reserve(stakes.size());
   for (const SStake& stake : stakes) dearestFirst.push_back(&stake);
   std::stable_sort(dearestFirst.begin(), dearestFirst.end(),
                    [](const SStake* a, const SStake* b) { return stepValue(*a) > stepValue(*b); });

@@ -32,7 +32,7 @@ std::string accountsText(const std::vector<SAccountFacts>& accounts, const std::
 
 /// Each account sends for itself, so the one with most orders is the last to end.
 std::string ordersText(const std::vector<SAccountUse>& use, int total, int perSecond) {
-  const std::string text = "约 " + countText(total) + " 笔委托";
+  std::string text = "约 " + countText(total) + " 笔委托";
   if (perSecond <= 0) return text;
   int most = 0;
   for (const SAccountUse& each : use) most = std::max(most, each.m_nOrders);

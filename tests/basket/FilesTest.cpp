@@ -137,6 +137,9 @@ TEST(BasketFile, NamesEveryFaultAndTradesNothing) {
 
 TEST(AccountFiles, ReadPositionsAndFeesAndNameEveryFault) {
   const auto isAccount = [](const std::string& text) { return text == "A1" || text == "1001"; };
+  const auto isListed = [](std::string_view market, std::string_view code) {
+    return SECURITIES.find(market, code) >= 0;
+  };
   const auto read = [&](const std::string& rows) {
     const CTestFile file("市场,代码,持仓,账户,方向,昨仓,今仓,成本\n" + rows);
     const SPositionFile positions = readPositionFile(file.path(), isAccount, isListed);

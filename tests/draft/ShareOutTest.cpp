@@ -138,7 +138,7 @@ std::vector<int> firstParts(const SBasket& basket, EDealBy by) {
 
 TEST(ShareOut, SellsWhatAccountsHave) {
   const std::string code = "600000";
-  const auto sold = [&](int quantity, std::vector<int> held, EDealBy by = EDealBy::Position) {
+  const auto sold = [&](int quantity, const std::vector<int>& held, EDealBy by = EDealBy::Position) {
     SBasket basket;
     basket.add(code, 10, -quantity);
     for (const int each : held) basket.account(1, 1e6, {{"SH." + code, each}});
