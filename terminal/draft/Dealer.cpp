@@ -73,6 +73,7 @@ void CDealer::deal(const std::vector<SStake>& stakes) {
     (isRegular(*stake) ? m_regular : m_alone).push_back(stake);
   }
   roundRegular(true);
+  // Each side alone is within a lot; that both together are not was never seen, but nothing proves it.
   if (!isWithinALot()) roundRegular(false);
   if (m_alone.empty()) return;
   for (const SStake* stake : m_alone) dealAlone(*stake);

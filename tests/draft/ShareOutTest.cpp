@@ -124,7 +124,8 @@ TEST(ShareOut, DealsTheBasketOfTheProjectToFiftyAccounts) {
   for (int j = 0; j < 50; ++j) basket.account(1 + j % 7 * 0.37);
   const SDeal deal = basket.deal();
   expectRounded(basket, deal);
-  EXPECT_LE(furthest(basket, deal), basket.dearestLot());
+  // So many lines leave cheap lots to even out with, much below what is promised.
+  EXPECT_LE(furthest(basket, deal), basket.dearestLot() / 20);
 }
 
 /// What each account gets of the first line.
