@@ -176,7 +176,10 @@ class CSentenceReader {
                                                      "股",   "手",   "元",   "张",   "份",   "万"};
     std::string& text = m_words[index].m_strText;
     for (const std::string_view unit : units) {
-      if (!text.starts_with(unit)) continue;
+      // "600309 万华化学": a code, and a name that begins like a unit.
+      const auto code =
+          unit == "万" && m_sentence.m_strCode.empty() ? codeIn(m_words[index - 1].m_strText) : std::nullopt;
+      if (!text.starts_with(unit) || (code && meantBy(*code, {}, m_securities).m_nIndex >= 0)) continue;
       text.erase(0, unit.size());
       return std::string(unit);
     }

@@ -149,7 +149,7 @@ SSource readSourceText(std::string_view bytes) {
   }
   if (isWorkbook(bytes)) return readWorkbook(bytes);
   const auto ends = std::count_if(bytes.begin(), bytes.end(), [](char each) { return each == '\n' || each == '\r'; });
-  if (ends > 2 * (MOST_LINES + 1)) {
+  if (ends > 2L * (MOST_LINES + 1)) {
     source.m_strFault = TOO_MANY_LINES;
     return source;
   }

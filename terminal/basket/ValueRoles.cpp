@@ -128,8 +128,8 @@ class CGuess {
     give(ERole::Quantity, [](const SColumnValues& each) { return each.m_nShareUnits; });
     give(ERole::Amount, [](const SColumnValues& each) { return each.m_nAmountUnits; });
     give(ERole::Weight, [](const SColumnValues& each) { return each.m_nPercents; });
-    for (std::size_t i = 0; i < m_columns.size(); ++i) {
-      if (m_columns[i].m_role == ERole::Weight) m_columns[i].m_unit = EUnit::Percent;
+    for (SColumn& column : m_columns) {
+      if (column.m_role == ERole::Weight) column.m_unit = EUnit::Percent;
     }
     give(ERole::Quantity, [](const SColumnValues& each) {
       return !isCounting(each) && each.mostly(each.m_nHundreds) && each.mostly(each.m_nWhole) ? each.m_nHundreds : 0;

@@ -112,7 +112,7 @@ class CSheet : public ss::iface::import_sheet, public ss::iface::import_formula 
   }
 
  private:
-  void putResult(std::string text) { put(m_formula.first, m_formula.second, std::move(text)); }
+  void putResult(const std::string& text) { put(m_formula.first, m_formula.second, text); }
 
   std::string textAt(ss::row_t row, ss::col_t column) const {
     if (row < 0 || column < 0 || static_cast<std::size_t>(row) >= m_sheet.m_rows.size()) return {};
@@ -120,7 +120,7 @@ class CSheet : public ss::iface::import_sheet, public ss::iface::import_formula 
     return static_cast<std::size_t>(column) < cells.size() ? cells[static_cast<std::size_t>(column)] : std::string();
   }
 
-  void put(ss::row_t row, ss::col_t column, std::string text) {
+  void put(ss::row_t row, ss::col_t column, const std::string& text) {
     const std::string_view bare = trimmed(text);
     if (bare.empty() || row < 0 || column < 0 || column >= MOST_COLUMNS) return;
     if (row >= MOST_LINES) throw STooMuch(TOO_MANY_LINES);
