@@ -28,9 +28,9 @@ using BlotterDetailPtr = std::shared_ptr<const SBlotterDetail>;
 
 /// An order as it was published last. Times are seconds since the epoch.
 struct SBlotterOrder {
-  BlotterDetailPtr m_pDetail;          ///< never null
-  ksservice::COrderInfoPtr m_pInfo;    ///< never null
-  int m_nSent = 0;                     ///< when it was published first
+  BlotterDetailPtr m_pDetail;        ///< never null
+  ksservice::COrderInfoPtr m_pInfo;  ///< never null
+  int m_nSent = 0;                   ///< when it was published first
   bool m_bAccepted = false;
   bool m_bCancelled = false;
 };

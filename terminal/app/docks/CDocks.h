@@ -105,8 +105,8 @@ class CDocks : public QObject {
 
  private:
   struct SDock {
-    const SDockKind* m_pKind;
-    QDockWidget* m_pDock;
+    const SDockKind* m_pKind = nullptr;
+    QDockWidget* m_pDock = nullptr;
     CDockContent* m_pContent = nullptr;  ///< null before it is shown first
     bool m_bShown = false;
     SChosenRow m_told{};

@@ -86,7 +86,8 @@ class COverviewDock::CCanvas : public QWidget, public GV::CUiResourceChangeHandl
                      painter.fontMetrics().elidedText(m_strTitle, Qt::ElideRight, width() - 2 * margin));
     for (int i = 0; i < static_cast<int>(m_figures.size()); ++i) {
       const SCourseFigure& figure = m_figures[static_cast<std::size_t>(i)];
-      const QRect area(margin + i % columns * cell, margin + (1 + i / columns) * height, cell - CUiResource::scaled(FIGURE_GAP), height);
+      const QRect area(margin + i % columns * cell, margin + (1 + i / columns) * height,
+                       cell - CUiResource::scaled(FIGURE_GAP), height);
       painter.setPen(*CUiResource::getColor(QStringLiteral("clr_text_title")));
       painter.drawText(area, Qt::AlignVCenter, figure.m_strLabel);
       const int room = area.width() - painter.fontMetrics().horizontalAdvance(figure.m_strLabel) - margin / 2;

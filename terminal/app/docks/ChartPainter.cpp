@@ -144,7 +144,7 @@ QString shortNumber(double value) {
 std::vector<SChartColumn> chartColumns(const std::vector<SChartPoint>& points, int begin, int end, int width) {
   std::vector<SChartColumn> columns(static_cast<std::size_t>(std::max(width, 0)));
   if (columns.empty() || end <= begin) return columns;
-  const double step = (static_cast<double>(width) - 1) / (end - begin);
+  const double step = static_cast<double>(width) / (static_cast<double>(end) - begin + 1);
   std::size_t last = 0;
   for (const SChartPoint& point : points) {
     if (point.m_nTime < begin || point.m_nTime > end) continue;

@@ -16,9 +16,7 @@ constexpr int PLAN_POINTS = 400;
 constexpr int PLAN_PARTS = 1000000;
 constexpr int LEAST_SPAN = 60;  ///< seconds that a time axis shows at least
 
-std::int64_t ofDay(int time, int offset) {
-  return static_cast<std::int64_t>((time + offset) % SECONDS_OF_DAY) * 1000;
-}
+std::int64_t ofDay(int time, int offset) { return static_cast<std::int64_t>((time + offset) % SECONDS_OF_DAY) * 1000; }
 
 std::optional<engine::CAlgoSchedule> scheduleOf(const STaskCourse& course, int offset) {
   TC::SAlgoParams params;
@@ -119,7 +117,7 @@ int expectedEnd(const STaskCourse& course, const SCourseMoment& moment) {
   if (course.m_dTradedTarget <= 0 || left <= 0) return 0;
   const double speed = course.m_dTradedTarget / std::max(1, moment.m_nNow - course.m_nStart);
   const double seconds = left / speed;
-  return seconds < SECONDS_OF_DAY ? moment.m_nNow + static_cast<int>(seconds) : 0;
+  return seconds < SECONDS_OF_DAY ? moment.m_nNow + static_cast<int>(std::lround(seconds)) : 0;
 }
 
 std::vector<SCourseFigure> courseFigures(const STaskCourse& course, const SCourseMoment& moment) {
@@ -154,12 +152,14 @@ std::vector<SChart> courseCharts(const STaskCourse& course, const SCourseMoment&
   progress.m_lines.push_back(sampled(course, progress, &SCourseSample::m_fTraded, "clr_chart_line"));
   charts.push_back(std::move(progress));
 
-  SChart cost = chartOf(course, moment, QStringLiteral("到达价滑点 (元)"), costText(course.m_dCost, course.m_dTradedTarget));
+  SChart cost =
+      chartOf(course, moment, QStringLiteral("到达价滑点 (元)"), costText(course.m_dCost, course.m_dTradedTarget));
   cost.m_bFromZero = true;
   cost.m_lines.push_back(sampled(course, cost, &SCourseSample::m_fCost, "clr_side_buy"));
   charts.push_back(std::move(cost));
 
-  SChart net = chartOf(course, moment, QStringLiteral("买入减卖出 (元)"), shortNumber(course.m_dBought - course.m_dSold));
+  SChart net =
+      chartOf(course, moment, QStringLiteral("买入减卖出 (元)"), shortNumber(course.m_dBought - course.m_dSold));
   net.m_bFromZero = true;
   net.m_lines.push_back(sampled(course, net, &SCourseSample::m_fNet, "clr_chart_line"));
   charts.push_back(std::move(net));

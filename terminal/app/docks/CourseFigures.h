@@ -14,8 +14,8 @@ namespace app {
 
 /// The moment at which a course is looked at.
 struct SCourseMoment {
-  int m_nNow = 0;         ///< seconds since the epoch
-  int m_nTimeOffset = 0;  ///< seconds from UTC at the exchange
+  int m_nNow = 0;                          ///< seconds since the epoch
+  int m_nTimeOffset = 0;                   ///< seconds from UTC at the exchange
   std::vector<exchange::SQuote> m_quotes;  ///< of the course's lines, in their order; empty: not known
 };
 

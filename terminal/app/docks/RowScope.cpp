@@ -35,7 +35,8 @@ QString orderRowKey(const SBlotterDetail& detail, const ksservice::COrderInfo& o
       .join(QLatin1Char('-'));
 }
 
-/// The levels of sides and accounts are there only in a task that has several; what is left names a line.
+/// The levels of sides and accounts are there only in a task that has several; what is left names a line. An account's
+/// level is its display identifier, with its key where two accounts share that one.
 CRowScope::EPart CRowScope::partOf(const SBlotterDetail& detail) {
   if (m_row.m_nTaskId < 0) return EPart::Whole;
   if (detail.m_nTaskId != m_row.m_nTaskId) return EPart::None;
@@ -45,7 +46,10 @@ CRowScope::EPart CRowScope::partOf(const SBlotterDetail& detail) {
   if (!sided && (path.startsWith(QLatin1String("-证券")) || path.startsWith(QLatin1String("-期货")))) {
     return EPart::None;
   }
-  takeLevel(path, QString::fromStdString(detail.m_strAccount));
+  const QString account = QString::fromStdString(detail.m_strDisplayId);
+  if (!takeLevel(path, account + QLatin1Char('@') + QString::fromStdString(detail.m_strAccount))) {
+    takeLevel(path, account);
+  }
   m_strLine = path.mid(1);
   return path.isEmpty() ? EPart::Whole : EPart::Line;
 }

@@ -15,10 +15,10 @@ namespace app {
 
 template <typename Row>
 struct SRowColumn {
-  const char* m_pTitle;
-  int m_nAlignment;
-  int m_nWidth;  ///< pixels at scale 1
-  QString (*m_text)(const Row&);
+  const char* m_pTitle = "";
+  int m_nAlignment = 0;
+  int m_nWidth = 0;  ///< pixels at scale 1
+  QString (*m_text)(const Row&) = nullptr;
   double (*m_figure)(const Row&) = nullptr;         ///< what it sorts by; null: its text
   const QColor* (*m_colour)(const Row&) = nullptr;  ///< null, and a null one: that of the table
 };

@@ -71,8 +71,7 @@ bool writeFile(const SSheet& sheet, const QString& name, GV::CWorkProgress& prog
 
 }  // namespace
 
-CRowsTable::CRowsTable(CRowsModelBase* model, QWidget* parent)
-    : CBaseHighPerformanceTable(parent), m_pModel(model) {
+CRowsTable::CRowsTable(CRowsModelBase* model, QWidget* parent) : CBaseHighPerformanceTable(parent), m_pModel(model) {
   model->setParent(this);
   setBaseModel(model);
   setOptions(OptionColumnMenu);
@@ -101,9 +100,9 @@ bool CRowsTable::exportData() {
   for (const int column : sheet.m_columns) sheet.m_titles.append(m_pModel->columnTitle(column));
   for (int row = 0; row < rowCount(); ++row) sheet.m_rows.push_back(row);
   m_bExporting = true;
-  const bool whole = GV::runLongWork(this, QStringLiteral("正在导出数据…"), [&sheet, &name](GV::CWorkProgress& progress) {
-    return writeFile(sheet, name, progress);
-  });
+  const bool whole =
+      GV::runLongWork(this, QStringLiteral("正在导出数据…"),
+                      [&sheet, &name](GV::CWorkProgress& progress) { return writeFile(sheet, name, progress); });
   if (!self) return whole;
   m_bExporting = false;
   if (!whole) GV::CMessageBox::information(this, caption, QStringLiteral("没有导出：%1").arg(name));

@@ -79,8 +79,8 @@ class CTaskCourse {
   STaskCourse m_course;
   std::unordered_map<std::string, std::size_t> m_lines;  ///< by the instrument's key and the side
   std::map<std::string, int> m_ends;                     ///< by detail
-  int m_nSpacing = 1;    ///< seconds
-  int m_nLastBegun = 0;  ///< when the last sample was made, which has moved since
+  int m_nSpacing = 1;                                    ///< seconds
+  int m_nLastBegun = 0;                                  ///< when the last sample was made, which has moved since
 };
 
 }  // namespace app

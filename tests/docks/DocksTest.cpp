@@ -1,0 +1,267 @@
+// Docks over a desk, from the publication to what stands in them.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QDockWidget>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+
+#include "CMainWindow.h"
+#include "CStateStore.h"
+#include "TaskDetails.h"
+#include "TestHost.h"
+#include "docks/CDocks.h"
+#include "docks/CLogDock.h"
+#include "docks/RowScope.h"
+#include "docks/RowsTable.h"
+#include "tc/TaskEvents.h"
+
+namespace app {
+namespace {
+
+using ksservice::COrderInfoPtr;
+
+struct SDriver : desk::IDeskDriver {
+  void cancelOrders(const std::string& detail, const std::vector<std::string>& orders) override {
+    for (const std::string& order : orders) cancelled.push_back(detail + "/" + order);
+  }
+  std::vector<std::string> cancelled;
+};
+
+class Docks : public testing::Test {
+ protected:
+  Docks() {
+    m_host.desk().addObserver(&m_blotter);
+    m_sources.m_pDesk = &m_host.desk();
+    m_sources.m_pBlotter = &m_blotter;
+    m_sources.m_askMarket = [this](const InstrumentNames& names, const std::shared_ptr<CMarketAnswer>& answer) {
+      m_nAsked += static_cast<int>(names.size());
+      exchange::SQuote quote;
+      quote.m_dLast = 11;
+      quote.m_dPrevClose = 10;
+      quote.m_nVolume = 1000;
+      answer->put(std::vector<exchange::SQuote>(names.size(), quote));
+    };
+    m_sources.m_showRow = [this](int task, const QString& row) { m_strShown = QString::number(task) + ":" + row; };
+  }
+  ~Docks() override { m_host.desk().removeObserver(&m_blotter); }
+
+  static COrderInfoPtr makeOrder(const std::string& key, const std::string& code, int traded = 0, bool over = false) {
+    auto order = boost::make_shared<ksservice::COrderInfo>();
+    order->m_strKey = key;
+    order->m_tag = ksservice::CMavOrderTag(key);
+    order->m_strMarket = "SH";
+    order->m_strCode = code;
+    order->m_nOperation = ksservice::EOT_Buy;
+    order->m_nVolume = 100;
+    order->m_dPrice = 10;
+    order->m_nTradedVolume = traded;
+    order->m_dTradedAmount = traded * 10;
+    order->m_bCompleted = over;
+    return order;
+  }
+
+  /// The newest state of a sub-task; those of cancelled are cancelled.
+  void publish(int task, int number, std::vector<COrderInfoPtr> orders, bool server = false,
+               const std::string& cancelled = {}) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(task, number);
+    test::addParam(*detail, test::makeAccount("A" + std::to_string(number), "100" + std::to_string(number)), "600001",
+                   1000, 10);
+    desk::SPublication publication;
+    for (const COrderInfoPtr& order : orders) {
+      auto known = boost::make_shared<ksservice::COrderDetail>();
+      known->m_bCancelled = order->getKey() == cancelled;
+      publication.m_orderDetails.emplace_back(order->m_tag, known);
+    }
+    detail->m_bServerTask = server;
+    (server ? publication.m_serverOrders : detail->m_orders) = std::move(orders);
+    if (server) publication.m_orderDetails.swap(publication.m_serverOrderDetails);
+    publication.m_pDetail = detail;
+    m_host.desk().publishTask(publication);
+  }
+
+  /// Shows a dock as the menu does.
+  template <typename Content = QWidget>
+  Content* open(const char* name) {
+    auto* dock = m_window.findChild<QDockWidget*>(name);
+    if (!dock->isVisible()) dock->toggleViewAction()->trigger();
+    QApplication::processEvents();
+    return dynamic_cast<Content*>(dock->widget());
+  }
+
+  static QString texts(const GV::CBaseHighPerformanceTable& table, int column) {
+    QStringList list;
+    for (int row = 0; row < table.rowCount(); ++row) list.append(table.itemText(row, column));
+    return list.join(' ');
+  }
+
+  test::CTestHost m_host;
+  CBlotter m_blotter{m_host.desk()};
+  SDockSources m_sources;
+  CMainWindow m_window;
+  QString m_strShown;
+  int m_nAsked = 0;
+};
+
+TEST_F(Docks, TheBlotterTellsWhatIsNewAndKeepsTheOrdersOfAServerToo) {
+  const COrderInfoPtr still = makeOrder("1-1-1", "600001");
+  publish(1, 1, {still});
+  m_blotter.follow(true);
+  SBlotterNews news = m_blotter.take();
+  EXPECT_TRUE(news.m_bAnew);
+  ASSERT_EQ(news.m_orders.size(), 1u) << "what was there before";
+  publish(1, 1, {still, makeOrder("1-1-2", "600002", 40)});
+  publish(2, 1, {makeOrder("2-1-1", "600001", 100, true)}, true);
+  publish(1, 1, {still, makeOrder("1-1-2", "600002", 100, true)});
+  news = m_blotter.take();
+  EXPECT_FALSE(news.m_bAnew);
+  std::map<int, std::string> told;
+  for (const auto& [number, order] : news.m_orders) told[number] += order.m_pInfo->getKey();
+  EXPECT_EQ(told[1], "1-1-2") << "once, as it is now";
+  EXPECT_EQ(told[2], "2-1-1");
+  ASSERT_EQ(news.m_fills.size(), 3u);
+  EXPECT_EQ(news.m_fills[0].m_nQuantity, 40);
+  EXPECT_EQ(news.m_fills[2].m_nQuantity, 60);
+  EXPECT_TRUE(m_blotter.take().m_orders.empty());
+  m_blotter.follow(false);
+  publish(1, 2, {makeOrder("1-2-1", "600001")});
+  EXPECT_TRUE(m_blotter.take().m_orders.empty()) << "nobody follows";
+  EXPECT_EQ(m_blotter.course(2)->m_dBought, 1000);
+  m_blotter.onTradingDay("20261124");
+  m_blotter.follow(true);
+  EXPECT_TRUE(m_blotter.take().m_orders.empty());
+  EXPECT_EQ(m_blotter.course(2), nullptr);
+}
+
+TEST_F(Docks, AnOrderStandsBehindItsLineItsAccountAndItsSide) {
+  SBlotterDetail detail;
+  detail.m_nTaskId = 7;
+  detail.m_strAccount = "A-1";
+  detail.m_strDisplayId = "1001";
+  const COrderInfoPtr order = makeOrder("7-1-1", "600001");
+  SBlotterDetail hedge = detail;
+  hedge.m_bHedge = true;
+  const QString line = QStringLiteral("-SH.600001买入");
+  const std::pair<QString, bool> nodes[] = {{"", true},         {line, true},          {"-1001", true},
+                                            {"-1002", false},   {"-1001" + line, true}, {"-1002" + line, false},
+                                            {"-证券", true},    {"-期货", false},      {"-证券-1001" + line, true},
+                                            {"-1001@A-1", true}, {"-1001@A-2", false},  {"-SH.600001卖出", false},
+                                            {"-期货-1001" + line, false}};
+  for (const auto& [node, takes] : nodes) {
+    EXPECT_EQ(CRowScope({7, TC::taskKey(7) + node}).takes(detail, *order), takes) << node.toStdString();
+  }
+  EXPECT_TRUE(CRowScope({7, QString()}).takes(detail, *order));
+  EXPECT_FALSE(CRowScope({8, QString()}).takes(detail, *order));
+  EXPECT_TRUE(CRowScope({7, TC::taskKey(7) + QStringLiteral("-期货")}).takes(hedge, *order));
+  EXPECT_EQ(orderRowKey(hedge, *order), QStringLiteral("7-期货-A-1-SH.600001买入"));
+}
+
+TEST_F(Docks, ADockIsMadeAndFedOnlyWhenItShows) {
+  m_window.show();
+  m_window.docks().attach(m_sources);
+  publish(1, 1, {makeOrder("1-1-1", "600001", 30)});
+  m_window.docks().choose(1, QString());
+  EXPECT_EQ(m_window.findChild<QDockWidget*>("quotesDock")->widget(), nullptr);
+  EXPECT_EQ(m_nAsked, 0);
+  auto* table = open("quotesDock")->findChild<CRowsTable*>();
+  EXPECT_EQ(table->rowCount(), 1);
+  EXPECT_EQ(m_nAsked, 1);
+  m_window.docks().choose(1, QString());
+  EXPECT_EQ(texts(*table, 2), "11.000");
+  EXPECT_EQ(texts(*table, 3), "10.00%");
+  EXPECT_EQ(texts(*table, 9), "3.00%") << "our share";
+  m_window.docks().choose(5, QString());
+  EXPECT_EQ(table->rowCount(), 0) << "a task that nobody knows";
+  open("overviewDock");
+  m_window.docks().choose(1, QString());
+  const int asked = m_nAsked;
+  m_window.findChild<QDockWidget*>("overviewDock")->close();
+  m_window.findChild<QDockWidget*>("quotesDock")->close();
+  m_window.docks().choose(1, QString("x"));
+  EXPECT_EQ(m_nAsked, asked);
+  m_window.docks().attach({});
+}
+
+TEST_F(Docks, OrdersAreFilteredCancelledAndLeadToTheirRow) {
+  SDriver driver;
+  m_host.desk().requests().setDriver(&driver);
+  m_window.show();
+  m_window.docks().attach(m_sources);
+  publish(1, 1, {makeOrder("1-1-1", "600001", 100, true), makeOrder("1-1-2", "600001", 40), makeOrder("1-1-3", "600002")});
+  publish(1, 2, {makeOrder("1-2-1", "600001", 0, true), makeOrder("1-2-2", "600001")}, false, "1-2-1");
+  QWidget* content = open("ordersDock");
+  const auto tables = content->findChildren<CRowsTable*>();
+  CRowsTable& orders = *(tables[0]->baseModel()->columnCount() > 9 ? tables[0] : tables[1]);
+  constexpr int STATE = 10;
+  EXPECT_EQ(texts(orders, STATE), QStringLiteral("已报 已撤 已报 部成 已成")) << "the newest first";
+  const auto combos = content->findChildren<QComboBox*>();
+  combos[1]->setCurrentIndex(1);
+  EXPECT_EQ(texts(orders, STATE), QStringLiteral("已报 已报 部成")) << "what can be cancelled";
+  m_window.docks().choose(1, TC::taskKey(1) + "-1001");
+  combos[0]->setCurrentIndex(1);
+  EXPECT_EQ(texts(orders, STATE), QStringLiteral("已报 部成")) << "of the account";
+  orders.selectAll();
+  // One of the two ends while the user moves his hand.
+  publish(1, 1, {makeOrder("1-1-1", "600001", 100, true), makeOrder("1-1-2", "600001", 100, true),
+                 makeOrder("1-1-3", "600002")});
+  m_window.docks().choose(1, TC::taskKey(1) + "-1001");
+  content->findChild<QPushButton*>()->click();
+  EXPECT_EQ(driver.cancelled, std::vector<std::string>{"1-1/1-1-3"});
+  content->findChild<QLineEdit*>()->setText("600001");
+  EXPECT_EQ(orders.rowCount(), 0);
+  combos[1]->setCurrentIndex(0);
+  orders.sortByColumn(8, Qt::DescendingOrder);
+  EXPECT_EQ(texts(orders, 8), "100 100");
+  const QPointF middle = orders.cellRect(0, 3).center();
+  QMouseEvent click(QEvent::MouseButtonDblClick, middle, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(orders.viewport(), &click);
+  EXPECT_EQ(m_strShown, QStringLiteral("1:1-证券-A1-SH.600001买入"));
+  m_window.docks().attach({});
+  EXPECT_EQ(orders.rowCount(), 0);
+  m_host.desk().requests().setDriver(nullptr);
+}
+
+TEST_F(Docks, TheirColumnsAreKeptWithTheWindow) {
+  const QTemporaryDir folder;
+  const std::string file = folder.filePath("view.ini").toStdString();
+  {
+    m_window.show();
+    m_window.docks().attach(m_sources);
+    open("quotesDock")->findChild<CRowsTable*>()->setColumnVisible(5, false);
+    CStateStore store(file);
+    ASSERT_TRUE(store.save("panel", m_window));
+  }
+  CMainWindow window;
+  const CStateStore store(file);
+  ASSERT_EQ(store.fault(), "");
+  store.restoreLayout(window);
+  window.docks().attach(m_sources);
+  window.show();
+  QApplication::processEvents();
+  auto* dock = window.findChild<QDockWidget*>("quotesDock");
+  ASSERT_TRUE(dock->isVisible() && dock->widget());
+  EXPECT_FALSE(dock->widget()->findChild<CRowsTable*>()->isColumnVisible(5));
+  window.docks().attach({});
+  m_window.docks().attach({});
+}
+
+TEST_F(Docks, TheLogIsSearchedAndLimitedToWarnings) {
+  CLogDock& log = m_window.log();
+  auto* text = log.findChild<QPlainTextEdit*>();
+  log.append(0, "one <b>", CLogDock::ELevel::Info);
+  log.append(DAY_MSEC + 1000, "two", CLogDock::ELevel::Warning);
+  log.findChild<QComboBox*>()->setCurrentIndex(1);
+  log.append(2000, "three", CLogDock::ELevel::Info);
+  EXPECT_EQ(text->toPlainText().simplified(), "00:00:01 two");
+  log.findChild<QComboBox*>()->setCurrentIndex(0);
+  log.findChild<QLineEdit*>()->setText("E");
+  EXPECT_EQ(text->toPlainText().simplified().replace(QChar::Nbsp, ' '), "00:00:00 one <b> 00:00:02 three");
+}
+
+}  // namespace
+}  // namespace app
