@@ -97,7 +97,11 @@ std::vector<std::string> CDraftHost::hedgeFutures() const {
     // An entry that is only a kind carries the kind's reference price.
     if (each.m_kind == exchange::EKind::IndexFuture && each.m_strCode.size() > 2) codes.push_back(each.m_strCode);
   }
-  std::sort(codes.begin(), codes.end());
+  // The kind that most baskets are hedged by comes first.
+  std::sort(codes.begin(), codes.end(), [](const std::string& a, const std::string& b) {
+    const bool first = a.starts_with("IF");
+    return first != b.starts_with("IF") ? first : a < b;
+  });
   return codes;
 }
 

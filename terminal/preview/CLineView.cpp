@@ -4,6 +4,7 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPainter>
 #include <QStyledItemDelegate>
 #include <algorithm>
 
@@ -125,8 +126,21 @@ void CLineView::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Space) return toggleSelected();
   if (event->key() == Qt::Key_Delete) return m_draft.removeLines(selectedLines());
   // Opens nothing and sends nothing by itself.
-  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return edit(currentIndex());
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    if (state() != EditingState) edit(currentIndex());
+    return;
+  }
   QTableView::keyPressEvent(event);
+}
+
+void CLineView::paintEvent(QPaintEvent* event) {
+  QTableView::paintEvent(event);
+  if (model()->rowCount() > 0) return;
+  QPainter painter(viewport());
+  painter.setPen(*GV::CUiResource::getColor(QStringLiteral("clr_text_title")));
+  const QString hint = m_pModel->rowCount() > 0 ? QStringLiteral("没有这样的行")
+                                                : QStringLiteral("打开或拖入文件，或粘贴文字（Ctrl+V）；也可以添加一行");
+  painter.drawText(viewport()->rect(), Qt::AlignCenter, hint);
 }
 
 void CLineView::contextMenuEvent(QContextMenuEvent* event) {

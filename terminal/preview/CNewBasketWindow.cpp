@@ -26,7 +26,7 @@ namespace preview {
 namespace {
 
 // Pixels at scale 1.
-constexpr QSize WINDOW_SIZE(1240, 720);
+constexpr QSize WINDOW_SIZE(1340, 740);
 constexpr int SIDE_WIDTH = 330;
 constexpr QSize BUTTON_SIZE(84, 26);
 constexpr int KEEP_MSEC = 1000;
@@ -122,6 +122,7 @@ QWidget* CNewBasketWindow::createTop() {
   row->addStretch(1);
   row->addWidget(new QLabel(QStringLiteral("篮子名称"), top));
   m_pName->setAccessibleName(QStringLiteral("篮子名称"));
+  m_pName->installEventFilter(this);
   GV::setScaledFixedWidth(*m_pName, 260);
   row->addWidget(m_pName);
   return top;
@@ -323,8 +324,21 @@ void CNewBasketWindow::keyPressEvent(QKeyEvent* event) {
   QDialog::keyPressEvent(event);
 }
 
+/// A whole basket that is pasted into the name's field is meant for the lines.
+bool CNewBasketWindow::eventFilter(QObject* object, QEvent* event) {
+  const bool pasting = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+  if (object == m_pName && pasting && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste) &&
+      QApplication::clipboard()->text().contains(QLatin1Char('\n'))) {
+    event->accept();
+    if (event->type() == QEvent::KeyPress) paste();
+    return true;
+  }
+  return QDialog::eventFilter(object, event);
+}
+
 void CNewBasketWindow::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
+  if (!event->spontaneous()) m_pLines->setFocus();
   m_draft.setWatched(true);
 }
 

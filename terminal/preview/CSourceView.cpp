@@ -18,7 +18,6 @@ using GV::CUiResource;
 
 constexpr int ROW_HEIGHT = 22;
 constexpr int COLUMN_WIDTH = 110;
-constexpr int REASON_WIDTH = 220;
 
 struct SRoleText {
   ERole m_role;
@@ -119,6 +118,7 @@ CSourceView::CSourceView(CDraft& draft, QWidget* parent)
   m_pTable->setAlternatingRowColors(true);
   m_pTable->setWordWrap(false);
   m_pTable->horizontalHeader()->setSectionsClickable(true);
+  m_pTable->horizontalHeader()->setStretchLastSection(true);
   m_pTable->horizontalHeader()->setHighlightSections(false);
   m_pTable->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   m_pNote->setTextFormat(Qt::PlainText);
@@ -152,7 +152,6 @@ void CSourceView::showSource() {
   if (leftOut > 0) note += QStringLiteral(" 有 %1 行不是篮子的行，没有读入。").arg(leftOut);
   if (!m_draft.hasSource()) note = QStringLiteral("没有来源：打开文件、拖入文件或粘贴文字。");
   m_pNote->setText(note);
-  m_pTable->setColumnWidth(m_pTable->model()->columnCount() - 1, CUiResource::scaled(REASON_WIDTH));
 }
 
 void CSourceView::chooseRole(int column) {

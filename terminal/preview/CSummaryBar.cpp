@@ -23,7 +23,7 @@ constexpr std::array<SFilterText, 5> FILTERS{{{ELineFilter::All, "全部"},
                                               {ELineFilter::Unchecked, "未勾选"}}};
 
 QString sidePart(const QString& side, int lines, double amount, double fees) {
-  return QStringLiteral("%1 %2 行 %3（费用 %4 元）").arg(side).arg(lines).arg(amountText(amount)).arg(fees, 0, 'f', 2);
+  return QStringLiteral("%1 %2 行 %3（费用 %4）").arg(side).arg(lines).arg(amountText(amount), amountText(fees));
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ CTradeBox::CTradeBox(CDraft& draft, const std::vector<std::string>& futures, QWi
       m_pFuture(new QComboBox(this)),
       m_pRatio(new QDoubleSpinBox(this)) {
   m_pOffset->setRange(-MOST_OFFSET, MOST_OFFSET);
+  m_pOffset->setButtonSymbols(QAbstractSpinBox::NoButtons);
   m_pOffset->setSuffix(QStringLiteral(" 跳"));
   m_pOffset->setToolTip(QStringLiteral("委托价比价格类型多让几个最小变动价位：正数更易成交，负数挂得更远；不影响市价和算法"));
   auto* offset = new QFormLayout;
@@ -56,6 +57,7 @@ QWidget* CTradeBox::createHedge(const std::vector<std::string>& futures) {
   for (const std::string& code : futures) m_pFuture->addItem(QString::fromStdString(code));
   m_pRatio->setRange(0.01, MOST_HEDGE_RATIO);
   m_pRatio->setSingleStep(0.1);
+  m_pRatio->setButtonSymbols(QAbstractSpinBox::NoButtons);
   m_pHedged->setEnabled(!futures.empty());
   auto* form = new QFormLayout(box);
   GV::setScaledMargins(*form, {12, 8, 12, 0});

@@ -9,7 +9,11 @@ namespace {
 constexpr double TEN_THOUSAND = 10000;
 
 const QLocale& plainLocale() {
-  static const QLocale locale(QLocale::C);
+  static const QLocale locale = [] {
+    QLocale grouped(QLocale::C);
+    grouped.setNumberOptions(QLocale::DefaultNumberOptions);
+    return grouped;
+  }();
   return locale;
 }
 

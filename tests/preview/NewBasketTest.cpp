@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <QMessageBox>
-
 #include "CLineModel.h"
+#include "CSourceView.h"
 #include "PreviewRig.h"
 
 namespace {

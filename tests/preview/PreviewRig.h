@@ -1,9 +1,13 @@
 #pragma once
 
+#include <QMessageBox>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
 
+#include "CDesk.h"
+#include "CHostServices.h"
 #include "CNewBasketWindow.h"
 
 /// A terminal of five securities and three accounts.
@@ -40,9 +44,9 @@ class CTestDraftHost : public preview::IDraftHost {
 
   double m_dPrice = 10;
   std::vector<preview::SSentBasket> m_sent;
-  std::vector<draft::SAccountFacts> m_accounts{{"A1", "1001", 1e8, {{"SZ.000001", 100000}}},
-                                               {"A2", "1002", 1e8, {}},
-                                               {"A3", "1003", 1e8, {}}};
+  std::vector<draft::SAccountFacts> m_accounts{{"A1", "1001", true, 1e8, {{"SZ.000001", 100000}}},
+                                               {"A2", "1002", true, 1e8, {}},
+                                               {"A3", "1003", true, 1e8, {}}};
 
  private:
   basket::CSecurities m_securities{{{"SH", "600000", "浦发银行"},
@@ -55,7 +59,10 @@ class CTestDraftHost : public preview::IDraftHost {
 /// A window on a terminal, with a folder of its own for drafts.
 class CPreviewRig {
  public:
-  CPreviewRig() { open(); }
+  CPreviewRig() {
+    m_services.install();
+    open();
+  }
 
   /// As after a crash: another window, and a store that knows the folder alone.
   void open() {
@@ -127,6 +134,8 @@ class CPreviewRig {
     return question;
   }
 
+  desk::CDesk m_desk;
+  desk::CHostServices m_services{m_desk, desk::CHostServices::EClock::Live};
   CTestDraftHost m_host;
   QTemporaryDir m_folder;
   std::unique_ptr<preview::CDraftStore> m_pStore;
