@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "ChartRun.h"
 #include "DraftRun.h"
 #include "ModelRun.h"
 #include "SoakRun.h"
@@ -72,6 +73,7 @@ const std::vector<SLimit>& limits() {
       {work::MODEL_BYTES_ONE, MODEL, 900}, {work::FIRST_ROW, PANEL, 2000},  {work::SOAK_RATE, PANEL, 50000, true},
       {work::SOAK_AGE, PANEL, 3},          {work::SOAK_WRONG, PANEL, 0},    {work::SOAK_GROWTH, PANEL, 1.01},
       {work::PAIRED_EXPORT, PANEL, 1.2},   {work::SHARED_OUT, DRAFT, 100},  {work::PREVIEW, DRAFT, 16},
+      {work::CHARTS, PANEL, 16},
   };
   return list;
 }

@@ -10,6 +10,7 @@
 
 #include "Bars.h"
 #include "CHostServices.h"
+#include "ChartRun.h"
 #include "DraftRun.h"
 #include "FeedRun.h"
 #include "ModelRun.h"
@@ -141,6 +142,7 @@ class CBench {
     runPanel(desk, services, load, RUNS, report);
     runTurns(desk, services, load, RUNS, report);
     runWorker(load, RUNS, report);
+    runCharts(RUNS, report);
     measureModelBytes(load, report);
     finish(report, judge(report, tasks * ROWS_PER_TASK));
     return report;

@@ -10,7 +10,8 @@ namespace {
 
 TEST(ChartColumns, KeepTheLeastAndTheGreatestOfEachPixelAndGoOnWhereNothingCame) {
   std::vector<SChartPoint> points;
-  for (int time = 0; time <= 999; ++time) points.push_back({time, time % 100 == 50 ? 7.F : time % 100 == 51 ? -7.F : 0.F});
+  for (int time = 0; time <= 999; ++time)
+    points.push_back({time, time % 100 == 50 ? 7.F : time % 100 == 51 ? -7.F : 0.F});
   for (const SChartColumn& column : chartColumns(points, 0, 999, 10)) {
     EXPECT_TRUE(column.m_bAny);
     EXPECT_EQ(column.m_fLow, -7) << "a spike of one sample is seen";

@@ -147,10 +147,18 @@ TEST_F(Docks, AnOrderStandsBehindItsLineItsAccountAndItsSide) {
   SBlotterDetail hedge = detail;
   hedge.m_bHedge = true;
   const QString line = QStringLiteral("-SH.600001买入");
-  const std::pair<QString, bool> nodes[] = {{"", true},         {line, true},          {"-1001", true},
-                                            {"-1002", false},   {"-1001" + line, true}, {"-1002" + line, false},
-                                            {"-证券", true},    {"-期货", false},      {"-证券-1001" + line, true},
-                                            {"-1001@A-1", true}, {"-1001@A-2", false},  {"-SH.600001卖出", false},
+  const std::pair<QString, bool> nodes[] = {{"", true},
+                                            {line, true},
+                                            {"-1001", true},
+                                            {"-1002", false},
+                                            {"-1001" + line, true},
+                                            {"-1002" + line, false},
+                                            {"-证券", true},
+                                            {"-期货", false},
+                                            {"-证券-1001" + line, true},
+                                            {"-1001@A-1", true},
+                                            {"-1001@A-2", false},
+                                            {"-SH.600001卖出", false},
                                             {"-期货-1001" + line, false}};
   for (const auto& [node, takes] : nodes) {
     EXPECT_EQ(CRowScope({7, TC::taskKey(7) + node}).takes(detail, *order), takes) << node.toStdString();
@@ -192,7 +200,8 @@ TEST_F(Docks, OrdersAreFilteredCancelledAndLeadToTheirRow) {
   m_host.desk().requests().setDriver(&driver);
   m_window.show();
   m_window.docks().attach(m_sources);
-  publish(1, 1, {makeOrder("1-1-1", "600001", 100, true), makeOrder("1-1-2", "600001", 40), makeOrder("1-1-3", "600002")});
+  publish(1, 1,
+          {makeOrder("1-1-1", "600001", 100, true), makeOrder("1-1-2", "600001", 40), makeOrder("1-1-3", "600002")});
   publish(1, 2, {makeOrder("1-2-1", "600001", 0, true), makeOrder("1-2-2", "600001")}, false, "1-2-1");
   QWidget* content = open("ordersDock");
   const auto tables = content->findChildren<CRowsTable*>();
@@ -207,8 +216,9 @@ TEST_F(Docks, OrdersAreFilteredCancelledAndLeadToTheirRow) {
   EXPECT_EQ(texts(orders, STATE), QStringLiteral("已报 部成")) << "of the account";
   orders.selectAll();
   // One of the two ends while the user moves his hand.
-  publish(1, 1, {makeOrder("1-1-1", "600001", 100, true), makeOrder("1-1-2", "600001", 100, true),
-                 makeOrder("1-1-3", "600002")});
+  publish(
+      1, 1,
+      {makeOrder("1-1-1", "600001", 100, true), makeOrder("1-1-2", "600001", 100, true), makeOrder("1-1-3", "600002")});
   m_window.docks().choose(1, TC::taskKey(1) + "-1001");
   content->findChild<QPushButton*>()->click();
   EXPECT_EQ(driver.cancelled, std::vector<std::string>{"1-1/1-1-3"});

@@ -68,7 +68,7 @@ void CBlotter::onTask(const desk::SPublication& publication) {
   course.sample(m_nNow);
 }
 
-/// The changes stand in the order of the orders, as their sheet gives them.
+/// The changes stand in the order of the orders, as their sheet gives them; only a journal may have them otherwise.
 void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const std::vector<COrderInfoPtr>& orders,
                           const std::vector<desk::OrderDetailEntry>& changes) {
   auto change = changes.begin();
@@ -84,14 +84,23 @@ void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const std::vector
     const bool changed = change != changes.end() && change->first == orders[i]->m_tag;
     if (order.m_pInfo == orders[i] && !changed) continue;
     order.m_pInfo = orders[i];
-    if (changed) {
-      order.m_bAccepted = change->second != nullptr;
-      order.m_bCancelled = change->second && change->second->m_bCancelled;
-      ++change;
-    }
+    if (changed) takeDetail(order, (change++)->second);
     noteFill(known, i, course, orders[i]);
     note(number);
   }
+  for (; change != changes.end(); ++change) {
+    for (const int number : known.m_orders) {
+      SBlotterOrder& order = m_orders[static_cast<std::size_t>(number)].m_order;
+      if (!(order.m_pInfo->m_tag == change->first)) continue;
+      takeDetail(order, change->second);
+      note(number);
+    }
+  }
+}
+
+void CBlotter::takeDetail(SBlotterOrder& order, const ksservice::COrderDetailPtr& detail) {
+  order.m_bAccepted = detail != nullptr;
+  order.m_bCancelled = detail && detail->m_bCancelled;
 }
 
 void CBlotter::noteFill(SDetail& known, std::size_t index, CTaskCourse& course, const COrderInfoPtr& info) {

@@ -78,7 +78,7 @@ COrdersDock::COrdersDock(QWidget* parent)
   layout->addWidget(m_pTabs, 1);
 }
 
-COrdersDock::~COrdersDock() { hidden(); }
+COrdersDock::~COrdersDock() { stopFollowing(); }
 
 QWidget* COrdersDock::makeFilters() {
   auto* bar = new QWidget(this);
@@ -115,7 +115,7 @@ QWidget* COrdersDock::makeFilters() {
 }
 
 void COrdersDock::attach(const SDockSources& sources) {
-  hidden();
+  stopFollowing();
   m_sources = sources;
   if (m_sources.m_pDesk) return;
   m_pOrders->begin();
@@ -131,7 +131,7 @@ void COrdersDock::choose(const SChosenRow& row) {
   if (m_pScope->currentIndex() != SCOPE_ALL) applyFilters();
 }
 
-void COrdersDock::hidden() {
+void COrdersDock::stopFollowing() {
   if (!m_bFollowing) return;
   m_bFollowing = false;
   m_sources.m_pBlotter->follow(false);

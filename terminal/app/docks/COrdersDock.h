@@ -22,12 +22,13 @@ class COrdersDock : public CDockContent {
   void attach(const SDockSources& sources) override;
   void choose(const SChosenRow& row) override;
   void refresh() override;
-  void hidden() override;
+  void hidden() override { stopFollowing(); }
   QString param() const override;
   void setParam(const QString& text) override;
 
  private:
   QWidget* makeFilters();
+  void stopFollowing();
   void applyFilters();
   void cancelSelected();
   void showCounts();
@@ -41,11 +42,11 @@ class COrdersDock : public CDockContent {
   CRowsTable* m_pOrderTable;
   CRowsTable* m_pFillTable;
   QTabWidget* m_pTabs;
-  QComboBox* m_pScope;
-  QComboBox* m_pState;
-  QLineEdit* m_pSearch;
-  QPushButton* m_pCancel;
-  QLabel* m_pCounts;
+  QComboBox* m_pScope = nullptr;
+  QComboBox* m_pState = nullptr;
+  QLineEdit* m_pSearch = nullptr;
+  QPushButton* m_pCancel = nullptr;
+  QLabel* m_pCounts = nullptr;
 };
 
 }  // namespace app

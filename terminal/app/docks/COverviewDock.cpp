@@ -55,8 +55,8 @@ class COverviewDock::CCanvas : public QWidget, public GV::CUiResourceChangeHandl
 
  private:
   static int beside(int width, int least) { return std::max(1, width / CUiResource::scaled(least)); }
-  int chartsBeside() const { return std::min<int>(beside(width(), CHART_WIDTH), static_cast<int>(m_charts.size())); }
-  int chartWidth() const { return width() / std::max(1, chartsBeside()); }
+  int chartsBeside() const { return std::clamp(static_cast<int>(m_charts.size()), 1, beside(width(), CHART_WIDTH)); }
+  int chartWidth() const { return width() / chartsBeside(); }
   int chartRows() const {
     return m_charts.empty() ? 0 : (static_cast<int>(m_charts.size()) + chartsBeside() - 1) / chartsBeside();
   }
@@ -111,7 +111,7 @@ COverviewDock::COverviewDock(QWidget* parent) : CDockContent(parent), m_pCanvas(
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(scroll);
-  choose({});
+  showNothing();
 }
 
 void COverviewDock::attach(const SDockSources& sources) { m_sources = sources; }
@@ -121,8 +121,10 @@ void COverviewDock::choose(const SChosenRow& row) {
   m_nTaskId = row.m_nTaskId;
   m_quotes.clear();
   m_pAnswer.reset();
-  m_pCanvas->show(QStringLiteral("在组合任务中选择一行"), {}, {});
+  showNothing();
 }
+
+void COverviewDock::showNothing() { m_pCanvas->show(QStringLiteral("在组合任务中选择一行"), {}, {}); }
 
 void COverviewDock::ask(const STaskCourse& course) {
   if (!m_sources.m_askMarket) return;

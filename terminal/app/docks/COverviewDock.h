@@ -19,6 +19,7 @@ class COverviewDock : public CDockContent {
  private:
   class CCanvas;
 
+  void showNothing();
   void ask(const STaskCourse& course);
 
   SDockSources m_sources;

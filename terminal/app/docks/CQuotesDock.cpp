@@ -99,7 +99,7 @@ void CQuotesDock::list(const STaskCourse& course) {
     if (isNew) {
       const auto info = TC::getExchangeClient().getCodeInfo(line.m_strMarket, line.m_strCode);
       listed.push_back({line.m_strMarket, line.m_strCode, info ? QString::fromStdString(info->m_strName) : QString(),
-                        m_sources.m_suspended.count(key) > 0});
+                        m_sources.m_suspended.contains(key)});
     }
     listed[known->second].m_nTraded += line.m_nTraded;
   }
