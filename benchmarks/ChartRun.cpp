@@ -35,6 +35,7 @@ app::SChart makeChart(int number) {
 
 void runCharts(int runs, CReport& report) {
   std::vector<app::SChart> charts;
+  charts.reserve(CHARTS);
   for (int i = 0; i < CHARTS; ++i) charts.push_back(makeChart(i));
   QImage image(SIZE.width(), SIZE.height() * CHARTS, QImage::Format_ARGB32_Premultiplied);
   CLimit limit;

@@ -28,7 +28,7 @@ using ksservice::COrderInfoPtr;
 
 struct SDriver : desk::IDeskDriver {
   void cancelOrders(const std::string& detail, const std::vector<std::string>& orders) override {
-    for (const std::string& order : orders) cancelled.push_back(detail + "/" + order);
+    for (const std::string& order : orders) cancelled.push_back(std::string(detail).append("/").append(order));
   }
   std::vector<std::string> cancelled;
 };
@@ -49,7 +49,7 @@ class Docks : public testing::Test {
     };
     m_sources.m_showRow = [this](int task, const QString& row) { m_strShown = QString::number(task) + ":" + row; };
   }
-  ~Docks() override { m_host.desk().removeObserver(&m_blotter); }
+  void TearDown() override { m_host.desk().removeObserver(&m_blotter); }
 
   static COrderInfoPtr makeOrder(const std::string& key, const std::string& code, int traded = 0, bool over = false) {
     auto order = boost::make_shared<ksservice::COrderInfo>();

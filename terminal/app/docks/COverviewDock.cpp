@@ -46,7 +46,7 @@ class COverviewDock::CCanvas : public QWidget, public GV::CUiResourceChangeHandl
     if (m_figures.empty()) return paintNothing(painter);
     paintFigures(painter);
     const int top = figuresHeight();
-    const int height = chartRows() > 0 ? (this->height() - top) / chartRows() : 0;
+    const int height = (this->height() - top) / std::max(1, chartRows());
     for (int i = 0; i < static_cast<int>(m_charts.size()); ++i) {
       const QRect area((i % chartsBeside()) * chartWidth(), top + i / chartsBeside() * height, chartWidth(), height);
       paintChart(painter, area, m_charts[static_cast<std::size_t>(i)]);
