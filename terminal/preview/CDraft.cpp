@@ -14,6 +14,7 @@ namespace preview {
 namespace {
 
 constexpr int PRICE_MSEC = 1000;
+constexpr std::size_t MOST_CANDIDATES = 8;
 
 SDraftLine lineOf(const basket::SReadLine& read) {
   SDraftLine line;
@@ -345,9 +346,18 @@ double CDraft::amountOf(int line) const {
   return m_dealt.m_lines[at].m_nQuantity * m_market.m_facts[at].price() * m_market.m_facts[at].m_nMultiplier;
 }
 
-std::vector<int> CDraft::candidates(int line, std::size_t most) const {
+const std::vector<int>& CDraft::candidates(int line) const {
+  static const std::vector<int> none;
   const draft::SLine& own = m_state.m_lines[static_cast<std::size_t>(line)].m_line;
-  return m_host.securities().nearest(own.m_strCode, own.m_strName, most);
+  if (securityOf(line) >= 0 || (own.m_strCode.empty() && own.m_strName.empty())) return none;
+  const auto [found, added] = m_candidates.try_emplace(own.m_strCode + '\n' + own.m_strName);
+  if (added) found->second = m_host.securities().nearest(own.m_strCode, own.m_strName, MOST_CANDIDATES);
+  return found->second;
+}
+
+QString CDraft::securityText(int security) const {
+  const basket::SSecurity& listed = m_host.securities()[security];
+  return QString::fromStdString(listed.m_strMarket + '.' + listed.m_strCode + ' ' + listed.m_strName);
 }
 
 bool CDraft::hasWeights() const {

@@ -18,7 +18,6 @@ class CDraft : public QObject {
   explicit CDraft(IDraftHost& host, QObject* parent = nullptr);
 
   const SDraftState& state() const { return m_state; }
-  const basket::CSecurities& securities() const { return m_host.securities(); }
   /// Takes a draft that was kept; its source's rows are not there until it is read again.
   void restore(const SDraftState& state);
 
@@ -77,8 +76,10 @@ class CDraft : public QObject {
   /// CNY of what an account gets, bought and sold alike.
   double amountOfAccount(int account) const { return m_accountAmounts[static_cast<std::size_t>(account)]; }
   int securityOf(int line) const { return m_securities[static_cast<std::size_t>(line)]; }
-  /// The listed securities that a line may mean, the likeliest first.
-  std::vector<int> candidates(int line, std::size_t most) const;
+  /// The listed securities that a line may mean whose own is not listed, the likeliest first.
+  const std::vector<int>& candidates(int line) const;
+  /// "SH.600000 浦发银行".
+  QString securityText(int security) const;
   bool hasWeights() const;
   /// Why nothing can be sent; empty: it can. Chinese.
   QString refusal() const;
@@ -121,6 +122,7 @@ class CDraft : public QObject {
   draft::SDeal m_dealt;
   draft::SJudgement m_judgement;
   std::vector<double> m_accountAmounts;
+  mutable std::map<std::string, std::vector<int>> m_candidates;  ///< by what was asked for: a list is searched once
   QTimer m_priceTimer;
   bool m_bAsked = false;
 };

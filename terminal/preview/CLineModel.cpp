@@ -124,6 +124,9 @@ QString CLineModel::text(int row, int column) const {
 QString CLineModel::verdict(int row) const {
   QStringList texts;
   for (const draft::SFinding& finding : findings(row)) texts << QString::fromStdString(finding.m_strText);
+  if (!m_draft.candidates(row).empty()) {
+    texts << QStringLiteral("可能是 %1（双击选择）").arg(m_draft.securityText(m_draft.candidates(row).front()));
+  }
   if (!line(row).m_strChange.isEmpty()) texts << line(row).m_strChange;
   return texts.join(QStringLiteral("；"));
 }

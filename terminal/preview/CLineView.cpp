@@ -16,7 +16,6 @@ namespace preview {
 namespace {
 
 constexpr int ROW_HEIGHT = 22;
-constexpr std::size_t MOST_CANDIDATES = 8;
 
 /// Gives each text to the line while it is typed. Esc gives back the text that stood there.
 class CTypingDelegate : public QStyledItemDelegate {
@@ -90,6 +89,9 @@ CLineView::CLineView(CDraft& draft, QWidget* parent)
   horizontalHeader()->setStretchLastSection(true);
   horizontalHeader()->setHighlightSections(false);
   GV::followScale(*this, [this] { placeColumns(); });
+  connect(this, &QTableView::doubleClicked, this, [this](const QModelIndex& at) {
+    if (at.column() == LineVerdict) openMenu(at, viewport()->mapToGlobal(visualRect(at).bottomLeft()));
+  });
 }
 
 void CLineView::placeColumns() {
@@ -144,25 +146,23 @@ void CLineView::paintEvent(QPaintEvent* event) {
 }
 
 void CLineView::contextMenuEvent(QContextMenuEvent* event) {
-  const QModelIndex at = indexAt(event->pos());
-  if (!at.isValid()) return;
+  const bool byKey = event->reason() == QContextMenuEvent::Keyboard;
+  const QModelIndex at = byKey ? currentIndex() : indexAt(event->pos());
+  if (at.isValid()) openMenu(at, byKey ? viewport()->mapToGlobal(visualRect(at).bottomLeft()) : event->globalPos());
+}
+
+void CLineView::openMenu(const QModelIndex& at, const QPoint& point) {
   if (!selectionModel()->isRowSelected(at.row(), {})) selectRow(at.row());
   const int line = m_pFilter->mapToSource(at).row();
   QMenu menu(this);
-  const basket::CSecurities& securities = m_draft.securities();
-  if (m_draft.securityOf(line) < 0) {
-    for (const int security : m_draft.candidates(line, MOST_CANDIDATES)) {
-      const basket::SSecurity& listed = securities[security];
-      const QString text = QStringLiteral("改为 %1.%2 %3")
-                               .arg(QString::fromStdString(listed.m_strMarket), QString::fromStdString(listed.m_strCode),
-                                    QString::fromStdString(listed.m_strName));
-      menu.addAction(text, this, [this, line, security] { m_draft.chooseSecurity(line, security); });
-    }
-    menu.addSeparator();
+  for (const int security : m_draft.candidates(line)) {
+    const QString text = QStringLiteral("改为 ") + m_draft.securityText(security);
+    menu.addAction(text, this, [this, line, security] { m_draft.chooseSecurity(line, security); });
   }
+  menu.addSeparator();
   menu.addAction(QStringLiteral("勾选/取消勾选"), this, [this] { toggleSelected(); });
   menu.addAction(QStringLiteral("删除"), this, [this] { m_draft.removeLines(selectedLines()); });
-  menu.exec(event->globalPos());
+  menu.exec(point);
 }
 
 }  // namespace preview

@@ -44,6 +44,7 @@ class CLineView : public QTableView {
 
  private:
   void placeColumns();
+  void openMenu(const QModelIndex& at, const QPoint& point);
   std::vector<int> selectedLines() const;
   void toggleSelected();
 

@@ -19,8 +19,8 @@ TEST(NewBasket, AWrongLineIsJudgedWithEachKeyAndHoldsTheBasketBack) {
   EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
   EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
   // The likeliest one is offered.
-  ASSERT_FALSE(rig.draft().candidates(1, 3).empty());
-  EXPECT_EQ(rig.m_host.securities()[rig.draft().candidates(1, 3).front()].m_strCode, "600036");
+  ASSERT_FALSE(rig.draft().candidates(1).empty());
+  EXPECT_EQ(rig.m_host.securities()[rig.draft().candidates(1).front()].m_strCode, "600036");
 
   QLineEdit* editor = rig.type(1, LineCode, QStringLiteral("60003"));
   EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
