@@ -129,6 +129,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
  protected:
   void updateRowCommands(const QString& rowKey) override;
   QString rowTitle(int row) const override;
+  bool pressCell(int row, int column) override;
   void keyPressEvent(QKeyEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
 

@@ -3,6 +3,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QToolTip>
+#include <algorithm>
 
 #include "BasketColumns.h"
 #include "CBasketTask.h"
@@ -111,6 +112,19 @@ void CHpfBasketStatusTable::updateRowCommands(const QString& rowKey) {
 
 QString CHpfBasketStatusTable::rowTitle(int row) const {
   return QStringLiteral("%1 %2").arg(itemText(row, EBC_Tree), itemText(row, EBC_Name)).trimmed();
+}
+
+bool CHpfBasketStatusTable::pressCell(int row, int column) {
+  if (column == EBC_Progress) {
+    deliverOwn(GV::EventColumnDoubleClicked, column, 0, QString::number(column));
+    return true;
+  }
+  const auto opens = [column](const SCellCommand& command) { return command.column == column; };
+  if (std::none_of(std::begin(CELL_COMMANDS), std::end(CELL_COMMANDS), opens)) {
+    return GV::CHpfTreeTable::pressCell(row, column);
+  }
+  deliverOwn(GV::EventCellClicked, column, Qt::LeftButton, currentKey());
+  return true;
 }
 
 void CHpfBasketStatusTable::createDelegates() {

@@ -86,6 +86,12 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   QString currentKey() const { return m_strCurrentKey; }
   /// Selects the row alone and scrolls to it; an unknown or hidden key changes nothing.
   void setCurrentKey(const QString& key);
+  /// The cell of the current row that the keys mean, and the button in it; -1 for none. Whether the row shows that
+  /// button must be asked.
+  int currentColumn() const {
+    return m_nCurrentColumn >= 0 && isColumnVisible(m_nCurrentColumn) ? m_nCurrentColumn : -1;
+  }
+  int currentButton() const { return currentColumn() < 0 ? -1 : m_nCurrentButton; }
   bool isSelected(const QString& key) const { return m_pModel != nullptr && m_pModel->isSelected(key); }
   /// Of the selected rows that show, in the order of the table.
   QStringList selectedKeys() const;
@@ -143,6 +149,9 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   /// Whether a row stands out as a heading of those below it.
   virtual bool isHeading(int row) const;
   virtual void fillHeaderMenu(QMenu& menu, int column);
+  /// Does by key what the mouse does in a cell of the current row, which is on screen; column: -1 for none. False for
+  /// a cell in which there is nothing to do.
+  virtual bool pressCell(int row, int column);
   /// A command of the current row, in the context menu and by its key, which acts at once only on a row that is on
   /// screen: any other it brings there first. Before offerCommands, so that it stands above the others.
   using RowCommand = std::function<void(const QString& rowKey)>;
@@ -203,8 +212,15 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   SCell cellAt(int row, int column, const QPoint& mouse, const QString& key) const;
   void selectRange(int from, int to);
   void selectionChanged();
-  void makeCurrent(int row, const QString& key);
+  void makeCurrent(const QString& key);
+  void tellFocus();
   bool runCommand(const QKeyEvent& event);
+  bool mayAct(int row, const QKeyEvent& event);
+  bool cellKey(const QKeyEvent& event);
+  void moveCell(int by);
+  void makeCellCurrent(int column, int button);
+  void scrollToColumn(int row, int column);
+  void paintCurrentCell(QPainter& painter, int row) const;
   void prepareRowCommands();
   void popUpContextMenu(const QPoint& point);
   void showTip(int row, int column, const QPoint& point, const QPoint& global);
@@ -229,6 +245,8 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   bool m_bUpdateScheduled = false;
 
   QString m_strCurrentKey;
+  int m_nCurrentColumn = -1;
+  int m_nCurrentButton = -1;
   QString m_strRangeKey;   ///< where a selection by Shift starts
   QStringList m_pageKeys;  ///< of the rows on screen, while the model resets
   QPoint m_mouse = QPoint(-1, -1);

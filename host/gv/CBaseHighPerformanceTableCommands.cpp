@@ -74,6 +74,13 @@ void CBaseHighPerformanceTable::popUpContextMenu(const QPoint& point) {
 
 bool CBaseHighPerformanceTable::isCommand(const QAction& action) { return action.data().isValid(); }
 
+/// A key that is held down acts once, and never on what is out of sight, which it shows.
+bool CBaseHighPerformanceTable::mayAct(int row, const QKeyEvent& event) {
+  const bool onScreen = row >= topRow() && row < topRow() + pageRows();
+  if (row >= 0) scrollToRow(row);
+  return onScreen && !event.isAutoRepeat();
+}
+
 /// True when the key belongs to a command, whether it can be given now or not.
 bool CBaseHighPerformanceTable::runCommand(const QKeyEvent& event) {
   const int key = event.key() | static_cast<int>(event.modifiers() & ~Qt::KeypadModifier);
@@ -85,11 +92,8 @@ bool CBaseHighPerformanceTable::runCommand(const QKeyEvent& event) {
   prepareRowCommands();
   QAction& action = **found;
   if (m_rowCommands.contains(&action)) {
-    // A key that is held down acts once, and never on what is out of sight.
     const int row = m_pModel == nullptr ? -1 : m_pModel->positionOf(m_strCommandRow);
-    const bool onScreen = row >= topRow() && row < topRow() + pageRows();
-    if (row >= 0) scrollToRow(row);
-    if (!onScreen || event.isAutoRepeat()) return true;
+    if (!mayAct(row, event)) return true;
   }
   if (action.isVisible() && action.isEnabled()) action.trigger();
   return true;

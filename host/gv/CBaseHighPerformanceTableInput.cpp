@@ -1,5 +1,4 @@
 // Mouse, keyboard and selection of the table.
-#include <QAccessible>
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -80,18 +79,16 @@ void CBaseHighPerformanceTable::moveCurrent(int row, Qt::KeyboardModifiers modif
     m_strRangeKey = key;
     setSelectedKeys({key});
   }
-  makeCurrent(row, key);
+  makeCurrent(key);
   scrollToRow(row);
   scheduleUpdate();
 }
 
-void CBaseHighPerformanceTable::makeCurrent(int row, const QString& key) {
+void CBaseHighPerformanceTable::makeCurrent(const QString& key) {
   if (m_strCurrentKey == key) return;
   m_strCurrentKey = key;
   Q_EMIT sigCurrentChanged(key);
-  QAccessibleEvent focus(this, QAccessible::Focus);
-  focus.setChild(row * m_pModel->columnCount());
-  if (QAccessible::isActive()) QAccessible::updateAccessibility(&focus);
+  tellFocus();
 }
 
 // Mouse
@@ -114,7 +111,8 @@ void CBaseHighPerformanceTable::mousePressEvent(QMouseEvent* event) {
   // A right click on a selection keeps it, so that the menu acts on all of it.
   const bool keep = event->button() == Qt::RightButton && isSelected(m_strPressedKey);
   if (!m_bPressTaken && !keep) moveCurrent(row, event->modifiers());
-  if (keep) makeCurrent(row, m_strPressedKey);
+  if (keep) makeCurrent(m_strPressedKey);
+  if (!m_bPressTaken) makeCellCurrent(column, -1);
   scheduleUpdate();
 }
 
@@ -206,7 +204,7 @@ void CBaseHighPerformanceTable::keyPressEvent(QKeyEvent* event) {
     selectAll();
     return;
   }
-  if (runCommand(*event)) return;
+  if (runCommand(*event) || cellKey(*event)) return;
   if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
     QContextMenuEvent menu(QContextMenuEvent::Keyboard, QPoint());
     contextMenuEvent(&menu);

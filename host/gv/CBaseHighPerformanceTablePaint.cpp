@@ -58,7 +58,7 @@ void CBaseHighPerformanceTable::paintEvent(QPaintEvent* event) {
   if (hasFocus()) paintFocus(painter);
 }
 
-/// A frame round the table, and one round the current row when it is on screen.
+/// A frame round the table, and one round the current row and its current cell when they are on screen.
 void CBaseHighPerformanceTable::paintFocus(QPainter& painter) const {
   painter.setPen(*m_colors->focus);
   painter.setBrush(Qt::NoBrush);
@@ -67,6 +67,7 @@ void CBaseHighPerformanceTable::paintFocus(QPainter& painter) const {
   const int row = m_pModel->positionOf(m_strCurrentKey);
   if (row < topRow() || row > topRow() + pageRows()) return;
   painter.drawRect(QRect(0, (row - topRow()) * itemHeight(), all.width() - 1, itemHeight() - 2));
+  paintCurrentCell(painter, row);
 }
 
 void CBaseHighPerformanceTable::paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const {

@@ -102,6 +102,14 @@ std::vector<STableButton> CBaseTableColumnMultiButtonsDelegate::itemButtons(cons
   return item == m_items.end() ? ButtonSet() : buttonsOf(*item);
 }
 
+std::vector<STableButton> CBaseTableColumnMultiButtonsDelegate::shownButtons(const QString& key) const {
+  std::vector<STableButton> shown;
+  for (const STableButton& button : itemButtons(key)) {
+    if (getIsItemButtonVisible(key, button.id)) shown.push_back(button);
+  }
+  return shown;
+}
+
 bool CBaseTableColumnMultiButtonsDelegate::clickButton(const QString& key, int id) {
   if (!getIsItemButtonVisible(key, id) || !getIsItemButtonEnabled(key, id)) return false;
   Q_EMIT sigButtonClicked(key, id);

@@ -37,6 +37,9 @@ class CBaseTableColumnMultiButtonsDelegate : public CBaseTableColumnDelegate {
   bool getIsItemButtonEnabled(const QString& key, int id) const;
   std::vector<STableButton> itemButtons(const QString& key) const;
 
+  /// Those that show, from left to right.
+  std::vector<STableButton> shownButtons(const QString& key) const;
+
   /// Where a button shows when its cell is there; empty when it does not show.
   QRect buttonRect(const QString& key, int id, const QRect& cell) const;
   /// Presses a button as the mouse does; false when it does not show or is disabled.

@@ -82,6 +82,18 @@ bool CHpfTreeTable::isExpanded(const QString& key) const {
   return row.isValid() && m_pTreeModel->tree().has(row, CTreeBlocks::Expanded);
 }
 
+void CHpfTreeTable::goToRow(const STreeRow& row) {
+  const CTreeBlocks& tree = m_pTreeModel->tree();
+  if (!row.isValid() || !tree.isUnhidden(row)) return;
+  {
+    const CModelBatch batch(*m_pTreeModel);
+    for (STreeRow above = tree.parent(row); above.isValid(); above = tree.parent(above)) {
+      if (!tree.has(above, CTreeBlocks::Expanded)) foldByUser(above, true);
+    }
+  }
+  setCurrentKey(m_pTreeModel->record(row)->key());
+}
+
 // Filters
 
 void CHpfTreeTable::setColumnFilterable(int column, bool on) {
@@ -216,6 +228,14 @@ bool CHpfTreeTable::isHeading(int row) const {
 
 // Keyboard
 
+bool CHpfTreeTable::pressCell(int row, int column) {
+  if (CBaseHighPerformanceTable::pressCell(row, column)) return true;
+  const STreeRow place = m_pTreeModel->treeRowAt(row);
+  if (!m_pTreeModel->tree().hasChildren(place)) return false;
+  foldByUser(place, !m_pTreeModel->tree().has(place, CTreeBlocks::Expanded));
+  return true;
+}
+
 /// Not valid while the current row does not show.
 STreeRow CHpfTreeTable::currentRow() const {
   const STreeRow row = m_pTreeModel == nullptr ? STreeRow() : m_pTreeModel->find(currentKey());
@@ -226,7 +246,8 @@ void CHpfTreeTable::keyPressEvent(QKeyEvent* event) {
   const STreeRow row = currentRow();
   const bool unfold = event->key() == Qt::Key_Right || event->key() == Qt::Key_Plus;
   const bool fold = event->key() == Qt::Key_Left || event->key() == Qt::Key_Minus;
-  if (!row.isValid() || (!fold && !unfold)) {
+  const bool between = (event->modifiers() & Qt::ControlModifier) != 0;  // cells
+  if (!row.isValid() || between || (!fold && !unfold)) {
     CBaseHighPerformanceTable::keyPressEvent(event);
     return;
   }

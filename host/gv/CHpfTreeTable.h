@@ -37,6 +37,8 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   void expandItems(const QStringList& keys, bool expand);
   void expandAll(bool expand) { m_pTreeModel->setAllExpanded(expand); }
   bool isExpanded(const QString& key) const;
+  /// As a user goes to it: unfolds what is above the row, selects it alone and scrolls to it. Nothing for a hidden row.
+  void goToRow(const STreeRow& row);
 
   /// Whether the header's menu offers to filter by a column.
   void setColumnFilterable(int column, bool on);
@@ -56,6 +58,7 @@ class CHpfTreeTable : public CBaseHighPerformanceTable {
   QRect paintBranch(QPainter& painter, int row, const QRect& cell) override;
   bool pressBranch(int row, const QRect& cell, const QPoint& point) override;
   bool isHeading(int row) const override;
+  bool pressCell(int row, int column) override;
   void keyPressEvent(QKeyEvent* event) override;
   void fillHeaderMenu(QMenu& menu, int column) override;
 

@@ -3,6 +3,7 @@
 #include <QAccessibleWidget>
 #include <QHeaderView>
 #include <QPointer>
+#include <algorithm>
 
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
 #include "gv/CHpfTreeTable.h"
@@ -60,6 +61,7 @@ class CPartAccessible : public QAccessibleInterface,
     return qobject_cast<CBaseTableColumnMultiButtonsDelegate*>(m_pTable->columnDelegate(m_nColumn));
   }
   std::vector<STableButton> shownButtons() const;
+  bool hasFocus() const;
   CHpfTreeTable* foldable() const;
   CBaseTableColumnCheckBoxDelegate* checkBox() const;
   CStandardHpfTable* editable() const;
@@ -120,13 +122,14 @@ class CTableAccessible : public QAccessibleWidget, public QAccessibleTableInterf
 // A cell or button
 
 std::vector<STableButton> CPartAccessible::shownButtons() const {
-  std::vector<STableButton> shown;
   const CBaseTableColumnMultiButtonsDelegate* delegate = isButton() ? nullptr : buttons();
-  if (delegate == nullptr) return shown;
-  for (const STableButton& button : delegate->itemButtons(m_strKey)) {
-    if (delegate->getIsItemButtonVisible(m_strKey, button.id)) shown.push_back(button);
-  }
-  return shown;
+  return delegate == nullptr ? std::vector<STableButton>() : delegate->shownButtons(m_strKey);
+}
+
+/// While the row stands for itself, its first cell has the focus.
+bool CPartAccessible::hasFocus() const {
+  return m_pTable->hasFocus() && m_pTable->currentKey() == m_strKey &&
+         std::max(m_pTable->currentColumn(), 0) == m_nColumn && m_pTable->currentButton() == m_nButton;
 }
 
 /// The table when this is the tree cell of a row that has rows below it.
@@ -221,12 +224,14 @@ QAccessible::State CPartAccessible::state() const {
   state.offscreen = !cell.intersects(m_pTable->viewport()->rect());
   if (isButton()) {
     state.disabled = m_pTable->isUiLocked() || !buttons()->getIsItemButtonEnabled(m_strKey, m_nButton);
+    state.focusable = true;
+    state.focused = hasFocus();
     return state;
   }
   state.selectable = true;
   state.selected = isSelected();
   state.focusable = true;
-  state.focused = m_pTable->hasFocus() && m_pTable->currentKey() == m_strKey;
+  state.focused = hasFocus();
   state.editable = editable() != nullptr;
   state.readOnly = !state.editable;
   if (const CBaseTableColumnCheckBoxDelegate* boxes = checkBox()) {
@@ -316,7 +321,11 @@ QAccessibleInterface* CTableAccessible::childAt(int x, int y) const {
 
 QAccessibleInterface* CTableAccessible::focusChild() const {
   const int row = gvTable().baseModel() == nullptr ? -1 : gvTable().baseModel()->positionOf(gvTable().currentKey());
-  return cellAt(row, 0);
+  QAccessibleInterface* cell = cellAt(row, std::max(gvTable().currentColumn(), 0));
+  for (int index = 0; cell != nullptr && index < cell->childCount(); ++index) {
+    if (cell->child(index)->state().focused) return cell->child(index);
+  }
+  return cell;
 }
 
 void* CTableAccessible::interface_cast(QAccessible::InterfaceType type) {

@@ -102,6 +102,58 @@ TEST_F(TableInput, ButtonsAreLaidOutAndPressed) {
   EXPECT_EQ(m_buttons.itemButtons("r1").size(), 3u);
 }
 
+TEST_F(TableInput, KeysGoFromCellToCellAndEnterDoesWhatTheMouseDoesThere) {
+  QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(&m_table);
+  m_buttons.setItemButtons("r1", {{0, "stop", 3}, {1, "pause", 2}, {2, "go", 1}});
+  for (const int id : {0, 2}) m_buttons.setItemButtonVisible("r1", id, true);
+  m_table.setColumnVisible(1, false);
+  m_table.setCurrentKey("r1");
+  m_table.activateWindow();
+  m_table.setFocus();
+  const auto enter = [this] {
+    QTest::keyClick(&m_table, Qt::Key_Return);
+    return m_table.take(GV::EventRowButtonClicked).join(',');
+  };
+  EXPECT_EQ(enter(), "");
+  EXPECT_TRUE(m_table.isExpanded("r1"));
+  // Right to the last button and back: the row itself, its cells that show, its buttons that show.
+  using Stop = std::tuple<Qt::Key, int, const char*, const char*>;
+  for (const auto& [key, column, name, pressed] :
+       {Stop{Qt::Key_Right, 0, "name r1", ""}, Stop{Qt::Key_Right, 2, "1.00", ""},
+        Stop{Qt::Key_Right, 3, "stop", "0 r1"}, Stop{Qt::Key_Right, 3, "go", "2 r1"},
+        Stop{Qt::Key_Right, 3, "go", "2 r1"}, Stop{Qt::Key_Left, 3, "stop", "0 r1"}, Stop{Qt::Key_Left, 2, "1.00", ""},
+        Stop{Qt::Key_Left, 0, "name r1", ""}, Stop{Qt::Key_Left, -1, "name r1", ""},
+        Stop{Qt::Key_Left, -1, "name r1", ""}}) {
+    const bool expanded = m_table.isExpanded("r1");
+    QTest::keyClick(&m_table, key, Qt::ControlModifier);
+    EXPECT_EQ(m_table.currentColumn(), column);
+    EXPECT_EQ(reader->focusChild()->text(QAccessible::Name), name);
+    EXPECT_EQ(enter(), pressed);
+    EXPECT_EQ(m_table.isExpanded("r1") == expanded, column == 3) << "Enter folds wherever there is nothing else to do";
+  }
+
+  for (int i = 0; i < 3; ++i) QTest::keyClick(&m_table, Qt::Key_Right, Qt::ControlModifier);
+  QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
+  QApplication::sendEvent(&m_table, &held);
+  m_table.setUiLock(true);
+  EXPECT_EQ(enter(), "") << "locked, and before a key that was held down";
+  m_table.setUiLock(false);
+  m_buttons.setItemButtonVisible("r1", 0, false);
+  EXPECT_EQ(enter(), "") << "another button than the one that was meant";
+  m_buttons.setItemButtonVisible("r1", 0, true);
+  m_table.verticalScrollBar()->setValue(30);
+  EXPECT_EQ(enter(), "") << "out of sight: shown first";
+  EXPECT_EQ(enter(), "0 r1");
+
+  // A click makes its cell the current one, but no button.
+  click(at(1, 3));
+  EXPECT_EQ(m_table.currentColumn(), 3);
+  EXPECT_EQ(enter(), "");
+  m_table.resize(200, 200);
+  QTest::keyClick(&m_table, Qt::Key_Left, Qt::ControlModifier);
+  EXPECT_TRUE(m_table.viewport()->rect().contains(m_table.cellRect(1, 2))) << "scrolled to";
+}
+
 TEST_F(TableInput, AScreenReaderReadsRowsAndCells) {
   QAccessibleInterface* table = QAccessible::queryAccessibleInterface(&m_table);
   EXPECT_EQ(table->role(), QAccessible::Tree);
