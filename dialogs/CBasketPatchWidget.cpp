@@ -57,6 +57,7 @@ CBasketPatchDialog::CBasketPatchDialog()
       m_pModel(new CHpfOpPatchConfirmTableModel),
       m_pQuantities(new GV::CBaseTableColumnLineEditDelegate(this)),
       m_pCheckBoxes(new GV::CBaseTableColumnCheckBoxDelegate(this)) {
+  m_pTable->setAccessibleName(QStringLiteral("补单明细"));
   setWindowTitle(QStringLiteral("补单"));
   GV::setScaledFixedSize(*this, {930, 400});
   createTable();

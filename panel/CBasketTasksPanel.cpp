@@ -14,6 +14,7 @@
 #include "CHpfBasketStatusTable.h"
 #include "PatchStore.h"
 #include "TaskFilter.h"
+#include "gv/CFindBar.h"
 #include "gv/CUiResource.h"
 #include "gv/Controls.h"
 #include "ksservice/TraderCenter.h"
@@ -94,6 +95,7 @@ void CBasketTasksPanel::createUi() {
   inner->addWidget(bar);
 
   m_pTable = new CHpfBasketStatusTable(TABLE_ID, this);
+  m_pTable->setAccessibleName(QStringLiteral("组合任务"));
   for (int column = 0; column < EBC_Count; ++column) {
     const bool unfiltered = std::count(UNFILTERED_COLUMNS.begin(), UNFILTERED_COLUMNS.end(), column) > 0;
     m_pTable->setColumnFilterable(column, !unfiltered);
@@ -104,6 +106,8 @@ void CBasketTasksPanel::createUi() {
   connect(menu->addAction(QStringLiteral("全部收起")), SIGNAL(triggered(bool)), SLOT(onFoldAll(bool)));
   connect(menu->addAction(QStringLiteral("全部展开")), SIGNAL(triggered(bool)), SLOT(onExpandAll(bool)));
   inner->addWidget(m_pTable, 1);
+  createFindBar();
+  inner->addWidget(m_pFindBar);
   setFocusProxy(m_pTable);
 
   outer->addLayout(inner, 1);

@@ -22,6 +22,7 @@ namespace GV {
 class CAutoExpandToolBar;
 class CCheckBox;
 class CComboPushButton;
+class CFindBar;
 }  // namespace GV
 
 namespace TC {
@@ -101,6 +102,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
 
   /// The first refresh starts after this time; from then on one starts at most once in it.
   static constexpr int REFRESH_MSEC = 1000;
+  static constexpr int REFRESH_ID = 11;  ///< of the button "刷新"
 
   // Refresh (worker)
   /// What a job has worked on.
@@ -142,6 +144,9 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   static const std::vector<STaskAction>& taskActions();
   void fillToolBar(GV::CAutoExpandToolBar& bar);
   void addFilter(GV::CAutoExpandToolBar& bar);
+  void createFindBar();
+  void addKeys();
+  void pressRefresh();
   bool onEvent(int eventId, int buttonId, int value, const QString& text, void* payload);
   static void act(const char* function, const std::function<void()>& work);
   void operateAll(const std::function<void(CBasketTask&)>& operate);
@@ -169,6 +174,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   CHpfBasketStatusTable* m_pTable = nullptr;
   GV::CComboPushButton* m_pFilterCombo = nullptr;
   GV::CCheckBox* m_pFilterFinishedCheck = nullptr;
+  GV::CFindBar* m_pFindBar = nullptr;
 
   CDetailCaches m_caches;
   std::shared_ptr<CTaskAnnouncements> m_pAnnouncements = std::make_shared<CTaskAnnouncements>();

@@ -50,7 +50,7 @@ const std::vector<CBasketTasksPanel::SToolBarControl>& CBasketTasksPanel::toolBa
       {EControl::Separator, NO_ID, "", nullptr},
       {EControl::Button, 9, "全部收起", &P::foldAll},
       {EControl::Button, 10, "全部展开", &P::expandAll},
-      {EControl::Button, 11, "刷新", &P::refreshAccounts},
+      {EControl::Button, REFRESH_ID, "刷新", &P::refreshAccounts},
   };
   return list;
 }
@@ -83,6 +83,8 @@ void CBasketTasksPanel::fillToolBar(GV::CAutoExpandToolBar& bar) {
         break;
       case EControl::Button: {
         auto* button = new GV::CSmallNoNormalButton(control.id, QString::fromUtf8(control.text), &bar);
+        button->setAutoDefault(true);  // Enter presses the one with the focus
+        if (control.id == REFRESH_ID) button->setToolTip(QStringLiteral("F5"));
         GV::setScaledFixedSize(*button, BUTTON_SIZE);
         bar.addWidget(button);
         break;
@@ -90,6 +92,9 @@ void CBasketTasksPanel::fillToolBar(GV::CAutoExpandToolBar& bar) {
       case EControl::Settings: {
         auto* button = new GV::CPushButton(control.id, &bar);
         button->setImageKey(QString::fromUtf8(control.text));
+        button->setAutoDefault(true);
+        button->setAccessibleName(QStringLiteral("设置"));
+        button->setToolTip(QStringLiteral("设置"));
         bar.addWidget(button);
         break;
       }
@@ -114,6 +119,7 @@ void CBasketTasksPanel::addFilter(GV::CAutoExpandToolBar& bar) {
   for (std::size_t i = 0; i < taskFilters().size(); ++i) {
     m_pFilterCombo->addItem(static_cast<int>(i), QString::fromUtf8(taskFilters()[i].text));
   }
+  m_pFilterCombo->setAccessibleDescription(QStringLiteral("显示哪些任务"));
   GV::setScaledFixedWidth(*m_pFilterCombo, FILTER_WIDTH);
   bar.addWidget(m_pFilterCombo);
 }

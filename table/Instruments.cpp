@@ -34,10 +34,13 @@ void CInstruments::ask(SInstrument& instrument) {
       instrument.code.empty() ? nullptr : getExchangeClient().getCodeInfo(instrument.market, instrument.code);
   // Not before the host has answered: one that fails is asked again.
   instrument.refresh = m_nRefresh;
-  const QString market = said ? QString::fromStdString(said->m_strMarket) : QString();
-  const QString name = said ? QString::fromStdString(said->m_strName) : QString();
-  if (instrument.info->market == market && instrument.info->name == name) return;
-  m_infos->push_back({market, name});
+  SInstrumentInfo info;
+  if (said) {
+    info = {QString::fromStdString(said->m_strMarket), QString::fromStdString(said->m_strName),
+            QString::fromStdString(said->m_strPinyin)};
+  }
+  if (*instrument.info == info) return;
+  m_infos->push_back(std::move(info));
   instrument.info = &m_infos->back();
 }
 

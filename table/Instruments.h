@@ -10,10 +10,13 @@
 
 namespace TC {
 
-/// Both empty while the exchange client does not know the instrument.
+/// All empty while the exchange client does not know the instrument.
 struct SInstrumentInfo {
   QString market;  ///< as the exchange client names it
   QString name;
+  QString pinyin;  ///< initials of the name, where they are given
+
+  bool operator==(const SInstrumentInfo& other) const = default;
 };
 /// Grows, and keeps what stands in it where it is and as it is, so that any thread may read what it knows of.
 using InstrumentInfos = std::deque<SInstrumentInfo>;

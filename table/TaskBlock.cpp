@@ -77,7 +77,10 @@ void CTaskBlock::take(SStagedTask& staged) {
   m_state.figures.swap(staged.figures);
   m_amountsBefore.swap(staged.amountsBefore);
   m_finished.swap(staged.finished);
-  if (staged.texts) m_state.texts.swap(staged.texts);
+  if (staged.texts) {
+    m_state.texts.swap(staged.texts);
+    ++m_nTextsVersion;
+  }
   if (staged.shape) {
     m_state.shape.swap(staged.shape);
     m_index.swap(staged.index);

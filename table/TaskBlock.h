@@ -84,6 +84,7 @@ class CTaskBlock : public GV::ITreeBlock {
   std::shared_ptr<const GV::ITreeState> freeze() const override { return std::make_shared<const STaskRows>(m_state); }
   QString key(int row) const override { return m_state.key(row); }
   int find(const QString& key) const override { return m_index->find(shape(), key); }
+  unsigned textsVersion() const override { return m_nTextsVersion; }
   QString scriptName(int row) const override { return shape()[static_cast<std::size_t>(row)].scriptName; }
   GV::CHpfTreeTableDataPtr record(int row) override { return statusRow(row); }
   StatusRowPtr statusRow(int row);
@@ -107,6 +108,7 @@ class CTaskBlock : public GV::ITreeBlock {
   boost::weak_ptr<CBasketTask> m_task;
   STaskRows m_state;
   IndexPtr m_index;
+  unsigned m_nTextsVersion = 0;
   FlagsPtr m_finished;
   AmountsPtr m_amountsBefore;  ///< null where there were none
   QSet<int> m_readChanges;     ///< rows whose change was asked for

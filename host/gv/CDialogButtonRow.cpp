@@ -10,6 +10,7 @@ namespace GV {
 
 CDialogButtonRow::CDialogButtonRow(QWidget* parent) : QWidget(parent), m_pLayout(new QHBoxLayout(this)) {
   setFocusPolicy(Qt::TabFocus);
+  setAccessibleName(QStringLiteral("按钮"));  // until it has the focus
   followScale(*this, [this] {
     const int buttons = CUiResource::getSize(QStringLiteral("tc_siz_setting_inner_bottom_btn_height"));
     setFixedHeight(buttons + CUiResource::scaled(15));

@@ -46,6 +46,7 @@ void CStandardHpfTable::setCheckBoxColumn(int column, CBaseTableColumnCheckBoxDe
 void CStandardHpfTable::setLineEditColumn(int column, CBaseTableColumnLineEditDelegate* delegate) {
   m_pLineEdits = delegate;
   setColumnDelegate(column, delegate);
+  m_pEditor->setAccessibleName(columnHeader(column));
   connect(delegate, &CBaseTableColumnLineEditDelegate::sigEditRequested, this, &CStandardHpfTable::openEditor);
 }
 
@@ -60,7 +61,6 @@ bool CStandardHpfTable::openEditor(const QString& key) {
   const SColumn& column = m_pFlatModel->column(m_pLineEdits->column());
   m_pEditor->setFont(CUiResource::getFont(column.fontKey));
   m_pEditor->setAlignment(Qt::Alignment(column.alignment));
-  m_pEditor->setAccessibleName(column.title);
   m_pEditor->setText(m_pLineEdits->itemText(key));
   m_pEditor->selectAll();
   placeEditor();

@@ -246,6 +246,19 @@ bool CTreeBlocks::isUnhidden(STreeRow row) const {
   return true;
 }
 
+RowFlags CTreeBlocks::unhiddenRows(int number) const {
+  const std::vector<SRow>& rows = at(number).rows;
+  RowFlags unhidden(rows.size());
+  int out = kNoDepth;  // depth of the row that takes those below it out of sight
+  for (std::size_t row = 0; row < rows.size(); ++row) {
+    if (rows[row].depth > out) continue;
+    const bool isOut = (rows[row].flags & (Hidden | Filtered)) != 0;
+    out = isOut ? rows[row].depth : kNoDepth;
+    unhidden[row] = !isOut;
+  }
+  return unhidden;
+}
+
 bool CTreeBlocks::isShown(STreeRow row) const {
   if (isOut(row)) return false;
   for (row = parent(row); row.isValid(); row = parent(row)) {

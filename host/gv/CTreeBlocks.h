@@ -80,6 +80,8 @@ class CTreeBlocks {
   void expandAll(int number, bool on);
   /// Neither the row nor one above it is hidden or filtered out.
   bool isUnhidden(STreeRow row) const;
+  /// The rows of a block of which that holds.
+  RowFlags unhiddenRows(int number) const;
   /// Unhidden, and all above it expanded.
   bool isShown(STreeRow row) const;
 

@@ -43,6 +43,8 @@ class ITreeBlock {
   virtual QString key(int row) const = 0;
   /// -1 for an unknown key.
   virtual int find(const QString& key) const = 0;
+  /// Another number whenever a text other than those of figures may have changed without a change of the rows.
+  virtual unsigned textsVersion() const { return 0; }
   /// Short name under the parent; a script addresses a row by these, joined with "/".
   virtual QString scriptName(int row) const = 0;
   /// The record of a row, the same while somebody holds it.

@@ -12,6 +12,7 @@ struct CCodeInfo {
   std::string m_strMarket;
   std::string m_strCode;
   std::string m_strName;
+  std::string m_strPinyin;              ///< initials of the name where they are given; empty: as its characters read
   double m_dMultiplier = 1;             ///< contract multiplier
   std::vector<int> m_types;             ///< every host stock type that the instrument is of
   bool m_bSpecial = false;              ///< a special kind other than STOCK_TYPE_BY_HUNDRED

@@ -105,6 +105,7 @@ class CTaskOrdersWidget::COrderRow : public GV::CHpfTreeTableData {
 CTaskOrdersWidget::CTaskOrdersWidget(QWidget* parent)
     : QDialog(parent), m_pTable(new GV::CHpfTreeTable(this)), m_pOrderInfo(new QLabel(this)) {
   setWindowTitle(QStringLiteral("委托详情"));
+  m_pTable->setAccessibleName(windowTitle());
   m_pTable->setDataModel(new GV::CHpfTreeTableModel(tableColumns(), m_pTable));
   GV::followScale(*m_pOrderInfo, [this] { m_pOrderInfo->setMargin(GV::CUiResource::scaled(4)); });
   m_pOrderInfo->hide();

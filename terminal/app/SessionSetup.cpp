@@ -112,6 +112,7 @@ TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange
   info.m_strMarket = instrument.m_strMarket;
   info.m_strCode = instrument.m_strCode;
   info.m_strName = instrument.m_strName;
+  info.m_strPinyin = instrument.m_strPinyin;
   info.m_dMultiplier = instrument.m_nMultiplier;
   info.m_nTradeMinUnit = rules.m_nBuyMinimum;
   info.m_nUiMinUnit = rules.m_nBuyStep;

@@ -7,7 +7,7 @@
 namespace basket {
 namespace {
 
-enum EColumn { Market, Code, Name, PrevClose, Volume, Last };
+enum EColumn { Market, Code, Name, PrevClose, Volume, Last, Pinyin };
 
 const std::vector<SColumnTitles>& columns() {
   static const std::vector<SColumnTitles> titles{MARKET_COLUMN,
@@ -15,7 +15,8 @@ const std::vector<SColumnTitles>& columns() {
                                                  {{"name", "名称", "证券名称"}},
                                                  {{"prevClose", "昨收", "昨收价", "前收盘"}},
                                                  {{"volume", "成交量"}},
-                                                 {{"last", "最新价", "现价"}, false}};
+                                                 {{"last", "最新价", "现价"}, false},
+                                                 {{"pinyin", "拼音", "拼音简称"}, false}};
   return titles;
 }
 
@@ -40,6 +41,7 @@ class CInstrumentRows {
     instrument.m_strMarket = marketOf(row.m_fields[Market]);
     instrument.m_strCode = row.m_fields[Code];
     instrument.m_strName = row.m_fields[Name];
+    instrument.m_strPinyin = row.m_fields[Pinyin];
     if (!isIdentityGood(row, instrument)) return;
     instrument.m_dPrevClose = readNumber(row, PrevClose, m_faults);
     instrument.m_dLast = readNumber(row, Last, m_faults);

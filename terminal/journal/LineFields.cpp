@@ -85,6 +85,7 @@ void fields(Archive& a, SInstrumentLine& line) {
   a.required("market", info.m_strMarket);
   a.required("code", info.m_strCode);
   a.optional("name", info.m_strName);
+  a.optional("pinyin", info.m_strPinyin);
   a.optional("multiplier", info.m_dMultiplier, 1.0);
   a.optional("types", info.m_types);
   a.optional("special", info.m_bSpecial);

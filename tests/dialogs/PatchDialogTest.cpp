@@ -1,6 +1,7 @@
 // What the confirmation of a patch shows, takes and hands on.
 #include <QCoreApplication>
 
+#include "Names.h"
 #include "PatchFixture.h"
 #include "Sizes.h"
 #include "ksservice/Enumerations.h"
@@ -21,6 +22,15 @@ TEST_F(PatchTest, EverySizeOfTheDialogsFollowsTheScaleWhileTheyAreOpen) {
       EXPECT_EQ(test::cutTexts(dialog), "") << scale;
     }
   };
+  run({param("SH", "600000", EOT_Buy, 3000)}, [&](TC::CBasketPatchDialog& dialog) {
+    check(dialog);
+    runTradeParams(dialog, check);
+  });
+}
+
+TEST_F(PatchTest, EveryControlOfTheDialogsHasANameForAScreenReader) {
+  instrument("SH", "600000", 100);
+  const auto check = [](GV::CCommonDialog& dialog) { EXPECT_EQ(test::nameless(dialog), ""); };
   run({param("SH", "600000", EOT_Buy, 3000)}, [&](TC::CBasketPatchDialog& dialog) {
     check(dialog);
     runTradeParams(dialog, check);

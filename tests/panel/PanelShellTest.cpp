@@ -2,13 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QTest>
 #include <cmath>
 
 #include "BasketColumns.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "Names.h"
 #include "Sizes.h"
 #include "TestHost.h"
+#include "gv/CFindBar.h"
 #include "gv/Controls.h"
 #include "tc/TaskEvents.h"
 
@@ -52,6 +55,45 @@ TEST_F(PanelShell, AllColumnsButTheTreeProgressOrdersAndOptionsCanBeFiltered) {
     if (!m_table.isColumnFilterable(column)) unfiltered.push_back(column);
   }
   EXPECT_EQ(unfiltered, (std::vector<int>{0, 8, 9, 12}));
+}
+
+TEST_F(PanelShell, EveryControlIsReachedByTabAndNamedAndKeysWorkWhereverTheFocusIs) {
+  EXPECT_EQ(test::nameless(*m_panel), "");
+  m_panel->resize(1200, 400);
+  m_panel->show();
+  m_panel->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(m_panel.get()));
+  m_table.setFocus();
+  QStringList way;
+  do {
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    way += test::nameOf(*QApplication::focusWidget());
+  } while (QApplication::focusWidget() != &m_table && way.size() < 20);
+  EXPECT_EQ(way.join(' '), "全部任务 全部撤销 全部暂停 全部继续 设置 过滤已完成子任务 全部收起 全部展开 刷新 组合任务");
+
+  auto* bar = m_panel->findChild<GV::CFindBar*>();
+  auto* refresh = m_panel->findChildren<GV::CPushButton*>().last();
+  refresh->setFocus();
+  QTest::keyClick(refresh, Qt::Key_F, Qt::ControlModifier);
+  ASSERT_TRUE(bar->isVisible());
+  EXPECT_GE(bar->y(), m_table.geometry().bottom());
+  QWidget* edit = QApplication::focusWidget();
+  EXPECT_EQ(edit->parent(), bar);
+  // As a click does it, whatever has the focus: so a recording holds it, and a key that is held down asks once.
+  std::vector<int> clicked;
+  GV::CEventDeliverer::setTap([&clicked](QWidget*, int eventId, int id, int, const QString&) {
+    if (eventId == GV::EventButtonClicked) clicked.push_back(id);
+  });
+  QTest::keyClick(edit, Qt::Key_F5);
+  QTest::keyClick(edit, Qt::Key_Escape);
+  EXPECT_TRUE(m_table.hasFocus() && !bar->isVisible());
+  QTest::keyClick(&m_table, Qt::Key_F5);
+  refresh->setFocus();
+  QTest::keyClick(refresh, Qt::Key_Return);
+  GV::CEventDeliverer::setTap({});
+  EXPECT_EQ(clicked, (std::vector<int>{11, 11, 11}));
+  QTest::keyClick(&m_table, Qt::Key_F3, Qt::ShiftModifier);
+  EXPECT_TRUE(bar->isVisible());
 }
 
 TEST_F(PanelShell, EverySizeFollowsTheScaleOfTheHost) {

@@ -9,6 +9,8 @@
 #include <QTest>
 #include <QToolTip>
 
+#include "FindRows.h"
+#include "Names.h"
 #include "StatusTableFixture.h"
 #include "tc/CTaskOrdersWidget.h"
 #include "tc/CTaskParamWidget.h"
@@ -118,6 +120,83 @@ TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
   EXPECT_EQ(m_table.findChildren<CBaseTaskParamWidget*>().size(), 1);
 }
 
+/// ... and Enter does in the current cell what the mouse does there.
+TEST_F(StatusTable, EnterFoldsSwitchesTheModeAndOpensTheOrders) {
+  m_owner.resize(1900, 400);
+  m_table.resize(1900, 400);
+  m_owner.show();
+  show(1, "A1", "1001", {{"600000", 100}, {"600036", 200}});
+  m_table.setCurrentKey(keyAt("1/SH.600000买入"));
+  m_table.getTaskOptionDelegate()->slotTaskStatus(m_rootKey, ksservice::ETS_Running, 0);
+  const auto enterIn = [this](int column) {
+    for (int way = 0; way < 2 * EBC_Count && m_table.currentColumn() != column; ++way) {
+      QTest::keyClick(&m_table, m_table.currentColumn() < column ? Qt::Key_Right : Qt::Key_Left, Qt::ControlModifier);
+    }
+    QTest::keyClick(&m_table, Qt::Key_Enter, Qt::KeypadModifier);
+    return m_table.currentColumn() == column;
+  };
+  const auto* window = m_table.findChild<CTaskOrdersWidget*>();
+  EXPECT_TRUE(enterIn(EBC_Orders));
+  EXPECT_EQ(window->getKey(), m_rootKey + m_firstRow);
+  EXPECT_TRUE(window->isVisible());
+  for (const EProcessDisplay mode : {EPD_Quantity, EPD_Amount}) {
+    EXPECT_TRUE(enterIn(EBC_Progress));
+    EXPECT_EQ(m_table.processDisplayMode(), mode);
+  }
+  EXPECT_TRUE(enterIn(EBC_TradeParam));
+  EXPECT_EQ(m_table.findChildren<CBaseTaskParamWidget*>().size(), 1);
+  m_table.setCurrentKey(m_rootKey);
+  for (const bool open : {false, true}) {
+    EXPECT_TRUE(enterIn(EBC_Name));
+    EXPECT_EQ(m_table.isExpanded(m_rootKey), open);
+  }
+  EXPECT_TRUE(enterIn(EBC_Options));
+  EXPECT_EQ(m_owner.m_actions, std::vector<int>{ETA_Cancel});
+  EXPECT_TRUE(m_table.isExpanded(m_rootKey));
+}
+
+/// A code from its beginning, a name by a part, both by how they are written or read; a task by its number and basket.
+TEST_F(StatusTable, RowsAreFoundByWhatPeopleCallThem) {
+  const std::pair<const char*, const char*> names[] = {
+      {"600000", "浦发银行"}, {"600036", "招商银行"}, {"601398", "中信"}};
+  for (const auto& [code, name] : names) {
+    CCodeInfo info = test::makeInstrument("SH", code);
+    info.m_strName = name;
+    if (info.m_strCode == "601398") info.m_strPinyin = "GSYH";
+    m_host.desk().setInstrument(info);
+  }
+  const test::TaskPtr task = addTask(16, {{"600000", 0}, {"600036", 0}, {"601398", 0}});
+  const GV::CTreeBlocks& tree = m_table.dataModel()->tree();
+  const auto found = [&](const QString& typed) {
+    const auto match = rowsNamed(typed);
+    std::string codes;
+    for (const int block : tree.blocks()) {
+      const GV::ITreeBlock& source = tree.source(block);
+      for (int row = 0; row < tree.size(block); ++row) {
+        if (match(source.state(), row)) codes += source.scriptName(row).toStdString() + ' ';
+      }
+    }
+    return codes;
+  };
+  const std::string first = "SH.600000买入 ", second = "SH.600036买入 ", third = "SH.601398买入 ";
+  const std::pair<const char*, std::string> cases[] = {{"60", first + second + third},
+                                                       {"600036", second},
+                                                       {"0036", ""},
+                                                       {"sh600036", second},
+                                                       {"600036.sh", second},
+                                                       {"银行", first + second},
+                                                       {"YX", first + second},
+                                                       {"zsy", second},
+                                                       {"gsyh", third},
+                                                       {"zx", ""},
+                                                       {"16", "16 "},
+                                                       {"6", "" + first + second + third},
+                                                       {"任务1", "16 "},
+                                                       {"zhrw", ""},
+                                                       {"买入", ""}};
+  for (const auto& [typed, codes] : cases) EXPECT_EQ(found(typed), codes) << typed;
+}
+
 TEST_F(StatusTable, AKeyNeverActsOnARowThatIsOutOfSight) {
   m_owner.resize(900, 200);
   m_table.resize(900, 200);
@@ -162,6 +241,7 @@ TEST_F(StatusTable, TheWindowOfOrdersIsOfItsRow) {
     return sums->isVisible();
   };
   EXPECT_FALSE(open("1/SH.600000买入"));
+  EXPECT_EQ(test::nameless(*window), "");
   EXPECT_TRUE(open("1/SH.600036买入"));
   EXPECT_EQ(window->getKey(), m_rootKey + m_secondRow);
   show(2, "A2", "1002", {{"600000", 100}});
