@@ -19,12 +19,12 @@ struct SInstrument {
   std::string m_strMarket;  ///< "SH", "SZ", "BJ" or "CFFEX"
   std::string m_strCode;
   std::string m_strName;    ///< UTF-8
-  std::string m_strPinyin;  ///< initials of the name where they are given
   double m_dPrevClose = 0;  ///< CNY, or index points; above 0
   double m_dLast = 0;       ///< 0 when unknown
   double m_dVolume = 0;     ///< shares or lots of a usual day; 0: suspended, nothing trades
   EKind m_kind = EKind::Share;
-  int m_nMultiplier = 1;  ///< CNY per point of an index future
+  int m_nMultiplier = 1;         ///< CNY per point of an index future
+  std::string m_strPinyin = {};  ///< initials of the name where they are given
 };
 
 /// An instrument's rules in ticks and shares (lots of a future).

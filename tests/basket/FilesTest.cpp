@@ -182,15 +182,16 @@ TEST(AccountFiles, ReadPositionsAndFeesAndNameEveryFault) {
 
 TEST(InstrumentFile, ReadsFiguresAndFillsInWhatIsKnownOfAKind) {
   const CTestFile file(
-      "市场,代码,名称,最新价,昨收,成交量\n"
-      "SH,600000,浦发银行,10.5,10.4,1000\n"
-      "SZ,000001,平安银行,11.5,,\n"
-      "CFFEX,IC2612,中证,0,6000.2,30\n");
+      "市场,代码,名称,最新价,昨收,成交量,拼音\n"
+      "SH,600000,浦发银行,10.5,10.4,1000,PFYH\n"
+      "SZ,000001,平安银行,11.5,,,\n"
+      "CFFEX,IC2612,中证,0,6000.2,30,\n");
   const SInstrumentFile read = readInstrumentFile(file.path());
   ASSERT_TRUE(read.isGood()) << read.m_faults.front().toString();
   ASSERT_EQ(read.m_instruments.size(), 3u);
   const exchange::SInstrument& bank = read.m_instruments[0];
   EXPECT_EQ(std::tuple(bank.m_dPrevClose, bank.m_dLast, bank.m_dVolume), std::tuple(10.4, 10.5, 1000));
+  EXPECT_EQ(bank.m_strPinyin, "PFYH");
   EXPECT_EQ(read.m_instruments[1].m_dPrevClose, 11.5) << "the last price stands in for a missing close";
   EXPECT_EQ(read.m_instruments[2].m_nMultiplier, 200);
   EXPECT_EQ(read.m_instruments[2].m_kind, exchange::EKind::IndexFuture);
