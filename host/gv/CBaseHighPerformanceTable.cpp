@@ -1,6 +1,5 @@
 #include "gv/CBaseHighPerformanceTable.h"
 
-#include <QHeaderView>
 #include <QMenu>
 #include <QScrollBar>
 #include <QStandardItemModel>
@@ -8,6 +7,7 @@
 
 #include "gv/CBaseHighPerformanceTableColors.h"
 #include "gv/CStatisticsLine.h"
+#include "gv/CTableHeader.h"
 #include "gv/TableAccessibility.h"
 
 namespace GV {
@@ -140,6 +140,10 @@ void CBaseHighPerformanceTable::scheduleUpdate() {
 
 // Geometry
 
+QHeaderView* CBaseHighPerformanceTable::header() const { return m_pHeader; }
+
+int CBaseHighPerformanceTable::frozenWidth() const { return m_pHeader->frozenWidth(); }
+
 bool CBaseHighPerformanceTable::hasStatistics() const {
   if (m_pModel == nullptr) return false;
   for (int column = 0; column < m_pModel->columnCount(); ++column) {
@@ -179,6 +183,7 @@ void CBaseHighPerformanceTable::resizeEvent(QResizeEvent* event) {
 void CBaseHighPerformanceTable::scrollContentsBy(int dx, int /*dy*/) {
   if (dx != 0) {
     m_pHeader->setOffset(horizontalScrollBar()->value());
+    m_pHeader->viewport()->update();  // what is frozen moved with the picture
     m_pStatistics->update();
   }
   scheduleUpdate();
@@ -193,12 +198,11 @@ int CBaseHighPerformanceTable::rowAtY(int y) const {
   return y >= 0 && row < rowCount() ? row : -1;
 }
 
-int CBaseHighPerformanceTable::columnAtX(int x) const { return m_pHeader->logicalIndexAt(x); }
+int CBaseHighPerformanceTable::columnAtX(int x) const { return m_pHeader->sectionAt(x); }
 
 QRect CBaseHighPerformanceTable::cellRect(int row, int column) const {
   const int height = itemHeight();
-  return {m_pHeader->sectionViewportPosition(column), (row - topRow()) * height, m_pHeader->sectionSize(column),
-          height};
+  return {m_pHeader->left(column), (row - topRow()) * height, m_pHeader->sectionSize(column), height};
 }
 
 void CBaseHighPerformanceTable::scrollToRow(int row) {

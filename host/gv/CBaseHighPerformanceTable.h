@@ -26,6 +26,7 @@ class QStandardItemModel;
 namespace GV {
 
 class CStatisticsLine;
+class CTableHeader;
 
 /// Rows of one height, scrolled by whole rows; a header that moves, sizes, hides and sorts columns; selection and
 /// current row by key, so that they survive whatever happens to the rows. GUI thread only.
@@ -46,7 +47,9 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   ~CBaseHighPerformanceTable() override;
 
   IBaseHpfTableModel* baseModel() const { return m_pModel; }
-  QHeaderView* header() const { return m_pHeader; }
+  QHeaderView* header() const;
+  /// Pixels at the left of the viewport that belong to the frozen column (see CTableHeader); 0 while there is none.
+  int frozenWidth() const;
 
   int rowCount() const override;
   QString columnHeader(int column) const override;
@@ -183,6 +186,12 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
     CBaseTableColumnDelegate* delegate = nullptr;
   };
 
+  struct SPaintedRow {
+    int row = -1;
+    QString key;
+    const QColor& ground;
+  };
+
   void createHeader();
   void connectModel();
   void slotRowsInserted(int first, int last);
@@ -202,10 +211,12 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
 
   CGlyphFont& glyphFont(const QString& key) const;
   std::vector<SVisibleColumn> visibleColumns(const QRect& area) const;
+  void paintColumns(QPainter& painter, const QRect& area);
   void paintRow(QPainter& painter, CTextRuns& texts, int row, const std::vector<SVisibleColumn>& columns);
-  void paintCell(QPainter& painter, CTextRuns& texts, int row, const QString& key, const SVisibleColumn& column);
-  void paintGround(QPainter& painter, int row, const QString& key, const QRect& rect) const;
-  void paintFlash(QPainter& painter, IBaseHpfTableData& row, const QString& key, int column, const QRect& rect);
+  void paintCell(QPainter& painter, CTextRuns& texts, const SPaintedRow& row, const SVisibleColumn& column);
+  const QColor& rowGround(int row, const QRect& rect) const;
+  /// Whether the cell flashes.
+  bool paintFlash(QPainter& painter, IBaseHpfTableData& row, const QString& key, int column, const QRect& rect);
   void paintFocus(QPainter& painter) const;
   void slotFlashStep();
   SCell cellAt(int row, int column, const QPoint& mouse) const;
@@ -226,7 +237,7 @@ class CBaseHighPerformanceTable : public CEventWidgetT<QAbstractScrollArea>,
   void showTip(int row, int column, const QPoint& point, const QPoint& global);
 
   IBaseHpfTableModel* m_pModel = nullptr;
-  QHeaderView* m_pHeader = nullptr;
+  CTableHeader* m_pHeader = nullptr;
   QStandardItemModel* m_pHeaderModel = nullptr;
   QMenu* m_pContextMenu = nullptr;
   QMenu* m_pHeaderMenu = nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <utility>
 
 #include "gv/CBaseHighPerformanceTable.h"
 #include "gv/Helpers.h"
@@ -22,17 +23,20 @@ struct CBaseHighPerformanceTable::SColors {
   const QColor* up = color("clr_flash_up");
   const QColor* down = color("clr_flash_down");
 
-  /// The colour that a row wants for a text, as it can be read in this theme. Valid while this stands.
-  const QColor& readable(const QColor& wish) {
-    const auto known = m_readable.find(wish.rgba());
+  const QColor* frozenEdge = color("clr_frozen_edge");
+
+  /// The colour that a row wants for a text, as it is painted on a ground. Valid while this stands.
+  const QColor& readable(const QColor& wish, const QColor& on) {
+    const std::pair<QRgb, QRgb> pair(wish.rgba(), on.rgba());
+    const auto known = m_readable.find(pair);
     if (known != m_readable.end()) return known->second;
-    return m_readable.emplace(wish.rgba(), readableColor(wish, *ground, *text)).first->second;
+    return m_readable.emplace(pair, readableColor(CUiResource::shownColor(wish), on, *text)).first->second;
   }
 
   static const QColor* color(const char* key) { return CUiResource::getColor(QString::fromLatin1(key)); }
 
  private:
-  std::map<QRgb, QColor> m_readable;
+  std::map<std::pair<QRgb, QRgb>, QColor> m_readable;
 };
 
 }  // namespace GV

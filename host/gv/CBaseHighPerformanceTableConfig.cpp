@@ -1,10 +1,10 @@
 // The table's configuration string: "1|column:width:hidden,...|sortColumn:order", columns in their order on screen,
 // widths at scale 1: a view that was kept on one screen is the same on another.
-#include <QHeaderView>
 #include <QStringList>
 #include <set>
 
 #include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CTableHeader.h"
 
 namespace GV {
 

@@ -1,11 +1,11 @@
 // The columns of the table and their header.
-#include <QHeaderView>
 #include <QMenu>
 #include <QStandardItemModel>
 #include <algorithm>
 #include <utility>
 
 #include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CTableHeader.h"
 
 namespace GV {
 
@@ -20,7 +20,7 @@ constexpr int MARKED_TITLE_ROOM = 34;
 }  // namespace
 
 void CBaseHighPerformanceTable::createHeader() {
-  m_pHeader = new QHeaderView(Qt::Horizontal, this);
+  m_pHeader = new CTableHeader(this);
   m_pHeader->setModel(m_pHeaderModel);
   m_pHeader->setSectionsClickable(true);
   m_pHeader->setSectionsMovable(true);
@@ -47,7 +47,7 @@ void CBaseHighPerformanceTable::createHeader() {
   connect(m_pHeader, &QHeaderView::sectionHandleDoubleClicked, this,
           [this](int column) { m_pHeader->resizeSection(column, getColumnAdjustedWidth(column)); });
   connect(m_pHeader, &QHeaderView::customContextMenuRequested, this, [this](const QPoint& point) {
-    headerMenu(m_pHeader->logicalIndexAt(point))->popup(m_pHeader->mapToGlobal(point));
+    headerMenu(m_pHeader->sectionAt(point.x()))->popup(m_pHeader->mapToGlobal(point));
   });
 }
 

@@ -8,6 +8,8 @@
 namespace GV {
 
 class CBaseHighPerformanceTable;
+class CGlyphFont;
+class CTextRuns;
 
 class CStatisticsLine : public QWidget {
   Q_OBJECT
@@ -24,6 +26,7 @@ class CStatisticsLine : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  void addSum(QPainter& painter, CTextRuns& sums, CGlyphFont& font, int column) const;
   QRect sumRect(int column, int alignment, double textWidth) const;
 
   CBaseHighPerformanceTable* m_pTable;

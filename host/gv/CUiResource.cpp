@@ -107,9 +107,18 @@ class CStore {
     }
     m_strTheme = name;
     loadColors(root[QStringLiteral("colors")].toObject());
+    m_sidePalettes = root[QStringLiteral("side_palettes")].toObject();
+    loadColors(m_sidePalettes[m_strSidePalette].toObject());
     loadFonts(root[QStringLiteral("fonts")].toObject());
     const QJsonObject sizes = root[QStringLiteral("sizes")].toObject();
     for (auto it = sizes.begin(); it != sizes.end(); ++it) m_sizes[it.key()] = it.value().toInt();
+    return true;
+  }
+
+  bool loadSidePalette(const QString& name) {
+    if (!m_sidePalettes.contains(name)) return false;
+    m_strSidePalette = name;
+    loadColors(m_sidePalettes[name].toObject());
     return true;
   }
 
@@ -120,6 +129,8 @@ class CStore {
   }
 
   QString m_strTheme;
+  QString m_strSidePalette = QStringLiteral("red-buy");
+  QJsonObject m_sidePalettes;  ///< of the theme
   double m_dScale = 1.0;
   std::map<QString, QColor> m_colors;  ///< a map, so that a colour stays where it is
   std::map<QString, SFontEntry> m_fonts;
@@ -171,7 +182,8 @@ QPalette palette() {
       {QPalette::Highlight, themeColor("clr_table_selection")},
       {QPalette::HighlightedText, text},
       {QPalette::Mid, themeColor("clr_line")},
-      {QPalette::Link, themeColor("clr_accent")},
+      {QPalette::Link, themeColor("clr_text_link")},
+      {QPalette::PlaceholderText, themeColor("clr_text_title")},
   };
   for (const auto& [role, color] : roles) result.setColor(role, color);
   for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
@@ -208,6 +220,27 @@ bool CUiResource::setTheme(const QString& name) {
 }
 
 QString CUiResource::theme() { return CStore::instance().m_strTheme; }
+
+bool CUiResource::setSidePalette(const QString& name) {
+  if (!CStore::instance().loadSidePalette(name)) return false;
+  tellHandlers(&CUiResourceChangeHandler::resourceChanged);
+  return true;
+}
+
+QString CUiResource::sidePalette() { return CStore::instance().m_strSidePalette; }
+
+QColor CUiResource::shownColor(const QColor& answered) {
+  switch (answered.rgb()) {
+    case 0xffff0000:
+      return themeColor("clr_side_buy");
+    case 0xff006400:
+      return themeColor("clr_side_sell");
+    case 0xff0000ff:
+      return themeColor("clr_side_mixed");
+    default:
+      return answered;
+  }
+}
 
 void CUiResource::setScale(double scale) {
   if (!(scale > 0) || !std::isfinite(scale) || scale == CStore::instance().m_dScale) return;

@@ -27,6 +27,13 @@ class CUiResource {
   /// "dark" or "light"; false, and nothing changed, for an unknown theme.
   static bool setTheme(const QString& name);
   static QString theme();
+  /// How buys and sells, rises and falls are told apart, in either theme: "red-buy" (the first), "green-buy", or
+  /// "colour-blind", orange and blue. False, and nothing changed, for an unknown name.
+  static bool setSidePalette(const QString& name);
+  static QString sidePalette();
+  /// What is painted where a record answers this colour: those by which records tell buys, sells and mixed rows apart
+  /// are painted as the palette has them, any other as it is.
+  static QColor shownColor(const QColor& answered);
   /// Display scale, 1 for 96 dots per inch; fonts and sizes follow, those of the application when it is applied again.
   /// What is not above 0 changes nothing.
   static void setScale(double scale);

@@ -9,7 +9,7 @@ namespace GV {
 namespace {
 
 /// Below this ratio of luminances small texts are hard to read.
-constexpr double MIN_CONTRAST = 3.8;
+constexpr double MIN_CONTRAST = 4.5;
 
 double luminance(const QColor& color) {
   const auto linear = [](double part) {
@@ -18,18 +18,18 @@ double luminance(const QColor& color) {
   return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
 }
 
-double contrast(const QColor& a, const QColor& b) {
-  const double first = luminance(a) + 0.05;
-  const double second = luminance(b) + 0.05;
-  return first > second ? first / second : second / first;
-}
-
 QColor mixed(const QColor& a, const QColor& b, double share) {
   const auto part = [share](double x, double y) { return x + (y - x) * share; };
   return QColor::fromRgbF(part(a.redF(), b.redF()), part(a.greenF(), b.greenF()), part(a.blueF(), b.blueF()));
 }
 
 }  // namespace
+
+double contrast(const QColor& a, const QColor& b) {
+  const double first = luminance(a) + 0.05;
+  const double second = luminance(b) + 0.05;
+  return first > second ? first / second : second / first;
+}
 
 QString formatDoubleNumber(double value, int precision, int /*flags*/, bool /*grouping*/, const QString& invalidText) {
   return std::isfinite(value) ? QString::number(value, 'f', precision) : invalidText;

@@ -16,6 +16,9 @@ inline QString sToQs(const std::string& text) { return QString::fromStdString(te
 /// number. This kit knows neither flags nor the grouping switch, both of which its callers leave at 0 and false.
 QString formatDoubleNumber(double value, int precision, int flags, bool grouping, const QString& invalidText);
 
+/// Ratio of the luminances of two opaque colours, from 1 (none) to 21, as WCAG 2 defines it.
+double contrast(const QColor& a, const QColor& b);
+
 /// A text's colour as it can be read on a ground: the wish, mixed with the theme's own text colour as far as its
 /// contrast is too low.
 QColor readableColor(const QColor& wish, const QColor& ground, const QColor& text);

@@ -142,6 +142,12 @@ QString setTheme(SOptions& options, const QString& value) {
   return known ? QString() : QStringLiteral("is dark or light, not '%1'").arg(value);
 }
 
+QString setPalette(SOptions& options, const QString& value) {
+  options.m_strPalette = value;
+  const bool known = QStringList({"red-buy", "green-buy", "colour-blind"}).contains(value);
+  return known ? QString() : QStringLiteral("is red-buy, green-buy or colour-blind, not '%1'").arg(value);
+}
+
 QString setScale(SOptions& options, const QString& value) {
   return setWhole(options.m_nScalePercent.emplace(), value, MIN_SCALE_PERCENT, MAX_SCALE_PERCENT);
 }
@@ -183,6 +189,8 @@ const SOptionRow OPTIONS[] = {
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
     {"config", "FILE", "keep the view in FILE (the user's own; none when headless)", LiveMode, false, setConfig},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},
+    {"palette", "red-buy|green-buy|colour-blind", "colours of buys and sells, rises and falls (red-buy)", AnyMode,
+     false, setPalette},
     {"scale", "PERCENT", "size of all that shows, 100 to 300 (as the screen's resolution says)", AnyMode, false,
      setScale},
     {"out", "FILE", "write what happened, ending with a dump of the table named end", AnyMode, false, setOut},

@@ -158,6 +158,7 @@ int main(int argc, char** argv) {
   std::setlocale(LC_NUMERIC, "C");
   translateQt(application);
   GV::CUiResource::setTheme(options.m_strTheme);
+  GV::CUiResource::setSidePalette(options.m_strPalette);
   app::applyScale(options.m_nScalePercent);
   const int status = runTerminal(options);
   if (withoutDisplay && status == 0) std::cerr << "screenshot: " << options.m_strScreenshot << std::endl;

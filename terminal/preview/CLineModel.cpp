@@ -169,10 +169,10 @@ QColor CLineModel::textColour(int row, int column) const {
   const bool checked = line(row).m_line.m_bChecked;
   if (!checked) return *CUiResource::getColor(QStringLiteral("clr_text_disabled"));
   if (column == LineVerdict && hasLevel(findings(row), draft::ELevel::Error)) {
-    return *CUiResource::getColor(QStringLiteral("clr_btn_style_3"));
+    return *CUiResource::getColor(QStringLiteral("clr_text_warning"));
   }
   if (column == LineVerdict && hasLevel(findings(row), draft::ELevel::Warning)) {
-    return *CUiResource::getColor(QStringLiteral("clr_btn_style_2"));
+    return *CUiResource::getColor(QStringLiteral("clr_text_caution"));
   }
   return {};
 }

@@ -29,6 +29,7 @@ TEST_F(Terminal, NamesTheFaultOfACommandLineInOneLine) {
       {{"--cash", "-1"}, "option --cash needs a number from 0 to 1000000000000, not '-1'"},
       {{"--start", "9h"}, "option --start needs a time of day as HH:MM"},
       {{"--theme", "pink"}, "option --theme is dark or light"},
+      {{"--palette", "pink"}, "option --palette is red-buy, green-buy or colour-blind"},
       {{"--scale", "99"}, "option --scale needs a whole number from 100 to 300, not '99'"},
       {{"--algo", "TWAP"}, "option --algo is twap, vwap or pov, not 'TWAP'"},
       {{"replay", "a", "--config", "b"}, "option --config does not go with replay"},

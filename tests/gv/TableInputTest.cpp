@@ -204,3 +204,45 @@ TEST_F(TableInput, AScreenReaderFoldsRowsAndPressesButtons) {
     EXPECT_EQ(m_table.take(GV::EventRowButtonClicked), locked ? QStringList() : QStringList("1 r0"));
   }
 }
+
+TEST_F(TableInput, TheFirstColumnStaysWhenTheOthersAreScrolledBelowIt) {
+  QHeaderView& header = *m_table.header();
+  header.resizeSection(3, 600);
+  const QImage plain = m_table.viewport()->grab().toImage();
+  m_table.horizontalScrollBar()->setValue(150);
+  EXPECT_EQ(m_table.frozenWidth(), 120);
+  EXPECT_EQ(m_table.cellRect(0, 0).left(), 0);
+  EXPECT_EQ(m_table.columnAtX(60), 0) << "not the figure that is scrolled there";
+  EXPECT_EQ(m_table.columnAtX(121), 2);
+  const QImage scrolled = m_table.viewport()->grab().toImage();
+  const QRect frozen(0, 0, 119, m_table.viewport()->height());
+  EXPECT_EQ(differingPixels(plain, scrolled, frozen), 0);
+  EXPECT_GT(differingPixels(plain, scrolled, frozen.translated(120, 0)), 100);
+  const int y = m_table.cellRect(2, 0).center().y();
+  click(QPoint(60, y));
+  click(QPoint(121, y));
+  EXPECT_EQ(m_table.take(GV::EventCellClicked), QStringList({"0 r2", "2 r2"}));
+  click(m_table.cellRect(0, 0).topLeft() + QPoint(9, 10));
+  EXPECT_TRUE(m_table.isExpanded("r0"));
+
+  QWidget* titles = header.viewport();
+  QTest::mouseClick(titles, Qt::LeftButton, Qt::NoModifier, QPoint(60, 10));
+  EXPECT_EQ(m_table.dataModel()->sortColumn(), 0);
+  const auto drag = [titles](int from, int to) {
+    const auto send = [titles](QEvent::Type type, int x, Qt::MouseButtons held) {
+      QMouseEvent event(type, QPointF(x, 10), Qt::LeftButton, held, Qt::NoModifier);
+      QApplication::sendEvent(titles, &event);
+    };
+    send(QEvent::MouseButtonPress, from, Qt::LeftButton);
+    for (const int x : {(from + to) / 2, to}) send(QEvent::MouseMove, x, Qt::LeftButton);
+    send(QEvent::MouseButtonRelease, to, Qt::NoButton);
+  };
+  drag(118, 138);
+  EXPECT_EQ(m_table.columnWidth(0), 140) << "taken at its edge";
+  drag(140, 120);
+  EXPECT_EQ(m_table.columnWidth(0), 120) << "and from outside";
+  drag(300, 20);
+  EXPECT_EQ(header.logicalIndex(0), 3) << "before the one that is seen there";
+  EXPECT_EQ(m_table.frozenWidth(), 0) << "it would leave no room for the others";
+  EXPECT_EQ(m_table.cellRect(0, 3).left(), -150);
+}

@@ -70,7 +70,7 @@ bool CLogDock::passes(const SLine& line) const {
 }
 
 void CLogDock::showLine(const SLine& line) {
-  const char* colour = line.m_eLevel == ELevel::Warning ? "clr_btn_style_3" : "clr_text_default";
+  const char* colour = line.m_eLevel == ELevel::Warning ? "clr_text_warning" : "clr_text_default";
   m_pText->appendHtml(coloured(timeOfDayText(line.m_nTime), "clr_text_title") + QStringLiteral("&nbsp;&nbsp;") +
                       coloured(line.m_strText, colour));
 }

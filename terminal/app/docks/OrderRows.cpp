@@ -76,7 +76,7 @@ double tradedPrice(const SFillRow& row) {
 }
 
 const QColor* stateColour(const SOrderRow& row) {
-  if (row.state() == EOrderState::Refused) return GV::CUiResource::getColor(QStringLiteral("clr_btn_style_3"));
+  if (row.state() == EOrderState::Refused) return GV::CUiResource::getColor(QStringLiteral("clr_text_warning"));
   return row.isOpen() ? nullptr : GV::CUiResource::getColor(QStringLiteral("clr_text_title"));
 }
 
