@@ -41,9 +41,9 @@ class CTableHeader : public QHeaderView {
   bool isHandle(int x) const;
 
   QScrollBar* m_pScrollBar;
-  int m_nSized = -1;        ///< the frozen section while its edge is dragged
-  int m_nSizedFrom = 0;     ///< pixels from its edge to where it was taken
-  bool m_bSizing = false;   ///< the edge of another one is
+  int m_nSized = -1;       ///< the frozen section while its edge is dragged
+  int m_nSizedFrom = 0;    ///< pixels from its edge to where it was taken
+  bool m_bSizing = false;  ///< the edge of another one is
 };
 
 }  // namespace GV

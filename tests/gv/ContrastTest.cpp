@@ -39,8 +39,8 @@ const std::map<QString, QStringList> PAINTED = {
 QColor color(const QString& key) { return *GV::CUiResource::getColor(key); }
 
 void expectReadable(const QColor& text, const QColor& ground, const QString& what) {
-  EXPECT_GE(GV::contrast(text, ground), READABLE) << qPrintable(what + " in " + GV::CUiResource::theme() + ", " +
-GV::CUiResource::sidePalette());
+  EXPECT_GE(GV::contrast(text, ground), READABLE)
+      << qPrintable(what + " in " + GV::CUiResource::theme() + ", " + GV::CUiResource::sidePalette());
 }
 
 QColor blended(const QColor& ground, const QColor& over, double share) {
@@ -50,11 +50,11 @@ QColor blended(const QColor& ground, const QColor& over, double share) {
 
 class Contrast : public testing::TestWithParam<std::pair<const char*, const char*>> {
  protected:
-  Contrast() {
+  void SetUp() override {
     EXPECT_TRUE(GV::CUiResource::setTheme(GetParam().first));
     EXPECT_TRUE(GV::CUiResource::setSidePalette(GetParam().second));
   }
-  ~Contrast() override {
+  void TearDown() override {
     GV::CUiResource::setTheme("dark");
     GV::CUiResource::setSidePalette("red-buy");
   }
@@ -68,8 +68,9 @@ TEST_P(Contrast, OfEachTextOnEachGroundIsEnough) {
   }
   for (const QString& flash : FLASHES) {
     for (const QString& row : ROWS) {
-      for (double share = 0.1; share < 1; share += 0.1) {
-        expectReadable(color("clr_text_default"), blended(color(row), color(flash), share), flash + " over " + row);
+      for (int tenth = 1; tenth < 10; ++tenth) {
+        expectReadable(color("clr_text_default"), blended(color(row), color(flash), tenth / 10.0),
+                       flash + " over " + row);
       }
     }
   }
@@ -83,7 +84,8 @@ TEST_P(Contrast, OfEachTextOnEachGroundIsEnough) {
   for (const QColor& answered : {QColor(255, 0, 0), QColor(0, 100, 0), QColor(0, 0, 255), QColor(128, 128, 128),
                                  QColor(255, 255, 0), color("clr_text_title"), color("clr_btn_style_3")}) {
     for (const QString& row : ROWS) {
-      const QColor shown = GV::readableColor(GV::CUiResource::shownColor(answered), color(row), color("clr_text_default"));
+      const QColor shown =
+          GV::readableColor(GV::CUiResource::shownColor(answered), color(row), color("clr_text_default"));
       expectReadable(shown, color(row), answered.name() + " on " + row);
     }
   }

@@ -3,9 +3,11 @@
 
 #include <QSignalSpy>
 
+#include "BasketColumns.h"
 #include "CBasketTask.h"
 #include "CHpfBasketOptionDelegate.h"
 #include "TestHost.h"
+#include "gv/CUiResource.h"
 
 using namespace TC;
 
@@ -50,6 +52,26 @@ class OptionDelegate : public testing::Test {
   static CHpfBasketOptionDelegate::SRowRef rowOf(const QString& key) { return {key, nullptr, key == HEDGE}; }
   CHpfBasketOptionDelegate m_delegate{&rowOf, nullptr};
 };
+
+TEST_F(OptionDelegate, TheButtonsOfAnyStatusFitTheirColumn) {
+  const int statuses[] = {-1, 3, 4, 7, 8, 9, 11, 10000, 10001, 10002};
+  for (const double scale : {2.0, 1.5, 1.0}) {
+    GV::CUiResource::setScale(scale);
+    const int width = GV::CUiResource::scaled(basketColumns()[EBC_Options].column.width);
+    for (const QString& key : {TASK, HEDGE}) {
+      for (const int before : statuses) {
+        for (const int now : statuses) {
+          const std::string buttons = after(key, {{before}, {now}});
+          for (const GV::STableButton& button : m_delegate.itemButtons(key)) {
+            if (!m_delegate.getIsItemButtonVisible(key, button.id)) continue;
+            EXPECT_LE(m_delegate.buttonRect(key, button.id, QRect(0, 0, width, 21)).right(), width - 1)
+                << buttons << " after " << before << " and " << now << " at " << scale;
+          }
+        }
+      }
+    }
+  }
+}
 
 TEST_F(OptionDelegate, ANewRowShowsTheButtonsOfItsStatus) {
   struct SCase {
