@@ -39,8 +39,9 @@ constexpr SCellCommand CELL_COMMANDS[] = {{EBC_Orders, "委托详情", CTRL | Qt
 /// Separates the parts of the parameter string; no part holds it.
 constexpr char PARAM_SEPARATOR = '/';
 
-/// Whatever its rows hold.
-int treeColumnWidth() { return GV::CUiResource::scaled(basketColumns()[EBC_Tree].column.width); }
+/// The tree column's adjusted width, whatever its rows hold: intended. It starts wider.
+constexpr int ADJUSTED_TREE_WIDTH = 120;
+int treeColumnWidth() { return GV::CUiResource::scaled(ADJUSTED_TREE_WIDTH); }
 
 }  // namespace
 

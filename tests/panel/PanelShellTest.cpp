@@ -127,10 +127,10 @@ TEST_F(PanelShell, AColumnThatIsHiddenOverAChangeOfScaleComesBackInProportion) {
   m_table.setColumnVisible(EBC_Account, false);
   const test::CScaled scaled(2);
   m_table.setColumnVisible(EBC_Account, true);
-  EXPECT_EQ(m_table.columnWidth(EBC_Account), 152);
+  EXPECT_EQ(m_table.columnWidth(EBC_Account), 188);
   GV::CUiResource::setScale(0);
   GV::CUiResource::setScale(std::nan(""));
-  EXPECT_EQ(m_table.columnWidth(EBC_Account), 152) << "no scale at all changes nothing";
+  EXPECT_EQ(m_table.columnWidth(EBC_Account), 188) << "no scale at all changes nothing";
 }
 
 TEST_F(PanelShell, EventsOfNobodysControlsGoOnToTheHost) {
