@@ -9,6 +9,7 @@
 #include "gv/CBaseHighPerformanceTable.h"
 #include "gv/CBaseHighPerformanceTableColors.h"
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
+#include "gv/CTableHeader.h"
 
 namespace GV {
 

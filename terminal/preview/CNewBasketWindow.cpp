@@ -50,7 +50,7 @@ CNewBasketWindow::CNewBasketWindow(IDraftHost& host, CDraftStore& store, QWidget
       m_pNote(new QLabel(this)),
       m_pTabs(new QTabWidget(this)),
       m_pLines(new CLineView(m_draft, m_pTabs)),
-      m_pSource(new CSourceView(m_draft, m_pTabs)),
+      m_pSource(new CSourceView(m_draft, store, m_pTabs)),
       m_pSummary(new CSummaryBar(m_draft, this)),
       m_pAccounts(new CAccountsBox(m_draft, store, this)),
       m_pTrade(new CTradeBox(m_draft, host.hedgeFutures(), this)),
@@ -83,7 +83,6 @@ CNewBasketWindow::CNewBasketWindow(IDraftHost& host, CDraftStore& store, QWidget
   m_pNote->hide();
 
   connect(m_pSummary, &CSummaryBar::sigFilter, m_pLines, &CLineView::setFilter);
-  connect(m_pSource, &CSourceView::sigRoleChosen, this, [this] { m_store.rememberLayout(m_draft.state().m_layout); });
   connect(m_pLimits, &CLimitsBox::sigChanged, this, [this] { m_store.saveLimits(m_draft.state().m_limits); });
   connect(m_pName, &QLineEdit::textEdited, &m_draft, &CDraft::setName);
   connect(&m_draft, &CDraft::sigJudged, this, [this] { showState(); });

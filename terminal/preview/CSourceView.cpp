@@ -2,7 +2,9 @@
 
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QInputDialog>
 #include <QMenu>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <array>
@@ -106,10 +108,12 @@ QVariant CSheetModel::headerData(int section, Qt::Orientation orientation, int r
   return roleText(column.m_role) + unitText(column.m_unit) + QStringLiteral(" ▾");
 }
 
-CSourceView::CSourceView(CDraft& draft, QWidget* parent)
+CSourceView::CSourceView(CDraft& draft, CDraftStore& store, QWidget* parent)
     : QWidget(parent),
       m_draft(draft),
+      m_store(store),
       m_pSheets(new QComboBox(this)),
+      m_pSaved(new QComboBox(this)),
       m_pNote(new QLabel(this)),
       m_pTable(new QTableView(this)) {
   m_pTable->setModel(new CSheetModel(draft, this));
@@ -125,6 +129,17 @@ CSourceView::CSourceView(CDraft& draft, QWidget* parent)
   auto* top = new QHBoxLayout;
   top->addWidget(m_pSheets);
   top->addWidget(m_pNote, 1);
+  m_pSheets->setAccessibleName(QStringLiteral("工作表"));
+  m_pSaved->setAccessibleName(QStringLiteral("已存的列方案"));
+  m_pSaved->setPlaceholderText(QStringLiteral("已存的列方案"));
+  m_pSaved->addItems(store.layoutNames());
+  m_pSaved->setCurrentIndex(-1);
+  m_pSaved->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+  auto* save = new QPushButton(QStringLiteral("另存"), this);
+  save->setAutoDefault(false);
+  GV::setScaledFixedWidth(*save, 48);
+  top->addWidget(m_pSaved);
+  top->addWidget(save);
   auto* layout = new QVBoxLayout(this);
   GV::setScaledMargins(*layout, {0, 6, 0, 0});
   GV::setScaledSpacing(*layout, 6);
@@ -136,6 +151,8 @@ CSourceView::CSourceView(CDraft& draft, QWidget* parent)
   });
   connect(m_pTable->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int column) { chooseRole(column); });
   connect(m_pSheets, qOverload<int>(&QComboBox::activated), this, [this](int sheet) { m_draft.setSheet(sheet); });
+  connect(m_pSaved, qOverload<int>(&QComboBox::activated), this, [this] { useSaved(); });
+  connect(save, &QPushButton::clicked, this, [this] { saveLayout(); });
   connect(&draft, &CDraft::sigSourceChanged, this, [this] { showSource(); });
   showSource();
 }
@@ -154,6 +171,35 @@ void CSourceView::showSource() {
   m_pNote->setText(note);
 }
 
+void CSourceView::setRole(int column, ERole role) {
+  m_draft.setRole(column, role);
+  m_store.rememberLayout(m_draft.state().m_layout);
+}
+
+/// What columns say goes by their places; where the titles stand is the sheet's own.
+void CSourceView::useSaved() {
+  const basket::SLayout saved = m_store.layout(m_pSaved->currentText());
+  basket::SLayout layout = m_draft.state().m_layout;
+  for (std::size_t i = 0; i < layout.m_columns.size(); ++i) {
+    const bool known = i < saved.m_columns.size();
+    layout.m_columns[i].m_role = known ? saved.m_columns[i].m_role : ERole::None;
+    if (known) layout.m_columns[i].m_unit = saved.m_columns[i].m_unit;
+  }
+  m_draft.setLayout(layout);
+}
+
+void CSourceView::saveLayout() {
+  bool good = false;
+  const QString name = QInputDialog::getText(this, QStringLiteral("另存列方案"), QStringLiteral("名称"),
+                                             QLineEdit::Normal, m_pSaved->currentText(), &good)
+                           .trimmed();
+  if (!good || name.isEmpty() || !m_draft.hasSource()) return;
+  m_store.saveLayout(name, m_draft.state().m_layout);
+  m_pSaved->clear();
+  m_pSaved->addItems(m_store.layoutNames());
+  m_pSaved->setCurrentText(name);
+}
+
 void CSourceView::chooseRole(int column) {
   const auto& columns = m_draft.state().m_layout.m_columns;
   if (!m_draft.hasSource() || column >= static_cast<int>(columns.size())) return;
@@ -162,10 +208,7 @@ void CSourceView::chooseRole(int column) {
     QAction* action = menu.addAction(QString::fromUtf8(each.m_pText));
     action->setCheckable(true);
     action->setChecked(columns[static_cast<std::size_t>(column)].m_role == each.m_role);
-    connect(action, &QAction::triggered, this, [this, column, role = each.m_role] {
-      m_draft.setRole(column, role);
-      Q_EMIT sigRoleChosen();
-    });
+    connect(action, &QAction::triggered, this, [this, column, role = each.m_role] { setRole(column, role); });
   }
   const QHeaderView& header = *m_pTable->horizontalHeader();
   menu.exec(header.mapToGlobal(QPoint(header.sectionViewportPosition(column), header.height())));

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "CDraft.h"
+#include "CDraftStore.h"
 
 namespace preview {
 
@@ -39,18 +40,21 @@ class CSourceView : public QWidget {
   Q_OBJECT
 
  public:
-  CSourceView(CDraft& draft, QWidget* parent);
-
- Q_SIGNALS:
-  /// The user chose what a column says.
-  void sigRoleChosen();
+  /// Both must outlive the view.
+  CSourceView(CDraft& draft, CDraftStore& store, QWidget* parent);
+  /// As the user does it in the column's menu; remembered for sheets with the same titles.
+  void setRole(int column, basket::ERole role);
 
  private:
   void showSource();
   void chooseRole(int column);
+  void useSaved();
+  void saveLayout();
 
   CDraft& m_draft;
+  CDraftStore& m_store;
   QComboBox* m_pSheets;
+  QComboBox* m_pSaved;
   QLabel* m_pNote;
   QTableView* m_pTable;
 };

@@ -1,7 +1,6 @@
 #include <QImage>
 #include <QSettings>
 
-#include "CNewBasketWindow.h"
 #include "OrderUse.h"
 #include "SessionSetup.h"
 #include "TerminalRun.h"
@@ -209,22 +208,6 @@ TEST(OrderUse, ShowsTheAccountThatHasSentMostAndAllInItsTip) {
   const QString tip = app::orderUseTip(accounts, {});
   EXPECT_EQ(tip.count("<td"), 3) << "more than fit below each other";
   for (const app::SAccountUse& each : accounts) EXPECT_EQ(tip.count(each.m_strDisplayId + ": "), 1);
-}
-
-TEST(NewBasket, ReadsLinesOfSevenFieldsAndCountsTheOthers) {
-  int malformed = 0;
-  const auto lines = app::parseNewLines(QStringLiteral("SH.600000\t浦发银行\t700\t0\t0\t1\t49\n"
-                                                       "SH.600000\t浦发银行\t700\t0\t1\t49\n"  // no constant
-                                                       "SZ.000001\t平安银行\t500\t0\t1\t2\t49\t\n"
-                                                       "SZ.000001\t平安银行\tx\t0\t1\t2\t49\n"
-                                                       "SZ.000001\t平安银行\t500\t0\t1\t2\t49"),
-                                        malformed);
-  EXPECT_EQ(malformed, 3);
-  QStringList read;
-  for (const auto& line : lines) {
-    read += QString("%1.%2 %3 %4").arg(line.m_strMarket, line.m_strCode).arg(line.m_nQuantity).arg(line.m_nOperation);
-  }
-  EXPECT_EQ(read, (QStringList{"SH.600000 700 1", "SZ.000001 500 2"}));
 }
 
 }  // namespace

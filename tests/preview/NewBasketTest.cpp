@@ -121,8 +121,7 @@ TEST(NewBasket, TheChoiceOfAColumnIsRememberedForItsTitles) {
   CPreviewRig rig;
   const QString file = rig.writeFile(QStringLiteral("a.csv"), "code,side,甲,乙\n600000,B,100,200\n");
   rig.m_pWindow->openFile(file);
-  const_cast<preview::CDraft&>(rig.draft()).setRole(3, basket::ERole::Quantity);
-  Q_EMIT rig.m_pWindow->findChild<preview::CSourceView*>()->sigRoleChosen();
+  rig.m_pWindow->findChild<preview::CSourceView*>()->setRole(3, basket::ERole::Quantity);
   EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 200);
   rig.open();
   rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("b.csv"), "code,side,甲,乙\n600036,B,300,400\n"));
