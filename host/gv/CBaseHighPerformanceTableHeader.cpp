@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "gv/CBaseHighPerformanceTable.h"
+#include "gv/CStatisticsLine.h"
 #include "gv/CTableHeader.h"
 
 namespace GV {
@@ -30,6 +31,8 @@ void CBaseHighPerformanceTable::createHeader() {
   m_pHeader->setContextMenuPolicy(Qt::CustomContextMenu);
   const auto changed = [this] {
     updateScrollBars();
+    m_pHeader->viewport()->update();
+    m_pStatistics->update();
     scheduleUpdate();
   };
   connect(m_pHeader, &QHeaderView::sectionResized, this, changed);
