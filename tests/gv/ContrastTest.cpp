@@ -81,6 +81,7 @@ TEST_P(Contrast, OfEachTextOnEachGroundIsEnough) {
       expectReadable(color("clr_btn_style_text"), each, QString("button %1").arg(style));
     }
   }
+  EXPECT_EQ(GV::readableColor(QColor(200, 0, 0), Qt::white, Qt::black), QColor(200, 0, 0)) << "nothing to be done";
   // What rows answer, and what other hosts' rows might.
   for (const QColor& answered : {QColor(255, 0, 0), QColor(0, 100, 0), QColor(0, 0, 255), QColor(128, 128, 128),
                                  QColor(255, 255, 0), color("clr_text_title"), color("clr_btn_style_3")}) {
@@ -98,7 +99,6 @@ TEST_P(Contrast, OfTheStyleSheetIsEnough) {
   const QRegularExpression textOf("[ ;{]color: (@?[#\\w]+);");
   const QRegularExpression groundOf("[ ;{]background: (@\\w+);");
   const QRegularExpression selected("selection-background-color: @(\\w+);.*selection-color: @(\\w+);");
-  int pairs = 0;
   for (const QString& rule : QString::fromUtf8(file.readAll()).split('\n')) {
     const QString text = textOf.match(rule).captured(1);
     const QString ground = groundOf.match(rule).captured(1);
@@ -107,12 +107,10 @@ TEST_P(Contrast, OfTheStyleSheetIsEnough) {
       EXPECT_TRUE(text.startsWith('@') && known != PAINTED.end()) << qPrintable(rule) << ": not in the table above";
       if (ground.isEmpty()) continue;
       expectReadable(color(text.mid(1)), color(ground.mid(1)), rule);
-      ++pairs;
     }
     const auto match = selected.match(rule);
     if (match.hasMatch()) expectReadable(color(match.captured(2)), color(match.captured(1)), rule);
   }
-  EXPECT_GT(pairs, 10) << "the sheet is no longer written as this reads it";
 }
 
 INSTANTIATE_TEST_SUITE_P(Themes, Contrast,
@@ -122,42 +120,32 @@ INSTANTIATE_TEST_SUITE_P(Themes, Contrast,
 
 TEST_F(TableTest, PaintsSidesAsThePaletteHasThem) {
   struct Sided : TestRow {
-    using TestRow::TestRow;
+    Sided(const QColor& color, int order) : TestRow(color.name(), 0.0, order), m_color(color) {}
     const QColor* textColor(int column) const override { return column == 1 ? &m_color : nullptr; }
     QColor m_color;
   };
-  const auto buy = boost::make_shared<Sided>("a buy", 0.0, -2);
-  const auto sell = boost::make_shared<Sided>("a sell", 0.0, -1);
-  buy->m_color = QColor(255, 0, 0);
-  sell->m_color = QColor(0, 100, 0);
-  m_table.updateData(buy, QString());
-  m_table.updateData(sell, QString());
-  // The strongest of a channel above another in the text's cell: antialiasing leaves no pixel its very colour.
-  const auto most = [this](int row, auto channel, auto other) {
-    const QImage image = m_table.viewport()->grab().toImage();
+  m_table.updateData(boost::make_shared<Sided>(QColor(255, 0, 0), -2), QString());
+  m_table.updateData(boost::make_shared<Sided>(QColor(0, 100, 0), -1), QString());
+  m_table.selectAll();
+  // Text is antialiased, so no pixel need have its very colour: one channel of it stands out.
+  const auto standsOut = [this](int row, auto channel, auto above) {
     const QRect cell = m_table.cellRect(row, 1);
-    int result = 0;
-    for (int y = cell.top(); y < cell.bottom(); ++y) {
-      for (int x = cell.left(); x < cell.right(); ++x) {
-        const QColor pixel(image.pixel(x, y));
-        result = std::max(result, (pixel.*channel)() - (pixel.*other)());
-      }
+    const QImage image = m_table.viewport()->grab(cell).toImage();
+    for (int i = 0; i < image.width() * image.height(); ++i) {
+      const QColor pixel(image.pixel(i % image.width(), i / image.width()));
+      if ((pixel.*channel)() - (pixel.*above)() > 60) return true;
     }
-    return result;
+    return false;
   };
   const auto red = &QColor::red, green = &QColor::green, blue = &QColor::blue;
-  EXPECT_GT(most(0, red, green), 60);
-  EXPECT_GT(most(1, green, red), 60);
-  m_table.selectAll();
+  EXPECT_TRUE(standsOut(0, red, green) && standsOut(1, green, red));
   ASSERT_TRUE(GV::CUiResource::setSidePalette("green-buy"));
-  EXPECT_GT(most(0, green, red), 60);
-  EXPECT_GT(most(1, red, green), 60);
-  ASSERT_TRUE(GV::CUiResource::setTheme("light"));
+  EXPECT_TRUE(standsOut(0, green, red) && standsOut(1, red, green));
   EXPECT_FALSE(GV::CUiResource::setSidePalette("pink"));
-  EXPECT_EQ(GV::CUiResource::sidePalette(), "green-buy") << "a theme keeps the palette";
+  ASSERT_TRUE(GV::CUiResource::setTheme("light"));
+  EXPECT_TRUE(standsOut(0, green, red)) << "a theme keeps the palette";
+  ASSERT_TRUE(GV::CUiResource::setTheme("dark"));
   ASSERT_TRUE(GV::CUiResource::setSidePalette("colour-blind"));
-  EXPECT_GT(most(0, red, blue), 60);
-  EXPECT_GT(most(1, blue, red), 60);
-  GV::CUiResource::setTheme("dark");
+  EXPECT_TRUE(standsOut(0, red, blue) && standsOut(1, blue, red));
   GV::CUiResource::setSidePalette("red-buy");
 }

@@ -126,23 +126,6 @@ TEST(Resources, UnknownKeysCatchTheEye) {
   }
 }
 
-TEST(Helpers, ColoursAreReadableOnTheirGround) {
-  const QColor dark(0x15, 0x18, 0x1d);
-  const QColor onDark(0xc9, 0xd1, 0xd9);
-  const QColor onLight(0x1f, 0x29, 0x33);
-  for (const QColor& strong : {QColor(200, 0, 0), QColor(0, 100, 0), QColor(0, 0, 255)}) {
-    EXPECT_EQ(GV::readableColor(strong, Qt::white, onLight), strong);
-  }
-  EXPECT_EQ(GV::readableColor(QColor(255, 70, 70), dark, onDark), QColor(255, 70, 70));
-  const QColor blue = GV::readableColor(QColor(0, 0, 255), dark, onDark);
-  EXPECT_GT(blue.green(), 80) << "lighter";
-  EXPECT_GT(blue.blue(), blue.green()) << "still blue";
-  const QColor green = GV::readableColor(QColor(0, 100, 0), dark, onDark);
-  EXPECT_GT(green.green(), 120);
-  EXPECT_GT(green.green(), green.blue());
-  EXPECT_EQ(GV::readableColor(dark, dark, dark), dark) << "nothing to be done";
-}
-
 TEST(Helpers, FormatsNumbersAsTheScreenDoes) {
   const auto format = [](double value, int precision) {
     return GV::formatDoubleNumber(value, precision, 0, false, "非法值");
