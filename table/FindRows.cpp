@@ -35,14 +35,14 @@ bool isInstrument(const CHpfBasketStatusData& row, const STyped& typed) {
 
 }  // namespace
 
-std::function<bool(const GV::ITreeState&, int)> rowsNamed(const QString& text) {
-  STyped typed{text};
-  typed.number = std::all_of(text.begin(), text.end(), [](QChar each) { return each >= u'0' && each <= u'9'; });
-  typed.dotted = text.contains(QLatin1Char('.'));
-  return [typed](const GV::ITreeState& state, int row) {
+std::function<bool(const GV::ITreeState&, int)> rowsNamed(const QString& typed) {
+  STyped meant{typed};
+  meant.number = std::all_of(typed.begin(), typed.end(), [](QChar each) { return each >= u'0' && each <= u'9'; });
+  meant.dotted = typed.contains(QLatin1Char('.'));
+  return [meant](const GV::ITreeState& state, int row) {
     // The table has no other rows.
     const CHpfBasketStatusData data = static_cast<const STaskRows&>(state).data(row);
-    return data.isRoot() ? isTask(data, typed) : data.shape.leaf && isInstrument(data, typed);
+    return data.isRoot() ? isTask(data, meant) : data.shape.leaf && isInstrument(data, meant);
   };
 }
 

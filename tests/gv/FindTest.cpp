@@ -35,7 +35,7 @@ class Find : public TableTest {
     EXPECT_TRUE(QTest::qWaitForWindowActive(&m_window));
     m_bar.begin();
   }
-  ~Find() override { m_table.setParent(nullptr); }
+  void TearDown() override { m_table.setParent(nullptr); }
 
   std::string type(const QString& text) {
     m_edit.clear();
