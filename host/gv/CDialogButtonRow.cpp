@@ -1,6 +1,7 @@
 #include "gv/CDialogButtonRow.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QPainter>
 
 #include "gv/Controls.h"
@@ -31,21 +32,52 @@ CPushButton* CDialogButtonRow::addButton(int id, const QString& text, const QSiz
 
 void CDialogButtonRow::addStretch() { m_pLayout->addStretch(1); }
 
-const CPushButton* CDialogButtonRow::defaultButton() const {
-  for (const CPushButton* button : findChildren<CPushButton*>()) {
+CPushButton* CDialogButtonRow::framedButton() const {
+  if (m_pFramed != nullptr && m_pFramed->isVisible()) return m_pFramed;
+  for (CPushButton* button : findChildren<CPushButton*>()) {
     if (button->isDefault() && button->isVisible()) return button;
   }
   return nullptr;
 }
 
+void CDialogButtonRow::frame(CPushButton* button) {
+  m_pFramed = button;
+  const CPushButton* framed = framedButton();
+  setAccessibleName(framed == nullptr ? QString() : framed->text());
+  update();
+}
+
+/// Stops at the ends.
+void CDialogButtonRow::frameBeside(int by) {
+  const CPushButton* framed = framedButton();
+  bool isPassed = false;
+  const QList<CPushButton*> buttons = findChildren<CPushButton*>();
+  for (int i = by < 0 ? buttons.size() - 1 : 0; i >= 0 && i < buttons.size(); i += by) {
+    if (!buttons[i]->isVisible() || !buttons[i]->isEnabled()) continue;
+    if (isPassed) return frame(buttons[i]);
+    isPassed = buttons[i] == framed;
+  }
+}
+
+/// Whoever comes anew finds the default button, whatever he looked at before.
 void CDialogButtonRow::focusInEvent(QFocusEvent* event) {
-  const CPushButton* button = defaultButton();
-  setAccessibleName(button == nullptr ? QString() : button->text());
+  frame(nullptr);
   QWidget::focusInEvent(event);
 }
 
+void CDialogButtonRow::keyPressEvent(QKeyEvent* event) {
+  const bool presses = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space;
+  if (event->key() == Qt::Key_Left || event->key() == Qt::Key_Right) {
+    frameBeside(event->key() == Qt::Key_Left ? -1 : 1);
+  } else if (presses && m_pFramed != nullptr && m_pFramed == framedButton()) {
+    if (!event->isAutoRepeat()) m_pFramed->click();
+  } else {
+    QWidget::keyPressEvent(event);  // the dialog knows its default button
+  }
+}
+
 void CDialogButtonRow::paintEvent(QPaintEvent* /*event*/) {
-  const CPushButton* button = defaultButton();
+  const CPushButton* button = framedButton();
   if (!hasFocus() || button == nullptr) return;
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);

@@ -177,6 +177,26 @@ TEST_F(PatchHandsTest, EnterOrdersOnlyBesideEverythingElse) {
   EXPECT_EQ(take()[0].m_nVolume, 700);
 }
 
+TEST_F(PatchHandsTest, ArrowsInTheLastRowReachItsOtherButtons) {
+  const auto framed = [] { return QApplication::focusWidget()->accessibleName(); };
+  run(m_params, [&](GV::CCommonDialog& dialog) {
+    activate(dialog);
+    table().setFocus();
+    type(Qt::Key_Backtab, Qt::Key_Right, Qt::Key_Right);
+    EXPECT_EQ(framed(), "取消");
+    type(Qt::Key_Backtab, Qt::Key_Tab);
+    EXPECT_EQ(framed(), "选中补单") << "anew the default button";
+    type(Qt::Key_Left, Qt::Key_Left);
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
+    QApplication::sendEvent(QApplication::focusWidget(), &held);
+    ASSERT_TRUE(dialog.isOpen());
+    EXPECT_EQ(framed(), "新建篮子补单");
+    type(Qt::Key_Space);
+    EXPECT_FALSE(dialog.isOpen());
+  });
+  EXPECT_EQ(basket().lines.size(), 2);
+}
+
 TEST_F(PatchHandsTest, AnEditorCommitsWhenItLosesTheFocusAndOnlyWhatChanged) {
   Witness witness;
   run(m_params, [&](GV::CCommonDialog& dialog) {
