@@ -114,9 +114,9 @@ TEST_F(TableInput, KeysGoFromCellToCellAndEnterDoesWhatTheMouseDoesThere) {
     const QAccessibleInterface* cell = reader->focusChild();
     return cell == nullptr ? QString() : cell->text(QAccessible::Name);
   };
-  const auto enter = [this] {
-    QTest::keyClick(&m_table, Qt::Key_Return);
-    return m_table.take(GV::EventRowButtonClicked).join(',');
+  const auto enter = [&table = m_table] {
+    QTest::keyClick(&table, Qt::Key_Return);
+    return table.take(GV::EventRowButtonClicked).join(',');
   };
   EXPECT_EQ(enter(), "");
   EXPECT_TRUE(m_table.isExpanded("r1"));
