@@ -72,10 +72,11 @@ void CBaseHighPerformanceTable::makeCellCurrent(int column, int button) {
 
 void CBaseHighPerformanceTable::scrollToColumn(int row, int column) {
   const QRect cell = cellRect(row, column);
-  const int over = std::min(cell.right() - viewport()->width() + 1, cell.left());
-  if (cell.left() < 0 || over > 0) {
-    horizontalScrollBar()->setValue(horizontalScrollBar()->value() + (cell.left() < 0 ? cell.left() : over));
-  }
+  // It must not end up below the frozen column.
+  const int before = cell.left() - (column == m_pHeader->frozenSection() ? 0 : frozenWidth());
+  const int over = std::min(cell.right() - viewport()->width() + 1, before);
+  if (before >= 0 && over <= 0) return;
+  horizontalScrollBar()->setValue(horizontalScrollBar()->value() + (before < 0 ? before : over));
 }
 
 /// To a screen reader: the cell or button that has the focus now.
@@ -96,8 +97,13 @@ void CBaseHighPerformanceTable::paintCurrentCell(QPainter& painter, int row) con
   const QRect button = buttons == nullptr ? QRect() : buttons->buttonRect(m_strCurrentKey, currentButton(), cell);
   QPen pen(*m_colors->focus);
   pen.setWidth(CUiResource::scaled(2));
+  painter.save();
+  if (column != m_pHeader->frozenSection()) {
+    painter.setClipRect(viewport()->rect().adjusted(frozenWidth(), 0, 0, 0), Qt::IntersectClip);
+  }
   painter.setPen(pen);
   painter.drawRect(button.isEmpty() ? cell.adjusted(1, 1, -2, -2) : button.adjusted(-1, -1, 0, 0));
+  painter.restore();
 }
 
 }  // namespace GV

@@ -1,5 +1,6 @@
 #include "CAccountsBox.h"
 
+#include <QAbstractItemView>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -192,6 +193,9 @@ QWidget* CAccountsBox::createDeal() {
   row->setContentsMargins(0, 0, 0, 0);
   GV::setScaledSpacing(*row, 6);
   for (const SByText& each : BY) m_pBy->addItem(QString::fromUtf8(each.m_pText), static_cast<int>(each.m_by));
+  m_pBy->setAccessibleName(QStringLiteral("分配方式"));
+  m_pSaved->setAccessibleName(QStringLiteral("已存的分配"));
+  m_pSaved->view()->setAccessibleName(QStringLiteral("已存的分配"));
   m_pSaved->setPlaceholderText(QStringLiteral("已存的分配"));
   m_pSaved->addItems(m_store.dealNames());
   m_pSaved->setCurrentIndex(-1);

@@ -167,7 +167,7 @@ QString CLineModel::toolTip(int row, int column) const {
 
 QColor CLineModel::textColour(int row, int column) const {
   const bool checked = line(row).m_line.m_bChecked;
-  if (!checked) return *CUiResource::getColor(QStringLiteral("clr_text_disabled"));
+  if (!checked) return *CUiResource::getColor(QStringLiteral("clr_text_title"));
   if (column == LineVerdict && hasLevel(findings(row), draft::ELevel::Error)) {
     return *CUiResource::getColor(QStringLiteral("clr_text_warning"));
   }

@@ -85,7 +85,7 @@ QVariant CSheetModel::data(const QModelIndex& index, int role) const {
   const bool isHeader = index.row() == m_draft.state().m_layout.m_nHeader;
   if (role == Qt::ForegroundRole) {
     const bool quiet = isHeader || reason != m_reasons.end();
-    return quiet ? QVariant(*CUiResource::getColor(QStringLiteral("clr_text_disabled"))) : QVariant();
+    return quiet ? QVariant(*CUiResource::getColor(QStringLiteral("clr_text_title"))) : QVariant();
   }
   if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
   if (index.column() == cellCount()) {
@@ -131,6 +131,8 @@ CSourceView::CSourceView(CDraft& draft, CDraftStore& store, QWidget* parent)
   top->addWidget(m_pNote, 1);
   m_pSheets->setAccessibleName(QStringLiteral("工作表"));
   m_pSaved->setAccessibleName(QStringLiteral("已存的列方案"));
+  m_pSaved->view()->setAccessibleName(QStringLiteral("已存的列方案"));
+  m_pSheets->view()->setAccessibleName(QStringLiteral("工作表"));
   m_pSaved->setPlaceholderText(QStringLiteral("已存的列方案"));
   m_pSaved->addItems(store.layoutNames());
   m_pSaved->setCurrentIndex(-1);

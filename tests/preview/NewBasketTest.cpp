@@ -2,6 +2,7 @@
 
 #include "CLineModel.h"
 #include "CSourceView.h"
+#include "Names.h"
 #include "PreviewRig.h"
 
 namespace {
@@ -13,6 +14,7 @@ constexpr auto MIXED = "代码,名称,方向,数量\n600000,浦发银行,买入,
 
 TEST(NewBasket, AWrongLineIsJudgedWithEachKeyAndHoldsTheBasketBack) {
   CPreviewRig rig;
+  EXPECT_EQ(test::nameless(*rig.m_pWindow), "");
   rig.paste(MIXED);
   ASSERT_EQ(rig.draft().state().m_lines.size(), 3U);
   EXPECT_EQ(rig.draft().leftOut().size(), 1U);

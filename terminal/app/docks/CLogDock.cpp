@@ -37,6 +37,8 @@ CLogDock::CLogDock(QWidget* parent)
       m_pText(new QPlainTextEdit(this)) {
   setObjectName(QStringLiteral("logDock"));
   m_pText->setReadOnly(true);
+  m_pText->setAccessibleName(windowTitle());
+  m_pLevel->setAccessibleName(QStringLiteral("级别"));
   m_pText->setMaximumBlockCount(MAX_LINES);
   m_pText->setLineWrapMode(QPlainTextEdit::NoWrap);
   m_pText->setFrameShape(QFrame::NoFrame);

@@ -71,7 +71,7 @@ class COverviewDock::CCanvas : public QWidget, public GV::CUiResourceChangeHandl
 
   void paintNothing(QPainter& painter) const {
     const int margin = CUiResource::scaled(MARGIN);
-    painter.setPen(*CUiResource::getColor(QStringLiteral("clr_text_disabled")));
+    painter.setPen(*CUiResource::getColor(QStringLiteral("clr_text_title")));
     painter.drawText(rect().adjusted(margin, margin, -margin, -margin),
                      static_cast<int>(Qt::AlignTop) | Qt::AlignHCenter | Qt::TextWordWrap, m_strTitle);
   }

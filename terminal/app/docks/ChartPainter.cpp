@@ -127,7 +127,7 @@ void paintRange(QPainter& painter, const SScale& scale) {
 void paintEnds(QPainter& painter, const SScale& scale) {
   const QRect area = scale.m_area.adjusted(CUiResource::scaled(3), 0, 0, 0);
   if (area.height() < painter.fontMetrics().height() * 2) return;
-  painter.setPen(colour("clr_text_disabled"));
+  painter.setPen(colour("clr_text_title"));
   painter.drawText(area, static_cast<int>(Qt::AlignLeft) | Qt::AlignTop, shortNumber(scale.m_range.m_dHigh));
   painter.drawText(area, static_cast<int>(Qt::AlignLeft) | Qt::AlignBottom, shortNumber(scale.m_range.m_dLow));
 }

@@ -124,7 +124,7 @@ void CRowsTable::paintEvent(QPaintEvent* event) {
   CBaseHighPerformanceTable::paintEvent(event);
   if (rowCount() > 0 || m_strEmpty.isEmpty()) return;
   QPainter painter(viewport());
-  painter.setPen(*GV::CUiResource::getColor(QStringLiteral("clr_text_disabled")));
+  painter.setPen(*GV::CUiResource::getColor(QStringLiteral("clr_text_title")));
   painter.setFont(GV::CUiResource::getFont(QStringLiteral("fnt_default_normal")));
   const int margin = GV::CUiResource::scaled(8);
   painter.drawText(viewport()->rect().adjusted(margin, margin, -margin, -margin),
