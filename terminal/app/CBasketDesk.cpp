@@ -1,6 +1,7 @@
 #include "CBasketDesk.h"
 
 #include <QDropEvent>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QUrl>
 #include <algorithm>
@@ -25,7 +26,9 @@ CBasketDesk::CBasketDesk(QMainWindow& window, std::unique_ptr<CDraftHost> host, 
       m_pNewBasket(new QAction(QStringLiteral("新建篮子…"), this)) {
   m_pNewBasket->setShortcut(QKeySequence::New);
   connect(m_pNewBasket, &QAction::triggered, this, [this] { openWindow(); });
-  m_window.addAction(m_pNewBasket);
+  auto* menu = new QMenu(QStringLiteral("篮子(&B)"), &m_window);
+  menu->addAction(m_pNewBasket);
+  m_window.menuBar()->insertMenu(m_window.menuBar()->actions().value(0), menu);
   m_window.setAcceptDrops(true);
   m_window.installEventFilter(this);
 }

@@ -24,8 +24,6 @@ class CBasketDesk : public QObject {
   /// Closes the windows; their drafts are kept.
   ~CBasketDesk() override;
 
-  /// For menus.
-  QAction* newBasketAction() { return m_pNewBasket; }
   /// Drafts that were neither sent nor thrown away.
   int openDraftCount() const;
   /// bytes: lines as a panel offers them, or any other text.

@@ -8,6 +8,8 @@
 #include <iostream>
 #include <system_error>
 
+#include "gv/CUiResource.h"
+
 #include "CMainWindow.h"
 #include "docks/CDocks.h"
 
@@ -16,6 +18,7 @@ namespace {
 
 const char PARAM_KEY[] = "panel/param";
 const char GEOMETRY_KEY[] = "window/geometry";
+const char PALETTE_KEY[] = "window/palette";
 const char DOCKS_KEY[] = "window/docks";
 const char DOCK_PARAMS[] = "docks";  ///< a group: a text for each dock, by its name
 
@@ -64,6 +67,8 @@ std::string CStateStore::writeFault() const {
 
 QString CStateStore::panelParam() const { return m_pSettings->value(QLatin1String(PARAM_KEY)).toString(); }
 
+QString CStateStore::sidePalette() const { return m_pSettings->value(QLatin1String(PALETTE_KEY)).toString(); }
+
 void CStateStore::restoreLayout(CMainWindow& window) const {
   QMap<QString, QString> params;
   m_pSettings->beginGroup(QLatin1String(DOCK_PARAMS));
@@ -76,6 +81,7 @@ void CStateStore::restoreLayout(CMainWindow& window) const {
 
 bool CStateStore::save(const QString& panelParam, const CMainWindow& window) {
   m_pSettings->setValue(QLatin1String(PARAM_KEY), panelParam);
+  m_pSettings->setValue(QLatin1String(PALETTE_KEY), GV::CUiResource::sidePalette());
   m_pSettings->setValue(QLatin1String(GEOMETRY_KEY), window.saveGeometry());
   m_pSettings->setValue(QLatin1String(DOCKS_KEY), window.saveState());
   const QMap<QString, QString> params = window.docks().params();

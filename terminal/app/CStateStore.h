@@ -29,6 +29,8 @@ class CStateStore {
 
   /// Empty when none was kept.
   QString panelParam() const;
+  /// Of buys and sells; empty when none was kept.
+  QString sidePalette() const;
   /// The window's docks must be there. What cannot be restored stays as it is.
   void restoreLayout(CMainWindow& window) const;
   /// False, and a line on standard error, when it could not be written.

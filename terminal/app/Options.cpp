@@ -189,7 +189,7 @@ const SOptionRow OPTIONS[] = {
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
     {"config", "FILE", "keep the view in FILE (the user's own; none when headless)", LiveMode, false, setConfig},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},
-    {"palette", "red-buy|green-buy|colour-blind", "colours of buys and sells, rises and falls (red-buy)", AnyMode,
+    {"palette", "red-buy|green-buy|colour-blind", "colours of buys and sells, rises and falls (as chosen last)", AnyMode,
      false, setPalette},
     {"scale", "PERCENT", "size of all that shows, 100 to 300 (as the screen's resolution says)", AnyMode, false,
      setScale},

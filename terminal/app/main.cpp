@@ -90,6 +90,7 @@ int runLive(const app::SOptions& options, app::COutputs& outputs, TC::CreatePane
     if (!fault.empty()) return fail(fault, EXIT_NOT_WRITTEN);
   }
   if (!outputs.open()) return EXIT_NOT_WRITTEN;
+  if (state && options.m_strPalette.isEmpty()) GV::CUiResource::setSidePalette(state->sidePalette());
 
   const app::CSignalWatch signalWatch;
   app::CMainWindow window;
@@ -158,7 +159,7 @@ int main(int argc, char** argv) {
   std::setlocale(LC_NUMERIC, "C");
   translateQt(application);
   GV::CUiResource::setTheme(options.m_strTheme);
-  GV::CUiResource::setSidePalette(options.m_strPalette);
+  if (!options.m_strPalette.isEmpty()) GV::CUiResource::setSidePalette(options.m_strPalette);
   app::applyScale(options.m_nScalePercent);
   const int status = runTerminal(options);
   if (withoutDisplay && status == 0) std::cerr << "screenshot: " << options.m_strScreenshot << std::endl;

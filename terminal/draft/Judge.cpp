@@ -33,11 +33,11 @@ class CRepeats {
     if (same.m_nFirst >= 0 && same.m_nLast >= 0) {
       const int twin = same.m_nFirst == static_cast<int>(line) ? same.m_nLast : same.m_nFirst;
       findings.push_back(
-          {EFinding::Twice, ELevel::Warning, "与第 " + countText(twin + 1) + " 行证券和方向相同：可合并或保留"});
+          {EFinding::Twice, ELevel::Warning, "与第 " + numberOf(twin) + " 行证券和方向相同：可合并或保留"});
     }
     if (other.m_nFirst >= 0) {
       findings.push_back({EFinding::BothSides, ELevel::Warning,
-                          "同一证券在第 " + countText(other.m_nFirst + 1) + " 行" +
+                          "同一证券在第 " + numberOf(other.m_nFirst) + " 行" +
                               (side == ESide::Buy ? "卖出" : "买入") + "：篮子内既买又卖"});
     }
   }
@@ -47,6 +47,11 @@ class CRepeats {
     int m_nFirst = -1;
     int m_nLast = -1;  ///< another one than the first
   };
+  /// As the user sees it: that of the source, where there is one.
+  std::string numberOf(int line) const {
+    const int source = m_lines[static_cast<std::size_t>(line)].m_nSourceLine;
+    return countText(source > 0 ? source : line + 1);
+  }
   SSeen& seenOf(std::size_t line, ESide side) {
     return m_seen[static_cast<std::size_t>(m_sellable.securityOf(line))][side == ESide::Buy ? 0 : 1];
   }

@@ -5,6 +5,7 @@
 #include <QMenu>
 #include <QMenuBar>
 
+#include "SideColours.h"
 #include "docks/COrdersDock.h"
 #include "docks/COverviewDock.h"
 #include "docks/CQuotesDock.h"
@@ -49,6 +50,8 @@ CDocks::CDocks(QMainWindow& window, QDockWidget& log)
   });
   for (const SDockKind& kind : dockKinds()) add(kind, log);
   offer(log);
+  m_pMenu->addSeparator();
+  addSideColours(*m_pMenu);
 }
 
 void CDocks::add(const SDockKind& kind, QDockWidget& log) {
