@@ -83,6 +83,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
   connect(&m_clockTimer, &QTimer::timeout, this, [this] {
     measureFeed();
     warnOfLoss();
+    lookForExceptions();
     showClock();
   });
 }
@@ -128,7 +129,29 @@ void CLiveSession::feedDocks(const SInputs& inputs) {
     sources.m_suspended.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
   }
   sources.m_showRow = [this](int taskId, const QString& row) { m_pPanel->showRow(taskId, row); };
+  sources.m_fees = inputs.m_fees;
+  if (!m_options.m_bHeadless) makeExceptions(sources);
+  sources.m_pExceptions = m_pExceptions.get();
   m_window.docks().attach(sources);
+}
+
+void CLiveSession::makeExceptions(const SDockSources& sources) {
+  SExceptionSources of;
+  of.m_pDesk = &m_desk;
+  of.m_pBlotter = &m_blotter;
+  of.m_suspended = sources.m_suspended;
+  of.m_orderUse = [this] { return m_pThread->orderUse(); };
+  of.m_orderLimits = m_options.m_orderLimits;
+  of.m_feedTick = [this] { return m_bFinished ? -1 : m_pThread->now(); };
+  m_pExceptions = std::make_unique<CExceptionFinder>(std::move(of));
+  m_realClock.start();
+}
+
+/// Once a second; the dock need not be open.
+void CLiveSession::lookForExceptions() {
+  if (!m_pExceptions) return;
+  const qint64 now = m_realClock.elapsed() / 1000;
+  if (std::exchange(m_nLookedAt, now) != now) m_pExceptions->look(now);
 }
 
 void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
@@ -140,11 +163,10 @@ void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
   if (m_pOutput) m_pOutput->watch(*m_pPanel);
   m_desk.setSignalHook(
       [panel = m_pPanel](const ksservice::CTaskDetailPtr& detail) { panel->deliverTaskDetail(detail); });
-  connect(m_pPanel, &TC::ITradeDockableWidget::sigPatchCreateTask, this,
-          [this](const QString& lines) {
-            // A recording goes on without the window, as a replay does.
-            if (!m_options.m_bHeadless) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
-          });
+  connect(m_pPanel, &TC::ITradeDockableWidget::sigPatchCreateTask, this, [this](const QString& lines) {
+    // A recording goes on without the window, as a replay does.
+    if (!m_options.m_bHeadless) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
+  });
   connect(m_pPanel, &TC::ITradeDockableWidget::sigRowChosen, &m_window.docks(), &CDocks::choose);
   m_pPanel->setTradeType(EMavTraderType(m_desk.session().m_nTraderType));
   restoreState();
@@ -154,6 +176,11 @@ void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
 void CLiveSession::restoreState() {
   if (m_pState) {
     m_pState->restoreLayout(m_window);
+    if (m_pExceptions) {
+      SExceptionLimits limits;
+      limits.take(m_window.docks().params().value(QStringLiteral("exceptionsDock")));
+      m_pExceptions->setLimits(limits);
+    }
     const QString param = m_pState->panelParam();
     if (!param.isEmpty()) {
       if (m_pRecorder) m_pRecorder->recordSetParam(param);
@@ -168,8 +195,10 @@ void CLiveSession::restoreState() {
 
 /// Drafts live beside the view that is kept.
 void CLiveSession::makeBasketDesk(const SInputs& inputs) {
-  auto host = std::make_unique<CDraftHost>(m_desk, m_pSimulation->market(), *m_pThread, m_accounts, m_options, inputs.m_fees);
-  const QString folder = m_pState ? QString::fromStdString(CStateStore::draftFolderOf(m_options.m_strConfig)) : QString();
+  auto host =
+      std::make_unique<CDraftHost>(m_desk, m_pSimulation->market(), *m_pThread, m_accounts, m_options, inputs.m_fees);
+  const QString folder =
+      m_pState ? QString::fromStdString(CStateStore::draftFolderOf(m_options.m_strConfig)) : QString();
   m_pBasketDesk = std::make_unique<CBasketDesk>(m_window, std::move(host), folder);
   const int drafts = m_pBasketDesk->openDraftCount();
   if (drafts == 0) return;
@@ -238,6 +267,7 @@ void CLiveSession::showClock() {
   const std::vector<SAccountUse> use = orderUse();
   state.m_strOrderUse = orderUseText(use, m_options.m_orderLimits);
   state.m_strOrderUseTip = orderUseTip(use, m_options.m_orderLimits);
+  if (m_pExceptions) state.m_nExceptions = m_pExceptions->exceptions().count();
   m_window.showClock(state);
 }
 

@@ -17,6 +17,7 @@
 #include "OrderUse.h"
 #include "SessionSetup.h"
 #include "docks/CDocks.h"
+#include "docks/CExceptionFinder.h"
 #include "tc/PanelPlugin.h"
 
 namespace app {
@@ -50,6 +51,8 @@ class CLiveSession : public QObject {
   void openPanel(TC::CreatePanelFunction createPanel);
   void makeThread();
   void feedDocks(const SInputs& inputs);
+  void makeExceptions(const SDockSources& sources);
+  void lookForExceptions();
   void startBaskets(const SInputs& inputs);
   void restoreState();
   void makeBasketDesk(const SInputs& inputs);
@@ -75,6 +78,9 @@ class CLiveSession : public QObject {
   AccountList m_accounts;
   std::unique_ptr<CBasketDesk> m_pBasketDesk;
   TC::ITradeDockableWidget* m_pPanel = nullptr;
+  std::unique_ptr<CExceptionFinder> m_pExceptions;  ///< null without a window
+  QElapsedTimer m_realClock;
+  qint64 m_nLookedAt = -1;  ///< seconds of the real clock
   bool m_bFinished = false;
   bool m_bViewKept = true;
   bool m_bLossTold = false;

@@ -43,6 +43,7 @@ CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
   m_pRunning = addField("running", 90);
   m_pFeed = addField("feed", 110);
   m_pOrderUse = addField("orderUse", 0);
+  m_pExceptions = addField("exceptions", 0);
   statusBar()->addWidget(new QLabel(this), 1);
   slotRunningTasks(EMTT_Stock, 0);
 }
@@ -89,6 +90,8 @@ void CMainWindow::showClock(const SClockState& state) {
   m_pFeed->setText(QStringLiteral("推送 %1 条/秒").arg(state.m_dDetailsPerSecond, 0, 'f', 1));
   m_pOrderUse->setText(state.m_strOrderUse);
   m_pOrderUse->setToolTip(state.m_strOrderUseTip);
+  const int exceptions = state.m_nExceptions;
+  m_pExceptions->setText(exceptions > 0 ? QStringLiteral("异常 %1").arg(exceptions) : QString());
 }
 
 std::string CMainWindow::picture() {

@@ -27,6 +27,7 @@ struct SClockState {
   double m_dDetailsPerSecond = 0;
   QString m_strOrderUse;  ///< of the account that has sent most; empty in a replay
   QString m_strOrderUseTip;
+  int m_nExceptions = 0;  ///< that no one has taken note of
 };
 
 /// The terminal's window: the panel as a dock, the log below it, the other docks, the status bar. GUI thread only.
@@ -58,6 +59,7 @@ class CMainWindow : public QMainWindow {
   QLabel* m_pRunning;
   QLabel* m_pFeed;
   QLabel* m_pOrderUse;
+  QLabel* m_pExceptions;
 };
 
 }  // namespace app

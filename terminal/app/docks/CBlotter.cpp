@@ -9,6 +9,14 @@ namespace app {
 using ksservice::COrderInfoPtr;
 using ksservice::CTaskDetail;
 
+namespace {
+
+bool isRefused(const SBlotterOrder& order) {
+  return !order.m_bAccepted && !order.m_bCancelled && order.m_pInfo->m_nTradedVolume == 0;
+}
+
+}  // namespace
+
 CBlotter::SDetail& CBlotter::detailOf(const CTaskDetail& detail) {
   SDetail& known = m_details[detail.getKey()];
   if (known.m_pDetail) return known;
@@ -19,6 +27,10 @@ CBlotter::SDetail& CBlotter::detailOf(const CTaskDetail& detail) {
   if (!detail.m_params.empty() && detail.m_params[0].m_pAccount) {
     facts->m_strAccount = detail.m_params[0].m_pAccount->getKey();
     facts->m_strDisplayId = detail.m_params[0].m_pAccount->m_strDisplayId;
+  }
+  if (facts->m_bHedge && !detail.m_params.empty()) {
+    const ksservice::CStockInfo& stock = detail.m_params[0].m_stock;
+    m_hedgeInstruments[facts->m_nTaskId] = {stock.m_strMarket, stock.m_strCode};
   }
   if (!facts->m_bHedge) m_tasks[detail.m_pCommand->m_nCommandId] = facts->m_nTaskId;
   known.m_pDetail = std::move(facts);
@@ -77,14 +89,18 @@ void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const std::vector
       known.m_orders.push_back(static_cast<int>(m_orders.size()));
       known.m_traded.push_back(0);
       known.m_amounts.push_back(0);
-      m_orders.push_back({{known.m_pDetail, nullptr, m_nNow}});
+      m_orders.push_back({{known.m_pDetail, nullptr, m_nNow}, false, m_nNow});
     }
     const int number = known.m_orders[i];
-    SBlotterOrder& order = m_orders[static_cast<std::size_t>(number)].m_order;
+    SOrder& kept = m_orders[static_cast<std::size_t>(number)];
+    SBlotterOrder& order = kept.m_order;
     const bool changed = change != changes.end() && change->first == orders[i]->m_tag;
     if (order.m_pInfo == orders[i] && !changed) continue;
+    const bool wasOpen = !order.m_pInfo || !order.m_pInfo->m_bCompleted;
     order.m_pInfo = orders[i];
     if (changed) takeDetail(order, (change++)->second);
+    if (orders[i]->m_nTradedVolume != known.m_traded[i]) kept.m_nMoved = m_nNow;
+    if (wasOpen && orders[i]->m_bCompleted && isRefused(order)) m_refused.push_back(number);
     noteFill(known, i, course, orders[i]);
     note(number);
   }
@@ -137,19 +153,25 @@ void CBlotter::onHedgeVolume(int taskId, int lots) {
 void CBlotter::onHedgeParam(desk::EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param) {
   if (source != desk::EHedgeSource::Stored) return;
   const std::lock_guard<std::mutex> lock(m_mutex);
-  if (const auto task = m_tasks.find(commandId); task != m_tasks.end()) setHedgeTarget(task->second, param.m_nVolume);
+  const auto task = m_tasks.find(commandId);
+  if (task == m_tasks.end()) return;
+  m_hedgeInstruments[task->second] = {param.m_strMarket, param.m_strCode};
+  setHedgeTarget(task->second, param.m_nVolume);
 }
 
 void CBlotter::onTradingDay(const std::string&) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_details.clear();
   m_courses.clear();
+  m_hedgeInstruments.clear();
   m_tasks.clear();
   m_orders.clear();
   m_fills.clear();
   m_noted.clear();
-  m_nFillsTaken = 0;
-  m_bAnew = true;
+  m_refused.clear();
+  m_old.clear();
+  m_nLookedThrough = m_nFillsTaken = 0;
+  m_bAnew = m_bTroublesAnew = true;
 }
 
 void CBlotter::follow(bool on) {
@@ -175,6 +197,72 @@ SBlotterNews CBlotter::take() {
   news.m_fills.assign(m_fills.begin() + static_cast<std::ptrdiff_t>(m_nFillsTaken), m_fills.end());
   m_nFillsTaken = m_fills.size();
   return news;
+}
+
+/// An order is looked at when it has come of age, and then each time until it is over.
+SBlotterTroubles CBlotter::troubles(int limit) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  SBlotterTroubles troubles;
+  troubles.m_bAnew = std::exchange(m_bTroublesAnew, false);
+  for (const int number : std::exchange(m_refused, {})) {
+    troubles.m_refused.push_back(m_orders[static_cast<std::size_t>(number)].m_order);
+  }
+  for (; m_nLookedThrough < m_orders.size(); ++m_nLookedThrough) {
+    if (m_orders[m_nLookedThrough].m_order.m_nSent >= limit) break;
+    m_old.push_back(static_cast<int>(m_nLookedThrough));
+  }
+  std::unordered_map<const SBlotterDetail*, std::size_t> places;
+  std::vector<int> open;
+  for (const int number : m_old) {
+    const SOrder& order = m_orders[static_cast<std::size_t>(number)];
+    if (order.m_order.m_pInfo->m_bCompleted) continue;
+    open.push_back(number);
+    if (order.m_nMoved >= limit) continue;
+    const auto [place, isNew] = places.try_emplace(order.m_order.m_pDetail.get(), troubles.m_waiting.size());
+    if (isNew) troubles.m_waiting.push_back({order.m_order});
+    ++troubles.m_waiting[place->second].m_nCount;
+  }
+  m_old.swap(open);
+  return troubles;
+}
+
+std::vector<SHedgeLots> CBlotter::hedges() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  std::vector<SHedgeLots> hedges;
+  for (const auto& [task, kept] : m_courses) {
+    const STaskCourse& course = kept.course();
+    if (course.m_nHedgeTarget == 0 && course.m_nHedged == 0) continue;
+    hedges.push_back({task, course.m_nHedgeTarget, course.m_nHedged});
+  }
+  return hedges;
+}
+
+std::pair<std::string, std::string> CBlotter::hedgeInstrument(int taskId) const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const auto found = m_hedgeInstruments.find(taskId);
+  return found == m_hedgeInstruments.end() ? std::pair<std::string, std::string>() : found->second;
+}
+
+std::int64_t CBlotter::left(int taskId, const std::string& market, const std::string& code, bool buy) const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const auto found = m_courses.find(taskId);
+  if (found == m_courses.end() || found->second.course().m_nEnd != 0) return 0;
+  const SCourseLine* line = found->second.line(market, code, buy);
+  return line ? line->m_nTarget - line->m_nTraded : 0;
+}
+
+std::map<std::string, std::int64_t> CBlotter::ordered(const std::string& detailKey, bool again) const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  std::map<std::string, std::int64_t> ordered;
+  const auto known = m_details.find(detailKey);
+  if (known == m_details.end()) return ordered;
+  for (const int number : known->second.m_orders) {
+    const ksservice::COrderInfo& info = *m_orders[static_cast<std::size_t>(number)].m_order.m_pInfo;
+    const bool buy = ksservice::DataHelper::isBuy(info.m_nOperation);
+    ordered[lineKey(info.m_strMarket, info.m_strCode, buy)] +=
+        again && info.m_bCompleted ? info.m_nTradedVolume : info.m_nVolume;
+  }
+  return ordered;
 }
 
 std::shared_ptr<const STaskCourse> CBlotter::course(int taskId) const {

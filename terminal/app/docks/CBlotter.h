@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "CDesk.h"
@@ -51,6 +52,26 @@ struct SBlotterNews {
   std::vector<SBlotterFill> m_fills;
 };
 
+/// Orders of one detail that are open without a fill for long.
+struct SWaitingOrders {
+  SBlotterOrder m_oldest;
+  int m_nCount = 0;
+};
+
+/// What does not go well of the day's orders.
+struct SBlotterTroubles {
+  bool m_bAnew = false;                   ///< what was told before is over
+  std::vector<SBlotterOrder> m_refused;   ///< since they were asked for last
+  std::vector<SWaitingOrders> m_waiting;  ///< all that wait now
+};
+
+/// Lots of a basket's futures, sold ones positive.
+struct SHedgeLots {
+  int m_nTaskId = 0;
+  int m_nTarget = 0;
+  int m_nHedged = 0;
+};
+
 /// What became of the day's orders and tasks, noted as it is published: the desk has the newest state alone, and of a
 /// server task no orders. Told on the driver's thread; everything else may be asked on any thread. A publication costs
 /// a look at a pointer for each of its orders.
@@ -71,6 +92,17 @@ class CBlotter : public desk::IDeskObserver {
   /// While it is followed, what changes is kept to be taken; from the start on that is all there is. One follower.
   void follow(bool on);
   SBlotterNews take();
+  /// limit: seconds since the epoch; an order waits that was sent, and filled last, before it. One who asks.
+  SBlotterTroubles troubles(int limit);
+  /// Of the baskets that have futures, or are to have them.
+  std::vector<SHedgeLots> hedges() const;
+  /// Market and code of what hedges a basket; empty while nothing does.
+  std::pair<std::string, std::string> hedgeInstrument(int taskId) const;
+  /// What of a line is not traded; 0 of a task that has ended.
+  std::int64_t left(int taskId, const std::string& market, const std::string& code, bool buy) const;
+  /// Of a detail's orders, by instrument and side: what has been ordered of a line for good. again: a line is ordered
+  /// anew where an order of it ends.
+  std::map<std::string, std::int64_t> ordered(const std::string& detailKey, bool again) const;
   /// How a basket went so far; null for an unknown one.
   std::shared_ptr<const STaskCourse> course(int taskId) const;
 
@@ -78,6 +110,7 @@ class CBlotter : public desk::IDeskObserver {
   struct SOrder {
     SBlotterOrder m_order;
     bool m_bNoted = false;  ///< among what is to be taken
+    int m_nMoved = 0;       ///< when it was sent, or filled last
   };
   struct SDetail {
     BlotterDetailPtr m_pDetail;
@@ -102,10 +135,15 @@ class CBlotter : public desk::IDeskObserver {
   mutable std::mutex m_mutex;  ///< guards the rest; the desk may be read under it
   std::unordered_map<std::string, SDetail> m_details;
   std::map<int, CTaskCourse> m_courses;
-  std::map<int, int> m_tasks;  ///< by the basket's command
+  std::map<int, std::pair<std::string, std::string>> m_hedgeInstruments;  ///< by task
+  std::map<int, int> m_tasks;                                             ///< by the basket's command
   std::vector<SOrder> m_orders;
   std::vector<SBlotterFill> m_fills;
   std::vector<int> m_noted;
+  std::vector<int> m_refused;        ///< and not told as troubles
+  std::vector<int> m_old;            ///< open and older than was asked for last
+  std::size_t m_nLookedThrough = 0;  ///< the orders before were old, which stand in the order of time
+  bool m_bTroublesAnew = true;
   std::size_t m_nFillsTaken = 0;
   bool m_bFollowed = false;
   bool m_bAnew = true;

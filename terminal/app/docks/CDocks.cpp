@@ -6,6 +6,8 @@
 #include <QMenuBar>
 
 #include "SideColours.h"
+#include "docks/CExceptionsDock.h"
+#include "docks/CFundsDock.h"
 #include "docks/COrdersDock.h"
 #include "docks/COverviewDock.h"
 #include "docks/CQuotesDock.h"
@@ -27,6 +29,8 @@ const std::vector<SDockKind>& dockKinds() {
   static const std::vector<SDockKind> kinds = {
       {"委托", "ordersDock", make<COrdersDock>, EDockPlace::Below, 240},
       {"行情", "quotesDock", make<CQuotesDock>, EDockPlace::Beside, 460},
+      {"资金持仓", "fundsDock", make<CFundsDock>, EDockPlace::Below, 300},
+      {"异常", "exceptionsDock", make<CExceptionsDock>, EDockPlace::Below, 240},
       {"概览", "overviewDock", make<COverviewDock>, EDockPlace::Beside, 460},
   };
   return kinds;

@@ -14,12 +14,15 @@
 #include <utility>
 #include <vector>
 
+#include "Fees.h"
 #include "docks/CBlotter.h"
 
 class QMainWindow;
 class QMenu;
 
 namespace app {
+
+class CExceptionFinder;
 
 /// Market and code.
 using InstrumentNames = std::vector<std::pair<std::string, std::string>>;
@@ -43,7 +46,9 @@ struct SDockSources {
   CBlotter* m_pBlotter = nullptr;
   /// Has the market answer soon; empty where there is no market.
   std::function<void(const InstrumentNames&, const std::shared_ptr<CMarketAnswer>&)> m_askMarket;
-  std::set<std::string> m_suspended;  ///< instruments by their key that do not trade today
+  std::set<std::string> m_suspended;          ///< instruments by their key that do not trade today
+  CExceptionFinder* m_pExceptions = nullptr;  ///< null where none are looked for
+  exchange::SFeeRates m_fees{};
   /// Shows a row of the panel, see TC::ITradeDockableWidget::showRow.
   std::function<void(int taskId, const QString& rowKey)> m_showRow;
 };

@@ -6,13 +6,10 @@
 #include "utils/Keys.h"
 
 namespace app {
-namespace {
 
 std::string lineKey(const std::string& market, const std::string& code, bool buy) {
   return utils::mavStockKey(market, code) + (buy ? '+' : '-');
 }
-
-}  // namespace
 
 double SCourseLine::costAgainst(double price) const {
   const double more = m_dAmount - price * m_arrival.m_dMultiplier * static_cast<double>(m_nTraded);
@@ -44,6 +41,11 @@ void CTaskCourse::addFill(const std::string& market, const std::string& code, bo
   m_course.m_dTradedTarget += atArrival;
   m_course.m_dCost += buy ? amount - atArrival : atArrival - amount;
   (buy ? m_course.m_dBought : m_course.m_dSold) += amount;
+}
+
+const SCourseLine* CTaskCourse::line(const std::string& market, const std::string& code, bool buy) const {
+  const auto known = m_lines.find(lineKey(market, code, buy));
+  return known == m_lines.end() ? nullptr : &m_course.m_lines[known->second];
 }
 
 void CTaskCourse::setEnded(const std::string& detailKey, int end) {

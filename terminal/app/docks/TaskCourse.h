@@ -57,6 +57,9 @@ struct STaskCourse {
   std::vector<SCourseSample> m_samples;  ///< in the order of time
 };
 
+/// Of an instrument on one side.
+std::string lineKey(const std::string& market, const std::string& code, bool buy);
+
 /// Keeps a course. Not thread-safe.
 class CTaskCourse {
  public:
@@ -73,6 +76,8 @@ class CTaskCourse {
   void setEnded(const std::string& detailKey, int end);
   /// Once a second at most; between two the last one moves.
   void sample(int now);
+  /// Null for an unknown one.
+  const SCourseLine* line(const std::string& market, const std::string& code, bool buy) const;
   const STaskCourse& course() const { return m_course; }
 
  private:

@@ -1,0 +1,166 @@
+// What a trader is told to look at, and what open baskets need, from what is published.
+#include <gtest/gtest.h>
+
+#include "TaskDetails.h"
+#include "TestHost.h"
+#include "docks/BasketNeeds.h"
+#include "docks/CExceptionFinder.h"
+
+namespace app {
+namespace {
+
+using ksservice::COrderInfoPtr;
+
+struct SOrderFacts {
+  int m_nTraded = 0;
+  bool m_bOver = false;
+  const char* m_pMessage = "";
+  bool m_bAccepted = false;
+};
+
+class Exceptions : public testing::Test {
+ protected:
+  Exceptions() {
+    m_host.desk().addObserver(&m_blotter);
+    m_host.desk().setNow(NOON);
+  }
+  ~Exceptions() override { m_host.desk().removeObserver(&m_blotter); }
+
+  static COrderInfoPtr makeOrder(const std::string& key, const SOrderFacts& facts) {
+    auto order = boost::make_shared<ksservice::COrderInfo>();
+    order->m_strKey = key;
+    order->m_tag = ksservice::CMavOrderTag(key);
+    order->m_strMarket = "SH";
+    order->m_strCode = "600001";
+    order->m_nOperation = ksservice::EOT_Buy;
+    order->m_nVolume = 100;
+    order->m_nTradedVolume = facts.m_nTraded;
+    order->m_bCompleted = facts.m_bOver;
+    order->m_strMessage = facts.m_pMessage;
+    return order;
+  }
+
+  /// The task's only sub-task, a line of 1000 at 10, with one order for each of facts.
+  void publish(int task, const std::vector<SOrderFacts>& orders, int end = ksservice::UNSET_INT) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(task, 1);
+    test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 1000, 10);
+    detail->m_nEndTime = end;
+    desk::SPublication publication;
+    for (const SOrderFacts& facts : orders) {
+      const std::string key = detail->getKey() + "-" + std::to_string(detail->m_orders.size() + 1);
+      detail->m_orders.push_back(makeOrder(key, facts));
+      if (!facts.m_bAccepted) continue;
+      publication.m_orderDetails.emplace_back(detail->m_orders.back()->m_tag,
+                                              boost::make_shared<ksservice::COrderDetail>());
+    }
+    publication.m_pDetail = detail;
+    m_host.desk().publishTask(publication);
+  }
+
+  /// What there is after a look so many seconds after noon: kinds and texts, the newest first.
+  QString look(int seconds) {
+    m_host.desk().setNow(NOON + seconds);
+    m_finder.look(seconds);
+    m_finder.look(seconds);
+    m_finder.look(seconds);
+    QStringList list;
+    for (const auto& [key, each] : m_finder.exceptions().all()) {
+      list.append(exceptionKindText(each.m_eKind) + ":" + each.m_strText);
+    }
+    EXPECT_EQ(m_finder.exceptions().count(), list.size());
+    return list.join("|");
+  }
+  void putAllAway() {
+    for (const auto& [key, each] : m_finder.exceptions().all()) m_finder.exceptions().putAway(key);
+  }
+
+  static constexpr qint64 NOON = 1795406400;
+  static constexpr int MINUTE = 60;
+  test::CTestHost m_host;
+  CBlotter m_blotter{m_host.desk()};
+  std::vector<engine::SOrderUse> m_use;
+  std::int64_t m_nTick = 0;
+  CExceptionFinder m_finder{{&m_host.desk(),
+                             &m_blotter,
+                             {},
+                             [this] { return m_use; },
+                             {280, 1000},
+                             [this] { return ++m_nTick > 1000 ? 1000 : m_nTick; }}};
+};
+
+TEST_F(Exceptions, RefusalsStandTogetherByTheirReasonAndComeBackWithEachMore) {
+  const SOrderFacts poor{0, true, "可用资金不足：需 1，可用 0"};
+  publish(1, {poor, poor, {0, true, "停牌"}});
+  EXPECT_EQ(look(1).count("|"), 1) << "two reasons";
+  EXPECT_TRUE(look(1).contains("可用资金不足：2 笔"));
+  const auto row = m_finder.exceptions().all()[0].second;
+  EXPECT_EQ(row.m_strRow, QStringLiteral("1-证券-A1-SH.600001买入"));
+  putAllAway();
+  EXPECT_EQ(look(2), "");
+  publish(1, {poor, poor, {0, true, "停牌"}, {0, true, "可用资金不足：需 7，可用 0"}, {0, true, "", true}});
+  const QString more = look(3);
+  EXPECT_TRUE(more.contains("可用资金不足：3 笔") && more.contains("需 7")) << more.toStdString();
+  EXPECT_FALSE(more.contains("|")) << "the other one has not changed, and an accepted one was not refused";
+  m_blotter.onTradingDay("20261124");
+  EXPECT_EQ(look(4), "");
+}
+
+TEST_F(Exceptions, AnOrderWaitsUntilItFillsOrEnds) {
+  publish(1, {{0, false, "", true}, {0, false, "", true}});
+  EXPECT_EQ(look(5 * MINUTE), "");
+  EXPECT_TRUE(look(5 * MINUTE + 1).contains("2 笔委托超过 5 分钟"));
+  publish(1, {{40, false, "", true}, {0, false, "", true}});
+  EXPECT_TRUE(look(6 * MINUTE).contains("1 笔委托")) << "a fill begins its time anew";
+  putAllAway();
+  EXPECT_EQ(look(7 * MINUTE), "");
+  EXPECT_TRUE(look(11 * MINUTE).contains("2 笔委托")) << "it has changed";
+  publish(1, {{100, true, "", true}, {100, true, "", true}});
+  EXPECT_EQ(look(12 * MINUTE), "");
+}
+
+TEST_F(Exceptions, LockedLinesHedgesRatesAndTheFeedAreToldWhileTheyLast) {
+  publish(1, {});
+  TC::CQuote locked;
+  locked.m_dLast = locked.m_dBid = locked.m_dLimitUp = 11;
+  locked.m_dLimitDown = 9;
+  m_host.desk().setQuote("SH", "600001", locked);
+  EXPECT_EQ(look(1), QStringLiteral("涨跌停:封死涨停，买入 还剩 1000"));
+  locked.m_dAsk = 11;
+  m_host.desk().setQuote("SH", "600001", locked);
+  EXPECT_EQ(look(2), "") << "somebody sells";
+
+  ksservice::CBasketHedgeParam hedge;
+  hedge.m_strMarket = "SH";
+  hedge.m_strCode = "600001";
+  hedge.m_nVolume = 300000;
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  EXPECT_TRUE(look(3).contains("相差约 330 万元"));
+  SExceptionLimits limits;
+  limits.take("5*4000000*20");
+  m_finder.setLimits(limits);
+  EXPECT_EQ(look(4), "");
+
+  m_use = {{"A1", 280, 500, 0}, {"A2", 1, 1002, 2}};
+  const QString rates = look(5);
+  EXPECT_TRUE(rates.contains("每秒 280 笔") && rates.contains("不再委托，撤单照常，其中超出上限的撤单 2 笔"));
+  m_use.clear();
+  m_nTick = 1000;
+  EXPECT_EQ(look(30), "");
+  EXPECT_EQ(look(50), "");
+  EXPECT_EQ(look(51), QStringLiteral("行情停滞:行情推送已停滞 21 秒，价格可能不是最新"));
+}
+
+TEST_F(Exceptions, WhatOrdersHaveFrozenABasketNeedsNoMore) {
+  CBasketNeeds needs;
+  const auto need = [&] { return needs.of(m_host.desk(), m_blotter, {})["A1"]; };
+  publish(1, {});
+  publish(2, {});
+  EXPECT_NEAR(need().m_dBuys, 2 * (10000 + 5 + 0.1), 1e-6);
+  publish(1, {{0, false, "", true}, {100, true, "", true}});
+  publish(2, {}, NOON);
+  EXPECT_NEAR(need().m_dBuys, 8000 + 5 + 0.08, 1e-6);
+  EXPECT_EQ(need().m_dSells, 0);
+}
+
+}  // namespace
+}  // namespace app
