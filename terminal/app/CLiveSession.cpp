@@ -65,9 +65,12 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
       m_pRecorder(record ? std::make_unique<journal::CRecorder>(m_desk, *record) : nullptr),
       m_pOutput(out ? std::make_unique<journal::COutput>(*out) : nullptr),
       m_panelServices(window, m_pRecorder.get(), m_pOutput.get(), options.m_bHeadless),
-      m_blotter(m_desk, [this](const std::string& market, const std::string& code, exchange::SQuote& quote) {
-        return quoteOf(m_pSimulation->market(), market, code, quote);
-      }) {
+      m_blotter(
+          m_desk,
+          [this](const std::string& market, const std::string& code, exchange::SQuote& quote) {
+            return quoteOf(m_pSimulation->market(), market, code, quote);
+          },
+          inputs.m_fees) {
   if (m_pOutput) m_desk.addObserver(m_pOutput.get());
   m_pLog = std::make_unique<CDeskLog>(window.log(), [this] { return m_pThread ? m_pThread->now() : 0; });
   m_desk.addObserver(m_pLog.get());

@@ -132,6 +132,9 @@ TEST_F(Docks, TheBlotterTellsWhatIsNewAndKeepsTheOrdersOfAServerToo) {
   publish(1, 2, {makeOrder("1-2-1", "600001")});
   EXPECT_TRUE(m_blotter.take().m_orders.empty()) << "nobody follows";
   EXPECT_EQ(m_blotter.course(2)->m_dBought, 1000);
+  // The least commission once for each order that traded, and the transfer fee.
+  EXPECT_DOUBLE_EQ(m_blotter.course(2)->m_dFees, 5.01);
+  EXPECT_NEAR(m_blotter.course(1)->m_dFees, 5.01, 1e-9) << "in two fills";
   m_blotter.onTradingDay("20261124");
   m_blotter.follow(true);
   EXPECT_TRUE(m_blotter.take().m_orders.empty());

@@ -121,10 +121,15 @@ void CBlotter::takeDetail(SBlotterOrder& order, const ksservice::COrderDetailPtr
 
 void CBlotter::noteFill(SDetail& known, std::size_t index, CTaskCourse& course, const COrderInfoPtr& info) {
   const int quantity = info->m_nTradedVolume - std::exchange(known.m_traded[index], info->m_nTradedVolume);
-  const double amount = info->m_dTradedAmount - std::exchange(known.m_amounts[index], info->m_dTradedAmount);
+  const double before = std::exchange(known.m_amounts[index], info->m_dTradedAmount);
+  const double amount = info->m_dTradedAmount - before;
   if (quantity == 0) return;
   m_fills.push_back({known.m_pDetail, info, m_nNow, quantity, amount});
   const bool buy = ksservice::DataHelper::isBuy(info->m_nOperation);
+  const exchange::EKind kind = exchange::kindOf(info->m_strMarket);
+  // Of the whole order: the least commission is paid once.
+  course.addFees(exchange::feesOf(m_fees, kind, buy, info->m_dTradedAmount) -
+                 exchange::feesOf(m_fees, kind, buy, before));
   if (known.m_pDetail->m_bHedge) {
     course.addHedged(buy ? -quantity : quantity);
   } else {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "CDesk.h"
+#include "Fees.h"
 #include "IDeskObserver.h"
 #include "IMarket.h"
 #include "docks/TaskCourse.h"
@@ -80,8 +81,10 @@ class CBlotter : public desk::IDeskObserver {
   /// What the market shows of an instrument; false for an unknown one. On the driver's thread.
   using MarketQuote = std::function<bool(const std::string& market, const std::string& code, exchange::SQuote& quote)>;
 
-  /// The desk must outlive the blotter. market may be empty: then a task's course has no market in it.
-  explicit CBlotter(const desk::CDesk& desk, MarketQuote market = {}) : m_desk(desk), m_market(std::move(market)) {}
+  /// The desk must outlive the blotter. market may be empty: then a task's course has no market in it. fees: what all
+  /// accounts pay.
+  explicit CBlotter(const desk::CDesk& desk, MarketQuote market = {}, const exchange::SFeeRates& fees = {})
+      : m_desk(desk), m_market(std::move(market)), m_fees(fees) {}
 
   void onTask(const desk::SPublication& publication) override;
   void onHedgeVolume(int taskId, int lots) override;
@@ -131,6 +134,7 @@ class CBlotter : public desk::IDeskObserver {
 
   const desk::CDesk& m_desk;
   MarketQuote m_market;
+  exchange::SFeeRates m_fees;
 
   mutable std::mutex m_mutex;  ///< guards the rest; the desk may be read under it
   std::unordered_map<std::string, SDetail> m_details;

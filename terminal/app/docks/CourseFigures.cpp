@@ -134,6 +134,8 @@ std::vector<SCourseFigure> courseFigures(const STaskCourse& course, const SCours
       {QStringLiteral("均价滑点"), market ? costText(market->first, market->second) : QStringLiteral("--")},
       {QStringLiteral("买入"), shortNumber(course.m_dBought)},
       {QStringLiteral("卖出"), shortNumber(course.m_dSold)},
+      {QStringLiteral("买入减卖出"), shortNumber(course.m_dBought - course.m_dSold)},
+      {QStringLiteral("费用"), QString::number(course.m_dFees, 'f', 2)},
       {QStringLiteral("开始"), clock(course.m_nStart)},
       {course.m_nEnd != 0 ? QStringLiteral("结束") : QStringLiteral("预计结束"), clock(expectedEnd(course, moment))},
   };

@@ -50,6 +50,7 @@ struct STaskCourse {
   double m_dBought = 0;
   double m_dSold = 0;
   double m_dCost = 0;          ///< against the arrival prices
+  double m_dFees = 0;
   double m_dTradedTarget = 0;  ///< what was traded, at the arrival prices
   int m_nHedgeTarget = 0;
   int m_nHedged = 0;
@@ -70,6 +71,7 @@ class CTaskCourse {
   void start(int now, const std::string& algoParams);
   void addLine(const std::string& market, const std::string& code, bool buy, const SArrival& arrival, int target);
   void addFill(const std::string& market, const std::string& code, bool buy, int quantity, double amount);
+  void addFees(double fees) { m_course.m_dFees += fees; }
   void addHedged(int lots) { m_course.m_nHedged += lots; }
   void setHedgeTarget(int lots) { m_course.m_nHedgeTarget = lots; }
   /// end: of one of its details, ksservice::UNSET_INT while it runs.
