@@ -183,7 +183,7 @@ TEST_F(Docks, ADockIsMadeAndFedOnlyWhenItShows) {
   EXPECT_EQ(table->rowCount(), 1);
   EXPECT_EQ(m_nAsked, 1);
   m_window.docks().choose(1, QString());
-  EXPECT_EQ(texts(*table, 2), "11.000");
+  EXPECT_EQ(texts(*table, 2), "11.00");
   EXPECT_EQ(texts(*table, 3), "10.00%");
   EXPECT_EQ(texts(*table, 9), "3.00%") << "our share";
   m_window.docks().choose(5, QString());

@@ -45,6 +45,7 @@ const std::vector<SRowColumn<Row>>& exceptionColumns() {
 
 QSpinBox* makeLimit(QWidget* bar, int most, const QString& prefix, const QString& suffix, int value) {
   auto* box = new QSpinBox(bar);
+  box->setButtonSymbols(QAbstractSpinBox::NoButtons);
   box->setRange(1, most);
   box->setPrefix(prefix);
   box->setSuffix(suffix);

@@ -76,7 +76,7 @@ const std::vector<SRowColumn<SPositionRow>>& positionColumns() {
       {"成本", RIGHT, 108, [](const Row& row) { return money(row.m_position.m_dCost); },
        [](const Row& row) { return row.m_position.m_dCost; }},
       {"最新", RIGHT, 72,
-       [](const Row& row) { return row.m_dLast > 0 ? QString::number(row.m_dLast, 'f', 3) : QStringLiteral("--"); },
+       [](const Row& row) { return priceText(row.m_dLast, row.m_position.m_strMarket); },
        [](const Row& row) { return row.m_dLast; }},
       {"盈亏", RIGHT, 100, [](const Row& row) { return row.m_dLast > 0 ? money(row.result()) : QStringLiteral("--"); },
        [](const Row& row) { return row.result(); }, [](const Row& row) { return resultColour(row.result()); }},
@@ -124,6 +124,7 @@ CFundsDock::CFundsDock(QWidget* parent)
     splitter->addWidget(table);
   }
   splitter->setStretchFactor(1, 1);
+  splitter->setSizes({1, 2});
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(0);

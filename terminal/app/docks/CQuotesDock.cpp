@@ -16,8 +16,6 @@ using Row = SQuoteRow;
 constexpr int LEFT = GV::AlignLeft;
 constexpr int RIGHT = GV::AlignRight;
 
-QString price(double value) { return value > 0 ? QString::number(value, 'f', 3) : QStringLiteral("--"); }
-
 QString percent(double part) { return QStringLiteral("%1%").arg(part * 100, 0, 'f', 2); }
 
 const QColor* changeColour(const Row& row) {
@@ -37,14 +35,14 @@ const std::vector<SRowColumn<Row>>& quoteColumns() {
   static const std::vector<SRowColumn<Row>> columns = {
       {"证券", LEFT, 68, [](const Row& row) { return QString::fromStdString(row.m_strCode); }},
       {"名称", LEFT, 80, [](const Row& row) { return row.m_strName; }},
-      {"最新", RIGHT, 72, [](const Row& row) { return price(row.m_quote.m_dLast); },
+      {"最新", RIGHT, 72, [](const Row& row) { return priceText(row.m_quote.m_dLast, row.m_strMarket); },
        [](const Row& row) { return row.m_quote.m_dLast; }, changeColour},
       {"涨跌幅", RIGHT, 64, [](const Row& row) { return row.m_bKnown ? percent(row.change()) : QStringLiteral("--"); },
        [](const Row& row) { return row.change(); }, changeColour},
       {"状态", LEFT, 48, stateText},
-      {"涨停价", RIGHT, 72, [](const Row& row) { return price(row.m_quote.m_dLimitUp); },
+      {"涨停价", RIGHT, 72, [](const Row& row) { return priceText(row.m_quote.m_dLimitUp, row.m_strMarket); },
        [](const Row& row) { return row.m_quote.m_dLimitUp; }},
-      {"跌停价", RIGHT, 72, [](const Row& row) { return price(row.m_quote.m_dLimitDown); },
+      {"跌停价", RIGHT, 72, [](const Row& row) { return priceText(row.m_quote.m_dLimitDown, row.m_strMarket); },
        [](const Row& row) { return row.m_quote.m_dLimitDown; }},
       {"成交量", RIGHT, 92, [](const Row& row) { return QString::number(row.m_quote.m_nVolume); },
        [](const Row& row) { return double(row.m_quote.m_nVolume); }},

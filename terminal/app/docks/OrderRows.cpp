@@ -102,12 +102,17 @@ QString orderStateText(EOrderState state) {
   return texts[static_cast<int>(state)];
 }
 
+QString priceText(double price, const std::string& market) {
+  const int digits = exchange::kindOf(market) == exchange::EKind::IndexFuture ? 1 : 2;
+  return price > 0 ? number(price, digits) : QStringLiteral("--");
+}
+
 const std::vector<SRowColumn<SOrderRow>>& orderColumns() {
   using Row = SOrderRow;
   static const std::vector<SRowColumn<Row>> columns = [] {
     std::vector<SRowColumn<Row>> list = commonColumns<Row>();
     const std::vector<SRowColumn<Row>> own = {
-        {"委托价", RIGHT, 72, [](const Row& row) { return number(infoOf(row).m_dPrice, 3); },
+        {"委托价", RIGHT, 72, [](const Row& row) { return priceText(infoOf(row).m_dPrice, infoOf(row).m_strMarket); },
          [](const Row& row) { return infoOf(row).m_dPrice; }},
         {"委托数量", RIGHT, 76, [](const Row& row) { return QString::number(infoOf(row).m_nVolume); },
          [](const Row& row) { return double(infoOf(row).m_nVolume); }},

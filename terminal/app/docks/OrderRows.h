@@ -28,6 +28,8 @@ const std::vector<SRowColumn<SOrderRow>>& orderColumns();
 const std::vector<SRowColumn<SFillRow>>& fillColumns();
 /// Whether a text stands in the code or the name of an order's instrument.
 bool namesInstrument(const ksservice::COrderInfo& order, const QString& text);
+/// A price in the steps of its market, "--" for none.
+QString priceText(double price, const std::string& market);
 /// Red for what buys, green for what sells.
 const QColor* sideColour(int operation);
 
