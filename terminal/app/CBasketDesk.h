@@ -13,8 +13,8 @@ class CNewBasketWindow;
 
 namespace app {
 
-/// Opens the windows of new baskets in a live session: by "新建篮子" (Ctrl+N), by a file that is dropped on the terminal's
-/// window, by lines that a panel offers. GUI thread.
+/// Opens the windows of new baskets in a live session: by "新建篮子" (Ctrl+N), by a file that is dropped on the
+/// terminal's window, by lines that a panel offers. GUI thread.
 class CBasketDesk : public QObject {
   Q_OBJECT
 

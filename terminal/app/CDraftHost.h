@@ -8,7 +8,8 @@
 
 namespace app {
 
-/// What drafts of baskets ask of a live session. GUI thread; answers come back from the engine's thread by queued calls.
+/// What drafts of baskets ask of a live session. GUI thread; answers come back from the engine's thread by queued
+/// calls.
 class CDraftHost : public QObject, public preview::IDraftHost {
   Q_OBJECT
 

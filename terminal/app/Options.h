@@ -41,7 +41,7 @@ struct SOptions {
   std::optional<TC::EAlgorithm> m_algo;  ///< baskets run as algorithm tasks of the server; none: of the terminal
   std::string m_strConfig;               ///< file that keeps the view; empty: the user's own
   QString m_strTheme = QStringLiteral("dark");
-  QString m_strPalette;  ///< of buys and sells; empty: the one that was chosen last
+  QString m_strPalette;                ///< of buys and sells; empty: the one that was chosen last
   std::optional<int> m_nScalePercent;  ///< of the display; none: as the screen's resolution says
   int m_nStartMinute = 9 * 60 + 25;    ///< minutes since midnight of the simulated day
   std::string m_strRecord;

@@ -165,8 +165,7 @@ std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SIn
       amount += line.m_nQuantity * instrument.m_dPrevClose * instrument.m_nMultiplier;
     }
     if (options.m_hedge) {
-      basket.m_hedge =
-          makeHedge(*options.m_hedge, amount, options.m_algo.has_value(), options.m_nHedgeOrders, market);
+      basket.m_hedge = makeHedge(*options.m_hedge, amount, options.m_algo.has_value(), options.m_nHedgeOrders, market);
     }
   }
   return baskets;

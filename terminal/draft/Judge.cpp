@@ -37,8 +37,8 @@ class CRepeats {
     }
     if (other.m_nFirst >= 0) {
       findings.push_back({EFinding::BothSides, ELevel::Warning,
-                          "同一证券在第 " + numberOf(other.m_nFirst) + " 行" +
-                              (side == ESide::Buy ? "卖出" : "买入") + "：篮子内既买又卖"});
+                          "同一证券在第 " + numberOf(other.m_nFirst) + " 行" + (side == ESide::Buy ? "卖出" : "买入") +
+                              "：篮子内既买又卖"});
     }
   }
 

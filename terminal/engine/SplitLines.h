@@ -18,7 +18,7 @@ struct SOrderLine {
   bool m_bOwnPrice = false;  ///< goes out at its own price or as its price type says; else at the opposite best price
   bool m_bPricedByType = false;  ///< goes out at what its price type gives when it is sent, not at its own price
   int m_nOffsetTicks = 0;        ///< that such a price goes towards the other side, below 0: away from it
-  exchange::SRules m_rules;  ///< of the market that trades it, which the engine asks for them
+  exchange::SRules m_rules;      ///< of the market that trades it, which the engine asks for them
 
   /// Whether its orders go out without a limit.
   bool isAtMarketPrice() const;

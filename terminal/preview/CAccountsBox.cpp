@@ -19,7 +19,7 @@
 namespace preview {
 namespace {
 
-enum EColumn { AccountUsed, AccountName, AccountRatio, AccountCash, AccountAmount, AccountColumnCount };
+enum EColumn { AccountUsed, AccountName, AccountRatio, AccountCash, AccountAmount, AccountSent, AccountColumnCount };
 
 struct SAccountColumn {
   const char* m_pTitle;
@@ -28,10 +28,11 @@ struct SAccountColumn {
 };
 
 constexpr std::array<SAccountColumn, AccountColumnCount> COLUMNS{{{"", 26, GV::AlignCentre},
-                                                                  {"账户", 60, GV::AlignLeft},
+                                                                  {"账户", 56, GV::AlignLeft},
                                                                   {"比例", 46, GV::AlignRight},
-                                                                  {"可用资金", 88, GV::AlignRight},
-                                                                  {"分得金额", 88, GV::AlignRight}}};
+                                                                  {"可用资金", 84, GV::AlignRight},
+                                                                  {"分得金额", 84, GV::AlignRight},
+                                                                  {"今日报撤", 80, GV::AlignRight}}};
 
 const SAccountColumn& columnAt(int column) { return COLUMNS[static_cast<std::size_t>(column)]; }
 
@@ -46,9 +47,8 @@ struct SByText {
   const char* m_pText;
 };
 
-constexpr std::array<SByText, 3> BY{{{draft::EDealBy::Ratio, "按比例"},
-                                     {draft::EDealBy::Cash, "按可用资金"},
-                                     {draft::EDealBy::Position, "按持仓"}}};
+constexpr std::array<SByText, 3> BY{
+    {{draft::EDealBy::Ratio, "按比例"}, {draft::EDealBy::Cash, "按可用资金"}, {draft::EDealBy::Position, "按持仓"}}};
 
 }  // namespace
 
@@ -89,6 +89,8 @@ QVariant CAccountModel::data(const QModelIndex& index, int role) const {
       return amountText(account.m_dCash);
     case AccountAmount:
       return amountText(m_draft.amountOfAccount(index.row()));
+    case AccountSent:
+      return QStringLiteral("%1/%2").arg(m_draft.sentToday(account.m_strKey)).arg(m_draft.rates().m_nDayLimit);
     default:
       return {};
   }
@@ -181,8 +183,9 @@ QWidget* CAccountsBox::createSizing() {
   form->addRow(QStringLiteral("篮子倍数"), m_pMultiple);
   for (QDoubleSpinBox* each : {m_pTotal, m_pMultiple}) {
     each->setButtonSymbols(QAbstractSpinBox::NoButtons);
-    connect(each, qOverload<double>(&QDoubleSpinBox::valueChanged), this,
-            [this] { m_draft.setSizing({m_pTotal->value() * TEN_THOUSAND, m_pMultiple->value()}); });
+    connect(each, qOverload<double>(&QDoubleSpinBox::valueChanged), this, [this] {
+      m_draft.setSizing({m_pTotal->value() * TEN_THOUSAND, m_pMultiple->value()});
+    });
   }
   return box;
 }
@@ -237,7 +240,8 @@ void CAccountsBox::showState() {
   };
   show(*m_pTotal, state.m_sizing.m_dTotal / TEN_THOUSAND);
   show(*m_pMultiple, state.m_sizing.m_dMultiple);
-  const auto by = std::find_if(BY.begin(), BY.end(), [&](const SByText& each) { return each.m_by == state.m_deal.m_by; });
+  const auto by =
+      std::find_if(BY.begin(), BY.end(), [&](const SByText& each) { return each.m_by == state.m_deal.m_by; });
   m_pBy->setCurrentIndex(static_cast<int>(by - BY.begin()));
   m_pTotal->setEnabled(m_draft.hasWeights());
   const bool weighted = m_draft.hasWeights() && state.m_sizing.m_dTotal > 0;

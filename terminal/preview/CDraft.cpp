@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "Changes.h"
-#include "Sentence.h"
 #include "SentLines.h"
+#include "Sentence.h"
 #include "ksservice/Operations.h"
 #include "tc/AlgoParams.h"
 
@@ -60,7 +60,9 @@ std::vector<draft::SLine> plainLines(const std::vector<SDraftLine>& lines) {
 }
 
 int largestSheet(const basket::SSource& source) {
-  const auto smaller = [](const basket::SSheet& a, const basket::SSheet& b) { return a.m_rows.size() < b.m_rows.size(); };
+  const auto smaller = [](const basket::SSheet& a, const basket::SSheet& b) {
+    return a.m_rows.size() < b.m_rows.size();
+  };
   const auto largest = std::max_element(source.m_sheets.begin(), source.m_sheets.end(), smaller);
   return static_cast<int>(largest - source.m_sheets.begin());
 }
@@ -324,6 +326,7 @@ std::vector<double> CDraft::ratios() const {
 
 void CDraft::judgeAll() {
   m_accounts = m_host.accounts();
+  m_rates = m_host.rates();
   m_market.m_fees = m_host.fees();
   m_lines = plainLines(m_state.m_lines);
   double missed = 0;
@@ -344,6 +347,11 @@ void CDraft::judgeAll() {
 double CDraft::amountOf(int line) const {
   const auto at = static_cast<std::size_t>(line);
   return m_dealt.m_lines[at].m_nQuantity * m_market.m_facts[at].price() * m_market.m_facts[at].m_nMultiplier;
+}
+
+int CDraft::sentToday(const std::string& account) const {
+  const auto sent = m_rates.m_sentToday.find(account);
+  return sent == m_rates.m_sentToday.end() ? 0 : sent->second;
 }
 
 const std::vector<int>& CDraft::candidates(int line) const {
@@ -377,9 +385,8 @@ QString CDraft::refusal() const {
 }
 
 QString CDraft::sentence() const {
-  const SRateUse rates = m_host.rates();
   const std::string text = draft::sentence(m_lines, m_market, m_accounts, m_dealt, m_judgement,
-                                           {rates.m_nSecondLimit, rates.m_nDayLimit, rates.m_sentToday});
+                                           {m_rates.m_nSecondLimit, m_rates.m_nDayLimit, m_rates.m_sentToday});
   return QString::fromStdString(text) + tradeText(m_state.m_trade) + hedgeText(m_state.m_hedge);
 }
 

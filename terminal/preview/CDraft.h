@@ -75,6 +75,9 @@ class CDraft : public QObject {
   double amountOf(int line) const;
   /// CNY of what an account gets, bought and sold alike.
   double amountOfAccount(int account) const { return m_accountAmounts[static_cast<std::size_t>(account)]; }
+  /// What accounts may send, and have sent today.
+  const SRateUse& rates() const { return m_rates; }
+  int sentToday(const std::string& account) const;
   int securityOf(int line) const { return m_securities[static_cast<std::size_t>(line)]; }
   /// The listed securities that a line may mean whose own is not listed, the likeliest first.
   const std::vector<int>& candidates(int line) const;
@@ -114,14 +117,15 @@ class CDraft : public QObject {
   SDraftState m_state;
   basket::SSource m_source;
   std::vector<basket::SLeftOut> m_leftOut;
-  std::vector<int> m_securities;  ///< by line; -1: not listed
-  std::map<int, SPrices> m_prices;  ///< by security
+  std::vector<int> m_securities;      ///< by line; -1: not listed
+  std::map<int, SPrices> m_prices;    ///< by security
   std::vector<draft::SLine> m_lines;  ///< those of the state, as the judge takes them
   draft::SMarketView m_market;
   std::vector<draft::SAccountFacts> m_accounts;
   draft::SDeal m_dealt;
   draft::SJudgement m_judgement;
   std::vector<double> m_accountAmounts;
+  SRateUse m_rates;
   mutable std::map<std::string, std::vector<int>> m_candidates;  ///< by what was asked for: a list is searched once
   QTimer m_priceTimer;
   bool m_bAsked = false;

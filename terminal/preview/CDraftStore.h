@@ -20,9 +20,9 @@ struct SKeptDraft {
   bool m_bSent = false;
 };
 
-/// Keeps drafts and what was sent in a folder, one file each, written whole or not at all, so that a crash costs at most
-/// what was typed in the last second; and beside them what the next draft starts from. A folder that cannot be written
-/// keeps nothing. GUI thread.
+/// Keeps drafts and what was sent in a folder, one file each, written whole or not at all, so that a crash costs at
+/// most what was typed in the last second; and beside them what the next draft starts from. A folder that cannot be
+/// written keeps nothing. GUI thread.
 class CDraftStore {
  public:
   /// Of drafts and of sent baskets this many are kept, the newest.

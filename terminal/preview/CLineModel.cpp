@@ -20,18 +20,18 @@ struct SLineColumn {
 };
 
 constexpr std::array<SLineColumn, LineColumnCount> COLUMNS{{{"", 26, GV::AlignCentre, false},
-                                                           {"行号", 42, GV::AlignRight, false},
-                                                           {"市场", 40, GV::AlignLeft, false},
-                                                           {"代码", 62, GV::AlignLeft, true},
-                                                           {"名称", 78, GV::AlignLeft, false},
-                                                           {"方向", 42, GV::AlignLeft, true},
-                                                           {"数量", 80, GV::AlignRight, true},
-                                                           {"单位", 40, GV::AlignLeft, false},
-                                                           {"委托数量", 76, GV::AlignRight, false},
-                                                           {"限价", 58, GV::AlignRight, true},
-                                                           {"现价", 58, GV::AlignRight, false},
-                                                           {"金额", 84, GV::AlignRight, false},
-                                                           {"说明", 200, GV::AlignLeft, false}}};
+                                                            {"行号", 42, GV::AlignRight, false},
+                                                            {"市场", 40, GV::AlignLeft, false},
+                                                            {"代码", 62, GV::AlignLeft, true},
+                                                            {"名称", 78, GV::AlignLeft, false},
+                                                            {"方向", 42, GV::AlignLeft, true},
+                                                            {"数量", 80, GV::AlignRight, true},
+                                                            {"单位", 40, GV::AlignLeft, false},
+                                                            {"委托数量", 76, GV::AlignRight, false},
+                                                            {"限价", 58, GV::AlignRight, true},
+                                                            {"现价", 58, GV::AlignRight, false},
+                                                            {"金额", 84, GV::AlignRight, false},
+                                                            {"说明", 200, GV::AlignLeft, false}}};
 
 const SLineColumn& columnAt(int column) { return COLUMNS[static_cast<std::size_t>(column)]; }
 

@@ -140,8 +140,9 @@ void CLineView::paintEvent(QPaintEvent* event) {
   if (model()->rowCount() > 0) return;
   QPainter painter(viewport());
   painter.setPen(*GV::CUiResource::getColor(QStringLiteral("clr_text_title")));
-  const QString hint = m_pModel->rowCount() > 0 ? QStringLiteral("没有这样的行")
-                                                : QStringLiteral("打开或拖入文件，或粘贴文字（Ctrl+V）；也可以添加一行");
+  const QString hint = m_pModel->rowCount() > 0
+                           ? QStringLiteral("没有这样的行")
+                           : QStringLiteral("打开或拖入文件，或粘贴文字（Ctrl+V）；也可以添加一行");
   painter.drawText(viewport()->rect(), Qt::AlignCenter, hint);
 }
 

@@ -7,7 +7,8 @@
 
 namespace preview {
 
-/// Shows the lines that a filter lets through. A line that is corrected stays where it is until the filter is set again.
+/// Shows the lines that a filter lets through. A line that is corrected stays where it is until the filter is set
+/// again.
 class CLineFilter : public QSortFilterProxyModel {
   Q_OBJECT
 

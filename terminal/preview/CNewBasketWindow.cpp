@@ -27,7 +27,7 @@ namespace {
 
 // Pixels at scale 1.
 constexpr QSize WINDOW_SIZE(1340, 740);
-constexpr int SIDE_WIDTH = 330;
+constexpr int SIDE_WIDTH = 400;
 constexpr QSize BUTTON_SIZE(84, 26);
 constexpr int KEEP_MSEC = 1000;
 
@@ -154,9 +154,9 @@ QWidget* CNewBasketWindow::createBottom() {
 // Where the lines come from
 
 void CNewBasketWindow::chooseFile() {
-  const QString file = QFileDialog::getOpenFileName(this, QStringLiteral("打开篮子文件"),
-                                                    QFileInfo(m_draft.state().m_strFile).absolutePath(),
-                                                    QString::fromUtf8(FILE_FILTER));
+  const QString file =
+      QFileDialog::getOpenFileName(this, QStringLiteral("打开篮子文件"),
+                                   QFileInfo(m_draft.state().m_strFile).absolutePath(), QString::fromUtf8(FILE_FILTER));
   if (!file.isEmpty()) openFile(file);
 }
 

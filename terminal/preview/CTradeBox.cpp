@@ -30,7 +30,8 @@ CTradeBox::CTradeBox(CDraft& draft, const std::vector<std::string>& futures, QWi
   m_pOffset->setRange(-MOST_OFFSET, MOST_OFFSET);
   m_pOffset->setButtonSymbols(QAbstractSpinBox::NoButtons);
   m_pOffset->setSuffix(QStringLiteral(" 跳"));
-  m_pOffset->setToolTip(QStringLiteral("委托价比价格类型多让几个最小变动价位：正数更易成交，负数挂得更远；不影响市价和算法"));
+  m_pOffset->setToolTip(
+      QStringLiteral("委托价比价格类型多让几个最小变动价位：正数更易成交，负数挂得更远；不影响市价和算法"));
   auto* offset = new QFormLayout;
   offset->addRow(QStringLiteral("价格让步"), m_pOffset);
   offset->setContentsMargins(12, 0, 12, 0);
@@ -122,7 +123,8 @@ CLimitsBox::CLimitsBox(CDraft& draft, QWidget* parent) : QWidget(parent), m_draf
   addField(*form, QStringLiteral("单行金额"), {nullptr, &draft::SLimits::m_dLine, TEN_THOUSAND}, amount);
   addField(*form, QStringLiteral("单账户金额"), {nullptr, &draft::SLimits::m_dAccount, TEN_THOUSAND}, amount);
   addField(*form, QStringLiteral("整篮金额"), {nullptr, &draft::SLimits::m_dBasket, TEN_THOUSAND}, amount);
-  addField(*form, QStringLiteral("占日均量"), {nullptr, &draft::SLimits::m_dVolumeShare, PERCENT}, QStringLiteral(" %"));
+  addField(*form, QStringLiteral("占日均量"), {nullptr, &draft::SLimits::m_dVolumeShare, PERCENT},
+           QStringLiteral(" %"));
   auto* note = new QLabel(QStringLiteral("超过上限的行和篮子会被标出，0 为不限。"), this);
   note->setWordWrap(true);
   form->addRow(note);

@@ -1,5 +1,5 @@
-/// Drafts and what is kept for the next ones, as JSON. What a text does not say keeps its default; what it says wrong is
-/// left out, so that a damaged file costs what is damaged. Any thread.
+/// Drafts and what is kept for the next ones, as JSON. What a text does not say keeps its default; what it says wrong
+/// is left out, so that a damaged file costs what is damaged. Any thread.
 #pragma once
 
 #include <QJsonObject>

@@ -11,9 +11,9 @@ namespace preview {
 /// A line and what became of it since it was read.
 struct SDraftLine {
   draft::SLine m_line;
-  std::string m_strRead;      ///< as it stood in its source; empty for a line that the user added
-  bool m_bEdited = false;     ///< by hand
-  QString m_strChange;        ///< what is new of it since the source was read before; Chinese; empty: nothing
+  std::string m_strRead;   ///< as it stood in its source; empty for a line that the user added
+  bool m_bEdited = false;  ///< by hand
+  QString m_strChange;     ///< what is new of it since the source was read before; Chinese; empty: nothing
   int m_nOperation = ksservice::EOT_None;  ///< where the source said more than buy or sell
 };
 
@@ -26,8 +26,8 @@ struct SDealChoice {
 /// Everything of a draft that the user could lose.
 struct SDraftState {
   QString m_strName;
-  QString m_strFile;                 ///< from which it can be read again; empty: none
-  std::string m_strSource;           ///< the bytes of a text that was pasted; empty: none
+  QString m_strFile;        ///< from which it can be read again; empty: none
+  std::string m_strSource;  ///< the bytes of a text that was pasted; empty: none
   int m_nSheet = 0;
   basket::SLayout m_layout;
   std::vector<SDraftLine> m_lines;

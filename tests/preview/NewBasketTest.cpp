@@ -10,7 +10,8 @@ namespace {
 using preview::LineCode;
 using preview::LineQuantity;
 
-constexpr auto MIXED = "代码,名称,方向,数量\n600000,浦发银行,买入,1000\n60003,招商银行,买入,500\n000001,,卖出,200\n合计,,,1700\n";
+constexpr auto MIXED =
+    "代码,名称,方向,数量\n600000,浦发银行,买入,1000\n60003,招商银行,买入,500\n000001,,卖出,200\n合计,,,1700\n";
 
 TEST(NewBasket, AWrongLineIsJudgedWithEachKeyAndHoldsTheBasketBack) {
   CPreviewRig rig;

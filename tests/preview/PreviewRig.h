@@ -44,9 +44,8 @@ class CTestDraftHost : public preview::IDraftHost {
 
   double m_dPrice = 10;
   std::vector<preview::SSentBasket> m_sent;
-  std::vector<draft::SAccountFacts> m_accounts{{"A1", "1001", true, 1e8, {{"SZ.000001", 100000}}},
-                                               {"A2", "1002", true, 1e8, {}},
-                                               {"A3", "1003", true, 1e8, {}}};
+  std::vector<draft::SAccountFacts> m_accounts{
+      {"A1", "1001", true, 1e8, {{"SZ.000001", 100000}}}, {"A2", "1002", true, 1e8, {}}, {"A3", "1003", true, 1e8, {}}};
 
  private:
   basket::CSecurities m_securities{{{"SH", "600000", "浦发银行"},
@@ -102,9 +101,7 @@ class CPreviewRig {
     return *m_pWindow->findChild<QTableView*>();
   }
   QTableView& lines() const { return table(QStringLiteral("篮子明细")); }
-  QString cell(int row, int column) const {
-    return lines().model()->index(row, column).data().toString();
-  }
+  QString cell(int row, int column) const { return lines().model()->index(row, column).data().toString(); }
   const preview::CDraft& draft() const { return m_pWindow->draft(); }
 
   /// Types into a cell as a user does, without ending it.

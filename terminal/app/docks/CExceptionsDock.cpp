@@ -38,7 +38,7 @@ const std::vector<SRowColumn<Row>>& exceptionColumns() {
        },
        [](const Row& row) { return double(row.m_exception.m_nTaskId); }},
       {"账号/证券", LEFT, 130, [](const Row& row) { return row.m_exception.m_strWhom; }},
-      {"说明", LEFT, 520, [](const Row& row) { return row.m_exception.m_strText; }},
+      {"说明", LEFT, 640, [](const Row& row) { return row.m_exception.m_strText; }},
   };
   return columns;
 }

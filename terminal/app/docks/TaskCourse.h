@@ -49,7 +49,7 @@ struct STaskCourse {
   double m_dTarget = 0;  ///< at the arrival prices
   double m_dBought = 0;
   double m_dSold = 0;
-  double m_dCost = 0;          ///< against the arrival prices
+  double m_dCost = 0;  ///< against the arrival prices
   double m_dFees = 0;
   double m_dTradedTarget = 0;  ///< what was traded, at the arrival prices
   int m_nHedgeTarget = 0;
