@@ -19,13 +19,14 @@ struct SOrderFacts {
 };
 
 class Exceptions : public testing::Test {
- protected:
+ public:
   Exceptions() {
     m_host.desk().addObserver(&m_blotter);
     m_host.desk().setNow(NOON);
   }
   ~Exceptions() override { m_host.desk().removeObserver(&m_blotter); }
 
+ protected:
   static COrderInfoPtr makeOrder(const std::string& key, const SOrderFacts& facts) {
     auto order = boost::make_shared<ksservice::COrderInfo>();
     order->m_strKey = key;

@@ -115,7 +115,7 @@ void CExceptionFinder::learnLines() {
       if (facts->m_strAccount.empty() && param.m_pAccount) facts->m_strAccount = param.m_pAccount->getKey();
       const auto& [market, code, name] = param.m_stock;
       const auto [place, isNew] = m_places.try_emplace(utils::mavStockKey(market, code), m_instruments.size());
-      if (isNew) m_instruments.push_back({market, code, {}, m_sources.m_suspended.count(place->first) > 0});
+      if (isNew) m_instruments.push_back({market, code, {}, m_sources.m_suspended.contains(place->first)});
       m_instruments[place->second].m_lines.push_back({facts, param.m_nOperation});
     }
   }

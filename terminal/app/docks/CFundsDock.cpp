@@ -164,8 +164,8 @@ void CFundsDock::applyScope() {
     }
     if (ids.empty()) ids = all;
   }
-  m_pFunds->setFilter([ids](const SFundsRow& row) { return ids.empty() || ids.count(row.m_strDisplayId) > 0; });
-  m_pPositions->setFilter([ids](const SPositionRow& row) { return ids.empty() || ids.count(row.m_strDisplayId) > 0; });
+  m_pFunds->setFilter([ids](const SFundsRow& row) { return ids.empty() || ids.contains(row.m_strDisplayId); });
+  m_pPositions->setFilter([ids](const SPositionRow& row) { return ids.empty() || ids.contains(row.m_strDisplayId); });
 }
 
 CFundsDock::SFound CFundsDock::find() {
