@@ -112,7 +112,7 @@ QJsonObject toJson(const basket::SLayout& layout) {
 basket::SLayout layoutOf(const QJsonObject& json) {
   basket::SLayout layout;
   layout.m_nHeader = json.value(QLatin1String("header")).toInt(-1);
-  for (const QJsonValue& each : json.value(QLatin1String("columns")).toArray()) {
+  for (const auto& each : json.value(QLatin1String("columns")).toArray()) {
     const QJsonObject object = each.toObject();
     CReader reader(object);
     columnFields(reader, layout.m_columns.emplace_back());
@@ -172,7 +172,7 @@ SDraftState draftOf(const QJsonObject& json) {
   stateFields(reader, state);
   state.m_sizing.m_dMultiple = positive(state.m_sizing.m_dMultiple, 1);
   state.m_nSheet = std::max(0, state.m_nSheet);
-  for (const QJsonValue& each : json.value(QLatin1String("lines")).toArray()) {
+  for (const auto& each : json.value(QLatin1String("lines")).toArray()) {
     const QJsonObject object = each.toObject();
     CReader lineReader(object);
     lineFields(lineReader, state.m_lines.emplace_back());

@@ -74,7 +74,7 @@ class CPreviewRig {
     QCoreApplication::processEvents();
   }
 
-  void paste(const char* text) {
+  void paste(const char* text) const {
     m_pWindow->takeText(QByteArray(text), QStringLiteral("篮子"));
     QCoreApplication::processEvents();
   }

@@ -28,6 +28,13 @@ QString text(const std::string& utf8) { return QString::fromStdString(utf8); }
 
 bool isLockedAgainst(int locked, bool buy) { return buy ? locked > 0 : locked < 0; }
 
+/// What a message says beyond its reason: "，需 10.00，可用 5.00"; empty for nothing.
+QString figuresOf(const std::string& message, const std::string& reason) {
+  if (!message.starts_with(reason)) return {};
+  const QString figures = QString::fromStdString(message.substr(reason.size()));
+  return figures.startsWith(QStringLiteral("：")) ? QStringLiteral("，") + figures.mid(1) : figures;
+}
+
 }  // namespace
 
 QString SExceptionLimits::toText() const {
@@ -79,13 +86,14 @@ void CExceptionFinder::findOrders(int now) {
   for (const auto& [key, group] : m_refused) {
     const ksservice::COrderInfo& info = *group.m_newest.m_pInfo;
     const SBlotterDetail& detail = *group.m_newest.m_pDetail;
-    m_exceptions.report("refused/" + key, {EExceptionKind::Refused, detail.m_nTaskId, orderRowKey(detail, info),
-                                           text(detail.m_strDisplayId),
-                                           QStringLiteral("%1：%2 笔，最近 %3：%4")
-                                               .arg(text(group.m_strReason))
-                                               .arg(group.m_nCount)
-                                               .arg(nameOf(info.m_strMarket, info.m_strCode), text(info.m_strMessage)),
-                                           std::to_string(group.m_nCount)});
+    m_exceptions.report(
+        "refused/" + key,
+        {EExceptionKind::Refused, detail.m_nTaskId, orderRowKey(detail, info), text(detail.m_strDisplayId),
+         QStringLiteral("%1：%2 笔，最近 %3")
+             .arg(text(group.m_strReason))
+             .arg(group.m_nCount)
+             .arg(nameOf(info.m_strMarket, info.m_strCode) + figuresOf(info.m_strMessage, group.m_strReason)),
+         std::to_string(group.m_nCount)});
   }
   for (const SWaitingOrders& waiting : troubles.m_waiting) {
     const ksservice::COrderInfo& info = *waiting.m_oldest.m_pInfo;
