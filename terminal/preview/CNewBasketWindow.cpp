@@ -97,6 +97,13 @@ CNewBasketWindow::CNewBasketWindow(IDraftHost& host, CDraftStore& store, QWidget
   showState();
 }
 
+/// What shows the draft goes before it: hiding ends an edit that is open.
+CNewBasketWindow::~CNewBasketWindow() {
+  hide();
+  keep();
+  qDeleteAll(findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly));
+}
+
 QPushButton* CNewBasketWindow::addButton(QLayout& layout, const QString& text, void (CNewBasketWindow::*pressed)()) {
   auto* button = new QPushButton(text, this);
   // Enter must never send: no button takes it but the one that has the focus.

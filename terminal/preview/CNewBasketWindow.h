@@ -28,7 +28,7 @@ class CNewBasketWindow : public QDialog {
  public:
   /// Both must outlive the window, which deletes itself when it is closed.
   CNewBasketWindow(IDraftHost& host, CDraftStore& store, QWidget* parent);
-  ~CNewBasketWindow() override { keep(); }
+  ~CNewBasketWindow() override;
 
   /// Reads a file; what is wrong with it is said in the window. Slow files show how far they are.
   void openFile(const QString& file);

@@ -1,6 +1,8 @@
 // Docks over a desk, from the publication to what stands in them.
 #include <gtest/gtest.h>
 
+#include <QtTest/QTest>
+
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
@@ -49,6 +51,8 @@ class Docks : public testing::Test {
     };
     m_sources.m_showRow = [this](int task, const QString& row) { m_strShown = QString::number(task) + ":" + row; };
   }
+  /// The cross that clears a field fades in; what is gone before that is over is leaked by Qt.
+  static void letFadesEnd() { QTest::qWait(300); }
   void TearDown() override { m_host.desk().removeObserver(&m_blotter); }
 
   static COrderInfoPtr makeOrder(const std::string& key, const std::string& code, int traded = 0, bool over = false) {
@@ -237,6 +241,7 @@ TEST_F(Docks, OrdersAreFilteredCancelledAndLeadToTheirRow) {
   m_window.docks().attach({});
   EXPECT_EQ(orders.rowCount(), 0);
   m_host.desk().requests().setDriver(nullptr);
+  letFadesEnd();
 }
 
 TEST_F(Docks, TheirColumnsAreKeptWithTheWindow) {
@@ -274,6 +279,7 @@ TEST_F(Docks, TheLogIsSearchedAndLimitedToWarnings) {
   log.findChild<QComboBox*>()->setCurrentIndex(0);
   log.findChild<QLineEdit*>()->setText("E");
   EXPECT_EQ(text->toPlainText().simplified().replace(QChar::Nbsp, ' '), "00:00:00 one <b> 00:00:02 three");
+  letFadesEnd();
 }
 
 }  // namespace
