@@ -24,7 +24,32 @@ SDraftLine lineOf(const basket::SReadLine& read) {
   line.m_line.m_dPrice = read.m_dPrice.value_or(0);
   line.m_line.m_strFault = read.m_strFault;
   line.m_line.m_nSourceLine = read.m_nLine;
+  line.m_original = line.m_line;
   return line;
+}
+
+/// What the user changed of a line, on one that was read anew; the rest is as it is read now.
+void putBack(const SDraftLine& edited, SDraftLine& line) {
+  line.m_line.m_bChecked = edited.m_line.m_bChecked;
+  if (!edited.m_bEdited) return;
+  const draft::SLine& user = edited.m_line;
+  const draft::SLine& original = edited.m_original;
+  if (user.m_strMarket != original.m_strMarket || user.m_strCode != original.m_strCode) {
+    line.m_line.m_strMarket = user.m_strMarket;
+    line.m_line.m_strCode = user.m_strCode;
+    line.m_line.m_strName = user.m_strName;
+  }
+  if (user.m_side != original.m_side) {
+    line.m_line.m_side = user.m_side;
+    line.m_nOperation = ksservice::EOT_None;
+  }
+  if (user.m_dQuantity != original.m_dQuantity || user.m_measure != original.m_measure) {
+    line.m_line.m_dQuantity = user.m_dQuantity;
+    line.m_line.m_measure = user.m_measure;
+  }
+  if (user.m_dPrice != original.m_dPrice) line.m_line.m_dPrice = user.m_dPrice;
+  line.m_line.m_strFault.clear();
+  line.m_bEdited = true;
 }
 
 /// Puts back what the user made of lines of which the source still says the same.
@@ -36,9 +61,7 @@ void keepEdits(const std::vector<SDraftLine>& before, std::vector<SDraftLine>& a
   for (SDraftLine& line : after) {
     const auto kept = edited.find(line.m_strRead);
     if (kept == edited.end()) continue;
-    const int sourceLine = line.m_line.m_nSourceLine;
-    line = *kept->second;
-    line.m_line.m_nSourceLine = sourceLine;
+    putBack(*kept->second, line);
     edited.erase(kept);
   }
   // What the user added himself was never in the source.

@@ -200,6 +200,12 @@ bool CNewBasketWindow::useSource(basket::SSource source, const QString& name, bo
     showNote(QStringLiteral("没有可读入的内容"));
     return false;
   }
+  // Another source makes another draft; this one stays among those that are kept.
+  if (!again && !m_draft.state().m_lines.empty()) {
+    keep();
+    m_strId.clear();
+    m_draft.setName(QString());
+  }
   m_draft.setSource(std::move(source), nullptr, again);
   // What the user chose for such titles goes before the guess.
   if (const auto remembered = m_store.layoutFor(m_draft.state().m_layout.key())) m_draft.setLayout(*remembered);
@@ -280,15 +286,16 @@ void CNewBasketWindow::discard() {
 void CNewBasketWindow::send() {
   // An editor that is open is committed by the loss of the focus.
   m_pSend->setFocus();
-  if (!m_draft.refusal().isEmpty()) return;
+  if (!m_draft.refusal().isEmpty() || !m_pTrade->fault().isEmpty()) return;
+  // What the question tells of is what is sent, whatever the prices do meanwhile.
+  const SSentBasket basket = m_draft.toSend();
   QMessageBox box(QMessageBox::Question, QStringLiteral("发送篮子"), m_draft.sentence(), QMessageBox::NoButton, this);
   box.setTextFormat(Qt::PlainText);
   QPushButton* go = box.addButton(QStringLiteral("发送"), QMessageBox::AcceptRole);
   box.setDefaultButton(box.addButton(QStringLiteral("取消"), QMessageBox::RejectRole));
   box.exec();
-  // Prices went on meanwhile.
   if (box.clickedButton() != go || !m_draft.refusal().isEmpty()) return showState();
-  m_host.send(m_draft.toSend());
+  m_host.send(basket);
   m_bSent = true;
   if (m_strId.isEmpty()) m_strId = m_store.newId();
   m_store.save(m_strId, m_draft.state(), true);

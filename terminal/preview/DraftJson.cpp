@@ -46,17 +46,22 @@ class CReader {
 };
 
 template <class Archive, class Line>
+void plainFields(Archive& archive, Line& line) {
+  archive.flag("checked", line.m_bChecked);
+  archive.text("market", line.m_strMarket);
+  archive.text("code", line.m_strCode);
+  archive.text("name", line.m_strName);
+  archive.enumeration("side", line.m_side, draft::ESide::Sell);
+  archive.enumeration("measure", line.m_measure, basket::EMeasure::Weight);
+  archive.number("quantity", line.m_dQuantity);
+  archive.number("price", line.m_dPrice);
+  archive.text("fault", line.m_strFault);
+  archive.number("line", line.m_nSourceLine);
+}
+
+template <class Archive, class Line>
 void lineFields(Archive& archive, Line& line) {
-  archive.flag("checked", line.m_line.m_bChecked);
-  archive.text("market", line.m_line.m_strMarket);
-  archive.text("code", line.m_line.m_strCode);
-  archive.text("name", line.m_line.m_strName);
-  archive.enumeration("side", line.m_line.m_side, draft::ESide::Sell);
-  archive.enumeration("measure", line.m_line.m_measure, basket::EMeasure::Weight);
-  archive.number("quantity", line.m_line.m_dQuantity);
-  archive.number("price", line.m_line.m_dPrice);
-  archive.text("fault", line.m_line.m_strFault);
-  archive.number("line", line.m_line.m_nSourceLine);
+  plainFields(archive, line.m_line);
   archive.number("operation", line.m_nOperation);
   archive.text("read", line.m_strRead);
   archive.flag("edited", line.m_bEdited);
@@ -157,6 +162,11 @@ QJsonObject toJson(const SDraftState& state) {
   for (const SDraftLine& line : state.m_lines) {
     CWriter lineWriter;
     lineFields(lineWriter, line);
+    if (line.m_bEdited) {
+      CWriter original;
+      plainFields(original, line.m_original);
+      lineWriter.m_json[QLatin1String("original")] = original.m_json;
+    }
     lines.append(lineWriter.m_json);
   }
   writer.m_json[QLatin1String("lines")] = lines;
@@ -175,7 +185,12 @@ SDraftState draftOf(const QJsonObject& json) {
   for (const auto& each : json.value(QLatin1String("lines")).toArray()) {
     const QJsonObject object = each.toObject();
     CReader lineReader(object);
-    lineFields(lineReader, state.m_lines.emplace_back());
+    SDraftLine& line = state.m_lines.emplace_back();
+    lineFields(lineReader, line);
+    line.m_original = line.m_line;
+    const QJsonObject original = object.value(QLatin1String("original")).toObject();
+    CReader originalReader(original);
+    plainFields(originalReader, line.m_original);
   }
   state.m_layout = layoutOf(json.value(QLatin1String("layout")).toObject());
   state.m_deal = dealOf(json.value(QLatin1String("deal")).toObject());

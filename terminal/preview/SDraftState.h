@@ -11,9 +11,10 @@ namespace preview {
 /// A line and what became of it since it was read.
 struct SDraftLine {
   draft::SLine m_line;
-  std::string m_strRead;   ///< as it stood in its source; empty for a line that the user added
-  bool m_bEdited = false;  ///< by hand
-  QString m_strChange;     ///< what is new of it since the source was read before; Chinese; empty: nothing
+  draft::SLine m_original;  ///< as it was read: what the user changed of it is known by that
+  std::string m_strRead;    ///< as it stood in its source; empty for a line that the user added
+  bool m_bEdited = false;   ///< by hand
+  QString m_strChange;      ///< what is new of it since the source was read before; Chinese; empty: nothing
   int m_nOperation = ksservice::EOT_None;  ///< where the source said more than buy or sell
 };
 

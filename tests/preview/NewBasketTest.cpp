@@ -92,6 +92,28 @@ TEST(NewBasket, AFileThatIsReadAgainKeepsEditsAndMarksWhatIsNew) {
   EXPECT_FALSE(lines[2].m_strChange.isEmpty());
 }
 
+TEST(NewBasket, WhatAColumnSaysChangesLinesThatTheUserTouchedButNotWhatHeChangedOfThem) {
+  CPreviewRig rig;
+  const QString file = rig.writeFile(QStringLiteral("a.csv"), "code,side,甲,乙\n600000,B,100,700\n600036,B,200,800\n");
+  rig.m_pWindow->openFile(file);
+  auto& source = *rig.m_pWindow->findChild<preview::CSourceView*>();
+  source.setRole(2, basket::ERole::Quantity);
+  QTest::keyClick(rig.type(0, preview::LineSide, QStringLiteral("sell")), Qt::Key_Return);
+  rig.lines().model()->setData(rig.lines().model()->index(1, 0), Qt::Unchecked, Qt::CheckStateRole);
+  source.setRole(3, basket::ERole::Quantity);
+  const auto& lines = rig.draft().state().m_lines;
+  EXPECT_EQ(lines[0].m_line.m_side, draft::ESide::Sell);
+  EXPECT_EQ(lines[0].m_line.m_dQuantity, 700);
+  EXPECT_FALSE(lines[1].m_line.m_bChecked);
+  EXPECT_EQ(lines[1].m_line.m_dQuantity, 800);
+  // Another file is another draft; this one is kept.
+  rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("b.csv"), "code,side,quantity\n300750,B,100\n"));
+  rig.m_pStore->finish();
+  ASSERT_EQ(rig.m_pStore->list().size(), 1U);
+  EXPECT_EQ(rig.m_pStore->list()[0].m_nLines, 2);
+  EXPECT_EQ(rig.draft().state().m_strName, QStringLiteral("b"));
+}
+
 TEST(NewBasket, DraftsOutliveTheWindowAndWhatWasSentOpensAsANewOne) {
   CPreviewRig rig;
   rig.paste(MIXED);
