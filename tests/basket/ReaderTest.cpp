@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -133,15 +132,15 @@ TEST(BasketReader, EveryMutantIsReadOrRefusedWithItsLines) {
 }
 
 TEST(BasketReader, RefusesAtOnceWhatIsTooLarge) {
-  EXPECT_EQ(readSourceText(std::string(50'000'001, 'x')).m_strFault, "超过 50 MB");
+  std::string large;
+  large.resize(50'000'001, 'x');
+  EXPECT_EQ(readSourceText(large).m_strFault, "超过 50 MB");
   std::string lines;
   for (int i = 0; i < 200'000; ++i) lines += "600000,买入,100\n";
-  const auto from = std::chrono::steady_clock::now();
   const SSource source = readSourceText(lines);
   ASSERT_EQ(source.m_sheets.size(), 1u);
   EXPECT_EQ(readLines(source.m_sheets[0], guessLayout(source.m_sheets[0], SECURITIES), SECURITIES).m_lines.size(),
             200'000u);
-  RecordProperty("ms", static_cast<int>((std::chrono::steady_clock::now() - from) / std::chrono::milliseconds(1)));
   EXPECT_EQ(readSourceText(lines + "600000,买入,100\n").m_strFault, "超过 200000 行");
   // A directory that says one part unpacks to 500 MB and a byte.
   std::string zip = bytesOf(FOLDER / "merged-header.xlsx");
