@@ -90,9 +90,8 @@ int largestSheet(const basket::SSource& source) {
 CDraft::CDraft(IDraftHost& host, QObject* parent) : QObject(parent), m_host(host) {
   m_priceTimer.setInterval(PRICE_MSEC);
   connect(&m_priceTimer, &QTimer::timeout, this, [this] {
-    // Cash and positions move, too.
+    // The answer has everything judged anew, cash and positions, too.
     askPrices();
-    judgeAll();
   });
   m_accounts = m_host.accounts();
   if (!m_accounts.empty()) m_state.m_deal.m_ratios[m_accounts.front().m_strKey] = 1;
@@ -101,16 +100,19 @@ CDraft::CDraft(IDraftHost& host, QObject* parent) : QObject(parent), m_host(host
 
 void CDraft::restore(const SDraftState& state) {
   m_state = state;
+  // What stands there is another draft's.
+  m_source = {};
+  m_leftOut.clear();
   changed(true);
   Q_EMIT sigSourceChanged();
 }
 
-void CDraft::setSource(basket::SSource source, const basket::SLayout* layout, bool again) {
+void CDraft::setSource(basket::SSource source, bool again) {
   if (source.m_sheets.empty()) return;
   const int sheets = static_cast<int>(source.m_sheets.size());
   m_source = std::move(source);
   if (!again || m_state.m_nSheet >= sheets) m_state.m_nSheet = largestSheet(m_source);
-  m_state.m_layout = layout ? *layout : basket::guessLayout(sheet(), m_host.securities());
+  m_state.m_layout = basket::guessLayout(sheet(), m_host.securities());
   readAgain(again);
 }
 
@@ -123,6 +125,7 @@ void CDraft::readAgain(bool again) {
   if (again) {
     keepEdits(m_state.m_lines, lines);
     const draft::SChanges changes = draft::changesOf(plainLines(m_state.m_lines), plainLines(lines));
+    m_nGone = static_cast<int>(changes.m_gone.size());
     for (std::size_t i = 0; i < lines.size(); ++i) lines[i].m_strChange = QString::fromStdString(changes.m_marks[i]);
   }
   m_state.m_lines = std::move(lines);

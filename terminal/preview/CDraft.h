@@ -23,10 +23,11 @@ class CDraft : public QObject {
 
   // Where the lines come from.
 
-  /// Makes the lines those of a source. layout: as the user chose it for such titles; else it is guessed. again: it is
-  /// the same source as before: lines that the user edited stay where the source still says the same of them, and what
-  /// is new is marked.
-  void setSource(basket::SSource source, const basket::SLayout* layout, bool again);
+  /// Makes the lines those of a source, as its layout is guessed. again: it is the same source as before: what the user
+  /// changed of lines stays where the source still says the same of them, and what is new is marked.
+  void setSource(basket::SSource source, bool again);
+  /// Lines that were no more when the source was read again last.
+  int goneCount() const { return m_nGone; }
   const basket::SSource& source() const { return m_source; }
   bool hasSource() const { return !m_source.m_sheets.empty(); }
   const basket::SSheet& sheet() const { return m_source.m_sheets[static_cast<std::size_t>(m_state.m_nSheet)]; }
@@ -40,7 +41,6 @@ class CDraft : public QObject {
 
   void setName(const QString& name);
   void setFile(const QString& file) { m_state.m_strFile = file; }
-  void setText(const std::string& bytes) { m_state.m_strSource = bytes; }
 
   // What the user does to lines. Indices are those of state().m_lines.
 
@@ -117,6 +117,7 @@ class CDraft : public QObject {
   SDraftState m_state;
   basket::SSource m_source;
   std::vector<basket::SLeftOut> m_leftOut;
+  int m_nGone = 0;
   std::vector<int> m_securities;      ///< by line; -1: not listed
   std::map<int, SPrices> m_prices;    ///< by security
   std::vector<draft::SLine> m_lines;  ///< those of the state, as the judge takes them

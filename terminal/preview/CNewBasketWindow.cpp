@@ -178,6 +178,7 @@ void CNewBasketWindow::openFile(const QString& file) {
   const bool again = m_draft.state().m_strFile == file && !m_draft.state().m_lines.empty();
   if (!useSource(std::move(source), QFileInfo(file).completeBaseName(), again)) return;
   m_draft.setFile(file);
+  if (again && m_draft.goneCount() > 0) showNote(QStringLiteral("%1 行已不在文件里").arg(m_draft.goneCount()));
   showState();
 }
 
@@ -185,7 +186,7 @@ void CNewBasketWindow::takeText(const QByteArray& bytes, const QString& name) {
   const std::string text = bytes.toStdString();
   basket::SSource source = basket::readSourceText(text);
   if (m_draft.state().m_lines.empty()) {
-    if (useSource(std::move(source), name, false)) m_draft.setText(text);
+    useSource(std::move(source), name, false);
     return;
   }
   showNote(QString::fromStdString(source.m_strFault));
@@ -206,7 +207,7 @@ bool CNewBasketWindow::useSource(basket::SSource source, const QString& name, bo
     m_strId.clear();
     m_draft.setName(QString());
   }
-  m_draft.setSource(std::move(source), nullptr, again);
+  m_draft.setSource(std::move(source), again);
   // What the user chose for such titles goes before the guess.
   if (const auto remembered = m_store.layoutFor(m_draft.state().m_layout.key())) m_draft.setLayout(*remembered);
   if (m_draft.state().m_strName.isEmpty()) m_draft.setName(name);

@@ -86,7 +86,6 @@ template <class Archive, class State>
 void stateFields(Archive& archive, State& state) {
   archive.text("name", state.m_strName);
   archive.text("file", state.m_strFile);
-  archive.text("text", state.m_strSource);
   archive.number("sheet", state.m_nSheet);
   archive.number("total", state.m_sizing.m_dTotal);
   archive.number("multiple", state.m_sizing.m_dMultiple);

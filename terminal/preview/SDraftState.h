@@ -27,8 +27,7 @@ struct SDealChoice {
 /// Everything of a draft that the user could lose.
 struct SDraftState {
   QString m_strName;
-  QString m_strFile;        ///< from which it can be read again; empty: none
-  std::string m_strSource;  ///< the bytes of a text that was pasted; empty: none
+  QString m_strFile;  ///< from which it can be read again; empty: none
   int m_nSheet = 0;
   basket::SLayout m_layout;
   std::vector<SDraftLine> m_lines;

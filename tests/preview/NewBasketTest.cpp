@@ -124,13 +124,18 @@ TEST(NewBasket, DraftsOutliveTheWindowAndWhatWasSentOpensAsANewOne) {
   ASSERT_EQ(kept.size(), 1U);
   EXPECT_FALSE(kept[0].m_bSent);
   EXPECT_EQ(kept[0].m_nLines, 3);
+  // A draft that is opened is not read from what stood in the window before.
+  rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("o.csv"), "code,side,quantity\n300750,B,100\n"));
   rig.m_pWindow->openDraft(kept[0].m_strId);
+  rig.m_pWindow->findChild<preview::CSourceView*>()->setRole(2, basket::ERole::Amount);
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 3U);
   EXPECT_EQ(rig.cell(1, LineCode), QStringLiteral("600036"));
   rig.send(QStringLiteral("发送"));
   ASSERT_EQ(rig.m_host.m_sent.size(), 1U);
 
   rig.open();
   kept = rig.m_pStore->list();
+  std::erase_if(kept, [](const preview::SKeptDraft& each) { return !each.m_bSent; });
   ASSERT_EQ(kept.size(), 1U);
   EXPECT_TRUE(kept[0].m_bSent);
   rig.m_pWindow->openDraft(kept[0].m_strId);
@@ -138,7 +143,7 @@ TEST(NewBasket, DraftsOutliveTheWindowAndWhatWasSentOpensAsANewOne) {
   rig.m_pWindow->close();
   rig.m_pStore->finish();
   // What was sent is still there as it was.
-  EXPECT_EQ(rig.m_pStore->list().size(), 2U);
+  EXPECT_EQ(rig.m_pStore->list().size(), 3U);
   EXPECT_EQ(rig.m_pStore->load(kept[0].m_strId)->m_lines[0].m_line.m_dQuantity, 1000);
 }
 
