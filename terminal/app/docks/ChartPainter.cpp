@@ -1,6 +1,7 @@
 #include "docks/ChartPainter.h"
 
 #include <QPainter>
+#include <QtMath>
 #include <algorithm>
 #include <cmath>
 
@@ -58,36 +59,48 @@ struct SScale {
   }
 };
 
-/// One line for each column, from where the one before ended.
+/// A column of pixels between two heights, the lower one first or last. Rectangles, since the raster engine fills these
+/// at once and draws lines pixel by pixel.
+QRect columnBetween(const SScale& scale, std::size_t column, double one, double other) {
+  const int top = qFloor(std::min(one, other));
+  return {scale.m_area.left() + static_cast<int>(column), top, 1, qFloor(std::max(one, other)) - top + 1};
+}
+
+void fillColumns(QPainter& painter, const QVector<QRect>& columns, const QColor& fill) {
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(fill);
+  painter.drawRects(columns);
+  painter.setBrush(Qt::NoBrush);
+}
+
+/// From where the column before ended, so that the line has no gap.
 void paintLine(QPainter& painter, const SScale& scale, const Columns& columns, const QColor& pen) {
-  QVector<QLineF> lines;
+  QVector<QRect> line;
+  line.reserve(static_cast<int>(columns.size()));
   double before = std::nan("");
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const SChartColumn& column = columns[i];
     if (!column.m_bAny) continue;
-    const double x = scale.m_area.left() + static_cast<double>(i) + 0.5;
     double low = scale.y(column.m_fLow);
     double high = scale.y(column.m_fHigh);
     if (!std::isnan(before)) {
       low = std::max(low, before);
       high = std::min(high, before);
     }
-    lines.append(QLineF(x, std::max(low, high + 1), x, high));
+    line.append(columnBetween(scale, i, low, high));
     before = scale.y(column.m_fLast);
   }
-  painter.setPen(QPen(pen, 1));
-  painter.drawLines(lines);
+  fillColumns(painter, line, pen);
 }
 
 void paintRibbon(QPainter& painter, const SScale& scale, const Columns& one, const Columns& other, const QColor& fill) {
-  QVector<QLineF> lines;
+  QVector<QRect> ribbon;
+  ribbon.reserve(static_cast<int>(one.size()));
   for (std::size_t i = 0; i < one.size(); ++i) {
     if (!one[i].m_bAny || !other[i].m_bAny) continue;
-    const double x = scale.m_area.left() + static_cast<double>(i) + 0.5;
-    lines.append(QLineF(x, scale.y(one[i].m_fLast), x, scale.y(other[i].m_fLast)));
+    ribbon.append(columnBetween(scale, i, scale.y(one[i].m_fLast), scale.y(other[i].m_fLast)));
   }
-  painter.setPen(QPen(fill, 1));
-  painter.drawLines(lines);
+  fillColumns(painter, ribbon, fill);
 }
 
 QString clockText(int time, int offset) {
@@ -123,13 +136,19 @@ void paintRange(QPainter& painter, const SScale& scale) {
   }
 }
 
-/// Over the lines, so that they stay readable.
+/// Over the lines and on a ground of its own, so that it stays readable where a line begins steeply.
+void paintEnd(QPainter& painter, const QRect& area, Qt::Alignment at, const QString& text) {
+  const QRect place = painter.fontMetrics().boundingRect(area, static_cast<int>(Qt::AlignLeft | at), text);
+  painter.fillRect(place, colour("clr_table_background"));
+  painter.drawText(place, static_cast<int>(Qt::AlignLeft | at), text);
+}
+
 void paintEnds(QPainter& painter, const SScale& scale) {
-  const QRect area = scale.m_area.adjusted(CUiResource::scaled(3), 0, 0, 0);
+  const QRect area = scale.m_area.adjusted(CUiResource::scaled(3), 1, 0, -1);
   if (area.height() < painter.fontMetrics().height() * 2) return;
   painter.setPen(colour("clr_text_title"));
-  painter.drawText(area, static_cast<int>(Qt::AlignLeft) | Qt::AlignTop, shortNumber(scale.m_range.m_dHigh));
-  painter.drawText(area, static_cast<int>(Qt::AlignLeft) | Qt::AlignBottom, shortNumber(scale.m_range.m_dLow));
+  paintEnd(painter, area, Qt::AlignTop, shortNumber(scale.m_range.m_dHigh));
+  paintEnd(painter, area, Qt::AlignBottom, shortNumber(scale.m_range.m_dLow));
 }
 
 }  // namespace
