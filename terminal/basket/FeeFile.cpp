@@ -24,10 +24,11 @@ struct SFeeRow {
 };
 
 /// The least commission is CNY; the others are parts of an amount.
-const std::array<SFeeRow, 5> FEES{{{"commission", "佣金", &exchange::SFeeRates::m_dCommission, 0.1},
+const std::array<SFeeRow, 6> FEES{{{"commission", "佣金", &exchange::SFeeRates::m_dCommission, 0.1},
                                    {"leastCommission", "最低佣金", &exchange::SFeeRates::m_dLeastCommission, 10000},
                                    {"stampDuty", "印花税", &exchange::SFeeRates::m_dStampDuty, 0.1},
                                    {"transferFee", "过户费", &exchange::SFeeRates::m_dTransferFee, 0.1},
+                                   {"futuresCommission", "期货手续费", &exchange::SFeeRates::m_dFuturesCommission, 0.1},
                                    {"margin", "保证金", &exchange::SFeeRates::m_dMargin, 1}}};
 
 /// A number, or a percentage like 0.025%.

@@ -13,8 +13,8 @@ double toFen(double amount) { return std::round(amount * 100) / 100; }
 
 double feesOf(const SFeeRates& rates, EKind kind, bool buy, double amount) {
   if (!(amount > 0)) return 0;
+  if (kind == EKind::IndexFuture) return toFen(amount * rates.m_dFuturesCommission);
   const double commission = std::max(rates.m_dLeastCommission, toFen(amount * rates.m_dCommission));
-  if (kind != EKind::Share) return commission;
   return commission + toFen(amount * rates.m_dTransferFee) + (buy ? 0 : toFen(amount * rates.m_dStampDuty));
 }
 

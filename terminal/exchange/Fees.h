@@ -7,11 +7,12 @@ namespace exchange {
 
 /// Parts of an amount, but for the least commission. The exchanges' and the clearing house's rates of today.
 struct SFeeRates {
-  double m_dCommission = 0.00025;
-  double m_dLeastCommission = 5;    ///< CNY, of one order that trades
-  double m_dStampDuty = 0.0005;     ///< of shares that are sold
-  double m_dTransferFee = 0.00001;  ///< of shares
-  double m_dMargin = 0.12;          ///< of a future's amount: held, not paid
+  double m_dCommission = 0.00025;          ///< of shares
+  double m_dLeastCommission = 5;           ///< CNY, of one order of shares that trades
+  double m_dStampDuty = 0.0005;            ///< of shares that are sold
+  double m_dTransferFee = 0.00001;         ///< of shares
+  double m_dFuturesCommission = 0.000023;  ///< of futures; the futures exchange's own, without a least one
+  double m_dMargin = 0.12;                 ///< of a future's amount: held, not paid
 };
 
 /// CNY, for one order that has traded that amount (CNY) in all; each fee in whole fen. Never falls as the amount grows.

@@ -166,16 +166,18 @@ TEST(AccountFiles, ReadPositionsAndFeesAndNameEveryFault) {
                    "F:5: today \"-1\" is no whole number from 0 to 1000000000",
                    "F:6: unknown side \"hold\": it is 多 or 空"}));
 
-  const CTestFile fees("项目,费率\n佣金,0.03%\nmargin,0.15\n最低佣金,0\n");
+  const CTestFile fees("项目,费率\n佣金,0.03%\nmargin,0.15\n最低佣金,0\n期货手续费,0.01%\n");
   const SFeeFile given = readFeeFile(fees.path());
   EXPECT_TRUE(given.m_faults.empty());
   EXPECT_DOUBLE_EQ(given.m_rates.m_dCommission, 0.0003);
   EXPECT_DOUBLE_EQ(given.m_rates.m_dMargin, 0.15);
+  EXPECT_DOUBLE_EQ(given.m_rates.m_dFuturesCommission, 0.0001);
   EXPECT_DOUBLE_EQ(given.m_rates.m_dLeastCommission, 0);
   EXPECT_DOUBLE_EQ(given.m_rates.m_dStampDuty, 0.0005) << "what is not named stays";
   const CTestFile wrong("fee,rate\ntax,1\n佣金,2%\n佣金,20%\nmargin,%\n");
   EXPECT_EQ(wrong.told(readFeeFile(wrong.path()).m_faults),
-            (Texts{"F:2: unknown fee \"tax\": there are commission, leastCommission, stampDuty, transferFee, margin",
+            (Texts{"F:2: unknown fee \"tax\": there are commission, leastCommission, stampDuty, transferFee, "
+                   "futuresCommission, margin",
                    "F:4: commission stands in line 3 already", "F:4: commission \"20%\" is no number from 0 to 0.1",
                    "F:5: margin \"%\" is no number from 0 to 1"}));
 }

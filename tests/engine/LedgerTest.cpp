@@ -75,11 +75,11 @@ TEST(Ledger, AFutureHoldsMarginUntilItIsClosed) {
   SBook book(1'000'000);
   book.take(FUTURE, EOT_SellOpen, 2, 4000);
   book.fill(2, 4000, 300);
-  EXPECT_EQ(book.money(), "711400.00 0.00 288000.00 600.00 0.00");
+  EXPECT_EQ(book.money(), "711944.80 0.00 288000.00 55.20 0.00");
   EXPECT_EQ(book.take(FUTURE, EOT_SellClose, 1, 4000), "可平数量不足：需 1，可平 0") << "nothing was bought";
   book.take(FUTURE, EOT_BuyClose, 1, 4000);
   book.fill(1, 3900, 300);
-  EXPECT_EQ(book.money(), "885107.50 0.00 144000.00 892.50 29407.50") << "300 and 292.50 of 30000";
+  EXPECT_EQ(book.money(), "885917.89 0.00 144000.00 82.11 29945.49") << "27.60 and 26.91 of 30000";
   SBook poor(1'000'000, {position(FUTURE, 6, 0, 7'200'000)});
   poor.take(FUTURE, EOT_SellClose, 6, 4000);
   poor.fill(6, 2900, 300);
