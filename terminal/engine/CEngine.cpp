@@ -35,6 +35,8 @@ CEngine::CEngine(desk::CDesk& desk, exchange::IMarket& market, SEngineSettings s
 
 void CEngine::openAccount(const std::string& account, const SAccountStart& start) {
   m_router.ledger().open(account, start);
+  // What is held is worth something, whether a task trades it or not.
+  for (const desk::SPosition& position : start.m_positions) watch(position.m_strMarket, position.m_strCode);
   publishHoldings();
 }
 
@@ -326,8 +328,7 @@ void CEngine::tellIncidents(CSubTask& task) const {
 
 void CEngine::watch(const std::string& market, const std::string& code) {
   const int instrument = m_market.findInstrument(market, code);
-  const auto same = [instrument](const SWatched& watched) { return watched.m_nInstrument == instrument; };
-  if (instrument < 0 || std::any_of(m_watched.begin(), m_watched.end(), same)) return;
+  if (instrument < 0 || !m_watchedInstruments.insert(instrument).second) return;
   m_watched.push_back({instrument, market, code, {}});
 }
 

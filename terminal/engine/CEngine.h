@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "CAlgoTask.h"
@@ -74,7 +75,8 @@ class CEngine {
   /// Takes every event from now on; an empty hook ends it.
   void setEventHook(EventHook hook) { m_eventHook = std::move(hook); }
 
-  /// Gives an account money and positions, before it trades; one without is not limited by any.
+  /// Gives an account money and positions, before it trades; one without is not limited by any. The desk gets the
+  /// quotes of what it holds.
   void openAccount(const std::string& account, const SAccountStart& start);
 
   /// Starts a task: its details are published at once, its orders go out as the clock moves, while the market trades
@@ -183,6 +185,7 @@ class CEngine {
   std::vector<std::unique_ptr<CSubTask>> m_subTasks;
   std::vector<CSubTask*> m_active;  ///< those that are not settled
   std::vector<SWatched> m_watched;  ///< instruments in use
+  std::unordered_set<int> m_watchedInstruments;
 };
 
 }  // namespace engine

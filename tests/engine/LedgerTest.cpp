@@ -183,7 +183,8 @@ TEST(Ledger, RandomFuturesLeaveNothingBelowZero) {
 TEST(Money, WhatAnAccountCannotPayOrDeliverNeverReachesTheMarket) {
   SRig rig;
   EXPECT_EQ(rig.m_desk.holdings("A1"), nullptr);
-  rig.engine().openAccount("A1", {50'000, {position({"SZ", "1001", ""}, 3000, 0, 20'000)}});
+  rig.engine().openAccount(
+      "A1", {50'000, {position({"SZ", "1001", ""}, 3000, 0, 20'000), position({"SZ", "1005", ""}, 100, 0, 1'000)}});
   const std::string task =
       rig.start({SRig::line("SH", "600002", EOT_Buy, 5000), SRig::line("SH", "600004", EOT_Buy, 5000),
                  SRig::line("SZ", "1001", EOT_Sell, 3000), SRig::line("SZ", "1003", EOT_Sell, 100)});
@@ -197,6 +198,8 @@ TEST(Money, WhatAnAccountCannotPayOrDeliverNeverReachesTheMarket) {
   EXPECT_NEAR(now.m_dCash,
               50'000 - ended.m_orders[0]->m_dTradedAmount + ended.m_orders[2]->m_dTradedAmount - now.m_dFees, 0.01);
   EXPECT_EQ(now.m_positions.at("SH.600002").m_nSellable, 0);
+  TC::CQuote quote;
+  EXPECT_TRUE(rig.m_desk.quote("SZ", "1005", quote) && quote.m_dLast > 0) << "nobody trades it, but it is held";
   const std::string again = rig.start({SRig::line("SH", "600004", EOT_Buy, 2000)});
   rig.runTo(9, 32);
   EXPECT_EQ(rig.newest(again).m_nStatus, ETS_Finished) << "what the sale brought buys the same day";
