@@ -161,6 +161,21 @@ TEST_F(Exceptions, WhatOrdersHaveFrozenABasketNeedsNoMore) {
   publish(2, {}, NOON);
   EXPECT_NEAR(need().m_dBuys, 8000 + 5 + 0.08, 1e-6);
   EXPECT_EQ(need().m_dSells, 0);
+
+  const ksservice::CTaskDetailPtr futures = test::makeDetail(3, 1);
+  const auto account = test::makeAccount("A1", "1001");
+  for (const int operation : {ksservice::EOT_SellOpen, ksservice::EOT_BuyOpen, ksservice::EOT_BuyClose}) {
+    test::addParam(*futures, account, "IF2612", 2, 4000, operation);
+    futures->m_params.back().m_stock.m_strMarket = "CFFEX";
+  }
+  TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
+  info.m_dMultiplier = 300;
+  m_host.desk().setInstrument(info);
+  desk::SPublication publication;
+  publication.m_pDetail = futures;
+  m_host.desk().publishTask(publication);
+  EXPECT_NEAR(need().m_dBuys, 8005.08 + 2 * (0.12 * 2'400'000 + 55.2), 1e-6) << "what is opened takes its margin";
+  EXPECT_EQ(need().m_dSells, 0) << "of shares alone";
 }
 
 }  // namespace

@@ -8,6 +8,13 @@
 namespace app {
 namespace {
 
+bool opens(int operation) { return operation != ksservice::EOT_BuyClose && operation != ksservice::EOT_SellClose; }
+
+/// What futures take of an account when they are opened, on either side.
+double openingNeed(const exchange::SFeeRates& fees, double amount) {
+  return amount * fees.m_dMargin + exchange::feesOf(fees, exchange::EKind::IndexFuture, true, amount);
+}
+
 SBasketNeed needOf(const ksservice::CTaskDetail& detail, const desk::CDesk& desk, const CBlotter& blotter,
                    const exchange::SFeeRates& fees) {
   const bool again = ksservice::DataHelper::isAlgoOrderType(detail.m_pCommand->m_nOrderType);
@@ -25,7 +32,10 @@ SBasketNeed needOf(const ksservice::CTaskDetail& detail, const desk::CDesk& desk
     TC::CQuote quote;
     const double price = desk.quote(market, code, quote) && quote.m_dLast > 0 ? quote.m_dLast : param.m_dPrice;
     const double amount = price * static_cast<double>(left);
-    if (buy) {
+    if (exchange::kindOf(market) == exchange::EKind::IndexFuture) {
+      const auto info = desk.codeInfo(market, code);
+      if (opens(param.m_nOperation)) need.m_dBuys += openingNeed(fees, amount * (info ? info->m_dMultiplier : 1));
+    } else if (buy) {
       need.m_dBuys += amount + exchange::feesOf(fees, exchange::EKind::Share, true, amount);
     } else {
       need.m_dSells += amount;

@@ -10,7 +10,7 @@ namespace app {
 
 /// What an account's open baskets have still to order; what orders have frozen is not in it. CNY.
 struct SBasketNeed {
-  double m_dBuys = 0;   ///< with fees
+  double m_dBuys = 0;   ///< with fees; of futures that are opened, on either side, the margin
   double m_dSells = 0;  ///< shares, at their last price
 };
 
