@@ -83,7 +83,7 @@ class Exceptions : public testing::Test {
   std::int64_t m_nTick = 0;
   CExceptionFinder m_finder{{&m_host.desk(),
                              &m_blotter,
-                             {},
+                             {"SH.600009"},
                              [this] { return m_use; },
                              {280, 1000},
                              [this] { return ++m_nTick > 1000 ? 1000 : m_nTick; }}};
@@ -114,9 +114,13 @@ TEST_F(Exceptions, AnOrderWaitsUntilItFillsOrEnds) {
   EXPECT_TRUE(look(6 * MINUTE).contains("1 笔委托")) << "a fill begins its time anew";
   putAllAway();
   EXPECT_EQ(look(7 * MINUTE), "");
-  EXPECT_TRUE(look(11 * MINUTE).contains("2 笔委托")) << "it has changed";
-  publish(1, {{100, true, "", true}, {100, true, "", true}});
-  EXPECT_EQ(look(12 * MINUTE), "");
+  EXPECT_TRUE(look(11 * MINUTE).contains("2 笔委托")) << "one more";
+  putAllAway();
+  publish(1, {{100, true, "", true}, {0, false, "", true}, {0, false, "", true}});
+  EXPECT_EQ(look(12 * MINUTE), "") << "one less is nothing new";
+  EXPECT_TRUE(look(17 * MINUTE + 1).contains("2 笔委托")) << "as many as were put away, but another one";
+  publish(1, {{100, true, "", true}, {100, true, "", true}, {100, true, "", true}});
+  EXPECT_EQ(look(18 * MINUTE), "");
 }
 
 TEST_F(Exceptions, LockedLinesHedgesRatesAndTheFeedAreToldWhileTheyLast) {
@@ -136,6 +140,16 @@ TEST_F(Exceptions, LockedLinesHedgesRatesAndTheFeedAreToldWhileTheyLast) {
   hedge.m_nVolume = 300000;
   m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
   EXPECT_TRUE(look(3).contains("相差约 330 万元"));
+  putAllAway();
+  hedge.m_nVolume = 310000;
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  EXPECT_EQ(look(3), "") << "a lot more or less is nothing new";
+  hedge.m_nVolume = 600000;
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  EXPECT_TRUE(look(3).contains("相差约 660 万元")) << "as much again is";
+  hedge.m_nVolume = 300000;
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  EXPECT_TRUE(look(3).contains("相差约 330 万元")) << "what was not put away stays until it is over";
   SExceptionLimits limits;
   limits.take("5*4000000*20");
   m_finder.setLimits(limits);
@@ -149,6 +163,29 @@ TEST_F(Exceptions, LockedLinesHedgesRatesAndTheFeedAreToldWhileTheyLast) {
   EXPECT_EQ(look(30), "");
   EXPECT_EQ(look(50), "");
   EXPECT_EQ(look(51), QStringLiteral("行情停滞:行情推送已停滞 21 秒，价格可能不是最新"));
+}
+
+TEST_F(Exceptions, ASuspendedLineIsToldOnceForATaskUntilItEnds) {
+  const auto send = [this](int number, int end) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
+    const auto account = test::makeAccount("A" + std::to_string(number), "100" + std::to_string(number));
+    test::addParam(*detail, account, "600009", 500, 10, ksservice::EOT_Sell);
+    test::addParam(*detail, account, "600001", 500, 10);
+    detail->m_nEndTime = end;
+    desk::SPublication publication;
+    publication.m_pDetail = detail;
+    m_host.desk().publishTask(publication);
+  };
+  send(1, ksservice::UNSET_INT);
+  send(2, ksservice::UNSET_INT);
+  EXPECT_EQ(look(1), QStringLiteral("停牌:停牌，卖出 还剩 1000"));
+  EXPECT_EQ(m_finder.exceptions().all()[0].second.m_strRow, QStringLiteral("1-证券-A1-SH.600009卖出"));
+  putAllAway();
+  EXPECT_EQ(look(2), "");
+  send(1, NOON + 2);
+  send(2, NOON + 2);
+  EXPECT_EQ(look(3), "") << "over";
+  EXPECT_TRUE(m_finder.exceptions().all().empty());
 }
 
 TEST_F(Exceptions, WhatOrdersHaveFrozenABasketNeedsNoMore) {

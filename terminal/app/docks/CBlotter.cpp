@@ -1,5 +1,6 @@
 #include "docks/CBlotter.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "ksservice/Operations.h"
@@ -225,7 +226,9 @@ SBlotterTroubles CBlotter::troubles(int limit) {
     if (order.m_nMoved >= limit) continue;
     const auto [place, isNew] = places.try_emplace(order.m_order.m_pDetail.get(), troubles.m_waiting.size());
     if (isNew) troubles.m_waiting.push_back({order.m_order});
-    ++troubles.m_waiting[place->second].m_nCount;
+    SWaitingOrders& waiting = troubles.m_waiting[place->second];
+    ++waiting.m_nCount;
+    waiting.m_nNewest = std::max(waiting.m_nNewest, order.m_nMoved);
   }
   m_old.swap(open);
   return troubles;

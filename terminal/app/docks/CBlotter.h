@@ -57,6 +57,7 @@ struct SBlotterNews {
 struct SWaitingOrders {
   SBlotterOrder m_oldest;
   int m_nCount = 0;
+  int m_nNewest = 0;  ///< since when the last one of them waits: one that comes to wait later has a greater one
 };
 
 /// What does not go well of the day's orders.

@@ -86,25 +86,31 @@ void CExceptionFinder::findOrders(int now) {
   for (const auto& [key, group] : m_refused) {
     const ksservice::COrderInfo& info = *group.m_newest.m_pInfo;
     const SBlotterDetail& detail = *group.m_newest.m_pDetail;
-    m_exceptions.report(
-        "refused/" + key,
-        {EExceptionKind::Refused, detail.m_nTaskId, orderRowKey(detail, info), text(detail.m_strDisplayId),
-         QStringLiteral("%1：%2 笔，最近 %3")
-             .arg(text(group.m_strReason))
-             .arg(group.m_nCount)
-             .arg(nameOf(info.m_strMarket, info.m_strCode) + figuresOf(info.m_strMessage, group.m_strReason)),
-         std::to_string(group.m_nCount)});
+    m_exceptions.report("refused/" + key, {EExceptionKind::Refused,
+                                           detail.m_nTaskId,
+                                           orderRowKey(detail, info),
+                                           text(detail.m_strDisplayId),
+                                           QStringLiteral("%1：%2 笔，最近 %3")
+                                               .arg(text(group.m_strReason))
+                                               .arg(group.m_nCount)
+                                               .arg(nameOf(info.m_strMarket, info.m_strCode) +
+                                                    figuresOf(info.m_strMessage, group.m_strReason)),
+                                           {},
+                                           group.m_nCount});
   }
   for (const SWaitingOrders& waiting : troubles.m_waiting) {
     const ksservice::COrderInfo& info = *waiting.m_oldest.m_pInfo;
     const SBlotterDetail& detail = *waiting.m_oldest.m_pDetail;
-    m_exceptions.report("waiting/" + detail.m_strKey, {EExceptionKind::Waiting, detail.m_nTaskId,
-                                                       orderRowKey(detail, info), text(detail.m_strDisplayId),
+    m_exceptions.report("waiting/" + detail.m_strKey, {EExceptionKind::Waiting,
+                                                       detail.m_nTaskId,
+                                                       orderRowKey(detail, info),
+                                                       text(detail.m_strDisplayId),
                                                        QStringLiteral("%1 笔委托超过 %2 分钟没有成交，最早 %3")
                                                            .arg(waiting.m_nCount)
                                                            .arg(m_limits.m_nWaitMinutes)
                                                            .arg(nameOf(info.m_strMarket, info.m_strCode)),
-                                                       std::to_string(waiting.m_nCount)});
+                                                       {},
+                                                       waiting.m_nNewest});
   }
 }
 
@@ -169,7 +175,8 @@ void CExceptionFinder::tellLines(const SInstrument& instrument) {
   }
 }
 
-/// A hedge that buys stands below zero.
+/// A hedge that buys stands below zero. It moves with each fill of its basket: what was put away comes back when it is
+/// off by the limit once more, or the other way.
 void CExceptionFinder::findHedges() {
   for (const SHedgeLots& lots : m_sources.m_pBlotter->hedges()) {
     const int off = lots.m_nTarget - std::abs(lots.m_nHedged);
@@ -186,7 +193,7 @@ void CExceptionFinder::findHedges() {
                              .arg(lots.m_nTarget)
                              .arg(std::abs(lots.m_nHedged))
                              .arg(amount / 10000, 0, 'f', 0),
-                         std::to_string(off)});
+                         off > 0 ? "+" : "-", static_cast<std::int64_t>(amount / m_limits.m_dHedgeOff)});
   }
 }
 
@@ -202,7 +209,7 @@ void CExceptionFinder::findRates(qint64 real) {
           QStringLiteral("今日报撤 %1 笔，已达上限 %2：不再委托，撤单照常").arg(use.m_nDay).arg(limits.m_nPerDay);
       if (use.m_nBeyond > 0) words += QStringLiteral("，其中超出上限的撤单 %1 笔").arg(use.m_nBeyond);
       m_exceptions.report("day/" + use.m_strAccount,
-                          {EExceptionKind::DayOver, -1, QString(), whom, words, std::to_string(use.m_nBeyond)});
+                          {EExceptionKind::DayOver, -1, QString(), whom, words, {}, use.m_nBeyond});
       continue;
     }
     if (use.m_nSecond >= limits.m_nPerSecond) m_held[use.m_strAccount] = real;

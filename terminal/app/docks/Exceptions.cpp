@@ -21,7 +21,8 @@ void CExceptions::report(const std::string& key, SException exception) {
   const auto [found, isNew] = m_kept.try_emplace(key);
   SException& known = found->second.m_exception;
   found->second.m_nRound = m_nRound;
-  const bool same = !isNew && known.m_strState == exception.m_strState;
+  const bool same = !isNew && known.m_strState == exception.m_strState && known.m_nSize >= exception.m_nSize;
+  if (same) exception.m_nSize = known.m_nSize;
   if (same && known.m_strText == exception.m_strText) return;
   exception.m_nTime = same ? known.m_nTime : m_nNow;
   exception.m_bPutAway = same && known.m_bPutAway;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ struct SException {
   QString m_strWhom;   ///< account or security
   QString m_strText;
   std::string m_strState{};  ///< what makes it another one than it was; m_strText may move more often
+  std::int64_t m_nSize = 0;  ///< more of it makes it another one, too, less does not
   int m_nTime = 0;           ///< since when it is as it is, seconds since the epoch
   bool m_bPutAway = false;   ///< until it changes
 };
