@@ -117,22 +117,12 @@ void CExceptionsDock::refresh() {
   m_nVersion = exceptions.version();
   const int offset =
       QDateTime::fromSecsSinceEpoch(m_sources.m_pDesk->now(), m_sources.m_pDesk->timeZone()).offsetFromUtc();
-  auto all = exceptions.all();
-  bool same = all.size() == m_pModel->size();
-  for (std::size_t i = 0; same && i < all.size(); ++i) same = m_pModel->row(i).m_strKey == all[i].first;
-  // Where the rows stay what they are, what is selected stays selected.
-  m_pModel->begin();
-  if (!same) m_pModel->clear();
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    const int second = (all[i].second.m_nTime + offset) % SECONDS_OF_DAY;
-    Row row{std::move(all[i].first), std::move(all[i].second), second};
-    if (same) {
-      m_pModel->set(i, std::move(row));
-    } else {
-      m_pModel->add(std::move(row));
-    }
+  std::vector<std::pair<std::string, Row>> rows;
+  for (auto& [key, exception] : exceptions.all()) {
+    const int second = (exception.m_nTime + offset) % SECONDS_OF_DAY;
+    rows.emplace_back(key, Row{key, std::move(exception), second});
   }
-  m_pModel->end();
+  m_pTable->holding([&] { m_pModel->replace(std::move(rows)); });
 }
 
 void CExceptionsDock::putAway() {

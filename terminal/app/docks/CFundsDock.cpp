@@ -83,21 +83,6 @@ const std::vector<SRowColumn<SPositionRow>>& positionColumns() {
   return columns;
 }
 
-template <typename Row>
-void showRows(CRowsModel<Row>& model, std::vector<Row> rows) {
-  const bool same = rows.size() == model.size();
-  model.begin();
-  if (!same) model.clear();
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (same) {
-      model.set(i, std::move(rows[i]));
-    } else {
-      model.add(std::move(rows[i]));
-    }
-  }
-  model.end();
-}
-
 }  // namespace
 
 double SPositionRow::result() const {
@@ -136,8 +121,8 @@ void CFundsDock::attach(const SDockSources& sources) {
   m_sources = sources;
   m_needs = {};
   if (m_sources.m_pDesk) return;
-  showRows<SFundsRow>(*m_pFunds, {});
-  showRows<SPositionRow>(*m_pPositions, {});
+  m_pFunds->replace({});
+  m_pPositions->replace({});
 }
 
 void CFundsDock::choose(const SChosenRow& row) {
@@ -189,17 +174,17 @@ CFundsDock::SFound CFundsDock::find() {
       }
       // What a future is worth is not in the account, its margin is.
       if (exchange::kindOf(position.m_strMarket) == exchange::EKind::Share) funds.m_dValue += row.value();
-      found.m_positions.push_back(std::move(row));
+      found.m_positions.emplace_back(key + "/" + name, std::move(row));
     }
-    found.m_funds.push_back(std::move(funds));
+    found.m_funds.emplace_back(key, std::move(funds));
   }
   return found;
 }
 
 void CFundsDock::refresh() {
   SFound found = find();
-  showRows(*m_pFunds, std::move(found.m_funds));
-  showRows(*m_pPositions, std::move(found.m_positions));
+  m_pFundsTable->holding([&] { m_pFunds->replace(std::move(found.m_funds)); });
+  m_pPositionTable->holding([&] { m_pPositions->replace(std::move(found.m_positions)); });
 }
 
 QString CFundsDock::param() const {

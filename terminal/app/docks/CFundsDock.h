@@ -41,9 +41,10 @@ class CFundsDock : public CDockContent {
   void setParam(const QString& text) override;
 
  private:
+  /// Each row with a name of its own.
   struct SFound {
-    std::vector<SFundsRow> m_funds;
-    std::vector<SPositionRow> m_positions;
+    std::vector<std::pair<std::string, SFundsRow>> m_funds;
+    std::vector<std::pair<std::string, SPositionRow>> m_positions;
   };
   SFound find();
   void applyScope();

@@ -161,8 +161,8 @@ void COrdersDock::refresh() {
     const int second = ofDay(fill.m_nTime);
     m_pFills->add({std::move(fill), second});
   }
-  m_pOrders->end();
-  m_pFills->end();
+  m_pOrderTable->holding([this] { m_pOrders->end(); });
+  m_pFillTable->holding([this] { m_pFills->end(); });
   if (news.m_bAnew || !news.m_orders.empty()) showCounts();
 }
 

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <numeric>
+#include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -23,8 +24,9 @@ struct SRowColumn {
   const QColor* (*m_colour)(const Row&) = nullptr;  ///< null, and a null one: that of the table
 };
 
-/// Rows are known by their number, which is their key: they come at the end and stay until all go. Which of them show,
-/// and in what order, is worked out when they have changed. GUI thread only.
+/// Rows are known by their number, which is their key: they come at the end and stay until all go, or are replaced by
+/// what there is then, where each keeps the number of its name. Which of them show, and in what order, is worked out
+/// when they have changed. GUI thread only.
 template <typename Row>
 class CRowsModel : public CRowsModelBase {
  public:
@@ -38,13 +40,15 @@ class CRowsModel : public CRowsModelBase {
   /// Between these, rows may be changed, added and cleared; the end tells what has become of it.
   void begin() { m_nFirstChanged = m_nLastChanged = -1; }
   void add(Row row) {
+    m_order.push_back(static_cast<int>(m_rows.size()));
+    m_passes.push_back(!m_filter || m_filter(row));
     m_rows.push_back(std::move(row));
     m_bStale = true;
   }
   void set(std::size_t number, Row row) {
-    const bool shown = !m_filter || m_filter(row);
+    m_passes[number] = !m_filter || m_filter(row);
     const int position = m_positions[number];
-    m_bStale = m_bStale || shown != (position >= 0);
+    m_bStale = m_bStale || m_passes[number] != (position >= 0) || isMoved(m_rows[number], row);
     m_rows[number] = std::move(row);
     if (position < 0) return;
     m_nFirstChanged = m_nFirstChanged < 0 ? position : std::min(m_nFirstChanged, position);
@@ -52,7 +56,10 @@ class CRowsModel : public CRowsModelBase {
   }
   void clear() {
     m_rows.clear();
+    m_order.clear();
+    m_passes.clear();
     m_positions.clear();
+    m_numbers.clear();
     m_bStale = true;
     clearSelection();
   }
@@ -61,9 +68,39 @@ class CRowsModel : public CRowsModelBase {
     if (m_nFirstChanged >= 0) Q_EMIT dataChanged(index(m_nFirstChanged, 0), index(m_nLastChanged, columnCount() - 1));
   }
 
+  /// All there is now, in the rows' own order, each with a name that no other has. The others are gone, and selected no
+  /// more.
+  void replace(std::vector<std::pair<std::string, Row>> rows) {
+    begin();
+    std::vector<int> order;
+    order.reserve(rows.size());
+    for (auto& [name, row] : rows) {
+      const auto [known, isNew] = m_numbers.try_emplace(name, static_cast<int>(m_rows.size()));
+      order.push_back(known->second);
+      if (isNew) {
+        add(std::move(row));
+      } else {
+        set(static_cast<std::size_t>(known->second), std::move(row));
+      }
+    }
+    if (order != m_order) {
+      std::vector<bool> gone(m_rows.size(), true);
+      for (const int number : order) gone[static_cast<std::size_t>(number)] = false;
+      for (std::size_t number = 0; number < gone.size(); ++number) {
+        if (gone[number]) select(QString::number(number), false);
+      }
+      m_order = std::move(order);
+      m_bStale = true;
+    }
+    end();
+  }
+
   /// An empty one takes all.
   void setFilter(Filter filter) {
     m_filter = std::move(filter);
+    for (std::size_t number = 0; number < m_rows.size(); ++number) {
+      m_passes[number] = !m_filter || m_filter(m_rows[number]);
+    }
     arrange();
   }
 
@@ -135,8 +172,8 @@ class CRowsModel : public CRowsModelBase {
     beginResetModel();
     m_bStale = false;
     m_shown.clear();
-    for (std::size_t number = 0; number < m_rows.size(); ++number) {
-      if (!m_filter || m_filter(m_rows[number])) m_shown.push_back(static_cast<int>(number));
+    for (const int number : m_order) {
+      if (m_passes[static_cast<std::size_t>(number)]) m_shown.push_back(number);
     }
     if (m_bNewestFirst) std::reverse(m_shown.begin(), m_shown.end());
     if (m_nSortColumn >= 0) sortShown(m_columns[static_cast<std::size_t>(m_nSortColumn)]);
@@ -145,6 +182,14 @@ class CRowsModel : public CRowsModelBase {
       m_positions[static_cast<std::size_t>(m_shown[i])] = static_cast<int>(i);
     }
     endResetModel();
+  }
+
+  /// Whether a row that becomes another one may stand elsewhere.
+  bool isMoved(const Row& before, const Row& now) const {
+    if (m_nSortColumn < 0) return false;
+    const SRowColumn<Row>& column = m_columns[static_cast<std::size_t>(m_nSortColumn)];
+    return column.m_figure ? column.m_figure(before) != column.m_figure(now)
+                           : column.m_text(before) != column.m_text(now);
   }
 
   void sortShown(const SRowColumn<Row>& column) {
@@ -170,8 +215,11 @@ class CRowsModel : public CRowsModelBase {
   const Columns& m_columns;
   bool m_bNewestFirst;
   std::vector<Row> m_rows;
-  std::vector<int> m_shown;      ///< numbers of rows, by position
-  std::vector<int> m_positions;  ///< by number; -1: does not show
+  std::vector<int> m_order;                        ///< numbers of the rows that there are, in their own order
+  std::vector<bool> m_passes;                      ///< the filter takes the row, by number
+  std::unordered_map<std::string, int> m_numbers;  ///< of rows that have a name
+  std::vector<int> m_shown;                        ///< numbers of rows, by position
+  std::vector<int> m_positions;                    ///< by number; -1: does not show
   Filter m_filter;
   int m_nSortColumn = -1;
   bool m_bDown = false;

@@ -4,6 +4,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
+#include <QScrollBar>
 #include <algorithm>
 
 #include "gv/CClipboard.h"
@@ -20,6 +21,7 @@ namespace {
 struct SSheet {
   QStringList m_titles;
   std::vector<int> m_columns;
+  std::vector<bool> m_numeric;  ///< of these: they hold figures
   std::vector<int> m_rows;
   CRowsModelBase::CellText m_text;
 
@@ -54,7 +56,11 @@ bool writeWorkbook(const SSheet& sheet, const QString& name, GV::CWorkProgress& 
     if (!step(progress, row, sheet)) return false;
     for (std::size_t i = 0; i < sheet.m_columns.size(); ++i) {
       const QString text = sheet.m_text(sheet.m_rows[row], sheet.m_columns[i]);
-      if (!writer.setNumber(1, static_cast<int>(row) + 2, static_cast<int>(i) + 1, text)) return false;
+      const auto [toRow, toColumn] = std::pair(static_cast<int>(row) + 2, static_cast<int>(i) + 1);
+      // The digits of a code are no figure: 000001 is not 1.
+      const bool put =
+          sheet.m_numeric[i] ? writer.setNumber(1, toRow, toColumn, text) : writer.setData(1, toRow, toColumn, text);
+      if (!put) return false;
     }
   }
   return writer.saveAs(name, [&progress](qint64 done, qint64 total) {
@@ -81,6 +87,15 @@ void CRowsTable::addCommand(const QString& text, int key, RowCommand run) {
   addRowCommand(text, key, [command = std::move(run)](const QString&) { command(); });
 }
 
+void CRowsTable::holding(const std::function<void()>& change) {
+  const std::vector<int> selected = m_pModel->selectedPositions();
+  const bool holds = topRow() == 0 && !selected.empty() && selected.front() < pageRows();
+  const QString first = holds ? m_pModel->rowAt(0).key() : QString();
+  change();
+  const int position = m_pModel->positionOf(first);
+  if (holds && position > 0) verticalScrollBar()->setValue(position);
+}
+
 std::vector<int> CRowsTable::shownColumns() const {
   std::vector<int> columns;
   for (int visual = 0; visual < m_pModel->columnCount(); ++visual) {
@@ -96,8 +111,11 @@ bool CRowsTable::exportData() {
   const QString name = GV::CFileDialog::getSaveFileName(
       this, caption, QStringLiteral("."), QStringLiteral("Text files (*.txt);;Excel Files(*.xlsx *.csv)"));
   if (!self || m_bExporting || name.isEmpty()) return false;
-  SSheet sheet{{}, shownColumns(), {}, m_pModel->freeze()};
-  for (const int column : sheet.m_columns) sheet.m_titles.append(m_pModel->columnTitle(column));
+  SSheet sheet{{}, shownColumns(), {}, {}, m_pModel->freeze()};
+  for (const int column : sheet.m_columns) {
+    sheet.m_titles.append(m_pModel->columnTitle(column));
+    sheet.m_numeric.push_back(m_pModel->column(column).numericSort);
+  }
   for (int row = 0; row < rowCount(); ++row) sheet.m_rows.push_back(row);
   m_bExporting = true;
   const bool whole =
@@ -110,7 +128,7 @@ bool CRowsTable::exportData() {
 }
 
 void CRowsTable::copyData() {
-  SSheet sheet{{}, shownColumns(), m_pModel->selectedPositions(), m_pModel->freeze()};
+  SSheet sheet{{}, shownColumns(), {}, m_pModel->selectedPositions(), m_pModel->freeze()};
   for (int row = 0; sheet.m_rows.empty() && row < rowCount(); ++row) sheet.m_rows.push_back(row);
   for (const int column : sheet.m_columns) sheet.m_titles.append(m_pModel->columnTitle(column));
   QString text = sheet.m_titles.join(QLatin1Char('\t')) + QLatin1Char('\n');

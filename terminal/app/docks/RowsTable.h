@@ -32,6 +32,9 @@ class CRowsTable : public GV::CBaseHighPerformanceTable {
   void offer() { offerCommands(); }
   /// What stands in the table while it has no rows.
   void setEmptyText(const QString& text) { m_strEmpty = text; }
+  /// Runs what changes the rows. While the user has chosen a row that is on screen, those on screen stay where they
+  /// are, also at the very top, where else new ones would push them down under his hand.
+  void holding(const std::function<void()>& change);
   void setDoubleClick(std::function<void(int position)> run) { m_doubleClick = std::move(run); }
 
   /// Writes the rows and columns that show into a file that the user names, as text or as a workbook.
