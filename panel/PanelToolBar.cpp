@@ -228,7 +228,9 @@ void CBasketTasksPanel::patch(int taskId, const QString& nodeKey, int priceType)
 
 void CBasketTasksPanel::showRow(int taskId, const QString& nodeKey) {
   const QString task = taskKey(taskId);
-  m_pTable->showRow(task, nodeKey.isEmpty() ? task : nodeKey);
+  const auto shown = m_pTable->showRow(task, nodeKey.isEmpty() ? task : nodeKey);
+  if (shown != CHpfBasketStatusTable::EShown::Filtered) return;
+  getMsgService().showMsg(QStringLiteral("组合任务%1 的这一行被筛选条件隐藏").arg(taskId), EMK_TaskError);
 }
 
 void CBasketTasksPanel::updateOrders(const QString& key) {

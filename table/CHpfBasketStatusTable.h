@@ -73,9 +73,13 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
 
   /// Finds the task and the node's key of a row by its key, the node's key, its tree key or a display id.
   bool getBasketTaskItemByKey(const QString& key, boost::shared_ptr<CBasketTask>& task, QString& nodeKey) const;
-  /// Unfolds down to the row of a task that is named so, as above, chooses it alone and scrolls to it. Nothing for a
-  /// row that is not there, is another task's, or is hidden or filtered out with one above it.
-  void showRow(const QString& taskKey, const QString& name);
+  enum class EShown {
+    Shown,
+    Filtered,  ///< hidden or filtered out: the nearest row above that shows is chosen in its place, if there is one
+    Unknown    ///< nothing is done: it is not there, or is another task's
+  };
+  /// Unfolds down to the row of a task that is named so, as above, chooses it alone and scrolls to it.
+  EShown showRow(const QString& taskKey, const QString& name);
   /// Null for an unknown key; the key may be any of those above.
   StatusRowPtr getDataByKey(const QString& key) const;
 

@@ -66,11 +66,14 @@ void CHpfBasketStatusTable::tellChosen(const QString& rowKey) {
   Q_EMIT sigRowChosen(block.facts().taskId, row.row == 0 ? QString() : block.rows().nodeKey(row.row));
 }
 
-void CHpfBasketStatusTable::showRow(const QString& taskKey, const QString& name) {
+CHpfBasketStatusTable::EShown CHpfBasketStatusTable::showRow(const QString& taskKey, const QString& name) {
   const GV::CHpfTreeTableModel& model = *dataModel();
-  const GV::STreeRow row = model.find(rowKeyOf(name));
+  const GV::STreeRow named = model.find(rowKeyOf(name));
   const CTaskBlock* block = blockOf(taskKey);
-  if (!block || !row.isValid() || row.block != block->number() || !model.tree().isUnhidden(row)) return;
+  if (!block || !named.isValid() || named.block != block->number()) return EShown::Unknown;
+  GV::STreeRow row = named;
+  while (row.isValid() && !model.tree().isUnhidden(row)) row = model.tree().parent(row);
+  if (!row.isValid()) return EShown::Filtered;
   {
     const GV::CModelBatch batch(*dataModel());
     const GV::CTreeBlocks& tree = model.tree();
@@ -79,6 +82,7 @@ void CHpfBasketStatusTable::showRow(const QString& taskKey, const QString& name)
     }
   }
   setCurrentKey(block->key(row.row));
+  return row == named ? EShown::Shown : EShown::Filtered;
 }
 
 void CHpfBasketStatusTable::createPriceMenu() {

@@ -47,7 +47,8 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   /// EPriceType, 0 for the stored order setting.
   virtual void patch(int taskId, const QString& nodeKey, int priceType) = 0;
   /// Unfolds down to a row, chooses it alone and scrolls to it: the root, where nodeKey is empty, or the row of a node.
-  /// Its own key names a row, too. Nothing for a row that is not there, and for one that a filter takes away.
+  /// Its own key names a row, too. Nothing for a row that is not there; of one that a filter takes away the nearest row
+  /// above that shows, if any, and a message.
   virtual void showRow(int /*taskId*/, const QString& /*nodeKey*/) {}
   /// The host's two selectors of account groups, where it shows them; null for none. Not owned.
   void setAccountGroupSelectors(IAccountGroupSelector* first, IAccountGroupSelector* second);

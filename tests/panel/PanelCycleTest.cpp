@@ -272,14 +272,22 @@ TEST_F(PanelCycle, AHostIsToldOfTheRowThatIsChosenAndShowsOneThatIsFolded) {
   m_panel->showRow(task, node);
   EXPECT_EQ(chosen.back(), chosen[0]);
   EXPECT_GT(m_pTable->topRow(), 0);
+  const QString rowKey = m_pTable->currentKey();
   EXPECT_EQ(m_pTable->selectedKeys(), QStringList{m_pTable->currentKey()});
   m_panel->showRow(task == 1 ? 12 : 1, QString());
   const std::size_t told = chosen.size();
   ASSERT_TRUE(refresh());
   EXPECT_EQ(chosen.size(), told) << "a refresh chooses nothing";
   m_pTable->hideItem(taskKey(task), true);
+  m_host.takeMessages();
   m_panel->showRow(task, node);
   EXPECT_EQ(chosen.size(), told) << "filters are the user's";
+  ASSERT_EQ(m_host.takeMessages().size(), 1u) << "who is told why nothing happens";
+  m_pTable->hideItem(taskKey(task), false);
+  m_pTable->hideItem(rowKey, true);
+  m_panel->showRow(task, node);
+  EXPECT_EQ(chosen.back(), std::make_pair(task, QString())) << "the nearest row above";
+  EXPECT_EQ(m_host.takeMessages().size(), 1u);
 }
 
 }  // namespace
