@@ -40,7 +40,8 @@ void CEngineThread::stop() {
 
 void CEngineThread::post(std::function<void(engine::CSimulation&)> operation) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  m_operations.push_back(std::move(operation));
+  // Nobody would carry it out, and nobody would throw it away.
+  if (!m_bStopping) m_operations.push_back(std::move(operation));
 }
 
 std::int64_t CEngineThread::targetTime() const {

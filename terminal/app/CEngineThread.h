@@ -34,7 +34,7 @@ class CEngineThread {
   /// Returns when the thread has ended, at the latest one step of the simulation later.
   void stop();
 
-  /// Has an operation carried out on the engine's thread, before its next step. Any thread.
+  /// Has an operation carried out on the engine's thread, before its next step; nothing after stop(). Any thread.
   void post(std::function<void(engine::CSimulation&)> operation);
   /// The simulated time, milliseconds since midnight. Any thread.
   std::int64_t now() const { return m_nNow; }

@@ -143,7 +143,7 @@ void CLiveSession::makeExceptions(const SDockSources& sources) {
   of.m_pDesk = &m_desk;
   of.m_pBlotter = &m_blotter;
   of.m_suspended = sources.m_suspended;
-  of.m_orderUse = [this] { return m_pThread->orderUse(); };
+  of.m_orderUse = [this] { return std::exchange(m_useSinceLook, {}); };
   of.m_orderLimits = m_options.m_orderLimits;
   of.m_feedTick = [this] { return m_bFinished ? -1 : m_pThread->now(); };
   m_pExceptions = std::make_unique<CExceptionFinder>(std::move(of));
@@ -276,7 +276,10 @@ void CLiveSession::showClock() {
 
 std::vector<SAccountUse> CLiveSession::orderUse() {
   std::vector<SAccountUse> accounts;
-  for (const engine::SOrderUse& use : m_pThread->takeOrderUse()) {
+  const std::vector<engine::SOrderUse> taken = m_pThread->takeOrderUse();
+  // The status bar asks more often than exceptions are looked for.
+  addUse(m_useSinceLook, taken);
+  for (const engine::SOrderUse& use : taken) {
     desk::SAccount account;
     m_desk.findAccount(use.m_strAccount, account);
     accounts.push_back(

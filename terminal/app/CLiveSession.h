@@ -81,6 +81,7 @@ class CLiveSession : public QObject {
   std::unique_ptr<CExceptionFinder> m_pExceptions;  ///< null without a window
   QElapsedTimer m_realClock;
   qint64 m_nLookedAt = -1;  ///< seconds of the real clock
+  std::vector<engine::SOrderUse> m_useSinceLook;
   bool m_bFinished = false;
   bool m_bViewKept = true;
   bool m_bLossTold = false;

@@ -29,6 +29,13 @@ QString columnText(const std::vector<SAccountUse>& accounts, std::size_t from, c
 
 }  // namespace
 
+void addUse(std::vector<engine::SOrderUse>& since, std::vector<engine::SOrderUse> taken) {
+  for (std::size_t i = 0; i < std::min(since.size(), taken.size()); ++i) {
+    taken[i].m_nSecond = std::max(taken[i].m_nSecond, since[i].m_nSecond);
+  }
+  since.swap(taken);
+}
+
 QString orderUseText(const std::vector<SAccountUse>& accounts, const engine::SOrderLimits& limits) {
   const auto busiest =
       std::max_element(accounts.begin(), accounts.end(),

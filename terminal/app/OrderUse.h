@@ -13,6 +13,10 @@ struct SAccountUse {
   engine::SOrderUse m_use;
 };
 
+/// Adds what was taken later to what nobody has looked at yet: the busiest second, and the newest of the day. Accounts
+/// are added at the end.
+void addUse(std::vector<engine::SOrderUse>& since, std::vector<engine::SOrderUse> taken);
+
 /// Of the account that has sent most today, the first of several; empty without accounts.
 QString orderUseText(const std::vector<SAccountUse>& accounts, const engine::SOrderLimits& limits);
 /// Of every account, rich text: side by side as far as they do not fit below each other.

@@ -198,6 +198,15 @@ TEST(Instruments, SayHowTheirBuysAreSized) {
   EXPECT_EQ(sizes("SH", "600000"), "100, 100");
 }
 
+TEST(OrderUse, ABusySecondIsKeptUntilSomebodyLooks) {
+  std::vector<engine::SOrderUse> since;
+  app::addUse(since, {{"A", 280, 300, 0}});
+  app::addUse(since, {{"A", 3, 303, 1}, {"B", 7, 7, 0}});
+  ASSERT_EQ(since.size(), 2u);
+  EXPECT_EQ(std::tuple(since[0].m_nSecond, since[0].m_nDay, since[0].m_nBeyond), std::tuple(280, 303, 1));
+  EXPECT_EQ(since[1].m_strAccount, "B");
+}
+
 TEST(OrderUse, ShowsTheAccountThatHasSentMostAndAllInItsTip) {
   std::vector<app::SAccountUse> accounts;
   for (int i = 1; i <= 60; ++i) accounts.push_back({QString::number(1000 + i), {"A", i, i == 30 ? 19000 : 10 * i, 0}});
