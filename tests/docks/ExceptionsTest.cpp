@@ -213,6 +213,24 @@ TEST_F(Exceptions, WhatOrdersHaveFrozenABasketNeedsNoMore) {
   m_host.desk().publishTask(publication);
   EXPECT_NEAR(need().m_dBuys, 8005.08 + 2 * (0.12 * 2'400'000 + 55.2), 1e-6) << "what is opened takes its margin";
   EXPECT_EQ(need().m_dSells, 0) << "of shares alone";
+
+  // More lines than are gone through at once: what had its turn longest ago comes first.
+  std::vector<ksservice::CTaskDetailPtr> many;
+  const auto sendMany = [&] {
+    for (int task = 4; task < 8; ++task) {
+      const ksservice::CTaskDetailPtr detail = test::makeDetail(task, 1);
+      for (int i = 0; i < 15000; ++i) test::addParam(*detail, account, std::to_string(600000 + i), 100, 10);
+      desk::SPublication sent;
+      sent.m_pDetail = detail;
+      m_host.desk().publishTask(sent);
+    }
+  };
+  const double before = need().m_dBuys;
+  sendMany();
+  const double whole = before + 4 * 15000 * (1000 + 5 + 0.01);
+  EXPECT_LT(need().m_dBuys, whole - 1);
+  sendMany();
+  EXPECT_NEAR(need().m_dBuys, whole, 0.01) << "what is not known yet goes before what has changed";
 }
 
 }  // namespace

@@ -8,6 +8,9 @@
 namespace app {
 namespace {
 
+/// So that no look takes long: a running day changes each detail each second.
+constexpr std::size_t LINES_AT_ONCE = 20000;
+
 bool opens(int operation) { return operation != ksservice::EOT_BuyClose && operation != ksservice::EOT_SellClose; }
 
 /// What futures take of an account when they are opened, on either side.
@@ -48,20 +51,32 @@ SBasketNeed needOf(const ksservice::CTaskDetail& detail, const desk::CDesk& desk
 
 std::map<std::string, SBasketNeed> CBasketNeeds::of(const desk::CDesk& desk, const CBlotter& blotter,
                                                     const exchange::SFeeRates& fees) {
+  ++m_nTurn;
   std::map<std::string, SKept> kept;
-  std::map<std::string, SBasketNeed> needs;
+  std::vector<std::pair<SKept*, ksservice::CTaskDetailPtr>> due;
   for (const ksservice::CTaskDetailPtr& detail : desk.taskDetails()) {
     const bool ended = detail->m_nEndTime != ksservice::UNSET_INT;
     if (ended || !detail->m_pCommand || detail->m_params.empty() || !detail->m_params[0].m_pAccount) continue;
     if (detail->m_pCommand->m_nBasketType == ksservice::ECBT_Hedge) continue;
-    const auto known = m_kept.find(detail->getKey());
-    const bool same = known != m_kept.end() && known->second.m_pDetail == detail && !detail->m_bServerTask;
     SKept& now = kept[detail->getKey()];
-    now = same ? known->second
-               : SKept{detail, detail->m_params[0].m_pAccount->getKey(), needOf(*detail, desk, blotter, fees)};
-    SBasketNeed& sum = needs[now.m_strAccount];
-    sum.m_dBuys += now.m_need.m_dBuys;
-    sum.m_dSells += now.m_need.m_dSells;
+    const auto known = m_kept.find(detail->getKey());
+    if (known != m_kept.end()) now = known->second;
+    now.m_strAccount = detail->m_params[0].m_pAccount->getKey();
+    if (now.m_pDetail != detail || detail->m_bServerTask) due.emplace_back(&now, detail);
+  }
+  std::stable_sort(due.begin(), due.end(),
+                   [](const auto& a, const auto& b) { return a.first->m_nTurn < b.first->m_nTurn; });
+  std::size_t lines = 0;
+  for (const auto& [now, detail] : due) {
+    if (lines >= LINES_AT_ONCE) break;
+    lines += detail->m_params.size();
+    *now = {detail, now->m_strAccount, needOf(*detail, desk, blotter, fees), m_nTurn};
+  }
+  std::map<std::string, SBasketNeed> needs;
+  for (const auto& [key, each] : kept) {
+    SBasketNeed& sum = needs[each.m_strAccount];
+    sum.m_dBuys += each.m_need.m_dBuys;
+    sum.m_dSells += each.m_need.m_dSells;
   }
   m_kept.swap(kept);
   return needs;

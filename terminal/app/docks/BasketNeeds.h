@@ -14,7 +14,8 @@ struct SBasketNeed {
   double m_dSells = 0;  ///< shares, at their last price
 };
 
-/// Works out needs, anew only for details that have changed. Not thread-safe.
+/// Works out needs, anew only for details that have changed, and of very many lines only a part each time: then what
+/// was worked out longest ago comes first, and the others are as they were. Not thread-safe.
 class CBasketNeeds {
  public:
   /// By account key.
@@ -26,8 +27,10 @@ class CBasketNeeds {
     ksservice::CTaskDetailPtr m_pDetail;
     std::string m_strAccount;
     SBasketNeed m_need;
+    int m_nTurn = 0;  ///< in which it was worked out last
   };
   std::map<std::string, SKept> m_kept;  ///< by detail
+  int m_nTurn = 0;
 };
 
 }  // namespace app

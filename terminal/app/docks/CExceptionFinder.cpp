@@ -130,7 +130,13 @@ void CExceptionFinder::learnLines() {
       const auto& [market, code, name] = param.m_stock;
       const auto [place, isNew] = m_places.try_emplace(utils::mavStockKey(market, code), m_instruments.size());
       if (isNew) m_instruments.push_back({market, code, {}, m_sources.m_suspended.contains(place->first)});
-      m_instruments[place->second].m_lines.push_back({facts, param.m_nOperation});
+      // A task's accounts are looked at together.
+      std::vector<SLine>& known = m_instruments[place->second].m_lines;
+      const bool buy = ksservice::DataHelper::isBuy(param.m_nOperation);
+      const auto same = [&](const SLine& line) {
+        return line.m_pDetail->m_nTaskId == facts->m_nTaskId && buy == ksservice::DataHelper::isBuy(line.m_nOperation);
+      };
+      if (std::none_of(known.begin(), known.end(), same)) known.push_back({facts, param.m_nOperation});
     }
   }
   m_nDetails = details.size();

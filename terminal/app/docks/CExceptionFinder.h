@@ -60,7 +60,7 @@ class CExceptionFinder {
   struct SInstrument {
     std::string m_strMarket;
     std::string m_strCode;
-    std::vector<SLine> m_lines{};
+    std::vector<SLine> m_lines{};  ///< one for each task and side
     bool m_bSuspended = false;
     int m_nLocked = 0;  ///< above 0: at the upper limit without a seller; below: at the lower one without a buyer
   };
