@@ -66,6 +66,7 @@ TEST(TaskCourse, AFillCostsWhatItIsWorseThanTheArrivalAndTheMarketsAveragePrice)
   EXPECT_NEAR(*plannedShare(course, at(13, 0), OFFSET), 0.58, 0.03) << "the time of no trading counts for nothing";
   EXPECT_EQ(*plannedShare(course, at(14, 30), OFFSET), 1);
   EXPECT_EQ(expectedEnd(course, {at(10, 0), OFFSET, {}}), at(14, 30));
+  EXPECT_GT(expectedEnd(course, {at(14, 31), OFFSET, {}}), at(14, 31)) << "a patch goes on when its schedule is over";
   kept.setEnded("1-1", at(10, 5));
   kept.setEnded("1-2", ksservice::UNSET_INT);
   EXPECT_EQ(course.m_nEnd, 0) << "a part of it runs";

@@ -21,6 +21,7 @@
 #include "docks/CDocks.h"
 #include "docks/CExceptionFinder.h"
 #include "docks/CLogDock.h"
+#include "docks/CourseFigures.h"
 #include "docks/RowScope.h"
 #include "docks/RowsTable.h"
 #include "gv/CFileDialog.h"
@@ -148,6 +149,37 @@ TEST_F(Docks, TheBlotterTellsWhatIsNewAndKeepsTheOrdersOfAServerToo) {
   EXPECT_EQ(m_blotter.course(2), nullptr);
 }
 
+TEST_F(Docks, TheMarketsAverageOfATaskStandsStillWhenItEnds) {
+  exchange::SQuote market;
+  const auto trade = [&market](int volume, double price) {
+    market.m_nVolume += volume;
+    market.m_dAmount += volume * price;
+  };
+  CBlotter blotter(m_host.desk(), [&market](const std::string&, const std::string&, exchange::SQuote& quote) {
+    quote = market;
+    return true;
+  });
+  const auto publishTask = [&](int number, int end) {
+    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
+    test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 100, 10);
+    detail->m_orders.push_back(makeOrder("1-" + std::to_string(number) + "-1", "600001", 100, true));
+    detail->m_nEndTime = end;
+    desk::SPublication publication;
+    publication.m_pDetail = detail;
+    blotter.onTask(publication);
+  };
+  trade(5000, 9);
+  publishTask(1, ksservice::UNSET_INT);
+  trade(1000, 9.9);
+  EXPECT_FALSE(costAgainstMarket(*blotter.course(1), {})) << "while it runs the market is asked";
+  publishTask(1, 100);
+  trade(1000, 20);
+  ASSERT_TRUE(costAgainstMarket(*blotter.course(1), {market}));
+  EXPECT_NEAR(costAgainstMarket(*blotter.course(1), {market})->first, 100 * (10 - 9.9), 1e-6) << "whenever it is asked";
+  publishTask(2, ksservice::UNSET_INT);
+  EXPECT_NEAR(costAgainstMarket(*blotter.course(1), {market})->first, 200 * (10 - 14.95), 1e-6) << "it goes on";
+}
+
 TEST_F(Docks, AnOrderStandsBehindItsLineItsAccountAndItsSide) {
   SBlotterDetail detail;
   detail.m_nTaskId = 7;
@@ -197,6 +229,13 @@ TEST_F(Docks, ADockIsMadeAndFedOnlyWhenItShows) {
   EXPECT_EQ(table->rowCount(), 0) << "a task that nobody knows";
   open("overviewDock");
   m_window.docks().choose(1, QString());
+  EXPECT_EQ(table->rowCount(), 1);
+  m_blotter.onTradingDay("20261124");
+  m_window.docks().choose(1, QString());
+  EXPECT_EQ(table->rowCount(), 0) << "another day's";
+  publish(1, 1, {});
+  m_window.docks().choose(1, QString());
+  EXPECT_EQ(table->rowCount(), 1);
   const int asked = m_nAsked;
   m_window.findChild<QDockWidget*>("overviewDock")->close();
   m_window.findChild<QDockWidget*>("quotesDock")->close();

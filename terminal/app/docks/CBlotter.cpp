@@ -77,8 +77,22 @@ void CBlotter::onTask(const desk::SPublication& publication) {
   } else {
     takeOrders(known, course, detail.m_orders, publication.m_orderDetails);
   }
-  if (!known.m_pDetail->m_bHedge) course.setEnded(detail.getKey(), detail.m_nEndTime);
+  if (!known.m_pDetail->m_bHedge) setEnded(course, detail);
   course.sample(m_nNow);
+}
+
+/// The market goes on without a task that has ended: what it did until then is kept.
+void CBlotter::setEnded(CTaskCourse& course, const CTaskDetail& detail) const {
+  const bool had = course.course().m_nEnd != 0;
+  course.setEnded(detail.getKey(), detail.m_nEndTime);
+  const bool has = course.course().m_nEnd != 0;
+  if (!m_market || had == has) return;
+  std::vector<exchange::SQuote> quotes(has ? course.course().m_lines.size() : 0);
+  for (std::size_t i = 0; i < quotes.size(); ++i) {
+    const SCourseLine& line = course.course().m_lines[i];
+    m_market(line.m_strMarket, line.m_strCode, quotes[i]);
+  }
+  course.setQuotesAtEnd(std::move(quotes));
 }
 
 /// The changes stand in the order of the orders, as their sheet gives them; only a journal may have them otherwise.

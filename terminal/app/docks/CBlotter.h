@@ -128,6 +128,7 @@ class CBlotter : public desk::IDeskObserver {
   void begin(CTaskCourse& course, const ksservice::CTaskDetail& detail);
   void takeOrders(SDetail& known, CTaskCourse& course, const std::vector<ksservice::COrderInfoPtr>& orders,
                   const std::vector<desk::OrderDetailEntry>& changes);
+  void setEnded(CTaskCourse& course, const ksservice::CTaskDetail& detail) const;
   static void takeDetail(SBlotterOrder& order, const ksservice::COrderDetailPtr& detail);
   void setHedgeTarget(int taskId, int lots);
   void note(int number);

@@ -127,7 +127,7 @@ void COverviewDock::choose(const SChosenRow& row) {
 void COverviewDock::showNothing() { m_pCanvas->show(QStringLiteral("在组合任务中选择一行"), {}, {}); }
 
 void COverviewDock::ask(const STaskCourse& course) {
-  if (!m_sources.m_askMarket) return;
+  if (!m_sources.m_askMarket || m_pAnswer) return;
   InstrumentNames names;
   for (const SCourseLine& line : course.m_lines) names.emplace_back(line.m_strMarket, line.m_strCode);
   m_pAnswer = std::make_shared<CMarketAnswer>();
@@ -136,10 +136,11 @@ void COverviewDock::ask(const STaskCourse& course) {
 
 void COverviewDock::refresh() {
   const auto course = m_nTaskId < 0 ? nullptr : m_sources.m_pBlotter->course(m_nTaskId);
-  if (!course || course->m_nStart == 0) return;
-  // When a task has ended the market goes on without it.
-  if (auto answer = m_pAnswer && (course->m_nEnd == 0 || m_quotes.empty()) ? m_pAnswer->take() : std::nullopt) {
+  // Tasks of another day are gone.
+  if (!course || course->m_nStart == 0) return showNothing();
+  if (auto answer = m_pAnswer ? m_pAnswer->take() : std::nullopt) {
     m_quotes = std::move(*answer);
+    m_pAnswer.reset();
   }
   const desk::CDesk& desk = *m_sources.m_pDesk;
   SCourseMoment moment;
@@ -148,7 +149,7 @@ void COverviewDock::refresh() {
   moment.m_quotes = m_quotes;
   m_pCanvas->show(QStringLiteral("组合任务%1").arg(m_nTaskId), courseFigures(*course, moment),
                   courseCharts(*course, moment));
-  if (course->m_nEnd == 0 || m_quotes.empty()) ask(*course);
+  if (course->m_nEnd == 0) ask(*course);
 }
 
 }  // namespace app

@@ -25,7 +25,7 @@ class COverviewDock : public CDockContent {
   SDockSources m_sources;
   int m_nTaskId = -1;
   std::vector<exchange::SQuote> m_quotes;    ///< as the market answered last
-  std::shared_ptr<CMarketAnswer> m_pAnswer;  ///< of what was asked last
+  std::shared_ptr<CMarketAnswer> m_pAnswer;  ///< of what was asked and is not answered yet
   CCanvas* m_pCanvas;
 };
 

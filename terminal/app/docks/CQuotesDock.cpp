@@ -80,6 +80,10 @@ void CQuotesDock::attach(const SDockSources& sources) { m_sources = sources; }
 void CQuotesDock::choose(const SChosenRow& row) {
   if (m_nTaskId == row.m_nTaskId) return;
   m_nTaskId = row.m_nTaskId;
+  clear();
+}
+
+void CQuotesDock::clear() {
   m_nListed = -1;
   m_pAnswer.reset();
   m_pModel->begin();
@@ -103,6 +107,7 @@ void CQuotesDock::list(const STaskCourse& course) {
   }
   const bool same = m_nListed == m_nTaskId && listed.size() == m_pModel->size();
   const auto answer = m_pAnswer ? m_pAnswer->take() : std::nullopt;
+  if (answer) m_pAnswer.reset();
   m_pModel->begin();
   if (!same) m_pModel->clear();
   for (std::size_t i = 0; i < listed.size(); ++i) {
@@ -120,7 +125,7 @@ void CQuotesDock::list(const STaskCourse& course) {
 }
 
 void CQuotesDock::ask() {
-  if (!m_sources.m_askMarket) return;
+  if (!m_sources.m_askMarket || m_pAnswer) return;
   InstrumentNames names;
   for (std::size_t i = 0; i < m_pModel->size(); ++i) {
     names.emplace_back(m_pModel->row(i).m_strMarket, m_pModel->row(i).m_strCode);
@@ -131,7 +136,11 @@ void CQuotesDock::ask() {
 
 void CQuotesDock::refresh() {
   const auto course = m_nTaskId < 0 ? nullptr : m_sources.m_pBlotter->course(m_nTaskId);
-  if (!course) return;
+  if (!course) {
+    // Tasks of another day are gone.
+    if (m_nListed >= 0) clear();
+    return;
+  }
   list(*course);
   ask();
 }

@@ -32,6 +32,7 @@ class CQuotesDock : public CDockContent {
   void setParam(const QString& text) override { m_pTable->restoreConfigStr(text); }
 
  private:
+  void clear();
   void list(const STaskCourse& course);
   void ask();
 
@@ -40,7 +41,7 @@ class CQuotesDock : public CDockContent {
   int m_nListed = -1;  ///< the task whose securities stand in the table
   CRowsModel<SQuoteRow>* m_pModel;
   CRowsTable* m_pTable;
-  std::shared_ptr<CMarketAnswer> m_pAnswer;  ///< of what was asked last
+  std::shared_ptr<CMarketAnswer> m_pAnswer;  ///< of what was asked and is not answered yet
 };
 
 }  // namespace app

@@ -92,7 +92,8 @@ std::optional<double> plannedShare(const STaskCourse& course, int time, int time
 }
 
 std::optional<std::pair<double, double>> costAgainstMarket(const STaskCourse& course,
-                                                           const std::vector<exchange::SQuote>& quotes) {
+                                                           const std::vector<exchange::SQuote>& now) {
+  const std::vector<exchange::SQuote>& quotes = course.m_atEnd.empty() ? now : course.m_atEnd;
   if (quotes.size() != course.m_lines.size()) return std::nullopt;
   double cost = 0;
   double base = 0;
@@ -112,7 +113,8 @@ std::optional<std::pair<double, double>> costAgainstMarket(const STaskCourse& co
 int expectedEnd(const STaskCourse& course, const SCourseMoment& moment) {
   if (course.m_nEnd != 0) return course.m_nEnd;
   const int scheduled = scheduledEnd(course, moment.m_nTimeOffset);
-  if (scheduled != 0) return scheduled;
+  // A patch goes on after it.
+  if (scheduled > moment.m_nNow) return scheduled;
   const double left = course.m_dTarget - course.m_dTradedTarget;
   if (course.m_dTradedTarget <= 0 || left <= 0) return 0;
   const double speed = course.m_dTradedTarget / std::max(1, moment.m_nNow - course.m_nStart);

@@ -29,10 +29,10 @@ QString costText(double cost, double base);
 
 /// The part of its target that a schedule by time plans at a time, 0 to 1; none where volume or nothing plans.
 std::optional<double> plannedShare(const STaskCourse& course, int time, int timeOffset);
-/// CNY against the market's average prices since the task began, and what was traded at these; none where no line
-/// that was traded has one.
+/// CNY against the market's average prices since the task began, until it ended or now, and what was traded at these;
+/// none where no line that was traded has one.
 std::optional<std::pair<double, double>> costAgainstMarket(const STaskCourse& course,
-                                                           const std::vector<exchange::SQuote>& quotes);
+                                                           const std::vector<exchange::SQuote>& now);
 /// When all will be traded: as its schedule says, or as fast as until now; 0 where nobody can tell.
 int expectedEnd(const STaskCourse& course, const SCourseMoment& moment);
 

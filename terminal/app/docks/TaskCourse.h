@@ -5,7 +5,10 @@
 #include <map>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
+
+#include "IMarket.h"
 
 namespace app {
 
@@ -55,7 +58,8 @@ struct STaskCourse {
   int m_nHedgeTarget = 0;
   int m_nHedged = 0;
   std::vector<SCourseLine> m_lines;
-  std::vector<SCourseSample> m_samples;  ///< in the order of time
+  std::vector<SCourseSample> m_samples;   ///< in the order of time
+  std::vector<exchange::SQuote> m_atEnd;  ///< of the lines, when it ended; empty while it runs, and without a market
 };
 
 /// Of an instrument on one side.
@@ -76,6 +80,7 @@ class CTaskCourse {
   void setHedgeTarget(int lots) { m_course.m_nHedgeTarget = lots; }
   /// end: of one of its details, ksservice::UNSET_INT while it runs.
   void setEnded(const std::string& detailKey, int end);
+  void setQuotesAtEnd(std::vector<exchange::SQuote> quotes) { m_course.m_atEnd = std::move(quotes); }
   /// Once a second at most; between two the last one moves.
   void sample(int now);
   /// Null for an unknown one.
