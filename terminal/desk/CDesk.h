@@ -69,6 +69,14 @@ enum class EVia { Feed, Signal, Store };
 /// What is known of the order with a tag; null: nothing (any more).
 using OrderDetailEntry = std::pair<ksservice::CMavOrderTag, ksservice::COrderDetailPtr>;
 
+/// What an order traded at once.
+struct SOrderFill {
+  std::size_t m_nOrder = 0;  ///< its place among the orders of its publication
+  int m_nTime = 0;           ///< seconds since the epoch
+  int m_nQuantity = 0;
+  double m_dAmount = 0;  ///< CNY
+};
+
 struct SPublication {
   ksservice::CTaskDetailPtr m_pDetail;           ///< never null; not changed by anybody from now on
   std::vector<OrderDetailEntry> m_orderDetails;  ///< those that changed since the last publication
@@ -78,6 +86,10 @@ struct SPublication {
   /// Of a server task: its orders and which of their details changed, which no panel knows; for observers alone.
   std::vector<ksservice::COrderInfoPtr> m_serverOrders{};
   std::vector<OrderDetailEntry> m_serverOrderDetails{};
+  /// What the orders have traded since the last publication, and when those that are new were sent (seconds since the
+  /// epoch), both in their order; for observers alone, and empty where nobody knows it, as in a replay.
+  std::vector<SOrderFill> m_fills{};
+  std::vector<int> m_sent{};
 };
 
 /// The state behind every host service, filled by one driver (an engine, a journal player). Any thread may read at any

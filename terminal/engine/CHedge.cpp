@@ -84,7 +84,7 @@ int CHedge::send(std::uint64_t marketId, int lots, double price, std::int64_t ms
   m_sent.push_back(msec);
   m_bDirty = true;
   if (m_nStartTime == UNSET_INT) m_nStartTime = seconds;
-  return m_orders.add({marketId, m_identity.m_stock, m_param.m_nOperation, lots, price});
+  return m_orders.add({marketId, m_identity.m_stock, m_param.m_nOperation, lots, price, seconds});
 }
 
 std::uint64_t CHedge::takeStale(std::int64_t since, double price) {
@@ -116,7 +116,7 @@ void CHedge::onRejected(int order, const SRefusal& refusal, int seconds) {
 }
 
 void CHedge::onFilled(int order, int quantity, double amount, int seconds) {
-  m_orders.fill(order, quantity, amount);
+  m_orders.fill(order, quantity, amount, seconds);
   orderEnded(seconds);
 }
 
@@ -163,7 +163,7 @@ desk::SPublication CHedge::publish() {
   if (detail->m_nStatus != ETS_Running) detail->m_nEndTime = m_nEndTime;
   detail->m_pCommand = m_identity.m_pCommand;
   detail->m_params = {makeParam()};
-  m_orders.publish(*detail, publication.m_orderDetails);
+  m_orders.publish(*detail, publication);
   publication.m_pDetail = std::move(detail);
   m_bDirty = false;
   return publication;

@@ -22,6 +22,7 @@ int COrderSheet::add(const SNewOrder& order) {
   added.m_info.m_nVolume = order.m_nQuantity;
   added.m_info.m_dPrice = order.m_dPrice;
   m_orders.push_back(std::move(added));
+  m_sent.push_back(order.m_nTime);
   ++m_nWorking;
   return index;
 }
@@ -75,7 +76,8 @@ void COrderSheet::reject(int order, const std::string& message) {
   end(rejected);
 }
 
-void COrderSheet::fill(int order, int quantity, double amount) {
+void COrderSheet::fill(int order, int quantity, double amount, int seconds) {
+  m_fills.push_back({static_cast<std::size_t>(order), seconds, quantity, amount});
   SOrder& filled = touch(order);
   filled.m_info.m_nTradedVolume += quantity;
   filled.m_info.m_dTradedAmount += amount;
@@ -113,14 +115,16 @@ COrderDetailPtr COrderSheet::makeOrderDetail(const SOrder& order) {
   return detail;
 }
 
-void COrderSheet::publish(CTaskDetail& detail, std::vector<desk::OrderDetailEntry>& orderDetails) {
+void COrderSheet::publish(CTaskDetail& detail, desk::SPublication& publication) {
   detail.m_orders.reserve(m_orders.size());
   for (SOrder& order : m_orders) {
     if (order.m_bDirty) order.m_pPublished = boost::make_shared<COrderInfo>(order.m_info);
-    if (order.m_bDetailDirty) orderDetails.emplace_back(order.m_info.m_tag, makeOrderDetail(order));
+    if (order.m_bDetailDirty) publication.m_orderDetails.emplace_back(order.m_info.m_tag, makeOrderDetail(order));
     order.m_bDirty = order.m_bDetailDirty = false;
     detail.m_orders.push_back(order.m_pPublished);
   }
+  publication.m_fills = std::exchange(m_fills, {});
+  publication.m_sent = std::exchange(m_sent, {});
 }
 
 }  // namespace engine

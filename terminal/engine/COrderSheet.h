@@ -16,6 +16,7 @@ struct SNewOrder {
   int m_nOperation = ksservice::EOT_Buy;
   int m_nQuantity = 0;  ///< shares, or lots of a future
   double m_dPrice = 0;  ///< CNY, or index points
+  int m_nTime = 0;      ///< seconds since the epoch
 };
 
 /// The orders behind one task detail and what became of them. Knows no market and no clock. Everything on the engine's
@@ -43,7 +44,8 @@ class COrderSheet {
   int add(const SNewOrder& order);
   void accept(int order);
   void reject(int order, const std::string& message);
-  void fill(int order, int quantity, double amount);
+  /// seconds: since the epoch.
+  void fill(int order, int quantity, double amount, int seconds);
   /// The message tells why when nobody asked for it; an empty one is none.
   void cancel(int order, const std::string& message = {});
 
@@ -63,9 +65,9 @@ class COrderSheet {
   /// CNY.
   double tradedAmount() const { return m_dTraded; }
 
-  /// Puts the orders into the detail, those that did not change since the last time shared with it, and what changed of
-  /// their order details beside it.
-  void publish(ksservice::CTaskDetail& detail, std::vector<desk::OrderDetailEntry>& orderDetails);
+  /// Puts the orders into the detail, those that did not change since the last time shared with it, and beside it what
+  /// changed of their order details, what they traded and when new ones were sent.
+  void publish(ksservice::CTaskDetail& detail, desk::SPublication& publication);
 
  private:
   SOrder& touch(int order);
@@ -74,6 +76,9 @@ class COrderSheet {
 
   std::string m_strPrefix;
   std::vector<SOrder> m_orders;  ///< in the order in which they were sent
+  // Since the last publication.
+  std::vector<desk::SOrderFill> m_fills;
+  std::vector<int> m_sent;
   int m_nWorking = 0;
   int m_nRejected = 0;
   int m_nTraded = 0;

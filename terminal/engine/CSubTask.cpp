@@ -72,7 +72,7 @@ int CSubTask::send(std::uint64_t marketId, double price, int seconds) {
   const SOrderLine& line = m_lines[static_cast<std::size_t>(due.m_nLine)];
   if (m_nStartTime == UNSET_INT) m_nStartTime = seconds;
   m_bDirty = true;
-  const int order = m_orders.add({marketId, line.m_stock, line.m_nOperation, due.m_nQuantity, price});
+  const int order = m_orders.add({marketId, line.m_stock, line.m_nOperation, due.m_nQuantity, price, seconds});
   onSent(order, due);
   return order;
 }
@@ -99,7 +99,7 @@ void CSubTask::onRejected(int order, const SRefusal& refusal, int seconds) {
 }
 
 void CSubTask::onFilled(int order, int quantity, double amount, int seconds) {
-  m_orders.fill(order, quantity, amount);
+  m_orders.fill(order, quantity, amount, seconds);
   m_bDirty = true;
   endIfDone(seconds);
 }
@@ -204,7 +204,7 @@ desk::SPublication CSubTask::publish() {
   detail->m_pCommand = m_identity.m_pCommand;
   detail->m_params = m_params;
   publication.m_bSameParams = m_nPublishedStatus != 0;
-  m_orders.publish(*detail, publication.m_orderDetails);
+  m_orders.publish(*detail, publication);
   publication.m_pDetail = std::move(detail);
   m_nPublishedStatus = status();
   m_bDirty = false;

@@ -149,6 +149,29 @@ TEST_F(Docks, TheBlotterTellsWhatIsNewAndKeepsTheOrdersOfAServerToo) {
   EXPECT_EQ(m_blotter.course(2), nullptr);
 }
 
+TEST_F(Docks, AFillStandsAsTheMarketReportedItAndAnOrderAtTheTimeItWasSent) {
+  m_host.desk().setNow(110);
+  m_blotter.follow(true);
+  const ksservice::CTaskDetailPtr detail = test::makeDetail(1, 1);
+  test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 100, 10);
+  const COrderInfoPtr order = makeOrder("1-1-1", "600001", 100, true);
+  order->m_dTradedAmount = 1030;
+  detail->m_orders = {order};
+  desk::SPublication publication;
+  publication.m_pDetail = detail;
+  publication.m_fills = {{0, 100, 40, 400}, {0, 105, 60, 630}};
+  publication.m_sent = {95};
+  m_host.desk().publishTask(publication);
+  const SBlotterNews news = m_blotter.take();
+  ASSERT_EQ(news.m_orders.size(), 1u);
+  EXPECT_EQ(news.m_orders[0].second.m_nSent, 95);
+  ASSERT_EQ(news.m_fills.size(), 2u);
+  EXPECT_EQ(news.m_fills[0].m_nTime, 100);
+  EXPECT_EQ(news.m_fills[1].m_nQuantity, 60);
+  EXPECT_EQ(news.m_fills[1].m_dAmount, 630);
+  EXPECT_EQ(m_blotter.course(1)->m_dBought, 1030);
+}
+
 TEST_F(Docks, TheMarketsAverageOfATaskStandsStillWhenItEnds) {
   exchange::SQuote market;
   const auto trade = [&market](int volume, double price) {

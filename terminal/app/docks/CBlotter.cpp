@@ -72,11 +72,7 @@ void CBlotter::onTask(const desk::SPublication& publication) {
   m_nNow = static_cast<int>(m_desk.now());
   SDetail& known = detailOf(detail);
   CTaskCourse& course = courseOf(detail);
-  if (detail.m_bServerTask) {
-    takeOrders(known, course, publication.m_serverOrders, publication.m_serverOrderDetails);
-  } else {
-    takeOrders(known, course, detail.m_orders, publication.m_orderDetails);
-  }
+  takeOrders(known, course, publication);
   if (!known.m_pDetail->m_bHedge) setEnded(course, detail);
   course.sample(m_nNow);
 }
@@ -96,15 +92,19 @@ void CBlotter::setEnded(CTaskCourse& course, const CTaskDetail& detail) const {
 }
 
 /// The changes stand in the order of the orders, as their sheet gives them; only a journal may have them otherwise.
-void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const std::vector<COrderInfoPtr>& orders,
-                          const std::vector<desk::OrderDetailEntry>& changes) {
+void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const desk::SPublication& publication) {
+  const bool server = publication.m_pDetail->m_bServerTask;
+  const auto& orders = server ? publication.m_serverOrders : publication.m_pDetail->m_orders;
+  const auto& changes = server ? publication.m_serverOrderDetails : publication.m_orderDetails;
+  const std::size_t old = known.m_orders.size();
   auto change = changes.begin();
   for (std::size_t i = 0; i < orders.size(); ++i) {
     if (i == known.m_orders.size()) {
       known.m_orders.push_back(static_cast<int>(m_orders.size()));
       known.m_traded.push_back(0);
       known.m_amounts.push_back(0);
-      m_orders.push_back({{known.m_pDetail, nullptr, m_nNow}, false, m_nNow});
+      const int sent = i - old < publication.m_sent.size() ? publication.m_sent[i - old] : m_nNow;
+      m_orders.push_back({{known.m_pDetail, nullptr, sent}, false, sent});
     }
     const int number = known.m_orders[i];
     SOrder& kept = m_orders[static_cast<std::size_t>(number)];
@@ -116,8 +116,17 @@ void CBlotter::takeOrders(SDetail& known, CTaskCourse& course, const std::vector
     if (changed) takeDetail(order, (change++)->second);
     if (orders[i]->m_nTradedVolume != known.m_traded[i]) kept.m_nMoved = m_nNow;
     if (wasOpen && orders[i]->m_bCompleted && isRefused(order)) m_refused.push_back(number);
+    const int quantity = orders[i]->m_nTradedVolume - known.m_traded[i];
+    const double amount = orders[i]->m_dTradedAmount - known.m_amounts[i];
+    if (quantity != 0 && publication.m_fills.empty()) {
+      m_fills.push_back({known.m_pDetail, orders[i], m_nNow, quantity, amount});
+    }
     noteFill(known, i, course, orders[i]);
     note(number);
+  }
+  for (const desk::SOrderFill& fill : publication.m_fills) {
+    if (fill.m_nOrder >= orders.size()) continue;
+    m_fills.push_back({known.m_pDetail, orders[fill.m_nOrder], fill.m_nTime, fill.m_nQuantity, fill.m_dAmount});
   }
   for (; change != changes.end(); ++change) {
     for (const int number : known.m_orders) {
@@ -139,7 +148,6 @@ void CBlotter::noteFill(SDetail& known, std::size_t index, CTaskCourse& course, 
   const double before = std::exchange(known.m_amounts[index], info->m_dTradedAmount);
   const double amount = info->m_dTradedAmount - before;
   if (quantity == 0) return;
-  m_fills.push_back({known.m_pDetail, info, m_nNow, quantity, amount});
   const bool buy = ksservice::DataHelper::isBuy(info->m_nOperation);
   const exchange::EKind kind = exchange::kindOf(info->m_strMarket);
   // Of the whole order: the least commission is paid once.

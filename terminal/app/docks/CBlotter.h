@@ -32,12 +32,12 @@ using BlotterDetailPtr = std::shared_ptr<const SBlotterDetail>;
 struct SBlotterOrder {
   BlotterDetailPtr m_pDetail;        ///< never null
   ksservice::COrderInfoPtr m_pInfo;  ///< never null
-  int m_nSent = 0;                   ///< when it was published first
+  int m_nSent = 0;                   ///< or, where nobody says when, published first
   bool m_bAccepted = false;
   bool m_bCancelled = false;
 };
 
-/// What an order traded between two publications.
+/// What an order traded at once; where its source does not tell that, between two publications.
 struct SBlotterFill {
   BlotterDetailPtr m_pDetail;
   ksservice::COrderInfoPtr m_pInfo;
@@ -126,8 +126,7 @@ class CBlotter : public desk::IDeskObserver {
   SDetail& detailOf(const ksservice::CTaskDetail& detail);
   CTaskCourse& courseOf(const ksservice::CTaskDetail& detail);
   void begin(CTaskCourse& course, const ksservice::CTaskDetail& detail);
-  void takeOrders(SDetail& known, CTaskCourse& course, const std::vector<ksservice::COrderInfoPtr>& orders,
-                  const std::vector<desk::OrderDetailEntry>& changes);
+  void takeOrders(SDetail& known, CTaskCourse& course, const desk::SPublication& publication);
   void setEnded(CTaskCourse& course, const ksservice::CTaskDetail& detail) const;
   static void takeDetail(SBlotterOrder& order, const ksservice::COrderDetailPtr& detail);
   void setHedgeTarget(int taskId, int lots);
@@ -148,7 +147,7 @@ class CBlotter : public desk::IDeskObserver {
   std::vector<int> m_noted;
   std::vector<int> m_refused;        ///< and not told as troubles
   std::vector<int> m_old;            ///< open and older than was asked for last
-  std::size_t m_nLookedThrough = 0;  ///< the orders before were old, which stand in the order of time
+  std::size_t m_nLookedThrough = 0;  ///< the orders before were old, which stand in the order of publication
   bool m_bTroublesAnew = true;
   std::size_t m_nFillsTaken = 0;
   bool m_bFollowed = false;
