@@ -12,6 +12,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QToolTip>
 
 #include "BasketReader.h"
 #include "CMainWindow.h"
@@ -369,6 +370,30 @@ TEST_F(Docks, WhatIsSelectedStaysSelectedWhateverElseComesAndGoes) {
   EXPECT_EQ(texts(positions, 1), "600005 600003");
   EXPECT_TRUE(positions.selectedKeys().isEmpty()) << "it was gone";
   m_window.docks().attach({});
+}
+
+TEST_F(Docks, AnExceptionOfNoTaskSaysThatThereIsNoRowToGoTo) {
+  CExceptionFinder finder({&m_host.desk(),
+                           &m_blotter,
+                           {},
+                           [] {
+                             return std::vector{engine::SOrderUse{"A1", 1, 9, 0}};
+                           },
+                           {280, 9}});
+  finder.look(0);
+  m_sources.m_pExceptions = &finder;
+  m_window.show();
+  m_window.docks().attach(m_sources);
+  auto* exceptions = open("exceptionsDock")->findChild<CRowsTable*>();
+  ASSERT_EQ(exceptions->rowCount(), 1);
+  QMouseEvent click(QEvent::MouseButtonDblClick, exceptions->cellRect(0, 1).center(), Qt::LeftButton, Qt::LeftButton,
+                    Qt::NoModifier);
+  QApplication::sendEvent(exceptions->viewport(), &click);
+  EXPECT_EQ(m_strShown, "");
+  EXPECT_TRUE(QToolTip::text().contains(QStringLiteral("不属于某个任务")));
+  QToolTip::hideText();
+  m_window.docks().attach({});
+  letFadesEnd();
 }
 
 TEST_F(Docks, RowsStayWhereTheyAreWhileTheUserHasChosenOneOfThemAndAWorkbookKeepsCodes) {

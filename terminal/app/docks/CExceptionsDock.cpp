@@ -1,10 +1,12 @@
 #include "docks/CExceptionsDock.h"
 
+#include <QCursor>
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QToolTip>
 
 #include "docks/CExceptionFinder.h"
 #include "gv/Scaling.h"
@@ -135,7 +137,11 @@ void CExceptionsDock::putAway() {
 
 void CExceptionsDock::showRow(int position) const {
   const SException& exception = m_pModel->shownRow(position).m_exception;
-  if (m_sources.m_showRow && exception.m_nTaskId >= 0) m_sources.m_showRow(exception.m_nTaskId, exception.m_strRow);
+  if (exception.m_nTaskId < 0) {
+    QToolTip::showText(QCursor::pos(), QStringLiteral("这条异常不属于某个任务，没有可转到的行"), m_pTable);
+  } else if (m_sources.m_showRow) {
+    m_sources.m_showRow(exception.m_nTaskId, exception.m_strRow);
+  }
 }
 
 QString CExceptionsDock::param() const {
