@@ -77,6 +77,7 @@ struct SReadLine {
   EMeasure m_measure = EMeasure::None;
   double m_dQuantity = 0;          ///< shares (lots of a future), CNY, or a weight as it is written; above 0
   std::optional<double> m_dPrice;  ///< CNY or index points, above 0
+  bool m_bPriceUnread = false;     ///< there is a limit, but which one could not be read
   std::string m_strFault;          ///< what could not be read; Chinese; empty: nothing
 };
 

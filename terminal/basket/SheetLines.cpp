@@ -191,7 +191,8 @@ class CSheetReader {
     const std::string& text = cell(row, ERole::Price);
     if (isVoid(text) || isMarketOrder(text)) return;
     const auto number = numberIn(text);
-    if (!number || number->m_nSign < 0) return addFault(line, "价格读不出：" + text);
+    line.m_bPriceUnread = !number || number->m_nSign < 0;
+    if (line.m_bPriceUnread) return addFault(line, "价格读不出：" + text);
     if (number->m_dValue > 0) line.m_dPrice = number->m_dValue;
   }
 

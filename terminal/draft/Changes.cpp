@@ -23,7 +23,10 @@ std::string quantityText(const SLine& line) {
   return line.m_measure == basket::EMeasure::None ? "无" : countText(std::llround(line.m_dQuantity));
 }
 
-std::string limitText(double price) { return price > 0 ? priceText(price) : "无"; }
+std::string limitText(double price) {
+  if (price < 0) return "读不出";
+  return price > 0 ? priceText(price) : "无";
+}
 
 /// What of a line is another than it was.
 std::string changeText(const SLine& before, const SLine& after) {

@@ -14,6 +14,9 @@ namespace draft {
 
 enum class ESide { None, Buy, Sell };
 
+/// In place of a limit that could not be read: never taken for none.
+inline constexpr double UNREAD_PRICE = -1;
+
 /// One line as the user has it now.
 struct SLine {
   bool m_bChecked = true;
@@ -23,7 +26,7 @@ struct SLine {
   ESide m_side = ESide::None;
   basket::EMeasure m_measure = basket::EMeasure::Shares;
   double m_dQuantity = 0;  ///< in its measure: shares (lots of a future), CNY, a part of the whole weight
-  double m_dPrice = 0;     ///< limit; 0: none
+  double m_dPrice = 0;     ///< limit; 0: none; or UNREAD_PRICE, which no other edit of the line clears
   std::string m_strFault;  ///< what could not be read; an edit of the line clears it
   int m_nSourceLine = 0;   ///< 0: none
 };

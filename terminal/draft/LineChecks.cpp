@@ -87,6 +87,7 @@ void checkTrading(const SLineLook& look, std::vector<SFinding>& findings) {
     add(findings, EFinding::LimitLocked, ELevel::Warning,
         "跌停 " + priceText(facts.m_dLast) + "，没有买盘，卖出难以成交");
   }
+  if (line.m_dPrice < 0) add(findings, EFinding::BadPrice, ELevel::Error, "限价读不出：请改正，或清空为不限价");
   if (!(line.m_dPrice > 0)) return;
   if (const char* const fault = rules.priceFault(line.m_dPrice)) {
     add(findings, EFinding::BadPrice, ELevel::Error,

@@ -21,7 +21,7 @@ SDraftLine lineOf(const basket::SReadLine& read) {
   if (read.m_bBuy) line.m_line.m_side = *read.m_bBuy ? draft::ESide::Buy : draft::ESide::Sell;
   line.m_line.m_measure = read.m_measure;
   line.m_line.m_dQuantity = read.m_dQuantity;
-  line.m_line.m_dPrice = read.m_dPrice.value_or(0);
+  line.m_line.m_dPrice = read.m_bPriceUnread ? draft::UNREAD_PRICE : read.m_dPrice.value_or(0);
   line.m_line.m_strFault = read.m_strFault;
   line.m_line.m_nSourceLine = read.m_nLine;
   line.m_original = line.m_line;

@@ -109,7 +109,7 @@ QString CLineModel::text(int row, int column) const {
       return shares > 0 ? sharesText(shares) : QString();
     }
     case LinePrice:
-      return numberText(own.m_dPrice);
+      return own.m_dPrice < 0 ? QStringLiteral("?") : numberText(own.m_dPrice);
     case LineLast:
       return priceText(facts.price(), facts);
     case LineAmount:
@@ -224,7 +224,7 @@ bool CLineModel::setData(const QModelIndex& index, const QVariant& value, int ro
   return role == Qt::EditRole && edit(index.row(), index.column(), value.toString());
 }
 
-/// What cannot be read as a number leaves none, which the verdict tells.
+/// What cannot be read as a number leaves no quantity, or an unread limit, which the verdict tells.
 bool CLineModel::edit(int row, int column, const QString& text) {
   if (text == this->text(row, column)) return false;
   draft::SLine changed = line(row).m_line;
@@ -240,7 +240,8 @@ bool CLineModel::edit(int row, int column, const QString& text) {
       if (changed.m_measure == basket::EMeasure::None) changed.m_measure = basket::EMeasure::Shares;
       break;
     case LinePrice:
-      changed.m_dPrice = std::max(0.0, numberOf(text));
+      changed.m_dPrice = numberOf(text);
+      if (changed.m_dPrice < 0) changed.m_dPrice = draft::UNREAD_PRICE;
       break;
     default:
       return false;

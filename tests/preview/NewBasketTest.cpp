@@ -158,4 +158,25 @@ TEST(NewBasket, TheChoiceOfAColumnIsRememberedForItsTitles) {
   EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 400);
 }
 
+TEST(NewBasket, ALimitThatCannotBeReadHoldsItsLineBack) {
+  CPreviewRig rig;
+  rig.paste("代码,方向,数量,限价\n600000,买入,1000,10.1\n600036,买入,500,约10元\n");
+  EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
+  // What was read before stays unread whatever else is corrected.
+  QTest::keyClick(rig.type(1, LineQuantity, QStringLiteral("600")), Qt::Key_Return);
+  EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+  QTest::keyClick(rig.type(1, preview::LinePrice, QStringLiteral("10.2")), Qt::Key_Return);
+  EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+  QTest::keyClick(rig.type(0, preview::LinePrice, QStringLiteral("10.2o")), Qt::Key_Return);
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+  // To empty the cell is to want none.
+  QLineEdit* editor = rig.type(0, preview::LinePrice, QStringLiteral("9"));
+  QTest::keyClick(editor, Qt::Key_Backspace);
+  QTest::keyClick(editor, Qt::Key_Return);
+  EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+  EXPECT_EQ(rig.draft().toSend().m_parts[0].m_lines[0].m_dPrice, 0);
+  EXPECT_EQ(rig.draft().toSend().m_parts[0].m_lines[1].m_dPrice, 10.2);
+}
+
 }  // namespace

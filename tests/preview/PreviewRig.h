@@ -106,6 +106,9 @@ class CPreviewRig {
 
   /// Types into a cell as a user does, without ending it.
   QLineEdit* type(int row, int column, const QString& text) const {
+    // An editor that has ended goes with the next turn of the event loop.
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     const QModelIndex index = lines().model()->index(row, column);
     lines().setCurrentIndex(index);
     lines().edit(index);
