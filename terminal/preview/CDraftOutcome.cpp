@@ -70,7 +70,8 @@ QString CDraft::refusal() const {
   for (const draft::SFinding& finding : m_judgement.m_ofBasket) {
     if (finding.m_level == draft::ELevel::Error) return QString::fromStdString(finding.m_strText);
   }
-  if (totals.m_nLines == 0) return QStringLiteral("没有可发送的行");
+  // Lines that come to no order are no basket.
+  if (totals.m_nOrders == 0) return QStringLiteral("没有可发送的行");
   if (m_state.m_strName.trimmed().isEmpty()) return QStringLiteral("篮子名称不能为空");
   return {};
 }

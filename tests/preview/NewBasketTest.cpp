@@ -179,4 +179,11 @@ TEST(NewBasket, ALimitThatCannotBeReadHoldsItsLineBack) {
   EXPECT_EQ(rig.draft().toSend().m_parts[0].m_lines[1].m_dPrice, 10.2);
 }
 
+TEST(NewBasket, WhatComesToNoOrderIsNotSent) {
+  CPreviewRig rig;
+  rig.paste("代码,方向,金额\n600000,买入,500\n");
+  EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 0);
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+}
+
 }  // namespace
