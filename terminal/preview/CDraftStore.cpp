@@ -62,10 +62,13 @@ std::optional<SDraftState> CDraftStore::load(const QString& id) const {
   return json.isEmpty() ? std::nullopt : std::optional(draftOf(json));
 }
 
-QString CDraftStore::newId() const {
+QString CDraftStore::newId() {
   const QString stem = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss"));
   QString id = stem;
-  for (int number = 2; QFileInfo::exists(fileOf(id)); ++number) id = stem + QStringLiteral("-%1").arg(number);
+  for (int number = 2; m_given.contains(id) || QFileInfo::exists(fileOf(id)); ++number) {
+    id = stem + QStringLiteral("-%1").arg(number);
+  }
+  m_given.insert(id);
   return id;
 }
 

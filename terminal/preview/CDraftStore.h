@@ -6,6 +6,7 @@
 #include <QThreadPool>
 #include <atomic>
 #include <optional>
+#include <set>
 
 #include "SDraftState.h"
 
@@ -37,8 +38,8 @@ class CDraftStore {
   /// The newest first.
   std::vector<SKeptDraft> list() const;
   std::optional<SDraftState> load(const QString& id) const;
-  /// An identifier under which nothing is kept.
-  QString newId() const;
+  /// An identifier under which nothing is kept, and that was not given before.
+  QString newId();
   /// Writes on a thread of the store's own, in the order of the calls.
   void save(const QString& id, const SDraftState& state, bool sent);
   void remove(const QString& id);
@@ -70,7 +71,8 @@ class CDraftStore {
   void trim();
 
   QString m_strFolder;
-  QThreadPool m_writer;  ///< of one thread
+  QThreadPool m_writer;       ///< of one thread
+  std::set<QString> m_given;  ///< identifiers of which the files may not be written yet
   std::atomic<bool> m_bFailed{false};
   QJsonObject m_desk;  ///< what is kept beside the drafts, by section
 };

@@ -234,9 +234,10 @@ void CNewBasketWindow::addLine() {
 
 void CNewBasketWindow::fillDraftMenu() {
   m_pDraftMenu->clear();
+  const std::vector<SKeptDraft> kept = m_store.list();
   for (const bool sent : {false, true}) {
     m_pDraftMenu->addSection(sent ? QStringLiteral("已发送") : QStringLiteral("草稿"));
-    for (const SKeptDraft& each : m_store.list()) {
+    for (const SKeptDraft& each : kept) {
       if (each.m_bSent != sent || each.m_strId == m_strId) continue;
       const QString text = QStringLiteral("%1  %2 行  %3")
                                .arg(each.m_strName.isEmpty() ? QStringLiteral("未命名") : each.m_strName)
@@ -247,8 +248,23 @@ void CNewBasketWindow::fillDraftMenu() {
   }
 }
 
+/// Two windows with one draft would write over each other's edits.
+CNewBasketWindow* CNewBasketWindow::otherWindowWith(const QString& id) const {
+  for (QWidget* each : QApplication::topLevelWidgets()) {
+    auto* window = qobject_cast<CNewBasketWindow*>(each);
+    if (!window || window == this || !window->isVisible()) continue;
+    if (&window->m_store == &m_store && window->m_strId == id) return window;
+  }
+  return nullptr;
+}
+
 /// A sent basket is opened as a draft of its own: what was sent stays as it was.
 void CNewBasketWindow::openDraft(const QString& id) {
+  if (CNewBasketWindow* other = otherWindowWith(id)) {
+    other->setWindowState(other->windowState() & ~Qt::WindowMinimized);
+    other->raise();
+    return other->activateWindow();
+  }
   keep();
   m_store.finish();
   const auto kept = m_store.load(id);

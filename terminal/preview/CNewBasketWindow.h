@@ -34,6 +34,7 @@ class CNewBasketWindow : public QDialog {
   void openFile(const QString& file);
   /// The bytes of a text: the first make the draft's lines, further ones are added to them.
   void takeText(const QByteArray& bytes, const QString& name);
+  /// Shows a kept draft; the window that shows it already comes to the front instead.
   void openDraft(const QString& id);
   const CDraft& draft() const { return m_draft; }
 
@@ -56,6 +57,7 @@ class CNewBasketWindow : public QDialog {
   void reload();
   void addLine();
   void fillDraftMenu();
+  CNewBasketWindow* otherWindowWith(const QString& id) const;
   void discard();
   void send();
   bool useSource(basket::SSource source, const QString& name, bool again);

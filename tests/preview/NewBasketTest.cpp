@@ -186,4 +186,27 @@ TEST(NewBasket, WhatComesToNoOrderIsNotSent) {
   EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
 }
 
+TEST(NewBasket, TwoWindowsNeverKeepTheirDraftsInOnePlace) {
+  CPreviewRig rig;
+  rig.paste("600000 买入 1000\n");
+  auto other = std::make_unique<preview::CNewBasketWindow>(rig.m_host, *rig.m_pStore, nullptr);
+  other->setAttribute(Qt::WA_DeleteOnClose, false);
+  other->show();
+  other->takeText("600036 买入 2000\n", QStringLiteral("另一个"));
+  // Both are kept within one moment, before either is written.
+  other->close();
+  rig.m_pWindow->close();
+  rig.m_pStore->finish();
+  const std::vector<preview::SKeptDraft> kept = rig.m_pStore->list();
+  ASSERT_EQ(kept.size(), 2U);
+  rig.m_pWindow->show();
+  other->show();
+  rig.m_pWindow->openDraft(kept[0].m_strId);
+  other->openDraft(kept[1].m_strId);
+  const std::string code = other->draft().state().m_lines[0].m_line.m_strCode;
+  // The window that shows it already comes to the front.
+  other->openDraft(kept[0].m_strId);
+  EXPECT_EQ(other->draft().state().m_lines[0].m_line.m_strCode, code);
+}
+
 }  // namespace
