@@ -85,6 +85,15 @@ int largestSheet(const basket::SSource& source) {
   return static_cast<int>(largest - source.m_sheets.begin());
 }
 
+/// A column beyond those of the other layout counts for nothing.
+void takeRoles(basket::SLayout& layout, const basket::SLayout& other) {
+  for (std::size_t i = 0; i < layout.m_columns.size(); ++i) {
+    const bool known = i < other.m_columns.size();
+    layout.m_columns[i].m_role = known ? other.m_columns[i].m_role : basket::ERole::None;
+    if (known) layout.m_columns[i].m_unit = other.m_columns[i].m_unit;
+  }
+}
+
 }  // namespace
 
 CDraft::CDraft(IDraftHost& host, QObject* parent) : QObject(parent), m_host(host) {
@@ -112,8 +121,17 @@ void CDraft::setSource(basket::SSource source, bool again) {
   const int sheets = static_cast<int>(source.m_sheets.size());
   m_source = std::move(source);
   if (!again || m_state.m_nSheet >= sheets) m_state.m_nSheet = largestSheet(m_source);
-  m_state.m_layout = basket::guessLayout(sheet(), m_host.securities());
+  const basket::SLayout before = std::exchange(m_state.m_layout, layoutOf(sheet()));
+  if (again && before.key() == m_state.m_layout.key()) takeRoles(m_state.m_layout, before);
   readAgain(again);
+}
+
+/// Where its titles stand is the sheet's own; what the user chose for such titles goes before the guess.
+basket::SLayout CDraft::layoutOf(const basket::SSheet& sheet) const {
+  basket::SLayout layout = basket::guessLayout(sheet, m_host.securities());
+  const auto chosen = m_chosenLayout ? m_chosenLayout(layout.key()) : std::nullopt;
+  if (chosen) takeRoles(layout, *chosen);
+  return layout;
 }
 
 void CDraft::readAgain(bool again) {
@@ -133,10 +151,12 @@ void CDraft::readAgain(bool again) {
   Q_EMIT sigSourceChanged();
 }
 
-void CDraft::append(const basket::SSource& source) {
+std::vector<basket::SLeftOut> CDraft::append(const basket::SSource& source) {
+  std::vector<basket::SLeftOut> leftOut;
   for (const basket::SSheet& added : source.m_sheets) {
-    const basket::SLayout layout = basket::guessLayout(added, m_host.securities());
-    for (const basket::SReadLine& line : basket::readLines(added, layout, m_host.securities()).m_lines) {
+    const basket::SReadBasket read = basket::readLines(added, layoutOf(added), m_host.securities());
+    leftOut.insert(leftOut.end(), read.m_leftOut.begin(), read.m_leftOut.end());
+    for (const basket::SReadLine& line : read.m_lines) {
       m_state.m_lines.push_back(lineOf(line));
       // Of another source than the one that can be read again.
       m_state.m_lines.back().m_strRead.clear();
@@ -145,12 +165,13 @@ void CDraft::append(const basket::SSource& source) {
     }
   }
   changed(true);
+  return leftOut;
 }
 
 void CDraft::setSheet(int sheetIndex) {
   if (!hasSource() || sheetIndex == m_state.m_nSheet) return;
   m_state.m_nSheet = sheetIndex;
-  m_state.m_layout = basket::guessLayout(sheet(), m_host.securities());
+  m_state.m_layout = layoutOf(sheet());
   readAgain(false);
 }
 
@@ -165,9 +186,9 @@ void CDraft::setRole(int column, basket::ERole role) {
   readAgain(true);
 }
 
-void CDraft::setLayout(const basket::SLayout& layout) {
+void CDraft::useRolesOf(const basket::SLayout& layout) {
   if (!hasSource()) return;
-  m_state.m_layout = layout;
+  takeRoles(m_state.m_layout, layout);
   readAgain(true);
 }
 

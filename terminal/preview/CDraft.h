@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <functional>
+#include <optional>
 
 #include "SDraftState.h"
 
@@ -23,8 +25,12 @@ class CDraft : public QObject {
 
   // Where the lines come from.
 
-  /// Makes the lines those of a source, as its layout is guessed. again: it is the same source as before: what the user
-  /// changed of lines stays where the source still says the same of them, and what is new is marked.
+  /// What the user chose for sheets with such titles (SLayout::key) before; none: nothing.
+  using ChosenLayout = std::function<std::optional<basket::SLayout>(const std::string& titles)>;
+  void setChosenLayout(ChosenLayout chosen) { m_chosenLayout = std::move(chosen); }
+  /// Makes the lines those of a source, as its layout is guessed or was chosen. again: it is the same source as before:
+  /// its layout stays while its titles do, what the user changed of lines stays where the source still says the same of
+  /// them, and what is new is marked.
   void setSource(basket::SSource source, bool again);
   /// Lines that were no more when the source was read again last.
   int goneCount() const { return m_nGone; }
@@ -32,12 +38,12 @@ class CDraft : public QObject {
   bool hasSource() const { return !m_source.m_sheets.empty(); }
   const basket::SSheet& sheet() const { return m_source.m_sheets[static_cast<std::size_t>(m_state.m_nSheet)]; }
   const std::vector<basket::SLeftOut>& leftOut() const { return m_leftOut; }
-  /// Adds the lines of a source below those that are there.
-  void append(const basket::SSource& source);
+  /// Adds the lines of a source below those that are there. Returns the rows that are no lines.
+  std::vector<basket::SLeftOut> append(const basket::SSource& source);
   void setSheet(int sheet);
   void setRole(int column, basket::ERole role);
-  /// The sheet as the guess has it, or as the user chose it before.
-  void setLayout(const basket::SLayout& layout);
+  /// Gives the sheet's columns the roles and units of another layout, by their places.
+  void useRolesOf(const basket::SLayout& layout);
 
   void setName(const QString& name);
   void setFile(const QString& file) { m_state.m_strFile = file; }
@@ -105,6 +111,7 @@ class CDraft : public QObject {
 
  private:
   void changed(bool reset);
+  basket::SLayout layoutOf(const basket::SSheet& sheet) const;
   void readAgain(bool again);
   void findSecurities();
   void findSecurity(int index);
@@ -115,6 +122,7 @@ class CDraft : public QObject {
 
   IDraftHost& m_host;
   SDraftState m_state;
+  ChosenLayout m_chosenLayout;
   basket::SSource m_source;
   std::vector<basket::SLeftOut> m_leftOut;
   int m_nGone = 0;

@@ -30,6 +30,7 @@ constexpr QSize WINDOW_SIZE(1340, 740);
 constexpr int SIDE_WIDTH = 400;
 constexpr QSize BUTTON_SIZE(84, 26);
 constexpr int KEEP_MSEC = 1000;
+constexpr int MOST_TOLD = 3;  // rows that were left out
 
 const char FILE_FILTER[] = "篮子文件 (*.csv *.tsv *.txt *.xlsx *.ods);;所有文件 (*)";
 
@@ -60,6 +61,7 @@ CNewBasketWindow::CNewBasketWindow(IDraftHost& host, CDraftStore& store, QWidget
   setAttribute(Qt::WA_DeleteOnClose);
   setAcceptDrops(true);
   GV::setScaledWindowSize(*this, WINDOW_SIZE);
+  m_draft.setChosenLayout([this](const std::string& titles) { return m_store.layoutFor(titles); });
   m_draft.setLimits(store.limits());
   m_pLimits->showState();
   m_pTabs->addTab(m_pLines, QStringLiteral("明细"));
@@ -189,8 +191,15 @@ void CNewBasketWindow::takeText(const QByteArray& bytes, const QString& name) {
     useSource(std::move(source), name, false);
     return;
   }
-  showNote(QString::fromStdString(source.m_strFault));
-  m_draft.append(source);
+  if (!source.m_strFault.empty()) return showNote(QString::fromStdString(source.m_strFault));
+  // They have no place among the rows of the source.
+  QStringList leftOut;
+  for (const basket::SLeftOut& row : m_draft.append(source)) {
+    leftOut << QStringLiteral("第 %1 行（%2）").arg(row.m_nLine).arg(QString::fromStdString(row.m_strReason));
+  }
+  const QString more = leftOut.size() > MOST_TOLD ? QStringLiteral(" 等 %1 行").arg(leftOut.size()) : QString();
+  const QString rows = QStringList(leftOut.mid(0, MOST_TOLD)).join(QStringLiteral("、")) + more;
+  showNote(leftOut.isEmpty() ? QString() : QStringLiteral("加入的文字里没有读入：") + rows);
 }
 
 /// False, and the window says why, when nothing could be read.
@@ -208,8 +217,6 @@ bool CNewBasketWindow::useSource(basket::SSource source, const QString& name, bo
     m_draft.setName(QString());
   }
   m_draft.setSource(std::move(source), again);
-  // What the user chose for such titles goes before the guess.
-  if (const auto remembered = m_store.layoutFor(m_draft.state().m_layout.key())) m_draft.setLayout(*remembered);
   if (m_draft.state().m_strName.isEmpty()) m_draft.setName(name);
   m_pName->setText(m_draft.state().m_strName);
   return true;

@@ -153,7 +153,8 @@ CSourceView::CSourceView(CDraft& draft, CDraftStore& store, QWidget* parent)
   });
   connect(m_pTable->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int column) { chooseRole(column); });
   connect(m_pSheets, qOverload<int>(&QComboBox::activated), this, [this](int sheet) { m_draft.setSheet(sheet); });
-  connect(m_pSaved, qOverload<int>(&QComboBox::activated), this, [this] { useSaved(); });
+  connect(m_pSaved, qOverload<int>(&QComboBox::activated), this,
+          [this] { m_draft.useRolesOf(m_store.layout(m_pSaved->currentText())); });
   connect(save, &QPushButton::clicked, this, [this] { saveLayout(); });
   connect(&draft, &CDraft::sigSourceChanged, this, [this] { showSource(); });
   showSource();
@@ -176,18 +177,6 @@ void CSourceView::showSource() {
 void CSourceView::setRole(int column, ERole role) {
   m_draft.setRole(column, role);
   m_store.rememberLayout(m_draft.state().m_layout);
-}
-
-/// What columns say goes by their places; where the titles stand is the sheet's own.
-void CSourceView::useSaved() {
-  const basket::SLayout saved = m_store.layout(m_pSaved->currentText());
-  basket::SLayout layout = m_draft.state().m_layout;
-  for (std::size_t i = 0; i < layout.m_columns.size(); ++i) {
-    const bool known = i < saved.m_columns.size();
-    layout.m_columns[i].m_role = known ? saved.m_columns[i].m_role : ERole::None;
-    if (known) layout.m_columns[i].m_unit = saved.m_columns[i].m_unit;
-  }
-  m_draft.setLayout(layout);
 }
 
 void CSourceView::saveLayout() {

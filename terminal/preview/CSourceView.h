@@ -48,7 +48,6 @@ class CSourceView : public QWidget {
  private:
   void showSource();
   void chooseRole(int column);
-  void useSaved();
   void saveLayout();
 
   CDraft& m_draft;

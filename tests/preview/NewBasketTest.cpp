@@ -209,4 +209,33 @@ TEST(NewBasket, TwoWindowsNeverKeepTheirDraftsInOnePlace) {
   EXPECT_EQ(other->draft().state().m_lines[0].m_line.m_strCode, code);
 }
 
+TEST(NewBasket, ARememberedChoiceOfColumnsFitsASheetWithOtherRowsAboveTheTitles) {
+  CPreviewRig rig;
+  rig.m_pWindow->openFile(
+      rig.writeFile(QStringLiteral("a.csv"), "产品一,,,\n二零二六,,,\ncode,side,甲,乙\n600000,B,100,200\n"));
+  rig.m_pWindow->findChild<preview::CSourceView*>()->setRole(3, basket::ERole::Quantity);
+  rig.open();
+  const QString file = rig.writeFile(QStringLiteral("b.csv"), "code,side,甲,乙\n600036,B,300,400\n600000,S,1,500\n");
+  rig.m_pWindow->openFile(file);
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 2U);
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 400);
+  EXPECT_TRUE(rig.draft().state().m_lines[0].m_strChange.isEmpty());
+  // What is new of a file is told against what was read of it before.
+  rig.writeFile(QStringLiteral("b.csv"), "code,side,甲,乙\n600036,B,300,700\n300750,S,1,800\n");
+  rig.button(QStringLiteral("重新读入")).click();
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_strChange, QStringLiteral("数量 400 → 700"));
+  EXPECT_EQ(rig.draft().state().m_lines[1].m_strChange, QStringLiteral("新增"));
+  EXPECT_EQ(rig.draft().goneCount(), 1);
+}
+
+TEST(NewBasket, WhatIsPastedBesideABasketIsReadAsTheUserChoseAndNoRowIsDroppedInSilence) {
+  CPreviewRig rig;
+  rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("a.csv"), "code,side,甲,乙\n600000,B,100,200\n"));
+  rig.m_pWindow->findChild<preview::CSourceView*>()->setRole(3, basket::ERole::Quantity);
+  rig.paste("code,side,甲,乙\n600036,B,300,400\n合计,,300,400\n");
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 2U);
+  EXPECT_EQ(rig.draft().state().m_lines[1].m_line.m_dQuantity, 400);
+  EXPECT_TRUE(rig.find<QLabel>(QStringLiteral("加入的文字里没有读入：第 3 行（合计行）")));
+}
+
 }  // namespace
