@@ -56,14 +56,14 @@ Places placesOf(const std::vector<SLine>& lines) {
 
 }  // namespace
 
-std::vector<SMerged> merge(const std::vector<SLine>& lines) {
-  using Key = std::tuple<std::string, std::string, ESide, basket::EMeasure, double>;
+std::vector<SMerged> merge(const std::vector<SLine>& lines, const std::vector<int>& kinds) {
+  using Key = std::tuple<std::string, std::string, ESide, basket::EMeasure, double, int>;
   std::map<Key, std::size_t> places;
   std::vector<SMerged> merged;
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const SLine& line = lines[i];
     const bool known = line.m_bChecked && !line.m_strCode.empty() && line.m_side != ESide::None;
-    const Key key{line.m_strMarket, line.m_strCode, line.m_side, line.m_measure, line.m_dPrice};
+    const Key key{line.m_strMarket, line.m_strCode, line.m_side, line.m_measure, line.m_dPrice, kinds[i]};
     const auto found =
         known && line.m_strFault.empty() ? places.try_emplace(key, merged.size()) : std::pair(places.end(), true);
     if (found.second) {

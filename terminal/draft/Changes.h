@@ -14,9 +14,10 @@ struct SMerged {
   std::vector<int> m_lines;  ///< indices, rising; one where nothing was merged
 };
 
-/// Makes one line of the checked lines of a security that have the same side, measure and limit: where the first of
-/// them stood, with their quantities added up. All others stay as they are.
-std::vector<SMerged> merge(const std::vector<SLine>& lines);
+/// Makes one line of the checked lines of a security that have the same side, measure, limit and kind (by line, where
+/// there is more than a side to it): where the first of them stood, with their quantities added up. All others stay as
+/// they are.
+std::vector<SMerged> merge(const std::vector<SLine>& lines, const std::vector<int>& kinds);
 
 struct SChanges {
   std::vector<std::string> m_marks;  ///< by line after: "新增", or what of it is new with what it was; empty: nothing

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Changes.h"
+#include "KeptEdits.h"
 
 namespace preview {
 namespace {
@@ -26,48 +27,6 @@ SDraftLine lineOf(const basket::SReadLine& read) {
   line.m_line.m_nSourceLine = read.m_nLine;
   line.m_original = line.m_line;
   return line;
-}
-
-/// What the user changed of a line, on one that was read anew; the rest is as it is read now.
-void putBack(const SDraftLine& edited, SDraftLine& line) {
-  line.m_line.m_bChecked = edited.m_line.m_bChecked;
-  if (!edited.m_bEdited) return;
-  const draft::SLine& user = edited.m_line;
-  const draft::SLine& original = edited.m_original;
-  if (user.m_strMarket != original.m_strMarket || user.m_strCode != original.m_strCode) {
-    line.m_line.m_strMarket = user.m_strMarket;
-    line.m_line.m_strCode = user.m_strCode;
-    line.m_line.m_strName = user.m_strName;
-  }
-  if (user.m_side != original.m_side) {
-    line.m_line.m_side = user.m_side;
-    line.m_nOperation = ksservice::EOT_None;
-  }
-  if (user.m_dQuantity != original.m_dQuantity || user.m_measure != original.m_measure) {
-    line.m_line.m_dQuantity = user.m_dQuantity;
-    line.m_line.m_measure = user.m_measure;
-  }
-  if (user.m_dPrice != original.m_dPrice) line.m_line.m_dPrice = user.m_dPrice;
-  line.m_line.m_strFault.clear();
-  line.m_bEdited = true;
-}
-
-/// Puts back what the user made of lines of which the source still says the same.
-void keepEdits(const std::vector<SDraftLine>& before, std::vector<SDraftLine>& after) {
-  std::multimap<std::string, const SDraftLine*> edited;
-  for (const SDraftLine& line : before) {
-    if (line.m_bEdited || !line.m_line.m_bChecked) edited.emplace(line.m_strRead, &line);
-  }
-  for (SDraftLine& line : after) {
-    const auto kept = edited.find(line.m_strRead);
-    if (kept == edited.end()) continue;
-    putBack(*kept->second, line);
-    edited.erase(kept);
-  }
-  // What the user added himself was never in the source.
-  for (const auto& [read, line] : edited) {
-    if (read.empty()) after.push_back(*line);
-  }
 }
 
 std::vector<draft::SLine> plainLines(const std::vector<SDraftLine>& lines) {
@@ -232,16 +191,7 @@ void CDraft::removeLines(const std::vector<int>& indices) {
 }
 
 void CDraft::mergeTwice() {
-  const std::vector<draft::SMerged> merged = draft::merge(m_lines);
-  std::vector<SDraftLine> lines;
-  lines.reserve(merged.size());
-  for (const draft::SMerged& each : merged) {
-    lines.push_back(m_state.m_lines[static_cast<std::size_t>(each.m_lines.front())]);
-    if (each.m_lines.size() < 2) continue;
-    lines.back().m_line = each.m_line;
-    lines.back().m_bEdited = true;
-  }
-  m_state.m_lines = std::move(lines);
+  m_state.m_lines = mergedLines(m_state.m_lines);
   changed(true);
 }
 

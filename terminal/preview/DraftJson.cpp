@@ -98,6 +98,39 @@ void stateFields(Archive& archive, State& state) {
   archive.number("hedgeRatio", state.m_hedge.m_dRatio);
 }
 
+// A line's parts are lines.
+QJsonArray linesJson(const std::vector<SDraftLine>& lines) {
+  QJsonArray array;
+  for (const SDraftLine& line : lines) {
+    CWriter writer;
+    lineFields(writer, line);
+    if (line.m_bEdited) {
+      CWriter original;
+      plainFields(original, line.m_original);
+      writer.m_json[QLatin1String("original")] = original.m_json;
+    }
+    if (!line.m_merged.empty()) writer.m_json[QLatin1String("merged")] = linesJson(line.m_merged);
+    array.append(writer.m_json);
+  }
+  return array;
+}
+
+std::vector<SDraftLine> linesOf(const QJsonArray& array) {
+  std::vector<SDraftLine> lines;
+  for (const auto& each : array) {
+    const QJsonObject object = each.toObject();
+    CReader reader(object);
+    SDraftLine& line = lines.emplace_back();
+    lineFields(reader, line);
+    line.m_original = line.m_line;
+    const QJsonObject original = object.value(QLatin1String("original")).toObject();
+    CReader originalReader(original);
+    plainFields(originalReader, line.m_original);
+    line.m_merged = linesOf(object.value(QLatin1String("merged")).toArray());
+  }
+  return lines;
+}
+
 /// What is multiplied with must be a number that can be.
 double positive(double value, double otherwise) { return std::isfinite(value) && value > 0 ? value : otherwise; }
 
@@ -157,18 +190,7 @@ draft::SLimits limitsOf(const QJsonObject& json) {
 QJsonObject toJson(const SDraftState& state) {
   CWriter writer;
   stateFields(writer, state);
-  QJsonArray lines;
-  for (const SDraftLine& line : state.m_lines) {
-    CWriter lineWriter;
-    lineFields(lineWriter, line);
-    if (line.m_bEdited) {
-      CWriter original;
-      plainFields(original, line.m_original);
-      lineWriter.m_json[QLatin1String("original")] = original.m_json;
-    }
-    lines.append(lineWriter.m_json);
-  }
-  writer.m_json[QLatin1String("lines")] = lines;
+  writer.m_json[QLatin1String("lines")] = linesJson(state.m_lines);
   writer.m_json[QLatin1String("layout")] = toJson(state.m_layout);
   writer.m_json[QLatin1String("deal")] = toJson(state.m_deal);
   writer.m_json[QLatin1String("limits")] = toJson(state.m_limits);
@@ -181,16 +203,7 @@ SDraftState draftOf(const QJsonObject& json) {
   stateFields(reader, state);
   state.m_sizing.m_dMultiple = positive(state.m_sizing.m_dMultiple, 1);
   state.m_nSheet = std::max(0, state.m_nSheet);
-  for (const auto& each : json.value(QLatin1String("lines")).toArray()) {
-    const QJsonObject object = each.toObject();
-    CReader lineReader(object);
-    SDraftLine& line = state.m_lines.emplace_back();
-    lineFields(lineReader, line);
-    line.m_original = line.m_line;
-    const QJsonObject original = object.value(QLatin1String("original")).toObject();
-    CReader originalReader(original);
-    plainFields(originalReader, line.m_original);
-  }
+  state.m_lines = linesOf(json.value(QLatin1String("lines")).toArray());
   state.m_layout = layoutOf(json.value(QLatin1String("layout")).toObject());
   state.m_deal = dealOf(json.value(QLatin1String("deal")).toObject());
   state.m_limits = limitsOf(json.value(QLatin1String("limits")).toObject());

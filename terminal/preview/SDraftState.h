@@ -16,6 +16,7 @@ struct SDraftLine {
   bool m_bEdited = false;   ///< by hand
   QString m_strChange;      ///< what is new of it since the source was read before; Chinese; empty: nothing
   int m_nOperation = ksservice::EOT_None;  ///< where the source said more than buy or sell
+  std::vector<SDraftLine> m_merged;        ///< of which it was made; empty: of none but itself
 };
 
 /// How a draft is shared out.

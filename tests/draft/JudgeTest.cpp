@@ -155,7 +155,7 @@ TEST(Judge, TellsTwinsAndMergesThem) {
   expectFinding(judgement.m_findings[1], EFinding::BothSides, ELevel::Warning, "同一证券在第 4 行卖出：篮子内既买又卖");
   EXPECT_FALSE(find(judgement.m_findings[3], EFinding::Twice));
   EXPECT_TRUE(judgement.m_findings[4].empty());
-  const std::vector<draft::SMerged> merged = draft::merge(basket.m_lines);
+  const std::vector<draft::SMerged> merged = draft::merge(basket.m_lines, std::vector<int>(5));
   ASSERT_EQ(merged.size(), 4U);
   EXPECT_EQ(merged[0].m_line.m_dQuantity, 500);
   EXPECT_EQ(merged[0].m_lines, (std::vector<int>{0, 2}));

@@ -238,4 +238,27 @@ TEST(NewBasket, WhatIsPastedBesideABasketIsReadAsTheUserChoseAndNoRowIsDroppedIn
   EXPECT_TRUE(rig.find<QLabel>(QStringLiteral("加入的文字里没有读入：第 3 行（合计行）")));
 }
 
+TEST(NewBasket, WhatWasMergedStaysOneLineWhenTheFileIsReadAgain) {
+  CPreviewRig rig;
+  const QString file =
+      rig.writeFile(QStringLiteral("a.csv"),
+                    "code,side,quantity\n600000,B,300\n600000,B,200\nIF2612,买入开仓,1\nIF2612,买入平仓,1\n");
+  rig.m_pWindow->openFile(file);
+  rig.button(QStringLiteral("合并重复")).click();
+  // To open and to close are two things.
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 3U);
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 500);
+  rig.m_pWindow->close();
+  rig.open();
+  rig.m_pWindow->openDraft(rig.m_pStore->list()[0].m_strId);
+  rig.button(QStringLiteral("重新读入")).click();
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 3U);
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 500);
+  rig.writeFile(QStringLiteral("a.csv"), "code,side,quantity\n600000,B,300\n600000,B,900\n");
+  rig.button(QStringLiteral("重新读入")).click();
+  ASSERT_EQ(rig.draft().state().m_lines.size(), 2U);
+  EXPECT_EQ(rig.draft().state().m_lines[0].m_line.m_dQuantity, 300);
+  EXPECT_EQ(rig.draft().state().m_lines[1].m_line.m_dQuantity, 900);
+}
+
 }  // namespace

@@ -10,7 +10,7 @@
 #include "CHostServices.h"
 #include "CNewBasketWindow.h"
 
-/// A terminal of five securities and three accounts.
+/// A terminal of five shares, a future and three accounts.
 class CTestDraftHost : public preview::IDraftHost {
  public:
   const basket::CSecurities& securities() const override { return m_securities; }
@@ -21,9 +21,11 @@ class CTestDraftHost : public preview::IDraftHost {
     instrument.m_strCode = m_securities[security].m_strCode;
     instrument.m_strName = m_securities[security].m_strName;
     instrument.m_dPrevClose = 10;
+    instrument.m_kind = exchange::kindOf(instrument.m_strMarket);
     draft::SMarketFacts facts;
     facts.m_bListed = true;
     facts.m_strName = instrument.m_strName;
+    facts.m_kind = instrument.m_kind;
     facts.m_rules = exchange::rulesOf(instrument);
     facts.m_dLast = 10;
     facts.m_dUsualVolume = 10'000'000;
@@ -52,7 +54,8 @@ class CTestDraftHost : public preview::IDraftHost {
                                     {"SZ", "000001", "平安银行"},
                                     {"SH", "688001", "华兴源创"},
                                     {"SZ", "300750", "宁德时代"},
-                                    {"SH", "600036", "招商银行"}}};
+                                    {"SH", "600036", "招商银行"},
+                                    {"CFFEX", "IF2612", "沪深300股指2612"}}};
 };
 
 /// A window on a terminal, with a folder of its own for drafts.
