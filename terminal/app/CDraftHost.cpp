@@ -26,6 +26,22 @@ int priceTypeFor(const std::string& market, int priceType) {
   return market == "SZ" ? ksservice::EPT_MarketSZ : ksservice::EPT_Counterpart;
 }
 
+/// limit: a line's own; 0: none.
+void setPrice(engine::SOrderLine& order, double limit, const preview::STradeParams& trade) {
+  // An algorithm has a price of its own.
+  if (!trade.m_strAlgo.empty()) return;
+  if (limit > 0) {
+    order.m_bOwnPrice = true;
+    order.m_dReference = limit;
+    order.m_nPriceType = ksservice::CPriceDataHelper::limitType(order.m_nOperation);
+    return;
+  }
+  order.m_bPricedByType = true;
+  order.m_nPriceType = priceTypeFor(order.m_stock.m_strMarket, trade.m_nPriceType);
+  // Where there is no market price, what stands in for it goes by no offset either.
+  order.m_nOffsetTicks = ksservice::isRealMarketPrice(trade.m_nPriceType) ? 0 : trade.m_nOffsetTicks;
+}
+
 }  // namespace
 
 CDraftHost::CDraftHost(desk::CDesk& desk, const exchange::CExchange& market, CEngineThread& thread,
@@ -105,19 +121,31 @@ std::vector<std::string> CDraftHost::hedgeFutures() const {
   return codes;
 }
 
+/// As the engine's side holds an order against its account.
+double CDraftHost::frozenAt(const draft::SLine& line, const draft::SMarketFacts& facts,
+                            const preview::STradeParams& trade) const {
+  const bool buy = line.m_side == draft::ESide::Buy;
+  engine::SOrderLine order;
+  order.m_stock.m_strMarket = line.m_strMarket;
+  order.m_nOperation = buy ? ksservice::EOT_Buy : ksservice::EOT_Sell;
+  order.m_dReference = facts.m_dLast;
+  order.m_rules = facts.m_rules;
+  setPrice(order, line.m_dPrice, trade);
+  exchange::SQuote quote;
+  quote.m_dLast = facts.m_dLast;
+  quote.m_dBid = facts.m_dBid;
+  quote.m_dAsk = facts.m_dAsk;
+  quote.m_dLimitUp = facts.m_rules.toPrice(facts.m_rules.m_nLimitUp);
+  quote.m_dLimitDown = facts.m_rules.toPrice(facts.m_rules.m_nLimitDown);
+  if (!buy || order.isAtMarketPrice()) return quote.m_dLimitUp;
+  if (order.m_bOwnPrice) return order.m_dReference;
+  return order.m_bPricedByType ? order.priceByType(quote) : engine::oppositePrice(quote, buy, facts.m_dLast);
+}
+
 engine::SOrderLine CDraftHost::orderLine(const preview::SSendLine& line, const preview::STradeParams& trade) const {
   const int instrument = m_market.findInstrument(line.m_strMarket, line.m_strCode);
   engine::SOrderLine order = makeOrderLine(m_market, instrument, line.m_nOperation, line.m_nQuantity);
-  if (!trade.m_strAlgo.empty()) return order;
-  if (line.m_dPrice > 0) {
-    order.m_bOwnPrice = true;
-    order.m_dReference = line.m_dPrice;
-    order.m_nPriceType = ksservice::CPriceDataHelper::limitType(line.m_nOperation);
-    return order;
-  }
-  order.m_bPricedByType = true;
-  order.m_nPriceType = priceTypeFor(line.m_strMarket, trade.m_nPriceType);
-  order.m_nOffsetTicks = trade.m_nOffsetTicks;
+  setPrice(order, line.m_dPrice, trade);
   return order;
 }
 

@@ -25,6 +25,8 @@ class CDraftHost : public QObject, public preview::IDraftHost {
   std::vector<draft::SAccountFacts> accounts() const override;
   exchange::SFeeRates fees() const override { return m_fees; }
   preview::SRateUse rates() const override;
+  double frozenAt(const draft::SLine& line, const draft::SMarketFacts& facts,
+                  const preview::STradeParams& trade) const override;
   std::vector<std::string> hedgeFutures() const override;
   void send(const preview::SSentBasket& basket) override;
 

@@ -4,15 +4,6 @@
 #include "Texts.h"
 
 namespace draft {
-namespace {
-
-/// CNY that must be there for orders.
-double needOf(const SMarketFacts& facts, const exchange::SFeeRates& fees, bool buy, const SOrders& orders) {
-  if (facts.m_kind == exchange::EKind::IndexFuture) return orders.m_dAmount * fees.m_dMargin + orders.m_dFees;
-  return buy ? orders.m_dAmount + orders.m_dFees : 0;
-}
-
-}  // namespace
 
 std::vector<SAccountUse> accountUse(const std::vector<SLine>& lines, const SMarketView& market, const SDeal& deal,
                                     std::size_t accounts) {
@@ -26,7 +17,7 @@ std::vector<SAccountUse> accountUse(const std::vector<SLine>& lines, const SMark
       use.m_nOrders += orders.m_nCount;
       (buy ? use.m_dBuy : use.m_dSell) += orders.m_dAmount;
       (buy ? use.m_dBuyFees : use.m_dSellFees) += orders.m_dFees;
-      use.m_dNeed += needOf(facts, market.m_fees, buy, orders);
+      use.m_dNeed += orders.m_dFrozen;
       if (!buy && facts.m_kind == exchange::EKind::Share) use.m_dIncome += orders.m_dAmount - orders.m_dFees;
     }
   }
@@ -67,7 +58,7 @@ void CAccountChecks::checkCash(std::size_t line, std::vector<SFinding>& findings
     const auto account = static_cast<std::size_t>(part.m_nAccount);
     if (!isShort(account)) continue;
     const SOrders orders = ordersOf(facts, m_market.m_fees, buy, part.m_nQuantity);
-    m_spent[account] += needOf(facts, m_market.m_fees, buy, orders);
+    m_spent[account] += orders.m_dFrozen;
     if (m_spent[account] <= m_accounts[account].m_dCash) continue;
     // One that sales do not help is told of first.
     if (count++ == 0 || (covered && !isCovered(account))) first = account;
@@ -75,8 +66,8 @@ void CAccountChecks::checkCash(std::size_t line, std::vector<SFinding>& findings
   }
   if (count == 0) return;
   findings.push_back({EFinding::NoCash, covered ? ELevel::Warning : ELevel::Error,
-                      "可用资金不足：" + namesOf(first, count) + "到本行共需 " + amountText(m_spent[first]) + "，有 " +
-                          amountText(m_accounts[first].m_dCash) + (covered ? "，须先卖出" : "")});
+                      "可用资金不足：" + namesOf(first, count) + "到本行按委托价共需 " + amountText(m_spent[first]) +
+                          "，有 " + amountText(m_accounts[first].m_dCash) + (covered ? "，须先卖出" : "")});
 }
 
 void CAccountChecks::checkPosition(std::size_t line, std::vector<SFinding>& findings) {
@@ -108,7 +99,7 @@ void CAccountChecks::checkAccounts(const SLimits& limits, std::vector<SFinding>&
     if (!isShort(i)) continue;
     const bool covered = isCovered(i);
     findings.push_back({EFinding::NoCash, covered ? ELevel::Warning : ELevel::Error,
-                        namesOf(i, 1) + "可用资金不足：需 " + amountText(use.m_dNeed) + "，有 " +
+                        namesOf(i, 1) + "可用资金不足：按委托价需 " + amountText(use.m_dNeed) + "，有 " +
                             amountText(m_accounts[i].m_dCash) +
                             (covered ? "，加上卖出所得 " + amountText(use.m_dIncome) + " 足够" : "")});
   }

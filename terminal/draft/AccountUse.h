@@ -16,7 +16,7 @@ struct SAccountUse {
   double m_dSell = 0;
   double m_dBuyFees = 0;
   double m_dSellFees = 0;
-  double m_dNeed = 0;    ///< CNY that must be there: buys with their fees, margin of futures
+  double m_dNeed = 0;    ///< CNY that its orders freeze: buys with their fees, margin of futures
   double m_dIncome = 0;  ///< CNY that sales of shares bring
 };
 

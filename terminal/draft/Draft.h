@@ -46,11 +46,13 @@ struct SMarketFacts {
   double m_dLast = 0;  ///< or the previous close; CNY or index points, as all prices
   double m_dBid = 0;   ///< 0: nobody
   double m_dAsk = 0;
+  double m_dFrozenAt = 0;     ///< price at which an order of the line freezes cash; 0: the last
   double m_dUsualVolume = 0;  ///< shares or lots of a usual day
   int m_nMultiplier = 1;
   bool m_bSuspended = false;
 
   double price() const { return m_dLast; }
+  double frozenAt() const { return m_dFrozenAt > 0 ? m_dFrozenAt : price(); }
 };
 
 /// What an account may use.

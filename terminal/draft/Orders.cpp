@@ -1,6 +1,16 @@
 #include "Orders.h"
 
 namespace draft {
+namespace {
+
+/// CNY that an order of that worth at the price that it is frozen at takes.
+double frozenOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, double amount) {
+  const bool isFuture = facts.m_kind == exchange::EKind::IndexFuture;
+  if (!buy && !isFuture) return 0;
+  return amount * (isFuture ? rates.m_dMargin : 1) + exchange::feesOf(rates, facts.m_kind, buy, amount);
+}
+
+}  // namespace
 
 SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity) {
   SOrders orders;
@@ -13,6 +23,7 @@ SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bo
     ++orders.m_nCount;
     orders.m_dAmount += size * value;
     orders.m_dFees += exchange::feesOf(rates, facts.m_kind, buy, size * value);
+    orders.m_dFrozen += frozenOf(facts, rates, buy, size * facts.frozenAt() * facts.m_nMultiplier);
     quantity -= size;
   }
   return orders;

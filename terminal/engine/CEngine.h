@@ -153,8 +153,6 @@ class CEngine {
   void sendDue();
   void sendNext(CSubTask& task);
   exchange::SMarketOrder priceOrder(const CSubTask& task, const CSubTask::SOrderDue& due);
-  double oppositePrice(int instrument, bool buy, double fallback);
-  double priceByType(int instrument, const SOrderLine& line);
   bool carryOut(CSubTask& task, int operation);
   bool apply(CSubTask& task, int operation);
   bool cancelWorking(const CSubTask& task);

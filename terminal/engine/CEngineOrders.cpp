@@ -53,31 +53,12 @@ exchange::SMarketOrder CEngine::priceOrder(const CSubTask& task, const CSubTask:
   order.m_bMarketPrice = line.isAtMarketPrice();
   if (order.m_nInstrument < 0 || line.m_bOwnPrice) return order;
   if (line.m_bPricedByType) {
-    order.m_dPrice = priceByType(order.m_nInstrument, line);
+    order.m_dPrice = line.priceByType(m_market.quote(order.m_nInstrument));
     return order;
   }
-  order.m_dPrice = task.boundPrice(due.m_nLine, oppositePrice(order.m_nInstrument, order.m_bBuy, line.m_dReference));
+  order.m_dPrice =
+      task.boundPrice(due.m_nLine, oppositePrice(m_market.quote(order.m_nInstrument), order.m_bBuy, line.m_dReference));
   return order;
-}
-
-double CEngine::oppositePrice(int instrument, bool buy, double fallback) {
-  const exchange::SQuote quote = m_market.quote(instrument);
-  const double opposite = buy ? quote.m_dAsk : quote.m_dBid;
-  if (opposite > 0) return opposite;
-  return quote.m_dLast > 0 ? quote.m_dLast : fallback;
-}
-
-/// A whole tick within the day's limits.
-double CEngine::priceByType(int instrument, const SOrderLine& line) {
-  const exchange::SQuote quote = m_market.quote(instrument);
-  const exchange::SRules& rules = m_market.rules(instrument);
-  const bool buy = DataHelper::isBuy(line.m_nOperation);
-  double price = quote.m_dLast > 0 ? quote.m_dLast : line.m_dReference;
-  if (line.m_nPriceType == EPT_Counterpart) price = oppositePrice(instrument, buy, line.m_dReference);
-  if (line.m_nPriceType == EPT_LimitUp) price = quote.m_dLimitUp;
-  if (line.m_nPriceType == EPT_LimitDown) price = quote.m_dLimitDown;
-  const std::int64_t ticks = rules.toLimitTicks(price, buy) + (buy ? line.m_nOffsetTicks : -line.m_nOffsetTicks);
-  return rules.toPrice(std::clamp(ticks, rules.m_nLimitDown, rules.m_nLimitUp));
 }
 
 }  // namespace engine

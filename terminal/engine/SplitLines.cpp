@@ -1,5 +1,7 @@
 #include "SplitLines.h"
 
+#include <algorithm>
+
 #include "ksservice/Helpers.h"
 #include "ksservice/Operations.h"
 
@@ -11,6 +13,22 @@ bool SOrderLine::isAtMarketPrice() const {
 
 int SOrderLine::inOneOrder(int quantity) const {
   return m_rules.inOneOrder(quantity, ksservice::DataHelper::isBuy(m_nOperation), isAtMarketPrice());
+}
+
+double SOrderLine::priceByType(const exchange::SQuote& quote) const {
+  const bool buy = ksservice::DataHelper::isBuy(m_nOperation);
+  double price = quote.m_dLast > 0 ? quote.m_dLast : m_dReference;
+  if (m_nPriceType == ksservice::EPT_Counterpart) price = oppositePrice(quote, buy, m_dReference);
+  if (m_nPriceType == ksservice::EPT_LimitUp) price = quote.m_dLimitUp;
+  if (m_nPriceType == ksservice::EPT_LimitDown) price = quote.m_dLimitDown;
+  const std::int64_t ticks = m_rules.toLimitTicks(price, buy) + (buy ? m_nOffsetTicks : -m_nOffsetTicks);
+  return m_rules.toPrice(std::clamp(ticks, m_rules.m_nLimitDown, m_rules.m_nLimitUp));
+}
+
+double oppositePrice(const exchange::SQuote& quote, bool buy, double fallback) {
+  const double opposite = buy ? quote.m_dAsk : quote.m_dBid;
+  if (opposite > 0) return opposite;
+  return quote.m_dLast > 0 ? quote.m_dLast : fallback;
 }
 
 namespace {

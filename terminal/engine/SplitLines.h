@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "Instrument.h"
+#include "IMarket.h"
 #include "ksservice/CTaskDetail.h"
 
 namespace engine {
@@ -24,7 +24,12 @@ struct SOrderLine {
   bool isAtMarketPrice() const;
   /// What of a quantity goes out in one order; the rest in others.
   int inOneOrder(int quantity) const;
+  /// What its price type gives: a whole tick within the day's limits.
+  double priceByType(const exchange::SQuote& quote) const;
 };
+
+/// The best price of the other side; without one the last price, or at last the fallback.
+double oppositePrice(const exchange::SQuote& quote, bool buy, double fallback);
 
 /// The lines of each account, in the accounts' order. Each line is divided evenly into what may be bought in one order;
 /// what is left over goes to the first account, and so does a line of which every part would be too small. An

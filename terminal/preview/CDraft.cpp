@@ -281,7 +281,8 @@ void CDraft::findSecurity(int index) {
   facts = security < 0 ? draft::SMarketFacts() : m_host.listed(security);
   const auto known = m_prices.find(security);
   if (known == m_prices.end()) return;
-  facts.m_dLast = known->second.m_dLast;
+  // Without one the previous close stays: a line without a price would cost nothing.
+  if (known->second.m_dLast > 0) facts.m_dLast = known->second.m_dLast;
   facts.m_dBid = known->second.m_dBid;
   facts.m_dAsk = known->second.m_dAsk;
 }
@@ -300,6 +301,10 @@ void CDraft::judgeAll() {
   m_rates = m_host.rates();
   m_market.m_fees = m_host.fees();
   m_lines = plainLines(m_state.m_lines);
+  for (std::size_t i = 0; i < m_lines.size(); ++i) {
+    draft::SMarketFacts& facts = m_market.m_facts[i];
+    facts.m_dFrozenAt = facts.m_bListed ? m_host.frozenAt(m_lines[i], facts, m_state.m_trade) : 0;
+  }
   double missed = 0;
   const std::vector<int> quantities = draft::quantitiesOf(m_lines, m_market.m_facts, m_state.m_sizing, &missed);
   m_dealt = draft::dealOut(m_lines, quantities, m_market.m_facts, m_accounts, m_state.m_deal.m_by, ratios());

@@ -76,6 +76,10 @@ class IDraftHost {
   virtual std::vector<draft::SAccountFacts> accounts() const = 0;
   virtual exchange::SFeeRates fees() const = 0;
   virtual SRateUse rates() const = 0;
+  /// The price at which a line's orders freeze cash: its limit, or what it would go out at now; where that is open, the
+  /// day's highest. CNY or index points.
+  virtual double frozenAt(const draft::SLine& line, const draft::SMarketFacts& facts,
+                          const STradeParams& trade) const = 0;
   /// Codes of the index futures by which a basket can be hedged; none: it cannot.
   virtual std::vector<std::string> hedgeFutures() const = 0;
   virtual void send(const SSentBasket& basket) = 0;

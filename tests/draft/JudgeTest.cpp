@@ -94,20 +94,29 @@ TEST(Judge, HoldsLinesAgainstCashAndPositions) {
   draft::SJudgement judgement = judged(basket);
   EXPECT_FALSE(find(judgement.m_findings[0], EFinding::NoCash));
   expectFinding(judgement.m_findings[1], EFinding::NoCash, ELevel::Error,
-                "可用资金不足：账户 1001 到本行共需 20.0 万元，有 15.0 万元");
+                "可用资金不足：账户 1001 到本行按委托价共需 20.0 万元，有 15.0 万元");
   EXPECT_FALSE(find(judgement.m_findings[2], EFinding::NoPosition));
   expectFinding(judgement.m_findings[3], EFinding::NoPosition, ELevel::Error,
                 "可卖数量不足：账户 1001 共卖 600，可卖 500");
   expectFinding(judgement.m_ofBasket, EFinding::NoCash, ELevel::Error,
-                "账户 1001 可用资金不足：需 20.0 万元，有 15.0 万元");
+                "账户 1001 可用资金不足：按委托价需 20.0 万元，有 15.0 万元");
 
   basket.add("600003", 100, -2000);
   basket.m_accounts[0].m_sellable["SH.600003"] = 1000;
   basket.m_accounts[1].m_sellable["SH.600003"] = 1000;
   judgement = judged(basket);
   expectFinding(judgement.m_findings[1], EFinding::NoCash, ELevel::Warning,
-                "可用资金不足：账户 1001 到本行共需 20.0 万元，有 15.0 万元，须先卖出");
+                "可用资金不足：账户 1001 到本行按委托价共需 20.0 万元，有 15.0 万元，须先卖出");
   EXPECT_EQ(judgement.m_ofBasket.front().m_level, ELevel::Warning);
+
+  // Cash is frozen at the price of the order: one below the last price takes less.
+  basket.m_facts[1].m_dFrozenAt = 4.9;
+  EXPECT_FALSE(find(judged(basket).m_findings[1], EFinding::NoCash));
+  basket.m_facts[1].m_dFrozenAt = 11;
+  basket.m_accounts[0].m_dCash = 205000;
+  judgement = judged(basket);
+  EXPECT_TRUE(find(judgement.m_findings[1], EFinding::NoCash));
+  EXPECT_DOUBLE_EQ(judgement.m_totals.m_dBuy, 400000);
 
   for (draft::SAccountFacts& account : basket.m_accounts) account.m_bKnown = false;
   judgement = judged(basket);

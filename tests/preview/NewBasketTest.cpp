@@ -261,4 +261,20 @@ TEST(NewBasket, WhatWasMergedStaysOneLineWhenTheFileIsReadAgain) {
   EXPECT_EQ(rig.draft().state().m_lines[1].m_line.m_dQuantity, 900);
 }
 
+TEST(NewBasket, CashIsJudgedAnewByThePricesOfTheOrders) {
+  CPreviewRig rig;
+  rig.m_host.m_accounts[0].m_dCash = 10500;
+  // Nobody has traded yet: the previous close stays.
+  rig.m_host.m_dPrice = 0;
+  rig.paste("600000 买入 1000\n");
+  QTest::qWait(20);
+  EXPECT_EQ(rig.draft().amountOf(0), 10000);
+  EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+  QTest::keyClick(rig.type(0, preview::LinePrice, QStringLiteral("10.8")), Qt::Key_Return);
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+  EXPECT_EQ(rig.draft().amountOf(0), 10000);
+  QTest::keyClick(rig.type(0, preview::LinePrice, QStringLiteral("10.4")), Qt::Key_Return);
+  EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+}
+
 }  // namespace

@@ -9,6 +9,7 @@
 #include "CDesk.h"
 #include "CHostServices.h"
 #include "CNewBasketWindow.h"
+#include "ksservice/Helpers.h"
 
 /// A terminal of five shares, a future and three accounts.
 class CTestDraftHost : public preview::IDraftHost {
@@ -41,6 +42,11 @@ class CTestDraftHost : public preview::IDraftHost {
   std::vector<draft::SAccountFacts> accounts() const override { return m_accounts; }
   exchange::SFeeRates fees() const override { return {}; }
   preview::SRateUse rates() const override { return {280, 19000, {}}; }
+  double frozenAt(const draft::SLine& line, const draft::SMarketFacts& facts,
+                  const preview::STradeParams& trade) const override {
+    if (line.m_dPrice > 0) return line.m_dPrice;
+    return ksservice::isRealMarketPrice(trade.m_nPriceType) ? 11 : facts.m_dLast;
+  }
   std::vector<std::string> hedgeFutures() const override { return {"IF2612", "IM2612"}; }
   void send(const preview::SSentBasket& basket) override { m_sent.push_back(basket); }
 
