@@ -55,7 +55,7 @@ void takeRoles(basket::SLayout& layout, const basket::SLayout& other) {
 
 }  // namespace
 
-CDraft::CDraft(IDraftHost& host, QObject* parent) : QObject(parent), m_host(host) {
+CDraft::CDraft(IDraftHost& host, QObject* parent) : QObject(parent), m_host(host), m_futures(host.hedgeFutures()) {
   m_priceTimer.setInterval(PRICE_MSEC);
   connect(&m_priceTimer, &QTimer::timeout, this, [this] {
     // The answer has everything judged anew, cash and positions, too.
@@ -307,7 +307,11 @@ void CDraft::judgeAll() {
   }
   double missed = 0;
   const std::vector<int> quantities = draft::quantitiesOf(m_lines, m_market.m_facts, m_state.m_sizing, &missed);
-  m_dealt = draft::dealOut(m_lines, quantities, m_market.m_facts, m_accounts, m_state.m_deal.m_by, ratios());
+  const std::vector<double> given = ratios();
+  // Nobody who was chosen means nobody, also where accounts would tell their shares themselves.
+  const bool nobody = std::all_of(given.begin(), given.end(), [](double ratio) { return ratio <= 0; });
+  const draft::EDealBy by = nobody ? draft::EDealBy::Ratio : m_state.m_deal.m_by;
+  m_dealt = draft::dealOut(m_lines, quantities, m_market.m_facts, m_accounts, by, given);
   m_dealt.m_dMissed = missed;
   m_judgement = draft::judge(m_lines, m_market, m_accounts, m_dealt, m_state.m_limits);
   m_accountAmounts.assign(m_accounts.size(), 0);

@@ -119,8 +119,10 @@ class CDraft : public QObject {
   void askPrices();
   void takePrices(const std::vector<int>& securities, const std::vector<SPrices>& prices);
   std::vector<double> ratios() const;
+  QString missingText() const;
 
   IDraftHost& m_host;
+  const std::vector<std::string> m_futures;  ///< by which a basket can be hedged
   SDraftState m_state;
   ChosenLayout m_chosenLayout;
   basket::SSource m_source;

@@ -83,7 +83,8 @@ void CTradeBox::showState() {
   m_pOffset->setValue(state.m_trade.m_nOffsetTicks);
   m_pHedged->setChecked(state.m_hedge.m_bEnabled);
   const int future = m_pFuture->findText(QString::fromStdString(state.m_hedge.m_strCode));
-  if (future >= 0) m_pFuture->setCurrentIndex(future);
+  // One that is not there must not look like another.
+  if (future >= 0 || state.m_hedge.m_bEnabled) m_pFuture->setCurrentIndex(future);
   m_pRatio->setValue(state.m_hedge.m_dRatio);
   m_bShowing = false;
   for (QWidget* each : {static_cast<QWidget*>(m_pFuture), static_cast<QWidget*>(m_pRatio)}) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QDoubleSpinBox>
+
 #include "CLineModel.h"
 #include "CSourceView.h"
 #include "Names.h"
@@ -275,6 +277,41 @@ TEST(NewBasket, CashIsJudgedAnewByThePricesOfTheOrders) {
   EXPECT_EQ(rig.draft().amountOf(0), 10000);
   QTest::keyClick(rig.type(0, preview::LinePrice, QStringLiteral("10.4")), Qt::Key_Return);
   EXPECT_TRUE(rig.button(QStringLiteral("发送")).isEnabled());
+}
+
+TEST(NewBasket, TheSentenceTellsHowLinesArePricedAndWhoIsMissing) {
+  CPreviewRig rig;
+  rig.paste("600000 买入 1000 @9.9\n600036 买入 1000\n");
+  const auto states = [&rig](auto change) {
+    preview::SDraftState state = rig.draft().state();
+    change(state);
+    rig.m_pStore->save(QStringLiteral("kept"), state, true);
+    rig.m_pWindow->openDraft(QStringLiteral("kept"));
+    QCoreApplication::processEvents();
+  };
+  const auto says = [&rig](const char* text) { return rig.draft().sentence().contains(QString::fromUtf8(text)); };
+  EXPECT_TRUE(says("；1 行按各行限价，其余对手价")) << rig.draft().sentence().toStdString();
+  states([](preview::SDraftState& state) {
+    state.m_trade.m_nPriceType = ksservice::EPT_MarketSH;
+    state.m_trade.m_nOffsetTicks = 3;
+    state.m_deal.m_ratios["gone"] = 1;
+  });
+  EXPECT_TRUE(says("其余沪市市价；")) << rig.draft().sentence().toStdString();
+  EXPECT_TRUE(says("；分配里有 1 个账户不在此终端，它的份额归其余账户"));
+  states([](preview::SDraftState& state) {
+    state.m_trade.m_nOrderType = ksservice::EORT_Algo;
+    state.m_trade.m_strAlgo = "algo=TWAP;start=09:30:00;end=14:57:00;slices=10;limit=10.5";
+  });
+  EXPECT_TRUE(says("；TWAP 09:30:00 至 14:57:00，限价 10.5，1 行的限价不起作用"))
+      << rig.draft().sentence().toStdString();
+  // A future that is not there is not replaced by another, and nobody gets what is for nobody.
+  states([](preview::SDraftState& state) { state.m_hedge = {true, "IF2099", 1}; });
+  EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
+  states([](preview::SDraftState& state) {
+    state.m_hedge = {};
+    state.m_deal = {draft::EDealBy::Cash, {}};
+  });
+  EXPECT_TRUE(rig.draft().toSend().m_parts.empty());
 }
 
 }  // namespace
