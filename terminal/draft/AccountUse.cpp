@@ -76,12 +76,12 @@ void CAccountChecks::checkPosition(std::size_t line, std::vector<SFinding>& find
   int count = 0;
   for (const SDealPart& part : m_deal.m_lines[line].m_parts) {
     const auto account = static_cast<std::size_t>(part.m_nAccount);
-    int& sold = m_sold[account * m_sellable.securities() + security];
+    std::int64_t& sold = m_sold[account * m_sellable.securities() + security];
     sold += part.m_nQuantity;
     if (m_accounts[account].m_bKnown && sold > m_sellable.of(account, line) && count++ == 0) first = account;
   }
   if (count == 0) return;
-  const int sold = m_sold[first * m_sellable.securities() + security];
+  const std::int64_t sold = m_sold[first * m_sellable.securities() + security];
   findings.push_back({EFinding::NoPosition, ELevel::Error,
                       "可卖数量不足：" + namesOf(first, count) + "共卖 " + countText(sold) + "，可卖 " +
                           countText(m_sellable.of(first, line))});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -51,8 +52,8 @@ class CAccountChecks {
   const SDeal& m_deal;
   const CSellable& m_sellable;
   const std::vector<SAccountUse>& m_use;
-  std::vector<double> m_spent;  ///< CNY by account, as far as the lines were looked at; of those that are short
-  std::vector<int> m_sold;      ///< by account, then by security
+  std::vector<double> m_spent;       ///< CNY by account, as far as the lines were looked at; of those that are short
+  std::vector<std::int64_t> m_sold;  ///< by account, then by security
 };
 
 }  // namespace draft

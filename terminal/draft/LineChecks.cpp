@@ -52,6 +52,9 @@ void checkQuantity(const SLineLook& look, std::vector<SFinding>& findings) {
   const exchange::SRules& rules = look.m_facts.m_rules;
   const int quantity = look.m_dealt.m_nQuantity;
   const bool isBuy = line.m_side == ESide::Buy;
+  if (quantity >= MOST_SHARES) {
+    return add(findings, EFinding::BadSize, ELevel::Error, "数量过大：一行须少于 " + countText(MOST_SHARES));
+  }
   const std::string least = countText(std::max(rules.m_nBuyMinimum, rules.m_nBuyStep));
   if (line.m_measure == basket::EMeasure::Shares) {
     const char* const fault = rules.quantityFault(quantity, isBuy);

@@ -28,7 +28,11 @@ struct SDeal {
   double m_dMissed = 0;             ///< CNY that the whole of weights misses of what was wanted; may be below 0
 };
 
-/// Each line's quantity in shares: as it stands; of amounts and weights rounded to what the board takes.
+/// A line that comes to this many shares may have said more: it is not traded.
+inline constexpr int MOST_SHARES = 2'000'000'000;
+
+/// Each line's quantity in shares, at most MOST_SHARES: as it stands; of amounts and weights rounded to what the board
+/// takes.
 std::vector<int> quantitiesOf(const std::vector<SLine>& lines, const std::vector<SMarketFacts>& facts,
                               const SSizing& sizing, double* missed = nullptr);
 

@@ -6,7 +6,6 @@
 namespace draft {
 namespace {
 
-constexpr double MOST_SHARES = 2e9;
 constexpr double TOLERANCE = 1e-9;  // of a step: what a double loses
 
 /// CNY of a share, or of a lot of a future.
@@ -16,7 +15,7 @@ int lotOf(const exchange::SRules& rules) { return std::max(rules.m_nBuyMinimum, 
 
 /// What the board takes at or below a quantity. Sales go by the same steps: what an amount comes to is no odd rest.
 int roundedDown(const exchange::SRules& rules, double quantity) {
-  const double steps = std::floor(std::min(quantity, MOST_SHARES) / rules.m_nBuyStep + TOLERANCE);
+  const double steps = std::floor(std::min<double>(quantity, MOST_SHARES) / rules.m_nBuyStep + TOLERANCE);
   const int down = static_cast<int>(steps) * rules.m_nBuyStep;
   return down < rules.m_nBuyMinimum ? 0 : down;
 }
@@ -38,7 +37,7 @@ struct SChoice {
 SChoice choiceOf(std::size_t line, const SMarketFacts& facts, double wanted) {
   const int down = roundedDown(facts.m_rules, wanted);
   const int up = roundedUp(facts.m_rules, down);
-  const double part = std::clamp((std::min(wanted, MOST_SHARES) - down) / (up - down), 0.0, 1.0);
+  const double part = std::clamp((std::min<double>(wanted, MOST_SHARES) - down) / (up - down), 0.0, 1.0);
   return {line, down, up, part < TOLERANCE * 10 ? 0 : part, (up - down) * valueOf(facts)};
 }
 
@@ -65,7 +64,7 @@ double roundTogether(std::vector<SChoice>& choices, double dearest, std::vector<
 
 /// As it stands; of a multiple what the board takes nearest to it. Half a share is for the judge to find.
 int sharesOf(const SLine& line, const SMarketFacts& facts, double multiple) {
-  if (multiple == 1) return static_cast<int>(std::min(line.m_dQuantity, MOST_SHARES));
+  if (multiple == 1) return static_cast<int>(std::min<double>(line.m_dQuantity, MOST_SHARES));
   const SChoice choice = choiceOf(0, facts, line.m_dQuantity * multiple);
   return choice.nearerUp() ? choice.m_nUp : choice.m_nDown;
 }

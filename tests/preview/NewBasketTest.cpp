@@ -314,4 +314,17 @@ TEST(NewBasket, TheSentenceTellsHowLinesArePricedAndWhoIsMissing) {
   EXPECT_TRUE(rig.draft().toSend().m_parts.empty());
 }
 
+TEST(NewBasket, AQuantityBeyondWhatCanBeCountedIsNotSentAsLess) {
+  CPreviewRig rig;
+  rig.m_host.m_accounts[0].m_bKnown = false;
+  rig.paste("600000 买入 3000000000\n600000 卖出 1900000000\n600000 卖出 1900000000\n");
+  for (auto* box : rig.m_pWindow->findChildren<QDoubleSpinBox*>()) {
+    if (box->accessibleName().contains(QStringLiteral("金额"))) box->setValue(0);
+  }
+  EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
+  EXPECT_FALSE(rig.draft().judgement().m_findings[0].empty());
+  rig.lines().model()->setData(rig.lines().model()->index(0, LineQuantity), QStringLiteral("3000000000.5"));
+  EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
+}
+
 }  // namespace
