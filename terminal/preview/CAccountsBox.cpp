@@ -231,12 +231,12 @@ void CAccountsBox::saveDeal() {
   m_pSaved->setCurrentText(name);
 }
 
-/// What the user is typing stays.
+/// A box that is typed into says what the draft says, and so stays as it is typed.
 void CAccountsBox::showState() {
   const SDraftState& state = m_draft.state();
   const auto show = [](QDoubleSpinBox& box, double value) {
     const QSignalBlocker quiet(&box);
-    if (!box.hasFocus() && std::abs(box.value() - value) > 1e-9) box.setValue(value);
+    if (std::abs(box.value() - value) > 1e-9) box.setValue(value);
   };
   show(*m_pTotal, state.m_sizing.m_dTotal / TEN_THOUSAND);
   show(*m_pMultiple, state.m_sizing.m_dMultiple);

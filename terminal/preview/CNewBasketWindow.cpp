@@ -215,6 +215,7 @@ bool CNewBasketWindow::useSource(basket::SSource source, const QString& name, bo
     keep();
     m_strId.clear();
     m_draft.setName(QString());
+    m_draft.setSizing({});
   }
   m_draft.setSource(std::move(source), again);
   if (m_draft.state().m_strName.isEmpty()) m_draft.setName(name);

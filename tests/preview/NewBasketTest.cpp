@@ -327,4 +327,15 @@ TEST(NewBasket, AQuantityBeyondWhatCanBeCountedIsNotSentAsLess) {
   EXPECT_EQ(rig.draft().judgement().m_totals.m_nErrors, 1);
 }
 
+TEST(NewBasket, AnotherSourceBeginsWithoutTheMultipleOfTheOneBefore) {
+  CPreviewRig rig;
+  rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("a.csv"), "code,side,quantity\n600000,B,100\n"));
+  for (auto* box : rig.m_pWindow->findChildren<QDoubleSpinBox*>()) {
+    if (box->decimals() == 4) box->setValue(3);
+  }
+  EXPECT_EQ(rig.draft().deal().m_lines[0].m_nQuantity, 300);
+  rig.m_pWindow->openFile(rig.writeFile(QStringLiteral("b.csv"), "code,side,quantity\n600036,B,200\n"));
+  EXPECT_EQ(rig.draft().deal().m_lines[0].m_nQuantity, 200);
+}
+
 }  // namespace
