@@ -70,6 +70,7 @@ void CDraft::restore(const SDraftState& state) {
   m_state = state;
   // What stands there is another draft's.
   m_source = {};
+  m_otherSheets.clear();
   m_leftOut.clear();
   changed(true);
   Q_EMIT sigSourceChanged();
@@ -82,7 +83,9 @@ void CDraft::setSource(basket::SSource source, bool again) {
   if (!again || m_state.m_nSheet >= sheets) m_state.m_nSheet = largestSheet(m_source);
   const basket::SLayout before = std::exchange(m_state.m_layout, layoutOf(sheet()));
   if (again && before.key() == m_state.m_layout.key()) takeRoles(m_state.m_layout, before);
-  readAgain(again);
+  if (!again) m_otherSheets.clear();
+  const std::vector<SDraftLine> lines = m_state.m_lines;
+  readAgain(again ? &lines : nullptr);
 }
 
 /// Where its titles stand is the sheet's own; what the user chose for such titles goes before the guess.
@@ -93,15 +96,16 @@ basket::SLayout CDraft::layoutOf(const basket::SSheet& sheet) const {
   return layout;
 }
 
-void CDraft::readAgain(bool again) {
+void CDraft::readAgain(const std::vector<SDraftLine>* before) {
   basket::SReadBasket read = basket::readLines(sheet(), m_state.m_layout, m_host.securities());
   m_leftOut = std::move(read.m_leftOut);
   std::vector<SDraftLine> lines;
   lines.reserve(read.m_lines.size());
   for (const basket::SReadLine& line : read.m_lines) lines.push_back(lineOf(line));
-  if (again) {
-    keepEdits(m_state.m_lines, lines);
-    const draft::SChanges changes = draft::changesOf(plainLines(m_state.m_lines), plainLines(lines));
+  m_nGone = 0;
+  if (before) {
+    keepEdits(*before, lines);
+    const draft::SChanges changes = draft::changesOf(plainLines(*before), plainLines(lines));
     m_nGone = static_cast<int>(changes.m_gone.size());
     for (std::size_t i = 0; i < lines.size(); ++i) lines[i].m_strChange = QString::fromStdString(changes.m_marks[i]);
   }
@@ -129,9 +133,11 @@ std::vector<basket::SLeftOut> CDraft::append(const basket::SSource& source) {
 
 void CDraft::setSheet(int sheetIndex) {
   if (!hasSource() || sheetIndex == m_state.m_nSheet) return;
+  m_otherSheets[m_state.m_nSheet] = m_state.m_lines;
   m_state.m_nSheet = sheetIndex;
   m_state.m_layout = layoutOf(sheet());
-  readAgain(false);
+  const auto known = m_otherSheets.find(sheetIndex);
+  readAgain(known == m_otherSheets.end() ? nullptr : &known->second);
 }
 
 void CDraft::setRole(int column, basket::ERole role) {
@@ -142,13 +148,15 @@ void CDraft::setRole(int column, basket::ERole role) {
     if (each.m_role == role) each.m_role = basket::ERole::None;
   }
   columns[static_cast<std::size_t>(column)].m_role = role;
-  readAgain(true);
+  const std::vector<SDraftLine> before = m_state.m_lines;
+  readAgain(&before);
 }
 
 void CDraft::useRolesOf(const basket::SLayout& layout) {
   if (!hasSource()) return;
   takeRoles(m_state.m_layout, layout);
-  readAgain(true);
+  const std::vector<SDraftLine> before = m_state.m_lines;
+  readAgain(&before);
 }
 
 void CDraft::setName(const QString& name) {

@@ -112,7 +112,8 @@ class CDraft : public QObject {
  private:
   void changed(bool reset);
   basket::SLayout layoutOf(const basket::SSheet& sheet) const;
-  void readAgain(bool again);
+  /// before: the lines of which the source may still say the same; null: there are none.
+  void readAgain(const std::vector<SDraftLine>* before);
   void findSecurities();
   void findSecurity(int index);
   void judgeAll();
@@ -126,6 +127,7 @@ class CDraft : public QObject {
   SDraftState m_state;
   ChosenLayout m_chosenLayout;
   basket::SSource m_source;
+  std::map<int, std::vector<SDraftLine>> m_otherSheets;  ///< what the user made of the source's sheets that he left
   std::vector<basket::SLeftOut> m_leftOut;
   int m_nGone = 0;
   std::vector<int> m_securities;      ///< by line; -1: not listed

@@ -338,4 +338,19 @@ TEST(NewBasket, AnotherSourceBeginsWithoutTheMultipleOfTheOneBefore) {
   EXPECT_EQ(rig.draft().deal().m_lines[0].m_nQuantity, 200);
 }
 
+TEST(NewBasket, ASheetThatIsLeftKeepsItsEdits) {
+  CPreviewRig rig;
+  preview::CDraft draft(rig.m_host);
+  basket::SSource source = basket::readSourceText("code,side,quantity\n600000,B,100\n600036,B,200\n");
+  source.m_sheets.push_back(basket::readSourceText("code,side,quantity\n300750,B,300\n").m_sheets[0]);
+  draft.setSource(source, false);
+  draft.setChecked({1}, false);
+  draft.setSheet(1);
+  ASSERT_EQ(draft.state().m_lines.size(), 1U);
+  draft.setSheet(0);
+  ASSERT_EQ(draft.state().m_lines.size(), 2U);
+  EXPECT_FALSE(draft.state().m_lines[1].m_line.m_bChecked);
+  EXPECT_TRUE(draft.state().m_lines[1].m_strChange.isEmpty());
+}
+
 }  // namespace
