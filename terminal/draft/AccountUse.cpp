@@ -13,7 +13,7 @@ std::vector<SAccountUse> accountUse(const std::vector<SLine>& lines, const SMark
     const bool buy = lines[i].m_side == ESide::Buy;
     for (const SDealPart& part : deal.m_lines[i].m_parts) {
       SAccountUse& use = uses[static_cast<std::size_t>(part.m_nAccount)];
-      const SOrders orders = ordersOf(facts, market.m_fees, buy, part.m_nQuantity);
+      const SOrders orders = ordersOf(facts, market.m_fees, buy, part.m_nQuantity, market.m_nSlices);
       use.m_nOrders += orders.m_nCount;
       (buy ? use.m_dBuy : use.m_dSell) += orders.m_dAmount;
       (buy ? use.m_dBuyFees : use.m_dSellFees) += orders.m_dFees;
@@ -57,7 +57,7 @@ void CAccountChecks::checkCash(std::size_t line, std::vector<SFinding>& findings
   for (const SDealPart& part : m_deal.m_lines[line].m_parts) {
     const auto account = static_cast<std::size_t>(part.m_nAccount);
     if (!isShort(account)) continue;
-    const SOrders orders = ordersOf(facts, m_market.m_fees, buy, part.m_nQuantity);
+    const SOrders orders = ordersOf(facts, m_market.m_fees, buy, part.m_nQuantity, m_market.m_nSlices);
     m_spent[account] += orders.m_dFrozen;
     if (m_spent[account] <= m_accounts[account].m_dCash) continue;
     // One that sales do not help is told of first.

@@ -72,6 +72,7 @@ struct SJudgement {
 struct SMarketView {
   std::vector<SMarketFacts> m_facts;  ///< by line
   exchange::SFeeRates m_fees;
+  int m_nSlices = 1;  ///< into which an algorithm cuts what an account gets of a line, where the board takes them
 };
 
 /// shares: what each account gets of each line.

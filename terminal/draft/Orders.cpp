@@ -1,5 +1,7 @@
 #include "Orders.h"
 
+#include <algorithm>
+
 namespace draft {
 namespace {
 
@@ -12,9 +14,11 @@ double frozenOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, boo
 
 }  // namespace
 
-SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity) {
+SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity, int slices) {
   SOrders orders;
   const double value = facts.price() * facts.m_nMultiplier;
+  const int lot = std::max(1, std::max(facts.m_rules.m_nBuyMinimum, facts.m_rules.m_nBuyStep));
+  const int children = std::min(slices, quantity / lot);
   while (quantity > 0) {
     // Limits carry most: of what a market price takes less in one order, there may be a few more.
     const int first = facts.m_rules.inOneOrder(quantity, buy, false);
@@ -26,6 +30,9 @@ SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bo
     orders.m_dFrozen += frozenOf(facts, rates, buy, size * facts.frozenAt() * facts.m_nMultiplier);
     quantity -= size;
   }
+  if (children <= orders.m_nCount) return orders;
+  orders.m_nCount = children;
+  orders.m_dFees = children * exchange::feesOf(rates, facts.m_kind, buy, orders.m_dAmount / children);
   return orders;
 }
 

@@ -12,7 +12,8 @@ struct SOrders {
   double m_dFrozen = 0;  ///< CNY that must be there, at the price that cash is frozen at: a buy with its fees, margin
 };
 
-/// What a part of a line goes out as: split where one order does not take it.
-SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity);
+/// What a part of a line goes out as: split where one order does not take it, and where an algorithm cuts it into
+/// slices. slices: 1 for a plain one.
+SOrders ordersOf(const SMarketFacts& facts, const exchange::SFeeRates& rates, bool buy, int quantity, int slices);
 
 }  // namespace draft

@@ -11,7 +11,7 @@ namespace draft {
 
 /// How many orders an account may send, and has sent. 0: no limit.
 struct SOrderRates {
-  int m_nPerSecond = 0;
+  int m_nPerSecond = 0;  ///< also of a schedule, which takes as long as it says
   int m_nPerDay = 0;
   std::map<std::string, int> m_usedToday;  ///< by account key; absent: none
 };

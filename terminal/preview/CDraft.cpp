@@ -6,6 +6,7 @@
 
 #include "Changes.h"
 #include "KeptEdits.h"
+#include "tc/AlgoParams.h"
 
 namespace preview {
 namespace {
@@ -42,6 +43,13 @@ int largestSheet(const basket::SSource& source) {
   };
   const auto largest = std::max_element(source.m_sheets.begin(), source.m_sheets.end(), smaller);
   return static_cast<int>(largest - source.m_sheets.begin());
+}
+
+/// Participation follows the market's volume: into how many orders nobody knows.
+int slicesOf(const STradeParams& trade) {
+  TC::SAlgoParams algo;
+  const bool known = !trade.m_strAlgo.empty() && TC::SAlgoParams::parse(trade.m_strAlgo, algo).empty();
+  return known && algo.m_eAlgorithm != TC::EAlgorithm::POV ? std::max(1, algo.m_nSlices) : 1;
 }
 
 /// A column beyond those of the other layout counts for nothing.
@@ -308,6 +316,7 @@ void CDraft::judgeAll() {
   m_accounts = m_host.accounts();
   m_rates = m_host.rates();
   m_market.m_fees = m_host.fees();
+  m_market.m_nSlices = slicesOf(m_state.m_trade);
   m_lines = plainLines(m_state.m_lines);
   for (std::size_t i = 0; i < m_lines.size(); ++i) {
     draft::SMarketFacts& facts = m_market.m_facts[i];

@@ -125,8 +125,10 @@ QString CDraft::missingText() const {
 }
 
 QString CDraft::sentence() const {
+  // A schedule takes as long as it says.
+  const int perSecond = m_state.m_trade.m_strAlgo.empty() ? m_rates.m_nSecondLimit : 0;
   const std::string text = draft::sentence(m_lines, m_market, m_accounts, m_dealt, m_judgement,
-                                           {m_rates.m_nSecondLimit, m_rates.m_nDayLimit, m_rates.m_sentToday});
+                                           {perSecond, m_rates.m_nDayLimit, m_rates.m_sentToday});
   return QString::fromStdString(text) + tradeText(m_state.m_trade, countsOf(m_lines, m_dealt)) +
          hedgeText(m_state.m_hedge) + missingText();
 }

@@ -153,6 +153,22 @@ TEST(Judge, CountsTotalsAndHoldsTheWholeAgainstItsLimits) {
                 "篮子金额 2,650.0 万元，超过上限 2,600.0 万元");
 }
 
+TEST(Judge, CountsTheOrdersAndTheLeastCommissionsOfAnAlgorithm) {
+  SBasket basket;
+  basket.add("600000", 10, 1000).add("688001", 100, -1000000).account(1, 1e9, {{"SH.688001", 1000000}});
+  const auto totals = [&basket](int slices) {
+    return draft::judge(basket.m_lines, {basket.m_facts, {}, slices}, basket.m_accounts, basket.deal(), {}).m_totals;
+  };
+  EXPECT_EQ(totals(1).m_nOrders, 11);
+  // The large one is cut by its board more often than by four slices.
+  EXPECT_EQ(totals(4).m_nOrders, 14);
+  EXPECT_NEAR(totals(4).m_dBuyFees, 4 * 5.03, 0.01);
+  // No slice is below a lot.
+  EXPECT_EQ(totals(48).m_nOrders, 10 + 48);
+  EXPECT_NEAR(totals(48).m_dBuyFees, 10 * 5.01, 0.01);
+  EXPECT_DOUBLE_EQ(totals(48).m_dBuy, 10000);
+}
+
 TEST(Judge, TellsTwinsAndMergesThem) {
   SBasket basket;
   basket.add("600000", 10, 300).add("600001", 10, 300).add("600000", 10, 200).add("600001", 10, -300);

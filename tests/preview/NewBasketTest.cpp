@@ -304,6 +304,7 @@ TEST(NewBasket, TheSentenceTellsHowLinesArePricedAndWhoIsMissing) {
   });
   EXPECT_TRUE(says("；TWAP 09:30:00 至 14:57:00，限价 10.5，1 行的限价不起作用"))
       << rig.draft().sentence().toStdString();
+  EXPECT_TRUE(says("，约 20 笔委托；")) << rig.draft().sentence().toStdString();
   // A future that is not there is not replaced by another, and nobody gets what is for nobody.
   states([](preview::SDraftState& state) { state.m_hedge = {true, "IF2099", 1}; });
   EXPECT_FALSE(rig.button(QStringLiteral("发送")).isEnabled());
