@@ -37,7 +37,7 @@ bool isFutureKind(const SInstrument& instrument) {
 }  // namespace
 
 CExchange::CExchange(const std::vector<SInstrument>& instruments, const SExchangeSettings& settings)
-    : m_settings(settings), m_random(CRandom::mix(settings.m_nSeed)) {
+    : m_settings(settings) {
   const auto futures = listedIndexFutures(dateOf(settings.m_nDayStart), instruments);
   m_instruments.reserve(instruments.size() + futures.size());
   m_books.reserve(instruments.size() + futures.size());
@@ -52,6 +52,7 @@ void CExchange::list(const SInstrument& instrument) {
   m_rules.push_back(rulesOf(instrument));
   m_books.emplace_back(instrument, m_rules.back(), bookSeed(m_settings.m_nSeed, key));
   m_awake.push_back(false);
+  m_lastArrivals.push_back(0);
 }
 
 int CExchange::findInstrument(std::string_view market, std::string_view code) const {
@@ -59,25 +60,44 @@ int CExchange::findInstrument(std::string_view market, std::string_view code) co
   return found == m_numbers.end() ? -1 : found->second;
 }
 
-/// What is sent later arrives later: a cancel never overtakes its order.
-std::int64_t CExchange::arrivalTime() {
-  const double spread = m_random.uniform() * (m_settings.m_nLatencySpreadMsec + 1);
-  m_nLastArrival = std::max(m_nLastArrival, m_nNow + m_settings.m_nLatencyMsec + static_cast<std::int64_t>(spread));
-  return m_nLastArrival;
+/// What chance draws for the asked-th thing that is asked of an order: 0 the order itself, then its cancels. The first
+/// number drawn is its way, the second whether it is refused.
+CRandom CExchange::luckOf(const SMarketOrder& order, int asked) const {
+  const std::uint64_t luck = order.m_nLuck != 0 ? order.m_nLuck : order.m_nId;
+  return CRandom(CRandom::mix(CRandom::mix(m_settings.m_nSeed) ^ (CRandom::mix(luck) + static_cast<unsigned>(asked))));
+}
+
+/// What is sent later arrives later, among what concerns one instrument: a cancel never overtakes its order, and
+/// nothing waits for what is sent elsewhere.
+std::int64_t CExchange::arrivalOf(const SMarketOrder& order, CRandom luck) {
+  const double spread = luck.uniform() * (m_settings.m_nLatencySpreadMsec + 1);
+  const std::int64_t arrival = m_nNow + m_settings.m_nLatencyMsec + static_cast<std::int64_t>(spread);
+  if (!isListed(order.m_nInstrument)) return arrival;
+  std::int64_t& last = m_lastArrivals[static_cast<std::size_t>(order.m_nInstrument)];
+  return last = std::max(last, arrival);
 }
 
 void CExchange::submit(const SMarketOrder& order) {
   const int number = static_cast<int>(m_orders.size());
   m_orders.push_back({order, EState::Sent, 0, order.m_nQuantity});
-  m_arrivals.push_back({arrivalTime(), order.m_nId, number});
+  m_orderNumbers.try_emplace(order.m_nId, number);
+  m_arrivals.push({arrivalOf(order, luckOf(order, 0)), m_nSent++, order.m_nId, number});
 }
 
-void CExchange::cancel(std::uint64_t id) { m_arrivals.push_back({arrivalTime(), id, -1}); }
+void CExchange::cancel(std::uint64_t id) {
+  const auto found = m_orderNumbers.find(id);
+  std::int64_t arrives = m_nNow + m_settings.m_nLatencyMsec;
+  if (found != m_orderNumbers.end()) {
+    SOrder& cancelled = order(found->second);
+    arrives = arrivalOf(cancelled.m_order, luckOf(cancelled.m_order, ++cancelled.m_nCancels));
+  }
+  m_arrivals.push({arrives, m_nSent++, id, -1});
+}
 
 void CExchange::advanceTo(std::int64_t msec) {
   for (;;) {
     const std::int64_t phases = nextChange(m_nPhasesUntil);
-    const std::int64_t arrival = m_arrivals.empty() ? CBook::NEVER : m_arrivals.front().m_nTime;
+    const std::int64_t arrival = m_arrivals.empty() ? CBook::NEVER : m_arrivals.top().m_nTime;
     const std::int64_t bookEvent = m_bookEvents.empty() ? CBook::NEVER : m_bookEvents.top().first;
     const std::int64_t next = std::min({phases, arrival, bookEvent});
     if (next > msec) break;
@@ -86,8 +106,8 @@ void CExchange::advanceTo(std::int64_t msec) {
       m_nPhasesUntil = next;
       changePhases();
     } else if (next == arrival) {
-      const SArrival arrived = m_arrivals.front();
-      m_arrivals.pop_front();
+      const SArrival arrived = m_arrivals.top();
+      m_arrivals.pop();
       arrive(arrived);
     } else {
       runBook();
@@ -145,7 +165,7 @@ void CExchange::arrive(const SArrival& arrival) {
 
 /// What the day itself forbids, whenever the order comes; null for nothing.
 const char* CExchange::lastingRefusal(const SMarketOrder& order) const {
-  if (order.m_nInstrument < 0 || order.m_nInstrument >= static_cast<int>(m_instruments.size())) return "证券不存在";
+  if (!isListed(order.m_nInstrument)) return "证券不存在";
   const auto instrument = static_cast<std::size_t>(order.m_nInstrument);
   if (m_books[instrument].nextEvent() == CBook::NEVER) return "证券停牌";
   const SRules& listed = m_rules[instrument];
@@ -160,7 +180,9 @@ const char* CExchange::passingRefusal(const SMarketOrder& order) {
   if (!order.m_bMarketPrice && isMatchingPhase(now)) {
     if (const char* text = bandRefusal(order)) return text;
   }
-  const bool unlucky = m_settings.m_dRejectRate > 0 && m_random.uniform() < m_settings.m_dRejectRate;
+  CRandom luck = luckOf(order, 0);
+  luck();  // its way
+  const bool unlucky = m_settings.m_dRejectRate > 0 && luck.uniform() < m_settings.m_dRejectRate;
   return unlucky ? "交易所流量控制，委托被拒绝" : nullptr;
 }
 
@@ -177,7 +199,7 @@ const char* CExchange::bandRefusal(const SMarketOrder& order) {
 
 void CExchange::arriveOrder(int number) {
   const SMarketOrder arrived = order(number).m_order;
-  if (!m_orderNumbers.try_emplace(arrived.m_nId, number).second) return reject(number, "委托编号重复", true);
+  if (m_orderNumbers.at(arrived.m_nId) != number) return reject(number, "委托编号重复", true);
   if (const char* text = lastingRefusal(arrived)) return reject(number, text, true);
   if (const char* text = passingRefusal(arrived)) return reject(number, text, false);
   const SRules& listed = rules(arrived.m_nInstrument);

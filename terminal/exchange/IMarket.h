@@ -16,6 +16,9 @@ struct SMarketOrder {
   bool m_bMarketPrice = false;  ///< takes what the best five prices offer; what is left is cancelled
   double m_dPrice = 0;          ///< limit, CNY or index points; ignored for a market price
   int m_nQuantity = 0;          ///< shares, or lots of a future
+  /// What a market draws for the order by chance hangs on this alone, and not on what else is sent: the same order has
+  /// the same luck on another course of the same day. 0: on its number.
+  std::uint64_t m_nLuck = 0;
 };
 
 enum class EReport {

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <set>
+
 #include "Market.h"
 
 using namespace markets;
@@ -160,8 +163,35 @@ TEST(Exchange, CancelsTakeTimeAndMayComeTooLate) {
   EXPECT_EQ(bench.told(1), "ac");
   EXPECT_EQ(bench.told(2), "afX委托已全部成交");
   EXPECT_EQ(bench.told(99), "X委托不存在");
-  const SReport& last = bench.heard().at(3);
-  EXPECT_EQ(std::tuple(last.m_nId, last.m_nQuantity, last.m_nLeft), std::tuple(1u, 5000, 0)) << "the cancelled one";
+  const auto cancelled = std::find_if(bench.heard().begin(), bench.heard().end(),
+                                      [](const SReport& report) { return report.m_kind == EReport::Cancelled; });
+  EXPECT_EQ(std::tuple(cancelled->m_nId, cancelled->m_nQuantity, cancelled->m_nLeft), std::tuple(1u, 5000, 0));
+}
+
+/// Of two courses of a day the one has more orders, and other numbers for the same ones.
+TEST(Exchange, AnOrdersLuckIsItsOwnOnEveryCourseOfADay) {
+  const auto courseOf = [](bool more) {
+    SBench bench(clockTime(10, 0), settings(5, 0.3));
+    std::vector<std::string> course;
+    for (int i = 0; i < 60; ++i) {
+      const auto id = static_cast<std::uint64_t>(1000 * more + 2 * i + 1);
+      for (int extra = 0; more && extra < 3; ++extra) bench.submit(limitOrder(9000 + 3 * id + extra, 1, true, 1, 100));
+      SMarketOrder order = limitOrder(id, 0, true, bench.quote(0).m_dLimitDown, 100);
+      order.m_nLuck = static_cast<std::uint64_t>(i) + 1;
+      bench.submit(order);
+      bench.cancel(id);
+      const std::size_t heard = bench.heard().size();
+      bench.advanceTo(bench.now() + 1000);
+      std::string& told = course.emplace_back(bench.told(id));
+      for (std::size_t at = heard; at < bench.heard().size(); ++at) {
+        if (bench.heard()[at].m_nId == id) told += " " + std::to_string(bench.heard()[at].m_nTime % 1000);
+      }
+    }
+    return course;
+  };
+  const std::vector<std::string> alone = courseOf(false);
+  EXPECT_EQ(courseOf(true), alone);
+  EXPECT_GT(std::set(alone.begin(), alone.end()).size(), 20u) << "chance draws";
 }
 
 TEST(Exchange, ALateCancelIsToldWhatBecameOfTheOrder) {
