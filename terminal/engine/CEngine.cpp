@@ -290,8 +290,19 @@ void CEngine::publishChanges() {
 }
 
 void CEngine::deliver(const desk::SPublication& publication) {
+  const CTaskDetail& detail = *publication.m_pDetail;
+  m_history.addText(detail.getKey());
+  m_history.add(static_cast<std::uint64_t>(detail.m_nStatus));
+  m_history.add(detail.m_orders.size());
   m_desk.publishTask(publication);
   ++m_nPublished;
+}
+
+void CEngine::addTo(CStateHash& hash) const {
+  hash.add(m_history.value());
+  hash.add(m_nPublished);
+  hash.add(m_subTasks.size());
+  m_router.addTo(hash);
 }
 
 double CEngine::tradedAmount(int basketId) const {

@@ -129,6 +129,8 @@ class CEngine {
   /// Seconds since the epoch.
   int seconds() const { return static_cast<int>(m_settings.m_nDayStart + m_nNow / 1000); }
 
+  /// Folds in what was published, and what router and ledger know.
+  void addTo(CStateHash& hash) const;
   /// Task details published so far.
   std::uint64_t publishedCount() const { return m_nPublished; }
 
@@ -180,6 +182,7 @@ class CEngine {
   std::int64_t m_nNextHoldings = 0;
   int m_nTasks = 0;
   std::uint64_t m_nPublished = 0;
+  CStateHash m_history;  ///< of what was published
   std::vector<std::unique_ptr<CSubTask>> m_subTasks;
   std::vector<CSubTask*> m_active;  ///< those that are not settled
   std::vector<SWatched> m_watched;  ///< instruments in use

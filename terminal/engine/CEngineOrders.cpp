@@ -37,8 +37,9 @@ void CEngine::sendNext(CSubTask& task) {
   if (!task.hasStarted()) tell((boost::format("任务 [%1%] 开始委托") % task.key()).str());
   const CSubTask::SOrderDue due = task.nextOrder();
   const SOrderLine& line = task.lines()[static_cast<std::size_t>(due.m_nLine)];
-  const exchange::SMarketOrder order = priceOrder(task, due);
+  exchange::SMarketOrder order = priceOrder(task, due);
   const int index = task.send(order.m_nId, order.m_dPrice, seconds());
+  order.m_nLuck = orderLuck(task.key(), index);
   m_router.submit(task, index, order, line.m_stock, line.m_nOperation);
 }
 

@@ -179,6 +179,7 @@ bool CHedger::trade(CHedge& hedge) {
   order.m_nQuantity = lots;
   const int index = hedge.send(order.m_nId, lots, order.m_dPrice, m_engine.now(), m_engine.seconds());
   const SHedgeIdentity& identity = hedge.identity();
+  order.m_nLuck = orderLuck(std::to_string(identity.m_pCommand->m_nTaskId) + "-hedge", index);
   router.submit(hedge, index, order, identity.m_stock, hedge.param().m_nOperation);
   // Once: it is tried again and again.
   if (!lacked && !hedge.shortage().empty()) tell(identity.m_pCommand->m_nTaskId, hedge.shortage(), true);

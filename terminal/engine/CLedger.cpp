@@ -209,6 +209,16 @@ void CLedger::publishChanges(const Publish& publish) {
   }
 }
 
+void CLedger::addTo(CStateHash& hash) const {
+  for (const auto& [key, account] : m_accounts) {
+    hash.addText(key);
+    for (const Money money :
+         {account.m_nCash, account.m_nFrozen, account.m_nMargin, account.m_nFees, account.m_nRealised}) {
+      hash.add(static_cast<std::uint64_t>(money));
+    }
+  }
+}
+
 std::shared_ptr<const desk::SHoldings> CLedger::holdings(const std::string& account) const {
   const auto known = m_accounts.find(account);
   if (known == m_accounts.end()) return nullptr;

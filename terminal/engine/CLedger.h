@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "CStateHash.h"
 #include "Fees.h"
 #include "Holdings.h"
 #include "IOrderOwner.h"
@@ -59,6 +60,8 @@ class CLedger {
 
   /// Hands out the accounts that have changed since the last call, in the order of their keys.
   void publishChanges(const Publish& publish);
+  /// Folds in the money of each account.
+  void addTo(CStateHash& hash) const;
   /// An account as it is now; null for one that was not opened.
   std::shared_ptr<const desk::SHoldings> holdings(const std::string& account) const;
 

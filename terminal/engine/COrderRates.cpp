@@ -66,6 +66,14 @@ std::vector<SOrderUse> COrderRates::use() const {
   return all;
 }
 
+void COrderRates::addTo(CStateHash& hash) const {
+  for (const SAccount& each : m_accounts) {
+    hash.addText(each.m_use.m_strAccount);
+    hash.add(static_cast<std::uint64_t>(each.m_use.m_nDay));
+    hash.add(each.m_cancels.size());
+  }
+}
+
 void COrderRates::restartSeconds(std::int64_t now) {
   for (std::size_t i = 0; i < m_accounts.size(); ++i) {
     SAccount& of = recent(static_cast<int>(i), now);

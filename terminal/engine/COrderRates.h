@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "CStateHash.h"
+
 namespace engine {
 
 /// How many orders and cancels together an account may send. The exchanges count an account as high-frequency from 300
@@ -49,6 +51,8 @@ class COrderRates {
   /// The order that is to be cancelled now; 0 for none. It is not counted yet: it may have ended meanwhile.
   std::uint64_t takeCancel(int account, std::int64_t now);
 
+  /// Folds in what each account has sent today.
+  void addTo(CStateHash& hash) const;
   /// Of all accounts, in the order in which they were entered.
   std::vector<SOrderUse> use() const;
   void restartSeconds(std::int64_t now);

@@ -4,6 +4,13 @@
 
 namespace engine {
 
+std::uint64_t orderLuck(std::string_view owner, int index) {
+  CStateHash luck;
+  luck.addText(owner);
+  luck.add(static_cast<std::uint64_t>(index));
+  return luck.value();
+}
+
 COrderRouter::COrderRouter(exchange::IMarket& market, SOrderLimits limits, const exchange::SFeeRates& fees,
                            std::int64_t dayStart)
     : m_market(market), m_nDayStart(dayStart), m_rates(limits), m_ledger(fees) {
@@ -40,7 +47,18 @@ void COrderRouter::submit(IOrderOwner& owner, int index, const exchange::SMarket
     return;
   }
   m_rates.count(account, m_nNow);
+  m_history.add(order.m_nId);
+  m_history.add(static_cast<std::uint64_t>(order.m_nInstrument) * 2 + (order.m_bBuy ? 1 : 0));
+  m_history.add(static_cast<std::uint64_t>(order.m_nQuantity));
+  m_history.addDouble(order.m_dPrice);
   m_market.submit(order);
+}
+
+void COrderRouter::addTo(CStateHash& hash) const {
+  hash.add(m_history.value());
+  hash.add(m_orders.size());
+  m_rates.addTo(hash);
+  m_ledger.addTo(hash);
 }
 
 void COrderRouter::cancel(std::uint64_t id) {
@@ -54,6 +72,7 @@ void COrderRouter::sendCancels(int account) {
   while (const std::uint64_t id = m_rates.takeCancel(account, m_nNow)) {
     if (ref(id).m_bOver) continue;
     m_rates.count(account, m_nNow);
+    m_history.add(id);
     m_market.cancel(id);
   }
 }
@@ -68,6 +87,11 @@ void COrderRouter::enter(const exchange::SReport& report) {
 }
 
 void COrderRouter::onReport(const exchange::SReport& report) {
+  m_history.add(report.m_nId);
+  m_history.add(static_cast<std::uint64_t>(report.m_kind));
+  m_history.add(static_cast<std::uint64_t>(report.m_nQuantity));
+  m_history.addDouble(report.m_dPrice);
+  m_history.add(static_cast<std::uint64_t>(report.m_nTime));
   enter(report);
   SOrderRef& order = ref(report.m_nId);
   if (report.m_kind == exchange::EReport::CancelRejected) {

@@ -2,14 +2,19 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "CLedger.h"
 #include "COrderRates.h"
+#include "CStateHash.h"
 #include "IMarket.h"
 #include "IOrderOwner.h"
 
 namespace engine {
+
+/// By what the market's chance knows an order: its owner's key and its place among the owner's orders.
+std::uint64_t orderLuck(std::string_view owner, int index);
 
 /// The way of orders and cancels to a market, each account's no faster than it may send and within its money and
 /// positions, and of the market's reports to the owners of the orders. An order never waits here, or its price would be
@@ -47,6 +52,9 @@ class COrderRouter : public exchange::IMarketListener {
   COrderRates& rates() { return m_rates; }
   CLedger& ledger() { return m_ledger; }
 
+  /// Folds in all that was sent and reported, and what each account has and has sent by now.
+  void addTo(CStateHash& hash) const;
+
   void onReport(const exchange::SReport& report) override;
 
  private:
@@ -69,6 +77,7 @@ class COrderRouter : public exchange::IMarketListener {
   std::int64_t m_nNow = 0;
   COrderRates m_rates;
   CLedger m_ledger;
+  CStateHash m_history;             ///< of all that was sent and reported
   std::vector<SOrderRef> m_orders;  ///< by the order's number at the market, less 1
 };
 

@@ -21,7 +21,15 @@ void CSimulation::advanceTo(std::int64_t msec) {
     m_exchange.advanceTo(m_nNow);
     m_engine.advanceTo(m_nNow);
     m_server.advanceTo(m_nNow);
+    if (m_secondHook && m_nNow % 1000 == 0) m_secondHook(m_nNow, stateHash());
   }
+}
+
+std::uint64_t CSimulation::stateHash() const {
+  CStateHash hash;
+  hash.add(static_cast<std::uint64_t>(m_nNow));
+  m_engine.addTo(hash);
+  return hash.value();
 }
 
 }  // namespace engine

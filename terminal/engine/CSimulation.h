@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <utility>
 #include <vector>
 
 #include "CEngine.h"
@@ -20,6 +22,12 @@ class CSimulation {
               exchange::SExchangeSettings exchangeSettings, const SEngineSettings& engineSettings,
               std::int64_t startMsec);
 
+  /// Called at each whole second of the clock, after its step, with the state's hash: two runs that have the same one
+  /// have had the same reports and published the same. Null ends it.
+  using SecondHook = std::function<void(std::int64_t msec, std::uint64_t hash)>;
+  void setSecondHook(SecondHook hook) { m_secondHook = std::move(hook); }
+  std::uint64_t stateHash() const;
+
   /// Runs every step of the grid up to msec since midnight; a time that has passed changes nothing.
   void advanceTo(std::int64_t msec);
   /// The last step that was run.
@@ -37,6 +45,7 @@ class CSimulation {
   CTaskServer m_server;
   std::int64_t m_nStep;
   std::int64_t m_nNow;
+  SecondHook m_secondHook;
 };
 
 }  // namespace engine

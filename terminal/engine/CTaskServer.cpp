@@ -63,13 +63,38 @@ void CTaskServer::queryOrderProcess(const std::vector<std::string>& serverTaskKe
 }
 
 void CTaskServer::post(std::function<void()> carryOut) {
-  m_requests.push_back({m_engine.now() + m_nLatencyMsec, std::move(carryOut)});
+  m_requests.push_back({m_engine.now() + m_nLatencyMsec, m_bAnswering, std::move(carryOut)});
+}
+
+void CTaskServer::refuseCreation(const std::string& text) {
+  post([this, text] { replyToCreation(text, 0); });
+}
+
+void CTaskServer::refuseOperation(const std::string& text) {
+  post([this, text] { replyToOperation(text); });
+}
+
+void CTaskServer::refuseQuery(const std::string& text) {
+  post([this, text] { replyToQuery({}, text); });
+}
+
+void CTaskServer::replyToCreation(const std::string& fault, int task) {
+  if (m_bAnswered) m_desk.requests().replyToCreate(fault.empty() ? utils::KSError() : utils::KSError(fault), task);
+}
+
+void CTaskServer::replyToOperation(const std::string& fault) {
+  if (m_bAnswered) m_desk.requests().replyToOperation({}, fault.empty() ? bson::BSONObj() : refusal(fault));
+}
+
+void CTaskServer::replyToQuery(const TC::OrderProcessMap& data, const std::string& fault) {
+  if (m_bAnswered) m_desk.requests().replyToQuery(data, fault.empty() ? utils::KSError() : utils::KSError(fault), {});
 }
 
 void CTaskServer::advanceTo(std::int64_t msec) {
   while (!m_requests.empty() && m_requests.front().m_nTime <= msec) {
     const SRequest request = std::move(m_requests.front());
     m_requests.pop_front();
+    m_bAnswered = request.m_bAnswered;
     request.m_carryOut();
   }
 }
@@ -81,18 +106,14 @@ void CTaskServer::answerCreation(const desk::SCreateRequest& request) {
     text = TC::SAlgoParams::parse(request.m_command.m_strAlgoParams, algo.emplace());
     if (text.empty()) text = CAlgoSchedule::fault(*algo, m_engine.now());
   }
-  if (!text.empty()) {
-    m_desk.requests().replyToCreate(utils::KSError(text), 0);
-    return;
-  }
+  if (!text.empty()) return replyToCreation(text, 0);
   COrderCommand command = request.m_command;
   command.m_nTaskId = basketOf(request);
   if (!algo) {
     command.m_nOrderType = EORT_Plain;
     command.m_strAlgoParams.clear();
   }
-  const int task = m_engine.startPatch(command, makeParts(request), algo);
-  m_desk.requests().replyToCreate(utils::KSError(), task);
+  replyToCreation({}, m_engine.startPatch(command, makeParts(request), algo));
 }
 
 std::string CTaskServer::fault(const desk::SCreateRequest& request) const {
@@ -159,20 +180,17 @@ void CTaskServer::answerOperation(const std::string& serverTaskKey, int operatio
   const CAlgoTask* task = m_engine.serverTask(serverTaskKey);
   const std::string text = task ? operationFault(task->status(), operation) : "任务不存在";
   if (text.empty()) m_engine.operate(serverTaskKey, operation);
-  m_desk.requests().replyToOperation(utils::KSError(), text.empty() ? bson::BSONObj() : refusal(text));
+  replyToOperation(text);
 }
 
 void CTaskServer::answerQuery(const std::vector<std::string>& serverTaskKeys) {
   TC::OrderProcessMap data;
   for (const std::string& key : serverTaskKeys) {
     const CAlgoTask* task = m_engine.serverTask(key);
-    if (!task) {
-      m_desk.requests().replyToQuery({}, utils::KSError("任务 " + key + " 不存在"), {});
-      return;
-    }
+    if (!task) return replyToQuery({}, "任务 " + key + " 不存在");
     data[key] = task->orderProcess();
   }
-  m_desk.requests().replyToQuery(data, {}, {});
+  replyToQuery(data, {});
 }
 
 }  // namespace engine

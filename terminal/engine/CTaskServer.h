@@ -28,16 +28,29 @@ class CTaskServer {
   /// Answers what is finished or may still fill; refused when a task is not known.
   void queryOrderProcess(const std::vector<std::string>& serverTaskKeys);
 
+  /// Answers the request of a kind with a refusal, in its turn, and carries nothing out.
+  void refuseCreation(const std::string& text);
+  void refuseOperation(const std::string& text);
+  void refuseQuery(const std::string& text);
+
+  /// Whether requests that come from now on are answered. Those of which the askers are gone are not: their answers
+  /// would be taken for those of others.
+  void setAnswering(bool answering) { m_bAnswering = answering; }
+
   /// Carries out what has arrived by then, milliseconds since midnight.
   void advanceTo(std::int64_t msec);
 
  private:
   struct SRequest {
     std::int64_t m_nTime;
+    bool m_bAnswered;
     std::function<void()> m_carryOut;
   };
 
   void post(std::function<void()> carryOut);
+  void replyToCreation(const std::string& fault, int task);
+  void replyToOperation(const std::string& fault);
+  void replyToQuery(const TC::OrderProcessMap& data, const std::string& fault);
   void answerCreation(const desk::SCreateRequest& request);
   void answerOperation(const std::string& serverTaskKey, int operation);
   void answerQuery(const std::vector<std::string>& serverTaskKeys);
@@ -51,6 +64,8 @@ class CTaskServer {
   CEngine& m_engine;
   int m_nLatencyMsec;
   std::deque<SRequest> m_requests;  ///< on their way, the oldest first
+  bool m_bAnswering = true;
+  bool m_bAnswered = true;  ///< of the one that is being carried out
 };
 
 }  // namespace engine

@@ -1,0 +1,59 @@
+/// What enters the engine from outside: what the panel asks of the server and of the hedge manager, and what the user
+/// of the terminal does. Together with what a day starts with these decide everything that happens in it.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "CEngine.h"
+#include "IDeskDriver.h"
+
+namespace engine {
+
+class CSimulation;
+
+struct SStartBasket {
+  SBasketOrder m_basket;
+};
+struct SCreateTask {
+  desk::SCreateRequest m_request;
+};
+struct SOperateServerTask {
+  std::string m_strTaskKey;
+  int m_nOperation = 0;
+};
+struct SQueryProcess {
+  std::vector<std::string> m_taskKeys;
+};
+/// On a task of the terminal, of one account.
+struct SOperateTask {
+  int m_nTaskId = 0;
+  std::string m_strAccount;
+  int m_nOperation = 0;
+};
+struct SCancelOrders {
+  std::string m_strDetailKey;
+  std::vector<std::string> m_orderKeys;
+};
+struct SSetHedge {
+  int m_nGroupId = 0;
+  int m_nCommandId = 0;
+  ksservice::CBasketHedgeParam m_param;
+};
+enum class EHedgeAct { Start, Pause, Stop };
+struct SSteerHedge {
+  int m_nGroupId = 0;
+  EHedgeAct m_eAct = EHedgeAct::Start;
+};
+
+using Act = std::variant<SStartBasket, SCreateTask, SOperateServerTask, SQueryProcess, SOperateTask, SCancelOrders,
+                         SSetHedge, SSteerHedge>;
+
+/// Between two steps of the clock, on the thread that steps it.
+void carryOut(const Act& act, CSimulation& simulation);
+
+/// Instead of it: whoever waits for an answer gets the text, and the log tells it. What only looks is carried out.
+void refuse(const Act& act, const std::string& why, CSimulation& simulation);
+
+}  // namespace engine
