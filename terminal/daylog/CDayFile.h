@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CFileLock.h"
+#include "Chain.h"
+#include "Database.h"
+#include "DayLog.h"
+
+namespace daylog {
+
+/// A day in an SQLite file: write-ahead log, every commit on the disk before it returns.
+class CDayFile : public IDayLog {
+ public:
+  enum class EMode { Write, Read };
+
+  /// Throws CFault, which does not name the file.
+  CDayFile(const std::string& path, EMode mode);
+
+  std::string append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) override;
+  const std::vector<SEntry>& entries() const override { return m_entries; }
+  const std::vector<SMark>& marks() const override { return m_marks; }
+  std::string finish(std::int64_t msec) override;
+  std::string head() const override;
+
+  /// What does not fit the chains, each with its row.
+  const std::vector<std::string>& findings() const { return m_findings; }
+  /// What the database itself finds.
+  std::vector<std::string> integrity();
+
+ private:
+  struct SChain {
+    Hash m_entries{};
+    Hash m_marks{};
+  };
+
+  void make();
+  void checkFormat();
+  void read();
+  void readEntries();
+  void readMarks();
+  void write(std::vector<SEntry>& entries, const std::vector<SMark>& marks, SChain& chain);
+  void find(const std::string& what) { m_findings.push_back(what); }
+
+  const std::string m_strPath;
+  const EMode m_eMode;
+  std::optional<CFileLock> m_lock;  ///< outlives the database: a file's locks go when any handle of it is closed
+  std::optional<CDatabase> m_database;
+  std::vector<SEntry> m_entries;
+  std::vector<SMark> m_marks;
+  SChain m_chain;
+  std::vector<std::string> m_findings;
+};
+
+}  // namespace daylog

@@ -1,0 +1,67 @@
+#include "Database.h"
+
+namespace daylog {
+namespace {
+
+/// A reader beside a writer waits for moments only.
+constexpr int PATIENCE_MSEC = 5000;
+
+}  // namespace
+
+CDatabase::CDatabase(const std::string& path, bool readOnly) : m_pHandle(nullptr, &sqlite3_close) {
+  sqlite3* handle = nullptr;
+  const int flags = readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+  const int status = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+  m_pHandle.reset(handle);
+  if (status != SQLITE_OK) fail();
+  sqlite3_busy_timeout(handle, PATIENCE_MSEC);
+}
+
+void CDatabase::fail() const { throw CFault(m_pHandle ? sqlite3_errmsg(m_pHandle.get()) : "out of memory"); }
+
+void CDatabase::run(const char* statements) {
+  if (sqlite3_exec(m_pHandle.get(), statements, nullptr, nullptr, nullptr) != SQLITE_OK) fail();
+}
+
+std::int64_t CDatabase::number(const char* query) {
+  CStatement statement(*this, query);
+  return statement.step() ? statement.number(0) : 0;
+}
+
+CStatement::CStatement(CDatabase& database, const char* text)
+    : m_database(database), m_pStatement(nullptr, &sqlite3_finalize) {
+  sqlite3_stmt* statement = nullptr;
+  if (sqlite3_prepare_v2(database.handle(), text, -1, &statement, nullptr) != SQLITE_OK) database.fail();
+  m_pStatement.reset(statement);
+}
+
+void CStatement::bind(int parameter, std::int64_t value) {
+  if (sqlite3_bind_int64(m_pStatement.get(), parameter, value) != SQLITE_OK) m_database.fail();
+}
+
+void CStatement::bindText(int parameter, std::string_view text) {
+  const int status =
+      sqlite3_bind_text(m_pStatement.get(), parameter, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+  if (status != SQLITE_OK) m_database.fail();
+}
+
+void CStatement::bindBytes(int parameter, const void* bytes, std::size_t size) {
+  const int status = sqlite3_bind_blob(m_pStatement.get(), parameter, bytes, static_cast<int>(size), SQLITE_TRANSIENT);
+  if (status != SQLITE_OK) m_database.fail();
+}
+
+bool CStatement::step() {
+  const int status = sqlite3_step(m_pStatement.get());
+  if (status == SQLITE_ROW) return true;
+  const int end = sqlite3_reset(m_pStatement.get());
+  if (status != SQLITE_DONE || end != SQLITE_OK) m_database.fail();
+  return false;
+}
+
+std::string CStatement::bytes(int column) const {
+  const void* bytes = sqlite3_column_blob(m_pStatement.get(), column);
+  const auto size = static_cast<std::size_t>(sqlite3_column_bytes(m_pStatement.get(), column));
+  return bytes ? std::string(static_cast<const char*>(bytes), size) : std::string();
+}
+
+}  // namespace daylog

@@ -1,0 +1,272 @@
+// A day's file: what was kept is there after a crash, what cannot be kept is told, and no change goes unseen.
+#include "DayLog.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+using namespace daylog;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string bytesOf(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void writeBytes(const fs::path& file, const std::string& bytes) {
+  std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+/// Changes a file as somebody with a database tool would.
+void runSql(const fs::path& file, const std::string& statements) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  char* error = nullptr;
+  sqlite3_exec(database, statements.c_str(), nullptr, nullptr, &error);
+  EXPECT_EQ(error, nullptr) << error;
+  sqlite3_close(database);
+}
+
+SEntry entryOf(int number) {
+  return {0, 34200000 + 100 * number, number % 3 ? "operate" : "basket", R"({"n":)" + std::to_string(number) + "}"};
+}
+
+std::string textOf(const IDayLog& log) {
+  std::string text;
+  for (const SEntry& entry : log.entries()) {
+    text += std::to_string(entry.m_nNumber) + " " + std::to_string(entry.m_nMsec) + " " + entry.m_strKind + " " +
+            entry.m_strBody + "\n";
+  }
+  return text;
+}
+
+class DayLog : public testing::Test {
+ protected:
+  DayLog() {
+    std::string name = (fs::temp_directory_path() / "daylog.XXXXXX").string();
+    m_folder = mkdtemp(name.data());
+    m_file = m_folder / "day.db";
+  }
+  ~DayLog() override {
+    fs::permissions(m_folder, fs::perms::owner_all);
+    fs::remove_all(m_folder);
+  }
+
+  /// A closed day of so many entries, each with a mark; its head.
+  std::string makeDay(int entries) const {
+    const SOpenedDay day = openDay(m_file);
+    EXPECT_EQ(day.m_strFault, "");
+    for (int i = 1; i <= entries; ++i) {
+      EXPECT_EQ(day.m_pLog->append({entryOf(i)}, {{i * 1000, static_cast<std::uint64_t>(i) * 0x9e3779b97f4a7c15}}), "");
+    }
+    return day.m_pLog->head();
+  }
+
+  fs::path m_folder;
+  fs::path m_file;
+};
+
+}  // namespace
+
+TEST_F(DayLog, KeepsADayAndEndsIt) {
+  const std::string head = makeDay(5);
+  SOpenedDay day = openDay(m_file);
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  ASSERT_EQ(day.m_pLog->entries().size(), 5u);
+  EXPECT_EQ(day.m_pLog->entries()[4].m_nNumber, 5);
+  EXPECT_EQ(day.m_pLog->entries()[4].m_strBody, R"({"n":5})");
+  EXPECT_EQ(day.m_pLog->marks()[4].m_nHash, 5 * 0x9e3779b97f4a7c15);
+  EXPECT_EQ(day.m_pLog->head(), head);
+  EXPECT_EQ(readDay(m_file).m_pLog->head(), head) << "a reader needs no lock";
+  EXPECT_FALSE(day.m_pLog->isFinished());
+  EXPECT_EQ(day.m_pLog->finish(54000000), "");
+  EXPECT_TRUE(day.m_pLog->isFinished());
+  EXPECT_NE(day.m_pLog->append({entryOf(1)}, {}).find("the day is over"), std::string::npos);
+  const std::string end = day.m_pLog->head();
+  EXPECT_NE(end, head);
+  day.m_pLog.reset();
+  EXPECT_TRUE(readDay(m_file).m_pLog->isFinished());
+  EXPECT_EQ(verifyDay(m_file, end), std::vector<std::string>());
+}
+
+TEST_F(DayLog, RefusesWhatItCannotGoOnWithAndLeavesItAsItIs) {
+  const auto refusalOf = [](const fs::path& file) {
+    const SOpenedDay day = openDay(file);
+    EXPECT_FALSE(day.m_pLog);
+    EXPECT_EQ(day.m_strFault.find(file.string() + ": "), 0u) << day.m_strFault;
+    return day.m_strFault.substr(file.string().size() + 2);
+  };
+  const fs::path text = m_folder / "notes.txt";
+  writeBytes(text, "a text of somebody that is longer than sixteen bytes");
+  const fs::path other = m_folder / "other.db";
+  runSql(other, "CREATE TABLE theirs (a); INSERT INTO theirs VALUES (1)");
+  const fs::path newer = m_folder / "newer.db";
+  makeDay(3);
+  fs::copy(m_file, newer);
+  runSql(newer, "PRAGMA user_version = 7");
+  for (const auto& [file, refusal] : {std::pair(text, "is no day file, or cannot be read"),
+                                      {other, "is no day file"},
+                                      {newer, "was written by a newer terminal: its version is 7, this one reads 1"}}) {
+    const std::string before = bytesOf(file);
+    EXPECT_EQ(refusalOf(file), refusal);
+    EXPECT_EQ(bytesOf(file), before) << file;
+    EXPECT_NE(readDay(file).m_strFault, "") << file;
+  }
+  EXPECT_EQ(refusalOf(m_folder / "none" / "day.db"), "cannot write it: No such file or directory");
+  EXPECT_EQ(refusalOf(m_folder), "cannot write it: Is a directory");
+  runSql(newer, "PRAGMA user_version = 1; DELETE FROM entries WHERE number = 2");
+  EXPECT_EQ(refusalOf(newer), "is damaged: entry 2 is missing");
+
+  // A day that somebody has, by whatever name.
+  const SOpenedDay mine = openDay(m_file);
+  fs::create_symlink(m_file, m_folder / "link.db");
+  fs::create_hard_link(m_file, m_folder / "hard.db");
+  for (const char* name : {"day.db", "link.db", "hard.db"}) {
+    EXPECT_EQ(refusalOf(m_folder / name), "another terminal goes on with this day") << name;
+  }
+}
+
+TEST_F(DayLog, FindsWhatSomebodyChanged) {
+  const std::string head = makeDay(9);
+  const std::string whole = bytesOf(m_file);
+  EXPECT_EQ(verifyDay(m_file, head), std::vector<std::string>());
+  const std::vector<std::pair<const char*, const char*>> changes{
+      {"UPDATE entries SET body = '{\"n\":50}' WHERE number = 5", "entry 5 was changed"},
+      {"UPDATE entries SET msec = msec + 1 WHERE number = 1", "entry 1 was changed"},
+      {"UPDATE entries SET kind = 'operateServer' WHERE number = 4", "entry 4 was changed"},
+      {"UPDATE entries SET hash = zeroblob(32) WHERE number = 9", "entry 9 was changed"},
+      {"DELETE FROM entries WHERE number = 4", "entry 4 is missing"},
+      {"UPDATE entries SET number = -number WHERE number IN (3, 4);"
+       "UPDATE entries SET number = 7 + number WHERE number < 0",
+       "entry 3 was changed"},
+      {"INSERT INTO entries SELECT 10, msec, kind, body, hash FROM entries WHERE number = 9", "entry 10 was changed"},
+      {"UPDATE marks SET state = state + 1 WHERE number = 2", "mark 2 was changed"},
+      {"DELETE FROM marks WHERE number = 2", "mark 2 is missing"},
+      {"UPDATE day SET identifier = 'another'", "entry 1 was changed"}};
+  for (const auto& [change, finding] : changes) {
+    writeBytes(m_file, whole);
+    runSql(m_file, change);
+    const std::vector<std::string> found = verifyDay(m_file, {});
+    ASSERT_FALSE(found.empty()) << change;
+    EXPECT_EQ(found.front(), finding) << change;
+  }
+  // What only the head tells.
+  for (const char* change : {"DELETE FROM entries WHERE number = 9", "DELETE FROM marks WHERE number = 9"}) {
+    writeBytes(m_file, whole);
+    runSql(m_file, change);
+    EXPECT_EQ(verifyDay(m_file, {}), std::vector<std::string>()) << change;
+    EXPECT_EQ(verifyDay(m_file, head).size(), 1u) << change;
+  }
+}
+
+TEST_F(DayLog, AByteThatIsChangedIsFoundOrWithoutEffect) {
+  const std::string head = makeDay(60);
+  const std::string whole = bytesOf(m_file);
+  const std::string before = textOf(*readDay(m_file).m_pLog);
+  std::mt19937_64 random(17);
+  int found = 0;
+  for (int i = 0; i < 1000; ++i) {
+    std::string changed = whole;
+    changed[random() % changed.size()] ^= static_cast<char>(1 + random() % 255);
+    writeBytes(m_file, changed);
+    if (!verifyDay(m_file, head).empty()) {
+      ++found;
+      continue;
+    }
+    const SOpenedDay day = readDay(m_file);
+    ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+    ASSERT_EQ(textOf(*day.m_pLog), before) << "an unseen change, number " << i;
+  }
+  EXPECT_GT(found, 300);
+  RecordProperty("found", found);
+}
+
+TEST_F(DayLog, AnswersTheQuestionsOfItsDocument) {
+  makeDay(9);
+  const std::string document = bytesOf(fs::path(PBT_SOURCE_DIR) / "docs" / "daylog.md");
+  const std::string begin = "```sql\n";
+  int queries = 0;
+  for (std::size_t at = document.find(begin); at != std::string::npos; at = document.find(begin, at + 1)) {
+    const std::size_t from = at + begin.size();
+    runSql(m_file, document.substr(from, document.find("```", from) - from));
+    ++queries;
+  }
+  EXPECT_GE(queries, 4);
+}
+
+/// The child tells what it has kept before it goes on; it is killed at any moment.
+TEST_F(DayLog, WhatWasKeptOutlivesItsProcess) {
+  std::mt19937_64 random(5);
+  int kept = 0;
+  for (int i = 0; i < 60; ++i) {
+    int pipes[2];
+    ASSERT_EQ(pipe(pipes), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      const SOpenedDay day = openDay(m_file);
+      for (int number = static_cast<int>(day.m_pLog->entries().size()) + 1;; ++number) {
+        if (!day.m_pLog->append({entryOf(number)}, {{number, 1}}).empty()) _exit(1);
+        if (write(pipes[1], &number, sizeof number) != sizeof number) _exit(1);
+      }
+    }
+    close(pipes[1]);
+    usleep(static_cast<useconds_t>(5000 + random() % 40000));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    for (int number = 0; read(pipes[0], &number, sizeof number) == sizeof number;) kept = number;
+    close(pipes[0]);
+    const SOpenedDay day = openDay(m_file);
+    ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+    const std::size_t entries = day.m_pLog->entries().size();
+    ASSERT_GE(entries, static_cast<std::size_t>(kept)) << "the lock died with its process, the entries did not";
+    ASSERT_LE(entries, static_cast<std::size_t>(kept) + 1) << "at most one was kept and not told";
+    kept = static_cast<int>(entries);
+  }
+  EXPECT_GT(kept, 60);
+  EXPECT_EQ(verifyDay(m_file, {}), std::vector<std::string>());
+}
+
+TEST_F(DayLog, ADiskThatFillsIsToldAndLosesNothing) {
+  makeDay(3);
+  const pid_t child = fork();
+  if (child == 0) {
+    signal(SIGXFSZ, SIG_IGN);
+    SOpenedDay day = openDay(m_file);
+    const rlimit before = [] {
+      rlimit limit{};
+      getrlimit(RLIMIT_FSIZE, &limit);
+      return limit;
+    }();
+    const rlimit full{40000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    int refused = 0;
+    for (int i = 0; i < 40; ++i) {
+      SEntry entry = entryOf(i);
+      entry.m_strBody = "{\"text\":\"" + std::string(3000, 'x') + "\"}";
+      const std::size_t entries = day.m_pLog->entries().size();
+      const bool kept = day.m_pLog->append({entry, entry}, {}).empty();
+      refused += kept ? 0 : 1;
+      if (day.m_pLog->entries().size() != entries + (kept ? 2 : 0)) _exit(2);
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    if (refused == 0 || refused == 40) _exit(3);
+    if (!day.m_pLog->append({entryOf(99)}, {}).empty()) _exit(4);
+    const std::string mine = textOf(*day.m_pLog);
+    day.m_pLog.reset();
+    const SOpenedDay again = openDay(m_file);
+    _exit(again.m_pLog && textOf(*again.m_pLog) == mine ? 0 : 5);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}
