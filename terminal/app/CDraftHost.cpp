@@ -70,7 +70,7 @@ draft::SMarketFacts CDraftHost::listed(int security) const {
 
 void CDraftHost::askPrices(const std::vector<int>& securities,
                            std::function<void(std::vector<preview::SPrices>)> answer) {
-  m_thread.post([this, securities, answer = std::move(answer)](engine::CSimulation& simulation) {
+  m_thread.ask([this, securities, answer = std::move(answer)](engine::CSimulation& simulation) {
     std::vector<preview::SPrices> prices;
     prices.reserve(securities.size());
     for (const int security : securities) {
@@ -176,8 +176,6 @@ engine::SBasketOrder CDraftHost::orderOf(const preview::SSentBasket& basket) con
   return order;
 }
 
-void CDraftHost::send(const preview::SSentBasket& basket) {
-  m_thread.post([order = orderOf(basket)](engine::CSimulation& simulation) { simulation.engine().startBasket(order); });
-}
+void CDraftHost::send(const preview::SSentBasket& basket) { m_thread.post(engine::SStartBasket{orderOf(basket)}); }
 
 }  // namespace app

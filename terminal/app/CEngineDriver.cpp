@@ -2,20 +2,14 @@
 
 namespace app {
 
-using engine::CSimulation;
-
-void CEngineDriver::createTask(const desk::SCreateRequest& request) {
-  m_post([request](CSimulation& simulation) { simulation.server().createTask(request); });
-}
+void CEngineDriver::createTask(const desk::SCreateRequest& request) { m_post(engine::SCreateTask{request}); }
 
 void CEngineDriver::operateServerTask(const std::string& serverTaskKey, const desk::OpRecordPtr& record) {
-  m_post([serverTaskKey, operation = record->m_nOperation](CSimulation& simulation) {
-    simulation.server().operateServerTask(serverTaskKey, operation);
-  });
+  m_post(engine::SOperateServerTask{serverTaskKey, record->m_nOperation});
 }
 
 void CEngineDriver::queryOrderProcess(const std::vector<std::string>& serverTaskKeys) {
-  m_post([serverTaskKeys](CSimulation& simulation) { simulation.server().queryOrderProcess(serverTaskKeys); });
+  m_post(engine::SQueryProcess{serverTaskKeys});
 }
 
 void CEngineDriver::operateLocalTask(int taskId, const desk::AccountPtr& account, const desk::OpRecordPtr& record) {
@@ -33,31 +27,21 @@ void CEngineDriver::resumeLocalTask(int taskId, const desk::AccountPtr& account)
 void CEngineDriver::operate(int taskId, const desk::AccountPtr& account, int operation) {
   // An empty account would mean every one.
   if (!account || account->getKey().empty()) return;
-  m_post([taskId, account = account->getKey(), operation](CSimulation& simulation) {
-    simulation.engine().operate(taskId, account, operation);
-  });
+  m_post(engine::SOperateTask{taskId, account->getKey(), operation});
 }
 
 void CEngineDriver::cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys) {
-  m_post([detailKey, orderKeys](CSimulation& simulation) { simulation.engine().cancelOrders(detailKey, orderKeys); });
+  m_post(engine::SCancelOrders{detailKey, orderKeys});
 }
 
 void CEngineDriver::setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
-  m_post([groupId, commandId, param](CSimulation& simulation) {
-    simulation.hedger().setParam(groupId, commandId, param);
-  });
+  m_post(engine::SSetHedge{groupId, commandId, param});
 }
 
-void CEngineDriver::startHedge(int groupId) {
-  m_post([groupId](CSimulation& simulation) { simulation.hedger().start(groupId); });
-}
+void CEngineDriver::startHedge(int groupId) { m_post(engine::SSteerHedge{groupId, engine::EHedgeAct::Start}); }
 
-void CEngineDriver::pauseHedge(int groupId) {
-  m_post([groupId](CSimulation& simulation) { simulation.hedger().pause(groupId); });
-}
+void CEngineDriver::pauseHedge(int groupId) { m_post(engine::SSteerHedge{groupId, engine::EHedgeAct::Pause}); }
 
-void CEngineDriver::stopHedge(int groupId) {
-  m_post([groupId](CSimulation& simulation) { simulation.hedger().stop(groupId); });
-}
+void CEngineDriver::stopHedge(int groupId) { m_post(engine::SSteerHedge{groupId, engine::EHedgeAct::Stop}); }
 
 }  // namespace app

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "CSimulation.h"
+#include "Acts.h"
 #include "IDeskDriver.h"
 
 namespace app {
@@ -11,9 +11,8 @@ namespace app {
 /// Any thread.
 class CEngineDriver : public desk::IDeskDriver {
  public:
-  using Operation = std::function<void(engine::CSimulation&)>;
-  /// Has an operation carried out on the simulation's thread, those that come first first.
-  using Post = std::function<void(Operation)>;
+  /// Has an act carried out on the simulation's thread, those that come first first.
+  using Post = std::function<void(engine::Act)>;
 
   explicit CEngineDriver(Post post) : m_post(std::move(post)) {}
 

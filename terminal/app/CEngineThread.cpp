@@ -38,10 +38,28 @@ void CEngineThread::stop() {
   if (m_thread.joinable()) m_thread.join();
 }
 
-void CEngineThread::post(std::function<void(engine::CSimulation&)> operation) {
+void CEngineThread::post(engine::Act act) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   // Nobody would carry it out, and nobody would throw it away.
-  if (!m_bStopping) m_operations.push_back(std::move(operation));
+  if (!m_bStopping) m_acts.push_back(std::move(act));
+}
+
+void CEngineThread::ask(std::function<void(engine::CSimulation&)> question) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  if (!m_bStopping) m_questions.push_back(std::move(question));
+}
+
+/// Nothing is carried out of which there is no entry: it would be gone after a crash.
+void CEngineThread::takeActs(const std::vector<engine::Act>& acts) {
+  if (acts.empty()) return;
+  const std::string fault = m_pKeeper ? m_pKeeper->keep(m_simulation.now(), acts) : std::string();
+  for (const engine::Act& act : acts) {
+    if (fault.empty()) {
+      engine::carryOut(act, m_simulation);
+    } else {
+      engine::refuse(act, "日志无法写入，未执行：" + fault, m_simulation);
+    }
+  }
 }
 
 std::int64_t CEngineThread::targetTime() const {
@@ -53,14 +71,17 @@ std::int64_t CEngineThread::targetTime() const {
 void CEngineThread::run() {
   bool behind = false;
   for (;;) {
-    std::vector<std::function<void(engine::CSimulation&)>> operations;
+    std::vector<engine::Act> acts;
+    std::vector<std::function<void(engine::CSimulation&)>> questions;
     {
       std::unique_lock<std::mutex> lock(m_mutex);
       if (!behind) m_changed.wait_for(lock, BEAT, [this] { return m_bStopping; });
       if (m_bStopping) return;
-      operations.swap(m_operations);
+      acts.swap(m_acts);
+      questions.swap(m_questions);
     }
-    for (const auto& operation : operations) operation(m_simulation);
+    takeActs(acts);
+    for (const auto& question : questions) question(m_simulation);
     const std::int64_t target = targetTime();
     if (runStep(std::min(target, m_nNow + PIECE_MSEC))) {
       m_atEnd();

@@ -8,7 +8,9 @@
 #include <thread>
 #include <vector>
 
+#include "Acts.h"
 #include "CSimulation.h"
+#include "IActKeeper.h"
 
 namespace app {
 
@@ -34,8 +36,15 @@ class CEngineThread {
   /// Returns when the thread has ended, at the latest one step of the simulation later.
   void stop();
 
-  /// Has an operation carried out on the engine's thread, before its next step; nothing after stop(). Any thread.
-  void post(std::function<void(engine::CSimulation&)> operation);
+  /// Has acts kept before they are carried out; null: they are carried out at once. Before start(). It must outlive
+  /// this object.
+  void setKeeper(IActKeeper* keeper) { m_pKeeper = keeper; }
+  /// Has an act carried out on the engine's thread, before its next step, after all that were posted before; nothing
+  /// after stop(). One that cannot be kept is refused. Any thread.
+  void post(engine::Act act);
+  /// Has the engine's thread look at the simulation, before its next step, nothing after stop(); a question changes
+  /// nothing in it. Any thread.
+  void ask(std::function<void(engine::CSimulation&)> question);
   /// The simulated time, milliseconds since midnight. Any thread.
   std::int64_t now() const { return m_nNow; }
   /// What each account has sent; its seconds are those since the last call. Any thread.
@@ -47,6 +56,7 @@ class CEngineThread {
 
  private:
   void run();
+  void takeActs(const std::vector<engine::Act>& acts);
   bool runStep(std::int64_t target);
   void stepSimulation(std::int64_t target);
   std::int64_t targetTime() const;
@@ -56,6 +66,7 @@ class CEngineThread {
   std::int64_t m_nDayStart;
   SPace m_pace;
   std::function<void()> m_atEnd;
+  IActKeeper* m_pKeeper = nullptr;
   std::int64_t m_nBegin;
   std::chrono::steady_clock::time_point m_begin;
   std::atomic<std::int64_t> m_nNow;
@@ -64,7 +75,8 @@ class CEngineThread {
   mutable std::mutex m_mutex;  ///< guards what stands below, but for the thread
   std::condition_variable m_changed;
   bool m_bStopping = false;
-  std::vector<std::function<void(engine::CSimulation&)>> m_operations;
+  std::vector<engine::Act> m_acts;
+  std::vector<std::function<void(engine::CSimulation&)>> m_questions;
   std::vector<engine::SOrderUse> m_orderUse;
   bool m_bUseTaken = false;
   std::thread m_thread;

@@ -55,33 +55,37 @@ QString phaseText(exchange::EPhase phase) {
 
 }  // namespace
 
-CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::ostream* out, std::ostream* record,
-                           CStateStore* state, CMainWindow& window, TC::CreatePanelFunction createPanel)
+CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, const SKeeps& keeps, CMainWindow& window,
+                           TC::CreatePanelFunction createPanel)
     : m_options(options),
       m_window(window),
       m_services(m_desk, desk::CHostServices::EClock::Live),
-      m_pState(state),
+      m_pState(keeps.m_pState),
       // The journal begins with the session, so the recorder is there before the desk is filled.
-      m_pRecorder(record ? std::make_unique<journal::CRecorder>(m_desk, *record) : nullptr),
-      m_pOutput(out ? std::make_unique<journal::COutput>(*out) : nullptr),
+      m_pRecorder(keeps.m_pRecord ? std::make_unique<journal::CRecorder>(m_desk, *keeps.m_pRecord) : nullptr),
+      m_pOutput(keeps.m_pOut ? std::make_unique<journal::COutput>(*keeps.m_pOut) : nullptr),
       m_panelServices(window, m_pRecorder.get(), m_pOutput.get(), options.m_bHeadless),
       m_blotter(
           m_desk,
           [this](const std::string& market, const std::string& code, exchange::SQuote& quote) {
             return quoteOf(m_pSimulation->market(), market, code, quote);
           },
-          inputs.m_fees) {
+          inputs.m_fees),
+      m_pDay(keeps.m_pDay) {
   if (m_pOutput) m_desk.addObserver(m_pOutput.get());
   m_pLog = std::make_unique<CDeskLog>(window.log(), [this] { return m_pThread ? m_pThread->now() : 0; });
   m_desk.addObserver(m_pLog.get());
   m_desk.addObserver(&m_blotter);
   m_services.install();
   fillDesk(inputs);
+  setHooks();
+  if (!goOn()) return;
   makeThread();
+  keepDay();
   makeBasketDesk(inputs);
   feedDocks(inputs);
   openPanel(createPanel);
-  startBaskets(inputs);
+  if (!m_bGoesOn) startBaskets(inputs);
   m_clockTimer.setInterval(CLOCK_TIMER_MSEC);
   connect(&m_clockTimer, &QTimer::timeout, this, [this] {
     measureFeed();
@@ -94,9 +98,9 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, std::
 CLiveSession::~CLiveSession() {
   // From now on this thread waits for the others.
   m_desk.gate().dropFences();
-  m_pThread->stop();
+  if (m_pThread) m_pThread->stop();
   m_window.docks().attach({});
-  if (m_pRecorder) m_pRecorder->recordClose();
+  if (m_pRecorder && m_pPanel) m_pRecorder->recordClose();
   delete m_pPanel;
   m_desk.requests().setDriver(nullptr);
   m_desk.removeObserver(&m_blotter);
@@ -119,7 +123,7 @@ void CLiveSession::feedDocks(const SInputs& inputs) {
   sources.m_pDesk = &m_desk;
   sources.m_pBlotter = &m_blotter;
   sources.m_askMarket = [this](const InstrumentNames& names, const std::shared_ptr<CMarketAnswer>& answer) {
-    m_pThread->post([names, answer](engine::CSimulation& simulation) {
+    m_pThread->ask([names, answer](engine::CSimulation& simulation) {
       std::vector<exchange::SQuote> quotes(names.size());
       for (std::size_t i = 0; i < names.size(); ++i) {
         quoteOf(simulation.market(), names[i].first, names[i].second, quotes[i]);
@@ -209,20 +213,7 @@ void CLiveSession::makeBasketDesk(const SInputs& inputs) {
                  CLogDock::ELevel::Info);
 }
 
-void CLiveSession::makeThread() {
-  const double speed = speedOf(m_options);
-  CEngineThread::SPace pace{speed, -1};
-  if (m_options.m_dSeconds) {
-    pace.m_nEnd = m_pSimulation->now() + static_cast<std::int64_t>(std::llround(*m_options.m_dSeconds * speed * 1000));
-  } else if (m_options.m_bHeadless) {
-    // Nobody can end it.
-    pace.m_nEnd = std::max(exchange::DAY_CLOSES, m_pSimulation->now()) + AFTER_CLOSE_MSEC;
-  }
-  m_pThread = std::make_unique<CEngineThread>(*m_pSimulation, m_desk, tradingDayStart(), pace, [this] {
-    QMetaObject::invokeMethod(
-        this, [this] { finish(); }, Qt::QueuedConnection);
-  });
-  m_desk.requests().setDriver(&m_driver);
+void CLiveSession::setHooks() {
   m_pSimulation->hedger().setHooks({[this](int task, int lots) { m_services.announceHedgeVolume(task, lots); },
                                     [this](int task, int status) { m_services.announceHedgeStatus(task, status); }});
   m_pSimulation->engine().setEventHook([this](const engine::SEngineEvent& event) {
@@ -231,12 +222,58 @@ void CLiveSession::makeThread() {
   });
 }
 
+/// A day that was begun stands where its log ends, before anybody looks. False when it cannot.
+bool CLiveSession::goOn() {
+  // The first entry says how the day began.
+  m_bGoesOn = m_pDay && m_pDay->entries().size() > 1;
+  if (!m_bGoesOn) return true;
+  m_strFault = runAgain(*m_pDay, *m_pSimulation, m_desk, [](std::int64_t) { return true; });
+  if (!m_strFault.empty()) return false;
+  m_desk.setNow(tradingDayStart() + m_pSimulation->now() / 1000);
+  m_pLog->append(m_pSimulation->now(), QStringLiteral("继续已开始的交易日"), CLogDock::ELevel::Info);
+  return true;
+}
+
+void CLiveSession::keepDay() {
+  if (!m_pDay) return;
+  m_pKeeper = std::make_unique<CDayKeeper>(*m_pDay);
+  m_pThread->setKeeper(m_pKeeper.get());
+  m_pSimulation->setSecondHook([this](std::int64_t msec, std::uint64_t hash) { m_pKeeper->mark(msec, hash); });
+}
+
+/// The engine has stopped; a day is over when its clock has passed the close.
+void CLiveSession::endDay() {
+  if (!m_pKeeper) return;
+  std::string fault = m_pKeeper->flush();
+  if (fault.empty() && m_pSimulation->now() > exchange::DAY_CLOSES) fault = m_pDay->finish(m_pSimulation->now());
+  if (fault.empty()) return;
+  m_pLog->append(m_pSimulation->now(), QStringLiteral("日志写入失败：") + QString::fromStdString(fault),
+                 CLogDock::ELevel::Warning);
+}
+
+void CLiveSession::makeThread() {
+  const double speed = speedOf(m_options);
+  CEngineThread::SPace pace{speed, -1};
+  const std::int64_t begin = m_options.m_nStartMinute * std::int64_t{60000};
+  if (m_options.m_dSeconds) {
+    // From the day's beginning, so that a run that goes on ends where an undisturbed one does.
+    pace.m_nEnd = begin + static_cast<std::int64_t>(std::llround(*m_options.m_dSeconds * speed * 1000));
+  } else if (m_options.m_bHeadless) {
+    // Nobody can end it.
+    pace.m_nEnd = std::max(exchange::DAY_CLOSES, begin) + AFTER_CLOSE_MSEC;
+  }
+  m_pThread = std::make_unique<CEngineThread>(*m_pSimulation, m_desk, tradingDayStart(), pace, [this] {
+    QMetaObject::invokeMethod(
+        this, [this] { finish(); }, Qt::QueuedConnection);
+  });
+  m_desk.requests().setDriver(&m_driver);
+}
+
 void CLiveSession::startBaskets(const SInputs& inputs) {
   // They start on the engine's thread: details never come from the GUI thread.
-  m_pThread->post(
-      [baskets = makeBaskets(m_options, inputs, m_pSimulation->market(), m_accounts)](engine::CSimulation& simulation) {
-        for (const engine::SBasketOrder& basket : baskets) simulation.engine().startBasket(basket);
-      });
+  for (engine::SBasketOrder& basket : makeBaskets(m_options, inputs, m_pSimulation->market(), m_accounts)) {
+    m_pThread->post(engine::SStartBasket{std::move(basket)});
+  }
 }
 
 void CLiveSession::start() {
@@ -293,6 +330,7 @@ void CLiveSession::finish() {
   if (std::exchange(m_bFinished, true)) return;
   m_clockTimer.stop();
   m_pThread->stop();
+  endDay();
   settle();
   m_services.liveClock()->firePendingTimer();
   settle();

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "CBasketDesk.h"
+#include "CDayKeeper.h"
 #include "CDeskLog.h"
 #include "CEngineDriver.h"
 #include "CEngineThread.h"
@@ -29,11 +30,19 @@ class CLiveSession : public QObject {
   Q_OBJECT
 
  public:
-  /// out, record and state may be null: nothing is put out, recorded, kept.
-  CLiveSession(const SOptions& options, const SInputs& inputs, std::ostream* out, std::ostream* record,
-               CStateStore* state, CMainWindow& window, TC::CreatePanelFunction createPanel);
+  /// Where a session leaves what it does; each may be null.
+  struct SKeeps {
+    std::ostream* m_pOut = nullptr;
+    std::ostream* m_pRecord = nullptr;
+    CStateStore* m_pState = nullptr;
+    daylog::IDayLog* m_pDay = nullptr;  ///< a day of which it holds acts is gone on with
+  };
+  CLiveSession(const SOptions& options, const SInputs& inputs, const SKeeps& keeps, CMainWindow& window,
+               TC::CreatePanelFunction createPanel);
   ~CLiveSession() override;
 
+  /// Why the day that was begun cannot be gone on with; empty when it can. Nothing else may be called then.
+  const std::string& fault() const { return m_strFault; }
   /// Starts the exchange's clock.
   void start();
   /// Stops the exchange, shows and writes what it delivered last, keeps the view. Once; for a user who closes the
@@ -49,7 +58,11 @@ class CLiveSession : public QObject {
  private:
   void fillDesk(const SInputs& inputs);
   void openPanel(TC::CreatePanelFunction createPanel);
+  void setHooks();
+  bool goOn();
   void makeThread();
+  void keepDay();
+  void endDay();
   void feedDocks(const SInputs& inputs);
   void makeExceptions(const SDockSources& sources);
   void lookForExceptions();
@@ -73,8 +86,12 @@ class CLiveSession : public QObject {
   std::unique_ptr<CDeskLog> m_pLog;
   CBlotter m_blotter;
   std::unique_ptr<engine::CSimulation> m_pSimulation;
+  daylog::IDayLog* m_pDay;
+  std::unique_ptr<CDayKeeper> m_pKeeper;  ///< null where no day is kept
+  bool m_bGoesOn = false;                 ///< with a day that was begun before
+  std::string m_strFault;
   std::unique_ptr<CEngineThread> m_pThread;
-  CEngineDriver m_driver{[this](CEngineDriver::Operation operation) { m_pThread->post(std::move(operation)); }};
+  CEngineDriver m_driver{[this](engine::Act act) { m_pThread->post(std::move(act)); }};
   AccountList m_accounts;
   std::unique_ptr<CBasketDesk> m_pBasketDesk;
   TC::ITradeDockableWidget* m_pPanel = nullptr;

@@ -1,24 +1,32 @@
 #include "Options.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QTime>
+#include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <tuple>
 
 namespace app {
 namespace {
 
 enum EMode : int { LiveMode = 1, ReplayMode = 2, AnyMode = 3 };
 
+/// Whether an option decides how a day starts.
+enum class EDayPart { None, Value, File };
+
 /// Takes an option's value over; a text says what is wrong with it.
 using Setter = QString (*)(SOptions& options, const QString& value);
 
 struct SOptionRow {
-  const char* m_pName;
-  const char* m_pValue;  ///< name of the value, null for a flag
-  const char* m_pHelp;
-  EMode m_eModes;
-  bool m_bRepeats;
-  Setter m_pSet;
+  const char* m_pName = nullptr;
+  const char* m_pValue = nullptr;  ///< name of the value, null for a flag
+  const char* m_pHelp = nullptr;
+  EMode m_eModes = AnyMode;
+  bool m_bRepeats = false;
+  Setter m_pSet = nullptr;
+  EDayPart m_eDay = EDayPart::None;
 };
 
 constexpr double MAX_SECONDS = 7 * 24 * 3600;
@@ -61,6 +69,7 @@ QString setSeconds(SOptions& options, const QString& value) {
 }
 QString setSpeed(SOptions& options, const QString& value) { return setPositive(options.m_dSpeed, value, MAX_SPEED); }
 QString setInstruments(SOptions& options, const QString& value) { return setFile(options.m_strInstruments, value); }
+QString setDay(SOptions& options, const QString& value) { return setFile(options.m_strDay, value); }
 QString setRecord(SOptions& options, const QString& value) { return setFile(options.m_strRecord, value); }
 QString setOut(SOptions& options, const QString& value) { return setFile(options.m_strOut, value); }
 QString setScreenshot(SOptions& options, const QString& value) { return setFile(options.m_strScreenshot, value); }
@@ -168,24 +177,29 @@ const SOptionRow OPTIONS[] = {
     {"headless", nullptr, "no window; needs no X server", AnyMode, false, setHeadless},
     {"seconds", "N", "end after N seconds; a run without a window ends with the simulated day", LiveMode, false,
      setSeconds},
-    {"seed", "N", "seed of the simulated exchange (1)", LiveMode, false, setSeed},
+    {"seed", "N", "seed of the simulated exchange (1)", LiveMode, false, setSeed, EDayPart::Value},
     {"speed", "X", "run the exchange's clock X times faster than real time (default 30)", LiveMode, false, setSpeed},
-    {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments},
-    {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket},
-    {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts},
-    {"cash", "CNY", "money of each account at the start (enough for the baskets)", LiveMode, false, setCash},
-    {"positions", "FILE", "what the accounts hold at the start (what the baskets sell)", LiveMode, false, setPositions},
-    {"fees", "FILE", "commission, duty, transfer fee and margin", LiveMode, false, setFees},
+    {"instruments", "FILE", "the securities that are listed", LiveMode, false, setInstruments, EDayPart::File},
+    {"basket", "FILE", "a basket to trade; may be given several times", LiveMode, true, addBasket, EDayPart::File},
+    {"accounts", "N", "share each basket out among N accounts (1)", LiveMode, false, setAccounts, EDayPart::Value},
+    {"cash", "CNY", "money of each account at the start (enough for the baskets)", LiveMode, false, setCash,
+     EDayPart::Value},
+    {"positions", "FILE", "what the accounts hold at the start (what the baskets sell)", LiveMode, false, setPositions,
+     EDayPart::File},
+    {"fees", "FILE", "commission, duty, transfer fee and margin", LiveMode, false, setFees, EDayPart::File},
     {"orders-per-second", "N", "most orders and cancels of an account in a second (280)", LiveMode, false,
-     setOrdersPerSecond},
+     setOrdersPerSecond, EDayPart::Value},
     {"orders-per-day", "N", "most orders and cancels of an account in a day (19000); cancels go on beyond", LiveMode,
-     false, setOrdersPerDay},
-    {"hedge", "CODE:RATIO", "hedge the baskets by an index future, like IF2612:1.0", LiveMode, false, setHedge},
+     false, setOrdersPerDay, EDayPart::Value},
+    {"hedge", "CODE:RATIO", "hedge the baskets by an index future, like IF2612:1.0", LiveMode, false, setHedge,
+     EDayPart::Value},
     {"hedge-orders", "N", "pause a hedge after N orders (as many as fit basket and schedule)", LiveMode, false,
-     setHedgeOrders},
-    {"algo", "twap|vwap|pov", "trade the baskets by an algorithm of the server", LiveMode, false, setAlgo},
+     setHedgeOrders, EDayPart::Value},
+    {"algo", "twap|vwap|pov", "trade the baskets by an algorithm of the server", LiveMode, false, setAlgo,
+     EDayPart::Value},
     {"start", "HH:MM", "time of the simulated day at which the run starts (09:25); 09:15 shows the auction", LiveMode,
-     false, setStart},
+     false, setStart, EDayPart::Value},
+    {"day", "FILE", "keep the day in FILE, or go on with the one that it holds", LiveMode, false, setDay},
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
     {"config", "FILE", "keep the view in FILE (the user's own; none when headless)", LiveMode, false, setConfig},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},
@@ -218,7 +232,7 @@ QString takeWords(const QStringList& words, SOptions& options) {
   return setFile(options.m_strReplay, words.at(1));
 }
 
-QString takeRow(const SOptionRow& row, const QCommandLineParser& parser, EMode mode, SOptions& options) {
+QString takeRow(const SOptionRow& row, const QCommandLineParser& parser, EMode mode, SParsedOptions& parsed) {
   const QString name = QString::fromLatin1(row.m_pName);
   if (!parser.isSet(name)) return {};
   if (!(row.m_eModes & mode)) {
@@ -228,10 +242,28 @@ QString takeRow(const SOptionRow& row, const QCommandLineParser& parser, EMode m
   const QStringList values = row.m_pValue ? parser.values(name) : QStringList(QString());
   if (values.size() > 1 && !row.m_bRepeats) return QStringLiteral("option --%1 is given twice").arg(name);
   for (const QString& value : values) {
-    const QString fault = row.m_pSet(options, value);
+    const QString fault = row.m_pSet(parsed.m_options, value);
     if (!fault.isEmpty()) return QStringLiteral("option --%1 %2").arg(name, fault);
+    if (row.m_eDay == EDayPart::None) continue;
+    const QString kept = row.m_eDay == EDayPart::File ? QFileInfo(value).absoluteFilePath() : value;
+    parsed.m_ofDay[row.m_pName].push_back(kept.toStdString());
   }
   return {};
+}
+
+const SOptionRow* findRow(const std::string& name) {
+  const auto found = std::find_if(std::begin(OPTIONS), std::end(OPTIONS),
+                                  [&name](const SOptionRow& row) { return name == row.m_pName; });
+  return found == std::end(OPTIONS) ? nullptr : found;
+}
+
+/// What a day starts with, to be compared.
+auto dayPartOf(const SOptions& options) {
+  const SHedgeOption hedge = options.m_hedge.value_or(SHedgeOption{});
+  return std::make_tuple(options.m_nSeed, options.m_strInstruments, options.m_baskets, options.m_nAccounts,
+                         options.m_dCash, options.m_strPositions, options.m_strFees, options.m_hedge.has_value(),
+                         hedge.m_strCode, hedge.m_dRatio, options.m_nHedgeOrders, options.m_orderLimits.m_nPerSecond,
+                         options.m_orderLimits.m_nPerDay, options.m_algo, options.m_nStartMinute);
 }
 
 }  // namespace
@@ -248,9 +280,25 @@ SParsedOptions parseOptions(const QStringList& arguments) {
   parsed.m_strError = takeWords(parser.positionalArguments(), parsed.m_options);
   const EMode mode = parsed.m_options.m_strReplay.empty() ? LiveMode : ReplayMode;
   for (const SOptionRow& row : OPTIONS) {
-    if (parsed.m_strError.isEmpty()) parsed.m_strError = takeRow(row, parser, mode, parsed.m_options);
+    if (parsed.m_strError.isEmpty()) parsed.m_strError = takeRow(row, parser, mode, parsed);
   }
   return parsed;
+}
+
+void applyOptions(const OptionValues& values, SOptions& options) {
+  for (const auto& [name, given] : values) {
+    const SOptionRow* row = findRow(name);
+    if (!row) continue;
+    for (const std::string& value : given) row->m_pSet(options, QString::fromStdString(value));
+  }
+}
+
+bool isSameOption(const std::string& name, const std::vector<std::string>& one, const std::vector<std::string>& other) {
+  SOptions of;
+  SOptions against;
+  applyOptions({{name, one}}, of);
+  applyOptions({{name, other}}, against);
+  return dayPartOf(of) == dayPartOf(against);
 }
 
 QString helpText() {

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -44,22 +45,35 @@ struct SOptions {
   QString m_strPalette;                ///< of buys and sells; empty: the one that was chosen last
   std::optional<int> m_nScalePercent;  ///< of the display; none: as the screen's resolution says
   int m_nStartMinute = 9 * 60 + 25;    ///< minutes since midnight of the simulated day
+  std::string m_strDay;                ///< file that keeps the day; empty: it is not kept
   std::string m_strRecord;
   std::string m_strOut;
   std::string m_strScreenshot;
   std::string m_strReplay;  ///< the journal to replay; empty: a live session
   bool m_bRecordedPace = false;
 
+  /// Whether there is an account for futures even if no basket is hedged; none: where there is a window, since its user
+  /// may hedge a basket of his own.
+  std::optional<bool> m_bFuturesAccount;
+  bool hasFuturesAccount() const { return m_hedge.has_value() || m_bFuturesAccount.value_or(!m_bHeadless); }
+
   /// Whether the run restores the view and keeps it: one without a window leaves the user's own alone.
   bool keepsView() const { return m_strReplay.empty() && (!m_bHeadless || !m_strConfig.empty()); }
 };
 
 /// The options of a command line without the program's name, or a one-line error that names the option at fault.
+using OptionValues = std::map<std::string, std::vector<std::string>>;  ///< by option, without the dashes
 struct SParsedOptions {
   SOptions m_options;
-  QString m_strError;  ///< empty: none
+  OptionValues m_ofDay;  ///< those given that decide how a day starts; files by their whole paths
+  QString m_strError;    ///< empty: none
 };
 SParsedOptions parseOptions(const QStringList& arguments);
+
+/// Takes values over as if they had been given. They must be those of m_ofDay.
+void applyOptions(const OptionValues& values, SOptions& options);
+/// Whether an option's values come to the same; none: it is not given.
+bool isSameOption(const std::string& name, const std::vector<std::string>& one, const std::vector<std::string>& other);
 
 /// The text of --help.
 QString helpText();

@@ -27,6 +27,7 @@ struct SUse {
 std::vector<SUse> usesOf(const SOptions& options) {
   std::vector<SUse> uses = {{"--out", options.m_strOut, true},
                             {"--record", options.m_strRecord, true},
+                            {"--day", options.m_strDay, true},
                             {"--screenshot", options.m_strScreenshot, true}};
   if (!options.m_strReplay.empty()) {
     uses.push_back({"replay", options.m_strReplay, false});

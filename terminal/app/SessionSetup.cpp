@@ -89,8 +89,7 @@ std::vector<SAccountName> accountNames(const SOptions& options) {
     const std::string number = std::to_string(i);
     names.push_back({"A" + number, std::to_string(1000 + i), "模拟账户" + number});
   }
-  // Who has a window may hedge a basket of his own.
-  if (options.m_hedge || !options.m_bHeadless) names.push_back({FUTURES_ACCOUNT, "8001", "模拟期货账户", true});
+  if (options.hasFuturesAccount()) names.push_back({FUTURES_ACCOUNT, "8001", "模拟期货账户", true});
   return names;
 }
 

@@ -14,6 +14,7 @@
 #include "CLiveSession.h"
 #include "CMainWindow.h"
 #include "CSignalWatch.h"
+#include "DayStart.h"
 #include "DisplayScale.h"
 #include "Inputs.h"
 #include "JournalReader.h"
@@ -77,10 +78,16 @@ void translateQt(QApplication& application) {
   }
 }
 
-int runLive(const app::SOptions& options, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+int runLive(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+  app::SOptions options = parsed.m_options;
+  const daylog::SOpenedDay day = app::takeDay(parsed.m_ofDay, options);
+  if (!day.m_strFault.empty()) return fail(day.m_strFault);
   const app::SInputs inputs = app::readInputs(options, app::tradingDayStart());
   for (const std::string& fault : inputs.m_faults) std::cerr << fault << "\n";
   if (!inputs.m_faults.empty()) return EXIT_BAD_INPUT;
+  if (const std::string fault = app::beginDay(day.m_pLog.get(), parsed.m_ofDay, options); !fault.empty()) {
+    return fail(fault, EXIT_NOT_WRITTEN);
+  }
   std::unique_ptr<app::CStateStore> state;
   if (options.keepsView()) {
     state = std::make_unique<app::CStateStore>(options.m_strConfig);
@@ -95,7 +102,9 @@ int runLive(const app::SOptions& options, app::COutputs& outputs, TC::CreatePane
   const app::CSignalWatch signalWatch;
   app::CMainWindow window;
   app::followScreen(window, options);
-  app::CLiveSession session(options, inputs, outputs.out(), outputs.record(), state.get(), window, createPanel);
+  app::CLiveSession session(options, inputs, {outputs.out(), outputs.record(), state.get(), day.m_pLog.get()}, window,
+                            createPanel);
+  if (const std::string fault = session.fault(); !fault.empty()) return fail(options.m_strDay + ": " + fault);
   QObject::connect(&session, &app::CLiveSession::sigEnded, &window, [&] {
     outputs.writePicture(window.picture());
     QApplication::exit();
@@ -108,7 +117,8 @@ int runLive(const app::SOptions& options, app::COutputs& outputs, TC::CreatePane
   return session.isViewKept() ? 0 : EXIT_NOT_WRITTEN;
 }
 
-int runReplay(const app::SOptions& options, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+int runReplay(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+  const app::SOptions& options = parsed.m_options;
   std::ifstream in(options.m_strReplay);
   if (!in.is_open()) return fail("cannot read " + options.m_strReplay);
   journal::SJournal journal = journal::readJournal(in, options.m_strReplay);
@@ -119,13 +129,14 @@ int runReplay(const app::SOptions& options, app::COutputs& outputs, TC::CreatePa
   return app::runReplay(options, std::move(journal), outputs, signalWatch, createPanel);
 }
 
-int runTerminal(const app::SOptions& options) {
+int runTerminal(const app::SParsedOptions& parsed) {
+  const app::SOptions& options = parsed.m_options;
   if (const std::string conflict = app::outputConflict(options); !conflict.empty()) return fail(conflict);
   const app::SPanelPlugin plugin = app::loadPanelPlugin();
   if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
   app::COutputs outputs(options);
   const auto run = options.m_strReplay.empty() ? runLive : runReplay;
-  const int status = run(options, outputs, plugin.m_pCreate);
+  const int status = run(parsed, outputs, plugin.m_pCreate);
   const bool written = outputs.close();
   outputs.complain();
   return status == 0 && !written ? EXIT_NOT_WRITTEN : status;
@@ -161,7 +172,7 @@ int main(int argc, char** argv) {
   GV::CUiResource::setTheme(options.m_strTheme);
   if (!options.m_strPalette.isEmpty()) GV::CUiResource::setSidePalette(options.m_strPalette);
   app::applyScale(options.m_nScalePercent);
-  const int status = runTerminal(options);
+  const int status = runTerminal(parsed);
   if (withoutDisplay && status == 0) std::cerr << "screenshot: " << options.m_strScreenshot << std::endl;
   return status;
 }

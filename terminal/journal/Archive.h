@@ -166,6 +166,11 @@ class CReadArchive {
     values.clear();
     for (const Json& each : json) convert(each, name, values.emplace_back());
   }
+  void convert(const Json& json, const char* name, std::vector<std::string>& values) const {
+    if (!json.is_array()) fail(name, "must be a list of texts");
+    values.clear();
+    for (const Json& each : json) convert(each, name, values.emplace_back());
+  }
 
   const Json& m_object;
   std::string m_strPath;

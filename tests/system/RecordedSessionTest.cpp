@@ -208,7 +208,7 @@ TEST_P(RecordedSession, ReplayedGivesTheSameTableAndAsksTheSameOfTheHost) {
   bool patched = false;
   {
     app::CMainWindow window;
-    app::CLiveSession session(parsed.m_options, makeInputs(), &out, &record.text, nullptr, window, createPanel);
+    app::CLiveSession session(parsed.m_options, makeInputs(), {&out, &record.text}, window, createPanel);
     CUser user(window);
     QEventLoop loop;
     QObject::connect(&session, &app::CLiveSession::sigEnded, &loop, &QEventLoop::quit);

@@ -1,0 +1,100 @@
+#include "CDayKeeper.h"
+
+#include <algorithm>
+
+#include "ActJson.h"
+#include "CSimulation.h"
+#include "DayStart.h"
+#include "tc/AlgoParams.h"
+
+namespace app {
+namespace {
+
+constexpr std::chrono::seconds MARKS_FOLLOW{1};
+constexpr std::int64_t PROGRESS_MSEC = 60000;
+
+std::string timeText(std::int64_t msec) { return TC::formatSecondOfDay(static_cast<int>(msec / 1000)); }
+
+/// Holds the marks of a log against the state as it is formed again.
+class CMarkCheck {
+ public:
+  explicit CMarkCheck(std::vector<daylog::SMark> marks) : m_marks(std::move(marks)) {}
+
+  void check(std::int64_t msec, std::uint64_t hash) {
+    while (m_nNext < m_marks.size() && m_marks[m_nNext].m_nMsec < msec) ++m_nNext;
+    if (m_nNext == m_marks.size() || m_marks[m_nNext].m_nMsec != msec) return;
+    if (m_marks[m_nNext].m_nHash != hash && m_nDiffers < 0) m_nDiffers = msec;
+  }
+
+  std::int64_t end() const { return m_marks.empty() ? -1 : m_marks.back().m_nMsec; }
+  /// Empty while all are the same.
+  std::string fault() const {
+    if (m_nDiffers < 0) return {};
+    return "at " + timeText(m_nDiffers) +
+           " the state differs from the one that was kept: the day was made by another build";
+  }
+
+ private:
+  std::vector<daylog::SMark> m_marks;
+  std::size_t m_nNext = 0;
+  std::int64_t m_nDiffers = -1;
+};
+
+}  // namespace
+
+std::string CDayKeeper::keep(std::int64_t msec, const std::vector<engine::Act>& acts) {
+  std::vector<daylog::SEntry> entries;
+  entries.reserve(acts.size());
+  for (const engine::Act& act : acts) {
+    SActText text = toText(act);
+    entries.push_back({0, msec, std::move(text.m_strKind), std::move(text.m_strBody)});
+  }
+  std::string fault = m_log.append(entries, m_marks);
+  if (fault.empty()) m_marks.clear();
+  return fault;
+}
+
+void CDayKeeper::mark(std::int64_t msec, std::uint64_t hash) {
+  m_marks.push_back({msec, hash});
+  if (std::chrono::steady_clock::now() - m_flushed >= MARKS_FOLLOW) flush();
+}
+
+std::string CDayKeeper::flush() {
+  m_flushed = std::chrono::steady_clock::now();
+  if (m_marks.empty()) return {};
+  std::string fault = m_log.append({}, m_marks);
+  if (fault.empty()) m_marks.clear();
+  return fault;
+}
+
+std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, const desk::CDesk& desk,
+                     const std::function<bool(std::int64_t)>& progress) {
+  CMarkCheck check(log.marks());
+  simulation.setSecondHook([&check](std::int64_t msec, std::uint64_t hash) { check.check(msec, hash); });
+  simulation.server().setAnswering(false);
+  std::string fault;
+  const auto runTo = [&](std::int64_t msec) {
+    while (fault.empty() && simulation.now() < msec) {
+      simulation.advanceTo(std::min(msec, simulation.now() + PROGRESS_MSEC));
+      fault = check.fault();
+      if (fault.empty() && !progress(simulation.now())) fault = "given up";
+    }
+  };
+  for (const daylog::SEntry& entry : log.entries()) {
+    if (entry.m_strKind == DAY_ENTRY) continue;
+    runTo(entry.m_nMsec);
+    if (!fault.empty() || entry.m_strKind == daylog::END_ENTRY) break;
+    const auto act = toAct({entry.m_strKind, entry.m_strBody}, desk, fault);
+    if (!act) {
+      fault.insert(0, "entry " + std::to_string(entry.m_nNumber) + ": ");
+      break;
+    }
+    engine::carryOut(*act, simulation);
+  }
+  runTo(check.end());
+  simulation.server().setAnswering(true);
+  simulation.setSecondHook({});
+  return fault;
+}
+
+}  // namespace app

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "DayLog.h"
+#include "IActKeeper.h"
+
+namespace app {
+
+/// Keeps a session's acts in a day log, and beside them what the engine's state hashed to. Engine's thread, or the one
+/// that has stopped it.
+class CDayKeeper : public IActKeeper {
+ public:
+  /// The log must outlive the keeper.
+  explicit CDayKeeper(daylog::IDayLog& log) : m_log(log) {}
+
+  std::string keep(std::int64_t msec, const std::vector<engine::Act>& acts) override;
+
+  /// The state's hash at a second of the clock. It is kept with the next acts, or a second later: it follows from the
+  /// acts, so that it may be lost.
+  void mark(std::int64_t msec, std::uint64_t hash);
+  /// Keeps what mark() still holds back. Empty, or why it could not be kept.
+  std::string flush();
+
+ private:
+  daylog::IDayLog& m_log;
+  std::vector<daylog::SMark> m_marks;
+  std::chrono::steady_clock::time_point m_flushed = std::chrono::steady_clock::now();
+};
+
+/// Brings a simulation that stands at the beginning of a day to where a log ends: carries its acts out at their times
+/// and runs on to its last mark. Before anybody listens, on the thread that owns the simulation. progress is told the
+/// clock, milliseconds since midnight, now and then; it returns false to give up. Empty, or why the day is another one:
+/// an entry that cannot be read, a state that hashes otherwise.
+std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, const desk::CDesk& desk,
+                     const std::function<bool(std::int64_t)>& progress);
+
+}  // namespace app

@@ -1,0 +1,107 @@
+#include "DayStart.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QFile>
+#include <nlohmann/json.hpp>
+
+#include "Inputs.h"
+
+namespace app {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Empty for a file that cannot be read.
+std::string contentHash(const std::string& path) {
+  QFile file(QString::fromStdString(path));
+  QCryptographicHash hash(QCryptographicHash::Sha256);
+  if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file)) return {};
+  return hash.result().toHex().toStdString();
+}
+
+std::vector<std::string> filesOf(const SOptions& options) {
+  std::vector<std::string> files = basketFilesOf(options);
+  files.insert(files.begin(), instrumentFileOf(options));
+  for (const std::string& each : {options.m_strPositions, options.m_strFees}) {
+    if (!each.empty()) files.push_back(each);
+  }
+  return files;
+}
+
+std::string joined(const std::vector<std::string>& values) {
+  std::string text;
+  for (const std::string& value : values) text += (text.empty() ? "" : ", ") + value;
+  return text;
+}
+
+std::string otherOption(const OptionValues& began, const OptionValues& given) {
+  for (const auto& [name, values] : given) {
+    const auto found = began.find(name);
+    const std::vector<std::string> before = found == began.end() ? std::vector<std::string>() : found->second;
+    if (isSameOption(name, before, values)) continue;
+    return "option --" + name + " is " + joined(values) + ", but the day began " +
+           (before.empty() ? "without it" : "with " + joined(before));
+  }
+  return {};
+}
+
+std::string otherFile(const Json& files) {
+  for (const Json& file : files) {
+    const std::string path = file.at("path");
+    const std::string before = file.at("sha256");
+    const std::string now = contentHash(path);
+    if (now.empty()) return "cannot read " + path + ", with which the day began";
+    if (now != before) return path + " has the content " + now + ", but the day began with " + before;
+  }
+  return {};
+}
+
+/// The body of a day's first entry.
+std::string startText(const OptionValues& ofDay, const SOptions& options) {
+  Json body;
+  body["options"] = ofDay;
+  body["futuresAccount"] = options.hasFuturesAccount();
+  for (const std::string& path : filesOf(options)) {
+    body["files"].push_back({{"path", path}, {"sha256", contentHash(path)}});
+  }
+  body["build"] = contentHash(QCoreApplication::applicationFilePath().toStdString());
+  return body.dump();
+}
+
+/// Takes over what a day began with. Empty, or why that cannot go on.
+std::string takeStart(const std::string& body, const OptionValues& given, SOptions& options) {
+  try {
+    const Json began = Json::parse(body);
+    const OptionValues values = began.at("options");
+    if (std::string fault = otherOption(values, given); !fault.empty()) return fault;
+    // An option that repeats would be given twice.
+    options.m_baskets.clear();
+    applyOptions(values, options);
+    options.m_bFuturesAccount = began.at("futuresAccount").get<bool>();
+    return otherFile(began.at("files"));
+  } catch (const std::exception& error) {
+    return std::string("its first entry cannot be read: ") + error.what();
+  }
+}
+
+}  // namespace
+
+daylog::SOpenedDay takeDay(const OptionValues& given, SOptions& options) {
+  if (options.m_strDay.empty()) return {};
+  daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
+  if (!day.m_pLog) return day;
+  if (day.m_pLog->isFinished()) return {nullptr, options.m_strDay + ": this day is over"};
+  if (day.m_pLog->entries().empty()) return day;
+  const std::string fault = takeStart(day.m_pLog->entries().front().m_strBody, given, options);
+  if (!fault.empty()) day.m_strFault = options.m_strDay + ": " + fault;
+  return day;
+}
+
+std::string beginDay(daylog::IDayLog* log, const OptionValues& given, const SOptions& options) {
+  if (!log || !log->entries().empty()) return {};
+  const std::int64_t begin = options.m_nStartMinute * std::int64_t{60000};
+  return log->append({{0, begin, DAY_ENTRY, startText(given, options)}}, {});
+}
+
+}  // namespace app

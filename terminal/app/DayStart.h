@@ -1,0 +1,22 @@
+/// What a day starts with, as its log keeps it.
+#pragma once
+
+#include "DayLog.h"
+#include "Options.h"
+
+namespace app {
+
+/// The kind of a log's first entry.
+inline constexpr const char* DAY_ENTRY = "day";
+
+/// The day that the options want kept, a new one or one that was begun, whose options are taken over. No log and no
+/// fault where none is to be kept. Faults: an option that was given otherwise (with both values), a file that is not
+/// the same any more, a day that is over, a file that is no day. An application object must exist.
+daylog::SOpenedDay takeDay(const OptionValues& given, SOptions& options);
+
+/// Gives a new day its first entry, once its files were read without a fault: the options that decide how it starts,
+/// each file by its path and SHA-256, the program's own SHA-256. Nothing for another day or none. Empty, or why it
+/// could not be kept.
+std::string beginDay(daylog::IDayLog* log, const OptionValues& given, const SOptions& options);
+
+}  // namespace app

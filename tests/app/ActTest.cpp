@@ -1,0 +1,161 @@
+/// What enters the engine: as text and back, and what becomes of it when it cannot be kept.
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+#include <condition_variable>
+#include <mutex>
+
+#include "ActJson.h"
+#include "CEngineThread.h"
+#include "Instrument.h"
+#include "Sessions.h"
+
+namespace {
+
+using namespace engine;
+
+desk::AccountPtr addAccount(desk::CDesk& desk, const char* key) {
+  auto account = boost::make_shared<ksservice::CAccountInfo>();
+  account->m_strKey = key;
+  account->m_strDisplayId = std::string("10") + key;
+  desk.addAccount({account});
+  return account;
+}
+
+SOrderLine lineOf(const char* code, double price) {
+  SOrderLine line;
+  line.m_stock = {"SH", code, "浦发\"银行\""};
+  line.m_nOperation = ksservice::EOT_Sell;
+  line.m_nQuantity = 2147483647;
+  line.m_dReference = price;
+  line.m_nPriceType = ksservice::EPT_Counterpart;
+  line.m_bPricedByType = true;
+  line.m_nOffsetTicks = -3;
+  return line;
+}
+
+/// One of each kind, no member as it is by default.
+std::vector<Act> allActs(const desk::CDesk& desk) {
+  desk::SAccount account;
+  desk.findAccount("A1", account);
+  const auto mutableAccount = boost::const_pointer_cast<ksservice::CAccountInfo>(account.m_pInfo);
+  SBasketOrder even;
+  even.m_strName = "早盘";
+  even.m_strText = "text";
+  even.m_lines = {lineOf("600000", 0.1 + 0.2), lineOf("600009", 1e-7)};
+  even.m_accounts = {mutableAccount, mutableAccount};
+  even.m_algo = TC::SAlgoParams{TC::EAlgorithm::POV, 36000, 50000, 10, 10.123456789, 1.0 / 3};
+  even.m_hedge =
+      ksservice::CBasketHedgeParam{true, true, "CFFEX", "IF2612", "F1", ksservice::EOT_BuyOpen, 4, 0.7, 2, 9, 3};
+  SBasketOrder parts;
+  parts.m_parts = {{account.m_pInfo, {lineOf("600000", 12.34)}}, {account.m_pInfo, {}}};
+  SCreateTask create;
+  ksservice::COrderCommand& command = create.m_request.m_command;
+  command.m_nCommandId = 7;
+  command.m_nTaskId = 8;
+  command.m_nNumber = 2;
+  command.m_nType = 49;
+  command.m_bPatch = true;
+  command.m_strBasketName = "早盘";
+  command.m_strAlgoParams = "algo=TWAP";
+  create.m_request.m_params = {{account.m_pInfo, 1, 2, 3, {"SZ", "000001", "平安银行"}, 4, 9.87, 500, 6},
+                               {nullptr, 1, 2, 3, {"SZ", "000002", ""}, 4, 0, 600, 0}};
+  create.m_request.m_nTraderType = 1;
+  create.m_request.m_nHedgeType = 2;
+  create.m_request.m_nTaskId = 8;
+  return {SStartBasket{even},
+          SStartBasket{parts},
+          create,
+          SOperateServerTask{"8-1", ksservice::ETO_Pause},
+          SQueryProcess{{"8-1", "9-1"}},
+          SOperateTask{8, "A1", ksservice::ETO_Cancel},
+          SCancelOrders{"8-1", {"8-1-3", "8-1-4"}},
+          SSetHedge{8, 7, *even.m_hedge},
+          SSteerHedge{8, EHedgeAct::Pause},
+          SSteerHedge{8, EHedgeAct::Stop}};
+}
+
+}  // namespace
+
+TEST(Acts, AreTheSameAfterTheirText) {
+  desk::CDesk desk;
+  addAccount(desk, "A1");
+  for (const Act& act : allActs(desk)) {
+    const app::SActText text = app::toText(act);
+    std::string fault;
+    const std::optional<Act> again = app::toAct(text, desk, fault);
+    ASSERT_TRUE(again) << text.m_strKind << ": " << fault;
+    EXPECT_EQ(again->index(), act.index());
+    const app::SActText textAgain = app::toText(*again);
+    EXPECT_EQ(textAgain.m_strKind, text.m_strKind);
+    EXPECT_EQ(textAgain.m_strBody, text.m_strBody);
+  }
+  // What a text does not carry would be the same in both, too: so some members are looked at.
+  std::string fault;
+  const auto line = std::get<SStartBasket>(*app::toAct(app::toText(allActs(desk)[0]), desk, fault)).m_basket;
+  EXPECT_EQ(line.m_lines[0].m_dReference, 0.1 + 0.2);
+  EXPECT_EQ(line.m_lines[0].m_nOffsetTicks, -3);
+  EXPECT_TRUE(line.m_lines[0].m_bPricedByType);
+  EXPECT_EQ(line.m_algo->m_dRate, 1.0 / 3);
+  EXPECT_EQ(line.m_hedge->m_nOrderLimit, 9);
+  EXPECT_EQ(line.m_accounts.size(), 2u);
+  const auto create = std::get<SCreateTask>(*app::toAct(app::toText(allActs(desk)[2]), desk, fault)).m_request;
+  EXPECT_EQ(create.m_command.m_nType, 49);
+  EXPECT_EQ(create.m_command.getKey(), ksservice::COrderCommand::genKey(7, 2));
+  EXPECT_EQ(create.m_params[0].m_pAccount->getKey(), "A1");
+  EXPECT_EQ(create.m_params[1].m_pAccount, nullptr);
+  EXPECT_EQ(create.m_nHedgeType, 2);
+}
+
+TEST(Acts, ATextThatIsNoneIsToldByItsField) {
+  desk::CDesk desk;
+  for (const auto& [kind, body, expected] :
+       {std::tuple("dance", "{}", "kind \"dance\" is unknown"),
+        {"operate", "{}", "field \"task\" is missing"},
+        {"operate", R"({"task":"1"})", "field \"task\" must be an integer"},
+        {"hedge", R"({"group":1,"act":"sing"})", "field \"act\" 'sing' is unknown"},
+        {"basket", R"({"name":"a","accounts":["A9"]})", "account \"A9\" is unknown"},
+        {"basket", R"({"name":"a","algo":"algo=GUESS"})", "field \"algo\": "}}) {
+    std::string fault;
+    EXPECT_FALSE(app::toAct({kind, body}, desk, fault)) << body;
+    EXPECT_EQ(fault.find(expected), 0u) << fault;
+  }
+}
+
+TEST(Acts, WhatCannotBeKeptIsNotCarriedOut) {
+  struct CFullDisk : app::IActKeeper {
+    std::string keep(std::int64_t, const std::vector<Act>& acts) override {
+      return std::holds_alternative<SStartBasket>(acts.front()) ? "磁盘已满" : "";
+    }
+  };
+  desk::CDesk desk;
+  const auto account = boost::const_pointer_cast<ksservice::CAccountInfo>(addAccount(desk, "A1"));
+  const std::int64_t day = exchange::dayStartOf({2026, 11, 23});
+  SEngineSettings settings;
+  settings.m_nDayStart = day;
+  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = day}, settings,
+                         exchange::DAY_OPENS);
+  std::mutex mutex;
+  std::condition_variable told;
+  std::string text;
+  simulation.engine().setEventHook([&](const SEngineEvent& event) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    text = event.m_strText;
+    told.notify_all();
+  });
+  CFullDisk disk;
+  app::CEngineThread thread(simulation, desk, day, {1, -1}, [] {});
+  thread.setKeeper(&disk);
+  SBasketOrder basket;
+  basket.m_strName = "早盘";
+  basket.m_lines = {lineOf("600000", 10)};
+  basket.m_accounts = {account};
+  thread.post(SStartBasket{basket});
+  thread.start();
+  std::unique_lock<std::mutex> lock(mutex);
+  EXPECT_TRUE(told.wait_for(lock, std::chrono::seconds(60), [&] { return !text.empty(); }));
+  lock.unlock();
+  thread.stop();
+  EXPECT_EQ(text, "篮子 早盘: 日志无法写入，未执行：磁盘已满");
+  EXPECT_EQ(simulation.engine().publishedCount(), 0u);
+}

@@ -1,0 +1,121 @@
+// A day that is kept: killed at any moment it goes on and ends as it would have ended.
+#include <sqlite3.h>
+
+#include <random>
+
+#include "DayLog.h"
+#include "TerminalRun.h"
+
+namespace {
+
+/// What the rows show, without what a row makes when it is first told of something.
+std::vector<nlohmann::json> cellsOf(const nlohmann::json& dump) {
+  std::vector<nlohmann::json> cells;
+  for (const nlohmann::json& row : dump.at("rows")) cells.push_back({row.at("row"), row.at("cells"), row.at("number")});
+  return cells;
+}
+
+/// A day that is not over yet, so that it can be run again to its end.
+void reopen(const char* file) {
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(file, &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, "DELETE FROM entries WHERE kind = 'end'", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+}
+
+const char* const BASKET =
+    "side,code,quantity\n买入,600000,20000\n卖出,600009,12000\n买入,000001,30000\n买入,600519,1000\n卖出,000858,4000\n";
+
+class Day : public Terminal {
+ protected:
+  Day() { writeFile("basket.csv", BASKET); }
+
+  /// The run of a hedged basket over a whole day within seconds.
+  static QStringList run(const char* day) {
+    return {"--headless", "--basket", "basket.csv", "--hedge", "IF2612:1.0", "--algo",   "twap",
+            "--speed",    "3600",     "--day",      day,       "--out",      "end.jsonl"};
+  }
+};
+
+}  // namespace
+
+TEST_F(Day, GoesOnAfterEachKillAndEndsAsAnUndisturbedOne) {
+  std::mt19937_64 random(20261123);
+  int kills = 0;
+  SResult result;
+  for (;; ++kills) {
+    QProcess process;
+    startTerminal(process, run("day.db"));
+    if (kills == 12 || process.waitForFinished(static_cast<int>(300 + random() % 1500))) {
+      result = resultOf(process);
+      break;
+    }
+    process.kill();
+    process.waitForFinished();
+    // What was kept is whole, whatever the moment.
+    if (QFile::exists("day.db") && QFile("day.db").size() > 0) {
+      EXPECT_EQ(daylog::verifyDay("day.db", ""), std::vector<std::string>()) << "kill " << kills;
+    }
+  }
+  EXPECT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
+  EXPECT_GT(kills, 0);
+  const nlohmann::json killed = lastDump("end.jsonl");
+  const daylog::SOpenedDay day = daylog::readDay("day.db");
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  EXPECT_TRUE(day.m_pLog->isFinished());
+  EXPECT_EQ(std::count_if(day.m_pLog->entries().begin(), day.m_pLog->entries().end(),
+                          [](const daylog::SEntry& entry) { return entry.m_strKind == "basket"; }),
+            1)
+      << "the basket was started once";
+
+  // Run again from its entries alone, each second's state has to hash to what it hashed to then, or the run is refused.
+  ASSERT_TRUE(QFile::copy("day.db", "again.db"));
+  reopen("again.db");
+  const SResult again = runTerminal(run("again.db"));
+  EXPECT_EQ(again.m_nStatus, 0) << again.m_strErrors.toStdString();
+  EXPECT_EQ(cellsOf(lastDump("end.jsonl")), cellsOf(killed));
+}
+
+TEST_F(Day, OtherBeginningsAreRefusedWithBothValues) {
+  // A file that cannot be read begins no day.
+  writeFile("basket.csv", "side,code,quantity\n买入,999999,900\n");
+  EXPECT_EQ(runTerminal(run("day.db")).m_nStatus, 2);
+  writeFile("basket.csv", BASKET);
+  QStringList brief = run("day.db") + QStringList{"--seconds", "0.2"};
+  ASSERT_EQ(runTerminal(brief).m_nStatus, 0);
+  const QByteArray before = readFile("day.db");
+  EXPECT_EQ(refusalOf(brief + QStringList{"--seed", "7"}),
+            "day.db: option --seed is 7, but the day began without it\n");
+  QStringList other = brief;
+  other[other.indexOf("twap")] = "pov";
+  EXPECT_EQ(refusalOf(other), "day.db: option --algo is pov, but the day began with twap\n");
+  EXPECT_EQ(runTerminal(brief + QStringList{"--seed", "1"}).m_nStatus, 0) << "the same, told in another way";
+  EXPECT_EQ(runTerminal({"--headless", "--day", "day.db", "--speed", "3600", "--seconds", "0.2"}).m_nStatus, 0)
+      << "what is not said is as it was";
+  writeFile("basket.csv", "side,code,quantity\n买入,600000,900\n");
+  const QString refusal = refusalOf(brief);
+  EXPECT_TRUE(refusal.contains("basket.csv has the content ")) << refusal.toStdString();
+  EXPECT_TRUE(refusal.contains(", but the day began with ")) << refusal.toStdString();
+  writeFile("basket.csv", BASKET);
+
+  EXPECT_EQ(refusalOf({"--headless", "--day", "basket.csv", "--basket", "basket.csv"}),
+            "option --basket: 'basket.csv' is the file of --day too\n");
+
+  writeFile("notes.txt", "these are the notes of somebody");
+  EXPECT_EQ(refusalOf(run("notes.txt")), "notes.txt: is no day file, or cannot be read\n");
+  EXPECT_EQ(readFile("notes.txt"), "these are the notes of somebody");
+}
+
+TEST_F(Day, AStateThatIsAnotherIsRefused) {
+  ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
+  // As if another build had made the marks: all hashes are right, the states are not.
+  const daylog::SOpenedDay kept = daylog::readDay("day.db");
+  daylog::SOpenedDay other = daylog::openDay("other.db");
+  std::vector<daylog::SMark> marks = kept.m_pLog->marks();
+  ASSERT_GT(marks.size(), 300u);
+  for (std::size_t i = 300; i < marks.size(); ++i) ++marks[i].m_nHash;
+  ASSERT_EQ(other.m_pLog->append(kept.m_pLog->entries(), marks), "");
+  other.m_pLog.reset();
+  const QString refusal = refusalOf(run("other.db"));
+  EXPECT_TRUE(refusal.contains("the state differs from the one that was kept")) << refusal.toStdString();
+}
