@@ -1,120 +1,28 @@
 // Docks over a desk, from the publication to what stands in them.
 #include <gtest/gtest.h>
 
-#include <QtTest/QTest>
-
-#include <QAction>
-#include <QApplication>
 #include <QComboBox>
-#include <QDockWidget>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
-#include <QToolTip>
 
-#include "BasketReader.h"
-#include "CMainWindow.h"
 #include "CStateStore.h"
-#include "TaskDetails.h"
-#include "TestHost.h"
-#include "docks/CDocks.h"
-#include "docks/CExceptionFinder.h"
+#include "DocksRig.h"
 #include "docks/CLogDock.h"
 #include "docks/CourseFigures.h"
 #include "docks/RowScope.h"
-#include "docks/RowsTable.h"
-#include "gv/CFileDialog.h"
 #include "tc/TaskEvents.h"
 
 namespace app {
 namespace {
-
-using ksservice::COrderInfoPtr;
 
 struct SDriver : desk::IDeskDriver {
   void cancelOrders(const std::string& detail, const std::vector<std::string>& orders) override {
     for (const std::string& order : orders) cancelled.push_back(std::string(detail).append("/").append(order));
   }
   std::vector<std::string> cancelled;
-};
-
-class Docks : public testing::Test {
- protected:
-  Docks() {
-    m_host.desk().addObserver(&m_blotter);
-    m_sources.m_pDesk = &m_host.desk();
-    m_sources.m_pBlotter = &m_blotter;
-    m_sources.m_askMarket = [this](const InstrumentNames& names, const std::shared_ptr<CMarketAnswer>& answer) {
-      m_nAsked += static_cast<int>(names.size());
-      exchange::SQuote quote;
-      quote.m_dLast = 11;
-      quote.m_dPrevClose = 10;
-      quote.m_nVolume = 1000;
-      answer->put(std::vector<exchange::SQuote>(names.size(), quote));
-    };
-    m_sources.m_showRow = [this](int task, const QString& row) { m_strShown = QString::number(task) + ":" + row; };
-  }
-  /// The cross that clears a field fades in; what is gone before that is over is leaked by Qt.
-  static void letFadesEnd() { QTest::qWait(300); }
-  void TearDown() override { m_host.desk().removeObserver(&m_blotter); }
-
-  static COrderInfoPtr makeOrder(const std::string& key, const std::string& code, int traded = 0, bool over = false) {
-    auto order = boost::make_shared<ksservice::COrderInfo>();
-    order->m_strKey = key;
-    order->m_tag = ksservice::CMavOrderTag(key);
-    order->m_strMarket = "SH";
-    order->m_strCode = code;
-    order->m_nOperation = ksservice::EOT_Buy;
-    order->m_nVolume = 100;
-    order->m_dPrice = 10;
-    order->m_nTradedVolume = traded;
-    order->m_dTradedAmount = traded * 10;
-    order->m_bCompleted = over;
-    return order;
-  }
-
-  /// The newest state of a sub-task; those of cancelled are cancelled.
-  void publish(int task, int number, std::vector<COrderInfoPtr> orders, bool server = false,
-               const std::string& cancelled = {}) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(task, number);
-    test::addParam(*detail, test::makeAccount("A" + std::to_string(number), "100" + std::to_string(number)), "600001",
-                   1000, 10);
-    desk::SPublication publication;
-    for (const COrderInfoPtr& order : orders) {
-      auto known = boost::make_shared<ksservice::COrderDetail>();
-      known->m_bCancelled = order->getKey() == cancelled;
-      publication.m_orderDetails.emplace_back(order->m_tag, known);
-    }
-    detail->m_bServerTask = server;
-    (server ? publication.m_serverOrders : detail->m_orders) = std::move(orders);
-    if (server) publication.m_orderDetails.swap(publication.m_serverOrderDetails);
-    publication.m_pDetail = detail;
-    m_host.desk().publishTask(publication);
-  }
-
-  /// Shows a dock as the menu does.
-  template <typename Content = QWidget>
-  Content* open(const char* name) {
-    auto* dock = m_window.findChild<QDockWidget*>(name);
-    if (!dock->isVisible()) dock->toggleViewAction()->trigger();
-    QApplication::processEvents();
-    return dynamic_cast<Content*>(dock->widget());
-  }
-
-  static QString texts(const GV::CBaseHighPerformanceTable& table, int column) {
-    QStringList list;
-    for (int row = 0; row < table.rowCount(); ++row) list.append(table.itemText(row, column));
-    return list.join(' ');
-  }
-
-  test::CTestHost m_host;
-  CBlotter m_blotter{m_host.desk()};
-  SDockSources m_sources;
-  CMainWindow m_window;
-  QString m_strShown;
-  int m_nAsked = 0;
 };
 
 TEST_F(Docks, TheBlotterTellsWhatIsNewAndKeepsTheOrdersOfAServerToo) {
@@ -307,134 +215,6 @@ TEST_F(Docks, OrdersAreFilteredCancelledAndLeadToTheirRow) {
   m_window.docks().attach({});
   EXPECT_EQ(orders.rowCount(), 0);
   m_host.desk().requests().setDriver(nullptr);
-  letFadesEnd();
-}
-
-TEST_F(Docks, WhatIsSelectedStaysSelectedWhateverElseComesAndGoes) {
-  CExceptionFinder finder({&m_host.desk(), &m_blotter});
-  m_sources.m_pExceptions = &finder;
-  m_window.show();
-  m_window.docks().attach(m_sources);
-  const auto refused = [&](int task, const char* reason) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
-    test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 1000, 10);
-    const COrderInfoPtr order = makeOrder(std::to_string(task) + "-1-1", "600001", 0, true);
-    order->m_strMessage = reason;
-    detail->m_orders.push_back(order);
-    desk::SPublication publication;
-    publication.m_pDetail = detail;
-    m_host.desk().setNow(m_host.desk().now() + 1);
-    m_host.desk().publishTask(publication);
-    finder.look(0);
-    m_window.docks().choose(-1, QString());
-  };
-  refused(1, "one");
-  refused(2, "two");
-  QWidget* content = open("exceptionsDock");
-  auto* exceptions = content->findChild<CRowsTable*>();
-  ASSERT_EQ(texts(*exceptions, 2), "2 1");
-  exceptions->setCurrentKey(exceptions->baseModel()->rowAt(0).key());
-  refused(3, "three");
-  EXPECT_EQ(texts(*exceptions, 2), "3 2 1");
-  ASSERT_EQ(exceptions->baseModel()->selectedPositions(), std::vector<int>{1});
-  content->findChild<QPushButton*>()->click();
-  EXPECT_EQ(texts(*exceptions, 2), "3 1");
-  EXPECT_TRUE(exceptions->selectedKeys().isEmpty());
-
-  const auto hold = [&](std::initializer_list<const char*> codes) {
-    auto holdings = std::make_shared<desk::SHoldings>();
-    for (const char* code : codes) {
-      desk::SPosition& position = holdings->m_positions[std::string("SH.") + code];
-      position.m_strMarket = "SH";
-      position.m_strCode = code;
-      position.m_nTotal = 100;
-    }
-    m_host.desk().setHoldings("A1", holdings);
-    m_window.docks().choose(-1, QString());
-  };
-  m_host.setAccount(*test::makeAccount("A1", "1001"));
-  hold({"600002", "600003"});
-  const auto tables = open("fundsDock")->findChildren<CRowsTable*>();
-  CRowsTable& positions = *(tables[0]->baseModel()->columnCount() > 9 ? tables[0] : tables[1]);
-  ASSERT_EQ(texts(positions, 1), "600002 600003");
-  positions.setCurrentKey(positions.baseModel()->rowAt(1).key());
-  hold({"600001", "600003"});
-  EXPECT_EQ(texts(positions, 1), "600001 600003");
-  EXPECT_EQ(positions.baseModel()->selectedPositions(), std::vector<int>{1});
-  hold({"600003", "600004", "600005"});
-  EXPECT_EQ(positions.baseModel()->selectedPositions(), std::vector<int>{0});
-  positions.sortByColumn(1, Qt::DescendingOrder);
-  hold({"600004", "600005"});
-  EXPECT_EQ(texts(positions, 1), "600005 600004");
-  hold({"600003", "600005"});
-  EXPECT_EQ(texts(positions, 1), "600005 600003");
-  EXPECT_TRUE(positions.selectedKeys().isEmpty()) << "it was gone";
-  m_window.docks().attach({});
-}
-
-TEST_F(Docks, AnExceptionOfNoTaskSaysThatThereIsNoRowToGoTo) {
-  CExceptionFinder finder({&m_host.desk(),
-                           &m_blotter,
-                           {},
-                           [] {
-                             return std::vector{engine::SOrderUse{"A1", 1, 9, 0}};
-                           },
-                           {280, 9}});
-  finder.look(0);
-  m_sources.m_pExceptions = &finder;
-  m_window.show();
-  m_window.docks().attach(m_sources);
-  auto* exceptions = open("exceptionsDock")->findChild<CRowsTable*>();
-  ASSERT_EQ(exceptions->rowCount(), 1);
-  QMouseEvent click(QEvent::MouseButtonDblClick, exceptions->cellRect(0, 1).center(), Qt::LeftButton, Qt::LeftButton,
-                    Qt::NoModifier);
-  QApplication::sendEvent(exceptions->viewport(), &click);
-  EXPECT_EQ(m_strShown, "");
-  EXPECT_TRUE(QToolTip::text().contains(QStringLiteral("不属于某个任务")));
-  QToolTip::hideText();
-  m_window.docks().attach({});
-  letFadesEnd();
-}
-
-TEST_F(Docks, RowsStayWhereTheyAreWhileTheUserHasChosenOneOfThemAndAWorkbookKeepsCodes) {
-  m_window.show();
-  m_window.docks().attach(m_sources);
-  std::vector<COrderInfoPtr> sent;
-  const auto send = [&](int count) {
-    for (int i = 0; i < count; ++i) sent.push_back(makeOrder("1-1-" + std::to_string(sent.size() + 1), "000001"));
-    publish(1, 1, sent);
-    m_window.docks().choose(1, QString());
-  };
-  send(100);
-  QWidget* content = open("ordersDock");
-  const auto tables = content->findChildren<CRowsTable*>();
-  CRowsTable& orders = *(tables[0]->baseModel()->columnCount() > 9 ? tables[0] : tables[1]);
-  ASSERT_EQ(orders.rowCount(), 100);
-  send(3);
-  EXPECT_EQ(orders.topRow(), 0) << "the newest are in sight";
-  const QString chosen = orders.baseModel()->rowAt(1).key();
-  orders.setCurrentKey(chosen);
-  send(5);
-  EXPECT_EQ(orders.topRow(), 5);
-  EXPECT_EQ(orders.baseModel()->positionOf(chosen), 6);
-  EXPECT_EQ(orders.selectedKeys(), QStringList{chosen});
-  orders.sortByColumn(8, Qt::DescendingOrder);
-  orders.scrollToRow(0);
-  sent[0] = makeOrder("1-1-1", "000001", 70);
-  send(0);
-  EXPECT_EQ(orders.itemText(0, 8), "70") << "it is sorted by what it is now";
-
-  const QTemporaryDir folder;
-  const QString file = folder.filePath("orders.xlsx");
-  GV::CFileDialog::setPresenter([&file](QWidget*, const QString&) { return file; });
-  EXPECT_TRUE(orders.exportData());
-  GV::CFileDialog::setPresenter({});
-  const basket::SSource source = basket::readSourceFile(file.toStdString());
-  ASSERT_EQ(source.m_sheets.size(), 1u) << source.m_strFault;
-  const std::vector<std::string>& cells = source.m_sheets[0].m_rows[0].m_cells;
-  EXPECT_EQ(cells[8], "70");
-  EXPECT_NE(cells[3], "1") << "the digits of a code are no figure";
-  m_window.docks().attach({});
   letFadesEnd();
 }
 

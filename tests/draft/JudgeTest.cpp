@@ -136,13 +136,13 @@ TEST(Judge, CountsTotalsAndHoldsTheWholeAgainstItsLimits) {
   EXPECT_EQ(totals.m_nOrders, 5);  // STAR takes 100,000 shares in one
   EXPECT_DOUBLE_EQ(totals.m_dBuy, 25e6 + 1.2e6);
   EXPECT_DOUBLE_EQ(totals.m_dSell, 3e5);
-  EXPECT_NEAR(totals.m_dBuyFees, 25e6 * 0.00026 + 1.2e6 * 0.00025, 0.01);
+  EXPECT_NEAR(totals.m_dBuyFees, 25e6 * 0.00026 + 1.2e6 * 0.000023, 0.01);
   EXPECT_NEAR(totals.m_dSellFees, 3e5 * 0.00076, 0.01);
   EXPECT_TRUE(judgement.m_ofBasket.empty());
   EXPECT_EQ(
       draft::sentence(basket.m_lines, {basket.m_facts, {}}, basket.m_accounts, basket.deal(), judgement,
                       {2, 19000, {{"key1001", 18997}}}),
-      "将买入 2 行约 2,620.0 万元、卖出 1 行约 30.0 万元，到账户 1001，费用约 7,028.00 元，约 5 笔委托、按每账户每秒 "
+      "将买入 2 行约 2,620.0 万元、卖出 1 行约 30.0 万元，到账户 1001，费用约 6,755.60 元，约 5 笔委托、按每账户每秒 "
       "2 笔约需 3 秒；接近上限：账户 1001 当日委托 19,002/19,000（超过）、单行金额上限（688001）已用 100 "
       "%、单账户金额上限（1001）已用 100 % 等 4 项");
   limits.m_dAccount = limits.m_dBasket = 26e6;

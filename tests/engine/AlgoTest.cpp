@@ -1,6 +1,7 @@
 /// Algorithm tasks of the server: when their child orders go out, what bounds them, and how they end.
 #include <algorithm>
 #include <numeric>
+#include <set>
 
 #include "Rig.h"
 #include "Sessions.h"
@@ -304,6 +305,44 @@ TEST_F(AlgoTask, ProgressIsPublishedBeforeItsDetailAndNotForEachFill) {
   EXPECT_EQ(newest(key).m_params[0].m_nOrderType, EORT_Algo2);
   EXPECT_EQ(newest(key).m_pCommand->m_strAlgoParams, params(EAlgorithm::VWAP, 210).format());
   EXPECT_EQ(newest(key).m_strInstance, "VWAP-" + key);
+}
+
+/// Each fill by itself, though a schedule publishes them together.
+TEST(EngineFills, AreToldWithTheirTimesAndAddUpToWhatTheOrdersTraded) {
+  struct SObserver : desk::IDeskObserver {
+    void onTask(const desk::SPublication& publication) override {
+      const auto& orders = publication.m_serverOrders;
+      for (std::size_t i = 0; i < publication.m_sent.size(); ++i) sent.push_back(publication.m_sent[i]);
+      for (const desk::SOrderFill& fill : publication.m_fills) {
+        ASSERT_LT(fill.m_nOrder, orders.size());
+        EXPECT_GE(fill.m_nTime, sent[fill.m_nOrder]);
+        traded[fill.m_nOrder].first += fill.m_nQuantity;
+        traded[fill.m_nOrder].second += fill.m_dAmount;
+        times.insert(fill.m_nTime);
+        ++fills;
+      }
+      for (std::size_t i = 0; i < orders.size(); ++i) {
+        EXPECT_EQ(traded[i].first, orders[i]->m_nTradedVolume);
+        EXPECT_NEAR(traded[i].second, orders[i]->m_dTradedAmount, 1e-6);
+      }
+      EXPECT_EQ(sent.size(), orders.size());
+      publications += !publication.m_fills.empty();
+    }
+    std::vector<int> sent;
+    std::map<std::size_t, std::pair<int, double>> traded;
+    std::set<int> times;
+    int fills = 0;
+    int publications = 0;
+  };
+  SRig rig;
+  SObserver observer;
+  rig.m_desk.addObserver(&observer);
+  const TC::SAlgoParams algo{.m_eAlgorithm = TC::EAlgorithm::TWAP, .m_nEnd = 10 * 3600, .m_nSlices = 300};
+  rig.start({SRig::line("SH", "600002", EOT_Buy, 300'000), SRig::line("SH", "600004", EOT_Sell, 300'000)}, algo);
+  rig.runTo(9, 40);
+  EXPECT_GT(observer.fills, 2 * observer.publications);
+  EXPECT_GT(static_cast<int>(observer.times.size()), observer.publications);
+  rig.m_desk.removeObserver(&observer);
 }
 
 }  // namespace

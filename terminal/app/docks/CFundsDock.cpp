@@ -174,7 +174,7 @@ CFundsDock::SFound CFundsDock::find() {
       }
       // What a future is worth is not in the account, its margin is.
       if (exchange::kindOf(position.m_strMarket) == exchange::EKind::Share) funds.m_dValue += row.value();
-      found.m_positions.emplace_back(key + "/" + name, std::move(row));
+      found.m_positions.emplace_back(std::string(key).append("/").append(name), std::move(row));
     }
     found.m_funds.emplace_back(key, std::move(funds));
   }
