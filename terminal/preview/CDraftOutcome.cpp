@@ -43,7 +43,7 @@ QString algoText(const TC::SAlgoParams& algo, int limited) {
 
 /// "对手价，让 2 跳"; a market price goes by no offset.
 QString typeText(const STradeParams& trade) {
-  const QString price = ksservice::CEnumsDataHelper::priceTypeToFormatString(trade.m_nPriceType);
+  QString price = ksservice::CEnumsDataHelper::priceTypeToFormatString(trade.m_nPriceType);
   if (trade.m_nOffsetTicks == 0 || ksservice::isRealMarketPrice(trade.m_nPriceType)) return price;
   return QStringLiteral("%1，%2 %3 跳")
       .arg(price, trade.m_nOffsetTicks > 0 ? QStringLiteral("让") : QStringLiteral("挂远"))
