@@ -7,13 +7,13 @@
 #include <deque>
 #include <memory>
 #include <orcus/orcus_ods.hpp>
-#include <orcus/orcus_xlsx.hpp>
 #include <orcus/spreadsheet/import_interface.hpp>
 #include <stdexcept>
 #include <utility>
 
 #include "SourceLimits.h"
 #include "Text.h"
+#include "Xlsx.h"
 #include "ZipDirectory.h"
 
 namespace basket {
@@ -161,7 +161,7 @@ class CResolver : public ss::iface::import_reference_resolver {
   }
 };
 
-class CFactory : public ss::iface::import_factory {
+class CFactory : public ss::iface::import_factory, public IXlsxCells {
  public:
   ss::iface::import_shared_strings* get_shared_strings() override { return &m_strings; }
   ss::iface::import_reference_resolver* get_reference_resolver(ss::formula_ref_context_t) override {
@@ -181,6 +181,10 @@ class CFactory : public ss::iface::import_factory {
     return known ? m_sheets[static_cast<std::size_t>(index)].get() : nullptr;
   }
   void finalize() override {}
+
+  void beginSheet(std::string_view name) override { append_sheet(0, name); }
+  void putText(int row, int column, std::string_view text) override { m_sheets.back()->set_auto(row, column, text); }
+  void putNumber(int row, int column, double value) override { m_sheets.back()->set_value(row, column, value); }
 
   std::vector<SSheet> take() {
     std::vector<SSheet> sheets;
@@ -208,14 +212,9 @@ std::string refusalOf(const std::vector<SZipEntry>& entries) {
   return entries.size() > MOST_PARTS ? "文件损坏，不能读取" : std::string();
 }
 
-std::unique_ptr<orcus::iface::import_filter> filterOf(const std::vector<SZipEntry>& entries, CFactory& factory) {
-  const auto has = [&entries](std::string_view name) {
-    return std::any_of(entries.begin(), entries.end(),
-                       [name](const SZipEntry& entry) { return entry.m_strName == name; });
-  };
-  if (has("[Content_Types].xml")) return std::make_unique<orcus::orcus_xlsx>(&factory);
-  if (has("content.xml")) return std::make_unique<orcus::orcus_ods>(&factory);
-  return nullptr;
+bool has(const std::vector<SZipEntry>& entries, std::string_view name) {
+  return std::any_of(entries.begin(), entries.end(),
+                     [name](const SZipEntry& entry) { return entry.m_strName == name; });
 }
 
 }  // namespace
@@ -233,12 +232,16 @@ SSource readWorkbook(std::string_view bytes) {
     source.m_strFault = refusalOf(entries);
     if (!source.m_strFault.empty()) return source;
     CFactory factory;
-    const auto filter = filterOf(entries, factory);
-    if (!filter) {
+    const bool isXlsx = has(entries, "[Content_Types].xml");
+    if (!isXlsx && !has(entries, "content.xml")) {
       source.m_strFault = "不是 XLSX 或 ODS 工作簿";
       return source;
     }
-    filter->read_stream(bytes);
+    if (isXlsx) {
+      readXlsx(bytes, factory);
+    } else {
+      orcus::orcus_ods(&factory).read_stream(bytes);
+    }
     source.m_sheets = factory.take();
     if (source.m_sheets.empty()) source.m_strFault = "工作簿中没有内容";
   } catch (const STooMuch& error) {
