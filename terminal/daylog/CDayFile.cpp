@@ -1,6 +1,8 @@
 #include "CDayFile.h"
 
-#include <fstream>
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
 #include <utility>
 
 namespace daylog {
@@ -8,22 +10,39 @@ namespace {
 
 constexpr std::int64_t APPLICATION_ID = 0x42534b44;  // "BSKD"
 constexpr std::int64_t VERSION = 1;
-constexpr std::string_view FILE_MARK("SQLite format 3\0", 16);
 
-const char* const SCHEMA = R"(
-CREATE TABLE day (identifier TEXT NOT NULL);
-CREATE TABLE entries (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, kind TEXT NOT NULL, body TEXT NOT NULL,
-                      hash BLOB NOT NULL);
-CREATE TABLE marks (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, state INTEGER NOT NULL, hash BLOB NOT NULL);
-PRAGMA application_id = 1112755012;
-PRAGMA user_version = 1;
-)";
-static_assert(APPLICATION_ID == 1112755012);
+const char* const TABLES[] = {
+    "CREATE TABLE day (identifier TEXT NOT NULL)",
+    R"(CREATE TABLE entries (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, kind TEXT NOT NULL, body TEXT NOT NULL,
+                      hash BLOB NOT NULL))",
+    "CREATE TABLE marks (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, state INTEGER NOT NULL, hash BLOB NOT "
+    "NULL)"};
 
-bool beginsAsDatabase(const std::string& path) {
-  std::string begin(FILE_MARK.size(), ' ');
-  std::ifstream file(path, std::ios::binary);
-  return file.read(begin.data(), static_cast<std::streamsize>(begin.size())) && begin == FILE_MARK;
+/// Whether it is a day at all; false for one of which the making was cut off.
+bool isMade(CDatabase& database) {
+  std::int64_t application = 0;
+  std::int64_t version = 0;
+  bool empty = false;
+  try {
+    application = database.number("PRAGMA application_id");
+    version = database.number("PRAGMA user_version");
+    empty = database.number("SELECT count(*) FROM sqlite_master") == 0;
+  } catch (const CFault&) {
+    throw CFault("is no day file, or cannot be read");
+  }
+  if (empty && application == 0) return false;
+  if (application != APPLICATION_ID) throw CFault("is no day file");
+  if (version > VERSION) {
+    throw CFault("was written by a newer terminal: its version is " + std::to_string(version) + ", this one reads " +
+                 std::to_string(VERSION));
+  }
+  return true;
+}
+
+bool hasLog(const std::string& path) {
+  std::error_code none;
+  const std::uintmax_t size = std::filesystem::file_size(path + "-wal", none);
+  return !none && size > 0;
 }
 
 std::string row(const char* table, std::int64_t number) { return std::string(table) + " " + std::to_string(number); }
@@ -32,55 +51,106 @@ std::string hashBytes(const Hash& hash) { return {hash.begin(), hash.end()}; }
 
 }  // namespace
 
+void removeDay(const std::string& path) {
+  std::error_code none;
+  for (const char* const end : {"-wal", "-shm", ""}) std::filesystem::remove(path + end, none);
+}
+
 CDayFile::CDayFile(const std::string& path, EMode mode) : m_strPath(path), m_eMode(mode) {
-  bool isNew = false;
   if (mode == EMode::Write) {
-    m_lock.emplace(path);
-    isNew = m_lock->isEmpty();
+    begin();
+  } else {
+    m_database.emplace(path, true);
+    if (!isMade(*m_database)) throw CFault("is no day file");
+    read();
   }
-  if (!isNew && !beginsAsDatabase(path)) throw CFault("is no day file, or cannot be read");
-  m_database.emplace(path, mode == EMode::Read);
-  if (isNew) make();
-  checkFormat();
-  if (mode == EMode::Write) m_database->run("PRAGMA synchronous = FULL");
+}
+
+CDayFile::CDayFile(const std::string& path, const std::string& identifier) : m_strPath(path), m_eMode(EMode::Write) {
+  m_lock.emplace(path, CFileLock::SNewFile());
+  try {
+    m_database.emplace(path, false);
+    make(identifier);
+    read();
+  } catch (...) {
+    m_database.reset();
+    removeDay(path);
+    throw;
+  }
+}
+
+/// Nothing of a file is changed before it is known to be a day that is whole: a database that is opened to be written
+/// carries its write-ahead log over when it is closed, and rolls a journal back.
+void CDayFile::begin() {
+  m_lock.emplace(m_strPath);
+  bool made = false;
+  if (!m_lock->isEmpty()) {
+    CDatabase probe(m_strPath, true);
+    made = isMade(probe);
+  } else if (hasLog(m_strPath)) {
+    throw CFault("is empty, but beside it lies the write-ahead log of a day");
+  }
+  m_database.emplace(m_strPath, false);
+  m_database->setCarriesOver(false);
+  if (made) {
+    m_database->run("PRAGMA synchronous = FULL");
+  } else {
+    make(randomIdentifier());
+  }
   read();
+  if (m_findings.empty()) m_database->setCarriesOver(true);
 }
 
-/// All of it or nothing: a crash in the middle leaves no half of a schema.
-void CDayFile::make() {
-  m_database->run("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; BEGIN IMMEDIATE");
-  m_database->run(SCHEMA);
+/// All of it or nothing: a crash in the middle leaves no half of a schema. It ends in the file itself, so that a file
+/// without tables never had an entry.
+void CDayFile::make(const std::string& identifier) {
+  m_database->run("PRAGMA journal_mode = OFF; PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; BEGIN IMMEDIATE");
+  for (const char* const table : TABLES) m_database->run(table);
+  m_database->run(("PRAGMA application_id = " + std::to_string(APPLICATION_ID)).c_str());
+  m_database->run(("PRAGMA user_version = " + std::to_string(VERSION)).c_str());
   CStatement insert(*m_database, "INSERT INTO day VALUES (?)");
-  insert.bindText(1, randomIdentifier());
+  insert.bindText(1, identifier);
   insert.step();
-  m_database->run("COMMIT");
-}
-
-void CDayFile::checkFormat() {
-  const std::int64_t application = m_database->number("PRAGMA application_id");
-  const std::int64_t version = m_database->number("PRAGMA user_version");
-  const bool empty = m_database->number("SELECT count(*) FROM sqlite_master") == 0;
-  if (empty && application == 0 && m_eMode == EMode::Write) return make();  // a crash came before the first commit
-  if (application != APPLICATION_ID) throw CFault("is no day file");
-  if (version > VERSION) {
-    throw CFault("was written by a newer terminal: its version is " + std::to_string(version) + ", this one reads " +
-                 std::to_string(VERSION));
-  }
+  m_database->run("COMMIT; PRAGMA wal_checkpoint(FULL)");
 }
 
 void CDayFile::read() {
   // A reader beside a writer sees one moment.
   m_database->run("BEGIN");
-  readEntries();
-  readMarks();
-  m_database->run("COMMIT");
+  readTables();
+  m_chain = {chainBegin("entries", m_strIdentifier), chainBegin("marks", m_strIdentifier)};
+  try {
+    readEntries();
+  } catch (const CFault& fault) {
+    find(row("entry", static_cast<std::int64_t>(m_entries.size()) + 1) + " cannot be read: " + fault.what());
+  }
+  try {
+    readMarks();
+  } catch (const CFault& fault) {
+    find(row("mark", static_cast<std::int64_t>(m_marks.size()) + 1) + " cannot be read: " + fault.what());
+  }
+  // Of a damaged file this may fail as the reading did.
+  sqlite3_exec(m_database->handle(), "COMMIT", nullptr, nullptr, nullptr);
+}
+
+void CDayFile::readTables() {
+  try {
+    CStatement tables(*m_database, "SELECT sql FROM sqlite_master ORDER BY rowid");
+    std::vector<std::string> found;
+    while (tables.step()) found.push_back(tables.bytes(0));
+    if (!std::equal(found.begin(), found.end(), std::begin(TABLES), std::end(TABLES))) find("the tables were changed");
+    CStatement day(*m_database, "SELECT identifier FROM day");
+    if (!day.step()) return find("day: its row is missing");
+    m_strIdentifier = day.bytes(0);
+    if (!day.hasTypes({SQLITE_TEXT})) find("day: its row was changed");
+    if (day.step()) find("day: a row was added");
+  } catch (const CFault& fault) {
+    find(std::string("the tables cannot be read: ") + fault.what());
+  }
 }
 
 /// What follows a row that does not fit says nothing more.
 void CDayFile::readEntries() {
-  CStatement day(*m_database, "SELECT identifier FROM day");
-  const std::string identifier = day.step() ? day.bytes(0) : std::string();
-  m_chain = {chainBegin("entries", identifier), chainBegin("marks", identifier)};
   CStatement rows(*m_database, "SELECT number, msec, kind, body, hash FROM entries ORDER BY number");
   while (rows.step()) {
     SEntry entry{rows.number(0), rows.number(1), rows.bytes(2), rows.bytes(3)};
@@ -88,8 +158,12 @@ void CDayFile::readEntries() {
     if (entry.m_nNumber != expected) {
       return find(row("entry", expected) + (entry.m_nNumber > expected ? " is missing" : " is out of order"));
     }
-    m_chain.m_entries = chainNext(m_chain.m_entries, entry);
-    if (hashBytes(m_chain.m_entries) != rows.bytes(4)) return find(row("entry", expected) + " was changed");
+    const Hash hash = chainNext(m_chain.m_entries, entry);
+    if (!rows.hasTypes({SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_TEXT, SQLITE_TEXT, SQLITE_BLOB}) ||
+        hashBytes(hash) != rows.bytes(4)) {
+      return find(row("entry", expected) + " was changed");
+    }
+    m_chain.m_entries = hash;
     m_entries.push_back(std::move(entry));
   }
 }
@@ -102,10 +176,20 @@ void CDayFile::readMarks() {
     if (rows.number(0) != expected) {
       return find(row("mark", expected) + (rows.number(0) > expected ? " is missing" : " is out of order"));
     }
-    m_chain.m_marks = chainNext(m_chain.m_marks, expected, mark);
-    if (hashBytes(m_chain.m_marks) != rows.bytes(3)) return find(row("mark", expected) + " was changed");
+    const Hash hash = chainNext(m_chain.m_marks, expected, mark);
+    if (!rows.hasTypes({SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_BLOB}) ||
+        hashBytes(hash) != rows.bytes(3)) {
+      return find(row("mark", expected) + " was changed");
+    }
+    m_chain.m_marks = hash;
     m_marks.push_back(mark);
   }
+}
+
+std::optional<std::int64_t> CDayFile::lastRow(const char* table) try {
+  return m_database->number((std::string("SELECT max(number) FROM ") + table).c_str());
+} catch (const CFault&) {
+  return std::nullopt;
 }
 
 void CDayFile::write(std::vector<SEntry>& entries, const std::vector<SMark>& marks, SChain& chain) {
@@ -138,19 +222,31 @@ std::string CDayFile::append(const std::vector<SEntry>& entries, const std::vect
   if (isFinished()) return m_strPath + ": the day is over";
   std::vector<SEntry> kept = entries;
   SChain chain = m_chain;
+  bool written = false;
   try {
     m_database->run("BEGIN IMMEDIATE");
     write(kept, marks, chain);
+    written = true;
     m_database->run("COMMIT");
   } catch (const std::exception& fault) {
     // SQLite has rolled some of its own errors back already.
     sqlite3_exec(m_database->handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    return m_strPath + ": cannot be written: " + fault.what();
+    const std::string text = m_strPath + ": cannot be written: " + fault.what();
+    return !written || undoCommit() ? text : text + "; after a crash it may be found kept all the same";
   }
   m_chain = chain;
   m_entries.insert(m_entries.end(), std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end()));
   m_marks.insert(m_marks.end(), marks.begin(), marks.end());
   return {};
+}
+
+/// What the disk failed to bring home may lie whole in the write-ahead log, where it would be found after a crash: a
+/// commit over it, of nothing new, makes it void. What is appended next does the same.
+bool CDayFile::undoCommit() try {
+  m_database->run(("PRAGMA user_version = " + std::to_string(VERSION)).c_str());
+  return true;
+} catch (const CFault&) {
+  return false;
 }
 
 std::string CDayFile::finish(std::int64_t msec) { return append({{0, msec, END_ENTRY, "{}"}}, {}); }
@@ -161,10 +257,14 @@ std::string CDayFile::head() const {
 
 std::vector<std::string> CDayFile::integrity() {
   std::vector<std::string> found;
-  CStatement check(*m_database, "PRAGMA integrity_check");
-  while (check.step()) {
-    const std::string text = check.bytes(0);
-    if (text != "ok") found.push_back("the database: " + text);
+  try {
+    CStatement check(*m_database, "PRAGMA integrity_check");
+    while (check.step()) {
+      const std::string text = check.bytes(0);
+      if (text != "ok") found.push_back("the database: " + text);
+    }
+  } catch (const CFault& fault) {
+    found.push_back(std::string("the database: ") + fault.what());
   }
   return found;
 }

@@ -11,6 +11,9 @@
 
 namespace daylog {
 
+/// With what SQLite keeps beside it.
+void removeDay(const std::string& path);
+
 /// A day in an SQLite file: write-ahead log, every commit on the disk before it returns.
 class CDayFile : public IDayLog {
  public:
@@ -18,6 +21,8 @@ class CDayFile : public IDayLog {
 
   /// Throws CFault, which does not name the file.
   CDayFile(const std::string& path, EMode mode);
+  /// A new file with an identifier that another one has; none if this throws.
+  CDayFile(const std::string& path, const std::string& identifier);
 
   std::string append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) override;
   const std::vector<SEntry>& entries() const override { return m_entries; }
@@ -29,6 +34,9 @@ class CDayFile : public IDayLog {
   const std::vector<std::string>& findings() const { return m_findings; }
   /// What the database itself finds.
   std::vector<std::string> integrity();
+  const std::string& identifier() const { return m_strIdentifier; }
+  /// The number of a table's last row, whether it fits or not; nothing if that cannot be read.
+  std::optional<std::int64_t> lastRow(const char* table);
 
  private:
   struct SChain {
@@ -36,18 +44,21 @@ class CDayFile : public IDayLog {
     Hash m_marks{};
   };
 
-  void make();
-  void checkFormat();
+  void begin();
+  void make(const std::string& identifier);
   void read();
+  void readTables();
   void readEntries();
   void readMarks();
   void write(std::vector<SEntry>& entries, const std::vector<SMark>& marks, SChain& chain);
+  bool undoCommit();
   void find(const std::string& what) { m_findings.push_back(what); }
 
   const std::string m_strPath;
   const EMode m_eMode;
   std::optional<CFileLock> m_lock;  ///< outlives the database: a file's locks go when any handle of it is closed
   std::optional<CDatabase> m_database;
+  std::string m_strIdentifier;
   std::vector<SEntry> m_entries;
   std::vector<SMark> m_marks;
   SChain m_chain;

@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -21,6 +22,9 @@ class CDatabase {
  public:
   /// Opens a file that is there.
   CDatabase(const std::string& path, bool readOnly);
+
+  /// Whether the write-ahead log is carried over into the file when it is closed, as it is by default.
+  void setCarriesOver(bool carriesOver) const;
 
   void run(const char* statements);
   std::int64_t number(const char* query);
@@ -45,6 +49,8 @@ class CStatement {
   bool step();
 
   std::int64_t number(int column) const { return sqlite3_column_int64(m_pStatement.get(), column); }
+  /// Of the row: SQLITE_INTEGER and so on, as it is kept, whatever its column was declared as.
+  bool hasTypes(std::initializer_list<int> types) const;
   /// The bytes of a text or a blob, whatever they are.
   std::string bytes(int column) const;
 

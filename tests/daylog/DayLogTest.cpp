@@ -1,81 +1,27 @@
 // A day's file: what was kept is there after a crash, what cannot be kept is told, and no change goes unseen.
-#include "DayLog.h"
-
-#include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/syscall.h>
 
+#include <cerrno>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <random>
 
+#include "DayFiles.h"
+
 using namespace daylog;
-namespace fs = std::filesystem;
 
 namespace {
 
-std::string bytesOf(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void writeBytes(const fs::path& file, const std::string& bytes) {
-  std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
-}
-
-/// Changes a file as somebody with a database tool would.
-void runSql(const fs::path& file, const std::string& statements) {
-  sqlite3* database = nullptr;
-  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-  char* error = nullptr;
-  sqlite3_exec(database, statements.c_str(), nullptr, nullptr, &error);
-  EXPECT_EQ(error, nullptr) << error;
-  sqlite3_close(database);
-}
-
-SEntry entryOf(int number) {
-  return {0, 34200000 + 100 * number, number % 3 ? "operate" : "basket", R"({"n":)" + std::to_string(number) + "}"};
-}
-
-std::string textOf(const IDayLog& log) {
-  std::string text;
-  for (const SEntry& entry : log.entries()) {
-    text += std::to_string(entry.m_nNumber) + " " + std::to_string(entry.m_nMsec) + " " + entry.m_strKind + " " +
-            entry.m_strBody + "\n";
-  }
-  return text;
-}
-
-class DayLog : public testing::Test {
- protected:
-  DayLog() {
-    std::string name = (fs::temp_directory_path() / "daylog.XXXXXX").string();
-    m_folder = mkdtemp(name.data());
-    m_file = m_folder / "day.db";
-  }
-  ~DayLog() override {
-    fs::permissions(m_folder, fs::perms::owner_all);
-    fs::remove_all(m_folder);
-  }
-
-  /// A closed day of so many entries, each with a mark; its head.
-  std::string makeDay(int entries) const {
-    const SOpenedDay day = openDay(m_file);
-    EXPECT_EQ(day.m_strFault, "");
-    for (int i = 1; i <= entries; ++i) {
-      EXPECT_EQ(day.m_pLog->append({entryOf(i)}, {{i * 1000, static_cast<std::uint64_t>(i) * 0x9e3779b97f4a7c15}}), "");
-    }
-    return day.m_pLog->head();
-  }
-
-  fs::path m_folder;
-  fs::path m_file;
-};
+bool syncFails = false;
 
 }  // namespace
+
+/// What SQLite calls to bring a commit to the disk.
+extern "C" int fdatasync(int file) {
+  if (!syncFails) return static_cast<int>(syscall(SYS_fdatasync, file));
+  errno = EIO;
+  return -1;
+}
 
 TEST_F(DayLog, KeepsADayAndEndsIt) {
   const std::string head = makeDay(5);
@@ -118,13 +64,31 @@ TEST_F(DayLog, RefusesWhatItCannotGoOnWithAndLeavesItAsItIs) {
                                       {newer, "was written by a newer terminal: its version is 7, this one reads 1"}}) {
     const std::string before = bytesOf(file);
     EXPECT_EQ(refusalOf(file), refusal);
-    EXPECT_EQ(bytesOf(file), before) << file;
+    EXPECT_TRUE(bytesOf(file) == before) << file;
     EXPECT_NE(readDay(file).m_strFault, "") << file;
   }
   EXPECT_EQ(refusalOf(m_folder / "none" / "day.db"), "cannot write it: No such file or directory");
   EXPECT_EQ(refusalOf(m_folder), "cannot write it: Is a directory");
   runSql(newer, "PRAGMA user_version = 1; DELETE FROM entries WHERE number = 2");
   EXPECT_EQ(refusalOf(newer), "is damaged: entry 2 is missing");
+
+  // What somebody's crash left in a write-ahead log stays there.
+  const fs::path killed = m_folder / "killed.db";
+  const fs::path killedLog = m_folder / "killed.db-wal";
+  leaveAsKilled(other, killed, "PRAGMA journal_mode = WAL; CREATE TABLE more (a)");
+  std::string before = bytesOf(killed) + bytesOf(killedLog);
+  EXPECT_EQ(refusalOf(killed), "is no day file");
+  EXPECT_TRUE(bytesOf(killed) + bytesOf(killedLog) == before);
+  const fs::path changed = m_folder / "changed.db";
+  fs::copy(m_file, changed);
+  leaveAsKilled(changed, killed, "UPDATE entries SET body = '{}' WHERE number = 2");
+  before = bytesOf(killed) + bytesOf(killedLog);
+  EXPECT_EQ(refusalOf(killed), "is damaged: entry 2 was changed");
+  EXPECT_TRUE(bytesOf(killed) + bytesOf(killedLog) == before);
+  writeBytes(killed, {});
+  before = bytesOf(killedLog);
+  EXPECT_EQ(refusalOf(killed), "is empty, but beside it lies the write-ahead log of a day");
+  EXPECT_TRUE(bytesOf(killedLog) == before);
 
   // A day that somebody has, by whatever name.
   const SOpenedDay mine = openDay(m_file);
@@ -133,6 +97,53 @@ TEST_F(DayLog, RefusesWhatItCannotGoOnWithAndLeavesItAsItIs) {
   for (const char* name : {"day.db", "link.db", "hard.db"}) {
     EXPECT_EQ(refusalOf(m_folder / name), "another terminal goes on with this day") << name;
   }
+}
+
+TEST_F(DayLog, ItsLockStaysWhateverElseItsProcessOpens) {
+  makeDay(1);
+  const SOpenedDay day = openDay(m_file);
+  ASSERT_TRUE(isHeldBySqlite(m_file));
+  EXPECT_TRUE(readDay(m_file).m_pLog);
+  EXPECT_TRUE(isHeldBySqlite(m_file)) << "after a reader";
+  EXPECT_FALSE(openDay(m_file).m_pLog);
+  EXPECT_TRUE(isHeldBySqlite(m_file)) << "after a second engine";
+}
+
+TEST_F(DayLog, IsReadWhereNothingCanBeWritten) {
+  const std::string head = makeDay(3);
+  const fs::path killed = m_folder / "killed #1%.db";
+  {
+    const SOpenedDay day = openDay(m_file);
+    EXPECT_EQ(day.m_pLog->append({entryOf(4)}, {}), "");
+    copyAsKilled(m_file, killed);
+  }
+  const fs::path closed = m_folder / "closed ?#1%.db";
+  fs::copy_file(m_file, closed);
+  fs::permissions(m_folder, fs::perms(0555));
+  EXPECT_EQ(inChild([&] {
+              if (geteuid() == 0 && setuid(65534) != 0) return 1;
+              const SOpenedDay day = readDay(closed);
+              if (!day.m_pLog || day.m_pLog->entries().size() != 4) return 2;
+              if (!verifyDay(closed, day.m_pLog->head()).empty()) return 3;
+              return readDay(killed).m_strFault.find("copy both to another one") == std::string::npos ? 4 : 0;
+            }),
+            0);
+}
+
+TEST_F(DayLog, ACommitThatTheDiskFailedDoesNotComeBack) {
+  makeDay(1);
+  const SOpenedDay day = openDay(m_file);
+  EXPECT_EQ(day.m_pLog->append({entryOf(2)}, {}), "");
+  syncFails = true;
+  const std::string fault = day.m_pLog->append({entryOf(3)}, {});
+  syncFails = false;
+  EXPECT_EQ(fault.find(m_file.string() + ": cannot be written: "), 0u) << fault;
+  const fs::path killed = m_folder / "killed.db";
+  copyAsKilled(m_file, killed);
+  EXPECT_EQ(readDay(killed).m_pLog->entries().size(), 2u);
+  EXPECT_EQ(day.m_pLog->append({entryOf(4)}, {}), "");
+  copyAsKilled(m_file, killed);
+  EXPECT_EQ(textOf(*readDay(killed).m_pLog), textOf(*day.m_pLog));
 }
 
 TEST_F(DayLog, FindsWhatSomebodyChanged) {
@@ -151,7 +162,13 @@ TEST_F(DayLog, FindsWhatSomebodyChanged) {
       {"INSERT INTO entries SELECT 10, msec, kind, body, hash FROM entries WHERE number = 9", "entry 10 was changed"},
       {"UPDATE marks SET state = state + 1 WHERE number = 2", "mark 2 was changed"},
       {"DELETE FROM marks WHERE number = 2", "mark 2 is missing"},
-      {"UPDATE day SET identifier = 'another'", "entry 1 was changed"}};
+      {"UPDATE day SET identifier = 'another'", "entry 1 was changed"},
+      {"UPDATE entries SET msec = msec + 0.5 WHERE number = 6", "entry 6 was changed"},
+      {"UPDATE entries SET msec = msec || ' or so' WHERE number = 6", "entry 6 was changed"},
+      {"UPDATE entries SET body = CAST(body AS BLOB) WHERE number = 2", "entry 2 was changed"},
+      {"UPDATE marks SET msec = msec + 0.5 WHERE number = 3", "mark 3 was changed"},
+      {"INSERT INTO day VALUES ('another')", "day: a row was added"},
+      {"CREATE TRIGGER later AFTER INSERT ON entries BEGIN DELETE FROM marks; END", "the tables were changed"}};
   for (const auto& [change, finding] : changes) {
     writeBytes(m_file, whole);
     runSql(m_file, change);
