@@ -60,4 +60,16 @@ SOpenedDay readDay(const std::string& path);
 /// whose hashes were all formed anew are not found.
 std::vector<std::string> verifyDay(const std::string& path, const std::string& head);
 
+struct SRecovered {
+  std::size_t m_nEntries = 0;  ///< those of the new file
+  std::size_t m_nMarks = 0;
+  std::vector<std::string> m_lost;  ///< what is wrong with the day and which rows the new file leaves out
+  std::string m_strFault;           ///< names the file; there is no new one then
+};
+
+/// Keeps what can be proved of a day, its rows up to the first that does not fit the chain, in a new file that has the
+/// same identifier and so the same hashes. Of a day that lost entries the marks end before the last entry that is
+/// left. Writes over nothing. Rows that are missing at the end are not known to be lost (see verifyDay).
+SRecovered recoverDay(const std::string& path, const std::string& out);
+
 }  // namespace daylog
