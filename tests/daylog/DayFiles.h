@@ -83,17 +83,18 @@ inline std::string textOf(const IDayLog& log) {
 }
 
 class DayLog : public testing::Test {
+ public:
+  ~DayLog() override {
+    fs::permissions(m_folder, fs::perms::owner_all);
+    fs::remove_all(m_folder);
+  }
+
  protected:
   DayLog() {
     std::string name = (fs::temp_directory_path() / "daylog.XXXXXX").string();
     m_folder = mkdtemp(name.data());
     m_file = m_folder / "day.db";
   }
-  ~DayLog() override {
-    fs::permissions(m_folder, fs::perms::owner_all);
-    fs::remove_all(m_folder);
-  }
-
   /// A closed day of so many entries, each with a mark; its head.
   std::string makeDay(int entries) const {
     const SOpenedDay day = openDay(m_file);

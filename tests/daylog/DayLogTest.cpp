@@ -17,7 +17,7 @@ bool syncFails = false;
 }  // namespace
 
 /// What SQLite calls to bring a commit to the disk.
-extern "C" int fdatasync(int file) {
+extern "C" int fdatasync(int file) {  // NOLINT(readability-inconsistent-declaration-parameter-name)
   if (!syncFails) return static_cast<int>(syscall(SYS_fdatasync, file));
   errno = EIO;
   return -1;
