@@ -99,7 +99,7 @@ TEST_F(Day, OtherBeginningsAreRefusedWithBothValues) {
   writeFile("basket.csv", BASKET);
 
   EXPECT_EQ(refusalOf({"--headless", "--day", "basket.csv", "--basket", "basket.csv"}),
-            "option --basket: 'basket.csv' is the file of --day too\n");
+            "option --day: 'basket.csv' is the file of --basket too\n");
 
   writeFile("notes.txt", "these are the notes of somebody");
   EXPECT_EQ(refusalOf(run("notes.txt")), "notes.txt: is no day file, or cannot be read\n");
