@@ -48,11 +48,11 @@ std::string otherOption(const OptionValues& began, const OptionValues& given) {
 
 std::string otherFile(const Json& files) {
   for (const Json& file : files) {
-    const std::string path = file.at("path");
+    std::string path = file.at("path");
     const std::string before = file.at("sha256");
     const std::string now = contentHash(path);
     if (now.empty()) return "cannot read " + path + ", with which the day began";
-    if (now != before) return path + " has the content " + now + ", but the day began with " + before;
+    if (now != before) return path.append(" has the content ").append(now).append(", but the day began with ") + before;
   }
   return {};
 }
