@@ -69,10 +69,13 @@ std::string startText(const OptionValues& ofDay, const SOptions& options) {
   return body.dump();
 }
 
-/// Takes over what a day began with. Empty, or why that cannot go on.
-std::string takeStart(const std::string& body, const OptionValues& given, SOptions& options) {
+}  // namespace
+
+std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options) {
   try {
-    const Json began = Json::parse(body);
+    const daylog::SEntry& first = log.entries().at(0);
+    if (first.m_strKind != DAY_ENTRY) return "its first entry says not how it began";
+    const Json began = Json::parse(first.m_strBody);
     const OptionValues values = began.at("options");
     if (std::string fault = otherOption(values, given); !fault.empty()) return fault;
     // An option that repeats would be given twice.
@@ -85,15 +88,13 @@ std::string takeStart(const std::string& body, const OptionValues& given, SOptio
   }
 }
 
-}  // namespace
-
 daylog::SOpenedDay takeDay(const OptionValues& given, SOptions& options) {
   if (options.m_strDay.empty()) return {};
   daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
   if (!day.m_pLog) return day;
   if (day.m_pLog->isFinished()) return {nullptr, options.m_strDay + ": this day is over"};
   if (day.m_pLog->entries().empty()) return day;
-  const std::string fault = takeStart(day.m_pLog->entries().front().m_strBody, given, options);
+  const std::string fault = takeStart(*day.m_pLog, given, options);
   if (!fault.empty()) day.m_strFault = options.m_strDay + ": " + fault;
   return day;
 }

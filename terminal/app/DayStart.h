@@ -14,6 +14,9 @@ inline constexpr const char* DAY_ENTRY = "day";
 /// the same any more, a day that is over, a file that is no day. An application object must exist.
 daylog::SOpenedDay takeDay(const OptionValues& given, SOptions& options);
 
+/// Takes over what a day that was begun started with. Empty, or why it cannot go on, as above.
+std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options);
+
 /// Gives a new day its first entry, once its files were read without a fault: the options that decide how it starts,
 /// each file by its path and SHA-256, the program's own SHA-256. Nothing for another day or none. Empty, or why it
 /// could not be kept.

@@ -305,7 +305,11 @@ QString helpText() {
   QString text = QStringLiteral(
       "Trades baskets on a simulated exchange and shows them in the basket task panel.\n\n"
       "usage: ./run [options]\n"
-      "       ./run replay FILE [options]\n\n");
+      "       ./run replay FILE [options]\n"
+      "       ./run day verify FILE [--head HASH]   whether a day that --day kept is whole, and the same when run "
+      "again\n"
+      "       ./run day head FILE                   what proves its end, to be noted elsewhere\n"
+      "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n\n");
   for (const SOptionRow& row : OPTIONS) {
     const QString usage = QStringLiteral("--%1 %2").arg(QLatin1String(row.m_pName), QLatin1String(row.m_pValue));
     const char* note = row.m_eModes == LiveMode ? "" : row.m_eModes == ReplayMode ? " [replay only]" : " [also replay]";

@@ -14,6 +14,7 @@
 #include "CLiveSession.h"
 #include "CMainWindow.h"
 #include "CSignalWatch.h"
+#include "DayCommands.h"
 #include "DayStart.h"
 #include "DisplayScale.h"
 #include "Inputs.h"
@@ -145,7 +146,12 @@ int runTerminal(const app::SParsedOptions& parsed) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  app::SParsedOptions parsed = app::parseOptions(toArguments(argc, argv));
+  const QStringList arguments = toArguments(argc, argv);
+  if (arguments.value(0) == QLatin1String(app::DAY_WORD)) {
+    const QCoreApplication application(argc, argv);
+    return app::runDayCommand(arguments.mid(1));
+  }
+  app::SParsedOptions parsed = app::parseOptions(arguments);
   if (!parsed.m_strError.isEmpty()) return fail(parsed.m_strError.toStdString());
   app::SOptions& options = parsed.m_options;
   if (options.m_bHelp) {

@@ -15,11 +15,10 @@ std::vector<nlohmann::json> cellsOf(const nlohmann::json& dump) {
   return cells;
 }
 
-/// A day that is not over yet, so that it can be run again to its end.
-void reopen(const char* file) {
+void runSql(const char* file, const char* statement) {
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(file, &database), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(database, "DELETE FROM entries WHERE kind = 'end'", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, statement, nullptr, nullptr, nullptr), SQLITE_OK);
   sqlite3_close(database);
 }
 
@@ -70,10 +69,40 @@ TEST_F(Day, GoesOnAfterEachKillAndEndsAsAnUndisturbedOne) {
 
   // Run again from its entries alone, each second's state has to hash to what it hashed to then, or the run is refused.
   ASSERT_TRUE(QFile::copy("day.db", "again.db"));
-  reopen("again.db");
+  runSql("again.db", "DELETE FROM entries WHERE kind = 'end'");
   const SResult again = runTerminal(run("again.db"));
   EXPECT_EQ(again.m_nStatus, 0) << again.m_strErrors.toStdString();
   EXPECT_EQ(cellsOf(lastDump("end.jsonl")), cellsOf(killed));
+}
+
+TEST_F(Day, IsVerifiedAndRecoveredFromTheShell) {
+  ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
+  const QString head = runTerminal({"day", "head", "day.db"}).m_strOut.trimmed();
+  EXPECT_EQ(head.size(), 64);
+  SResult good = runTerminal({"day", "verify", "day.db", "--head", head});
+  EXPECT_EQ(good.m_nStatus, 0) << good.m_strErrors.toStdString();
+  EXPECT_TRUE(good.m_strOut.contains("each as it was kept")) << good.m_strOut.toStdString();
+  EXPECT_TRUE(good.m_strOut.contains("run again it is the same day")) << good.m_strOut.toStdString();
+  EXPECT_FALSE(good.m_strOut.contains("not proved"));
+  good = runTerminal({"day", "verify", "day.db"});
+  EXPECT_EQ(good.m_nStatus, 0);
+  EXPECT_TRUE(good.m_strOut.contains("without --head its end is not proved"));
+
+  runSql("day.db", "UPDATE entries SET msec = msec + 100 WHERE number = 3");
+  SResult bad = runTerminal({"day", "verify", "day.db"});
+  EXPECT_EQ(bad.m_nStatus, 1);
+  EXPECT_EQ(bad.m_strOut, "day.db: entry 3 was changed\n");
+  bad = runTerminal({"day", "recover", "day.db", "saved.db"});
+  EXPECT_EQ(bad.m_nStatus, 1);
+  EXPECT_TRUE(bad.m_strOut.contains("saved.db: 2 entries")) << bad.m_strOut.toStdString();
+  EXPECT_EQ(runTerminal({"day", "verify", "saved.db"}).m_nStatus, 0);
+  for (const QStringList& words : {QStringList{"day"},
+                                   {"day", "dance", "day.db"},
+                                   {"day", "verify"},
+                                   {"day", "recover", "day.db", "saved.db"},
+                                   {"day", "head", "none.db"}}) {
+    refusalOf(words);
+  }
 }
 
 TEST_F(Day, OtherBeginningsAreRefusedWithBothValues) {
