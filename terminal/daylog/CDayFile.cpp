@@ -49,6 +49,18 @@ std::string row(const char* table, std::int64_t number) { return std::string(tab
 
 std::string hashBytes(const Hash& hash) { return {hash.begin(), hash.end()}; }
 
+SOpenedDay openAs(const std::string& path, CDayFile::EMode mode) {
+  SOpenedDay opened;
+  try {
+    auto day = std::make_unique<CDayFile>(path, mode);
+    if (!day->findings().empty()) throw CFault("is damaged: " + day->findings().front());
+    opened.m_pLog = std::move(day);
+  } catch (const std::exception& fault) {
+    opened.m_strFault = path + ": " + fault.what();
+  }
+  return opened;
+}
+
 }  // namespace
 
 void removeDay(const std::string& path) {
@@ -269,29 +281,9 @@ std::vector<std::string> CDayFile::integrity() {
   return found;
 }
 
-SOpenedDay openDay(const std::string& path) {
-  SOpenedDay opened;
-  try {
-    auto day = std::make_unique<CDayFile>(path, CDayFile::EMode::Write);
-    if (!day->findings().empty()) throw CFault("is damaged: " + day->findings().front());
-    opened.m_pLog = std::move(day);
-  } catch (const std::exception& fault) {
-    opened.m_strFault = path + ": " + fault.what();
-  }
-  return opened;
-}
+SOpenedDay openDay(const std::string& path) { return openAs(path, CDayFile::EMode::Write); }
 
-SOpenedDay readDay(const std::string& path) {
-  SOpenedDay opened;
-  try {
-    auto day = std::make_unique<CDayFile>(path, CDayFile::EMode::Read);
-    if (!day->findings().empty()) throw CFault("is damaged: " + day->findings().front());
-    opened.m_pLog = std::move(day);
-  } catch (const std::exception& fault) {
-    opened.m_strFault = path + ": " + fault.what();
-  }
-  return opened;
-}
+SOpenedDay readDay(const std::string& path) { return openAs(path, CDayFile::EMode::Read); }
 
 std::vector<std::string> verifyDay(const std::string& path, const std::string& head) {
   try {
