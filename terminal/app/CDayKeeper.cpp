@@ -18,26 +18,35 @@ std::string timeText(std::int64_t msec) { return TC::formatSecondOfDay(static_ca
 /// Holds the marks of a log against the state as it is formed again.
 class CMarkCheck {
  public:
-  explicit CMarkCheck(std::vector<daylog::SMark> marks) : m_marks(std::move(marks)) {}
+  explicit CMarkCheck(const std::vector<daylog::SMark>& marks)
+      : m_marks(marks), m_bOutputs(std::any_of(marks.begin(), marks.end(), [](const daylog::SMark& mark) {
+          return !mark.m_strOutputs.empty();
+        })) {}
 
-  void check(std::int64_t msec, std::uint64_t hash) {
-    while (m_nNext < m_marks.size() && m_marks[m_nNext].m_nMsec < msec) ++m_nNext;
-    if (m_nNext == m_marks.size() || m_marks[m_nNext].m_nMsec != msec) return;
-    if (m_marks[m_nNext].m_nHash != hash && m_nDiffers < 0) m_nDiffers = msec;
+  /// False for one behind the last mark.
+  bool check(const daylog::SMark& now) {
+    while (m_nNext < m_marks.size() && m_marks[m_nNext].m_nMsec < now.m_nMsec) ++m_nNext;
+    if (m_nNext == m_marks.size()) return false;
+    const daylog::SMark& kept = m_marks[m_nNext];
+    if (kept.m_nMsec != now.m_nMsec || !m_strFault.empty()) return true;
+    if (kept.m_nHash != now.m_nHash) {
+      m_strFault = "at " + timeText(now.m_nMsec) +
+                   " the state differs from the one that was kept: the day was made by another build";
+    } else if (m_bOutputs && kept.m_strOutputs != now.m_strOutputs) {
+      m_strFault = "at " + timeText(now.m_nMsec) + " orders, fills or messages differ from those that were kept";
+    }
+    return true;
   }
 
   std::int64_t end() const { return m_marks.empty() ? -1 : m_marks.back().m_nMsec; }
   /// Empty while all are the same.
-  std::string fault() const {
-    if (m_nDiffers < 0) return {};
-    return "at " + timeText(m_nDiffers) +
-           " the state differs from the one that was kept: the day was made by another build";
-  }
+  const std::string& fault() const { return m_strFault; }
 
  private:
-  std::vector<daylog::SMark> m_marks;
+  const std::vector<daylog::SMark>& m_marks;
+  bool m_bOutputs;
   std::size_t m_nNext = 0;
-  std::int64_t m_nDiffers = -1;
+  std::string m_strFault;
 };
 
 }  // namespace
@@ -54,8 +63,8 @@ std::string CDayKeeper::keep(std::int64_t msec, const std::vector<engine::Act>& 
   return fault;
 }
 
-void CDayKeeper::mark(std::int64_t msec, std::uint64_t hash) {
-  m_marks.push_back({msec, hash});
+void CDayKeeper::mark(daylog::SMark mark) {
+  m_marks.push_back(std::move(mark));
   if (std::chrono::steady_clock::now() - m_flushed >= MARKS_FOLLOW) flush();
 }
 
@@ -68,16 +77,19 @@ std::string CDayKeeper::flush() {
 }
 
 std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, const desk::CDesk& desk,
-                     const std::function<bool(std::int64_t)>& progress) {
+                     const SAgain& again) {
   CMarkCheck check(log.marks());
-  simulation.setSecondHook([&check](std::int64_t msec, std::uint64_t hash) { check.check(msec, hash); });
+  simulation.setSecondHook([&](std::int64_t msec, std::uint64_t hash) {
+    daylog::SMark mark{msec, hash, again.m_pOutputs ? again.m_pOutputs->take(msec) : std::string()};
+    if (!check.check(mark)) again.m_onNew(std::move(mark));
+  });
   simulation.server().setAnswering(false);
   std::string fault;
   const auto runTo = [&](std::int64_t msec) {
     while (fault.empty() && simulation.now() < msec) {
       simulation.advanceTo(std::min(msec, simulation.now() + PROGRESS_MSEC));
       fault = check.fault();
-      if (fault.empty() && !progress(simulation.now())) fault = "given up";
+      if (fault.empty() && !again.m_progress(simulation.now())) fault = "given up";
     }
   };
   for (const daylog::SEntry& entry : log.entries()) {

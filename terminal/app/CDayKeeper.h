@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "CDayOutputs.h"
 #include "DayLog.h"
 #include "IActKeeper.h"
 
@@ -19,9 +20,9 @@ class CDayKeeper : public IActKeeper {
 
   std::string keep(std::int64_t msec, const std::vector<engine::Act>& acts) override;
 
-  /// The state's hash at a second of the clock. It is kept with the next acts, or a second later: it follows from the
-  /// acts, so that it may be lost.
-  void mark(std::int64_t msec, std::uint64_t hash);
+  /// The state at a second of the clock. It is kept with the next acts, or a second later: it follows from the acts, so
+  /// that it may be lost.
+  void mark(daylog::SMark mark);
   /// Keeps what mark() still holds back. Empty, or why it could not be kept.
   std::string flush();
 
@@ -31,11 +32,20 @@ class CDayKeeper : public IActKeeper {
   std::chrono::steady_clock::time_point m_flushed = std::chrono::steady_clock::now();
 };
 
+/// What is wanted of a day that is run again, beside the state at its end.
+struct SAgain {
+  /// Watches the simulation; what it forms is held against what was kept, where a log has that (a reader's has).
+  CDayOutputs* m_pOutputs = nullptr;
+  /// Told the clock, milliseconds since midnight, now and then; false gives up.
+  std::function<bool(std::int64_t)> m_progress = [](std::int64_t) { return true; };
+  /// Told of each second behind the last mark of the log.
+  std::function<void(daylog::SMark)> m_onNew = [](const daylog::SMark&) {};
+};
+
 /// Brings a simulation that stands at the beginning of a day to where a log ends: carries its acts out at their times
-/// and runs on to its last mark. Before anybody listens, on the thread that owns the simulation. progress is told the
-/// clock, milliseconds since midnight, now and then; it returns false to give up. Empty, or why the day is another one:
-/// an entry that cannot be read, a state that hashes otherwise.
+/// and runs on to its last mark. Before anybody listens, on the thread that owns the simulation. Empty, or why the day
+/// is another one: an entry that cannot be read, a state or outputs that are not as they were kept.
 std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, const desk::CDesk& desk,
-                     const std::function<bool(std::int64_t)>& progress);
+                     const SAgain& again);
 
 }  // namespace app

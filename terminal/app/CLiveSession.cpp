@@ -78,6 +78,11 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, const
   m_desk.addObserver(&m_blotter);
   m_services.install();
   fillDesk(inputs);
+  if (m_pDay) {
+    m_pDayOutputs = std::make_unique<CDayOutputs>(m_desk, [this] { return m_pSimulation->now(); });
+    m_pKeeper = std::make_unique<CDayKeeper>(*m_pDay);
+    m_desk.addObserver(m_pDayOutputs.get());
+  }
   setHooks();
   if (!goOn()) return;
   makeThread();
@@ -105,6 +110,7 @@ CLiveSession::~CLiveSession() {
   m_desk.requests().setDriver(nullptr);
   m_desk.removeObserver(&m_blotter);
   m_desk.removeObserver(m_pLog.get());
+  if (m_pDayOutputs) m_desk.removeObserver(m_pDayOutputs.get());
   if (m_pOutput) m_desk.removeObserver(m_pOutput.get());
 }
 
@@ -214,9 +220,17 @@ void CLiveSession::makeBasketDesk(const SInputs& inputs) {
 }
 
 void CLiveSession::setHooks() {
-  m_pSimulation->hedger().setHooks({[this](int task, int lots) { m_services.announceHedgeVolume(task, lots); },
-                                    [this](int task, int status) { m_services.announceHedgeStatus(task, status); }});
+  const auto onVolume = [this](int task, int lots) {
+    if (m_pDayOutputs) m_pDayOutputs->addHedgeVolume(task, lots);
+    m_services.announceHedgeVolume(task, lots);
+  };
+  const auto onStatus = [this](int task, int status) {
+    if (m_pDayOutputs) m_pDayOutputs->addHedgeStatus(task, status);
+    m_services.announceHedgeStatus(task, status);
+  };
+  m_pSimulation->hedger().setHooks({onVolume, onStatus});
   m_pSimulation->engine().setEventHook([this](const engine::SEngineEvent& event) {
+    if (m_pDayOutputs) m_pDayOutputs->addMessage(event.m_nMsec, event.m_bWarning, event.m_strText);
     m_pLog->append(event.m_nMsec, QString::fromStdString(event.m_strText),
                    event.m_bWarning ? CLogDock::ELevel::Warning : CLogDock::ELevel::Info);
   });
@@ -227,7 +241,10 @@ bool CLiveSession::goOn() {
   // The first entry says how the day began.
   m_bGoesOn = m_pDay && m_pDay->entries().size() > 1;
   if (!m_bGoesOn) return true;
-  m_strFault = runAgain(*m_pDay, *m_pSimulation, m_desk, [](std::int64_t) { return true; });
+  SAgain again;
+  again.m_pOutputs = m_pDayOutputs.get();
+  again.m_onNew = [this](daylog::SMark mark) { m_pKeeper->mark(std::move(mark)); };
+  m_strFault = runAgain(*m_pDay, *m_pSimulation, m_desk, again);
   if (!m_strFault.empty()) return false;
   m_desk.setNow(tradingDayStart() + m_pSimulation->now() / 1000);
   m_pLog->append(m_pSimulation->now(), QStringLiteral("继续已开始的交易日"), CLogDock::ELevel::Info);
@@ -236,9 +253,10 @@ bool CLiveSession::goOn() {
 
 void CLiveSession::keepDay() {
   if (!m_pDay) return;
-  m_pKeeper = std::make_unique<CDayKeeper>(*m_pDay);
   m_pThread->setKeeper(m_pKeeper.get());
-  m_pSimulation->setSecondHook([this](std::int64_t msec, std::uint64_t hash) { m_pKeeper->mark(msec, hash); });
+  m_pSimulation->setSecondHook([this](std::int64_t msec, std::uint64_t hash) {
+    m_pKeeper->mark({msec, hash, m_pDayOutputs->take(msec)});
+  });
 }
 
 /// The engine has stopped; a day is over when its clock has passed the close.

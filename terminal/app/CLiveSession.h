@@ -87,8 +87,9 @@ class CLiveSession : public QObject {
   CBlotter m_blotter;
   std::unique_ptr<engine::CSimulation> m_pSimulation;
   daylog::IDayLog* m_pDay;
-  std::unique_ptr<CDayKeeper> m_pKeeper;  ///< null where no day is kept
-  bool m_bGoesOn = false;                 ///< with a day that was begun before
+  std::unique_ptr<CDayOutputs> m_pDayOutputs;  ///< null where no day is kept
+  std::unique_ptr<CDayKeeper> m_pKeeper;       ///< alike
+  bool m_bGoesOn = false;                      ///< with a day that was begun before
   std::string m_strFault;
   std::unique_ptr<CEngineThread> m_pThread;
   CEngineDriver m_driver{[this](engine::Act act) { m_pThread->post(std::move(act)); }};

@@ -33,7 +33,18 @@ std::string runFromEntries(const daylog::IDayLog& log) {
                                  makeEngineSettings(options, inputs), options.m_nStartMinute * std::int64_t{60000});
   addInstruments(desk, simulation);
   openAccounts(options, inputs, simulation);
-  return runAgain(log, simulation, desk, [](std::int64_t) { return true; });
+  CDayOutputs outputs(desk, [&simulation] { return simulation.now(); });
+  desk.addObserver(&outputs);
+  simulation.hedger().setHooks({[&outputs](int task, int lots) { outputs.addHedgeVolume(task, lots); },
+                                [&outputs](int task, int status) { outputs.addHedgeStatus(task, status); }});
+  simulation.engine().setEventHook([&outputs](const engine::SEngineEvent& event) {
+    outputs.addMessage(event.m_nMsec, event.m_bWarning, event.m_strText);
+  });
+  SAgain again;
+  again.m_pOutputs = &outputs;
+  std::string fault = runAgain(log, simulation, desk, again);
+  desk.removeObserver(&outputs);
+  return fault;
 }
 
 int verify(const std::string& file, const std::string& head) {

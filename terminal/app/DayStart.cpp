@@ -1,8 +1,6 @@
 #include "DayStart.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
-#include <QFile>
 #include <nlohmann/json.hpp>
 
 #include "Inputs.h"
@@ -12,13 +10,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Empty for a file that cannot be read.
-std::string contentHash(const std::string& path) {
-  QFile file(QString::fromStdString(path));
-  QCryptographicHash hash(QCryptographicHash::Sha256);
-  if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file)) return {};
-  return hash.result().toHex().toStdString();
-}
+using daylog::contentHash;
 
 std::vector<std::string> filesOf(const SOptions& options) {
   std::vector<std::string> files = basketFilesOf(options);

@@ -9,17 +9,49 @@ namespace daylog {
 namespace {
 
 constexpr std::int64_t APPLICATION_ID = 0x42534b44;  // "BSKD"
-constexpr std::int64_t VERSION = 1;
 
-const char* const TABLES[] = {
-    "CREATE TABLE day (identifier TEXT NOT NULL)",
-    R"(CREATE TABLE entries (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, kind TEXT NOT NULL, body TEXT NOT NULL,
+/// What a version added to the tables of those before.
+struct SVersion {
+  std::int64_t m_nVersion;
+  std::vector<const char*> m_tables;
+};
+const std::vector<SVersion>& versions() {
+  static const std::vector<SVersion> VERSIONS{
+      {1,
+       {"CREATE TABLE day (identifier TEXT NOT NULL)",
+        R"(CREATE TABLE entries (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, kind TEXT NOT NULL, body TEXT NOT NULL,
                       hash BLOB NOT NULL))",
-    "CREATE TABLE marks (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, state INTEGER NOT NULL, hash BLOB NOT "
-    "NULL)"};
+        "CREATE TABLE marks (number INTEGER PRIMARY KEY, msec INTEGER NOT NULL, state INTEGER NOT NULL, hash BLOB NOT "
+        "NULL)"}},
+      {2,
+       {"CREATE TABLE outputs (number INTEGER PRIMARY KEY, body TEXT NOT NULL)",
+        R"(CREATE VIEW tasks AS SELECT t.value ->> 'at' AS msec, t.value ->> 'key' AS task, t.value ->> 'status' AS status,
+  t.value ->> 'message' AS message FROM outputs AS o, json_each(o.body, '$.tasks') AS t)",
+        R"(CREATE VIEW orders AS SELECT t.value ->> 'key' AS task, s.value ->> 0 AS number, s.value ->> 1 AS market,
+  s.value ->> 2 AS code, s.value ->> 3 AS operation, s.value ->> 4 AS volume, s.value ->> 5 AS price,
+  s.value ->> 6 AS sent FROM outputs AS o, json_each(o.body, '$.tasks') AS t, json_each(t.value, '$.sent') AS s)",
+        R"(CREATE VIEW reports AS SELECT t.value ->> 'at' AS msec, t.value ->> 'key' AS task, r.value ->> 0 AS number,
+  r.value ->> 1 AS traded, r.value ->> 2 AS amount, r.value ->> 3 AS state, r.value ->> 4 AS message
+  FROM outputs AS o, json_each(o.body, '$.tasks') AS t, json_each(t.value, '$.orders') AS r)",
+        R"(CREATE VIEW fills AS SELECT t.value ->> 'key' AS task, f.value ->> 0 AS number, f.value ->> 1 AS at,
+  f.value ->> 2 AS volume, f.value ->> 3 AS amount
+  FROM outputs AS o, json_each(o.body, '$.tasks') AS t, json_each(t.value, '$.fills') AS f)",
+        R"(CREATE VIEW messages AS SELECT m.value ->> 0 AS msec, m.value ->> 1 AS warning, m.value ->> 2 AS text
+  FROM outputs AS o, json_each(o.body, '$.log') AS m)"}}};
+  return VERSIONS;
+}
+std::int64_t newestVersion() { return versions().back().m_nVersion; }
 
-/// Whether it is a day at all; false for one of which the making was cut off.
-bool isMade(CDatabase& database) {
+std::vector<std::string> tablesOf(std::int64_t version) {
+  std::vector<std::string> tables;
+  for (const SVersion& each : versions()) {
+    if (each.m_nVersion <= version) tables.insert(tables.end(), each.m_tables.begin(), each.m_tables.end());
+  }
+  return tables;
+}
+
+/// The version of its tables; 0 for a day of which the making was cut off.
+std::int64_t versionOf(CDatabase& database) {
   std::int64_t application = 0;
   std::int64_t version = 0;
   bool empty = false;
@@ -30,13 +62,13 @@ bool isMade(CDatabase& database) {
   } catch (const CFault&) {
     throw CFault("is no day file, or cannot be read");
   }
-  if (empty && application == 0) return false;
-  if (application != APPLICATION_ID) throw CFault("is no day file");
-  if (version > VERSION) {
+  if (empty && application == 0) return 0;
+  if (application != APPLICATION_ID || version < 1) throw CFault("is no day file");
+  if (version > newestVersion()) {
     throw CFault("was written by a newer terminal: its version is " + std::to_string(version) + ", this one reads " +
-                 std::to_string(VERSION));
+                 std::to_string(newestVersion()));
   }
-  return true;
+  return version;
 }
 
 bool hasLog(const std::string& path) {
@@ -73,7 +105,8 @@ CDayFile::CDayFile(const std::string& path, EMode mode) : m_strPath(path), m_eMo
     begin();
   } else {
     m_database.emplace(path, true);
-    if (!isMade(*m_database)) throw CFault("is no day file");
+    m_nVersion = versionOf(*m_database);
+    if (m_nVersion == 0) throw CFault("is no day file");
     read();
   }
 }
@@ -95,31 +128,45 @@ CDayFile::CDayFile(const std::string& path, const std::string& identifier) : m_s
 /// carries its write-ahead log over when it is closed, and rolls a journal back.
 void CDayFile::begin() {
   m_lock.emplace(m_strPath);
-  bool made = false;
   if (!m_lock->isEmpty()) {
     CDatabase probe(m_strPath, true);
-    made = isMade(probe);
+    m_nVersion = versionOf(probe);
   } else if (hasLog(m_strPath)) {
     throw CFault("is empty, but beside it lies the write-ahead log of a day");
   }
   m_database.emplace(m_strPath, false);
   m_database->setCarriesOver(false);
-  if (made) {
+  if (m_nVersion > 0) {
     m_database->run("PRAGMA synchronous = FULL");
   } else {
     make(randomIdentifier());
   }
   read();
-  if (m_findings.empty()) m_database->setCarriesOver(true);
+  if (!m_findings.empty()) return;
+  if (m_nVersion < newestVersion()) migrate();
+  m_database->setCarriesOver(true);
+}
+
+/// Adds what newer versions added; the rows that there are stay as they are, and so do their hashes.
+void CDayFile::migrate() {
+  m_database->run("BEGIN IMMEDIATE");
+  for (const SVersion& version : versions()) {
+    if (version.m_nVersion <= m_nVersion) continue;
+    for (const char* const table : version.m_tables) m_database->run(table);
+  }
+  m_database->run(("PRAGMA user_version = " + std::to_string(newestVersion())).c_str());
+  m_database->run("COMMIT");
+  m_nVersion = newestVersion();
 }
 
 /// All of it or nothing: a crash in the middle leaves no half of a schema. It ends in the file itself, so that a file
 /// without tables never had an entry.
 void CDayFile::make(const std::string& identifier) {
   m_database->run("PRAGMA journal_mode = OFF; PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; BEGIN IMMEDIATE");
-  for (const char* const table : TABLES) m_database->run(table);
+  m_nVersion = newestVersion();
+  for (const std::string& table : tablesOf(m_nVersion)) m_database->run(table.c_str());
   m_database->run(("PRAGMA application_id = " + std::to_string(APPLICATION_ID)).c_str());
-  m_database->run(("PRAGMA user_version = " + std::to_string(VERSION)).c_str());
+  m_database->run(("PRAGMA user_version = " + std::to_string(newestVersion())).c_str());
   CStatement insert(*m_database, "INSERT INTO day VALUES (?)");
   insert.bindText(1, identifier);
   insert.step();
@@ -138,6 +185,7 @@ void CDayFile::read() {
   }
   try {
     readMarks();
+    if (m_findings.empty()) readOthers();
   } catch (const CFault& fault) {
     find(row("mark", static_cast<std::int64_t>(m_marks.size()) + 1) + " cannot be read: " + fault.what());
   }
@@ -150,7 +198,7 @@ void CDayFile::readTables() {
     CStatement tables(*m_database, "SELECT sql FROM sqlite_master ORDER BY rowid");
     std::vector<std::string> found;
     while (tables.step()) found.push_back(tables.bytes(0));
-    if (!std::equal(found.begin(), found.end(), std::begin(TABLES), std::end(TABLES))) find("the tables were changed");
+    if (found != tablesOf(m_nVersion)) find("the tables were changed");
     CStatement day(*m_database, "SELECT identifier FROM day");
     if (!day.step()) return find("day: its row is missing");
     m_strIdentifier = day.bytes(0);
@@ -163,7 +211,8 @@ void CDayFile::readTables() {
 
 /// What follows a row that does not fit says nothing more.
 void CDayFile::readEntries() {
-  CStatement rows(*m_database, "SELECT number, msec, kind, body, hash FROM entries ORDER BY number");
+  CStatement rows(*m_database, "SELECT number, msec, kind, body, hash FROM entries WHERE number > ? ORDER BY number");
+  rows.bind(1, static_cast<std::int64_t>(m_entries.size()));
   while (rows.step()) {
     SEntry entry{rows.number(0), rows.number(1), rows.bytes(2), rows.bytes(3)};
     const auto expected = static_cast<std::int64_t>(m_entries.size()) + 1;
@@ -180,22 +229,64 @@ void CDayFile::readEntries() {
   }
 }
 
+/// From the first that is not known yet.
 void CDayFile::readMarks() {
-  CStatement rows(*m_database, "SELECT number, msec, state, hash FROM marks ORDER BY number");
+  const bool outputs = m_nVersion >= 2;
+  CStatement rows(*m_database, outputs
+                                   ? "SELECT m.number, m.msec, m.state, m.hash, o.body FROM marks AS m LEFT JOIN "
+                                     "outputs AS o ON o.number = m.number WHERE m.number > ? ORDER BY m.number"
+                                   : "SELECT number, msec, state, hash FROM marks WHERE number > ? ORDER BY number");
+  rows.bind(1, static_cast<std::int64_t>(m_marks.size()));
   while (rows.step()) {
-    const SMark mark{rows.number(1), static_cast<std::uint64_t>(rows.number(2))};
+    SMark mark{rows.number(1), static_cast<std::uint64_t>(rows.number(2)), outputs ? rows.bytes(4) : std::string()};
     const auto expected = static_cast<std::int64_t>(m_marks.size()) + 1;
     if (rows.number(0) != expected) {
       return find(row("mark", expected) + (rows.number(0) > expected ? " is missing" : " is out of order"));
     }
     const Hash hash = chainNext(m_chain.m_marks, expected, mark);
-    if (!rows.hasTypes({SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_BLOB}) ||
-        hashBytes(hash) != rows.bytes(3)) {
-      return find(row("mark", expected) + " was changed");
-    }
+    bool typed = rows.hasTypes({SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_INTEGER, SQLITE_BLOB});
+    if (outputs) typed = typed && rows.hasType(4, mark.m_strOutputs.empty() ? SQLITE_NULL : SQLITE_TEXT);
+    if (!typed || hashBytes(hash) != rows.bytes(3)) return find(row("mark", expected) + " or its outputs were changed");
     m_chain.m_marks = hash;
-    m_marks.push_back(mark);
+    // Only readers ask for it.
+    if (m_eMode == EMode::Write) mark.m_strOutputs = {};
+    m_marks.push_back(std::move(mark));
   }
+}
+
+/// What stands where nobody reads.
+void CDayFile::readOthers() {
+  for (const char* const table : {"entries", "marks"}) {
+    CStatement rows(*m_database, (std::string("SELECT count(*) FROM ") + table + " WHERE number < 1").c_str());
+    if (rows.step() && rows.number(0) > 0) find(std::string(table) + ": rows were added in front of the first");
+  }
+  if (m_nVersion < 2) return;
+  CStatement rows(*m_database, "SELECT number FROM outputs WHERE number NOT IN (SELECT number FROM marks) LIMIT 1");
+  if (rows.step()) find(row("outputs", rows.number(0)) + " belong to no mark");
+}
+
+/// What a damaged row would say again stays unsaid: the reader that finds it has not gone on.
+std::string CDayFile::follow() {
+  if (m_eMode == EMode::Write || !m_findings.empty()) return {};
+  const std::size_t entries = m_entries.size();
+  const std::size_t marks = m_marks.size();
+  const SChain chain = m_chain;
+  std::string fault;
+  try {
+    m_database->run("BEGIN");
+    readEntries();
+    readMarks();
+    if (!m_findings.empty()) fault = m_strPath + ": is damaged: " + m_findings.front();
+  } catch (const CFault& error) {
+    fault = m_strPath + ": cannot be read: " + error.what();
+  }
+  sqlite3_exec(m_database->handle(), "COMMIT", nullptr, nullptr, nullptr);
+  if (fault.empty()) return {};
+  m_findings.clear();
+  m_entries.resize(entries);
+  m_marks.resize(marks);
+  m_chain = chain;
+  return fault;
 }
 
 std::optional<std::int64_t> CDayFile::lastRow(const char* table) try {
@@ -218,6 +309,7 @@ void CDayFile::write(std::vector<SEntry>& entries, const std::vector<SMark>& mar
     entryRow.step();
   }
   CStatement markRow(*m_database, "INSERT INTO marks VALUES (?, ?, ?, ?)");
+  CStatement outputRow(*m_database, "INSERT INTO outputs VALUES (?, ?)");
   number = static_cast<std::int64_t>(m_marks.size());
   for (const SMark& mark : marks) {
     chain.m_marks = chainNext(chain.m_marks, ++number, mark);
@@ -226,6 +318,10 @@ void CDayFile::write(std::vector<SEntry>& entries, const std::vector<SMark>& mar
     markRow.bind(3, static_cast<std::int64_t>(mark.m_nHash));
     markRow.bindBytes(4, chain.m_marks.data(), chain.m_marks.size());
     markRow.step();
+    if (mark.m_strOutputs.empty()) continue;
+    outputRow.bind(1, number);
+    outputRow.bindText(2, mark.m_strOutputs);
+    outputRow.step();
   }
 }
 
@@ -248,14 +344,14 @@ std::string CDayFile::append(const std::vector<SEntry>& entries, const std::vect
   }
   m_chain = chain;
   m_entries.insert(m_entries.end(), std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end()));
-  m_marks.insert(m_marks.end(), marks.begin(), marks.end());
+  for (const SMark& mark : marks) m_marks.push_back({mark.m_nMsec, mark.m_nHash});
   return {};
 }
 
 /// What the disk failed to bring home may lie whole in the write-ahead log, where it would be found after a crash: a
 /// commit over it, of nothing new, makes it void. What is appended next does the same.
 bool CDayFile::undoCommit() try {
-  m_database->run(("PRAGMA user_version = " + std::to_string(VERSION)).c_str());
+  m_database->run(("PRAGMA user_version = " + std::to_string(newestVersion())).c_str());
   return true;
 } catch (const CFault&) {
   return false;

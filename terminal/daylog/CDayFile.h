@@ -27,6 +27,7 @@ class CDayFile : public IDayLog {
   std::string append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) override;
   const std::vector<SEntry>& entries() const override { return m_entries; }
   const std::vector<SMark>& marks() const override { return m_marks; }
+  std::string follow() override;
   std::string finish(std::int64_t msec) override;
   std::string head() const override;
 
@@ -45,11 +46,13 @@ class CDayFile : public IDayLog {
   };
 
   void begin();
+  void migrate();
   void make(const std::string& identifier);
   void read();
   void readTables();
   void readEntries();
   void readMarks();
+  void readOthers();
   void write(std::vector<SEntry>& entries, const std::vector<SMark>& marks, SChain& chain);
   bool undoCommit();
   void find(const std::string& what) { m_findings.push_back(what); }
@@ -58,6 +61,7 @@ class CDayFile : public IDayLog {
   const EMode m_eMode;
   std::optional<CFileLock> m_lock;  ///< outlives the database: a file's locks go when any handle of it is closed
   std::optional<CDatabase> m_database;
+  std::int64_t m_nVersion = 0;  ///< of the file's tables
   std::string m_strIdentifier;
   std::vector<SEntry> m_entries;
   std::vector<SMark> m_marks;

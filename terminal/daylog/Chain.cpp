@@ -3,8 +3,10 @@
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 
+#include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
 namespace daylog {
 namespace {
@@ -32,6 +34,11 @@ class CSha256 {
       byte = static_cast<unsigned char>(value & 0xff);
       value >>= 8;
     }
+    update(bytes.data(), bytes.size());
+    return *this;
+  }
+
+  CSha256& addBytes(std::string_view bytes) {
     update(bytes.data(), bytes.size());
     return *this;
   }
@@ -66,6 +73,16 @@ std::string hex(const std::array<unsigned char, Size>& bytes) {
 
 std::string toHex(const Hash& hash) { return hex(hash); }
 
+std::string contentHash(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  CSha256 hash;
+  std::vector<char> piece(std::size_t{1} << 16);
+  while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) || file.gcount() > 0) {
+    hash.addBytes({piece.data(), static_cast<std::size_t>(file.gcount())});
+  }
+  return file.is_open() && file.eof() ? toHex(hash.take()) : std::string();
+}
+
 std::string randomIdentifier() {
   std::array<unsigned char, 16> bytes{};
   if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) throw std::runtime_error("no random numbers");
@@ -87,7 +104,11 @@ Hash chainNext(const Hash& before, const SEntry& entry) {
 }
 
 Hash chainNext(const Hash& before, std::int64_t number, const SMark& mark) {
-  return CSha256().add(before).add(number).add(mark.m_nMsec).add(static_cast<std::int64_t>(mark.m_nHash)).take();
+  CSha256 hash;
+  hash.add(before).add(number).add(mark.m_nMsec).add(static_cast<std::int64_t>(mark.m_nHash));
+  // A mark without outputs hashes as it did before there were any.
+  if (!mark.m_strOutputs.empty()) hash.add(std::string_view(mark.m_strOutputs));
+  return hash.take();
 }
 
 Hash headOf(const Hash& entries, std::size_t entryCount, const Hash& marks, std::size_t markCount) {

@@ -102,6 +102,8 @@ bool CStatement::hasTypes(std::initializer_list<int> types) const {
                      [&](int type) { return sqlite3_column_type(m_pStatement.get(), column++) == type; });
 }
 
+bool CStatement::hasType(int column, int type) const { return sqlite3_column_type(m_pStatement.get(), column) == type; }
+
 std::string CStatement::bytes(int column) const {
   const void* bytes = sqlite3_column_blob(m_pStatement.get(), column);
   const auto size = static_cast<std::size_t>(sqlite3_column_bytes(m_pStatement.get(), column));

@@ -51,6 +51,7 @@ class CStatement {
   std::int64_t number(int column) const { return sqlite3_column_int64(m_pStatement.get(), column); }
   /// Of the row: SQLITE_INTEGER and so on, as it is kept, whatever its column was declared as.
   bool hasTypes(std::initializer_list<int> types) const;
+  bool hasType(int column, int type) const;
   /// The bytes of a text or a blob, whatever they are.
   std::string bytes(int column) const;
 

@@ -17,10 +17,12 @@ struct SEntry {
   std::string m_strBody;       ///< a JSON object, UTF-8
 };
 
-/// What the engine's state hashed to at a second of its clock. Derived from the entries, so it may follow later.
+/// What the engine's state hashed to at a second of its clock, and what it put out since the mark before. Derived from
+/// the entries, so it may follow later.
 struct SMark {
   std::int64_t m_nMsec = 0;
   std::uint64_t m_nHash = 0;
+  std::string m_strOutputs{};  ///< a JSON object, UTF-8; empty: nothing. A log that is being written forgets it
 };
 
 /// The kind of the last entry of a day that is over.
@@ -35,6 +37,9 @@ class IDayLog {
   /// All, in their order, as they were read when the log was opened or kept since.
   virtual const std::vector<SEntry>& entries() const = 0;
   virtual const std::vector<SMark>& marks() const = 0;
+  /// Of a reader: takes in what was kept since by another process. Empty, or why that cannot be read; then it knows
+  /// what it knew before.
+  virtual std::string follow() = 0;
   /// The day is over: nothing is appended any more. Empty, or why that could not be kept.
   virtual std::string finish(std::int64_t msec) = 0;
   bool isFinished() const { return !entries().empty() && entries().back().m_strKind == END_ENTRY; }
@@ -71,5 +76,8 @@ struct SRecovered {
 /// same identifier and so the same hashes. Of a day that lost entries the marks end before the last entry that is
 /// left. Writes over nothing. Rows that are missing at the end are not known to be lost (see verifyDay).
 SRecovered recoverDay(const std::string& path, const std::string& out);
+
+/// SHA-256 of what a file holds, hexadecimal; empty for one that cannot be read.
+std::string contentHash(const std::string& path);
 
 }  // namespace daylog

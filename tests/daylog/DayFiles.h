@@ -100,9 +100,10 @@ class DayLog : public testing::Test {
     const SOpenedDay day = openDay(m_file);
     EXPECT_EQ(day.m_strFault, "");
     for (int i = 1; i <= entries; ++i) {
-      EXPECT_EQ(
-          day.m_pLog->append({entryOf(i)}, {{34200000 + 100 * i, static_cast<std::uint64_t>(i) * 0x9e3779b97f4a7c15}}),
-          "");
+      const std::string outputs = i > 3 ? R"({"log":[[40,false,"text"]]})" : "";
+      EXPECT_EQ(day.m_pLog->append({entryOf(i)},
+                                   {{34200000 + 100 * i, static_cast<std::uint64_t>(i) * 0x9e3779b97f4a7c15, outputs}}),
+                "");
     }
     return day.m_pLog->head();
   }

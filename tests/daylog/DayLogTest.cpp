@@ -44,6 +44,43 @@ TEST_F(DayLog, KeepsADayAndEndsIt) {
   EXPECT_EQ(verifyDay(m_file, end), std::vector<std::string>());
 }
 
+TEST_F(DayLog, OneOfTheFirstVersionIsReadAndGoneOnWithAsItIs) {
+  const std::string head = makeDay(3);
+  runSql(m_file,
+         "DROP VIEW tasks; DROP VIEW orders; DROP VIEW reports; DROP VIEW fills; DROP VIEW messages;"
+         "DROP TABLE outputs; PRAGMA user_version = 1");
+  const std::string before = bytesOf(m_file);
+  EXPECT_EQ(verifyDay(m_file, head), std::vector<std::string>());
+  EXPECT_EQ(readDay(m_file).m_pLog->head(), head);
+  EXPECT_TRUE(bytesOf(m_file) == before) << "a reader leaves it as it is";
+  {
+    const SOpenedDay day = openDay(m_file);
+    ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+    EXPECT_EQ(day.m_pLog->head(), head);
+    EXPECT_EQ(day.m_pLog->append({}, {{34201000, 7, R"({"log":[]})"}}), "");
+  }
+  EXPECT_EQ(verifyDay(m_file, {}), std::vector<std::string>());
+  EXPECT_EQ(readDay(m_file).m_pLog->marks().back().m_strOutputs, R"({"log":[]})");
+}
+
+TEST_F(DayLog, AReaderFollowsWhatIsKeptMeanwhile) {
+  makeDay(2);
+  const SOpenedDay day = openDay(m_file);
+  const SOpenedDay reader = readDay(m_file);
+  EXPECT_EQ(reader.m_pLog->follow(), "");
+  EXPECT_EQ(textOf(*reader.m_pLog), textOf(*day.m_pLog)) << "nothing has come";
+  EXPECT_EQ(day.m_pLog->append({entryOf(3)}, {{34201000, 7, "{}"}}), "");
+  EXPECT_EQ(reader.m_pLog->entries().size(), 2u);
+  EXPECT_EQ(reader.m_pLog->follow(), "");
+  EXPECT_EQ(textOf(*reader.m_pLog), textOf(*day.m_pLog));
+  EXPECT_EQ(reader.m_pLog->marks().back().m_strOutputs, "{}");
+  EXPECT_EQ(reader.m_pLog->head(), day.m_pLog->head());
+  EXPECT_EQ(day.m_pLog->append({entryOf(4), entryOf(5)}, {}), "");
+  runSql(m_file, "UPDATE entries SET msec = msec + 1 WHERE number = 5");
+  EXPECT_NE(reader.m_pLog->follow().find("entry 5 was changed"), std::string::npos);
+  EXPECT_EQ(reader.m_pLog->entries().size(), 3u) << "it knows what it knew";
+}
+
 TEST_F(DayLog, RefusesWhatItCannotGoOnWithAndLeavesItAsItIs) {
   const auto refusalOf = [](const fs::path& file) {
     const SOpenedDay day = openDay(file);
@@ -61,7 +98,7 @@ TEST_F(DayLog, RefusesWhatItCannotGoOnWithAndLeavesItAsItIs) {
   runSql(newer, "PRAGMA user_version = 7");
   for (const auto& [file, refusal] : {std::pair(text, "is no day file, or cannot be read"),
                                       {other, "is no day file"},
-                                      {newer, "was written by a newer terminal: its version is 7, this one reads 1"}}) {
+                                      {newer, "was written by a newer terminal: its version is 7, this one reads 2"}}) {
     const std::string before = bytesOf(file);
     EXPECT_EQ(refusalOf(file), refusal);
     EXPECT_TRUE(bytesOf(file) == before) << file;
@@ -69,7 +106,7 @@ TEST_F(DayLog, RefusesWhatItCannotGoOnWithAndLeavesItAsItIs) {
   }
   EXPECT_EQ(refusalOf(m_folder / "none" / "day.db"), "cannot write it: No such file or directory");
   EXPECT_EQ(refusalOf(m_folder), "cannot write it: Is a directory");
-  runSql(newer, "PRAGMA user_version = 1; DELETE FROM entries WHERE number = 2");
+  runSql(newer, "PRAGMA user_version = 2; DELETE FROM entries WHERE number = 2");
   EXPECT_EQ(refusalOf(newer), "is damaged: entry 2 is missing");
 
   // What somebody's crash left in a write-ahead log stays there.
@@ -160,13 +197,19 @@ TEST_F(DayLog, FindsWhatSomebodyChanged) {
        "UPDATE entries SET number = 7 + number WHERE number < 0",
        "entry 3 was changed"},
       {"INSERT INTO entries SELECT 10, msec, kind, body, hash FROM entries WHERE number = 9", "entry 10 was changed"},
-      {"UPDATE marks SET state = state + 1 WHERE number = 2", "mark 2 was changed"},
+      {"UPDATE marks SET state = state + 1 WHERE number = 2", "mark 2 or its outputs were changed"},
       {"DELETE FROM marks WHERE number = 2", "mark 2 is missing"},
+      {"UPDATE outputs SET body = replace(body, '40', '41') WHERE number = 4", "mark 4 or its outputs were changed"},
+      {"DELETE FROM outputs WHERE number = 5", "mark 5 or its outputs were changed"},
+      {"INSERT INTO outputs VALUES (3, '')", "mark 3 or its outputs were changed"},
+      {"INSERT INTO outputs VALUES (77, '{}')", "outputs 77 belong to no mark"},
+      {"INSERT INTO entries SELECT -1, msec, kind, body, hash FROM entries WHERE number = 1",
+       "entries: rows were added in front of the first"},
       {"UPDATE day SET identifier = 'another'", "entry 1 was changed"},
       {"UPDATE entries SET msec = msec + 0.5 WHERE number = 6", "entry 6 was changed"},
       {"UPDATE entries SET msec = msec || ' or so' WHERE number = 6", "entry 6 was changed"},
       {"UPDATE entries SET body = CAST(body AS BLOB) WHERE number = 2", "entry 2 was changed"},
-      {"UPDATE marks SET msec = msec + 0.5 WHERE number = 3", "mark 3 was changed"},
+      {"UPDATE marks SET msec = msec + 0.5 WHERE number = 3", "mark 3 or its outputs were changed"},
       {"INSERT INTO day VALUES ('another')", "day: a row was added"},
       {"CREATE TRIGGER later AFTER INSERT ON entries BEGIN DELETE FROM marks; END", "the tables were changed"}};
   for (const auto& [change, finding] : changes) {
@@ -177,7 +220,8 @@ TEST_F(DayLog, FindsWhatSomebodyChanged) {
     EXPECT_EQ(found.front(), finding) << change;
   }
   // What only the head tells.
-  for (const char* change : {"DELETE FROM entries WHERE number = 9", "DELETE FROM marks WHERE number = 9"}) {
+  for (const char* change : {"DELETE FROM entries WHERE number = 9",
+                             "DELETE FROM marks WHERE number = 9; DELETE FROM outputs WHERE number = 9"}) {
     writeBytes(m_file, whole);
     runSql(m_file, change);
     EXPECT_EQ(verifyDay(m_file, {}), std::vector<std::string>()) << change;

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "CDesk.h"
+#include "IDeskObserver.h"
+
+namespace app {
+
+/// Forms the text of what an engine puts out, second by second, for the day log: of each task what is new of it and of
+/// its orders, what they traded, hedges, messages, and once a minute the quotes of what is traded. docs/daylog.md
+/// describes it; CPastDay reads it. It costs a look at a pointer for each order that is not over. On the thread that
+/// publishes.
+class CDayOutputs : public desk::IDeskObserver {
+ public:
+  /// The desk must outlive this object. now: the engine's clock, milliseconds since midnight.
+  CDayOutputs(const desk::CDesk& desk, std::function<std::int64_t()> now) : m_desk(desk), m_now(std::move(now)) {}
+
+  /// Something that the engine tells its user.
+  void addMessage(std::int64_t msec, bool warning, const std::string& text);
+  /// What the hedge manager announces; observers hear of it later, and on another thread.
+  void addHedgeVolume(int taskId, int lots);
+  void addHedgeStatus(int taskId, int status);
+  /// What came since the last call, as one JSON object; empty for nothing. msec: the second that has ended.
+  std::string take(std::int64_t msec);
+
+  void onHedgeParam(desk::EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param) override;
+  void onHedgeState(int groupId, int status) override;
+  void onProgress(const std::string& detailKey, const TC::CTaskProgress& progress) override;
+  void onTask(const desk::SPublication& publication) override;
+
+ private:
+  struct STask {
+    ksservice::CTaskDetailPtr m_pDetail;             ///< as it was told last; null before the first
+    std::vector<ksservice::COrderInfoPtr> m_orders;  ///< as they were told last
+    std::size_t m_nOver = 0;                         ///< so many of the first ones are over: nothing of them changes
+    std::vector<int> m_lines;                        ///< of a server task's orders, as far as its progress told it
+  };
+
+  void addFacts(const desk::SPublication& publication, STask& known);
+  void addOrders(const desk::SPublication& publication, STask& known);
+  void addHedge(const char* what, int id, int value);
+  void addQuotes(std::int64_t msec);
+  void use(const std::string& market, const std::string& code);
+
+  const desk::CDesk& m_desk;
+  std::function<std::int64_t()> m_now;
+  std::unordered_map<std::string, STask> m_tasks;  ///< by the detail's key
+  struct SUsed {
+    std::string m_strMarket;
+    std::string m_strCode;
+    TC::CQuote m_told{};  ///< its quote as it was told last
+  };
+  std::vector<SUsed> m_used;
+  std::set<std::pair<std::string, std::string>> m_usedNames;
+  std::size_t m_nQuoted = 0;  ///< so many of those in use have had a quote told
+  // Items with a comma behind each.
+  std::string m_strTasks;
+  std::string m_strHedges;
+  std::string m_strQuotes;
+  std::string m_strLog;
+};
+
+}  // namespace app
