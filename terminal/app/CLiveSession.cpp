@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QProcess>
 #include <QThread>
 #include <algorithm>
 #include <cmath>
@@ -9,6 +10,7 @@
 
 #include "AccountStart.h"
 #include "SessionSetup.h"
+#include "gv/CUiResource.h"
 #include "tc/ITradeDockableWidget.h"
 #include "utils/Keys.h"
 
@@ -257,6 +259,17 @@ void CLiveSession::keepDay() {
   m_pSimulation->setSecondHook([this](std::int64_t msec, std::uint64_t hash) {
     m_pKeeper->mark({msec, hash, m_pDayOutputs->take(msec)});
   });
+  if (!m_options.m_bHeadless) m_window.offerLookBack([this] { lookBack(); });
+}
+
+/// In a process of its own, which only reads.
+void CLiveSession::lookBack() {
+  QStringList words{QStringLiteral("day"),       QString::fromStdString(m_options.m_strDay),
+                    QStringLiteral("--theme"),   GV::CUiResource::theme(),
+                    QStringLiteral("--palette"), GV::CUiResource::sidePalette()};
+  if (m_options.m_nScalePercent) words << QStringLiteral("--scale") << QString::number(*m_options.m_nScalePercent);
+  if (QProcess::startDetached(QCoreApplication::applicationFilePath(), words)) return;
+  m_pLog->append(m_pThread->now(), QStringLiteral("回看无法启动"), CLogDock::ELevel::Warning);
 }
 
 /// The engine has stopped; a day is over when its clock has passed the close.

@@ -62,6 +62,7 @@ class CLiveSession : public QObject {
   bool goOn();
   void makeThread();
   void keepDay();
+  void lookBack();
   void endDay();
   void feedDocks(const SInputs& inputs);
   void makeExceptions(const SDockSources& sources);

@@ -4,9 +4,12 @@
 #include <QDockWidget>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QMenuBar>
 #include <QPixmap>
 #include <QScreen>
 #include <QStatusBar>
+#include <QToolButton>
+#include <utility>
 
 #include "docks/CDocks.h"
 #include "docks/CLogDock.h"
@@ -75,6 +78,16 @@ void CMainWindow::setPanel(TC::ITradeDockableWidget* panel) {
               Qt::Vertical);
   panel->setFocus();
   connect(panel, SIGNAL(sigRunningTasks(EMavTraderType, int)), this, SLOT(slotRunningTasks(EMavTraderType, int)));
+}
+
+void CMainWindow::offerLookBack(std::function<void()> lookBack) {
+  auto* button = new QToolButton(this);
+  button->setObjectName(QStringLiteral("lookBack"));
+  button->setText(QStringLiteral("回看"));
+  button->setToolTip(QStringLiteral("在另一个窗口里看当天任一时刻的表格"));
+  connect(button, &QToolButton::clicked, this, std::move(lookBack));
+  menuBar()->setCornerWidget(button);
+  button->show();
 }
 
 void CMainWindow::slotRunningTasks(EMavTraderType, int count) {

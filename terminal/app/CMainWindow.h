@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QMainWindow>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -43,6 +44,8 @@ class CMainWindow : public QMainWindow {
   CLogDock& log() { return *m_pLog; }
   CDocks& docks() const { return *m_pDocks; }
   void showClock(const SClockState& state);
+  /// A button that looks back at the day.
+  void offerLookBack(std::function<void()> lookBack);
   /// A picture of the window, PNG.
   std::string picture();
 

@@ -79,6 +79,10 @@ int recover(const std::string& file, const std::string& out) {
 
 }  // namespace
 
+bool isDayCommand(const QStringList& words) {
+  return words.isEmpty() || QStringList({"verify", "head", "recover"}).contains(words.first());
+}
+
 int runDayCommand(const QStringList& words) {
   const auto word = [&words](int place) { return words.value(place).toStdString(); };
   if (words.size() == 2 && word(0) == "verify") return verify(word(1), {});

@@ -11,7 +11,7 @@
 namespace app {
 namespace {
 
-enum EMode : int { LiveMode = 1, ReplayMode = 2, AnyMode = 3 };
+enum EMode : int { LiveMode = 1, ReplayMode = 2, PastMode = 4, AnyMode = 7 };
 
 /// Whether an option decides how a day starts.
 enum class EDayPart { None, Value, File };
@@ -168,6 +168,13 @@ QString setStart(SOptions& options, const QString& value) {
   return {};
 }
 
+QString setAt(SOptions& options, const QString& value) {
+  const QTime time = QTime::fromString(value, QStringLiteral("HH:mm:ss"));
+  if (!time.isValid()) return QStringLiteral("needs a time of day as HH:MM:SS, not '%1'").arg(value);
+  options.m_pastAt = time.msecsSinceStartOfDay();
+  return {};
+}
+
 QString setPace(SOptions& options, const QString& value) {
   options.m_bRecordedPace = true;
   return value == QLatin1String("recorded") ? QString() : QStringLiteral("is recorded, not '%1'").arg(value);
@@ -210,10 +217,34 @@ const SOptionRow OPTIONS[] = {
     {"out", "FILE", "write what happened, ending with a dump of the table named end", AnyMode, false, setOut},
     {"screenshot", "FILE", "write a picture of the window at the end", AnyMode, false, setScreenshot},
     {"pace", "recorded", "play a journal as fast as it was recorded", ReplayMode, false, setPace},
+    {"at", "HH:MM:SS", "the moment of a kept day that shows first (its last one)", PastMode, false, setAt},
     {"help", nullptr, "show this text", AnyMode, false, setHelp},
 };
 
-const QString REPLAY_WORD = QStringLiteral("replay");
+struct SModeWord {
+  const char* m_pWord;
+  EMode m_eMode;
+  const char* m_pNeeds;
+  std::string SOptions::*m_pFile;
+};
+const SModeWord MODE_WORDS[] = {{"replay", ReplayMode, "a journal file", &SOptions::m_strReplay},
+                                {"day", PastMode, "the file of a day", &SOptions::m_strPast}};
+
+EMode modeOf(const SOptions& options) {
+  for (const SModeWord& each : MODE_WORDS) {
+    if (!(options.*each.m_pFile).empty()) return each.m_eMode;
+  }
+  return LiveMode;
+}
+
+/// The modes that an option goes with, beside a live session.
+QString otherModes(int modes) {
+  QStringList words;
+  for (const SModeWord& each : MODE_WORDS) {
+    if (modes & each.m_eMode) words << QString::fromLatin1(each.m_pWord);
+  }
+  return words.join(QStringLiteral(", "));
+}
 
 void addRows(QCommandLineParser& parser) {
   for (const SOptionRow& row : OPTIONS) {
@@ -223,21 +254,24 @@ void addRows(QCommandLineParser& parser) {
   }
 }
 
-/// The words that are no options: none, or "replay FILE".
+/// The words that are no options: none, "replay FILE" or "day FILE".
 QString takeWords(const QStringList& words, SOptions& options) {
   if (words.isEmpty()) return {};
-  if (words.first() != REPLAY_WORD) return QStringLiteral("unknown argument '%1'").arg(words.first());
-  if (words.size() < 2) return QStringLiteral("replay needs a journal file");
-  if (words.size() > 2) return QStringLiteral("unknown argument '%1'").arg(words.at(2));
-  return setFile(options.m_strReplay, words.at(1));
+  for (const SModeWord& each : MODE_WORDS) {
+    if (words.first() != QLatin1String(each.m_pWord)) continue;
+    if (words.size() < 2) return QStringLiteral("%1 needs %2").arg(words.first(), QLatin1String(each.m_pNeeds));
+    if (words.size() > 2) return QStringLiteral("unknown argument '%1'").arg(words.at(2));
+    return setFile(options.*each.m_pFile, words.at(1));
+  }
+  return QStringLiteral("unknown argument '%1'").arg(words.first());
 }
 
 QString takeRow(const SOptionRow& row, const QCommandLineParser& parser, EMode mode, SParsedOptions& parsed) {
   const QString name = QString::fromLatin1(row.m_pName);
   if (!parser.isSet(name)) return {};
   if (!(row.m_eModes & mode)) {
-    return QStringLiteral("option --%1 %2")
-        .arg(name, QLatin1String(mode == ReplayMode ? "does not go with replay" : "goes only with replay"));
+    return mode == LiveMode ? QStringLiteral("option --%1 goes only with %2").arg(name, otherModes(row.m_eModes))
+                            : QStringLiteral("option --%1 does not go with %2").arg(name, otherModes(mode));
   }
   const QStringList values = row.m_pValue ? parser.values(name) : QStringList(QString());
   if (values.size() > 1 && !row.m_bRepeats) return QStringLiteral("option --%1 is given twice").arg(name);
@@ -278,7 +312,7 @@ SParsedOptions parseOptions(const QStringList& arguments) {
     return parsed;
   }
   parsed.m_strError = takeWords(parser.positionalArguments(), parsed.m_options);
-  const EMode mode = parsed.m_options.m_strReplay.empty() ? LiveMode : ReplayMode;
+  const EMode mode = modeOf(parsed.m_options);
   for (const SOptionRow& row : OPTIONS) {
     if (parsed.m_strError.isEmpty()) parsed.m_strError = takeRow(row, parser, mode, parsed);
   }
@@ -306,14 +340,18 @@ QString helpText() {
       "Trades baskets on a simulated exchange and shows them in the basket task panel.\n\n"
       "usage: ./run [options]\n"
       "       ./run replay FILE [options]\n"
+      "       ./run day FILE [options]              looks back at a day that --day kept, at any of its moments\n"
       "       ./run day verify FILE [--head HASH]   whether a day that --day kept is whole, and the same when run "
       "again\n"
       "       ./run day head FILE                   what proves its end, to be noted elsewhere\n"
       "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n\n");
   for (const SOptionRow& row : OPTIONS) {
     const QString usage = QStringLiteral("--%1 %2").arg(QLatin1String(row.m_pName), QLatin1String(row.m_pValue));
-    const char* note = row.m_eModes == LiveMode ? "" : row.m_eModes == ReplayMode ? " [replay only]" : " [also replay]";
-    text += QStringLiteral("  %1 %2%3\n").arg(usage, -20).arg(QLatin1String(row.m_pHelp), QLatin1String(note));
+    const QString others = otherModes(row.m_eModes);
+    const QString note = others.isEmpty()            ? QString()
+                         : (row.m_eModes & LiveMode) ? QStringLiteral(" [also %1]").arg(others)
+                                                     : QStringLiteral(" [%1 only]").arg(others);
+    text += QStringLiteral("  %1 %2%3\n").arg(usage, -20).arg(QLatin1String(row.m_pHelp), note);
   }
   return text;
 }

@@ -49,7 +49,9 @@ struct SOptions {
   std::string m_strRecord;
   std::string m_strOut;
   std::string m_strScreenshot;
-  std::string m_strReplay;  ///< the journal to replay; empty: a live session
+  std::string m_strReplay;               ///< the journal to replay; empty: a live session
+  std::string m_strPast;                 ///< the kept day to look back at; empty: a live session
+  std::optional<std::int64_t> m_pastAt;  ///< its moment, milliseconds since midnight; none: its last one
   bool m_bRecordedPace = false;
 
   /// Whether there is an account for futures even if no basket is hedged; none: where there is a window, since its user
@@ -58,7 +60,7 @@ struct SOptions {
   bool hasFuturesAccount() const { return m_hedge.has_value() || m_bFuturesAccount.value_or(!m_bHeadless); }
 
   /// Whether the run restores the view and keeps it: one without a window leaves the user's own alone.
-  bool keepsView() const { return m_strReplay.empty() && (!m_bHeadless || !m_strConfig.empty()); }
+  bool keepsView() const { return m_strReplay.empty() && m_strPast.empty() && (!m_bHeadless || !m_strConfig.empty()); }
 };
 
 /// The options of a command line without the program's name, or a one-line error that names the option at fault.

@@ -122,14 +122,17 @@ TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange
   return info;
 }
 
-void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation) {
-  const exchange::CExchange& market = simulation.market();
+void enterInstruments(desk::CDesk& desk, const exchange::CExchange& market) {
   for (std::size_t i = 0; i < market.instruments().size(); ++i) {
-    const exchange::SInstrument& instrument = market.instruments()[i];
-    desk.setInstrument(toCodeInfo(instrument, market.rules(static_cast<int>(i))));
-    if (instrument.m_kind == exchange::EKind::IndexFuture) {
-      simulation.engine().watch(instrument.m_strMarket, instrument.m_strCode);
-    }
+    desk.setInstrument(toCodeInfo(market.instruments()[i], market.rules(static_cast<int>(i))));
+  }
+}
+
+void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation) {
+  enterInstruments(desk, simulation.market());
+  for (const exchange::SInstrument& instrument : simulation.market().instruments()) {
+    if (instrument.m_kind != exchange::EKind::IndexFuture) continue;
+    simulation.engine().watch(instrument.m_strMarket, instrument.m_strCode);
   }
 }
 

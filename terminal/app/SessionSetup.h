@@ -37,7 +37,9 @@ std::optional<TC::SAlgoParams> makeAlgo(const SOptions& options);
 AccountList addAccounts(desk::CDesk& desk, const SOptions& options);
 /// What the exchange client knows of an instrument.
 TC::CCodeInfo toCodeInfo(const exchange::SInstrument& instrument, const exchange::SRules& rules);
-/// Enters what the market lists; the desk gets the quotes of index futures from the start.
+/// Enters what the market lists.
+void enterInstruments(desk::CDesk& desk, const exchange::CExchange& market);
+/// The same; the desk gets the quotes of index futures from the start.
 void addInstruments(desk::CDesk& desk, engine::CSimulation& simulation);
 
 std::vector<engine::SBasketOrder> makeBaskets(const SOptions& options, const SInputs& inputs,

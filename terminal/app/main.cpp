@@ -25,6 +25,7 @@
 #include "PanelLoader.h"
 #include "Replay.h"
 #include "gv/CUiResource.h"
+#include "past/CPastSession.h"
 #include "utils/Log.h"
 
 namespace {
@@ -130,13 +131,35 @@ int runReplay(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::Cre
   return app::runReplay(options, std::move(journal), outputs, signalWatch, createPanel);
 }
 
+int runPast(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+  const app::SOptions& options = parsed.m_options;
+  daylog::SOpenedDay day = daylog::readDay(options.m_strPast);
+  if (!day.m_pLog) return fail(day.m_strFault);
+  if (!outputs.open()) return EXIT_NOT_WRITTEN;
+  const app::CSignalWatch signalWatch;
+  app::CMainWindow window;
+  app::followScreen(window, options);
+  app::CPastSession session(options, std::move(day.m_pLog), outputs.out(), window, createPanel);
+  if (!session.fault().empty()) return fail(options.m_strPast + ": " + session.fault());
+  window.show();
+  if (options.m_bHeadless) {
+    QObject::connect(&session, &app::CPastSession::sigShown, &window, [] { QApplication::quit(); });
+  }
+  QObject::connect(&signalWatch, &app::CSignalWatch::sigEnd, &window, [] { QApplication::quit(); });
+  session.start();
+  QApplication::exec();
+  session.dump();
+  outputs.writePicture(window.picture());
+  return session.panel() ? 0 : EXIT_BAD_INPUT;
+}
+
 int runTerminal(const app::SParsedOptions& parsed) {
   const app::SOptions& options = parsed.m_options;
   if (const std::string conflict = app::outputConflict(options); !conflict.empty()) return fail(conflict);
   const app::SPanelPlugin plugin = app::loadPanelPlugin();
   if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
   app::COutputs outputs(options);
-  const auto run = options.m_strReplay.empty() ? runLive : runReplay;
+  const auto run = !options.m_strPast.empty() ? runPast : !options.m_strReplay.empty() ? runReplay : runLive;
   const int status = run(parsed, outputs, plugin.m_pCreate);
   const bool written = outputs.close();
   outputs.complain();
@@ -147,7 +170,7 @@ int runTerminal(const app::SParsedOptions& parsed) {
 
 int main(int argc, char** argv) {
   const QStringList arguments = toArguments(argc, argv);
-  if (arguments.value(0) == QLatin1String(app::DAY_WORD)) {
+  if (arguments.value(0) == QLatin1String(app::DAY_WORD) && app::isDayCommand(arguments.mid(1))) {
     const QCoreApplication application(argc, argv);
     return app::runDayCommand(arguments.mid(1));
   }

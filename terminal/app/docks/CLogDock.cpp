@@ -66,6 +66,11 @@ CLogDock::CLogDock(QWidget* parent)
   setWidget(content);
 }
 
+void CLogDock::clear() {
+  m_lines.clear();
+  showAll();
+}
+
 bool CLogDock::passes(const SLine& line) const {
   if (m_pLevel->currentIndex() == FROM_WARNINGS && line.m_eLevel != ELevel::Warning) return false;
   return line.m_strText.contains(m_pSearch->text(), Qt::CaseInsensitive);

@@ -24,6 +24,8 @@ class CLogDock : public QDockWidget {
   explicit CLogDock(QWidget* parent);
   /// time: milliseconds since midnight of the simulated day.
   void append(qint64 time, const QString& text, ELevel level);
+  /// Forgets all lines.
+  void clear();
 
  private:
   struct SLine {

@@ -1,0 +1,147 @@
+// A kept day is looked at again, at any of its moments.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QEventLoop>
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "CBasketTasksPanel.h"
+#include "Options.h"
+#include "TerminalRun.h"
+#include "past/CPastSession.h"
+
+namespace {
+
+TC::ITradeDockableWidget* createPanel(int id, QWidget* parent) { return new TC::CBasketTasksPanel(id, parent); }
+
+constexpr std::size_t PROGRESS_COLUMN = 8;
+
+/// What the rows show, without what a row makes when it is first told of something, and without the amount of what is
+/// open: that hangs on the quote at which it was counted last.
+std::vector<nlohmann::json> cellsOf(const nlohmann::json& dump) {
+  std::vector<nlohmann::json> cells;
+  for (const nlohmann::json& row : dump.at("rows")) {
+    nlohmann::json texts = row.at("cells");
+    const std::string progress = texts.at(PROGRESS_COLUMN);
+    texts[PROGRESS_COLUMN] = progress.substr(0, progress.find(" / "));
+    cells.push_back({row.at("row"), texts, row.at("number")});
+  }
+  return cells;
+}
+
+class Past : public Terminal {
+ protected:
+  Past() {
+    writeFile(
+        "basket.csv",
+        "side,code,quantity\n买入,600000,20000\n卖出,600009,12000\n买入,000001,30000\n买入,600519,1000\n卖出,000858,"
+        "4000\n");
+  }
+
+  static void keepDay(const QStringList& more) {
+    const SResult result =
+        runTerminal(QStringList{"--headless", "--basket", "basket.csv", "--hedge", "IF2612:1.0", "--accounts", "2",
+                                "--speed", "7200", "--day", "day.db", "--out", "live.jsonl"} +
+                    more);
+    ASSERT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
+  }
+};
+
+/// A window that looks back at the day.
+class CLooker {
+ public:
+  CLooker() : m_session(optionsOf(), daylog::readDay("day.db").m_pLog, &m_out, m_window, createPanel) {
+    EXPECT_EQ(m_session.fault(), "");
+    m_window.show();
+    m_session.start();
+    waitUntil([this] { return m_session.now() >= 0; });
+  }
+
+  std::vector<nlohmann::json> at(std::int64_t msec) {
+    m_session.moveTo(msec);
+    waitUntil([this, msec] { return m_session.now() == msec; });
+    m_session.dump();
+    std::string line;
+    std::istringstream lines(m_out.str());
+    std::string last;
+    while (std::getline(lines, line)) last = line;
+    return cellsOf(nlohmann::json::parse(last));
+  }
+  app::CMainWindow& window() { return m_window; }
+  app::CPastSession& session() { return m_session; }
+
+  template <typename Condition>
+  static void waitUntil(const Condition& holds) {
+    for (int i = 0; i < 2000 && !holds(); ++i) {
+      QApplication::processEvents(QEventLoop::AllEvents, 20);
+      QThread::msleep(5);
+    }
+    EXPECT_TRUE(holds());
+  }
+
+ private:
+  static app::SOptions optionsOf() {
+    app::SOptions options;
+    options.m_bHeadless = true;
+    options.m_strPast = "day.db";
+    return options;
+  }
+
+  std::ostringstream m_out;
+  app::CMainWindow m_window;
+  app::CPastSession m_session;
+};
+
+}  // namespace
+
+TEST_F(Past, ShowsTheEndOfADayAsTheDayEnded) {
+  for (const QStringList& more : {QStringList{}, {"--algo", "twap"}}) {
+    QFile::remove("day.db");
+    keepDay(more);
+    const SResult result = runTerminal({"day", "day.db", "--headless", "--out", "past.jsonl"});
+    ASSERT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
+    const nlohmann::json live = lastDump("live.jsonl");
+    EXPECT_GT(live.at("rows").size(), 12u);
+    EXPECT_EQ(cellsOf(lastDump("past.jsonl")), cellsOf(live));
+  }
+  EXPECT_TRUE(refusalOf({"day", "none.db", "--headless"}).startsWith("none.db: "));
+  refusalOf({"day", "day.db", "--at", "noon"});
+  refusalOf({"day", "day.db", "--seed", "7"});
+}
+
+TEST_F(Past, AMomentIsTheSameFromWhereverOneComes) {
+  keepDay({"--algo", "twap"});
+  std::map<std::int64_t, std::vector<nlohmann::json>> seen;
+  std::vector<std::int64_t> moments;
+  for (std::int64_t at = 34200000; at < 54000000; at += 1801000) moments.push_back(at);
+  CLooker looker;
+  // The session stands at the day's end, so the first step goes back and the others on.
+  for (const std::int64_t at : moments) seen[at] = looker.at(at);
+  std::set<std::vector<nlohmann::json>> tables;
+  for (const auto& [at, cells] : seen) tables.insert(cells);
+  EXPECT_GE(tables.size(), 7u) << "of " << seen.size() << ": something is traded most of the time";
+  std::mt19937_64 random(4);
+  for (int i = 0; i < 12; ++i) {
+    const std::int64_t at = moments[random() % moments.size()];
+    EXPECT_EQ(looker.at(at), seen[at]) << at;
+  }
+}
+
+TEST_F(Past, WhoWantsSomethingDoneIsRefusedAndSeesTheDayAsItWas) {
+  keepDay({"--algo", "twap"});
+  CLooker looker;
+  const auto before = looker.at(37000000);
+  // All tasks at once, by the tool bar.
+  TC::ITradeDockableWidget* panel = looker.session().panel();
+  const auto buttons = panel->findChildren<QAbstractButton*>();
+  const auto found = std::find_if(buttons.begin(), buttons.end(),
+                                  [](const QAbstractButton* button) { return button->text() == "全部撤销"; });
+  ASSERT_NE(found, buttons.end());
+  const QPointer<TC::ITradeDockableWidget> old = panel;
+  (*found)->click();
+  CLooker::waitUntil([&old] { return !old; });
+  EXPECT_EQ(looker.at(37000000), before);
+}
