@@ -8,6 +8,7 @@
 #include <boost/thread/recursive_mutex.hpp>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,7 @@ namespace TC {
 class CTaskGuard;
 class CTaskLock;
 class IPatchConfirm;
+struct SRowExplanation;
 
 /// One basket task as the panel shows it: takes the task's details, shows them as a tree of nodes with figures, status
 /// and times, and carries out what the user asks for. What it is made of stands in TaskParts.h; here stand the given
@@ -137,6 +139,10 @@ class CBasketTask : public QObject, public boost::enable_shared_from_this<CBaske
   /// nodes, rows and hedge row. The first call, and whatever changes the tree, names none but tells that all may be.
   /// For one table alone. With mutex() held.
   SChangedRows takeChanges();
+
+  /// Why a node says what it says; nothing for an unknown one. nodeKey: empty for the root. Any thread, also in a call
+  /// that the task makes of the host.
+  std::optional<SRowExplanation> explain(const QString& nodeKey);
 
   // Operations: GUI thread. text: that of the event that caused the call, empty for the tool bar.
   void cancel(QString text);

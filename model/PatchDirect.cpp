@@ -85,7 +85,7 @@ void CBasketTask::CPatchFlow::patchOne(const QString& key, int priceType) {
       const CTaskLock task(*m_task.m_guard);
       if (row.item->m_strKey != key || row.item->m_bPatching || !row.item->hasRemainder()) continue;
     }
-    patchLeft(row, getUserConfig().getAccountData(row.line.first), priceType);
+    patchLeft(row, getUserConfig().getAccountData(row.row.line.first), priceType);
     return;
   }
 }
@@ -95,7 +95,7 @@ void CBasketTask::CPatchFlow::patchAll(int priceType) {
   std::map<std::string, std::vector<SLeftRow>> accounts;
   for (const SLeftRow& row : left()) {
     const CTaskLock task(*m_task.m_guard);
-    if (row.item->hasRemainder()) accounts[row.line.first].push_back(row);
+    if (row.item->hasRemainder()) accounts[row.row.line.first].push_back(row);
   }
   bool sent = false;
   if (accounts.empty()) CTaskLock(*m_task.m_guard)->tree.root().m_bPatching = false;
@@ -125,7 +125,7 @@ bool CBasketTask::CPatchFlow::patchLeft(const SLeftRow& left, const AccountPtr& 
   const SRemainder& remainder = left.remainder;
   utils::logInfo(&m_task, "CBasketTask::patch",
                  "stk: cmd = %1%, task = %2%, patch Finished order num = %3%,patch num = %4%", m_task.getCommandID(),
-                 m_task.getGroupId(), left.orders, remainder.rest.free);
+                 m_task.getGroupId(), left.row.orders, remainder.rest.free);
   if (remainder.refusal != ERefusal::None) return failRow(item, remainder.refusal);
   if (remainder.volume < 1) return failRow(item, ERefusal::Nothing);
   std::optional<CCodeOrderParam> param;
@@ -144,6 +144,7 @@ bool CBasketTask::CPatchFlow::patchLeft(const SLeftRow& left, const AccountPtr& 
     utils::logInfo(&m_task, "CBasketTask::patch", "get command fail");
     return failRow(item, ERefusal::NoCommand);
   }
+  keepProof({left}, {*param});
   create(*command, {*param}, DIRECT_PATCH);
   return true;
 }

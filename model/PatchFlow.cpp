@@ -49,7 +49,7 @@ void CBasketTask::calcAvailable(CBasketTaskItem* item, AccountPtr account, Param
   const auto known = CPatchOffers::askDetails();
   const CTaskLock task(*m_guard);
   for (const SLeftRow& left : task->offers.left(task->offers.newest(known), &finished, account)) {
-    if (left.item != item || left.line.first != accountKey.toStdString()) continue;
+    if (left.item != item || left.row.line.first != accountKey.toStdString()) continue;
     task->offers.logLeft(left);
     const auto param = CPatchOffers::paramOf(*item, account, left.remainder.volume);
     if (param && param->m_nVolume > 0) out.push_back(*param);
@@ -262,7 +262,7 @@ void CBasketTask::CPatchFlow::take(const SPatchOrders& chosen, const OrderProces
   tellRefused(refused);
   if (!stillHolds()) return;
   if (chosen.params.empty() && !chosen.unpriced.empty()) return refuseOffer();
-  if (checkFits(chosen.params, finished)) send(chosen);
+  if (checkFits(chosen.params, finished)) send(chosen, finished);
 }
 
 void CBasketTask::CPatchFlow::take(const SPatchBasket& chosen, const OrderProcessMap& finished) {

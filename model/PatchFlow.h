@@ -61,7 +61,8 @@ class CBasketTask::CPatchFlow {
   void take(const SPatchBasket& chosen, const OrderProcessMap& finished);
 
   // The creation
-  void send(const SPatchOrders& chosen);
+  void send(const SPatchOrders& chosen, const OrderProcessMap& finished);
+  void keepProof(const std::vector<SLeftRow>& rows, const ParamList& chosen);
   void create(const ksservice::COrderCommand& command, const ParamList& params, int hedgeType);
   int hold(const LineVolumes& lines);
   static void takeReply(const boost::weak_ptr<CBasketTask>& weak, const CPatchStore::Task& key, int creation,

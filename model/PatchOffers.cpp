@@ -209,7 +209,7 @@ std::vector<SLeftRow> CPatchOffers::left(const SNewestDetails& details, const Or
   const std::vector<SRemainder> remainders = remaindersOf(known);
   std::vector<SLeftRow> left;
   for (std::size_t i = 0; i < items.size(); ++i) {
-    left.push_back({items[i], known.rows[i].line, known.rows[i].orders, remainders[i]});
+    left.push_back({items[i], known.rows[i], remainders[i]});
   }
   return left;
 }
@@ -224,7 +224,7 @@ SPatchLines CPatchOffers::offer(const SNewestDetails& details, const OrderProces
       offer.refused << TC::refusalLine(item.m_strStockKey, item.m_vecOperations.front(), item.m_strAccounts,
                                        row.remainder.refusal);
     } else if (row.remainder.volume > 0) {
-      offer.params.push_back(*paramOf(item, getUserConfig().getAccountData(row.line.first), row.remainder.volume));
+      offer.params.push_back(*paramOf(item, getUserConfig().getAccountData(row.row.line.first), row.remainder.volume));
     }
   }
   return offer;
@@ -233,7 +233,7 @@ SPatchLines CPatchOffers::offer(const SNewestDetails& details, const OrderProces
 void CPatchOffers::logLeft(const SLeftRow& left) const {
   utils::logInfo(m_id.task, "CBasketTask::calcAvailable",
                  "stk: cmd = %1%, task = %2%, code = %3%, patch Finished order num = %4%,patch num = %5%",
-                 m_id.commandId, m_id.groupId, left.item->m_strStockKey, left.orders, left.remainder.rest.free);
+                 m_id.commandId, m_id.groupId, left.item->m_strStockKey, left.row.orders, left.remainder.rest.free);
 }
 
 bool CPatchOffers::stillFits(const SNewestDetails& details, const std::vector<CCodeOrderParam>& params,

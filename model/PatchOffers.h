@@ -26,9 +26,11 @@ struct SNewestDetails {
 /// What is left of a row.
 struct SLeftRow {
   CBasketTaskItem* item;
-  PatchLine line;
-  long long orders;  ///< what its orders have traded or may still
+  SRemainderRow row;
   SRemainder remainder;
+
+  /// What is offered of it.
+  int offered() const { return remainder.refusal == ERefusal::None ? remainder.volume : 0; }
 };
 
 /// What can be patched, and a line for the user for each row that cannot.

@@ -20,7 +20,14 @@ constexpr int CONFIRMED_PATCH = 1;
 
 }  // namespace
 
-void CBasketTask::CPatchFlow::send(const SPatchOrders& chosen) {
+/// Whoever is asked for the task's patch can be told on which figures it rests.
+void CBasketTask::CPatchFlow::keepProof(const std::vector<SLeftRow>& rows, const ParamList& chosen) {
+  const CTaskLock task(*m_task.m_guard);
+  const int number = task->proof ? task->proof->number + 1 : 1;
+  task->proof = std::make_shared<const SPatchProof>(proofOf(rows, chosen, number));
+}
+
+void CBasketTask::CPatchFlow::send(const SPatchOrders& chosen, const OrderProcessMap& finished) {
   const auto command = getItCommandCenter().getCommand(m_task.getCommandKey());
   if (!command) {
     utils::logInfo(&m_task, "CBasketTask::patchWithParam", "get command fail");
@@ -36,11 +43,15 @@ void CBasketTask::CPatchFlow::send(const SPatchOrders& chosen) {
     patch.m_nOrderType = ksservice::EORT_Plain;
   }
   const auto known = CPatchOffers::askDetails();
+  std::vector<SLeftRow> rows;
   {
     const CTaskLock task(*m_task.m_guard);
+    const SNewestDetails details = task->offers.newest(known);
     task->tree.root().m_bPatching = true;
-    noteArrivals(task, task->offers.newest(known));
+    noteArrivals(task, details);
+    rows = task->offers.left(details, &finished);
   }
+  keepProof(rows, chosen.params);
   create(patch, chosen.params, CONFIRMED_PATCH);
   m_task.announceRoot();
 }

@@ -110,7 +110,12 @@ std::vector<SRemainder> remaindersOf(const SRemainderFacts& facts) {
       SRest& line = left[row.line];
       const bool alone = sums.at(row.line).rows == 1;
       const SRest rest = {share(line.open, row, alone), share(line.free, row, alone)};
-      remainders[i] = {rest, std::max(0, inLots(row, rest.free).value_or(0)), refusalOf(facts, row, rest)};
+      remainders[i] = {rest,
+                       std::max(0, inLots(row, rest.free).value_or(0)),
+                       refusalOf(facts, row, rest),
+                       volumeOf(facts.accepted, row.line),
+                       volumeOf(facts.handedOver, row.line),
+                       volumeOf(facts.unknown, row.line)};
     }
   }
   return remainders;

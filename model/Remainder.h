@@ -63,6 +63,10 @@ struct SRemainder {
   SRest rest;
   int volume = 0;  ///< what of it can be ordered
   ERefusal refusal = ERefusal::None;
+  // Of the line as a whole, what is held back of it and why.
+  long long accepted = 0;    ///< in patches of which nothing has come yet
+  long long handedOver = 0;  ///< to new baskets
+  long long unknown = 0;     ///< what ended server tasks may have traded without a word
 };
 
 /// Rows of one line (one security through several markets) share what is left: together they have no more than their

@@ -45,13 +45,14 @@ void addDetailStatus(SStatusFacts& facts, int status, bool first) {
 }
 
 SStatusVerdict deriveStatus(const SStatusFacts& facts) {
-  if (facts.anyDropped) return {ETS_Dropped};
-  if (allDone(facts)) return {ETS_Finished};
-  if (facts.hedgeState == EHS_Running) return {ETS_Running};
-  if (hedgeRowRuns(facts)) return {ETS_Running, true};
-  if (facts.allEnded) return {ETS_Cancelled, false, true};
-  if (facts.anyPaused) return {ETS_Paused};
-  return {facts.hedgeEnabled && facts.hedgeState == EHS_Paused ? ETS_Paused : ETS_Running};
+  if (facts.anyDropped) return {ETS_Dropped, EStatusRule::Dropped};
+  if (allDone(facts)) return {ETS_Finished, EStatusRule::AllFinished};
+  if (facts.hedgeState == EHS_Running) return {ETS_Running, EStatusRule::HedgeRuns};
+  if (hedgeRowRuns(facts)) return {ETS_Running, EStatusRule::HedgeRowRuns, true};
+  if (facts.allEnded) return {ETS_Cancelled, EStatusRule::AllEnded, false, true};
+  if (facts.anyPaused) return {ETS_Paused, EStatusRule::SomePaused};
+  if (facts.hedgeEnabled && facts.hedgeState == EHS_Paused) return {ETS_Paused, EStatusRule::HedgePaused};
+  return {ETS_Running, EStatusRule::Trading};
 }
 
 SStatusVerdict rootVerdict(const SRootFacts& facts) {
@@ -61,13 +62,41 @@ SStatusVerdict rootVerdict(const SRootFacts& facts) {
   if (facts.filled) {
     // What was traded decides, but the end of the details may hand the hedge over all the same.
     own.status = ETS_Finished;
+    own.rule = EStatusRule::Filled;
     return own;
   }
   // What still trades under a dropped task can be cancelled.
   if (facts.own.anyDropped) return facts.patchTrades ? patches : own;
   if (!facts.own.allEnded || !facts.hasPatches) return own;
   if (patches.status != ETS_Finished) return patches;
-  return {facts.own.hedgeState == EHS_Running ? ETS_Running : ETS_Cancelled};
+  if (facts.own.hedgeState == EHS_Running) return {ETS_Running, EStatusRule::HedgeRuns};
+  return {ETS_Cancelled, EStatusRule::PatchesOver};
+}
+
+QString ruleText(EStatusRule rule) {
+  switch (rule) {
+    case EStatusRule::Filled:
+      return QStringLiteral("全部成交，包括对冲");
+    case EStatusRule::Dropped:
+      return QStringLiteral("有子任务被放弃");
+    case EStatusRule::AllFinished:
+      return QStringLiteral("子任务全部完成，且不等待对冲");
+    case EStatusRule::HedgeRuns:
+      return QStringLiteral("自动对冲正在进行");
+    case EStatusRule::HedgeRowRuns:
+      return QStringLiteral("对冲行还没有结束");
+    case EStatusRule::AllEnded:
+      return QStringLiteral("子任务全部结束，但没有全部完成");
+    case EStatusRule::SomePaused:
+      return QStringLiteral("有子任务已暂停");
+    case EStatusRule::HedgePaused:
+      return QStringLiteral("自动对冲已暂停");
+    case EStatusRule::Trading:
+      return QStringLiteral("还有子任务在交易");
+    case EStatusRule::PatchesOver:
+      return QStringLiteral("任务已撤销，补单已全部完成");
+  }
+  return {};
 }
 
 // Facts of a task

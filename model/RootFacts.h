@@ -30,8 +30,25 @@ struct SStatusFacts {
 /// Adds one detail's status to the facts; first: it is the first that is added.
 void addDetailStatus(SStatusFacts& facts, int status, bool first);
 
+/// Which rule decided a status.
+enum class EStatusRule {
+  Filled,        ///< everything was traded
+  Dropped,       ///< a detail was given up
+  AllFinished,   ///< every detail is finished, and no hedge is waited for
+  HedgeRuns,     ///< the hedge manager is at work
+  HedgeRowRuns,  ///< the hedge row has not ended
+  AllEnded,      ///< every detail has ended, not all of them finished
+  SomePaused,    ///< a detail is paused
+  HedgePaused,   ///< the hedge is paused
+  Trading,       ///< nothing else holds
+  PatchesOver    ///< the task was cancelled and its patches are finished
+};
+/// In words for the user.
+QString ruleText(EStatusRule rule);
+
 struct SStatusVerdict {
   ksservice::ETaskStatus status = ksservice::ETS_Running;
+  EStatusRule rule = EStatusRule::Trading;
   bool hedgeRowRuns = false;  ///< running only because of the hedge row
   bool ended = false;         ///< the details have ended, and the hedge may begin
   bool ofPatches = false;     ///< it is that of the patches, not of the task's own details
@@ -87,6 +104,8 @@ class CRootFacts {
 
   /// Under which the store knows what was accepted in patches of the task.
   CPatchStore::Task storeKey() const { return {m_own.traderType(), m_id.groupId}; }
+  /// What a root's status follows from now, asked of the hedge manager and of all parts.
+  SRootFacts facts() const;
   CPatchStore::SWait wait() const { return CPatchStore::instance().waitOf(storeKey()); }
   /// What the root's row shows: its status, but EHBTS_Patching from the acceptance of a patch until its first detail
   /// has come, or ETS_Dropped when the task was dropped meanwhile.
@@ -97,7 +116,6 @@ class CRootFacts {
  private:
   SStatusFacts statusFacts(const DetailMap& details) const;
   SStatusFacts patchFacts() const;
-  SRootFacts facts() const;
   void noteMessage(const ksservice::CTaskDetail& detail);
   ksservice::ETaskStatus carryOut(const SStatusVerdict& verdict);
 

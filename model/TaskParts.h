@@ -12,6 +12,7 @@
 #include "PatchOffers.h"
 #include "PatchState.h"
 #include "RootFacts.h"
+#include "RowExplanation.h"
 #include "RowLedger.h"
 #include "TaskHedge.h"
 #include "TaskShape.h"
@@ -35,6 +36,7 @@ struct STaskParts {
   CRootFacts root{id, tree, own, hedge, patches};
   CPatchState patch;
   CPatchOffers offers{id, tree, own, patches, patch, root};
+  std::shared_ptr<const SPatchProof> proof;  ///< of the patch that was sent last; null before the first
 
   /// What a load has brought so far, while one goes on.
   struct SLoad {

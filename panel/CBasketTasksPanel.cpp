@@ -101,6 +101,7 @@ void CBasketTasksPanel::createUi() {
     m_pTable->setColumnFilterable(column, !unfiltered);
   }
   connect(m_pTable, &CHpfBasketStatusTable::sigRowChosen, this, &CBasketTasksPanel::sigRowChosen);
+  connect(m_pTable, &CHpfBasketStatusTable::sigExplainRow, this, &CBasketTasksPanel::sigExplainRow);
   QMenu* menu = m_pTable->contextMenu();
   menu->addSeparator();
   connect(menu->addAction(QStringLiteral("全部收起")), SIGNAL(triggered(bool)), SLOT(onFoldAll(bool)));

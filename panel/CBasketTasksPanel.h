@@ -56,6 +56,7 @@ class CBasketTasksPanel : public ITradeDockableWidget {
   void prepareActive() override;
   void patch(int taskId, const QString& nodeKey, int priceType) override;
   void showRow(int taskId, const QString& nodeKey) override;
+  QByteArray explain(int taskId, const QString& nodeKey) override;
   void onTaskDetail(const boost::shared_ptr<ksservice::IData>& record) override;
   void deliverTaskDetail(const ksservice::CTaskDetailPtr& detail) override;
   bool handleEvent(int eventId, int buttonId, int value, QString text, void* payload) override;

@@ -3,6 +3,7 @@
 #include "CBasketTaskItem.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "ExplanationText.h"
 #include "TaskFilter.h"
 #include "gv/Controls.h"
 #include "gv/Scaling.h"
@@ -231,6 +232,19 @@ void CBasketTasksPanel::showRow(int taskId, const QString& nodeKey) {
   const auto shown = m_pTable->showRow(task, nodeKey.isEmpty() ? task : nodeKey);
   if (shown != CHpfBasketStatusTable::EShown::Filtered) return;
   getMsgService().showMsg(QStringLiteral("组合任务%1 的这一行被筛选条件隐藏").arg(taskId), EMK_TaskError);
+}
+
+QByteArray CBasketTasksPanel::explain(int taskId, const QString& nodeKey) {
+  QByteArray text;
+  utils::guarded("CBasketTasksPanel::explain", nodeKey.toStdString(), [&] {
+    const boost::shared_ptr<CBasketTask> task = findTask(taskKey(taskId));
+    if (!task) return;
+    auto explained = task->explain(nodeKey);
+    // A row is named by its own key, too.
+    if (!explained) explained = task->explain(m_pTable->nodeOf(task->getKey(), nodeKey));
+    if (explained) text = explanationText(taskId, *explained);
+  });
+  return text;
 }
 
 void CBasketTasksPanel::updateOrders(const QString& key) {

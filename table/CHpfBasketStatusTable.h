@@ -78,6 +78,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
     Filtered,  ///< hidden or filtered out: the nearest row above that shows is chosen in its place, if there is one
     Unknown    ///< nothing is done: it is not there, or is another task's
   };
+  /// The key of the node of a task's row that is named so; empty for none.
+  QString nodeOf(const QString& taskKey, const QString& name) const;
   /// Unfolds down to the row of a task that is named so, as above, chooses it alone and scrolls to it.
   EShown showRow(const QString& taskKey, const QString& name);
   /// Null for an unknown key; the key may be any of those above.
@@ -121,6 +123,8 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
  Q_SIGNALS:
   /// Another row became the current one. nodeKey: empty for a root.
   void sigRowChosen(int taskId, QString nodeKey);
+  /// The user wants a row explained. nodeKey: empty for a root.
+  void sigExplainRow(int taskId, QString nodeKey);
 
  public Q_SLOTS:
   /// A status that the option delegate applied; task is null while its row does not exist.
@@ -143,6 +147,7 @@ class CHpfBasketStatusTable : public GV::CHpfTreeTable {
   void createOrdersWidget();
   void createPriceMenu();
   void createRowCommands();
+  void tellExplain(const QString& rowKey);
   void tellChosen(const QString& rowKey);
   void onCellClicked(const QString& rowKey, int column);
   void showParams(CBasketTask& task, const QString& rowKey, const QString& nodeKey);

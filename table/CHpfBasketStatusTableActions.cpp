@@ -66,6 +66,20 @@ void CHpfBasketStatusTable::tellChosen(const QString& rowKey) {
   Q_EMIT sigRowChosen(block.facts().taskId, row.row == 0 ? QString() : block.rows().nodeKey(row.row));
 }
 
+void CHpfBasketStatusTable::tellExplain(const QString& rowKey) {
+  const GV::STreeRow row = dataModel()->find(rowKey);
+  if (!row.isValid()) return;
+  const auto& block = static_cast<const CTaskBlock&>(dataModel()->tree().source(row.block));
+  Q_EMIT sigExplainRow(block.facts().taskId, row.row == 0 ? QString() : block.rows().nodeKey(row.row));
+}
+
+QString CHpfBasketStatusTable::nodeOf(const QString& taskKey, const QString& name) const {
+  const GV::STreeRow named = dataModel()->find(rowKeyOf(name));
+  const CTaskBlock* block = blockOf(taskKey);
+  if (!block || !named.isValid() || named.block != block->number()) return {};
+  return block->rows().nodeKey(named.row);
+}
+
 CHpfBasketStatusTable::EShown CHpfBasketStatusTable::showRow(const QString& taskKey, const QString& name) {
   const GV::CHpfTreeTableModel& model = *dataModel();
   const GV::STreeRow named = model.find(rowKeyOf(name));
@@ -99,6 +113,7 @@ void CHpfBasketStatusTable::createRowCommands() {
       m_pOptionDelegate->clickButton(rowKey, id);
     }));
   }
+  addRowCommand(QStringLiteral("说明"), Qt::Key_F1, [this](const QString& rowKey) { tellExplain(rowKey); });
   for (const SCellCommand& command : CELL_COMMANDS) {
     addRowCommand(QString::fromUtf8(command.text), command.key, [this, column = command.column](const QString& rowKey) {
       deliverOwn(GV::EventCellClicked, column, Qt::LeftButton, rowKey);

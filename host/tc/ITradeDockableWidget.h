@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include "gv/CBaseWidget.h"
@@ -50,6 +51,10 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   /// Its own key names a row, too. Nothing for a row that is not there; of one that a filter takes away the nearest row
   /// above that shows, if any, and a message.
   virtual void showRow(int /*taskId*/, const QString& /*nodeKey*/) {}
+  /// Why a row says what it says, as one JSON object (docs/explain.md); empty for a row that is not there. nodeKey as
+  /// of showRow. Also from within a call that the panel makes of its host: of a root it says on which figures the patch
+  /// rests that is being sent.
+  virtual QByteArray explain(int /*taskId*/, const QString& /*nodeKey*/) { return {}; }
   /// The host's two selectors of account groups, where it shows them; null for none. Not owned.
   void setAccountGroupSelectors(IAccountGroupSelector* first, IAccountGroupSelector* second);
 
@@ -71,6 +76,8 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   void sigPatchCreateTask(QString lines);
   /// Another row became the current one, whoever chose it; nodeKey is empty for a root.
   void sigRowChosen(int taskId, QString nodeKey);
+  /// The user wants a row explained; nodeKey is empty for a root.
+  void sigExplainRow(int taskId, QString nodeKey);
 
  private:
   bool m_bCopiable;

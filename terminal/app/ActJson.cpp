@@ -32,6 +32,7 @@ struct SCreateRecord {
   static constexpr const char* KIND = "create";
   desk::SCreateRequest m_request;  ///< without its parameters
   std::vector<STaskParam> m_params;
+  std::string m_strProof;
 };
 
 constexpr auto LINE_FIELDS = [](auto& a, engine::SOrderLine& line) {
@@ -81,6 +82,7 @@ void fields(Archive& a, SCreateRecord& record) {
   a.optional("asTraderType", request.m_nTraderType);
   a.optional("hedgeType", request.m_nHedgeType);
   a.optional("ofTask", request.m_nTaskId);
+  a.optional("proof", record.m_strProof);
 }
 
 template <typename Archive>
@@ -151,7 +153,7 @@ SBasketRecord toRecord(const engine::SStartBasket& act) {
 }
 
 SCreateRecord toRecord(const engine::SCreateTask& act) {
-  SCreateRecord record{act.m_request, {}};
+  SCreateRecord record{act.m_request, {}, act.m_strProof};
   for (const ksservice::CCodeOrderParam& param : act.m_request.m_params) {
     record.m_params.push_back({param.m_pAccount ? param.m_pAccount->getKey() : std::string(), param});
   }
@@ -183,7 +185,7 @@ engine::SStartBasket fromRecord(SBasketRecord&& record, const desk::CDesk& desk)
 }
 
 engine::SCreateTask fromRecord(SCreateRecord&& record, const desk::CDesk& desk) {
-  engine::SCreateTask act{std::move(record.m_request)};
+  engine::SCreateTask act{std::move(record.m_request), std::move(record.m_strProof)};
   act.m_request.m_command.m_strKey =
       ksservice::COrderCommand::genKey(act.m_request.m_command.m_nCommandId, act.m_request.m_command.m_nNumber);
   for (STaskParam& each : record.m_params) {

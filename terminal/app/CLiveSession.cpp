@@ -6,6 +6,7 @@
 #include <QThread>
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "AccountStart.h"
@@ -145,6 +146,10 @@ void CLiveSession::feedDocks(const SInputs& inputs) {
   }
   sources.m_showRow = [this](int taskId, const QString& row) { m_pPanel->showRow(taskId, row); };
   sources.m_fees = inputs.m_fees;
+  sources.m_explain = [this](int taskId, const QString& node, const SDockSources::Explained& answer) {
+    explain(taskId, node, answer);
+  };
+  if (m_pDay) sources.m_showMoment = [this](std::int64_t msec) { lookBack(msec); };
   if (!m_options.m_bHeadless) makeExceptions(sources);
   sources.m_pExceptions = m_pExceptions.get();
   m_window.docks().attach(sources);
@@ -183,6 +188,10 @@ void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
     if (!m_options.m_bHeadless) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
   });
   connect(m_pPanel, &TC::ITradeDockableWidget::sigRowChosen, &m_window.docks(), &CDocks::choose);
+  connect(m_pPanel, &TC::ITradeDockableWidget::sigExplainRow, this, [this](int taskId, const QString& node) {
+    m_window.docks().open(WHY_DOCK);
+    m_window.docks().choose(taskId, node);
+  });
   m_pPanel->setTradeType(EMavTraderType(m_desk.session().m_nTraderType));
   restoreState();
 }
@@ -259,15 +268,40 @@ void CLiveSession::keepDay() {
   m_pSimulation->setSecondHook([this](std::int64_t msec, std::uint64_t hash) {
     m_pKeeper->mark({msec, hash, m_pDayOutputs->take(msec)});
   });
-  if (!m_options.m_bHeadless) m_window.offerLookBack([this] { lookBack(); });
+  if (!m_options.m_bHeadless) m_window.offerLookBack([this] { lookBack(std::nullopt); });
+}
+
+/// A patch is kept with the figures on which it was confirmed: the panel asks on the GUI thread and has them then.
+void CLiveSession::post(engine::Act act) {
+  auto* create = std::get_if<engine::SCreateTask>(&act);
+  if (create && m_pDay && m_pPanel && QThread::currentThread() == thread()) {
+    const QByteArray explained = m_pPanel->explain(create->m_request.m_nTaskId, QString());
+    const nlohmann::json document = nlohmann::json::parse(explained.toStdString(), nullptr, false);
+    if (document.is_object() && document.contains("patch")) create->m_strProof = document["patch"].dump();
+  }
+  m_pThread->post(std::move(act));
+}
+
+/// What the panel says stands at once; what the day says behind it is read.
+void CLiveSession::explain(int taskId, const QString& node, const SDockSources::Explained& answer) {
+  const QByteArray explained = m_pPanel->explain(taskId, node);
+  if (m_pDay && !m_pDayReader) {
+    SWhySources sources;
+    sources.m_nDayStart = tradingDayStart();
+    sources.m_limits = m_options.m_orderLimits;
+    m_pDayReader = std::make_unique<CDayReader>(m_options.m_strDay, sources);
+  }
+  if (m_pDayReader) return m_pDayReader->explain(explained, m_pThread->now(), answer);
+  answer(whyFacts(explained, {}));
 }
 
 /// In a process of its own, which only reads.
-void CLiveSession::lookBack() {
+void CLiveSession::lookBack(std::optional<std::int64_t> at) {
   QStringList words{QStringLiteral("day"),       QString::fromStdString(m_options.m_strDay),
                     QStringLiteral("--theme"),   GV::CUiResource::theme(),
                     QStringLiteral("--palette"), GV::CUiResource::sidePalette()};
   if (m_options.m_nScalePercent) words << QStringLiteral("--scale") << QString::number(*m_options.m_nScalePercent);
+  if (at) words << QStringLiteral("--at") << timeOfDayText(*at);
   if (QProcess::startDetached(QCoreApplication::applicationFilePath(), words)) return;
   m_pLog->append(m_pThread->now(), QStringLiteral("回看无法启动"), CLogDock::ELevel::Warning);
 }

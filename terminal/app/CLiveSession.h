@@ -19,6 +19,7 @@
 #include "SessionSetup.h"
 #include "docks/CDocks.h"
 #include "docks/CExceptionFinder.h"
+#include "past/CDayReader.h"
 #include "tc/PanelPlugin.h"
 
 namespace app {
@@ -62,7 +63,9 @@ class CLiveSession : public QObject {
   bool goOn();
   void makeThread();
   void keepDay();
-  void lookBack();
+  void lookBack(std::optional<std::int64_t> at);
+  void explain(int taskId, const QString& node, const SDockSources::Explained& answer);
+  void post(engine::Act act);
   void endDay();
   void feedDocks(const SInputs& inputs);
   void makeExceptions(const SDockSources& sources);
@@ -90,10 +93,11 @@ class CLiveSession : public QObject {
   daylog::IDayLog* m_pDay;
   std::unique_ptr<CDayOutputs> m_pDayOutputs;  ///< null where no day is kept
   std::unique_ptr<CDayKeeper> m_pKeeper;       ///< alike
+  std::unique_ptr<CDayReader> m_pDayReader;    ///< alike
   bool m_bGoesOn = false;                      ///< with a day that was begun before
   std::string m_strFault;
   std::unique_ptr<CEngineThread> m_pThread;
-  CEngineDriver m_driver{[this](engine::Act act) { m_pThread->post(std::move(act)); }};
+  CEngineDriver m_driver{[this](engine::Act act) { post(std::move(act)); }};
   AccountList m_accounts;
   std::unique_ptr<CBasketDesk> m_pBasketDesk;
   TC::ITradeDockableWidget* m_pPanel = nullptr;

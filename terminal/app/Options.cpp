@@ -257,6 +257,12 @@ void addRows(QCommandLineParser& parser) {
 /// The words that are no options: none, "replay FILE" or "day FILE".
 QString takeWords(const QStringList& words, SOptions& options) {
   if (words.isEmpty()) return {};
+  if (words.mid(0, 2) == QStringList({QStringLiteral("day"), QStringLiteral("why")})) {
+    if (words.size() != 4) return QStringLiteral("day why needs the file of a day and a row");
+    options.m_bHeadless = true;
+    options.m_strWhy = words.at(3);
+    return setFile(options.m_strPast, words.at(2));
+  }
   for (const SModeWord& each : MODE_WORDS) {
     if (words.first() != QLatin1String(each.m_pWord)) continue;
     if (words.size() < 2) return QStringLiteral("%1 needs %2").arg(words.first(), QLatin1String(each.m_pNeeds));
@@ -343,6 +349,7 @@ QString helpText() {
       "       ./run day FILE [options]              looks back at a day that --day kept, at any of its moments\n"
       "       ./run day verify FILE [--head HASH]   whether a day that --day kept is whole, and the same when run "
       "again\n"
+      "       ./run day why FILE ROW [--at HH:MM:SS]   why a row says what it says; ROW: its path, code, or an order\n"
       "       ./run day head FILE                   what proves its end, to be noted elsewhere\n"
       "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n\n");
   for (const SOptionRow& row : OPTIONS) {

@@ -51,6 +51,7 @@ struct SOptions {
   std::string m_strScreenshot;
   std::string m_strReplay;               ///< the journal to replay; empty: a live session
   std::string m_strPast;                 ///< the kept day to look back at; empty: a live session
+  QString m_strWhy;                      ///< the row of it that is to be explained; empty: it is shown
   std::optional<std::int64_t> m_pastAt;  ///< its moment, milliseconds since midnight; none: its last one
   bool m_bRecordedPace = false;
 

@@ -26,6 +26,7 @@
 #include "Replay.h"
 #include "gv/CUiResource.h"
 #include "past/CPastSession.h"
+#include "past/PrintWhy.h"
 #include "utils/Log.h"
 
 namespace {
@@ -149,6 +150,9 @@ int runPast(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::Creat
   session.start();
   QApplication::exec();
   session.dump();
+  if (!options.m_strWhy.isEmpty() && !app::printWhy(session, options.m_strWhy)) {
+    return fail(options.m_strPast + ": no row " + options.m_strWhy.toStdString());
+  }
   outputs.writePicture(window.picture());
   return session.panel() ? 0 : EXIT_BAD_INPUT;
 }

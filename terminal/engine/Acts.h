@@ -18,6 +18,7 @@ struct SStartBasket {
 };
 struct SCreateTask {
   desk::SCreateRequest m_request;
+  std::string m_strProof{};  ///< on which figures the user confirmed it, a JSON object; the engine does not read it
 };
 struct SOperateServerTask {
   std::string m_strTaskKey;

@@ -11,6 +11,7 @@
 #include "docks/COrdersDock.h"
 #include "docks/COverviewDock.h"
 #include "docks/CQuotesDock.h"
+#include "docks/CWhyDock.h"
 #include "gv/CUiResource.h"
 
 namespace app {
@@ -32,6 +33,7 @@ const std::vector<SDockKind>& dockKinds() {
       {"资金持仓", "fundsDock", make<CFundsDock>, EDockPlace::Below, 300},
       {"异常", "exceptionsDock", make<CExceptionsDock>, EDockPlace::Below, 240},
       {"概览", "overviewDock", make<COverviewDock>, EDockPlace::Beside, 460},
+      {"说明", WHY_DOCK, make<CWhyDock>, EDockPlace::Beside, 460},
   };
   return kinds;
 }
@@ -149,6 +151,14 @@ void CDocks::attach(const SDockSources& sources) {
     dock->m_pContent->choose(m_chosen);
     dock->m_pContent->attach(m_sources);
     feed(*dock);
+  }
+}
+
+void CDocks::open(const char* name) {
+  for (const auto& dock : m_docks) {
+    if (dock->m_pDock->objectName() != QLatin1String(name)) continue;
+    dock->m_pDock->show();
+    dock->m_pDock->raise();
   }
 }
 

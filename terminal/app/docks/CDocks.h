@@ -16,6 +16,7 @@
 
 #include "Fees.h"
 #include "docks/CBlotter.h"
+#include "past/WhyFacts.h"
 
 class QMainWindow;
 class QMenu;
@@ -51,6 +52,11 @@ struct SDockSources {
   exchange::SFeeRates m_fees{};
   /// Shows a row of the panel, see TC::ITradeDockableWidget::showRow.
   std::function<void(int taskId, const QString& rowKey)> m_showRow;
+  /// Has a row explained soon, on the GUI thread; empty where nobody can.
+  using Explained = std::function<void(const std::vector<SWhyFact>&)>;
+  std::function<void(int taskId, const QString& nodeKey, const Explained& answer)> m_explain;
+  /// Shows the day as it stood at a moment, milliseconds since midnight; empty where no day is kept.
+  std::function<void(std::int64_t msec)> m_showMoment;
 };
 
 /// The row that is chosen in the panel; no task: none.
@@ -82,6 +88,9 @@ enum class EDockPlace {
   Below    ///< behind the log
 };
 
+/// The name of the dock that explains rows.
+inline constexpr const char* WHY_DOCK = "whyDock";
+
 /// One line for each dock; another dock is another line.
 struct SDockKind {
   const char* m_pTitle;
@@ -104,6 +113,8 @@ class CDocks : public QObject {
   void setPanel(QDockWidget& panel);
   void attach(const SDockSources& sources);
   void choose(int taskId, const QString& nodeKey);
+  /// Brings a dock into sight, by its name.
+  void open(const char* name);
   /// Texts of the docks by their names, as they were kept or would be.
   QMap<QString, QString> params() const;
   void setParams(const QMap<QString, QString>& params);

@@ -192,6 +192,7 @@ void CPastSession::show() {
   if (back && m_chosenRow) {
     settle();
     world.m_pPanel->showRow(m_chosenRow->first, m_chosenRow->second);
+    m_window.docks().choose(m_chosenRow->first, m_chosenRow->second);
   }
   m_bShowing = false;
 }
@@ -210,9 +211,17 @@ void CPastSession::makePanel() {
   sources.m_pBlotter = &world.m_blotter;
   sources.m_fees = m_inputs.m_fees;
   sources.m_showRow = [panel](int taskId, const QString& row) { panel->showRow(taskId, row); };
+  sources.m_explain = [this](int taskId, const QString& node, const SDockSources::Explained& answer) {
+    answer(why(taskId, node));
+  };
+  sources.m_showMoment = [this](std::int64_t msec) { moveTo(msec); };
   m_window.docks().attach(sources);
   connect(panel, &TC::ITradeDockableWidget::sigRowChosen, this, [this](int taskId, const QString& row) {
     m_chosenRow = {taskId, row};
+    m_window.docks().choose(taskId, row);
+  });
+  connect(panel, &TC::ITradeDockableWidget::sigExplainRow, this, [this](int taskId, const QString& row) {
+    m_window.docks().open(WHY_DOCK);
     m_window.docks().choose(taskId, row);
   });
   if (m_pOutput) m_pOutput->watch(*panel);
@@ -222,6 +231,17 @@ void CPastSession::makePanel() {
 }
 
 void CPastSession::refreshPanel() { m_pWorld->m_services.liveClock()->firePendingTimer(); }
+
+std::vector<SWhyFact> CPastSession::why(int taskId, const QString& row) {
+  if (!panel()) return {};
+  SWhySources sources;
+  sources.m_pLog = m_pLog.get();
+  sources.m_pDay = &m_day;
+  sources.m_nNow = now();
+  sources.m_nDayStart = tradingDayStart();
+  sources.m_limits = m_options.m_orderLimits;
+  return whyFacts(panel()->explain(taskId, row), sources);
+}
 
 void CPastSession::showLog(std::int64_t msec) {
   for (; m_nMessage < m_day.messages().size() && m_day.messages()[m_nMessage].m_nMsec <= msec; ++m_nMessage) {

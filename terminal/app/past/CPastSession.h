@@ -41,7 +41,10 @@ class CPastSession : public QObject {
   std::int64_t now() const { return m_pWorld ? m_pWorld->m_past.now() : -1; }
   /// Shows another moment, soon.
   void moveTo(std::int64_t msec);
+  const CPastDay& day() const { return m_day; }
   TC::ITradeDockableWidget* panel() const { return m_pWorld ? m_pWorld->m_pPanel.data() : nullptr; }
+  /// Why a row says what it says at the moment that shows; row: the node's key, or its own.
+  std::vector<SWhyFact> why(int taskId, const QString& row);
   /// Shows what the panel has been told last and writes the table to the output, named "end".
   void dump();
 
