@@ -6,6 +6,7 @@
 #include "CDayKeeper.h"
 #include "DayStart.h"
 #include "SessionSetup.h"
+#include "past/PatchProofs.h"
 
 namespace app {
 namespace {
@@ -47,6 +48,16 @@ std::string runFromEntries(const daylog::IDayLog& log) {
   return fault;
 }
 
+SProofs proofsOf(const daylog::IDayLog& log) {
+  try {
+    CPastDay day;
+    day.read(log, log.marks().size());
+    return checkProofs(log.entries(), day);
+  } catch (const std::exception& fault) {
+    return {0, {fault.what()}};
+  }
+}
+
 int verify(const std::string& file, const std::string& head) {
   const std::vector<std::string> findings = daylog::verifyDay(file, head);
   for (const std::string& finding : findings) std::cout << file << ": " << finding << "\n";
@@ -57,6 +68,10 @@ int verify(const std::string& file, const std::string& head) {
             << " marks, each as it was kept\n";
   if (head.empty()) std::cout << file << ": without --head its end is not proved\n";
   if (day.m_pLog->entries().empty()) return 0;
+  const SProofs proofs = proofsOf(*day.m_pLog);
+  for (const std::string& wrong : proofs.m_faults) std::cout << file << ": " << wrong << "\n";
+  if (!proofs.m_faults.empty()) return EXIT_WRONG;
+  if (proofs.m_nProofs > 0) std::cout << file << ": " << proofs.m_nProofs << " confirmed patches, each proved\n";
   const std::string fault = runFromEntries(*day.m_pLog);
   std::cout << file << ": " << (fault.empty() ? "run again it is the same day" : fault) << "\n";
   return fault.empty() ? 0 : EXIT_WRONG;

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <QLabel>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <iostream>
@@ -20,6 +21,7 @@
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
 #include "gv/CCommonDialog.h"
 #include "gv/CHpfTreeTable.h"
+#include "past/PatchProofs.h"
 
 namespace {
 
@@ -188,6 +190,32 @@ TEST(MainWindow, ShowsTheTimeOfTheNextDayBehindMidnight) {
   EXPECT_EQ(window.findChild<QLabel*>("clock")->text(), "2026-12-01  00:05:00");
 }
 
+/// The patch was kept with the figures on which the user confirmed it, and they are those of the day.
+void expectProof(const std::string& file) {
+  const daylog::SOpenedDay kept = daylog::readDay(file);
+  ASSERT_TRUE(kept.m_pLog) << kept.m_strFault;
+  app::CPastDay day;
+  day.read(*kept.m_pLog, kept.m_pLog->marks().size());
+  std::vector<daylog::SEntry> entries = kept.m_pLog->entries();
+  const app::SProofs proofs = app::checkProofs(entries, day);
+  EXPECT_EQ(proofs.m_nProofs, 1u);
+  EXPECT_EQ(proofs.m_faults, std::vector<std::string>());
+  const auto create = std::find_if(entries.begin(), entries.end(),
+                                   [](const daylog::SEntry& entry) { return entry.m_strKind == "create"; });
+  ASSERT_NE(create, entries.end());
+  const json body = json::parse(create->m_strBody);
+  const json proof = json::parse(body.at("proof").get<std::string>());
+  ASSERT_EQ(proof.at("lines").size(), body.at("params").size());
+  for (const char* field : {"target", "done", "open", "offered", "chosen", "remainder"}) {
+    json wrong = proof;
+    wrong["lines"][0][field] = wrong["lines"][0][field].get<std::int64_t>() + 100;
+    json changed = body;
+    changed["proof"] = wrong.dump();
+    create->m_strBody = changed.dump();
+    EXPECT_FALSE(app::checkProofs(entries, day).m_faults.empty()) << field;
+  }
+}
+
 class RecordedSession : public testing::TestWithParam<const char*> {};
 
 /// Shows what was recorded when the test has failed.
@@ -206,9 +234,14 @@ TEST_P(RecordedSession, ReplayedGivesTheSameTableAndAsksTheSameOfTheHost) {
   std::ostringstream out;
   SRecord record;
   bool patched = false;
+  const QTemporaryDir folder;
+  const std::string file = folder.filePath("day.db").toStdString();
   {
+    const daylog::SOpenedDay day = daylog::openDay(file);
+    ASSERT_EQ(day.m_pLog->append({{0, 34260000, "day", "{}"}}, {}), "");
     app::CMainWindow window;
-    app::CLiveSession session(parsed.m_options, makeInputs(), {&out, &record.text}, window, createPanel);
+    app::CLiveSession session(parsed.m_options, makeInputs(), {&out, &record.text, nullptr, day.m_pLog.get()}, window,
+                              createPanel);
     CUser user(window);
     QEventLoop loop;
     QObject::connect(&session, &app::CLiveSession::sigEnded, &loop, &QEventLoop::quit);
@@ -218,6 +251,7 @@ TEST_P(RecordedSession, ReplayedGivesTheSameTableAndAsksTheSameOfTheHost) {
     patched = user.hasPatched();
   }
   ASSERT_TRUE(patched);
+  expectProof(file);
   const SPutOut live(out.str());
   ASSERT_GT(live.m_dump["rows"].size(), SECURITIES / 2u);
 
