@@ -80,17 +80,6 @@ std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOp
   }
 }
 
-daylog::SOpenedDay takeDay(const OptionValues& given, SOptions& options) {
-  if (options.m_strDay.empty()) return {};
-  daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-  if (!day.m_pLog) return day;
-  if (day.m_pLog->isFinished()) return {nullptr, options.m_strDay + ": this day is over"};
-  if (day.m_pLog->entries().empty()) return day;
-  const std::string fault = takeStart(*day.m_pLog, given, options);
-  if (!fault.empty()) day.m_strFault = options.m_strDay + ": " + fault;
-  return day;
-}
-
 std::string beginDay(daylog::IDayLog* log, const OptionValues& given, const SOptions& options) {
   if (!log || !log->entries().empty()) return {};
   const std::int64_t begin = options.m_nStartMinute * std::int64_t{60000};

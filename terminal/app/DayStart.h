@@ -9,12 +9,8 @@ namespace app {
 /// The kind of a log's first entry.
 inline constexpr const char* DAY_ENTRY = "day";
 
-/// The day that the options want kept, a new one or one that was begun, whose options are taken over. No log and no
-/// fault where none is to be kept. Faults: an option that was given otherwise (with both values), a file that is not
-/// the same any more, a day that is over, a file that is no day. An application object must exist.
-daylog::SOpenedDay takeDay(const OptionValues& given, SOptions& options);
-
-/// Takes over what a day that was begun started with. Empty, or why it cannot go on, as above.
+/// Takes over what a day that was begun started with. Empty, or why it cannot go on: an option that was given otherwise
+/// (with both values), a file that is not the same any more.
 std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options);
 
 /// Gives a new day its first entry, once its files were read without a fault: the options that decide how it starts,

@@ -69,7 +69,12 @@ QString setSeconds(SOptions& options, const QString& value) {
 }
 QString setSpeed(SOptions& options, const QString& value) { return setPositive(options.m_dSpeed, value, MAX_SPEED); }
 QString setInstruments(SOptions& options, const QString& value) { return setFile(options.m_strInstruments, value); }
-QString setDay(SOptions& options, const QString& value) { return setFile(options.m_strDay, value); }
+
+QString setDay(SOptions& options, const QString& value) {
+  options.m_bNoDay = value == QLatin1String("none");
+  return options.m_bNoDay ? QString() : setFile(options.m_strDay, value);
+}
+
 QString setRecord(SOptions& options, const QString& value) { return setFile(options.m_strRecord, value); }
 QString setOut(SOptions& options, const QString& value) { return setFile(options.m_strOut, value); }
 QString setScreenshot(SOptions& options, const QString& value) { return setFile(options.m_strScreenshot, value); }
@@ -206,7 +211,9 @@ const SOptionRow OPTIONS[] = {
      EDayPart::Value},
     {"start", "HH:MM", "time of the simulated day at which the run starts (09:25); 09:15 shows the auction", LiveMode,
      false, setStart, EDayPart::Value},
-    {"day", "FILE", "keep the day in FILE, or go on with the one that it holds", LiveMode, false, setDay},
+    {"day", "FILE|none",
+     "keep the day in FILE, or go on with the one that it holds (the user's own; none when headless)", LiveMode, false,
+     setDay},
     {"record", "FILE", "record the session as a flight journal", LiveMode, false, setRecord},
     {"config", "FILE", "keep the view in FILE (the user's own; none when headless)", LiveMode, false, setConfig},
     {"theme", "dark|light", "colours (dark)", AnyMode, false, setTheme},

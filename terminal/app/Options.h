@@ -45,7 +45,8 @@ struct SOptions {
   QString m_strPalette;                ///< of buys and sells; empty: the one that was chosen last
   std::optional<int> m_nScalePercent;  ///< of the display; none: as the screen's resolution says
   int m_nStartMinute = 9 * 60 + 25;    ///< minutes since midnight of the simulated day
-  std::string m_strDay;                ///< file that keeps the day; empty: it is not kept
+  std::string m_strDay;                ///< file that keeps the day; empty: the user's own where there is a window
+  bool m_bNoDay = false;               ///< it is not kept
   std::string m_strRecord;
   std::string m_strOut;
   std::string m_strScreenshot;
@@ -59,6 +60,8 @@ struct SOptions {
   /// may hedge a basket of his own.
   std::optional<bool> m_bFuturesAccount;
   bool hasFuturesAccount() const { return m_hedge.has_value() || m_bFuturesAccount.value_or(!m_bHeadless); }
+
+  bool keepsDay() const { return m_strReplay.empty() && !m_bNoDay && (!m_bHeadless || !m_strDay.empty()); }
 
   /// Whether the run restores the view and keeps it: one without a window leaves the user's own alone.
   bool keepsView() const { return m_strReplay.empty() && m_strPast.empty() && (!m_bHeadless || !m_strConfig.empty()); }

@@ -14,6 +14,7 @@
 #include "CLiveSession.h"
 #include "CMainWindow.h"
 #include "CSignalWatch.h"
+#include "DayChoice.h"
 #include "DayCommands.h"
 #include "DayStart.h"
 #include "DisplayScale.h"
@@ -83,8 +84,10 @@ void translateQt(QApplication& application) {
 
 int runLive(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
   app::SOptions options = parsed.m_options;
-  const daylog::SOpenedDay day = app::takeDay(parsed.m_ofDay, options);
+  const app::STakenDay day = app::takeDay(parsed.m_ofDay, options);
   if (!day.m_strFault.empty()) return fail(day.m_strFault);
+  // Known only now.
+  if (const std::string conflict = app::outputConflict(options); !conflict.empty()) return fail(conflict);
   const app::SInputs inputs = app::readInputs(options, app::tradingDayStart());
   for (const std::string& fault : inputs.m_faults) std::cerr << fault << "\n";
   if (!inputs.m_faults.empty()) return EXIT_BAD_INPUT;
