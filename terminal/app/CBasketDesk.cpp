@@ -23,17 +23,21 @@ CBasketDesk::CBasketDesk(QMainWindow& window, std::unique_ptr<CDraftHost> host, 
     : m_window(window),
       m_pHost(std::move(host)),
       m_store(folder),
-      m_pNewBasket(new QAction(QStringLiteral("新建篮子…"), this)) {
+      m_pNewBasket(new QAction(QStringLiteral("新建篮子…"), this)),
+      m_pMenu(new QMenu(QStringLiteral("篮子(&B)"), &m_window)) {
   m_pNewBasket->setShortcut(QKeySequence::New);
   connect(m_pNewBasket, &QAction::triggered, this, [this] { openWindow(); });
-  auto* menu = new QMenu(QStringLiteral("篮子(&B)"), &m_window);
-  menu->addAction(m_pNewBasket);
-  m_window.menuBar()->insertMenu(m_window.menuBar()->actions().value(0), menu);
+  m_pMenu->addAction(m_pNewBasket);
+  m_window.menuBar()->insertMenu(m_window.menuBar()->actions().value(0), m_pMenu);
   m_window.setAcceptDrops(true);
   m_window.installEventFilter(this);
 }
 
-CBasketDesk::~CBasketDesk() { qDeleteAll(m_window.findChildren<preview::CNewBasketWindow*>()); }
+CBasketDesk::~CBasketDesk() {
+  qDeleteAll(m_window.findChildren<preview::CNewBasketWindow*>());
+  delete m_pMenu;
+  m_window.setAcceptDrops(false);
+}
 
 int CBasketDesk::openDraftCount() const {
   const std::vector<preview::SKeptDraft> kept = m_store.list();

@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QMainWindow>
+#include <QMenu>
 #include <memory>
 
 #include "CDraftHost.h"
@@ -39,6 +40,7 @@ class CBasketDesk : public QObject {
   std::unique_ptr<CDraftHost> m_pHost;
   preview::CDraftStore m_store;
   QAction* m_pNewBasket;
+  QMenu* m_pMenu;
 };
 
 }  // namespace app

@@ -3,13 +3,13 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QProcess>
-#include <QThread>
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "AccountStart.h"
+#include "DayQuestion.h"
 #include "SessionSetup.h"
 #include "gv/CUiResource.h"
 #include "tc/ITradeDockableWidget.h"
@@ -91,6 +91,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, const
   makeThread();
   keepDay();
   makeBasketDesk(inputs);
+  if (!options.m_bHeadless) m_pMenu = addSessionMenu(window, [this] { endDay(); });
   feedDocks(inputs);
   openPanel(createPanel);
   if (!m_bGoesOn) startBaskets(inputs);
@@ -107,6 +108,7 @@ CLiveSession::~CLiveSession() {
   // From now on this thread waits for the others.
   m_desk.gate().dropFences();
   if (m_pThread) m_pThread->stop();
+  delete m_pMenu;
   m_window.docks().attach({});
   if (m_pRecorder && m_pPanel) m_pRecorder->recordClose();
   delete m_pPanel;
@@ -162,7 +164,7 @@ void CLiveSession::makeExceptions(const SDockSources& sources) {
   of.m_suspended = sources.m_suspended;
   of.m_orderUse = [this] { return std::exchange(m_useSinceLook, {}); };
   of.m_orderLimits = m_options.m_orderLimits;
-  of.m_feedTick = [this] { return m_bFinished ? -1 : m_pThread->now(); };
+  of.m_feedTick = [this] { return m_bEngineEnded ? -1 : m_pThread->now(); };
   m_pExceptions = std::make_unique<CExceptionFinder>(std::move(of));
   m_realClock.start();
 }
@@ -185,7 +187,7 @@ void CLiveSession::openPanel(TC::CreatePanelFunction createPanel) {
       [panel = m_pPanel](const ksservice::CTaskDetailPtr& detail) { panel->deliverTaskDetail(detail); });
   connect(m_pPanel, &TC::ITradeDockableWidget::sigPatchCreateTask, this, [this](const QString& lines) {
     // A recording goes on without the window, as a replay does.
-    if (!m_options.m_bHeadless) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
+    if (!m_options.m_bHeadless && m_pBasketDesk) m_pBasketDesk->openText(lines.toUtf8(), QStringLiteral("补单篮子"));
   });
   connect(m_pPanel, &TC::ITradeDockableWidget::sigRowChosen, &m_window.docks(), &CDocks::choose);
   connect(m_pPanel, &TC::ITradeDockableWidget::sigExplainRow, this, [this](int taskId, const QString& node) {
@@ -272,14 +274,13 @@ void CLiveSession::keepDay() {
 }
 
 /// A patch is kept with the figures on which it was confirmed: the panel asks on the GUI thread and has them then.
-void CLiveSession::post(engine::Act act) {
+void CLiveSession::addProof(engine::Act& act) {
   auto* create = std::get_if<engine::SCreateTask>(&act);
   if (create && m_pDay && m_pPanel && QThread::currentThread() == thread()) {
     const QByteArray explained = m_pPanel->explain(create->m_request.m_nTaskId, QString());
     const nlohmann::json document = nlohmann::json::parse(explained.toStdString(), nullptr, false);
     if (document.is_object() && document.contains("patch")) create->m_strProof = document["patch"].dump();
   }
-  m_pThread->post(std::move(act));
 }
 
 /// What the panel says stands at once; what the day says behind it is read.
@@ -304,16 +305,6 @@ void CLiveSession::lookBack(std::optional<std::int64_t> at) {
   if (at) words << QStringLiteral("--at") << timeOfDayText(*at);
   if (QProcess::startDetached(QCoreApplication::applicationFilePath(), words)) return;
   m_pLog->append(m_pThread->now(), QStringLiteral("回看无法启动"), CLogDock::ELevel::Warning);
-}
-
-/// The engine has stopped; a day is over when its clock has passed the close.
-void CLiveSession::endDay() {
-  if (!m_pKeeper) return;
-  std::string fault = m_pKeeper->flush();
-  if (fault.empty() && m_pSimulation->now() > exchange::DAY_CLOSES) fault = m_pDay->finish(m_pSimulation->now());
-  if (fault.empty()) return;
-  m_pLog->append(m_pSimulation->now(), QStringLiteral("日志写入失败：") + QString::fromStdString(fault),
-                 CLogDock::ELevel::Warning);
 }
 
 void CLiveSession::makeThread() {
@@ -366,7 +357,8 @@ void CLiveSession::showClock() {
   SClockState state;
   state.m_nMsec = m_pThread->now();
   state.m_date = QDateTime::fromSecsSinceEpoch(tradingDayStart(), exchangeTimeZone()).date();
-  state.m_strPhase = phaseText(exchange::phaseAt(exchange::EKind::Share, state.m_nMsec));
+  state.m_strPhase = m_bDayEnded ? QStringLiteral("交易日已结束")
+                                 : phaseText(exchange::phaseAt(exchange::EKind::Share, state.m_nMsec));
   state.m_strSpeed = QStringLiteral("×%1").arg(speedOf(m_options));
   state.m_dDetailsPerSecond = m_dDetailsPerSecond;
   const std::vector<SAccountUse> use = orderUse();
@@ -388,34 +380,6 @@ std::vector<SAccountUse> CLiveSession::orderUse() {
         {QString::fromStdString(account.m_pInfo ? account.m_pInfo->m_strDisplayId : use.m_strAccount), use});
   }
   return accounts;
-}
-
-/// The engine has ended: what it delivered is in the panel's caches. One refresh more shows it all.
-void CLiveSession::finish() {
-  if (std::exchange(m_bFinished, true)) return;
-  m_clockTimer.stop();
-  m_pThread->stop();
-  endDay();
-  settle();
-  m_services.liveClock()->firePendingTimer();
-  settle();
-  showClock();
-  if (m_pRecorder) m_pRecorder->recordDump("end");
-  if (m_pOutput) m_pOutput->dump(*m_pPanel, "end");
-  if (m_pState) m_bViewKept = m_pState->save(m_pPanel->param(), m_window);
-  Q_EMIT sigEnded();
-}
-
-/// Until the panel's queue is empty and what its jobs queued for the GUI thread has run.
-void CLiveSession::settle() {
-  do {
-    while (!m_desk.gate().isIdle()) {
-      QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-      QThread::msleep(1);
-    }
-    QCoreApplication::sendPostedEvents();
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-  } while (!m_desk.gate().isIdle());
 }
 
 }  // namespace app

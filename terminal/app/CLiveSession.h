@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
+#include <atomic>
 #include <memory>
 #include <ostream>
 
@@ -21,6 +22,8 @@
 #include "docks/CExceptionFinder.h"
 #include "past/CDayReader.h"
 #include "tc/PanelPlugin.h"
+
+class QMenu;
 
 namespace app {
 
@@ -49,6 +52,9 @@ class CLiveSession : public QObject {
   /// Stops the exchange, shows and writes what it delivered last, keeps the view. Once; for a user who closes the
   /// window too.
   void finish();
+  /// The user has said that the day is over: stops the exchange and shows what it delivered last; nothing can be asked
+  /// of it any more. What is shown stays until finish().
+  void endDay();
   /// False, after a line on standard error, when the view could not be kept.
   bool isViewKept() const { return m_bViewKept; }
 
@@ -66,7 +72,10 @@ class CLiveSession : public QObject {
   void lookBack(std::optional<std::int64_t> at);
   void explain(int taskId, const QString& node, const SDockSources::Explained& answer);
   void post(engine::Act act);
-  void endDay();
+  void addProof(engine::Act& act);
+  void endEngine();
+  void closeLog();
+  void refuseAfterEnd(const engine::Act& act);
   void feedDocks(const SInputs& inputs);
   void makeExceptions(const SDockSources& sources);
   void lookForExceptions();
@@ -105,6 +114,9 @@ class CLiveSession : public QObject {
   QElapsedTimer m_realClock;
   qint64 m_nLookedAt = -1;  ///< seconds of the real clock
   std::vector<engine::SOrderUse> m_useSinceLook;
+  QMenu* m_pMenu = nullptr;  ///< null without a window
+  std::atomic<bool> m_bEngineEnded{false};
+  bool m_bDayEnded = false;  ///< by the user
   bool m_bFinished = false;
   bool m_bViewKept = true;
   bool m_bLossTold = false;

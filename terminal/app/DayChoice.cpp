@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QStandardPaths>
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 #include "DayStart.h"
@@ -42,35 +43,69 @@ class CDayFolder {
   }
 
  private:
-  QDir m_folder;
-  QString m_strDate;
+  const QDir m_folder;
+  const QString m_strDate;
 };
 
 STakenDay goOn(daylog::SOpenedDay day, const OptionValues& given, SOptions& options) {
-  if (!day.m_pLog) return {nullptr, day.m_strFault};
-  if (day.m_pLog->isFinished()) return {nullptr, options.m_strDay + ": this day is over"};
-  if (day.m_pLog->entries().empty()) return {std::move(day.m_pLog), {}};
+  if (!day.m_pLog) return {.m_strFault = day.m_strFault};
+  if (day.m_pLog->entries().empty()) return {.m_pLog = std::move(day.m_pLog)};
   const std::string fault = takeStart(*day.m_pLog, given, options);
-  if (!fault.empty()) return {nullptr, options.m_strDay + ": " + fault};
-  return {std::move(day.m_pLog), {}};
+  if (!fault.empty()) return {.m_strFault = options.m_strDay + ": " + fault};
+  return {.m_pLog = std::move(day.m_pLog)};
 }
 
-STakenDay takeOwn(const OptionValues& given, SOptions& options) {
+SDayQuestion questionOf(const std::string& file, const daylog::SOpenedDay& day) {
+  SDayQuestion question{.m_strFile = file, .m_strFault = day.m_strFault, .m_bTaken = day.m_bTaken};
+  if (day.m_pLog) question.m_nMsec = lastTime(*day.m_pLog);
+  return question;
+}
+
+STakenDay takeOwn(const OptionValues& given, SOptions& options, const AskDay& ask) {
   const CDayFolder folder;
-  if (std::string fault = folder.make(); !fault.empty()) return {nullptr, std::move(fault)};
-  for (int number = std::max(folder.newest(), 1);; ++number) {
+  if (std::string fault = folder.make(); !fault.empty()) return {.m_strFault = std::move(fault)};
+  int number = std::max(folder.newest(), 1);
+  for (;;) {
     options.m_strDay = folder.file(number);
     daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-    if (!day.m_pLog || !day.m_pLog->isFinished()) return goOn(std::move(day), given, options);
+    const bool over = day.m_pLog && day.m_pLog->isFinished();
+    if (day.m_pLog && day.m_pLog->entries().empty()) return goOn(std::move(day), given, options);
+    const EDayAnswer answer = over ? EDayAnswer::BeginNew : ask(questionOf(options.m_strDay, day));
+    if (answer == EDayAnswer::Leave) return {.m_bLeft = true};
+    if (answer == EDayAnswer::GoOn) return goOn(std::move(day), given, options);
+    // While the user thought, another terminal may have begun one, which he is asked for again.
+    number = std::max(number + 1, folder.newest());
+  }
+}
+
+/// today.db, today-2.db, today-3.db
+std::string besides(const std::string& file, int number) {
+  std::filesystem::path path = file;
+  if (number > 1)
+    path.replace_filename(path.stem().string() + '-' + std::to_string(number) + path.extension().string());
+  return path.string();
+}
+
+STakenDay takeNamed(const OptionValues& given, SOptions& options) {
+  const std::string named = options.m_strDay;
+  for (int number = 1;; ++number) {
+    options.m_strDay = besides(named, number);
+    daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
+    if (day.m_pLog && day.m_pLog->isFinished()) continue;
+    const bool isNew = day.m_pLog && day.m_pLog->entries().empty();
+    STakenDay taken = goOn(std::move(day), given, options);
+    if (number == 1) return taken;
+    taken.m_strNote =
+        named + ": this day is over, " + options.m_strDay + (isNew ? " keeps the next one" : " is gone on with");
+    return taken;
   }
 }
 
 }  // namespace
 
-STakenDay takeDay(const OptionValues& given, SOptions& options) {
+STakenDay takeDay(const OptionValues& given, SOptions& options, const AskDay& ask) {
   if (!options.keepsDay()) return {};
-  if (options.m_strDay.empty()) return takeOwn(given, options);
-  return goOn(daylog::openDay(options.m_strDay), given, options);
+  return options.m_strDay.empty() ? takeOwn(given, options, ask) : takeNamed(given, options);
 }
 
 }  // namespace app

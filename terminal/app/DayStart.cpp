@@ -1,6 +1,7 @@
 #include "DayStart.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "Inputs.h"
@@ -62,6 +63,11 @@ std::string startText(const OptionValues& ofDay, const SOptions& options) {
 }
 
 }  // namespace
+
+std::int64_t lastTime(const daylog::IDayLog& log) {
+  const std::int64_t entered = log.entries().empty() ? 0 : log.entries().back().m_nMsec;
+  return log.marks().empty() ? entered : std::max(entered, log.marks().back().m_nMsec);
+}
 
 std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options) {
   try {

@@ -9,6 +9,9 @@ namespace app {
 /// The kind of a log's first entry.
 inline constexpr const char* DAY_ENTRY = "day";
 
+/// Where a day that was begun stands, milliseconds since midnight.
+std::int64_t lastTime(const daylog::IDayLog& log);
+
 /// Takes over what a day that was begun started with. Empty, or why it cannot go on: an option that was given otherwise
 /// (with both values), a file that is not the same any more.
 std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options);

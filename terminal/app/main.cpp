@@ -16,6 +16,7 @@
 #include "CSignalWatch.h"
 #include "DayChoice.h"
 #include "DayCommands.h"
+#include "DayQuestion.h"
 #include "DayStart.h"
 #include "DisplayScale.h"
 #include "Inputs.h"
@@ -84,8 +85,10 @@ void translateQt(QApplication& application) {
 
 int runLive(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
   app::SOptions options = parsed.m_options;
-  const app::STakenDay day = app::takeDay(parsed.m_ofDay, options);
+  const app::STakenDay day = app::takeDay(parsed.m_ofDay, options, app::askOfDay);
   if (!day.m_strFault.empty()) return fail(day.m_strFault);
+  if (day.m_bLeft) return 0;
+  if (!day.m_strNote.empty()) std::cerr << day.m_strNote << std::endl;
   // Known only now.
   if (const std::string conflict = app::outputConflict(options); !conflict.empty()) return fail(conflict);
   const app::SInputs inputs = app::readInputs(options, app::tradingDayStart());

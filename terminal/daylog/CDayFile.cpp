@@ -88,6 +88,7 @@ SOpenedDay openAs(const std::string& path, CDayFile::EMode mode) {
     if (!day->findings().empty()) throw CFault("is damaged: " + day->findings().front());
     opened.m_pLog = std::move(day);
   } catch (const std::exception& fault) {
+    opened.m_bTaken = dynamic_cast<const CTakenFault*>(&fault) != nullptr;
     opened.m_strFault = path + ": " + fault.what();
   }
   return opened;

@@ -28,12 +28,11 @@ CFileLock::CFileLock(const std::string& path) : CFileLock(path, O_CREAT) {}
 CFileLock::CFileLock(const std::string& path, SNewFile) : CFileLock(path, O_CREAT | O_EXCL) {}
 
 CFileLock::CFileLock(const std::string& path, int flags) {
-  const char* const another = "another terminal goes on with this day";
   const std::lock_guard lock(takenMutex);
   struct stat state {};
   if (stat(path.c_str(), &state) == 0) {
     if ((flags & O_EXCL) != 0) throw CFault("is there already");
-    if (taken.contains(identityOf(state))) throw CFault(another);
+    if (taken.contains(identityOf(state))) throw CTakenFault();
   }
   m_nFile = open(path.c_str(), O_RDWR | O_CLOEXEC | flags, 0644);
   if (m_nFile < 0) throw CFault(std::string("cannot write it: ") + std::strerror(errno));
@@ -45,7 +44,8 @@ CFileLock::CFileLock(const std::string& path, int flags) {
   const bool isTaken = errno == EWOULDBLOCK;
   const std::string reason = std::strerror(errno);
   close(m_nFile);
-  throw CFault(isTaken ? another : "cannot lock it: " + reason);
+  if (isTaken) throw CTakenFault();
+  throw CFault("cannot lock it: " + reason);
 }
 
 CFileLock::~CFileLock() {

@@ -4,7 +4,15 @@
 #include <string>
 #include <utility>
 
+#include "Database.h"
+
 namespace daylog {
+
+/// Another terminal goes on with the day.
+class CTakenFault : public CFault {
+ public:
+  CTakenFault() : CFault("another terminal goes on with this day") {}
+};
 
 /// Keeps a file for one process: whoever else tries is refused, by whatever name it knows the file, until this object
 /// goes or the process dies. Readers do not ask. Once it is taken this process opens the file by SQLite only: whoever

@@ -51,6 +51,7 @@ class IDayLog {
 struct SOpenedDay {
   std::unique_ptr<IDayLog> m_pLog;  ///< null for a fault
   std::string m_strFault;           ///< names the file
+  bool m_bTaken = false;            ///< the fault is that another terminal goes on with it
 };
 
 /// For an engine: makes the file where there is none, and locks it until the log goes or the process dies. A file that
