@@ -87,7 +87,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, const
     m_desk.addObserver(m_pDayOutputs.get());
   }
   setHooks();
-  if (!goOn()) return;
+  if (!goOn(keeps.m_progress)) return;
   makeThread();
   keepDay();
   makeBasketDesk(inputs);
@@ -250,12 +250,13 @@ void CLiveSession::setHooks() {
 }
 
 /// A day that was begun stands where its log ends, before anybody looks. False when it cannot.
-bool CLiveSession::goOn() {
+bool CLiveSession::goOn(const std::function<bool(std::int64_t)>& progress) {
   // The first entry says how the day began.
   m_bGoesOn = m_pDay && m_pDay->entries().size() > 1;
   if (!m_bGoesOn) return true;
   SAgain again;
   again.m_pOutputs = m_pDayOutputs.get();
+  again.m_progress = progress;
   again.m_onNew = [this](daylog::SMark mark) { m_pKeeper->mark(std::move(mark)); };
   m_strFault = runAgain(*m_pDay, *m_pSimulation, m_desk, again);
   if (!m_strFault.empty()) return false;

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QTimer>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <ostream>
 
@@ -40,6 +41,8 @@ class CLiveSession : public QObject {
     std::ostream* m_pRecord = nullptr;
     CStateStore* m_pState = nullptr;
     daylog::IDayLog* m_pDay = nullptr;  ///< a day of which it holds acts is gone on with
+    /// Told the clock while such a day is run again, milliseconds since midnight; false gives up. Not kept.
+    std::function<bool(std::int64_t)> m_progress = [](std::int64_t) { return true; };
   };
   CLiveSession(const SOptions& options, const SInputs& inputs, const SKeeps& keeps, CMainWindow& window,
                TC::CreatePanelFunction createPanel);
@@ -66,7 +69,7 @@ class CLiveSession : public QObject {
   void fillDesk(const SInputs& inputs);
   void openPanel(TC::CreatePanelFunction createPanel);
   void setHooks();
-  bool goOn();
+  bool goOn(const std::function<bool(std::int64_t)>& progress);
   void makeThread();
   void keepDay();
   void lookBack(std::optional<std::int64_t> at);

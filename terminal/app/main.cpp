@@ -10,6 +10,7 @@
 #include <memory>
 #include <utility>
 
+#include "CDayProgress.h"
 #include "CExportGuard.h"
 #include "CLiveSession.h"
 #include "CMainWindow.h"
@@ -83,6 +84,50 @@ void translateQt(QApplication& application) {
   }
 }
 
+/// The view that is kept; null where none is. fault: why it cannot be, and status what the program ends with then.
+std::unique_ptr<app::CStateStore> openView(const app::SOptions& options, std::string& fault, int& status) {
+  if (!options.keepsView()) return nullptr;
+  auto state = std::make_unique<app::CStateStore>(options.m_strConfig);
+  fault = state->fault();
+  status = EXIT_BAD_INPUT;
+  if (!fault.empty() || options.m_strConfig.empty()) return state;
+  // Nobody asked for the user's own one: a run is not refused for it.
+  fault = state->writeFault();
+  status = EXIT_NOT_WRITTEN;
+  return state;
+}
+
+app::CDayProgress::SSpan spanOf(const daylog::IDayLog* day, const app::SOptions& options) {
+  return {options.m_nStartMinute * std::int64_t{60000}, day ? app::lastTime(*day) : 0};
+}
+
+int runSession(const app::SOptions& options, const app::SInputs& inputs, daylog::IDayLog* day, app::CStateStore* state,
+               app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
+  const app::CSignalWatch signalWatch;
+  app::CMainWindow window;
+  app::followScreen(window, options);
+  app::CDayProgress progress(options.m_strDay, spanOf(day, options), options.m_bHeadless);
+  QObject::connect(&signalWatch, &app::CSignalWatch::sigEnd, &progress, &app::CDayProgress::giveUp);
+  app::CLiveSession session(
+      options, inputs,
+      {outputs.out(), outputs.record(), state, day, [&progress](std::int64_t msec) { return progress.advance(msec); }},
+      window, createPanel);
+  if (progress.isGivenUp())
+    return fail(options.m_strDay + ": not gone on with; the day is as it was", EXIT_NOT_WRITTEN);
+  if (const std::string fault = session.fault(); !fault.empty()) return fail(options.m_strDay + ": " + fault);
+  QObject::connect(&session, &app::CLiveSession::sigEnded, &window, [&] {
+    outputs.writePicture(window.picture());
+    QApplication::exit();
+  });
+  progress.hide();
+  window.show();
+  session.start();
+  QObject::connect(&signalWatch, &app::CSignalWatch::sigEnd, &session, &app::CLiveSession::finish);
+  QApplication::exec();
+  session.finish();
+  return session.isViewKept() ? 0 : EXIT_NOT_WRITTEN;
+}
+
 int runLive(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {
   app::SOptions options = parsed.m_options;
   const app::STakenDay day = app::takeDay(parsed.m_ofDay, options, app::askOfDay);
@@ -97,33 +142,13 @@ int runLive(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::Creat
   if (const std::string fault = app::beginDay(day.m_pLog.get(), parsed.m_ofDay, options); !fault.empty()) {
     return fail(fault, EXIT_NOT_WRITTEN);
   }
-  std::unique_ptr<app::CStateStore> state;
-  if (options.keepsView()) {
-    state = std::make_unique<app::CStateStore>(options.m_strConfig);
-    if (const std::string fault = state->fault(); !fault.empty()) return fail(fault);
-    // Nobody asked for the user's own one: a run is not refused for it.
-    const std::string fault = options.m_strConfig.empty() ? std::string() : state->writeFault();
-    if (!fault.empty()) return fail(fault, EXIT_NOT_WRITTEN);
-  }
+  std::string fault;
+  int status = 0;
+  const std::unique_ptr<app::CStateStore> state = openView(options, fault, status);
+  if (!fault.empty()) return fail(fault, status);
   if (!outputs.open()) return EXIT_NOT_WRITTEN;
   if (state && options.m_strPalette.isEmpty()) GV::CUiResource::setSidePalette(state->sidePalette());
-
-  const app::CSignalWatch signalWatch;
-  app::CMainWindow window;
-  app::followScreen(window, options);
-  app::CLiveSession session(options, inputs, {outputs.out(), outputs.record(), state.get(), day.m_pLog.get()}, window,
-                            createPanel);
-  if (const std::string fault = session.fault(); !fault.empty()) return fail(options.m_strDay + ": " + fault);
-  QObject::connect(&session, &app::CLiveSession::sigEnded, &window, [&] {
-    outputs.writePicture(window.picture());
-    QApplication::exit();
-  });
-  window.show();
-  session.start();
-  QObject::connect(&signalWatch, &app::CSignalWatch::sigEnd, &session, &app::CLiveSession::finish);
-  QApplication::exec();
-  session.finish();
-  return session.isViewKept() ? 0 : EXIT_NOT_WRITTEN;
+  return runSession(options, inputs, day.m_pLog.get(), state.get(), outputs, createPanel);
 }
 
 int runReplay(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::CreatePanelFunction createPanel) {

@@ -24,6 +24,7 @@ class DayChoice : public Terminal {
     qputenv("XDG_DATA_HOME", m_folder.path().toUtf8());
     qputenv("XDG_CONFIG_HOME", m_folder.path().toUtf8());
   }
+
   static QStringList files() {
     return QDir(QStringLiteral("PanelBasketTasks/days")).entryList({"*.db"}, QDir::Files, QDir::Name);
   }
@@ -67,6 +68,14 @@ TEST_F(DayChoice, ASessionWithAWindowKeepsItsDayWithoutBeingTold) {
   EXPECT_EQ(runTerminal(brief).m_nStatus, 0);
   EXPECT_EQ(files(), QStringList({"2026-11-23-1.db", "2026-11-23-2.db"}));
   EXPECT_EQ(readFile("PanelBasketTasks/days/2026-11-23-1.db"), before);
+
+  // A named one is gone on with, and shown when it has been run again.
+  for (const char* seconds : {"1.5", "1.6"}) {
+    EXPECT_EQ(
+        runTerminal({"--seconds", seconds, "--speed", "6000", "--day", "day.db", "--screenshot", "a.png"}).m_nStatus,
+        0);
+    EXPECT_TRUE(QFile::remove("a.png"));
+  }
 
   // Without a place for it a session says so, and how to do without.
   qputenv("XDG_DATA_HOME", "/dev/null");

@@ -12,6 +12,7 @@
 #include <QTimer>
 
 #include "CBasketTasksPanel.h"
+#include "CDayProgress.h"
 #include "CLiveSession.h"
 #include "DayQuestion.h"
 #include "DayStart.h"
@@ -62,6 +63,27 @@ class CAnswer {
   QTimer m_timer;
 };
 
+/// A day in a file.
+class KeptDay : public testing::Test {
+ protected:
+  void begin(const QStringList& arguments) {
+    const app::SParsedOptions parsed = app::parseOptions(
+        arguments + QStringList{"--start", "09:31", "--day", m_folder.filePath(QStringLiteral("day.db"))});
+    ASSERT_EQ(parsed.m_strError, QString());
+    m_options = parsed.m_options;
+    m_inputs = app::readInputs(m_options, app::tradingDayStart());
+    m_day = daylog::openDay(m_options.m_strDay);
+    ASSERT_TRUE(m_day.m_pLog) << m_day.m_strFault;
+    ASSERT_EQ(app::beginDay(m_day.m_pLog.get(), parsed.m_ofDay, m_options), "");
+  }
+  app::CLiveSession::SKeeps keeps() const { return {nullptr, nullptr, nullptr, m_day.m_pLog.get()}; }
+
+  const QTemporaryDir m_folder;
+  app::SOptions m_options;
+  app::SInputs m_inputs;
+  daylog::SOpenedDay m_day;
+};
+
 bool waitFor(const std::function<bool()>& holds) { return QTest::qWaitFor(holds, 30000); }
 
 }  // namespace
@@ -91,19 +113,10 @@ TEST(DayQuestion, EnterGoesOnAndEscapeLeaves) {
   EXPECT_EQ(taken.m_strText, QStringLiteral("另一个终端正在继续交易日 2026-11-23-1.db。"));
 }
 
-TEST(DayEnd, TheUserEndsItAndLooksAtWhatIsThere) {
-  const QTemporaryDir folder;
-  app::SParsedOptions parsed = app::parseOptions({"--start", "09:31", "--speed", "60", "--basket",
-                                                  QStringLiteral(PBT_SOURCE_DIR "/data/baskets/basket50.csv"), "--day",
-                                                  folder.filePath("day.db")});
-  ASSERT_EQ(parsed.m_strError, QString());
-  const app::SOptions& options = parsed.m_options;
-  daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
-  ASSERT_EQ(app::beginDay(day.m_pLog.get(), parsed.m_ofDay, options), "");
+TEST_F(KeptDay, EndsByItsUserWhoLooksAtWhatIsThere) {
+  begin({"--speed", "60", "--basket", QStringLiteral(PBT_SOURCE_DIR "/data/baskets/basket50.csv")});
   app::CMainWindow window;
-  const app::SInputs inputs = app::readInputs(options, app::tradingDayStart());
-  app::CLiveSession session(options, inputs, {nullptr, nullptr, nullptr, day.m_pLog.get()}, window, createPanel);
+  app::CLiveSession session(m_options, m_inputs, keeps(), window, createPanel);
   int ends = 0;
   QObject::connect(&session, &app::CLiveSession::sigEnded, [&ends] { ++ends; });
   window.show();
@@ -117,12 +130,12 @@ TEST(DayEnd, TheUserEndsItAndLooksAtWhatIsThere) {
   const CAnswer enter = CAnswer::key(Qt::Key_Return);
   entry.trigger();
   EXPECT_EQ(enter.m_strDefault, QStringLiteral("取消"));
-  EXPECT_FALSE(day.m_pLog->isFinished());
+  EXPECT_FALSE(m_day.m_pLog->isFinished());
   const CAnswer end = CAnswer::button(QStringLiteral("结束"));
   entry.trigger();
-  EXPECT_TRUE(day.m_pLog->isFinished());
+  EXPECT_TRUE(m_day.m_pLog->isFinished());
   EXPECT_FALSE(entry.isEnabled());
-  const std::size_t kept = day.m_pLog->entries().size();
+  const std::size_t kept = m_day.m_pLog->entries().size();
   EXPECT_EQ(ends, 0) << "the program stays";
 
   // No basket can be sent, and what is asked of the engine is refused in words.
@@ -134,7 +147,48 @@ TEST(DayEnd, TheUserEndsItAndLooksAtWhatIsThere) {
   }
   const auto* log = window.log().findChild<QPlainTextEdit*>();
   EXPECT_TRUE(waitFor([&] { return log->toPlainText().contains(QStringLiteral("交易日已结束，操作未执行")); }));
-  EXPECT_EQ(day.m_pLog->entries().size(), kept);
+  EXPECT_EQ(m_day.m_pLog->entries().size(), kept);
   session.finish();
   EXPECT_EQ(ends, 1);
+}
+
+TEST_F(KeptDay, ShowsHowFarItIsRunAgainUntilTheUserGivesUp) {
+  begin({"--speed", "600", "--algo", "twap"});
+  {
+    app::CMainWindow window;
+    app::CLiveSession session(m_options, m_inputs, keeps(), window, createPanel);
+    session.start();
+    ASSERT_TRUE(waitFor([this] { return !m_day.m_pLog->marks().empty(); }));
+    session.finish();
+  }
+  // Long enough to be seen; the state is not looked at before its end.
+  ASSERT_EQ(m_day.m_pLog->append({}, {{53999000, 1}}), "");
+  const std::string head = m_day.m_pLog->head();
+
+  app::CDayProgress progress(m_options.m_strDay, {34260000, app::lastTime(*m_day.m_pLog)}, false);
+  QTimer look;
+  int looked = 0;
+  QString text;
+  int percent = 0;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    for (QWidget* each : QApplication::topLevelWidgets()) {
+      const auto* bar = each->findChild<QProgressBar*>();
+      if (!bar || !each->isVisible() || ++looked < 3) continue;
+      text = each->findChild<QLabel*>()->text();
+      percent = bar->value();
+      each->findChild<QPushButton*>()->click();
+    }
+  });
+  look.start(0);
+  app::CLiveSession::SKeeps again = keeps();
+  std::int64_t reached = 0;
+  again.m_progress = [&](std::int64_t msec) { return progress.advance(reached = msec); };
+  app::CMainWindow window;
+  const app::CLiveSession session(m_options, m_inputs, again, window, createPanel);
+  EXPECT_NE(session.fault(), "");
+  EXPECT_TRUE(progress.isGivenUp());
+  EXPECT_LT(reached, 53999000) << "it is given up at once";
+  EXPECT_EQ(text, QStringLiteral("正在恢复交易日 ") + app::timeOfDayText(reached));
+  EXPECT_EQ(percent, 100 * (reached - 34260000) / (53999000 - 34260000));
+  EXPECT_EQ(m_day.m_pLog->head(), head);
 }
