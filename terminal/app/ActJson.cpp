@@ -15,6 +15,8 @@ using journal::CReadArchive;
 using journal::CWriteArchive;
 using journal::STaskParam;
 
+const char* const ACTS_LINE = "actsLine";
+
 // What names accounts by pointers names them by their keys in the text.
 
 struct SPartRecord {
@@ -116,13 +118,10 @@ void fields(Archive& a, engine::SSetHedge& act) {
   HEDGE_FIELDS(a, act.m_param);
 }
 
-const journal::Names<engine::EHedgeAct> HEDGE_ACTS{
-    {engine::EHedgeAct::Start, "start"}, {engine::EHedgeAct::Pause, "pause"}, {engine::EHedgeAct::Stop, "stop"}};
-
 template <typename Archive>
 void fields(Archive& a, engine::SSteerHedge& act) {
   a.required("group", act.m_nGroupId);
-  a.choice("act", act.m_eAct, HEDGE_ACTS);
+  a.choice("act", act.m_eAct, hedgeActNames());
 }
 
 // Most acts are their own record.
@@ -222,13 +221,25 @@ Reader readerOf(const std::string& kind) {
 
 }  // namespace
 
-SActText toText(const engine::Act& act) {
+const journal::Names<engine::EHedgeAct>& hedgeActNames() {
+  static const journal::Names<engine::EHedgeAct> NAMES{
+      {engine::EHedgeAct::Start, "start"}, {engine::EHedgeAct::Pause, "pause"}, {engine::EHedgeAct::Stop, "stop"}};
+  return NAMES;
+}
+
+int actsLineOf(const std::string& body) {
+  const nlohmann::json json = nlohmann::json::parse(body, nullptr, false);
+  return json.is_object() ? json.value(ACTS_LINE, 0) : 0;
+}
+
+SActText toText(const engine::Act& act, int actsLine) {
   return std::visit(
-      [](const auto& each) {
+      [actsLine](const auto& each) {
         auto record = toRecord(each);
         nlohmann::ordered_json body = nlohmann::ordered_json::object();
         CWriteArchive archive(body);
         fields(archive, record);
+        archive.optional(ACTS_LINE, actsLine);
         return SActText{kindOf(record), body.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)};
       },
       act);

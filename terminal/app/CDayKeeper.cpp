@@ -51,11 +51,11 @@ class CMarkCheck {
 
 }  // namespace
 
-std::string CDayKeeper::keep(std::int64_t msec, const std::vector<engine::Act>& acts) {
+std::string CDayKeeper::keep(std::int64_t msec, const std::vector<engine::Act>& acts, int actsLine) {
   std::vector<daylog::SEntry> entries;
   entries.reserve(acts.size());
   for (const engine::Act& act : acts) {
-    SActText text = toText(act);
+    SActText text = toText(act, actsLine);
     entries.push_back({0, msec, std::move(text.m_strKind), std::move(text.m_strBody)});
   }
   std::string fault = m_log.append(entries, m_marks);
@@ -76,7 +76,7 @@ std::string CDayKeeper::flush() {
   return fault;
 }
 
-std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, const desk::CDesk& desk,
+std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, desk::CDesk& desk,
                      const SAgain& again) {
   CMarkCheck check(log.marks());
   simulation.setSecondHook([&](std::int64_t msec, std::uint64_t hash) {
@@ -102,6 +102,7 @@ std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation
       break;
     }
     engine::carryOut(*act, simulation);
+    engine::noteHedge(*act, desk);
   }
   runTo(check.end());
   simulation.server().setAnswering(true);

@@ -18,7 +18,7 @@ class CDayKeeper : public IActKeeper {
   /// The log must outlive the keeper.
   explicit CDayKeeper(daylog::IDayLog& log) : m_log(log) {}
 
-  std::string keep(std::int64_t msec, const std::vector<engine::Act>& acts) override;
+  std::string keep(std::int64_t msec, const std::vector<engine::Act>& acts, int actsLine) override;
 
   /// The state at a second of the clock. It is kept with the next acts, or a second later: it follows from the acts, so
   /// that it may be lost.
@@ -45,7 +45,7 @@ struct SAgain {
 /// Brings a simulation that stands at the beginning of a day to where a log ends: carries its acts out at their times
 /// and runs on to its last mark. Before anybody listens, on the thread that owns the simulation. Empty, or why the day
 /// is another one: an entry that cannot be read, a state or outputs that are not as they were kept.
-std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, const desk::CDesk& desk,
+std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, desk::CDesk& desk,
                      const SAgain& again);
 
 }  // namespace app

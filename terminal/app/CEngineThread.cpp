@@ -50,15 +50,29 @@ void CEngineThread::ask(std::function<void(engine::CSimulation&)> question) {
 }
 
 /// Nothing is carried out of which there is no entry: it would be gone after a crash.
-void CEngineThread::takeActs(const std::vector<engine::Act>& acts) {
+void CEngineThread::takeActs(const std::vector<engine::Act>& acts, int actsLine) {
   if (acts.empty()) return;
-  const std::string fault = m_pKeeper ? m_pKeeper->keep(m_simulation.now(), acts) : std::string();
+  const std::string fault = m_pKeeper ? m_pKeeper->keep(m_simulation.now(), acts, actsLine) : std::string();
   for (const engine::Act& act : acts) {
     if (fault.empty()) {
       engine::carryOut(act, m_simulation);
+      if (actsLine > 0) engine::noteHedge(act, m_desk);
     } else {
       engine::refuse(act, "日志无法写入，未执行：" + fault, m_simulation);
     }
+  }
+}
+
+/// Nobody waits for what the schedule asks: an answer would be taken for that to somebody's request.
+void CEngineThread::takeDue(std::int64_t target) {
+  for (;;) {
+    const std::int64_t step = m_pSchedule ? m_pSchedule->nextStep(m_simulation) : -1;
+    if (step < 0 || step > target) return;
+    m_simulation.advanceTo(step);
+    const CActSchedule::SDue due = m_pSchedule->take(m_simulation);
+    m_simulation.server().setAnswering(false);
+    takeActs(due.m_acts, due.m_nLine);
+    m_simulation.server().setAnswering(true);
   }
 }
 
@@ -80,7 +94,7 @@ void CEngineThread::run() {
       acts.swap(m_acts);
       questions.swap(m_questions);
     }
-    takeActs(acts);
+    takeActs(acts, 0);
     for (const auto& question : questions) question(m_simulation);
     const std::int64_t target = targetTime();
     if (runStep(std::min(target, m_nNow + PIECE_MSEC))) {
@@ -105,6 +119,7 @@ std::vector<engine::SOrderUse> CEngineThread::orderUse() const {
 void CEngineThread::stepSimulation(std::int64_t target) {
   engine::COrderRates& rates = m_simulation.engine().router().rates();
   rates.restartSeconds(m_simulation.now());
+  takeDue(target);
   m_simulation.advanceTo(target);
   std::vector<engine::SOrderUse> use = rates.use();
   const std::lock_guard<std::mutex> lock(m_mutex);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Acts.h"
+#include "CActSchedule.h"
 #include "CSimulation.h"
 #include "IActKeeper.h"
 
@@ -39,6 +40,9 @@ class CEngineThread {
   /// Has acts kept before they are carried out; null: they are carried out at once. Before start(). It must outlive
   /// this object.
   void setKeeper(IActKeeper* keeper) { m_pKeeper = keeper; }
+  /// Has what is due at times of the clock carried out at exactly these steps, however fast it runs; null: nothing is.
+  /// Before start(). It must outlive this object.
+  void setSchedule(CActSchedule* schedule) { m_pSchedule = schedule; }
   /// Has an act carried out on the engine's thread, before its next step, after all that were posted before; nothing
   /// after stop(). One that cannot be kept is refused. Any thread.
   void post(engine::Act act);
@@ -56,7 +60,8 @@ class CEngineThread {
 
  private:
   void run();
-  void takeActs(const std::vector<engine::Act>& acts);
+  void takeActs(const std::vector<engine::Act>& acts, int actsLine);
+  void takeDue(std::int64_t target);
   bool runStep(std::int64_t target);
   void stepSimulation(std::int64_t target);
   std::int64_t targetTime() const;
@@ -67,6 +72,7 @@ class CEngineThread {
   SPace m_pace;
   std::function<void()> m_atEnd;
   IActKeeper* m_pKeeper = nullptr;
+  CActSchedule* m_pSchedule = nullptr;
   std::int64_t m_nBegin;
   std::chrono::steady_clock::time_point m_begin;
   std::atomic<std::int64_t> m_nNow;

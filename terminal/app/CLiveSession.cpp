@@ -90,6 +90,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, const
   if (!goOn(keeps.m_progress)) return;
   makeThread();
   keepDay();
+  schedule(inputs);
   makeBasketDesk(inputs);
   if (!options.m_bHeadless) m_pMenu = addSessionMenu(window, [this] { endDay(); });
   feedDocks(inputs);
@@ -324,6 +325,15 @@ void CLiveSession::makeThread() {
         this, [this] { finish(); }, Qt::QueuedConnection);
   });
   m_desk.requests().setDriver(&m_driver);
+}
+
+void CLiveSession::schedule(const SInputs& inputs) {
+  const auto tell = [this](const std::string& text) {
+    m_pLog->append(m_pSimulation->now(), QString::fromStdString(text), CLogDock::ELevel::Warning);
+  };
+  m_pSchedule = std::make_unique<CActSchedule>(inputs.m_acts, m_desk, tell);
+  if (m_bGoesOn) m_pSchedule->passOver(*m_pDay, *m_pSimulation);
+  m_pThread->setSchedule(m_pSchedule.get());
 }
 
 void CLiveSession::startBaskets(const SInputs& inputs) {

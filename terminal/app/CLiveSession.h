@@ -74,6 +74,7 @@ class CLiveSession : public QObject {
   void keepDay();
   void lookBack(std::optional<std::int64_t> at);
   void explain(int taskId, const QString& node, const SDockSources::Explained& answer);
+  void schedule(const SInputs& inputs);
   void post(engine::Act act);
   void addProof(engine::Act& act);
   void endEngine();
@@ -108,6 +109,7 @@ class CLiveSession : public QObject {
   std::unique_ptr<CDayReader> m_pDayReader;    ///< alike
   bool m_bGoesOn = false;                      ///< with a day that was begun before
   std::string m_strFault;
+  std::unique_ptr<CActSchedule> m_pSchedule;
   std::unique_ptr<CEngineThread> m_pThread;
   CEngineDriver m_driver{[this](engine::Act act) { post(std::move(act)); }};
   AccountList m_accounts;

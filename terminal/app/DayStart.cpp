@@ -16,7 +16,7 @@ using daylog::contentHash;
 std::vector<std::string> filesOf(const SOptions& options) {
   std::vector<std::string> files = basketFilesOf(options);
   files.insert(files.begin(), instrumentFileOf(options));
-  for (const std::string& each : {options.m_strPositions, options.m_strFees}) {
+  for (const std::string& each : {options.m_strPositions, options.m_strFees, options.m_strActs}) {
     if (!each.empty()) files.push_back(each);
   }
   return files;

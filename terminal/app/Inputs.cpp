@@ -133,6 +133,12 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
     };
   }
   readAccountFiles(options, isListed, inputs);
+  if (!options.m_strActs.empty()) {
+    desk::CDesk desk;
+    addAccounts(desk, options);
+    const std::int64_t begin = options.m_nStartMinute * std::int64_t{60000};
+    inputs.m_acts = readActs(options.m_strActs, begin, desk, inputs.m_faults);
+  }
   return inputs;
 }
 

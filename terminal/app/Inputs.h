@@ -7,6 +7,7 @@
 #include "AccountFiles.h"
 #include "BasketFiles.h"
 #include "Options.h"
+#include "TimedActs.h"
 
 namespace app {
 
@@ -20,6 +21,7 @@ struct SInputs {
   std::vector<SNamedBasket> m_baskets;
   std::vector<basket::SPositionLine> m_positions;  ///< accounts by their keys or display identifiers
   exchange::SFeeRates m_fees;
+  std::vector<STimedAct> m_acts;
   std::vector<std::string> m_faults;  ///< "FILE:LINE: fault"; when there are any, nothing may be traded
 };
 

@@ -75,6 +75,7 @@ QString setDay(SOptions& options, const QString& value) {
   return options.m_bNoDay ? QString() : setFile(options.m_strDay, value);
 }
 
+QString setActs(SOptions& options, const QString& value) { return setFile(options.m_strActs, value); }
 QString setRecord(SOptions& options, const QString& value) { return setFile(options.m_strRecord, value); }
 QString setOut(SOptions& options, const QString& value) { return setFile(options.m_strOut, value); }
 QString setScreenshot(SOptions& options, const QString& value) { return setFile(options.m_strScreenshot, value); }
@@ -211,6 +212,7 @@ const SOptionRow OPTIONS[] = {
      EDayPart::Value},
     {"start", "HH:MM", "time of the simulated day at which the run starts (09:25); 09:15 shows the auction", LiveMode,
      false, setStart, EDayPart::Value},
+    {"acts", "FILE", "do at times of the simulated day what FILE says", LiveMode, false, setActs, EDayPart::File},
     {"day", "FILE|none",
      "keep the day in FILE, or go on with the one that it holds (the user's own; none when headless)", LiveMode, false,
      setDay},
@@ -310,7 +312,7 @@ auto dayPartOf(const SOptions& options) {
   return std::make_tuple(options.m_nSeed, options.m_strInstruments, options.m_baskets, options.m_nAccounts,
                          options.m_dCash, options.m_strPositions, options.m_strFees, options.m_hedge.has_value(),
                          hedge.m_strCode, hedge.m_dRatio, options.m_nHedgeOrders, options.m_orderLimits.m_nPerSecond,
-                         options.m_orderLimits.m_nPerDay, options.m_algo, options.m_nStartMinute);
+                         options.m_orderLimits.m_nPerDay, options.m_algo, options.m_nStartMinute, options.m_strActs);
 }
 
 }  // namespace

@@ -45,6 +45,7 @@ struct SOptions {
   QString m_strPalette;                ///< of buys and sells; empty: the one that was chosen last
   std::optional<int> m_nScalePercent;  ///< of the display; none: as the screen's resolution says
   int m_nStartMinute = 9 * 60 + 25;    ///< minutes since midnight of the simulated day
+  std::string m_strActs;               ///< file of acts at times of the simulated day; empty: none
   std::string m_strDay;                ///< file that keeps the day; empty: the user's own where there is a window
   bool m_bNoDay = false;               ///< it is not kept
   std::string m_strRecord;

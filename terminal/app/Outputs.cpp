@@ -38,6 +38,7 @@ std::vector<SUse> usesOf(const SOptions& options) {
   for (const std::string& file : basketFilesOf(options)) uses.push_back({"--basket", file, false});
   uses.push_back({"--positions", options.m_strPositions, false});
   uses.push_back({"--fees", options.m_strFees, false});
+  uses.push_back({"--acts", options.m_strActs, false});
   return uses;
 }
 

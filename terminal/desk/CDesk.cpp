@@ -317,11 +317,13 @@ void CDesk::updateData(const ksservice::CTaskDetailPtr& detail) {
   tellObservers([&](IDeskObserver& observer) { observer.onUpdateData(detail); });
 }
 
+void CDesk::noteHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
+  const WriteLock lock(m_mutex);
+  m_givenHedges[groupId] = {commandId, param};
+}
+
 void CDesk::giveHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param) {
-  {
-    const WriteLock lock(m_mutex);
-    m_givenHedges[groupId] = {commandId, param};
-  }
+  noteHedgeParam(groupId, commandId, param);
   m_requests.setHedgeParam(groupId, commandId, param);
 }
 
@@ -333,12 +335,14 @@ bool CDesk::givenHedgeParam(int groupId, ksservice::CBasketHedgeParam& param) co
   return true;
 }
 
+void CDesk::noteHedgeStarted(int groupId) {
+  const WriteLock lock(m_mutex);
+  const auto given = m_givenHedges.find(groupId);
+  if (given != m_givenHedges.end()) m_hedgeParams.erase({EHedgeSource::Manager, given->second.m_nCommandId});
+}
+
 void CDesk::startHedge(int groupId) {
-  {
-    const WriteLock lock(m_mutex);
-    const auto given = m_givenHedges.find(groupId);
-    if (given != m_givenHedges.end()) m_hedgeParams.erase({EHedgeSource::Manager, given->second.m_nCommandId});
-  }
+  noteHedgeStarted(groupId);
   m_requests.startHedge(groupId);
 }
 

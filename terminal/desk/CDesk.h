@@ -168,6 +168,9 @@ class CDesk {
   /// From now on the hedge manager has no parameters for the command of the group: a hedge is started once by them, and
   /// not again after it was paused, stopped or reached its limit.
   void startHedge(int groupId);
+  /// The same without asking the driver: it was done without the panel, as in a day that is run again.
+  void noteHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param);
+  void noteHedgeStarted(int groupId);
   void showMsg(const QString& text, int kind) const;
 
   /// Takes details that are published with EVia::Signal; an empty one drops them. Any thread, while none is published.

@@ -68,6 +68,14 @@ void refuse(const Act& act, const std::string& why, CSimulation& simulation) {
   std::visit(SRefuse{simulation, why}, act);
 }
 
+void noteHedge(const Act& act, desk::CDesk& desk) {
+  if (const auto* given = std::get_if<SSetHedge>(&act)) {
+    desk.noteHedgeParam(given->m_nGroupId, given->m_nCommandId, given->m_param);
+  }
+  const auto* steered = std::get_if<SSteerHedge>(&act);
+  if (steered && steered->m_eAct == EHedgeAct::Start) desk.noteHedgeStarted(steered->m_nGroupId);
+}
+
 void carryOut(const Act& act, CSimulation& simulation) { std::visit(SCarryOut{simulation}, act); }
 
 }  // namespace engine

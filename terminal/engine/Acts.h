@@ -54,6 +54,9 @@ using Act = std::variant<SStartBasket, SCreateTask, SOperateServerTask, SQueryPr
 /// Between two steps of the clock, on the thread that steps it.
 void carryOut(const Act& act, CSimulation& simulation);
 
+/// The desk knows what an act that the panel did not ask for itself means to its hedge: it is not to be started again.
+void noteHedge(const Act& act, desk::CDesk& desk);
+
 /// Instead of it: whoever waits for an answer gets the text, and the log tells it. What only looks is carried out.
 void refuse(const Act& act, const std::string& why, CSimulation& simulation);
 

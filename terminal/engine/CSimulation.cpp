@@ -25,6 +25,13 @@ void CSimulation::advanceTo(std::int64_t msec) {
   }
 }
 
+std::int64_t CSimulation::stepFrom(std::int64_t msec) const {
+  // Also of what lies before now.
+  const std::int64_t into = (msec - m_nNow) % m_nStep;
+  if (into == 0) return msec;
+  return msec - into + (into > 0 ? m_nStep : 0);
+}
+
 std::uint64_t CSimulation::stateHash() const {
   CStateHash hash;
   hash.add(static_cast<std::uint64_t>(m_nNow));

@@ -30,6 +30,8 @@ class CSimulation {
 
   /// Runs every step of the grid up to msec since midnight; a time that has passed changes nothing.
   void advanceTo(std::int64_t msec);
+  /// The first step of the grid at or behind msec since midnight, run or not.
+  std::int64_t stepFrom(std::int64_t msec) const;
   /// The last step that was run.
   std::int64_t now() const { return m_nNow; }
 

@@ -124,7 +124,7 @@ TEST(Acts, ATextThatIsNoneIsToldByItsField) {
 
 TEST(Acts, WhatCannotBeKeptIsNotCarriedOut) {
   struct CFullDisk : app::IActKeeper {
-    std::string keep(std::int64_t, const std::vector<Act>& acts) override {
+    std::string keep(std::int64_t, const std::vector<Act>& acts, int) override {
       return std::holds_alternative<SStartBasket>(acts.front()) ? "磁盘已满" : "";
     }
   };
