@@ -103,6 +103,8 @@ std::vector<engine::Act> hedge(const SWish& wish, const Details& details, const 
   return acts;
 }
 
+}  // namespace
+
 std::vector<engine::Act> actsOf(const SWish& wish, const desk::CDesk& desk, engine::CSimulation& simulation) {
   const Details details = detailsOf(wish.m_nTask, desk);
   switch (wish.m_eDo) {
@@ -119,8 +121,6 @@ std::vector<engine::Act> actsOf(const SWish& wish, const desk::CDesk& desk, engi
   }
   return {};
 }
-
-}  // namespace
 
 CActSchedule::CActSchedule(std::vector<STimedAct> acts, const desk::CDesk& desk,
                            std::function<void(const std::string&)> tell)

@@ -11,6 +11,9 @@
 
 namespace app {
 
+/// What a wish comes to as things stand; nothing where nothing is left to be done.
+std::vector<engine::Act> actsOf(const SWish& wish, const desk::CDesk& desk, engine::CSimulation& simulation);
+
 /// Acts that are due at times of the simulated day. Engine's thread, or the one that has not started it yet.
 class CActSchedule {
  public:

@@ -5,6 +5,7 @@
 #include "ActJson.h"
 #include "CSimulation.h"
 #include "DayStart.h"
+#include "SessionSetup.h"
 #include "tc/AlgoParams.h"
 
 namespace app {
@@ -80,7 +81,9 @@ std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation
                      const SAgain& again) {
   CMarkCheck check(log.marks());
   simulation.setSecondHook([&](std::int64_t msec, std::uint64_t hash) {
+    desk.setNow(tradingDayStart() + msec / 1000);
     daylog::SMark mark{msec, hash, again.m_pOutputs ? again.m_pOutputs->take(msec) : std::string()};
+    if (again.m_onSecond) again.m_onSecond(mark);
     if (!check.check(mark)) again.m_onNew(std::move(mark));
   });
   simulation.server().setAnswering(false);

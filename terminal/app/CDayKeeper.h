@@ -38,6 +38,8 @@ struct SAgain {
   CDayOutputs* m_pOutputs = nullptr;
   /// Told the clock, milliseconds since midnight, now and then; false gives up.
   std::function<bool(std::int64_t)> m_progress = [](std::int64_t) { return true; };
+  /// Told of each second.
+  std::function<void(daylog::SMark)> m_onSecond{};
   /// Told of each second behind the last mark of the log.
   std::function<void(daylog::SMark)> m_onNew = [](const daylog::SMark&) {};
 };

@@ -1,19 +1,24 @@
 #include "DayCommands.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QProcess>
 #include <iostream>
+#include <optional>
 
-#include "AccountStart.h"
-#include "CDayKeeper.h"
+#include "CDayRun.h"
+#include "DayFork.h"
 #include "DayStart.h"
-#include "SessionSetup.h"
 #include "past/PatchProofs.h"
+#include "tc/AlgoParams.h"
 
 namespace app {
 namespace {
 
 constexpr int EXIT_WRONG = 1;
 constexpr int EXIT_NOT_DONE = 2;
-const char* const USAGE = "day is verify FILE [--head HASH], head FILE or recover FILE OUT";
+const char* const USAGE =
+    "day is verify FILE [--head HASH], head FILE, recover FILE OUT or fork FILE --at HH:MM:SS --with CHANGE";
 
 int refuse(const std::string& text) {
   std::cerr << text << std::endl;
@@ -22,30 +27,8 @@ int refuse(const std::string& text) {
 
 /// Runs a day again from its entries alone. Empty, or how it differs, or why it cannot be run.
 std::string runFromEntries(const daylog::IDayLog& log) {
-  SOptions options;
-  options.m_bHeadless = true;
-  if (std::string fault = takeStart(log, {}, options); !fault.empty()) return fault;
-  const SInputs inputs = readInputs(options, tradingDayStart());
-  if (!inputs.m_faults.empty()) return inputs.m_faults.front();
-  desk::CDesk desk;
-  desk.setSession(makeSession(options));
-  addAccounts(desk, options);
-  engine::CSimulation simulation(desk, inputs.m_instruments, makeExchangeSettings(options),
-                                 makeEngineSettings(options, inputs), options.m_nStartMinute * std::int64_t{60000});
-  addInstruments(desk, simulation);
-  openAccounts(options, inputs, simulation);
-  CDayOutputs outputs(desk, [&simulation] { return simulation.now(); });
-  desk.addObserver(&outputs);
-  simulation.hedger().setHooks({[&outputs](int task, int lots) { outputs.addHedgeVolume(task, lots); },
-                                [&outputs](int task, int status) { outputs.addHedgeStatus(task, status); }});
-  simulation.engine().setEventHook([&outputs](const engine::SEngineEvent& event) {
-    outputs.addMessage(event.m_nMsec, event.m_bWarning, event.m_strText);
-  });
-  SAgain again;
-  again.m_pOutputs = &outputs;
-  std::string fault = runAgain(log, simulation, desk, again);
-  desk.removeObserver(&outputs);
-  return fault;
+  CDayRun run(log);
+  return run.fault().empty() ? run.runAgain() : run.fault();
 }
 
 SProofs proofsOf(const daylog::IDayLog& log) {
@@ -92,18 +75,73 @@ int recover(const std::string& file, const std::string& out) {
   return recovered.m_lost.empty() ? 0 : EXIT_WRONG;
 }
 
+/// "HH:MM:SS" as milliseconds since midnight; none for any other text.
+std::optional<std::int64_t> timeOf(const QString& text) {
+  const int second = TC::parseSecondOfDay(text.toStdString());
+  if (second < 0) return std::nullopt;
+  return second * std::int64_t{1000};
+}
+
+int forkWith(const QStringList& words) {
+  SFork fork;
+  fork.m_strFile = words.value(0).toStdString();
+  bool show = false;
+  bool moment = false;
+  for (int i = 1; i < words.size(); ++i) {
+    const QString& word = words.at(i);
+    if (word == QLatin1String("--show")) {
+      show = true;
+      continue;
+    }
+    const QString value = words.value(++i);
+    bool good = !value.isEmpty();
+    if (word == QLatin1String("--at")) {
+      const auto at = timeOf(value);
+      good = moment = at.has_value();
+      fork.m_nAt = at.value_or(0);
+    } else if (word == QLatin1String("--task")) {
+      fork.m_nTask = value.toInt(&good);
+    } else if (word == QLatin1String("--with")) {
+      fork.m_strWith = value.toStdString();
+    } else if (word == QLatin1String("--out")) {
+      fork.m_strOut = value.toStdString();
+    } else {
+      good = false;
+    }
+    if (!good) return refuse("day fork: wrong argument '" + word.toStdString() + " " + value.toStdString() + "'");
+  }
+  if (!moment || fork.m_strWith.empty()) return refuse("day fork needs --at HH:MM:SS and --with CHANGE");
+  if (show && fork.m_strOut.empty()) {
+    fork.m_strOut =
+        QDir::temp().filePath(QStringLiteral("imagined-%1.db").arg(QCoreApplication::applicationPid())).toStdString();
+  }
+  if (const std::string fault = forkDay(fork, std::cout); !fault.empty()) return refuse(fault);
+  std::cout.flush();
+  if (show) {
+    const QString program = QCoreApplication::applicationFilePath();
+    if (!QProcess::startDetached(program, {DAY_WORD, QString::fromStdString(fork.m_strOut)}))
+      return refuse("cannot show it");
+  }
+  return 0;
+}
+
+bool wants(const QStringList& words, const char* command, int count) {
+  return words.size() == count && words.first() == QLatin1String(command);
+}
+
 }  // namespace
 
 bool isDayCommand(const QStringList& words) {
-  return words.isEmpty() || QStringList({"verify", "head", "recover"}).contains(words.first());
+  return words.isEmpty() || QStringList({"verify", "head", "recover", "fork"}).contains(words.first());
 }
 
 int runDayCommand(const QStringList& words) {
   const auto word = [&words](int place) { return words.value(place).toStdString(); };
-  if (words.size() == 2 && word(0) == "verify") return verify(word(1), {});
-  if (words.size() == 4 && word(0) == "verify" && word(2) == "--head") return verify(word(1), word(3));
-  if (words.size() == 2 && word(0) == "head") return tellHead(word(1));
-  if (words.size() == 3 && word(0) == "recover") return recover(word(1), word(2));
+  if (wants(words, "verify", 2)) return verify(word(1), {});
+  if (wants(words, "verify", 4) && word(2) == "--head") return verify(word(1), word(3));
+  if (wants(words, "head", 2)) return tellHead(word(1));
+  if (wants(words, "recover", 3)) return recover(word(1), word(2));
+  if (words.value(0) == QLatin1String("fork")) return forkWith(words.mid(1));
   return refuse(USAGE);
 }
 

@@ -8,6 +8,8 @@ namespace app {
 
 /// The kind of a log's first entry.
 inline constexpr const char* DAY_ENTRY = "day";
+/// The field of its body that says of a day that nobody lived it: of which day, from when on and with what.
+inline constexpr const char* IMAGINED = "imagined";
 
 /// Where a day that was begun stands, milliseconds since midnight.
 std::int64_t lastTime(const daylog::IDayLog& log);

@@ -342,6 +342,13 @@ void applyOptions(const OptionValues& values, SOptions& options) {
   }
 }
 
+std::string setOption(const std::string& name, const std::string& value, SOptions& options) {
+  const SOptionRow* row = findRow(name);
+  if (!row) return "option --" + name + " is unknown";
+  const QString fault = row->m_pSet(options, QString::fromStdString(value));
+  return fault.isEmpty() ? std::string() : name + " " + fault.toStdString();
+}
+
 bool isSameOption(const std::string& name, const std::vector<std::string>& one, const std::vector<std::string>& other) {
   SOptions of;
   SOptions against;
@@ -359,6 +366,9 @@ QString helpText() {
       "       ./run day verify FILE [--head HASH]   whether a day that --day kept is whole, and the same when run "
       "again\n"
       "       ./run day why FILE ROW [--at HH:MM:SS]   why a row says what it says; ROW: its path, code, or an order\n"
+      "       ./run day fork FILE --at HH:MM:SS [--task ID] --with pause|cancel|algo=|limit=|hedge= [--out FILE] "
+      "[--show]\n"
+      "                                             what would have happened otherwise\n"
       "       ./run day head FILE                   what proves its end, to be noted elsewhere\n"
       "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n\n");
   for (const SOptionRow& row : OPTIONS) {

@@ -79,6 +79,8 @@ SParsedOptions parseOptions(const QStringList& arguments);
 
 /// Takes values over as if they had been given. They must be those of m_ofDay.
 void applyOptions(const OptionValues& values, SOptions& options);
+/// Takes one value over; empty, or what is wrong with it. name: without the dashes.
+std::string setOption(const std::string& name, const std::string& value, SOptions& options);
 /// Whether an option's values come to the same; none: it is not given.
 bool isSameOption(const std::string& name, const std::vector<std::string>& one, const std::vector<std::string>& other);
 

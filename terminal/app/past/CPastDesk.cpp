@@ -52,19 +52,12 @@ void CPastDesk::takeQuotes(std::int64_t msec) {
 
 /// What the user gave the hedge manager stands on the desk as it did then.
 void CPastDesk::takeEntries(std::int64_t msec) {
-  m_bFeeding = true;
   for (; m_nEntry < m_log.entries().size() && m_log.entries()[m_nEntry].m_nMsec <= msec; ++m_nEntry) {
     const daylog::SEntry& entry = m_log.entries()[m_nEntry];
     std::string fault;
     const auto act = toAct({entry.m_strKind, entry.m_strBody}, m_desk, fault);
-    if (!act) continue;
-    if (const auto* given = std::get_if<engine::SSetHedge>(&*act)) {
-      m_desk.giveHedgeParam(given->m_nGroupId, given->m_nCommandId, given->m_param);
-    }
-    const auto* steered = std::get_if<engine::SSteerHedge>(&*act);
-    if (steered && steered->m_eAct == engine::EHedgeAct::Start) m_desk.startHedge(steered->m_nGroupId);
+    if (act) engine::noteHedge(*act, m_desk);
   }
-  m_bFeeding = false;
 }
 
 void CPastDesk::take(const SPastHedge& hedge) {

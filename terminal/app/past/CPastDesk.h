@@ -29,8 +29,6 @@ class CPastDesk {
   /// The next moment up to msec at which a task is told first, or msec. Who stops at each of these and lets the panel
   /// take it in sees the same wherever he comes from: of tasks that come together the panel has an order of its own.
   std::int64_t nextStop(std::int64_t msec) const;
-  /// While it tells the desk what the user gave the hedge manager then.
-  bool isFeeding() const { return m_bFeeding; }
 
  private:
   struct STask {
@@ -65,7 +63,6 @@ class CPastDesk {
   std::size_t m_nHedge = 0;
   std::size_t m_nQuotes = 0;
   std::size_t m_nEntry = 0;
-  bool m_bFeeding = false;
   std::map<std::string, STask> m_tasks;
   std::vector<STask*> m_changed;  ///< in the order in which they changed
 };

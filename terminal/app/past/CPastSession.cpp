@@ -94,8 +94,8 @@ CPastSession::~CPastSession() {
 /// Nobody may take for real what was only imagined.
 void CPastSession::showImagined() {
   const nlohmann::json first = nlohmann::json::parse(m_pLog->entries().front().m_strBody, nullptr, false);
-  if (!first.is_object() || !first.contains("imagined")) return;
-  const nlohmann::json& imagined = first["imagined"];
+  if (!first.is_object() || !first.contains(IMAGINED)) return;
+  const nlohmann::json& imagined = first[IMAGINED];
   const auto text = [&imagined](const char* name) {
     const auto found = imagined.find(name);
     return found != imagined.end() && found->is_string() ? QString::fromStdString(found->get<std::string>())
