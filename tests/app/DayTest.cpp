@@ -1,19 +1,10 @@
-// A day that is kept: killed at any moment it goes on and ends as it would have ended.
+// A day that is kept: from the shell, with other beginnings, made by another build.
 #include <sqlite3.h>
-
-#include <random>
 
 #include "DayLog.h"
 #include "TerminalRun.h"
 
 namespace {
-
-/// What the rows show, without what a row makes when it is first told of something.
-std::vector<nlohmann::json> cellsOf(const nlohmann::json& dump) {
-  std::vector<nlohmann::json> cells;
-  for (const nlohmann::json& row : dump.at("rows")) cells.push_back({row.at("row"), row.at("cells"), row.at("number")});
-  return cells;
-}
 
 void runSql(const char* file, const char* statement) {
   sqlite3* database = nullptr;
@@ -37,43 +28,6 @@ class Day : public Terminal {
 };
 
 }  // namespace
-
-TEST_F(Day, GoesOnAfterEachKillAndEndsAsAnUndisturbedOne) {
-  std::mt19937_64 random(20261123);
-  int kills = 0;
-  SResult result;
-  for (;; ++kills) {
-    QProcess process;
-    startTerminal(process, run("day.db"));
-    if (kills == 12 || process.waitForFinished(static_cast<int>(300 + random() % 1500))) {
-      result = resultOf(process);
-      break;
-    }
-    process.kill();
-    process.waitForFinished();
-    // What was kept is whole, whatever the moment.
-    if (QFile::exists("day.db") && QFile("day.db").size() > 0) {
-      EXPECT_EQ(daylog::verifyDay("day.db", ""), std::vector<std::string>()) << "kill " << kills;
-    }
-  }
-  EXPECT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
-  EXPECT_GT(kills, 0);
-  const nlohmann::json killed = lastDump("end.jsonl");
-  const daylog::SOpenedDay day = daylog::readDay("day.db");
-  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
-  EXPECT_TRUE(day.m_pLog->isFinished());
-  EXPECT_EQ(std::count_if(day.m_pLog->entries().begin(), day.m_pLog->entries().end(),
-                          [](const daylog::SEntry& entry) { return entry.m_strKind == "basket"; }),
-            1)
-      << "the basket was started once";
-
-  // Run again from its entries alone, each second's state has to hash to what it hashed to then, or the run is refused.
-  ASSERT_TRUE(QFile::copy("day.db", "again.db"));
-  runSql("again.db", "DELETE FROM entries WHERE kind = 'end'");
-  const SResult again = runTerminal(run("again.db"));
-  EXPECT_EQ(again.m_nStatus, 0) << again.m_strErrors.toStdString();
-  EXPECT_EQ(cellsOf(lastDump("end.jsonl")), cellsOf(killed));
-}
 
 TEST_F(Day, IsVerifiedAndRecoveredFromTheShell) {
   ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
