@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "ChartRun.h"
+#include "DayBench.h"
 #include "DraftRun.h"
 #include "ModelRun.h"
 #include "SoakRun.h"
@@ -55,6 +56,7 @@ const std::vector<SRatio>& ratios() {
       {work::WORKER_TASKS, PANEL, work::WORKER_FULL, PANEL, 0.05},
       {work::SHARED_OUT, DRAFT, work::SHARED_OUT, FLOOR, 40},
       {work::PREVIEW, DRAFT, work::PREVIEW, FLOOR, 4},
+      {work::DAY_APPEND, PANEL, work::DAY_APPEND, FLOOR, 12},
   };
   return list;
 }
@@ -73,7 +75,8 @@ const std::vector<SLimit>& limits() {
       {work::MODEL_BYTES_ONE, MODEL, 900}, {work::FIRST_ROW, PANEL, 2000},  {work::SOAK_RATE, PANEL, 50000, true},
       {work::SOAK_AGE, PANEL, 3},          {work::SOAK_WRONG, PANEL, 0},    {work::SOAK_GROWTH, PANEL, 1.01},
       {work::PAIRED_EXPORT, PANEL, 1.2},   {work::SHARED_OUT, DRAFT, 100},  {work::PREVIEW, DRAFT, 16},
-      {work::CHARTS, PANEL, 16},
+      {work::CHARTS, PANEL, 16},           {work::DAY_CPU, PANEL, 1.15},    {work::DAY_SEEK, PANEL, 1000},
+      {work::DAY_RESTART, PANEL, 5000},
   };
   return list;
 }

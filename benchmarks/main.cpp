@@ -11,6 +11,7 @@
 #include "Bars.h"
 #include "CHostServices.h"
 #include "ChartRun.h"
+#include "DayBench.h"
 #include "DraftRun.h"
 #include "FeedRun.h"
 #include "ModelRun.h"
@@ -43,6 +44,7 @@ struct SOptions {
   bool quick = false;
   bool tableOnly = false;
   bool million = false;
+  bool daysOnly = false;
   int soakMinutes = 0;  ///< 0: no soak
   int feedSeconds = 0;  ///< 0: the whole bench, with a feed of its own length
   int feedRowsPerTask = FEED_ROWS_PER_TASK;
@@ -63,6 +65,8 @@ bool parse(const QStringList& arguments, SOptions& options) {
   parser.addOption({QStringLiteral("feed"),
                     QStringLiteral("Only the panel under a feed of 200,000 details a second, for this long."),
                     QStringLiteral("SECONDS"), QStringLiteral("0")});
+  parser.addOption(
+      {QStringLiteral("days"), QStringLiteral("Only what it costs to keep a day and to look back at it.")});
   parser.addOption({QStringLiteral("million"), QStringLiteral("Only the panel, with a million rows beside 300,000.")});
   parser.addOption({QStringLiteral("soak"),
                     QStringLiteral("Only the panel with a million rows under 50,000 details a second, for MINUTES.")});
@@ -79,6 +83,7 @@ bool parse(const QStringList& arguments, SOptions& options) {
     QTextStream(stderr) << "basket-bench: --rows must be a number of at least " << ROWS_PER_TASK << '\n';
     return false;
   }
+  options.daysOnly = parser.isSet(QStringLiteral("days"));
   options.million = parser.isSet(QStringLiteral("million"));
   if (parser.isSet(QStringLiteral("soak"))) {
     const QString minutes = parser.positionalArguments().value(0, QString::number(SOAK_MINUTES));
@@ -101,6 +106,7 @@ class CBench {
 
   bool run() {
     if (m_options.soakMinutes > 0) return runSoaking() && writeJson();
+    if (m_options.daysOnly) return runKeptDays() && writeJson();
     if (m_options.million) return runMillion() && writeJson();
     if (m_options.feedSeconds > 0) return runFeeds(m_options.feedSeconds, m_options.feedRowsPerTask) && writeJson();
     const int rows = m_options.quick ? m_options.rows / GROWTH : m_options.rows;
@@ -110,6 +116,7 @@ class CBench {
       if (!m_options.quick && tasks >= GROWTH) runTables(tasks / GROWTH, true);
       runModels(tasks);
       runDrafts();
+      runKeptDays();
       current = runFeeds(m_options.quick ? QUICK_FEED_SECONDS : FEED_SECONDS, FEED_ROWS_PER_TASK);
     }
     // What most is asked of comes last, where it is seen.
@@ -194,6 +201,14 @@ class CBench {
     runModel(load, RUNS, report);
     measureModelBytes(load, report);
     finish(report, judge(report, tasks * ROWS_PER_TASK));
+  }
+
+  bool runKeptDays() {
+    CReport report;
+    report.setTitle(QStringLiteral("A day of ten hedged baskets of 300 lines that is kept"));
+    runDays(report);
+    finish(report, judge(report, 0));
+    return true;
   }
 
   void runDrafts() {

@@ -1,7 +1,7 @@
 #include "ForkActs.h"
 
 #include <QString>
-#include <cmath>
+#include <algorithm>
 #include <utility>
 
 #include "CActSchedule.h"
@@ -72,7 +72,8 @@ SForkActs byLimit(const std::string& value, const std::vector<int>& tasks, CDayR
       const bool buy = ksservice::DataHelper::isBuy(param.m_nOperation);
       const exchange::SRules& rules = market.rules(instrument);
       const double last = market.quote(instrument).m_dLast;
-      const auto ticks = rules.toTicks(last * (buy ? 1 + limit : 1 - limit));
+      const std::int64_t ticks = std::clamp(rules.toLimitTicks(last * (buy ? 1 + limit : 1 - limit), buy),
+                                            rules.m_nLimitDown, rules.m_nLimitUp);
       param.m_nPriceType = ksservice::EPT_User;
       param.m_dPrice = rules.toPrice(ticks);
     }
