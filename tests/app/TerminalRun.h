@@ -26,7 +26,8 @@ inline void startTerminal(QProcess& process, const QStringList& arguments) {
 
 /// The end of a program that was started; a status of -1 when it does not end, of -2 when it was killed.
 inline SResult resultOf(QProcess& process) {
-  if (!process.waitForFinished(PATIENCE_MSEC)) {
+  // Of one that has ended already there is nothing to wait for.
+  if (process.state() != QProcess::NotRunning && !process.waitForFinished(PATIENCE_MSEC)) {
     process.kill();
     process.waitForFinished();
     return {};
