@@ -4,11 +4,16 @@
 #include <QDir>
 #include <QProcess>
 #include <iostream>
+#include <map>
 #include <optional>
 
 #include "CDayRun.h"
 #include "DayFork.h"
+#include "DayMatch.h"
 #include "DayStart.h"
+#include "Instrument.h"
+#include "SessionSetup.h"
+#include "ksservice/Operations.h"
 #include "past/PatchProofs.h"
 #include "tc/AlgoParams.h"
 
@@ -18,7 +23,8 @@ namespace {
 constexpr int EXIT_WRONG = 1;
 constexpr int EXIT_NOT_DONE = 2;
 const char* const USAGE =
-    "day is verify FILE [--head HASH], head FILE, recover FILE OUT or fork FILE --at HH:MM:SS --with CHANGE";
+    "day is verify FILE [--head HASH], head FILE, recover FILE OUT, match FILE BROKER [MARKET] or fork FILE --at "
+    "HH:MM:SS --with CHANGE";
 
 int refuse(const std::string& text) {
   std::cerr << text << std::endl;
@@ -73,6 +79,62 @@ int recover(const std::string& file, const std::string& out) {
   for (const std::string& lost : recovered.m_lost) std::cout << file << ": " << lost << "\n";
   std::cout << out << ": " << recovered.m_nEntries << " entries, " << recovered.m_nMarks << " marks\n";
   return recovered.m_lost.empty() ? 0 : EXIT_WRONG;
+}
+
+/// What the day traded, order by order.
+std::vector<SMatchOrder> tradedOrders(const daylog::IDayLog& log, std::string& fault) {
+  SOptions options;
+  options.m_bHeadless = true;
+  if (fault = takeStart(log, {}, options); !fault.empty()) return {};
+  std::map<std::string, std::string> displayIds;
+  for (const SAccountName& name : accountNames(options)) displayIds[name.m_strKey] = name.m_strDisplayId;
+  CPastDay day;
+  try {
+    day.read(log, log.marks().size());
+  } catch (const std::exception& error) {
+    fault = error.what();
+    return {};
+  }
+  std::vector<SMatchOrder> orders;
+  std::map<std::string, std::vector<std::size_t>> places;
+  for (const SPastTask& task : day.tasks()) {
+    std::vector<std::size_t>& of = places[task.m_facts.getKey()];
+    for (const SPastOrder& sent : task.m_sent) {
+      of.push_back(orders.size());
+      SMatchOrder& order = orders.emplace_back();
+      order.m_strKey = sent.m_strKey;
+      order.m_strMarket = sent.m_strMarket;
+      order.m_strCode = sent.m_strCode;
+      order.m_bBuy = ksservice::DataHelper::isBuy(sent.m_nOperation);
+      for (const auto& [account, param] : task.m_pParams ? *task.m_pParams : PastParams()) {
+        if (param.m_stock.m_strMarket == sent.m_strMarket && param.m_stock.m_strCode == sent.m_strCode)
+          order.m_strAccount = account;
+      }
+      order.m_strDisplayId = displayIds[order.m_strAccount];
+      if (sent.m_strMarket == exchange::FUTURES_MARKET)
+        order.m_dMultiplier = exchange::futureMultiplier(sent.m_strCode);
+    }
+    for (const desk::SOrderFill& fill : task.m_fills) {
+      orders.at(of.at(fill.m_nOrder)).m_fills.push_back({fill.m_nQuantity, fill.m_dAmount});
+    }
+  }
+  return orders;
+}
+
+int match(const std::string& file, const std::vector<std::string>& others) {
+  const daylog::SOpenedDay day = daylog::readDay(file);
+  if (!day.m_pLog) return refuse(day.m_strFault);
+  std::string fault;
+  const std::vector<SMatchOrder> orders = tradedOrders(*day.m_pLog, fault);
+  if (!fault.empty()) return refuse(file + ": " + fault);
+  bool same = true;
+  for (const std::string& other : others) {
+    const SBrokerFile there = readBrokerFile(other);
+    if (!there.m_strFault.empty()) return refuse(there.m_strFault);
+    std::cout << file << " and " << other << "\n";
+    same = matchDay(orders, there, std::cout) && same;
+  }
+  return same ? 0 : EXIT_WRONG;
 }
 
 /// "HH:MM:SS" as milliseconds since midnight; none for any other text.
@@ -132,7 +194,7 @@ bool wants(const QStringList& words, const char* command, int count) {
 }  // namespace
 
 bool isDayCommand(const QStringList& words) {
-  return words.isEmpty() || QStringList({"verify", "head", "recover", "fork"}).contains(words.first());
+  return words.isEmpty() || QStringList({"verify", "head", "recover", "fork", "match"}).contains(words.first());
 }
 
 int runDayCommand(const QStringList& words) {
@@ -141,6 +203,8 @@ int runDayCommand(const QStringList& words) {
   if (wants(words, "verify", 4) && word(2) == "--head") return verify(word(1), word(3));
   if (wants(words, "head", 2)) return tellHead(word(1));
   if (wants(words, "recover", 3)) return recover(word(1), word(2));
+  if (wants(words, "match", 3)) return match(word(1), {word(2)});
+  if (wants(words, "match", 4)) return match(word(1), {word(2), word(3)});
   if (words.value(0) == QLatin1String("fork")) return forkWith(words.mid(1));
   return refuse(USAGE);
 }

@@ -369,6 +369,7 @@ QString helpText() {
       "       ./run day fork FILE --at HH:MM:SS [--task ID] --with pause|cancel|algo=|limit=|hedge= [--out FILE] "
       "[--show]\n"
       "                                             what would have happened otherwise\n"
+      "       ./run day match FILE BROKER [MARKET]  holds its orders and fills against a broker's and a market's file\n"
       "       ./run day head FILE                   what proves its end, to be noted elsewhere\n"
       "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n\n");
   for (const SOptionRow& row : OPTIONS) {
