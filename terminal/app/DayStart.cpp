@@ -69,7 +69,8 @@ std::int64_t lastTime(const daylog::IDayLog& log) {
   return log.marks().empty() ? entered : std::max(entered, log.marks().back().m_nMsec);
 }
 
-std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options) {
+std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options,
+                      std::string* otherFiles) {
   try {
     const daylog::SEntry& first = log.entries().at(0);
     if (first.m_strKind != DAY_ENTRY) return "its first entry says not how it began";
@@ -80,7 +81,10 @@ std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOp
     options.m_baskets.clear();
     applyOptions(values, options);
     options.m_bFuturesAccount = began.at("futuresAccount").get<bool>();
-    return otherFile(began.at("files"));
+    std::string changed = otherFile(began.at("files"));
+    if (!otherFiles) return changed;
+    *otherFiles = std::move(changed);
+    return {};
   } catch (const std::exception& error) {
     return std::string("its first entry cannot be read: ") + error.what();
   }

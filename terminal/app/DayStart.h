@@ -16,7 +16,9 @@ std::int64_t lastTime(const daylog::IDayLog& log);
 
 /// Takes over what a day that was begun started with. Empty, or why it cannot go on: an option that was given otherwise
 /// (with both values), a file that is not the same any more.
-std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options);
+/// otherFiles: gets what is told of files that are not the same any more, which is no fault then; null: it is one.
+std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOptions& options,
+                      std::string* otherFiles = nullptr);
 
 /// Gives a new day its first entry, once its files were read without a fault: the options that decide how it starts,
 /// each file by its path and SHA-256, the program's own SHA-256. Nothing for another day or none. Empty, or why it

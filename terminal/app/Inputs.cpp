@@ -112,6 +112,15 @@ std::vector<std::string> basketFilesOf(const SOptions& options) {
   return options.m_baskets.empty() ? std::vector<std::string>{dataFile("baskets/basket300.csv")} : options.m_baskets;
 }
 
+SInputs readListed(const SOptions& options) {
+  SInputs inputs;
+  basket::SInstrumentFile file = basket::readInstrumentFile(instrumentFileOf(options));
+  addFaults(file.m_faults, inputs);
+  inputs.m_instruments = std::move(file.m_instruments);
+  if (!options.m_strFees.empty()) inputs.m_fees = basket::readFeeFile(options.m_strFees).m_rates;
+  return inputs;
+}
+
 SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
   SInputs inputs;
   const std::string instruments = instrumentFileOf(options);

@@ -29,6 +29,9 @@ struct SInputs {
 std::string instrumentFileOf(const SOptions& options);
 std::vector<std::string> basketFilesOf(const SOptions& options);
 
+/// The instruments and the fees alone, for a day that is looked back at.
+SInputs readListed(const SOptions& options);
+
 /// Reads what the options name, or the project's own samples. dayStart decides which index futures are listed.
 SInputs readInputs(const SOptions& options, std::int64_t dayStart);
 

@@ -3,12 +3,14 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <random>
 #include <set>
 #include <sstream>
 
 #include "CBasketTasksPanel.h"
+#include "JsonAppend.h"
 #include "Options.h"
 #include "TerminalRun.h"
 #include "past/CPastSession.h"
@@ -34,7 +36,9 @@ std::vector<nlohmann::json> cellsOf(const nlohmann::json& dump) {
 
 class Past : public Terminal {
  protected:
-  Past() {
+  Past() { writeBasket(); }
+
+  static void writeBasket() {
     writeFile(
         "basket.csv",
         "side,code,quantity\n买入,600000,20000\n卖出,600009,12000\n买入,000001,30000\n买入,600519,1000\n卖出,000858,"
@@ -101,15 +105,39 @@ TEST_F(Past, ShowsTheEndOfADayAsTheDayEnded) {
   for (const QStringList& more : {QStringList{}, {"--algo", "twap"}}) {
     QFile::remove("day.db");
     keepDay(more);
+    // What was traded stands in the day.
+    QFile::remove("basket.csv");
     const SResult result = runTerminal({"day", "day.db", "--headless", "--out", "past.jsonl"});
     ASSERT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
     const nlohmann::json live = lastDump("live.jsonl");
     EXPECT_GT(live.at("rows").size(), 12u);
     EXPECT_EQ(cellsOf(lastDump("past.jsonl")), cellsOf(live));
+    writeBasket();
   }
   EXPECT_TRUE(refusalOf({"day", "none.db", "--headless"}).startsWith("none.db: "));
   refusalOf({"day", "day.db", "--at", "noon"});
   refusalOf({"day", "day.db", "--seed", "7"});
+}
+
+TEST(JsonAppend, WhateverATextHoldsIsReadAgain) {
+  std::string out;
+  app::appendArray(out, std::string("a\"b\\c\n\t\x01"), std::string("浦发银行 \xf0\x9f\x98\x80"), 0.1, -1e300, true,
+                   std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<std::int64_t>::min());
+  const nlohmann::json read = nlohmann::json::parse(out);
+  EXPECT_EQ(read.at(0), "a\"b\\c\n\t\x01");
+  EXPECT_EQ(read.at(1), "浦发银行 \xf0\x9f\x98\x80");
+  EXPECT_EQ(read.at(2), 0.1);
+  EXPECT_EQ(read.at(3), -1e300);
+  EXPECT_EQ(read.at(5), 0);
+  EXPECT_EQ(read.at(6), std::numeric_limits<std::int64_t>::min());
+  std::mt19937 random(3);
+  for (int i = 0; i < 2000; ++i) {
+    std::string bytes(random() % 9, '\0');
+    for (char& each : bytes) each = static_cast<char>(random());
+    out.clear();
+    app::appendJson(out, bytes);
+    ASSERT_NO_THROW(nlohmann::json::parse(out)) << i;
+  }
 }
 
 TEST_F(Past, AMomentIsTheSameFromWhereverOneComes) {

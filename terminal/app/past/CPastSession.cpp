@@ -62,8 +62,9 @@ CPastSession::SWorld::~SWorld() {
 CPastSession::CPastSession(SOptions options, std::unique_ptr<daylog::IDayLog> log, std::ostream* out,
                            CMainWindow& window, TC::CreatePanelFunction createPanel)
     : m_options(std::move(options)), m_pLog(std::move(log)), m_pOut(out), m_window(window), m_createPanel(createPanel) {
-  if (m_strFault = takeStart(*m_pLog, {}, m_options); !m_strFault.empty()) return;
-  m_inputs = readInputs(m_options, tradingDayStart());
+  // What was traded stands in the day itself.
+  if (m_strFault = takeStart(*m_pLog, {}, m_options, &m_strOtherFiles); !m_strFault.empty()) return;
+  m_inputs = readListed(m_options);
   if (!m_inputs.m_faults.empty()) {
     m_strFault = m_inputs.m_faults.front();
     return;
@@ -125,8 +126,8 @@ void CPastSession::fail(const std::string& fault) {
 /// In pieces, so that the window stays alive.
 void CPastSession::readOn() try {
   const bool more = m_day.read(*m_pLog, MARKS_AT_ONCE);
-  tellBar();
   if (more) return m_pBar->setNotice(QStringLiteral("正在读取 %1").arg(timeOfDayText(m_day.end())));
+  tellBar();
   m_readTimer.stop();
   m_pBar->setNotice({});
   if (std::exchange(m_bRead, true)) return;
@@ -168,6 +169,10 @@ void CPastSession::makeWorld() {
   }
   m_window.log().clear();
   m_nMessage = 0;
+  if (!m_strOtherFiles.empty()) {
+    m_window.log().append(m_pLog->entries().front().m_nMsec, QString::fromStdString(m_strOtherFiles),
+                          CLogDock::ELevel::Warning);
+  }
   m_pWorld = std::make_unique<SWorld>(*this);
 }
 

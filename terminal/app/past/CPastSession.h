@@ -87,6 +87,7 @@ class CPastSession : public QObject {
   TC::CreatePanelFunction m_createPanel;
   SInputs m_inputs;
   std::string m_strFault;
+  std::string m_strOtherFiles;                     ///< of the day's files one that is not the same any more
   std::unique_ptr<exchange::CExchange> m_pMarket;  ///< for what it lists
   std::unique_ptr<journal::COutput> m_pOutput;
   std::unique_ptr<CPanelServices> m_pPanelServices;
