@@ -59,9 +59,21 @@ std::string CDayKeeper::keep(std::int64_t msec, const std::vector<engine::Act>& 
     SActText text = toText(act, actsLine);
     entries.push_back({0, msec, std::move(text.m_strKind), std::move(text.m_strBody)});
   }
+  return append(entries);
+}
+
+/// With the marks that are held back.
+std::string CDayKeeper::append(const std::vector<daylog::SEntry>& entries) {
   std::string fault = m_log.append(entries, m_marks);
   if (fault.empty()) m_marks.clear();
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_strFault = fault;
   return fault;
+}
+
+std::string CDayKeeper::fault() const {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_strFault;
 }
 
 void CDayKeeper::mark(daylog::SMark mark) {
@@ -71,10 +83,7 @@ void CDayKeeper::mark(daylog::SMark mark) {
 
 std::string CDayKeeper::flush() {
   m_flushed = std::chrono::steady_clock::now();
-  if (m_marks.empty()) return {};
-  std::string fault = m_log.append({}, m_marks);
-  if (fault.empty()) m_marks.clear();
-  return fault;
+  return m_marks.empty() ? std::string() : append({});
 }
 
 std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation, desk::CDesk& desk,

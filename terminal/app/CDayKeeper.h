@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,11 +26,17 @@ class CDayKeeper : public IActKeeper {
   void mark(daylog::SMark mark);
   /// Keeps what mark() still holds back. Empty, or why it could not be kept.
   std::string flush();
+  /// Why what was to be kept last could not be; empty when it was kept. Any thread.
+  std::string fault() const;
 
  private:
+  std::string append(const std::vector<daylog::SEntry>& entries);
+
   daylog::IDayLog& m_log;
   std::vector<daylog::SMark> m_marks;
   std::chrono::steady_clock::time_point m_flushed = std::chrono::steady_clock::now();
+  mutable std::mutex m_mutex;  ///< guards what stands below
+  std::string m_strFault;
 };
 
 /// What is wanted of a day that is run again, beside the state at its end.

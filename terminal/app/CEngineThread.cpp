@@ -26,6 +26,7 @@ CEngineThread::CEngineThread(engine::CSimulation& simulation, desk::CDesk& desk,
 
 void CEngineThread::start() {
   m_begin = std::chrono::steady_clock::now();
+  m_bRuns = true;
   m_thread = std::thread([this] { run(); });
 }
 
@@ -36,6 +37,7 @@ void CEngineThread::stop() {
   }
   m_changed.notify_all();
   if (m_thread.joinable()) m_thread.join();
+  m_bRuns = false;
 }
 
 void CEngineThread::post(engine::Act act) {
@@ -80,6 +82,11 @@ std::int64_t CEngineThread::targetTime() const {
   const std::chrono::duration<double, std::milli> elapsed = std::chrono::steady_clock::now() - m_begin;
   const std::int64_t target = m_nBegin + static_cast<std::int64_t>(elapsed.count() * m_pace.m_dSpeed);
   return m_pace.m_nEnd < 0 ? target : std::min(target, m_pace.m_nEnd);
+}
+
+/// Formed from the time, not noted by the engine's thread, which may be waiting for the disk.
+double CEngineThread::lag() const {
+  return m_bRuns ? static_cast<double>(targetTime() - m_nNow) / m_pace.m_dSpeed / 1000 : 0;
 }
 
 void CEngineThread::run() {

@@ -51,6 +51,8 @@ class CEngineThread {
   void ask(std::function<void(engine::CSimulation&)> question);
   /// The simulated time, milliseconds since midnight. Any thread.
   std::int64_t now() const { return m_nNow; }
+  /// How far the clock is behind the time that it is due at, seconds of real time; 0 while nothing runs. Any thread.
+  double lag() const;
   /// What each account has sent; its seconds are those since the last call. Any thread.
   std::vector<engine::SOrderUse> takeOrderUse();
   /// The same without beginning those seconds anew. Any thread.
@@ -75,6 +77,7 @@ class CEngineThread {
   CActSchedule* m_pSchedule = nullptr;
   std::int64_t m_nBegin;
   std::chrono::steady_clock::time_point m_begin;
+  std::atomic<bool> m_bRuns{false};  ///< m_begin is set
   std::atomic<std::int64_t> m_nNow;
   std::atomic<std::uint64_t> m_nPublished{0};
 

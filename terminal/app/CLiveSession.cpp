@@ -375,6 +375,8 @@ void CLiveSession::showClock() {
   const std::vector<SAccountUse> use = orderUse();
   state.m_strOrderUse = orderUseText(use, m_options.m_orderLimits);
   state.m_strOrderUseTip = orderUseTip(use, m_options.m_orderLimits);
+  state.m_dLag = m_pThread->lag();
+  if (m_pKeeper) state.m_strUnkept = QString::fromStdString(m_pKeeper->fault());
   if (m_pExceptions) state.m_nExceptions = m_pExceptions->exceptions().count();
   m_window.showClock(state);
 }

@@ -25,6 +25,8 @@ constexpr int WINDOW_WIDTH = 1440;
 constexpr int WINDOW_HEIGHT = 820;
 constexpr int LOG_HEIGHT = 150;
 constexpr int FIELD_MARGIN = 6;
+/// Seconds of real time by which the clock may be late without a word.
+constexpr double SHOWN_LAG = 2;
 
 using GV::CUiResource;
 
@@ -47,6 +49,9 @@ CMainWindow::CMainWindow() : m_pLog(new CLogDock(this)) {
   m_pFeed = addField("feed", 110);
   m_pOrderUse = addField("orderUse", 0);
   m_pExceptions = addField("exceptions", 0);
+  m_pLag = addField("lag", 0);
+  m_pLag->setToolTip(QStringLiteral("日志写入或引擎的计算跟不上时钟；撮合与报单按模拟时钟进行，不会遗漏"));
+  m_pUnkept = addField("unkept", 0);
   statusBar()->addWidget(new QLabel(this), 1);
   slotRunningTasks(EMTT_Stock, 0);
 }
@@ -105,6 +110,10 @@ void CMainWindow::showClock(const SClockState& state) {
   m_pOrderUse->setToolTip(state.m_strOrderUseTip);
   const int exceptions = state.m_nExceptions;
   m_pExceptions->setText(exceptions > 0 ? QStringLiteral("异常 %1").arg(exceptions) : QString());
+  const bool late = state.m_dLag > SHOWN_LAG;
+  m_pLag->setText(late ? QStringLiteral("时钟落后 %1 秒").arg(static_cast<int>(state.m_dLag)) : QString());
+  m_pUnkept->setText(state.m_strUnkept.isEmpty() ? QString() : QStringLiteral("日志无法写入"));
+  m_pUnkept->setToolTip(state.m_strUnkept);
 }
 
 std::string CMainWindow::picture() {

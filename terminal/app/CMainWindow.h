@@ -28,6 +28,8 @@ struct SClockState {
   double m_dDetailsPerSecond = 0;
   QString m_strOrderUse;  ///< of the account that has sent most; empty in a replay
   QString m_strOrderUseTip;
+  double m_dLag = 0;      ///< of the clock, seconds of real time
+  QString m_strUnkept{};  ///< why the day log cannot be written; empty: it can
   int m_nExceptions = 0;  ///< that no one has taken note of
 };
 
@@ -63,6 +65,8 @@ class CMainWindow : public QMainWindow {
   QLabel* m_pFeed;
   QLabel* m_pOrderUse;
   QLabel* m_pExceptions;
+  QLabel* m_pLag;
+  QLabel* m_pUnkept;
 };
 
 }  // namespace app

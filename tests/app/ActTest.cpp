@@ -4,6 +4,7 @@
 #include <boost/make_shared.hpp>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 #include "ActJson.h"
 #include "CEngineThread.h"
@@ -158,4 +159,46 @@ TEST(Acts, WhatCannotBeKeptIsNotCarriedOut) {
   thread.stop();
   EXPECT_EQ(text, "篮子 早盘: 日志无法写入，未执行：磁盘已满");
   EXPECT_EQ(simulation.engine().publishedCount(), 0u);
+}
+
+TEST(Acts, WhatArrivesDuringASlowCommitSharesTheNextOneAndTheClockSaysThatItIsLate) {
+  struct SSlowDisk : app::IActKeeper {
+    std::string keep(std::int64_t msec, const std::vector<Act>& acts, int) override {
+      const std::lock_guard<std::mutex> lock(m_mutex);
+      m_commits.emplace_back(msec, acts.size());
+      m_changed.notify_all();
+      return {};
+    }
+    std::mutex m_mutex;  ///< whoever holds it is what makes the disk slow
+    std::condition_variable m_changed;
+    std::vector<std::pair<std::int64_t, std::size_t>> m_commits;
+  };
+  desk::CDesk desk;
+  const std::int64_t day = exchange::dayStartOf({2026, 11, 23});
+  SEngineSettings settings;
+  settings.m_nDayStart = day;
+  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = day}, settings,
+                         exchange::DAY_OPENS);
+  SSlowDisk disk;
+  app::CEngineThread thread(simulation, desk, day, {1, -1}, [] {});
+  thread.setKeeper(&disk);
+  EXPECT_EQ(thread.lag(), 0) << "it does not run yet";
+  std::unique_lock<std::mutex> lock(disk.m_mutex);
+  thread.post(SQueryProcess{});
+  thread.start();
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  for (int i = 0; i < 3; ++i) thread.post(SQueryProcess{});
+  EXPECT_GE(thread.lag(), 0.19) << "told while the disk is waited for";
+  EXPECT_EQ(thread.now(), exchange::DAY_OPENS) << "nothing happens before the commit";
+  EXPECT_TRUE(disk.m_changed.wait_for(lock, std::chrono::seconds(60), [&] { return disk.m_commits.size() == 2; }));
+  EXPECT_EQ(disk.m_commits[0].second, 1u);
+  EXPECT_EQ(disk.m_commits[1].second, 3u);
+  lock.unlock();
+  const auto begin = std::chrono::steady_clock::now();
+  while (thread.lag() > 0.1 && std::chrono::steady_clock::now() - begin < std::chrono::seconds(60)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_LE(thread.lag(), 0.1) << "it catches up";
+  thread.stop();
+  EXPECT_EQ(thread.lag(), 0);
 }

@@ -190,6 +190,21 @@ TEST(MainWindow, ShowsTheTimeOfTheNextDayBehindMidnight) {
   EXPECT_EQ(window.findChild<QLabel*>("clock")->text(), "2026-12-01  00:05:00");
 }
 
+TEST(MainWindow, TellsThatTheClockIsLateAndThatNothingIsKept) {
+  app::CMainWindow window;
+  const auto shown = [&](double lag, const char* unkept) {
+    app::SClockState state;
+    state.m_dLag = lag;
+    state.m_strUnkept = QString::fromUtf8(unkept);
+    window.showClock(state);
+    return window.findChild<QLabel*>("lag")->text() + "|" + window.findChild<QLabel*>("unkept")->text() + "|" +
+           window.findChild<QLabel*>("unkept")->toolTip();
+  };
+  EXPECT_EQ(shown(2, ""), "||");
+  EXPECT_EQ(shown(3.9, "disk is full"), "时钟落后 3 秒|日志无法写入|disk is full");
+  EXPECT_EQ(shown(0, ""), "||") << "it goes away";
+}
+
 /// The patch was kept with the figures on which the user confirmed it, and they are those of the day.
 void expectProof(const std::string& file) {
   const daylog::SOpenedDay kept = daylog::readDay(file);
