@@ -59,7 +59,9 @@ std::string CDayKeeper::keep(std::int64_t msec, const std::vector<engine::Act>& 
     SActText text = toText(act, actsLine);
     entries.push_back({0, msec, std::move(text.m_strKind), std::move(text.m_strBody)});
   }
-  return append(entries);
+  std::string fault = append(entries);
+  if (fault.empty() || !std::all_of(acts.begin(), acts.end(), engine::onlyEnds)) return fault;
+  return m_log.appendFromReserve(entries);
 }
 
 /// With the marks that are held back.

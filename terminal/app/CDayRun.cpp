@@ -24,6 +24,7 @@ class CLogUntil : public daylog::IDayLog {
   std::string append(const std::vector<daylog::SEntry>&, const std::vector<daylog::SMark>&) override {
     return "is a part of a day";
   }
+  std::string appendFromReserve(const std::vector<daylog::SEntry>&) override { return "is a part of a day"; }
   const std::vector<daylog::SEntry>& entries() const override { return m_entries; }
   const std::vector<daylog::SMark>& marks() const override { return m_marks; }
   std::string follow() override { return {}; }

@@ -55,6 +55,11 @@ void CEngineThread::ask(std::function<void(engine::CSimulation&)> question) {
 void CEngineThread::takeActs(const std::vector<engine::Act>& acts, int actsLine) {
   if (acts.empty()) return;
   const std::string fault = m_pKeeper ? m_pKeeper->keep(m_simulation.now(), acts, actsLine) : std::string();
+  if (!fault.empty() && acts.size() > 1) {
+    // What cancels is kept where the rest is not.
+    for (const engine::Act& act : acts) takeActs({act}, actsLine);
+    return;
+  }
   for (const engine::Act& act : acts) {
     if (fault.empty()) {
       engine::carryOut(act, m_simulation);

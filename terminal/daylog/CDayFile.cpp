@@ -326,7 +326,7 @@ void CDayFile::write(std::vector<SEntry>& entries, const std::vector<SMark>& mar
   }
 }
 
-std::string CDayFile::append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) {
+std::string CDayFile::commit(const std::vector<SEntry>& entries, const std::vector<SMark>& marks, bool leavesReserve) {
   if (m_eMode == EMode::Read) return m_strPath + ": is open for reading";
   if (isFinished()) return m_strPath + ": the day is over";
   std::vector<SEntry> kept = entries;
@@ -334,6 +334,7 @@ std::string CDayFile::append(const std::vector<SEntry>& entries, const std::vect
   bool written = false;
   try {
     m_database->run("BEGIN IMMEDIATE");
+    if (leavesReserve) m_reserve.leaveBehind(entries, marks);
     write(kept, marks, chain);
     written = true;
     m_database->run("COMMIT");
@@ -379,7 +380,6 @@ std::vector<std::string> CDayFile::integrity() {
 }
 
 SOpenedDay openDay(const std::string& path) { return openAs(path, CDayFile::EMode::Write); }
-
 SOpenedDay readDay(const std::string& path) { return openAs(path, CDayFile::EMode::Read); }
 
 std::vector<std::string> verifyDay(const std::string& path, const std::string& head) {

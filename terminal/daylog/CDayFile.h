@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "CFileLock.h"
+#include "CReserve.h"
 #include "Chain.h"
 #include "Database.h"
 #include "DayLog.h"
@@ -24,7 +25,10 @@ class CDayFile : public IDayLog {
   /// A new file with an identifier that another one has; none if this throws.
   CDayFile(const std::string& path, const std::string& identifier);
 
-  std::string append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) override;
+  std::string append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) override {
+    return commit(entries, marks, true);
+  }
+  std::string appendFromReserve(const std::vector<SEntry>& entries) override { return commit(entries, {}, false); }
   const std::vector<SEntry>& entries() const override { return m_entries; }
   const std::vector<SMark>& marks() const override { return m_marks; }
   std::string follow() override;
@@ -54,6 +58,7 @@ class CDayFile : public IDayLog {
   void readMarks();
   void readOthers();
   void write(std::vector<SEntry>& entries, const std::vector<SMark>& marks, SChain& chain);
+  std::string commit(const std::vector<SEntry>& entries, const std::vector<SMark>& marks, bool leavesReserve);
   bool undoCommit();
   void find(const std::string& what) { m_findings.push_back(what); }
 
@@ -67,6 +72,7 @@ class CDayFile : public IDayLog {
   std::vector<SMark> m_marks;
   SChain m_chain;
   std::vector<std::string> m_findings;
+  CReserve m_reserve{m_strPath};
 };
 
 }  // namespace daylog

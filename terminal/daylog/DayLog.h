@@ -34,6 +34,8 @@ class IDayLog {
   virtual ~IDayLog() = default;
   /// Keeps all of it in one transaction, which is on the disk when this returns. Empty, or why nothing of it was kept.
   virtual std::string append(const std::vector<SEntry>& entries, const std::vector<SMark>& marks) = 0;
+  /// The same of what must be kept even when append() finds no space: from the space that append() leaves free.
+  virtual std::string appendFromReserve(const std::vector<SEntry>& entries) = 0;
   /// All, in their order, as they were read when the log was opened or kept since.
   virtual const std::vector<SEntry>& entries() const = 0;
   virtual const std::vector<SMark>& marks() const = 0;

@@ -68,6 +68,17 @@ void refuse(const Act& act, const std::string& why, CSimulation& simulation) {
   std::visit(SRefuse{simulation, why}, act);
 }
 
+bool onlyEnds(const Act& act) {
+  using namespace ksservice;
+  const auto ends = [](int operation) {
+    return operation == ETO_Cancel || operation == ETO_Pause || operation == ETO_Drop;
+  };
+  if (const auto* server = std::get_if<SOperateServerTask>(&act)) return ends(server->m_nOperation);
+  if (const auto* task = std::get_if<SOperateTask>(&act)) return ends(task->m_nOperation);
+  if (const auto* hedge = std::get_if<SSteerHedge>(&act)) return hedge->m_eAct != EHedgeAct::Start;
+  return std::holds_alternative<SCancelOrders>(act);
+}
+
 void noteHedge(const Act& act, desk::CDesk& desk) {
   if (const auto* given = std::get_if<SSetHedge>(&act)) {
     desk.noteHedgeParam(given->m_nGroupId, given->m_nCommandId, given->m_param);

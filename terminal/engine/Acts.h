@@ -54,6 +54,11 @@ using Act = std::variant<SStartBasket, SCreateTask, SOperateServerTask, SQueryPr
 /// Between two steps of the clock, on the thread that steps it.
 void carryOut(const Act& act, CSimulation& simulation);
 
+/// Whether it only cancels, stops or pauses. No order of the act's own follows from it; but that a task of which fewer
+/// shares are wanted may have its hedge trade, towards what was filled, makes it no less safe: the hedge would do so
+/// without the act as well, and a hedge that is left as it is follows no longer what it hedges.
+bool onlyEnds(const Act& act);
+
 /// The desk knows what an act that the panel did not ask for itself means to its hedge: it is not to be started again.
 void noteHedge(const Act& act, desk::CDesk& desk);
 

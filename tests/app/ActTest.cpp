@@ -1,12 +1,19 @@
 /// What enters the engine: as text and back, and what becomes of it when it cannot be kept.
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
+#include <QTemporaryDir>
 #include <boost/make_shared.hpp>
 #include <condition_variable>
+#include <fstream>
+#include <future>
+#include <memory>
 #include <mutex>
 #include <thread>
 
 #include "ActJson.h"
+#include "CDayKeeper.h"
 #include "CEngineThread.h"
 #include "Instrument.h"
 #include "Sessions.h"
@@ -161,6 +168,22 @@ TEST(Acts, WhatCannotBeKeptIsNotCarriedOut) {
   EXPECT_EQ(simulation.engine().publishedCount(), 0u);
 }
 
+TEST(Acts, OnlyWhatCancelsStopsOrPausesOnlyEnds) {
+  using namespace ksservice;
+  for (const int operation : {ETO_Cancel, ETO_Pause, ETO_Drop, ETO_Resume}) {
+    const bool ends = operation != ETO_Resume;
+    EXPECT_EQ(onlyEnds(SOperateServerTask{"1-1", operation}), ends) << operation;
+    EXPECT_EQ(onlyEnds(SOperateTask{1, "A1", operation}), ends) << operation;
+  }
+  EXPECT_TRUE(onlyEnds(SCancelOrders{}));
+  EXPECT_TRUE(onlyEnds(SSteerHedge{1, EHedgeAct::Pause}));
+  EXPECT_TRUE(onlyEnds(SSteerHedge{1, EHedgeAct::Stop}));
+  EXPECT_FALSE(onlyEnds(SSteerHedge{1, EHedgeAct::Start}));
+  EXPECT_FALSE(onlyEnds(SStartBasket{}));
+  EXPECT_FALSE(onlyEnds(SCreateTask{}));
+  EXPECT_FALSE(onlyEnds(SSetHedge{}));
+}
+
 TEST(Acts, WhatArrivesDuringASlowCommitSharesTheNextOneAndTheClockSaysThatItIsLate) {
   struct SSlowDisk : app::IActKeeper {
     std::string keep(std::int64_t msec, const std::vector<Act>& acts, int) override {
@@ -201,4 +224,56 @@ TEST(Acts, WhatArrivesDuringASlowCommitSharesTheNextOneAndTheClockSaysThatItIsLa
   EXPECT_LE(thread.lag(), 0.1) << "it catches up";
   thread.stop();
   EXPECT_EQ(thread.lag(), 0);
+}
+
+TEST(Acts, AFullDiskTakesOfWhatArrivesTogetherOnlyWhatEnds) {
+  QTemporaryDir folder;
+  const std::string disk = folder.path().toStdString();
+  if (mount("none", disk.c_str(), "tmpfs", 0, "size=6m") != 0) GTEST_SKIP() << "may not mount a small disk here";
+  const auto unmount = [](const std::string* at) { umount2(at->c_str(), MNT_DETACH); };
+  const std::unique_ptr<const std::string, decltype(unmount)> mounted(&disk, unmount);
+  daylog::SOpenedDay day = daylog::openDay(disk + "/day.db");
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  ASSERT_EQ(day.m_pLog->append({{0, exchange::DAY_OPENS, "query", "{}"}}, {}), "");
+  {
+    std::ofstream rest(disk + "/rest");
+    while (rest << std::string(4096, 'x') << std::flush) {
+    }
+  }
+  const std::string large = R"({"text":")" + std::string(100000, 'x') + "\"}";
+  for (const std::string& body : {large, std::string("{}")}) {
+    while (day.m_pLog->append({{0, exchange::DAY_OPENS, "query", body}}, {}).empty()) {
+    }
+  }
+  const std::size_t before = day.m_pLog->entries().size();
+
+  app::CDayKeeper keeper(*day.m_pLog);
+  desk::CDesk desk;
+  const std::int64_t start = exchange::dayStartOf({2026, 11, 23});
+  SEngineSettings settings;
+  settings.m_nDayStart = start;
+  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = start}, settings,
+                         exchange::DAY_OPENS);
+  std::vector<std::string> texts;
+  simulation.engine().setEventHook([&](const SEngineEvent& event) { texts.push_back(event.m_strText); });
+  const auto take = [&](const std::vector<Act>& acts) {
+    app::CEngineThread thread(simulation, desk, start, {1, -1}, [] {});
+    thread.setKeeper(&keeper);
+    for (const Act& act : acts) thread.post(act);
+    std::promise<void> taken;
+    thread.ask([&taken](CSimulation&) { taken.set_value(); });
+    thread.start();
+    EXPECT_EQ(taken.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+  };
+  take({SSetHedge{1, 1, {}}, SCancelOrders{"2-1", {"2-1-3"}}, SSteerHedge{1, EHedgeAct::Start}});
+  ASSERT_EQ(day.m_pLog->entries().size(), before + 1);
+  EXPECT_EQ(day.m_pLog->entries().back().m_strKind, "cancel");
+  ASSERT_EQ(texts.size(), 2u);
+  EXPECT_NE(texts[0].find("套利参数: 日志无法写入，未执行："), std::string::npos) << texts[0];
+  EXPECT_NE(keeper.fault(), "");
+
+  ASSERT_EQ(unlink((disk + "/rest").c_str()), 0);
+  take({SSetHedge{1, 1, {}}});
+  EXPECT_EQ(day.m_pLog->entries().size(), before + 2);
+  EXPECT_EQ(keeper.fault(), "") << "it is over";
 }

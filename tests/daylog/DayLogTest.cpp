@@ -1,9 +1,11 @@
 // A day's file: what was kept is there after a crash, what cannot be kept is told, and no change goes unseen.
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
 #include <csignal>
+#include <memory>
 #include <random>
 
 #include "DayFiles.h"
@@ -330,4 +332,35 @@ TEST_F(DayLog, ADiskThatFillsIsToldAndLosesNothing) {
   waitpid(child, &status, 0);
   EXPECT_TRUE(WIFEXITED(status));
   EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST_F(DayLog, AFullDiskTakesCancelsAndEverythingAgainWhenItHasSpace) {
+  const fs::path disk = m_folder / "disk";
+  fs::create_directory(disk);
+  if (mount("none", disk.c_str(), "tmpfs", 0, "size=6m") != 0) GTEST_SKIP() << "may not mount a small disk here";
+  const auto unmount = [](const fs::path* at) { umount2(at->c_str(), MNT_DETACH); };
+  const std::unique_ptr<const fs::path, decltype(unmount)> mounted(&disk, unmount);
+  m_file = disk / "day.db";
+  SOpenedDay day = openDay(m_file);
+  EXPECT_EQ(day.m_pLog->append({entryOf(1)}, {{34201000, 7, "{}"}}), "");
+  {
+    std::ofstream rest(disk / "rest");
+    while (rest << std::string(4096, 'x') << std::flush) {
+    }
+  }
+  SEntry large = entryOf(2);
+  large.m_strBody = R"({"text":")" + std::string(100000, 'x') + "\"}";
+  std::string fault;
+  int kept = 0;
+  while ((fault = day.m_pLog->append({large}, {{34202000, 8, ""}})).empty() && kept < 100) ++kept;
+  EXPECT_NE(fault.find("the disk is full but for what cancels need"), std::string::npos) << fault;
+  for (int i = 0; i < 50; ++i) EXPECT_EQ(day.m_pLog->appendFromReserve({entryOf(3)}), "") << i;
+  EXPECT_NE(day.m_pLog->append({entryOf(4)}, {}), "") << "the reserve is not for it";
+  fs::remove(disk / "rest");
+  EXPECT_EQ(day.m_pLog->append({large}, {}), "") << "there is space again";
+  const std::string text = textOf(*day.m_pLog);
+  EXPECT_EQ(day.m_pLog->entries().size(), static_cast<std::size_t>(kept) + 52);
+  day.m_pLog.reset();
+  EXPECT_EQ(verifyDay(m_file, ""), std::vector<std::string>());
+  EXPECT_EQ(textOf(*readDay(m_file).m_pLog), text);
 }
