@@ -25,7 +25,7 @@ struct SNewestDetails {
 
 /// What is left of a row.
 struct SLeftRow {
-  CBasketTaskItem* item;
+  CBasketTaskItem* item = nullptr;
   SRemainderRow row;
   SRemainder remainder;
 

@@ -33,7 +33,7 @@ struct SLineFacts {
 
   long long left() const { return target - done - open - held; }
 };
-SLineFacts lineFacts(const SLeftRow& row);
+SLineFacts lineFacts(const SLeftRow& left);
 
 /// On what a patch rests that was sent: each of its lines, when it was sent.
 struct SPatchProof {

@@ -94,7 +94,7 @@ QJsonObject lineOf(const SLineExplanation& line) {
 }
 
 QString titleOf(int taskId, const SRowExplanation& explained) {
-  const QString task = QStringLiteral("组合任务%1").arg(taskId);
+  QString task = QStringLiteral("组合任务%1").arg(taskId);
   if (explained.root) return task;
   if (!explained.leaf || explained.lines.empty()) return task + QLatin1Char(' ') + explained.name;
   const SLineFacts& facts = explained.lines.front().facts;

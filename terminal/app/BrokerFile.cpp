@@ -64,13 +64,13 @@ Columns columnsOf(const std::vector<std::string>& titles) {
     if (word != std::end(WORDS) && word->m_eField != EField::Count) columns.emplace(word->m_eField, i);
   }
   // Where a file tells both, what was traded counts.
-  if (columns.count(EField::Filled) > 0) columns[EField::Volume] = columns[EField::Filled];
+  if (columns.contains(EField::Filled)) columns[EField::Volume] = columns[EField::Filled];
   return columns;
 }
 
 bool isWhole(const Columns& columns) {
-  return columns.count(EField::Code) > 0 && columns.count(EField::Side) > 0 && columns.count(EField::Volume) > 0 &&
-         (columns.count(EField::Price) > 0 || columns.count(EField::Amount) > 0);
+  return columns.contains(EField::Code) && columns.contains(EField::Side) && columns.contains(EField::Volume) &&
+         (columns.contains(EField::Price) || columns.contains(EField::Amount));
 }
 
 class CBrokerReader {

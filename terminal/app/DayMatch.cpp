@@ -65,7 +65,7 @@ class CMatch {
     std::set<std::string> known;
     for (const SMatchOrder& order : m_day) known.insert(order.m_strKey);
     m_bNumbers = std::any_of(m_there.begin(), m_there.end(),
-                             [&known](const SItem& item) { return known.count(item.m_strOrder) > 0; });
+                             [&known](const SItem& item) { return known.contains(item.m_strOrder); });
     if (m_bNumbers) {
       m_there = summed(m_there);
       m_here = orders();
@@ -209,7 +209,7 @@ class CMatch {
       compare(here, *found->second);
     }
     for (const SItem& item : m_there) {
-      if (met.count(item.m_strOrder) == 0) m_groups[MissingHere].push_back(describe(item));
+      if (!met.contains(item.m_strOrder)) m_groups[MissingHere].push_back(describe(item));
     }
   }
 

@@ -29,6 +29,70 @@ class Day : public Terminal {
 
 }  // namespace
 
+TEST_F(Day, WhatWasCommittedAndNotDoneIsDoneOnce) {
+  ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
+  {
+    // As a process leaves it that is stopped behind the commit.
+    const daylog::SOpenedDay day = daylog::openDay("day.db");
+    ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+    const std::int64_t last = day.m_pLog->marks().back().m_nMsec;
+    ASSERT_EQ(day.m_pLog->append({{0, last, "operateServer", R"({"task":"1-1","operation":3})"}}, {}), "");
+  }
+  const SResult result = runTerminal(run("day.db"));
+  EXPECT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
+  const nlohmann::json end = lastDump("end.jsonl");
+  EXPECT_NE(end.at("rows").at(0).at("cells").at(11), "") << "it was cancelled: " << end.at("rows").at(0);
+  const daylog::SOpenedDay day = daylog::readDay("day.db");
+  EXPECT_EQ(std::count_if(day.m_pLog->entries().begin(), day.m_pLog->entries().end(),
+                          [](const daylog::SEntry& entry) { return entry.m_strKind == "operateServer"; }),
+            1);
+  int cancelled = 0;
+  for (const daylog::SMark& mark : day.m_pLog->marks()) {
+    for (std::size_t at = 0; (at = mark.m_strOutputs.find("任务 [1-1] 撤销", at)) != std::string::npos; ++at)
+      ++cancelled;
+  }
+  EXPECT_EQ(cancelled, 1);
+  EXPECT_EQ(runTerminal({"day", "verify", "day.db"}).m_nStatus, 0);
+}
+
+#ifdef PBT_DISK_FAULTS
+TEST_F(Day, ASlowOrFailingDiskDelaysADayAndLosesNothingOfIt) {
+  const auto runOn = [](const QStringList& words, int msec, int permille, int seed) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LD_PRELOAD", PBT_DISK_FAULTS);
+    environment.insert("DISK_FAULTS_FILE", "day.db");
+    environment.insert("DISK_FAULTS_MSEC", QString::number(msec));
+    environment.insert("DISK_FAULTS_PERMILLE", QString::number(permille));
+    environment.insert("DISK_FAULTS_SEED", QString::number(seed));
+    process.setProcessEnvironment(environment);
+    startTerminal(process, words);
+    return resultOf(process);
+  };
+  const SResult slow = runOn(run("day.db"), 10, 0, 1);
+  EXPECT_EQ(slow.m_nStatus, 0) << slow.m_strErrors.toStdString();
+  EXPECT_TRUE(daylog::readDay("day.db").m_pLog->isFinished());
+  EXPECT_EQ(runTerminal({"day", "verify", "day.db"}).m_nStatus, 0);
+
+  constexpr int DAYS = 3;
+  int refusals = 0;
+  for (int seed = 1; seed <= DAYS; ++seed) {
+    for (const char* name : {"day.db", "day.db-wal", "day.db-shm"}) QFile::remove(name);
+    const SResult failing = runOn(run("day.db") + QStringList{"--seconds", "2"}, 0, 20, seed);
+    // One that could not begin says so, and the next one begins.
+    if (failing.m_nStatus != 0) {
+      ++refusals;
+      EXPECT_FALSE(failing.m_strErrors.isEmpty());
+    }
+    const SResult healed = runTerminal(run("day.db"));
+    EXPECT_EQ(healed.m_nStatus, 0) << "seed " << seed << ": " << healed.m_strErrors.toStdString();
+    const SResult verified = runTerminal({"day", "verify", "day.db"});
+    EXPECT_EQ(verified.m_nStatus, 0) << "seed " << seed << ": " << verified.m_strOut.toStdString();
+  }
+  EXPECT_LT(refusals, DAYS) << "the disk fails while a day is under way, too";
+}
+#endif
+
 TEST_F(Day, IsVerifiedAndRecoveredFromTheShell) {
   ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
   const QString head = runTerminal({"day", "head", "day.db"}).m_strOut.trimmed();

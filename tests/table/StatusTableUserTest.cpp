@@ -86,7 +86,7 @@ TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
   m_table.setCurrentKey(m_rootKey);
   CHpfBasketOptionDelegate& options = *m_table.getTaskOptionDelegate();
   options.slotTaskStatus(m_rootKey, ksservice::ETS_Running, 0);
-  EXPECT_EQ(menu(), "组合任务1- 撤销 暂停 委托详情 交易参数 导出数据 复制");
+  EXPECT_EQ(menu(), "组合任务1- 撤销 暂停 说明 委托详情 交易参数 导出数据 复制");
 
   QKeyEvent held(QEvent::KeyPress, Qt::Key_P, Qt::ControlModifier, QString(), true);
   QApplication::sendEvent(&m_table, &held);
@@ -96,7 +96,7 @@ TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
   m_table.setUiLock(false);
   EXPECT_EQ(press({"Ctrl+P"}), 5);
   EXPECT_EQ(press({"Ctrl+P"}), 0) << "disabled by its click, as by the mouse";
-  EXPECT_EQ(menu(), "组合任务1- 撤销 暂停- 委托详情 交易参数 导出数据 复制");
+  EXPECT_EQ(menu(), "组合任务1- 撤销 暂停- 说明 委托详情 交易参数 导出数据 复制");
   EXPECT_EQ(press({"Ctrl+B"}), 0) << "a button that does not show";
   options.slotTaskStatus(m_rootKey, ksservice::ETS_Cancelled, 0);
   EXPECT_EQ(press({"Ctrl+P"}), 0);
@@ -114,6 +114,10 @@ TEST_F(StatusTable, TheCurrentRowsButtonsStandInItsMenuAndHaveKeys) {
               CHpfBasketOptionDelegate::actionOf(button.id))
         << hint.toStdString();
   }
+  QSignalSpy explained(&m_table, &CHpfBasketStatusTable::sigExplainRow);
+  EXPECT_EQ(press({"F1"}), 0);
+  ASSERT_EQ(explained.size(), 1);
+  EXPECT_EQ(explained.front(), (QVariantList{1, QString()}));
   EXPECT_EQ(press({"Ctrl+O"}), 0);
   EXPECT_EQ(m_table.findChild<CTaskOrdersWidget*>()->getKey(), m_rootKey + m_rootKey);
   EXPECT_EQ(press({"Ctrl+I"}), 0);

@@ -39,7 +39,7 @@ void CPastDesk::advanceTo(std::int64_t msec) {
 
 std::int64_t CPastDesk::nextStop(std::int64_t msec) const {
   for (std::size_t i = m_nTask; i < m_day.tasks().size() && m_day.tasks()[i].m_nMsec <= msec; ++i) {
-    if (m_tasks.count(m_day.tasks()[i].m_facts.getKey()) == 0) return m_day.tasks()[i].m_nMsec;
+    if (!m_tasks.contains(m_day.tasks()[i].m_facts.getKey())) return m_day.tasks()[i].m_nMsec;
   }
   return msec;
 }

@@ -74,7 +74,7 @@ class CPastSession : public QObject {
   void show();
   void makeWorld();
   void makePanel();
-  void showLog(std::int64_t from);
+  void showLog(std::int64_t msec);
   void showClock();
   void refreshPanel();
   void settle();

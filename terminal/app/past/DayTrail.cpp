@@ -51,7 +51,7 @@ const daylog::SEntry* lastEntry(const daylog::IDayLog& log, const std::set<std::
   const daylog::SEntry* last = nullptr;
   for (const daylog::SEntry& entry : log.entries()) {
     if (entry.m_nMsec > until) break;
-    if (kinds.count(entry.m_strKind) > 0 && bodyOf(entry).value(name, -1) == id) last = &entry;
+    if (kinds.contains(entry.m_strKind) && bodyOf(entry).value(name, -1) == id) last = &entry;
   }
   return last;
 }

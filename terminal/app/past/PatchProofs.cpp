@@ -100,11 +100,11 @@ class CProofCheck {
       checkLine(of, line, at.standing());
     }
     for (const auto& [line, volume] : asked) {
-      const std::int64_t proved = chosen.count(line) > 0 ? chosen.at(line) : 0;
+      const std::int64_t proved = chosen.contains(line) ? chosen.at(line) : 0;
       if (proved != volume) say(line, "asked for " + std::to_string(volume) + ", chosen " + std::to_string(proved));
     }
     for (const auto& [line, volume] : chosen) {
-      if (volume != 0 && asked.count(line) == 0) say(line, "chosen " + std::to_string(volume) + ", not asked for");
+      if (volume != 0 && !asked.contains(line)) say(line, "chosen " + std::to_string(volume) + ", not asked for");
     }
   }
 
