@@ -244,7 +244,7 @@ void CLiveSession::setHooks() {
   };
   m_pSimulation->hedger().setHooks({onVolume, onStatus});
   m_pSimulation->engine().setEventHook([this](const engine::SEngineEvent& event) {
-    if (m_pDayOutputs) m_pDayOutputs->addMessage(event.m_nMsec, event.m_bWarning, event.m_strText);
+    if (m_pDayOutputs && event.m_bFollows) m_pDayOutputs->addMessage(event.m_nMsec, event.m_bWarning, event.m_strText);
     m_pLog->append(event.m_nMsec, QString::fromStdString(event.m_strText),
                    event.m_bWarning ? CLogDock::ELevel::Warning : CLogDock::ELevel::Info);
   });

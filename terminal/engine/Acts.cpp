@@ -59,7 +59,7 @@ struct SRefuse {
   void operator()(const SSteerHedge& act) const { tell("任务 [" + std::to_string(act.m_nGroupId) + "] 套利"); }
 
  private:
-  void tell(const std::string& what) const { m_simulation.engine().tell(what + ": " + m_strWhy, true); }
+  void tell(const std::string& what) const { m_simulation.engine().tellRefusal(what + ": " + m_strWhy); }
 };
 
 }  // namespace

@@ -379,6 +379,10 @@ void CEngine::tellBeyond() {
   }
 }
 
+void CEngine::tellRefusal(const std::string& text) const {
+  if (m_eventHook) m_eventHook({m_nNow, text, true, false});
+}
+
 void CEngine::tell(const std::string& text, bool warning) const {
   if (m_eventHook) m_eventHook({m_nNow, text, warning});
 }

@@ -56,6 +56,7 @@ struct SEngineEvent {
   std::int64_t m_nMsec = 0;  ///< since midnight of the trading day
   std::string m_strText;     ///< Chinese
   bool m_bWarning = false;   ///< something does not go as it was meant to
+  bool m_bFollows = true;    ///< from what entered the engine, so that it is told again when that enters again
 };
 
 /// Runs basket tasks on a desk against a market: one order a security at the opposite best price, or child orders on an
@@ -124,6 +125,8 @@ class CEngine {
   /// Whether some sub-task of the basket or of its patches has not ended.
   bool isTrading(int basketId) const;
   void tell(const std::string& text, bool warning = false) const;
+  /// Of something that did not enter.
+  void tellRefusal(const std::string& text) const;
   /// Milliseconds since midnight.
   std::int64_t now() const { return m_nNow; }
   /// Seconds since the epoch.
