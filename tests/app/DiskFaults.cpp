@@ -62,6 +62,8 @@ int sync(int file, const char* name) {
 
 }  // namespace
 
+// The names of the system's own are reserved.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 
 int fsync(int file) { return sync(file, "fsync"); }
@@ -77,3 +79,4 @@ ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t at) {
   return -1;
 }
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
