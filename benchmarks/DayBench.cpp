@@ -48,7 +48,9 @@ double runDay(const QString& file) {
     words << QStringLiteral("--basket") << QStringLiteral(PBT_BENCH_DATA_DIR "/baskets/basket300.csv");
   }
   words << QStringLiteral("--day") << (file.isEmpty() ? QStringLiteral("none") : file);
-  for (const char* end : {"", "-wal", "-shm"}) QFile::remove(file + QLatin1String(end));
+  for (const char* end : {"", "-wal", "-shm"}) {
+    if (!file.isEmpty()) QFile::remove(file + QLatin1String(end));
+  }
   const double before = childSeconds();
   QProcess process;
   process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/basket-terminal"), words);
@@ -59,12 +61,9 @@ double runDay(const QString& file) {
 /// In turns, so that both meet the same machine.
 void measureCpu(const QString& file, CReport& report) {
   std::vector<double> ratios;
-  std::vector<double> plain;
-  std::vector<double> kept;
   for (int i = 0; i < PAIRS; ++i) {
-    plain.push_back(runDay({}));
-    kept.push_back(runDay(file));
-    ratios.push_back(kept.back() / plain.back());
+    const double plain = runDay({});
+    ratios.push_back(runDay(file) / plain);
   }
   report.addValue(work::DAY_CPU, PANEL, median(ratios), QStringLiteral("times"));
 }

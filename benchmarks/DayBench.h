@@ -6,7 +6,7 @@
 namespace bench {
 
 namespace work {
-const QString DAY_CPU = QStringLiteral("CPU of a day that is kept, beside one that is not");
+const QString DAY_CPU = QStringLiteral("CPU of a kept day beside one that is not");
 const QString DAY_APPEND = QStringLiteral("an entry on the disk");
 const QString DAY_ENTRIES = QStringLiteral("entries a second");
 const QString DAY_ITEMS = QStringLiteral("thousand outputs in the day");
