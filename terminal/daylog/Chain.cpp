@@ -14,7 +14,7 @@ namespace {
 class CSha256 {
  public:
   CSha256() : m_pContext(EVP_MD_CTX_new(), &EVP_MD_CTX_free) {
-    if (!m_pContext || EVP_DigestInit_ex(m_pContext.get(), EVP_sha256(), nullptr) != 1) fail();
+    if (!m_pContext || EVP_DigestInit_ex(m_pContext.get(), algorithm(), nullptr) != 1) fail();
   }
 
   CSha256& add(std::string_view bytes) {
@@ -50,6 +50,12 @@ class CSha256 {
   }
 
  private:
+  /// Found once: EVP_sha256() is looked for anew at each hash.
+  static const EVP_MD* algorithm() {
+    static const std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> SHA256(EVP_MD_fetch(nullptr, "SHA256", nullptr),
+                                                                        &EVP_MD_free);
+    return SHA256.get();
+  }
   [[noreturn]] static void fail() { throw std::runtime_error("SHA-256 is not available"); }
   void update(const void* bytes, std::size_t size) {
     if (EVP_DigestUpdate(m_pContext.get(), bytes, size) != 1) fail();

@@ -24,6 +24,7 @@ int COrderSheet::add(const SNewOrder& order) {
   m_orders.push_back(std::move(added));
   m_sent.push_back(order.m_nTime);
   ++m_nWorking;
+  m_nWorkingVolume += order.m_nQuantity;
   return index;
 }
 
@@ -41,14 +42,6 @@ std::vector<std::uint64_t> COrderSheet::workingOrders() const {
     if (!order.m_info.m_bCompleted) working.push_back(order.m_nMarketId);
   }
   return working;
-}
-
-int COrderSheet::workingVolume() const {
-  int volume = 0;
-  for (const SOrder& order : m_orders) {
-    if (!order.m_info.m_bCompleted) volume += order.left();
-  }
-  return volume;
 }
 
 bool COrderSheet::areAllFilled() const {
@@ -79,6 +72,7 @@ void COrderSheet::reject(int order, const std::string& message) {
 void COrderSheet::fill(int order, int quantity, double amount, int seconds) {
   m_fills.push_back({static_cast<std::size_t>(order), seconds, quantity, amount});
   SOrder& filled = touch(order);
+  if (!filled.m_info.m_bCompleted) m_nWorkingVolume -= quantity;
   filled.m_info.m_nTradedVolume += quantity;
   filled.m_info.m_dTradedAmount += amount;
   filled.m_bDetailDirty = true;
@@ -102,6 +96,7 @@ void COrderSheet::end(SOrder& order) {
   if (order.m_info.m_bCompleted) return;
   order.m_info.m_bCompleted = true;
   --m_nWorking;
+  m_nWorkingVolume -= order.left();
 }
 
 COrderDetailPtr COrderSheet::makeOrderDetail(const SOrder& order) {

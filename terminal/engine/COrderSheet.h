@@ -58,7 +58,7 @@ class COrderSheet {
   /// The market's numbers of the orders that may still fill.
   std::vector<std::uint64_t> workingOrders() const;
   /// What may still fill, in shares or lots.
-  int workingVolume() const;
+  int workingVolume() const { return m_nWorkingVolume; }
   int rejectedCount() const { return m_nRejected; }
   bool areAllFilled() const;
   int tradedVolume() const { return m_nTraded; }
@@ -80,6 +80,7 @@ class COrderSheet {
   std::vector<desk::SOrderFill> m_fills;
   std::vector<int> m_sent;
   int m_nWorking = 0;
+  int m_nWorkingVolume = 0;
   int m_nRejected = 0;
   int m_nTraded = 0;
   double m_dTraded = 0;

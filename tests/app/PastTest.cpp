@@ -10,9 +10,11 @@
 #include <sstream>
 
 #include "CBasketTasksPanel.h"
+#include "DayOutputFields.h"
 #include "JsonAppend.h"
 #include "Options.h"
 #include "TerminalRun.h"
+#include "gv/CMessageBox.h"
 #include "past/CPastSession.h"
 
 namespace {
@@ -156,6 +158,30 @@ TEST_F(Past, AMomentIsTheSameFromWhereverOneComes) {
     const std::int64_t at = moments[random() % moments.size()];
     EXPECT_EQ(looker.at(at), seen[at]) << at;
   }
+}
+
+TEST_F(Past, WhatThePanelAsksByItselfDisturbsNothing) {
+  writeFile("basket.csv", "side,code,quantity\n买入,600000,900000\n买入,600009,300000\n");
+  writeFile("acts.jsonl", R"({"at":"09:30:05","task":1,"do":"hedge","what":"start"})");
+  keepDay({"--hedge-orders", "1", "--acts", "acts.jsonl"});
+  int boxes = 0;
+  GV::CMessageBox::setPresenter([&boxes](QWidget*, const QString&, const QString&) { ++boxes; });
+  CLooker looker;
+  const auto& hedges = looker.session().day().hedges();
+  const auto atLimit = std::find_if(hedges.begin(), hedges.end(),
+                                    [](const app::SPastHedge& each) { return each.m_strKind == app::HEDGE_STATUS; });
+  ASSERT_NE(atLimit, hedges.end()) << "the hedge has used up its orders, and the panel pauses the task";
+  const std::int64_t moment = atLimit->m_nMsec / 1000 * 1000;
+  looker.at(moment - 60000);
+  const auto* panel = looker.session().panel();
+  looker.at(moment + 60000);
+  for (int i = 0; i < 50; ++i) {
+    QApplication::processEvents(QEventLoop::AllEvents, 20);
+    QThread::msleep(2);
+  }
+  EXPECT_EQ(looker.session().panel(), panel) << "the moment was shown anew";
+  EXPECT_EQ(boxes, 0);
+  GV::CMessageBox::setPresenter({});
 }
 
 TEST_F(Past, WhoWantsSomethingDoneIsRefusedAndSeesTheDayAsItWas) {

@@ -15,6 +15,7 @@
 #include "docks/CLogDock.h"
 #include "gv/CMessageBox.h"
 #include "gv/CUiResource.h"
+#include "tc/CBasketHedgeManager.h"
 
 namespace app {
 namespace {
@@ -51,6 +52,9 @@ CPastSession::SWorld::SWorld(CPastSession& session)
   m_desk.setSession(makeSession(session.m_options));
   addAccounts(m_desk, session.m_options);
   enterInstruments(m_desk, *session.m_pMarket);
+  // Before the panel hears of it ...
+  QObject::connect(&TC::getBasketHedgeManager(), &TC::CBasketHedgeManager::sigHedgeStatus, &m_driver,
+                   [this] { m_driver.setAnnouncing(true); });
 }
 
 CPastSession::SWorld::~SWorld() {
@@ -207,6 +211,9 @@ void CPastSession::makePanel() {
   world.m_desk.requests().setDriver(&world.m_driver);
   TC::ITradeDockableWidget* panel = m_createPanel(PANEL_WIDGET_ID, &m_window);
   world.m_pPanel = panel;
+  // ... and behind it.
+  connect(&TC::getBasketHedgeManager(), &TC::CBasketHedgeManager::sigHedgeStatus, &world.m_driver,
+          [&driver = world.m_driver] { driver.setAnnouncing(false); });
   m_window.setPanel(panel);
   // A panel's dock comes at its usual size.
   if (!m_windowState.isEmpty()) m_window.restoreState(m_windowState);
@@ -266,9 +273,12 @@ void CPastSession::showClock() {
 
 void CPastSession::dump() {
   if (!panel()) return;
+  // While a world settles, events run, and must not exchange it.
+  const bool showing = std::exchange(m_bShowing, true);
   settle();
   refreshPanel();
   settle();
+  m_bShowing = showing;
   if (m_pOutput) m_pOutput->dump(*panel(), "end");
 }
 
