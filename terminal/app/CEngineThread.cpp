@@ -63,7 +63,7 @@ void CEngineThread::takeActs(const std::vector<engine::Act>& acts, int actsLine)
   for (const engine::Act& act : acts) {
     if (fault.empty()) {
       engine::carryOut(act, m_simulation);
-      if (actsLine > 0) engine::noteHedge(act, m_desk);
+      if (actsLine > 0) engine::noteHedge(act, m_desk, false);
     } else {
       engine::refuse(act, "日志无法写入，未执行：" + fault, m_simulation);
     }

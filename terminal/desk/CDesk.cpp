@@ -251,7 +251,11 @@ boost::shared_ptr<const ksservice::COrderCommand> CDesk::commandByKey(const std:
 
 bool CDesk::hedgeParam(EHedgeSource source, int commandId, ksservice::CBasketHedgeParam& param) const {
   const ReadLock lock(m_mutex);
-  return lookUp(m_hedgeParams, std::make_pair(source, commandId), param);
+  if (!lookUp(m_hedgeParams, std::make_pair(source, commandId), param)) return false;
+  if (source == EHedgeSource::Manager && m_startedUnmet.count(commandId) > 0) {
+    lookUp(m_hedgeParams, std::make_pair(EHedgeSource::Stored, commandId), param);
+  }
+  return true;
 }
 
 int CDesk::hedgeState(int groupId) const {
@@ -341,9 +345,23 @@ void CDesk::noteHedgeStarted(int groupId) {
   if (given != m_givenHedges.end()) m_hedgeParams.erase({EHedgeSource::Manager, given->second.m_nCommandId});
 }
 
+void CDesk::noteHedgeStartedUnmet(int groupId) {
+  const WriteLock lock(m_mutex);
+  const auto given = m_givenHedges.find(groupId);
+  if (given == m_givenHedges.end()) return;
+  const int command = given->second.m_nCommandId;
+  if (m_hedgeParams.count({EHedgeSource::Manager, command}) > 0) m_startedUnmet.insert(command);
+}
+
 void CDesk::startHedge(int groupId) {
   noteHedgeStarted(groupId);
-  m_requests.startHedge(groupId);
+  bool runs = false;
+  {
+    const WriteLock lock(m_mutex);
+    const auto given = m_givenHedges.find(groupId);
+    runs = given != m_givenHedges.end() && m_startedUnmet.erase(given->second.m_nCommandId) > 0;
+  }
+  m_requests.startHedge(groupId, runs);
 }
 
 void CDesk::showMsg(const QString& text, int kind) const {

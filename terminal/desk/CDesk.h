@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <shared_mutex>
 #include <string>
 #include <unordered_map>
@@ -171,6 +172,9 @@ class CDesk {
   /// The same without asking the driver: it was done without the panel, as in a day that is run again.
   void noteHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param);
   void noteHedgeStarted(int groupId);
+  /// The same while a panel is there. One that has not met the task yet still gets the parameters, as they are stored
+  /// by then, and its start of what runs already is kept from the driver.
+  void noteHedgeStartedUnmet(int groupId);
   void showMsg(const QString& text, int kind) const;
 
   /// Takes details that are published with EVia::Signal; an empty one drops them. Any thread, while none is published.
@@ -215,6 +219,7 @@ class CDesk {
     ksservice::CBasketHedgeParam m_param;
   };
   std::unordered_map<int, SGivenHedge> m_givenHedges;  ///< by group: what it was given last
+  std::set<int> m_startedUnmet;                        ///< commands whose hedge the panel is still to start
   std::unordered_map<int, int> m_hedgeStates;
   std::unordered_map<std::string, boost::shared_ptr<const TC::CTaskProgress>> m_progress;
   std::map<std::string, SStored> m_details;

@@ -63,9 +63,9 @@ void CRequests::setHedgeParam(int groupId, int commandId, const ksservice::CBask
   if (m_pDriver) m_pDriver->setHedgeParam(groupId, commandId, param);
 }
 
-void CRequests::startHedge(int groupId) {
+void CRequests::startHedge(int groupId, bool runs) {
   m_tell([&](IDeskObserver& observer) { observer.onStartHedge(groupId); });
-  if (m_pDriver) m_pDriver->startHedge(groupId);
+  if (m_pDriver && !runs) m_pDriver->startHedge(groupId);
 }
 
 void CRequests::pauseHedge(int groupId) {

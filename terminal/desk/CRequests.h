@@ -39,7 +39,8 @@ class CRequests {
   /// By the user of the terminal, not by the panel: no observer is told.
   void cancelOrders(const std::string& detailKey, const std::vector<std::string>& orderKeys);
   void setHedgeParam(int groupId, int commandId, const ksservice::CBasketHedgeParam& param);
-  void startHedge(int groupId);
+  /// runs: the driver has started it already.
+  void startHedge(int groupId, bool runs);
   void pauseHedge(int groupId);
   void stopHedge(int groupId);
 

@@ -79,12 +79,13 @@ bool onlyEnds(const Act& act) {
   return std::holds_alternative<SCancelOrders>(act);
 }
 
-void noteHedge(const Act& act, desk::CDesk& desk) {
+void noteHedge(const Act& act, desk::CDesk& desk, bool met) {
   if (const auto* given = std::get_if<SSetHedge>(&act)) {
     desk.noteHedgeParam(given->m_nGroupId, given->m_nCommandId, given->m_param);
   }
   const auto* steered = std::get_if<SSteerHedge>(&act);
-  if (steered && steered->m_eAct == EHedgeAct::Start) desk.noteHedgeStarted(steered->m_nGroupId);
+  if (!steered || steered->m_eAct != EHedgeAct::Start) return;
+  met ? desk.noteHedgeStarted(steered->m_nGroupId) : desk.noteHedgeStartedUnmet(steered->m_nGroupId);
 }
 
 void carryOut(const Act& act, CSimulation& simulation) { std::visit(SCarryOut{simulation}, act); }

@@ -60,7 +60,8 @@ void carryOut(const Act& act, CSimulation& simulation);
 bool onlyEnds(const Act& act);
 
 /// The desk knows what an act that the panel did not ask for itself means to its hedge: it is not to be started again.
-void noteHedge(const Act& act, desk::CDesk& desk);
+/// met: the panel has met the task by then, or meets it by what is stored of it.
+void noteHedge(const Act& act, desk::CDesk& desk, bool met = true);
 
 /// Instead of it: whoever waits for an answer gets the text, and the log tells it. What only looks is carried out.
 void refuse(const Act& act, const std::string& why, CSimulation& simulation);

@@ -60,6 +60,7 @@ void CHedger::start(int groupId) {
   tell(groupId, (boost::format("启动: %1%, 比例 %2%, 最多 %3% 笔委托") % identity.m_stock.m_strCode % param.m_dRatio %
                  param.m_nOrderLimit)
                     .str());
+  storeTarget(groupId, hedge);
   follow(groupId, hedge);
   report(groupId, hedge);
 }

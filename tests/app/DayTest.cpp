@@ -57,28 +57,21 @@ TEST_F(Day, WhatWasCommittedAndNotDoneIsDoneOnce) {
 
 #ifdef PBT_DISK_FAULTS
 TEST_F(Day, ASlowOrFailingDiskDelaysADayAndLosesNothingOfIt) {
-  const auto runOn = [](const QStringList& words, int msec, int permille, int seed) {
+  const auto runOn = [](const SDiskFaults& faults, const QStringList& words) {
     QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LD_PRELOAD", PBT_DISK_FAULTS);
-    environment.insert("DISK_FAULTS_FILE", "day.db");
-    environment.insert("DISK_FAULTS_MSEC", QString::number(msec));
-    environment.insert("DISK_FAULTS_PERMILLE", QString::number(permille));
-    environment.insert("DISK_FAULTS_SEED", QString::number(seed));
-    process.setProcessEnvironment(environment);
-    startTerminal(process, words);
+    startTerminalOn(faults, process, words);
     return resultOf(process);
   };
-  const SResult slow = runOn(run("day.db"), 10, 0, 1);
+  const SResult slow = runOn({.m_nSlowMsec = 10}, run("day.db"));
   EXPECT_EQ(slow.m_nStatus, 0) << slow.m_strErrors.toStdString();
   EXPECT_TRUE(daylog::readDay("day.db").m_pLog->isFinished());
   EXPECT_EQ(runTerminal({"day", "verify", "day.db"}).m_nStatus, 0);
 
   constexpr int DAYS = 3;
   int refusals = 0;
-  for (int seed = 1; seed <= DAYS; ++seed) {
+  for (unsigned seed = 1; seed <= DAYS; ++seed) {
     for (const char* name : {"day.db", "day.db-wal", "day.db-shm"}) QFile::remove(name);
-    const SResult failing = runOn(run("day.db") + QStringList{"--seconds", "2"}, 0, 20, seed);
+    const SResult failing = runOn({.m_nPermille = 20, .m_nSeed = seed}, run("day.db") + QStringList{"--seconds", "2"});
     // One that could not begin says so, and the next one begins.
     if (failing.m_nStatus != 0) {
       ++refusals;

@@ -1,7 +1,10 @@
 // Preloaded into a program whose disk is to be slow or to fail: of files whose names hold DISK_FAULTS_FILE each sync
-// takes DISK_FAULTS_MSEC, and DISK_FAULTS_PERMILLE of all writes and syncs fail, drawn by DISK_FAULTS_SEED.
+// takes DISK_FAULTS_MSEC, and DISK_FAULTS_PERMILLE of all writes and syncs fail, drawn by DISK_FAULTS_SEED. At the
+// write or sync number DISK_FAULTS_KILL the program dies: before it, behind it, or with half of it written. Behind the
+// sync of a commit is between what is kept and what it causes.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -40,24 +43,32 @@ long numberIn(const char* name) {
 }
 
 /// One thread at a time writes a day.
-bool isToFail() {
+long draw(long limit) {
   static std::uint64_t state = static_cast<std::uint64_t>(numberIn("DISK_FAULTS_SEED")) * 2 + 1;
   state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-  return static_cast<long>((state >> 33) % 1000) < numberIn("DISK_FAULTS_PERMILLE");
+  return static_cast<long>((state >> 33) % static_cast<std::uint64_t>(limit));
 }
 
-/// 0, or what errno is to be.
-int faultOf(int file) { return isMeant(file) && isToFail() ? EIO : 0; }
+enum class EFate { Works, Fails, DiesBefore, DiesInside, DiesBehind };
+
+EFate fateOf(int file) {
+  static long number = 0;
+  if (!isMeant(file)) return EFate::Works;
+  if (++number == numberIn("DISK_FAULTS_KILL")) {
+    constexpr EFate DEATHS[] = {EFate::DiesBefore, EFate::DiesInside, EFate::DiesBehind};
+    return DEATHS[draw(3)];
+  }
+  return draw(1000) < numberIn("DISK_FAULTS_PERMILLE") ? EFate::Fails : EFate::Works;
+}
 
 int sync(int file, const char* name) {
-  if (isMeant(file)) {
-    usleep(static_cast<useconds_t>(numberIn("DISK_FAULTS_MSEC") * 1000));
-    if (isToFail()) {
-      errno = EIO;
-      return -1;
-    }
-  }
-  return next<int (*)(int)>(name)(file);
+  const EFate fate = fateOf(file);
+  if (isMeant(file)) usleep(static_cast<useconds_t>(numberIn("DISK_FAULTS_MSEC") * 1000));
+  if (fate == EFate::DiesBefore) raise(SIGKILL);
+  const int result = fate == EFate::Fails ? -1 : next<int (*)(int)>(name)(file);
+  if (fate == EFate::DiesInside || fate == EFate::DiesBehind) raise(SIGKILL);
+  if (fate == EFate::Fails) errno = EIO;
+  return result;
 }
 
 }  // namespace
@@ -70,12 +81,15 @@ int fsync(int file) { return sync(file, "fsync"); }
 int fdatasync(int file) { return sync(file, "fdatasync"); }
 
 ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t at) {
-  const int fault = faultOf(file);
+  const EFate fate = fateOf(file);
+  if (fate == EFate::DiesBefore) raise(SIGKILL);
   // A disk that fails may have taken a part.
-  if (fault != 0 && size > 1)
-    next<ssize_t (*)(int, const void*, size_t, off64_t)>("pwrite64")(file, bytes, size / 2, at);
-  if (fault == 0) return next<ssize_t (*)(int, const void*, size_t, off64_t)>("pwrite64")(file, bytes, size, at);
-  errno = fault;
+  const bool cut = fate == EFate::Fails || fate == EFate::DiesInside;
+  const ssize_t written =
+      next<ssize_t (*)(int, const void*, size_t, off64_t)>("pwrite64")(file, bytes, cut ? size / 2 : size, at);
+  if (fate == EFate::Works) return written;
+  if (fate != EFate::Fails) raise(SIGKILL);
+  errno = EIO;
   return -1;
 }
 }

@@ -24,6 +24,28 @@ inline void startTerminal(QProcess& process, const QStringList& arguments) {
   process.waitForStarted();
 }
 
+#ifdef PBT_DISK_FAULTS
+/// What befalls the disk on which day.db lies.
+struct SDiskFaults {
+  int m_nSlowMsec = 0;   ///< each sync takes so long
+  int m_nPermille = 0;   ///< so many of its writes and syncs fail
+  int m_nKill = 0;       ///< the program dies at the write or sync with this number; 0: it does not
+  unsigned m_nSeed = 1;  ///< chooses which fail and how it dies
+};
+
+inline void startTerminalOn(const SDiskFaults& faults, QProcess& process, const QStringList& arguments) {
+  QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+  environment.insert("LD_PRELOAD", PBT_DISK_FAULTS);
+  environment.insert("DISK_FAULTS_FILE", "day.db");
+  environment.insert("DISK_FAULTS_MSEC", QString::number(faults.m_nSlowMsec));
+  environment.insert("DISK_FAULTS_PERMILLE", QString::number(faults.m_nPermille));
+  environment.insert("DISK_FAULTS_KILL", QString::number(faults.m_nKill));
+  environment.insert("DISK_FAULTS_SEED", QString::number(faults.m_nSeed));
+  process.setProcessEnvironment(environment);
+  startTerminal(process, arguments);
+}
+#endif
+
 /// The end of a program that was started; a status of -1 when it does not end, of -2 when it was killed.
 inline SResult resultOf(QProcess& process) {
   // Of one that has ended already there is nothing to wait for.

@@ -84,6 +84,25 @@ TEST_F(TimedActs, AreTakenAtTheirStepsHoweverFastAndOftenTheDayIsGoneOnWith) {
   EXPECT_EQ(actsOf("cut.db"), acts);
 }
 
+TEST_F(TimedActs, AHedgeThatIsStartedBeforeThePanelHasMetItsTaskIsShownWithItsTarget) {
+  // A tenth of a millisecond after the panel's first look.
+  writeFile("acts.jsonl", R"({"at":"09:25:01","do":"hedge","what":"start","task":1})");
+  writeFile("basket.csv", "side,code,quantity\n买入,600000,900000\n买入,600009,300000\n");
+  const auto hedgeOf = [](const nlohmann::json& dump) {
+    for (const nlohmann::json& row : dump.at("rows")) {
+      if (row.at("row").get<std::string>().find("IF2612") != std::string::npos) return row.at("cells");
+    }
+    return nlohmann::json();
+  };
+  const QStringList hedged = run("day.db", "7200") + QStringList{"--hedge", "IF2612:1.0"};
+  const nlohmann::json cells = hedgeOf(endOf(hedged));
+  ASSERT_FALSE(cells.is_null());
+  EXPECT_EQ(cells.at(15), "0") << "left of its target: " << cells;
+  int starts = 0;
+  for (const daylog::SEntry& entry : daylog::readDay("day.db").m_pLog->entries()) starts += entry.m_strKind == "hedge";
+  EXPECT_EQ(starts, 1) << "the panel's own start comes to nothing";
+}
+
 TEST_F(TimedActs, ALineThatIsNoneIsToldByFileAndLine) {
   writeFile("acts.jsonl",
             "no act\n"
