@@ -122,8 +122,9 @@ struct CTestHost::SGates {
         m_trade(host, services.tradeClient),
         m_commands(host, services.commandCenter),
         m_user(host, services.userConfig),
-        m_hedgeSettings(host, services.hedgeSettings) {
-    TC::installServices(services);
+        m_hedgeSettings(host, services.hedgeSettings),
+        m_services(services) {
+    TC::installServices(m_services);
   }
   ~SGates() { TC::installServices({}); }
 
@@ -133,6 +134,7 @@ struct CTestHost::SGates {
   SCommands m_commands;
   SUser m_user;
   SHedgeSettings m_hedgeSettings;
+  TC::SServices m_services;
 };
 
 CTestHost::CTestHost(EClock clock)
@@ -151,6 +153,8 @@ CTestHost::CTestHost(EClock clock)
 }
 
 CTestHost::~CTestHost() { utils::CLogCenter::instance().setObserver({}); }
+
+void CTestHost::forgetProcess() { TC::installServices(m_pGates->m_services); }
 
 void CTestHost::change(const std::function<void(desk::SSession&)>& what) {
   desk::SSession session = m_desk.session();

@@ -54,6 +54,8 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   desk::CHostServices& services() { return m_services; }
   /// Changes something of the session: user "u1", login "L1", trader type 1, at second 0 of UTC.
   void change(const std::function<void(desk::SSession&)>& what);
+  /// What outlives a panel is forgotten, as by a start of the program. Without a panel; GUI thread.
+  void forgetProcess();
   void setAccount(const ksservice::CAccountInfo& account);
   void setCommand(const ksservice::COrderCommand& command);
   void setOrderDetail(const std::string& tag, bool cancelled);

@@ -63,8 +63,11 @@ void CSafetyDay::check(bool holds, const std::string& rule) {
 // The day
 
 void CSafetyDay::run() {
-  for (int steps = 20 + below(m_random, 40); steps > 0 && m_strFault.empty(); --steps) {
+  int steps = 20 + below(m_random, 40);
+  m_nStepsToKill = 1 + below(m_random, steps);
+  for (; steps > 0 && m_strFault.empty(); --steps) {
     step();
+    if (has(ING_Kill) && --m_nStepsToKill == 0) kill();
     while (m_pPanel && chance(m_random, 50)) changeView();
     if (chance(m_random, 75)) refresh();
     for (int acts = below(m_random, 3); acts > 0 && m_strFault.empty(); --acts) act();
@@ -167,6 +170,21 @@ void CSafetyDay::reopen() {
   for (int steps = below(m_random, 3); steps > 0 && kind > 0; --steps) step();
   kind == 1 ? openPanel() : load();
   m_host.settle();
+}
+
+/// What only the process knew is forgotten: what it waited for, what it had still to stop, what was handed over.
+void CSafetyDay::kill() {
+  ++m_counts["kills"];
+  note("the terminal is killed");
+  m_nStepsToKill = 0;
+  if (m_pPanel) letGo();
+  m_pPanel.reset();
+  m_host.restart();
+  m_asked.clear();
+  m_stops.clear();
+  m_dropSends.clear();
+  m_handedOver.clear();
+  openPanel();
 }
 
 void CSafetyDay::startNewDay(bool amidst) {

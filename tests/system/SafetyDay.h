@@ -59,6 +59,7 @@ class CSafetyDay : private IPanelWatcher {
   static TC::CHpfBasketStatusTable& showQuantities(const TC::CBasketTasksPanel& panel);
   void load();
   void reopen();
+  void kill();
   void startNewDay(bool amidst = false);
 
   // How he looks at the table
@@ -126,6 +127,7 @@ class CSafetyDay : private IPanelWatcher {
   TC::CHpfBasketStatusTable* m_pTable = nullptr;
   SView m_view;
   int m_nLetGo = 0;
+  int m_nStepsToKill = 0;
   std::vector<boost::weak_ptr<TC::CBasketTask>> m_gone;  ///< tasks of which nobody must have kept anything
 
   Details m_known;                       ///< as the panel saw them last

@@ -55,6 +55,7 @@ void CSafetyDay::disturb(int basket) {
   if (chance(m_random, 60)) refresh();
   if (has(ING_Drops) && chance(m_random, 30) && m_pPanel) sendEvent(basket, TC::ETA_Drop);
   if (has(ING_Reopen) && chance(m_random, 15) && m_pPanel) reopen();
+  if (has(ING_Kill) && m_nStepsToKill > 0 && chance(m_random, 15)) kill();
   if (has(ING_NewDay) && chance(m_random, 10)) startNewDay();
   // No click can reach the panel now; a script's event could, and must not patch a task a second time.
   if (chance(m_random, 40) && m_pPanel) sendEvent(anyBasket(), TC::ETA_Patch);

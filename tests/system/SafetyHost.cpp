@@ -306,6 +306,21 @@ void CSafetyHost::endDay() {
   m_market.endDay();
 }
 
+void CSafetyHost::restart() {
+  waitForJobs();
+  pump();
+  const auto earlier = [](const SLetter& one, const SLetter& other) { return one.m_nTime < other.m_nTime; };
+  std::stable_sort(m_letters.begin(), m_letters.end(), earlier);
+  for (const SLetter& letter : std::exchange(m_letters, {})) {
+    if (letter.m_eWay == EWay::Request && chance(m_random, 50)) letter.m_deliver();
+  }
+  m_letters.clear();
+  m_queried.clear();
+  m_creations.clear();
+  flush();
+  m_front.forgetProcess();
+}
+
 void CSafetyHost::startNewDay(bool amidst) {
   endDay();
   if (!amidst) flush();

@@ -72,6 +72,9 @@ class CSafetyHost {
   void pump();
   /// Everything ends in the market.
   void endDay();
+  /// The terminal dies, and is started again: of what it asked for some was kept and is carried out, the rest never
+  /// was; nobody waits for answers any more, and its data centre knows what the market made of it all. Without a panel.
+  void restart();
   /// All of that is delivered (in the middle of a refresh only to the data centre), the panel hears of a new trading
   /// day, and a basket is started.
   void startNewDay(bool amidst);

@@ -19,10 +19,12 @@ constexpr int SECURITIES = 5;
 constexpr int HUGE_LINE = 2000000000;
 
 /// In the order of their bits.
-const char* const NAMES[] = {"twins",  "sides",     "splits",  "mixed",  "connect", "huge",    "openends", "indices",
-                             "late",   "ahead",     "replies", "lost",   "queries", "foreign", "drops",    "reopen",
-                             "newday", "newbasket", "held",    "faults", "hedges",  "stops",   "waits",    "fresh"};
-constexpr unsigned RULES = ING_Stops | ING_Waits | ING_Fresh;
+const char* const NAMES[] = {"twins",   "sides",  "splits", "mixed",     "connect", "huge",    "openends",
+                             "indices", "late",   "ahead",  "replies",   "lost",    "queries", "foreign",
+                             "drops",   "reopen", "newday", "newbasket", "held",    "faults",  "hedges",
+                             "stops",   "waits",  "fresh",  "kill"};
+/// Of every day on which they are allowed.
+constexpr unsigned ALWAYS = ING_Stops | ING_Waits | ING_Fresh | ING_Kill;
 
 TC::SAlgoParams makeAlgo(Random& random) {
   TC::SAlgoParams algo;
@@ -60,7 +62,7 @@ SDayPlan::SDayPlan(std::uint64_t seed, unsigned allowed, bool all)
   for (unsigned bit = 1; bit < ING_Stops && !all; bit <<= 1) {
     if (chance(m_random, bit < ING_Held ? 50 : 85)) m_nHas &= ~bit;
   }
-  m_nHas |= allowed & RULES;
+  m_nHas |= allowed & ALWAYS;
   // What a click meets in mid-refresh is not known, nor what the panel knows after a fault.
   if (has(ING_Held) || has(ING_Faults)) m_nHas &= ~(ING_Stops | ING_Waits);
   const int accounts = 1 + below(m_random, has(ING_Twins) || has(ING_Mixed) ? 3 : 2);

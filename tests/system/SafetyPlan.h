@@ -41,6 +41,7 @@ enum EIngredient : unsigned {
   ING_Stops = 1u << 21,      ///< what comes of a patch that was given up is stopped
   ING_Waits = 1u << 22,  ///< until something comes of a patch its task shows "补单中", or is cancelled after 10 s
   ING_Fresh = 1u << 23,  ///< the table equals that of a panel that gets the newest details at once
+  ING_Kill = 1u << 24,   ///< the terminal dies once, at any moment
 };
 
 /// The ingredients of a text such as "twins,huge"; throws std::invalid_argument for an unknown word.
