@@ -2,7 +2,9 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "Inputs.h"
 
@@ -39,15 +41,31 @@ std::string otherOption(const OptionValues& began, const OptionValues& given) {
   return {};
 }
 
-std::string otherFile(const Json& files) {
+/// A file of the day that is not the same any more.
+struct SOtherFile {
+  std::string m_strPath;
+  std::string m_strBefore;
+  std::string m_strNow;  ///< empty: it cannot be read
+};
+
+std::optional<SOtherFile> otherFile(const Json& files) {
   for (const Json& file : files) {
-    std::string path = file.at("path");
-    const std::string before = file.at("sha256");
-    const std::string now = contentHash(path);
-    if (now.empty()) return "cannot read " + path + ", with which the day began";
-    if (now != before) return path.append(" has the content ").append(now).append(", but the day began with ") + before;
+    SOtherFile each{file.at("path"), file.at("sha256"), {}};
+    each.m_strNow = contentHash(each.m_strPath);
+    if (each.m_strNow != each.m_strBefore) return each;
   }
   return {};
+}
+
+/// On the command line.
+std::string faultOf(const SOtherFile& file) {
+  if (file.m_strNow.empty()) return "cannot read " + file.m_strPath + ", with which the day began";
+  return file.m_strPath + " has the content " + file.m_strNow + ", but the day began with " + file.m_strBefore;
+}
+
+/// In the window.
+std::string noticeOf(const SOtherFile& file) {
+  return "文件 " + file.m_strPath + (file.m_strNow.empty() ? " 读不出来" : " 的内容已经改变") + "，与交易日开始时不同";
 }
 
 /// The body of a day's first entry.
@@ -56,7 +74,8 @@ std::string startText(const OptionValues& ofDay, const SOptions& options) {
   body["options"] = ofDay;
   body["futuresAccount"] = options.hasFuturesAccount();
   for (const std::string& path : filesOf(options)) {
-    body["files"].push_back({{"path", path}, {"sha256", contentHash(path)}});
+    // Whoever looks back stands elsewhere.
+    body["files"].push_back({{"path", std::filesystem::absolute(path).string()}, {"sha256", contentHash(path)}});
   }
   body["build"] = contentHash(QCoreApplication::applicationFilePath().toStdString());
   return body.dump();
@@ -81,9 +100,10 @@ std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOp
     options.m_baskets.clear();
     applyOptions(values, options);
     options.m_bFuturesAccount = began.at("futuresAccount").get<bool>();
-    std::string changed = otherFile(began.at("files"));
-    if (!otherFiles) return changed;
-    *otherFiles = std::move(changed);
+    const std::optional<SOtherFile> other = otherFile(began.at("files"));
+    if (!other) return {};
+    if (!otherFiles) return faultOf(*other);
+    *otherFiles = noticeOf(*other);
     return {};
   } catch (const std::exception& error) {
     return std::string("its first entry cannot be read: ") + error.what();

@@ -86,6 +86,14 @@ TEST_F(Day, ASlowOrFailingDiskDelaysADayAndLosesNothingOfIt) {
 }
 #endif
 
+TEST_F(Day, IsLookedAtFromAnywhere) {
+  ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
+  ASSERT_TRUE(QDir().mkdir("elsewhere"));
+  QDir::setCurrent("elsewhere");
+  const SResult verified = runTerminal({"day", "verify", "../day.db"});
+  EXPECT_EQ(verified.m_nStatus, 0) << verified.m_strErrors.toStdString();
+}
+
 TEST_F(Day, IsVerifiedAndRecoveredFromTheShell) {
   ASSERT_EQ(runTerminal(run("day.db") + QStringList{"--seconds", "1"}).m_nStatus, 0);
   const QString head = runTerminal({"day", "head", "day.db"}).m_strOut.trimmed();

@@ -5,7 +5,12 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
+#include <QStyle>
+#include <QStyledItemDelegate>
+#include <QTextLayout>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <cmath>
 
 #include "docks/CLogDock.h"
 #include "gv/CUiResource.h"
@@ -17,9 +22,41 @@ namespace {
 // Pixels at scale 1.
 constexpr int TIME_WIDTH = 74;
 constexpr int MARGIN = 4;
+constexpr int SPACE = 4;  ///< above and below a sentence, together
 
 enum EColumn : int { TextColumn, TimeColumn };
 constexpr int MomentRole = Qt::UserRole;
+
+/// Makes a row as high as its sentence needs: a tree that wraps words cuts what does not fit one line.
+class CSentenceDelegate : public QStyledItemDelegate {
+ public:
+  explicit CSentenceDelegate(QTreeWidget& tree) : QStyledItemDelegate(&tree), m_tree(tree) {}
+
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+    const QSize size = QStyledItemDelegate::sizeHint(option, index);
+    if (index.column() != TextColumn) return size;
+    // As the style takes it off before it draws.
+    const int margin = m_tree.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, &m_tree) + 1;
+    int width = m_tree.columnWidth(TextColumn) - 2 * margin;
+    for (QModelIndex each = index; each.isValid(); each = each.parent()) width -= m_tree.indentation();
+    QTextLayout sentence(index.data().toString(), option.font);
+    QTextOption wrapped;
+    wrapped.setWrapMode(QTextOption::WordWrap);
+    sentence.setTextOption(wrapped);
+    sentence.beginLayout();
+    double height = 0;
+    for (QTextLine line = sentence.createLine(); line.isValid(); line = sentence.createLine()) {
+      line.setLineWidth(std::max(width, 1));
+      height += line.height();
+    }
+    sentence.endLayout();
+    return {size.width(),
+            std::max(size.height(), static_cast<int>(std::ceil(height)) + GV::CUiResource::scaled(SPACE))};
+  }
+
+ private:
+  QTreeWidget& m_tree;
+};
 
 }  // namespace
 
@@ -46,6 +83,9 @@ CWhyDock::CWhyDock(QWidget* parent) : CDockContent(parent), m_pHint(new QLabel(t
   m_pTree->setWordWrap(true);
   m_pTree->setTextElideMode(Qt::ElideNone);
   m_pTree->setUniformRowHeights(false);
+  m_pTree->setItemDelegate(new CSentenceDelegate(*m_pTree));
+  connect(m_pTree->header(), &QHeaderView::sectionResized, m_pTree, [this] { m_pTree->doItemsLayout(); });
+  m_pTree->header()->setSectionResizeMode(TimeColumn, QHeaderView::Fixed);
   GV::followScale(*m_pTree, [this] { m_pTree->setColumnWidth(TimeColumn, GV::CUiResource::scaled(TIME_WIDTH)); });
   connect(m_pTree, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) { showMoment(*item); });
   column->addWidget(m_pTree, 1);
