@@ -1,5 +1,6 @@
 // How a session ends.
 #include <QCoreApplication>
+#include <QSaveFile>
 #include <QThread>
 #include <utility>
 
@@ -8,6 +9,15 @@
 #include "tc/ITradeDockableWidget.h"
 
 namespace app {
+namespace {
+
+/// What proves the end of a day, beside it and to be carried elsewhere. False when it cannot be written.
+bool writeHead(const std::string& day, const std::string& head) {
+  QSaveFile file(QString::fromStdString(day + ".head"));
+  return file.open(QIODevice::WriteOnly) && file.write((head + "\n").c_str()) > 0 && file.commit();
+}
+
+}  // namespace
 
 void CLiveSession::finish() {
   if (std::exchange(m_bFinished, true)) return;
@@ -45,6 +55,12 @@ void CLiveSession::closeLog() {
   std::string fault = m_pKeeper->flush();
   const bool over = m_bDayEnded || m_pSimulation->now() > exchange::DAY_CLOSES;
   if (fault.empty() && over) fault = m_pDay->finish(m_pSimulation->now());
+  if (fault.empty() && over) {
+    const std::string head = m_pDay->head();
+    m_pLog->append(m_pSimulation->now(), QStringLiteral("日志头 ") + QString::fromStdString(head),
+                   CLogDock::ELevel::Info);
+    if (!writeHead(m_options.m_strDay, head)) fault = m_options.m_strDay + ".head";
+  }
   if (fault.empty()) return;
   m_pLog->append(m_pSimulation->now(), QStringLiteral("日志写入失败：") + QString::fromStdString(fault),
                  CLogDock::ELevel::Warning);

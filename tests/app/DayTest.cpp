@@ -40,6 +40,9 @@ TEST_F(Day, WhatWasCommittedAndNotDoneIsDoneOnce) {
   }
   const SResult result = runTerminal(run("day.db"));
   EXPECT_EQ(result.m_nStatus, 0) << result.m_strErrors.toStdString();
+  // What proves its end was written out at the close.
+  const QString head = QString::fromUtf8(readFile("day.db.head")).trimmed();
+  EXPECT_EQ(runTerminal({"day", "verify", "day.db", "--head", head}).m_nStatus, 0) << head.toStdString();
   const nlohmann::json end = lastDump("end.jsonl");
   EXPECT_NE(end.at("rows").at(0).at("cells").at(11), "") << "it was cancelled: " << end.at("rows").at(0);
   const daylog::SOpenedDay day = daylog::readDay("day.db");
