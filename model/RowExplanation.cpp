@@ -7,6 +7,7 @@
 #include "TaskParts.h"
 #include "TaskRules.h"
 #include "ksservice/Operations.h"
+#include "utils/Keys.h"
 
 namespace TC {
 namespace {
@@ -25,6 +26,27 @@ std::vector<std::pair<std::string, long long>> patchesOf(
     if (found != volumes.end()) patches.emplace_back(key, found->second);
   }
   return patches;
+}
+
+/// What of it is in the market; the rest of its target is still to be sent.
+SLineExplanation hedgeLine(const CBasketTaskItem& row, const CTaskHedge& hedge) {
+  SLineExplanation line;
+  SLineFacts& facts = line.facts;
+  facts.key = row.m_strKey;
+  facts.stockKey =
+      QString::fromStdString(utils::mavStockKey(row.m_strMarket.toStdString(), row.m_strStockKey.toStdString()));
+  facts.account = row.m_strAccounts;
+  if (!hedge.details().isEmpty()) facts.accountKey = accountOf(*hedge.details().first()).key.toStdString();
+  facts.operation = row.m_vecOperations.value(0, ksservice::EOT_None);
+  facts.unset = row.m_bUnset;
+  for (const auto& order : row.m_mapOrders) {
+    line.orders.push_back(order->getKey());
+    if (!order->m_bCompleted) facts.open += order->m_nVolume - order->m_nTradedVolume;
+  }
+  if (facts.unset) return line;
+  facts.target = row.totalVolume();
+  facts.done = row.finishedVolume();
+  return line;
 }
 
 }  // namespace
@@ -85,7 +107,7 @@ std::optional<SRowExplanation> CBasketTask::explain(const QString& nodeKey) {
   explained.status = task->root.shownStatus();
   explained.facts = task->root.facts();
   explained.verdict = rootVerdict(explained.facts);
-  explained.waiting = task->root.wait().waiting;
+  explained.wait = task->root.wait();
   if (explained.root) explained.proof = task->proof;
   std::vector<std::pair<std::string, LineVolumes>> planned;
   for (const auto& patch : task->patches.all()) {
@@ -98,6 +120,8 @@ std::optional<SRowExplanation> CBasketTask::explain(const QString& nodeKey) {
     for (const auto& order : row.item->m_mapOrders) line.orders.push_back(order->getKey());
     line.patches = patchesOf(planned, row.row.line);
   }
+  const CBasketTaskItem* hedge = task->hedge.row();
+  if (hedge && isBelow(hedge, node)) explained.hedge = hedgeLine(*hedge, task->hedge);
   return explained;
 }
 

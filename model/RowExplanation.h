@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -62,9 +63,10 @@ struct SRowExplanation {
   QString name;
   int status = 0;  ///< shown, of a root; see CRootFacts::shownStatus
   SStatusVerdict verdict;
-  SRootFacts facts;                     ///< on which the verdict rests
-  bool waiting = false;                 ///< a patch was accepted of which nothing has come, which outweighs the verdict
-  std::vector<SLineExplanation> lines;  ///< of the node and below, without hedge
+  SRootFacts facts;                       ///< on which the verdict rests
+  CPatchStore::SWait wait;                ///< for what was accepted in a patch, which outweighs the verdict
+  std::vector<SLineExplanation> lines;    ///< of the node and below, without hedge
+  std::optional<SLineExplanation> hedge;  ///< where its row is the node or below; in lots, and never in a patch
   std::shared_ptr<const SPatchProof> proof;
 };
 

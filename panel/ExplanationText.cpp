@@ -17,29 +17,35 @@ namespace {
 QString yesNo(bool value) { return value ? QStringLiteral("是") : QStringLiteral("否"); }
 
 QString hedgeText(const SStatusFacts& facts) {
-  if (!facts.hedgeEnabled) return QStringLiteral("没有");
   switch (facts.hedgeState) {
     case EHS_Running:
       return QStringLiteral("自动对冲中");
     case EHS_Paused:
       return QStringLiteral("已暂停");
     default:
-      return facts.hasHedgeRow ? QStringLiteral("未启动，有对冲行") : QStringLiteral("未启动");
+      return facts.hedgeEnabled ? QStringLiteral("未启动") : QStringLiteral("没有");
   }
 }
 
+/// Those that the verdict rests on.
 QJsonArray statusFacts(const SRowExplanation& explained) {
   const SRootFacts& facts = explained.facts;
+  const SStatusFacts& seen = explained.verdict.ofPatches ? facts.patches : facts.own;
+  const QString of = explained.verdict.ofPatches ? QStringLiteral("补单子任务") : QStringLiteral("子任务");
   QJsonArray list;
   const auto add = [&list](const QString& name, const QString& value) {
     list.append(QJsonObject{{QStringLiteral("name"), name}, {QStringLiteral("value"), value}});
   };
   add(QStringLiteral("全部成交（含对冲）"), yesNo(facts.filled));
-  add(QStringLiteral("子任务全部完成"), yesNo(facts.own.allFinished));
-  add(QStringLiteral("子任务全部结束"), yesNo(facts.own.allEnded));
-  add(QStringLiteral("有子任务暂停"), yesNo(facts.own.anyPaused));
-  add(QStringLiteral("有子任务放弃"), yesNo(facts.own.anyDropped));
-  add(QStringLiteral("对冲"), hedgeText(facts.own));
+  add(of + QStringLiteral("全部完成"), yesNo(seen.allFinished));
+  add(of + QStringLiteral("全部结束"), yesNo(seen.allEnded));
+  add(QStringLiteral("有") + of + QStringLiteral("暂停"), yesNo(seen.anyPaused));
+  add(QStringLiteral("有") + of + QStringLiteral("放弃"), yesNo(seen.anyDropped));
+  add(QStringLiteral("对冲"), hedgeText(seen));
+  if (seen.hasHedgeRow) {
+    add(QStringLiteral("对冲行"),
+        seen.hedgeRowFinished ? QStringLiteral("全部成交") : statusText(QString(), seen.hedgeRowStatus));
+  }
   add(QStringLiteral("补单"), !facts.hasPatches   ? QStringLiteral("没有")
                               : facts.patchTrades ? QStringLiteral("在交易")
                                                   : QStringLiteral("已结束"));
@@ -96,8 +102,10 @@ QJsonObject lineOf(const SLineExplanation& line) {
 QString titleOf(int taskId, const SRowExplanation& explained) {
   QString task = QStringLiteral("组合任务%1").arg(taskId);
   if (explained.root) return task;
-  if (!explained.leaf || explained.lines.empty()) return task + QLatin1Char(' ') + explained.name;
-  const SLineFacts& facts = explained.lines.front().facts;
+  if (!explained.leaf || (explained.lines.empty() && !explained.hedge)) {
+    return task + QLatin1Char(' ') + explained.name;
+  }
+  const SLineFacts& facts = explained.lines.empty() ? explained.hedge->facts : explained.lines.front().facts;
   return QStringLiteral("%1 %2 %3 %4").arg(task, explained.name, operationToString(facts.operation), facts.account);
 }
 
@@ -119,7 +127,8 @@ QByteArray explanationText(int taskId, const SRowExplanation& explained) {
                        {QStringLiteral("row"), explained.root ? QString() : explained.key},
                        {QStringLiteral("title"), titleOf(taskId, explained)}};
   if (explained.root) {
-    QString rule = explained.waiting             ? QStringLiteral("补单已提交，还没有回报")
+    QString rule = explained.wait.dropped        ? QStringLiteral("补单已提交，还没有回报，任务已放弃")
+                   : explained.wait.waiting      ? QStringLiteral("补单已提交，还没有回报")
                    : explained.verdict.ofPatches ? QStringLiteral("看补单任务：") + ruleText(explained.verdict.rule)
                                                  : ruleText(explained.verdict.rule);
     document.insert(QStringLiteral("status"),
@@ -130,6 +139,7 @@ QByteArray explanationText(int taskId, const SRowExplanation& explained) {
   QJsonArray lines;
   for (const SLineExplanation& line : explained.lines) lines.append(lineOf(line));
   document.insert(QStringLiteral("lines"), lines);
+  if (explained.hedge) document.insert(QStringLiteral("hedge"), lineOf(*explained.hedge));
   if (explained.proof) document.insert(QStringLiteral("patch"), proofOf(*explained.proof));
   return QJsonDocument(document).toJson(QJsonDocument::Compact);
 }

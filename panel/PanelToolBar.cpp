@@ -241,7 +241,8 @@ QByteArray CBasketTasksPanel::explain(int taskId, const QString& nodeKey) {
     if (!task) return;
     auto explained = task->explain(nodeKey);
     // A row is named by its own key, too.
-    if (!explained) explained = task->explain(m_pTable->nodeOf(task->getKey(), nodeKey));
+    const QString node = explained ? QString() : m_pTable->nodeOf(task->getKey(), nodeKey);
+    if (!node.isEmpty()) explained = task->explain(node);
     if (explained) text = explanationText(taskId, *explained);
   });
   return text;

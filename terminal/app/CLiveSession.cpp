@@ -143,10 +143,7 @@ void CLiveSession::feedDocks(const SInputs& inputs) {
       answer->put(std::move(quotes));
     });
   };
-  for (const exchange::SInstrument& instrument : inputs.m_instruments) {
-    if (instrument.m_dVolume > 0) continue;
-    sources.m_suspended.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
-  }
+  sources.m_suspended = suspendedOf(inputs);
   sources.m_showRow = [this](int taskId, const QString& row) { m_pPanel->showRow(taskId, row); };
   sources.m_fees = inputs.m_fees;
   sources.m_explain = [this](int taskId, const QString& node, const SDockSources::Explained& answer) {
@@ -304,7 +301,8 @@ void CLiveSession::lookBack(std::optional<std::int64_t> at) {
                     QStringLiteral("--theme"),   GV::CUiResource::theme(),
                     QStringLiteral("--palette"), GV::CUiResource::sidePalette()};
   if (m_options.m_nScalePercent) words << QStringLiteral("--scale") << QString::number(*m_options.m_nScalePercent);
-  if (at) words << QStringLiteral("--at") << timeOfDayText(*at);
+  // A moment is asked for in whole seconds: what has happened then is to show.
+  if (at) words << QStringLiteral("--at") << timeOfDayText((*at + 999) / 1000 * 1000);
   if (QProcess::startDetached(QCoreApplication::applicationFilePath(), words)) return;
   m_pLog->append(m_pThread->now(), QStringLiteral("回看无法启动"), CLogDock::ELevel::Warning);
 }

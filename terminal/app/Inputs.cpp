@@ -9,6 +9,7 @@
 
 #include "CAlgoSchedule.h"
 #include "SessionSetup.h"
+#include "utils/Keys.h"
 
 namespace app {
 namespace {
@@ -149,6 +150,15 @@ SInputs readInputs(const SOptions& options, std::int64_t dayStart) {
     inputs.m_acts = readActs(options.m_strActs, begin, desk, inputs.m_faults);
   }
   return inputs;
+}
+
+std::set<std::string> suspendedOf(const SInputs& inputs) {
+  std::set<std::string> suspended;
+  for (const exchange::SInstrument& instrument : inputs.m_instruments) {
+    if (instrument.m_dVolume > 0) continue;
+    suspended.insert(utils::mavStockKey(instrument.m_strMarket, instrument.m_strCode));
+  }
+  return suspended;
 }
 
 }  // namespace app

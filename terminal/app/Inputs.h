@@ -1,6 +1,7 @@
 /// The instruments, baskets, positions and fees of a live session, read before anything is traded.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,9 @@ std::vector<std::string> basketFilesOf(const SOptions& options);
 
 /// The instruments and the fees alone, for a day that is looked back at.
 SInputs readListed(const SOptions& options);
+
+/// Of what is listed, the instruments by their keys that do not trade today.
+std::set<std::string> suspendedOf(const SInputs& inputs);
 
 /// Reads what the options name, or the project's own samples. dayStart decides which index futures are listed.
 SInputs readInputs(const SOptions& options, std::int64_t dayStart);

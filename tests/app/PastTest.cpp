@@ -2,6 +2,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEventLoop>
+#include <QTreeWidget>
 #include <algorithm>
 #include <limits>
 #include <map>
@@ -182,6 +183,89 @@ TEST_F(Past, WhatThePanelAsksByItselfDisturbsNothing) {
   EXPECT_EQ(looker.session().panel(), panel) << "the moment was shown anew";
   EXPECT_EQ(boxes, 0);
   GV::CMessageBox::setPresenter({});
+}
+
+TEST_F(Past, SaysOfEachRowWhy) {
+  writeFile("acts.jsonl",
+            "{\"at\":\"10:00:00\",\"task\":1,\"do\":\"pause\"}\n{\"at\":\"10:10:00\",\"task\":1,\"do\":\"resume\"}\n"
+            "{\"at\":\"10:45:00\",\"task\":1,\"do\":\"cancel\"}\n{\"at\":\"10:46:00\",\"task\":1,\"do\":\"patch\"}\n"
+            "{\"at\":\"09:30:05\",\"task\":1,\"do\":\"hedge\",\"what\":\"start\"}\n");
+  writeFile("basket.csv", "side,code,quantity\n买入,600000,900000\n卖出,600009,300000\n");
+  keepDay({"--algo", "twap", "--acts", "acts.jsonl"});
+  CLooker looker;
+  const std::int64_t moment = 39600000;
+  looker.at(moment);
+  app::CPastSession& session = looker.session();
+  const auto why = [&session](const QString& row) {
+    std::vector<app::SWhyFact> facts = session.why(1, row);
+    EXPECT_FALSE(facts.empty()) << row.toStdString();
+    return facts;
+  };
+  const auto count = [](const std::vector<app::SWhyFact>& facts, const QString& text) {
+    return std::count_if(facts.begin(), facts.end(),
+                         [&text](const app::SWhyFact& fact) { return fact.m_strText.contains(text); });
+  };
+  // Of each line the equation adds up to what the day says was traded, and each order is one of it.
+  const nlohmann::json root = nlohmann::json::parse(session.panel()->explain(1, {}).toStdString());
+  std::map<std::string, std::int64_t> traded;
+  std::map<std::string, std::vector<std::string>> codes;
+  for (const app::SPastTask& task : session.day().tasks()) {
+    if (task.m_nMsec > moment) break;
+    std::vector<std::string>& of = codes[task.m_facts.getKey()];
+    for (const app::SPastOrder& order : task.m_sent) of.push_back(order.m_strCode);
+    for (const desk::SOrderFill& fill : task.m_fills) traded[of.at(fill.m_nOrder)] += fill.m_nQuantity;
+  }
+  std::vector<nlohmann::json> lines = root.at("lines");
+  ASSERT_EQ(lines.size(), 4u) << "two accounts";
+  lines.push_back(root.at("hedge"));
+  std::map<std::string, std::int64_t> done;
+  for (const nlohmann::json& line : lines) {
+    const auto number = [&line](const char* name) { return line.at(name).get<std::int64_t>(); };
+    EXPECT_EQ(number("remainder"), number("target") - number("done") - number("open") - number("held")) << line;
+    done[line.at("code")] += number("done");
+    const auto facts = why(QString::fromStdString(line.at("row").get<std::string>()));
+    EXPECT_EQ(count(facts, QStringLiteral("成交 %1 −").arg(number("done"))), 1) << line;
+    EXPECT_GT(count(facts, QStringLiteral("起因：")), 0) << line;
+    int slice = 0;
+    for (const app::SWhyFact& fact : facts) {
+      EXPECT_LE(fact.m_nMsec, moment) << fact.m_strText.toStdString();
+      if (!fact.m_strText.startsWith(QStringLiteral("计划："))) continue;
+      const int next = fact.m_strText.section(QStringLiteral("第 "), 1, 1).section(QLatin1Char(' '), 0, 0).toInt();
+      EXPECT_TRUE(next >= slice || next == 1) << "slices rise, and begin anew with the patch: " << next;
+      slice = next;
+    }
+  }
+  EXPECT_EQ(done, traded);
+  // All that was done to the task, to its patch and its hedge; what came later is not told.
+  const auto acts = why({});
+  for (const char* act : {"暂停 算法任务", "恢复 算法任务", "撤销 算法任务", "补单，任务 1", "启动对冲"}) {
+    const int details = QString::fromUtf8(act).contains(QStringLiteral("算法任务")) ? 2 : 1;
+    EXPECT_EQ(count(acts, QStringLiteral("操作：") + QString::fromUtf8(act)), details) << act;
+  }
+  EXPECT_TRUE(session.panel()->explain(1, QStringLiteral("no such row")).isEmpty());
+  looker.at(35000000);
+  EXPECT_EQ(count(why({}), QStringLiteral("暂停 算法任务")), 0);
+}
+
+TEST_F(Past, TheDockFollowsTheMoment) {
+  keepDay({"--algo", "twap"});
+  CLooker looker;
+  looker.at(35000000);
+  Q_EMIT looker.session().panel()->sigExplainRow(1, QString());
+  Q_EMIT looker.session().panel()->sigRowChosen(1, QString());
+  const auto* tree = looker.window().findChild<QTreeWidget*>(QStringLiteral("whyFacts"));
+  ASSERT_NE(tree, nullptr);
+  const auto equation = [tree] {
+    for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+      const QString text = tree->topLevelItem(i)->text(0);
+      if (text.startsWith(QStringLiteral("剩余"))) return text;
+    }
+    return QString();
+  };
+  CLooker::waitUntil([&] { return !equation().isEmpty(); });
+  const QString before = equation();
+  looker.at(40000000);
+  CLooker::waitUntil([&] { return equation() != before; });
 }
 
 TEST_F(Past, WhoWantsSomethingDoneIsRefusedAndSeesTheDayAsItWas) {

@@ -167,6 +167,12 @@ void CDocks::choose(int taskId, const QString& nodeKey) {
   for (const auto& dock : m_docks) feed(*dock);
 }
 
+void CDocks::tellMoved() {
+  for (const auto& dock : m_docks) {
+    if (dock->m_bShown && m_sources.m_pDesk) dock->m_pContent->moved();
+  }
+}
+
 QMap<QString, QString> CDocks::params() const {
   QMap<QString, QString> params = m_params;
   for (const auto& dock : m_docks) {

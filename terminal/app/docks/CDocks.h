@@ -77,6 +77,8 @@ class CDockContent : public QWidget {
   /// Once a second, and when it comes into sight; hidden: it goes out of sight.
   virtual void refresh() = 0;
   virtual void hidden() {}
+  /// The panel shows another moment of the day than before.
+  virtual void moved() {}
   /// Its columns and the like, as one text.
   virtual QString param() const { return {}; }
   virtual void setParam(const QString& /*text*/) {}
@@ -113,6 +115,8 @@ class CDocks : public QObject {
   void setPanel(QDockWidget& panel);
   void attach(const SDockSources& sources);
   void choose(int taskId, const QString& nodeKey);
+  /// To the docks that show: the panel stands at another moment of the day.
+  void tellMoved();
   /// Brings a dock into sight, by its name.
   void open(const char* name);
   /// Texts of the docks by their names, as they were kept or would be.

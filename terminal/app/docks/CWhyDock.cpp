@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QStyle>
 #include <QStyledItemDelegate>
 #include <QTextLayout>
@@ -112,8 +113,13 @@ void CWhyDock::explain() {
 }
 
 void CWhyDock::show(const std::vector<SWhyFact>& facts) {
+  const int place = m_pTree->verticalScrollBar()->value();
   m_pTree->clear();
-  m_pHint->setText(facts.empty() ? QStringLiteral("没有这一行") : facts.front().m_strText);
+  QString title = facts.empty() ? QStringLiteral("没有这一行") : facts.front().m_strText;
+  if (!facts.empty() && facts.front().m_nMsec >= 0) {
+    title = QStringLiteral("%1 %2").arg(timeOfDayText(facts.front().m_nMsec), title);
+  }
+  m_pHint->setText(title);
   m_pHint->setToolTip(m_pHint->text());
   std::vector<QTreeWidgetItem*> above;
   for (std::size_t i = 1; i < facts.size(); ++i) {
@@ -134,6 +140,8 @@ void CWhyDock::show(const std::vector<SWhyFact>& facts) {
   }
   // Orders fold: there may be hundreds of them.
   for (int i = 0; i < m_pTree->topLevelItemCount(); ++i) m_pTree->topLevelItem(i)->setExpanded(true);
+  // What is explained anew stays where it was read.
+  m_pTree->verticalScrollBar()->setValue(place);
 }
 
 void CWhyDock::showMoment(const QTreeWidgetItem& item) const {

@@ -17,6 +17,7 @@ class CWhyDock : public CDockContent {
   void attach(const SDockSources& sources) override;
   void choose(const SChosenRow& row) override;
   void refresh() override {}
+  void moved() override { explain(); }
 
  private:
   void explain();

@@ -58,7 +58,7 @@ void CDayTrack::setMarks(std::vector<SDayMark> marks) {
 
 void CDayTrack::setNow(std::int64_t msec) {
   m_nNow = std::clamp(msec, m_nBegin, m_nEnd);
-  setAccessibleDescription(timeOfDayText(m_nNow));
+  setAccessibleDescription(textAt(placeOf(m_nNow)));
   update();
 }
 
@@ -84,6 +84,16 @@ std::int64_t CDayTrack::timeAt(int x) const {
 }
 
 void CDayTrack::ask(std::int64_t msec) { Q_EMIT sigMoved(std::clamp(msec, m_nBegin, m_nEnd)); }
+
+/// The next mark behind the moment (1) or before it (-1).
+void CDayTrack::askMark(int direction) {
+  const SDayMark* found = nullptr;
+  for (const SDayMark& mark : m_marks) {
+    if (direction > 0 && mark.m_nMsec > m_nNow && !found) found = &mark;
+    if (direction < 0 && mark.m_nMsec < m_nNow) found = &mark;
+  }
+  if (found) ask(found->m_nMsec);
+}
 
 /// The time under the hand, and the marks near it.
 QString CDayTrack::textAt(int x) const {
@@ -117,8 +127,9 @@ void CDayTrack::paintHours(QPainter& painter) const {
   std::int64_t spacing = HOUR_QUARTER_MSEC;
   while (m_nEnd > m_nBegin && (m_nEnd - m_nBegin) / spacing * width * 2 > groove().width()) spacing *= 2;
   for (std::int64_t at = (m_nBegin + spacing - 1) / spacing * spacing; at <= m_nEnd; at += spacing) {
-    const QRect place(placeOf(at) - width / 2, top, width, height() - top);
-    if (place.left() < 0 || place.right() > this->width()) continue;
+    QRect place(placeOf(at) - width / 2, top, width, height() - top);
+    // At an end it stands inside.
+    place.moveLeft(std::clamp(place.left(), 0, std::max(0, this->width() - width)));
     painter.drawText(place, Qt::AlignHCenter | Qt::AlignTop, timeOfDayText(at).left(5));
   }
 }
@@ -127,7 +138,7 @@ void CDayTrack::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const QRect line = groove();
   const int centre = line.center().y();
-  painter.fillRect(line, *CUiResource::getColor(QStringLiteral("clr_btn_background")));
+  painter.fillRect(line, *CUiResource::getColor(QStringLiteral("clr_line")));
   const int now = placeOf(m_nNow);
   painter.fillRect(QRect(line.topLeft(), QPoint(now, line.bottom())),
                    *CUiResource::getColor(QStringLiteral("clr_task_progress_background")));
@@ -135,7 +146,7 @@ void CDayTrack::paintEvent(QPaintEvent*) {
   const QSize mark = CUiResource::scaled(QSize(MARK_WIDTH, MARK_HEIGHT));
   for (const SDayMark& each : m_marks) {
     const QPoint at(placeOf(each.m_nMsec) - mark.width() / 2, centre - mark.height() / 2);
-    painter.fillRect(QRect(at, mark), *CUiResource::getColor(QString::fromLatin1(kindOf(each.m_eKind).m_pColour)));
+    painter.fillRect(QRect(at, mark), *CUiResource::getColor(QString::fromLatin1(colourOf(each.m_eKind))));
   }
   const QSize handle = CUiResource::scaled(QSize(HANDLE_WIDTH, HANDLE_HEIGHT));
   const QRect knob(QPoint(now - handle.width() / 2, centre - handle.height() / 2), handle);
@@ -167,6 +178,10 @@ void CDayTrack::keyPressEvent(QKeyEvent* event) {
       return ask(m_nNow + MINUTE_MSEC);
     case Qt::Key_PageUp:
       return ask(m_nNow - MINUTE_MSEC);
+    case Qt::Key_Down:
+      return askMark(1);
+    case Qt::Key_Up:
+      return askMark(-1);
     case Qt::Key_Home:
       return ask(m_nBegin);
     case Qt::Key_End:

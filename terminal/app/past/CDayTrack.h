@@ -46,6 +46,7 @@ class CDayTrack : public QWidget, public GV::CUiResourceChangeHandler {
   int placeOf(std::int64_t msec) const;
   std::int64_t timeAt(int x) const;
   void ask(std::int64_t msec);
+  void askMark(int direction);
   QString textAt(int x) const;
   void paintHours(QPainter& painter) const;
 

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QThread>
 #include <QToolBar>
+#include <algorithm>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -25,6 +26,8 @@ constexpr std::size_t MARKS_AT_ONCE = 200;
 constexpr int FOLLOW_MSEC = 1000;
 /// Between what is asked for while a handle is dragged and what shows.
 constexpr int MOVE_MSEC = 15;
+/// Between a moment that shows and what is said of it, which takes longer.
+constexpr int CHOOSE_MSEC = 200;
 
 void addBar(CMainWindow& window, Qt::ToolBarArea area, QWidget* content, const char* name) {
   auto* bar = new QToolBar(&window);
@@ -87,6 +90,9 @@ CPastSession::CPastSession(SOptions options, std::unique_ptr<daylog::IDayLog> lo
   m_moveTimer.setInterval(MOVE_MSEC);
   m_moveTimer.setSingleShot(true);
   connect(&m_moveTimer, &QTimer::timeout, this, &CPastSession::show);
+  m_chooseTimer.setInterval(CHOOSE_MSEC);
+  m_chooseTimer.setSingleShot(true);
+  connect(&m_chooseTimer, &QTimer::timeout, this, &CPastSession::chooseAgain);
   m_followTimer.setInterval(FOLLOW_MSEC);
   connect(&m_followTimer, &QTimer::timeout, this, &CPastSession::follow);
 }
@@ -136,7 +142,7 @@ void CPastSession::readOn() try {
   m_pBar->setNotice({});
   if (std::exchange(m_bRead, true)) return;
   if (!m_pLog->isFinished()) m_followTimer.start();
-  m_nWanted = m_options.m_pastAt.value_or(m_day.end());
+  m_nWanted = within(m_options.m_pastAt.value_or(m_day.end()));
   show();
   Q_EMIT sigShown();
 } catch (const std::exception& fault) {
@@ -159,9 +165,15 @@ void CPastSession::tellBar() {
 }
 
 void CPastSession::moveTo(std::int64_t msec) {
-  m_nWanted = msec;
-  m_pBar->setNow(msec);
+  m_nWanted = within(msec);
+  m_pBar->setNow(m_nWanted);
   if (!m_moveTimer.isActive()) m_moveTimer.start();
+}
+
+/// No moment before the day's beginning or behind what is known of it.
+std::int64_t CPastSession::within(std::int64_t msec) const {
+  const std::int64_t begin = m_pLog->entries().front().m_nMsec;
+  return std::clamp(msec, begin, std::max(begin, m_day.end()));
 }
 
 void CPastSession::makeWorld() {
@@ -201,9 +213,18 @@ void CPastSession::show() {
   if (back && m_chosenRow) {
     settle();
     world.m_pPanel->showRow(m_chosenRow->first, m_chosenRow->second);
-    m_window.docks().choose(m_chosenRow->first, m_chosenRow->second);
   }
   m_bShowing = false;
+  if (!m_chooseTimer.isActive()) m_chooseTimer.start();
+}
+
+/// What stands around the panel follows it to another moment.
+void CPastSession::chooseAgain() {
+  if (!m_chosenRow || !m_pWorld) return;
+  // The panel is still to take the moment in.
+  if (m_bShowing || !m_pWorld->m_desk.gate().isIdle()) return m_chooseTimer.start();
+  m_window.docks().choose(m_chosenRow->first, m_chosenRow->second);
+  m_window.docks().tellMoved();
 }
 
 void CPastSession::makePanel() {
@@ -222,6 +243,7 @@ void CPastSession::makePanel() {
   sources.m_pDesk = &world.m_desk;
   sources.m_pBlotter = &world.m_blotter;
   sources.m_fees = m_inputs.m_fees;
+  sources.m_suspended = suspendedOf(m_inputs);
   sources.m_showRow = [panel](int taskId, const QString& row) { panel->showRow(taskId, row); };
   sources.m_explain = [this](int taskId, const QString& node, const SDockSources::Explained& answer) {
     answer(why(taskId, node));

@@ -70,6 +70,8 @@ class CPastSession : public QObject {
   void readOn();
   void follow();
   void tellBar();
+  std::int64_t within(std::int64_t msec) const;
+  void chooseAgain();
   void showImagined();
   void show();
   void makeWorld();
@@ -101,6 +103,7 @@ class CPastSession : public QObject {
   std::size_t m_nMessage = 0;  ///< the next one of the day that the log shows
   QTimer m_readTimer;
   QTimer m_moveTimer;
+  QTimer m_chooseTimer;
   QTimer m_followTimer;
   // What outlives a world.
   QString m_strPanelParam;

@@ -8,6 +8,7 @@
 #include "DayOutputFields.h"
 #include "DayStart.h"
 #include "ksservice/Enumerations.h"
+#include "past/DayTrail.h"
 
 namespace app {
 namespace {
@@ -85,12 +86,6 @@ const SEntryKind* kindOf(const daylog::SEntry& entry) {
   return found == std::end(KINDS) ? nullptr : found;
 }
 
-/// Null for one that is no object.
-json bodyOf(const daylog::SEntry& entry) {
-  json body = json::parse(entry.m_strBody, nullptr, false);
-  return body.is_object() ? body : json::object();
-}
-
 void addEntries(const daylog::IDayLog& log, std::vector<SDayMark>& marks) {
   for (const daylog::SEntry& entry : log.entries()) {
     const SEntryKind* kind = kindOf(entry);
@@ -125,14 +120,12 @@ void addMessages(const CPastDay& day, std::vector<SDayMark>& marks) {
 
 }  // namespace
 
-const SDayMarkKind& kindOf(EDayMark mark) {
-  static const SDayMarkKind MARKS[] = {{"开始", "clr_text_link"},
-                                       {"补单", "clr_side_mixed"},
-                                       {"暂停、撤销", "clr_text_caution"},
-                                       {"拒单", "clr_text_warning"},
-                                       {"异常", "clr_btn_style_3"}};
-  static_assert(std::size(MARKS) == static_cast<std::size_t>(EDayMark::Count));
-  return MARKS[static_cast<std::size_t>(mark)];
+const char* colourOf(EDayMark mark) {
+  // Starts, patches, pauses and cancels, refusals, exceptions.
+  static const char* const COLOURS[] = {"clr_text_link", "clr_side_mixed", "clr_text_caution", "clr_text_warning",
+                                        "clr_btn_style_3"};
+  static_assert(std::size(COLOURS) == static_cast<std::size_t>(EDayMark::Count));
+  return COLOURS[static_cast<std::size_t>(mark)];
 }
 
 QString entryText(const daylog::SEntry& entry) {

@@ -10,12 +10,8 @@ namespace app {
 
 enum class EDayMark { Start, Patch, Stop, Refusal, Exception, Count };
 
-/// How a kind of mark is called, and the key of its colour.
-struct SDayMarkKind {
-  const char* m_pName;
-  const char* m_pColour;
-};
-const SDayMarkKind& kindOf(EDayMark mark);
+/// The key of a kind's colour.
+const char* colourOf(EDayMark mark);
 
 struct SDayMark {
   std::int64_t m_nMsec = 0;  ///< of the clock, since midnight

@@ -12,22 +12,8 @@ namespace {
 
 using nlohmann::json;
 
-/// The account that trades a security in a detail; empty where no line of it does.
-std::string accountIn(const SPastTask& task, const std::string& market, const std::string& code) {
-  if (!task.m_pParams) return {};
-  for (const auto& [account, param] : *task.m_pParams) {
-    if (param.m_stock.m_strMarket == market && param.m_stock.m_strCode == code) return account;
-  }
-  return {};
-}
-
 bool isOf(const SPastTask& task, int taskId) {
   return task.m_facts.m_pCommand && task.m_facts.m_pCommand->m_nTaskId == taskId;
-}
-
-json bodyOf(const daylog::SEntry& entry) {
-  json body = json::parse(entry.m_strBody, nullptr, false);
-  return body.is_object() ? body : json::object();
 }
 
 /// Baskets get their numbers in the order in which they come.
@@ -56,7 +42,79 @@ const daylog::SEntry* lastEntry(const daylog::IDayLog& log, const std::set<std::
   return last;
 }
 
+/// What the acts on a task call it: its own number, those of its details, and their keys.
+struct SNames {
+  int m_nTaskId;
+  std::set<int> m_numbers;
+  std::set<std::string> m_keys;
+
+  bool isMeant(const daylog::SEntry& entry) const {
+    const json body = bodyOf(entry);
+    const auto number = [&body](const char* name) {
+      const auto found = body.find(name);
+      return found != body.end() && found->is_number_integer() ? found->get<int>() : -1;
+    };
+    const auto key = [&body](const char* name) {
+      const auto found = body.find(name);
+      return found != body.end() && found->is_string() ? found->get<std::string>() : std::string();
+    };
+    const std::string& kind = entry.m_strKind;
+    if (kind == "operate") return m_numbers.contains(number("task"));
+    if (kind == "operateServer") return m_keys.contains(key("task"));
+    if (kind == "cancel") return m_keys.contains(key("detail"));
+    if (kind == "create") return number("ofTask") == m_nTaskId;
+    return (kind == "hedge" || kind == "setHedge") && number("group") == m_nTaskId;
+  }
+};
+
 }  // namespace
+
+json bodyOf(const daylog::SEntry& entry) {
+  json body = json::parse(entry.m_strBody, nullptr, false);
+  return body.is_object() ? body : json::object();
+}
+
+/// A security that several accounts trade in one detail is the first one's, where no line trades it on the order's
+/// side.
+std::string accountIn(const SPastTask& task, const SPastOrder& order) {
+  if (!task.m_pParams) return {};
+  const std::string* any = nullptr;
+  for (const auto& [account, param] : *task.m_pParams) {
+    if (param.m_stock.m_strMarket != order.m_strMarket || param.m_stock.m_strCode != order.m_strCode) continue;
+    if (ksservice::DataHelper::isBuy(param.m_nOperation) == ksservice::DataHelper::isBuy(order.m_nOperation)) {
+      return account;
+    }
+    if (!any) any = &account;
+  }
+  return any ? *any : std::string();
+}
+
+std::vector<const daylog::SEntry*> actsOn(const daylog::IDayLog& log, const CPastDay& day, int taskId,
+                                          std::int64_t until) {
+  SNames names{taskId, {taskId}, {}};
+  for (const SPastTask& task : day.tasks()) {
+    if (!isOf(task, taskId)) continue;
+    names.m_numbers.insert(task.m_facts.m_nTaskId);
+    names.m_keys.insert(task.m_facts.getKey());
+  }
+  std::vector<const daylog::SEntry*> acts;
+  for (const daylog::SEntry& entry : log.entries()) {
+    if (entry.m_nMsec > until) break;
+    if (names.isMeant(entry)) acts.push_back(&entry);
+  }
+  return acts;
+}
+
+const daylog::SEntry* cancelOf(const daylog::IDayLog& log, const std::string& orderKey, std::int64_t until) {
+  for (const daylog::SEntry& entry : log.entries()) {
+    if (entry.m_nMsec > until) break;
+    if (entry.m_strKind != "cancel") continue;
+    for (const json& key : bodyOf(entry).value("orders", json::array())) {
+      if (key == orderKey) return &entry;
+    }
+  }
+  return nullptr;
+}
 
 std::int64_t firstTold(const CPastDay& day, const std::string& detailKey) {
   for (const SPastTask& task : day.tasks()) {
@@ -76,7 +134,7 @@ std::vector<SOrderTrail> ordersOfLine(const CPastDay& day, const STrailLine& lin
     for (const SPastOrder& order : task.m_sent) {
       const bool fits = order.m_strMarket == line.m_strMarket && order.m_strCode == line.m_strCode &&
                         ksservice::DataHelper::isBuy(order.m_nOperation) == line.m_bBuy &&
-                        accountIn(task, order.m_strMarket, order.m_strCode) == line.m_strAccount;
+                        accountIn(task, order) == line.m_strAccount;
       of.push_back(fits ? static_cast<int>(trails.size()) : -1);
       if (fits) trails.push_back({&task, &order, {}});
     }
@@ -102,8 +160,9 @@ const daylog::SEntry* causeOf(const daylog::IDayLog& log, const CPastDay& day, c
 int sentInSecond(const CPastDay& day, const std::string& account, int second) {
   int count = 0;
   for (const SPastTask& task : day.tasks()) {
-    if (!task.m_pParams || task.m_pParams->empty() || task.m_pParams->front().first != account) continue;
-    for (const SPastOrder& order : task.m_sent) count += order.m_nSent == second ? 1 : 0;
+    for (const SPastOrder& order : task.m_sent) {
+      count += order.m_nSent == second && accountIn(task, order) == account ? 1 : 0;
+    }
   }
   return count;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <utility>
@@ -29,6 +30,15 @@ struct STrailLine {
 
 /// The orders of a line up to a moment, in the order in which they were told.
 std::vector<SOrderTrail> ordersOfLine(const CPastDay& day, const STrailLine& line, std::int64_t until);
+/// The body of an entry; an empty object where it is none.
+nlohmann::json bodyOf(const daylog::SEntry& entry);
+/// The account that trades a security in a detail, and on which side; empty where no line of it does.
+std::string accountIn(const SPastTask& task, const SPastOrder& order);
+/// The acts on a task, its patches and its hedge up to a moment, in their order.
+std::vector<const daylog::SEntry*> actsOn(const daylog::IDayLog& log, const CPastDay& day, int taskId,
+                                          std::int64_t until);
+/// The entry by which an order was cancelled alone; null for none.
+const daylog::SEntry* cancelOf(const daylog::IDayLog& log, const std::string& orderKey, std::int64_t until);
 /// The entry by which the task of a detail came to be; null where none is found.
 const daylog::SEntry* causeOf(const daylog::IDayLog& log, const CPastDay& day, const ksservice::CTaskDetail& detail);
 /// How many orders an account has sent in each second, asked for one.

@@ -2,9 +2,11 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <tuple>
 
 #include "ksservice/Operations.h"
+#include "past/DayTrail.h"
 
 namespace app {
 namespace {
@@ -47,20 +49,17 @@ class CStanding {
 
   void take(const SPastTask& task) {
     std::vector<SOrder>& orders = m_orders[task.m_facts.getKey()];
-    std::map<std::pair<std::string, std::string>, std::string> accounts;
-    const bool first = orders.empty() && m_taken.insert({task.m_facts.getKey(), true}).second;
+    const bool first = orders.empty() && m_taken.insert(task.m_facts.getKey()).second;
     if (task.m_pParams) {
       for (const auto& [account, param] : *task.m_pParams) {
-        accounts[{param.m_stock.m_strMarket, param.m_stock.m_strCode}] = account;
         if (!first || task.m_facts.m_pCommand->m_bPatch) continue;
         m_standing.m_target[{account, param.m_stock.m_strMarket, param.m_stock.m_strCode,
                              ksservice::DataHelper::isBuy(param.m_nOperation)}] += param.m_nVolume;
       }
     }
     for (const SPastOrder& order : task.m_sent) {
-      const std::string account = accounts[{order.m_strMarket, order.m_strCode}];
-      orders.push_back(
-          {{account, order.m_strMarket, order.m_strCode, ksservice::DataHelper::isBuy(order.m_nOperation)}});
+      orders.push_back({{accountIn(task, order), order.m_strMarket, order.m_strCode,
+                         ksservice::DataHelper::isBuy(order.m_nOperation)}});
     }
     for (const SPastReport& report : task.m_reports) {
       SOrder& order = orders.at(report.m_nOrder);
@@ -71,7 +70,7 @@ class CStanding {
 
   SStanding m_standing;
   std::map<std::string, std::vector<SOrder>> m_orders;
-  std::map<std::string, bool> m_taken;
+  std::set<std::string> m_taken;
 };
 
 class CProofCheck {

@@ -8,7 +8,9 @@
 
 #include "TableDump.h"
 #include "gv/CHpfTreeTable.h"
+#include "ksservice/Operations.h"
 #include "past/CPastSession.h"
+#include "past/DayTrail.h"
 
 namespace app {
 namespace {
@@ -25,7 +27,9 @@ Rows linesWhere(CPastSession& session, const std::set<int>& tasks, const Test& p
   for (const int task : tasks) {
     const json document = json::parse(session.panel()->explain(task, QString()).toStdString(), nullptr, false);
     if (!document.is_object()) continue;
-    for (const json& line : document.value("lines", json::array())) {
+    json lines = document.value("lines", json::array());
+    if (document.contains("hedge")) lines.push_back(document["hedge"]);
+    for (const json& line : lines) {
       if (passes(task, line)) rows.emplace_back(task, QString::fromStdString(line.value("row", std::string())));
     }
   }
@@ -39,19 +43,22 @@ Rows rowsOf(CPastSession& session, const QString& name) {
   }
   std::set<int> tasks;
   const SPastOrder* order = nullptr;
-  int orderTask = -1;
+  const SPastTask* sentIn = nullptr;
   for (const SPastTask& each : session.day().tasks()) {
     if (!each.m_facts.m_pCommand) continue;
     tasks.insert(each.m_facts.m_pCommand->m_nTaskId);
     for (const SPastOrder& sent : each.m_sent) {
       if (QString::fromStdString(sent.m_strKey) != name) continue;
       order = &sent;
-      orderTask = each.m_facts.m_pCommand->m_nTaskId;
+      sentIn = &each;
     }
   }
   const std::string code = order ? order->m_strCode : name.toStdString();
   return linesWhere(session, tasks, [&](int of, const json& line) {
-    return line.value("code", std::string()) == code && (!order || of == orderTask);
+    if (line.value("code", std::string()) != code) return false;
+    return !order || (of == sentIn->m_facts.m_pCommand->m_nTaskId &&
+                      line.value("accountKey", std::string()) == accountIn(*sentIn, *order) &&
+                      line.value("buy", true) == ksservice::DataHelper::isBuy(order->m_nOperation));
   });
 }
 

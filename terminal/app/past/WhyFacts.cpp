@@ -47,6 +47,7 @@ class CWhy {
     } else if (!lines.empty()) {
       addSum(lines);
     }
+    addHedge(lines.empty());
     addProof();
     return std::move(m_facts);
   }
@@ -66,24 +67,33 @@ class CWhy {
     for (const json& fact : status->value("facts", json::array())) {
       add(1, QStringLiteral("%1：%2").arg(textOf(fact, "name"), textOf(fact, "value")));
     }
-    if (!m_sources.m_pLog) return;
-    const std::string task = std::to_string(m_document.value("task", 0));
-    for (const daylog::SEntry& entry : m_sources.m_pLog->entries()) {
-      if (entry.m_nMsec > m_sources.m_nNow) break;
-      const json body = json::parse(entry.m_strBody, nullptr, false);
-      if (!body.is_object() || !isAbout(entry.m_strKind, body, task)) continue;
-      addEntry(1, QStringLiteral("操作："), entry);
+    addActs(1, [](const daylog::SEntry&) { return true; });
+  }
+
+  /// The user's, and what the panel did by itself: nothing in the day tells them apart.
+  template <typename Test>
+  void addActs(int level, const Test& passes) {
+    if (!m_sources.m_pLog || !m_sources.m_pDay) return;
+    const int task = m_document.value("task", 0);
+    for (const daylog::SEntry* entry : actsOn(*m_sources.m_pLog, *m_sources.m_pDay, task, m_sources.m_nNow)) {
+      if (passes(*entry)) addEntry(level, QStringLiteral("操作："), *entry);
     }
   }
 
-  /// Of the user's acts on a task; server tasks are known by their details' keys.
-  static bool isAbout(const std::string& kind, const json& body, const std::string& task) {
-    if (kind == "operate") return body.value("task", json()) == std::stoi(task);
-    if (kind == "create") return body.value("ofTask", json()) == std::stoi(task);
-    if (kind == "hedge" || kind == "setHedge") return body.value("group", json()) == std::stoi(task);
-    if (kind != "operateServer") return false;
-    const std::string key = body.value("task", std::string());
-    return key.rfind(task + "-", 0) == 0;
+  /// alone: the row is the hedge's own, or the group above it.
+  void addHedge(bool alone) {
+    const auto hedge = m_document.find("hedge");
+    if (hedge == m_document.end()) return;
+    add(0, QStringLiteral("对冲 ") + nameOf(*hedge) + QStringLiteral("（手）"));
+    addLine(*hedge, 1);
+    if (!alone) return;
+    addActs(1, [](const daylog::SEntry& entry) { return entry.m_strKind == "hedge" || entry.m_strKind == "setHedge"; });
+    addOrders(*hedge);
+  }
+
+  static QString nameOf(const json& line) {
+    return QStringLiteral("%1 %2 %3 %4")
+        .arg(textOf(line, "code"), textOf(line, "name"), textOf(line, "side"), textOf(line, "account"));
   }
 
   void addLine(const json& line, int level) {
@@ -114,19 +124,26 @@ class CWhy {
       return all;
     };
     add(0, equation(sum("remainder"), sum("target"), sum("done"), sum("open"), sum("held")));
-    std::size_t told = 0;
-    std::size_t more = 0;
+    const auto unset = std::count_if(lines.begin(), lines.end(), isUnset);
+    if (unset > 0) add(1, QStringLiteral("其中 %1 行没有目标数量，不在式中").arg(unset));
+    std::vector<const json*> open;
     for (const json& line : lines) {
-      if (line.value("remainder", 0LL) == 0 && line.value("open", 0LL) == 0 && line.value("held", 0LL) == 0) continue;
-      if (++told > MOST_LINES) {
-        ++more;
-        continue;
-      }
-      add(1, QStringLiteral("%1 %2 %3 %4")
-                 .arg(textOf(line, "code"), textOf(line, "name"), textOf(line, "side"), textOf(line, "account")));
-      addLine(line, 2);
+      const bool over =
+          line.value("remainder", 0LL) == 0 && line.value("open", 0LL) == 0 && line.value("held", 0LL) == 0;
+      if (!over || isUnset(line)) open.push_back(&line);
     }
-    if (more > 0) add(1, QStringLiteral("还有 %1 行").arg(more));
+    addLines(open, [](const json&) { return QString(); });
+  }
+
+  static bool isUnset(const json& line) { return line.value("unset", false); }
+
+  template <typename More>
+  void addLines(const std::vector<const json*>& lines, const More& more) {
+    for (std::size_t i = 0; i < std::min(lines.size(), MOST_LINES); ++i) {
+      add(1, nameOf(*lines[i]) + more(*lines[i]));
+      addLine(*lines[i], 2);
+    }
+    if (lines.size() > MOST_LINES) add(1, QStringLiteral("还有 %1 行").arg(lines.size() - MOST_LINES));
   }
 
   STrailLine trailOf(const json& line) const {
@@ -150,7 +167,9 @@ class CWhy {
   void addOrder(const SOrderTrail& trail, const json& line) {
     const SPastOrder& order = *trail.m_pOrder;
     const SPastReport* last = trail.m_reports.empty() ? nullptr : trail.m_reports.back().second;
-    const std::int64_t sent = (order.m_nSent - m_sources.m_nDayStart) * 1000;
+    // Its own time is told in whole seconds: the moment is that of which the table shows it.
+    const std::int64_t told = trail.m_pSentIn->m_nMsec;
+    const std::int64_t sent = std::min(told, (order.m_nSent - m_sources.m_nDayStart) * 1000 + 999);
     const bool filled = last && last->m_nTraded > 0;
     add(1,
         QStringLiteral("委托 %1：%2 × %3，成交 %4%5")
@@ -159,13 +178,16 @@ class CWhy {
             .arg(order.m_dPrice)
             .arg(last ? last->m_nTraded : 0)
             .arg(filled ? QStringLiteral("，均价 %1").arg(last->m_dAmount / last->m_nTraded, 0, 'f', 3) : QString()),
-        sent);
+        told);
     if (const daylog::SEntry* cause = causeOf(*m_sources.m_pLog, *m_sources.m_pDay, trail.m_pSentIn->m_facts)) {
       addEntry(2, QStringLiteral("起因："), *cause);
       addConfirmed(*cause, line);
     }
     addSlice(trail, sent);
     addRate(trail, line);
+    if (const daylog::SEntry* cancel = cancelOf(*m_sources.m_pLog, order.m_strKey, m_sources.m_nNow)) {
+      addEntry(2, QStringLiteral("操作："), *cancel);
+    }
     for (const auto& [msec, report] : trail.m_reports) add(2, reportText(*report), msec);
   }
 
@@ -213,13 +235,13 @@ class CWhy {
                .arg(params.m_nSlices));
   }
 
-  /// The second before its own: what was full then has it wait.
+  /// The second before its own: what was full then may have had it wait. Cancels count towards the limit as well.
   void addRate(const SOrderTrail& trail, const json& line) {
     const int second = trail.m_pOrder->m_nSent;
     const int before = sentInSecond(*m_sources.m_pDay, line.value("accountKey", std::string()), second - 1);
     if (before < m_sources.m_limits.m_nPerSecond) return;
     add(2,
-        QStringLiteral("等待：账户前一秒已报 %1 笔，达到每秒 %2 笔的上限")
+        QStringLiteral("可能等待过：账户前一秒已报 %1 笔，达到每秒 %2 笔的上限")
             .arg(before)
             .arg(m_sources.m_limits.m_nPerSecond),
         (second - 1 - m_sources.m_nDayStart) * 1000);
@@ -229,16 +251,24 @@ class CWhy {
     const auto proof = m_document.find("patch");
     if (proof == m_document.end()) return;
     const json lines = proof->value("lines", json::array());
-    add(0, QStringLiteral("最近一次补单（第 %1 次）：%2 行").arg(proof->value("number", 0)).arg(lines.size()));
-    std::size_t told = 0;
-    for (const json& line : lines) {
-      if (++told > MOST_LINES) break;
-      add(1, QStringLiteral("%1 %2 %3 %4：可补 %5，选 %6")
-                 .arg(textOf(line, "code"), textOf(line, "name"), textOf(line, "side"), textOf(line, "account"))
-                 .arg(line.value("offered", 0LL))
-                 .arg(line.value("chosen", 0LL)));
-      addLine(line, 2);
+    const daylog::SEntry* sent = lastPatch();
+    add(0, QStringLiteral("最近一次补单（第 %1 次）：%2 行").arg(proof->value("number", 0)).arg(lines.size()),
+        sent ? sent->m_nMsec : -1, sent ? sent->m_nNumber : 0);
+    std::vector<const json*> all;
+    for (const json& line : lines) all.push_back(&line);
+    addLines(all, [](const json& line) {
+      return QStringLiteral("：可补 %1，选 %2").arg(line.value("offered", 0LL)).arg(line.value("chosen", 0LL));
+    });
+  }
+
+  const daylog::SEntry* lastPatch() const {
+    const daylog::SEntry* last = nullptr;
+    if (!m_sources.m_pLog || !m_sources.m_pDay) return last;
+    const int task = m_document.value("task", 0);
+    for (const daylog::SEntry* entry : actsOn(*m_sources.m_pLog, *m_sources.m_pDay, task, m_sources.m_nNow)) {
+      if (entry->m_strKind == "create") last = entry;
     }
+    return last;
   }
 
   const json& m_document;
