@@ -6,15 +6,12 @@
 #include "CSimulation.h"
 #include "DayStart.h"
 #include "SessionSetup.h"
-#include "tc/AlgoParams.h"
 
 namespace app {
 namespace {
 
 constexpr std::chrono::seconds MARKS_FOLLOW{1};
 constexpr std::int64_t PROGRESS_MSEC = 60000;
-
-std::string timeText(std::int64_t msec) { return TC::formatSecondOfDay(static_cast<int>(msec / 1000)); }
 
 /// Holds the marks of a log against the state as it is formed again.
 class CMarkCheck {
@@ -31,10 +28,10 @@ class CMarkCheck {
     const daylog::SMark& kept = m_marks[m_nNext];
     if (kept.m_nMsec != now.m_nMsec || !m_strFault.empty()) return true;
     if (kept.m_nHash != now.m_nHash) {
-      m_strFault = "at " + timeText(now.m_nMsec) +
-                   " the state differs from the one that was kept: the day was made by another build";
+      m_strFault = "at " + momentText(now.m_nMsec) +
+                   " the state differs from the one that was kept: perhaps another build made the day";
     } else if (m_bOutputs && kept.m_strOutputs != now.m_strOutputs) {
-      m_strFault = "at " + timeText(now.m_nMsec) + " orders, fills or messages differ from those that were kept";
+      m_strFault = "at " + momentText(now.m_nMsec) + " orders, fills or messages differ from those that were kept";
     }
     return true;
   }

@@ -40,6 +40,11 @@ void CEngineThread::stop() {
   m_bRuns = false;
 }
 
+std::vector<engine::Act> CEngineThread::takeLeft() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return std::exchange(m_acts, {});
+}
+
 void CEngineThread::post(engine::Act act) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   // Nobody would carry it out, and nobody would throw it away.
@@ -54,20 +59,35 @@ void CEngineThread::ask(std::function<void(engine::CSimulation&)> question) {
 /// Nothing is carried out of which there is no entry: it would be gone after a crash.
 void CEngineThread::takeActs(const std::vector<engine::Act>& acts, int actsLine) {
   if (acts.empty()) return;
+  if (std::any_of(acts.begin(), acts.end(), [this](const engine::Act& act) { return startsWithout(act); })) {
+    if (acts.size() > 1) return takeSingly(acts, actsLine);
+    return takeAct(acts.front(), actsLine, "套利参数未写入");
+  }
   const std::string fault = m_pKeeper ? m_pKeeper->keep(m_simulation.now(), acts, actsLine) : std::string();
-  if (!fault.empty() && acts.size() > 1) {
-    // What cancels is kept where the rest is not.
-    for (const engine::Act& act : acts) takeActs({act}, actsLine);
-    return;
+  // What cancels is kept where the rest is not.
+  if (!fault.empty() && acts.size() > 1) return takeSingly(acts, actsLine);
+  for (const engine::Act& act : acts) takeAct(act, actsLine, fault);
+}
+
+void CEngineThread::takeSingly(const std::vector<engine::Act>& acts, int actsLine) {
+  for (const engine::Act& act : acts) takeActs({act}, actsLine);
+}
+
+/// It was kept, but for a fault.
+void CEngineThread::takeAct(const engine::Act& act, int actsLine, const std::string& fault) {
+  if (const auto* given = std::get_if<engine::SSetHedge>(&act)) {
+    fault.empty() ? static_cast<void>(m_unkeptHedges.erase(given->m_nGroupId))
+                  : static_cast<void>(m_unkeptHedges.insert(given->m_nGroupId));
   }
-  for (const engine::Act& act : acts) {
-    if (fault.empty()) {
-      engine::carryOut(act, m_simulation);
-      if (actsLine > 0) engine::noteHedge(act, m_desk, false);
-    } else {
-      engine::refuse(act, "日志无法写入，未执行：" + fault, m_simulation);
-    }
-  }
+  if (!fault.empty()) return engine::refuse(act, "日志无法写入，未执行：" + fault, m_simulation);
+  engine::carryOut(act, m_simulation);
+  if (actsLine > 0) engine::noteHedge(act, m_desk, false);
+}
+
+/// A hedge does not start by older parameters than those that its user gave.
+bool CEngineThread::startsWithout(const engine::Act& act) const {
+  const auto* steered = std::get_if<engine::SSteerHedge>(&act);
+  return steered && steered->m_eAct == engine::EHedgeAct::Start && m_unkeptHedges.contains(steered->m_nGroupId);
 }
 
 /// Nobody waits for what the schedule asks: an answer would be taken for that to somebody's request.

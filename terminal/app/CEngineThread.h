@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -43,6 +44,8 @@ class CEngineThread {
   /// Has what is due at times of the clock carried out at exactly these steps, however fast it runs; null: nothing is.
   /// Before start(). It must outlive this object.
   void setSchedule(CActSchedule* schedule) { m_pSchedule = schedule; }
+  /// What stop() has found waiting, which nobody carries out. After it.
+  std::vector<engine::Act> takeLeft();
   /// Has an act carried out on the engine's thread, before its next step, after all that were posted before; nothing
   /// after stop(). One that cannot be kept is refused. Any thread.
   void post(engine::Act act);
@@ -63,6 +66,9 @@ class CEngineThread {
  private:
   void run();
   void takeActs(const std::vector<engine::Act>& acts, int actsLine);
+  void takeAct(const engine::Act& act, int actsLine, const std::string& fault);
+  void takeSingly(const std::vector<engine::Act>& acts, int actsLine);
+  bool startsWithout(const engine::Act& act) const;
   void takeDue(std::int64_t target);
   bool runStep(std::int64_t target);
   void stepSimulation(std::int64_t target);
@@ -75,6 +81,7 @@ class CEngineThread {
   std::function<void()> m_atEnd;
   IActKeeper* m_pKeeper = nullptr;
   CActSchedule* m_pSchedule = nullptr;
+  std::set<int> m_unkeptHedges;  ///< groups whose newest parameters could not be kept
   std::int64_t m_nBegin;
   std::chrono::steady_clock::time_point m_begin;
   std::atomic<bool> m_bRuns{false};  ///< m_begin is set

@@ -42,6 +42,7 @@ void CLiveSession::endEngine() {
   if (m_bEngineEnded.exchange(true)) return;
   m_clockTimer.stop();
   m_pThread->stop();
+  for (const engine::Act& act : m_pThread->takeLeft()) refuseAfterEnd(act);
   closeLog();
   settle();
   m_services.liveClock()->firePendingTimer();

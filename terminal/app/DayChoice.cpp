@@ -68,7 +68,7 @@ STakenDay takeOwn(const OptionValues& given, SOptions& options, const AskDay& as
   for (;;) {
     options.m_strDay = folder.file(number);
     daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-    const bool over = day.m_pLog && day.m_pLog->isFinished();
+    const bool over = day.m_pLog && isOver(*day.m_pLog);
     if (day.m_pLog && day.m_pLog->entries().empty()) return goOn(std::move(day), given, options);
     const EDayAnswer answer = over ? EDayAnswer::BeginNew : ask(questionOf(options.m_strDay, day));
     if (answer == EDayAnswer::Leave) return {.m_bLeft = true};
@@ -91,7 +91,7 @@ STakenDay takeNamed(const OptionValues& given, SOptions& options) {
   for (int number = 1;; ++number) {
     options.m_strDay = besides(named, number);
     daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-    if (day.m_pLog && day.m_pLog->isFinished()) continue;
+    if (day.m_pLog && isOver(*day.m_pLog)) continue;
     const bool isNew = day.m_pLog && day.m_pLog->entries().empty();
     STakenDay taken = goOn(std::move(day), given, options);
     if (number == 1) return taken;

@@ -19,8 +19,6 @@ namespace app {
 namespace {
 
 constexpr std::int64_t SECOND_MSEC = 1000;
-/// In which everything of the day has ended and was told.
-constexpr std::int64_t AFTER_CLOSE_MSEC = 60000;
 constexpr double BASIS_POINTS = 10000;
 
 /// What a day came to for a basket.
@@ -134,8 +132,6 @@ void tell(std::ostream& out, const std::string& title, const SEnd& was, const SE
   }
 }
 
-std::string timeText(std::int64_t msec) { return TC::formatSecondOfDay(static_cast<int>(msec / SECOND_MSEC)); }
-
 /// A day that nobody has lived.
 class CImagined {
  public:
@@ -185,7 +181,7 @@ class CImagined {
     nlohmann::ordered_json first = nlohmann::ordered_json::parse(entries.front().m_strBody);
     first[IMAGINED] = {{"of", std::filesystem::absolute(m_fork.m_strFile).string()},
                        {"head", m_log.head()},
-                       {"at", timeText(m_fork.m_nAt)},
+                       {"at", momentText(m_fork.m_nAt)},
                        {"with", m_fork.m_strWith}};
     entries.front().m_strBody = first.dump();
     entries.insert(entries.end(), m_acts.begin(), m_acts.end());
@@ -197,9 +193,9 @@ class CImagined {
   std::string checkTask() {
     const std::vector<int> known = m_count.tasks();
     if (m_fork.m_nTask && std::find(known.begin(), known.end(), *m_fork.m_nTask) == known.end()) {
-      return "there is no task " + std::to_string(*m_fork.m_nTask) + " at " + timeText(m_fork.m_nAt);
+      return "there is no task " + std::to_string(*m_fork.m_nTask) + " at " + momentText(m_fork.m_nAt);
     }
-    return tasks().empty() ? "no basket trades at " + timeText(m_fork.m_nAt) : std::string();
+    return tasks().empty() ? "no basket trades at " + momentText(m_fork.m_nAt) : std::string();
   }
 
   struct SHedgeStart {
@@ -267,9 +263,10 @@ std::string forkDay(const SFork& fork, std::ostream& out) {
   const std::int64_t last =
       std::max(log.entries().back().m_nMsec, log.marks().empty() ? 0 : log.marks().back().m_nMsec);
   if (fork.m_nAt < log.entries().front().m_nMsec || fork.m_nAt > last) {
-    return fork.m_strFile + ": the day goes from " + timeText(log.entries().front().m_nMsec) + " to " + timeText(last);
+    return fork.m_strFile + ": the day goes from " + momentText(log.entries().front().m_nMsec) + " to " +
+           momentText(last);
   }
-  const std::int64_t end = std::max(last, exchange::DAY_CLOSES + AFTER_CLOSE_MSEC);
+  const std::int64_t end = std::max(last, DAY_ENDS);
   CDayRun run(log);
   COrderCount count;
   if (!run.fault().empty()) return fork.m_strFile + ": " + run.fault();
@@ -281,9 +278,9 @@ std::string forkDay(const SFork& fork, std::ostream& out) {
   CImagined imagined(fork, log);
   if (fault = imagined.live(end); !fault.empty()) return fork.m_strFile + ": " + fault;
 
-  out << fork.m_strFile << ", from " << timeText(fork.m_nAt) << " on with " << fork.m_strWith << "\n";
+  out << fork.m_strFile << ", from " << momentText(fork.m_nAt) << " on with " << fork.m_strWith << "\n";
   if (!log.isFinished())
-    out << "the day is not over: as it was goes on without further acts from " << timeText(last) << "\n";
+    out << "the day is not over: as it was goes on without further acts from " << momentText(last) << "\n";
   const std::map<int, SEnd> was = endsOf(run, count);
   const std::map<int, SEnd> then = imagined.ends();
   for (const auto& [task, ended] : was) {

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "Inputs.h"
+#include "tc/AlgoParams.h"
 
 namespace app {
 namespace {
@@ -82,6 +83,13 @@ std::string startText(const OptionValues& ofDay, const SOptions& options) {
 }
 
 }  // namespace
+
+std::string momentText(std::int64_t msec) { return TC::formatSecondOfDay(static_cast<int>(msec / 1000)); }
+
+bool isOver(daylog::IDayLog& log) {
+  if (!log.isFinished() && lastTime(log) > DAY_ENDS) log.finish(lastTime(log));
+  return log.isFinished();
+}
 
 std::int64_t lastTime(const daylog::IDayLog& log) {
   const std::int64_t entered = log.entries().empty() ? 0 : log.entries().back().m_nMsec;

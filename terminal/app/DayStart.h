@@ -1,6 +1,7 @@
 /// What a day starts with, as its log keeps it.
 #pragma once
 
+#include "CExchange.h"
 #include "DayLog.h"
 #include "Options.h"
 
@@ -11,6 +12,14 @@ inline constexpr const char* DAY_ENTRY = "day";
 /// The field of its body that says of a day that nobody lived it: of which day, from when on and with what.
 inline constexpr const char* IMAGINED = "imagined";
 
+/// After the close: by then everything of a day has ended and was told. Milliseconds since midnight.
+inline constexpr std::int64_t DAY_ENDS = exchange::DAY_CLOSES + 60000;
+
+/// A moment of the day as HH:MM:SS.
+std::string momentText(std::int64_t msec);
+/// Ends a day of which a crash has kept its end from being written, and the clock stands behind DAY_ENDS. Whether it is
+/// over then.
+bool isOver(daylog::IDayLog& log);
 /// Where a day that was begun stands, milliseconds since midnight.
 std::int64_t lastTime(const daylog::IDayLog& log);
 

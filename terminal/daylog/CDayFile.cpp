@@ -16,6 +16,13 @@ bool hasLog(const std::string& path) {
   return !none && size > 0;
 }
 
+/// Where a link leads: there SQLite keeps what lies beside the file.
+std::string resolved(const std::string& path) {
+  std::error_code none;
+  const std::filesystem::path real = std::filesystem::canonical(path, none);
+  return none ? path : real.string();
+}
+
 std::string row(const char* table, std::int64_t number) { return std::string(table) + " " + std::to_string(number); }
 
 std::string hashBytes(const Hash& hash) { return {hash.begin(), hash.end()}; }
@@ -40,7 +47,7 @@ void removeDay(const std::string& path) {
   for (const char* const end : {"-wal", "-shm", ""}) std::filesystem::remove(path + end, none);
 }
 
-CDayFile::CDayFile(const std::string& path, EMode mode) : m_strPath(path), m_eMode(mode) {
+CDayFile::CDayFile(const std::string& path, EMode mode) : m_strPath(resolved(path)), m_eMode(mode) {
   if (mode == EMode::Write) {
     begin();
   } else {
@@ -51,7 +58,8 @@ CDayFile::CDayFile(const std::string& path, EMode mode) : m_strPath(path), m_eMo
   }
 }
 
-CDayFile::CDayFile(const std::string& path, const std::string& identifier) : m_strPath(path), m_eMode(EMode::Write) {
+CDayFile::CDayFile(const std::string& path, const std::string& identifier)
+    : m_strPath(resolved(path)), m_eMode(EMode::Write) {
   m_lock.emplace(path, CFileLock::SNewFile());
   try {
     m_database.emplace(path, false);
@@ -270,6 +278,11 @@ std::string CDayFile::commit(const std::vector<SEntry>& entries, const std::vect
   SChain chain = m_chain;
   bool written = false;
   try {
+    // What is written into a file without a name nobody finds again.
+    if (m_database->hasMoved()) throw CFault("the file was moved or deleted");
+    if (!marks.empty() && !m_marks.empty() && marks.front().m_nMsec <= m_marks.back().m_nMsec) {
+      throw CFault("a second that was kept comes again");
+    }
     m_database->run("BEGIN IMMEDIATE");
     if (leavesReserve) m_reserve.leaveBehind(entries, marks);
     write(kept, marks, chain);

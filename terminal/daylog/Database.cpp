@@ -57,6 +57,12 @@ void CDatabase::setCarriesOver(bool carriesOver) const {
 
 void CDatabase::fail() const { throw CFault(m_pHandle ? sqlite3_errmsg(m_pHandle.get()) : "out of memory"); }
 
+bool CDatabase::hasMoved() const {
+  int moved = 0;
+  sqlite3_file_control(handle(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+  return moved != 0;
+}
+
 void CDatabase::run(const char* statements) {
   if (sqlite3_exec(m_pHandle.get(), statements, nullptr, nullptr, nullptr) != SQLITE_OK) fail();
 }

@@ -26,6 +26,9 @@ class CDatabase {
   /// Whether the write-ahead log is carried over into the file when it is closed, as it is by default.
   void setCarriesOver(bool carriesOver) const;
 
+  /// Whether the file has another name by now, or none.
+  bool hasMoved() const;
+
   void run(const char* statements);
   std::int64_t number(const char* query);
 

@@ -74,10 +74,6 @@ void CTaskServer::refuseOperation(const std::string& text) {
   post([this, text] { replyToOperation(text); });
 }
 
-void CTaskServer::refuseQuery(const std::string& text) {
-  post([this, text] { replyToQuery({}, text); });
-}
-
 void CTaskServer::replyToCreation(const std::string& fault, int task) {
   if (m_bAnswered) m_desk.requests().replyToCreate(fault.empty() ? utils::KSError() : utils::KSError(fault), task);
 }

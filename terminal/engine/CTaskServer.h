@@ -31,7 +31,6 @@ class CTaskServer {
   /// Answers the request of a kind with a refusal, in its turn, and carries nothing out.
   void refuseCreation(const std::string& text);
   void refuseOperation(const std::string& text);
-  void refuseQuery(const std::string& text);
 
   /// Whether requests that come from now on are answered. Those of which the askers are gone are not: their answers
   /// would be taken for those of others.

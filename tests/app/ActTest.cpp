@@ -168,6 +168,63 @@ TEST(Acts, WhatCannotBeKeptIsNotCarriedOut) {
   EXPECT_EQ(simulation.engine().publishedCount(), 0u);
 }
 
+TEST(Acts, AHedgeWhoseParametersCouldNotBeKeptDoesNotStartByOthers) {
+  struct CFailing : app::IActKeeper {
+    std::string keep(std::int64_t, const std::vector<Act>& acts, int) override {
+      std::string fault;
+      for (const Act& act : acts) {
+        const auto* given = std::get_if<SSetHedge>(&act);
+        if (given && given->m_param.m_dRatio < 1) fault = "磁盘已满";
+      }
+      if (fault.empty()) m_kept.insert(m_kept.end(), acts.begin(), acts.end());
+      return fault;
+    }
+    std::vector<Act> m_kept;
+  };
+  desk::CDesk desk;
+  const std::int64_t day = exchange::dayStartOf({2026, 11, 23});
+  SEngineSettings settings;
+  settings.m_nDayStart = day;
+  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = day}, settings,
+                         exchange::DAY_OPENS);
+  std::vector<std::string> told;
+  simulation.engine().setEventHook([&](const SEngineEvent& event) { told.push_back(event.m_strText); });
+  CFailing disk;
+  app::CEngineThread thread(simulation, desk, day, {1, -1}, [] {});
+  thread.setKeeper(&disk);
+  const auto hedge = [](double ratio) {
+    ksservice::CBasketHedgeParam param;
+    param.m_bEnabled = true;
+    param.m_dRatio = ratio;
+    return SSetHedge{1, 1, param};
+  };
+  const SSteerHedge start{1, EHedgeAct::Start};
+  std::promise<void> done;
+  for (const double ratio : {0.5, 1.0}) {
+    thread.post(hedge(ratio));
+    thread.post(start);
+    thread.post(SSteerHedge{1, EHedgeAct::Pause});
+  }
+  thread.ask([&done](CSimulation&) { done.set_value(); });
+  thread.start();
+  done.get_future().wait();
+  thread.stop();
+  // What stop() finds waiting is nobody's any more.
+  EXPECT_TRUE(thread.takeLeft().empty());
+  ASSERT_EQ(disk.m_kept.size(), 4u);
+  EXPECT_EQ(std::get<SSteerHedge>(disk.m_kept[0]).m_eAct, EHedgeAct::Pause);
+  EXPECT_EQ(std::get<SSetHedge>(disk.m_kept[1]).m_param.m_dRatio, 1.0);
+  EXPECT_EQ(std::get<SSteerHedge>(disk.m_kept[2]).m_eAct, EHedgeAct::Start);
+  ASSERT_GE(told.size(), 2u);
+  EXPECT_NE(told[0].find("磁盘已满"), std::string::npos) << told[0];
+  EXPECT_NE(told[1].find("套利参数未写入"), std::string::npos) << told[1];
+
+  app::CEngineThread idle(simulation, desk, day, {1, -1}, [] {});
+  idle.post(start);
+  idle.stop();
+  EXPECT_EQ(idle.takeLeft().size(), 1u);
+}
+
 TEST(Acts, OnlyWhatCancelsStopsOrPausesOnlyEnds) {
   using namespace ksservice;
   for (const int operation : {ETO_Cancel, ETO_Pause, ETO_Drop, ETO_Resume}) {

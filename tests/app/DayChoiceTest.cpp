@@ -135,6 +135,21 @@ TEST_F(DayChoice, BesideANamedDayThatIsOverTheNextOneIsBegun) {
     EXPECT_EQ(day.m_pLog->finish(54000000), "");
   };
   const auto leave = EDayAnswer::Leave;
+  // A crash long after the close has kept the word of it out of the file.
+  app::STakenDay late = take("late.db", leave);
+  ASSERT_TRUE(late.m_pLog) << late.m_strFault;
+  EXPECT_EQ(late.m_pLog->append({{0, 33900000, "day", R"({"options":{},"files":[],"futuresAccount":false})"}},
+                                {{54000000, 1}}),
+            "");
+  late.m_pLog.reset();
+  late = take("late.db", leave);
+  EXPECT_EQ(m_strFile.toStdString(), "late.db") << "within a minute of the close something may still be told";
+  EXPECT_EQ(late.m_pLog->append({}, {{54061000, 1}}), "");
+  late.m_pLog.reset();
+  EXPECT_TRUE(take("late.db", leave).m_pLog);
+  EXPECT_EQ(m_strFile.toStdString(), "late-2.db");
+  EXPECT_TRUE(daylog::readDay("late.db").m_pLog->isFinished());
+
   finish(take("to.day.db", leave));
   app::STakenDay day = take("to.day.db", leave);
   EXPECT_EQ(m_strFile.toStdString(), "to.day-2.db");

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <algorithm>
 
 #include "CBasketTasksPanel.h"
 #include "CDayProgress.h"
@@ -150,6 +151,49 @@ TEST_F(KeptDay, EndsByItsUserWhoLooksAtWhatIsThere) {
   EXPECT_EQ(m_day.m_pLog->entries().size(), kept);
   session.finish();
   EXPECT_EQ(ends, 1);
+}
+
+/// A disk that fails at one kind of entry.
+class CFailing : public daylog::IDayLog {
+ public:
+  CFailing(daylog::IDayLog& log, std::string kind) : m_log(log), m_strKind(std::move(kind)) {}
+
+  std::string append(const std::vector<daylog::SEntry>& entries, const std::vector<daylog::SMark>& marks) override {
+    const auto fails = [this](const daylog::SEntry& entry) { return entry.m_strKind == m_strKind; };
+    return std::any_of(entries.begin(), entries.end(), fails) ? "the disk failed" : m_log.append(entries, marks);
+  }
+  std::string appendFromReserve(const std::vector<daylog::SEntry>& entries) override { return append(entries, {}); }
+  const std::vector<daylog::SEntry>& entries() const override { return m_log.entries(); }
+  const std::vector<daylog::SMark>& marks() const override { return m_log.marks(); }
+  std::string follow() override { return m_log.follow(); }
+  std::string finish(std::int64_t msec) override { return m_log.finish(msec); }
+  std::string head() const override { return m_log.head(); }
+
+ private:
+  daylog::IDayLog& m_log;
+  const std::string m_strKind;
+};
+
+TEST_F(KeptDay, OfWhichTheFirstBasketCouldNotBeKeptIsGoneOnWith) {
+  begin({"--speed", "600", "--basket", QStringLiteral(PBT_SOURCE_DIR "/data/baskets/basket50.csv")});
+  const auto live = [this](daylog::IDayLog& log) {
+    const std::size_t before = log.marks().size();
+    app::CMainWindow window;
+    app::CLiveSession session(m_options, m_inputs, {nullptr, nullptr, nullptr, &log}, window, createPanel);
+    EXPECT_EQ(session.fault(), "");
+    session.start();
+    EXPECT_TRUE(waitFor([&] { return log.marks().size() > before; }));
+    session.finish();
+    return window.log().findChild<QPlainTextEdit*>()->toPlainText();
+  };
+  CFailing failing(*m_day.m_pLog, "basket");
+  EXPECT_TRUE(live(failing).contains(QStringLiteral("日志无法写入")));
+  // Nobody expects its orders any more, and no second comes twice.
+  EXPECT_TRUE(live(*m_day.m_pLog).contains(QStringLiteral("请重新发送")));
+  live(*m_day.m_pLog);
+  EXPECT_EQ(m_day.m_pLog->entries().size(), 1u);
+  const std::vector<daylog::SMark>& marks = m_day.m_pLog->marks();
+  for (std::size_t i = 1; i < marks.size(); ++i) ASSERT_EQ(marks[i].m_nMsec, marks[i - 1].m_nMsec + 1000);
 }
 
 TEST_F(KeptDay, ShowsHowFarItIsRunAgainUntilTheUserGivesUp) {

@@ -1,6 +1,7 @@
 // A day's file: what was kept is there after a crash, what cannot be kept is told, and no change goes unseen.
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
@@ -44,6 +45,38 @@ TEST_F(DayLog, KeepsADayAndEndsIt) {
   day.m_pLog.reset();
   EXPECT_TRUE(readDay(m_file).m_pLog->isFinished());
   EXPECT_EQ(verifyDay(m_file, end), std::vector<std::string>());
+}
+
+TEST_F(DayLog, IsNotWrittenOnWhereNobodyFindsIt) {
+  makeDay(1);
+  for (const bool deleted : {false, true}) {
+    SOpenedDay day = openDay(m_file);
+    ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+    const fs::path other = m_file.string() + ".moved";
+    fs::rename(m_file, other);
+    if (deleted) fs::remove(other);
+    const std::string fault = day.m_pLog->append({entryOf(2)}, {});
+    EXPECT_NE(fault.find("moved or deleted"), std::string::npos) << fault;
+    EXPECT_EQ(day.m_pLog->entries().size(), 1u);
+    if (deleted) break;
+    fs::rename(other, m_file);
+    EXPECT_EQ(day.m_pLog->append({}, {{2000000000, 5}}), "");
+    // A second that comes again would be another day.
+    EXPECT_NE(day.m_pLog->append({}, {{2000000000, 5}}), "");
+    EXPECT_EQ(day.m_pLog->append({}, {{2000001000, 5}}), "");
+  }
+}
+
+TEST_F(DayLog, BehindALinkHasItsReserve) {
+  makeDay(1);
+  const fs::path link = m_file.string() + ".link";
+  fs::create_symlink(m_file, link);
+  const SOpenedDay day = openDay(link);
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  ASSERT_EQ(day.m_pLog->append({entryOf(2)}, {}), "");
+  struct stat log {};
+  ASSERT_EQ(stat((m_file.string() + "-wal").c_str(), &log), 0);
+  EXPECT_GE(log.st_blocks * 512, log.st_size + (1 << 20)) << "space is set aside behind its end";
 }
 
 TEST_F(DayLog, OneOfTheFirstVersionIsReadAndGoneOnWithAsItIs) {
@@ -352,7 +385,7 @@ TEST_F(DayLog, AFullDiskTakesCancelsAndEverythingAgainWhenItHasSpace) {
   large.m_strBody = R"({"text":")" + std::string(100000, 'x') + "\"}";
   std::string fault;
   int kept = 0;
-  while ((fault = day.m_pLog->append({large}, {{34202000, 8, ""}})).empty() && kept < 100) ++kept;
+  while ((fault = day.m_pLog->append({large}, {{34202000 + kept * 1000, 8, ""}})).empty() && kept < 100) ++kept;
   EXPECT_NE(fault.find("the disk is full but for what cancels need"), std::string::npos) << fault;
   for (int i = 0; i < 50; ++i) EXPECT_EQ(day.m_pLog->appendFromReserve({entryOf(3)}), "") << i;
   EXPECT_NE(day.m_pLog->append({entryOf(4)}, {}), "") << "the reserve is not for it";
