@@ -18,32 +18,46 @@ struct STitleWord {
   EField m_eField;
 };
 
-/// The first that a title holds decides; Count: a column that says something else.
-constexpr STitleWord WORDS[] = {
-    {"委托编号", EField::Order},  {"委托号", EField::Order},    {"委托序号", EField::Order},
-    {"合同编号", EField::Order},  {"合同序号", EField::Order},  {"申报编号", EField::Order},
-    {"订单", EField::Order},      {"orderid", EField::Order},   {"ordernumber", EField::Order},
-    {"orderno", EField::Order},   {"clordid", EField::Order},   {"成交编号", EField::Count},
-    {"成交号", EField::Count},    {"成交序号", EField::Count},  {"tradeid", EField::Count},
-    {"execid", EField::Count},    {"委托价", EField::Count},    {"委托数量", EField::Count},
-    {"委托量", EField::Count},    {"申报数量", EField::Count},  {"申报价", EField::Count},
-    {"委托金额", EField::Count},  {"orderqty", EField::Count},  {"orderprice", EField::Count},
-    {"limit", EField::Count},     {"时间", EField::Count},      {"日期", EField::Count},
-    {"time", EField::Count},      {"date", EField::Count},      {"账户名", EField::Count},
-    {"资金账", EField::Account},  {"股东", EField::Account},    {"账号", EField::Account},
-    {"账户", EField::Account},    {"客户", EField::Account},    {"account", EField::Account},
-    {"成交数量", EField::Filled}, {"成交量", EField::Filled},   {"成交股数", EField::Filled},
-    {"已成", EField::Filled},     {"filled", EField::Filled},   {"executed", EField::Filled},
-    {"lastqty", EField::Filled},  {"成交金额", EField::Amount}, {"金额", EField::Amount},
-    {"amount", EField::Amount},   {"成交均价", EField::Price},  {"成交价", EField::Price},
-    {"均价", EField::Price},      {"avgprice", EField::Price},  {"price", EField::Price},
-    {"价格", EField::Price},      {"代码", EField::Code},       {"合约", EField::Code},
-    {"code", EField::Code},       {"symbol", EField::Code},     {"ticker", EField::Code},
-    {"方向", EField::Side},       {"买卖", EField::Side},       {"委托类别", EField::Side},
-    {"操作", EField::Side},       {"side", EField::Side},       {"b/s", EField::Side},
-    {"市场", EField::Market},     {"交易所", EField::Market},   {"market", EField::Market},
-    {"exchange", EField::Market}, {"数量", EField::Volume},     {"quantity", EField::Volume},
-    {"qty", EField::Volume},      {"volume", EField::Volume}};
+/// The longest that a title holds decides, of several the first; Count: a column that says something else.
+constexpr STitleWord WORDS[] = {{"委托编号", EField::Order},    {"委托号", EField::Order},
+                                {"委托序号", EField::Order},    {"合同编号", EField::Order},
+                                {"合同序号", EField::Order},    {"申报编号", EField::Order},
+                                {"订单", EField::Order},        {"orderid", EField::Order},
+                                {"ordernumber", EField::Order}, {"orderno", EField::Order},
+                                {"clordid", EField::Order},     {"成交编号", EField::Count},
+                                {"成交号", EField::Count},      {"成交序号", EField::Count},
+                                {"tradeid", EField::Count},     {"execid", EField::Count},
+                                {"委托价", EField::Count},      {"委托数量", EField::Count},
+                                {"委托量", EField::Count},      {"申报数量", EField::Count},
+                                {"申报价", EField::Count},      {"委托金额", EField::Count},
+                                {"orderqty", EField::Count},    {"orderprice", EField::Count},
+                                {"limit", EField::Count},       {"时间", EField::Count},
+                                {"日期", EField::Count},        {"time", EField::Count},
+                                {"date", EField::Count},        {"账户名", EField::Count},
+                                {"姓名", EField::Count},        {"客户名", EField::Count},
+                                {"leaves", EField::Count},      {"orderquantity", EField::Count},
+                                {"剩余", EField::Count},        {"已成均价", EField::Price},
+                                {"已成金额", EField::Amount},   {"资金账", EField::Account},
+                                {"股东", EField::Account},      {"账号", EField::Account},
+                                {"账户", EField::Account},      {"客户", EField::Account},
+                                {"account", EField::Account},   {"成交数量", EField::Filled},
+                                {"成交量", EField::Filled},     {"成交股数", EField::Filled},
+                                {"已成", EField::Filled},       {"filled", EField::Filled},
+                                {"executed", EField::Filled},   {"lastqty", EField::Filled},
+                                {"成交金额", EField::Amount},   {"金额", EField::Amount},
+                                {"amount", EField::Amount},     {"成交均价", EField::Price},
+                                {"成交价", EField::Price},      {"均价", EField::Price},
+                                {"avgprice", EField::Price},    {"price", EField::Price},
+                                {"价格", EField::Price},        {"代码", EField::Code},
+                                {"合约", EField::Code},         {"code", EField::Code},
+                                {"symbol", EField::Code},       {"ticker", EField::Code},
+                                {"方向", EField::Side},         {"买卖", EField::Side},
+                                {"委托类别", EField::Side},     {"操作", EField::Side},
+                                {"side", EField::Side},         {"b/s", EField::Side},
+                                {"市场", EField::Market},       {"交易所", EField::Market},
+                                {"market", EField::Market},     {"exchange", EField::Market},
+                                {"数量", EField::Volume},       {"quantity", EField::Volume},
+                                {"qty", EField::Volume},        {"volume", EField::Volume}};
 
 using Columns = std::map<EField, std::size_t>;
 
@@ -58,10 +72,12 @@ Columns columnsOf(const std::vector<std::string>& titles) {
   Columns columns;
   for (std::size_t i = 0; i < titles.size(); ++i) {
     const std::string title = foldedTitle(titles[i]);
-    const auto word = std::find_if(std::begin(WORDS), std::end(WORDS), [&title](const STitleWord& each) {
-      return title.find(each.m_word) != std::string::npos;
-    });
-    if (word != std::end(WORDS) && word->m_eField != EField::Count) columns.emplace(word->m_eField, i);
+    const STitleWord* word = nullptr;
+    for (const STitleWord& each : WORDS) {
+      const bool held = title.find(each.m_word) != std::string::npos;
+      if (held && (!word || each.m_word.size() > word->m_word.size())) word = &each;
+    }
+    if (word && word->m_eField != EField::Count) columns.emplace(word->m_eField, i);
   }
   // Where a file tells both, what was traded counts.
   if (columns.contains(EField::Filled)) columns[EField::Volume] = columns[EField::Filled];
@@ -80,17 +96,20 @@ class CBrokerReader {
   SBrokerFile read() {
     const basket::SSource source = basket::readSourceFile(m_strPath);
     if (!source.m_strFault.empty()) return failed(m_strPath + ": " + source.m_strFault);
+    bool titled = false;
     for (const basket::SSheet& sheet : source.m_sheets) {
-      for (std::size_t row = 0; row < sheet.m_rows.size(); ++row) {
-        m_columns = columnsOf(sheet.m_rows[row].m_cells);
-        if (!isWhole(m_columns)) continue;
-        m_titles = sheet.m_rows[row].m_cells;
-        for (std::size_t i = row + 1; i < sheet.m_rows.size(); ++i) {
-          if (!take(sheet.m_rows[i])) return failed(m_strFault);
-        }
-        return m_file;
+      const auto titles = std::find_if(sheet.m_rows.begin(), sheet.m_rows.end(), [this](const basket::SSheetRow& row) {
+        m_columns = columnsOf(row.m_cells);
+        return isWhole(m_columns);
+      });
+      if (titles == sheet.m_rows.end()) continue;
+      titled = true;
+      m_titles = titles->m_cells;
+      for (auto row = titles + 1; row != sheet.m_rows.end(); ++row) {
+        if (!take(*row)) return failed(m_strFault);
       }
     }
+    if (titled) return m_file;
     return failed(m_strPath + ": has no row of titles with code, side, volume, and price or amount");
   }
 
@@ -118,8 +137,9 @@ class CBrokerReader {
     const std::string text = cell(row, field);
     if (text.empty()) return true;
     const auto read = basket::numberIn(text);
-    if (!read) return fail(row, field);
-    value = read->m_dValue;
+    // How many shares a lot has, the file does not say.
+    if (!read || read->m_unit == basket::EUnit::Lots || read->m_unit == basket::EUnit::Percent) return fail(row, field);
+    value = read->m_nSign < 0 ? -read->m_dValue : read->m_dValue;
     return true;
   }
 
@@ -149,9 +169,6 @@ class CBrokerReader {
     if (digits && read.m_strCode.size() < 6) read.m_strCode.insert(0, 6 - read.m_strCode.size(), '0');
     read.m_strMarket =
         named->m_strMarket.empty() ? std::string(basket::marketIn(cell(row, EField::Market))) : named->m_strMarket;
-    const auto side = basket::sideOf(cell(row, EField::Side));
-    if (!side || !side->m_bBuy) return fail(row, EField::Side);
-    read.m_bBuy = *side->m_bBuy;
     std::optional<double> volume;
     if (!number(row, EField::Volume, volume) || !number(row, EField::Price, read.m_dPrice) ||
         !number(row, EField::Amount, read.m_dAmount)) {
@@ -163,6 +180,13 @@ class CBrokerReader {
       ++m_file.m_nLeftOut;
       return true;
     }
+    const auto side = basket::sideOf(cell(row, EField::Side));
+    if (!side || !side->m_bBuy) return fail(row, EField::Side);
+    read.m_bBuy = *side->m_bBuy;
+    // Some write what was sold below zero; a buy below zero takes an earlier one back. Amounts are those of the
+    // account, which a buy makes less.
+    if (!read.m_bBuy) read.m_nVolume = std::abs(read.m_nVolume);
+    if (read.m_dAmount) read.m_dAmount = std::copysign(*read.m_dAmount, static_cast<double>(read.m_nVolume));
     m_file.m_rows.push_back(std::move(read));
     return true;
   }

@@ -14,6 +14,7 @@
 #include "Instrument.h"
 #include "SessionSetup.h"
 #include "ksservice/Operations.h"
+#include "past/DayTrail.h"
 #include "past/PatchProofs.h"
 #include "tc/AlgoParams.h"
 
@@ -29,12 +30,6 @@ const char* const USAGE =
 int refuse(const std::string& text) {
   std::cerr << text << std::endl;
   return EXIT_NOT_DONE;
-}
-
-/// Runs a day again from its entries alone. Empty, or how it differs, or why it cannot be run.
-std::string runFromEntries(const daylog::IDayLog& log) {
-  CDayRun run(log);
-  return run.fault().empty() ? run.runAgain() : run.fault();
 }
 
 SProofs proofsOf(const daylog::IDayLog& log) {
@@ -61,7 +56,13 @@ int verify(const std::string& file, const std::string& head) {
   for (const std::string& wrong : proofs.m_faults) std::cout << file << ": " << wrong << "\n";
   if (!proofs.m_faults.empty()) return EXIT_WRONG;
   if (proofs.m_nProofs > 0) std::cout << file << ": " << proofs.m_nProofs << " confirmed patches, each proved\n";
-  const std::string fault = runFromEntries(*day.m_pLog);
+  // From its entries alone.
+  CDayRun run(*day.m_pLog);
+  if (!run.fault().empty()) {
+    std::cout << file << ": cannot be run again here, so that its outputs are not proved: " << run.fault() << "\n";
+    return EXIT_NOT_DONE;
+  }
+  const std::string fault = run.runAgain();
   std::cout << file << ": " << (fault.empty() ? "run again it is the same day" : fault) << "\n";
   return fault.empty() ? 0 : EXIT_WRONG;
 }
@@ -85,7 +86,9 @@ int recover(const std::string& file, const std::string& out) {
 std::vector<SMatchOrder> tradedOrders(const daylog::IDayLog& log, std::string& fault) {
   SOptions options;
   options.m_bHeadless = true;
-  if (fault = takeStart(log, {}, options); !fault.empty()) return {};
+  // Of the day's files nothing is wanted but what the accounts are called.
+  std::string otherFiles;
+  if (fault = takeStart(log, {}, options, &otherFiles); !fault.empty()) return {};
   std::map<std::string, std::string> displayIds;
   for (const SAccountName& name : accountNames(options)) displayIds[name.m_strKey] = name.m_strDisplayId;
   CPastDay day;
@@ -106,10 +109,7 @@ std::vector<SMatchOrder> tradedOrders(const daylog::IDayLog& log, std::string& f
       order.m_strMarket = sent.m_strMarket;
       order.m_strCode = sent.m_strCode;
       order.m_bBuy = ksservice::DataHelper::isBuy(sent.m_nOperation);
-      for (const auto& [account, param] : task.m_pParams ? *task.m_pParams : PastParams()) {
-        if (param.m_stock.m_strMarket == sent.m_strMarket && param.m_stock.m_strCode == sent.m_strCode)
-          order.m_strAccount = account;
-      }
+      order.m_strAccount = accountIn(task, sent);
       order.m_strDisplayId = displayIds[order.m_strAccount];
       if (sent.m_strMarket == exchange::FUTURES_MARKET)
         order.m_dMultiplier = exchange::futureMultiplier(sent.m_strCode);

@@ -152,7 +152,8 @@ class CImagined {
     carryOut(acts.m_now);
     std::vector<SHedgeStart> hedges = hedgeStarts(forked());
     while (m_run.now() < end && !(acts.m_later.empty() && hedges.empty())) {
-      m_run.runOn(std::min(end, m_run.now() / SECOND_MSEC * SECOND_MSEC + SECOND_MSEC));
+      const std::int64_t second = m_run.now() / SECOND_MSEC * SECOND_MSEC + SECOND_MSEC;
+      m_run.runOn(std::min({end, second, hedges.empty() ? end : hedges.front().m_nMsec}));
       std::erase_if(hedges, [this](const SHedgeStart& start) {
         if (start.m_nMsec > m_run.now()) return false;
         carryOut({start.m_act});
@@ -210,11 +211,13 @@ class CImagined {
     return hedges ? tasks() : std::vector<int>();
   }
 
-  /// A panel starts hedges by itself: of the other tasks they start when they did.
+  /// A panel starts hedges by itself, once each: of the other tasks they start when they did, by what was given until
+  /// then. What its user did to them afterwards is not done.
   std::vector<SHedgeStart> hedgeStarts(const std::vector<int>& forked) {
     std::vector<SHedgeStart> starts;
+    std::set<int> started;
     for (const daylog::SEntry& entry : m_log.entries()) {
-      if (entry.m_nMsec <= m_fork.m_nAt || (entry.m_strKind != "setHedge" && entry.m_strKind != "hedge")) continue;
+      if (entry.m_strKind != "setHedge" && entry.m_strKind != "hedge") continue;
       std::string fault;
       const auto act = toAct({entry.m_strKind, entry.m_strBody}, m_run.desk(), fault);
       if (!act) continue;
@@ -222,7 +225,10 @@ class CImagined {
       const auto* steered = std::get_if<engine::SSteerHedge>(&*act);
       if (steered && steered->m_eAct != engine::EHedgeAct::Start) continue;
       const int task = given ? given->m_nGroupId : steered->m_nGroupId;
-      if (std::count(forked.begin(), forked.end(), task) == 0) starts.push_back({entry.m_nMsec, *act});
+      if (started.contains(task)) continue;
+      if (steered) started.insert(task);
+      if (entry.m_nMsec <= m_fork.m_nAt || std::count(forked.begin(), forked.end(), task) > 0) continue;
+      starts.push_back({entry.m_nMsec, *act});
     }
     return starts;
   }

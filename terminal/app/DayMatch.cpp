@@ -30,15 +30,26 @@ struct SItem {
   std::int64_t m_nVolume = 0;
   double m_dAmount = 0;
   double m_dMultiplier = 1;
-  int m_nFills = 1;
+  int m_nFills = 1;        ///< of here, or rows of there
+  bool m_bPriced = false;  ///< there, of prices alone, which may be averages
   bool m_bTaken = false;
 
   double price() const { return m_nVolume == 0 ? 0 : m_dAmount / static_cast<double>(m_nVolume) / m_dMultiplier; }
 };
 
-bool isSameAmount(const SItem& one, const SItem& other) {
-  return std::abs(one.m_dAmount - other.m_dAmount) <= AMOUNT_TOLERANCE * std::max(one.m_nFills, other.m_nFills) ||
-         std::abs(one.price() - other.price()) <= PRICE_TOLERANCE;
+bool isNearPrice(const SItem& one, const SItem& other) {
+  return std::abs(one.price() - other.price()) <= PRICE_TOLERANCE;
+}
+
+/// Amounts are exact; only where the other side tells nothing but an average of several fills, or of one at several
+/// prices, it may be rounded.
+bool isSameAmount(const SItem& here, const SItem& there) {
+  if (std::abs(here.m_dAmount - there.m_dAmount) <= AMOUNT_TOLERANCE * std::max(here.m_nFills, there.m_nFills)) {
+    return true;
+  }
+  const double ticks = here.price() * 1000;
+  const bool average = there.m_nFills < here.m_nFills || std::abs(ticks - std::round(ticks)) > 1e-6;
+  return there.m_bPriced && average && isNearPrice(here, there);
 }
 
 bool isSameLine(const SItem& one, const SItem& other) {
@@ -90,14 +101,13 @@ class CMatch {
   }
 
  private:
-  std::string accountOf(const std::string& named) const {
-    std::set<std::string> keys;
+  /// Whoever calls the accounts otherwise, as a market does, says nothing of them.
+  std::string accountOf(const std::string& named) {
     for (const SMatchOrder& order : m_day) {
       if (named == order.m_strAccount || named == order.m_strDisplayId) return order.m_strAccount;
-      keys.insert(order.m_strAccount);
     }
-    // One account needs no name, and may have any.
-    return keys.size() < 2 ? std::string() : named;
+    m_strangers.insert(named);
+    return {};
   }
 
   void takeFile() {
@@ -113,6 +123,7 @@ class CMatch {
       item.m_strCode = row.m_strCode;
       item.m_bBuy = row.m_bBuy;
       item.m_nVolume = row.m_nVolume;
+      item.m_bPriced = !row.m_dAmount;
       item.m_dMultiplier = multiplierOf(row.m_strCode);
       item.m_dAmount =
           row.m_dAmount.value_or(row.m_dPrice.value_or(0) * static_cast<double>(row.m_nVolume) * item.m_dMultiplier);
@@ -167,12 +178,13 @@ class CMatch {
     return items;
   }
 
-  /// Rows of one order added up.
+  /// Rows of one order and line added up.
   static std::vector<SItem> summed(const std::vector<SItem>& items) {
     std::vector<SItem> sums;
-    std::map<std::string, std::size_t> places;
+    std::map<std::tuple<std::string, std::string, std::string, std::string, bool>, std::size_t> places;
     for (const SItem& item : items) {
-      const auto [place, isNew] = places.emplace(item.m_strOrder, sums.size());
+      const auto [place, isNew] = places.emplace(
+          std::tuple(item.m_strOrder, item.m_strAccount, item.m_strMarket, item.m_strCode, item.m_bBuy), sums.size());
       if (isNew || item.m_strOrder.empty()) {
         sums.push_back(item);
         continue;
@@ -180,15 +192,14 @@ class CMatch {
       SItem& sum = sums[place->second];
       sum.m_nVolume += item.m_nVolume;
       sum.m_dAmount += item.m_dAmount;
+      sum.m_bPriced = sum.m_bPriced || item.m_bPriced;
       ++sum.m_nFills;
     }
     return sums;
   }
 
   void compare(const SItem& here, const SItem& there) {
-    if (!isSameLine(here, there)) {
-      m_groups[MissingHere].push_back(describe(there) + ", which is another line of " + describe(here));
-    } else if (here.m_nVolume != there.m_nVolume) {
+    if (here.m_nVolume != there.m_nVolume) {
       m_groups[Quantity].push_back(describe(here) + "; " + describe(there));
     } else if (!isSameAmount(here, there)) {
       m_groups[Price].push_back(describe(here) + "; " + describe(there));
@@ -196,20 +207,25 @@ class CMatch {
   }
 
   void matchByNumber() {
-    std::map<std::string, const SItem*> there;
-    for (SItem& item : m_there) there.emplace(item.m_strOrder, &item);
-    std::set<std::string> met;
+    std::map<std::string, std::vector<SItem*>> there;
+    for (SItem& item : m_there) there[item.m_strOrder].push_back(&item);
     for (const SItem& here : m_here) {
       const auto found = there.find(here.m_strOrder);
       if (found == there.end()) {
         m_groups[MissingThere].push_back(describe(here));
         continue;
       }
-      met.insert(here.m_strOrder);
-      compare(here, *found->second);
+      for (SItem* item : found->second) {
+        item->m_bTaken = true;
+        if (isSameLine(here, *item)) {
+          compare(here, *item);
+        } else {
+          m_groups[MissingHere].push_back(describe(*item) + ", which is another line of " + describe(here));
+        }
+      }
     }
     for (const SItem& item : m_there) {
-      if (!met.contains(item.m_strOrder)) m_groups[MissingHere].push_back(describe(item));
+      if (!item.m_bTaken) m_groups[MissingHere].push_back(describe(item));
     }
   }
 
@@ -245,7 +261,7 @@ class CMatch {
         std::vector<SItem*>& candidates = waiting[{there.m_strCode, there.m_bBuy}];
         const auto found = std::find_if(candidates.begin(), candidates.end(), [&](const SItem* here) {
           if (!isSameLine(*here, there)) return false;
-          return sameVolume ? here->m_nVolume == there.m_nVolume : isSameAmountPrice(*here, there);
+          return sameVolume ? here->m_nVolume == there.m_nVolume : isNearPrice(*here, there);
         });
         if (found == candidates.end()) continue;
         compare(**found, there);
@@ -259,10 +275,6 @@ class CMatch {
     for (const SItem& item : m_there) {
       if (!item.m_bTaken) m_groups[MissingHere].push_back(describe(item));
     }
-  }
-
-  static bool isSameAmountPrice(const SItem& one, const SItem& other) {
-    return std::abs(one.price() - other.price()) <= PRICE_TOLERANCE;
   }
 
   static void tellTotal(std::ostream& out, const char* who, const std::vector<SItem>& items) {
@@ -281,6 +293,11 @@ class CMatch {
     tellTotal(out, "there", m_there);
     out << "left out of the file: " << m_file.m_nLeftOut << "; matched by "
         << (m_bNumbers ? "order numbers" : "account, security, side, quantity and price") << "\n";
+    if (!m_strangers.empty()) {
+      out << "accounts that are none of the day's, and were not compared:";
+      for (const std::string& each : m_strangers) out << " " << each;
+      out << "\n";
+    }
     for (std::size_t group = 0; group < GroupCount; ++group) {
       if (m_groups[group].empty()) continue;
       out << GROUPS[group] << ": " << m_groups[group].size() << "\n";
@@ -295,6 +312,7 @@ class CMatch {
   const std::vector<SMatchOrder>& m_day;
   const SBrokerFile& m_file;
   std::map<std::string, double> m_multipliers;
+  std::set<std::string> m_strangers;
   std::vector<SItem> m_here;
   std::vector<SItem> m_there;
   bool m_bNumbers = false;

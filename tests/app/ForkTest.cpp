@@ -77,6 +77,23 @@ TEST_F(Fork, ADayOtherwiseIsAnotherOneForThatTaskAlone) {
   EXPECT_EQ(figure(unhedged, 1, "filled, shares").first, figure(unhedged, 1, "filled, shares").second);
 }
 
+TEST_F(Fork, WhatTheUserDidToOtherHedgesAfterwardsIsNotDone) {
+  writeFile("acts.jsonl",
+            "{\"at\":\"09:30:05\",\"do\":\"hedge\",\"what\":\"start\",\"task\":1}\n"
+            "{\"at\":\"10:30:00\",\"do\":\"hedge\",\"what\":\"pause\",\"task\":1}\n"
+            "{\"at\":\"10:40:00.300\",\"do\":\"hedge\",\"what\":\"start\",\"task\":1}\n"
+            "{\"at\":\"10:50:00.300\",\"do\":\"hedge\",\"what\":\"start\",\"task\":2}\n");
+  keepDay({"--algo", "twap", "--acts", "acts.jsonl"});
+  std::vector<std::pair<std::int64_t, std::string>> starts;
+  fork({"--at", "10:00:00", "--task", "2", "--with", "pause", "--out", "imagined.db"});
+  for (const daylog::SEntry& entry : daylog::readDay("imagined.db").m_pLog->entries()) {
+    if (entry.m_nMsec > 36000000 && entry.m_strKind == "hedge") starts.emplace_back(entry.m_nMsec, entry.m_strBody);
+  }
+  EXPECT_TRUE(std::none_of(starts.begin(), starts.end(), [](const auto& start) {
+    return start.second.find("\"group\":1") != std::string::npos;
+  })) << starts.size();
+}
+
 TEST_F(Fork, WhatCannotBeImaginedIsRefused) {
   keepDay({"--seconds", "1"});
   for (const QStringList& more : {QStringList{"--at", "09:40:00", "--with", "dance"},

@@ -84,6 +84,45 @@ TEST_F(Match, WhatDiffersIsGroupedByWhatItIs) {
   EXPECT_NE(told.find("missing there: 4"), std::string::npos) << told;
 }
 
+TEST_F(Match, AFillThatIsBookedWronglyIsFound) {
+  const char* const titles = "order id,code,side,quantity,amount\n";
+  const std::string right =
+      "1-1-2,000001,S,100,1250\n1-2-1,600000,B,500,5005\n1-2-3,000858,B,400,40000\n"
+      "1-2-4,000858,B,400,40000\n";
+  const auto matched = [&](const std::string& fills) { return match((titles + right + fills).c_str()); };
+  EXPECT_TRUE(matched("1-1-1,600000,B,300,3000\n1-1-1,600000,B,200,2002\n").first);
+  // On another line, though the order's first fill is right; a cent a share cheaper; taken back.
+  auto [same, text] = matched("1-1-1,600000,B,300,3000\n1-1-1,600519,S,200,2002\n");
+  EXPECT_FALSE(same);
+  EXPECT_NE(text.find("line 7: 600519 sell 200 at 10.0100, which is another line of order 1-1-1"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find("quantity: 1\n"), std::string::npos) << text;
+  std::tie(same, text) = matched("1-1-1,600000,B,300,3000\n1-1-1,600000,B,200,2000\n");
+  EXPECT_FALSE(same);
+  EXPECT_NE(text.find("price: 1\n"), std::string::npos) << text;
+  std::tie(same, text) = matched("1-1-1,600000,B,500,5002\n1-1-1,600000,B,-200,-2002\n");
+  EXPECT_FALSE(same);
+  EXPECT_NE(text.find("quantity: 1\n"), std::string::npos) << text;
+  // Who writes what he sold below zero, and what he paid, means the same.
+  EXPECT_TRUE(match("order id,code,side,quantity,amount\n1-1-1,600000,B,500,-5002\n1-1-2,000001,S,-100,1250\n"
+                    "1-2-1,600000,B,500,-5005\n1-2-3,000858,B,400,-40000\n1-2-4,000858,B,400,-40000\n")
+                  .first);
+}
+
+TEST_F(Match, TitlesAndAccountsOfRealFiles) {
+  // A market knows its own accounts; what was withdrawn traded nothing.
+  const auto [same, text] = match(
+      "股东姓名,股东账号,委托编号,证券代码,买卖标志,委托数量,已成数量,已成金额,已成均价\n"
+      "张三,A123456789,1-1-1,600000,买入,900,500,5002,10.004\n张三,A123456789,1-1-2,000001,卖出,100,100,1250,12.5\n"
+      "张三,B123,1-2-1,600000,买入,500,500,5005,10.01\n张三,B123,1-2-3,000858,买入,400,400,40000,100\n"
+      "张三,B123,1-2-4,000858,买入,400,400,40000,100\n张三,B123,1-2-2,600519,撤单,100,0,0,0\n");
+  EXPECT_TRUE(same) << text;
+  EXPECT_NE(text.find("accounts that are none of the day's, and were not compared: A123456789 B123"), std::string::npos)
+      << text;
+  EXPECT_EQ(faultOf("code,side,volume,price\n600000,buy,200手,10\n"),
+            "broker.csv:2: column \"volume\": cannot read '200手'");
+}
+
 TEST_F(Match, WhatCannotBeReadIsNamed) {
   EXPECT_EQ(faultOf("code,side,volume,price\n600000,buy,1x0,10\n"),
             "broker.csv:2: column \"volume\": cannot read '1x0'");
@@ -116,4 +155,10 @@ TEST_F(Match, ADayAgreesWithWhatItsOwnFillsSay) {
   EXPECT_EQ(other.m_nStatus, 1);
   EXPECT_TRUE(other.m_strOut.contains("missing there"));
   refusalOf({"day", "match", "day.db", "none.csv"});
+  // It wants nothing of the day's files; to run the day again is another matter, and no sign of a change.
+  writeFile("basket.csv", "side,code,quantity\n买入,600000,20000\n");
+  EXPECT_EQ(runTerminal({"day", "match", "day.db", "broker.csv"}).m_nStatus, 0);
+  const SResult elsewhere = runTerminal({"day", "verify", "day.db"});
+  EXPECT_EQ(elsewhere.m_nStatus, 2);
+  EXPECT_TRUE(elsewhere.m_strOut.contains("cannot be run again here")) << elsewhere.m_strOut.toStdString();
 }
