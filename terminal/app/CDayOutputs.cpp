@@ -43,7 +43,7 @@ void CDayOutputs::addMessage(std::int64_t msec, bool warning, const std::string&
 }
 
 void CDayOutputs::addHedge(const char* what, int id, int value) {
-  appendArray(m_strHedges, m_now(), std::string_view(what), id, value);
+  appendArray(m_strHedges, now(), std::string_view(what), id, value);
   m_strHedges += ',';
 }
 
@@ -54,7 +54,7 @@ void CDayOutputs::addHedgeStatus(int taskId, int status) { addHedge(HEDGE_STATUS
 void CDayOutputs::onHedgeParam(desk::EHedgeSource source, int commandId, const ksservice::CBasketHedgeParam& param) {
   use(param.m_strMarket, param.m_strCode);
   appendArray(
-      m_strHedges, m_now(), std::string_view(source == desk::EHedgeSource::Manager ? HEDGE_OFFERED : HEDGE_STORED),
+      m_strHedges, now(), std::string_view(source == desk::EHedgeSource::Manager ? HEDGE_OFFERED : HEDGE_STORED),
       commandId, param.m_bEnabled, param.m_bHandedOver, param.m_strMarket, param.m_strCode, param.m_strAccount,
       param.m_nOperation, param.m_nVolume, param.m_dRatio, param.m_nOrderLots, param.m_nOrderLimit, param.m_nPriceType);
   m_strHedges += ',';
@@ -89,7 +89,7 @@ void CDayOutputs::addFacts(const desk::SPublication& publication, STask& known) 
   static const ksservice::CTaskDetail UNTOLD;
   const ksservice::CTaskDetail& told = known.m_pDetail ? *known.m_pDetail : UNTOLD;
   m_strTasks += "{\"at\":";
-  appendJson(m_strTasks, m_now());
+  appendJson(m_strTasks, now());
   appendField(m_strTasks, "key", detail.getKey());
   forDetailFields(
       [this](const char* name, const auto& value, const auto& before) {
@@ -172,13 +172,22 @@ void CDayOutputs::addQuotes(std::int64_t msec) {
   m_nQuoted = m_used.size();
 }
 
+void CDayOutputs::addWaits() {
+  for (const engine::SOrderWait& wait : m_simulation->engine().router().rates().takeWaits()) {
+    appendArray(m_strWaits, wait.m_strAccount, wait.m_nFrom, wait.m_nUntil);
+    m_strWaits += ',';
+  }
+}
+
 std::string CDayOutputs::take(std::int64_t msec) {
   addQuotes(msec);
+  addWaits();
   std::string text;
   for (auto& [name, items] : {std::pair<const char*, std::string&>(OUTPUT_TASKS, m_strTasks),
                               {OUTPUT_HEDGES, m_strHedges},
                               {OUTPUT_QUOTES, m_strQuotes},
-                              {OUTPUT_LOG, m_strLog}}) {
+                              {OUTPUT_LOG, m_strLog},
+                              {OUTPUT_WAITS, m_strWaits}}) {
     if (items.empty()) continue;
     close(items, ']');
     text.append(text.empty() ? "{\"" : ",\"").append(name).append("\":[").append(items);

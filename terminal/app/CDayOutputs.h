@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CDesk.h"
+#include "CSimulation.h"
 #include "IDeskObserver.h"
 
 namespace app {
@@ -19,8 +20,9 @@ namespace app {
 /// publishes.
 class CDayOutputs : public desk::IDeskObserver {
  public:
-  /// The desk must outlive this object. now: the engine's clock, milliseconds since midnight.
-  CDayOutputs(const desk::CDesk& desk, std::function<std::int64_t()> now) : m_desk(desk), m_now(std::move(now)) {}
+  /// Both must outlive this object; the simulation may still be on its way.
+  CDayOutputs(const desk::CDesk& desk, const std::unique_ptr<engine::CSimulation>& simulation)
+      : m_desk(desk), m_simulation(simulation) {}
 
   /// Something that the engine tells its user.
   void addMessage(std::int64_t msec, bool warning, const std::string& text);
@@ -47,10 +49,12 @@ class CDayOutputs : public desk::IDeskObserver {
   void addOrders(const desk::SPublication& publication, STask& known);
   void addHedge(const char* what, int id, int value);
   void addQuotes(std::int64_t msec);
+  void addWaits();
+  std::int64_t now() const { return m_simulation->now(); }
   void use(const std::string& market, const std::string& code);
 
   const desk::CDesk& m_desk;
-  std::function<std::int64_t()> m_now;
+  const std::unique_ptr<engine::CSimulation>& m_simulation;
   std::unordered_map<std::string, STask> m_tasks;  ///< by the detail's key
   struct SUsed {
     std::string m_strMarket;
@@ -65,6 +69,7 @@ class CDayOutputs : public desk::IDeskObserver {
   std::string m_strHedges;
   std::string m_strQuotes;
   std::string m_strLog;
+  std::string m_strWaits;
 };
 
 }  // namespace app

@@ -53,7 +53,7 @@ CDayRun::CDayRun(const daylog::IDayLog& log) : m_log(log) {
                                                         m_options.m_nStartMinute * std::int64_t{60000});
   addInstruments(m_desk, *m_pSimulation);
   openAccounts(m_options, inputs, *m_pSimulation);
-  m_pOutputs = std::make_unique<CDayOutputs>(m_desk, [this] { return m_pSimulation->now(); });
+  m_pOutputs = std::make_unique<CDayOutputs>(m_desk, m_pSimulation);
   m_pBlotter = std::make_unique<CBlotter>(m_desk, CBlotter::MarketQuote(), inputs.m_fees);
   m_desk.addObserver(m_pOutputs.get());
   m_desk.addObserver(m_pBlotter.get());

@@ -81,7 +81,7 @@ CLiveSession::CLiveSession(const SOptions& options, const SInputs& inputs, const
   m_services.install();
   fillDesk(inputs);
   if (m_pDay) {
-    m_pDayOutputs = std::make_unique<CDayOutputs>(m_desk, [this] { return m_pSimulation->now(); });
+    m_pDayOutputs = std::make_unique<CDayOutputs>(m_desk, m_pSimulation);
     m_pKeeper = std::make_unique<CDayKeeper>(*m_pDay);
     m_desk.addObserver(m_pDayOutputs.get());
   }

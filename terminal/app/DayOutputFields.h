@@ -10,6 +10,7 @@ inline constexpr const char* OUTPUT_TASKS = "tasks";
 inline constexpr const char* OUTPUT_HEDGES = "hedges";
 inline constexpr const char* OUTPUT_QUOTES = "quotes";
 inline constexpr const char* OUTPUT_LOG = "log";
+inline constexpr const char* OUTPUT_WAITS = "waits";
 
 // Kinds of what is told of hedges.
 inline constexpr const char* HEDGE_STATE = "state";

@@ -28,13 +28,27 @@ COrderRates::SAccount& COrderRates::recent(int account, std::int64_t now) {
   return of;
 }
 
-bool COrderRates::mayOrder(int account, std::int64_t now) {
-  const SAccount& of = recent(account, now);
+bool COrderRates::isFree(const SAccount& of) const {
   return of.m_cancels.empty() && of.m_nRecent < m_limits.m_nPerSecond && of.m_use.m_nDay < m_limits.m_nPerDay;
 }
 
+bool COrderRates::mayOrder(int account, std::int64_t now) {
+  SAccount& of = recent(account, now);
+  const bool free = isFree(of);
+  if (!free) {
+    // What the day's limit holds back waits for nothing.
+    if (of.m_nHeldFrom < 0 && of.m_use.m_nDay < m_limits.m_nPerDay) of.m_nHeldFrom = now;
+    of.m_nHeldAsked = now;
+  } else if (of.m_nHeldFrom >= 0) {
+    const bool wanted = now - of.m_nHeldAsked < SECOND_MSEC;
+    m_waits.push_back({of.m_use.m_strAccount, of.m_nHeldFrom, wanted ? now : of.m_nHeldAsked});
+    of.m_nHeldFrom = -1;
+  }
+  return free;
+}
+
 bool COrderRates::mayReplace(int account, std::int64_t now) {
-  return mayOrder(account, now) && use(account).m_nDay + 2 <= m_limits.m_nPerDay;
+  return isFree(recent(account, now)) && use(account).m_nDay + 2 <= m_limits.m_nPerDay;
 }
 
 void COrderRates::count(int account, std::int64_t now) {

@@ -247,6 +247,26 @@ TEST_F(Past, SaysOfEachRowWhy) {
   EXPECT_EQ(count(why({}), QStringLiteral("暂停 算法任务")), 0);
 }
 
+TEST_F(Past, AnOrderSaysForWhichLimitItWaited) {
+  keepDay({"--orders-per-second", "2"});
+  CLooker looker;
+  looker.at(35400000);
+  const auto& waits = looker.session().day().waits();
+  ASSERT_FALSE(waits.empty());
+  // Two accounts of five lines: of each account's first orders two go out at once.
+  const nlohmann::json root = nlohmann::json::parse(looker.session().panel()->explain(1, {}).toStdString());
+  int told = 0;
+  for (const nlohmann::json& line : root.at("lines")) {
+    const QString row = QString::fromStdString(line.at("row").get<std::string>());
+    for (const app::SWhyFact& fact : looker.session().why(1, row)) {
+      if (!fact.m_strText.startsWith(QStringLiteral("等待："))) continue;
+      ++told;
+      EXPECT_TRUE(fact.m_strText.contains(QStringLiteral("达到每秒 2 笔的上限"))) << fact.m_strText.toStdString();
+    }
+  }
+  EXPECT_GE(told, 6);
+}
+
 TEST_F(Past, TheDockFollowsTheMoment) {
   keepDay({"--algo", "twap"});
   CLooker looker;

@@ -42,6 +42,34 @@ TEST(OrderRates, NoSecondHasMoreThanItsLimitAndCancelsKeepTheirOrderBeforeOrders
   }
 }
 
+TEST(OrderRates, WhatTheSecondHoldsBackIsToldWhenItGoesOn) {
+  engine::COrderRates rates({.m_nPerSecond = 2, .m_nPerDay = 5});
+  const int account = rates.numberOf("A");
+  const auto send = [&](std::int64_t now) {
+    if (!rates.mayOrder(account, now)) return false;
+    rates.count(account, now);
+    return true;
+  };
+  EXPECT_TRUE(send(1000) && send(1000));
+  EXPECT_TRUE(rates.takeWaits().empty()) << "nobody wants more";
+  EXPECT_FALSE(send(1100) || send(2000));
+  EXPECT_TRUE(rates.takeWaits().empty());
+  EXPECT_TRUE(send(2100));
+  std::vector<engine::SOrderWait> waits = rates.takeWaits();
+  ASSERT_EQ(waits.size(), 1u);
+  EXPECT_EQ(std::tuple(waits[0].m_strAccount, waits[0].m_nFrom, waits[0].m_nUntil), std::tuple("A", 1100, 2100));
+  // Given up while it waited.
+  EXPECT_TRUE(send(2200));
+  EXPECT_FALSE(send(2300));
+  EXPECT_TRUE(send(60000));
+  waits = rates.takeWaits();
+  ASSERT_EQ(waits.size(), 1u);
+  EXPECT_EQ(waits[0].m_nUntil, 2300);
+  // The day is over.
+  EXPECT_FALSE(send(70000) || send(80000));
+  EXPECT_TRUE(rates.takeWaits().empty());
+}
+
 /// An exchange that keeps what was sent to it and when.
 class CMeter : public exchange::CExchange {
  public:

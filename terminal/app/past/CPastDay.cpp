@@ -94,6 +94,12 @@ class CPastDay::CReader {
             {each.at(0).get<std::int64_t>(), each.at(1).get<bool>(), each.at(2).get<std::string>()});
       }
     }
+    if (const json* list = listOf(outputs, OUTPUT_WAITS)) {
+      for (const json& each : *list) {
+        m_day.m_waits.push_back(
+            {each.at(0).get<std::string>(), each.at(1).get<std::int64_t>(), each.at(2).get<std::int64_t>()});
+      }
+    }
   }
 
  private:

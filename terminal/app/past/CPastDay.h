@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CDesk.h"
+#include "COrderRates.h"
 #include "DayLog.h"
 #include "ksservice/CTaskDetail.h"
 
@@ -74,6 +75,8 @@ class CPastDay {
   const std::vector<SPastHedge>& hedges() const { return m_hedges; }
   const std::vector<SPastQuotes>& quotes() const { return m_quotes; }
   const std::vector<SPastMessage>& messages() const { return m_messages; }
+  /// In the order in which they ended.
+  const std::vector<engine::SOrderWait>& waits() const { return m_waits; }
 
  private:
   struct SKnown {
@@ -89,6 +92,7 @@ class CPastDay {
   std::vector<SPastHedge> m_hedges;
   std::vector<SPastQuotes> m_quotes;
   std::vector<SPastMessage> m_messages;
+  std::vector<engine::SOrderWait> m_waits;
   std::unordered_map<std::string, SKnown> m_known;  ///< as they were told last, by the detail's key
   std::unordered_map<std::string, TC::CQuote> m_knownQuotes;
 };

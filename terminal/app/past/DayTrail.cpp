@@ -157,14 +157,4 @@ const daylog::SEntry* causeOf(const daylog::IDayLog& log, const CPastDay& day, c
   return basketOf(log, day, task);
 }
 
-int sentInSecond(const CPastDay& day, const std::string& account, int second) {
-  int count = 0;
-  for (const SPastTask& task : day.tasks()) {
-    for (const SPastOrder& order : task.m_sent) {
-      count += order.m_nSent == second && accountIn(task, order) == account ? 1 : 0;
-    }
-  }
-  return count;
-}
-
 }  // namespace app

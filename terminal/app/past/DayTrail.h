@@ -41,8 +41,6 @@ std::vector<const daylog::SEntry*> actsOn(const daylog::IDayLog& log, const CPas
 const daylog::SEntry* cancelOf(const daylog::IDayLog& log, const std::string& orderKey, std::int64_t until);
 /// The entry by which the task of a detail came to be; null where none is found.
 const daylog::SEntry* causeOf(const daylog::IDayLog& log, const CPastDay& day, const ksservice::CTaskDetail& detail);
-/// How many orders an account has sent in each second, asked for one.
-int sentInSecond(const CPastDay& day, const std::string& account, int second);
 /// When a detail was told first, milliseconds since midnight; -1 for an unknown one.
 std::int64_t firstTold(const CPastDay& day, const std::string& detailKey);
 

@@ -184,7 +184,7 @@ class CWhy {
       addConfirmed(*cause, line);
     }
     addSlice(trail, sent);
-    addRate(trail, line);
+    addWait(told, line);
     if (const daylog::SEntry* cancel = cancelOf(*m_sources.m_pLog, order.m_strKey, m_sources.m_nNow)) {
       addEntry(2, QStringLiteral("操作："), *cancel);
     }
@@ -235,16 +235,22 @@ class CWhy {
                .arg(params.m_nSlices));
   }
 
-  /// The second before its own: what was full then may have had it wait. Cancels count towards the limit as well.
-  void addRate(const SOrderTrail& trail, const json& line) {
-    const int second = trail.m_pOrder->m_nSent;
-    const int before = sentInSecond(*m_sources.m_pDay, line.value("accountKey", std::string()), second - 1);
-    if (before < m_sources.m_limits.m_nPerSecond) return;
-    add(2,
-        QStringLiteral("可能等待过：账户前一秒已报 %1 笔，达到每秒 %2 笔的上限")
-            .arg(before)
-            .arg(m_sources.m_limits.m_nPerSecond),
-        (second - 1 - m_sources.m_nDayStart) * 1000);
+  /// What goes out within a second after its account could not send may have been among what waited.
+  void addWait(std::int64_t told, const json& line) {
+    const std::string account = line.value("accountKey", std::string());
+    for (const engine::SOrderWait& wait : m_sources.m_pDay->waits()) {
+      if (wait.m_nUntil > told) break;
+      if (wait.m_strAccount != account || told - wait.m_nUntil >= 1000) continue;
+      add(2,
+          QStringLiteral("等待：账户达到每秒 %1 笔的上限，%2 到 %3 没有报单")
+              .arg(m_sources.m_limits.m_nPerSecond)
+              .arg(tenthText(wait.m_nFrom), tenthText(wait.m_nUntil)),
+          wait.m_nFrom);
+    }
+  }
+
+  static QString tenthText(std::int64_t msec) {
+    return QStringLiteral("%1.%2").arg(timeOfDayText(msec)).arg(msec % 1000 / 100);
   }
 
   void addProof() {
