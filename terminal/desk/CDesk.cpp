@@ -252,7 +252,7 @@ boost::shared_ptr<const ksservice::COrderCommand> CDesk::commandByKey(const std:
 bool CDesk::hedgeParam(EHedgeSource source, int commandId, ksservice::CBasketHedgeParam& param) const {
   const ReadLock lock(m_mutex);
   if (!lookUp(m_hedgeParams, std::make_pair(source, commandId), param)) return false;
-  if (source == EHedgeSource::Manager && m_startedUnmet.count(commandId) > 0) {
+  if (source == EHedgeSource::Manager && m_startedUnmet.contains(commandId)) {
     lookUp(m_hedgeParams, std::make_pair(EHedgeSource::Stored, commandId), param);
   }
   return true;
@@ -350,7 +350,7 @@ void CDesk::noteHedgeStartedUnmet(int groupId) {
   const auto given = m_givenHedges.find(groupId);
   if (given == m_givenHedges.end()) return;
   const int command = given->second.m_nCommandId;
-  if (m_hedgeParams.count({EHedgeSource::Manager, command}) > 0) m_startedUnmet.insert(command);
+  if (m_hedgeParams.contains({EHedgeSource::Manager, command})) m_startedUnmet.insert(command);
 }
 
 void CDesk::startHedge(int groupId) {

@@ -4,11 +4,11 @@
 // sync of a commit is between what is kept and what it causes.
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -64,9 +64,9 @@ EFate fateOf(int file) {
 int sync(int file, const char* name) {
   const EFate fate = fateOf(file);
   if (isMeant(file)) usleep(static_cast<useconds_t>(numberIn("DISK_FAULTS_MSEC") * 1000));
-  if (fate == EFate::DiesBefore) raise(SIGKILL);
+  if (fate == EFate::DiesBefore) std::raise(SIGKILL);
   const int result = fate == EFate::Fails ? -1 : next<int (*)(int)>(name)(file);
-  if (fate == EFate::DiesInside || fate == EFate::DiesBehind) raise(SIGKILL);
+  if (fate == EFate::DiesInside || fate == EFate::DiesBehind) std::raise(SIGKILL);
   if (fate == EFate::Fails) errno = EIO;
   return result;
 }
@@ -82,13 +82,13 @@ int fdatasync(int file) { return sync(file, "fdatasync"); }
 
 ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t at) {
   const EFate fate = fateOf(file);
-  if (fate == EFate::DiesBefore) raise(SIGKILL);
+  if (fate == EFate::DiesBefore) std::raise(SIGKILL);
   // A disk that fails may have taken a part.
   const bool cut = fate == EFate::Fails || fate == EFate::DiesInside;
   const ssize_t written =
       next<ssize_t (*)(int, const void*, size_t, off64_t)>("pwrite64")(file, bytes, cut ? size / 2 : size, at);
   if (fate == EFate::Works) return written;
-  if (fate != EFate::Fails) raise(SIGKILL);
+  if (fate != EFate::Fails) std::raise(SIGKILL);
   errno = EIO;
   return -1;
 }

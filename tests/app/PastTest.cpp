@@ -277,7 +277,7 @@ TEST_F(Past, TheDockFollowsTheMoment) {
   ASSERT_NE(tree, nullptr);
   const auto equation = [tree] {
     for (int i = 0; i < tree->topLevelItemCount(); ++i) {
-      const QString text = tree->topLevelItem(i)->text(0);
+      QString text = tree->topLevelItem(i)->text(0);
       if (text.startsWith(QStringLiteral("剩余"))) return text;
     }
     return QString();
