@@ -86,7 +86,9 @@ TEST_F(Fork, WhatTheUserDidToOtherHedgesAfterwardsIsNotDone) {
   keepDay({"--algo", "twap", "--acts", "acts.jsonl"});
   std::vector<std::pair<std::int64_t, std::string>> starts;
   fork({"--at", "10:00:00", "--task", "2", "--with", "pause", "--out", "imagined.db"});
-  for (const daylog::SEntry& entry : daylog::readDay("imagined.db").m_pLog->entries()) {
+  const daylog::SOpenedDay imagined = daylog::readDay("imagined.db");
+  ASSERT_TRUE(imagined.m_pLog) << imagined.m_strFault;
+  for (const daylog::SEntry& entry : imagined.m_pLog->entries()) {
     if (entry.m_nMsec > 36000000 && entry.m_strKind == "hedge") starts.emplace_back(entry.m_nMsec, entry.m_strBody);
   }
   EXPECT_TRUE(std::none_of(starts.begin(), starts.end(), [](const auto& start) {

@@ -99,7 +99,9 @@ TEST_F(TimedActs, AHedgeThatIsStartedBeforeThePanelHasMetItsTaskIsShownWithItsTa
   ASSERT_FALSE(cells.is_null());
   EXPECT_EQ(cells.at(15), "0") << "left of its target: " << cells;
   int starts = 0;
-  for (const daylog::SEntry& entry : daylog::readDay("day.db").m_pLog->entries()) starts += entry.m_strKind == "hedge";
+  const daylog::SOpenedDay day = daylog::readDay("day.db");
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  for (const daylog::SEntry& entry : day.m_pLog->entries()) starts += entry.m_strKind == "hedge";
   EXPECT_EQ(starts, 1) << "the panel's own start comes to nothing";
 }
 
