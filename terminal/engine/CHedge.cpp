@@ -61,8 +61,8 @@ bool CHedge::raiseTarget(int lots) {
 
 int CHedge::nextOrder() const {
   if (m_eMode != EMode::Running || m_nUsed >= m_param.m_nOrderLimit) return 0;
-  const int room = std::max(1, m_param.m_nOrderLots) - m_orders.workingVolume();
-  return std::max(0, std::min(missing(), room));
+  const std::int64_t room = std::max(1, m_param.m_nOrderLots) - m_orders.workingVolume();
+  return static_cast<int>(std::max<std::int64_t>(0, std::min(missing(), room)));
 }
 
 bool CHedge::checkLimit(bool dayOver) {

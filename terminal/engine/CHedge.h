@@ -56,7 +56,7 @@ class CHedge : public IOrderOwner {
   /// Raises the target; a lower one changes nothing. Returns whether it grew.
   bool raiseTarget(int lots);
   /// Lots that no order stands for yet.
-  int missing() const { return m_nTarget - m_orders.tradedVolume() - m_orders.workingVolume(); }
+  std::int64_t missing() const { return m_nTarget - m_orders.tradedVolume() - m_orders.workingVolume(); }
   /// Lots of the next order, so that no more than the lots at a time are in the market; 0 while the hedge does not run,
   /// nothing is missing, or the orders are used up.
   int nextOrder() const;

@@ -58,10 +58,10 @@ class COrderSheet {
   /// The market's numbers of the orders that may still fill.
   std::vector<std::uint64_t> workingOrders() const;
   /// What may still fill, in shares or lots.
-  int workingVolume() const { return m_nWorkingVolume; }
+  std::int64_t workingVolume() const { return m_nWorkingVolume; }
   int rejectedCount() const { return m_nRejected; }
   bool areAllFilled() const;
-  int tradedVolume() const { return m_nTraded; }
+  std::int64_t tradedVolume() const { return m_nTraded; }
   /// CNY.
   double tradedAmount() const { return m_dTraded; }
 
@@ -80,9 +80,10 @@ class COrderSheet {
   std::vector<desk::SOrderFill> m_fills;
   std::vector<int> m_sent;
   int m_nWorking = 0;
-  int m_nWorkingVolume = 0;
   int m_nRejected = 0;
-  int m_nTraded = 0;
+  // A basket's orders together may be more than 32 bits hold.
+  std::int64_t m_nWorkingVolume = 0;
+  std::int64_t m_nTraded = 0;
   double m_dTraded = 0;
 };
 
