@@ -22,7 +22,7 @@ namespace {
 const QString PANEL = QStringLiteral("panel");
 const QString FLOOR = QStringLiteral("floor");
 constexpr int BASKETS = 10;
-constexpr int PAIRS = 5;
+constexpr int PAIRS = 9;
 constexpr int APPENDS = 300;
 constexpr int SEEKS = 25;
 constexpr std::int64_t FIRST_MOMENT = 34200000;
