@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <optional>
 
 #include "CDayFile.h"
+#include "CMendedCopy.h"
 
 namespace daylog {
 namespace {
@@ -41,30 +43,50 @@ std::string save(const std::string& out, const CDayFile& damaged, const std::vec
   return fault;
 }
 
+/// Throws CFault where there is nothing to save.
+SRecovered recoverFrom(const std::string& path, const std::string& out) {
+  SRecovered recovered;
+  CDayFile damaged(path, CDayFile::EMode::Read);
+  recovered.m_lost = damaged.findings();
+  if (damaged.entries().empty()) {
+    throw CFault("holds no entry that can be proved" +
+                 (recovered.m_lost.empty() ? std::string() : ": " + recovered.m_lost.front()));
+  }
+  const std::size_t entries = damaged.entries().size();
+  const auto last = damaged.lastRow("entries");
+  const std::vector<SMark> marks = marksOf(damaged, !last || *last > static_cast<std::int64_t>(entries));
+  tellLost(damaged, "entries", entries, recovered.m_lost);
+  tellLost(damaged, "marks", marks.size(), recovered.m_lost);
+  recovered.m_strFault = save(out, damaged, marks);
+  if (!recovered.m_strFault.empty()) return recovered;
+  recovered.m_nEntries = entries;
+  recovered.m_nMarks = marks.size();
+  return recovered;
+}
+
+/// Nothing, where that leads to no entry either.
+std::optional<SRecovered> recoverMended(const std::string& path, const std::string& out) try {
+  const CMendedCopy mended(path, out);
+  SRecovered recovered = recoverFrom(mended.path(), out);
+  recovered.m_lost.insert(recovered.m_lost.begin(), "the file's first page is damaged");
+  return recovered;
+} catch (const std::exception&) {
+  return std::nullopt;
+}
+
 }  // namespace
 
 SRecovered recoverDay(const std::string& path, const std::string& out) {
-  SRecovered recovered;
+  std::string fault;
   try {
-    CDayFile damaged(path, CDayFile::EMode::Read);
-    recovered.m_lost = damaged.findings();
-    if (damaged.entries().empty()) {
-      throw CFault("holds no entry that can be proved" +
-                   (recovered.m_lost.empty() ? std::string() : ": " + recovered.m_lost.front()));
-    }
-    const std::size_t entries = damaged.entries().size();
-    const auto last = damaged.lastRow("entries");
-    const std::vector<SMark> marks = marksOf(damaged, !last || *last > static_cast<std::int64_t>(entries));
-    tellLost(damaged, "entries", entries, recovered.m_lost);
-    tellLost(damaged, "marks", marks.size(), recovered.m_lost);
-    recovered.m_strFault = save(out, damaged, marks);
-    if (!recovered.m_strFault.empty()) return recovered;
-    recovered.m_nEntries = entries;
-    recovered.m_nMarks = marks.size();
-  } catch (const std::exception& fault) {
-    recovered.m_strFault = path + ": " + fault.what();
+    return recoverFrom(path, out);
+  } catch (const std::exception& error) {
+    fault = path + ": " + error.what();
   }
-  return recovered;
+  if (auto mended = recoverMended(path, out)) return *std::move(mended);
+  SRecovered none;
+  none.m_strFault = fault;
+  return none;
 }
 
 }  // namespace daylog

@@ -1,7 +1,9 @@
 // A kept day is looked at again, at any of its moments.
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDockWidget>
 #include <QEventLoop>
+#include <QLabel>
 #include <QTreeWidget>
 #include <algorithm>
 #include <limits>
@@ -15,6 +17,7 @@
 #include "JsonAppend.h"
 #include "Options.h"
 #include "TerminalRun.h"
+#include "docks/RowsTable.h"
 #include "gv/CMessageBox.h"
 #include "past/CPastSession.h"
 
@@ -286,6 +289,60 @@ TEST_F(Past, TheDockFollowsTheMoment) {
   const QString before = equation();
   looker.at(40000000);
   CLooker::waitUntil([&] { return equation() != before; });
+}
+
+TEST_F(Past, TellsWhatWasToBeLookedAtAndWhoCancelledAnOrder) {
+  QByteArray listed = readFile(QStringLiteral(PBT_SOURCE_DIR "/data/instruments.csv"));
+  const int at = listed.indexOf("SH,600009,");
+  ASSERT_GE(at, 0);
+  const int volume = listed.lastIndexOf(',', listed.indexOf('\n', at)) + 1;
+  writeFile("listed.csv", listed.replace(volume, listed.indexOf('\n', at) - volume, "0").constData());
+  writeFile("basket.csv", "side,code,quantity\n买入,600000,1900000\n卖出,600009,12000\n");
+  writeFile("acts.jsonl", R"({"at":"09:30:02","kind":"cancel","detail":"1-1","orders":["1-1-1"]})");
+  keepDay({"--instruments", "listed.csv", "--acts", "acts.jsonl"});
+  CLooker looker;
+  looker.window().docks().open("exceptionsDock");
+  const auto* table =
+      looker.window().findChild<QDockWidget*>("exceptionsDock")->widget()->findChild<app::CRowsTable*>();
+  ASSERT_NE(table, nullptr);
+  const auto* count = looker.window().findChild<QLabel*>("exceptions");
+  ASSERT_NE(count, nullptr);
+  const auto seen = [table] {
+    std::multiset<std::string> rows;
+    for (int row = 0; row < table->rowCount(); ++row) {
+      rows.insert((table->itemText(row, 1) + '/' + table->itemText(row, 0)).toStdString());
+    }
+    return rows;
+  };
+  looker.at(34199000);
+  CLooker::waitUntil([&] { return seen().empty(); });
+  looker.at(34202000);
+  CLooker::waitUntil([&] { return seen().size() >= 3; });
+  // Since when is not known of a moment that was jumped to.
+  EXPECT_EQ(seen(), (std::multiset<std::string>{"停牌/", "废单/", "废单/"}));
+  EXPECT_EQ(count->text(), "异常 3");
+
+  const auto cancels = [&looker](const char* account) {
+    int told = 0;
+    const nlohmann::json root = nlohmann::json::parse(looker.session().panel()->explain(1, {}).toStdString());
+    for (const nlohmann::json& line : root.at("lines")) {
+      if (line.at("code") != "600000" || line.at("account") != account) continue;
+      for (const app::SWhyFact& fact : looker.session().why(1, QString::fromStdString(line.at("row")))) {
+        if (fact.m_strText == QStringLiteral("操作：撤销委托 1 笔"))
+          told += fact.m_nEntry > 0 && fact.m_nMsec == 34202000;
+      }
+    }
+    return told;
+  };
+  const nlohmann::json lines =
+      nlohmann::json::parse(looker.session().panel()->explain(1, {}).toStdString()).at("lines");
+  std::set<std::string> accounts;
+  for (const nlohmann::json& line : lines) accounts.insert(line.at("account"));
+  ASSERT_EQ(accounts.size(), 2u);
+  EXPECT_EQ(cancels(accounts.begin()->c_str()), 1);
+  EXPECT_EQ(cancels(accounts.rbegin()->c_str()), 0) << "an order of the other account was cancelled";
+  looker.at(34201000);
+  EXPECT_EQ(cancels(accounts.begin()->c_str()), 0) << "not yet";
 }
 
 TEST_F(Past, WhoWantsSomethingDoneIsRefusedAndSeesTheDayAsItWas) {

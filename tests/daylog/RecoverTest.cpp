@@ -57,6 +57,56 @@ TEST_F(DayLog, RecoversWhatCanBeProved) {
   EXPECT_FALSE(fs::exists(out));
 }
 
+TEST_F(DayLog, RecoversADayWhoseFirstPageIsDamaged) {
+  makeDay(200);
+  const std::string whole = bytesOf(m_file);
+  const std::string text = textOf(*readDay(m_file).m_pLog);
+  const auto zeroed = [&whole](std::size_t from, std::size_t size) {
+    return std::string(whole).replace(from, size, std::string(size, '\0'));
+  };
+  std::string otherVersion = whole;
+  otherVersion[62] = '\x40';
+  // Its name, the size of its pages, whose it is, its version, the root of its tables, all of it.
+  for (const std::string& bytes :
+       {zeroed(0, 16), zeroed(16, 2), zeroed(68, 4), otherVersion, zeroed(100, 8), zeroed(0, 4096)}) {
+    const fs::path out = m_folder / "out.db";
+    writeBytes(m_file, bytes);
+    const SRecovered recovered = recoverDay(m_file, out);
+    EXPECT_EQ(recovered.m_strFault, "");
+    EXPECT_EQ(recovered.m_nMarks, 200u);
+    EXPECT_EQ(recovered.m_lost, std::vector<std::string>{"the file's first page is damaged"});
+    ASSERT_TRUE(readDay(out).m_pLog);
+    EXPECT_EQ(textOf(*readDay(out).m_pLog), text);
+    EXPECT_EQ(verifyDay(out, {}), std::vector<std::string>());
+    EXPECT_EQ(bytesOf(m_file), bytes) << "the damaged file is left as it is";
+    fs::remove(out);
+    for (const auto& each : fs::directory_iterator(m_folder)) EXPECT_FALSE(each.is_directory()) << each.path();
+  }
+  // What never was a day, and what a newer terminal wrote.
+  writeBytes(m_file, std::string(20000, 'x'));
+  EXPECT_EQ(recoverDay(m_file, m_folder / "out.db").m_strFault,
+            m_file.string() + ": is no day file, or cannot be read");
+  writeBytes(m_file, whole);
+  runSql(m_file, "CREATE TABLE newer (number INTEGER); PRAGMA user_version = 3");
+  EXPECT_NE(recoverDay(m_file, m_folder / "out.db").m_strFault.find("was written by a newer terminal"),
+            std::string::npos);
+  EXPECT_FALSE(fs::exists(m_folder / "out.db"));
+}
+
+TEST_F(DayLog, RecoversADayThatWasKilledWithADamagedFirstPage) {
+  SRecovered recovered;
+  const fs::path killed = m_folder / "killed.db";
+  {
+    const SOpenedDay day = openDay(m_file);
+    for (int i = 1; i <= 300; ++i) ASSERT_EQ(day.m_pLog->append({entryOf(i)}, {}), "");
+    copyAsKilled(m_file, killed);
+  }
+  writeBytes(killed, bytesOf(killed).replace(0, 100, std::string(100, '\0')));
+  recovered = recoverDay(killed, m_folder / "out.db");
+  EXPECT_EQ(recovered.m_strFault, "");
+  EXPECT_EQ(recovered.m_nEntries, 300u);
+}
+
 TEST_F(DayLog, RecoversNothingRatherThanHalfOfItWhereTheDiskIsFull) {
   SEntry large = entryOf(1);
   large.m_strBody = "{\"text\":\"" + std::string(60000, 'x') + "\"}";

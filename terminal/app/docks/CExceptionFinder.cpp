@@ -51,7 +51,7 @@ void SExceptionLimits::take(const QString& text) {
 
 void CExceptionFinder::look(qint64 real) {
   const int now = static_cast<int>(m_sources.m_pDesk->now());
-  m_exceptions.begin(now);
+  m_exceptions.begin(m_sources.m_bMoments ? 0 : now);
   findOrders(now);
   learnLines();
   findLines();
@@ -59,6 +59,12 @@ void CExceptionFinder::look(qint64 real) {
   findRates(real);
   findFeed(real);
   m_exceptions.end();
+}
+
+/// A moment stands still: nobody looks at it again.
+void CExceptionFinder::setLimits(const SExceptionLimits& limits) {
+  m_limits = limits;
+  if (m_sources.m_bMoments) look(0);
 }
 
 QString CExceptionFinder::nameOf(const std::string& market, const std::string& code) const {
@@ -143,7 +149,8 @@ void CExceptionFinder::learnLines() {
 }
 
 void CExceptionFinder::findLines() {
-  const std::size_t share = (m_instruments.size() + QUOTE_ROUNDS - 1) / QUOTE_ROUNDS;
+  const std::size_t rounds = m_sources.m_bMoments ? 1 : QUOTE_ROUNDS;
+  const std::size_t share = (m_instruments.size() + rounds - 1) / rounds;
   for (std::size_t i = 0; i < share; ++i) {
     SInstrument& each = m_instruments[m_nNextQuote++ % m_instruments.size()];
     TC::CQuote quote;

@@ -33,6 +33,8 @@ struct SExceptionSources {
   engine::SOrderLimits m_orderLimits{};
   /// Moves while the market feeds; below 0: it does not feed any more. Empty: there is none.
   std::function<std::int64_t()> m_feedTick{};
+  /// Who looks at moments of a day that is over: each look takes in everything, and since when it was so is not known.
+  bool m_bMoments = false;
 };
 
 /// Finds what a trader should look at, from the records of the desk and the blotter. A look costs what has changed, a
@@ -45,7 +47,7 @@ class CExceptionFinder {
   void look(qint64 real);
   CExceptions& exceptions() { return m_exceptions; }
   const SExceptionLimits& limits() const { return m_limits; }
-  void setLimits(const SExceptionLimits& limits) { m_limits = limits; }
+  void setLimits(const SExceptionLimits& limits);
 
  private:
   struct SGroup {

@@ -30,7 +30,9 @@ const QColor* kindColour(const Row&) { return GV::CUiResource::getColor(QStringL
 const std::vector<SRowColumn<Row>>& exceptionColumns() {
   static const std::vector<SRowColumn<Row>> columns = {
       {"时间", LEFT, 64,
-       [](const Row& row) { return QString::fromStdString(TC::formatSecondOfDay(row.m_nSecondOfDay)); },
+       [](const Row& row) {
+         return row.m_nSecondOfDay < 0 ? QString() : QString::fromStdString(TC::formatSecondOfDay(row.m_nSecondOfDay));
+       },
        [](const Row& row) { return double(row.m_nSecondOfDay); }},
       {"异常", LEFT, 76, [](const Row& row) { return exceptionKindText(row.m_exception.m_eKind); },
        [](const Row& row) { return double(row.m_exception.m_eKind); }, kindColour},
@@ -121,7 +123,7 @@ void CExceptionsDock::refresh() {
       QDateTime::fromSecsSinceEpoch(m_sources.m_pDesk->now(), m_sources.m_pDesk->timeZone()).offsetFromUtc();
   std::vector<std::pair<std::string, Row>> rows;
   for (auto& [key, exception] : exceptions.all()) {
-    const int second = (exception.m_nTime + offset) % SECONDS_OF_DAY;
+    const int second = exception.m_nTime > 0 ? (exception.m_nTime + offset) % SECONDS_OF_DAY : -1;
     rows.emplace_back(key, Row{key, std::move(exception), second});
   }
   m_pTable->holding([&] { m_pModel->replace(std::move(rows)); });

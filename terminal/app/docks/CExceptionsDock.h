@@ -12,7 +12,7 @@ namespace app {
 struct SExceptionRow {
   std::string m_strKey;
   SException m_exception;
-  int m_nSecondOfDay = 0;
+  int m_nSecondOfDay = 0;  ///< below 0: not known
 };
 
 /// What a trader should look at, from when on, and what he has taken note of. GUI thread only.

@@ -22,7 +22,7 @@ struct SException {
   QString m_strText;
   std::string m_strState{};  ///< what makes it another one than it was; m_strText may move more often
   std::int64_t m_nSize = 0;  ///< more of it makes it another one, too, less does not
-  int m_nTime = 0;           ///< since when it is as it is, seconds since the epoch
+  int m_nTime = 0;           ///< since when it is as it is, seconds since the epoch; 0: not known
   bool m_bPutAway = false;   ///< until it changes
 };
 
@@ -30,6 +30,7 @@ struct SException {
 /// is left. Not thread-safe.
 class CExceptions {
  public:
+  /// now: seconds since the epoch; 0: not known.
   void begin(int now);
   void report(const std::string& key, SException exception);
   void end();

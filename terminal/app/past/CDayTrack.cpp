@@ -58,7 +58,7 @@ void CDayTrack::setMarks(std::vector<SDayMark> marks) {
 
 void CDayTrack::setNow(std::int64_t msec) {
   m_nNow = std::clamp(msec, m_nBegin, m_nEnd);
-  setAccessibleDescription(textAt(placeOf(m_nNow)));
+  setAccessibleDescription(textOf(m_nNow, placeOf(m_nNow)));
   update();
 }
 
@@ -95,9 +95,9 @@ void CDayTrack::askMark(int direction) {
   if (found) ask(found->m_nMsec);
 }
 
-/// The time under the hand, and the marks near it.
-QString CDayTrack::textAt(int x) const {
-  QStringList lines{timeOfDayText(timeAt(x))};
+/// A moment, of which a pixel holds many, and the marks near its place.
+QString CDayTrack::textOf(std::int64_t msec, int x) const {
+  QStringList lines{timeOfDayText(msec)};
   std::size_t more = 0;
   for (const SDayMark& mark : m_marks) {
     if (std::abs(placeOf(mark.m_nMsec) - x) > CUiResource::scaled(NEAR)) continue;
@@ -114,7 +114,7 @@ QString CDayTrack::textAt(int x) const {
 bool CDayTrack::event(QEvent* event) {
   if (event->type() != QEvent::ToolTip) return QWidget::event(event);
   const auto* help = static_cast<QHelpEvent*>(event);
-  QToolTip::showText(help->globalPos(), textAt(help->x()), this);
+  QToolTip::showText(help->globalPos(), textOf(timeAt(help->x()), help->x()), this);
   return true;
 }
 

@@ -47,7 +47,7 @@ class CDayTrack : public QWidget, public GV::CUiResourceChangeHandler {
   std::int64_t timeAt(int x) const;
   void ask(std::int64_t msec);
   void askMark(int direction);
-  QString textAt(int x) const;
+  QString textOf(std::int64_t msec, int x) const;
   void paintHours(QPainter& painter) const;
 
   std::int64_t m_nBegin = 0;

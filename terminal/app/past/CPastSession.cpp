@@ -27,7 +27,7 @@ constexpr int FOLLOW_MSEC = 1000;
 /// Between what is asked for while a handle is dragged and what shows.
 constexpr int MOVE_MSEC = 15;
 /// Between a moment that shows and what is said of it, which takes longer.
-constexpr int CHOOSE_MSEC = 200;
+constexpr int AROUND_MSEC = 200;
 
 void addBar(CMainWindow& window, Qt::ToolBarArea area, QWidget* content, const char* name) {
   auto* bar = new QToolBar(&window);
@@ -50,7 +50,11 @@ CPastSession::SWorld::SWorld(CPastSession& session)
                  m_session.moveTo(m_past.now());
                  if (!text.isEmpty()) GV::CMessageBox::information(m_pPanel, QStringLiteral("回看"), text);
                }),
-      m_past(session.m_day, *session.m_pLog, tradingDayStart(), m_desk, m_services, m_blotter) {
+      m_past(session.m_day, *session.m_pLog, tradingDayStart(), m_desk, m_services, m_blotter),
+      m_exceptions({.m_pDesk = &m_desk,
+                    .m_pBlotter = &m_blotter,
+                    .m_suspended = suspendedOf(session.m_inputs),
+                    .m_bMoments = true}) {
   m_services.install();
   m_desk.setSession(makeSession(session.m_options));
   addAccounts(m_desk, session.m_options);
@@ -90,9 +94,9 @@ CPastSession::CPastSession(SOptions options, std::unique_ptr<daylog::IDayLog> lo
   m_moveTimer.setInterval(MOVE_MSEC);
   m_moveTimer.setSingleShot(true);
   connect(&m_moveTimer, &QTimer::timeout, this, &CPastSession::show);
-  m_chooseTimer.setInterval(CHOOSE_MSEC);
-  m_chooseTimer.setSingleShot(true);
-  connect(&m_chooseTimer, &QTimer::timeout, this, &CPastSession::chooseAgain);
+  m_aroundTimer.setInterval(AROUND_MSEC);
+  m_aroundTimer.setSingleShot(true);
+  connect(&m_aroundTimer, &QTimer::timeout, this, &CPastSession::tellAround);
   m_followTimer.setInterval(FOLLOW_MSEC);
   connect(&m_followTimer, &QTimer::timeout, this, &CPastSession::follow);
 }
@@ -215,15 +219,17 @@ void CPastSession::show() {
     world.m_pPanel->showRow(m_chosenRow->first, m_chosenRow->second);
   }
   m_bShowing = false;
-  if (!m_chooseTimer.isActive()) m_chooseTimer.start();
+  if (!m_aroundTimer.isActive()) m_aroundTimer.start();
 }
 
 /// What stands around the panel follows it to another moment.
-void CPastSession::chooseAgain() {
-  if (!m_chosenRow || !m_pWorld) return;
+void CPastSession::tellAround() {
+  if (!m_pWorld) return;
   // The panel is still to take the moment in.
-  if (m_bShowing || !m_pWorld->m_desk.gate().isIdle()) return m_chooseTimer.start();
-  m_window.docks().choose(m_chosenRow->first, m_chosenRow->second);
+  if (m_bShowing || !m_pWorld->m_desk.gate().isIdle()) return m_aroundTimer.start();
+  m_pWorld->m_exceptions.look(0);
+  showClock();
+  if (m_chosenRow) m_window.docks().choose(m_chosenRow->first, m_chosenRow->second);
   m_window.docks().tellMoved();
 }
 
@@ -244,6 +250,7 @@ void CPastSession::makePanel() {
   sources.m_pBlotter = &world.m_blotter;
   sources.m_fees = m_inputs.m_fees;
   sources.m_suspended = suspendedOf(m_inputs);
+  sources.m_pExceptions = &world.m_exceptions;
   sources.m_showRow = [panel](int taskId, const QString& row) { panel->showRow(taskId, row); };
   sources.m_explain = [this](int taskId, const QString& node, const SDockSources::Explained& answer) {
     answer(why(taskId, node));
@@ -290,6 +297,7 @@ void CPastSession::showClock() {
   state.m_nMsec = now();
   state.m_date = QDateTime::fromSecsSinceEpoch(tradingDayStart(), exchangeTimeZone()).date();
   state.m_strPhase = QStringLiteral("回看");
+  state.m_nExceptions = m_pWorld->m_exceptions.exceptions().count();
   m_window.showClock(state);
 }
 

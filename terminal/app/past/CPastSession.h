@@ -14,6 +14,7 @@
 #include "Inputs.h"
 #include "docks/CBlotter.h"
 #include "docks/CDocks.h"
+#include "docks/CExceptionFinder.h"
 #include "past/CPastDay.h"
 #include "past/CPastDesk.h"
 #include "past/CPastDriver.h"
@@ -64,6 +65,7 @@ class CPastSession : public QObject {
     CBlotter m_blotter;
     CPastDriver m_driver;
     CPastDesk m_past;
+    CExceptionFinder m_exceptions;
     QPointer<TC::ITradeDockableWidget> m_pPanel;
   };
 
@@ -71,7 +73,7 @@ class CPastSession : public QObject {
   void follow();
   void tellBar();
   std::int64_t within(std::int64_t msec) const;
-  void chooseAgain();
+  void tellAround();
   void showImagined();
   void show();
   void makeWorld();
@@ -103,7 +105,7 @@ class CPastSession : public QObject {
   std::size_t m_nMessage = 0;  ///< the next one of the day that the log shows
   QTimer m_readTimer;
   QTimer m_moveTimer;
-  QTimer m_chooseTimer;
+  QTimer m_aroundTimer;
   QTimer m_followTimer;
   // What outlives a world.
   QString m_strPanelParam;
