@@ -1,24 +1,14 @@
 // How a session ends.
 #include <QCoreApplication>
-#include <QSaveFile>
 #include <QThread>
 #include <utility>
 
 #include "CLiveSession.h"
+#include "DayStart.h"
 #include "Sessions.h"
 #include "tc/ITradeDockableWidget.h"
 
 namespace app {
-namespace {
-
-/// What proves the end of a day, beside it and to be carried elsewhere. False when it cannot be written.
-bool writeHead(const std::string& day, const std::string& head) {
-  QSaveFile file(QString::fromStdString(day + ".head"));
-  return file.open(QIODevice::WriteOnly) && file.write((head + "\n").c_str()) > 0 && file.commit();
-}
-
-}  // namespace
-
 void CLiveSession::finish() {
   if (std::exchange(m_bFinished, true)) return;
   endEngine();
@@ -57,10 +47,9 @@ void CLiveSession::closeLog() {
   const bool over = m_bDayEnded || m_pSimulation->now() > exchange::DAY_CLOSES;
   if (fault.empty() && over) fault = m_pDay->finish(m_pSimulation->now());
   if (fault.empty() && over) {
-    const std::string head = m_pDay->head();
-    m_pLog->append(m_pSimulation->now(), QStringLiteral("日志头 ") + QString::fromStdString(head),
+    m_pLog->append(m_pSimulation->now(), QStringLiteral("日志头 ") + QString::fromStdString(m_pDay->head()),
                    CLogDock::ELevel::Info);
-    if (!writeHead(m_options.m_strDay, head)) fault = m_options.m_strDay + ".head";
+    fault = writeHead(*m_pDay, m_options.m_strDay);
   }
   if (fault.empty()) return;
   m_pLog->append(m_pSimulation->now(), QStringLiteral("日志写入失败：") + QString::fromStdString(fault),

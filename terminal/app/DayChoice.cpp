@@ -5,6 +5,7 @@
 #include <QStandardPaths>
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 #include <utility>
 
 #include "DayStart.h"
@@ -55,6 +56,16 @@ STakenDay goOn(daylog::SOpenedDay day, const OptionValues& given, SOptions& opti
   return {.m_pLog = std::move(day.m_pLog)};
 }
 
+/// Whether another one is to be taken instead. A crash that kept a day's end from being written kept its head, too.
+bool isLeft(const daylog::SOpenedDay& day, const std::string& file) {
+  if (!day.m_pLog) return false;
+  const bool ended = day.m_pLog->isFinished();
+  if (!isOver(*day.m_pLog)) return false;
+  const std::string fault = ended ? std::string() : writeHead(*day.m_pLog, file);
+  if (!fault.empty()) std::cerr << fault << std::endl;
+  return true;
+}
+
 SDayQuestion questionOf(const std::string& file, const daylog::SOpenedDay& day) {
   SDayQuestion question{.m_strFile = file, .m_strFault = day.m_strFault, .m_bTaken = day.m_bTaken};
   if (day.m_pLog) question.m_nMsec = lastTime(*day.m_pLog);
@@ -68,9 +79,9 @@ STakenDay takeOwn(const OptionValues& given, SOptions& options, const AskDay& as
   for (;;) {
     options.m_strDay = folder.file(number);
     daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-    const bool over = day.m_pLog && isOver(*day.m_pLog);
     if (day.m_pLog && day.m_pLog->entries().empty()) return goOn(std::move(day), given, options);
-    const EDayAnswer answer = over ? EDayAnswer::BeginNew : ask(questionOf(options.m_strDay, day));
+    const bool left = isLeft(day, options.m_strDay);
+    const EDayAnswer answer = left ? EDayAnswer::BeginNew : ask(questionOf(options.m_strDay, day));
     if (answer == EDayAnswer::Leave) return {.m_bLeft = true};
     if (answer == EDayAnswer::GoOn) return goOn(std::move(day), given, options);
     // While the user thought, another terminal may have begun one, which he is asked for again.
@@ -91,7 +102,7 @@ STakenDay takeNamed(const OptionValues& given, SOptions& options) {
   for (int number = 1;; ++number) {
     options.m_strDay = besides(named, number);
     daylog::SOpenedDay day = daylog::openDay(options.m_strDay);
-    if (day.m_pLog && isOver(*day.m_pLog)) continue;
+    if (isLeft(day, options.m_strDay)) continue;
     const bool isNew = day.m_pLog && day.m_pLog->entries().empty();
     STakenDay taken = goOn(std::move(day), given, options);
     if (number == 1) return taken;

@@ -1,6 +1,7 @@
 #include "DayStart.h"
 
 #include <QCoreApplication>
+#include <QSaveFile>
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -89,6 +90,12 @@ std::string momentText(std::int64_t msec) { return TC::formatSecondOfDay(static_
 bool isOver(daylog::IDayLog& log) {
   if (!log.isFinished() && lastTime(log) > DAY_ENDS) log.finish(lastTime(log));
   return log.isFinished();
+}
+
+std::string writeHead(const daylog::IDayLog& log, const std::string& file) {
+  QSaveFile out(QString::fromStdString(file + ".head"));
+  const bool written = out.open(QIODevice::WriteOnly) && out.write((log.head() + "\n").c_str()) > 0 && out.commit();
+  return written ? std::string() : file + ".head: " + out.errorString().toStdString();
 }
 
 std::int64_t lastTime(const daylog::IDayLog& log) {

@@ -20,6 +20,8 @@ std::string momentText(std::int64_t msec);
 /// Ends a day of which a crash has kept its end from being written, and the clock stands behind DAY_ENDS. Whether it is
 /// over then.
 bool isOver(daylog::IDayLog& log);
+/// Writes what proves the end of a day beside its file, to be carried elsewhere. Empty, or why it cannot be written.
+std::string writeHead(const daylog::IDayLog& log, const std::string& file);
 /// Where a day that was begun stands, milliseconds since midnight.
 std::int64_t lastTime(const daylog::IDayLog& log);
 

@@ -83,6 +83,36 @@ std::vector<Act> allActs(const desk::CDesk& desk) {
           SSteerHedge{8, EHedgeAct::Stop}};
 }
 
+/// A simulation of one security on its way to an engine thread.
+struct SRig {
+  static SEngineSettings settings() {
+    SEngineSettings settings;
+    settings.m_nDayStart = DAY;
+    return settings;
+  }
+  SRig() {
+    m_simulation.engine().setEventHook([this](const SEngineEvent& event) { m_told.push_back(event.m_strText); });
+  }
+  std::unique_ptr<app::CEngineThread> makeThread(app::IActKeeper& keeper) {
+    auto thread = std::make_unique<app::CEngineThread>(m_simulation, m_desk, DAY, app::CEngineThread::SPace{1, -1}, [] {});
+    thread->setKeeper(&keeper);
+    return thread;
+  }
+  /// Starts a thread that was given acts, and waits until it has taken them.
+  static void take(app::CEngineThread& thread) {
+    std::promise<void> taken;
+    thread.ask([&taken](CSimulation&) { taken.set_value(); });
+    thread.start();
+    EXPECT_EQ(taken.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+  }
+
+  static inline const std::int64_t DAY = exchange::dayStartOf({2026, 11, 23});
+  desk::CDesk m_desk;
+  CSimulation m_simulation{
+      m_desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = DAY}, settings(), exchange::DAY_OPENS};
+  std::vector<std::string> m_told;  ///< the engine's thread, or whoever has stopped it
+};
+
 }  // namespace
 
 TEST(Acts, AreTheSameAfterTheirText) {
@@ -136,36 +166,18 @@ TEST(Acts, WhatCannotBeKeptIsNotCarriedOut) {
       return std::holds_alternative<SStartBasket>(acts.front()) ? "磁盘已满" : "";
     }
   };
-  desk::CDesk desk;
-  const auto account = boost::const_pointer_cast<ksservice::CAccountInfo>(addAccount(desk, "A1"));
-  const std::int64_t day = exchange::dayStartOf({2026, 11, 23});
-  SEngineSettings settings;
-  settings.m_nDayStart = day;
-  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = day}, settings,
-                         exchange::DAY_OPENS);
-  std::mutex mutex;
-  std::condition_variable told;
-  std::string text;
-  simulation.engine().setEventHook([&](const SEngineEvent& event) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    text = event.m_strText;
-    told.notify_all();
-  });
+  SRig rig;
   CFullDisk disk;
-  app::CEngineThread thread(simulation, desk, day, {1, -1}, [] {});
-  thread.setKeeper(&disk);
   SBasketOrder basket;
   basket.m_strName = "早盘";
   basket.m_lines = {lineOf("600000", 10)};
-  basket.m_accounts = {account};
-  thread.post(SStartBasket{basket});
-  thread.start();
-  std::unique_lock<std::mutex> lock(mutex);
-  EXPECT_TRUE(told.wait_for(lock, std::chrono::seconds(60), [&] { return !text.empty(); }));
-  lock.unlock();
-  thread.stop();
-  EXPECT_EQ(text, "篮子 早盘: 日志无法写入，未执行：磁盘已满");
-  EXPECT_EQ(simulation.engine().publishedCount(), 0u);
+  basket.m_accounts = {boost::const_pointer_cast<ksservice::CAccountInfo>(addAccount(rig.m_desk, "A1"))};
+  const auto thread = rig.makeThread(disk);
+  thread->post(SStartBasket{basket});
+  SRig::take(*thread);
+  thread->stop();
+  EXPECT_EQ(rig.m_told, std::vector<std::string>{"篮子 早盘: 日志无法写入，未执行：磁盘已满"});
+  EXPECT_EQ(rig.m_simulation.engine().publishedCount(), 0u);
 }
 
 TEST(Acts, AHedgeWhoseParametersCouldNotBeKeptDoesNotStartByOthers) {
@@ -181,17 +193,9 @@ TEST(Acts, AHedgeWhoseParametersCouldNotBeKeptDoesNotStartByOthers) {
     }
     std::vector<Act> m_kept;
   };
-  desk::CDesk desk;
-  const std::int64_t day = exchange::dayStartOf({2026, 11, 23});
-  SEngineSettings settings;
-  settings.m_nDayStart = day;
-  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = day}, settings,
-                         exchange::DAY_OPENS);
-  std::vector<std::string> told;
-  simulation.engine().setEventHook([&](const SEngineEvent& event) { told.push_back(event.m_strText); });
+  SRig rig;
   CFailing disk;
-  app::CEngineThread thread(simulation, desk, day, {1, -1}, [] {});
-  thread.setKeeper(&disk);
+  const auto thread = rig.makeThread(disk);
   const auto hedge = [](double ratio) {
     ksservice::CBasketHedgeParam param;
     param.m_bEnabled = true;
@@ -199,30 +203,27 @@ TEST(Acts, AHedgeWhoseParametersCouldNotBeKeptDoesNotStartByOthers) {
     return SSetHedge{1, 1, param};
   };
   const SSteerHedge start{1, EHedgeAct::Start};
-  std::promise<void> done;
   for (const double ratio : {0.5, 1.0}) {
-    thread.post(hedge(ratio));
-    thread.post(start);
-    thread.post(SSteerHedge{1, EHedgeAct::Pause});
+    thread->post(hedge(ratio));
+    thread->post(start);
+    thread->post(SSteerHedge{1, EHedgeAct::Pause});
   }
-  thread.ask([&done](CSimulation&) { done.set_value(); });
-  thread.start();
-  done.get_future().wait();
-  thread.stop();
+  SRig::take(*thread);
+  thread->stop();
   // What stop() finds waiting is nobody's any more.
-  EXPECT_TRUE(thread.takeLeft().empty());
+  EXPECT_TRUE(thread->takeLeft().empty());
   ASSERT_EQ(disk.m_kept.size(), 4u);
   EXPECT_EQ(std::get<SSteerHedge>(disk.m_kept[0]).m_eAct, EHedgeAct::Pause);
   EXPECT_EQ(std::get<SSetHedge>(disk.m_kept[1]).m_param.m_dRatio, 1.0);
   EXPECT_EQ(std::get<SSteerHedge>(disk.m_kept[2]).m_eAct, EHedgeAct::Start);
-  ASSERT_GE(told.size(), 2u);
-  EXPECT_NE(told[0].find("磁盘已满"), std::string::npos) << told[0];
-  EXPECT_NE(told[1].find("套利参数未写入"), std::string::npos) << told[1];
+  ASSERT_GE(rig.m_told.size(), 2u);
+  EXPECT_NE(rig.m_told[0].find("磁盘已满"), std::string::npos) << rig.m_told[0];
+  EXPECT_NE(rig.m_told[1].find("套利参数未写入"), std::string::npos) << rig.m_told[1];
 
-  app::CEngineThread idle(simulation, desk, day, {1, -1}, [] {});
-  idle.post(start);
-  idle.stop();
-  EXPECT_EQ(idle.takeLeft().size(), 1u);
+  const auto idle = rig.makeThread(disk);
+  idle->post(start);
+  idle->stop();
+  EXPECT_EQ(idle->takeLeft().size(), 1u);
 }
 
 TEST(Acts, OnlyWhatCancelsStopsOrPausesOnlyEnds) {
@@ -253,34 +254,28 @@ TEST(Acts, WhatArrivesDuringASlowCommitSharesTheNextOneAndTheClockSaysThatItIsLa
     std::condition_variable m_changed;
     std::vector<std::pair<std::int64_t, std::size_t>> m_commits;
   };
-  desk::CDesk desk;
-  const std::int64_t day = exchange::dayStartOf({2026, 11, 23});
-  SEngineSettings settings;
-  settings.m_nDayStart = day;
-  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = day}, settings,
-                         exchange::DAY_OPENS);
+  SRig rig;
   SSlowDisk disk;
-  app::CEngineThread thread(simulation, desk, day, {1, -1}, [] {});
-  thread.setKeeper(&disk);
-  EXPECT_EQ(thread.lag(), 0) << "it does not run yet";
+  const auto thread = rig.makeThread(disk);
+  EXPECT_EQ(thread->lag(), 0) << "it does not run yet";
   std::unique_lock<std::mutex> lock(disk.m_mutex);
-  thread.post(SQueryProcess{});
-  thread.start();
+  thread->post(SQueryProcess{});
+  thread->start();
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  for (int i = 0; i < 3; ++i) thread.post(SQueryProcess{});
-  EXPECT_GE(thread.lag(), 0.19) << "told while the disk is waited for";
-  EXPECT_EQ(thread.now(), exchange::DAY_OPENS) << "nothing happens before the commit";
+  for (int i = 0; i < 3; ++i) thread->post(SQueryProcess{});
+  EXPECT_GE(thread->lag(), 0.19) << "told while the disk is waited for";
+  EXPECT_EQ(thread->now(), exchange::DAY_OPENS) << "nothing happens before the commit";
   EXPECT_TRUE(disk.m_changed.wait_for(lock, std::chrono::seconds(60), [&] { return disk.m_commits.size() == 2; }));
   EXPECT_EQ(disk.m_commits[0].second, 1u);
   EXPECT_EQ(disk.m_commits[1].second, 3u);
   lock.unlock();
   const auto begin = std::chrono::steady_clock::now();
-  while (thread.lag() > 0.1 && std::chrono::steady_clock::now() - begin < std::chrono::seconds(60)) {
+  while (thread->lag() > 0.1 && std::chrono::steady_clock::now() - begin < std::chrono::seconds(60)) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
-  EXPECT_LE(thread.lag(), 0.1) << "it catches up";
-  thread.stop();
-  EXPECT_EQ(thread.lag(), 0);
+  EXPECT_LE(thread->lag(), 0.1) << "it catches up";
+  thread->stop();
+  EXPECT_EQ(thread->lag(), 0);
 }
 
 TEST(Acts, AFullDiskTakesOfWhatArrivesTogetherOnlyWhatEnds) {
@@ -305,28 +300,18 @@ TEST(Acts, AFullDiskTakesOfWhatArrivesTogetherOnlyWhatEnds) {
   const std::size_t before = day.m_pLog->entries().size();
 
   app::CDayKeeper keeper(*day.m_pLog);
-  desk::CDesk desk;
-  const std::int64_t start = exchange::dayStartOf({2026, 11, 23});
-  SEngineSettings settings;
-  settings.m_nDayStart = start;
-  CSimulation simulation(desk, {{"SH", "600000", "浦发银行", 10, 0, 1e7}}, {.m_nDayStart = start}, settings,
-                         exchange::DAY_OPENS);
-  std::vector<std::string> texts;
-  simulation.engine().setEventHook([&](const SEngineEvent& event) { texts.push_back(event.m_strText); });
+  SRig rig;
   const auto take = [&](const std::vector<Act>& acts) {
-    app::CEngineThread thread(simulation, desk, start, {1, -1}, [] {});
-    thread.setKeeper(&keeper);
-    for (const Act& act : acts) thread.post(act);
-    std::promise<void> taken;
-    thread.ask([&taken](CSimulation&) { taken.set_value(); });
-    thread.start();
-    EXPECT_EQ(taken.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    const auto thread = rig.makeThread(keeper);
+    for (const Act& act : acts) thread->post(act);
+    SRig::take(*thread);
+    thread->stop();
   };
   take({SSetHedge{1, 1, {}}, SCancelOrders{"2-1", {"2-1-3"}}, SSteerHedge{1, EHedgeAct::Start}});
   ASSERT_EQ(day.m_pLog->entries().size(), before + 1);
   EXPECT_EQ(day.m_pLog->entries().back().m_strKind, "cancel");
-  ASSERT_EQ(texts.size(), 2u);
-  EXPECT_NE(texts[0].find("套利参数: 日志无法写入，未执行："), std::string::npos) << texts[0];
+  ASSERT_EQ(rig.m_told.size(), 2u);
+  EXPECT_NE(rig.m_told[0].find("套利参数: 日志无法写入，未执行："), std::string::npos) << rig.m_told[0];
   EXPECT_NE(keeper.fault(), "");
 
   ASSERT_EQ(unlink((disk + "/rest").c_str()), 0);

@@ -148,7 +148,9 @@ TEST_F(DayChoice, BesideANamedDayThatIsOverTheNextOneIsBegun) {
   late.m_pLog.reset();
   EXPECT_TRUE(take("late.db", leave).m_pLog);
   EXPECT_EQ(m_strFile.toStdString(), "late-2.db");
-  EXPECT_TRUE(daylog::readDay("late.db").m_pLog->isFinished());
+  const auto ended = daylog::readDay("late.db").m_pLog;
+  EXPECT_TRUE(ended->isFinished());
+  EXPECT_EQ(readFile("late.db.head").trimmed().toStdString(), ended->head());
 
   finish(take("to.day.db", leave));
   app::STakenDay day = take("to.day.db", leave);

@@ -102,7 +102,8 @@ TEST_F(TimeBar, TellsTheMarksUnderTheHandAndTheMomentToAReader) {
   // A pixel is many seconds: a reader is told the moment itself.
   for (int second = 0; second < 100; ++second) {
     m_bar.setNow(NINE + 1000 * second);
-    EXPECT_EQ(track()->accessibleDescription(), QStringLiteral("09:0%1:%2").arg(second / 60).arg(second % 60, 2, 10, QLatin1Char('0')));
+    EXPECT_EQ(track()->accessibleDescription(),
+              QStringLiteral("09:0%1:%2").arg(second / 60).arg(second % 60, 2, 10, QLatin1Char('0')));
   }
 }
 
