@@ -2,20 +2,15 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QLibrary>
+#include <QFileInfo>
 
 namespace app {
 
-SPanelPlugin loadPanelPlugin() {
-  QLibrary library(QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libPanelBasketTasks.so")));
-  SPanelPlugin plugin;
-  if (!library.load()) {
-    plugin.m_strError = QStringLiteral("cannot load the panel: %1").arg(library.errorString());
-    return plugin;
-  }
-  plugin.m_pCreate = reinterpret_cast<TC::CreatePanelFunction>(library.resolve(TC::CREATE_PANEL_SYMBOL));
-  if (!plugin.m_pCreate) plugin.m_strError = QStringLiteral("not a panel: %1").arg(library.errorString());
-  return plugin;
+TC::SPanelPlugin loadPanelPlugin() {
+  const QDir folder(QCoreApplication::applicationDirPath());
+  const QString beside = folder.filePath(QStringLiteral("libPanelBasketTasks.so"));
+  const QString installed = folder.filePath(QStringLiteral(PBT_PLUGIN_FROM_PROGRAM));
+  return TC::loadPanel(QFileInfo::exists(beside) ? beside : installed);
 }
 
 }  // namespace app

@@ -1,18 +1,11 @@
-/// The panel comes as a plug-in that lies beside the program. GUI thread.
+/// The program's panel: a plug-in that lies beside it, or where both are installed. GUI thread.
 #pragma once
-
-#include <QString>
 
 #include "tc/PanelPlugin.h"
 
 namespace app {
 
-struct SPanelPlugin {
-  TC::CreatePanelFunction m_pCreate = nullptr;  ///< null: the error says why
-  QString m_strError;
-};
-
-/// Loads the plug-in; it stays loaded until the program ends.
-SPanelPlugin loadPanelPlugin();
+/// Loads it; see TC::loadPanel.
+TC::SPanelPlugin loadPanelPlugin();
 
 }  // namespace app

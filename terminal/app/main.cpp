@@ -191,7 +191,7 @@ int runPast(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::Creat
 int runTerminal(const app::SParsedOptions& parsed) {
   const app::SOptions& options = parsed.m_options;
   if (const std::string conflict = app::outputConflict(options); !conflict.empty()) return fail(conflict);
-  const app::SPanelPlugin plugin = app::loadPanelPlugin();
+  const TC::SPanelPlugin plugin = app::loadPanelPlugin();
   if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
   app::COutputs outputs(options);
   const auto run = !options.m_strPast.empty() ? runPast : !options.m_strReplay.empty() ? runReplay : runLive;
