@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Archive.h"
+#include "JsonText.h"
 #include "RecordFields.h"
 
 namespace app {
@@ -228,7 +229,7 @@ const journal::Names<engine::EHedgeAct>& hedgeActNames() {
 }
 
 int actsLineOf(const std::string& body) {
-  const nlohmann::json json = nlohmann::json::parse(body, nullptr, false);
+  const nlohmann::json json = journal::tryParseJson(body);
   return json.is_object() ? json.value(ACTS_LINE, 0) : 0;
 }
 
@@ -247,7 +248,7 @@ SActText toText(const engine::Act& act, int actsLine) {
 
 std::optional<engine::Act> toAct(const SActText& text, const desk::CDesk& desk, std::string& fault) {
   try {
-    const nlohmann::json body = nlohmann::json::parse(text.m_strBody);
+    const nlohmann::json body = journal::parseJson(text.m_strBody);
     return readerOf(text.m_strKind)(CReadArchive(body), desk);
   } catch (const std::exception& error) {
     fault = error.what();

@@ -14,6 +14,7 @@
 #include "docks/CDocks.h"
 #include "docks/CLogDock.h"
 #include "gv/CUiResource.h"
+#include "gv/PlainText.h"
 #include "gv/Scaling.h"
 #include "tc/ITradeDockableWidget.h"
 
@@ -107,13 +108,13 @@ void CMainWindow::showClock(const SClockState& state) {
   m_pPhase->setText(state.m_strPhase);
   m_pFeed->setText(QStringLiteral("推送 %1 条/秒").arg(state.m_dDetailsPerSecond, 0, 'f', 1));
   m_pOrderUse->setText(state.m_strOrderUse);
-  m_pOrderUse->setToolTip(state.m_strOrderUseTip);
+  m_pOrderUse->setToolTip(GV::plainTip(state.m_strOrderUseTip));
   const int exceptions = state.m_nExceptions;
   m_pExceptions->setText(exceptions > 0 ? QStringLiteral("异常 %1").arg(exceptions) : QString());
   const bool late = state.m_dLag > SHOWN_LAG;
   m_pLag->setText(late ? QStringLiteral("时钟落后 %1 秒").arg(static_cast<int>(state.m_dLag)) : QString());
   m_pUnkept->setText(state.m_strUnkept.isEmpty() ? QString() : QStringLiteral("日志无法写入"));
-  m_pUnkept->setToolTip(state.m_strUnkept);
+  m_pUnkept->setToolTip(GV::plainTip(state.m_strUnkept));
 }
 
 std::string CMainWindow::picture() {

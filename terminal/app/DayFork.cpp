@@ -12,6 +12,7 @@
 #include "CDayRun.h"
 #include "DayStart.h"
 #include "ForkActs.h"
+#include "JsonText.h"
 #include "Sessions.h"
 #include "tc/AlgoParams.h"
 
@@ -179,7 +180,7 @@ class CImagined {
     for (const daylog::SEntry& entry : m_log.entries()) {
       if (entry.m_nMsec <= m_fork.m_nAt) entries.push_back(entry);
     }
-    nlohmann::ordered_json first = nlohmann::ordered_json::parse(entries.front().m_strBody);
+    nlohmann::ordered_json first = journal::parseJson(entries.front().m_strBody);
     first[IMAGINED] = {{"of", std::filesystem::absolute(m_fork.m_strFile).string()},
                        {"head", m_log.head()},
                        {"at", momentText(m_fork.m_nAt)},

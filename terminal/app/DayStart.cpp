@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "Inputs.h"
+#include "JsonText.h"
 #include "tc/AlgoParams.h"
 
 namespace app {
@@ -108,7 +109,7 @@ std::string takeStart(const daylog::IDayLog& log, const OptionValues& given, SOp
   try {
     const daylog::SEntry& first = log.entries().at(0);
     if (first.m_strKind != DAY_ENTRY) return "its first entry says not how it began";
-    const Json began = Json::parse(first.m_strBody);
+    const Json began = journal::parseJson(first.m_strBody);
     const OptionValues values = began.at("options");
     if (std::string fault = otherOption(values, given); !fault.empty()) return fault;
     // An option that repeats would be given twice.

@@ -3,10 +3,12 @@
 #include <QTime>
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <set>
+#include <sstream>
 
 #include "Archive.h"
+#include "FileBytes.h"
+#include "JsonText.h"
 
 namespace app {
 namespace {
@@ -59,7 +61,7 @@ SActText textOf(const CReadArchive& archive, Json line, const desk::CDesk& desk)
 }
 
 STimedAct actOf(const std::string& text, std::int64_t begin, const desk::CDesk& desk) {
-  const Json line = Json::parse(text, nullptr, false);
+  const Json line = journal::tryParseJson(text);
   if (!line.is_object()) throw CLineFault("is no JSON object");
   const CReadArchive archive(line);
   STimedAct act;
@@ -78,8 +80,13 @@ STimedAct actOf(const std::string& text, std::int64_t begin, const desk::CDesk& 
 std::vector<STimedAct> readActs(const std::string& file, std::int64_t begin, const desk::CDesk& desk,
                                 std::vector<std::string>& faults) {
   std::vector<STimedAct> acts;
-  std::ifstream in(file);
-  if (!in.is_open()) faults.push_back("cannot read " + file);
+  basket::SFileBytes bytes = basket::readFileBytes(file);
+  if (bytes.m_refusal == basket::ERefusal::Unreadable) {
+    faults.push_back("cannot read " + file);
+  } else if (bytes.m_refusal != basket::ERefusal::None) {
+    faults.push_back(file + ": " + basket::refusalText(bytes.m_refusal));
+  }
+  std::istringstream in(std::move(bytes.m_strBytes));
   int number = 0;
   for (std::string line; std::getline(in, line);) {
     ++number;
@@ -92,7 +99,6 @@ std::vector<STimedAct> readActs(const std::string& file, std::int64_t begin, con
       faults.push_back(file + ":" + std::to_string(number) + ": " + fault.what());
     }
   }
-  if (in.bad()) faults.push_back("cannot read " + file);
   std::stable_sort(acts.begin(), acts.end(),
                    [](const STimedAct& one, const STimedAct& other) { return one.m_nMsec < other.m_nMsec; });
   return acts;

@@ -82,6 +82,7 @@ std::vector<SSheetRow> splitRows(const Lines& lines, std::size_t most, std::stri
       }
       i = next - 1;
     }
+    if (row.m_cells.size() > std::size_t{MOST_COLUMNS}) row.m_cells.resize(MOST_COLUMNS);
     if (lines[i].m_pBroken != nullptr) row.m_strFault = std::string("文字编码损坏：不是 ") + lines[i].m_pBroken;
     const bool blank =
         std::all_of(row.m_cells.begin(), row.m_cells.end(), [](const auto& cell) { return cell.empty(); });

@@ -25,7 +25,6 @@ constexpr std::string_view ZIP_MARK = "PK\x03\x04";
 constexpr std::string_view OLD_MARK = "\xD0\xCF\x11\xE0";
 constexpr std::uint64_t MOST_UNPACKED = 500'000'000;
 constexpr std::size_t MOST_PARTS = 10'000;
-constexpr int MOST_COLUMNS = 1'024;  // what stands further to the right is no basket
 constexpr std::size_t MOST_CELLS = 8'000'000;
 
 /// Ends the reading of a workbook that holds more than is read.

@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -79,7 +80,10 @@ std::string hex(const std::array<unsigned char, Size>& bytes) {
 
 std::string toHex(const Hash& hash) { return hex(hash); }
 
+/// A device has no end.
 std::string contentHash(const std::string& path) {
+  std::error_code none;
+  if (!std::filesystem::is_regular_file(path, none)) return {};
   std::ifstream file(path, std::ios::binary);
   CSha256 hash;
   std::vector<char> piece(std::size_t{1} << 16);

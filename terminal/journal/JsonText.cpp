@@ -40,11 +40,19 @@ int depthOf(const std::string& text) {
 
 }  // namespace
 
-nlohmann::json parseObject(const std::string& text) {
+nlohmann::json parseJson(const std::string& text) {
   if (depthOf(text) > MOST_DEPTH) throw CLineFault("nests deeper than " + std::to_string(MOST_DEPTH));
+  return nlohmann::json::parse(text);
+}
+
+nlohmann::json tryParseJson(const std::string& text) try { return parseJson(text); } catch (const std::exception&) {
+  return nlohmann::json(nlohmann::json::value_t::discarded);
+}
+
+nlohmann::json parseObject(const std::string& text) {
   nlohmann::json json;
   try {
-    json = nlohmann::json::parse(text);
+    json = parseJson(text);
   } catch (const nlohmann::json::parse_error& fault) {
     // The parser's text would repeat the broken bytes.
     const bool encoding = std::string(fault.what()).find("UTF-8") != std::string::npos;

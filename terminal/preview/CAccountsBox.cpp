@@ -13,6 +13,7 @@
 
 #include "LineTexts.h"
 #include "gv/CUiResource.h"
+#include "gv/PlainText.h"
 #include "gv/SColumn.h"
 #include "gv/Scaling.h"
 
@@ -79,7 +80,8 @@ QVariant CAccountModel::data(const QModelIndex& index, int role) const {
   if (role == Qt::CheckStateRole && index.column() == AccountUsed) {
     return ratioOf(index.row()) > 0 ? Qt::Checked : Qt::Unchecked;
   }
-  if (role != Qt::DisplayRole && role != Qt::EditRole && role != Qt::ToolTipRole) return {};
+  if (role == Qt::ToolTipRole) return GV::plainTip(data(index, Qt::DisplayRole).toString());
+  if (role != Qt::DisplayRole && role != Qt::EditRole) return {};
   switch (index.column()) {
     case AccountName:
       return QString::fromStdString(account.m_strText);

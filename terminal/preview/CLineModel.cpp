@@ -5,6 +5,7 @@
 
 #include "LineTexts.h"
 #include "gv/CUiResource.h"
+#include "gv/PlainText.h"
 #include "gv/SColumn.h"
 
 namespace preview {
@@ -190,7 +191,7 @@ QVariant CLineModel::data(const QModelIndex& index, int role) const {
     case Qt::TextAlignmentRole:
       return columnAt(column).m_nAlignment;
     case Qt::ToolTipRole:
-      return toolTip(row, column);
+      return GV::plainTip(toolTip(row, column));
     case Qt::ForegroundRole: {
       const QColor colour = textColour(row, column);
       return colour.isValid() ? QVariant(colour) : QVariant();

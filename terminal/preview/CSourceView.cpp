@@ -10,6 +10,7 @@
 #include <array>
 
 #include "gv/CUiResource.h"
+#include "gv/PlainText.h"
 #include "gv/Scaling.h"
 
 namespace preview {
@@ -87,7 +88,8 @@ QVariant CSheetModel::data(const QModelIndex& index, int role) const {
     const bool quiet = isHeader || reason != m_reasons.end();
     return quiet ? QVariant(*CUiResource::getColor(QStringLiteral("clr_text_title"))) : QVariant();
   }
-  if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
+  if (role == Qt::ToolTipRole) return GV::plainTip(data(index, Qt::DisplayRole).toString());
+  if (role != Qt::DisplayRole) return {};
   if (index.column() == cellCount()) {
     if (isHeader) return QStringLiteral("表头");
     return reason == m_reasons.end() ? QString() : reason->second;

@@ -127,6 +127,31 @@ TEST_F(Day, IsVerifiedAndRecoveredFromTheShell) {
   }
 }
 
+/// Whoever makes a file can form its hashes.
+TEST_F(Day, OneThatSomebodyMadeUpIsRefusedInWords) {
+  const std::string device = R"({"options":{},"futuresAccount":false,"files":[{"path":"/dev/zero","sha256":"00"}]})";
+  const std::string usual = R"({"options":{},"futuresAccount":false,"files":[]})";
+  const std::string deep(200000, '[');
+  int number = 0;
+  for (const auto& [first, second, outputs] : {std::tuple(deep, std::string("{}"), std::string()),
+                                               {usual, deep, ""},
+                                               {usual, "{}", deep},
+                                               {device, "{}", ""}}) {
+    const std::string file = "made" + std::to_string(++number) + ".db";
+    ASSERT_EQ(daylog::openDay(file).m_pLog->append({{0, 33900000, "day", first}, {0, 34200000, "basket", second}},
+                                                   {{34201000, 1, outputs}}),
+              "");
+    for (const QStringList& words : {QStringList{"day", "verify"}, {"day", "why"}, {"day"}}) {
+      QStringList all = words + QStringList{QString::fromStdString(file)};
+      if (words.last() != "verify") all += QStringList{"--headless"};
+      if (words.last() == "why") all.insert(3, "600000");
+      const SResult result = runTerminal(all);
+      EXPECT_GE(result.m_nStatus, 0) << file << " " << words.last().toStdString() << ": " << result.m_nStatus;
+      if (words.last() == "verify") EXPECT_TRUE(result.m_nStatus == 1 || result.m_nStatus == 2) << file;
+    }
+  }
+}
+
 TEST_F(Day, OtherBeginningsAreRefusedWithBothValues) {
   // A file that cannot be read begins no day.
   writeFile("basket.csv", "side,code,quantity\n买入,999999,900\n");

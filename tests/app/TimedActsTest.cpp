@@ -131,6 +131,9 @@ TEST_F(TimedActs, ALineThatIsNoneIsToldByFileAndLine) {
             "acts.jsonl:9: field \"task\" must be an integer\n"
             "acts.jsonl:10: account \"A9\" is unknown\n");
   EXPECT_TRUE(refusalOf({"--headless", "--acts", "none.jsonl"}).contains("cannot read none.jsonl"));
+  EXPECT_EQ(refusalOf({"--headless", "--acts", "/dev/zero"}), "/dev/zero: is no regular file\n");
+  writeFile("deep.jsonl", QByteArray(200000, '[').constData());
+  EXPECT_EQ(refusalOf({"--headless", "--acts", "deep.jsonl"}), "deep.jsonl:1: is no JSON object\n");
 
   // What is done at which time is part of how a day starts.
   writeFile("acts.jsonl", "{\"at\":\"10:00:00\",\"do\":\"cancel\",\"task\":1}\n");

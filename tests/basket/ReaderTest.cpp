@@ -142,6 +142,11 @@ TEST(BasketReader, RefusesAtOnceWhatIsTooLarge) {
   EXPECT_EQ(readLines(source.m_sheets[0], guessLayout(source.m_sheets[0], SECURITIES), SECURITIES).m_lines.size(),
             200'000u);
   EXPECT_EQ(readSourceText(lines + "600000,买入,100\n").m_strFault, "超过 200000 行");
+  // As of a workbook, what stands far to the right is no basket.
+  const SSource wide = readSourceText("代码,方向,数量" + std::string(500000, ',') + "\n600000,买入,100\n");
+  ASSERT_EQ(wide.m_sheets.size(), 1u);
+  EXPECT_EQ(wide.m_sheets[0].m_rows[0].m_cells.size(), 1024u);
+  EXPECT_EQ(wide.m_sheets[0].m_rows[1].m_cells.size(), 3u);
   // A directory that says one part unpacks to 500 MB and a byte.
   std::string zip = bytesOf(FOLDER / "merged-header.xlsx");
   const std::size_t entry = zip.find("PK\x01\x02");

@@ -15,6 +15,7 @@
 
 #include "docks/CLogDock.h"
 #include "gv/CUiResource.h"
+#include "gv/PlainText.h"
 #include "gv/Scaling.h"
 
 namespace app {
@@ -120,7 +121,7 @@ void CWhyDock::show(const std::vector<SWhyFact>& facts) {
     title = QStringLiteral("%1 %2").arg(timeOfDayText(facts.front().m_nMsec), title);
   }
   m_pHint->setText(title);
-  m_pHint->setToolTip(m_pHint->text());
+  m_pHint->setToolTip(GV::plainTip(title));
   std::vector<QTreeWidgetItem*> above;
   for (std::size_t i = 1; i < facts.size(); ++i) {
     const SWhyFact& fact = facts[i];
@@ -129,9 +130,9 @@ void CWhyDock::show(const std::vector<SWhyFact>& facts) {
     auto* item = level == 0 ? new QTreeWidgetItem(m_pTree) : new QTreeWidgetItem(above.back());
     above.push_back(item);
     item->setText(TextColumn, fact.m_strText);
-    item->setToolTip(TextColumn, fact.m_nEntry > 0
-                                     ? QStringLiteral("%1（日志第 %2 条）").arg(fact.m_strText).arg(fact.m_nEntry)
-                                     : fact.m_strText);
+    const QString tip = fact.m_nEntry > 0 ? QStringLiteral("%1（日志第 %2 条）").arg(fact.m_strText).arg(fact.m_nEntry)
+                                          : fact.m_strText;
+    item->setToolTip(TextColumn, GV::plainTip(tip));
     if (fact.m_nMsec < 0) continue;
     item->setText(TimeColumn, timeOfDayText(fact.m_nMsec));
     item->setToolTip(TimeColumn, QStringLiteral("双击：看那一刻的表格"));

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "docks/CLogDock.h"
+#include "gv/PlainText.h"
 
 namespace app {
 namespace {
@@ -114,7 +115,7 @@ QString CDayTrack::textOf(std::int64_t msec, int x) const {
 bool CDayTrack::event(QEvent* event) {
   if (event->type() != QEvent::ToolTip) return QWidget::event(event);
   const auto* help = static_cast<QHelpEvent*>(event);
-  QToolTip::showText(help->globalPos(), textOf(timeAt(help->x()), help->x()), this);
+  QToolTip::showText(help->globalPos(), GV::plainTip(textOf(timeAt(help->x()), help->x())), this);
   return true;
 }
 

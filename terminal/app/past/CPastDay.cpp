@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "DayOutputFields.h"
+#include "JsonText.h"
 
 namespace app {
 namespace {
@@ -80,7 +81,7 @@ class CPastDay::CReader {
   explicit CReader(CPastDay& day) : m_day(day) {}
 
   void read(const daylog::SMark& mark) {
-    const json outputs = json::parse(mark.m_strOutputs);
+    const json outputs = journal::parseJson(mark.m_strOutputs);
     if (const json* list = listOf(outputs, OUTPUT_QUOTES)) readQuotes(*list, mark.m_nMsec - SECOND_MSEC);
     if (const json* list = listOf(outputs, OUTPUT_TASKS)) {
       for (const json& each : *list) readTask(each);

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "DayStart.h"
+#include "JsonText.h"
 #include "SessionSetup.h"
 #include "docks/CLogDock.h"
 #include "gv/CMessageBox.h"
@@ -108,7 +109,7 @@ CPastSession::~CPastSession() {
 
 /// Nobody may take for real what was only imagined.
 void CPastSession::showImagined() {
-  const nlohmann::json first = nlohmann::json::parse(m_pLog->entries().front().m_strBody, nullptr, false);
+  const nlohmann::json first = journal::tryParseJson(m_pLog->entries().front().m_strBody);
   if (!first.is_object() || !first.contains(IMAGINED)) return;
   const nlohmann::json& imagined = first[IMAGINED];
   const auto text = [&imagined](const char* name) {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "docks/CLogDock.h"
+#include "gv/PlainText.h"
 #include "gv/Scaling.h"
 
 namespace app {
@@ -50,6 +51,7 @@ CTimeBar::CTimeBar(QWidget* parent)
   row->addWidget(m_pTime);
   row->addWidget(m_pTrack, 1);
   m_pEntry->setObjectName(QStringLiteral("timeBarEntry"));
+  m_pEntry->setTextFormat(Qt::PlainText);
   GV::setScaledFixedWidth(*m_pEntry, ENTRY_WIDTH);
   row->addWidget(m_pEntry);
   m_playTimer.setInterval(PLAY_MSEC);
@@ -103,7 +105,7 @@ void CTimeBar::showTexts() {
     const auto& [at, what] = *std::prev(behind);
     text = QStringLiteral("%1 %2").arg(timeOfDayText(at), what);
   }
-  m_pEntry->setToolTip(text);
+  m_pEntry->setToolTip(GV::plainTip(text));
   m_pEntry->setText(m_pEntry->fontMetrics().elidedText(text, Qt::ElideRight, m_pEntry->width()));
 }
 

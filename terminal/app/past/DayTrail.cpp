@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "JsonText.h"
 #include "ksservice/Operations.h"
 
 namespace app {
@@ -70,7 +71,7 @@ struct SNames {
 }  // namespace
 
 json bodyOf(const daylog::SEntry& entry) {
-  json body = json::parse(entry.m_strBody, nullptr, false);
+  json body = journal::tryParseJson(entry.m_strBody);
   return body.is_object() ? body : json::object();
 }
 

@@ -5,6 +5,7 @@
 #include <set>
 #include <tuple>
 
+#include "JsonText.h"
 #include "ksservice/Operations.h"
 #include "past/DayTrail.h"
 
@@ -79,7 +80,7 @@ class CProofCheck {
       : m_entry(entry), m_day(day), m_found(found) {}
 
   void check() {
-    const json body = json::parse(m_entry.m_strBody);
+    const json body = journal::parseJson(m_entry.m_strBody);
     const std::string text = body.value("proof", std::string());
     if (text.empty()) return;
     ++m_found.m_nProofs;
@@ -91,7 +92,7 @@ class CProofCheck {
              ksservice::DataHelper::isBuy(param.value("operation", 0))}] += volume;
     }
     Volumes chosen;
-    const json proof = json::parse(text);
+    const json proof = journal::parseJson(text);
     for (const json& line : proof.at("lines")) {
       const Line of{line.value("accountKey", ""), line.value("market", ""), line.value("code", ""),
                     line.value("buy", true)};

@@ -5,6 +5,7 @@
 
 #include "CAlgoSchedule.h"
 #include "DayOutputFields.h"
+#include "JsonText.h"
 #include "docks/CLogDock.h"
 #include "past/DayMarks.h"
 #include "past/DayTrail.h"
@@ -208,9 +209,8 @@ class CWhy {
 
   /// What of the line was confirmed with a patch.
   void addConfirmed(const daylog::SEntry& cause, const json& line) {
-    const json body = json::parse(cause.m_strBody, nullptr, false);
-    const json proof =
-        json::parse(body.is_object() ? body.value("proof", std::string()) : std::string(), nullptr, false);
+    const json body = journal::tryParseJson(cause.m_strBody);
+    const json proof = journal::tryParseJson(body.is_object() ? body.value("proof", std::string()) : std::string());
     if (!proof.is_object()) return;
     for (const json& each : proof.value("lines", json::array())) {
       if (each.value("row", std::string()) != line.value("row", std::string())) continue;
