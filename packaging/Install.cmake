@@ -25,6 +25,17 @@ foreach(room IN ITEMS gv ksservice tc utils)
 endforeach()
 install(FILES ${PBT_EXPORTED_HEADERS} DESTINATION ${PBT_HEADER_DIR} COMPONENT development)
 
+# The test kit, for who asks for it: find_package(PanelBasketTasks COMPONENTS testkit).
+set_target_properties(testkit PROPERTIES OUTPUT_NAME panelbaskettasks-testkit)
+install(TARGETS desk journal testkit EXPORT PanelBasketTasksTestkit
+        ARCHIVE DESTINATION ${PBT_LIB_DIR} COMPONENT development
+        INCLUDES DESTINATION ${PBT_HEADER_DIR}/testkit)
+foreach(room IN ITEMS testkit terminal/desk terminal/journal)
+  install(DIRECTORY ${room}/ DESTINATION ${PBT_HEADER_DIR}/testkit COMPONENT development FILES_MATCHING PATTERN "*.h")
+endforeach()
+install(EXPORT PanelBasketTasksTestkit NAMESPACE PanelBasketTasks:: DESTINATION ${PBT_PACKAGE_DIR}
+        COMPONENT development)
+
 install(EXPORT PanelBasketTasksTargets NAMESPACE PanelBasketTasks:: DESTINATION ${PBT_PACKAGE_DIR}
         COMPONENT development)
 configure_package_config_file(packaging/PanelBasketTasksConfig.cmake.in PanelBasketTasksConfig.cmake

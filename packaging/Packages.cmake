@@ -20,7 +20,7 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "The panel of basket tasks and the libra
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libpanelbaskettasks-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "libpanelbaskettasks${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), qtbase5-dev, libboost-dev, libboost-thread-dev")
+    "libpanelbaskettasks${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), qtbase5-dev, libboost-dev, libboost-thread-dev, nlohmann-json3-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "What a host of the panel of basket tasks is compiled with.")
 
 # Without a font there are boxes instead of Chinese.

@@ -19,7 +19,7 @@ namespace {
 using desk::CDesk;
 
 TC::CCodeInfo instrument(const std::string& market, const std::string& name) {
-  TC::CCodeInfo info = test::makeInstrument(market, "600000");
+  TC::CCodeInfo info = testkit::makeInstrument(market, "600000");
   info.m_strName = name;
   return info;
 }
@@ -51,21 +51,21 @@ TEST(Desk, OrderDetailsComeAndGoWithPublications) {
   const ksservice::CMavOrderTag tag("t1");
   auto known = boost::make_shared<ksservice::COrderDetail>();
   known->m_bCancelled = true;
-  desk.publishTask({test::makeDetail(1), {{tag, known}}});
+  desk.publishTask({testkit::makeDetail(1), {{tag, known}}});
   EXPECT_EQ(desk.orderDetail(ksservice::CMavOrderTag("t1")), known);
   EXPECT_FALSE(desk.orderDetail(ksservice::CMavOrderTag("t2")));
 
   // Not named: as before. Named with none: gone.
-  desk.publishTask({test::makeDetail(1), {}});
+  desk.publishTask({testkit::makeDetail(1), {}});
   EXPECT_EQ(desk.orderDetail(tag), known);
-  desk.publishTask({test::makeDetail(1), {{tag, nullptr}}});
+  desk.publishTask({testkit::makeDetail(1), {{tag, nullptr}}});
   EXPECT_FALSE(desk.orderDetail(tag));
 }
 
 TEST(Desk, TellsOfWhichOrdersSomethingElseIsKnownSinceAVersion) {
   CDesk desk;
   const auto publish = [&desk](const std::string& tag, const ksservice::COrderDetailPtr& known) {
-    desk.publishTask({test::makeDetail(1), {{ksservice::CMavOrderTag(tag), known}}, desk::EVia::Store});
+    desk.publishTask({testkit::makeDetail(1), {{ksservice::CMavOrderTag(tag), known}}, desk::EVia::Store});
   };
   const auto hash = [](const std::string& tag) { return ksservice::CMavOrderTag(tag).hash(); };
   EXPECT_TRUE(desk.orderChanges(0).all);
@@ -89,7 +89,7 @@ TEST(Desk, TellsOfWhichOrdersSomethingElseIsKnownSinceAVersion) {
 TEST(Desk, KnowsOfTheNewestDetailAloneWhetherItsParametersAreThoseOfTheOneBefore) {
   CDesk desk;
   const auto publish = [&desk](bool same) {
-    ksservice::CTaskDetailPtr made = test::makeDetail(1);
+    ksservice::CTaskDetailPtr made = testkit::makeDetail(1);
     desk.publishTask({made, {}, desk::EVia::Store, true, same});
     return made;
   };
@@ -100,7 +100,7 @@ TEST(Desk, KnowsOfTheNewestDetailAloneWhetherItsParametersAreThoseOfTheOneBefore
   EXPECT_EQ(desk.paramsVersion(*second), version);
   EXPECT_EQ(desk.paramsVersion(*first), 0u) << "nobody knows any more";
   EXPECT_NE(desk.paramsVersion(*publish(false)), version);
-  const auto corrected = test::makeDetail(1);
+  const auto corrected = testkit::makeDetail(1);
   desk.updateData(corrected);
   EXPECT_EQ(desk.paramsVersion(*corrected), 0u);
   const auto behind = publish(true);
@@ -109,7 +109,7 @@ TEST(Desk, KnowsOfTheNewestDetailAloneWhetherItsParametersAreThoseOfTheOneBefore
 
 TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   CDesk desk;
-  const auto first = test::makeFilled(1, 1, 100);
+  const auto first = testkit::makeFilled(1, 1, 100);
   desk.publishTask({first, {}});
   const auto corrected = boost::make_shared<ksservice::CTaskDetail>(*first);
   corrected->m_nStatus = ksservice::ETS_Finished;
@@ -117,7 +117,7 @@ TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
   EXPECT_EQ(desk.taskDetail("1-1"), corrected);
 
   // A detail with newer orders was published meanwhile: the correction would take its fills away.
-  const auto second = test::makeFilled(1, 1, 100);
+  const auto second = testkit::makeFilled(1, 1, 100);
   desk.publishTask({second, {}});
   desk.updateData(corrected);
   EXPECT_EQ(desk.taskDetail("1-1"), second);
@@ -126,7 +126,7 @@ TEST(Desk, ACorrectionReplacesOnlyTheDetailThatItCorrects) {
 TEST(Desk, AccountsKeepTheirOrderAndAreReplacedByKey) {
   CDesk desk;
   for (const char* key : {"B", "A", "B"})
-    desk.addAccount({.m_pInfo = test::makeAccount(key, {}), .m_bFiltered = desk.accounts().size() == 2});
+    desk.addAccount({.m_pInfo = testkit::makeAccount(key, {}), .m_bFiltered = desk.accounts().size() == 2});
   ASSERT_EQ(desk.accounts().size(), 2u);
   EXPECT_EQ(desk.accounts()[0].m_pInfo->getKey(), "B");
   EXPECT_TRUE(desk.accounts()[0].m_bFiltered);

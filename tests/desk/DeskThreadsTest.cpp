@@ -21,7 +21,7 @@ class JobGate : public testing::Test {
  protected:
   /// Publishes on a host thread.
   std::future<void> publishElsewhere() {
-    return std::async(std::launch::async, [this] { m_desk.publishTask({test::makeDetail(1), {}}); });
+    return std::async(std::launch::async, [this] { m_desk.publishTask({testkit::makeDetail(1), {}}); });
   }
   void post() { m_gate.jobPosted(EPanelJob::Refresh); }
   std::future<void> beginElsewhere() {
@@ -108,7 +108,7 @@ TEST_F(JobGate, NobodyWaitsWithoutARecordingNorTheGuiThreadWithOne) {
   std::future<void> delivery = publishElsewhere();
   EXPECT_TRUE(isDone(delivery));
   m_gate.setRecording(true);
-  m_desk.publishTask({test::makeDetail(2), {}});
+  m_desk.publishTask({testkit::makeDetail(2), {}});
   EXPECT_TRUE(m_desk.taskDetail("2-1"));
   end();
 }
@@ -168,7 +168,7 @@ TEST(Subscription, TheHandleWaitsForARunningCallback) {
     leave.get_future().wait();
     left = true;
   });
-  std::thread feed([&] { desk.publishTask({test::makeDetail(1), {}}); });
+  std::thread feed([&] { desk.publishTask({testkit::makeDetail(1), {}}); });
   entered.get_future().wait();
   std::future<bool> ended = std::async(std::launch::async, [&] {
     handle.reset();
@@ -188,8 +188,8 @@ TEST(Subscription, ACallbackMayEndItsOwnSubscription) {
     ++calls;
     handle.reset();
   });
-  desk.publishTask({test::makeDetail(1), {}});
-  desk.publishTask({test::makeDetail(1), {}});
+  desk.publishTask({testkit::makeDetail(1), {}});
+  desk.publishTask({testkit::makeDetail(1), {}});
   EXPECT_EQ(calls, 1);
 }
 
@@ -207,7 +207,7 @@ TEST(Subscription, NoCallbackComesAfterTheHandle) {
   std::atomic<int> late{0};
   std::atomic<int> received{0};
   const auto feed = [&](int task) {
-    while (!stop) desk.publishTask({test::makeDetail(task), {}});
+    while (!stop) desk.publishTask({testkit::makeDetail(task), {}});
   };
   std::thread first(feed, 1);
   std::thread second(feed, 2);

@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "TestHost.h"
+#include "CTestHost.h"
 #include "ksservice/Operations.h"
 #include "tc/AlgoParams.h"
 #include "tc/OrderSetting.h"
@@ -58,7 +58,7 @@ TEST(OrderTexts, MalformedAlgorithmParametersAreNamedAndChangeNothing) {
 }
 
 TEST(OrderTexts, OnlyAKnownOrderSettingPricesALineAndWithinItsLimit) {
-  test::CTestHost host;
+  testkit::CTestHost host;
   for (const char* text :
        {"", "price", "price=", "price=x", "price=14 ", " price=14", "price=11", "price=5", "price=-1"}) {
     EXPECT_FALSE(TC::orderSettingFromString(text).has_value()) << text;

@@ -96,7 +96,7 @@ TEST_F(PatchTest, WithoutAUnitNothingIsOrderedAndTheUserIsTold) {
 
 TEST_F(PatchTest, GivenPricesAreThoseThatTheTaskHasNow) {
   instrument("SH", "600000", 100);
-  const auto other = test::makeAccount("A2", "1002");
+  const auto other = testkit::makeAccount("A2", "1002");
   const auto given = [&](const char* market, const char* code, int operation, double price) {
     CCodeOrderParam line = param(market, code, operation, 1000);
     line.m_nPriceType = EPT_User;
@@ -170,7 +170,7 @@ TEST_F(PatchTest, LinesOfANewBasketFollowTheirRules) {
   instrument("SH", "600001", 100);
   instrument("SH", "600002", 0);
   instrument("CFFEX", "IF2612", 1);
-  const auto futures = test::makeAccount("F1", "8001");
+  const auto futures = testkit::makeAccount("F1", "8001");
   futures->m_nType = 5;
 
   Params params = {

@@ -7,8 +7,8 @@
 #include <boost/make_shared.hpp>
 
 #include "CBasketPatchWidget.h"
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 #include "gv/CMessageBox.h"
 #include "gv/CStandardHpfTable.h"
 #include "gv/Helpers.h"
@@ -31,7 +31,7 @@ class PatchTest : public testing::Test {
 
   /// An instrument with one unit for trade and entry, and a quote: last 10, bid 9, ask 11, order 12.
   TC::CCodeInfo instrument(const char* market, const char* code, int unit, std::vector<int> marketPrices = {}) {
-    TC::CCodeInfo info = test::makeInstrument(market, code, unit);
+    TC::CCodeInfo info = testkit::makeInstrument(market, code, unit);
     info.m_strName = std::string("N") + code;
     info.m_marketPriceTypes = std::move(marketPrices);
     m_host.desk().setInstrument(info);
@@ -91,8 +91,8 @@ class PatchTest : public testing::Test {
     return "no row";
   }
 
-  test::CTestHost m_host;
-  boost::shared_ptr<ksservice::CAccountInfo> m_pAccount = test::makeAccount("A1", "1001");
+  testkit::CTestHost m_host;
+  boost::shared_ptr<ksservice::CAccountInfo> m_pAccount = testkit::makeAccount("A1", "1001");
   QStringList m_boxes;
   GV::DialogHook m_tradeWork;
   TC::CBasketPatchDialog m_dialog;

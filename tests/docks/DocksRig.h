@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "CMainWindow.h"
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 #include "docks/CDocks.h"
 #include "docks/RowsTable.h"
 
@@ -59,9 +59,9 @@ class Docks : public testing::Test {
   /// The newest state of a sub-task; those of cancelled are cancelled.
   void publish(int task, int number, std::vector<COrderInfoPtr> orders, bool server = false,
                const std::string& cancelled = {}) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(task, number);
-    test::addParam(*detail, test::makeAccount("A" + std::to_string(number), "100" + std::to_string(number)), "600001",
-                   1000, 10);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(task, number);
+    testkit::addParam(*detail, testkit::makeAccount("A" + std::to_string(number), "100" + std::to_string(number)),
+                      "600001", 1000, 10);
     desk::SPublication publication;
     for (const COrderInfoPtr& order : orders) {
       auto known = boost::make_shared<ksservice::COrderDetail>();
@@ -90,7 +90,7 @@ class Docks : public testing::Test {
     return list.join(' ');
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   CBlotter m_blotter{m_host.desk()};
   SDockSources m_sources;
   CMainWindow m_window;

@@ -61,8 +61,8 @@ TEST_F(Docks, TheBlotterTellsWhatIsNewAndKeepsTheOrdersOfAServerToo) {
 TEST_F(Docks, AFillStandsAsTheMarketReportedItAndAnOrderAtTheTimeItWasSent) {
   m_host.desk().setNow(110);
   m_blotter.follow(true);
-  const ksservice::CTaskDetailPtr detail = test::makeDetail(1, 1);
-  test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 100, 10);
+  const ksservice::CTaskDetailPtr detail = testkit::makeDetail(1, 1);
+  testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), "600001", 100, 10);
   const COrderInfoPtr order = makeOrder("1-1-1", "600001", 100, true);
   order->m_dTradedAmount = 1030;
   detail->m_orders = {order};
@@ -92,8 +92,8 @@ TEST_F(Docks, TheMarketsAverageOfATaskStandsStillWhenItEnds) {
     return true;
   });
   const auto publishTask = [&](int number, int end) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
-    test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 100, 10);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(1, number);
+    testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), "600001", 100, 10);
     detail->m_orders.push_back(makeOrder("1-" + std::to_string(number) + "-1", "600001", 100, true));
     detail->m_nEndTime = end;
     desk::SPublication publication;

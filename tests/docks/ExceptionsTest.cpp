@@ -1,8 +1,8 @@
 // What a trader is told to look at, and what open baskets need, from what is published.
 #include <gtest/gtest.h>
 
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 #include "docks/BasketNeeds.h"
 #include "docks/CExceptionFinder.h"
 
@@ -43,8 +43,8 @@ class Exceptions : public testing::Test {
 
   /// The task's only sub-task, a line of 1000 at 10, with one order for each of facts.
   void publish(int task, const std::vector<SOrderFacts>& orders, int end = ksservice::UNSET_INT) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(task, 1);
-    test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 1000, 10);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(task, 1);
+    testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), "600001", 1000, 10);
     detail->m_nEndTime = end;
     desk::SPublication publication;
     for (const SOrderFacts& facts : orders) {
@@ -77,7 +77,7 @@ class Exceptions : public testing::Test {
 
   static constexpr qint64 NOON = 1795406400;
   static constexpr int MINUTE = 60;
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   CBlotter m_blotter{m_host.desk()};
   std::vector<engine::SOrderUse> m_use;
   std::int64_t m_nTick = 0;
@@ -138,17 +138,17 @@ TEST_F(Exceptions, LockedLinesHedgesRatesAndTheFeedAreToldWhileTheyLast) {
   hedge.m_strMarket = "SH";
   hedge.m_strCode = "600001";
   hedge.m_nVolume = 300000;
-  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, testkit::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
   EXPECT_TRUE(look(3).contains("相差约 330 万元"));
   putAllAway();
   hedge.m_nVolume = 310000;
-  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, testkit::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
   EXPECT_EQ(look(3), "") << "a lot more or less is nothing new";
   hedge.m_nVolume = 600000;
-  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, testkit::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
   EXPECT_TRUE(look(3).contains("相差约 660 万元")) << "as much again is";
   hedge.m_nVolume = 300000;
-  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, test::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
+  m_host.desk().setHedgeParam(desk::EHedgeSource::Stored, testkit::makeDetail(1, 1)->m_pCommand->m_nCommandId, hedge);
   EXPECT_TRUE(look(3).contains("相差约 330 万元")) << "what was not put away stays until it is over";
   SExceptionLimits limits;
   limits.take("5*4000000*20");
@@ -167,10 +167,10 @@ TEST_F(Exceptions, LockedLinesHedgesRatesAndTheFeedAreToldWhileTheyLast) {
 
 TEST_F(Exceptions, ASuspendedLineIsToldOnceForATaskUntilItEnds) {
   const auto send = [this](int number, int end) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
-    const auto account = test::makeAccount("A" + std::to_string(number), "100" + std::to_string(number));
-    test::addParam(*detail, account, "600009", 500, 10, ksservice::EOT_Sell);
-    test::addParam(*detail, account, "600001", 500, 10);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(1, number);
+    const auto account = testkit::makeAccount("A" + std::to_string(number), "100" + std::to_string(number));
+    testkit::addParam(*detail, account, "600009", 500, 10, ksservice::EOT_Sell);
+    testkit::addParam(*detail, account, "600001", 500, 10);
     detail->m_nEndTime = end;
     desk::SPublication publication;
     publication.m_pDetail = detail;
@@ -199,13 +199,13 @@ TEST_F(Exceptions, WhatOrdersHaveFrozenABasketNeedsNoMore) {
   EXPECT_NEAR(need().m_dBuys, 8000 + 5 + 0.08, 1e-6);
   EXPECT_EQ(need().m_dSells, 0);
 
-  const ksservice::CTaskDetailPtr futures = test::makeDetail(3, 1);
-  const auto account = test::makeAccount("A1", "1001");
+  const ksservice::CTaskDetailPtr futures = testkit::makeDetail(3, 1);
+  const auto account = testkit::makeAccount("A1", "1001");
   for (const int operation : {ksservice::EOT_SellOpen, ksservice::EOT_BuyOpen, ksservice::EOT_BuyClose}) {
-    test::addParam(*futures, account, "IF2612", 2, 4000, operation);
+    testkit::addParam(*futures, account, "IF2612", 2, 4000, operation);
     futures->m_params.back().m_stock.m_strMarket = "CFFEX";
   }
-  TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
+  TC::CCodeInfo info = testkit::makeInstrument("CFFEX", "IF2612");
   info.m_dMultiplier = 300;
   m_host.desk().setInstrument(info);
   desk::SPublication publication;
@@ -218,8 +218,8 @@ TEST_F(Exceptions, WhatOrdersHaveFrozenABasketNeedsNoMore) {
   std::vector<ksservice::CTaskDetailPtr> many;
   const auto sendMany = [&] {
     for (int task = 4; task < 8; ++task) {
-      const ksservice::CTaskDetailPtr detail = test::makeDetail(task, 1);
-      for (int i = 0; i < 15000; ++i) test::addParam(*detail, account, std::to_string(600000 + i), 100, 10);
+      const ksservice::CTaskDetailPtr detail = testkit::makeDetail(task, 1);
+      for (int i = 0; i < 15000; ++i) testkit::addParam(*detail, account, std::to_string(600000 + i), 100, 10);
       desk::SPublication sent;
       sent.m_pDetail = detail;
       m_host.desk().publishTask(sent);

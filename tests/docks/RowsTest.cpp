@@ -18,8 +18,8 @@ TEST_F(Docks, WhatIsSelectedStaysSelectedWhateverElseComesAndGoes) {
   m_window.show();
   m_window.docks().attach(m_sources);
   const auto refused = [&](int task, const char* reason) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
-    test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 1000, 10);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(task);
+    testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), "600001", 1000, 10);
     const COrderInfoPtr order = makeOrder(std::to_string(task) + "-1-1", "600001", 0, true);
     order->m_strMessage = reason;
     detail->m_orders.push_back(order);
@@ -54,7 +54,7 @@ TEST_F(Docks, WhatIsSelectedStaysSelectedWhateverElseComesAndGoes) {
     m_host.desk().setHoldings("A1", holdings);
     m_window.docks().choose(-1, QString());
   };
-  m_host.setAccount(*test::makeAccount("A1", "1001"));
+  m_host.setAccount(*testkit::makeAccount("A1", "1001"));
   hold({"600002", "600003"});
   const auto tables = open("fundsDock")->findChildren<CRowsTable*>();
   CRowsTable& positions = *(tables[0]->baseModel()->columnCount() > 9 ? tables[0] : tables[1]);

@@ -13,7 +13,7 @@ struct SHedgeRig : SRig {
       : SRig(seed, rejectRate, {.m_nPerSecond = 10, .m_nPerDay = perDay}) {
     addAccount("F1", 1);
     addAccount("S1");
-    TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
+    TC::CCodeInfo info = testkit::makeInstrument("CFFEX", "IF2612");
     info.m_dMultiplier = 300;
     m_desk.setInstrument(info);
     hedger().setHooks(

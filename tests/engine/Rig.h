@@ -41,7 +41,7 @@ struct SRig {
   }
 
   void addAccount(const std::string& key, int type = 0) {
-    m_accounts.push_back(test::makeAccount(key, std::to_string(1001 + m_accounts.size())));
+    m_accounts.push_back(testkit::makeAccount(key, std::to_string(1001 + m_accounts.size())));
     m_accounts.back()->m_nType = type;
     m_desk.addAccount({m_accounts.back()});
   }

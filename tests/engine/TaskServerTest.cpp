@@ -28,7 +28,7 @@ class TaskServer : public testing::Test, protected SRig {
   }
 
   void list(const std::string& market, const std::string& code) {
-    TC::CCodeInfo info = test::makeInstrument(market, code);
+    TC::CCodeInfo info = testkit::makeInstrument(market, code);
     info.m_nTradeUnit = info.m_nTradeMinUnit = 100;
     m_desk.setInstrument(info);
   }

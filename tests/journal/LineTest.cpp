@@ -135,7 +135,7 @@ TEST(TaskLine, KeepsTheTypeThatTheCommandCentreKnows) {
 /// A publication that goes into a line and comes back from it publishes the same.
 TEST(TaskLine, CarriesAPublicationThere) {
   desk::CDesk desk;
-  desk.addAccount({test::makeAccount("A1", {})});
+  desk.addAccount({testkit::makeAccount("A1", {})});
   const desk::SPublication first = toPublication(parseAs<STaskLine>(WHOLE_TASK), desk);
   ASSERT_TRUE(first.m_pDetail->m_params[0].m_pAccount);
   desk.publishTask(first);

@@ -43,8 +43,8 @@ class CLiveSession {
     session.m_strLogin = "L1";
     session.m_nNow = 1763683200;
     m_desk.setSession(session);
-    m_desk.addAccount({test::makeAccount("A1", "1001")});
-    TC::CCodeInfo stock = test::makeInstrument("SH", "600000");
+    m_desk.addAccount({testkit::makeAccount("A1", "1001")});
+    TC::CCodeInfo stock = testkit::makeInstrument("SH", "600000");
     stock.m_types = {100001};
     stock.m_nTradeUnit = 100;
     m_desk.setInstrument(stock);
@@ -63,7 +63,7 @@ class CLiveSession {
   void run() {
     // On a thread of the host, which waits for the end of the first load.
     const auto published = std::async(std::launch::async, [this] {
-      m_desk.publishTask({test::makeFilled(123, 1, 200), {}});
+      m_desk.publishTask({testkit::makeFilled(123, 1, 200), {}});
     });
     ASSERT_TRUE(QTest::qWaitFor([this] { return table().rowCount() == 2; }));
     m_pPanel->findChild<GV::CComboPushButton*>()->choose(1);

@@ -10,7 +10,7 @@ class CHedgeTest : public CTaskTest {
  protected:
   CHedgeTest() {
     host.setAccount(*futuresAccount);
-    TC::CCodeInfo info = test::makeInstrument("CFFEX", "IF2612");
+    TC::CCodeInfo info = testkit::makeInstrument("CFFEX", "IF2612");
     info.m_dMultiplier = 300;
     host.desk().setInstrument(info);
     quote(4000);

@@ -10,7 +10,7 @@ using namespace ksservice;
 class COperationsTest : public CPatchTaskTest {
  protected:
   /// A local and a server detail, a server patch 124 and a local patch 125; cancelled by the user.
-  std::vector<test::CTestHost::SCall> cancelMixedTask() {
+  std::vector<testkit::CTestHost::SCall> cancelMixedTask() {
     DetailPtr serverPatch = patchDetail(124), localPatch = patchDetail(125);
     serverPatch->m_bServerTask = true;
     serverPatch->m_params = localPatch->m_params = {buyLine(100)};

@@ -33,7 +33,7 @@ class CPatchTaskTest : public CTaskTest {
   }
 
   void instrument(const std::string& market, const std::string& code, int unit, std::vector<int> types = {}) {
-    TC::CCodeInfo info = test::makeInstrument(market, code, unit);
+    TC::CCodeInfo info = testkit::makeInstrument(market, code, unit);
     info.m_strName = "名称" + code;
     info.m_types = std::move(types);
     host.desk().setInstrument(info);
@@ -62,10 +62,10 @@ class CPatchTaskTest : public CTaskTest {
     for (const auto& call : host.takeCalls()) text += nameOf(call) + "\n";
     return text;
   }
-  static std::string nameOf(const test::CTestHost::SCall& call) {
+  static std::string nameOf(const testkit::CTestHost::SCall& call) {
     static const char* const KINDS[] = {"local ", "pause ", "resume ", "server ", "hedge pause ", "hedge stop "};
     const std::string kind = KINDS[static_cast<int>(call.kind)];
-    if (call.kind == test::CTestHost::ECall::OperateServer) return kind + call.key;
+    if (call.kind == testkit::CTestHost::ECall::OperateServer) return kind + call.key;
     return kind + std::to_string(call.id) + (call.key.empty() ? "" : "@" + call.key);
   }
 

@@ -89,7 +89,7 @@ class CSparseCountTest : public CTaskTest, public testing::WithParamInterface<in
   }
 
   void setInstrument(const std::string& code) {
-    CCodeInfo info = test::makeInstrument("SH", code);
+    CCodeInfo info = testkit::makeInstrument("SH", code);
     info.m_dMultiplier = 1 + pick(3);
     info.m_marketPriceTypes = {EPT_MarketSH};
     host.desk().setInstrument(info);

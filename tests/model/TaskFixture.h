@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "CBasketTask.h"
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 
 /// A task 123 of command 77 on a host of its own, and short ways to make what it is given.
 class CTaskTest : public testing::Test {
@@ -22,7 +22,7 @@ class CTaskTest : public testing::Test {
 
   static AccountPtr account(const std::string& key, const std::string& displayId, const std::string& name = "主账户",
                             int type = 0) {
-    AccountPtr made = test::makeAccount(key, displayId);
+    AccountPtr made = testkit::makeAccount(key, displayId);
     made->m_strName = name;
     made->m_nType = type;
     return made;
@@ -30,7 +30,7 @@ class CTaskTest : public testing::Test {
 
   /// A running detail of command 77 without parameters and orders.
   static DetailPtr detail(int number = 1) {
-    DetailPtr made = test::makeDetail(123, number);
+    DetailPtr made = testkit::makeDetail(123, number);
     made->m_pCommand->m_nCommandId = 77;
     made->m_pCommand->m_strBasketName = "篮子";
     return made;
@@ -51,7 +51,7 @@ class CTaskTest : public testing::Test {
   static ksservice::CCodeOrderParam param(const AccountPtr& account, const std::string& market, const std::string& code,
                                           int operation, int volume, double price) {
     ksservice::CTaskDetail holder;
-    test::addParam(holder, account, code, volume, price, operation);
+    testkit::addParam(holder, account, code, volume, price, operation);
     holder.m_params.front().m_stock.m_strMarket = market;
     return holder.m_params.front();
   }
@@ -60,7 +60,7 @@ class CTaskTest : public testing::Test {
   static OrderPtr order(const std::string& key, const std::string& market, const std::string& code, int operation,
                         int volume, int traded, double amount) {
     ksservice::CTaskDetail holder;
-    OrderPtr made = test::addOrder(holder, key, code, volume, traded, 10, operation);
+    OrderPtr made = testkit::addOrder(holder, key, code, volume, traded, 10, operation);
     made->m_strMarket = market;
     made->m_dTradedAmount = amount;
     return made;
@@ -121,7 +121,7 @@ class CTaskTest : public testing::Test {
   const AccountPtr mainAccount = account("A1", "1001");
   const AccountPtr secondAccount = account("A2", "1002", "二号");
   const AccountPtr futuresAccount = account("F1", "8001", "期货账户", 1);
-  test::CTestHost host;
+  testkit::CTestHost host;
   boost::shared_ptr<TC::CBasketTask> held = boost::make_shared<TC::CBasketTask>("组合任务123", 123, 77);
   TC::CBasketTask& task = *held;
   TC::CBasketTaskItem& root = *task.getRoot();

@@ -51,7 +51,7 @@ TEST(TaskItem, FindTakesItselfFirstThenGoesDown) {
 
 TEST(TaskItem, OrdersAreKeptByKeyAndTakenFromLeaves) {
   CTaskDetail detail;
-  for (const char* key : {"o2", "o1", "o2", "own", "o3"}) test::addOrder(detail, key, "", 0, 0, 0);
+  for (const char* key : {"o2", "o1", "o2", "own", "o3"}) testkit::addOrder(detail, key, "", 0, 0, 0);
   CBasketTaskItem root = node("R"), a = node("a"), b = node("b");
   std::vector<COrderInfoPtr>& made = detail.m_orders;
   for (COrderInfoPtr order : {COrderInfoPtr(), made[0], made[1], made[2]}) b.insertOrder(order);

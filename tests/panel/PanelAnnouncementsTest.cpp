@@ -8,8 +8,8 @@
 
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 #include "gv/CMessageBox.h"
 
 namespace TC {
@@ -53,7 +53,7 @@ class PanelAnnouncements : public ::testing::Test {
 
   /// A detail of a server task, since only its operations are answered.
   static ksservice::CTaskDetailPtr makeServerDetail(int status, int orderType = ksservice::EORT_Plain) {
-    ksservice::CTaskDetailPtr detail = test::makeFilled(1, 2, 100);
+    ksservice::CTaskDetailPtr detail = testkit::makeFilled(1, 2, 100);
     detail->m_bServerTask = true;
     detail->m_nStatus = status;
     for (auto& param : detail->m_params) param.m_nOrderType = orderType;
@@ -75,10 +75,10 @@ class PanelAnnouncements : public ::testing::Test {
     });
     m_asked = false;
     m_bHeld = true;
-    m_host.desk().setInstrument(test::makeInstrument("SH", "600009"));  // so that it is asked for anew
+    m_host.desk().setInstrument(testkit::makeInstrument("SH", "600009"));  // so that it is asked for anew
     m_host.deliver(makeServerDetail(status));
-    const ksservice::CTaskDetailPtr next = test::makeDetail(2);
-    test::addParam(*next, test::makeAccount("A1", "1001"), "600009", 1000, 10.0);
+    const ksservice::CTaskDetailPtr next = testkit::makeDetail(2);
+    testkit::addParam(*next, testkit::makeAccount("A1", "1001"), "600009", 1000, 10.0);
     m_host.deliver(next);
     m_host.fireTimers();
     while (!m_asked) std::this_thread::yield();
@@ -94,12 +94,12 @@ class PanelAnnouncements : public ::testing::Test {
   }
 
   /// Clicks a button of the root's row. Gives the requests that it made.
-  std::vector<test::CTestHost::SCall> click(const char* text) {
+  std::vector<testkit::CTestHost::SCall> click(const char* text) {
     EXPECT_TRUE(m_buttons.clickButton(ROOT, idOf(text))) << text;
     EXPECT_FALSE(works(text)) << "until its operation is known to have ended";
     return m_host.takeCalls();
   }
-  static void refuse(const std::vector<test::CTestHost::SCall>& calls) {
+  static void refuse(const std::vector<testkit::CTestHost::SCall>& calls) {
     for (const auto& call : calls) {
       if (call.completion) call.completion(utils::KSError("refused"), {});
     }
@@ -115,7 +115,7 @@ class PanelAnnouncements : public ::testing::Test {
     return m_buttons.getIsItemButtonVisible(ROOT, idOf(text)) && m_buttons.getIsItemButtonEnabled(ROOT, idOf(text));
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   const std::unique_ptr<CBasketTasksPanel> m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
   CHpfBasketStatusTable& m_table = *m_panel->findChild<CHpfBasketStatusTable*>();
   CHpfBasketOptionDelegate& m_buttons = *m_table.getTaskOptionDelegate();
@@ -125,7 +125,7 @@ class PanelAnnouncements : public ::testing::Test {
 
 TEST_F(PanelAnnouncements, OfARefreshCostAsManyCallsOfTheGuiThreadForManyTasksAsForOne) {
   const auto callsFor = [this](int tasks, int traded) {
-    for (int task = 1; task <= tasks; ++task) m_host.deliver(test::makeFilled(task, 2, traded));
+    for (int task = 1; task <= tasks; ++task) m_host.deliver(testkit::makeFilled(task, 2, traded));
     QCoreApplication::processEvents();
     const CQueuedCalls calls;
     EXPECT_TRUE(refresh());

@@ -11,8 +11,8 @@
 #include "BasketColumns.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 #include "gv/CEventWidget.h"
 #include "tc/CMsgService.h"
 
@@ -47,7 +47,7 @@ class PanelCycle : public ::testing::Test {
     return waitForTimer();
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   std::unique_ptr<CBasketTasksPanel> m_panel;
   CHpfBasketStatusTable* m_pTable = nullptr;
   std::vector<int> m_runningCounts;  ///< as the panel announced them
@@ -69,7 +69,7 @@ TEST_F(PanelCycle, TheNextRefreshStartsAThousandMillisecondsAfterThisOneAtTheEar
 
 TEST_F(PanelCycle, ARefreshThatTookLongerIsFollowedAtOnceWithoutATimer) {
   open();
-  m_host.deliver(test::makeFilled(1, 3, 100));
+  m_host.deliver(testkit::makeFilled(1, 3, 100));
   m_host.fireTimers();
   m_host.moveClock(1500);
   // The first has work and took too long; the one that follows finds the caches empty and ends within the same moment
@@ -89,10 +89,10 @@ TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherSubTask) {
       throw 42;
     });
     m_host.takeLog();
-    m_host.deliver(test::makeFilled(2, 2, 100));
-    const ksservice::CTaskDetailPtr other = test::makeDetail(2, 2);
-    test::addParam(*other, test::makeAccount("A1", "1001"), "600009", 1000, 10.0);
-    test::addOrder(*other, "o", "600009", 1000, 300, 10.0);
+    m_host.deliver(testkit::makeFilled(2, 2, 100));
+    const ksservice::CTaskDetailPtr other = testkit::makeDetail(2, 2);
+    testkit::addParam(*other, testkit::makeAccount("A1", "1001"), "600009", 1000, 10.0);
+    testkit::addOrder(*other, "o", "600009", 1000, 300, 10.0);
     m_host.deliver(other);
     ASSERT_TRUE(refresh());
     ASSERT_TRUE(m_pTable->rowByPath("2"));
@@ -105,7 +105,7 @@ TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherSubTask) {
 /// A trader who cancels everything must not be left with the tasks behind the one at which the host failed.
 TEST_F(PanelCycle, AHostThatFailsAtAClickIsToldOfAndKeepsNoOtherTaskFromIt) {
   open();
-  for (const int task : {2, 3}) m_host.deliver(test::makeFilled(task, 1, 100));
+  for (const int task : {2, 3}) m_host.deliver(testkit::makeFilled(task, 1, 100));
   ASSERT_TRUE(refresh());
   m_host.takeMessages();
   m_host.setMeeting([](const std::string& key) {
@@ -124,7 +124,7 @@ TEST_F(PanelCycle, NothingIsKeptOfEarlierDays) {
   open();
   const auto run = [this](int first) {
     for (int task = first * TASKS; task < (first + DAYS) * TASKS; ++task) {
-      m_host.deliver(test::makeFilled(task, 3, 100));
+      m_host.deliver(testkit::makeFilled(task, 3, 100));
       if (task % TASKS < TASKS - 1) continue;
       ASSERT_TRUE(refresh());
       m_host.desk().forgetTasks();
@@ -146,10 +146,10 @@ TEST_F(PanelCycle, ALoadBuildsEachTaskOnce) {
   constexpr int DETAILS = 20;
   open();
   for (int number = 1; number <= DETAILS; ++number) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(1, number);
     const std::string code = std::to_string(600000 + number);
-    test::addParam(*detail, test::makeAccount("A1", "1001"), code, 1000, 10.0);
-    test::addOrder(*detail, code, code, 1000, 100, 10.0);
+    testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), code, 1000, 10.0);
+    testkit::addOrder(*detail, code, code, 1000, 100, 10.0);
     m_host.store(detail);
   }
   const auto builds = [this] {
@@ -166,16 +166,16 @@ TEST_F(PanelCycle, ALoadBuildsEachTaskOnce) {
   EXPECT_EQ(m_pTable->rowByPath("1")->number(EBC_Amount), DETAILS * 1000);
 
   // Nor does a reload walk anything twice, and a patch falls on the account of each of its lines.
-  const ksservice::CTaskDetailPtr patch = test::makeDetail(2);
+  const ksservice::CTaskDetailPtr patch = testkit::makeDetail(2);
   const auto command = boost::make_shared<ksservice::COrderCommand>(*patch->m_pCommand);
   command->m_nTaskId = 1;
   command->m_bPatch = true;
   patch->m_pCommand = command;
-  test::addParam(*patch, test::makeAccount("A9", "1009"), "600001", 300, 10.0);
-  test::addParam(*patch, test::makeAccount("A1", "1001"), "600002", 300, 10.0);
-  test::addOrder(*patch, "p", "600002", 300, 300, 10.0);
+  testkit::addParam(*patch, testkit::makeAccount("A9", "1009"), "600001", 300, 10.0);
+  testkit::addParam(*patch, testkit::makeAccount("A1", "1001"), "600002", 300, 10.0);
+  testkit::addOrder(*patch, "p", "600002", 300, 300, 10.0);
   m_host.store(patch);
-  m_panel->requestAccount(*test::makeAccount("A1", "1001"));
+  m_panel->requestAccount(*testkit::makeAccount("A1", "1001"));
   EXPECT_EQ(builds(), 0);
   EXPECT_EQ(m_pTable->rowByPath("1")->number(EBC_Amount), DETAILS * 1000 + 3000);
 }
@@ -184,7 +184,7 @@ TEST_F(PanelCycle, ALoadBuildsEachTaskOnce) {
 TEST_F(PanelCycle, ALongLoadShowsItsFirstTasksWhileItIsAtTheLast) {
   constexpr int TASKS = 200;
   open();
-  for (int task = 1; task <= TASKS; ++task) m_host.store(test::makeFilled(task, 2, 100));
+  for (int task = 1; task <= TASKS; ++task) m_host.store(testkit::makeFilled(task, 2, 100));
   std::atomic<bool> held{true};
   std::atomic<int> asked{0};
   m_host.setMeeting([&](const std::string& key) {
@@ -226,16 +226,16 @@ TEST_F(PanelCycle, ALongLoadShowsItsFirstTasksWhileItIsAtTheLast) {
 TEST_F(PanelCycle, ADetailThatAReloadBringsIsNamedByTheRootEvenWithoutARowOfItsOwn) {
   open();
   const auto deliver = [this](int number, int first, int second, desk::EVia via) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(1, number);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(1, number);
     for (const int operation : {first, second}) {
-      test::addParam(*detail, test::makeAccount("A1", "1001"), "600001", 1000, 10.0, operation);
+      testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), "600001", 1000, 10.0, operation);
     }
     m_host.deliver(detail, via);
   };
   deliver(2, ksservice::EOT_Buy, ksservice::EOT_Sell, desk::EVia::Feed);
   ASSERT_TRUE(refresh());
   deliver(1, ksservice::EOT_Sell, ksservice::EOT_Buy, desk::EVia::Store);
-  m_panel->requestAccount(*test::makeAccount("A1", "1001"));
+  m_panel->requestAccount(*testkit::makeAccount("A1", "1001"));
   m_host.waitForJobs();
   QCoreApplication::processEvents();
   EXPECT_EQ(m_pTable->itemText(0, EBC_TradeType), "卖出/买入");
@@ -245,9 +245,9 @@ TEST_F(PanelCycle, ADetailThatAReloadBringsIsNamedByTheRootEvenWithoutARowOfItsO
 TEST_F(PanelCycle, AHostIsToldOfTheRowThatIsChosenAndShowsOneThatIsFolded) {
   open();
   for (const int task : {1, 12}) {
-    const ksservice::CTaskDetailPtr detail = test::makeDetail(task);
+    const ksservice::CTaskDetailPtr detail = testkit::makeDetail(task);
     for (int i = 0; i < 80; ++i) {
-      test::addParam(*detail, test::makeAccount("A1", "1001"), std::to_string(600000 + i), 1000, 10.0);
+      testkit::addParam(*detail, testkit::makeAccount("A1", "1001"), std::to_string(600000 + i), 1000, 10.0);
     }
     m_host.deliver(detail);
   }

@@ -8,9 +8,9 @@
 #include "BasketColumns.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "CTestHost.h"
 #include "Names.h"
 #include "Sizes.h"
-#include "TestHost.h"
 #include "gv/CFindBar.h"
 #include "gv/Controls.h"
 #include "tc/TaskEvents.h"
@@ -25,7 +25,7 @@ struct SSelector : IAccountGroupSelector {
 
 class PanelShell : public ::testing::Test {
  protected:
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   const std::unique_ptr<CBasketTasksPanel> m_panel = std::make_unique<CBasketTasksPanel>(1, nullptr);
   CHpfBasketStatusTable& m_table = *m_panel->findChild<CHpfBasketStatusTable*>();
 };

@@ -9,8 +9,8 @@
 #include "BasketColumns.h"
 #include "CBasketTasksPanel.h"
 #include "CHpfBasketStatusTable.h"
+#include "CTestHost.h"
 #include "TaskDetails.h"
-#include "TestHost.h"
 
 namespace TC {
 namespace {
@@ -29,7 +29,7 @@ void runGui(int msec, const std::function<void()>& step) {
 }
 
 TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
-  test::CTestHost host(test::CTestHost::EClock::Live);
+  testkit::CTestHost host(testkit::CTestHost::EClock::Live);
   CBasketTasksPanel panel(1, nullptr);
   panel.setTradeType(EMTT_Stock);
   panel.resize(1200, 500);
@@ -40,8 +40,8 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   const auto feed = [&](int first) {
     while (!stop) {
       const int volume = std::min(999, ++filled);
-      for (int task = first; task <= TASKS; task += 2) host.deliver(test::makeFilled(task, ROWS, volume));
-      const ksservice::CTaskDetailPtr failed = test::makeFilled(first, ROWS, volume);
+      for (int task = first; task <= TASKS; task += 2) host.deliver(testkit::makeFilled(task, ROWS, volume));
+      const ksservice::CTaskDetailPtr failed = testkit::makeFilled(first, ROWS, volume);
       failed->m_nStatus = ksservice::ETS_ExecutionError;
       failed->m_strMessage = std::to_string(volume);
       host.deliver(failed);
@@ -53,7 +53,7 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   runGui(8000, [&] {
     ++step;
     if (step % 7 == 0 && step % 12 != SETTINGS) panel.handleEvent(5, step % 12, 0, QString(), nullptr);
-    if (step % 5 == 0) panel.requestAccount(*test::makeAccount("A1", "1001"));
+    if (step % 5 == 0) panel.requestAccount(*testkit::makeAccount("A1", "1001"));
     if (step % 97 == 0) host.services().announceTradingDay("20261124");
     if (step % 103 == 0) {
       panel.setTradeType(static_cast<EMavTraderType>(EMTT_Stock + 1));
@@ -65,7 +65,7 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
   stop = true;
   odd.join();
   even.join();
-  for (int task = 1; task <= TASKS; ++task) host.deliver(test::makeFilled(task, ROWS, 1000));
+  for (int task = 1; task <= TASKS; ++task) host.deliver(testkit::makeFilled(task, ROWS, 1000));
   panel.handleEvent(5, 0, 0, QString(), nullptr);
   runGui(3000, [] {});
   int roots = 0;
@@ -82,9 +82,9 @@ TEST(PanelThreads, FeedRefreshAndGuiRunAgainstEachOther) {
 /// while that is applied. The host's timers start the refreshes, so that a round takes no longer than its work.
 TEST(PanelThreads, ThePanelGoesInTheMiddleOfARefresh) {
   constexpr int ROUNDS = 1000;
-  test::CTestHost host;
+  testkit::CTestHost host;
   std::vector<ksservice::CTaskDetailPtr> details(TASKS);
-  for (int task = 0; auto& detail : details) detail = test::makeFilled(++task, ROWS, 100);
+  for (int task = 0; auto& detail : details) detail = testkit::makeFilled(++task, ROWS, 100);
   std::atomic<bool> stop{false};
   std::thread feed([&] {
     for (std::size_t next = 0; !stop; ++next) {

@@ -42,7 +42,7 @@ class CSafetyDay : private IPanelWatcher {
     std::map<std::string, int> m_volumes;  ///< accepted, by row
   };
 
-  void onAsked(const CTestHost::SCreation& request, SCreation& creation) override;
+  void onAsked(const testkit::CTestHost::SCreation& request, SCreation& creation) override;
   void onSent(const std::string& operation) override;
   void note(const std::string& text) override;
   void check(bool holds, const std::string& rule);

@@ -159,9 +159,9 @@ const Details& CSafetyHost::load() {
 // What the panel asks
 
 void CSafetyHost::pump() {
-  for (const CTestHost::SCreation& request : m_front.takeCreations()) ask(request);
-  for (const CTestHost::SCall& call : m_front.takeCalls()) operate(call);
-  for (const CTestHost::SQuery& each : m_front.takeQueries()) query(each);
+  for (const testkit::CTestHost::SCreation& request : m_front.takeCreations()) ask(request);
+  for (const testkit::CTestHost::SCall& call : m_front.takeCalls()) operate(call);
+  for (const testkit::CTestHost::SQuery& each : m_front.takeQueries()) query(each);
 }
 
 /// late: it takes up to the day's latency.
@@ -170,7 +170,7 @@ void CSafetyHost::post(EWay way, int percentLost, bool late, std::function<void(
   m_letters.push_back({way, m_nNow + (late ? below(m_random, m_plan.m_nLatencyMsec) : 0), std::move(deliver)});
 }
 
-void CSafetyHost::ask(const CTestHost::SCreation& request) {
+void CSafetyHost::ask(const testkit::CTestHost::SCreation& request) {
   const auto creation = std::make_shared<SCreation>();
   m_watcher.onAsked(request, *creation);
   m_creations.push_back(creation);
@@ -190,8 +190,8 @@ void CSafetyHost::ask(const CTestHost::SCreation& request) {
   });
 }
 
-void CSafetyHost::operate(const CTestHost::SCall& call) {
-  using ECall = CTestHost::ECall;
+void CSafetyHost::operate(const testkit::CTestHost::SCall& call) {
+  using ECall = testkit::CTestHost::ECall;
   const bool pauses = call.kind == ECall::PauseLocal;
   if (!call.record && !pauses && call.kind != ECall::ResumeLocal) return;  // the hedge's
   const bool server = call.kind == ECall::OperateServer;
@@ -205,7 +205,7 @@ void CSafetyHost::operate(const CTestHost::SCall& call) {
   });
 }
 
-void CSafetyHost::query(const CTestHost::SQuery& query) {
+void CSafetyHost::query(const testkit::CTestHost::SQuery& query) {
   std::vector<std::string> tasks = query.tasks;
   const int basket = m_stored.at(tasks.front())->m_pCommand->m_nTaskId;
   const int number = m_queried[basket] = ++m_nQueries;

@@ -6,8 +6,8 @@
 #include <set>
 #include <thread>
 
+#include "CTestHost.h"
 #include "SafetyMarket.h"
-#include "TestHost.h"
 
 namespace test {
 
@@ -38,7 +38,7 @@ using CreationPtr = std::shared_ptr<SCreation>;
 class IPanelWatcher {
  public:
   virtual ~IPanelWatcher() = default;
-  virtual void onAsked(const CTestHost::SCreation& request, SCreation& creation) = 0;
+  virtual void onAsked(const testkit::CTestHost::SCreation& request, SCreation& creation) = 0;
   /// An operation on a sub-task, in the words of operationText.
   virtual void onSent(const std::string& operation) = 0;
   virtual void note(const std::string& text) = 0;
@@ -55,7 +55,7 @@ class CSafetyHost {
  public:
   CSafetyHost(SDayPlan& plan, Random& random, IPanelWatcher& watcher);
 
-  CTestHost& front() { return m_front; }
+  testkit::CTestHost& front() { return m_front; }
   std::int64_t now() const { return m_nNow; }
   /// Lets the market go on to msec since midnight, and some of what is on its way arrive.
   void step(std::int64_t msec);
@@ -112,9 +112,9 @@ class CSafetyHost {
   void startBasket();
   void waitForJobs();
   void post(EWay way, int percentLost, bool late, std::function<void()> deliver);
-  void ask(const CTestHost::SCreation& request);
-  void query(const CTestHost::SQuery& query);
-  void operate(const CTestHost::SCall& call);
+  void ask(const testkit::CTestHost::SCreation& request);
+  void query(const testkit::CTestHost::SQuery& query);
+  void operate(const testkit::CTestHost::SCall& call);
   void deliverSome();
   bool canCome(const SSource& source) const;
   void deliverProgress(const std::string& key, SSource& source);
@@ -125,7 +125,7 @@ class CSafetyHost {
   SDayPlan& m_plan;
   Random& m_random;
   IPanelWatcher& m_watcher;
-  CTestHost m_front;
+  testkit::CTestHost m_front;
   CSafetyMarket m_market;
   std::int64_t m_nNow = exchange::DAY_OPENS;
   std::vector<int> m_baskets;  ///< by place in the plan

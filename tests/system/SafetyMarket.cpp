@@ -37,7 +37,7 @@ CSafetyMarket::CSafetyMarket(const SDayPlan& plan, Random& random, Tell tell)
 
 int CSafetyMarket::start(const engine::SBasketOrder& basket) {
   if (std::exchange(m_bDayOver, false)) m_pBroker = std::make_unique<CSafetyBroker>(m_plan, m_random);
-  COrderCommand command = *makeDetail(m_nTasks + 1)->m_pCommand;
+  COrderCommand command = *testkit::makeDetail(m_nTasks + 1)->m_pCommand;
   command.m_nOrderType = basket.m_algo ? EORT_Algo : EORT_Plain;
   // The panel of another trader type shows it.
   if (m_plan.has(ING_Reopen) && m_nTasks > 0 && chance(m_random, 30)) ++command.m_nTraderType;
@@ -83,7 +83,7 @@ int CSafetyMarket::make(COrderCommand command, const Lines& lines) {
   if (m_plan.has(ING_Hedges) && !shared->m_bPatch) {
     const auto hedge = boost::make_shared<COrderCommand>(*shared);
     hedge->m_nBasketType = ECBT_Hedge;
-    const auto account = makeAccount("F1", "2001");
+    const auto account = testkit::makeAccount("F1", "2001");
     account->m_nType = 1;
     CCodeOrderParam future;
     future.m_pAccount = account;

@@ -68,7 +68,7 @@ SDayPlan::SDayPlan(std::uint64_t seed, unsigned allowed, bool all)
   const int accounts = 1 + below(m_random, has(ING_Twins) || has(ING_Mixed) ? 3 : 2);
   for (int i = 1; i <= accounts; ++i) {
     const int displayId = 1000 + (has(ING_Twins) && i == 2 ? 1 : i);
-    m_accounts.push_back(makeAccount("A" + std::to_string(i), std::to_string(displayId)));
+    m_accounts.push_back(testkit::makeAccount("A" + std::to_string(i), std::to_string(displayId)));
   }
   m_nLatencyMsec = pick(m_random, std::initializer_list<int>{200, 5000, 60000, 300000});
   m_nDeliverPercent = has(ING_Late) ? 20 + below(m_random, 60) : 100;

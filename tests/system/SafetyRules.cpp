@@ -66,7 +66,7 @@ void CSafetyDay::checkConfirmation() {
   check(m_confirmation.m_nDropped == m_drops[m_confirmation.m_nBasket], "a confirmation is sent after the drop");
 }
 
-void CSafetyDay::onAsked(const CTestHost::SCreation& request, SCreation& creation) {
+void CSafetyDay::onAsked(const testkit::CTestHost::SCreation& request, SCreation& creation) {
   ++m_counts[m_bDirect ? "direct patches" : "patches"];
   creation.m_nBasket = request.m_nTaskId;
   creation.m_nAsked = m_host.now();

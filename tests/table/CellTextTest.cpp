@@ -4,8 +4,8 @@
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusData.h"
+#include "CTestHost.h"
 #include "EHpfBasketTaskStatus.h"
-#include "TestHost.h"
 #include "gv/CTextRuns.h"
 #include "gv/CUiResource.h"
 #include "ksservice/Enumerations.h"
@@ -81,7 +81,7 @@ TEST(CellText, TradeTypesJoinAndColour) {
 // Free texts (parameters, remarks, names of baskets and of accounts, tags of algorithms, own texts of a status) may be
 // cut, as may lists of accounts and of trade types: they end with an ellipsis and are shown whole as a tip.
 TEST(CellText, LongestFiguresAndTermsFitTheirColumns) {
-  const test::CTestHost host;
+  const testkit::CTestHost host;
   SRow large({ksservice::EOT_SellOpen, ksservice::EOT_Buy}, {});
   large.figures.tradedAmount = -9999999999.99;
   const SRow side({ksservice::EOT_CollateralOut}, {});

@@ -18,10 +18,10 @@
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
+#include "CTestHost.h"
 #include "FolderTest.h"
 #include "TableExport.h"
 #include "Tasks.h"
-#include "TestHost.h"
 #include "gv/CFileDialog.h"
 
 using namespace TC;
@@ -191,7 +191,7 @@ class Export : public test::CFolderTest {
     return lines.join('\n').toUtf8();
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   std::unique_ptr<CHpfBasketStatusTable> m_table = std::make_unique<CHpfBasketStatusTable>(1, nullptr);
   QString m_answer;
 };

@@ -6,7 +6,7 @@
 #include "BasketColumns.h"
 #include "CBasketTask.h"
 #include "CHpfBasketOptionDelegate.h"
-#include "TestHost.h"
+#include "CTestHost.h"
 #include "gv/CUiResource.h"
 
 using namespace TC;
@@ -48,7 +48,7 @@ class OptionDelegate : public testing::Test {
     return shown(TASK);
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   static CHpfBasketOptionDelegate::SRowRef rowOf(const QString& key) { return {key, nullptr, key == HEDGE}; }
   CHpfBasketOptionDelegate m_delegate{&rowOf, nullptr};
 };

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "CTestHost.h"
 #include "Tasks.h"
-#include "TestHost.h"
 
 using namespace TC;
 
@@ -22,7 +22,7 @@ class Staging : public testing::Test {
     return batch.at(0);
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   CBasketStaging m_staging;
   test::TaskPtr m_task = test::makeTask(1);
   CBasketTaskItem& m_root = *m_task->getRoot();
@@ -71,7 +71,7 @@ TEST_F(Staging, BringsTextsWhenOneChanged) {
 /// The host is asked again in each refresh, for what it did not know and for what it knew.
 TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   EXPECT_EQ(stage(m_task).texts->infoOf[1]->name, "");
-  CCodeInfo info = test::makeInstrument("SH", "600000");
+  CCodeInfo info = testkit::makeInstrument("SH", "600000");
   for (const char* name : {"浦发银行", "ST浦发"}) {
     info.m_strName = name;
     m_host.desk().setInstrument(info);
@@ -83,7 +83,7 @@ TEST_F(Staging, FollowsWhatTheHostSaysOfAnInstrument) {
   m_staging.beginRefresh(0);
   EXPECT_FALSE(stage(m_task).texts) << "it says the same";
 
-  info = test::makeInstrument("SH", "600036");
+  info = testkit::makeInstrument("SH", "600036");
   info.m_strName = "招商银行";
   m_host.desk().setInstrument(info);
   m_host.setMeeting([](const std::string& key) {

@@ -7,8 +7,8 @@
 
 #include "BasketColumns.h"
 #include "CHpfBasketStatusTable.h"
+#include "CTestHost.h"
 #include "Tasks.h"
-#include "TestHost.h"
 #include "tc/TaskEvents.h"
 
 using namespace TC;
@@ -89,7 +89,7 @@ class StatusTable : public testing::Test {
     return list;
   }
 
-  test::CTestHost m_host;
+  testkit::CTestHost m_host;
   CTableOwner m_owner;
   CHpfBasketStatusTable m_table{1, &m_owner};
   const QAbstractItemModelTester m_tester{m_table.dataModel(), QAbstractItemModelTester::FailureReportingMode::Fatal};

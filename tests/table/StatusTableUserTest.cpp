@@ -164,7 +164,7 @@ TEST_F(StatusTable, RowsAreFoundByWhatPeopleCallThem) {
   const std::pair<const char*, const char*> names[] = {
       {"600000", "浦发银行"}, {"600036", "招商银行"}, {"601398", "中信"}};
   for (const auto& [code, name] : names) {
-    CCodeInfo info = test::makeInstrument("SH", code);
+    CCodeInfo info = testkit::makeInstrument("SH", code);
     info.m_strName = name;
     if (info.m_strCode == "601398") info.m_strPinyin = "GSYH";
     m_host.desk().setInstrument(info);
@@ -320,7 +320,7 @@ TEST_F(StatusTable, QuantitiesAreInTheTradeUnitsOfNowOfTheTwoTypesOnly) {
       {ksservice::STOCK_TYPE_SZ_UNITS, 100, "2.50 / 10.00"},
       {ksservice::STOCK_TYPE_SZ_UNITS, 0, "250.00 / 1000.00"},  // a unit below 1 counts as 1
       {ksservice::STOCK_TYPE_UI_UNIT, 100, "250 / 1000"}};
-  CCodeInfo info = test::makeInstrument("SH", "600000");
+  CCodeInfo info = testkit::makeInstrument("SH", "600000");
   m_host.desk().setInstrument(info);
   m_table.setParam("/1");
   show(1, "A1", "1001", {{"600000", 250}});

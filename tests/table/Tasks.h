@@ -23,11 +23,12 @@ inline TaskPtr makeTask(int id) {
 inline ksservice::CTaskDetailPtr update(const TaskPtr& task, int number, const std::string& accountKey,
                                         const std::string& displayId,
                                         const std::vector<std::pair<std::string, int>>& traded) {
-  ksservice::CTaskDetailPtr detail = makeDetail(task->getGroupId(), number);
-  const auto account = makeAccount(accountKey, displayId);
+  ksservice::CTaskDetailPtr detail = testkit::makeDetail(task->getGroupId(), number);
+  const auto account = testkit::makeAccount(accountKey, displayId);
   for (const auto& [code, volume] : traded) {
-    addParam(*detail, account, code, 1000, 10);
-    if (volume > 0) addOrder(*detail, std::string(accountKey).append("-").append(code), code, 1000, volume, 10);
+    testkit::addParam(*detail, account, code, 1000, 10);
+    if (volume > 0)
+      testkit::addOrder(*detail, std::string(accountKey).append("-").append(code), code, 1000, volume, 10);
   }
   task->updateDetail(detail);
   return detail;
@@ -36,10 +37,10 @@ inline ksservice::CTaskDetailPtr update(const TaskPtr& task, int number, const s
 /// Gives the task a hedge row of two lots.
 inline void addHedge(const TaskPtr& task, const std::string& accountKey, const std::string& displayId,
                      const std::string& code, int operation = ksservice::EOT_SellOpen) {
-  ksservice::CTaskDetailPtr detail = makeDetail(task->getGroupId(), 1);
-  const auto account = makeAccount(accountKey, displayId);
+  ksservice::CTaskDetailPtr detail = testkit::makeDetail(task->getGroupId(), 1);
+  const auto account = testkit::makeAccount(accountKey, displayId);
   account->m_nType = 1;
-  addParam(*detail, account, code, 2, 4000, operation);
+  testkit::addParam(*detail, account, code, 2, 4000, operation);
   task->updateHedge(detail);
 }
 

@@ -1,4 +1,4 @@
-#include "TestHost.h"
+#include "CTestHost.h"
 
 #include <boost/make_shared.hpp>
 #include <limits>
@@ -8,7 +8,7 @@
 #include "tc/Services.h"
 #include "utils/Log.h"
 
-namespace test {
+namespace testkit {
 
 using namespace ksservice;
 
@@ -224,4 +224,4 @@ void CTestHost::setHedgeParam(int groupId, int commandId, const CBasketHedgePara
   add(m_hedgeParams, {groupId, commandId, param});
 }
 
-}  // namespace test
+}  // namespace testkit

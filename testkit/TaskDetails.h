@@ -7,7 +7,7 @@
 #include "ksservice/CTaskDetail.h"
 #include "tc/CExchangeClient.h"
 
-namespace test {
+namespace testkit {
 
 inline boost::shared_ptr<ksservice::CAccountInfo> makeAccount(const std::string& key, const std::string& displayId) {
   auto account = boost::make_shared<ksservice::CAccountInfo>();
@@ -86,4 +86,4 @@ inline ksservice::CTaskDetailPtr makeFilled(int task, int rows, int traded) {
   return detail;
 }
 
-}  // namespace test
+}  // namespace testkit

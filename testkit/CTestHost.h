@@ -13,7 +13,7 @@
 #include "CHostServices.h"
 #include "tc/CItCommandCenter.h"
 
-namespace test {
+namespace testkit {
 
 /// The terminal's desk with a record of what was asked of it. Where a test needs what no desk does, something stands
 /// before the desk: answers may come late, in any order or never, and whoever asks may be held or thrown at.
@@ -135,4 +135,4 @@ class CTestHost : private desk::IDeskDriver, private desk::IDeskObserver {
   std::unique_ptr<SGates> m_pGates;
 };
 
-}  // namespace test
+}  // namespace testkit
