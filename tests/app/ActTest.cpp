@@ -94,7 +94,8 @@ struct SRig {
     m_simulation.engine().setEventHook([this](const SEngineEvent& event) { m_told.push_back(event.m_strText); });
   }
   std::unique_ptr<app::CEngineThread> makeThread(app::IActKeeper& keeper) {
-    auto thread = std::make_unique<app::CEngineThread>(m_simulation, m_desk, DAY, app::CEngineThread::SPace{1, -1}, [] {});
+    auto thread =
+        std::make_unique<app::CEngineThread>(m_simulation, m_desk, DAY, app::CEngineThread::SPace{1, -1}, [] {});
     thread->setKeeper(&keeper);
     return thread;
   }
