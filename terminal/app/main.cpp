@@ -180,12 +180,14 @@ int runPast(const app::SParsedOptions& parsed, app::COutputs& outputs, TC::Creat
   QObject::connect(&signalWatch, &app::CSignalWatch::sigEnd, &window, [] { QApplication::quit(); });
   session.start();
   QApplication::exec();
+  // The day could not be read, which was told.
+  if (!session.panel()) return EXIT_BAD_INPUT;
   session.dump();
   if (!options.m_strWhy.isEmpty() && !app::printWhy(session, options.m_strWhy)) {
     return fail(options.m_strPast + ": no row " + options.m_strWhy.toStdString());
   }
   outputs.writePicture(window.picture());
-  return session.panel() ? 0 : EXIT_BAD_INPUT;
+  return 0;
 }
 
 int runTerminal(const app::SParsedOptions& parsed) {

@@ -14,9 +14,10 @@
 namespace basket {
 namespace {
 
-constexpr std::size_t SAMPLE = 200;       // rows by which the separator is told
-constexpr std::size_t QUOTED_LINES = 8;   // a quoted cell goes over no more lines: a quote is more often a slip
-constexpr std::string_view BLANKS = " ";  // the separator that is any number of blanks
+constexpr std::size_t SAMPLE = 200;             // rows by which the separator is told
+constexpr std::size_t QUOTED_LINES = 8;         // a quoted cell goes over no more lines: a quote is more often a slip
+constexpr std::size_t LONGEST_SENTENCE = 4000;  // bytes; reading one takes the square of its length
+constexpr std::string_view BLANKS = " ";        // the separator that is any number of blanks
 
 using Lines = std::vector<STextLine>;
 
@@ -135,6 +136,7 @@ SSheet proseOf(const Lines& lines) {
   for (const STextLine& line : lines) {
     SSheetRow row{line.m_nLine, {std::string(trimmed(line.m_strText))}, {}};
     if (line.m_pBroken != nullptr) row.m_strFault = std::string("文字编码损坏：不是 ") + line.m_pBroken;
+    if (row.m_cells.front().size() > LONGEST_SENTENCE) row = {line.m_nLine, {"…"}, "一句超过 4000 字节"};
     if (!row.m_cells.front().empty() || !row.m_strFault.empty()) sheet.m_rows.push_back(std::move(row));
   }
   return sheet;

@@ -147,7 +147,9 @@ TEST_F(Day, OneThatSomebodyMadeUpIsRefusedInWords) {
       if (words.last() == "why") all.insert(3, "600000");
       const SResult result = runTerminal(all);
       EXPECT_GE(result.m_nStatus, 0) << file << " " << words.last().toStdString() << ": " << result.m_nStatus;
-      if (words.last() == "verify") EXPECT_TRUE(result.m_nStatus == 1 || result.m_nStatus == 2) << file;
+      if (words.last() == "verify") {
+        EXPECT_GE(result.m_nStatus, 1) << file;
+      }
     }
   }
 }

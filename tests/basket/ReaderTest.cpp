@@ -143,6 +143,9 @@ TEST(BasketReader, RefusesAtOnceWhatIsTooLarge) {
             200'000u);
   EXPECT_EQ(readSourceText(lines + "600000,买入,100\n").m_strFault, "超过 200000 行");
   // As of a workbook, what stands far to the right is no basket.
+  const SSource prose = readSourceText("买入 600000 100 股\n" + std::string(1000000, ',') + "买\n");
+  ASSERT_EQ(prose.m_sheets.size(), 1u);
+  EXPECT_EQ(prose.m_sheets[0].m_rows[1].m_strFault, "一句超过 4000 字节");
   const SSource wide = readSourceText("代码,方向,数量" + std::string(500000, ',') + "\n600000,买入,100\n");
   ASSERT_EQ(wide.m_sheets.size(), 1u);
   EXPECT_EQ(wide.m_sheets[0].m_rows[0].m_cells.size(), 1024u);
