@@ -120,7 +120,8 @@ void standsManyThreads(CTrial& trial) {
   std::vector<std::thread> readers;
   for (int i = 0; i < 3; ++i) {
     readers.emplace_back([&stop, &broken, knownTasks = tasks] {
-      while (!stop) {
+      // Once at least: on a busy machine all may have come before it begins.
+      do {
         for (const CTaskDetailPtr& task : knownTasks) {
           const CTaskDetailPtr known = data().taskDetail(task->getKey());
           if (!known || known->getKey() != task->getKey() || known->m_orders.size() != 1) broken = true;
@@ -131,7 +132,7 @@ void standsManyThreads(CTrial& trial) {
           data().orderDetail(task->m_orders[0]->m_tag);
         }
         if (data().taskDetails().size() < knownTasks.size()) broken = true;
-      }
+      } while (!stop);
     });
   }
   for (int round = 0; round < 10; ++round) {

@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QThread>
 #include <boost/make_shared.hpp>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
@@ -275,7 +276,14 @@ TEST(CheckHost, PassesAHostThatIsAsItMustBe) {
   CHost host({});
   for (const SViolation& each : checkHost(host)) ADD_FAILURE() << each.m_strRule << ": " << each.m_strWhat;
   std::set<std::string> names;
-  for (const SRule& rule : hostRules()) EXPECT_TRUE(names.insert(rule.m_pName).second) << rule.m_pName;
+  std::ifstream file(PBT_SOURCE_DIR "/docs/testkit.md");
+  const std::string document{std::istreambuf_iterator<char>(file), {}};
+  for (const SRule& rule : hostRules()) {
+    EXPECT_TRUE(names.insert(rule.m_pName).second) << rule.m_pName;
+    const std::string line = std::string("| `") + rule.m_pName + "` | " + rule.m_pThread + " | " + rule.m_pMust +
+                             " | " + rule.m_pOtherwise + " |\n";
+    EXPECT_NE(document.find(line), std::string::npos) << line;
+  }
 }
 
 TEST(CheckHost, SeesEachFaultByItsRule) {
