@@ -29,7 +29,7 @@ bool CTrial::waitFor(const std::function<bool()>& holds, int msec) const {
 
 CTaskDetailPtr CTrial::makeTask() {
   static std::atomic<int> next{900000};
-  const CTaskDetailPtr detail = makeDetail(next++);
+  CTaskDetailPtr detail = makeDetail(next++);
   detail->m_pCommand->m_strUser = TC::getUserConfig().userName();
   detail->m_pCommand->m_strLogin = TraderCenter::instance().getDataCenter().loginIdentity();
   addParam(*detail, makeAccount("testkit", "testkit"), "600000", 1000, 10);
@@ -38,7 +38,7 @@ CTaskDetailPtr CTrial::makeTask() {
 }
 
 CTaskDetailPtr CTrial::makeNewer(const CTaskDetail& task) {
-  const auto newer = boost::make_shared<CTaskDetail>(task);
+  auto newer = boost::make_shared<CTaskDetail>(task);
   const auto order = boost::make_shared<COrderInfo>(*task.m_orders.at(0));
   order->m_nTradedVolume += 100;
   order->m_dTradedAmount += 1000;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <limits>
 #include <memory>
@@ -25,11 +26,11 @@ IDataCenter& data() { return TraderCenter::instance().getDataCenter(); }
 
 void neverGoesBack(CTrial& trial) {
   std::atomic<bool> back{false};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 2; ++i) {
-    threads.emplace_back([&back] {
+  std::array<std::thread, 2> threads;
+  for (std::thread& each : threads) {
+    each = std::thread([&back] {
       double last = utils::clockMSec();
-      for (int each = 0; each < 20000; ++each) {
+      for (int i = 0; i < 20000; ++i) {
         const double now = utils::clockMSec();
         if (now < last) back = true;
         last = now;
@@ -117,9 +118,9 @@ void standsManyThreads(CTrial& trial) {
   for (int i = 0; i < 20; ++i) trial.deliver(tasks.emplace_back(CTrial::makeTask()));
   std::atomic<bool> stop{false};
   std::atomic<bool> broken{false};
-  std::vector<std::thread> readers;
-  for (int i = 0; i < 3; ++i) {
-    readers.emplace_back([&stop, &broken, knownTasks = tasks] {
+  std::array<std::thread, 3> readers;
+  for (std::thread& each : readers) {
+    each = std::thread([&stop, &broken, knownTasks = tasks] {
       // Once at least: on a busy machine all may have come before it begins.
       do {
         for (const CTaskDetailPtr& task : knownTasks) {
