@@ -101,7 +101,7 @@ TEST_F(TimeBar, TellsTheMarksUnderTheHandAndTheMomentToAReader) {
   EXPECT_EQ(track()->accessibleDescription(), "10:00:00\n10:00:00  开始篮子 一\n10:00:00  拒单：停牌");
   // A pixel is many seconds: a reader is told the moment itself.
   for (int second = 0; second < 100; ++second) {
-    m_bar.setNow(NINE + 1000 * second);
+    m_bar.setNow(NINE + std::int64_t{1000} * second);
     EXPECT_EQ(track()->accessibleDescription(),
               QStringLiteral("09:0%1:%2").arg(second / 60).arg(second % 60, 2, 10, QLatin1Char('0')));
   }
