@@ -123,11 +123,14 @@ class CSheet : public ss::iface::import_sheet, public ss::iface::import_formula 
     const std::string_view bare = trimmed(text);
     if (bare.empty() || row < 0 || column < 0 || column >= MOST_COLUMNS) return;
     if (row >= MOST_LINES) throw STooMuch(TOO_MANY_LINES);
-    if (++m_cells > MOST_CELLS) throw STooMuch("单元格太多");
     const auto at = static_cast<std::size_t>(row);
     while (m_sheet.m_rows.size() <= at) m_sheet.m_rows.push_back({static_cast<int>(m_sheet.m_rows.size()) + 1, {}, {}});
     auto& cells = m_sheet.m_rows[at].m_cells;
-    if (cells.size() <= static_cast<std::size_t>(column)) cells.resize(static_cast<std::size_t>(column) + 1);
+    // A row takes memory up to its last cell.
+    const std::size_t width = std::max(cells.size(), static_cast<std::size_t>(column) + 1);
+    m_cells += width - cells.size();
+    if (m_cells > MOST_CELLS) throw STooMuch("单元格太多");
+    cells.resize(width);
     cells[static_cast<std::size_t>(column)] = bare;
   }
 
