@@ -216,8 +216,7 @@ void numbersParameters(CTrial& trial) {
 std::vector<STriedRule> dataRules() {
   return {
       {{"detail.told", "a thread of the host",
-        "each subscriber of task details hears of each once, and of no other type",
-        "a row never comes, or comes late with \"刷新\""},
+        "each subscriber of task details hears of each once, and of no other type", "a row never comes"},
        tellsOnce},
       {{"detail.newest", "any", "taskDetail and taskDetails give the newest detail of each key, in key order",
         "an older state comes back with each load"},

@@ -86,18 +86,20 @@ void CDayOutputs::onTask(const desk::SPublication& publication) {
 /// Of a detail that follows another one what is new.
 void CDayOutputs::addFacts(const desk::SPublication& publication, STask& known) {
   const ksservice::CTaskDetail& detail = *publication.m_pDetail;
-  static const ksservice::CTaskDetail UNTOLD;
-  const ksservice::CTaskDetail& told = known.m_pDetail ? *known.m_pDetail : UNTOLD;
+  // Not the detail itself: whole ones that are kept would take the place of those that come.
+  ksservice::CTaskDetail& told = known.m_told;
   m_strTasks += "{\"at\":";
   appendJson(m_strTasks, now());
   appendField(m_strTasks, "key", detail.getKey());
   forDetailFields(
-      [this](const char* name, const auto& value, const auto& before) {
-        if (value != before) appendField(m_strTasks, name, value);
+      [this](const char* name, const auto& value, auto& before) {
+        if (value == before) return;
+        appendField(m_strTasks, name, value);
+        before = value;
       },
       detail, told);
   if (detail.m_pCommand && detail.m_pCommand != told.m_pCommand) appendCommand(m_strTasks, *detail.m_pCommand);
-  known.m_pDetail = publication.m_pDetail;
+  told.m_pCommand = detail.m_pCommand;
   if (publication.m_bSameParams || detail.m_params.empty()) return;
   m_strTasks += ",\"params\":[";
   for (const ksservice::CCodeOrderParam& param : detail.m_params) {

@@ -39,7 +39,7 @@ class CDayOutputs : public desk::IDeskObserver {
 
  private:
   struct STask {
-    ksservice::CTaskDetailPtr m_pDetail;             ///< as it was told last; null before the first
+    ksservice::CTaskDetail m_told;                   ///< as it was told last, without its parameters and orders
     std::vector<ksservice::COrderInfoPtr> m_orders;  ///< as they were told last
     std::size_t m_nOver = 0;                         ///< so many of the first ones are over: nothing of them changes
     std::vector<int> m_lines;                        ///< of a server task's orders, as far as its progress told it
