@@ -26,7 +26,8 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverl
                     -Wno-error=deprecated-declarations)
 # g++ 12 takes std::string's own copies for overflows once -O3 has inlined them (a known false alarm).
 add_compile_options($<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-Wno-error=stringop-overflow>
-                    $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-Wno-error=restrict>)
+                    $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-Wno-error=restrict>
+                    $<$<AND:$<CONFIG:Release>,$<CXX_COMPILER_ID:GNU>>:-Wno-error=array-bounds>)
 add_compile_definitions(QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS BOOST_ALL_NO_LIB BOOST_BIND_GLOBAL_PLACEHOLDERS
                         BOOST_ASIO_DISABLE_FENCED_BLOCK)
 

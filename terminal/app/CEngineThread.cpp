@@ -18,6 +18,7 @@ CEngineThread::CEngineThread(engine::CSimulation& simulation, desk::CDesk& desk,
                              std::function<void()> atEnd)
     : m_simulation(simulation),
       m_desk(desk),
+      m_taker(simulation, desk),
       m_nDayStart(dayStart),
       m_pace(pace),
       m_atEnd(std::move(atEnd)),
@@ -56,40 +57,6 @@ void CEngineThread::ask(std::function<void(engine::CSimulation&)> question) {
   if (!m_bStopping) m_questions.push_back(std::move(question));
 }
 
-/// Nothing is carried out of which there is no entry: it would be gone after a crash.
-void CEngineThread::takeActs(const std::vector<engine::Act>& acts, int actsLine) {
-  if (acts.empty()) return;
-  if (std::any_of(acts.begin(), acts.end(), [this](const engine::Act& act) { return startsWithout(act); })) {
-    if (acts.size() > 1) return takeSingly(acts, actsLine);
-    return takeAct(acts.front(), actsLine, "套利参数未写入");
-  }
-  const std::string fault = m_pKeeper ? m_pKeeper->keep(m_simulation.now(), acts, actsLine) : std::string();
-  // What cancels is kept where the rest is not.
-  if (!fault.empty() && acts.size() > 1) return takeSingly(acts, actsLine);
-  for (const engine::Act& act : acts) takeAct(act, actsLine, fault);
-}
-
-void CEngineThread::takeSingly(const std::vector<engine::Act>& acts, int actsLine) {
-  for (const engine::Act& act : acts) takeActs({act}, actsLine);
-}
-
-/// It was kept, but for a fault.
-void CEngineThread::takeAct(const engine::Act& act, int actsLine, const std::string& fault) {
-  if (const auto* given = std::get_if<engine::SSetHedge>(&act)) {
-    fault.empty() ? static_cast<void>(m_unkeptHedges.erase(given->m_nGroupId))
-                  : static_cast<void>(m_unkeptHedges.insert(given->m_nGroupId));
-  }
-  if (!fault.empty()) return engine::refuse(act, "日志无法写入，未执行：" + fault, m_simulation);
-  engine::carryOut(act, m_simulation);
-  if (actsLine > 0) engine::noteHedge(act, m_desk, false);
-}
-
-/// A hedge does not start by older parameters than those that its user gave.
-bool CEngineThread::startsWithout(const engine::Act& act) const {
-  const auto* steered = std::get_if<engine::SSteerHedge>(&act);
-  return steered && steered->m_eAct == engine::EHedgeAct::Start && m_unkeptHedges.contains(steered->m_nGroupId);
-}
-
 /// Nobody waits for what the schedule asks: an answer would be taken for that to somebody's request.
 void CEngineThread::takeDue(std::int64_t target) {
   for (;;) {
@@ -98,7 +65,7 @@ void CEngineThread::takeDue(std::int64_t target) {
     m_simulation.advanceTo(step);
     const CActSchedule::SDue due = m_pSchedule->take(m_simulation);
     m_simulation.server().setAnswering(false);
-    takeActs(due.m_acts, due.m_nLine);
+    m_taker.take(due.m_acts, due.m_nLine);
     m_simulation.server().setAnswering(true);
   }
 }
@@ -126,7 +93,7 @@ void CEngineThread::run() {
       acts.swap(m_acts);
       questions.swap(m_questions);
     }
-    takeActs(acts, 0);
+    m_taker.take(acts, 0);
     for (const auto& question : questions) question(m_simulation);
     const std::int64_t target = targetTime();
     if (runStep(std::min(target, m_nNow + PIECE_MSEC))) {

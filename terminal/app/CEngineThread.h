@@ -5,14 +5,13 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
-#include <set>
 #include <thread>
 #include <vector>
 
 #include "Acts.h"
 #include "CActSchedule.h"
+#include "CActTaker.h"
 #include "CSimulation.h"
-#include "IActKeeper.h"
 
 namespace app {
 
@@ -40,7 +39,7 @@ class CEngineThread {
 
   /// Has acts kept before they are carried out; null: they are carried out at once. Before start(). It must outlive
   /// this object.
-  void setKeeper(IActKeeper* keeper) { m_pKeeper = keeper; }
+  void setKeeper(IActKeeper* keeper) { m_taker.setKeeper(keeper); }
   /// Has what is due at times of the clock carried out at exactly these steps, however fast it runs; null: nothing is.
   /// Before start(). It must outlive this object.
   void setSchedule(CActSchedule* schedule) { m_pSchedule = schedule; }
@@ -65,10 +64,6 @@ class CEngineThread {
 
  private:
   void run();
-  void takeActs(const std::vector<engine::Act>& acts, int actsLine);
-  void takeAct(const engine::Act& act, int actsLine, const std::string& fault);
-  void takeSingly(const std::vector<engine::Act>& acts, int actsLine);
-  bool startsWithout(const engine::Act& act) const;
   void takeDue(std::int64_t target);
   bool runStep(std::int64_t target);
   void stepSimulation(std::int64_t target);
@@ -76,12 +71,11 @@ class CEngineThread {
 
   engine::CSimulation& m_simulation;
   desk::CDesk& m_desk;
+  CActTaker m_taker;
   std::int64_t m_nDayStart;
   SPace m_pace;
   std::function<void()> m_atEnd;
-  IActKeeper* m_pKeeper = nullptr;
   CActSchedule* m_pSchedule = nullptr;
-  std::set<int> m_unkeptHedges;  ///< groups whose newest parameters could not be kept
   std::int64_t m_nBegin;
   std::chrono::steady_clock::time_point m_begin;
   std::atomic<bool> m_bRuns{false};  ///< m_begin is set

@@ -371,7 +371,9 @@ QString helpText() {
       "                                             what would have happened otherwise\n"
       "       ./run day match FILE BROKER [MARKET]  holds its orders and fills against a broker's and a market's file\n"
       "       ./run day head FILE                   what proves its end, to be noted elsewhere\n"
-      "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n\n");
+      "       ./run day recover FILE OUT            saves of a damaged day what can be proved\n"
+      "       ./run drill [--seed N] [--count N] [--out FOLDER] [--plant FAULT]\n"
+      "                                             days with faults put in, and what must hold in them\n\n");
   for (const SOptionRow& row : OPTIONS) {
     const QString usage = QStringLiteral("--%1 %2").arg(QLatin1String(row.m_pName), QLatin1String(row.m_pValue));
     const QString others = otherModes(row.m_eModes);

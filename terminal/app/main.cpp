@@ -20,6 +20,7 @@
 #include "DayQuestion.h"
 #include "DayStart.h"
 #include "DisplayScale.h"
+#include "DrillCommand.h"
 #include "Inputs.h"
 #include "JournalReader.h"
 #include "LogFile.h"
@@ -82,6 +83,21 @@ void translateQt(QApplication& application) {
   if (words->load(QStringLiteral("qtbase_zh_CN"), QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
     QApplication::installTranslator(words);
   }
+}
+
+int runDrill(int argc, char** argv, const QStringList& words) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  QCoreApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
+  app::openLogFile();
+  qInstallMessageHandler(logQtMessage);
+  app::switchQtScalingOff();
+  const QApplication application(argc, argv);
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  std::setlocale(LC_NUMERIC, "C");
+  const TC::SPanelPlugin plugin = app::loadPanelPlugin();
+  if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
+  return drill::runDrillCommand(words, plugin.m_pCreate);
 }
 
 /// The view that is kept; null where none is. fault: why it cannot be, and status what the program ends with then.
@@ -211,6 +227,7 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     return app::runDayCommand(arguments.mid(1));
   }
+  if (arguments.value(0) == QLatin1String(drill::DRILL_WORD)) return runDrill(argc, argv, arguments.mid(1));
   app::SParsedOptions parsed = app::parseOptions(arguments);
   if (!parsed.m_strError.isEmpty()) return fail(parsed.m_strError.toStdString());
   app::SOptions& options = parsed.m_options;

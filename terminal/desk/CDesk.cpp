@@ -143,6 +143,13 @@ void CDesk::forgetTasks() {
   m_details.clear();
   m_orderDetails.clear();
   m_orderLog.forget();
+  // Commands are numbered anew each day, perhaps from the same number: nothing of one may meet another.
+  m_commands.clear();
+  m_hedgeParams.clear();
+  m_givenHedges.clear();
+  m_startedUnmet.clear();
+  m_hedgeStates.clear();
+  m_progress.clear();
 }
 
 void CDesk::store(const SPublication& publication) {

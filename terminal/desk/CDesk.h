@@ -120,7 +120,8 @@ class CDesk {
   void publishTask(const SPublication& publication);
   /// Money and positions of an account; no observer is told.
   void setHoldings(const std::string& account, std::shared_ptr<const SHoldings> holdings);
-  /// Every task detail and what is known of their orders, as at the end of a trading day; no observer is told.
+  /// Every task detail and what is known of their orders, commands, hedges and progress, as at the end of a trading
+  /// day; no observer is told.
   void forgetTasks();
 
   // What services read.

@@ -3,6 +3,12 @@
 #include <utility>
 
 namespace engine {
+namespace {
+
+/// What is only late has come by then.
+constexpr std::int64_t ASK_AGAIN_MSEC = 1000;
+
+}  // namespace
 
 std::uint64_t orderLuck(std::string_view owner, int index) {
   CStateHash luck;
@@ -21,7 +27,19 @@ COrderRouter::~COrderRouter() { m_market.setListener(nullptr); }
 
 void COrderRouter::advanceTo(std::int64_t msec) {
   m_nNow = msec;
+  askAgain();
   for (int account = 0; account < m_rates.accountCount(); ++account) sendCancels(account);
+}
+
+void COrderRouter::askAgain() {
+  if (m_reports.next() > m_market.newestReport()) {
+    m_nAsked = -1;
+  } else if (m_nAsked < 0) {
+    m_nAsked = m_nNow;
+  } else if (m_nNow - m_nAsked >= ASK_AGAIN_MSEC) {
+    m_nAsked = m_nNow;
+    m_market.repeatReports(m_reports.next());
+  }
 }
 
 /// A buy pays its limit at most; what is sold may bring the day's highest price.
@@ -87,6 +105,10 @@ void COrderRouter::enter(const exchange::SReport& report) {
 }
 
 void COrderRouter::onReport(const exchange::SReport& report) {
+  m_reports.add(report, [this](const exchange::SReport& next) { take(next); });
+}
+
+void COrderRouter::take(const exchange::SReport& report) {
   m_history.add(report.m_nId);
   m_history.add(static_cast<std::uint64_t>(report.m_kind));
   m_history.add(static_cast<std::uint64_t>(report.m_nQuantity));

@@ -7,6 +7,7 @@
 
 #include "CLedger.h"
 #include "COrderRates.h"
+#include "CReportOrder.h"
 #include "CStateHash.h"
 #include "IMarket.h"
 #include "IOrderOwner.h"
@@ -29,7 +30,8 @@ class COrderRouter : public exchange::IMarketListener {
   COrderRouter(const COrderRouter&) = delete;
   COrderRouter& operator=(const COrderRouter&) = delete;
 
-  /// Brings the clock to msec since midnight; cancels that waited go out. Never goes back.
+  /// Brings the clock to msec since midnight; cancels that waited go out, and what was lost on the way from the market
+  /// is asked for again. Never goes back.
   void advanceTo(std::int64_t msec);
 
   /// The number that submit() wants for the next order.
@@ -68,6 +70,8 @@ class COrderRouter : public exchange::IMarketListener {
 
   SOrderRef& ref(std::uint64_t id) { return m_orders[id - 1]; }
   double worstPrice(const exchange::SMarketOrder& order) const;
+  void askAgain();
+  void take(const exchange::SReport& report);
   void enter(const exchange::SReport& report);
   void sendCancels(int account);
   int seconds(std::int64_t msec) const { return static_cast<int>(m_nDayStart + msec / 1000); }
@@ -77,6 +81,8 @@ class COrderRouter : public exchange::IMarketListener {
   std::int64_t m_nNow = 0;
   COrderRates m_rates;
   CLedger m_ledger;
+  CReportOrder m_reports;
+  std::int64_t m_nAsked = -1;       ///< when what is missing was asked for, or was seen to be missing; -1: nothing is
   CStateHash m_history;             ///< of all that was sent and reported
   std::vector<SOrderRef> m_orders;  ///< by the order's number at the market, less 1
 };

@@ -4,10 +4,12 @@ namespace engine {
 
 CSimulation::CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,
                          exchange::SExchangeSettings exchangeSettings, const SEngineSettings& engineSettings,
-                         std::int64_t startMsec)
+                         std::int64_t startMsec, const MakeLine& makeLine)
     : m_exchange(instruments, exchangeSettings),
-      m_engine(desk, m_exchange, engineSettings),
-      m_hedger(desk, m_exchange, m_engine),
+      m_pLine(makeLine ? makeLine(m_exchange) : nullptr),
+      m_market(m_pLine ? static_cast<exchange::IMarket&>(*m_pLine) : m_exchange),
+      m_engine(desk, m_market, engineSettings),
+      m_hedger(desk, m_market, m_engine),
       m_server(desk, m_engine, engineSettings.m_nReplyMsec),
       m_nStep(engineSettings.m_nPublishMsec),
       m_nNow(startMsec) {
@@ -19,6 +21,7 @@ void CSimulation::advanceTo(std::int64_t msec) {
   while (m_nNow + m_nStep <= msec) {
     m_nNow += m_nStep;
     m_exchange.advanceTo(m_nNow);
+    if (m_pLine) m_pLine->advanceTo(m_nNow);
     m_engine.advanceTo(m_nNow);
     m_server.advanceTo(m_nNow);
     if (m_secondHook && m_nNow % 1000 == 0) m_secondHook(m_nNow, stateHash());

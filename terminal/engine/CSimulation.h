@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -18,9 +19,11 @@ namespace engine {
 class CSimulation {
  public:
   /// The desk must outlive the simulation. startMsec: the time since midnight at which the clock stands at first.
+  /// makeLine: what stands between the engine and the exchange; empty: nothing.
+  using MakeLine = std::function<std::unique_ptr<exchange::IMarketLine>(exchange::CExchange&)>;
   CSimulation(desk::CDesk& desk, const std::vector<exchange::SInstrument>& instruments,
               exchange::SExchangeSettings exchangeSettings, const SEngineSettings& engineSettings,
-              std::int64_t startMsec);
+              std::int64_t startMsec, const MakeLine& makeLine = {});
 
   /// Called at each whole second of the clock, after its step, with the state's hash: two runs that have the same one
   /// have had the same reports and published the same. Null ends it.
@@ -42,6 +45,8 @@ class CSimulation {
 
  private:
   exchange::CExchange m_exchange;
+  std::unique_ptr<exchange::IMarketLine> m_pLine;  ///< null: none
+  exchange::IMarket& m_market;                     ///< the line where there is one
   CEngine m_engine;
   CHedger m_hedger;
   CTaskServer m_server;

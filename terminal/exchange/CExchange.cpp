@@ -365,6 +365,7 @@ SReport CExchange::makeReport(EReport kind, int number, int quantity, const char
 
 void CExchange::deliver(SReport report) {
   report.m_nTime = m_nNow;
+  report.m_nNumber = ++m_nReports;
   if (m_pListener) m_pListener->onReport(report);
 }
 

@@ -106,6 +106,7 @@ class CExchange : public IMarket {
   std::int64_t m_nNow = 0;
   std::int64_t m_nPhasesUntil = 0;  ///< phases that begin up to this time have begun
   std::uint64_t m_nSent = 0;
+  std::uint64_t m_nReports = 0;
   std::vector<SInstrument> m_instruments;
   std::vector<SRules> m_rules;
   std::vector<CBook> m_books;

@@ -30,7 +30,8 @@ enum class EReport {
 };
 
 struct SReport {
-  std::uint64_t m_nId = 0;  ///< of the order
+  std::uint64_t m_nId = 0;      ///< of the order
+  std::uint64_t m_nNumber = 0;  ///< of the report, from 1 without a gap; 0: the market gives none
   EReport m_kind = EReport::Accepted;
   int m_nQuantity = 0;
   int m_nLeft = 0;  ///< open after this report
@@ -77,6 +78,10 @@ class IMarket {
   /// Asks for the cancelling of an order. The answer is Cancelled or CancelRejected; an order that is open then stays
   /// so until it is asked again in a phase that takes cancels.
   virtual void cancel(std::uint64_t id) = 0;
+  /// The number of the newest report that the market has sent; 0: it gives none, or loses none on the way.
+  virtual std::uint64_t newestReport() const { return 0; }
+  /// Asks for the reports from a number on once more; they come while the market is stepped.
+  virtual void repeatReports(std::uint64_t /*from*/) {}
   /// instrument: a number that findInstrument gave.
   virtual SQuote quote(int instrument) = 0;
   virtual const SRules& rules(int instrument) const = 0;
@@ -84,6 +89,13 @@ class IMarket {
 
   /// Whether a kind is traded continuously now.
   bool isMatching(EKind kind) const { return isMatchingPhase(phase(kind)); }
+};
+
+/// A market behind a line that takes its time. Stepped after the market itself, on the same thread.
+class IMarketLine : public IMarket {
+ public:
+  /// Brings the line to msec since midnight: what has arrived by then is delivered.
+  virtual void advanceTo(std::int64_t msec) = 0;
 };
 
 }  // namespace exchange

@@ -86,6 +86,27 @@ TEST(Desk, TellsOfWhichOrdersSomethingElseIsKnownSinceAVersion) {
   EXPECT_TRUE(desk.orderChanges(last).all);
 }
 
+/// Commands of the next day may have the same numbers.
+TEST(Desk, ForgetsWithTheTasksOfADayTheirCommandsHedgesAndProgress) {
+  CDesk desk;
+  const auto detail = testkit::makeDetail(1);
+  const int command = detail->m_pCommand->m_nCommandId;
+  desk.publishTask({detail, {}});
+  desk.setHedgeParam(desk::EHedgeSource::Stored, command, {});
+  desk.giveHedgeParam(detail->m_nTaskId, command, {});
+  desk.setHedgeState(detail->m_nTaskId, 3);
+  desk.setProgress(detail->getKey(), {});
+  ASSERT_TRUE(desk.command(command) && desk.progress(detail->getKey()));
+  desk.forgetTasks();
+  ksservice::CBasketHedgeParam param;
+  EXPECT_FALSE(desk.hedgeParam(desk::EHedgeSource::Stored, command, param));
+  EXPECT_FALSE(desk.hedgeParam(desk::EHedgeSource::Manager, command, param));
+  EXPECT_FALSE(desk.givenHedgeParam(detail->m_nTaskId, param));
+  EXPECT_EQ(desk.hedgeState(detail->m_nTaskId), 0);
+  EXPECT_FALSE(desk.command(command));
+  EXPECT_FALSE(desk.progress(detail->getKey()));
+}
+
 TEST(Desk, KnowsOfTheNewestDetailAloneWhetherItsParametersAreThoseOfTheOneBefore) {
   CDesk desk;
   const auto publish = [&desk](bool same) {
