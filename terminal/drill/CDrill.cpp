@@ -9,6 +9,7 @@ namespace drill {
 namespace {
 
 constexpr long BURST = 200000;
+constexpr long TOLD_AGAIN = 20;
 constexpr std::int64_t PIECE_MSEC = 1000;
 constexpr int LENGTHS_MSEC[] = {100, 1000, 5000, 30000, 90000};
 constexpr int QUESTIONS = 40;  ///< of a refresh, about
@@ -160,9 +161,11 @@ void CDrill::misfortune() {
     m_pEngine->fillDisk(true);
     m_nStepsToSpace = m_draw->between(2, 10);
   }
+  if (m_plan->has(EF_ForeignPatch) && m_draw->chance(10)) m_pWire->patchElsewhere();
   if (happens(EF_StalledFeed, 6)) m_pWire->stall(m_pEngine->now() + m_draw->between(1000, 120000));
   if (m_nStepsToBurst >= 0 && m_nStepsToBurst-- == 0) {
-    m_pWire->burst(BURST);
+    ++m_card.m_faults[EF_Burst];
+    m_pWire->tellAgain(BURST);
     refresh();
   }
   if (m_nStepsToKill >= 0 && m_nStepsToKill-- == 0) die();
@@ -185,6 +188,7 @@ void CDrill::die() {
 
 void CDrill::checkMarket() {
   check(ER_Order, orderFault(*m_plan, *m_pEngine));
+  check(ER_Order, m_pWire->excessFault());
   check(ER_Rate, m_pEngine->line().rateFault());
   check(ER_Account, accountFault(*m_plan, *m_pEngine));
 }
@@ -243,14 +247,15 @@ void CDrill::endDay() {
 
 void CDrill::startNewDay() {
   const auto announce = [this] {
+    // The feed goes on to the last.
+    m_pWire->tellAgain(TOLD_AGAIN);
     m_pTerminal->desk().forgetTasks();
     m_pTerminal->host().services().announceTradingDay(NEXT_DAYS[m_nDay - 1]);
   };
   if (m_settings.m_ePlant == EP_KeptDetail) m_kept = m_pTerminal->desk().taskDetails();
   if (!m_plan->has(EF_DayAmidst)) return m_pTerminal->act(announce);
   // Something to do for the refresh.
-  m_pWire->burst(20);
-  --m_card.m_faults[EF_Burst];
+  m_pWire->tellAgain(TOLD_AGAIN);
   m_card.m_faults[EF_DayAmidst] += m_pTerminal->refreshAnd(m_draw->below(QUESTIONS), announce) ? 1 : 0;
 }
 

@@ -89,7 +89,6 @@ void CDrillEngine::keepMarks() {
 }
 
 void CDrillEngine::fillDisk(bool full) { m_pDisk->setFull(full); }
-bool CDrillEngine::isDiskFull() const { return m_pDisk->isFull(); }
 void CDrillEngine::calm() { m_pLine->calm(); }
 
 std::string CDrillEngine::die() {
@@ -110,7 +109,7 @@ std::string CDrillEngine::die() {
   // What is run again went wrong before, and was counted.
   const SReportCard counted = m_card;
   open();
-  const std::string fault = app::runAgain(*m_pDisk, *m_pSimulation, *m_pDesk, {});
+  std::string fault = app::runAgain(*m_pDisk, *m_pSimulation, *m_pDesk, {});
   m_card = counted;
   m_pSimulation->hedger().setHooks(m_hooks);
   m_pDesk->addObserver(&m_observer);

@@ -38,7 +38,6 @@ class CDrillEngine {
   /// Keeps what the engine's state hashed to so far: an engine that goes on stands there.
   void keepMarks();
   void fillDisk(bool full);
-  bool isDiskFull() const;
   /// Nothing goes wrong any more.
   void calm();
   /// Dies between two steps, and goes on in a copy of the files as they lie there. Empty, or why it cannot.

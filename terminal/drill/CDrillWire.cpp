@@ -14,6 +14,9 @@ namespace {
 
 using ECall = testkit::CTestHost::ECall;
 
+/// How the engine refuses a patch of more than is left.
+constexpr const char* EXCESS = "超过可补数量";
+
 bool isOwn(const ksservice::CTaskDetail& detail) {
   return !detail.m_pCommand->m_bPatch && detail.m_pCommand->m_nBasketType != ksservice::ECBT_Hedge;
 }
@@ -237,8 +240,7 @@ void CDrillWire::flush() {
   deliverDue(false);
 }
 
-void CDrillWire::burst(long count) {
-  ++m_card.m_faults[EF_Burst];
+void CDrillWire::tellAgain(long count) {
   std::vector<desk::SPublication> known;
   for (const ksservice::CTaskDetailPtr& detail : m_pTerminal->desk().taskDetails()) {
     desk::SPublication& each = known.emplace_back();
@@ -256,6 +258,25 @@ void CDrillWire::burst(long count) {
   std::thread other(feed, 1);
   feed(0);
   other.join();
+}
+
+void CDrillWire::patchElsewhere() {
+  std::vector<ksservice::CTaskDetailPtr> baskets;
+  for (const ksservice::CTaskDetailPtr& detail : m_pEngine->desk().taskDetails()) {
+    if (isOwn(*detail) && !detail->m_params.empty()) baskets.push_back(detail);
+  }
+  if (baskets.empty()) return;
+  ++m_card.m_faults[EF_ForeignPatch];
+  const ksservice::CTaskDetail& basket = *m_draw.pick(baskets);
+  desk::SCreateRequest request;
+  request.m_command = *basket.m_pCommand;
+  request.m_nTaskId = basket.m_nTaskId;
+  request.m_nTraderType = request.m_command.m_nTraderType;
+  request.m_params = {m_draw.pick(basket.m_params)};
+  ksservice::CCodeOrderParam& param = request.m_params.front();
+  param.m_nVolume = m_draw.between(1, param.m_nVolume);
+  param.m_nOrderType = ksservice::EORT_Plain;
+  m_pEngine->desk().requests().createTask(request, [](const utils::KSError&, int) {});
 }
 
 // From the panel
@@ -285,11 +306,14 @@ void CDrillWire::reply(const std::function<void()>& answer) {
 }
 
 void CDrillWire::ask(const testkit::CTestHost::SCreation& request) {
-  desk::SCreateRequest sent = request;
+  auto sent = static_cast<const desk::SCreateRequest&>(request);
   if (m_plan.m_ePlant == EP_GreedyPatch) ++sent.m_params.front().m_nVolume;
   m_asked(sent);
   ++m_card.m_nPatches;
   const auto answer = [this, completion = request.completion](const utils::KSError& error, int task) {
+    const bool excess = error.errorMsg().find(EXCESS) != std::string::npos;
+    if (excess && m_card.m_faults[EF_ForeignPatch] == 0)
+      m_strExcess = "the panel asks for too much: " + error.errorMsg();
     const auto tell = [this, completion, error, task] {
       note(journal::SCreateReplyLine{errorText(error), task});
       completion(error, task);

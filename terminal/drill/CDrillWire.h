@@ -34,9 +34,13 @@ class CDrillWire : public desk::IDeskObserver {
   /// Delivers what is due, on the thread that calls: a host thread may.
   void deliverDue(bool amidst);
   /// Delivers so many details at once, from two threads, each as the terminal knows it.
-  void burst(long count);
+  void tellAgain(long count);
+  /// Another terminal, which knows nothing of this one's patches, asks for a part of some line.
+  void patchElsewhere();
   /// Nothing goes wrong any more.
   void calm() { m_bCalm = true; }
+  /// That the panel asked for more than is left, though nobody else patches; empty: it did not.
+  const std::string& excessFault() const { return m_strExcess; }
   /// Every detail that was delivered on this day.
   const std::vector<boost::weak_ptr<const ksservice::CTaskDetail>>& delivered() const { return m_delivered; }
 
@@ -49,7 +53,7 @@ class CDrillWire : public desk::IDeskObserver {
 
  private:
   struct SState {
-    std::int64_t m_nDue;
+    std::int64_t m_nDue = 0;
     desk::SPublication m_publication;
   };
   struct SSource {
@@ -57,8 +61,8 @@ class CDrillWire : public desk::IDeskObserver {
     std::optional<TC::CTaskProgress> m_progress;
   };
   struct SLetter {
-    std::int64_t m_nDue;
-    long m_nSent;
+    std::int64_t m_nDue = 0;
+    long m_nSent = 0;
     std::function<void()> m_deliver;
   };
 
@@ -82,6 +86,7 @@ class CDrillWire : public desk::IDeskObserver {
   CDrillEngine* m_pEngine = nullptr;
   CDrillTerminal* m_pTerminal = nullptr;
   bool m_bCalm = false;
+  std::string m_strExcess;
   std::int64_t m_nNow = 0;
   std::int64_t m_nStalledUntil = 0;
   long m_nSent = 0;

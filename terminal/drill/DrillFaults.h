@@ -23,6 +23,7 @@ enum EFault : int {
   EF_LateDetail,
   EF_SkippedDetail,
   EF_DoubledDetail,
+  EF_ForeignPatch,
   EF_StalledFeed,
   EF_Burst,
   EF_HostCall,

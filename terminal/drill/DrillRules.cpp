@@ -72,9 +72,11 @@ SBooks booksOf(CDrillEngine& engine) {
     if (!held || account.m_pInfo->m_nType != 0) continue;
     books.m_dMoney += held->m_dCash + held->m_dFrozen;
     books.m_dFees += held->m_dFees;
+    books.m_bFrozen = books.m_bFrozen || held->m_dFrozen != 0;
     for (const auto& entry : held->m_positions) {
       const desk::SPosition& position = entry.second;
       books.m_shares[position.m_strMarket + "." + position.m_strCode] += position.m_nTotal;
+      books.m_bFrozen = books.m_bFrozen || position.m_nFrozen != 0;
     }
   }
   return books;
@@ -84,7 +86,9 @@ std::string booksFault(const SDrillPlan& plan, CDrillEngine& engine, const SBook
   const SBooks books = booksOf(engine);
   const exchange::CExchange& market = engine.simulation().market();
   SBooks expected = atStart;
+  bool open = false;
   for (const auto& [side, truth] : engine.line().truth()) {
+    open = open || truth.m_nOpen > 0;
     const exchange::SInstrument& listed = market.instruments()[static_cast<std::size_t>(side.first)];
     if (listed.m_kind == exchange::EKind::IndexFuture) continue;
     const int sign = side.second ? 1 : -1;
@@ -97,6 +101,7 @@ std::string booksFault(const SDrillPlan& plan, CDrillEngine& engine, const SBook
     const long long has = known == books.m_shares.end() ? 0 : known->second;
     if (has != count) return "accounts hold " + std::to_string(has) + " of " + key + ", not " + std::to_string(count);
   }
+  if (!open && books.m_bFrozen) return "accounts have something frozen, and no order is in the market";
   // A sale that does not bring its fees takes no more than there is.
   if (plan.m_options.m_dCash) return {};
   const double slack = MONEY_SLACK * static_cast<double>(1 + engine.line().orderCount());

@@ -18,6 +18,7 @@ std::string accountFault(const SDrillPlan& plan, CDrillEngine& engine);
 struct SBooks {
   double m_dMoney = 0;  ///< CNY, frozen or not
   double m_dFees = 0;
+  bool m_bFrozen = false;                     ///< any of it, or a share
   std::map<std::string, long long> m_shares;  ///< by instrument key
 };
 SBooks booksOf(CDrillEngine& engine);

@@ -34,16 +34,22 @@ std::string text(const drill::SReportCard& card) {
   return std::string(drill::nameOf(first.m_eRule)) + ": " + first.m_strText;
 }
 
+/// In so many drills each kind of fault happens.
+constexpr std::uint64_t ENOUGH = 12;
+/// Fewer with a sanitizer: DRILLS in the environment.
+std::uint64_t drills() { return qEnvironmentVariableIsSet("DRILLS") ? qEnvironmentVariableIntValue("DRILLS") : ENOUGH; }
+
 /// A kind of fault that a drill does not have, or a rule that it never looks at, would pass unseen.
 TEST(Drill, HoldsAndMeetsEveryKindOfFault) {
   drill::SReportCard all;
-  for (std::uint64_t seed = 1; seed <= 12; ++seed) {
+  for (std::uint64_t seed = 1; seed <= drills(); ++seed) {
     const drill::SReportCard card = runDrill(seed);
     EXPECT_TRUE(card.isGood()) << "seed " << seed << ", " << text(card);
     for (std::size_t i = 0; i < card.m_faults.size(); ++i) all.m_faults[i] += card.m_faults[i];
     for (std::size_t i = 0; i < card.m_checks.size(); ++i) all.m_checks[i] += card.m_checks[i];
     all.m_nPatches += card.m_nPatches;
   }
+  if (drills() < ENOUGH) return;
   for (int i = 0; i < drill::EF_Count; ++i) EXPECT_GT(all.m_faults[i], 0) << drill::nameOf(drill::EFault(i));
   for (int i = 0; i < drill::ER_Count; ++i) EXPECT_GT(all.m_checks[i], 0) << drill::nameOf(drill::ERule(i));
   EXPECT_GT(all.m_nPatches, 50);
