@@ -1,5 +1,5 @@
-// basket-bench [--rows N] [--json FILE] [--quick] [--table] [--feed SECONDS] [--million] [--soak [MINUTES]]: how the
-// panel's table and model stand beside the stock ones.
+// basket-bench [--rows N] [--json FILE] [--quick] [--table] [--feed SECONDS] [--million] [--soak [MINUTES]]
+// [--trading-days N]: how the panel's table and model stand beside the stock ones.
 #include <log4cxx/logger.h>
 
 #include <QApplication>
@@ -18,6 +18,7 @@
 #include "PanelRun.h"
 #include "SoakRun.h"
 #include "TableRun.h"
+#include "TradingDays.h"
 #include "TurnRun.h"
 #include "WorkerRun.h"
 #include "Works.h"
@@ -46,6 +47,7 @@ struct SOptions {
   bool million = false;
   bool daysOnly = false;
   int soakMinutes = 0;  ///< 0: no soak
+  int tradingDays = 0;  ///< 0: none
   int feedSeconds = 0;  ///< 0: the whole bench, with a feed of its own length
   int feedRowsPerTask = FEED_ROWS_PER_TASK;
 };
@@ -70,6 +72,9 @@ bool parse(const QStringList& arguments, SOptions& options) {
   parser.addOption({QStringLiteral("million"), QStringLiteral("Only the panel, with a million rows beside 300,000.")});
   parser.addOption({QStringLiteral("soak"),
                     QStringLiteral("Only the panel with a million rows under 50,000 details a second, for MINUTES.")});
+  parser.addOption({QStringLiteral("trading-days"),
+                    QStringLiteral("Only N trading days one after the other in this process, and what each leaves."),
+                    QStringLiteral("N"), QStringLiteral("0")});
   parser.addPositionalArgument(QStringLiteral("MINUTES"),
                                QStringLiteral("Of --soak; %1 unless told otherwise.").arg(SOAK_MINUTES),
                                QStringLiteral("[MINUTES]"));
@@ -93,6 +98,11 @@ bool parse(const QStringList& arguments, SOptions& options) {
       return false;
     }
   }
+  options.tradingDays = parser.value(QStringLiteral("trading-days")).toInt(&ok);
+  if (!ok || options.tradingDays < 0 || options.tradingDays > MOST_TRADING_DAYS) {
+    QTextStream(stderr) << "basket-bench: --trading-days must be a number from 1 to " << MOST_TRADING_DAYS << '\n';
+    return false;
+  }
   if (parser.isSet(QStringLiteral("rows"))) options.feedRowsPerTask = std::max(1, options.rows / FEED_TASKS);
   options.feedSeconds = parser.value(QStringLiteral("feed")).toInt(&ok);
   if (ok && options.feedSeconds >= 0) return true;
@@ -105,6 +115,7 @@ class CBench {
   explicit CBench(const SOptions& options) : m_options(options) {}
 
   bool run() {
+    if (m_options.tradingDays > 0) return runTradingDays(m_options.tradingDays);
     if (m_options.soakMinutes > 0) return runSoaking() && writeJson();
     if (m_options.daysOnly) return runKeptDays() && writeJson();
     if (m_options.million) return runMillion() && writeJson();
