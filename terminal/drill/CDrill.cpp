@@ -240,6 +240,8 @@ void CDrill::endDay() {
     if (m_draw->chance(10)) m_pTerminal->refresh();
   }
   quiet(true);
+  // What was confirmed in a dialog that opened last belongs to this day.
+  m_pWire->takeRequests();
   if (isOver()) return;
   startNewDay();
   checkNothingKept();

@@ -27,6 +27,8 @@ class CDrillWire : public desk::IDeskObserver {
   void connect(CDrillTerminal& terminal);
   /// Something happens at msec since midnight: what the panel asked for goes out, and what is due arrives.
   void advanceTo(std::int64_t msec);
+  /// What the panel asked for goes out.
+  void takeRequests();
   /// Nothing is delivered until msec.
   void stall(std::int64_t msec) { m_nStalledUntil = msec; }
   /// Delivers the newest state of every detail.
@@ -69,7 +71,6 @@ class CDrillWire : public desk::IDeskObserver {
   bool happens(EFault fault, int percent);
   void post(std::int64_t delay, std::function<void()> deliver);
   void reply(const std::function<void()>& answer);
-  void takeRequests();
   void ask(const testkit::CTestHost::SCreation& request);
   void operate(const testkit::CTestHost::SCall& call);
   void query(const testkit::CTestHost::SQuery& query);
