@@ -60,6 +60,7 @@ class CHpfOpPatchConfirmTableModel : public GV::CStandardHpfTableModel {
 
   explicit CHpfOpPatchConfirmTableModel(QObject* parent = nullptr);
 
+  using GV::CStandardHpfTableModel::setData;  // Qt's, of a cell
   void setData(const std::vector<DataPtr>& data);
   /// In the order in which they were set.
   const std::vector<DataPtr>& patchRows() const { return m_data; }
