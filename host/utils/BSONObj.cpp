@@ -16,6 +16,16 @@ std::string emptyDocument() {
   return bytesOf(document);
 }
 
+/// None when the text is no document.
+std::optional<std::string> documentOf(const std::string& json) {
+  bson_t document;
+  bson_error_t error;
+  if (!bson_init_from_json(&document, json.data(), static_cast<ssize_t>(json.size()), &error)) return std::nullopt;
+  std::string bytes = bytesOf(document);
+  bson_destroy(&document);
+  return bytes;
+}
+
 /// A view of the bytes of a document, which were checked when they came in.
 bson_t viewOf(const std::string& bytes) {
   bson_t document;
@@ -30,11 +40,11 @@ BSONObj::BSONObj() : BSONObj(emptyDocument()) {}
 BSONObj::BSONObj(std::string bytes) : m_pBytes(std::make_shared<const std::string>(std::move(bytes))) {}
 
 std::optional<BSONObj> BSONObj::fromJson(const std::string& json) {
-  bson_t document;
-  bson_error_t error;
-  if (!bson_init_from_json(&document, json.data(), static_cast<ssize_t>(json.size()), &error)) return std::nullopt;
-  BSONObj result(bytesOf(document));
-  bson_destroy(&document);
+  const std::optional<std::string> bytes = documentOf(json);
+  if (!bytes) return std::nullopt;
+  const BSONObj result(*bytes);
+  // A field that is named like a mark of a type, as "$type", is taken for that mark only once it is written.
+  if (!documentOf(result.toString())) return std::nullopt;
   return result;
 }
 

@@ -11,7 +11,7 @@ class BSONObj {
  public:
   /// An empty document.
   BSONObj();
-  /// The document of a JSON object; none when the text is not one.
+  /// The document of a JSON object; none when the text is not one, or when as toString() would write it, it is none.
   static std::optional<BSONObj> fromJson(const std::string& json);
 
   bool isEmpty() const;

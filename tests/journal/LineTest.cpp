@@ -228,6 +228,9 @@ TEST(Reader, NamesFileLineAndFaultOfAMalformedLine) {
        R"(field "acts[1]" must have one of "press", "check", "edit", "dump", "close", "play")"},
       {R"({"kind":"user","do":"dialog","acts":[{"check":"a"}]})", "field \"acts[0].on\" is missing"},
       {R"({"kind":"serverReply","document":[1]})", "field \"document\" must be a document"},
+      // It is one, but as it would be written it is none.
+      {R"({"kind":"serverReply","document":{"a":{"$type":{"$numberLong":"1763683200000"}}}})",
+       "field \"document\" must be a document"},
       {R"({"kind":"serverReply","error":7})", "field \"error\" must be a text"},
       {R"({"kind":"orderProcess","data":{"123-1":{"SH.600000":"3"}}})",
        "field \"data.123-1.SH.600000\" must be an integer"},
