@@ -36,3 +36,8 @@ if(PBT_SANITIZE)
   add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${sanitizers})
 endif()
+
+if(PBT_FUZZ)  # libFuzzer's counters in every room; its main in the targets alone (fuzzing/CMakeLists.txt)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_link_options(-fsanitize=fuzzer-no-link)
+endif()

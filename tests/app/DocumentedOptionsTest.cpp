@@ -196,7 +196,7 @@ TEST_F(Documented, EveryJournalShownPlaysAndPutsOutWhatIsShown) {
 }
 
 TEST_F(Documented, EveryScriptTellsItsUsageAndDoesNothingElse) {
-  QStringList scripts{"run", "test", "bench"};
+  QStringList scripts{"run", "test", "bench", "fuzz"};
   for (const QFileInfo& each : QDir(SOURCES.filePath("scripts")).entryInfoList(QDir::Files | QDir::Executable)) {
     scripts << "scripts/" + each.fileName();
   }
