@@ -196,6 +196,15 @@ class Export : public test::CFolderTest {
   QString m_answer;
 };
 
+TEST_F(Export, AHostsTextIsAppendedWholeOrSaidNotToBe) {
+  EXPECT_TRUE(CHpfBasketStatusTable::writeDataToFile(QStringLiteral("一\n"), path("host.txt")));
+  EXPECT_TRUE(CHpfBasketStatusTable::writeDataToFile(QStringLiteral("two"), path("host.txt")));
+  EXPECT_EQ(contentOf("host.txt"), QByteArray("一\ntwo"));
+  EXPECT_FALSE(CHpfBasketStatusTable::writeDataToFile(QStringLiteral("x"), path("nowhere/host.txt")));
+  const auto full = withFilesUpTo(20);
+  EXPECT_FALSE(CHpfBasketStatusTable::writeDataToFile(QString(100, 'x'), path("host.txt")));
+}
+
 TEST_F(Export, WritesAPipeAsItIs) {
   addRows(1, 2);
   for (const char* name : {"pipe.csv", "pipe.xlsx"}) {
