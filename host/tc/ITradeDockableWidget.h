@@ -36,7 +36,7 @@ class ITradeDockableWidget : public GV::CBaseWidget {
   /// The state that the host keeps for the panel, as one text.
   virtual QString param() const = 0;
   virtual void setTradeType(EMavTraderType type) { m_eTradeType = type; }
-  /// Locked: what the user could set is closed to him.
+  /// Locked: nothing in the table can be pressed. The tool bar goes on.
   virtual void setUiLock(bool locked) = 0;
   /// Reads the details of an account anew.
   virtual void requestAccount(const ksservice::CAccountInfo& account) = 0;
