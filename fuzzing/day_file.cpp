@@ -172,7 +172,7 @@ void removeDays() {
 }
 
 std::string keepDay(const SRows& rows) {
-  const std::string file = (fuzz::folder() / "day.db").string();
+  std::string file = (fuzz::folder() / "day.db").string();
   const daylog::SOpenedDay day = daylog::openDay(file);
   fuzz::require(day.m_pLog != nullptr, "a new day can be kept");
   day.m_pLog->append(rows.m_entries, rows.m_marks);

@@ -83,7 +83,7 @@ void search(TC::CBasketTasksPanel& panel, const QString& typed) {
 }
 
 void takeAway(GV::CHpfTreeTable& table, const char* name) {
-  const QString file = QString::fromStdString((fuzz::folder() / name).string());
+  QString file = QString::fromStdString((fuzz::folder() / name).string());
   const auto before = GV::CFileDialog::setPresenter([&file](QWidget*, const QString&) { return file; });
   table.exportData();
   GV::CFileDialog::setPresenter(before);

@@ -167,6 +167,8 @@ class CCells : public CElements {
   int m_nColumn = -1;
 };
 
+constexpr std::size_t GUARD = 16;
+
 class CPackage {
  public:
   explicit CPackage(std::string_view bytes)
@@ -178,7 +180,10 @@ class CPackage {
   bool parse(const std::string& part, CElements& into) {
     Bytes bytes;
     if (!m_archive.read_file_entry(part, bytes)) return false;
-    orcus::sax_parser<CElements>(reinterpret_cast<const char*>(bytes.data()), bytes.size(), into).parse();
+    // The parser looks at what follows the end of a part that ends within a mark.
+    const std::size_t size = bytes.size();
+    bytes.resize(size + GUARD);
+    orcus::sax_parser<CElements>(reinterpret_cast<const char*>(bytes.data()), size, into).parse();
     return true;
   }
 
