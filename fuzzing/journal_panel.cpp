@@ -56,7 +56,8 @@ void compare(const std::string& first, const std::string& second) {
   std::string line;
   std::string other;
   while (std::getline(lines, line)) {
-    if (!std::getline(others, other) || line != other) fuzz::fail(std::string("once\n").append(line).append("\nis then\n").append(other));
+    if (!std::getline(others, other) || line != other)
+      fuzz::fail(std::string("once\n").append(line).append("\nis then\n").append(other));
   }
   fuzz::require(first == second, "what is put out twice is as long");
 }
