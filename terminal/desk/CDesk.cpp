@@ -13,9 +13,8 @@ using WriteLock = std::unique_lock<std::shared_mutex>;
 template <typename Map, typename Key>
 bool lookUp(const Map& map, const Key& key, typename Map::mapped_type& value) {
   const auto found = map.find(key);
-  if (found == map.end()) return false;
-  value = found->second;
-  return true;
+  if (found != map.end()) value = found->second;
+  return found != map.end();
 }
 
 /// Whether one detail is a copy of the other in which only its own fields were corrected.
@@ -143,7 +142,6 @@ void CDesk::forgetTasks() {
   m_details.clear();
   m_orderDetails.clear();
   m_orderLog.forget();
-  // Commands are numbered anew each day, perhaps from the same number: nothing of one may meet another.
   m_commands.clear();
   m_hedgeParams.clear();
   m_givenHedges.clear();
@@ -341,9 +339,8 @@ void CDesk::giveHedgeParam(int groupId, int commandId, const ksservice::CBasketH
 bool CDesk::givenHedgeParam(int groupId, ksservice::CBasketHedgeParam& param) const {
   const ReadLock lock(m_mutex);
   const auto given = m_givenHedges.find(groupId);
-  if (given == m_givenHedges.end()) return false;
-  param = given->second.m_param;
-  return true;
+  if (given != m_givenHedges.end()) param = given->second.m_param;
+  return given != m_givenHedges.end();
 }
 
 void CDesk::noteHedgeStarted(int groupId) {

@@ -121,7 +121,7 @@ class CDesk {
   /// Money and positions of an account; no observer is told.
   void setHoldings(const std::string& account, std::shared_ptr<const SHoldings> holdings);
   /// Every task detail and what is known of their orders, commands, hedges and progress, as at the end of a trading
-  /// day; no observer is told.
+  /// day: commands are numbered anew then, perhaps from the same number. No observer is told.
   void forgetTasks();
 
   // What services read.
