@@ -85,16 +85,26 @@ void translateQt(QApplication& application) {
   }
 }
 
-int runDrill(int argc, char** argv, const QStringList& words) {
-  qputenv("QT_QPA_PLATFORM", "offscreen");
+/// The log is there before Qt speaks for the first time.
+void prepareApplication() {
   std::setlocale(LC_CTYPE, "C.UTF-8");
   QCoreApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
   app::openLogFile();
   qInstallMessageHandler(logQtMessage);
   app::switchQtScalingOff();
-  const QApplication application(argc, argv);
+}
+
+/// An application has set that of the environment.
+void setLocale() {
   std::setlocale(LC_CTYPE, "C.UTF-8");
   std::setlocale(LC_NUMERIC, "C");
+}
+
+int runDrill(int argc, char** argv, const QStringList& words) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  prepareApplication();
+  const QApplication application(argc, argv);
+  setLocale();
   const TC::SPanelPlugin plugin = app::loadPanelPlugin();
   if (!plugin.m_pCreate) return fail(plugin.m_strError.toStdString());
   return drill::runDrillCommand(words, plugin.m_pCreate);
@@ -241,16 +251,9 @@ int main(int argc, char** argv) {
   if (withoutDisplay) goWithoutDisplay(options);
   if (options.m_bHeadless) qputenv("QT_QPA_PLATFORM", "offscreen");
 
-  // The log is there before Qt speaks for the first time.
-  std::setlocale(LC_CTYPE, "C.UTF-8");
-  QCoreApplication::setApplicationName(QStringLiteral("PanelBasketTasks"));
-  app::openLogFile();
-  qInstallMessageHandler(logQtMessage);
-  app::switchQtScalingOff();
+  prepareApplication();
   QApplication application(argc, argv);
-  // Qt has set the locale of the environment.
-  std::setlocale(LC_CTYPE, "C.UTF-8");
-  std::setlocale(LC_NUMERIC, "C");
+  setLocale();
   translateQt(application);
   GV::CUiResource::setTheme(options.m_strTheme);
   if (!options.m_strPalette.isEmpty()) GV::CUiResource::setSidePalette(options.m_strPalette);

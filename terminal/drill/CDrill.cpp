@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "DayStart.h"
 #include "SessionSetup.h"
 
 namespace drill {
@@ -13,8 +14,6 @@ constexpr long TOLD_AGAIN = 20;
 constexpr std::int64_t PIECE_MSEC = 1000;
 constexpr int LENGTHS_MSEC[] = {100, 1000, 5000, 30000, 90000};
 constexpr int QUESTIONS = 40;  ///< of a refresh, about
-/// After the close: by then everything of a day has ended and was told.
-constexpr std::int64_t DAY_ENDS = exchange::DAY_CLOSES + 60000;
 constexpr const char* NEXT_DAYS[] = {"20261124", "20261125"};
 
 }  // namespace
@@ -44,12 +43,7 @@ void CDrill::check(ERule rule, const std::string& fault) {
   m_card.m_violations.push_back({rule, fault, m_nDay, m_nNow});
 }
 
-bool CDrill::happens(EFault fault, int percent) {
-  const bool drawn = m_draw->chance(percent);
-  if (!drawn || !m_plan->has(fault)) return false;
-  ++m_card.m_faults[static_cast<std::size_t>(fault)];
-  return true;
-}
+bool CDrill::happens(EFault fault, int percent) { return m_plan->strikes(fault, m_draw->chance(percent), m_card); }
 
 // A day
 
@@ -58,7 +52,7 @@ void CDrill::beginDay(int day) {
   m_pEngine.reset();
   m_pUser.reset();
   m_plan.emplace(m_settings.m_nSeed, day, m_settings.m_ePlant);
-  m_draw.emplace(m_settings.m_nSeed * 4 + static_cast<std::uint64_t>(day), CDraw::Course);
+  m_draw.emplace(m_plan->draw(CDraw::Course));
   m_pUser = std::make_unique<CDrillUser>(*m_plan, m_card, [this] {
     m_bInDialog = true;
     passTime(m_draw->pick(LENGTHS_MSEC));
@@ -90,15 +84,15 @@ void CDrill::openTerminal() {
 }
 
 void CDrill::runDay() {
-  startBaskets(false);
+  startBaskets();
   for (int steps = m_plan->m_nSteps; steps > 0 && !isOver(); --steps) {
     step();
     if (m_draw->chance(8)) quiet(false);
   }
 }
 
-void CDrill::startBaskets(bool all) {
-  while (!m_baskets.empty() && (all || m_draw->chance(60))) {
+void CDrill::startBaskets() {
+  while (!m_baskets.empty() && m_draw->chance(60)) {
     m_pEngine->post(engine::SStartBasket{std::move(m_baskets.back())});
     m_baskets.pop_back();
   }
@@ -106,7 +100,7 @@ void CDrill::startBaskets(bool all) {
 
 void CDrill::step() {
   misfortune();
-  startBaskets(false);
+  startBaskets();
   passTime(m_draw->pick(LENGTHS_MSEC));
   for (int acts = m_draw->below(5); acts > 0 && !isOver(); --acts) {
     m_pUser->act();
@@ -235,8 +229,8 @@ void CDrill::endDay() {
   if (m_nStepsToSpace > 0) m_pEngine->fillDisk(false);
   m_pEngine->calm();
   m_pWire->calm();
-  while (m_pEngine->now() < DAY_ENDS && !isOver()) {
-    moveTo(std::min(DAY_ENDS, m_pEngine->now() + 60 * PIECE_MSEC));
+  while (m_pEngine->now() < app::DAY_ENDS && !isOver()) {
+    moveTo(std::min(app::DAY_ENDS, m_pEngine->now() + 60 * PIECE_MSEC));
     if (m_draw->chance(10)) m_pTerminal->refresh();
   }
   quiet(true);

@@ -37,7 +37,7 @@ class CDrill {
   void step();
   void passTime(std::int64_t msec);
   void moveTo(std::int64_t msec);
-  void startBaskets(bool all);
+  void startBaskets();
   void misfortune();
   void die();
   void refresh();

@@ -33,13 +33,13 @@ void CDrillJournal::addState(const desk::CDesk& desk, const exchange::CExchange&
       add(toQuoteLine(listed.m_strMarket, listed.m_strCode, quote));
     }
   }
-  std::set<int> commands;
+  std::set<std::pair<desk::EHedgeSource, int>> told;
   for (const ksservice::CTaskDetailPtr& detail : desk.taskDetails()) {
     const int command = detail->m_pCommand ? detail->m_pCommand->m_nCommandId : 0;
     const desk::EHedgeSource sources[] = {desk::EHedgeSource::Manager, desk::EHedgeSource::Stored};
     for (const desk::EHedgeSource source : sources) {
       ksservice::CBasketHedgeParam param;
-      if (!desk.hedgeParam(source, command, param) || !commands.insert(command).second) continue;
+      if (!desk.hedgeParam(source, command, param) || !told.emplace(source, command).second) continue;
       add(SHedgeParamLine{command, source, param});
     }
     if (const auto progress = desk.progress(detail->getKey())) {

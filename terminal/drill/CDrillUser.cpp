@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "DrillRules.h"
 #include "TableDump.h"
 #include "UserActs.h"
 #include "gv/CBaseTableColumnMultiButtonsDelegate.h"
@@ -41,21 +42,10 @@ std::vector<SClick> clicksOf(const GV::CHpfTreeTable& table) {
   return clicks;
 }
 
-/// "SH.600000" of a dialog's row, "A1/SH.600000买入".
-std::string instrumentOf(const QString& row) {
-  QString name = row.section('/', -1);
-  int end = name.size();
-  while (end > 0 && name[end - 1].unicode() > 127) --end;
-  return name.left(end).toStdString();
-}
-
 }  // namespace
 
 CDrillUser::CDrillUser(const SDrillPlan& plan, SReportCard& card, std::function<void()> passTime)
-    : m_plan(plan),
-      m_card(card),
-      m_draw(plan.m_nSeed * 4 + static_cast<std::uint64_t>(plan.m_nDay), CDraw::User),
-      m_passTime(std::move(passTime)) {
+    : m_plan(plan), m_card(card), m_draw(plan.draw(CDraw::User)), m_passTime(std::move(passTime)) {
   GV::CMessageBox::setPresenter([](QWidget*, const QString&, const QString&) {});
   GV::CFileDialog::setPresenter([](QWidget*, const QString&) { return QString(); });
   GV::CCommonDialog::setExecHook([this](GV::CCommonDialog& dialog) { work(dialog); });

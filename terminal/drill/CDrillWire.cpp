@@ -28,16 +28,10 @@ std::optional<std::string> errorText(const utils::KSError& error) {
 }  // namespace
 
 CDrillWire::CDrillWire(const SDrillPlan& plan, SReportCard& card, Asked asked)
-    : m_plan(plan),
-      m_card(card),
-      m_asked(std::move(asked)),
-      m_draw(plan.m_nSeed * 4 + static_cast<std::uint64_t>(plan.m_nDay), CDraw::Wire) {}
+    : m_plan(plan), m_card(card), m_asked(std::move(asked)), m_draw(plan.draw(CDraw::Wire)) {}
 
 bool CDrillWire::happens(EFault fault, int percent) {
-  const bool drawn = m_draw.chance(percent);
-  if (!drawn || m_bCalm || !m_plan.has(fault)) return false;
-  ++m_card.m_faults[fault];
-  return true;
+  return m_plan.strikes(fault, m_draw.chance(percent) && !m_bCalm, m_card);
 }
 
 void CDrillWire::connect(CDrillEngine& engine) {

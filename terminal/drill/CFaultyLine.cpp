@@ -18,20 +18,12 @@ bool ends(const SReport& report) {
 }  // namespace
 
 CFaultyLine::CFaultyLine(exchange::CExchange& exchange, const SDrillPlan& plan, SReportCard& card)
-    : m_exchange(exchange),
-      m_plan(plan),
-      m_card(card),
-      m_draw(plan.m_nSeed * 4 + static_cast<std::uint64_t>(plan.m_nDay), CDraw::Line),
-      m_nNow(plan.startMsec()) {
+    : m_exchange(exchange), m_plan(plan), m_card(card), m_draw(plan.draw(CDraw::Line)), m_nNow(plan.startMsec()) {
   m_exchange.setListener(this);
 }
 
 bool CFaultyLine::happens(EFault fault, int percent) {
-  // Drawn in any case, so that one kind of fault does not move the others.
-  const bool drawn = m_draw.chance(percent);
-  if (!drawn || m_bCalm || !m_plan.has(fault)) return false;
-  ++m_card.m_faults[fault];
-  return true;
+  return m_plan.strikes(fault, m_draw.chance(percent) && !m_bCalm, m_card);
 }
 
 void CFaultyLine::put(Queue& queue, std::uint64_t number, std::int64_t delay) {

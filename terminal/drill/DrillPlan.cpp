@@ -48,7 +48,7 @@ app::SNamedBasket makeBasket(CDraw& draw, std::vector<exchange::SInstrument>& in
 }  // namespace
 
 SDrillPlan::SDrillPlan(std::uint64_t seed, int day, EPlant plant) : m_nSeed(seed), m_nDay(day), m_ePlant(plant) {
-  CDraw draw(seed * 4 + static_cast<std::uint64_t>(day), CDraw::Plan);
+  CDraw draw = this->draw(CDraw::Plan);
   for (std::size_t fault = 0; fault < m_faults.size(); ++fault) m_faults[fault] = draw.chance(FAULT_PERCENT);
   // Costs as much as all of the rest.
   m_faults[EF_Burst] = draw.chance(30);
@@ -70,6 +70,12 @@ SDrillPlan::SDrillPlan(std::uint64_t seed, int day, EPlant plant) : m_nSeed(seed
   m_nSteps = day == 1 ? draw.between(120, 220) : draw.between(20, 40);
   // Of another day the numbers begin again, or go on.
   if (day > 1) m_nFirstTaskId = draw.chance(50) ? 1 : 1 + draw.between(20, 1000);
+}
+
+bool SDrillPlan::strikes(EFault fault, bool drawn, SReportCard& card) const {
+  if (!drawn || !has(fault)) return false;
+  ++card.m_faults[static_cast<std::size_t>(fault)];
+  return true;
 }
 
 std::unique_ptr<engine::CSimulation> SDrillPlan::makeSimulation(desk::CDesk& desk,

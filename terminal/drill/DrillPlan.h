@@ -18,6 +18,11 @@ struct SDrillPlan {
   SDrillPlan(std::uint64_t seed, int day, EPlant plant);
 
   bool has(EFault fault) const { return m_faults[static_cast<std::size_t>(fault)]; }
+  /// Whether a fault that was drawn, or not, happens; counted where it does. Always drawn before: one kind that a day
+  /// lacks does not move the others.
+  bool strikes(EFault fault, bool drawn, SReportCard& card) const;
+  /// The draws of a part on this day.
+  CDraw draw(CDraw::EPart part) const { return {m_nSeed * 4 + static_cast<std::uint64_t>(m_nDay), part}; }
   /// A simulation that stands at the beginning of the day, with its accounts and instruments on the desk.
   std::unique_ptr<engine::CSimulation> makeSimulation(desk::CDesk& desk,
                                                       const engine::CSimulation::MakeLine& makeLine) const;

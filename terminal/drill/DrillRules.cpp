@@ -32,6 +32,12 @@ int columnOf(const GV::CHpfTreeTable& table, const QString& title) {
 
 }  // namespace
 
+std::string instrumentOf(const QString& row) {
+  QString name = row.section('/', -1);
+  while (!name.isEmpty() && name.back().unicode() > 127) name.chop(1);
+  return name.toStdString();
+}
+
 std::string orderFault(const SDrillPlan& plan, CDrillEngine& engine) {
   exchange::CExchange& market = engine.simulation().market();
   std::map<std::pair<int, bool>, long long> targets;
@@ -207,10 +213,9 @@ std::string CShownTable::screenFault(TC::ITradeDockableWidget& panel) const {
       }
     }
     if (!row.m_bLeaf || row.m_bHedge) continue;
-    QString name = QString::fromStdString(row.m_strPath).section('/', -1);
-    while (!name.isEmpty() && name.back().unicode() > 127) name.chop(1);
+    const std::string name = instrumentOf(QString::fromStdString(row.m_strPath));
     const auto [traded, target] = row.progress(m_nProgress);
-    shown.insert(name.toStdString() + " " + std::to_string(traded) + " / " + std::to_string(target));
+    shown.insert(name + " " + std::to_string(traded) + " / " + std::to_string(target));
   }
   std::vector<std::string> wrong;
   std::set_symmetric_difference(shown.begin(), shown.end(), said.begin(), said.end(), std::back_inserter(wrong));
@@ -226,9 +231,8 @@ std::string CShownTable::truthFault(CDrillEngine& engine) const {
   std::map<std::string, SSum> shown;
   for (const SRow& row : m_rows) {
     if (!row.m_bLeaf) continue;
-    QString name = QString::fromStdString(row.m_strPath).section('/', -1);
-    while (!name.isEmpty() && name.back().unicode() > 127) name.chop(1);
-    SSum& sum = shown[name.toStdString()];
+    const std::string name = instrumentOf(QString::fromStdString(row.m_strPath));
+    SSum& sum = shown[name];
     sum.m_nTraded += row.progress(m_nProgress).first;
     sum.m_dAmount += std::stod(row.m_cells[static_cast<std::size_t>(m_nAmount)]);
     ++sum.m_nRows;

@@ -9,6 +9,9 @@
 
 namespace drill {
 
+/// "SH.600000" of a row of the table or of a dialog, "A1/SH.600000买入".
+std::string instrumentOf(const QString& row);
+
 /// ER_Order: no share more than the baskets' lines ask for is traded or in the market.
 std::string orderFault(const SDrillPlan& plan, CDrillEngine& engine);
 /// ER_Account: what accounts have, freeze and hold.
