@@ -13,6 +13,7 @@
 #include <mutex>
 
 #include "gv/CUiResource.h"
+#include "ksservice/CSubscribers.h"
 #include "ksservice/TraderCenter.h"
 #include "tc/CExchangeClient.h"
 #include "tc/CPlainServices.h"
@@ -34,14 +35,11 @@ class CData : public IDataCenter {
       const std::lock_guard<std::mutex> lock(m_mutex);
       m_details[detail->getKey()] = detail;
     }
-    // Held, so that a subscription that ends waits for its callback.
-    const std::lock_guard<std::recursive_mutex> lock(m_telling);
-    for (const auto& [number, callback] : m_callbacks) callback(detail);
+    m_subscribers.deliver(detail);
   }
   utils::CSubscriptionHandle subscribe(int dataType, DataCallback callback) override {
-    const std::lock_guard<std::recursive_mutex> lock(m_telling);
-    if (dataType == DATA_TYPE_TASK_DETAIL) m_callbacks[++m_nLast] = std::move(callback);
-    return std::make_unique<SEnd>(*this, m_nLast);
+    if (dataType == DATA_TYPE_TASK_DETAIL) return m_subscribers.add(std::move(callback));
+    return CSubscribers().add(std::move(callback));  // nothing of another type is told
   }
   CTaskDetailPtr taskDetail(const std::string& key) const override {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -63,20 +61,9 @@ class CData : public IDataCenter {
   }
 
  private:
-  struct SEnd : utils::ISubscription {
-    SEnd(CData& data, int number) : m_data(data), m_nNumber(number) {}
-    ~SEnd() override {
-      const std::lock_guard<std::recursive_mutex> lock(m_data.m_telling);
-      m_data.m_callbacks.erase(m_nNumber);
-    }
-    CData& m_data;
-    int m_nNumber;
-  };
   mutable std::mutex m_mutex;
   std::map<std::string, CTaskDetailPtr> m_details;
-  std::recursive_mutex m_telling;
-  std::map<int, DataCallback> m_callbacks;
-  int m_nLast = 0;
+  CSubscribers m_subscribers;
 };
 
 /// Instruments, quotes, and the tasks' operations.

@@ -17,11 +17,11 @@
 #include "CJobGate.h"
 #include "COrderLog.h"
 #include "CRequests.h"
-#include "CSubscribers.h"
 #include "Holdings.h"
 #include "IDeskObserver.h"
 #include "InstrumentMap.h"
 #include "ksservice/CBasketHedgeParam.h"
+#include "ksservice/CSubscribers.h"
 #include "ksservice/CTaskDetail.h"
 #include "tc/CExchangeClient.h"
 #include "tc/CQuoteClient.h"
@@ -205,7 +205,7 @@ class CDesk {
 
   CJobGate m_gate;
   CRequests m_requests{m_gate, [this](const std::function<void(IDeskObserver&)>& what) { tellObservers(what); }};
-  CSubscribers m_subscribers;
+  ksservice::CSubscribers m_subscribers;
 
   mutable std::shared_mutex m_mutex;  ///< guards everything below but the observers
   SSession m_session;

@@ -22,7 +22,7 @@ class CDataCenterFace : public ksservice::IDataCenter {
 
   utils::CSubscriptionHandle subscribe(int dataType, ksservice::DataCallback callback) override {
     // Task details are the one data type that has a feed here; a subscription to another stays silent.
-    if (dataType != ksservice::DATA_TYPE_TASK_DETAIL) return CSubscribers().add(std::move(callback));
+    if (dataType != ksservice::DATA_TYPE_TASK_DETAIL) return ksservice::CSubscribers().add(std::move(callback));
     return m_desk.subscribeTasks(std::move(callback));
   }
   std::vector<ksservice::CTaskDetailPtr> taskDetails() const override { return m_desk.taskDetails(); }

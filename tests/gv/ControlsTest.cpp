@@ -1,4 +1,7 @@
+#include <QAbstractButton>
+#include <QDockWidget>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QTest>
 #include <QVBoxLayout>
 #include <cmath>
@@ -98,6 +101,43 @@ TEST(Controls, TheFocusShowsOnEachInBothThemes) {
       EXPECT_GT(differingPixels(with, without, with.rect()), 60) << theme << ' ' << stop->metaObject()->className();
     }
   }
+  qApp->setStyleSheet(QString());
+}
+
+TEST(Controls, ADockCanBeFloatedAndClosedByItsTitleBar) {
+  for (const char* theme : {"light", "dark"}) {
+    ASSERT_TRUE(GV::CUiResource::setTheme(theme));
+    for (const double scale : {1.0, 1.5}) {
+      GV::CUiResource::setScale(scale);
+      GV::CUiResource::applyToApplication();
+      QMainWindow window;
+      window.setCentralWidget(new QWidget(&window));
+      auto* dock = new QDockWidget("任务", &window);
+      dock->setWidget(new QWidget(dock));
+      window.addDockWidget(Qt::TopDockWidgetArea, dock);
+      window.resize(600, 300);
+      window.show();
+      QApplication::processEvents();
+      auto* close = dock->findChild<QAbstractButton*>("qt_dockwidget_closebutton");
+      auto* floating = dock->findChild<QAbstractButton*>("qt_dockwidget_floatbutton");
+      ASSERT_TRUE(close && floating);
+      EXPECT_FALSE(close->geometry().intersects(floating->geometry())) << theme << ' ' << scale;
+      const QImage shown = window.grab().toImage();
+      for (const QAbstractButton* button : {close, floating}) {
+        const QRect place(button->mapTo(&window, QPoint(0, 0)), button->size());
+        ASSERT_TRUE(shown.rect().contains(place)) << theme << ' ' << scale;
+        QImage ground = shown;
+        ground.fill(*GV::CUiResource::getColor("clr_header_background"));
+        EXPECT_GT(differingPixels(shown, ground, place), 10) << theme << ' ' << scale << ": nothing to press is seen";
+      }
+      QTest::mouseClick(floating, Qt::LeftButton);
+      EXPECT_TRUE(dock->isFloating());
+      dock->setFloating(false);
+      QTest::mouseClick(close, Qt::LeftButton);
+      EXPECT_FALSE(dock->isVisible());
+    }
+  }
+  GV::CUiResource::setScale(1);
   qApp->setStyleSheet(QString());
 }
 

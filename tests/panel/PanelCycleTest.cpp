@@ -103,6 +103,31 @@ TEST_F(PanelCycle, AFaultIsLoggedOnceAndCostsNoOtherSubTask) {
 }
 
 /// A trader who cancels everything must not be left with the tasks behind the one at which the host failed.
+TEST_F(PanelCycle, ADetailOfTheFewestFieldsShows) {
+  open();
+  auto command = boost::make_shared<ksservice::COrderCommand>();
+  command->m_nTaskId = 7;
+  command->m_nTraderType = EMTT_Stock;
+  command->m_strUser = "u1";
+  command->m_strLogin = "L1";
+  command->m_nBasketType = ksservice::ECBT_Basket;
+  auto detail = boost::make_shared<ksservice::CTaskDetail>();
+  detail->m_strKey = ksservice::CTaskDetail::genKey(70, 1);
+  detail->m_nTaskId = 70;
+  detail->m_nStatus = ksservice::ETS_Running;
+  detail->m_pCommand = command;
+  detail->m_params.resize(1);
+  detail->m_params[0].m_stock = {"SH", "600000", ""};
+  detail->m_params[0].m_nOperation = ksservice::EOT_Buy;
+  detail->m_params[0].m_nVolume = 1000;
+  m_host.deliver(detail);
+  ASSERT_TRUE(refresh());
+  ASSERT_TRUE(m_pTable->rowByPath("7"));
+  EXPECT_EQ(m_pTable->rowByPath("7")->text(EBC_Status), "执行中");
+  m_pTable->expandAll(true);
+  EXPECT_EQ(m_pTable->rowCount(), 2) << "the task and its line";
+}
+
 TEST_F(PanelCycle, AHostThatFailsAtAClickIsToldOfAndKeepsNoOtherTaskFromIt) {
   open();
   for (const int task : {2, 3}) m_host.deliver(testkit::makeFilled(task, 1, 100));

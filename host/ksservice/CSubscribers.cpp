@@ -1,15 +1,15 @@
-#include "CSubscribers.h"
+#include "ksservice/CSubscribers.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace desk {
+namespace ksservice {
 
 class CSubscribers::CSubscriber {
  public:
-  explicit CSubscriber(ksservice::DataCallback callback) : m_callback(std::move(callback)) {}
+  explicit CSubscriber(DataCallback callback) : m_callback(std::move(callback)) {}
 
-  void deliver(const boost::shared_ptr<ksservice::IData>& data) {
+  void deliver(const boost::shared_ptr<IData>& data) {
     const std::lock_guard<std::recursive_mutex> lock(m_mutex);
     if (m_bActive) m_callback(data);
   }
@@ -23,7 +23,7 @@ class CSubscribers::CSubscriber {
  private:
   std::recursive_mutex m_mutex;
   bool m_bActive = true;
-  ksservice::DataCallback m_callback;
+  DataCallback m_callback;
 };
 
 class CSubscribers::CHandle : public utils::ISubscription {
@@ -35,7 +35,7 @@ class CSubscribers::CHandle : public utils::ISubscription {
   std::shared_ptr<CSubscriber> m_pSubscriber;
 };
 
-utils::CSubscriptionHandle CSubscribers::add(ksservice::DataCallback callback) {
+utils::CSubscriptionHandle CSubscribers::add(DataCallback callback) {
   auto subscriber = std::make_shared<CSubscriber>(std::move(callback));
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_subscribers.erase(std::remove_if(m_subscribers.begin(), m_subscribers.end(),
@@ -45,7 +45,7 @@ utils::CSubscriptionHandle CSubscribers::add(ksservice::DataCallback callback) {
   return std::make_unique<CHandle>(std::move(subscriber));
 }
 
-void CSubscribers::deliver(const boost::shared_ptr<ksservice::IData>& data) {
+void CSubscribers::deliver(const boost::shared_ptr<IData>& data) {
   std::vector<std::shared_ptr<CSubscriber>> subscribers;
   {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -56,4 +56,4 @@ void CSubscribers::deliver(const boost::shared_ptr<ksservice::IData>& data) {
   for (const auto& subscriber : subscribers) subscriber->deliver(data);
 }
 
-}  // namespace desk
+}  // namespace ksservice
