@@ -1,6 +1,5 @@
 // Texts in which settings are kept: the panel's table, order settings and algorithms, drafts. The first byte says
 // which.
-#include <QJsonDocument>
 
 #include "Application.h"
 #include "CDesk.h"
@@ -79,7 +78,7 @@ void keep(const QJsonObject& json, Value (*read)(const QJsonObject&), const char
 
 void readDraft(std::string_view bytes) {
   const QByteArray text(bytes.data(), static_cast<int>(bytes.size()));
-  const QJsonObject json = QJsonDocument::fromJson(text).object();
+  const QJsonObject json = preview::parseObject(text);
   keep(json, preview::draftOf, "a draft that is kept comes back");
   keep(json, preview::dealOf, "a way to share out comes back");
   keep(json, preview::layoutOf, "a layout comes back");

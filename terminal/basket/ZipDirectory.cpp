@@ -24,6 +24,8 @@ bool readEntry(std::string_view bytes, std::size_t& at, std::vector<SZipEntry>& 
   const auto name = static_cast<std::size_t>(numberAt(bytes, at + 28, 2));
   const auto more = static_cast<std::size_t>(numberAt(bytes, at + 30, 2) + numberAt(bytes, at + 32, 2));
   if (at + ENTRY_SIZE + name + more > bytes.size()) return false;
+  // As much memory is taken for the packed bytes as is said here, whether they are there or not.
+  if (numberAt(bytes, at + 20, 4) > bytes.size()) return false;
   entries.push_back({std::string(bytes.substr(at + ENTRY_SIZE, name)), numberAt(bytes, at + 24, 4)});
   at += ENTRY_SIZE + name + more;
   return true;

@@ -19,7 +19,7 @@ const char SENT_KEY[] = "sent";
 
 QJsonObject readObject(const QString& name) {
   QFile file(name);
-  return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+  return file.open(QIODevice::ReadOnly) ? parseObject(file.readAll()) : QJsonObject();
 }
 
 bool writeObject(const QString& name, const QJsonObject& object) {

@@ -1,8 +1,11 @@
 #include "DraftJson.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <algorithm>
 #include <cmath>
+
+#include "JsonText.h"
 
 namespace preview {
 namespace {
@@ -135,6 +138,12 @@ std::vector<SDraftLine> linesOf(const QJsonArray& array) {
 double positive(double value, double otherwise) { return std::isfinite(value) && value > 0 ? value : otherwise; }
 
 }  // namespace
+
+QJsonObject parseObject(const QByteArray& text) {
+  // Qt's reader never frees an object or a list whose name comes again in the same object.
+  const nlohmann::json plain = journal::tryParseJson(text.toStdString());
+  return plain.is_object() ? QJsonDocument::fromJson(QByteArray::fromStdString(plain.dump())).object() : QJsonObject();
+}
 
 QJsonObject toJson(const basket::SLayout& layout) {
   QJsonArray columns;

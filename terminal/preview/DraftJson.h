@@ -8,6 +8,9 @@
 
 namespace preview {
 
+/// What a kept file holds; an empty object where it is none.
+QJsonObject parseObject(const QByteArray& text);
+
 QJsonObject toJson(const SDraftState& state);
 SDraftState draftOf(const QJsonObject& json);
 

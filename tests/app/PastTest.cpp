@@ -4,6 +4,7 @@
 #include <QDockWidget>
 #include <QEventLoop>
 #include <QLabel>
+#include <QTemporaryDir>
 #include <QTreeWidget>
 #include <algorithm>
 #include <limits>
@@ -20,6 +21,8 @@
 #include "docks/RowsTable.h"
 #include "gv/CMessageBox.h"
 #include "past/CPastSession.h"
+#include "past/DayMarks.h"
+#include "past/DayTrail.h"
 
 namespace {
 
@@ -144,6 +147,29 @@ TEST(JsonAppend, WhateverATextHoldsIsReadAgain) {
     app::appendJson(out, bytes);
     ASSERT_NO_THROW(nlohmann::json::parse(out)) << i;
   }
+}
+
+/// A file that somebody changed: what an entry's words are not is passed over, for the terminal goes on looking.
+TEST(PastEntries, OfOtherTypesThanTheirWordsAreTold) {
+  const char* const BODIES[] = {
+      "{}", "[1]", "no JSON",
+      R"({"operation":"pause","orders":7,"task":{},"act":1,"group":null,"name":[],"ofTask":"1"})",
+      R"({"operation":4294967299,"orders":[1,{}],"task":4294967297,"group":1.5})"};
+  QTemporaryDir folder;
+  const daylog::SOpenedDay day = daylog::openDay(folder.filePath("day.db").toStdString());
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  std::vector<daylog::SEntry> entries;
+  for (const char* kind :
+       {"day", "basket", "create", "operate", "operateServer", "cancel", "query", "setHedge", "hedge"}) {
+    for (const char* body : BODIES) entries.push_back({0, 1000, kind, body});
+  }
+  ASSERT_EQ(day.m_pLog->append(entries, {}), "");
+  EXPECT_EQ(app::dayMarks(*day.m_pLog, app::CPastDay()).size(), 6 * std::size(BODIES))
+      << "all but the day, queries, hedges set";
+  for (const daylog::SEntry& entry : day.m_pLog->entries()) EXPECT_FALSE(app::entryText(entry).isEmpty());
+  EXPECT_EQ(app::entryText({1, 0, "operate", BODIES[4]}), "操作 任务 4294967297") << "no number of an operation";
+  EXPECT_EQ(app::cancelOf(*day.m_pLog, "7", 2000), nullptr);
+  EXPECT_TRUE(app::actsOn(*day.m_pLog, app::CPastDay(), 1, 2000).empty()) << "a number beyond 32 bits is none";
 }
 
 TEST_F(Past, AMomentIsTheSameFromWhereverOneComes) {

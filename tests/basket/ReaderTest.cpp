@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <filesystem>
 #include <fstream>
@@ -156,6 +157,17 @@ TEST(BasketReader, RefusesAtOnceWhatIsTooLarge) {
   ASSERT_NE(entry, std::string::npos);
   zip.replace(entry + 24, 4, std::string("\x01\x65\xCD\x1D", 4));
   EXPECT_EQ(readSourceText(zip).m_strFault, "解压后超过 500 MB");
+  // One that says the same of its packed bytes takes no more memory than the file has.
+  zip = bytesOf(FOLDER / "merged-header.xlsx");
+  zip.replace(entry + 20, 4, std::string("\xAA\x00\x00\x70", 4));
+  const auto most = [] {
+    struct rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;  // MB
+  };
+  const long before = most();
+  EXPECT_EQ(readSourceText(zip).m_strFault, "文件损坏，不能读取");
+  EXPECT_LT(most() - before, 500);
 }
 
 TEST(Securities, FindsByNameOfAnyWidthAndProposesWhatIsNear) {

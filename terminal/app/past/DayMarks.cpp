@@ -7,6 +7,7 @@
 
 #include "DayOutputFields.h"
 #include "DayStart.h"
+#include "JsonText.h"
 #include "ksservice/Enumerations.h"
 #include "past/DayTrail.h"
 
@@ -30,7 +31,7 @@ QString textOf(const json& body, const char* name) {
 }
 
 QString operationText(const json& body) {
-  switch (body.value("operation", 0)) {
+  switch (journal::valueOr(body, "operation", 0)) {
     case ksservice::ETO_Cancel:
       return QStringLiteral("撤销");
     case ksservice::ETO_Pause:
@@ -46,7 +47,7 @@ QString operationText(const json& body) {
 
 std::optional<EDayMark> noMark(const json&) { return std::nullopt; }
 std::optional<EDayMark> stopMark(const json& body) {
-  if (body.value("operation", 0) == ksservice::ETO_Resume) return std::nullopt;
+  if (journal::valueOr(body, "operation", 0) == ksservice::ETO_Resume) return std::nullopt;
   return EDayMark::Stop;
 }
 
@@ -64,7 +65,7 @@ const SEntryKind KINDS[] = {
      [](const json& body) { return operationText(body) + QStringLiteral(" 算法任务 ") + textOf(body, "task"); },
      stopMark},
     {"cancel",
-     [](const json& body) { return QStringLiteral("撤销委托 %1 笔").arg(body.value("orders", json::array()).size()); },
+     [](const json& body) { return QStringLiteral("撤销委托 %1 笔").arg(journal::listOf(body, "orders").size()); },
      [](const json&) { return std::optional(EDayMark::Stop); }},
     {"query", [](const json&) { return QStringLiteral("查询进度"); }, noMark},
     {"setHedge", [](const json& body) { return QStringLiteral("设置对冲，组 ") + textOf(body, "group"); }, noMark},

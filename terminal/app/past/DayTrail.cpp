@@ -38,7 +38,7 @@ const daylog::SEntry* lastEntry(const daylog::IDayLog& log, const std::set<std::
   const daylog::SEntry* last = nullptr;
   for (const daylog::SEntry& entry : log.entries()) {
     if (entry.m_nMsec > until) break;
-    if (kinds.contains(entry.m_strKind) && bodyOf(entry).value(name, -1) == id) last = &entry;
+    if (kinds.contains(entry.m_strKind) && journal::valueOr(bodyOf(entry), name, -1) == id) last = &entry;
   }
   return last;
 }
@@ -51,14 +51,8 @@ struct SNames {
 
   bool isMeant(const daylog::SEntry& entry) const {
     const json body = bodyOf(entry);
-    const auto number = [&body](const char* name) {
-      const auto found = body.find(name);
-      return found != body.end() && found->is_number_integer() ? found->get<int>() : -1;
-    };
-    const auto key = [&body](const char* name) {
-      const auto found = body.find(name);
-      return found != body.end() && found->is_string() ? found->get<std::string>() : std::string();
-    };
+    const auto number = [&body](const char* name) { return journal::valueOr(body, name, -1); };
+    const auto key = [&body](const char* name) { return journal::valueOr(body, name, std::string()); };
     const std::string& kind = entry.m_strKind;
     if (kind == "operate") return m_numbers.contains(number("task"));
     if (kind == "operateServer") return m_keys.contains(key("task"));
@@ -110,7 +104,7 @@ const daylog::SEntry* cancelOf(const daylog::IDayLog& log, const std::string& or
   for (const daylog::SEntry& entry : log.entries()) {
     if (entry.m_nMsec > until) break;
     if (entry.m_strKind != "cancel") continue;
-    for (const json& key : bodyOf(entry).value("orders", json::array())) {
+    for (const json& key : journal::listOf(bodyOf(entry), "orders")) {
       if (key == orderKey) return &entry;
     }
   }

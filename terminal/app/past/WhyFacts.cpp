@@ -210,11 +210,12 @@ class CWhy {
   /// What of the line was confirmed with a patch.
   void addConfirmed(const daylog::SEntry& cause, const json& line) {
     const json body = journal::tryParseJson(cause.m_strBody);
-    const json proof = journal::tryParseJson(body.is_object() ? body.value("proof", std::string()) : std::string());
+    const json proof =
+        journal::tryParseJson(body.is_object() ? journal::valueOr(body, "proof", std::string()) : std::string());
     if (!proof.is_object()) return;
-    for (const json& each : proof.value("lines", json::array())) {
-      if (each.value("row", std::string()) != line.value("row", std::string())) continue;
-      const auto number = [&each](const char* name) { return each.value(name, std::int64_t{0}); };
+    for (const json& each : journal::listOf(proof, "lines")) {
+      if (journal::valueOr(each, "row", std::string()) != line.value("row", std::string())) continue;
+      const auto number = [&each](const char* name) { return journal::valueOr(each, name, std::int64_t{0}); };
       add(3, QStringLiteral("确认时：") +
                  equation(number("remainder"), number("target"), number("done"), number("open"), number("held")) +
                  QStringLiteral("；可补 %1，选 %2").arg(number("offered")).arg(number("chosen")));
