@@ -55,6 +55,8 @@ CPlayer::CPlayer(desk::CDesk& desk, desk::CHostServices& services, PanelFactory 
                  std::ostream& errors)
     : m_desk(desk),
       m_services(services),
+      m_pSource(&desk),
+      m_pSourceServices(&services),
       m_createPanel(std::move(createPanel)),
       m_output(output),
       m_errors(errors),
@@ -167,50 +169,56 @@ void CPlayer::settle() {
 }
 
 void CPlayer::play(const SSessionLine& line) {
-  m_desk.setSession(line.m_session);
+  m_pSource->setSession(line.m_session);
   m_nBaseNow = line.m_session.m_nNow;
 }
 
-void CPlayer::play(const SAccountLine& line) { m_desk.addAccount(toAccount(line)); }
+void CPlayer::play(const SAccountLine& line) { m_pSource->addAccount(toAccount(line)); }
 
-void CPlayer::play(const SInstrumentLine& line) { m_desk.setInstrument(line.m_info); }
+void CPlayer::play(const SInstrumentLine& line) { m_pSource->setInstrument(line.m_info); }
 
-void CPlayer::play(const SQuoteLine& line) { m_desk.setQuotes({toQuote(line)}); }
+void CPlayer::play(const SQuoteLine& line) { m_pSource->setQuotes({toQuote(line)}); }
 
 void CPlayer::play(const SCommandLine& line) {
   auto command = boost::make_shared<ksservice::COrderCommand>(line.m_command);
   command->m_strKey = ksservice::COrderCommand::genKey(command->m_nCommandId, command->m_nNumber);
-  m_desk.setCommand(command);
+  m_pSource->setCommand(command);
 }
 
-void CPlayer::play(const SHedgeParamLine& line) { m_desk.setHedgeParam(line.m_eWhere, line.m_nCommand, line.m_param); }
+void CPlayer::play(const SHedgeParamLine& line) {
+  m_pSource->setHedgeParam(line.m_eWhere, line.m_nCommand, line.m_param);
+}
 
-void CPlayer::play(const SHedgeStateLine& line) { m_desk.setHedgeState(line.m_nGroup, line.m_nStatus); }
+void CPlayer::play(const SHedgeStateLine& line) { m_pSource->setHedgeState(line.m_nGroup, line.m_nStatus); }
 
-void CPlayer::play(const STaskLine& line) { m_desk.publishTask(toPublication(line, m_desk)); }
+void CPlayer::play(const STaskLine& line) { m_pSource->publishTask(toPublication(line, *m_pSource)); }
 
 void CPlayer::play(const SProgressLine& line) {
-  m_desk.setProgress(line.m_strTask, toProgress(line, m_desk.progress(line.m_strTask).get()));
+  m_pSource->setProgress(line.m_strTask, toProgress(line, m_pSource->progress(line.m_strTask).get()));
 }
 
-void CPlayer::play(const SHedgeVolumeLine& line) { m_services.announceHedgeVolume(line.m_nTask, line.m_nVolume); }
+void CPlayer::play(const SHedgeVolumeLine& line) {
+  m_pSourceServices->announceHedgeVolume(line.m_nTask, line.m_nVolume);
+}
 
-void CPlayer::play(const SHedgeStatusLine& line) { m_services.announceHedgeStatus(line.m_nTask, line.m_nStatus); }
+void CPlayer::play(const SHedgeStatusLine& line) {
+  m_pSourceServices->announceHedgeStatus(line.m_nTask, line.m_nStatus);
+}
 
-void CPlayer::play(const STradingDayLine& line) { m_services.announceTradingDay(line.m_strDate); }
+void CPlayer::play(const STradingDayLine& line) { m_pSourceServices->announceTradingDay(line.m_strDate); }
 
-void CPlayer::play(const SStockUnitChangeLine&) { m_services.announceStockUnitChange(); }
+void CPlayer::play(const SStockUnitChangeLine&) { m_pSourceServices->announceStockUnitChange(); }
 
 void CPlayer::play(const SServerReplyLine& line) {
-  if (!m_desk.requests().replyToOperation(toError(line.m_strError), line.m_document)) throw unanswered("operation");
+  if (!m_pSource->requests().replyToOperation(toError(line.m_strError), line.m_document)) throw unanswered("operation");
 }
 
 void CPlayer::play(const SCreateReplyLine& line) {
-  if (!m_desk.requests().replyToCreate(toError(line.m_strError), line.m_nTaskId)) throw unanswered("creation");
+  if (!m_pSource->requests().replyToCreate(toError(line.m_strError), line.m_nTaskId)) throw unanswered("creation");
 }
 
 void CPlayer::play(const SOrderProcessLine& line) {
-  const bool asked = m_desk.requests().replyToQuery(line.m_data, toError(line.m_strError), line.m_document);
+  const bool asked = m_pSource->requests().replyToQuery(line.m_data, toError(line.m_strError), line.m_document);
   if (!asked) throw unanswered("order-process query");
 }
 

@@ -40,6 +40,12 @@ class CPlayer {
   /// Deletes the panel.
   ~CPlayer();
 
+  /// What the lines of a host say changes another desk: one from which that of the panel is filled, and to which goes
+  /// what the panel asks, before a call to it returns. Both must outlive the player.
+  void setSource(desk::CDesk& desk, desk::CHostServices& services) {
+    m_pSource = &desk;
+    m_pSourceServices = &services;
+  }
   /// Lines with a "t" wait for it.
   void setRecordedPace(bool on) { m_bRecordedPace = on; }
   /// A journal whose text is malformed is not played at all; one that turns out to be so while it is played (a row
@@ -91,6 +97,8 @@ class CPlayer {
 
   desk::CDesk& m_desk;
   desk::CHostServices& m_services;
+  desk::CDesk* m_pSource;
+  desk::CHostServices* m_pSourceServices;
   PanelFactory m_createPanel;
   COutput& m_output;
   std::ostream& m_errors;

@@ -137,7 +137,7 @@ std::string readFile(const std::string& name) {
   return text.str();
 }
 
-std::string playAndPrint(const std::string& fileName) {
+std::string playAndPrint(const std::string& fileName, const MakeSource& makeSource) {
   std::stringstream lines;
   std::ostringstream printout;
   const CWorkingFolder working;
@@ -151,7 +151,9 @@ std::string playAndPrint(const std::string& fileName) {
       panel->show();
       return panel;
     };
+    const std::unique_ptr<ISource> source = makeSource ? makeSource(desk, services) : nullptr;
     journal::CPlayer player(desk, services, createPanel, output, printout);
+    if (source) player.setSource(source->desk(), source->services());
     std::stringstream in(journalOf(fileName));
     const int exit = player.play(in, fileName.substr(fileName.rfind('/') + 1));
     if (exit != 0) printout << "exit " << exit << "\n";
