@@ -172,6 +172,23 @@ TEST(PastEntries, OfOtherTypesThanTheirWordsAreTold) {
   EXPECT_TRUE(app::actsOn(*day.m_pLog, app::CPastDay(), 1, 2000).empty()) << "a number beyond 32 bits is none";
 }
 
+/// No number is cut off to fit: it would be another one.
+TEST(PastEntries, OutputsOfNumbersThatDoNotFitAreRefused) {
+  const char* const OUTPUTS[] = {
+      R"({"tasks":[{"key":"1-1","at":1e300}]})", R"({"tasks":[{"key":"1-1","at":1,"id":4294967297}]})",
+      R"({"tasks":[{"key":"1-1","at":1,"status":-1.5}]})", R"({"waits":[["1-1",1,18446744073709551615]]})",
+      R"({"hedges":[[1,"state",2147483648,1]]})"};
+  for (const char* outputs : OUTPUTS) {
+    QTemporaryDir folder;
+    const daylog::SOpenedDay day = daylog::openDay(folder.filePath("day.db").toStdString());
+    ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+    ASSERT_EQ(day.m_pLog->append({{0, 1000, "day", "{}"}}, {{2000, 1, outputs}}), "");
+    const daylog::SOpenedDay read = daylog::readDay(folder.filePath("day.db").toStdString());
+    app::CPastDay past;
+    EXPECT_THROW(past.read(*read.m_pLog, 1), std::runtime_error) << outputs;
+  }
+}
+
 TEST_F(Past, AMomentIsTheSameFromWhereverOneComes) {
   keepDay({"--algo", "twap"});
   std::map<std::int64_t, std::vector<nlohmann::json>> seen;

@@ -17,7 +17,7 @@ constexpr std::int64_t SECOND_MSEC = 1000;
 /// One that is left out stays as it is.
 template <typename Value>
 void take(const json& object, const char* name, Value& value) {
-  if (const auto found = object.find(name); found != object.end()) found->get_to(value);
+  if (const auto found = object.find(name); found != object.end()) journal::readInto(*found, value);
 }
 
 const json* listOf(const json& object, const char* name) {
@@ -29,47 +29,47 @@ PastParams paramsOf(const json& list) {
   PastParams params;
   for (const json& each : list) {
     ksservice::CCodeOrderParam param;
-    each.at(1).get_to(param.m_nType);
-    each.at(2).get_to(param.m_nOperation);
-    each.at(3).get_to(param.m_nOrderType);
-    each.at(4).get_to(param.m_stock.m_strMarket);
-    each.at(5).get_to(param.m_stock.m_strCode);
-    each.at(6).get_to(param.m_stock.m_strName);
-    each.at(7).get_to(param.m_nPriceType);
-    each.at(8).get_to(param.m_dPrice);
-    each.at(9).get_to(param.m_nVolume);
-    each.at(10).get_to(param.m_nHandled);
-    params.emplace_back(each.at(0).get<std::string>(), std::move(param));
+    journal::readInto(each.at(1), param.m_nType);
+    journal::readInto(each.at(2), param.m_nOperation);
+    journal::readInto(each.at(3), param.m_nOrderType);
+    journal::readInto(each.at(4), param.m_stock.m_strMarket);
+    journal::readInto(each.at(5), param.m_stock.m_strCode);
+    journal::readInto(each.at(6), param.m_stock.m_strName);
+    journal::readInto(each.at(7), param.m_nPriceType);
+    journal::readInto(each.at(8), param.m_dPrice);
+    journal::readInto(each.at(9), param.m_nVolume);
+    journal::readInto(each.at(10), param.m_nHandled);
+    params.emplace_back(journal::valueOf<std::string>(each.at(0)), std::move(param));
   }
   return params;
 }
 
 SPastOrder orderOf(const json& each) {
   SPastOrder order;
-  each.at(0).get_to(order.m_strKey);
-  each.at(1).get_to(order.m_strMarket);
-  each.at(2).get_to(order.m_strCode);
-  each.at(3).get_to(order.m_nOperation);
-  each.at(4).get_to(order.m_nVolume);
-  each.at(5).get_to(order.m_dPrice);
-  each.at(6).get_to(order.m_nSent);
-  each.at(7).get_to(order.m_nLine);
+  journal::readInto(each.at(0), order.m_strKey);
+  journal::readInto(each.at(1), order.m_strMarket);
+  journal::readInto(each.at(2), order.m_strCode);
+  journal::readInto(each.at(3), order.m_nOperation);
+  journal::readInto(each.at(4), order.m_nVolume);
+  journal::readInto(each.at(5), order.m_dPrice);
+  journal::readInto(each.at(6), order.m_nSent);
+  journal::readInto(each.at(7), order.m_nLine);
   return order;
 }
 
 ksservice::CBasketHedgeParam hedgeParamOf(const json& each) {
   ksservice::CBasketHedgeParam param;
-  each.at(3).get_to(param.m_bEnabled);
-  each.at(4).get_to(param.m_bHandedOver);
-  each.at(5).get_to(param.m_strMarket);
-  each.at(6).get_to(param.m_strCode);
-  each.at(7).get_to(param.m_strAccount);
-  each.at(8).get_to(param.m_nOperation);
-  each.at(9).get_to(param.m_nVolume);
-  each.at(10).get_to(param.m_dRatio);
-  each.at(11).get_to(param.m_nOrderLots);
-  each.at(12).get_to(param.m_nOrderLimit);
-  each.at(13).get_to(param.m_nPriceType);
+  journal::readInto(each.at(3), param.m_bEnabled);
+  journal::readInto(each.at(4), param.m_bHandedOver);
+  journal::readInto(each.at(5), param.m_strMarket);
+  journal::readInto(each.at(6), param.m_strCode);
+  journal::readInto(each.at(7), param.m_strAccount);
+  journal::readInto(each.at(8), param.m_nOperation);
+  journal::readInto(each.at(9), param.m_nVolume);
+  journal::readInto(each.at(10), param.m_dRatio);
+  journal::readInto(each.at(11), param.m_nOrderLots);
+  journal::readInto(each.at(12), param.m_nOrderLimit);
+  journal::readInto(each.at(13), param.m_nPriceType);
   return param;
 }
 
@@ -91,14 +91,14 @@ class CPastDay::CReader {
     }
     if (const json* list = listOf(outputs, OUTPUT_LOG)) {
       for (const json& each : *list) {
-        m_day.m_messages.push_back(
-            {each.at(0).get<std::int64_t>(), each.at(1).get<bool>(), each.at(2).get<std::string>()});
+        m_day.m_messages.push_back({journal::valueOf<std::int64_t>(each.at(0)), journal::valueOf<bool>(each.at(1)),
+                                    journal::valueOf<std::string>(each.at(2))});
       }
     }
     if (const json* list = listOf(outputs, OUTPUT_WAITS)) {
       for (const json& each : *list) {
-        m_day.m_waits.push_back(
-            {each.at(0).get<std::string>(), each.at(1).get<std::int64_t>(), each.at(2).get<std::int64_t>()});
+        m_day.m_waits.push_back({journal::valueOf<std::string>(each.at(0)), journal::valueOf<std::int64_t>(each.at(1)),
+                                 journal::valueOf<std::int64_t>(each.at(2))});
       }
     }
   }
@@ -106,7 +106,7 @@ class CPastDay::CReader {
  private:
   void readTask(const json& each) {
     SKnown& known = m_day.m_known[each.at("key").get<std::string>()];
-    each.at("key").get_to(known.m_facts.m_strKey);
+    journal::readInto(each.at("key"), known.m_facts.m_strKey);
     forDetailFields([&each](const char* name, auto& value) { take(each, name, value); }, known.m_facts);
     if (const json* command = listOf(each, "command")) {
       auto record = boost::make_shared<ksservice::COrderCommand>();
@@ -115,7 +115,7 @@ class CPastDay::CReader {
     }
     if (const json* list = listOf(each, "params")) known.m_pParams = std::make_shared<PastParams>(paramsOf(*list));
     SPastTask& task = m_day.m_tasks.emplace_back();
-    each.at("at").get_to(task.m_nMsec);
+    journal::readInto(each.at("at"), task.m_nMsec);
     task.m_facts = known.m_facts;
     task.m_pParams = known.m_pParams;
     if (const json* list = listOf(each, "sent")) {
@@ -127,27 +127,29 @@ class CPastDay::CReader {
     if (const json* list = listOf(each, "orders")) {
       for (const json& report : *list) {
         task.m_reports.push_back({known.m_orders.at(report.at(0).get_ref<const std::string&>()),
-                                  report.at(1).get<int>(), report.at(2).get<double>(), report.at(3).get<int>(),
-                                  report.size() > 4 ? report.at(4).get<std::string>() : std::string()});
+                                  journal::valueOf<int>(report.at(1)), journal::valueOf<double>(report.at(2)),
+                                  journal::valueOf<int>(report.at(3)),
+                                  report.size() > 4 ? journal::valueOf<std::string>(report.at(4)) : std::string()});
       }
     }
     if (const json* list = listOf(each, "fills")) {
       for (const json& fill : *list) {
-        task.m_fills.push_back({known.m_orders.at(fill.at(0).get_ref<const std::string&>()), fill.at(1).get<int>(),
-                                fill.at(2).get<int>(), fill.at(3).get<double>()});
+        task.m_fills.push_back({known.m_orders.at(fill.at(0).get_ref<const std::string&>()),
+                                journal::valueOf<int>(fill.at(1)), journal::valueOf<int>(fill.at(2)),
+                                journal::valueOf<double>(fill.at(3))});
       }
     }
   }
 
   void readHedge(const json& each) {
     SPastHedge& hedge = m_day.m_hedges.emplace_back();
-    each.at(0).get_to(hedge.m_nMsec);
-    each.at(1).get_to(hedge.m_strKind);
-    each.at(2).get_to(hedge.m_nId);
+    journal::readInto(each.at(0), hedge.m_nMsec);
+    journal::readInto(each.at(1), hedge.m_strKind);
+    journal::readInto(each.at(2), hedge.m_nId);
     if (hedge.m_strKind == HEDGE_OFFERED || hedge.m_strKind == HEDGE_STORED) {
       hedge.m_param = hedgeParamOf(each);
     } else {
-      each.at(3).get_to(hedge.m_nValue);
+      journal::readInto(each.at(3), hedge.m_nValue);
     }
   }
 
@@ -156,17 +158,17 @@ class CPastDay::CReader {
     quotes.m_nMsec = msec;
     for (const json& each : list) {
       desk::SQuoteUpdate update;
-      each.at(0).get_to(update.m_strMarket);
-      each.at(1).get_to(update.m_strCode);
+      journal::readInto(each.at(0), update.m_strMarket);
+      journal::readInto(each.at(1), update.m_strCode);
       TC::CQuote& quote = m_day.m_knownQuotes[update.m_strMarket + "." + update.m_strCode];
-      each.at(2).get_to(quote.m_dLast);
-      each.at(3).get_to(quote.m_dBid);
-      each.at(4).get_to(quote.m_dAsk);
+      journal::readInto(each.at(2), quote.m_dLast);
+      journal::readInto(each.at(3), quote.m_dBid);
+      journal::readInto(each.at(4), quote.m_dAsk);
       const bool plain = each.size() == 5;
-      quote.m_dCalc = plain ? quote.m_dLast : each.at(5).get<double>();
-      quote.m_dOrder = plain ? quote.m_dLast : each.at(6).get<double>();
-      if (!plain) each.at(7).get_to(quote.m_dLimitUp);
-      if (!plain) each.at(8).get_to(quote.m_dLimitDown);
+      quote.m_dCalc = plain ? quote.m_dLast : journal::valueOf<double>(each.at(5));
+      quote.m_dOrder = plain ? quote.m_dLast : journal::valueOf<double>(each.at(6));
+      if (!plain) journal::readInto(each.at(7), quote.m_dLimitUp);
+      if (!plain) journal::readInto(each.at(8), quote.m_dLimitDown);
       update.m_quote = quote;
       quotes.m_quotes.push_back(std::move(update));
     }

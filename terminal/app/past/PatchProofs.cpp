@@ -1,8 +1,10 @@
 #include "past/PatchProofs.h"
 
+#include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <stdexcept>
 #include <tuple>
 
 #include "JsonText.h"
@@ -13,6 +15,9 @@ namespace app {
 namespace {
 
 using nlohmann::json;
+
+/// Of a figure in a proof: a sum of few lines of 32 bits.
+constexpr std::int64_t LARGEST = std::int64_t{1} << 52;
 
 /// Account, market, code, whether it buys.
 using Line = std::tuple<std::string, std::string, std::string, bool>;
@@ -81,22 +86,23 @@ class CProofCheck {
 
   void check() {
     const json body = journal::parseJson(m_entry.m_strBody);
-    const std::string text = body.value("proof", std::string());
+    const auto text = journal::valueOr(body, "proof", std::string());
     if (text.empty()) return;
     ++m_found.m_nProofs;
-    const CStanding at(m_day, body.value("ofTask", 0), m_entry.m_nMsec);
+    const CStanding at(m_day, journal::valueOr(body, "ofTask", 0), m_entry.m_nMsec);
     Volumes asked;
     for (const json& param : body.at("params")) {
-      const auto volume = param.value("volume", std::int64_t{0});
-      asked[{param.value("account", ""), param.value("market", ""), param.value("code", ""),
-             ksservice::DataHelper::isBuy(param.value("operation", 0))}] += volume;
+      const auto textOf = [&param](const char* name) { return journal::valueOr(param, name, std::string()); };
+      asked[{textOf("account"), textOf("market"), textOf("code"),
+             ksservice::DataHelper::isBuy(journal::valueOr(param, "operation", 0))}] +=
+          journal::valueOr(param, "volume", 0);
     }
     Volumes chosen;
     const json proof = journal::parseJson(text);
     for (const json& line : proof.at("lines")) {
       const Line of{line.value("accountKey", ""), line.value("market", ""), line.value("code", ""),
                     line.value("buy", true)};
-      chosen[of] += line.value("chosen", std::int64_t{0});
+      chosen[of] += journal::valueOr(line, "chosen", 0);
       checkLine(of, line, at.standing());
     }
     for (const auto& [line, volume] : asked) {
@@ -115,7 +121,12 @@ class CProofCheck {
   }
 
   void checkLine(const Line& of, const json& line, const SStanding& at) {
-    const auto number = [&line](const char* name) { return line.at(name).get<std::int64_t>(); };
+    // What is reckoned with them here stays within 64 bits then.
+    const auto number = [&line](const char* name) {
+      const auto value = journal::valueOf<std::int64_t>(line.at(name));
+      if (std::abs(value / 2) > LARGEST / 2) throw std::range_error(std::string(name) + " is too large");
+      return value;
+    };
     const std::int64_t left = number("target") - number("done") - number("open") - number("held");
     if (left != number("remainder")) say(of, "its remainder does not add up");
     const std::int64_t offered = number("offered");
