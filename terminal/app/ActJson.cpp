@@ -178,9 +178,11 @@ engine::SStartBasket fromRecord(SBasketRecord&& record, const desk::CDesk& desk)
   for (SPartRecord& part : record.m_parts) {
     act.m_basket.m_parts.push_back({accountOf(part.m_strAccount, desk), std::move(part.m_lines)});
   }
-  if (record.m_strAlgo.empty()) return act;
-  const std::string fault = TC::SAlgoParams::parse(record.m_strAlgo, act.m_basket.m_algo.emplace());
-  if (!fault.empty()) throw CLineFault("field \"algo\": " + fault);
+  if (!record.m_strAlgo.empty()) {
+    const std::string fault = TC::SAlgoParams::parse(record.m_strAlgo, act.m_basket.m_algo.emplace());
+    if (!fault.empty()) throw CLineFault("field \"algo\": " + fault);
+  }
+  if (act.m_basket.m_accounts.empty() && act.m_basket.m_parts.empty()) throw CLineFault("no account is named");
   return act;
 }
 

@@ -154,6 +154,7 @@ TEST(Acts, ATextThatIsNoneIsToldByItsField) {
         {"operate", R"({"task":"1"})", "field \"task\" must be an integer"},
         {"hedge", R"({"group":1,"act":"sing"})", "field \"act\" 'sing' is unknown"},
         {"basket", R"({"name":"a","accounts":["A9"]})", "account \"A9\" is unknown"},
+        {"basket", R"({"name":"a","lines":[]})", "no account is named"},
         {"basket", R"({"name":"a","algo":"algo=GUESS"})", "field \"algo\": "}}) {
     std::string fault;
     EXPECT_FALSE(app::toAct({kind, body}, desk, fault)) << body;
