@@ -98,8 +98,11 @@ std::string runAgain(const daylog::IDayLog& log, engine::CSimulation& simulation
   std::string fault;
   const auto runTo = [&](std::int64_t msec) {
     while (fault.empty() && simulation.now() < msec) {
-      simulation.advanceTo(std::min(msec, simulation.now() + PROGRESS_MSEC));
+      const std::int64_t before = simulation.now();
+      simulation.advanceTo(std::min(msec, before + PROGRESS_MSEC));
       fault = check.fault();
+      // Nobody kept it so; the clock would never come to it.
+      if (fault.empty() && simulation.now() == before) fault = std::to_string(msec) + " ms is no step of the clock";
       if (fault.empty() && !again.m_progress(simulation.now())) fault = "given up";
     }
   };

@@ -3,6 +3,8 @@
 
 #include <QTemporaryDir>
 
+#include "CDayRun.h"
+#include "DayStart.h"
 #include "past/DayMarks.h"
 #include "past/DayTrail.h"
 
@@ -44,4 +46,16 @@ TEST(PastEntries, OutputsOfNumbersThatDoNotFitAreRefused) {
     app::CPastDay past;
     EXPECT_THROW(past.read(*read.m_pLog, 1), std::runtime_error) << outputs;
   }
+}
+
+/// Whoever waited for such a moment would wait for ever.
+TEST(PastEntries, BetweenTwoStepsOfTheClockEndWhatIsRunAgain) {
+  QTemporaryDir folder;
+  const daylog::SOpenedDay day = daylog::openDay(folder.filePath("day.db").toStdString());
+  ASSERT_TRUE(day.m_pLog) << day.m_strFault;
+  ASSERT_EQ(app::beginDay(day.m_pLog.get(), {}, app::SOptions()), "");
+  ASSERT_EQ(day.m_pLog->append({{0, 33900005, "operate", R"({"task":1,"account":"A1","operation":3})"}}, {}), "");
+  app::CDayRun run(*day.m_pLog);
+  ASSERT_EQ(run.fault(), "");
+  EXPECT_EQ(run.runAgain(), "33900005 ms is no step of the clock");
 }
