@@ -1,14 +1,13 @@
 #include "CDetailState.h"
 
 #include <boost/make_shared.hpp>
-#include <map>
 
+#include "WireLines.h"
 #include "WireRecord.h"
 #include "desklink/v1/details.pb.h"
 
 namespace desklink {
 
-using ksservice::CAccountInfo;
 using ksservice::CCodeOrderParam;
 using ksservice::COrderCommand;
 using ksservice::CTaskDetail;
@@ -29,20 +28,6 @@ std::uint64_t hashOf(const Lines& lines) {
   }
   hash.add(static_cast<std::uint64_t>(lines.size()));
   return hash.value();
-}
-
-/// An account stands in the message once for all its lines.
-void writeLines(const Lines& lines, desklink::v1::Lines& message) {
-  std::map<const CAccountInfo*, std::uint32_t> places;
-  for (const CCodeOrderParam& line : lines) {
-    desklink::v1::Line& written = *message.add_lines();
-    writeDifference(CCodeOrderParam(), line, written);
-    if (!line.m_pAccount) continue;
-    const auto [place, isNew] =
-        places.try_emplace(line.m_pAccount.get(), static_cast<std::uint32_t>(message.accounts_size()));
-    if (isNew) writeDifference(CAccountInfo(), *line.m_pAccount, *message.add_accounts());
-    written.set_account(place->second);
-  }
 }
 
 bool areSame(const boost::shared_ptr<COrderCommand>& one, const boost::shared_ptr<COrderCommand>& other) {
@@ -112,27 +97,6 @@ void CDetailState::writeAll(desklink::v1::DetailUpdate& update) const {
   update.set_hash(hash());
 }
 
-bool CDetailState::readLines(const desklink::v1::Lines& message) {
-  std::vector<boost::shared_ptr<const CAccountInfo>> accounts;
-  for (const desklink::v1::Account& written : message.accounts()) {
-    auto account = boost::make_shared<CAccountInfo>();
-    readDifference(written, *account);
-    accounts.emplace_back(std::move(account));
-  }
-  Lines lines;
-  lines.reserve(static_cast<std::size_t>(message.lines_size()));
-  for (const desklink::v1::Line& written : message.lines()) {
-    CCodeOrderParam& line = lines.emplace_back();
-    readDifference(written, line);
-    if (!written.has_account()) continue;
-    if (written.account() >= accounts.size()) return false;
-    line.m_pAccount = accounts[written.account()];
-  }
-  m_nLines = hashOf(lines);
-  m_pDetail->m_params = std::move(lines);
-  return true;
-}
-
 bool CDetailState::read(const desklink::v1::DetailUpdate& update, desk::SPublication& publication) {
   if (update.whole()) {
     *this = CDetailState();
@@ -151,7 +115,10 @@ bool CDetailState::read(const desklink::v1::DetailUpdate& update, desk::SPublica
       readDifference(update.command().command(), *m_pDetail->m_pCommand);
     }
   }
-  if (update.has_lines() && !readLines(update.lines())) return false;
+  if (update.has_lines()) {
+    if (!readLines(update.lines(), m_pDetail->m_params)) return false;
+    m_nLines = hashOf(m_pDetail->m_params);
+  }
   if (update.has_orders() && !m_orders.read(update.orders(), publication.m_orderDetails)) return false;
   if (update.has_server_orders() && !m_serverOrders.read(update.server_orders(), publication.m_serverOrderDetails)) {
     return false;

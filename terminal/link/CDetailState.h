@@ -8,8 +8,6 @@
 
 namespace desklink::v1 {
 class DetailUpdate;
-class Lines;
-class OptionalCommand;
 }  // namespace desklink::v1
 
 namespace desklink {
@@ -31,8 +29,6 @@ class CDetailState {
   std::uint64_t hash() const;
 
  private:
-  void takeLines(const std::vector<ksservice::CCodeOrderParam>& lines);
-  bool readLines(const desklink::v1::Lines& message);
   void setPublication(const desklink::v1::DetailUpdate& update, desk::SPublication& publication) const;
 
   std::uint64_t m_nSequence = 0;

@@ -257,4 +257,16 @@ void eachField(const ksservice::CBasketHedgeParam&, Visit&& visit) {
       11, [](auto& r) -> auto& { return r.m_nPriceType; });
 }
 
+template <typename Visit>
+void eachField(const ksservice::CTaskOpRecord&, Visit&& visit) {
+  visit(
+      1, [](auto& r) -> auto& { return r.m_nOperation; });
+  visit(
+      2, [](auto& r) -> auto& { return r.m_nTime; });
+  visit(
+      3, [](auto& r) -> auto& { return r.m_strOperator; });
+  visit(
+      4, [](auto& r) -> auto& { return r.m_strRemark; });
+}
+
 }  // namespace desklink
