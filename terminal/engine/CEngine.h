@@ -44,10 +44,9 @@ struct SBasketOrder {
   std::string m_strName;
   std::string m_strText;  ///< the command's text
   std::vector<SOrderLine> m_lines;
-  std::vector<boost::shared_ptr<ksservice::CAccountInfo>>
-      m_accounts;                         ///< share the lines evenly; none only beside parts
-  std::vector<SAccountLines> m_parts;     ///< what each is to trade instead, if not empty
-  std::optional<TC::SAlgoParams> m_algo;  ///< none: one order a security at once
+  std::vector<boost::shared_ptr<ksservice::CAccountInfo>> m_accounts;  ///< share lines evenly; none only with parts
+  std::vector<SAccountLines> m_parts;                                  ///< what each is to trade instead, if not empty
+  std::optional<TC::SAlgoParams> m_algo;                               ///< none: one order a security at once
   /// What the hedge manager and the user's settings offer the panel for this basket; none: it is not hedged.
   std::optional<ksservice::CBasketHedgeParam> m_hedge;
 };
