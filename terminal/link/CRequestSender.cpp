@@ -45,6 +45,8 @@ void CRequestSender::send(v1::Request& request, std::optional<EKind> kind) {
 bool CRequestSender::takeAnswer(const std::string& message) {
   v1::Answer answer;
   if (!answer.ParseFromString(message) || answer.version() == 0 || answer.version() > WIRE_VERSION) return false;
+  // A damaged document is no empty one, which would say that it went well.
+  if (!answer.document().empty() && !bson::BSONObj::fromJson(answer.document())) return false;
   std::vector<std::pair<EKind, v1::Answer>> due;
   {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -152,6 +152,7 @@ TEST(Requests, DamagedAndNewerOnesAreRefusedWhole) {
   }
   STerminal terminal;
   terminal.stop("1-1");
+  EXPECT_FALSE(terminal.m_sender.takeAnswer(answerTo(terminal.m_sent[0], R"({"of":)"))) << "no document, no success";
   const std::string answer = answerTo(terminal.m_sent[0], R"({"of":1})");
   for (std::size_t i = 0; i < answer.size(); ++i) terminal.m_sender.takeAnswer(answer.substr(0, i));
   EXPECT_LE(terminal.m_answered.size(), 1u);
